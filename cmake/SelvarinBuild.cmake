@@ -1,0 +1,75 @@
+# What every target of the house shares: language level, warnings, sanitizers, output folders, and the short
+# functions by which a folder declares its sources.
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
+  set(CMAKE_BUILD_TYPE Release CACHE STRING "Build type" FORCE)
+endif()
+
+# Programs and the library in bin, plug-ins beside the library in bin/shaders, language modules in bin/lang: the
+# same layout as installed, so that the library finds its plug-ins the same way in both.
+set(SELVARIN_BIN_DIR ${CMAKE_BINARY_DIR}/bin)
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${SELVARIN_BIN_DIR})
+set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${SELVARIN_BIN_DIR})
+set(SELVARIN_INSTALL_LIBDIR ${CMAKE_INSTALL_LIBDIR}/selvarin)
+set(CMAKE_BUILD_RPATH_USE_ORIGIN ON)
+
+# No contraction into fused operations: the same source must give the same bits on every processor.
+add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -ffp-contract=off)
+if(SELVARIN_STRICT)
+  add_compile_options(-Werror)
+endif()
+if(SELVARIN_SANITIZE)
+  add_compile_options(-fsanitize=${SELVARIN_SANITIZE} -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=${SELVARIN_SANITIZE})
+  if(SELVARIN_SANITIZE MATCHES "undefined")
+    add_compile_options(-fno-sanitize-recover=undefined)
+  endif()
+endif()
+
+find_program(SELVARIN_CCACHE ccache)
+if(SELVARIN_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
+  set(CMAKE_CXX_COMPILER_LAUNCHER ${SELVARIN_CCACHE})
+endif()
+
+# kiv_sources(SOURCES a.cpp ... PUBLIC_HEADERS a.h ... PRIVATE_HEADERS b.h ...): one folder's part of the library.
+# Public headers are installed; each line there is a promise to hosts and plug-ins.
+function(kiv_sources)
+  cmake_parse_arguments(ARG "" "" "SOURCES;PUBLIC_HEADERS;PRIVATE_HEADERS" ${ARGN})
+  list(TRANSFORM ARG_SOURCES PREPEND ${CMAKE_CURRENT_SOURCE_DIR}/)
+  list(TRANSFORM ARG_PRIVATE_HEADERS PREPEND ${CMAKE_CURRENT_SOURCE_DIR}/)
+  target_sources(selvarin PRIVATE ${ARG_SOURCES} ${ARG_PRIVATE_HEADERS})
+  if(ARG_PUBLIC_HEADERS)
+    list(TRANSFORM ARG_PUBLIC_HEADERS PREPEND ${CMAKE_CURRENT_SOURCE_DIR}/)
+    target_sources(selvarin PUBLIC FILE_SET HEADERS BASE_DIRS ${PROJECT_SOURCE_DIR}/src FILES ${ARG_PUBLIC_HEADERS})
+  endif()
+endfunction()
+
+# kiv_shader(name sources...): a shader plug-in, src/shaders/<name>, that exports KivShaderCreate and KivShaderDelete.
+function(kiv_shader name)
+  add_library(shader_${name} MODULE ${ARGN})
+  set_target_properties(shader_${name} PROPERTIES PREFIX "" OUTPUT_NAME ${name} LIBRARY_OUTPUT_DIRECTORY
+    ${SELVARIN_BIN_DIR}/shaders INSTALL_RPATH "$ORIGIN/..")
+  target_link_libraries(shader_${name} PRIVATE selvarin OpenGL::OpenGL)
+  install(TARGETS shader_${name} LIBRARY DESTINATION ${SELVARIN_INSTALL_LIBDIR}/shaders)
+endfunction()
+
+# kiv_test(name [LABELS l...] [LIBRARIES t...] SOURCES s...): one GoogleTest program. Every case is a CTest test of its own.
+function(kiv_test name)
+  cmake_parse_arguments(ARG "" "TIMEOUT" "LABELS;LIBRARIES;SOURCES;ENVIRONMENT" ${ARGN})
+  if(NOT ARG_TIMEOUT)
+    set(ARG_TIMEOUT 300)
+  endif()
+  add_executable(${name} ${ARG_SOURCES})
+  set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
+  target_link_libraries(${name} PRIVATE selvarin_test_support GTest::gmock GTest::gtest_main ${ARG_LIBRARIES})
+  set(environment "LC_ALL=C.UTF-8" "LSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/tests/lsan.supp:print_suppressions=0"
+    "TSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/tests/tsan.supp" ${ARG_ENVIRONMENT})
+  gtest_discover_tests(${name} DISCOVERY_TIMEOUT 120 PROPERTIES TIMEOUT ${ARG_TIMEOUT} LABELS "${ARG_LABELS}"
+    ENVIRONMENT "${environment}")
+endfunction()

@@ -1,0 +1,34 @@
+// Shared libraries at run time: load by path, find a symbol, unload, and list a folder's libraries. Used for shader
+// plug-ins and language modules. Handles are opaque; each successful load wants one unload.
+#ifndef KIVRENDER_PLATFORM_KIVMODULE_H
+#define KIVRENDER_PLATFORM_KIVMODULE_H
+
+#include "kivrender/platform/kivexport.h"
+#include "kivrender/platform/kivtypes.h"
+
+#include <string>
+#include <vector>
+
+// The ending of a module's file name, with its dot.
+KIV_API const wchar_t* kivModuleEnding();
+
+// Null on failure; then kivLastModuleError tells why.
+KIV_API HINSTANCE kivLoadModule(const std::wstring& path);
+KIV_API void* kivFindSymbol(HINSTANCE module, const char* name);
+KIV_API void kivUnloadModule(HINSTANCE module);
+
+// Of the last failed kivLoadModule of this thread: the system's error number (0 if none is known) and its text.
+struct KivModuleError {
+    unsigned long code = 0;
+    std::wstring text;
+};
+KIV_API KivModuleError kivLastModuleError();
+
+// The names, without the folder, of the files in a folder that end like a module, in name order without regard to case
+// and then by exact name, so that every system meets them in the same order. Empty for a folder that can't be read.
+KIV_API std::vector<std::wstring> kivListModules(const std::wstring& folder);
+
+// The folder of the file that this library was loaded from, without a closing separator; empty if it is not known.
+KIV_API std::wstring kivLibraryFolder();
+
+#endif

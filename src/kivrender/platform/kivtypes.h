@@ -1,0 +1,53 @@
+// The few system types of the interface: sizes, rectangles and opaque handles, so that hosts, plug-ins and the
+// library speak of bitmaps, contexts, modules and windows without the headers of any operating system.
+#ifndef KIVRENDER_PLATFORM_KIVTYPES_H
+#define KIVRENDER_PLATFORM_KIVTYPES_H
+
+#if defined(_WIN32)
+#include <windows.h>
+#else
+
+#include <cstdint>
+
+// Width and height in pixels.
+struct tagSIZE {
+    std::int32_t cx = 0;
+    std::int32_t cy = 0;
+
+    friend bool operator==(const tagSIZE&, const tagSIZE&) = default;
+};
+using SIZE = tagSIZE;
+
+// Left, top, right, bottom in pixels; right and bottom stand one past the last pixel.
+struct tagRECT {
+    std::int32_t left = 0;
+    std::int32_t top = 0;
+    std::int32_t right = 0;
+    std::int32_t bottom = 0;
+};
+using RECT = tagRECT;
+
+// Opaque handles. What stands behind each is known to platform/ alone.
+struct KivBitmapObject;        // pixels in memory: 32 bits each, B G R X in memory order, bottom row first
+struct KivDeviceContextObject; // a place to draw into, with one bitmap selected
+struct KivGlContextObject;     // an OpenGL context
+struct KivModuleObject;        // a loaded shared library
+struct KivWindow;              // a window of the toolkit, if one is installed
+
+using HBITMAP = KivBitmapObject*;
+using HDC = KivDeviceContextObject*;
+using HGLRC = KivGlContextObject*;
+using HINSTANCE = KivModuleObject*;
+using HWND = KivWindow*;
+using HANDLE = void*;
+
+#endif
+
+// Paths and strings that cross the interface in a fixed buffer fit into this many wide characters, the closing zero
+// included. Every copy into such a buffer goes through kivCopyText.
+inline constexpr int kivMaxPath = 260;
+
+// The number of shaders that can be loaded at a time, and so the size of every array of shaders.
+inline constexpr int kivMaxShaders = 32;
+
+#endif

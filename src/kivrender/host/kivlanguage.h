@@ -7,9 +7,9 @@
 
 #include <string>
 
-// Loads a language module by path and makes it the source of all texts. Non-zero on success. On failure 0: no text can be
-// found any more, and the path in use stays as it was. An earlier module is not unloaded, since texts of it may be in use:
-// one load in a process is the rule.
+// Loads a language module by path and makes it the source of all texts. Non-zero on success. On failure 0: no text can
+// be found any more, and the path in use stays as it was. An earlier module is not unloaded, since texts of it may be
+// in use: one load in a process is the rule.
 extern "C" KIV_API int kivLoadLangResourceDLL(const wchar_t* path);
 
 // The path of the last module that was loaded with success, or the empty string. Owned by the library.

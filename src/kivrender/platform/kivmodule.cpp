@@ -60,7 +60,8 @@ std::vector<std::wstring> kivListModules(const std::wstring& folder) {
     const std::wstring ending = kivModuleEnding();
     while (const dirent* entry = readdir(dir)) {
         const std::wstring name = kivFromUtf8(entry->d_name);
-        if (name.size() > ending.size() && kivEqualNoCase(std::wstring_view(name).substr(name.size() - ending.size()), ending) &&
+        if (name.size() > ending.size() &&
+            kivEqualNoCase(std::wstring_view(name).substr(name.size() - ending.size()), ending) &&
             isRegularFile(path + "/" + entry->d_name)) {
             names.push_back(name);
         }

@@ -17,8 +17,8 @@ wint_t lower(wchar_t c) {
 
 constexpr std::uint32_t escapeBase = 0xDC00;
 
-// Decodes one character at text[i], which is below the end, and moves i past it. A byte that begins no valid sequence is
-// escaped alone.
+// Decodes one character at text[i], which is below the end, and moves i past it. A byte that begins no valid sequence
+// is escaped alone.
 std::uint32_t decode(std::string_view text, std::size_t& i) {
     const auto byte = [&](std::size_t at) { return static_cast<unsigned char>(text[at]); };
     const unsigned char first = byte(i);
@@ -78,7 +78,8 @@ int kivCompareNoCase(const wchar_t* a, const wchar_t* b) {
 }
 
 bool kivEqualNoCase(std::wstring_view a, std::wstring_view b) {
-    return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](wchar_t x, wchar_t y) { return lower(x) == lower(y); });
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                      [](wchar_t x, wchar_t y) { return lower(x) == lower(y); });
 }
 
 std::wstring kivFromUtf8(std::string_view text) {

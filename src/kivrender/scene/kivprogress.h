@@ -29,7 +29,8 @@ public:
     virtual void progressSlot3() = 0;
     // The next step starts.
     virtual void beginStep() = 0;
-    // Moves the bar. With show true the surface is readable for the length of the call and the host may repaint from it.
+    // Moves the bar. With show true the surface is readable for the length of the call and the host may repaint from
+    // it.
     virtual void advance(unsigned int units, bool show) = 0;
     // Gives a deferred step its size.
     virtual void setStepSize(int step, unsigned int size) = 0;

@@ -22,4 +22,14 @@ KIV_API int kivLoadString(unsigned int id, wchar_t* out, int size);
 // Text number id, or the empty string.
 KIV_API std::wstring kivText(unsigned int id);
 
+// Loads the language of that code ("en") from the folder lang beside the library, where its module stands as
+// selvarin-<code>. False as for kivLoadLangResourceDLL, and for a code that is no plain name.
+KIV_API bool kivLoadLanguage(const std::wstring& code);
+
+// What a language module exports, under the plain name "KivLanguageText": text number id in UTF-8, valid as long as the
+// module is loaded, or null if it has none.
+extern "C" {
+using KivLanguageTextFunction = const char*(unsigned int id);
+}
+
 #endif

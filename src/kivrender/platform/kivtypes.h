@@ -27,6 +27,16 @@ struct tagRECT {
 };
 using RECT = tagRECT;
 
+// Names an image encoder.
+struct GUID {
+    std::uint32_t Data1 = 0;
+    std::uint16_t Data2 = 0;
+    std::uint16_t Data3 = 0;
+    std::uint8_t Data4[8] = {};
+
+    friend bool operator==(const GUID&, const GUID&) = default;
+};
+
 // Opaque handles. What stands behind each is known to platform/ alone.
 struct KivBitmapObject;        // pixels in memory: 32 bits each, B G R X in memory order, bottom row first
 struct KivDeviceContextObject; // a place to draw into, with one bitmap selected

@@ -1,0 +1,26 @@
+// The folders that the system keeps for a user, and files at the operating system's edge. Paths have no closing
+// separator; an empty one means that the folder is not known, as without a home.
+#ifndef KIVRENDER_PLATFORM_KIVFOLDERS_H
+#define KIVRENDER_PLATFORM_KIVFOLDERS_H
+
+#include "kivrender/platform/kivexport.h"
+
+#include <cstdio>
+#include <string>
+
+// $XDG_DATA_HOME, or ~/.local/share.
+KIV_API std::wstring kivDataFolder();
+// $XDG_CONFIG_HOME, or ~/.config.
+KIV_API std::wstring kivConfigFolder();
+// The first of $XDG_CONFIG_DIRS, or /etc/xdg.
+KIV_API std::wstring kivMachineConfigFolder();
+// The user's documents as user-dirs.dirs in kivConfigFolder names them, or the home folder.
+KIV_API std::wstring kivDocumentsFolder();
+
+// Makes a folder and what is missing above it. True if it is there afterwards.
+KIV_API bool kivMakeFolders(const std::wstring& path);
+
+// fopen with a wide path.
+KIV_API std::FILE* kivOpenFile(const std::wstring& path, const char* mode);
+
+#endif

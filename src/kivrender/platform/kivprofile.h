@@ -10,6 +10,7 @@
 
 #include "kivrender/platform/kivexport.h"
 
+#include <cstddef>
 #include <functional>
 #include <optional>
 #include <string>
@@ -45,23 +46,15 @@ public:
     static std::optional<KivProfile> load(const std::wstring& path);
     // Reads the file (a missing one counts as empty), lets the function change it and replaces the file as a whole:
     // others see the old or the new one, never half of one, and two programs that change a file at the same time both
-    // get their change in. A link is followed, and the file's permissions stay. False if the function says so, and on
-    // any failure; then the file is as it was.
+    // get their change in. The function must not change another file of the same folder. A link is followed, and the
+    // file's permissions stay. False if the function says so, and on any failure; then the file is as it was.
     static bool change(const std::wstring& path, const std::function<bool(KivProfile&)>& edit);
 
     // No settings file is this large: beyond it something else was named by mistake.
-    static constexpr std::size_t maxFileSize = std::size_t{64} << 20;
+    static constexpr std::size_t maxFileSize = std::size_t{16} << 20;
 
 private:
-    struct Range {
-        std::size_t begin = 0;
-        std::size_t end = 0;
-    };
-
-    std::optional<Range> findSection(std::wstring_view section) const;
-    std::optional<std::size_t> findKey(const Range& range, std::wstring_view key) const;
-
-    std::vector<std::wstring> lines; // each with its own ending
+    std::wstring text; // as it was read, every line with its own ending
     bool utf16 = false;
     bool utf8Mark = false;
 };

@@ -7,6 +7,8 @@
 #include "kivrender/platform/kivexport.h"
 #include "kivrender/platform/kivtypes.h"
 
+#include <cstdint>
+
 class KIV_API KivConfigFile {
 public:
     // Copies the path, cut to what the field holds. The file need not exist.
@@ -19,10 +21,10 @@ public:
     bool read(const wchar_t* section, const wchar_t* key, wchar_t* out, const wchar_t* defaultValue) const;
 
     // Decimal.
-    bool write(const wchar_t* section, const wchar_t* key, unsigned long value);
-    // Always true; a text that is no number gives 0. Read as a signed number of 32 bits: a value above 2147483647 does
-    // not survive.
-    bool read(const wchar_t* section, const wchar_t* key, unsigned long& out, unsigned long defaultValue) const;
+    bool write(const wchar_t* section, const wchar_t* key, std::uint32_t value);
+    // True unless the key is there with an empty value; a text that is no number gives 0. Read as a signed number of 32
+    // bits: a value above 2147483647 does not survive.
+    bool read(const wchar_t* section, const wchar_t* key, std::uint32_t& out, std::uint32_t defaultValue) const;
 
     // 0 or 1.
     bool write(const wchar_t* section, const wchar_t* key, bool value);

@@ -97,6 +97,8 @@ public:
     bool setSaving();
 
     int getNumProperties() const;
+    // The tag of the cell that the next load operation reads; Void when there is nothing to read.
+    KivProperty::propertyType getNextType() const;
 
     // The mark that the document needs writing: set by the dialogs, read and reset by the host.
     bool isChanged() const;

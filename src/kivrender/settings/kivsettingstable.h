@@ -84,8 +84,9 @@ public:
     // Does nothing.
     void reservedSlot() override;
     void saveSettings() override;
-    // False without a stream, and when the stream ends before the last setting; then that one and those behind it keep
-    // their values.
+    // False without a stream, and at the first cell that is not of its setting's type, as when the stream was written
+    // by an older plug-in with fewer settings: that setting and those behind it keep their values, and the cell stays
+    // unread.
     bool loadSettings() override;
 
     int getNumSettings() const;

@@ -1,0 +1,3 @@
+#include "kivrender/platform/kivwindow.h"
+
+KivWindow::~KivWindow() = default;

@@ -1,0 +1,3 @@
+#include "kivrender/settings/kivcommondatamanager.h"
+
+KivCommonDataManager::~KivCommonDataManager() = default;

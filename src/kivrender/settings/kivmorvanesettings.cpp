@@ -1,0 +1,3 @@
+#include "kivrender/settings/kivmorvanesettings.h"
+
+KivMorvaneSettings::~KivMorvaneSettings() = default;

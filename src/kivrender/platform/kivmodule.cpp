@@ -74,6 +74,18 @@ std::vector<std::wstring> kivListModules(const std::wstring& folder) {
     return names;
 }
 
+HINSTANCE kivModuleOf(const void* address) {
+    Dl_info info{};
+    if (dladdr(address, &info) == 0 || info.dli_fname == nullptr) {
+        return nullptr;
+    }
+    void* handle = dlopen(info.dli_fname, RTLD_NOW | RTLD_NOLOAD);
+    if (handle != nullptr) {
+        dlclose(handle); // asked for the handle only: the load that brought the module in keeps it
+    }
+    return reinterpret_cast<HINSTANCE>(handle);
+}
+
 std::wstring kivLibraryFolder() {
     Dl_info info{};
     if (dladdr(reinterpret_cast<const void*>(&kivLibraryFolder), &info) == 0 || info.dli_fname == nullptr) {

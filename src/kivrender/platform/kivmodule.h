@@ -28,6 +28,13 @@ KIV_API KivModuleError kivLastModuleError();
 // and then by exact name, so that every system meets them in the same order. Empty for a folder that can't be read.
 KIV_API std::vector<std::wstring> kivListModules(const std::wstring& folder);
 
+// The loaded module that contains a function or object, as the handle that kivLoadModule gave for it: how a plug-in
+// finds its own. Null if there is none. Counts no load.
+KIV_API HINSTANCE kivModuleOf(const void* address);
+template <class Result, class... Arguments> HINSTANCE kivModuleOf(Result (*function)(Arguments...)) {
+    return kivModuleOf(reinterpret_cast<const void*>(function));
+}
+
 // The folder of the file that this library was loaded from, without a closing separator; empty if it is not known.
 KIV_API std::wstring kivLibraryFolder();
 

@@ -1,0 +1,44 @@
+// The base of all dialogs: logic over a window of the toolkit. The window is made from a dialog template of a resource
+// module and its controls are addressed by number; without a toolkit there is no window, and all else works.
+#ifndef KIVRENDER_DIALOGS_KIVDIALOG_H
+#define KIVRENDER_DIALOGS_KIVDIALOG_H
+
+#include "kivrender/platform/kivexport.h"
+#include "kivrender/platform/kivtypes.h"
+
+#include <memory>
+#include <string>
+
+class KIV_API KivDialog {
+public:
+    // The number of the template, the window that the dialog belongs to, which may be null, and the module that holds
+    // the template. Makes no window yet.
+    explicit KivDialog(unsigned int templateId, HWND parent = nullptr, HINSTANCE resources = nullptr);
+    KivDialog(const KivDialog&) = delete;
+    KivDialog& operator=(const KivDialog&) = delete;
+    virtual ~KivDialog();
+
+    // Makes the window, hidden; a former one is destroyed. Non-zero on success, 0 without a toolkit or a template.
+    virtual int Create(unsigned int templateId, HWND parent);
+    // Non-zero if there was a window.
+    virtual int DestroyWindow();
+
+    // Null while there is none. It stays the dialog's.
+    HWND getWindow() const;
+    unsigned int getTemplateId() const;
+    HWND getParent() const;
+    HINSTANCE getResources() const;
+
+    // Each does nothing without a window; the text is then empty.
+    void redraw();
+    std::wstring getControlText(int control) const;
+    void setControlText(int control, const std::wstring& text);
+
+private:
+    unsigned int templateId;
+    HWND parent;
+    HINSTANCE resources;
+    std::unique_ptr<KivWindow> window;
+};
+
+#endif

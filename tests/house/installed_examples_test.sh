@@ -1,0 +1,60 @@
+#!/usr/bin/env bash
+# Installs the package into an empty folder, builds the example host and the example plug-in against that installed
+# package alone, with CMake and with pkg-config, and renders with them.
+#
+# installed_examples_test.sh SOURCE_DIR BUILD_DIR SANITIZE
+set -euo pipefail
+source=$1 build=$2 sanitize=${3:-}
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+export XDG_CONFIG_HOME=$work/config XDG_DATA_HOME=$work/data LC_ALL=C.UTF-8
+
+fail() { echo "FAILED: $*" >&2; exit 1; }
+quietly() { "$@" >"$work/log" 2>&1 || { cat "$work/log" >&2; fail "$*"; }; }
+
+prefix=$work/prefix
+quietly cmake --install "$build" --prefix "$prefix"
+library=$(dirname "$(find "$prefix" -name 'libselvarin.so' | head -n 1)")
+[ -d "$library/shaders" ] || fail "no plug-ins beside the installed library"
+[ -f "$library/lang/selvarin-en.so" ] || fail "no language module beside the installed library"
+if grep -rlE "$source|$build" "$prefix" --include='*.cmake' --include='*.pc' --include='*.h'; then
+    fail "the installed package names the folders it was built in"
+fi
+
+flags=()
+[ -n "$sanitize" ] && flags=(-DCMAKE_CXX_FLAGS="-fsanitize=$sanitize")
+for example in minimal_host minimal_shader; do
+    cp -r "$source/examples/$example" "$work/$example"
+    quietly cmake -S "$work/$example" -B "$work/build-$example" -DCMAKE_BUILD_TYPE=Release -DCMAKE_PREFIX_PATH="$prefix" "${flags[@]}"
+    quietly cmake --build "$work/build-$example"
+done
+
+# The picture must be a PNG of the promised size with more in it than one flat colour, which compresses to far less.
+check_picture() {
+    [ "$(head -c 8 "$1" | od -An -tx1 | tr -d ' \n')" = 89504e470d0a1a0a ] || fail "$1 is no PNG"
+    [ "$(stat -c %s "$1")" -gt 4000 ] || fail "$1 is too small to hold a picture"
+}
+
+said=$("$work/build-minimal_host/minimal_host" "$work/cube.png")
+[ "$said" = "$work/cube.png: 640 x 480 pixels" ] || fail "the host said: $said"
+check_picture "$work/cube.png"
+
+# The plug-in is found once it lies in the installed shaders folder, and draws another picture.
+cp "$work/build-minimal_shader/posterised.so" "$library/shaders/"
+"$work/build-minimal_host/minimal_host" "$work/posterised.png" Posterised >/dev/null
+check_picture "$work/posterised.png"
+cmp -s "$work/cube.png" "$work/posterised.png" && fail "both shaders drew the same picture"
+"$prefix/bin/selvarin" shaders | grep -q Posterised || fail "the installed command line does not list the plug-in"
+
+# The same host by pkg-config.
+if command -v pkg-config >/dev/null; then
+    export PKG_CONFIG_PATH
+    PKG_CONFIG_PATH=$(dirname "$(find "$prefix" -name selvarin.pc)")
+    [ "$(pkg-config --define-variable=prefix="$prefix" --variable=shadersdir selvarin)" = "$library/shaders" ] || fail "shadersdir of pkg-config"
+    # shellcheck disable=SC2046
+    quietly c++ -std=c++20 ${sanitize:+-fsanitize=$sanitize} "$work/minimal_host/main.cpp" -o "$work/by_pkg_config" \
+        $(pkg-config --define-variable=prefix="$prefix" --cflags --libs selvarin)
+    "$work/by_pkg_config" "$work/again.png" >/dev/null
+    cmp -s "$work/cube.png" "$work/again.png" || fail "the host built by pkg-config drew another picture"
+fi
+echo "installed package: both examples build against it and render"

@@ -68,7 +68,10 @@ function(kiv_test name)
   add_executable(${name} ${ARG_SOURCES})
   set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
   target_link_libraries(${name} PRIVATE selvarin_test_support GTest::gmock GTest::gtest_main ${ARG_LIBRARIES})
-  set(environment "LC_ALL=C.UTF-8" "LSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/tests/lsan.supp:print_suppressions=0"
+  # A host makes its folders and keeps its preferences where these point to: never in the home of whoever runs the tests.
+  set(home ${CMAKE_BINARY_DIR}/tests/home)
+  set(environment "LC_ALL=C.UTF-8" "XDG_CONFIG_HOME=${home}/config" "XDG_DATA_HOME=${home}/data"
+    "XDG_CONFIG_DIRS=${home}/machine" "LSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/tests/lsan.supp:print_suppressions=0"
     "TSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/tests/tsan.supp" ${ARG_ENVIRONMENT})
   gtest_discover_tests(${name} DISCOVERY_TIMEOUT 120 PROPERTIES TIMEOUT ${ARG_TIMEOUT} LABELS "${ARG_LABELS}"
     ENVIRONMENT "${environment}")

@@ -1,0 +1,226 @@
+#include "kivrender/scene/kivscene.h"
+
+#include "kivrender/scene/kivcamera.h"
+#include "kivrender/scene/kivshared.h"
+#include "kivrender/scene/kivtriangleorder.h"
+
+#include <utility>
+
+KivScene::KivScene() = default;
+KivScene::KivScene(const KivScene& other) = default;
+KivScene& KivScene::operator=(const KivScene& other) = default;
+KivScene::~KivScene() = default;
+
+void KivScene::reserveMesh(unsigned int count) {
+    meshes.reserve(count);
+}
+
+void KivScene::reserveLights(unsigned int count) {
+    lights.reserve(count);
+}
+
+void KivScene::reserveLines(unsigned int count) {
+    lines.reserve(count);
+}
+
+void KivScene::reservePointCloud(unsigned int count) {
+    pointCloud.reserve(count);
+}
+
+void KivScene::reservePolylines(unsigned int count) {
+    polylines.reserve(count);
+}
+
+void KivScene::addMesh(KivMesh* mesh) {
+    meshes.push_back(KivShared<KivMesh>::keep(mesh));
+    if (mesh != nullptr) {
+        totalTriangles += mesh->getNumTriangles();
+    }
+}
+
+void KivScene::addNumtriangles(unsigned int count) {
+    totalTriangles += count;
+}
+
+void KivScene::removeMesh(unsigned int index) {
+    if (index >= meshes.size()) {
+        return;
+    }
+    if (const KivMesh* mesh = meshes[index]->get()) {
+        totalTriangles -= mesh->getNumTriangles();
+    }
+    KivShared<KivMesh>::giveBack(std::move(meshes[index]));
+    meshes.erase(meshes.begin() + index);
+}
+
+void KivScene::addLight(KivLight& light) {
+    lights.push_back(light);
+}
+
+void KivScene::addLine(KivLine& line) {
+    lines.push_back(line);
+}
+
+void KivScene::addPoint(Kiv3DPoint& point) {
+    pointCloud.push_back(point);
+}
+
+void KivScene::addPolyline(KivPolyline* polyline) {
+    polylines.push_back(KivShared<KivPolyline>::keep(polyline));
+}
+
+unsigned int KivScene::numMeshes() const {
+    return static_cast<unsigned int>(meshes.size());
+}
+
+unsigned int KivScene::numLights() const {
+    return static_cast<unsigned int>(lights.size());
+}
+
+unsigned int KivScene::numLines() const {
+    return static_cast<unsigned int>(lines.size());
+}
+
+unsigned int KivScene::numPoints() const {
+    return static_cast<unsigned int>(pointCloud.size());
+}
+
+unsigned int KivScene::numPolyline() const {
+    return static_cast<unsigned int>(polylines.size());
+}
+
+KivMesh KivScene::getMeshCopy(unsigned int index) const {
+    return *meshes[index]->get();
+}
+
+KivLight KivScene::getLightCopy(unsigned int index) const {
+    return lights[index];
+}
+
+KivLine KivScene::getLineCopy(unsigned int index) const {
+    return lines[index];
+}
+
+Kiv3DPoint KivScene::getPointCopy(unsigned int index) const {
+    return pointCloud[index];
+}
+
+KivPolyline KivScene::getPolylineCopy(unsigned int index) const {
+    return *polylines[index]->get();
+}
+
+KivMesh* KivScene::getMesh(unsigned int index) const {
+    return index < meshes.size() ? meshes[index]->get() : nullptr;
+}
+
+KivLight* KivScene::getLight(unsigned int index) const {
+    return index < lights.size() ? &lights[index] : nullptr;
+}
+
+KivLine* KivScene::getLine(unsigned int index) const {
+    return index < lines.size() ? &lines[index] : nullptr;
+}
+
+Kiv3DPoint* KivScene::getPoint(unsigned int index) const {
+    return index < pointCloud.size() ? &pointCloud[index] : nullptr;
+}
+
+KivPolyline* KivScene::getPolyline(unsigned int index) const {
+    return index < polylines.size() ? polylines[index]->get() : nullptr;
+}
+
+unsigned int KivScene::numTriangles() const {
+    return static_cast<unsigned int>(orderedTriangles.size());
+}
+
+void KivScene::getOrderedTriangle(unsigned int index, KivMesh** mesh, Kiv3DPoint* points, Kiv3DVector* normals) const {
+    getOrderedTriangle(index, mesh, nullptr, points, normals);
+}
+
+void KivScene::getOrderedTriangle(unsigned int index, KivMesh** mesh, int* meshIndex, Kiv3DPoint* points,
+                                  Kiv3DVector* normals) const {
+    const meshTriangle& record = orderedTriangles[index];
+    *mesh = meshes[static_cast<std::size_t>(record.mesh)]->get();
+    (*mesh)->getTriangle(points, normals, static_cast<unsigned int>(record.triangle));
+    if (meshIndex != nullptr) {
+        *meshIndex = record.mesh;
+    }
+}
+
+void KivScene::empty() {
+    meshes.clear();
+    lights.clear();
+    lines.clear();
+    pointCloud.clear();
+    polylines.clear();
+    orderedTriangles.clear();
+    totalTriangles = 0;
+}
+
+void KivScene::orderTrianglesTransparent(const KivCamera& camera) {
+    orderTriangles(camera, true);
+}
+
+void KivScene::orderTrianglesVectorial(const KivCamera& camera) {
+    orderTriangles(camera, false);
+}
+
+void KivScene::orderTriangles(const KivCamera& camera, bool transparentOnly) {
+    const Kiv3DPoint eye = camera.getLocation();
+    // Each distance is computed once, however often the triangle is compared.
+    const auto entryOf = [&](const KivMesh& mesh, meshTriangle record) {
+        const Kiv3DPoint middle = mesh.getTriangleBaricentre(static_cast<unsigned int>(record.triangle));
+        return KivTriangleOrder::Entry{middle.squaredDistanceTo(eye), record};
+    };
+
+    std::vector<KivTriangleOrder::Entry> list;
+    list.reserve(orderedTriangles.size());
+    for (const meshTriangle& record : orderedTriangles) {
+        list.push_back(entryOf(*getMesh(static_cast<unsigned int>(record.mesh)), record));
+    }
+    std::vector<KivTriangleOrder::Entry> added;
+    added.reserve(totalTriangles);
+    for (unsigned int i = 0; i < numMeshes(); ++i) {
+        const KivMesh* mesh = getMesh(i);
+        if (mesh == nullptr || (transparentOnly && !(mesh->getMaterial()->getTransparency() < 1.0))) {
+            continue;
+        }
+        const unsigned int count = mesh->getNumTriangles();
+        for (unsigned int t = 0; t < count; ++t) {
+            added.push_back(entryOf(*mesh, {static_cast<int>(i), static_cast<int>(t)}));
+        }
+    }
+    if (added.empty()) {
+        return;
+    }
+    KivTriangleOrder::insertAll(list, std::move(added));
+    orderedTriangles.clear();
+    orderedTriangles.reserve(list.size());
+    for (const KivTriangleOrder::Entry& entry : list) {
+        orderedTriangles.push_back(entry.triangle);
+    }
+}
+
+void KivScene::addSettingsToAllMeshes(const wchar_t* shaderName, bool combinable, const KivPageSettings* settings) {
+    for (const auto& reference : meshes) {
+        KivMesh* mesh = reference->get();
+        if (mesh == nullptr) {
+            continue;
+        }
+        if (combinable) {
+            mesh->addCombinableShader(shaderName);
+        } else {
+            mesh->setNonCombinableShader(shaderName);
+        }
+        // The page is the giver's: meshes that go without deleteSettingsToAllMeshes must not delete it.
+        mesh->lendPageSettings(settings);
+    }
+}
+
+void KivScene::deleteSettingsToAllMeshes() {
+    for (const auto& reference : meshes) {
+        if (KivMesh* mesh = reference->get()) {
+            mesh->deleteSettings();
+        }
+    }
+}

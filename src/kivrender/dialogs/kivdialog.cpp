@@ -1,0 +1,55 @@
+#include "kivrender/dialogs/kivdialog.h"
+
+#include "kivrender/platform/kivtoolkit.h"
+#include "kivrender/platform/kivwindow.h"
+
+KivDialog::KivDialog(unsigned int id, HWND owner, HINSTANCE module)
+    : templateId(id), parent(owner), resources(module) {}
+
+KivDialog::~KivDialog() = default;
+
+int KivDialog::Create(unsigned int id, HWND owner) {
+    templateId = id;
+    parent = owner;
+    window.reset(); // two windows of one dialog must not stand side by side, even for a moment
+    window = KivToolkit::get().createWindow(resources, templateId, parent);
+    return window != nullptr ? 1 : 0;
+}
+
+int KivDialog::DestroyWindow() {
+    const bool existed = window != nullptr;
+    window.reset();
+    return existed ? 1 : 0;
+}
+
+HWND KivDialog::getWindow() const {
+    return window.get();
+}
+
+unsigned int KivDialog::getTemplateId() const {
+    return templateId;
+}
+
+HWND KivDialog::getParent() const {
+    return parent;
+}
+
+HINSTANCE KivDialog::getResources() const {
+    return resources;
+}
+
+void KivDialog::redraw() {
+    if (window != nullptr) {
+        window->redraw();
+    }
+}
+
+std::wstring KivDialog::getControlText(int control) const {
+    return window != nullptr ? window->getText(control) : std::wstring();
+}
+
+void KivDialog::setControlText(int control, const std::wstring& text) {
+    if (window != nullptr) {
+        window->setText(control, text);
+    }
+}

@@ -1,0 +1,48 @@
+#include "kivrender/dialogs/kivpagedlg.h"
+
+#include "kivrender/settings/kivpagesettings.h"
+
+KivPageDlg::KivPageDlg(unsigned int id, HWND owner, HINSTANCE module) : KivDialog(id, owner, module) {}
+
+KivPageDlg::~KivPageDlg() = default;
+
+int KivPageDlg::Create(unsigned int templateId, HWND parent) {
+    return KivDialog::Create(templateId, parent);
+}
+
+int KivPageDlg::DestroyWindow() {
+    return KivDialog::DestroyWindow();
+}
+
+void KivPageDlg::setPropertiesDlg(KivPropertiesDlg* dlg) {
+    propertiesDlg = dlg;
+}
+
+KivPropertiesDlg* KivPageDlg::getPropertiesDlg() const {
+    return propertiesDlg;
+}
+
+KivPageSettings* KivPageDlg::getSettings() {
+    saveControls();
+    return settings;
+}
+
+void KivPageDlg::loadData(KivDataManager* manager) {
+    if (settings != nullptr) {
+        settings->setDataManager(manager);
+        settings->loadData();
+    }
+    loadControls();
+}
+
+void KivPageDlg::saveData(KivDataManager* manager) {
+    saveControls();
+    if (settings != nullptr) {
+        settings->setDataManager(manager);
+        settings->saveData();
+    }
+}
+
+HINSTANCE KivPageDlg::getModuleState() const {
+    return getResources();
+}

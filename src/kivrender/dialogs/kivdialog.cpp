@@ -3,16 +3,16 @@
 #include "kivrender/platform/kivtoolkit.h"
 #include "kivrender/platform/kivwindow.h"
 
-KivDialog::KivDialog(unsigned int id, HWND owner, HINSTANCE module)
-    : templateId(id), parent(owner), resources(module) {}
+KivDialog::KivDialog(unsigned int templateId, HWND parent, HINSTANCE resources)
+    : currentTemplate(templateId), owner(parent), module(resources) {}
 
 KivDialog::~KivDialog() = default;
 
-int KivDialog::Create(unsigned int id, HWND owner) {
-    templateId = id;
-    parent = owner;
+int KivDialog::Create(unsigned int templateId, HWND parent) {
+    currentTemplate = templateId;
+    owner = parent;
     window.reset(); // two windows of one dialog must not stand side by side, even for a moment
-    window = KivToolkit::get().createWindow(resources, templateId, parent);
+    window = KivToolkit::get().createWindow(module, currentTemplate, owner);
     return window != nullptr ? 1 : 0;
 }
 
@@ -27,15 +27,15 @@ HWND KivDialog::getWindow() const {
 }
 
 unsigned int KivDialog::getTemplateId() const {
-    return templateId;
+    return currentTemplate;
 }
 
 HWND KivDialog::getParent() const {
-    return parent;
+    return owner;
 }
 
 HINSTANCE KivDialog::getResources() const {
-    return resources;
+    return module;
 }
 
 void KivDialog::redraw() {

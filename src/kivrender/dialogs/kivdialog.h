@@ -35,9 +35,9 @@ public:
     void setControlText(int control, const std::wstring& text);
 
 private:
-    unsigned int templateId;
-    HWND parent;
-    HINSTANCE resources;
+    unsigned int currentTemplate;
+    HWND owner;
+    HINSTANCE module;
     std::unique_ptr<KivWindow> window;
 };
 

@@ -2,7 +2,8 @@
 
 #include "kivrender/settings/kivpagesettings.h"
 
-KivPageDlg::KivPageDlg(unsigned int id, HWND owner, HINSTANCE module) : KivDialog(id, owner, module) {}
+KivPageDlg::KivPageDlg(unsigned int templateId, HWND parent, HINSTANCE resources)
+    : KivDialog(templateId, parent, resources) {}
 
 KivPageDlg::~KivPageDlg() = default;
 

@@ -9,7 +9,8 @@ set(number 0)
 string(ASCII 9 tab)
 
 function(fault line message)
-  message(FATAL_ERROR "${TEXTS}:${line}: ${message}")
+  # The blank in front keeps CMake from breaking the line.
+  message(FATAL_ERROR " ${TEXTS}:${line}: ${message}")
 endfunction()
 
 while(NOT rest STREQUAL "")

@@ -2,11 +2,11 @@
 
 #include "kivrender/host/kivlanguage.h"
 #include "kivrender/platform/kivfolders.h"
+#include "kivrender/platform/kivsystemerror.h"
 #include "kivrender/platform/kivtext.h"
 #include "kivrender/platform/kivtoolkit.h"
 
 #include <string>
-#include <system_error>
 
 namespace {
 
@@ -83,7 +83,7 @@ int KivHostApplicationServices::morvaneErrorMessage(unsigned long code, const wc
     if (code == 0) {
         return 1;
     }
-    std::wstring shown = kivFromUtf8(std::generic_category().message(static_cast<int>(code)));
+    std::wstring shown = kivSystemErrorText(code);
     if (text != nullptr) {
         shown += L"\n\n";
         shown += text;

@@ -32,7 +32,7 @@ void fillBox(KivMesh* mesh) {
                             Kiv3DVector(face.normal[0], face.normal[1], face.normal[2]));
         }
     }
-    for (int i = 0; i < 24; i += 4) {
+    for (unsigned int i = 0; i < 24; i += 4) {
         mesh->addQuad(i, i + 1, i + 2, i + 3);
     }
 }
@@ -59,7 +59,7 @@ void KivHostApplicationServices::fillMesh(KivMesh* mesh) {
         for (int j = 0; j < steps; ++j) {
             const double p1 = pi / 2 - j * pi / steps;
             const double p2 = pi / 2 - (j + 1) * pi / steps;
-            const int first = (i * steps + j) * 4;
+            const auto first = static_cast<unsigned int>((i * steps + j) * 4);
             addSphereVertex(mesh, a1, p1);
             addSphereVertex(mesh, a2, p1);
             addSphereVertex(mesh, a2, p2);

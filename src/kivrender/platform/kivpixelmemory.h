@@ -26,6 +26,8 @@ KIV_API HANDLE kivCreateTemporaryFile(const std::wstring& folder, const std::wst
 // caller owns the file.
 KIV_API std::wstring kivCreateTemporaryName(const std::wstring& folder, const std::wstring& prefix);
 
+KIV_API bool kivRemoveFile(const std::wstring& path);
+
 // The folder for temporary files: $TMPDIR, or /tmp if that is not set or empty. Without a closing separator.
 KIV_API std::wstring kivTemporaryFolder();
 

@@ -69,6 +69,7 @@ private:
     friend struct KivTestAccess;
 
     void release();
+    void releaseMemory();
     void share(const KivBitmapManager& other);
     bool reportBitmapError(unsigned long code);
 

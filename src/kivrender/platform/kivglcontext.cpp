@@ -1,0 +1,265 @@
+#include "kivrender/platform/kivglcontext.h"
+
+#include "kivrender/platform/kivglobjects.h"
+#include "kivrender/platform/kivglwarmup.h"
+#include "kivrender/platform/kivsystemerror.h"
+#include "kivrender/platform/kivtext.h"
+
+#include <GL/gl.h>
+
+#include <algorithm>
+#include <array>
+#include <mutex>
+#include <utility>
+
+namespace {
+
+// What this thread has taken. Plain data, since surfaces that are globals of the host are released after the objects of
+// the thread; a handle and not a pointer, as another thread may end the context.
+struct ThreadState {
+    HGLRC taken;
+    KivEglBinding callers;
+};
+thread_local ThreadState thread{};
+
+thread_local std::array<char, 512> failureText{};
+
+std::mutex warmMutex;
+std::shared_ptr<KivGlContextObject>& warmContext() {
+    static auto* const context = new std::shared_ptr<KivGlContextObject>;
+    return *context;
+}
+
+bool makeEglCurrent(const KivGlContextObject& object) {
+    return eglMakeCurrent(object.display, EGL_NO_SURFACE, EGL_NO_SURFACE, object.context) != EGL_FALSE;
+}
+
+// The picture of the context that this thread has taken goes into its bitmap. What is current to EGL afterwards is
+// ours or, if a foreign context was made current behind our back and ours can't be had again, that one.
+bool finishTaken(KivGlContextObject& object) {
+    if (eglGetCurrentContext() != object.context && !makeEglCurrent(object)) {
+        return kivFailGl(kivEglErrorText("eglMakeCurrent"));
+    }
+    object.framebuffer.read(object.bitmap->memory->data());
+    return true;
+}
+
+bool releaseTaken() {
+    if (thread.taken == nullptr) {
+        return true;
+    }
+    const auto object = kivGlContextTable().find(thread.taken);
+    const bool isFinished = object == nullptr || finishTaken(*object);
+    // A context that another thread has ended is still current here; its display is that of the driver.
+    std::string ignored;
+    thread.callers.restore(object != nullptr ? object->display : kivEglDisplay(&ignored));
+    thread = {};
+    return isFinished;
+}
+
+bool failTaking(const std::string& text) {
+    releaseTaken();
+    return kivFailGl(text);
+}
+
+// With ours current to EGL.
+void takeOverBitmap(KivGlContextObject& object, std::shared_ptr<KivBitmapObject> bitmap) {
+    object.bitmap = std::move(bitmap);
+    if (object.isBehindBitmap) {
+        object.framebuffer.write(object.bitmap->memory->data());
+        object.isBehindBitmap = false;
+    }
+}
+
+} // namespace
+
+KivGlContextTable& kivGlContextTable() {
+    static KivGlContextTable* const table = new KivGlContextTable;
+    return *table;
+}
+
+KivGlContextObject::~KivGlContextObject() {
+    if (context != EGL_NO_CONTEXT) {
+        eglDestroyContext(display, context);
+    }
+}
+
+std::shared_ptr<KivGlContextObject> KivGlContextObject::make(std::string* failure) {
+    auto object = std::make_shared<KivGlContextObject>();
+    object->display = kivEglDisplay(failure);
+    if (object->display == EGL_NO_DISPLAY) {
+        return nullptr;
+    }
+    object->context = kivEglCreateContext(object->display, failure);
+    return object->context != EGL_NO_CONTEXT ? object : nullptr;
+}
+
+bool KivGlContextObject::fit(tagSIZE size, std::string* failure) {
+    if (framebuffer.size() == size) {
+        return true;
+    }
+    const KivEglRestore restore(display);
+    if (!makeEglCurrent(*this)) {
+        *failure = kivEglErrorText("eglMakeCurrent");
+        return false;
+    }
+    framebuffer.destroy();
+    return framebuffer.create(size, failure);
+}
+
+std::shared_ptr<KivGlContextObject> kivTakeGlContext(tagSIZE size, std::string* failure) {
+    std::shared_ptr<KivGlContextObject> object;
+    {
+        const std::lock_guard<std::mutex> guard(warmMutex);
+        object.swap(warmContext());
+    }
+    // Warmed up long ago: the display may have been terminated since by a caller who shares it, and the context with
+    // it. Then a new one serves.
+    if (object != nullptr && kivEglDisplay(failure) != EGL_NO_DISPLAY) {
+        const KivEglRestore restore(object->display);
+        if (!makeEglCurrent(*object)) {
+            object = nullptr;
+        }
+    }
+    if (object == nullptr) {
+        object = KivGlContextObject::make(failure);
+    }
+    return object != nullptr && object->fit(size, failure) ? object : nullptr;
+}
+
+void kivBeforeBitmapChange(KivGlContextObject& context) {
+    if (thread.taken != nullptr && kivGlContextTable().find(thread.taken).get() == &context) {
+        finishTaken(context);
+    }
+}
+
+void kivAfterBitmapChange(KivGlContextObject& context) {
+    context.isBehindBitmap = true;
+    if (thread.taken != nullptr && kivGlContextTable().find(thread.taken).get() == &context) {
+        takeOverBitmap(context, context.bitmap);
+    }
+}
+
+void kivClearGlFailure() {
+    failureText.front() = '\0';
+}
+
+bool kivFailGl(const std::string& text) {
+    failureText.fill('\0');
+    std::copy_n(text.begin(), std::min(text.size(), failureText.size() - 1), failureText.begin());
+    kivSetLastError(kivErrorInvalidPixelFormat);
+    return false;
+}
+
+std::wstring kivGlFailure() {
+    return kivFromUtf8(failureText.data());
+}
+
+HGLRC kivCreateGlContext(HDC dc) {
+    const auto object = kivDeviceContextTable().find(dc);
+    const auto bitmap = object != nullptr ? kivBitmapTable().find(object->selected) : nullptr;
+    if (bitmap == nullptr || object->pixelFormat == 0) {
+        kivFailGl("The device context has no pixel format.");
+        return nullptr;
+    }
+    std::shared_ptr<KivGlContextObject> context = std::move(object->prepared);
+    object->prepared = nullptr;
+    if (context == nullptr) {
+        std::string failure;
+        context = kivTakeGlContext(bitmap->size, &failure);
+        if (context == nullptr) {
+            kivFailGl(failure);
+            return nullptr;
+        }
+    }
+    return kivGlContextTable().add(std::move(context));
+}
+
+bool kivMakeGlCurrent(HDC dc, HGLRC context) {
+    if (context == nullptr) {
+        return releaseTaken();
+    }
+    const auto object = kivGlContextTable().find(context);
+    const auto target = kivDeviceContextTable().find(dc);
+    auto bitmap = target != nullptr ? kivBitmapTable().find(target->selected) : nullptr;
+    if (object == nullptr || bitmap == nullptr) {
+        return failTaking("The OpenGL context or its device context is gone.");
+    }
+    if (object->framebuffer.size() != bitmap->size) {
+        return failTaking("The OpenGL context was made for a bitmap of another size.");
+    }
+    if (thread.taken == context && object->bitmap == bitmap && eglGetCurrentContext() == object->context) {
+        return true;
+    }
+    if (thread.taken == nullptr) {
+        thread.callers = KivEglBinding::current();
+    } else if (const auto former = kivGlContextTable().find(thread.taken); former != nullptr) {
+        finishTaken(*former); // what the caller had current before it stays to be given back
+    }
+    thread.taken = nullptr;
+    if (!makeEglCurrent(*object)) {
+        kivFailGl(kivEglErrorText("eglMakeCurrent"));
+        thread.callers.restore(object->display);
+        return false;
+    }
+    thread.taken = context;
+    target->drawing = object;
+    takeOverBitmap(*object, std::move(bitmap));
+    return true;
+}
+
+bool kivDeleteGlContext(HGLRC context) {
+    if (context != nullptr && thread.taken == context) {
+        releaseTaken();
+    }
+    return kivGlContextTable().release(context);
+}
+
+HGLRC kivCurrentGlContext() {
+    return thread.taken;
+}
+
+bool kivWarmUpGl(tagSIZE size) {
+    std::string failure;
+    const std::lock_guard<std::mutex> guard(warmMutex);
+    std::shared_ptr<KivGlContextObject>& object = warmContext();
+    if (object == nullptr) {
+        object = KivGlContextObject::make(&failure);
+    }
+    if (object == nullptr) {
+        return kivFailGl(failure);
+    }
+    if (size.cx > 0 && size.cy > 0 && !object->fit(size, &failure)) {
+        return kivFailGl(failure);
+    }
+    return true;
+}
+
+void kivCoolDownGl() {
+    const std::lock_guard<std::mutex> guard(warmMutex);
+    warmContext() = nullptr;
+}
+
+std::wstring kivGlDescription() {
+    std::string failure;
+    std::string text;
+    if (!kivWarmUpGl({})) {
+        return {};
+    }
+    const std::lock_guard<std::mutex> guard(warmMutex);
+    const std::shared_ptr<KivGlContextObject>& object = warmContext();
+    if (object == nullptr) {
+        return {}; // a render on another thread has just taken it
+    }
+    const KivEglRestore restore(object->display);
+    if (makeEglCurrent(*object)) {
+        const auto append = [&text](GLenum name) {
+            const auto* part = reinterpret_cast<const char*>(glGetString(name));
+            text += part != nullptr ? part : "";
+        };
+        append(GL_RENDERER);
+        text += ", OpenGL ";
+        append(GL_VERSION);
+    }
+    return kivFromUtf8(text);
+}

@@ -1,0 +1,35 @@
+// The framebuffer object that a context draws into in place of a window, and the way of its colour into a bitmap and
+// back. For the platform folder alone. All operations need the context current on the calling thread.
+#ifndef KIVRENDER_PLATFORM_KIVGLFRAMEBUFFER_H
+#define KIVRENDER_PLATFORM_KIVGLFRAMEBUFFER_H
+
+#include "kivrender/platform/kivtypes.h"
+
+#include <cstdint>
+#include <string>
+
+class KivGlFramebuffer {
+public:
+    // Makes colour, depth and stencil of that size and binds them. Black, depth and stencil 0 at first. False, with
+    // *failure telling why, if the driver can't: nothing is bound then.
+    bool create(tagSIZE newSize, std::string* failure);
+    // The names themselves; what is bound to them becomes unbound.
+    void destroy();
+
+    tagSIZE size() const { return extent; }
+    // Both leave all state of the context as it was. pixels holds size rows without padding, blue first, the bottom row
+    // first.
+    void read(std::uint8_t* pixels) const;
+    void write(const std::uint8_t* pixels) const;
+
+private:
+    bool createTargets();
+    bool checkLimits(std::string* failure) const;
+
+    tagSIZE extent{};
+    unsigned int framebuffer = 0;
+    unsigned int colour = 0; // a texture: only those let the caller choose the order of the bytes
+    unsigned int depthStencil = 0;
+};
+
+#endif

@@ -1,0 +1,59 @@
+// The objects behind HDC and HGLRC, for the platform folder alone.
+#ifndef KIVRENDER_PLATFORM_KIVGLOBJECTS_H
+#define KIVRENDER_PLATFORM_KIVGLOBJECTS_H
+
+#include "kivrender/platform/kivbitmapobject.h"
+#include "kivrender/platform/kivegl.h"
+#include "kivrender/platform/kivglframebuffer.h"
+#include "kivrender/platform/kivhandletable.h"
+#include "kivrender/platform/kivtypes.h"
+
+#include <atomic>
+#include <memory>
+#include <string>
+
+struct KivGlContextObject {
+    KivGlContextObject() = default;
+    KivGlContextObject(const KivGlContextObject&) = delete;
+    KivGlContextObject& operator=(const KivGlContextObject&) = delete;
+    // A context that another thread has current ends when that thread lets it go.
+    ~KivGlContextObject();
+
+    // Null on failure, with *failure telling why.
+    static std::shared_ptr<KivGlContextObject> make(std::string* failure);
+    // Gives the framebuffer that size, if it has another. What the thread had current stays so.
+    bool fit(tagSIZE size, std::string* failure);
+
+    EGLDisplay display = EGL_NO_DISPLAY;
+    EGLContext context = EGL_NO_CONTEXT;
+    KivGlFramebuffer framebuffer;
+    std::shared_ptr<KivBitmapObject> bitmap; // what it drew into last; null before its first use
+    bool isBehindBitmap = false;             // the bitmap was changed by a copy since
+};
+
+struct KivDeviceContextObject {
+    HBITMAP selected = nullptr;                        // null only for the screen
+    int pixelFormat = 0;                               // 0: not set yet
+    std::shared_ptr<KivGlContextObject> prepared;      // made with the pixel format, for the first context
+    std::weak_ptr<KivGlContextObject> drawing;         // the context that was last taken for this device context
+};
+
+using KivDeviceContextTable = KivHandleTable<KivDeviceContextObject, HDC>;
+using KivGlContextTable = KivHandleTable<KivGlContextObject, HGLRC>;
+
+KivDeviceContextTable& kivDeviceContextTable();
+KivGlContextTable& kivGlContextTable();
+
+// A context with a framebuffer of that size: the one that was warmed up, if there is one, or a new one.
+std::shared_ptr<KivGlContextObject> kivTakeGlContext(tagSIZE size, std::string* failure);
+
+// The context has to take over its bitmap, which has changed: at once if it is current on this thread, else when it is
+// taken next. The first operation makes the bitmap as new as the drawing, before the change.
+void kivBeforeBitmapChange(KivGlContextObject& context);
+void kivAfterBitmapChange(KivGlContextObject& context);
+
+// Keeps the line for kivGlFailure and sets the last error to kivErrorInvalidPixelFormat. Returns false.
+bool kivFailGl(const std::string& text);
+void kivClearGlFailure();
+
+#endif

@@ -11,7 +11,9 @@ struct KivBitmapObject {
     std::shared_ptr<KivPixelMemory> memory; // never null, at least height rows
     bool isSection = false;
 
-    std::size_t rowBytes() const { return static_cast<std::size_t>(size.cx) * 4U; }
+    std::size_t rowBytes() const {
+        return static_cast<std::size_t>(size.cx) * 4U;
+    }
 };
 
 using KivBitmapTable = KivHandleTable<KivBitmapObject, HBITMAP>;

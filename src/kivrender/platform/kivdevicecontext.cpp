@@ -101,8 +101,8 @@ bool kivCopyPixels(HDC target, HDC source, tagSIZE size) {
     }
     for (std::int32_t fromTop = 1; fromTop <= height; ++fromTop) {
         std::memmove(to->memory->data() + to->rowBytes() * static_cast<std::size_t>(to->size.cy - fromTop),
-            from->memory->data() + from->rowBytes() * static_cast<std::size_t>(from->size.cy - fromTop),
-            static_cast<std::size_t>(width) * 4U);
+                     from->memory->data() + from->rowBytes() * static_cast<std::size_t>(from->size.cy - fromTop),
+                     static_cast<std::size_t>(width) * 4U);
     }
     if (isDrawing) {
         kivAfterBitmapChange(*toContext);
@@ -133,13 +133,13 @@ bool kivDescribePixelFormat(HDC dc, int number, KivPixelFormat* format) {
 bool kivSetPixelFormat(HDC dc, int number) {
     const auto object = findOrFail(dc);
     if (object == nullptr) {
-        return kivFailGl("The device context is gone.");
+        return kivFailGl({KivGlFailure::wrongUse, 0, "a handle that is gone"});
     }
     const auto bitmap = kivBitmapTable().find(object->selected);
     if (number != 1 || bitmap == nullptr) {
-        return kivFailGl("OpenGL has no such pixel format here.");
+        return kivFailGl({KivGlFailure::wrongUse, 0, "no such pixel format"});
     }
-    std::string failure;
+    KivGlFailure failure;
     object->prepared = kivTakeGlContext(bitmap->size, &failure);
     if (object->prepared == nullptr) {
         return kivFailGl(failure);

@@ -58,7 +58,7 @@ bool isUsable(EGLDisplay display) {
     if (display == EGL_NO_DISPLAY || eglInitialize(display, nullptr, nullptr) == EGL_FALSE) {
         return false;
     }
-    std::string failure;
+    KivGlFailure failure;
     const EGLContext context = kivEglCreateContext(display, &failure);
     if (context == EGL_NO_CONTEXT) {
         return false;
@@ -110,7 +110,7 @@ void KivEglBinding::restore(EGLDisplay ownDisplay) const {
     eglBindAPI(api);
 }
 
-EGLDisplay kivEglDisplay(std::string* failure) {
+EGLDisplay kivEglDisplay(KivGlFailure* failure) {
     static std::mutex mutex;
     static EGLDisplay chosen = EGL_NO_DISPLAY;
     const std::lock_guard<std::mutex> guard(mutex);
@@ -118,20 +118,20 @@ EGLDisplay kivEglDisplay(std::string* failure) {
         chosen = chooseDisplay();
     }
     if (chosen == EGL_NO_DISPLAY) {
-        *failure = kivEglErrorText("eglGetPlatformDisplay");
+        *failure = kivEglFailure("eglGetPlatformDisplay");
         return EGL_NO_DISPLAY;
     }
     if (eglInitialize(chosen, nullptr, nullptr) == EGL_FALSE) {
-        *failure = kivEglErrorText("eglInitialize");
+        *failure = kivEglFailure("eglInitialize");
         return EGL_NO_DISPLAY;
     }
     return chosen;
 }
 
-EGLContext kivEglCreateContext(EGLDisplay display, std::string* failure) {
+EGLContext kivEglCreateContext(EGLDisplay display, KivGlFailure* failure) {
     const EGLenum before = eglQueryAPI();
     if (eglBindAPI(EGL_OPENGL_API) == EGL_FALSE) {
-        *failure = kivEglErrorText("eglBindAPI");
+        *failure = kivEglFailure("eglBindAPI");
         return EGL_NO_CONTEXT;
     }
     EGLConfig config = EGL_NO_CONFIG_KHR;
@@ -143,18 +143,18 @@ EGLContext kivEglCreateContext(EGLDisplay display, std::string* failure) {
     // No version is asked for: drivers answer with the newest one that has the fixed function.
     const EGLContext context = eglCreateContext(display, config, EGL_NO_CONTEXT, nullptr);
     if (context == EGL_NO_CONTEXT) {
-        *failure = kivEglErrorText("eglCreateContext");
+        *failure = kivEglFailure("eglCreateContext");
     }
     eglBindAPI(before);
     return context;
 }
 
-std::string kivEglErrorText(const char* call) {
+KivGlFailure kivEglFailure(const char* call) {
     constexpr std::string_view digits = "0123456789abcdef";
     const auto error = static_cast<std::uint32_t>(eglGetError());
     std::string text = std::string(call) + ": 0x";
     for (int shift = 12; shift >= 0; shift -= 4) {
         text += digits[(error >> static_cast<unsigned int>(shift)) & 15U];
     }
-    return text;
+    return {KivGlFailure::noDriver, 0, text};
 }

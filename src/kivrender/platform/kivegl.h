@@ -2,6 +2,8 @@
 #ifndef KIVRENDER_PLATFORM_KIVEGL_H
 #define KIVRENDER_PLATFORM_KIVEGL_H
 
+#include "kivrender/platform/kivglcontext.h"
+
 #include <EGL/egl.h>
 
 #include <string>
@@ -25,7 +27,9 @@ public:
     explicit KivEglRestore(EGLDisplay ownDisplay) : before(KivEglBinding::current()), display(ownDisplay) {}
     KivEglRestore(const KivEglRestore&) = delete;
     KivEglRestore& operator=(const KivEglRestore&) = delete;
-    ~KivEglRestore() { before.restore(display); }
+    ~KivEglRestore() {
+        before.restore(display);
+    }
 
 private:
     KivEglBinding before;
@@ -34,12 +38,12 @@ private:
 
 // The display of the driver in use: chosen at the first call, initialised again at each, as a caller who shares it may
 // have terminated it. EGL_NO_DISPLAY if there is none, with *failure telling why.
-EGLDisplay kivEglDisplay(std::string* failure);
+EGLDisplay kivEglDisplay(KivGlFailure* failure);
 
 // A new OpenGL context of the compatibility profile, without a surface. Null with *failure telling why.
-EGLContext kivEglCreateContext(EGLDisplay display, std::string* failure);
+EGLContext kivEglCreateContext(EGLDisplay display, KivGlFailure* failure);
 
-// "eglInitialize: 0x3001".
-std::string kivEglErrorText(const char* call);
+// No driver, because that call of EGL failed: the detail is "eglInitialize: 0x3001".
+KivGlFailure kivEglFailure(const char* call);
 
 #endif

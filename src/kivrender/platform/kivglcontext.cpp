@@ -22,7 +22,12 @@ struct ThreadState {
 };
 thread_local ThreadState thread{};
 
-thread_local std::array<char, 512> failureText{};
+struct PlainFailure {
+    KivGlFailure::Kind kind;
+    std::int32_t limit;
+    std::array<char, 128> detail;
+};
+thread_local PlainFailure lastFailure{};
 
 std::mutex warmMutex;
 std::shared_ptr<KivGlContextObject>& warmContext() {
@@ -38,7 +43,7 @@ bool makeEglCurrent(const KivGlContextObject& object) {
 // ours or, if a foreign context was made current behind our back and ours can't be had again, that one.
 bool finishTaken(KivGlContextObject& object) {
     if (eglGetCurrentContext() != object.context && !makeEglCurrent(object)) {
-        return kivFailGl(kivEglErrorText("eglMakeCurrent"));
+        return kivFailGl(kivEglFailure("eglMakeCurrent"));
     }
     object.framebuffer.read(object.bitmap->memory->data());
     return true;
@@ -51,15 +56,15 @@ bool releaseTaken() {
     const auto object = kivGlContextTable().find(thread.taken);
     const bool isFinished = object == nullptr || finishTaken(*object);
     // A context that another thread has ended is still current here; its display is that of the driver.
-    std::string ignored;
+    KivGlFailure ignored;
     thread.callers.restore(object != nullptr ? object->display : kivEglDisplay(&ignored));
     thread = {};
     return isFinished;
 }
 
-bool failTaking(const std::string& text) {
+bool failTaking(const char* detail) {
     releaseTaken();
-    return kivFailGl(text);
+    return kivFailGl({KivGlFailure::wrongUse, 0, detail});
 }
 
 // With ours current to EGL.
@@ -84,7 +89,7 @@ KivGlContextObject::~KivGlContextObject() {
     }
 }
 
-std::shared_ptr<KivGlContextObject> KivGlContextObject::make(std::string* failure) {
+std::shared_ptr<KivGlContextObject> KivGlContextObject::make(KivGlFailure* failure) {
     auto object = std::make_shared<KivGlContextObject>();
     object->display = kivEglDisplay(failure);
     if (object->display == EGL_NO_DISPLAY) {
@@ -94,20 +99,20 @@ std::shared_ptr<KivGlContextObject> KivGlContextObject::make(std::string* failur
     return object->context != EGL_NO_CONTEXT ? object : nullptr;
 }
 
-bool KivGlContextObject::fit(tagSIZE size, std::string* failure) {
+bool KivGlContextObject::fit(tagSIZE size, KivGlFailure* failure) {
     if (framebuffer.size() == size) {
         return true;
     }
     const KivEglRestore restore(display);
     if (!makeEglCurrent(*this)) {
-        *failure = kivEglErrorText("eglMakeCurrent");
+        *failure = kivEglFailure("eglMakeCurrent");
         return false;
     }
     framebuffer.destroy();
     return framebuffer.create(size, failure);
 }
 
-std::shared_ptr<KivGlContextObject> kivTakeGlContext(tagSIZE size, std::string* failure) {
+std::shared_ptr<KivGlContextObject> kivTakeGlContext(tagSIZE size, KivGlFailure* failure) {
     std::shared_ptr<KivGlContextObject> object;
     {
         const std::lock_guard<std::mutex> guard(warmMutex);
@@ -141,31 +146,32 @@ void kivAfterBitmapChange(KivGlContextObject& context) {
 }
 
 void kivClearGlFailure() {
-    failureText.front() = '\0';
+    lastFailure = {};
 }
 
-bool kivFailGl(const std::string& text) {
-    failureText.fill('\0');
-    std::copy_n(text.begin(), std::min(text.size(), failureText.size() - 1), failureText.begin());
+bool kivFailGl(const KivGlFailure& failure) {
+    lastFailure = {failure.kind, failure.limit, {}};
+    std::copy_n(failure.detail.begin(), std::min(failure.detail.size(), lastFailure.detail.size() - 1),
+                lastFailure.detail.begin());
     kivSetLastError(kivErrorInvalidPixelFormat);
     return false;
 }
 
-std::wstring kivGlFailure() {
-    return kivFromUtf8(failureText.data());
+KivGlFailure kivGlFailure() {
+    return {lastFailure.kind, lastFailure.limit, lastFailure.detail.data()};
 }
 
 HGLRC kivCreateGlContext(HDC dc) {
     const auto object = kivDeviceContextTable().find(dc);
     const auto bitmap = object != nullptr ? kivBitmapTable().find(object->selected) : nullptr;
     if (bitmap == nullptr || object->pixelFormat == 0) {
-        kivFailGl("The device context has no pixel format.");
+        kivFailGl({KivGlFailure::wrongUse, 0, "no pixel format"});
         return nullptr;
     }
     std::shared_ptr<KivGlContextObject> context = std::move(object->prepared);
     object->prepared = nullptr;
     if (context == nullptr) {
-        std::string failure;
+        KivGlFailure failure;
         context = kivTakeGlContext(bitmap->size, &failure);
         if (context == nullptr) {
             kivFailGl(failure);
@@ -183,10 +189,10 @@ bool kivMakeGlCurrent(HDC dc, HGLRC context) {
     const auto target = kivDeviceContextTable().find(dc);
     auto bitmap = target != nullptr ? kivBitmapTable().find(target->selected) : nullptr;
     if (object == nullptr || bitmap == nullptr) {
-        return failTaking("The OpenGL context or its device context is gone.");
+        return failTaking("a handle that is gone");
     }
     if (object->framebuffer.size() != bitmap->size) {
-        return failTaking("The OpenGL context was made for a bitmap of another size.");
+        return failTaking("a bitmap of another size");
     }
     if (thread.taken == context && object->bitmap == bitmap && eglGetCurrentContext() == object->context) {
         return true;
@@ -198,7 +204,7 @@ bool kivMakeGlCurrent(HDC dc, HGLRC context) {
     }
     thread.taken = nullptr;
     if (!makeEglCurrent(*object)) {
-        kivFailGl(kivEglErrorText("eglMakeCurrent"));
+        kivFailGl(kivEglFailure("eglMakeCurrent"));
         thread.callers.restore(object->display);
         return false;
     }
@@ -220,7 +226,7 @@ HGLRC kivCurrentGlContext() {
 }
 
 bool kivWarmUpGl(tagSIZE size) {
-    std::string failure;
+    KivGlFailure failure;
     const std::lock_guard<std::mutex> guard(warmMutex);
     std::shared_ptr<KivGlContextObject>& object = warmContext();
     if (object == nullptr) {
@@ -241,7 +247,7 @@ void kivCoolDownGl() {
 }
 
 std::wstring kivGlDescription() {
-    std::string failure;
+    KivGlFailure failure;
     std::string text;
     if (!kivWarmUpGl({})) {
         return {};

@@ -21,7 +21,21 @@
 #include "kivrender/platform/kivpixelformat.h"
 #include "kivrender/platform/kivtypes.h"
 
+#include <cstdint>
 #include <string>
+
+struct KivGlFailure {
+    enum Kind {
+        none,
+        noDriver, // EGL or its driver gives no context
+        tooLarge, // the bitmap is larger than limit in one direction
+        noMemory, // the driver can't make the framebuffer
+        wrongUse  // a handle that is gone, a context without a pixel format or for another size of bitmap
+    };
+    Kind kind = none;
+    std::int32_t limit = 0; // pixels, for tooLarge: the largest width and height
+    std::string detail;     // for reports of problems: the call that failed, not for translation
+};
 
 // --- device contexts
 
@@ -55,9 +69,9 @@ KIV_API bool kivDescribePixelFormat(HDC dc, int number, KivPixelFormat* format);
 // driver, a bitmap larger than the driver draws, no memory. False then, with the last error kivErrorInvalidPixelFormat
 // and the reason in kivGlFailure().
 KIV_API bool kivSetPixelFormat(HDC dc, int number);
-// One line, in English, about the last failure of this thread in this header; empty if there was none since the last
-// success of kivSetPixelFormat.
-KIV_API std::wstring kivGlFailure();
+// The last failure of this thread in this header; without a kind if there was none since the last success of
+// kivSetPixelFormat.
+KIV_API KivGlFailure kivGlFailure();
 
 // --- OpenGL contexts
 

@@ -15,12 +15,12 @@ namespace {
 // Shaders of the fixed function's age bind small texture names that they never asked for, so ours is not among them.
 constexpr GLuint colourName = 0x7F4B4956;
 
-constexpr std::array storeNames{GL_PACK_ALIGNMENT, GL_PACK_ROW_LENGTH, GL_PACK_SKIP_ROWS, GL_PACK_SKIP_PIXELS,
-    GL_PACK_SWAP_BYTES, GL_PACK_LSB_FIRST, GL_UNPACK_ALIGNMENT, GL_UNPACK_ROW_LENGTH, GL_UNPACK_SKIP_ROWS,
-    GL_UNPACK_SKIP_PIXELS, GL_UNPACK_SWAP_BYTES, GL_UNPACK_LSB_FIRST};
+constexpr std::array storeNames{GL_PACK_ALIGNMENT,   GL_PACK_ROW_LENGTH,    GL_PACK_SKIP_ROWS,    GL_PACK_SKIP_PIXELS,
+                                GL_PACK_SWAP_BYTES,  GL_PACK_LSB_FIRST,     GL_UNPACK_ALIGNMENT,  GL_UNPACK_ROW_LENGTH,
+                                GL_UNPACK_SKIP_ROWS, GL_UNPACK_SKIP_PIXELS, GL_UNPACK_SWAP_BYTES, GL_UNPACK_LSB_FIRST};
 constexpr std::array<GLint, storeNames.size()> plainStore{4, 0, 0, 0, 0, 0, 4, 0, 0, 0, 0, 0};
-constexpr std::array transferNames{GL_MAP_COLOR, GL_RED_SCALE, GL_GREEN_SCALE, GL_BLUE_SCALE, GL_ALPHA_SCALE,
-    GL_RED_BIAS, GL_GREEN_BIAS, GL_BLUE_BIAS, GL_ALPHA_BIAS};
+constexpr std::array transferNames{GL_MAP_COLOR, GL_RED_SCALE,  GL_GREEN_SCALE, GL_BLUE_SCALE, GL_ALPHA_SCALE,
+                                   GL_RED_BIAS,  GL_GREEN_BIAS, GL_BLUE_BIAS,   GL_ALPHA_BIAS};
 constexpr std::array<GLfloat, transferNames.size()> plainTransfer{0, 1, 1, 1, 1, 0, 0, 0, 0};
 
 // Sets all that a transfer of pixels depends on to plain copying, and puts it back at the end. By hand and not by
@@ -51,7 +51,7 @@ public:
 
 private:
     void apply(const std::array<GLint, storeNames.size()>& store,
-        const std::array<GLfloat, transferNames.size()>& transfer) const {
+               const std::array<GLfloat, transferNames.size()>& transfer) const {
         for (std::size_t i = 0; i < storeNames.size(); ++i) {
             if (storeBefore[i] != plainStore[i]) {
                 glPixelStorei(storeNames[i], store[i]);
@@ -78,9 +78,9 @@ GLint attachmentBits(GLenum attachment, GLenum name) {
 
 bool hasColourOf8Bits() {
     constexpr std::array names{GL_FRAMEBUFFER_ATTACHMENT_RED_SIZE, GL_FRAMEBUFFER_ATTACHMENT_GREEN_SIZE,
-        GL_FRAMEBUFFER_ATTACHMENT_BLUE_SIZE, GL_FRAMEBUFFER_ATTACHMENT_ALPHA_SIZE};
-    return std::all_of(
-        names.begin(), names.end(), [](GLenum name) { return attachmentBits(GL_COLOR_ATTACHMENT0, name) == 8; });
+                               GL_FRAMEBUFFER_ATTACHMENT_BLUE_SIZE, GL_FRAMEBUFFER_ATTACHMENT_ALPHA_SIZE};
+    return std::all_of(names.begin(), names.end(),
+                       [](GLenum name) { return attachmentBits(GL_COLOR_ATTACHMENT0, name) == 8; });
 }
 
 // The driver that draws in software hands out memory that is zero, and clearing it again would cost as much as all
@@ -92,7 +92,7 @@ bool isZeroedByDriver() {
 
 } // namespace
 
-bool KivGlFramebuffer::checkLimits(std::string* failure) const {
+bool KivGlFramebuffer::checkLimits(KivGlFailure* failure) const {
     GLint renderbuffer = 0;
     GLint texture = 0;
     std::array<GLint, 2> viewport{};
@@ -103,10 +103,7 @@ bool KivGlFramebuffer::checkLimits(std::string* failure) const {
     if (extent.cx <= limit && extent.cy <= limit) {
         return true;
     }
-    const std::string most = std::to_string(limit);
-    *failure = "A picture of " + std::to_string(extent.cx) + " x " + std::to_string(extent.cy) +
-               " pixels is to be drawn; OpenGL draws at most " + most + " x " + most +
-               " here. Choose a smaller size or less antialiasing.";
+    *failure = {KivGlFailure::tooLarge, limit, "GL_MAX_TEXTURE_SIZE"};
     return false;
 }
 
@@ -139,15 +136,14 @@ bool KivGlFramebuffer::createTargets() {
            attachmentBits(GL_STENCIL_ATTACHMENT, GL_FRAMEBUFFER_ATTACHMENT_STENCIL_SIZE) >= 8;
 }
 
-bool KivGlFramebuffer::create(tagSIZE newSize, std::string* failure) {
+bool KivGlFramebuffer::create(tagSIZE newSize, KivGlFailure* failure) {
     extent = newSize;
     if (!checkLimits(failure)) {
         extent = {};
         return false;
     }
     if (!createTargets()) {
-        *failure = "OpenGL can't make the memory for a picture of " + std::to_string(extent.cx) + " x " +
-                   std::to_string(extent.cy) + " pixels.";
+        *failure = {KivGlFailure::noMemory, 0, "glRenderbufferStorage"};
         destroy();
         while (glGetError() != GL_NO_ERROR) {
         }
@@ -199,7 +195,6 @@ void KivGlFramebuffer::write(const std::uint8_t* pixels) const {
     GLint bound = 0;
     glGetIntegerv(GL_TEXTURE_BINDING_2D, &bound);
     glBindTexture(GL_TEXTURE_2D, colour);
-    glTexSubImage2D(
-        GL_TEXTURE_2D, 0, 0, 0, extent.cx, extent.cy, GL_BGRA, GL_UNSIGNED_INT_8_8_8_8_REV, pixels);
+    glTexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, extent.cx, extent.cy, GL_BGRA, GL_UNSIGNED_INT_8_8_8_8_REV, pixels);
     glBindTexture(GL_TEXTURE_2D, static_cast<GLuint>(bound));
 }

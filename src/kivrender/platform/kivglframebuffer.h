@@ -3,20 +3,22 @@
 #ifndef KIVRENDER_PLATFORM_KIVGLFRAMEBUFFER_H
 #define KIVRENDER_PLATFORM_KIVGLFRAMEBUFFER_H
 
+#include "kivrender/platform/kivglcontext.h"
 #include "kivrender/platform/kivtypes.h"
 
 #include <cstdint>
-#include <string>
 
 class KivGlFramebuffer {
 public:
     // Makes colour, depth and stencil of that size and binds them. Black, depth and stencil 0 at first. False, with
     // *failure telling why, if the driver can't: nothing is bound then.
-    bool create(tagSIZE newSize, std::string* failure);
+    bool create(tagSIZE newSize, KivGlFailure* failure);
     // The names themselves; what is bound to them becomes unbound.
     void destroy();
 
-    tagSIZE size() const { return extent; }
+    tagSIZE size() const {
+        return extent;
+    }
     // Both leave all state of the context as it was. pixels holds size rows without padding, blue first, the bottom row
     // first.
     void read(std::uint8_t* pixels) const;
@@ -24,7 +26,7 @@ public:
 
 private:
     bool createTargets();
-    bool checkLimits(std::string* failure) const;
+    bool checkLimits(KivGlFailure* failure) const;
 
     tagSIZE extent{};
     unsigned int framebuffer = 0;

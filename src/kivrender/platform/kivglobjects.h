@@ -8,9 +8,7 @@
 #include "kivrender/platform/kivhandletable.h"
 #include "kivrender/platform/kivtypes.h"
 
-#include <atomic>
 #include <memory>
-#include <string>
 
 struct KivGlContextObject {
     KivGlContextObject() = default;
@@ -20,9 +18,9 @@ struct KivGlContextObject {
     ~KivGlContextObject();
 
     // Null on failure, with *failure telling why.
-    static std::shared_ptr<KivGlContextObject> make(std::string* failure);
+    static std::shared_ptr<KivGlContextObject> make(KivGlFailure* failure);
     // Gives the framebuffer that size, if it has another. What the thread had current stays so.
-    bool fit(tagSIZE size, std::string* failure);
+    bool fit(tagSIZE size, KivGlFailure* failure);
 
     EGLDisplay display = EGL_NO_DISPLAY;
     EGLContext context = EGL_NO_CONTEXT;
@@ -32,10 +30,10 @@ struct KivGlContextObject {
 };
 
 struct KivDeviceContextObject {
-    HBITMAP selected = nullptr;                        // null only for the screen
-    int pixelFormat = 0;                               // 0: not set yet
-    std::shared_ptr<KivGlContextObject> prepared;      // made with the pixel format, for the first context
-    std::weak_ptr<KivGlContextObject> drawing;         // the context that was last taken for this device context
+    HBITMAP selected = nullptr;                   // null only for the screen
+    int pixelFormat = 0;                          // 0: not set yet
+    std::shared_ptr<KivGlContextObject> prepared; // made with the pixel format, for the first context
+    std::weak_ptr<KivGlContextObject> drawing;    // the context that was last taken for this device context
 };
 
 using KivDeviceContextTable = KivHandleTable<KivDeviceContextObject, HDC>;
@@ -45,15 +43,15 @@ KivDeviceContextTable& kivDeviceContextTable();
 KivGlContextTable& kivGlContextTable();
 
 // A context with a framebuffer of that size: the one that was warmed up, if there is one, or a new one.
-std::shared_ptr<KivGlContextObject> kivTakeGlContext(tagSIZE size, std::string* failure);
+std::shared_ptr<KivGlContextObject> kivTakeGlContext(tagSIZE size, KivGlFailure* failure);
 
 // The context has to take over its bitmap, which has changed: at once if it is current on this thread, else when it is
 // taken next. The first operation makes the bitmap as new as the drawing, before the change.
 void kivBeforeBitmapChange(KivGlContextObject& context);
 void kivAfterBitmapChange(KivGlContextObject& context);
 
-// Keeps the line for kivGlFailure and sets the last error to kivErrorInvalidPixelFormat. Returns false.
-bool kivFailGl(const std::string& text);
+// Keeps the failure for kivGlFailure and sets the last error to kivErrorInvalidPixelFormat. Returns false.
+bool kivFailGl(const KivGlFailure& failure);
 void kivClearGlFailure();
 
 #endif

@@ -80,5 +80,6 @@ std::wstring kivSystemErrorText(unsigned long code) {
             return entry.text;
         }
     }
-    return L"Error " + std::to_wstring(code) + L".";
+    std::wstring text(L"Error ");
+    return text.append(std::to_wstring(code)).append(L".");
 }

@@ -4,9 +4,14 @@
 #include <string>
 
 bool kivWorkaround(std::string_view name) {
-    static const std::string disabled = [] {
-        const char* text = std::getenv("SELVARIN_GL_DISABLE");
-        return "," + std::string(text != nullptr ? text : "") + ",";
+    const auto enclosed = [](std::string_view list) {
+        std::string text(1, ',');
+        text.append(list).append(1, ',');
+        return text;
+    };
+    static const std::string disabled = [&enclosed] {
+        const char* list = std::getenv("SELVARIN_GL_DISABLE");
+        return enclosed(list != nullptr ? list : "");
     }();
-    return disabled.find("," + std::string(name) + ",") == std::string::npos;
+    return disabled.find(enclosed(name)) == std::string::npos;
 }

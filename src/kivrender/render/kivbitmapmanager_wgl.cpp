@@ -1,19 +1,28 @@
 // The device context of a surface: made, ended, and given up and taken back while the host looks at the picture.
 #include "kivrender/host/kivhostapplicationservices.h"
+#include "kivrender/host/kivlanguage.h"
 #include "kivrender/platform/kivbitmap.h"
 #include "kivrender/platform/kivglcontext.h"
 #include "kivrender/platform/kivpixelmemory.h"
 #include "kivrender/platform/kivsystemerror.h"
+#include "kivrender/platform/kivtext.h"
 #include "kivrender/render/kivbitmapmanager.h"
+
+#include <array>
+#include <cwchar>
 
 namespace {
 
 class SurfaceGuard {
 public:
-    explicit SurfaceGuard(KivBitmapManager* locked) : surface(locked) { surface->lock(); }
+    explicit SurfaceGuard(KivBitmapManager* locked) : surface(locked) {
+        surface->lock();
+    }
     SurfaceGuard(const SurfaceGuard&) = delete;
     SurfaceGuard& operator=(const SurfaceGuard&) = delete;
-    ~SurfaceGuard() { surface->unlock(); }
+    ~SurfaceGuard() {
+        surface->unlock();
+    }
 
 private:
     KivBitmapManager* surface;
@@ -51,18 +60,38 @@ HBITMAP makeBitmap(KivBitmapManager* surface, tagSIZE size, const wchar_t* folde
     return bitmap;
 }
 
-// The one picture that a user can ask for in good faith and OpenGL can't draw, and the machine that has no OpenGL: both
-// would otherwise end a render without a word.
-void reportGlFailure(unsigned long error) {
-    const std::wstring reason = kivGlFailure();
-    if (KivHostApplicationServices* host = KivHostApplicationServices::getDefaultHost();
-        host != nullptr && !reason.empty()) {
-        host->morvaneErrorMessage(error, reason.c_str());
+// Text number id with the sizes in its places.
+std::wstring tooLargeText(tagSIZE size, std::int32_t limit) {
+    constexpr unsigned int id = 1004;
+    std::array<wchar_t, 512> text{};
+    std::swprintf(text.data(), text.size(), kivText(id).c_str(), size.cx, size.cy, limit, limit);
+    return text.data();
+}
+
+std::wstring noDriverText(const std::string& detail) {
+    constexpr unsigned int id = 1005;
+    return kivText(id) + L" (" + kivFromUtf8(detail) + L")";
+}
+
+// A picture that a user asks for in good faith and OpenGL can't draw, and a machine without OpenGL: a render would
+// otherwise end without a word.
+void reportGlFailure(tagSIZE size) {
+    KivHostApplicationServices* host = KivHostApplicationServices::getDefaultHost();
+    const KivGlFailure failure = kivGlFailure();
+    if (host == nullptr) {
+        return;
+    }
+    if (failure.kind == KivGlFailure::tooLarge) {
+        host->morvaneErrorMessage(kivErrorInvalidPixelFormat, tooLargeText(size, failure.limit).c_str());
+    } else if (failure.kind == KivGlFailure::noDriver) {
+        host->morvaneErrorMessage(kivErrorInvalidPixelFormat, noDriverText(failure.detail).c_str());
+    } else if (failure.kind == KivGlFailure::noMemory) {
+        host->morvaneErrorMessage(kivErrorNotEnoughMemory, nullptr);
     }
 }
 
 bool isFitting(const KivPixelFormat& format, std::uint8_t colourBits, std::uint8_t alphaBits, std::uint8_t depthBits,
-    std::uint8_t stencilBits, std::uint32_t flags) {
+               std::uint8_t stencilBits, std::uint32_t flags) {
     constexpr std::uint32_t needed = PFD_DRAW_TO_BITMAP | PFD_SUPPORT_OPENGL;
     return (format.flags & needed) == needed && (format.flags & genericBits) == (flags & genericBits) &&
            format.pixelType == PFD_TYPE_RGBA && format.colourBits >= colourBits && format.alphaBits >= alphaBits &&
@@ -72,7 +101,7 @@ bool isFitting(const KivPixelFormat& format, std::uint8_t colourBits, std::uint8
 } // namespace
 
 int wglSetPixelFormat(HDC dc, std::uint8_t colourBits, std::uint8_t alphaBits, std::uint8_t depthBits,
-    std::uint8_t stencilBits, std::uint32_t flags) {
+                      std::uint8_t stencilBits, std::uint32_t flags) {
     const int count = kivPixelFormatCount(dc);
     for (int number = 1; number <= count; ++number) {
         KivPixelFormat format;
@@ -89,8 +118,8 @@ int wglSetPixelFormat(HDC dc, std::uint8_t colourBits, std::uint8_t alphaBits, s
 }
 
 int wglCreateCompatibleBitmapDC(KivBitmapManager* surface, tagSIZE* size, std::uint8_t colourBits,
-    std::uint8_t alphaBits, std::uint8_t depthBits, std::uint8_t stencilBits, std::uint32_t flags,
-    const wchar_t* folder, bool fileBacked) {
+                                std::uint8_t alphaBits, std::uint8_t depthBits, std::uint8_t stencilBits,
+                                std::uint32_t flags, const wchar_t* folder, bool fileBacked) {
     if (surface == nullptr || size == nullptr) {
         return failBadArguments();
     }
@@ -120,7 +149,7 @@ int wglCreateCompatibleBitmapDC(KivBitmapManager* surface, tagSIZE* size, std::u
         kivDeleteBitmap(kivSelectBitmap(dc, surface->getHBitmap()));
         surface->setHBitmap(nullptr);
         kivDeleteDeviceContext(dc);
-        reportGlFailure(error);
+        reportGlFailure(*size);
         kivSetLastError(error);
         return 0;
     }
@@ -129,15 +158,16 @@ int wglCreateCompatibleBitmapDC(KivBitmapManager* surface, tagSIZE* size, std::u
 }
 
 int wglCreateDefaultBitmapDC(KivBitmapManager* surface, tagSIZE* size, std::uint8_t colourBits, std::uint8_t alphaBits,
-    std::uint8_t depthBits, std::uint8_t stencilBits, std::uint32_t flags, const wchar_t* folder, bool fileBacked) {
+                             std::uint8_t depthBits, std::uint8_t stencilBits, std::uint32_t flags,
+                             const wchar_t* folder, bool fileBacked) {
     if (surface == nullptr || size == nullptr) {
         return failBadArguments();
     }
     const SurfaceGuard guard(surface);
     surface->deleteContext(); // a cancelled render leaves its contexts behind
     surface->setHDC(kivScreenDeviceContext());
-    return wglCreateCompatibleBitmapDC(
-        surface, size, colourBits, alphaBits, depthBits, stencilBits, flags, folder, fileBacked);
+    return wglCreateCompatibleBitmapDC(surface, size, colourBits, alphaBits, depthBits, stencilBits, flags, folder,
+                                       fileBacked);
 }
 
 int wglDeleteBitmapDC(KivBitmapManager* surface) {

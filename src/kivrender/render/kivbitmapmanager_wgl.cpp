@@ -70,7 +70,7 @@ std::wstring tooLargeText(tagSIZE size, std::int32_t limit) {
 
 std::wstring noDriverText(const std::string& detail) {
     constexpr unsigned int id = 1005;
-    return kivText(id) + L" (" + kivFromUtf8(detail) + L")";
+    return kivText(id).append(L" (").append(kivFromUtf8(detail)).append(L")");
 }
 
 // A picture that a user asks for in good faith and OpenGL can't draw, and a machine without OpenGL: a render would

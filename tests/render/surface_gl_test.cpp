@@ -277,7 +277,7 @@ INSTANTIATE_TEST_SUITE_P(Surface, Choice,
                                            ChoiceCase{"NoSoftwareDevice", "SELVARIN_GL_DISABLE", "software-device"},
                                            ChoiceCase{"None", "SELVARIN_GL_DISABLE",
                                                       "software-device,bgra-target,huge-pages,zeroed-targets"}),
-                         [](const auto& info) { return info.param.name; });
+                         [](const auto& tested) { return tested.param.name; });
 
 TEST_F(SurfaceTest, WithoutADriverTheUserIsTold) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");

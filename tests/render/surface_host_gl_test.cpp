@@ -149,7 +149,7 @@ INSTANTIATE_TEST_SUITE_P(Surface, CallersContext,
                          ::testing::Values(CallerCase{"Surfaceless", EGL_OPENGL_API, false},
                                            CallerCase{"WithSurface", EGL_OPENGL_API, true},
                                            CallerCase{"EmbeddedSystems", EGL_OPENGL_ES_API, true}),
-                         [](const auto& info) { return info.param.name; });
+                         [](const auto& tested) { return tested.param.name; });
 
 TEST_F(SurfaceTest, ADisplayThatACallerTerminatedIsStartedAgain) {
     ASSERT_TRUE(kivWarmUpGl({8, 8}));

@@ -109,7 +109,7 @@ TEST_F(SurfaceTest, AFolderThatCanNotBeWrittenIsNoError) {
 
 TEST_F(SurfaceTest, TheFileIsNamedReservedAndNotLeftBehind) {
     const TestFolder folder;
-    const std::size_t before = openFiles();
+    const std::size_t openBefore = openFiles();
     {
         KivBitmapManager surface;
         ASSERT_TRUE(surface.buildBitmapMemory(folder.wide().c_str(), {200, 100}));
@@ -131,7 +131,7 @@ TEST_F(SurfaceTest, TheFileIsNamedReservedAndNotLeftBehind) {
         ASSERT_EQ(pread(descriptor, &byte, 1, 17), 1);
         EXPECT_EQ(byte, 0xA5);
     }
-    EXPECT_EQ(openFiles(), before);
+    EXPECT_EQ(openFiles(), openBefore);
     EXPECT_EQ(folder.entries(), 0U);
 }
 

@@ -237,7 +237,7 @@ INSTANTIATE_TEST_SUITE_P(Surface, UnknownFormat,
                                            FormatCase{"AlphaOf16Bits", 32, 16, 32, 8, PFD_GENERIC_FORMAT},
                                            FormatCase{"DepthOf64Bits", 32, 0, 64, 8, PFD_GENERIC_FORMAT},
                                            FormatCase{"StencilOf16Bits", 32, 0, 32, 16, PFD_GENERIC_FORMAT}),
-                         [](const auto& info) { return info.param.name; });
+                         [](const auto& tested) { return tested.param.name; });
 
 TEST_F(SurfaceTest, FlagsOtherThanTheGenericOnesHaveNoMeaning) {
     KivBitmapManager surface;

@@ -56,7 +56,8 @@ while(NOT rest STREQUAL "")
   string(APPEND cases "    case ${id}:\n        return \"${text}\";\n")
 endwhile()
 
-file(WRITE "${OUTPUT}" "// Made from ${TEXTS} by the build.
+get_filename_component(name "${TEXTS}" NAME)
+file(WRITE "${OUTPUT}" "// Made from ${name} by the build.
 extern \"C\" __attribute__((visibility(\"default\"))) const char* KivLanguageText(unsigned int id) {
     switch (id) {
 ${cases}    default:

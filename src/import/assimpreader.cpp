@@ -1,0 +1,484 @@
+#include "import/assimpreader.h"
+
+#include "import/polygons.h"
+#include "import/texturecolour.h"
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <filesystem>
+#include <map>
+#include <optional>
+#include <utility>
+
+#include <assimp/Importer.hpp>
+#include <assimp/config.h>
+#include <assimp/importerdesc.h>
+#include <assimp/material.h>
+#include <assimp/scene.h>
+
+namespace kivimport {
+namespace {
+
+constexpr double pi = 3.14159265358979323846;
+
+Vec3 fromAi(const aiVector3D& v) {
+    return {v.x, v.y, v.z};
+}
+
+Colour fromAi(const aiColor3D& c) {
+    const auto clean = [](float v) { return std::isfinite(v) ? std::clamp(static_cast<double>(v), 0.0, 1.0) : 0.0; };
+    return {clean(c.r), clean(c.g), clean(c.b)};
+}
+
+std::string fromAi(const aiString& text) {
+    return {text.C_Str(), std::strlen(text.C_Str())};
+}
+
+// Double precision: a chain of nodes multiplies its rounding.
+struct Transform {
+    std::array<Vec3, 3> rows{Vec3{1.0, 0.0, 0.0}, Vec3{0.0, 1.0, 0.0}, Vec3{0.0, 0.0, 1.0}};
+    Vec3 shift;
+
+    Vec3 point(const Vec3& p) const {
+        return vector(p) + shift;
+    }
+    Vec3 vector(const Vec3& v) const {
+        return {dot(rows[0], v), dot(rows[1], v), dot(rows[2], v)};
+    }
+    double determinant() const {
+        return dot(rows[0], cross(rows[1], rows[2]));
+    }
+    // By the transposed inverse up to a positive factor, so that a mirrored normal still points outwards.
+    Vec3 normal(const Vec3& v) const {
+        const Vec3 n{dot(cross(rows[1], rows[2]), v), dot(cross(rows[2], rows[0]), v), dot(cross(rows[0], rows[1]), v)};
+        return determinant() < 0.0 ? n * -1.0 : n;
+    }
+};
+
+Transform combine(const Transform& parent, const aiMatrix4x4& m) {
+    const std::array<Vec3, 3> columns{Vec3{m.a1, m.b1, m.c1}, Vec3{m.a2, m.b2, m.c2}, Vec3{m.a3, m.b3, m.c3}};
+    Transform result;
+    for (std::size_t r = 0; r < 3; ++r) {
+        const Vec3& row = parent.rows[r];
+        result.rows[r] = {dot(row, columns[0]), dot(row, columns[1]), dot(row, columns[2])};
+    }
+    result.shift = parent.point({m.a4, m.b4, m.c4});
+    return result;
+}
+
+// glTF holds linear light, all else means what a screen shows.
+double toScreen(double linear) {
+    return linear <= 0.0031308 ? linear * 12.92 : 1.055 * std::pow(linear, 1.0 / 2.4) - 0.055;
+}
+Colour toScreen(const Colour& c) {
+    return {toScreen(c.r), toScreen(c.g), toScreen(c.b)};
+}
+
+class AssimpReader {
+public:
+    AssimpReader(const std::string& modelPath, const ReadLimits& readLimits) : path(modelPath), limits(readLimits) {}
+
+    ModelParts read() {
+        // Points of a cloud, lines and faces are wanted as they are; what other programs throw away is ours to judge.
+        importer.SetPropertyBool(AI_CONFIG_PP_FD_REMOVE, false);
+        scene = importer.ReadFile(path, 0);
+        if (scene == nullptr || scene->mRootNode == nullptr) {
+            throw ImportError("it is broken or of another kind than its ending says (" + reason() + ")");
+        }
+        parts.format = formatName();
+        parts.zUp = isZUp();
+        isLinear = parts.format.starts_with("glTF");
+        for (unsigned int i = 0; i < scene->mNumMaterials; ++i) {
+            addMaterial(*scene->mMaterials[i]);
+        }
+        walkNodes();
+        addCameras();
+        addLights();
+        return std::move(parts);
+    }
+
+private:
+    std::string reason() const {
+        std::string text = importer.GetErrorString();
+        text = text.substr(0, text.find_first_of("\r\n"));
+        return text.empty() ? "no reason is known" : text;
+    }
+
+    std::string formatName() const {
+        const std::size_t index =
+            static_cast<std::size_t>(std::max(importer.GetPropertyInteger("importerIndex", -1), -1));
+        const aiImporterDesc* description = importer.GetImporterInfo(index);
+        std::string name = description != nullptr ? description->mName : "unknown";
+        const std::size_t tail = name.find(" Importer");
+        return tail == std::string::npos ? name : name.substr(0, tail);
+    }
+
+    std::string ending() const {
+        std::string text = std::filesystem::path(path).extension().string();
+        std::transform(text.begin(), text.end(), text.begin(),
+                       [](unsigned char c) { return static_cast<char>(c >= 'A' && c <= 'Z' ? c + ('a' - 'A') : c); });
+        return text;
+    }
+
+    // Assimp turns 3ds and dxf files upright, and the coordinates here are to be those of the file: turned back.
+    bool isTurned() const {
+        return ending() == ".3ds" || ending() == ".dxf";
+    }
+    static Transform turnBack() {
+        Transform transform;
+        transform.rows = {Vec3{1.0, 0.0, 0.0}, Vec3{0.0, 0.0, -1.0}, Vec3{0.0, 1.0, 0.0}};
+        return transform;
+    }
+
+    // FBX says what is up, Collada comes with y up whatever it says, printing and drafting programs have z up.
+    bool isZUp() const {
+        int axis = 1;
+        if (scene->mMetaData != nullptr && scene->mMetaData->Get("UpAxis", axis)) {
+            return axis == 2;
+        }
+        return isTurned() || ending() == ".stl";
+    }
+
+    // --- materials ---
+
+    void addMaterial(const aiMaterial& source) {
+        Material& material = parts.materials.emplace_back();
+        aiString name;
+        source.Get(AI_MATKEY_NAME, name);
+        material.name = fromAi(name);
+        readColours(source, material);
+        float value = 0.0F;
+        if (source.Get(AI_MATKEY_OPACITY, value) == aiReturn_SUCCESS && std::isfinite(value)) {
+            material.opacity = std::clamp(static_cast<double>(value), 0.0, 1.0);
+        }
+        if (source.Get(AI_MATKEY_SHININESS, value) == aiReturn_SUCCESS && std::isfinite(value)) {
+            material.shininess = std::max(static_cast<double>(value), 0.0);
+        }
+        readTexture(source, material);
+    }
+
+    void readColours(const aiMaterial& source, Material& material) const {
+        aiColor4D base;
+        aiColor3D colour;
+        if (source.Get(AI_MATKEY_BASE_COLOR, base) == aiReturn_SUCCESS) {
+            material.diffuse = fromAi(aiColor3D(base.r, base.g, base.b));
+            material.opacity = std::isfinite(base.a) ? std::clamp(static_cast<double>(base.a), 0.0, 1.0) : 1.0;
+        } else if (source.Get(AI_MATKEY_COLOR_DIFFUSE, colour) == aiReturn_SUCCESS) {
+            material.diffuse = fromAi(colour);
+        }
+        if (source.Get(AI_MATKEY_COLOR_SPECULAR, colour) == aiReturn_SUCCESS) {
+            material.specular = fromAi(colour);
+        }
+        if (source.Get(AI_MATKEY_COLOR_EMISSIVE, colour) == aiReturn_SUCCESS) {
+            material.emission = fromAi(colour);
+        }
+        if (isLinear) {
+            material.diffuse = toScreen(material.diffuse);
+            material.emission = toScreen(material.emission);
+            float roughness = 1.0F;
+            source.Get(AI_MATKEY_ROUGHNESS_FACTOR, roughness);
+            const double gloss =
+                std::isfinite(roughness) ? 1.0 - std::clamp(static_cast<double>(roughness), 0.0, 1.0) : 0.0;
+            material.specular = {gloss, gloss, gloss};
+        }
+    }
+
+    void readTexture(const aiMaterial& source, Material& material) const {
+        aiString name;
+        if (source.GetTexture(aiTextureType_BASE_COLOR, 0, &name) != aiReturn_SUCCESS &&
+            source.GetTexture(aiTextureType_DIFFUSE, 0, &name) != aiReturn_SUCCESS) {
+            return;
+        }
+        material.texture = fromAi(name);
+        if (const aiTexture* embedded = scene->GetEmbeddedTexture(name.C_Str())) {
+            averageEmbedded(*embedded, material);
+        } else {
+            averageTextureFile(material, std::filesystem::path(path).parent_path().string());
+        }
+    }
+
+    static void averageEmbedded(const aiTexture& texture, Material& material) {
+        std::optional<Colour> colour;
+        if (texture.mHeight == 0) {
+            colour = averageOfPictureBytes(reinterpret_cast<const std::uint8_t*>(texture.pcData), texture.mWidth);
+        } else {
+            const std::size_t count = std::size_t{texture.mWidth} * texture.mHeight;
+            std::uint64_t r = 0;
+            std::uint64_t g = 0;
+            std::uint64_t b = 0;
+            for (std::size_t i = 0; i < count; ++i) {
+                r += texture.pcData[i].r;
+                g += texture.pcData[i].g;
+                b += texture.pcData[i].b;
+            }
+            const double full = 255.0 * static_cast<double>(std::max<std::size_t>(count, 1));
+            colour =
+                Colour{static_cast<double>(r) / full, static_cast<double>(g) / full, static_cast<double>(b) / full};
+        }
+        if (colour) {
+            material.textureAverage = *colour;
+            material.textureLoaded = true;
+        }
+    }
+
+    // --- geometry ---
+
+    void walkNodes() {
+        struct Visit {
+            const aiNode* node;
+            Transform transform;
+        };
+        // Without recursion: the depth is the file's to choose.
+        const Transform base = isTurned() ? turnBack() : Transform{};
+        std::vector<Visit> open{{scene->mRootNode, combine(base, scene->mRootNode->mTransformation)}};
+        while (!open.empty()) {
+            const Visit visit = open.back();
+            open.pop_back();
+            worldFromNode.try_emplace(fromAi(visit.node->mName), visit.transform);
+            for (unsigned int i = 0; i < visit.node->mNumMeshes; ++i) {
+                const unsigned int number = visit.node->mMeshes[i];
+                if (number >= scene->mNumMeshes) {
+                    throw ImportError("node \"" + fromAi(visit.node->mName) + "\": mesh index " +
+                                      std::to_string(number) + " is out of range, the file has " +
+                                      std::to_string(scene->mNumMeshes) + " meshes");
+                }
+                addMesh(*scene->mMeshes[number], fromAi(visit.node->mName), visit.transform);
+            }
+            // Last child first, so that the first is visited first.
+            for (unsigned int i = visit.node->mNumChildren; i-- > 0;) {
+                const aiNode* child = visit.node->mChildren[i];
+                open.push_back({child, combine(visit.transform, child->mTransformation)});
+            }
+        }
+        // A file may define meshes that no node shows. It then has nothing to draw, which the caller tells.
+    }
+
+    void addMesh(const aiMesh& mesh, const std::string& nodeName, const Transform& transform) {
+        Surface surface;
+        surface.positions.reserve(mesh.mNumVertices);
+        for (unsigned int i = 0; i < mesh.mNumVertices; ++i) {
+            surface.positions.push_back(usablePoint(mesh, transform.point(fromAi(mesh.mVertices[i]))));
+        }
+        // Those of stl belong to facets and those of 3ds are made by Assimp: neither tells anything of the surface.
+        const bool hasNormals = mesh.HasNormals() && ending() != ".stl" && ending() != ".3ds";
+        if (hasNormals) {
+            surface.normals.reserve(mesh.mNumVertices);
+            for (unsigned int i = 0; i < mesh.mNumVertices; ++i) {
+                const Vec3 normal = transform.normal(unit(fromAi(mesh.mNormals[i])));
+                surface.normals.push_back(isFinite(normal) ? normal : Vec3{});
+            }
+        }
+        if (mesh.mNumFaces == 0) {
+            parts.points.insert(parts.points.end(), surface.positions.begin(), surface.positions.end());
+        }
+        const std::uint32_t material = materialOf(mesh);
+        const bool mirrored = transform.determinant() < 0.0;
+        for (unsigned int f = 0; f < mesh.mNumFaces; ++f) {
+            addFace(mesh, mesh.mFaces[f], material, mirrored, surface);
+            checkElements(numElements + surface.corners.size() / 3 + parts.polylines.size() + parts.points.size(),
+                          limits);
+        }
+        if (!surface.corners.empty()) {
+            numElements += surface.corners.size() / 3;
+            if (hasNormals) {
+                surface.cornerNormals = surface.corners;
+            }
+            const std::string name = fromAi(mesh.mName);
+            surface.parts.push_back({name.empty() ? nodeName : name, material});
+            parts.surfaces.push_back(std::move(surface));
+        }
+    }
+
+    static Vec3 usablePoint(const aiMesh& mesh, const Vec3& p) {
+        if (!isFinite(p)) {
+            throw ImportError("mesh \"" + fromAi(mesh.mName) + "\": a coordinate is not a finite number");
+        }
+        if (!isUsable(p)) {
+            throw ImportError("mesh \"" + fromAi(mesh.mName) + "\": a coordinate is too large");
+        }
+        return p;
+    }
+
+    void addFace(const aiMesh& mesh, const aiFace& face, std::uint32_t material, bool mirrored, Surface& surface) {
+        if (face.mNumIndices > maxPolygonCorners) {
+            throw ImportError("mesh \"" + fromAi(mesh.mName) + "\": a face has more than " +
+                              std::to_string(maxPolygonCorners) + " corners");
+        }
+        for (unsigned int i = 0; i < face.mNumIndices; ++i) {
+            if (face.mIndices[i] >= mesh.mNumVertices) {
+                throw ImportError("mesh \"" + fromAi(mesh.mName) + "\": vertex index " +
+                                  std::to_string(face.mIndices[i]) + " is out of range, it has " +
+                                  std::to_string(mesh.mNumVertices) + " vertices");
+            }
+        }
+        if (face.mNumIndices == 1) {
+            parts.points.push_back(surface.positions[face.mIndices[0]]);
+        } else if (face.mNumIndices == 2) {
+            Polyline line;
+            line.points = {surface.positions[face.mIndices[0]], surface.positions[face.mIndices[1]]};
+            line.material = material;
+            parts.polylines.push_back(std::move(line));
+        } else if (face.mNumIndices > 2) {
+            addPolygon(face, mirrored, surface);
+        }
+    }
+
+    void addPolygon(const aiFace& face, bool mirrored, Surface& surface) {
+        polygon.clear();
+        for (unsigned int i = 0; i < face.mNumIndices; ++i) {
+            polygon.push_back(surface.positions[face.mIndices[i]]);
+        }
+        pieces.clear();
+        triangulate(polygon, pieces);
+        for (std::size_t i = 0; i < pieces.size(); i += 3) {
+            const std::uint32_t a = face.mIndices[pieces[i]];
+            const std::uint32_t b = face.mIndices[pieces[i + 1]];
+            const std::uint32_t c = face.mIndices[pieces[i + 2]];
+            // A mirrored node turns its faces inside out.
+            surface.corners.insert(surface.corners.end(), {a, mirrored ? c : b, mirrored ? b : c});
+        }
+    }
+
+    // Assimp makes a material for what has none: by a name of its own, without a name, or, for glTF, behind all others.
+    bool isMadeUp(std::uint32_t number) const {
+        const std::string& name = parts.materials[number].name;
+        return isLinear ? number + 1 == scene->mNumMaterials
+                        : name.empty() || name == AI_DEFAULT_MATERIAL_NAME || name.starts_with("%%%");
+    }
+
+    // Colours at the vertices are averaged like a texture.
+    std::uint32_t materialOf(const aiMesh& mesh) {
+        std::uint32_t number = mesh.mMaterialIndex < scene->mNumMaterials ? mesh.mMaterialIndex : noIndex;
+        if (number != noIndex && isMadeUp(number)) {
+            number = noIndex;
+        }
+        if (!mesh.HasVertexColors(0) || mesh.mNumVertices == 0) {
+            return number;
+        }
+        Colour sum;
+        for (unsigned int i = 0; i < mesh.mNumVertices; ++i) {
+            const aiColor4D& at = mesh.mColors[0][i];
+            const Colour colour = fromAi(aiColor3D(at.r, at.g, at.b));
+            sum = {sum.r + colour.r, sum.g + colour.g, sum.b + colour.b};
+        }
+        const double n = mesh.mNumVertices;
+        Colour mean{sum.r / n, sum.g / n, sum.b / n};
+        // What Assimp gives to entities of a drawing that name no colour.
+        constexpr double drawingGrey = 0.6;
+        const auto isGrey = [](double v) { return std::fabs(v - drawingGrey) < 1e-5; };
+        if (number == noIndex && ending() == ".dxf" && isGrey(mean.r) && isGrey(mean.g) && isGrey(mean.b)) {
+            return noIndex;
+        }
+        Material material;
+        if (number != noIndex) {
+            material = parts.materials[number];
+        } else {
+            material.diffuse = {1.0, 1.0, 1.0};
+        }
+        mean = isLinear ? toScreen(mean) : mean;
+        material.diffuse = {material.diffuse.r * mean.r, material.diffuse.g * mean.g, material.diffuse.b * mean.b};
+        parts.materials.push_back(std::move(material));
+        return static_cast<std::uint32_t>(parts.materials.size() - 1);
+    }
+
+    // --- cameras and lights ---
+
+    Transform transformOf(const aiString& node) const {
+        const auto found = worldFromNode.find(fromAi(node));
+        return found == worldFromNode.end() ? Transform{} : found->second;
+    }
+
+    void addCameras() {
+        for (unsigned int i = 0; i < scene->mNumCameras; ++i) {
+            const aiCamera& source = *scene->mCameras[i];
+            const Transform transform = transformOf(source.mName);
+            Camera camera;
+            camera.name = fromAi(source.mName);
+            // Assimp 5.2 repeats a glTF node's place in the camera.
+            camera.location = transform.point(isLinear ? Vec3{} : fromAi(source.mPosition));
+            camera.direction = unit(transform.vector(fromAi(source.mLookAt)));
+            camera.up = unit(transform.vector(fromAi(source.mUp)));
+            const double aspect = source.mAspect > 0.0F && std::isfinite(source.mAspect) ? source.mAspect : 4.0 / 3.0;
+            if (source.mOrthographicWidth > 0.0F) {
+                camera.orthoHeight = 2.0 * source.mOrthographicWidth / aspect;
+            } else {
+                camera.verticalFov = verticalFov(source, aspect);
+            }
+            const bool sees = length(cross(camera.direction, camera.up)) > 1e-6;
+            const double size = camera.verticalFov + camera.orthoHeight;
+            if (sees && isUsable(camera.location) && std::isfinite(size) && size > 0.0) {
+                parts.cameras.push_back(std::move(camera));
+            }
+        }
+    }
+
+    // Degrees.
+    double verticalFov(const aiCamera& source, double aspect) const {
+        if (isLinear) {
+            // The file holds the vertical angle; Assimp 5.2 makes the horizontal one by a plain product.
+            return source.mHorizontalFOV / (source.mAspect > 0.0F ? aspect : 1.0) * 180.0 / pi;
+        }
+        return 2.0 * std::atan(std::tan(source.mHorizontalFOV / 2.0) / aspect) * 180.0 / pi;
+    }
+
+    void addLights() {
+        for (unsigned int i = 0; i < scene->mNumLights; ++i) {
+            const aiLight& source = *scene->mLights[i];
+            const Transform transform = transformOf(source.mName);
+            Light light;
+            light.name = fromAi(source.mName);
+            light.location = transform.point(fromAi(source.mPosition));
+            light.direction = unit(transform.vector(fromAi(source.mDirection)));
+            light.attenuation = {source.mAttenuationConstant, source.mAttenuationLinear, source.mAttenuationQuadratic};
+            light.colour = brightest(source.mColorDiffuse);
+            switch (source.mType) {
+            case aiLightSource_DIRECTIONAL:
+                light.kind = Light::Kind::directional;
+                break;
+            case aiLightSource_POINT:
+            case aiLightSource_AREA:
+                light.kind = Light::Kind::point;
+                break;
+            case aiLightSource_SPOT:
+                light.kind = Light::Kind::spot;
+                light.spotAngle = std::clamp(static_cast<double>(source.mAngleOuterCone), 0.0, pi / 2.0);
+                break;
+            default:
+                continue; // an ambient light has no place; the picture has its own ambient colour
+            }
+            const bool aimed = light.kind == Light::Kind::point || light.direction != Vec3{};
+            if (aimed && isUsable(light.location) && light.colour != Colour{}) {
+                parts.lights.push_back(std::move(light));
+            }
+        }
+    }
+
+    // Files give lights in watts, lumen or plain factors; in a drawing only the hue counts.
+    static Colour brightest(const aiColor3D& c) {
+        const float top = std::max({c.r, c.g, c.b});
+        if (!std::isfinite(top) || top <= 0.0F) {
+            return {};
+        }
+        return fromAi(aiColor3D(c.r / top, c.g / top, c.b / top));
+    }
+
+    std::string path;
+    ReadLimits limits;
+    Assimp::Importer importer;
+    const aiScene* scene = nullptr;
+    ModelParts parts;
+    bool isLinear = false;
+    std::uint64_t numElements = 0;
+    std::map<std::string, Transform> worldFromNode;
+    std::vector<Vec3> polygon;
+    std::vector<std::uint32_t> pieces;
+};
+
+} // namespace
+
+ModelParts readByAssimp(const std::string& path, const ReadLimits& limits) {
+    return AssimpReader(path, limits).read();
+}
+
+} // namespace kivimport

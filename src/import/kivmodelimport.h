@@ -1,0 +1,90 @@
+// Model files to a KivScene: obj by a reader of our own, since a whole command waits for it, everything else by Assimp.
+//
+// What comes over: triangles (polygons are cut up), polylines and points, the transforms of the file's nodes,
+// materials, cameras and lights. Normals are taken as the file gives them; where it gives none, a surface is smooth up
+// to a crease angle. A texture is averaged into one diffuse colour, since the shaders paint with flat colours. Mirrored
+// nodes keep their faces' winding right. Animations, bones and morph targets stay in their rest position.
+#ifndef IMPORT_KIVMODELIMPORT_H
+#define IMPORT_KIVMODELIMPORT_H
+
+#include "kivrender/scene/kiv3dpoint.h"
+#include "kivrender/scene/kiv3dvector.h"
+#include "kivrender/scene/kivbox.h"
+#include "kivrender/scene/kivlight.h"
+#include "kivrender/scene/kivmaterial.h"
+#include "kivrender/scene/kivscene.h"
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+struct KivModelOptions {
+    enum class Axis { byFormat, y, z };
+
+    Axis upAxis = Axis::byFormat;
+    // Degrees between the normals of neighbouring faces; above it an edge is sharp. Only for surfaces without normals.
+    double creaseAngle = 50.0;
+    // Bytes of one file, and triangles, lines and points of all files together; what is larger is refused.
+    std::uint64_t maxFileSize = std::uint64_t{2} << 30;
+    std::uint64_t maxElements = 50'000'000;
+};
+
+// A camera of the file, in the coordinates of the scene. The frustum is left to the caller, who knows the picture.
+struct KivModelCamera {
+    std::wstring name;
+    Kiv3DPoint location;
+    Kiv3DVector direction;    // unit length
+    Kiv3DVector up;           // unit length
+    double verticalFov = 0.0; // degrees; 0 for an orthographic camera
+    double orthoHeight = 0.0; // scene units; 0 for a perspective camera
+};
+
+struct KivModelMaterial {
+    std::wstring name;
+    KivMaterial material;
+    std::wstring texture; // its file name as the model gives it; empty without one
+};
+
+struct KivModelFileInfo {
+    std::wstring path;
+    std::wstring format;        // "Wavefront OBJ"
+    std::uint64_t vertices = 0; // after welding; those of the meshes
+    std::uint64_t triangles = 0;
+    std::uint64_t degenerate = 0; // triangles without an area that were left out
+    bool zUp = false;
+};
+
+struct KivModel {
+    // Holds meshes, lines, polylines and points, and no light. Owned here until the caller releases it.
+    std::unique_ptr<KivScene> scene;
+    std::vector<KivModelCamera> cameras;
+    std::vector<KivLight> lights; // in the coordinates of the scene
+    std::vector<KivModelMaterial> materials;
+    std::vector<KivModelFileInfo> files;
+    // The bounds of all geometry in the coordinates of the files.
+    KivBox bounds;
+    // Scene coordinates are (file coordinates - origin) * scale. The tolerances of the mesh and the float matrices of
+    // OpenGL are absolute, so that a model is brought to about a hundred units around the origin, whatever its own unit
+    // is; scale is a power of two, which loses no bit.
+    Kiv3DPoint origin;
+    double scale = 1.0;
+    // What is up in the scene: +y or +z.
+    Kiv3DVector up;
+
+    Kiv3DPoint toScene(const Kiv3DPoint& filePoint) const;
+};
+
+// Reads one or more files into one scene. False if any of them can't be used; then message holds one line for the user:
+// what is wrong, with which file (and line, where text is read), and what to do if that is known.
+bool kivImportModels(const std::vector<std::wstring>& paths, const KivModelOptions& options, KivModel& model,
+                     std::wstring& message);
+
+struct KivModelFormat {
+    const wchar_t* ending; // lower case, without a dot
+    const wchar_t* name;
+};
+// The file endings that can be read, in the order in which a list shows them.
+const std::vector<KivModelFormat>& kivModelFormats();
+
+#endif

@@ -1,0 +1,158 @@
+// What the readers fill in and the scene is built from: plain data, free of OpenGL, of Assimp and of the scene classes,
+// so that each step (read, weld, normals, build) is tested on its own.
+#ifndef IMPORT_MODELPARTS_H
+#define IMPORT_MODELPARTS_H
+
+#include <cmath>
+#include <cstdint>
+#include <limits>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace kivimport {
+
+// Thrown by the readers and caught in kivImportModels alone. The text lacks the file's name, which the catcher knows.
+class ImportError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+struct Vec3 {
+    double x = 0.0;
+    double y = 0.0;
+    double z = 0.0;
+
+    friend bool operator==(const Vec3&, const Vec3&) = default;
+    friend Vec3 operator+(const Vec3& a, const Vec3& b) {
+        return {a.x + b.x, a.y + b.y, a.z + b.z};
+    }
+    friend Vec3 operator-(const Vec3& a, const Vec3& b) {
+        return {a.x - b.x, a.y - b.y, a.z - b.z};
+    }
+    friend Vec3 operator*(const Vec3& a, double k) {
+        return {a.x * k, a.y * k, a.z * k};
+    }
+};
+
+inline double dot(const Vec3& a, const Vec3& b) {
+    return a.x * b.x + a.y * b.y + a.z * b.z;
+}
+inline Vec3 cross(const Vec3& a, const Vec3& b) {
+    return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
+}
+inline double length(const Vec3& a) {
+    return std::sqrt(dot(a, a));
+}
+// Zero, and what is too short to have a direction, stays zero.
+inline Vec3 unit(const Vec3& a) {
+    const double n = length(a);
+    return n > 1e-150 ? a * (1.0 / n) : Vec3{};
+}
+inline bool isFinite(const Vec3& a) {
+    return std::isfinite(a.x) && std::isfinite(a.y) && std::isfinite(a.z);
+}
+
+// A coordinate beyond this is no model's: squares and volumes made of it would leave the range of the arithmetic.
+inline constexpr double maxCoordinate = 1e30;
+
+inline bool isUsable(const Vec3& a) {
+    return std::fabs(a.x) <= maxCoordinate && std::fabs(a.y) <= maxCoordinate && std::fabs(a.z) <= maxCoordinate;
+}
+
+// Components 0 to 1 as a screen shows them (sRGB), not linear light.
+struct Colour {
+    double r = 0.0;
+    double g = 0.0;
+    double b = 0.0;
+
+    friend bool operator==(const Colour&, const Colour&) = default;
+};
+
+struct Material {
+    std::string name;
+    Colour ambient;
+    Colour diffuse{0.8, 0.8, 0.8};
+    Colour specular;
+    Colour emission;
+    double shininess = 0.0; // exponent of the highlight, 0 for none
+    double opacity = 1.0;
+    std::string texture; // file name of the diffuse texture as the model gives it, or empty
+    Colour textureAverage{1.0, 1.0, 1.0};
+    bool textureLoaded = false;
+};
+
+inline constexpr std::uint32_t noIndex = std::numeric_limits<std::uint32_t>::max();
+
+// One or more shells of triangles over a common set of positions. Normals are smoothed over the whole surface; each
+// part of it becomes a mesh of its own.
+struct Surface {
+    struct Part {
+        std::string name;
+        std::uint32_t material = noIndex;
+    };
+
+    std::vector<Vec3> positions;
+    std::vector<Vec3> normals;                // as the file gives them, any length; may be empty
+    std::vector<std::uint32_t> corners;       // indices of positions, three to a triangle
+    std::vector<std::uint32_t> cornerNormals; // indices of normals or noIndex, one to a corner; empty for none at all
+    std::vector<std::uint32_t> triangleParts; // indices of parts, one to a triangle; empty: all belong to the first
+    std::vector<Part> parts;
+};
+
+struct Polyline {
+    std::vector<Vec3> points;
+    bool closed = false;
+    std::uint32_t material = noIndex;
+};
+
+struct Camera {
+    std::string name;
+    Vec3 location;
+    Vec3 direction;
+    Vec3 up;
+    double verticalFov = 0.0; // degrees; 0 when orthographic
+    double orthoHeight = 0.0;
+};
+
+struct Light {
+    enum class Kind { directional, point, spot };
+
+    std::string name;
+    Kind kind = Kind::point;
+    Vec3 location;
+    Vec3 direction;
+    Vec3 attenuation{1.0, 0.0, 0.0};
+    double spotAngle = 0.0; // radians, from the axis to the edge of the cone
+    Colour colour{1.0, 1.0, 1.0};
+};
+
+struct ModelParts {
+    std::string format;
+    bool zUp = false;
+    std::vector<Surface> surfaces;
+    std::vector<Polyline> polylines;
+    std::vector<Vec3> points;
+    std::vector<Material> materials;
+    std::vector<Camera> cameras;
+    std::vector<Light> lights;
+
+    std::uint64_t numTriangles() const {
+        std::uint64_t count = 0;
+        for (const Surface& surface : surfaces) {
+            count += surface.corners.size() / 3;
+        }
+        return count;
+    }
+};
+
+struct ReadLimits {
+    std::uint64_t maxElements = 0; // triangles, lines and points that may still come
+};
+
+// Throws when count is above the limit.
+void checkElements(std::uint64_t count, const ReadLimits& limits);
+
+} // namespace kivimport
+
+#endif

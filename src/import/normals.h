@@ -1,0 +1,27 @@
+// From a surface as it was read to vertices with one position and one normal each.
+#ifndef IMPORT_NORMALS_H
+#define IMPORT_NORMALS_H
+
+#include "import/modelparts.h"
+
+namespace kivimport {
+
+// Makes positions that are exactly equal one (files that know no shared vertices repeat each of them), and removes the
+// triangles that have no area left: two corners at one position, or all three on a line. Returns how many were removed.
+// Positions keep the order of their first occurrence, triangles keep theirs.
+std::uint64_t weldSurface(Surface& surface);
+
+struct SurfaceVertices {
+    std::vector<std::uint32_t> positions; // index into the surface's positions, one to a vertex, ascending
+    std::vector<Vec3> normals;            // unit length, one to a vertex
+    std::vector<std::uint32_t> corners;   // vertex indices, three to a triangle
+};
+
+// Gives every corner its normal: the file's own where it has a direction, else the mean of those faces around the
+// position that are linked with this corner's face by angles of at most creaseAngle (degrees), each weighted by its
+// angle at the position. Corners of one position with equal normals share a vertex. The surface must be welded.
+SurfaceVertices makeVertices(const Surface& surface, double creaseAngle);
+
+} // namespace kivimport
+
+#endif

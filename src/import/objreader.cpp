@@ -1,0 +1,255 @@
+#include "import/objreader.h"
+
+#include "import/polygons.h"
+#include "import/textscanner.h"
+
+#include <algorithm>
+#include <unordered_map>
+
+namespace kivimport {
+namespace {
+
+// An index of the file, resolved to a position in its list, and what is needed to complain about it later: a face may
+// stand before the vertices that it uses.
+struct LatestIndex {
+    std::uint64_t index = 0; // largest one seen, 1 for the first vertex
+    std::uint64_t line = 0;
+};
+
+class ObjReader {
+public:
+    ObjReader(std::string_view text, const ReadLimits& readLimits) : scan(text), limits(readLimits) {
+        surface.positions.reserve(text.size() / 70);
+        surface.corners.reserve(text.size() / 12);
+    }
+
+    ObjFile read() {
+        while (scan.nextLine()) {
+            readLine();
+        }
+        checkIndices();
+        finish();
+        return std::move(file);
+    }
+
+private:
+    void readLine() {
+        const std::string_view keyword = scan.word();
+        if (keyword == "v") {
+            surface.positions.push_back(scan.point());
+        } else if (keyword == "f") {
+            readFace();
+        } else if (keyword == "vn") {
+            surface.normals.push_back(scan.direction());
+        } else if (keyword == "l") {
+            readPolyline();
+        } else if (keyword == "p") {
+            readPoints();
+        } else if (keyword == "usemtl") {
+            useMaterial(std::string(scan.rest()));
+        } else if (keyword == "o") {
+            objectName = std::string(scan.rest());
+            partIsCurrent = false;
+        } else if (keyword == "mtllib") {
+            file.materialLibraries.emplace_back(scan.rest());
+        } else if (keyword != "vt" && keyword != "g" && keyword != "s" && !keyword.empty() && keyword[0] != '#') {
+            return; // counts as nothing that an OBJ file would say
+        }
+        understood = understood || (!keyword.empty() && keyword[0] != '#');
+    }
+
+    // The number that stands in the file, resolved against count entries so far.
+    std::uint32_t resolve(std::int64_t given, std::uint64_t count, LatestIndex& latest, const char* what) {
+        if (given < 0) {
+            if (static_cast<std::uint64_t>(-given) > count) {
+                throw scan.error(std::string(what) + " index " + std::to_string(given) +
+                                 " is out of range, there are " + std::to_string(count) + " before it");
+            }
+            return static_cast<std::uint32_t>(static_cast<std::int64_t>(count) + given);
+        }
+        if (given == 0) {
+            throw scan.error(std::string(what) + " index 0 is out of range, the first has number 1");
+        }
+        if (static_cast<std::uint64_t>(given) > latest.index) {
+            latest = {static_cast<std::uint64_t>(given), scan.lineNumber()};
+        }
+        // Checked against the final count at the end of the file; until then it must not wrap round.
+        return static_cast<std::uint32_t>(std::min<std::int64_t>(given - 1, noIndex - 1));
+    }
+
+    struct Corner {
+        std::uint32_t position = 0;
+        std::uint32_t normal = noIndex;
+    };
+
+    Corner readCorner() {
+        Corner corner;
+        corner.position = resolve(scan.integer("a vertex index"), surface.positions.size(), latestVertex, "vertex");
+        if (scan.skip('/')) {
+            if (!scan.atBlank() && !scan.is('/')) {
+                scan.integer("a texture index");
+            }
+            if (scan.skip('/') && !scan.atBlank()) {
+                corner.normal = resolve(scan.integer("a normal index"), surface.normals.size(), latestNormal, "normal");
+            }
+        }
+        scan.expectBlank();
+        return corner;
+    }
+
+    void readFace() {
+        face.clear();
+        while (!scan.atEnd()) {
+            face.push_back(readCorner());
+            if (face.size() > maxPolygonCorners) {
+                throw scan.error("a face has more than " + std::to_string(maxPolygonCorners) + " corners");
+            }
+        }
+        if (face.size() < 3) {
+            return; // an edge or a point that some programs write as a face; it has nothing to paint
+        }
+        setCurrentPart();
+        if (face.size() == 3) {
+            addTriangle(face[0], face[1], face[2]);
+        } else {
+            addPolygon();
+        }
+        checkElements(surface.corners.size() / 3, limits);
+    }
+
+    void addPolygon() {
+        polygon.clear();
+        for (const Corner& corner : face) {
+            // A corner that comes later in the file has no position yet: cut the face as if it were convex.
+            polygon.push_back(corner.position < surface.positions.size() ? surface.positions[corner.position] : Vec3{});
+        }
+        pieces.clear();
+        triangulate(polygon, pieces);
+        for (std::size_t i = 0; i < pieces.size(); i += 3) {
+            addTriangle(face[pieces[i]], face[pieces[i + 1]], face[pieces[i + 2]]);
+        }
+    }
+
+    void addTriangle(const Corner& a, const Corner& b, const Corner& c) {
+        if ((a.normal != noIndex || b.normal != noIndex || c.normal != noIndex) && surface.cornerNormals.empty()) {
+            surface.cornerNormals.assign(surface.corners.size(), noIndex);
+            hasNormals = true;
+        }
+        surface.corners.insert(surface.corners.end(), {a.position, b.position, c.position});
+        if (hasNormals) {
+            surface.cornerNormals.insert(surface.cornerNormals.end(), {a.normal, b.normal, c.normal});
+        }
+        surface.triangleParts.push_back(currentPart);
+    }
+
+    void readPolyline() {
+        LineElement line;
+        line.material = currentMaterial;
+        while (!scan.atEnd()) {
+            line.corners.push_back(readCorner().position);
+        }
+        if (line.corners.size() > 1) {
+            checkElements(lines.size() + 1, limits);
+            lines.push_back(std::move(line));
+        }
+    }
+
+    void readPoints() {
+        while (!scan.atEnd()) {
+            points.push_back(readCorner().position);
+        }
+        checkElements(points.size(), limits);
+    }
+
+    void useMaterial(const std::string& name) {
+        const auto [at, isNew] =
+            materialNumbers.try_emplace(name, static_cast<std::uint32_t>(file.parts.materials.size()));
+        if (isNew) {
+            file.parts.materials.emplace_back().name = name;
+        }
+        currentMaterial = at->second;
+        partIsCurrent = false;
+    }
+
+    void setCurrentPart() {
+        if (partIsCurrent) {
+            return;
+        }
+        partIsCurrent = true;
+        const std::string key = objectName + '\n' + std::to_string(currentMaterial);
+        const auto [at, isNew] = partNumbers.try_emplace(key, static_cast<std::uint32_t>(surface.parts.size()));
+        if (isNew) {
+            surface.parts.push_back({objectName, currentMaterial});
+        }
+        currentPart = at->second;
+    }
+
+    void checkIndices() const {
+        check(latestVertex, surface.positions.size(), "vertex", "vertices");
+        check(latestNormal, surface.normals.size(), "normal", "normals");
+    }
+
+    static void check(const LatestIndex& latest, std::uint64_t count, const char* what, const char* plural) {
+        if (latest.index > count) {
+            throw ImportError("line " + std::to_string(latest.line) + ": " + what + " index " +
+                              std::to_string(latest.index) + " is out of range, the file has " + std::to_string(count) +
+                              " " + plural);
+        }
+    }
+
+    void finish() {
+        if (!understood) {
+            throw ImportError("this is no Wavefront OBJ file");
+        }
+        for (const LineElement& line : lines) {
+            Polyline& out = file.parts.polylines.emplace_back();
+            out.material = line.material;
+            out.closed = line.corners.size() > 3 && line.corners.front() == line.corners.back();
+            for (std::size_t i = 0; i + (out.closed ? 1 : 0) < line.corners.size(); ++i) {
+                out.points.push_back(surface.positions[line.corners[i]]);
+            }
+        }
+        for (const std::uint32_t point : points) {
+            file.parts.points.push_back(surface.positions[point]);
+        }
+        file.parts.format = "Wavefront OBJ";
+        if (!surface.corners.empty()) {
+            file.parts.surfaces.push_back(std::move(surface));
+        }
+    }
+
+    struct LineElement {
+        std::vector<std::uint32_t> corners;
+        std::uint32_t material = noIndex;
+    };
+
+    TextScanner scan;
+    ReadLimits limits;
+    ObjFile file;
+    Surface surface;
+    std::vector<LineElement> lines;
+    std::vector<std::uint32_t> points;
+    LatestIndex latestVertex;
+    LatestIndex latestNormal;
+    bool understood = false;
+    bool hasNormals = false;
+
+    std::string objectName;
+    std::uint32_t currentMaterial = noIndex;
+    bool partIsCurrent = false;
+    std::uint32_t currentPart = 0;
+    std::unordered_map<std::string, std::uint32_t> partNumbers;
+    std::unordered_map<std::string, std::uint32_t> materialNumbers;
+
+    std::vector<Corner> face;
+    std::vector<Vec3> polygon;
+    std::vector<std::uint32_t> pieces;
+};
+
+} // namespace
+
+ObjFile readObj(std::string_view text, const ReadLimits& limits) {
+    return ObjReader(text, limits).read();
+}
+
+} // namespace kivimport

@@ -1,0 +1,339 @@
+#include "import/scenebuilder.h"
+
+#include "import/normals.h"
+#include "kivrender/platform/kivtext.h"
+#include "kivrender/scene/kivline.h"
+#include "kivrender/scene/kivmesh.h"
+#include "kivrender/scene/kivpolyline.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <limits>
+
+namespace kivimport {
+namespace {
+
+std::uint32_t toKivColour(const Colour& c) {
+    const auto byte = [](double v) { return static_cast<std::uint32_t>(std::lround(std::clamp(v, 0.0, 1.0) * 255.0)); };
+    return byte(c.r) | byte(c.g) << 8 | byte(c.b) << 16;
+}
+
+Kiv3DPoint toKivPoint(const Vec3& p) {
+    return {p.x, p.y, p.z};
+}
+Kiv3DVector toKivVector(const Vec3& v) {
+    return {v.x, v.y, v.z};
+}
+
+constexpr Colour ink{0.16, 0.15, 0.17}; // of lines without a material
+
+// A texture replaces a black colour, as programs that use the texture alone leave the colour at that.
+Colour paint(const Material& material) {
+    if (!material.textureLoaded) {
+        return material.diffuse;
+    }
+    const Colour& texture = material.textureAverage;
+    if (material.diffuse == Colour{}) {
+        return texture;
+    }
+    return {material.diffuse.r * texture.r, material.diffuse.g * texture.g, material.diffuse.b * texture.b};
+}
+
+KivMaterial toKivMaterial(const Material& source) {
+    KivMaterial material;
+    material.setDiffuse(toKivColour(paint(source)));
+    // The copy constructor of a material takes its diffuse colour from the ambient one; equal colours survive that.
+    material.setAmbient(material.getDiffuse());
+    material.setEmission(toKivColour(source.emission));
+    // 128, the largest exponent of OpenGL, is the largest shine. Without an exponent there is no highlight.
+    material.setShine(source.shininess * KivMaterial::maxShine() / 128.0);
+    material.setSpecular(source.shininess > 0.0 ? toKivColour(source.specular) : 0);
+    material.setTransparency(source.opacity);
+    return material;
+}
+
+class SceneBuilder {
+public:
+    SceneBuilder(double angle, KivModel& target) : creaseAngle(angle), model(target), scene(*target.scene) {}
+
+    void addFile(ModelParts& parts, KivModelFileInfo& info) {
+        place(parts);
+        materials.assign(parts.materials.size(), KivMaterial());
+        std::vector<bool> used(parts.materials.size(), false);
+        for (std::size_t i = 0; i < parts.materials.size(); ++i) {
+            materials[i] = toKivMaterial(parts.materials[i]);
+        }
+        for (Surface& surface : parts.surfaces) {
+            info.degenerate += weldSurface(surface);
+            info.triangles += surface.corners.size() / 3;
+            for (const Surface::Part& part : surface.parts) {
+                markUsed(part.material, used);
+            }
+            info.vertices += addSurface(surface);
+            surface = {};
+        }
+        for (const Polyline& line : parts.polylines) {
+            markUsed(line.material, used);
+            addPolyline(line);
+        }
+        for (const Vec3& p : parts.points) {
+            Kiv3DPoint point = toKivPoint(p);
+            scene.addPoint(point);
+        }
+        for (std::size_t i = 0; i < parts.materials.size(); ++i) {
+            if (used[i]) {
+                KivModelMaterial& listed = model.materials.emplace_back();
+                listed.name = kivFromUtf8(parts.materials[i].name);
+                listed.material = materials[i];
+                listed.texture = kivFromUtf8(parts.materials[i].texture);
+            }
+        }
+        addCamerasAndLights(parts);
+    }
+
+private:
+    Vec3 placed(const Vec3& p) const {
+        return {(p.x - model.origin.x) * model.scale, (p.y - model.origin.y) * model.scale,
+                (p.z - model.origin.z) * model.scale};
+    }
+
+    void place(ModelParts& parts) const {
+        const auto placeAll = [this](std::vector<Vec3>& points) {
+            for (Vec3& p : points) {
+                p = placed(p);
+            }
+        };
+        for (Surface& surface : parts.surfaces) {
+            placeAll(surface.positions);
+        }
+        for (Polyline& line : parts.polylines) {
+            placeAll(line.points);
+        }
+        placeAll(parts.points);
+    }
+
+    static void markUsed(std::uint32_t material, std::vector<bool>& used) {
+        if (material != noIndex) {
+            used[material] = true;
+        }
+    }
+
+    KivMaterial materialOf(std::uint32_t number) {
+        if (number != noIndex) {
+            KivMaterial material;
+            material = materials[number];
+            return material;
+        }
+        Material plain;
+        plain.diffuse = defaultColour(unpainted++);
+        return toKivMaterial(plain);
+    }
+
+    // One mesh for each part that has triangles. Returns the number of vertices.
+    std::uint64_t addSurface(const Surface& surface) {
+        const SurfaceVertices vertices = makeVertices(surface, creaseAngle);
+        const std::size_t numTriangles = vertices.corners.size() / 3;
+        std::vector<std::size_t> sizes(surface.parts.size(), 0);
+        for (std::size_t t = 0; t < numTriangles; ++t) {
+            ++sizes[surface.triangleParts.empty() ? 0 : surface.triangleParts[t]];
+        }
+        // The triangles in the order of their parts, so that each part is walked once however many there are.
+        std::vector<std::size_t> start(surface.parts.size() + 1, 0);
+        for (std::size_t part = 0; part < sizes.size(); ++part) {
+            start[part + 1] = start[part] + sizes[part];
+        }
+        std::vector<std::uint32_t> triangles(numTriangles);
+        std::vector<std::size_t> next(start.begin(), start.end() - 1);
+        for (std::size_t t = 0; t < numTriangles; ++t) {
+            triangles[next[surface.triangleParts.empty() ? 0 : surface.triangleParts[t]]++] =
+                static_cast<std::uint32_t>(t);
+        }
+        localIndex.assign(vertices.normals.size(), noIndex);
+        std::uint64_t count = 0;
+        for (std::size_t part = 0; part < sizes.size(); ++part) {
+            if (sizes[part] > 0) {
+                count += addMesh(surface, vertices, surface.parts[part], triangles.data() + start[part], sizes[part]);
+            }
+        }
+        return count;
+    }
+
+    std::uint64_t addMesh(const Surface& surface, const SurfaceVertices& vertices, const Surface::Part& part,
+                          const std::uint32_t* triangles, std::size_t numTriangles) {
+        auto mesh = std::make_unique<KivMesh>();
+        KivMaterial material;
+        material = materialOf(part.material);
+        mesh->setMaterial(material);
+        // A vertex between two parts comes into both meshes.
+        members.clear();
+        for (std::size_t t = 0; t < numTriangles; ++t) {
+            for (std::size_t i = 0; i < 3; ++i) {
+                const std::uint32_t vertex = vertices.corners[triangles[t] * std::size_t{3} + i];
+                if (localIndex[vertex] == noIndex) {
+                    localIndex[vertex] = 0;
+                    members.push_back(vertex);
+                }
+            }
+        }
+        std::sort(members.begin(), members.end());
+        mesh->reserveVertexs(static_cast<unsigned int>(members.size()));
+        mesh->reserveNormals(static_cast<unsigned int>(members.size()));
+        mesh->reserveTriangles(static_cast<unsigned int>(numTriangles));
+        for (std::size_t i = 0; i < members.size(); ++i) {
+            localIndex[members[i]] = static_cast<std::uint32_t>(i);
+            mesh->addVertex(toKivPoint(surface.positions[vertices.positions[members[i]]]),
+                            toKivVector(vertices.normals[members[i]]));
+        }
+        for (std::size_t t = 0; t < numTriangles; ++t) {
+            const std::uint32_t* corner = &vertices.corners[triangles[t] * std::size_t{3}];
+            mesh->addTriangle(localIndex[corner[0]], localIndex[corner[1]], localIndex[corner[2]]);
+        }
+        for (const std::uint32_t vertex : members) {
+            localIndex[vertex] = noIndex;
+        }
+        scene.addMesh(mesh.release());
+        return members.size();
+    }
+
+    void addPolyline(const Polyline& line) {
+        if (line.points.size() == 2) {
+            KivLine single(toKivPoint(line.points[0]), toKivPoint(line.points[1]));
+            scene.addLine(single);
+            return;
+        }
+        auto polyline = std::make_unique<KivPolyline>();
+        for (const Vec3& p : line.points) {
+            polyline->addPoint(toKivPoint(p));
+        }
+        polyline->setClosed(line.closed);
+        Material plain;
+        plain.diffuse = ink;
+        KivMaterial material;
+        material = line.material != noIndex ? materials[line.material] : toKivMaterial(plain);
+        polyline->setMaterial(material);
+        polyline->setColor(material.getDiffuse());
+        scene.addPolyline(polyline.release());
+    }
+
+    void addCamerasAndLights(const ModelParts& parts) {
+        for (const Camera& source : parts.cameras) {
+            KivModelCamera& camera = model.cameras.emplace_back();
+            camera.name = kivFromUtf8(source.name);
+            camera.location = toKivPoint(placed(source.location));
+            camera.direction = toKivVector(source.direction);
+            camera.up = toKivVector(source.up);
+            camera.verticalFov = source.verticalFov;
+            camera.orthoHeight = source.orthoHeight * model.scale;
+        }
+        for (const Light& source : parts.lights) {
+            model.lights.push_back(toKivLight(source));
+        }
+    }
+
+    KivLight toKivLight(const Light& source) const {
+        KivLight light;
+        light.setDirection(toKivVector(source.direction));
+        light.setLocation(toKivPoint(placed(source.location)));
+        light.setDiffuse(toKivColour(source.colour));
+        light.setSpecular(light.getDiffuse());
+        switch (source.kind) {
+        case Light::Kind::directional:
+            light.setStyle(KivLight::directionalLight);
+            light.setLocation(kivFarLocation(source));
+            break;
+        case Light::Kind::point:
+            light.setStyle(KivLight::pointLight);
+            break;
+        case Light::Kind::spot:
+            light.setStyle(KivLight::spotLight);
+            // In radians, as the incidence of light on a surface is worked out in them.
+            light.setSpotAngle(source.spotAngle);
+            light.setAttenuation(toKivVector(source.attenuation));
+            break;
+        }
+        return light;
+    }
+
+    // Parallel light has no place of its own; what needs one, such as the volumes of shadows, gets one outside the
+    // scene.
+    Kiv3DPoint kivFarLocation(const Light& source) const {
+        KivBox box = model.bounds;
+        const double distance = 16.0 * std::max(box.diagonalDistance() * model.scale, 1.0);
+        const Vec3 centre{(box.getXMin() + box.getXMax()) / 2.0, (box.getYMin() + box.getYMax()) / 2.0,
+                          (box.getZMin() + box.getZMax()) / 2.0};
+        return toKivPoint(placed(centre) - source.direction * distance);
+    }
+
+    double creaseAngle;
+    KivModel& model;
+    KivScene& scene;
+    std::vector<KivMaterial> materials;
+    std::vector<std::uint32_t> localIndex;
+    std::vector<std::uint32_t> members;
+    std::size_t unpainted = 0;
+};
+
+} // namespace
+
+Colour defaultColour(std::size_t number) {
+    static constexpr std::array<Colour, 8> tones{
+        Colour{0.894, 0.600, 0.380}, Colour{0.373, 0.643, 0.643}, Colour{0.929, 0.769, 0.408},
+        Colour{0.561, 0.694, 0.447}, Colour{0.824, 0.447, 0.443}, Colour{0.435, 0.537, 0.733},
+        Colour{0.851, 0.792, 0.678}, Colour{0.596, 0.455, 0.616},
+    };
+    return tones[number % tones.size()];
+}
+
+void addBounds(const ModelParts& parts, KivBox& bounds) {
+    Vec3 low{bounds.getXMin(), bounds.getYMin(), bounds.getZMin()};
+    Vec3 high{bounds.getXMax(), bounds.getYMax(), bounds.getZMax()};
+    const auto add = [&low, &high](const Vec3& p) {
+        low = {std::min(low.x, p.x), std::min(low.y, p.y), std::min(low.z, p.z)};
+        high = {std::max(high.x, p.x), std::max(high.y, p.y), std::max(high.z, p.z)};
+    };
+    for (const Surface& surface : parts.surfaces) {
+        for (const std::uint32_t corner : surface.corners) {
+            add(surface.positions[corner]);
+        }
+    }
+    for (const Polyline& line : parts.polylines) {
+        std::for_each(line.points.begin(), line.points.end(), add);
+    }
+    std::for_each(parts.points.begin(), parts.points.end(), add);
+    bounds = KivBox(low.x, high.x, low.y, high.y, low.z, high.z);
+}
+
+KivBox emptyBounds() {
+    constexpr double infinity = std::numeric_limits<double>::infinity();
+    return {infinity, -infinity, infinity, -infinity, infinity, -infinity};
+}
+
+void choosePlacement(KivModel& model) {
+    KivBox box = model.bounds;
+    model.origin = Kiv3DPoint((box.getXMin() + box.getXMax()) / 2.0, (box.getYMin() + box.getYMax()) / 2.0,
+                              (box.getZMin() + box.getZMax()) / 2.0);
+    const double size = std::max({box.getXSize(), box.getYSize(), box.getZSize()});
+    int exponent = 0;
+    std::frexp(size, &exponent); // size is in [0.5, 1) * 2^exponent
+    model.scale = size > 0.0 ? std::ldexp(1.0, std::min(7 - exponent, 1000)) : 1.0;
+}
+
+void assembleModel(std::vector<ModelParts>& files, double creaseAngle, KivModel& model) {
+    model.bounds = emptyBounds();
+    for (const ModelParts& parts : files) {
+        addBounds(parts, model.bounds);
+    }
+    choosePlacement(model);
+    model.up = files.front().zUp ? Kiv3DVector(0.0, 0.0, 1.0) : Kiv3DVector(0.0, 1.0, 0.0);
+    model.scene = std::make_unique<KivScene>();
+    SceneBuilder builder(creaseAngle, model);
+    for (std::size_t i = 0; i < files.size(); ++i) {
+        KivModelFileInfo& info = model.files[i];
+        info.format = kivFromUtf8(files[i].format);
+        info.zUp = files[i].zUp;
+        builder.addFile(files[i], info);
+    }
+}
+
+} // namespace kivimport

@@ -1,0 +1,678 @@
+#include "import/kivmodelimport.h"
+
+#include "import/assimpreader.h"
+#include "import/objreader.h"
+#include "import/scenebuilder.h"
+#include "importtestfiles.h"
+#include "kivrender/platform/kivtext.h"
+#include "kivrender/scene/kivline.h"
+#include "kivrender/scene/kivmesh.h"
+#include "kivrender/scene/kivpolyline.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstring>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+KivModel import(const std::vector<std::string>& paths, const KivModelOptions& options = {}) {
+    KivModel model;
+    std::wstring message;
+    std::vector<std::wstring> wide;
+    for (const std::string& path : paths) {
+        wide.push_back(kivFromUtf8(path));
+    }
+    EXPECT_TRUE(kivImportModels(wide, options, model, message)) << kivToUtf8(message);
+    return model;
+}
+
+std::string complaint(const std::string& path, const KivModelOptions& options = {}) {
+    KivModel model;
+    std::wstring message;
+    EXPECT_FALSE(kivImportModels({kivFromUtf8(path)}, options, model, message)) << path;
+    return kivToUtf8(message);
+}
+
+// The volume inside a mesh, in the units of the file.
+double volumeOf(const KivModel& model, const KivMesh& mesh) {
+    double volume = 0.0;
+    for (unsigned int t = 0; t < mesh.getNumTriangles(); ++t) {
+        Kiv3DPoint p[3];
+        mesh.getTriangle(p, t);
+        volume += (p[0].x * (p[1].y * p[2].z - p[1].z * p[2].y) - p[0].y * (p[1].x * p[2].z - p[1].z * p[2].x) +
+                   p[0].z * (p[1].x * p[2].y - p[1].y * p[2].x)) /
+                  6.0;
+    }
+    return volume / std::pow(model.scale, 3.0);
+}
+
+// Whether every normal points to the side from which its triangle runs anticlockwise.
+void expectNormalsOutwards(const KivMesh& mesh) {
+    for (unsigned int t = 0; t < mesh.getNumTriangles(); ++t) {
+        Kiv3DPoint p[3];
+        Kiv3DVector n[3];
+        mesh.getTriangle(p, n, t);
+        const Kiv3DVector a(p[1].x - p[0].x, p[1].y - p[0].y, p[1].z - p[0].z);
+        const Kiv3DVector b(p[2].x - p[0].x, p[2].y - p[0].y, p[2].z - p[0].z);
+        for (const Kiv3DVector& normal : n) {
+            EXPECT_GT((a.y * b.z - a.z * b.y) * normal.x + (a.z * b.x - a.x * b.z) * normal.y +
+                          (a.x * b.y - a.y * b.x) * normal.z,
+                      0.0);
+        }
+    }
+}
+
+// --- one box in each format ---
+
+struct BoxFace {
+    std::array<int, 4> corner;
+};
+constexpr std::array<std::array<double, 3>, 8> boxCorners{
+    {{0, 0, 0}, {2, 0, 0}, {2, 1, 0}, {0, 1, 0}, {0, 0, 3}, {2, 0, 3}, {2, 1, 3}, {0, 1, 3}}};
+constexpr std::array<BoxFace, 6> boxFaces{
+    {{{3, 2, 1, 0}}, {{4, 5, 6, 7}}, {{0, 1, 5, 4}}, {{2, 3, 7, 6}}, {{1, 2, 6, 5}}, {{3, 0, 4, 7}}}};
+
+std::string number(double v) {
+    return std::to_string(v);
+}
+
+std::string boxStl() {
+    std::string text = "solid box\n";
+    for (const BoxFace& face : boxFaces) {
+        for (const std::array<int, 3> t : {std::array<int, 3>{0, 1, 2}, std::array<int, 3>{0, 2, 3}}) {
+            text += "facet normal 0 0 0\nouter loop\n";
+            for (const int c : t) {
+                const auto& p = boxCorners[static_cast<std::size_t>(face.corner[static_cast<std::size_t>(c)])];
+                text += "vertex " + number(p[0]) + " " + number(p[1]) + " " + number(p[2]) + "\n";
+            }
+            text += "endloop\nendfacet\n";
+        }
+    }
+    return text + "endsolid box\n";
+}
+
+std::string boxPolygons(const std::string& header, bool countAhead) {
+    std::string text = header;
+    for (const auto& p : boxCorners) {
+        text += number(p[0]) + " " + number(p[1]) + " " + number(p[2]) + "\n";
+    }
+    for (const BoxFace& face : boxFaces) {
+        text += countAhead ? "4" : "";
+        for (const int c : face.corner) {
+            text.append(" ").append(std::to_string(c));
+        }
+        text += "\n";
+    }
+    return text;
+}
+
+std::string boxPly() {
+    return boxPolygons("ply\nformat ascii 1.0\nelement vertex 8\nproperty float x\nproperty float y\nproperty float z\n"
+                       "element face 6\nproperty list uchar int vertex_indices\nend_header\n",
+                       true);
+}
+
+std::string boxOff() {
+    return boxPolygons("OFF\n8 6 0\n", true);
+}
+
+std::string dxfPair(int code, const std::string& value) {
+    return std::to_string(code) + "\n" + value + "\n";
+}
+
+std::string boxDxf() {
+    std::string text = dxfPair(0, "SECTION") + dxfPair(2, "ENTITIES");
+    for (const BoxFace& face : boxFaces) {
+        text += dxfPair(0, "3DFACE") + dxfPair(8, "0");
+        for (int i = 0; i < 4; ++i) {
+            const auto& p = boxCorners[static_cast<std::size_t>(face.corner[static_cast<std::size_t>(i)])];
+            text += dxfPair(10 + i, number(p[0])) + dxfPair(20 + i, number(p[1])) + dxfPair(30 + i, number(p[2]));
+        }
+    }
+    return text + dxfPair(0, "ENDSEC") + dxfPair(0, "EOF");
+}
+
+std::string boxDae() {
+    std::string positions;
+    for (const auto& p : boxCorners) {
+        positions += number(p[0]) + " " + number(p[1]) + " " + number(p[2]) + " ";
+    }
+    std::string counts;
+    std::string indices;
+    for (const BoxFace& face : boxFaces) {
+        counts += "4 ";
+        for (const int c : face.corner) {
+            indices += std::to_string(c) + " ";
+        }
+    }
+    return "<?xml version=\"1.0\"?><COLLADA xmlns=\"http://www.collada.org/2005/11/COLLADASchema\" version=\"1.4.1\">"
+           "<asset><up_axis>Y_UP</up_axis></asset><library_geometries><geometry id=\"g\"><mesh><source id=\"p\">"
+           "<float_array id=\"a\" count=\"24\">" +
+           positions +
+           "</float_array><technique_common><accessor source=\"#a\" count=\"8\" stride=\"3\"><param name=\"X\" "
+           "type=\"float\"/><param name=\"Y\" type=\"float\"/><param name=\"Z\" type=\"float\"/></accessor>"
+           "</technique_common></source><vertices id=\"v\"><input semantic=\"POSITION\" source=\"#p\"/></vertices>"
+           "<polylist count=\"6\"><input semantic=\"VERTEX\" source=\"#v\" offset=\"0\"/><vcount>" +
+           counts + "</vcount><p>" + indices +
+           "</p></polylist></mesh></geometry></library_geometries><library_visual_scenes><visual_scene id=\"s\">"
+           "<node id=\"n\"><instance_geometry url=\"#g\"/></node></visual_scene></library_visual_scenes>"
+           "<scene><instance_visual_scene url=\"#s\"/></scene></COLLADA>";
+}
+
+std::string boxFbx() {
+    std::string positions;
+    for (const auto& p : boxCorners) {
+        for (const double v : p) {
+            positions.append(positions.empty() ? "" : ",").append(number(v));
+        }
+    }
+    std::string indices;
+    for (const BoxFace& face : boxFaces) {
+        for (std::size_t i = 0; i < 4; ++i) {
+            // The last index of a polygon is stored as its complement.
+            indices.append(indices.empty() ? "" : ",");
+            indices.append(std::to_string(i < 3 ? face.corner[i] : -face.corner[i] - 1));
+        }
+    }
+    return "; FBX 7.3.0 project file\nFBXHeaderExtension: {\n FBXHeaderVersion: 1003\n FBXVersion: 7300\n}\n"
+           "GlobalSettings: {\n Version: 1000\n Properties70: {\n  P: \"UpAxis\", \"int\", \"Integer\", \"\",2\n"
+           "  P: \"UpAxisSign\", \"int\", \"Integer\", \"\",1\n  P: \"UnitScaleFactor\", \"double\", \"Number\", "
+           "\"\",1\n }\n}\n"
+           "Objects: {\n Geometry: 1, \"Geometry::box\", \"Mesh\" {\n  Vertices: *24 {\n   a: " +
+           positions + "\n  }\n  PolygonVertexIndex: *24 {\n   a: " + indices +
+           "\n  }\n  GeometryVersion: 124\n }\n Model: 2, \"Model::box\", \"Mesh\" {\n  Version: 232\n }\n}\n"
+           "Connections: {\n C: \"OO\",1,2\n C: \"OO\",2,0\n}\n";
+}
+
+void append(std::string& out, const void* data, std::size_t size) {
+    out.append(static_cast<const char*>(data), size);
+}
+
+std::string chunk3ds(std::uint16_t id, const std::string& content) {
+    std::string out;
+    const auto size = static_cast<std::uint32_t>(content.size() + 6);
+    append(out, &id, 2);
+    append(out, &size, 4);
+    return out + content;
+}
+
+std::string box3ds() {
+    std::string vertices;
+    const std::uint16_t numVertices = 8;
+    append(vertices, &numVertices, 2);
+    for (const auto& p : boxCorners) {
+        for (const double v : p) {
+            const auto single = static_cast<float>(v);
+            append(vertices, &single, 4);
+        }
+    }
+    std::string faces;
+    const std::uint16_t numFaces = 12;
+    append(faces, &numFaces, 2);
+    for (const BoxFace& face : boxFaces) {
+        const std::array<int, 6> order{0, 1, 2, 0, 2, 3};
+        for (std::size_t i = 0; i < 6; ++i) {
+            const auto index = static_cast<std::uint16_t>(face.corner[static_cast<std::size_t>(order[i])]);
+            append(faces, &index, 2);
+            if (i % 3 == 2) {
+                const std::uint16_t flags = 7;
+                append(faces, &flags, 2);
+            }
+        }
+    }
+    const std::string mesh = chunk3ds(0x4100, chunk3ds(0x4110, vertices) + chunk3ds(0x4120, faces));
+    return chunk3ds(0x4D4D, chunk3ds(0x3D3D, chunk3ds(0x4000, std::string("box") + '\0' + mesh)));
+}
+
+std::string base64(const std::string& data) {
+    static const char* const letters = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+    std::string out;
+    for (std::size_t i = 0; i < data.size(); i += 3) {
+        std::uint32_t word = 0;
+        for (std::size_t k = 0; k < 3; ++k) {
+            word = word << 8 | (i + k < data.size() ? static_cast<unsigned char>(data[i + k]) : 0U);
+        }
+        for (std::size_t k = 0; k < 4; ++k) {
+            out += i + k > data.size() ? '=' : letters[word >> (18 - 6 * k) & 63];
+        }
+    }
+    return out;
+}
+
+std::string boxBuffer() {
+    std::string buffer;
+    for (const auto& p : boxCorners) {
+        for (const double v : p) {
+            const auto single = static_cast<float>(v);
+            append(buffer, &single, 4);
+        }
+    }
+    for (const BoxFace& face : boxFaces) {
+        for (const std::size_t i : {0U, 1U, 2U, 0U, 2U, 3U}) {
+            const auto index = static_cast<std::uint16_t>(face.corner[i]);
+            append(buffer, &index, 2);
+        }
+    }
+    return buffer;
+}
+
+// The box with material 0, placed by what nodes says; extra goes into the top level.
+std::string gltfText(const std::string& buffer, const std::string& nodes, const std::string& extra,
+                     const std::string& primitive) {
+    return "{\"asset\":{\"version\":\"2.0\"},\"scene\":0,\"scenes\":[{\"nodes\":[0]}],\"nodes\":[" + nodes +
+           "],\"meshes\":[{\"primitives\":[{\"attributes\":{\"POSITION\":0},\"indices\":1" + primitive + "}]}]," +
+           extra + "\"buffers\":[{" + buffer +
+           "\"byteLength\":168}],\"bufferViews\":[{\"buffer\":0,\"byteOffset\":0,\"byteLength\":96},{\"buffer\":0,"
+           "\"byteOffset\":96,\"byteLength\":72}],\"accessors\":[{\"bufferView\":0,\"componentType\":5126,\"count\":8,"
+           "\"type\":\"VEC3\",\"min\":[0,0,0],\"max\":[2,1,3]},{\"bufferView\":1,\"componentType\":5123,\"count\":36,"
+           "\"type\":\"SCALAR\"}]}";
+}
+
+std::string boxGltf(const std::string& nodes = "{\"mesh\":0}", const std::string& extra = "",
+                    const std::string& primitive = "") {
+    return gltfText("\"uri\":\"data:application/octet-stream;base64," + base64(boxBuffer()) + "\",", nodes, extra,
+                    primitive);
+}
+
+std::string boxGlb() {
+    std::string json = gltfText("", "{\"mesh\":0}", "", "");
+    json.resize((json.size() + 3) / 4 * 4, ' ');
+    const std::string buffer = boxBuffer();
+    std::string out;
+    const auto word = [&out](std::uint32_t v) { append(out, &v, 4); };
+    word(0x46546C67);
+    word(2);
+    word(static_cast<std::uint32_t>(12 + 8 + json.size() + 8 + buffer.size()));
+    word(static_cast<std::uint32_t>(json.size()));
+    word(0x4E4F534A);
+    out += json;
+    word(static_cast<std::uint32_t>(buffer.size()));
+    word(0x004E4942);
+    return out + buffer;
+}
+
+// A 2 by 1 bitmap, left pixel red, right pixel blue.
+std::string redBlueBmp() {
+    std::string out = "BM";
+    const auto word = [&out](std::uint32_t v) { append(out, &v, 4); };
+    word(62);
+    word(0);
+    word(54);
+    word(40);
+    word(2);
+    word(1);
+    word(1U | 24U << 16);
+    word(0);
+    word(8);
+    word(2835);
+    word(2835);
+    word(0);
+    word(0);
+    out += std::string("\x00\x00\xFF\xFF\x00\x00\x00\x00", 8);
+    return out;
+}
+
+} // namespace
+
+TEST(ModelImport, TheSameBoxFromEveryFormat) {
+    const TestFolder folder;
+    const struct {
+        const char* name;
+        std::string content;
+        bool zUp;
+    } cases[] = {
+        {"box.obj", boxObj, false},   {"box.stl", boxStl(), true},  {"box.ply", boxPly(), false},
+        {"box.off", boxOff(), false}, {"box.dxf", boxDxf(), true},  {"box.dae", boxDae(), false},
+        {"box.fbx", boxFbx(), true},  {"box.3ds", box3ds(), true},  {"box.gltf", boxGltf(), false},
+        {"box.glb", boxGlb(), false}, {"UPPER.OBJ", boxObj, false},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        const KivModel model = import({folder.write(c.name, c.content)});
+        ASSERT_NE(model.scene, nullptr);
+        ASSERT_EQ(model.scene->numMeshes(), 1U);
+        const KivMesh& mesh = *model.scene->getMesh(0);
+        EXPECT_EQ(mesh.getNumTriangles(), 12U);
+        EXPECT_EQ(mesh.getNumVertexs(), 24U) << "sharp edges want three vertices at a corner";
+        EXPECT_NEAR(volumeOf(model, mesh), 6.0, 1e-5);
+        expectNormalsOutwards(mesh);
+        KivBox bounds = model.bounds;
+        EXPECT_NEAR(bounds.getXMin(), 0.0, 1e-6);
+        EXPECT_NEAR(bounds.getXMax(), 2.0, 1e-6);
+        EXPECT_NEAR(bounds.getYMax(), 1.0, 1e-6);
+        EXPECT_NEAR(bounds.getZMin(), 0.0, 1e-6);
+        EXPECT_NEAR(bounds.getZMax(), 3.0, 1e-6);
+        EXPECT_EQ(model.files.at(0).zUp, c.zUp);
+        EXPECT_EQ(model.up.z, c.zUp ? 1.0 : 0.0);
+        EXPECT_EQ(model.files[0].triangles, 12U);
+        EXPECT_EQ(model.files[0].degenerate, 0U);
+        EXPECT_FALSE(model.files[0].format.empty());
+        EXPECT_NE(model.files[0].format, L"unknown");
+        EXPECT_TRUE(model.materials.empty())
+            << "none is in the file, found " << (model.materials.empty() ? "" : kivToUtf8(model.materials[0].name));
+        EXPECT_NE(mesh.getMaterial()->getDiffuse(), 0U) << "what has no material gets a colour";
+        EXPECT_TRUE(mesh.isOpaque());
+    }
+}
+
+TEST(ModelImport, EveryListedFormatIsRead) {
+    EXPECT_EQ(kivModelFormats().size(), 10U);
+    for (const KivModelFormat& format : kivModelFormats()) {
+        EXPECT_GT(std::wcslen(format.name), 2U);
+    }
+}
+
+TEST(ModelImport, OurObjReaderAgreesWithAssimp) {
+    const TestFolder folder;
+    const std::string text =
+        std::string("vn 0 0 1\nvn 0 1 0\nmtllib m.mtl\no a\nusemtl one\n") + boxObj +
+        "o b\nusemtl two\nv 5 5 5\nv 6 5 5\nv 6 6 5\nv 5 6 5\nv 5.5 7 5\nf 9//1 10//1 11//1 13//2 12//1\n"
+        "f -5 -4 -1\n";
+    folder.write("m.mtl", "newmtl one\nKd 1 0 0\nnewmtl two\nKd 0 1 0\nNs 10\nKs 1 1 1\n");
+    const std::string path = folder.write("both.obj", text);
+    using namespace kivimport;
+    const ModelParts ours = readObj(text, {1000}).parts;
+    const ModelParts theirs = readByAssimp(path, {1000});
+    // All corners, in order, by position.
+    const auto cornersOf = [](const ModelParts& parts) {
+        std::vector<std::array<double, 3>> list;
+        for (const Surface& surface : parts.surfaces) {
+            for (const std::uint32_t c : surface.corners) {
+                const Vec3& p = surface.positions[c];
+                list.push_back({p.x, p.y, p.z});
+            }
+        }
+        std::sort(list.begin(), list.end());
+        return list;
+    };
+    EXPECT_EQ(ours.numTriangles(), theirs.numTriangles());
+    EXPECT_EQ(cornersOf(ours), cornersOf(theirs));
+}
+
+TEST(ModelImport, MaterialsOfAnObjFile) {
+    const TestFolder folder;
+    folder.write("box.mtl", "newmtl paint\nKd 0.2 0.4 0.6\nKs 1 1 1\nNs 64\nnewmtl glass\nKd 1 1 1\nd 0.25\nKs 1 1 1\n"
+                            "newmtl tiles\nKd 1 1 1\nmap_Kd ..\\textures\\tiles.bmp\nnewmtl spare\n");
+    folder.write("tiles.bmp", redBlueBmp());
+    const std::string path =
+        folder.write("box.obj", "mtllib box.mtl\nv 0 0 0\nv 1 0 0\nv 0 1 0\nv 0 0 1\nusemtl paint\nf 1 2 3\n"
+                                "usemtl glass\nf 1 2 4\nusemtl tiles\nf 1 3 4\nusemtl lost\nf 2 3 4\n");
+    const KivModel model = import({path});
+    ASSERT_EQ(model.scene->numMeshes(), 4U);
+    const KivMaterial& paint = *model.scene->getMesh(0)->getMaterial();
+    EXPECT_EQ(paint.getDiffuse(), 0x996633U); // red in the low byte
+    EXPECT_EQ(paint.getAmbient(), paint.getDiffuse()) << "a copied material takes its colour from here";
+    EXPECT_EQ(paint.getSpecular(), 0xFFFFFFU);
+    EXPECT_NEAR(paint.getShine(), 127.5, 1e-9);
+    EXPECT_EQ(paint.getTransparency(), 1.0);
+    const KivMaterial& glass = *model.scene->getMesh(1)->getMaterial();
+    EXPECT_EQ(glass.getTransparency(), 0.25);
+    EXPECT_FALSE(model.scene->getMesh(1)->isOpaque());
+    EXPECT_EQ(glass.getSpecular(), 0U) << "no exponent, no highlight";
+    EXPECT_EQ(model.scene->getMesh(2)->getMaterial()->getDiffuse(), 0x800080U) << "the mean of red and blue";
+    EXPECT_EQ(model.scene->getMesh(3)->getMaterial()->getDiffuse(), 0xCCCCCCU) << "named, but in no library";
+    ASSERT_EQ(model.materials.size(), 4U) << "those in use";
+    EXPECT_EQ(model.materials[2].texture, L"..\\textures\\tiles.bmp");
+}
+
+TEST(ModelImport, AMissingLibraryOrTextureCostsOnlyTheColours) {
+    const TestFolder folder;
+    folder.write("m.mtl", "newmtl a\nKd 1 0 0\nmap_Kd gone.png\n");
+    folder.write("broken.png", "no picture");
+    const std::string path =
+        folder.write("a.obj", "mtllib gone.mtl\nmtllib m.mtl\nv 0 0 0\nv 1 0 0\nv 0 1 0\nusemtl a\nf 1 2 3\n");
+    EXPECT_EQ(import({path}).scene->getMesh(0)->getMaterial()->getDiffuse(), 0x0000FFU);
+    folder.write("m.mtl", "newmtl a\nKd 1 0 0\nmap_Kd broken.png\n");
+    EXPECT_EQ(import({path}).scene->getMesh(0)->getMaterial()->getDiffuse(), 0x0000FFU);
+}
+
+TEST(ModelImport, MaterialsOfAGltfFile) {
+    const TestFolder folder;
+    const std::string extra = "\"materials\":[{\"name\":\"m\",\"alphaMode\":\"BLEND\",\"pbrMetallicRoughness\":{"
+                              "\"baseColorFactor\":[0.2158605,0,1,0.5],\"roughnessFactor\":0.25}}],";
+    const KivModel model = import({folder.write("m.gltf", boxGltf("{\"mesh\":0}", extra, ",\"material\":0"))});
+    const KivMaterial& material = *model.scene->getMesh(0)->getMaterial();
+    // Linear light becomes what a screen shows: 0.2158605 is half of the way.
+    EXPECT_EQ(material.getDiffuse(), 0xFF0080U);
+    EXPECT_NEAR(material.getTransparency(), 0.5, 1e-6);
+    EXPECT_GT(material.getShine(), 0.0);
+    EXPECT_EQ(model.materials.at(0).name, L"m");
+}
+
+TEST(ModelImport, NodeTransformsAndMirrors) {
+    const TestFolder folder;
+    const char* const nodes[] = {
+        "{\"mesh\":0,\"scale\":[-1,1,1]}",
+        "{\"mesh\":0,\"scale\":[-2,-2,-2]}",
+        "{\"children\":[1],\"rotation\":[0,0.7071068,0,0.7071068],\"scale\":[1,-1,1]},{\"mesh\":0,\"scale\":[1,3,1],"
+        "\"translation\":[10,0,0]}",
+    };
+    const double volumes[] = {6.0, 48.0, 18.0};
+    for (int i = 0; i < 3; ++i) {
+        SCOPED_TRACE(nodes[i]);
+        const KivModel model = import({folder.write("n.gltf", boxGltf(nodes[i]))});
+        ASSERT_EQ(model.scene->numMeshes(), 1U);
+        EXPECT_NEAR(volumeOf(model, *model.scene->getMesh(0)), volumes[i], 1e-4) << "negative: turned inside out";
+        expectNormalsOutwards(*model.scene->getMesh(0));
+    }
+    KivModel model = import({folder.write("n.gltf", boxGltf(nodes[2]))});
+    // 10 along x, then a quarter turn about y to -z, then upside down.
+    EXPECT_NEAR(model.bounds.getZMin(), -12.0, 1e-5);
+    EXPECT_NEAR(model.bounds.getZMax(), -10.0, 1e-5);
+    EXPECT_NEAR(model.bounds.getYMin(), -3.0, 1e-5);
+    EXPECT_NEAR(model.bounds.getXMax(), 3.0, 1e-5);
+}
+
+TEST(ModelImport, CamerasAndLights) {
+    const TestFolder folder;
+    const std::string nodes =
+        "{\"children\":[1,2,3,4,5],\"mesh\":0},{\"camera\":0,\"name\":\"seen "
+        "from\",\"translation\":[1,2,30]},{\"camera\":1},"
+        "{\"name\":\"sun\",\"rotation\":[-0.7071068,0,0,0.7071068],\"extensions\":{\"KHR_lights_punctual\":{\"light\":"
+        "0}}},"
+        "{\"name\":\"bulb\",\"translation\":[0,5,0],\"extensions\":{\"KHR_lights_punctual\":{\"light\":1}}},"
+        "{\"name\":\"spot\",\"translation\":[0,0,9],\"extensions\":{\"KHR_lights_punctual\":{\"light\":2}}}";
+    const std::string extra =
+        "\"extensionsUsed\":[\"KHR_lights_punctual\"],\"extensions\":{\"KHR_lights_punctual\":{\"lights\":["
+        "{\"type\":\"directional\",\"name\":\"sun\",\"color\":[1,1,1],\"intensity\":3},"
+        "{\"type\":\"point\",\"name\":\"bulb\",\"color\":[1,0.5,0],\"intensity\":800},"
+        "{\"type\":\"spot\",\"name\":\"spot\",\"spot\":{\"outerConeAngle\":0.5}}]}},"
+        "\"cameras\":[{\"type\":\"perspective\",\"perspective\":{\"yfov\":0.6,\"znear\":0.1,\"aspectRatio\":1.5}},"
+        "{\"type\":\"orthographic\",\"orthographic\":{\"xmag\":3,\"ymag\":2,\"znear\":0.1,\"zfar\":10}}],";
+    const KivModel model = import({folder.write("c.gltf", boxGltf(nodes, extra))});
+    ASSERT_EQ(model.cameras.size(), 2U);
+    const KivModelCamera& camera = model.cameras[0];
+    const Kiv3DPoint expected = model.toScene(Kiv3DPoint(1.0, 2.0, 30.0));
+    EXPECT_NEAR(camera.location.x, expected.x, 1e-4);
+    EXPECT_NEAR(camera.location.z, expected.z, 1e-4);
+    EXPECT_NEAR(camera.direction.z, -1.0, 1e-6);
+    EXPECT_NEAR(camera.up.y, 1.0, 1e-6);
+    EXPECT_NEAR(camera.verticalFov, 0.6 * 180.0 / 3.14159265358979, 1e-3);
+    EXPECT_NEAR(model.cameras[1].orthoHeight, 4.0 * model.scale, 1e-3);
+    EXPECT_EQ(model.cameras[1].verticalFov, 0.0);
+
+    ASSERT_EQ(model.lights.size(), 3U);
+    const KivLight& sun = model.lights[0];
+    EXPECT_EQ(sun.getStyle(), KivLight::directionalLight);
+    EXPECT_NEAR(sun.getDirection().y, -1.0, 1e-6);
+    EXPECT_EQ(sun.getDiffuse(), 0xFFFFFFU);
+    // Far outside the scene, against its direction.
+    EXPECT_GT(sun.getLocation().y, 500.0);
+    EXPECT_EQ(model.lights[1].getStyle(), KivLight::pointLight);
+    EXPECT_EQ(model.lights[1].getDiffuse(), 0x0080FFU) << "only the hue counts";
+    EXPECT_NEAR(model.lights[1].getLocation().y, model.toScene(Kiv3DPoint(0.0, 5.0, 0.0)).y, 1e-4);
+    EXPECT_EQ(model.lights[2].getStyle(), KivLight::spotLight);
+    EXPECT_NEAR(model.lights[2].getSpotAngle(), 0.5, 1e-6) << "radians";
+    EXPECT_EQ(model.scene->numLights(), 0U);
+}
+
+TEST(ModelImport, LinesPointsAndPolylines) {
+    const TestFolder folder;
+    const std::string vertices = "v 0 0 0\nv 4 0 0\nv 4 4 0\nv 0 4 1\n";
+    const KivModel model = import({folder.write("l.obj", vertices + "l 1 2\nl 1 2 3 4 1\np 3\n")});
+    ASSERT_EQ(model.scene->numLines(), 1U);
+    ASSERT_EQ(model.scene->numPolyline(), 1U);
+    ASSERT_EQ(model.scene->numPoints(), 1U);
+    EXPECT_TRUE(model.scene->getPolyline(0)->isClosed());
+    EXPECT_EQ(model.scene->getPolyline(0)->numPoints(), 4);
+    const Kiv3DPoint end = model.toScene(Kiv3DPoint(4.0, 0.0, 0.0));
+    EXPECT_EQ(model.scene->getLine(0)->getEnd().x, end.x);
+
+    const std::string cloud =
+        folder.write("cloud.ply", "ply\nformat ascii 1.0\nelement vertex 3\nproperty float x\n"
+                                  "property float y\nproperty float z\nend_header\n0 0 0\n1 0 0\n0 1 0\n");
+    EXPECT_EQ(import({cloud}).scene->numPoints(), 3U);
+}
+
+TEST(ModelImport, PlacementIsExactAndNearTheOrigin) {
+    const TestFolder folder;
+    for (const double unit : {1e-12, 0.001, 1.0, 1e6, 1e20}) {
+        std::string u = "e";
+        u.append(std::to_string(static_cast<int>(std::lround(std::log10(unit)))));
+        const std::string path = folder.write("p.obj", "v 1000" + u + " 1000" + u + " 0\nv 1003" + u + " 1000" + u +
+                                                           " 0\nv 1000" + u + " 1001" + u + " 0\nf 1 2 3\n");
+        const KivModel model = import({path});
+        SCOPED_TRACE(unit);
+        int exponent = 0;
+        EXPECT_EQ(std::frexp(model.scale, &exponent), 0.5) << "a power of two";
+        ASSERT_EQ(model.scene->numMeshes(), 1U);
+        KivBox box = *model.scene->getMesh(0)->getBoundingBox();
+        EXPECT_GE(box.getXSize(), 63.9);
+        EXPECT_LE(box.getXSize(), 128.1);
+        EXPECT_NEAR(box.getXMin() + box.getXMax(), 0.0, 1e-6);
+        EXPECT_NEAR(box.getXSize() / box.getYSize(), 3.0, 1e-6);
+    }
+}
+
+TEST(ModelImport, ObjectsWithoutMaterialGetDifferentColours) {
+    const TestFolder folder;
+    const std::string text = "v 0 0 0\nv 1 0 0\nv 0 1 0\nv 0 0 1\no a\nf 1 2 3\no b\nf 1 2 4\n";
+    const KivModel model = import({folder.write("o.obj", text)});
+    ASSERT_EQ(model.scene->numMeshes(), 2U);
+    EXPECT_NE(model.scene->getMesh(0)->getMaterial()->getDiffuse(),
+              model.scene->getMesh(1)->getMaterial()->getDiffuse());
+}
+
+TEST(ModelImport, SeveralFilesMakeOneScene) {
+    const TestFolder folder;
+    const std::string a = folder.write("a.obj", boxObj);
+    const std::string b = folder.write("b.stl", boxStl());
+    const KivModel model = import({a, b});
+    EXPECT_EQ(model.scene->numMeshes(), 2U);
+    ASSERT_EQ(model.files.size(), 2U);
+    EXPECT_EQ(model.files[1].triangles, 12U);
+    EXPECT_EQ(model.up.y, 1.0) << "the first file tells what is up";
+}
+
+TEST(ModelImport, UpAxisCanBeChosen) {
+    const TestFolder folder;
+    KivModelOptions options;
+    options.upAxis = KivModelOptions::Axis::z;
+    EXPECT_EQ(import({folder.write("a.obj", boxObj)}, options).up.z, 1.0);
+    options.upAxis = KivModelOptions::Axis::y;
+    EXPECT_EQ(import({folder.write("a.stl", boxStl())}, options).up.y, 1.0);
+}
+
+TEST(ModelImport, DegenerateTrianglesAreCounted) {
+    const TestFolder folder;
+    const KivModel model =
+        import({folder.write("d.obj", "v 0 0 0\nv 1 0 0\nv 0 1 0\nv 2 0 0\nf 1 2 3\nf 1 2 4\nf 1 1 3\n")});
+    EXPECT_EQ(model.files.at(0).triangles, 1U);
+    EXPECT_EQ(model.files[0].degenerate, 2U);
+}
+
+TEST(ModelImport, NamesBeyondAscii) {
+    const TestFolder folder;
+    const KivModel model = import({folder.write("caf\xC3\xA9 \xE2\x98\x95.obj", boxObj)});
+    EXPECT_EQ(model.scene->numMeshes(), 1U);
+}
+
+TEST(ModelImport, TellsWhatIsWrongWithAFile) {
+    const TestFolder folder;
+    std::filesystem::create_directory(folder.path("folder.obj"));
+    std::string truncated = boxGlb();
+    truncated.resize(truncated.size() / 2);
+    std::string badIndex = boxGltf();
+    const std::string plyHead =
+        "ply\nformat ascii 1.0\nelement vertex 3\nproperty float x\nproperty float y\nproperty float z\n"
+        "element face 1\nproperty list uchar int vertex_indices\nend_header\n";
+    const struct {
+        const char* name;
+        const char* file;
+        std::string content; // "-": is not written
+        const char* message; // behind: can't use "path":
+    } cases[] = {
+        {"missing", "gone.obj", "-", "there is no such file"},
+        {"missing, unsupported", "gone.xyz", "-", "there is no such file"},
+        {"folder", "folder.obj", "-", "it is a folder"},
+        {"empty", "empty.obj", "", "the file is empty"},
+        {"unsupported", "scene.xyz", "x",
+         "files that end in .xyz can't be read; try one of obj, gltf, glb, stl, ply, fbx, 3ds, dae, off, dxf"},
+        {"no ending", "scene", "x",
+         "a name without an ending does not tell what it is; try one of obj, gltf, glb, stl, ply, fbx, 3ds, dae, off, "
+         "dxf"},
+        {"nothing drawn", "points.obj", "v 0 0 0\nv 1 0 0\n", "it has nothing to draw: no faces, lines or points"},
+        {"no area", "flat.obj", "v 0 0 0\nv 1 0 0\nv 2 0 0\nf 1 2 3\nf 1 1 1\n",
+         "it has nothing to draw: none of its faces has an area"},
+        {"index", "index.obj", "v 0 0 0\nf 1 2 3\n", "line 2: vertex index 3 is out of range, the file has 1 vertices"},
+        {"not a number", "nan.obj", "v 0 nan 0\n", "line 1: a coordinate is not a finite number"},
+        {"not a number, ply", "nan.ply", plyHead + "0 0 nan\n1 0 0\n0 1 0\n3 0 1 2\n",
+         "mesh \"\": a coordinate is not a finite number"},
+        {"too large, ply", "large.ply", plyHead + "0 0 1e36\n1 0 0\n0 1 0\n3 0 1 2\n",
+         "mesh \"\": a coordinate is too large"},
+        {"index, ply", "index.ply", plyHead + "0 0 0\n1 0 0\n0 1 0\n3 0 1 7\n",
+         "mesh \"\": vertex index 7 is out of range, it has 3 vertices"},
+        {"another kind", "text.obj", "Dear reader,\n", "this is no Wavefront OBJ file"},
+    };
+    for (const auto& c : cases) {
+        if (c.content != "-") {
+            folder.write(c.file, c.content);
+        }
+        EXPECT_EQ(complaint(folder.path(c.file)), "can't use \"" + folder.path(c.file) + "\": " + c.message) << c.name;
+    }
+    // What Assimp finds is told in its own words, in one line.
+    for (const auto& [file, content] :
+         std::vector<std::pair<std::string, std::string>>{{"cut.glb", truncated},
+                                                          {"noise.stl", std::string(200, '\x7F')},
+                                                          {"noise.fbx", "Kaydara"},
+                                                          {"noise.dae", "<COLLADA"},
+                                                          {"noise.3ds", "MMxxxxxx"},
+                                                          {"noise.off", "OFF\n-1 x"},
+                                                          {"noise.gltf", "{\"asset\":"}}) {
+        const std::string text = complaint(folder.write(file, content));
+        EXPECT_EQ(text.find("can't use \"" + folder.path(file) + "\": it "), 0U) << text;
+        EXPECT_EQ(text.find('\n'), std::string::npos) << text;
+    }
+}
+
+TEST(ModelImport, BoundsOfFileAndElements) {
+    const TestFolder folder;
+    KivModelOptions options;
+    options.maxFileSize = 50;
+    const std::string path = folder.write("b.obj", boxObj);
+    const std::string size = std::to_string(std::strlen(boxObj));
+    EXPECT_EQ(complaint(path, options),
+              "can't use \"" + path + "\": it is too large: " + size + " bytes, at most 50 are read");
+    options = {};
+    options.maxElements = 11;
+    const std::string reason = "\": it is too large: more than 11 triangles, lines or points";
+    EXPECT_EQ(complaint(path, options), "can't use \"" + path + reason);
+    const std::string stl = folder.write("b.stl", boxStl());
+    EXPECT_EQ(complaint(stl, options), "can't use \"" + stl + reason);
+    options.maxElements = 12;
+    EXPECT_EQ(import({path}, options).files.at(0).triangles, 12U);
+    // The bound holds for all files together.
+    KivModel model;
+    std::wstring message;
+    EXPECT_FALSE(kivImportModels({kivFromUtf8(path), kivFromUtf8(stl)}, options, model, message));
+}
+
+TEST(ModelImport, NoFileAtAll) {
+    KivModel model;
+    std::wstring message;
+    EXPECT_FALSE(kivImportModels({}, {}, model, message));
+    EXPECT_EQ(message, L"there is no model to read");
+}

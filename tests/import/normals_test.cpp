@@ -1,0 +1,205 @@
+#include "import/normals.h"
+
+#include "import/objreader.h"
+#include "importtestfiles.h"
+
+#include <cmath>
+#include <random>
+
+#include <gtest/gtest.h>
+
+using namespace kivimport;
+
+namespace {
+
+constexpr double pi = 3.14159265358979323846;
+
+Surface surfaceOf(const std::string& obj) {
+    Surface surface = readObj(obj, {1'000'000}).parts.surfaces.at(0);
+    weldSurface(surface);
+    return surface;
+}
+
+// The literal form: for each corner, grow the group of faces around its position one linked face at a time, and add up
+// their normals by angle.
+Vec3 literalNormal(const Surface& surface, std::size_t corner, double crease) {
+    const std::uint32_t position = surface.corners[corner];
+    std::vector<std::size_t> around;
+    std::vector<Vec3> faces;
+    std::vector<double> angles;
+    for (std::size_t c = 0; c < surface.corners.size(); ++c) {
+        if (surface.corners[c] == position) {
+            const std::size_t t = c / 3 * 3;
+            const Vec3 p = surface.positions[position];
+            const Vec3 a = surface.positions[surface.corners[t + (c + 1) % 3]] - p;
+            const Vec3 b = surface.positions[surface.corners[t + (c + 2) % 3]] - p;
+            around.push_back(c);
+            faces.push_back(unit(cross(a, b)));
+            angles.push_back(std::atan2(length(cross(a, b)), dot(a, b)));
+        }
+    }
+    std::vector<bool> in(around.size());
+    for (std::size_t i = 0; i < around.size(); ++i) {
+        in[i] = around[i] == corner;
+    }
+    for (bool grown = true; grown;) {
+        grown = false;
+        for (std::size_t i = 0; i < around.size(); ++i) {
+            for (std::size_t j = 0; j < around.size(); ++j) {
+                if (in[i] && !in[j] && dot(faces[i], faces[j]) >= std::cos(crease * pi / 180.0)) {
+                    in[j] = true;
+                    grown = true;
+                }
+            }
+        }
+    }
+    Vec3 sum;
+    for (std::size_t i = 0; i < around.size(); ++i) {
+        sum = in[i] ? sum + faces[i] * angles[i] : sum;
+    }
+    return unit(sum);
+}
+
+Surface randomTerrain(std::mt19937& random, int n, double roughness) {
+    Surface surface;
+    for (int y = 0; y < n; ++y) {
+        for (int x = 0; x < n; ++x) {
+            surface.positions.push_back({x * 1.0, y * 1.0, roughness * static_cast<double>(random() % 1000) / 1000.0});
+        }
+    }
+    for (int y = 0; y + 1 < n; ++y) {
+        for (int x = 0; x + 1 < n; ++x) {
+            const auto a = static_cast<std::uint32_t>(y * n + x);
+            const auto up = static_cast<std::uint32_t>(n);
+            surface.corners.insert(surface.corners.end(), {a, a + 1, a + up + 1, a, a + up + 1, a + up});
+        }
+    }
+    surface.parts.push_back({});
+    return surface;
+}
+
+} // namespace
+
+TEST(Weld, MakesEqualPositionsOne) {
+    Surface surface;
+    surface.positions = {{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {-0.0, 0, 0}, {0, 1, 0}, {-1, 0, 0}, {1, 0, 1e-300}};
+    surface.corners = {0, 1, 2, 3, 4, 5, 0, 6, 2};
+    EXPECT_EQ(weldSurface(surface), 0U);
+    EXPECT_EQ(surface.positions.size(), 5U);
+    EXPECT_EQ(surface.corners, (std::vector<std::uint32_t>{0, 1, 2, 0, 2, 3, 0, 4, 2}));
+}
+
+TEST(Weld, RemovesWhatHasNoArea) {
+    Surface surface;
+    surface.positions = {{0, 0, 0}, {1, 0, 0},       {0, 1, 0},       {0, 0, 0},
+                         {2, 0, 0}, {0.1, 0.3, 0.7}, {0.2, 0.6, 1.4}, {0.3, 0.9, 2.1}};
+    surface.corners = {0, 1, 1, 0, 3, 2, 0, 1, 4, 5, 6, 7, 0, 1, 2};
+    surface.cornerNormals = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14};
+    surface.triangleParts = {0, 1, 2, 3, 4};
+    EXPECT_EQ(weldSurface(surface), 4U);
+    EXPECT_EQ(surface.corners, (std::vector<std::uint32_t>{0, 1, 2}));
+    EXPECT_EQ(surface.cornerNormals, (std::vector<std::uint32_t>{12, 13, 14}));
+    EXPECT_EQ(surface.triangleParts, (std::vector<std::uint32_t>{4}));
+}
+
+TEST(Normals, ABoxIsSharp) {
+    const Surface surface = surfaceOf(boxObj);
+    const SurfaceVertices vertices = makeVertices(surface, 50.0);
+    EXPECT_EQ(vertices.normals.size(), 24U);
+    for (std::size_t c = 0; c < vertices.corners.size(); ++c) {
+        const Vec3 n = vertices.normals[vertices.corners[c]];
+        EXPECT_NEAR(std::fabs(n.x) + std::fabs(n.y) + std::fabs(n.z), 1.0, 1e-15);
+    }
+}
+
+TEST(Normals, ABoxIsRoundAboveItsAngle) {
+    const SurfaceVertices vertices = makeVertices(surfaceOf(boxObj), 91.0);
+    ASSERT_EQ(vertices.normals.size(), 8U);
+    // Three faces meet at right angles, each counts the same however it is cut up.
+    for (const Vec3& n : vertices.normals) {
+        EXPECT_NEAR(std::fabs(n.x), std::sqrt(1.0 / 3.0), 1e-12);
+        EXPECT_NEAR(std::fabs(n.y), std::sqrt(1.0 / 3.0), 1e-12);
+    }
+}
+
+TEST(Normals, ACylinderIsSmoothWithSharpRims) {
+    std::string obj;
+    constexpr int n = 24;
+    for (int i = 0; i < n; ++i) {
+        const double angle = 2.0 * pi * i / n;
+        for (const double z : {0.0, 1.0}) {
+            obj += "v " + std::to_string(std::cos(angle)) + " " + std::to_string(std::sin(angle)) + " " +
+                   std::to_string(z) + "\n";
+        }
+    }
+    std::string top = "f";
+    for (int i = 0; i < n; ++i) {
+        const int a = 2 * i + 1;
+        const int b = 2 * ((i + 1) % n) + 1;
+        obj += "f " + std::to_string(a) + " " + std::to_string(b) + " " + std::to_string(b + 1) + " " +
+               std::to_string(a + 1) + "\n";
+        top.append(" ").append(std::to_string(a + 1));
+    }
+    const Surface surface = surfaceOf(obj + top + "\n");
+    const SurfaceVertices vertices = makeVertices(surface, 50.0);
+    EXPECT_EQ(vertices.normals.size(), static_cast<std::size_t>(3 * n));
+    for (std::size_t v = 0; v < vertices.normals.size(); ++v) {
+        const Vec3& p = surface.positions[vertices.positions[v]];
+        const bool lid = vertices.normals[v].z > 0.5;
+        EXPECT_NEAR(dot(vertices.normals[v], lid ? Vec3{0, 0, 1} : Vec3{p.x, p.y, 0.0}), 1.0, 1e-5);
+    }
+}
+
+TEST(Normals, GivenOnesAreKeptAndMissingOnesFilledIn) {
+    Surface surface = surfaceOf("v 0 0 0\nv 1 0 0\nv 0 1 0\nvn 0 3 4\nvn 0 0 0\nf 1//1 2//2 3\n");
+    const SurfaceVertices vertices = makeVertices(surface, 50.0);
+    const auto normalAt = [&](std::size_t corner) { return vertices.normals[vertices.corners[corner]]; };
+    EXPECT_NEAR(normalAt(0).y, 0.6, 1e-15);
+    EXPECT_NEAR(normalAt(0).z, 0.8, 1e-15);
+    EXPECT_EQ(normalAt(1), (Vec3{0, 0, 1}));
+    EXPECT_EQ(normalAt(2), (Vec3{0, 0, 1}));
+}
+
+TEST(Normals, ANeedleFollowsItsNeighbours) {
+    // Its height is below what six digits can tell.
+    const Surface surface =
+        surfaceOf("v 0 0 0\nv 1 0 0\nv 0.5 0.0000004 0.0000003\nv 0.5 1 0\nf 1 2 3\nf 1 3 4\nf 3 2 4\n");
+    const SurfaceVertices vertices = makeVertices(surface, 50.0);
+    for (const Vec3& n : vertices.normals) {
+        EXPECT_GT(n.z, 0.999999);
+    }
+}
+
+TEST(Normals, ManyFacesAtOnePlaceStayQuick) {
+    Surface surface;
+    constexpr std::uint32_t n = 20'000;
+    surface.positions.push_back({0, 0, 40.0});
+    for (std::uint32_t i = 0; i < n; ++i) {
+        const double angle = 2.0 * pi * i / n;
+        surface.positions.push_back({std::cos(angle), std::sin(angle), 0.0});
+        surface.corners.insert(surface.corners.end(), {0, i + 1, (i + 1) % n + 1});
+    }
+    const SurfaceVertices vertices = makeVertices(surface, 50.0);
+    for (std::size_t t = 0; t < n; t += 997) {
+        const Vec3& p = surface.positions[surface.corners[t * 3 + 1]];
+        EXPECT_GT(dot(vertices.normals[vertices.corners[t * 3]], p), 0.99);
+    }
+}
+
+TEST(Normals, EqualTheLiteralForm) {
+    std::mt19937 random(7);
+    for (const double roughness : {0.2, 0.8, 2.0, 5.0}) {
+        for (const double crease : {0.0, 20.0, 50.0, 120.0, 180.0}) {
+            Surface surface = randomTerrain(random, 9, roughness);
+            weldSurface(surface);
+            const SurfaceVertices vertices = makeVertices(surface, crease);
+            ASSERT_EQ(vertices.corners.size(), surface.corners.size());
+            for (std::size_t c = 0; c < surface.corners.size(); ++c) {
+                ASSERT_EQ(vertices.positions[vertices.corners[c]], surface.corners[c]);
+                const Vec3 expected = literalNormal(surface, c, crease);
+                ASSERT_GT(dot(vertices.normals[vertices.corners[c]], expected), 1.0 - 1e-9)
+                    << "roughness " << roughness << " crease " << crease << " corner " << c;
+            }
+        }
+    }
+}

@@ -32,6 +32,9 @@ if(SELVARIN_SANITIZE)
   endif()
 endif()
 
+# Here, at the top, so that the library, the plug-ins and the tests all see the same targets.
+find_package(OpenGL REQUIRED COMPONENTS OpenGL EGL)
+
 find_program(SELVARIN_CCACHE ccache)
 if(SELVARIN_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
   set(CMAKE_CXX_COMPILER_LAUNCHER ${SELVARIN_CCACHE})

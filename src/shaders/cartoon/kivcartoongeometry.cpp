@@ -1,0 +1,333 @@
+#include "kivcartoongeometry.h"
+
+#include "kivcartoonramp.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+
+namespace {
+
+using Triangle = KivSurface::Triangle;
+constexpr std::uint32_t none = 0xffffffffU;
+
+struct Corner {
+    KivVec point;
+    KivVec normal; // to the seen side
+    KivClipPoint clip;
+    std::uint32_t vertex = none; // in the batch, none until it is lit
+};
+
+// The length in the picture of the part of a segment that lies in front of the near plane.
+double pixelLength(const KivClipPoint& a, const KivClipPoint& b, const KivView& view) {
+    const double da = a.w + a.z;
+    const double db = b.w + b.z;
+    if (!(da > 0.0) && !(db > 0.0)) {
+        return 0.0;
+    }
+    const KivClipPoint from = da > 0.0 ? a : kivMix(a, b, da / (da - db));
+    const KivClipPoint to = db > 0.0 ? b : kivMix(b, a, db / (db - da));
+    if (!(from.w > 0.0) || !(to.w > 0.0)) {
+        return 0.0;
+    }
+    const KivWindowPoint p = view.window(from);
+    const KivWindowPoint q = view.window(to);
+    return std::hypot(q.x - p.x, q.y - p.y);
+}
+
+// The sides of the view that a point lies outside of.
+unsigned int outsideOf(const KivClipPoint& p) {
+    return (p.x < -p.w ? 1U : 0U) | (p.x > p.w ? 2U : 0U) | (p.y < -p.w ? 4U : 0U) | (p.y > p.w ? 8U : 0U) |
+           (p.z < -p.w ? 16U : 0U) | (p.z > p.w ? 32U : 0U);
+}
+
+class Builder {
+public:
+    Builder(const KivCartoonModel& m, const KivView& v, const KivCartoonLights& l, const KivCartoonDetail& d,
+            KivCartoonBatch& b)
+        : model(m), view(v), lights(l), detail(d), batch(b) {
+    }
+
+    void build() {
+        prepareVertices();
+        const bool divides = !isEvenlyLit();
+        const bool hasEdges = lights.numEdges() > 0;
+        for (std::size_t t = 0; t < model.triangles.size(); ++t) {
+            const Triangle& triangle = model.triangles[t];
+            const bool outer = showsOuterSide(t);
+            std::vector<std::uint32_t>& indices = outer ? batch.front : batch.back;
+            if (detail.flat) {
+                addFlat(triangle, t, outer, indices);
+            } else if ((divides && isLarge(triangle)) || (hasEdges && isCrossed(triangle))) {
+                divide(triangle, outer, indices);
+            } else {
+                for (const std::uint32_t p : triangle) {
+                    indices.push_back(sharedVertex(p, outer));
+                }
+            }
+        }
+    }
+
+private:
+    void prepareVertices() {
+        const std::size_t count = model.points.size();
+        clips.resize(count);
+        for (std::size_t i = 0; i < count; ++i) {
+            clips[i] = view.clip(model.points[i]);
+        }
+        shared[0].assign(detail.flat ? 0 : count, none);
+        shared[1].assign(detail.flat ? 0 : count, none);
+        batch.vertices.reserve(detail.flat ? model.triangles.size() * 3 : count);
+        batch.front.reserve(model.triangles.size() * 3);
+    }
+
+    // True if no triangle needs dividing: parallel light on triangles whose corners share a normal.
+    bool isEvenlyLit() const {
+        if (detail.flat) {
+            return true;
+        }
+        if (detail.shine || !lights.isUniform()) {
+            return false;
+        }
+        for (const Triangle& t : model.triangles) {
+            const KivVec& n = model.normals[t[0]];
+            if (kivDot(n, model.normals[t[1]]) < 1.0 - 1e-9 || kivDot(n, model.normals[t[2]]) < 1.0 - 1e-9) {
+                return false;
+            }
+        }
+        return true;
+    }
+
+    KivVec outerNormal(std::size_t t) const {
+        const Triangle& c = model.triangles[t];
+        const KivVec& a = model.points[c[0]];
+        return kivCross(model.points[c[1]] - a, model.points[c[2]] - a) * model.windings[t];
+    }
+
+    bool showsOuterSide(std::size_t t) const {
+        return kivDot(outerNormal(t), view.toViewer(model.points[model.triangles[t][0]])) >= 0.0;
+    }
+
+    bool isLarge(const Triangle& t) const {
+        for (int k = 0; k < 3; ++k) {
+            if (pixelLength(clips[t[k]], clips[t[(k + 1) % 3]], view) > detail.longestSide) {
+                return true;
+            }
+        }
+        return false;
+    }
+
+    bool isCrossed(const Triangle& t) const {
+        const std::uint32_t inside = insideOf(model.points[t[0]]);
+        return inside != insideOf(model.points[t[1]]) || inside != insideOf(model.points[t[2]]);
+    }
+
+    std::uint32_t insideOf(const KivVec& point) const {
+        std::uint32_t inside = 0;
+        for (int i = 0; i < lights.numEdges(); ++i) {
+            inside |= lights.edgeSide(point, i) >= 0.0 ? 1U << i : 0U;
+        }
+        return inside;
+    }
+
+    std::uint32_t addVertex(const KivVec& p, double light, double shine) {
+        batch.vertices.push_back({static_cast<float>(p.x), static_cast<float>(p.y), static_cast<float>(p.z),
+                                  static_cast<float>(kivRampCoordinate(light, detail.rampEntries)),
+                                  static_cast<float>(kivRampCoordinate(shine, detail.rampEntries))});
+        return static_cast<std::uint32_t>(batch.vertices.size() - 1);
+    }
+
+    double shineOf(const KivVec& point, const KivVec& normal) const {
+        return detail.shine ? lights.shine(point, normal) : 0.0;
+    }
+
+    std::uint32_t litVertex(const KivVec& point, const KivVec& normal) {
+        return addVertex(point, lights.light(point, normal), shineOf(point, normal));
+    }
+
+    std::uint32_t sharedVertex(std::uint32_t p, bool outer) {
+        std::uint32_t& vertex = shared[outer ? 0 : 1][p];
+        if (vertex == none) {
+            vertex = litVertex(model.points[p], outer ? model.normals[p] : -model.normals[p]);
+        }
+        return vertex;
+    }
+
+    void addFlat(const Triangle& t, std::size_t index, bool outer, std::vector<std::uint32_t>& indices) {
+        const KivVec normal = kivUnit(outer ? outerNormal(index) : -outerNormal(index));
+        const KivVec centre = (model.points[t[0]] + model.points[t[1]] + model.points[t[2]]) * (1.0 / 3.0);
+        const double light = lights.light(centre, normal);
+        const double shine = shineOf(centre, normal);
+        for (const std::uint32_t p : t) {
+            indices.push_back(addVertex(model.points[p], light, shine));
+        }
+    }
+
+    void divide(const Triangle& t, bool outer, std::vector<std::uint32_t>& indices) {
+        Corner corner[3];
+        for (int k = 0; k < 3; ++k) {
+            const KivVec& normal = model.normals[t[k]];
+            corner[k] = {model.points[t[k]], outer ? normal : -normal, clips[t[k]], none};
+            if (lights.numEdges() == 0) {
+                corner[k].vertex = sharedVertex(t[k], outer);
+            }
+        }
+        split(corner[0], corner[1], corner[2], 0, indices);
+    }
+
+    Corner between(const Corner& a, const Corner& b, double t) {
+        Corner middle;
+        middle.point = a.point + (b.point - a.point) * t;
+        middle.normal = kivUnit(a.normal + (b.normal - a.normal) * t);
+        if (kivDot(middle.normal, middle.normal) == 0.0) {
+            middle.normal = a.normal;
+        }
+        middle.clip = view.clip(middle.point);
+        return middle;
+    }
+
+    // The middle of a side, computed the same way from both of the triangles that share it.
+    Corner middleOf(const Corner& a, const Corner& b) {
+        Corner middle = between(a, b, 0.5);
+        middle.point = (a.point + b.point) * 0.5;
+        middle.clip = view.clip(middle.point);
+        if (lights.numEdges() == 0) {
+            middle.vertex = litVertex(middle.point, middle.normal);
+        }
+        return middle;
+    }
+
+    // Whether a side is halved depends on its two ends alone, so that neighbours always agree.
+    bool isLong(const Corner& a, const Corner& b) const {
+        return pixelLength(a.clip, b.clip, view) > detail.longestSide;
+    }
+
+    void split(const Corner& a, const Corner& b, const Corner& c, int depth, std::vector<std::uint32_t>& indices) {
+        if ((outsideOf(a.clip) & outsideOf(b.clip) & outsideOf(c.clip)) != 0U) {
+            return;
+        }
+        const bool more = depth < 16 && batch.vertices.size() < detail.most;
+        const bool ab = more && isLong(a, b);
+        const bool bc = more && isLong(b, c);
+        const bool ca = more && isLong(c, a);
+        const int count = (ab ? 1 : 0) + (bc ? 1 : 0) + (ca ? 1 : 0);
+        if (count == 0) {
+            finish(a, b, c, indices);
+        } else if (count == 3) {
+            const Corner mab = middleOf(a, b);
+            const Corner mbc = middleOf(b, c);
+            const Corner mca = middleOf(c, a);
+            split(a, mab, mca, depth + 1, indices);
+            split(mab, b, mbc, depth + 1, indices);
+            split(mca, mbc, c, depth + 1, indices);
+            split(mab, mbc, mca, depth + 1, indices);
+        } else if (count == 2) {
+            // Turned so that the short side comes last.
+            if (!ab) {
+                splitTwo(b, c, a, depth, indices);
+            } else if (!bc) {
+                splitTwo(c, a, b, depth, indices);
+            } else {
+                splitTwo(a, b, c, depth, indices);
+            }
+        } else if (ab) {
+            splitOne(a, b, c, depth, indices);
+        } else if (bc) {
+            splitOne(b, c, a, depth, indices);
+        } else {
+            splitOne(c, a, b, depth, indices);
+        }
+    }
+
+    void splitOne(const Corner& a, const Corner& b, const Corner& c, int depth, std::vector<std::uint32_t>& indices) {
+        const Corner middle = middleOf(a, b);
+        split(a, middle, c, depth + 1, indices);
+        split(middle, b, c, depth + 1, indices);
+    }
+
+    void splitTwo(const Corner& a, const Corner& b, const Corner& c, int depth, std::vector<std::uint32_t>& indices) {
+        const Corner mab = middleOf(a, b);
+        const Corner mbc = middleOf(b, c);
+        split(mab, b, mbc, depth + 1, indices);
+        split(a, mab, mbc, depth + 1, indices);
+        split(a, mbc, c, depth + 1, indices);
+    }
+
+    void finish(const Corner& a, const Corner& b, const Corner& c, std::vector<std::uint32_t>& indices) {
+        if (lights.numEdges() == 0) {
+            for (const Corner* corner : {&a, &b, &c}) {
+                indices.push_back(corner->vertex);
+            }
+            return;
+        }
+        polygon.assign({a, b, c});
+        cut(polygon, 0, 0, indices);
+    }
+
+    // Cuts a small convex polygon along one edge of light after another.
+    void cut(const std::vector<Corner>& corners, int edge, std::uint32_t inside, std::vector<std::uint32_t>& indices) {
+        if (corners.size() < 3) {
+            return;
+        }
+        if (edge == lights.numEdges()) {
+            addPolygon(corners, inside, indices);
+            return;
+        }
+        std::vector<Corner> lit;
+        std::vector<Corner> dark;
+        for (std::size_t i = 0; i < corners.size(); ++i) {
+            const Corner& here = corners[i];
+            const Corner& next = corners[(i + 1) % corners.size()];
+            const double sideHere = lights.edgeSide(here.point, edge);
+            const double sideNext = lights.edgeSide(next.point, edge);
+            (sideHere >= 0.0 ? lit : dark).push_back(here);
+            if ((sideHere >= 0.0) != (sideNext >= 0.0)) {
+                // From the lit end to the dark one, whichever comes first, for the same point in both neighbours.
+                const bool forward = sideHere >= 0.0;
+                const double from = forward ? sideHere : sideNext;
+                const double to = forward ? sideNext : sideHere;
+                const Corner crossing = between(forward ? here : next, forward ? next : here, from / (from - to));
+                lit.push_back(crossing);
+                dark.push_back(crossing);
+            }
+        }
+        cut(lit, edge + 1, inside | 1U << edge, indices);
+        cut(dark, edge + 1, inside, indices);
+    }
+
+    void addPolygon(const std::vector<Corner>& corners, std::uint32_t inside, std::vector<std::uint32_t>& indices) {
+        const std::uint32_t first = static_cast<std::uint32_t>(batch.vertices.size());
+        for (const Corner& corner : corners) {
+            addVertex(corner.point, lights.lightInside(corner.point, corner.normal, inside),
+                      shineOf(corner.point, corner.normal));
+        }
+        for (std::uint32_t i = 2; i < corners.size(); ++i) {
+            indices.push_back(first);
+            indices.push_back(first + i - 1);
+            indices.push_back(first + i);
+        }
+    }
+
+    const KivCartoonModel& model;
+    const KivView& view;
+    const KivCartoonLights& lights;
+    const KivCartoonDetail& detail;
+    KivCartoonBatch& batch;
+    std::vector<KivClipPoint> clips;
+    std::vector<std::uint32_t> shared[2]; // the vertex of each point for the outer and the inner side
+    std::vector<Corner> polygon;
+};
+
+} // namespace
+
+void KivCartoonBatch::clear() {
+    vertices.clear();
+    front.clear();
+    back.clear();
+}
+
+void kivBuildCartoon(const KivCartoonModel& model, const KivView& view, const KivCartoonLights& lights,
+                     const KivCartoonDetail& detail, KivCartoonBatch& batch) {
+    batch.clear();
+    Builder(model, view, lights, detail, batch).build();
+}

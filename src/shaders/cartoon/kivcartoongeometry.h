@@ -1,0 +1,70 @@
+// What the cartoon shader hands to OpenGL: arrays of vertices with the light on each, triangles that show their outer
+// side apart from those that show their inner side.
+//
+// Light is interpolated across a triangle and looked up in the ramp for each pixel. That is right only where it changes
+// in a straight line, so triangles that are large in the picture are divided until their sides are a few pixels long,
+// with normals in between that keep their length; the edges of bands come out as curves on coarse models too.
+#ifndef SHADERS_CARTOON_KIVCARTOONGEOMETRY_H
+#define SHADERS_CARTOON_KIVCARTOONGEOMETRY_H
+
+#include "kivsurface.h"
+#include "kivview.h"
+
+#include <cstdint>
+#include <vector>
+
+struct KivCartoonVertex {
+    float x;
+    float y;
+    float z;
+    float light; // texture coordinate of the ramp
+    float shine; // texture coordinate of the highlight
+};
+
+struct KivCartoonBatch {
+    std::vector<KivCartoonVertex> vertices;
+    std::vector<std::uint32_t> front; // three indices a triangle; triangles that show the side their normals point to
+    std::vector<std::uint32_t> back;  // triangles that are seen from behind, lit as seen
+
+    void clear();
+};
+
+// Tells how much light falls on a point. Normals have unit length and point to the side that is seen.
+class KivCartoonLights {
+public:
+    virtual ~KivCartoonLights() = default;
+    virtual double light(const KivVec& point, const KivVec& normal) const = 0;
+    // How near the point is to mirroring a light to the eye, 0 to 1.
+    virtual double shine(const KivVec& point, const KivVec& normal) const = 0;
+    // Some lights end at a hard edge in space. The number of such edges, at most 32; on which side of edge number i a
+    // point lies, not negative where its light shines; and the light on a point as if it lay on the sides that the bits
+    // of inside tell.
+    virtual int numEdges() const = 0;
+    virtual double edgeSide(const KivVec& point, int i) const = 0;
+    virtual double lightInside(const KivVec& point, const KivVec& normal, std::uint32_t inside) const = 0;
+    // True if the light on a flat surface is the same everywhere.
+    virtual bool isUniform() const = 0;
+};
+
+// A mesh to draw. Normals have unit length, one per point; none for flat shading.
+struct KivCartoonModel {
+    std::vector<KivVec> points;
+    std::vector<KivVec> normals;
+    std::vector<KivSurface::Triangle> triangles;
+    // For each triangle +1 if its winding runs anticlockwise round the normal of its outer side, -1 if clockwise.
+    std::vector<std::int8_t> windings;
+};
+
+struct KivCartoonDetail {
+    bool flat = false;           // one tone for each triangle
+    bool shine = false;          // fill in the highlight
+    double longestSide = 48.0;   // in pixels of the image that is drawn into
+    int rampEntries = 1024;      // of the tables that light and shine are looked up in
+    std::size_t most = 12000000; // vertices; nothing is divided beyond
+};
+
+// Fills the batch, which is emptied first. Triangles outside the view are left out where they would have been divided.
+void kivBuildCartoon(const KivCartoonModel& model, const KivView& view, const KivCartoonLights& lights,
+                     const KivCartoonDetail& detail, KivCartoonBatch& batch);
+
+#endif

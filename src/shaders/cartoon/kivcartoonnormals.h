@@ -1,0 +1,23 @@
+// Normals for meshes that bring none: smooth over gentle bends, split at creases, whatever the winding of neighbouring
+// triangles.
+#ifndef SHADERS_CARTOON_KIVCARTOONNORMALS_H
+#define SHADERS_CARTOON_KIVCARTOONNORMALS_H
+
+#include "kivsurface.h"
+
+#include <vector>
+
+// The surface with its vertices split where the normals on both sides of a crease differ.
+struct KivSmoothMesh {
+    std::vector<KivVec> points;
+    std::vector<KivVec> normals; // of unit length, one per point
+    std::vector<KivSurface::Triangle> triangles;
+};
+
+// Triangles are first turned so that neighbours across an edge that only they share agree; a closed piece is then turned
+// outwards. At each corner the normals of the triangles around it that bend by less than creaseAngle (degrees) from the
+// corner's own are averaged, each weighed by its angle there. The triangles come in the surface's order, with the
+// turned winding.
+KivSmoothMesh kivSmoothNormals(const KivSurface& surface, double creaseAngle);
+
+#endif

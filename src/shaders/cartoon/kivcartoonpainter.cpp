@@ -1,0 +1,225 @@
+#define GL_GLEXT_PROTOTYPES
+#include "kivcartoonpainter.h"
+
+#include <GL/gl.h>
+#include <GL/glext.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <numbers>
+
+namespace {
+
+// The widest angle from the mirror direction that the highlight's ramp tells apart, 60 degrees.
+constexpr double widestShine = 0.5;
+
+std::uint8_t byteOf(double value) {
+    return static_cast<std::uint8_t>(std::lround(std::clamp(value, 0.0, 1.0) * 255.0));
+}
+
+KivRampEntry entryOf(const KivTone& tone, double alpha) {
+    return {byteOf(tone[0]), byteOf(tone[1]), byteOf(tone[2]), byteOf(alpha)};
+}
+
+KivTone toneOf(const KivCartoonColors& colors, KivCartoonLayer layer, int parts, double level) {
+    const KivTone none{};
+    switch (layer) {
+    case KivCartoonLayer::full:
+        return kivCartoonColor(colors.diffuse, colors.emission, colors.paint, level);
+    case KivCartoonLayer::shadow:
+        return kivCartoonShadow(colors.diffuse, colors.paint);
+    case KivCartoonLayer::emission:
+        return colors.emission;
+    case KivCartoonLayer::share: {
+        const KivTone shadow = kivCartoonColor(colors.diffuse, colors.emission, colors.paint, 0.0);
+        const KivTone lit = kivCartoonColor(colors.diffuse, colors.emission, colors.paint, level);
+        KivTone share{};
+        for (int c = 0; c < 3; ++c) {
+            share[c] = std::max(0.0, lit[c] - shadow[c]) / parts;
+        }
+        return share;
+    }
+    case KivCartoonLayer::black:
+    case KivCartoonLayer::highlight:
+        return none;
+    }
+    return none;
+}
+
+// Draws front and back with their own polygon offsets.
+template <class Draw> void withOffsets(const KivCartoonBatch& batch, Draw drawIndices) {
+    drawIndices(batch.front);
+    if (batch.back.empty()) {
+        return;
+    }
+    GLfloat factor = 0.0F;
+    GLfloat units = 0.0F;
+    glGetFloatv(GL_POLYGON_OFFSET_FACTOR, &factor);
+    glGetFloatv(GL_POLYGON_OFFSET_UNITS, &units);
+    glPolygonOffset(factor * 2.0F, units * 2.0F);
+    drawIndices(batch.back);
+    glPolygonOffset(factor, units);
+}
+
+} // namespace
+
+double kivShineOfCosine(double cosine) {
+    return std::clamp((cosine - widestShine) / (1.0 - widestShine), 0.0, 1.0);
+}
+
+std::vector<KivRampEntry> kivCartoonRamp(const KivCartoonColors& colors, KivCartoonLayer layer, int parts) {
+    std::vector<KivRampEntry> ramp(kivRampEntries);
+    for (int i = 0; i < kivRampEntries; ++i) {
+        const double level = colors.bands.level(static_cast<double>(i) / (kivRampEntries - 1));
+        ramp[i] = entryOf(toneOf(colors, layer, parts, level), colors.alpha);
+    }
+    return ramp;
+}
+
+std::vector<KivRampEntry> kivHighlightRamp(const KivCartoonColors& colors) {
+    std::vector<KivRampEntry> ramp(kivRampEntries);
+    const double radius = colors.highlightSize;
+    const double reach = std::clamp(colors.bands.softness, 0.0, 1.0) * 0.5 * radius;
+    for (int i = 0; i < kivRampEntries; ++i) {
+        const double cosine = widestShine + (1.0 - widestShine) * i / (kivRampEntries - 1);
+        const double angle = std::acos(std::min(cosine, 1.0)) * 180.0 / std::numbers::pi;
+        double strength = angle <= radius ? 1.0 : 0.0;
+        if (reach > 0.0) {
+            const double t = std::clamp((radius + reach - angle) / (2.0 * reach), 0.0, 1.0);
+            strength = t * t * (3.0 - 2.0 * t);
+        }
+        // Nothing below the first entry: there the angle is not known.
+        ramp[i] = entryOf(colors.highlightColor, i == 0 ? 0.0 : strength * colors.highlightStrength);
+    }
+    return ramp;
+}
+
+KivCartoonPainter::~KivCartoonPainter() {
+    if (textures[0] != 0) {
+        glDeleteTextures(2, textures);
+    }
+}
+
+void KivCartoonPainter::forget() {
+    textures[0] = textures[1] = 0;
+    loaded = false;
+}
+
+void KivCartoonPainter::draw(const KivCartoonBatch& batch, const KivCartoonColors& colors, KivCartoonLayer layer,
+                             int parts, bool vectorial) {
+    if (batch.front.empty() && batch.back.empty()) {
+        return;
+    }
+    glDisable(GL_LIGHTING);
+    glDisable(GL_CULL_FACE);
+    glShadeModel(GL_SMOOTH);
+    if (vectorial) {
+        drawColored(batch, colors, layer, parts);
+    } else {
+        drawTextured(batch, colors, layer, parts);
+    }
+}
+
+void KivCartoonPainter::load(int unit, const std::vector<KivRampEntry>& entries) {
+    if (textures[0] == 0) {
+        glGenTextures(2, textures);
+    }
+    glBindTexture(GL_TEXTURE_1D, textures[unit]);
+    glPixelStorei(GL_UNPACK_ALIGNMENT, 4);
+    glTexImage1D(GL_TEXTURE_1D, 0, GL_RGBA8, static_cast<GLsizei>(entries.size()), 0, GL_RGBA, GL_UNSIGNED_BYTE,
+                 entries.data());
+    glTexParameteri(GL_TEXTURE_1D, GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE);
+    glTexParameteri(GL_TEXTURE_1D, GL_TEXTURE_MIN_FILTER, GL_LINEAR);
+    glTexParameteri(GL_TEXTURE_1D, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
+}
+
+void KivCartoonPainter::drawTextured(const KivCartoonBatch& batch, const KivCartoonColors& colors,
+                                     KivCartoonLayer layer, int parts) {
+    const bool shines = colors.highlightStrength > 0.0 && layer == KivCartoonLayer::full;
+    const bool alone = layer == KivCartoonLayer::highlight;
+    glActiveTexture(GL_TEXTURE0);
+    if (!loaded || !(loadedColors == colors) || loadedLayer != layer || loadedParts != parts) {
+        load(0, alone ? kivHighlightRamp(colors) : kivCartoonRamp(colors, layer, parts));
+        if (shines) {
+            load(1, kivHighlightRamp(colors));
+        }
+        loaded = true;
+        loadedColors = colors;
+        loadedLayer = layer;
+        loadedParts = parts;
+    }
+    glBindTexture(GL_TEXTURE_1D, textures[0]);
+    glEnable(GL_TEXTURE_1D);
+    glDisable(GL_TEXTURE_2D);
+    glTexEnvi(GL_TEXTURE_ENV, GL_TEXTURE_ENV_MODE, GL_REPLACE);
+    constexpr GLsizei stride = sizeof(KivCartoonVertex);
+    const KivCartoonVertex* vertices = batch.vertices.data();
+    glEnableClientState(GL_VERTEX_ARRAY);
+    glDisableClientState(GL_NORMAL_ARRAY);
+    glDisableClientState(GL_COLOR_ARRAY);
+    glVertexPointer(3, GL_FLOAT, stride, &vertices->x);
+    glClientActiveTexture(GL_TEXTURE0);
+    glEnableClientState(GL_TEXTURE_COORD_ARRAY);
+    glTexCoordPointer(1, GL_FLOAT, stride, alone ? &vertices->shine : &vertices->light);
+    if (shines) {
+        glActiveTexture(GL_TEXTURE1);
+        glBindTexture(GL_TEXTURE_1D, textures[1]);
+        glEnable(GL_TEXTURE_1D);
+        glTexEnvi(GL_TEXTURE_ENV, GL_TEXTURE_ENV_MODE, GL_DECAL);
+        glClientActiveTexture(GL_TEXTURE1);
+        glEnableClientState(GL_TEXTURE_COORD_ARRAY);
+        glTexCoordPointer(1, GL_FLOAT, stride, &vertices->shine);
+    }
+    withOffsets(batch, [](const std::vector<std::uint32_t>& indices) {
+        if (!indices.empty()) {
+            glDrawElements(GL_TRIANGLES, static_cast<GLsizei>(indices.size()), GL_UNSIGNED_INT, indices.data());
+        }
+    });
+    if (shines) {
+        glDisable(GL_TEXTURE_1D);
+        glActiveTexture(GL_TEXTURE0);
+        glDisableClientState(GL_TEXTURE_COORD_ARRAY);
+        glClientActiveTexture(GL_TEXTURE0);
+    }
+    glDisable(GL_TEXTURE_1D);
+    glDisableClientState(GL_TEXTURE_COORD_ARRAY);
+    glDisableClientState(GL_VERTEX_ARRAY);
+}
+
+void KivCartoonPainter::drawColored(const KivCartoonBatch& batch, const KivCartoonColors& colors,
+                                    KivCartoonLayer layer, int parts) {
+    KivCartoonColors sharp = colors;
+    sharp.bands.softness = 0.0;
+    const bool alone = layer == KivCartoonLayer::highlight;
+    ramp = alone ? kivHighlightRamp(sharp) : kivCartoonRamp(sharp, layer, parts);
+    const auto entry = [this](float coordinate) {
+        const int i = static_cast<int>(coordinate * kivRampEntries);
+        return ramp[static_cast<std::size_t>(std::clamp(i, 0, kivRampEntries - 1))];
+    };
+    glDisable(GL_TEXTURE_1D);
+    glDisable(GL_TEXTURE_2D);
+    glEnableClientState(GL_VERTEX_ARRAY);
+    glEnableClientState(GL_COLOR_ARRAY);
+    glDisableClientState(GL_NORMAL_ARRAY);
+    glDisableClientState(GL_TEXTURE_COORD_ARRAY);
+    withOffsets(batch, [&](const std::vector<std::uint32_t>& indices) {
+        corners.clear();
+        cornerColors.clear();
+        for (std::size_t i = 0; i + 2 < indices.size(); i += 3) {
+            float sum = 0.0F;
+            for (std::size_t k = i; k < i + 3; ++k) {
+                corners.push_back(batch.vertices[indices[k]]);
+                sum += alone ? corners.back().shine : corners.back().light;
+            }
+            cornerColors.insert(cornerColors.end(), 3, entry(sum / 3.0F));
+        }
+        if (!corners.empty()) {
+            glVertexPointer(3, GL_FLOAT, sizeof(KivCartoonVertex), &corners[0].x);
+            glColorPointer(4, GL_UNSIGNED_BYTE, 0, cornerColors.data());
+            glDrawArrays(GL_TRIANGLES, 0, static_cast<GLsizei>(corners.size()));
+        }
+    });
+    glDisableClientState(GL_COLOR_ARRAY);
+    glDisableClientState(GL_VERTEX_ARRAY);
+}

@@ -1,0 +1,84 @@
+// Draws a batch of the cartoon shader with OpenGL: the ramps as one-dimensional textures, the vertices from arrays.
+#ifndef SHADERS_CARTOON_KIVCARTOONPAINTER_H
+#define SHADERS_CARTOON_KIVCARTOONPAINTER_H
+
+#include "kivcartoongeometry.h"
+#include "kivcartoonramp.h"
+
+#include <array>
+#include <cstdint>
+#include <vector>
+
+// The number of entries of the ramps.
+inline constexpr int kivRampEntries = 1024;
+
+// What the colours of a mesh come from.
+struct KivCartoonColors {
+    KivCartoonBands bands;
+    KivCartoonPaint paint;
+    KivTone diffuse{};
+    KivTone emission{};
+    double alpha = 1.0;
+    // No highlight with a strength of 0.
+    double highlightStrength = 0.0;
+    double highlightSize = 12.0; // degrees
+    KivTone highlightColor = {1.0, 1.0, 1.0};
+
+    friend bool operator==(const KivCartoonColors&, const KivCartoonColors&) = default;
+};
+
+// Red, green, blue, alpha.
+using KivRampEntry = std::array<std::uint8_t, 4>;
+
+// What a draw call puts into the picture.
+enum class KivCartoonLayer {
+    full,      // the look as it is
+    black,     // depth, and black in place of what was there
+    shadow,    // the tone of the darkest band without the material's own light
+    emission,  // the material's own light
+    share,     // a part of what light adds to the shadow's tone
+    highlight, // the highlight alone
+};
+
+// The ramp of a layer: the colour for each incidence, or for the highlight for each shine. parts: a share is one of so
+// many.
+std::vector<KivRampEntry> kivCartoonRamp(const KivCartoonColors& colors, KivCartoonLayer layer, int parts);
+std::vector<KivRampEntry> kivHighlightRamp(const KivCartoonColors& colors);
+
+// How far a shine of 1 is from the mirror direction is 0 degrees; a shine of 0 stands for 60 degrees and more.
+double kivShineOfCosine(double cosine);
+
+// One at a time for a context; makes its textures there and must end while that context is current.
+class KivCartoonPainter {
+public:
+    KivCartoonPainter() = default;
+    KivCartoonPainter(const KivCartoonPainter&) = delete;
+    KivCartoonPainter& operator=(const KivCartoonPainter&) = delete;
+    ~KivCartoonPainter();
+
+    // The context is gone, and the textures with it.
+    void forget();
+
+    // Draws the triangles with the blending, stencil and depth tests as they are set, and leaves textures, arrays and
+    // colour changed. Triangles that are seen from behind are drawn with a larger polygon offset if one is enabled: at
+    // the outline of a shape its far side must not show through where both are steep. vectorial: no textures.
+    void draw(const KivCartoonBatch& batch, const KivCartoonColors& colors, KivCartoonLayer layer, int parts,
+              bool vectorial);
+
+private:
+    void drawTextured(const KivCartoonBatch& batch, const KivCartoonColors& colors, KivCartoonLayer layer, int parts);
+    void drawColored(const KivCartoonBatch& batch, const KivCartoonColors& colors, KivCartoonLayer layer, int parts);
+    void load(int unit, const std::vector<KivRampEntry>& ramp);
+
+    unsigned int textures[2] = {0, 0};
+    // What the textures hold.
+    bool loaded = false;
+    KivCartoonColors loadedColors;
+    KivCartoonLayer loadedLayer = KivCartoonLayer::full;
+    int loadedParts = 1;
+    std::vector<KivRampEntry> ramp; // for drawing without textures
+    std::vector<KivCartoonVertex> corners;
+    std::vector<KivRampEntry> cornerColors;
+};
+
+#endif

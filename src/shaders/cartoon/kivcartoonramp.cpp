@@ -1,0 +1,83 @@
+#include "kivcartoonramp.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace {
+
+double smooth(double from, double to, double x) {
+    if (to <= from) {
+        return x < from ? 0.0 : 1.0;
+    }
+    const double t = std::clamp((x - from) / (to - from), 0.0, 1.0);
+    return t * t * (3.0 - 2.0 * t);
+}
+
+double brightness(const KivTone& tone) {
+    return 0.299 * tone[0] + 0.587 * tone[1] + 0.114 * tone[2];
+}
+
+// The tint of a fully cool shadow: less red, hardly less green, some more blue.
+constexpr KivTone coolTint = {0.72, 0.86, 1.16};
+
+} // namespace
+
+KivTone kivToneOf(std::uint32_t color) {
+    return {static_cast<double>(color & 0xffU) / 255.0, static_cast<double>((color >> 8U) & 0xffU) / 255.0,
+            static_cast<double>((color >> 16U) & 0xffU) / 255.0};
+}
+
+double KivCartoonBands::edge(int i) const {
+    // Equal shares would leave the first band a third of a sphere that is lit from the front; painters keep the deep
+    // shadow narrower, so the edges are drawn towards the dark end.
+    const double exponent = std::exp2(0.6 + 1.4 * balance);
+    return std::pow(static_cast<double>(i) / count, exponent);
+}
+
+double KivCartoonBands::level(double incidence) const {
+    if (count <= 1) {
+        return 1.0;
+    }
+    double sum = 0.0;
+    for (int i = 1; i < count; ++i) {
+        const double here = edge(i);
+        const double below = i > 1 ? edge(i - 1) : 0.0;
+        const double above = i + 1 < count ? edge(i + 1) : 1.0;
+        const double reach = softness * 0.5 * std::min(here - below, above - here);
+        sum += smooth(here - reach, here + reach, incidence);
+    }
+    return sum / (count - 1);
+}
+
+double KivCartoonBands::step(double incidence) const {
+    KivCartoonBands sharp = *this;
+    sharp.softness = 0.0;
+    return sharp.level(incidence);
+}
+
+KivTone kivCartoonShadow(const KivTone& diffuse, const KivCartoonPaint& paint) {
+    KivTone shadow{};
+    for (int c = 0; c < 3; ++c) {
+        shadow[c] = diffuse[c] * (paint.shadow + (1.0 - paint.shadow) * paint.ambient[c]);
+    }
+    const double grey = brightness(shadow);
+    for (int c = 0; c < 3; ++c) {
+        const double rich = grey + (shadow[c] - grey) * (1.0 + paint.saturation);
+        const double tint = 1.0 + (coolTint[c] - 1.0) * paint.coolness;
+        shadow[c] = std::clamp(rich * tint, 0.0, 1.0);
+    }
+    return shadow;
+}
+
+KivTone kivCartoonColor(const KivTone& diffuse, const KivTone& emission, const KivCartoonPaint& paint, double level) {
+    const KivTone shadow = kivCartoonShadow(diffuse, paint);
+    KivTone color{};
+    for (int c = 0; c < 3; ++c) {
+        color[c] = std::clamp(shadow[c] + (diffuse[c] - shadow[c]) * level + emission[c], 0.0, 1.0);
+    }
+    return color;
+}
+
+double kivRampCoordinate(double incidence, int entries) {
+    return (std::clamp(incidence, 0.0, 1.0) * (entries - 1) + 0.5) / entries;
+}

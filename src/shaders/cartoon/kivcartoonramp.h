@@ -1,0 +1,51 @@
+// From how much light a point gets to the tone that a painter would give it: the bands of a cartoon, and the colours
+// that a material has in them.
+#ifndef SHADERS_CARTOON_KIVCARTOONRAMP_H
+#define SHADERS_CARTOON_KIVCARTOONRAMP_H
+
+#include <array>
+#include <cstdint>
+#include <vector>
+
+// Red, green, blue from 0 to 1.
+using KivTone = std::array<double, 3>;
+
+// A colour of the interface, red in the low byte.
+KivTone kivToneOf(std::uint32_t color);
+
+// The staircase. Light incidence 0 is darkness, 1 is light straight on the surface.
+struct KivCartoonBands {
+    int count = 3;         // 1 to 8
+    double softness = 0.0; // 0 a sharp edge between bands, 1 no flat part left
+    double balance = 0.0;  // -1 mostly shadow, 1 mostly light
+
+    // The incidence at which band number i (1 to count - 1) takes over from the one below it.
+    double edge(int i) const;
+    // From 0 in the darkest band to 1 in the lightest, growing with the incidence. One band is all light.
+    double level(double incidence) const;
+    // A value that is flat in each band, for drawings that have no gradients: level without the softness.
+    double step(double incidence) const;
+
+    friend bool operator==(const KivCartoonBands&, const KivCartoonBands&) = default;
+};
+
+// How tones become colours.
+struct KivCartoonPaint {
+    double shadow = 0.45;     // what is left of the material's colour in the darkest band
+    double saturation = 0.35; // shadows richer in colour than the light, 0 to 1
+    double coolness = 0.45;   // shadows turned towards blue, 0 to 1
+    KivTone ambient{};        // the ambient light of the scene brightens the shadows
+
+    friend bool operator==(const KivCartoonPaint&, const KivCartoonPaint&) = default;
+};
+
+// The colour of a material in the shadow and at a level of light between 0 and 1. Emission is light of the material's
+// own and is added everywhere.
+KivTone kivCartoonShadow(const KivTone& diffuse, const KivCartoonPaint& paint);
+KivTone kivCartoonColor(const KivTone& diffuse, const KivTone& emission, const KivCartoonPaint& paint, double level);
+
+// The texture coordinate that stands for an incidence, for a table of that many entries: the first entry is incidence
+// 0, the last is incidence 1, and a lookup that interpolates between the middles of entries meets both exactly.
+double kivRampCoordinate(double incidence, int entries);
+
+#endif

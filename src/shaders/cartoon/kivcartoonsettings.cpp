@@ -1,0 +1,68 @@
+#include "kivcartoonsettings.h"
+
+namespace {
+
+enum Setting {
+    bandsSetting,
+    softnessSetting,
+    balanceSetting,
+    shadowSetting,
+    saturationSetting,
+    coolnessSetting,
+    highlightSetting,
+    highlightSizeSetting,
+    highlightStrengthSetting,
+    flatSetting,
+    doubleSidedSetting,
+    behindSetting,
+    smoothAngleSetting,
+    numSettings
+};
+
+const KivSettingInfo table[numSettings] = {
+    {"Bands", KivSettingType::Int, 1, 8, 3, L"Number of tone bands", nullptr},
+    {"Softness", KivSettingType::Double, 0, 100, 4,
+     L"Softness of the edges between bands, in percent of a band: 0 sharp, 100 an even gradient", nullptr},
+    {"Balance", KivSettingType::Double, -100, 100, 0,
+     L"Share of light and shadow, in percent: -100 mostly shadow, 100 mostly light", nullptr},
+    {"Shadow", KivSettingType::Double, 0, 100, 46,
+     L"Brightness of the darkest band, in percent of the material's colour", nullptr},
+    {"ShadowSaturation", KivSettingType::Double, 0, 100, 30, L"How much richer in colour shadows are, in percent",
+     nullptr},
+    {"ShadowCoolness", KivSettingType::Double, 0, 100, 45, L"How far shadows turn towards blue, in percent", nullptr},
+    {"Highlight", KivSettingType::Bool, 0, 1, 1, L"Highlights on materials that shine", nullptr},
+    {"HighlightSize", KivSettingType::Double, 1, 60, 12, L"Radius of highlights, in degrees", nullptr},
+    {"HighlightStrength", KivSettingType::Double, 0, 100, 70, L"Strength of highlights, in percent", nullptr},
+    {"Flat", KivSettingType::Bool, 0, 1, 0, L"One tone for each face", nullptr},
+    {"DoubleSided", KivSettingType::Bool, 0, 1, 0, L"Light also counts when it comes from behind a surface", nullptr},
+    {"LightFromBehind", KivSettingType::Double, 0, 100, 50,
+     L"How much light from behind counts on double-sided surfaces, in percent", nullptr},
+    {"SmoothAngle", KivSettingType::Double, 0, 180, 45,
+     L"Meshes without normals are smooth over bends up to this angle, in degrees", nullptr},
+};
+
+} // namespace
+
+int kivCartoonTable(const KivSettingInfo** out) {
+    *out = table;
+    return numSettings;
+}
+
+KivCartoonLook kivCartoonLook(const KivTablePageSettings& settings) {
+    constexpr double percent = 0.01;
+    KivCartoonLook look;
+    look.bands.count = settings.getInt(bandsSetting);
+    look.bands.softness = settings.getValue(softnessSetting) * percent;
+    look.bands.balance = settings.getValue(balanceSetting) * percent;
+    look.paint.shadow = settings.getValue(shadowSetting) * percent;
+    look.paint.saturation = settings.getValue(saturationSetting) * percent;
+    look.paint.coolness = settings.getValue(coolnessSetting) * percent;
+    look.highlight = settings.getBool(highlightSetting);
+    look.highlightSize = settings.getValue(highlightSizeSetting);
+    look.highlightStrength = settings.getValue(highlightStrengthSetting) * percent;
+    look.flat = settings.getBool(flatSetting);
+    look.doubleSided = settings.getBool(doubleSidedSetting);
+    look.lightFromBehind = settings.getValue(behindSetting) * percent;
+    look.smoothAngle = settings.getValue(smoothAngleSetting);
+    return look;
+}

@@ -1,0 +1,29 @@
+// The settings of the cartoon shader: the table, and the same as plain numbers for drawing.
+#ifndef SHADERS_CARTOON_KIVCARTOONSETTINGS_H
+#define SHADERS_CARTOON_KIVCARTOONSETTINGS_H
+
+#include "kivcartoonramp.h"
+#include "kivrender/settings/kivsettingstable.h"
+
+// The page's section in streams. Not the shader's tag: a reader takes any text equal to a tag for the beginning of that
+// shader's block.
+inline constexpr const wchar_t* kivCartoonSection = L"CartoonTones";
+
+// The number of settings.
+int kivCartoonTable(const KivSettingInfo** table);
+
+struct KivCartoonLook {
+    KivCartoonBands bands;
+    KivCartoonPaint paint; // without the scene's ambient light
+    bool highlight = true;
+    double highlightSize = 12.0;     // radius in degrees between the normal and the mirror direction
+    double highlightStrength = 0.75; // 0 to 1
+    bool flat = false;
+    bool doubleSided = false;
+    double lightFromBehind = 0.5; // 0 to 1
+    double smoothAngle = 45.0;    // degrees
+};
+
+KivCartoonLook kivCartoonLook(const KivTablePageSettings& settings);
+
+#endif

@@ -1,0 +1,101 @@
+// The cartoon shader: surfaces in a few flat tones with clear edges between them.
+//
+// The strongest light on a point decides its tone: the incidence that the toolbox of all shaders calculates is looked up
+// for every pixel in a ramp of bands, whose colours are the material's own, shadows a little richer and cooler.
+//
+// What it draws, by call:
+//
+// - render, without transparencies and shadows: every mesh in its full look, opaque.
+// - With shadows, on the meshes one by one. renderMeshDepth lays the depth and covers the background in black. Pass 1
+//   adds the tone of the full shadow, pass 2 what the material gives off by itself, both whatever the stencil says. Pass
+//   3, called for each of the k lights under the stencil, adds the k-th part of what the light adds to the shadow's
+//   tone, highlights included with the last. The stencil holds 100 plus the number of lights lost at a pixel; the
+//   shader sets the test so that k - n of the k calls reach a pixel that lost n lights: such a pixel gets that share of
+//   the light, and with none lost exactly the full look. Which of the lights is lost the stencil does not tell.
+// - renderOpaqueMesh, with transparencies and no shadows: all in pass 1, nothing in passes 2 and 3.
+// - renderTransparentTriangle: without shadows the full look in pass 1, mixed in by the material's alpha. With shadows
+//   pass 1 mixes in the shadow's tone and each light of pass 3 adds its share, weighed by alpha.
+//
+// With the vector flag there are no textures, which a vector file cannot take up: each triangle gets the one colour of
+// its middle, so that neighbouring triangles of one band merge into one face.
+#ifndef SHADERS_CARTOON_KIVCARTOONSHADER_H
+#define SHADERS_CARTOON_KIVCARTOONSHADER_H
+
+#include "kivcartoonmodel.h"
+#include "kivcartoonpainter.h"
+#include "kivcartoonsettings.h"
+#include "kivrender/scene/kiv3dpoint.h"
+#include "kivrender/scene/kiv3dvector.h"
+#include "kivrender/shader/kivnoncombinableshader.h"
+#include "kivshaderpage.h"
+
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+class KivCartoonShader : public KivNonCombinableShader {
+public:
+    explicit KivCartoonShader(HINSTANCE pluginModule);
+    KivCartoonShader(const KivCartoonShader&) = delete;
+    KivCartoonShader& operator=(const KivCartoonShader&) = delete;
+    ~KivCartoonShader() override;
+
+    void render(KivBitmapManager* surface, const KivCommonSettings& settings, const KivCamera& camera, KivScene* scene,
+                tagSIZE size, KivShaderCommunication& communication, bool named) override;
+    void loadRenderData(KivDataManager* manager, const KivCommonSettings& settings) override;
+    const wchar_t* getName() const override;
+    void reservedSlot() override;
+    HBITMAP getPreviewBitmap() override;
+    const wchar_t* getTag() const override;
+    bool loadDocData(KivDataManager* manager) override;
+    void createPages(KivPropertiesDlg* dlg, KivPropertiesDlg* parent) override;
+    // Three units for each mesh that it draws.
+    unsigned int getProgressSteps(KivScene* scene, const KivCommonSettings& settings) override;
+    bool saveDefaultData(KivDataManager* manager) override;
+    void loadObjectSettings(KivDataManager* manager, Kiv3DObject* object) override;
+    void preparePreview(KivScene* scene, const KivPropertiesDlg* dlg) override;
+    int getNumPages() override;
+    // The pointers are KivTablePageSettings that the host deletes.
+    bool loadShaderSettings(KivDataManager* manager, std::vector<void*>* settings, bool selected) override;
+
+    void prepareObjectRendering(const KivCommonSettings& settings, KivScene* scene) override;
+    void renderMeshDepth(const KivMesh* mesh, const KivCommonSettings& settings, KivScene* scene, KivShadows& shadows,
+                         const KivCamera& camera, bool vectorial) override;
+    void reservedSlot(const KivMesh* mesh) override;
+    void renderMeshPass(const KivMesh* mesh, const KivLight* light, int lightIndex, int numLights,
+                        const KivCommonSettings& settings, KivScene* scene, int pass, const KivCamera& camera,
+                        bool vectorial) override;
+    void beginTransparency(bool vectorial) override;
+    void renderOpaqueMesh(const KivMesh* mesh, const KivCommonSettings& settings, KivScene* scene,
+                          const KivCamera& camera, int meshIndex, KivNonCombinableShader* defaultShader, int pass,
+                          bool vectorial) override;
+    void renderTransparentTriangle(const Kiv3DPoint* points, const Kiv3DVector* normals, const KivMesh* mesh,
+                                   KivScene* scene, const KivCamera& camera, const KivCommonSettings& settings,
+                                   int meshIndex, int previousMeshIndex, KivNonCombinableShader* defaultShader,
+                                   KivShadows* shadows, int pass, const KivLight* light, int lightIndex, int numLights,
+                                   bool vectorial) override;
+    void endTransparentTriangle(int meshIndex, int previousMeshIndex, int pass, bool vectorial) override;
+    void endTransparency(bool vectorial) override;
+
+private:
+    class Lights; // asks the toolbox of this shader
+    friend struct KivTestAccess;
+
+    KivCartoonLook lookOf(const Kiv3DObject& object) const;
+    KivCartoonColors colorsOf(const KivMesh& mesh, const KivCartoonLook& look, const KivCommonSettings& settings) const;
+    void buildBatch(const KivCartoonModel& model, const KivMesh& mesh, const KivCartoonLook& look,
+                    const KivCommonSettings& settings, const KivScene& scene, KivCartoonBatch& out);
+    const KivCartoonBatch& batchOf(const KivMesh& mesh, const KivCartoonLook& look, const KivCommonSettings& settings,
+                                   const KivScene& scene);
+
+    mutable std::wstring name;
+    KivTablePageSettings renderSettings; // of the render that runs
+    std::vector<std::unique_ptr<KivShaderPage>> ownPages;
+    // What the passes of one mesh share. Filled anew by the depth pass, so that nothing of an earlier scene is drawn.
+    std::map<const KivMesh*, KivCartoonBatch> batches;
+    KivCartoonBatch scratch;
+    std::unique_ptr<KivCartoonPainter> trianglePainter; // between beginTransparency and endTransparency
+};
+
+#endif

@@ -1,0 +1,315 @@
+#include "kivcartoonshader.h"
+
+#include "kivglstate.h"
+#include "kivrender/scene/kivcamera.h"
+#include "kivrender/scene/kivlight.h"
+#include "kivrender/scene/kivmaterial.h"
+#include "kivrender/scene/kivmesh.h"
+#include "kivrender/scene/kivprogress.h"
+#include "kivrender/scene/kivscene.h"
+#include "kivrender/settings/kivcommonsettings.h"
+#include "kivrender/shader/kivshadercommunication.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace {
+
+// The longest side of a triangle, in pixels of the finished picture, over which light is interpolated.
+constexpr double longestSide = 10.0;
+// In vector output each division is a face of the drawing.
+constexpr double longestVectorSide = 40.0;
+
+// The stencil counts lights lost from here.
+constexpr int stencilBase = 100;
+
+Kiv3DPoint pointOf(const KivVec& v) {
+    return {v.x, v.y, v.z};
+}
+
+Kiv3DVector vectorOf(const KivVec& v) {
+    return {v.x, v.y, v.z};
+}
+
+KivVec vecOf(const Kiv3DVector& v) {
+    return {v.x, v.y, v.z};
+}
+
+KivView viewOfContext() {
+    GLint viewport[4] = {0, 0, 1, 1};
+    glGetIntegerv(GL_VIEWPORT, viewport);
+    return kivCurrentView(viewport[2], viewport[3]);
+}
+
+} // namespace
+
+// The lights of the scene as the toolbox of the shaders sees them.
+class KivCartoonShader::Lights : public KivCartoonLights {
+public:
+    Lights(const KivCartoonShader& owner, const KivScene& litScene, const KivView& seenFrom, double lightFromBehind)
+        : shader(owner), scene(litScene), view(seenFrom), behind(lightFromBehind) {
+        for (unsigned int i = 0; i < scene.numLights(); ++i) {
+            const KivLight* light = scene.getLight(i);
+            const bool ends = light->getStyle() == KivLight::spotLight;
+            uniform = uniform && (light->getStyle() == KivLight::directionalLight || light->getStyle() == KivLight::noLight);
+            if (ends && edges.size() < 32) {
+                edges.push_back(light);
+            }
+        }
+    }
+
+    double light(const KivVec& point, const KivVec& normal) const override {
+        return shader.calculateLightIncidence(pointOf(point), vectorOf(normal), &scene, 1.0 - behind);
+    }
+
+    double shine(const KivVec& point, const KivVec& normal) const override {
+        const KivVec toEye = kivUnit(view.toViewer(point));
+        double best = 0.0;
+        for (unsigned int i = 0; i < scene.numLights(); ++i) {
+            const KivLight* light = scene.getLight(i);
+            if (shader.calculateLightIncidenceToLight(pointOf(point), vectorOf(normal), light) > 0.0) {
+                const KivVec toLight = light->getStyle() == KivLight::directionalLight
+                                           ? -vecOf(light->getDirection())
+                                           : vecOf(light->getLocation() - pointOf(point));
+                best = std::max(best, kivDot(normal, kivUnit(kivUnit(toLight) + toEye)));
+            }
+        }
+        return kivShineOfCosine(best);
+    }
+
+    int numEdges() const override {
+        return static_cast<int>(edges.size());
+    }
+
+    // By how much the point lies inside the cone, in radians; the toolbox counts the very edge as inside.
+    double edgeSide(const KivVec& point, int i) const override {
+        const KivLight* spot = edges[i];
+        const double cosine =
+            shader.calculateAngleBetweenAxis(pointOf(point) - spot->getLocation(), spot->getDirection());
+        return spot->getSpotAngle() - std::acos(std::clamp(cosine, -1.0, 1.0));
+    }
+
+    double lightInside(const KivVec& point, const KivVec& normal, std::uint32_t inside) const override {
+        double best = 0.0;
+        std::size_t edge = 0;
+        for (unsigned int i = 0; i < scene.numLights(); ++i) {
+            const KivLight* light = scene.getLight(i);
+            double value = 0.0;
+            if (edge < edges.size() && edges[edge] == light) {
+                if ((inside & 1U << edge) != 0U) {
+                    value = shader.calculateAngleBetweenAxis(vectorOf(normal), -light->getDirection());
+                }
+                ++edge;
+            } else {
+                value = shader.calculateLightIncidenceToLight(pointOf(point), vectorOf(normal), light);
+            }
+            best = std::max(best, value < 0.0 && shader.doubleSided ? -value * behind : value);
+        }
+        return best;
+    }
+
+    bool isUniform() const override {
+        return uniform;
+    }
+
+private:
+    const KivCartoonShader& shader;
+    const KivScene& scene;
+    const KivView& view;
+    double behind;
+    bool uniform = true;
+    std::vector<const KivLight*> edges; // the spots, in the order of the scene
+};
+
+KivCartoonLook KivCartoonShader::lookOf(const Kiv3DObject& object) const {
+    const KivTablePageSettings* own = kivObjectSettings(object, kivCartoonSection);
+    return kivCartoonLook(own != nullptr ? *own : renderSettings);
+}
+
+KivCartoonColors KivCartoonShader::colorsOf(const KivMesh& mesh, const KivCartoonLook& look,
+                                            const KivCommonSettings& settings) const {
+    const KivMaterial* material = mesh.getMaterial();
+    KivCartoonColors colors;
+    colors.bands = look.bands;
+    colors.paint = look.paint;
+    colors.paint.ambient = kivToneOf(settings.getAmbientLight());
+    colors.diffuse = kivToneOf(material->getDiffuse());
+    colors.emission = kivToneOf(material->getEmission());
+    if (look.highlight && material->getShine() > 0.0) {
+        // A specular colour that is no brighter than the surface would darken it; then the highlight is white.
+        const KivTone specular = kivToneOf(material->getSpecular());
+        const double brightness = specular[0] + specular[1] + specular[2];
+        if (brightness > 0.0) {
+            colors.highlightStrength = look.highlightStrength * std::min(1.0, brightness / 1.5);
+            const double most = std::max({specular[0], specular[1], specular[2]});
+            for (int c = 0; c < 3; ++c) {
+                colors.highlightColor[c] = specular[c] / most;
+            }
+        }
+        colors.highlightSize = look.highlightSize;
+    }
+    return colors;
+}
+
+void KivCartoonShader::buildBatch(const KivCartoonModel& model, const KivMesh& mesh, const KivCartoonLook& look,
+                                  const KivCommonSettings& settings, const KivScene& scene, KivCartoonBatch& out) {
+    const KivView view = viewOfContext();
+    doubleSided = look.doubleSided;
+    const Lights lights(*this, scene, view, look.lightFromBehind);
+    KivCartoonDetail detail;
+    detail.flat = look.flat;
+    detail.shine = colorsOf(mesh, look, settings).highlightStrength > 0.0;
+    detail.rampEntries = kivRampEntries;
+    detail.longestSide = settings.doVectorial() ? longestVectorSide
+                                                : longestSide * (1 << std::clamp(settings.getAntialias(), 0, 2));
+    kivBuildCartoon(model, view, lights, detail, out);
+}
+
+const KivCartoonBatch& KivCartoonShader::batchOf(const KivMesh& mesh, const KivCartoonLook& look,
+                                                 const KivCommonSettings& settings, const KivScene& scene) {
+    const auto [entry, isNew] = batches.try_emplace(&mesh);
+    if (isNew) {
+        buildBatch(kivReadCartoonModel(mesh, look.smoothAngle), mesh, look, settings, scene, entry->second);
+    }
+    return entry->second;
+}
+
+void KivCartoonShader::render(KivBitmapManager* surface, const KivCommonSettings& settings, const KivCamera&,
+                              KivScene* scene, tagSIZE, KivShaderCommunication& communication, bool named) {
+    const bool vectorial = settings.doVectorial();
+    for (unsigned int i = 0; i < scene->numMeshes(); ++i) {
+        const KivMesh* mesh = scene->getMesh(i);
+        if (mesh == nullptr || !kivIsForShader(*mesh, getTag(), named)) {
+            continue;
+        }
+        if (kivIsCancelled()) {
+            return;
+        }
+        {
+            const KivGlState state;
+            float factor = 0.0F;
+            float units = 0.0F;
+            communication.getPolygonOffset(&factor, &units);
+            glEnable(GL_POLYGON_OFFSET_FILL);
+            glPolygonOffset(factor, units);
+            glDisable(GL_BLEND);
+            const KivCartoonLook look = lookOf(*mesh);
+            buildBatch(kivReadCartoonModel(*mesh, look.smoothAngle), *mesh, look, settings, *scene, scratch);
+            KivCartoonPainter painter;
+            painter.draw(scratch, colorsOf(*mesh, look, settings), KivCartoonLayer::full, 1, vectorial);
+        }
+        if (KivProgress* progress = kivCurrentProgress()) {
+            progress->advance(2, false);
+        }
+        flushAndShow(surface, vectorial);
+    }
+}
+
+void KivCartoonShader::prepareObjectRendering(const KivCommonSettings&, KivScene*) {
+    batches.clear();
+}
+
+void KivCartoonShader::renderMeshDepth(const KivMesh* mesh, const KivCommonSettings& settings, KivScene* scene,
+                                       KivShadows&, const KivCamera&, bool vectorial) {
+    const KivGlState state;
+    batches.erase(mesh);
+    const KivCartoonLook look = lookOf(*mesh);
+    KivCartoonPainter painter;
+    glDisable(GL_BLEND);
+    painter.draw(batchOf(*mesh, look, settings, *scene), colorsOf(*mesh, look, settings), KivCartoonLayer::black, 1,
+                 vectorial);
+}
+
+void KivCartoonShader::renderMeshPass(const KivMesh* mesh, const KivLight* light, int lightIndex, int numLights,
+                                      const KivCommonSettings& settings, KivScene* scene, int pass, const KivCamera&,
+                                      bool vectorial) {
+    const KivGlState state;
+    const KivCartoonLook look = lookOf(*mesh);
+    const KivCartoonColors colors = colorsOf(*mesh, look, settings);
+    if (pass == 2 && colors.emission == KivTone{}) {
+        return;
+    }
+    const KivCartoonBatch& batch = batchOf(*mesh, look, settings, *scene);
+    KivCartoonPainter painter;
+    glEnable(GL_BLEND);
+    glBlendFunc(GL_ONE, GL_ONE);
+    if (pass == 1) {
+        painter.draw(batch, colors, KivCartoonLayer::shadow, 1, vectorial);
+    } else if (pass == 2) {
+        painter.draw(batch, colors, KivCartoonLayer::emission, 1, vectorial);
+    } else if (light != nullptr && numLights > 0) {
+        glStencilFunc(GL_GEQUAL, stencilBase + numLights - 1 - lightIndex, ~0U);
+        painter.draw(batch, colors, KivCartoonLayer::share, numLights, vectorial);
+        if (lightIndex == numLights - 1 && colors.highlightStrength > 0.0) {
+            glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
+            painter.draw(batch, colors, KivCartoonLayer::highlight, 1, vectorial);
+        }
+    }
+}
+
+void KivCartoonShader::beginTransparency(bool) {
+    if (trianglePainter != nullptr) {
+        trianglePainter->forget(); // a cancelled render went away with its context
+    }
+    trianglePainter = std::make_unique<KivCartoonPainter>();
+}
+
+void KivCartoonShader::renderOpaqueMesh(const KivMesh* mesh, const KivCommonSettings& settings, KivScene* scene,
+                                        const KivCamera&, int, KivNonCombinableShader*, int pass, bool vectorial) {
+    if (pass != 1) {
+        return;
+    }
+    const KivGlState state;
+    const KivCartoonLook look = lookOf(*mesh);
+    buildBatch(kivReadCartoonModel(*mesh, look.smoothAngle), *mesh, look, settings, *scene, scratch);
+    KivCartoonPainter painter;
+    glDisable(GL_BLEND);
+    painter.draw(scratch, colorsOf(*mesh, look, settings), KivCartoonLayer::full, 1, vectorial);
+}
+
+void KivCartoonShader::renderTransparentTriangle(const Kiv3DPoint* points, const Kiv3DVector* normals,
+                                                 const KivMesh* mesh, KivScene* scene, const KivCamera&,
+                                                 const KivCommonSettings& settings, int, int, KivNonCombinableShader*,
+                                                 KivShadows* shadows, int pass, const KivLight* light, int lightIndex,
+                                                 int numLights, bool vectorial) {
+    if (pass == 2 || (pass == 3 && (shadows == nullptr || light == nullptr))) {
+        return;
+    }
+    const KivCartoonLook look = lookOf(*mesh);
+    KivCartoonModel model;
+    const KivVec face = kivUnit(vecOf((points[1] - points[0]) * (points[2] - points[0])));
+    KivVec sum;
+    for (int k = 0; k < 3; ++k) {
+        model.points.push_back({points[k].x, points[k].y, points[k].z});
+        const KivVec normal = mesh->hasNormals() ? kivUnit(vecOf(normals[k])) : face;
+        model.normals.push_back(kivDot(normal, normal) > 0.0 ? normal : face);
+        sum = sum + model.normals.back();
+    }
+    model.triangles.push_back({0, 1, 2});
+    model.windings.push_back(kivDot(face, sum) < 0.0 ? -1 : 1);
+    buildBatch(model, *mesh, look, settings, *scene, scratch);
+    KivCartoonColors colors = colorsOf(*mesh, look, settings);
+    colors.alpha = std::clamp(mesh->getMaterial()->getTransparency(), 0.0, 1.0);
+    const KivGlState state;
+    glEnable(GL_BLEND);
+    // The shadows on transparent surfaces leave a depth test that passes everything.
+    glDepthFunc(GL_LEQUAL);
+    KivCartoonPainter local;
+    KivCartoonPainter& painter = trianglePainter != nullptr ? *trianglePainter : local;
+    if (pass == 1) {
+        glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
+        painter.draw(scratch, colors, shadows != nullptr ? KivCartoonLayer::shadow : KivCartoonLayer::full, 1,
+                     vectorial);
+    } else {
+        glStencilFunc(GL_GEQUAL, stencilBase + numLights - 1 - lightIndex, ~0U);
+        glBlendFunc(GL_SRC_ALPHA, GL_ONE);
+        painter.draw(scratch, colors, KivCartoonLayer::share, std::max(numLights, 1), vectorial);
+    }
+}
+
+void KivCartoonShader::endTransparentTriangle(int, int, int, bool) {
+}
+
+void KivCartoonShader::endTransparency(bool) {
+    trianglePainter.reset();
+}

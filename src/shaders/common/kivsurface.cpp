@@ -1,0 +1,145 @@
+#include "kivsurface.h"
+
+#include "kivrender/scene/kivmesh.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstddef>
+
+namespace {
+
+std::uint64_t mixed(std::uint64_t h) {
+    h ^= h >> 32;
+    h *= 0xd6e8feb86659fd93ULL;
+    h ^= h >> 32;
+    h *= 0xd6e8feb86659fd93ULL;
+    h ^= h >> 32;
+    return h;
+}
+
+std::uint64_t bitsOf(double value) {
+    return std::bit_cast<std::uint64_t>(value + 0.0); // the sum turns -0 into 0
+}
+
+std::uint64_t hashOf(const KivVec& p) {
+    return mixed(bitsOf(p.x) + 3 * mixed(bitsOf(p.y) + 5 * mixed(bitsOf(p.z))));
+}
+
+bool samePlace(const KivVec& a, const KivVec& b) {
+    return a.x == b.x && a.y == b.y && a.z == b.z;
+}
+
+bool isFinite(const KivVec& p) {
+    return std::isfinite(p.x) && std::isfinite(p.y) && std::isfinite(p.z);
+}
+
+std::size_t tableSize(std::size_t entries) {
+    return std::bit_ceil(std::max<std::size_t>(16, entries * 2));
+}
+
+constexpr std::uint32_t none = 0xffffffffU;
+
+// Remembers triangles by their set of corners.
+class TriangleSet {
+public:
+    explicit TriangleSet(std::size_t count) : slots(tableSize(count), none), mask(slots.size() - 1) {
+    }
+
+    // False if the set of corners was there already.
+    bool add(const KivSurface::Triangle& triangle, std::vector<KivSurface::Triangle>& sorted) {
+        KivSurface::Triangle key = triangle;
+        std::sort(key.begin(), key.end());
+        std::size_t slot = mixed(key[0] + 3 * mixed(key[1] + 5 * mixed(key[2]))) & mask;
+        while (slots[slot] != none) {
+            if (sorted[slots[slot]] == key) {
+                return false;
+            }
+            slot = (slot + 1) & mask;
+        }
+        slots[slot] = static_cast<std::uint32_t>(sorted.size());
+        sorted.push_back(key);
+        return true;
+    }
+
+private:
+    std::vector<std::uint32_t> slots;
+    std::size_t mask;
+};
+
+} // namespace
+
+std::vector<std::uint32_t> kivWeldPoints(const std::vector<KivVec>& points, std::uint32_t* count) {
+    std::vector<std::uint32_t> result(points.size());
+    std::vector<std::uint32_t> slots(tableSize(points.size()), none); // the first point of each place
+    const std::size_t mask = slots.size() - 1;
+    std::uint32_t places = 0;
+    for (std::size_t i = 0; i < points.size(); ++i) {
+        if (!isFinite(points[i])) {
+            result[i] = places++; // not entered: a heap of them in one chain of the table would take for ever
+            continue;
+        }
+        std::size_t slot = hashOf(points[i]) & mask;
+        while (slots[slot] != none && !samePlace(points[slots[slot]], points[i])) {
+            slot = (slot + 1) & mask;
+        }
+        if (slots[slot] == none) {
+            slots[slot] = static_cast<std::uint32_t>(i);
+            result[i] = places++;
+        } else {
+            result[i] = result[slots[slot]];
+        }
+    }
+    *count = places;
+    return result;
+}
+
+KivSurface kivReadSurface(const KivMesh& mesh) {
+    const unsigned int numVertexs = mesh.getNumVertexs();
+    const unsigned int numTriangles = mesh.getNumTriangles();
+    std::vector<KivVec> points(numVertexs);
+    for (unsigned int i = 0; i < numVertexs; ++i) {
+        const Kiv3DPoint p = mesh.getVertex(i);
+        points[i] = {p.x, p.y, p.z};
+    }
+    KivSurface surface;
+    std::uint32_t places = 0;
+    const std::vector<std::uint32_t> place = kivWeldPoints(points, &places);
+    surface.points.resize(places);
+    for (unsigned int i = 0; i < numVertexs; ++i) {
+        surface.points[place[i]] = points[i];
+    }
+    const bool hasNormals = mesh.hasNormals();
+    if (hasNormals) {
+        surface.normals.resize(numVertexs);
+        for (unsigned int i = 0; i < numVertexs; ++i) {
+            const Kiv3DVector n = mesh.getNormal(i);
+            surface.normals[i] = kivUnit({n.x, n.y, n.z});
+        }
+        surface.cornerNormals.reserve(numTriangles);
+    }
+    surface.triangles.reserve(numTriangles);
+    surface.sources.reserve(numTriangles);
+    std::vector<KivSurface::Triangle> sorted;
+    sorted.reserve(numTriangles);
+    TriangleSet known(numTriangles);
+    for (unsigned int t = 0; t < numTriangles; ++t) {
+        unsigned int corner[3] = {0, 0, 0};
+        mesh.getTriangle(corner, t);
+        if (corner[0] >= numVertexs || corner[1] >= numVertexs || corner[2] >= numVertexs) {
+            continue;
+        }
+        const KivSurface::Triangle triangle = {place[corner[0]], place[corner[1]], place[corner[2]]};
+        const bool collapsed = triangle[0] == triangle[1] || triangle[1] == triangle[2] || triangle[2] == triangle[0];
+        if (collapsed || !isFinite(points[corner[0]]) || !isFinite(points[corner[1]]) || !isFinite(points[corner[2]])) {
+            continue;
+        }
+        if (known.add(triangle, sorted)) {
+            surface.triangles.push_back(triangle);
+            surface.sources.push_back(t);
+            if (hasNormals) {
+                surface.cornerNormals.push_back({corner[0], corner[1], corner[2]});
+            }
+        }
+    }
+    return surface;
+}

@@ -1,0 +1,292 @@
+#include "kivoutlineedges.h"
+
+#include "kivrender/scene/kivmesh.h"
+#include "kivrender/shadow/kivedgesextraction.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <numbers>
+
+namespace {
+
+using Record = KivEdgesExtraction::edgeInfo;
+
+// The corner of a triangle that is not on the edge.
+std::int32_t thirdCorner(const KivSurface::Triangle& triangle, std::uint32_t a, std::uint32_t b) {
+    for (const std::uint32_t corner : triangle) {
+        if (corner != a && corner != b) {
+            return static_cast<std::int32_t>(corner);
+        }
+    }
+    return KivOutlineWing::none;
+}
+
+// The normal that a triangle has at one of its corners.
+const KivVec& normalAt(const KivSurface& surface, std::int32_t triangle, std::uint32_t point) {
+    const KivSurface::Triangle& corners = surface.triangles[triangle];
+    const std::size_t k = corners[0] == point ? 0 : corners[1] == point ? 1 : 2;
+    return surface.normals[surface.cornerNormals[triangle][k]];
+}
+
+// True if two triangles have nearly the same normals at both ends of their edge.
+bool runsOn(const KivSurface& surface, std::int32_t one, std::int32_t other, std::uint32_t a, std::uint32_t b) {
+    constexpr double near = 0.97; // the cosine of 14 degrees
+    return !surface.normals.empty() && kivDot(normalAt(surface, one, a), normalAt(surface, other, a)) > near &&
+           kivDot(normalAt(surface, one, b), normalAt(surface, other, b)) > near;
+}
+
+// One wing of all records of a pair of points. The extraction gives an edge no third triangle and pairs only triangles
+// that run along it in opposite directions; here all that meet at the edge count, however they are wound.
+KivOutlineWing wingOf(const KivSurface& surface, const Record* first, const Record* last) {
+    KivOutlineWing wing;
+    wing.a = static_cast<std::uint32_t>(first->vertex0);
+    wing.b = static_cast<std::uint32_t>(first->vertex1);
+    int found = 0;
+    std::int32_t triangles[2] = {KivOutlineWing::none, KivOutlineWing::none};
+    for (const Record* record = first; record != last; ++record) {
+        for (const std::int32_t triangle : {static_cast<std::int32_t>(record->triangle0),
+                                            static_cast<std::int32_t>(record->triangle1)}) {
+            if (triangle == KivOutlineWing::none) {
+                continue;
+            }
+            const std::int32_t corner = thirdCorner(surface.triangles[triangle], wing.a, wing.b);
+            (found == 0 ? wing.left : wing.right) = corner;
+            triangles[found == 0 ? 0 : 1] = triangle;
+            ++found;
+        }
+    }
+    wing.triangle = static_cast<std::uint32_t>(triangles[0]);
+    wing.junction = found > 2;
+    if (found == 2) {
+        wing.bend = static_cast<float>(kivOutlineBend(surface.points[wing.a], surface.points[wing.b],
+                                                      surface.points[wing.left], surface.points[wing.right]));
+        wing.smooth = runsOn(surface, triangles[0], triangles[1], wing.a, wing.b);
+    }
+    return wing;
+}
+
+// The part of a vector that is perpendicular to a direction of unit length.
+KivVec across(const KivVec& vector, const KivVec& along) {
+    return vector - along * kivDot(vector, along);
+}
+
+// On which side of the plane through the eye and the edge a point lies: its distance from that plane.
+double sideOf(const KivVec& plane, const KivVec& a, const KivVec& point) {
+    return kivDot(plane, point - a);
+}
+
+// Sets that are joined until nothing more belongs together; each with the box of what was entered.
+class Groups {
+public:
+    explicit Groups(std::size_t count) : parent(count), low(count), high(count), filled(count, false) {
+        for (std::size_t i = 0; i < count; ++i) {
+            parent[i] = static_cast<std::uint32_t>(i);
+        }
+    }
+
+    std::uint32_t find(std::uint32_t i) {
+        while (parent[i] != i) {
+            parent[i] = parent[parent[i]];
+            i = parent[i];
+        }
+        return i;
+    }
+
+    // Call only before the first enter.
+    void join(std::uint32_t i, std::uint32_t j) {
+        const std::uint32_t a = find(i);
+        const std::uint32_t b = find(j);
+        parent[std::max(a, b)] = std::min(a, b);
+    }
+
+    void enter(std::uint32_t i, const KivVec& point) {
+        const std::uint32_t group = find(i);
+        if (!filled[group]) {
+            low[group] = high[group] = point;
+            filled[group] = true;
+        }
+        low[group] = {std::min(low[group].x, point.x), std::min(low[group].y, point.y), std::min(low[group].z, point.z)};
+        high[group] = {std::max(high[group].x, point.x), std::max(high[group].y, point.y),
+                       std::max(high[group].z, point.z)};
+    }
+
+    // The diagonal of the box of the group.
+    double extent(std::uint32_t i) {
+        const std::uint32_t group = find(i);
+        return filled[group] ? kivLength(high[group] - low[group]) : 0.0;
+    }
+
+private:
+    std::vector<std::uint32_t> parent;
+    std::vector<KivVec> low;
+    std::vector<KivVec> high;
+    std::vector<bool> filled;
+};
+
+// A network of creases that reaches over this part of its piece is a feature, however it looks.
+constexpr double largeFeature = 0.3;
+
+// What the creases of one network look like together.
+struct Character {
+    unsigned int edges = 0;
+    unsigned int corners = 0; // points where creases meet
+    double bends = 0.0;       // of the edges, summed, in degrees
+    double turns = 0.0;       // at the corners, summed, in degrees
+
+    // Noise wanders and branches from edge to edge and bends only just enough; the creases of a shape run on, or turn at
+    // few corners, or bend strongly.
+    bool isRough() const {
+        return edges >= 5 && corners > 0 && turns / corners > 30.0 && bends / edges < 65.0;
+    }
+};
+
+std::vector<Character> characterOf(const KivSurface& surface, const std::vector<KivOutlineWing>& wings,
+                                   const std::vector<bool>& creases, Groups& network) {
+    constexpr double branch = 60.0; // the turn that a point with three creases or more counts for
+    std::vector<Character> characters(surface.points.size());
+    std::vector<std::uint8_t> degree(surface.points.size(), 0);
+    std::vector<KivVec> arrival(surface.points.size());
+    for (std::size_t i = 0; i < wings.size(); ++i) {
+        if (!creases[i]) {
+            continue;
+        }
+        const KivOutlineWing& wing = wings[i];
+        Character& character = characters[network.find(wing.a)];
+        ++character.edges;
+        character.bends += wing.junction ? 180.0 : static_cast<double>(wing.bend);
+        const KivVec along = kivUnit(surface.points[wing.b] - surface.points[wing.a]);
+        for (const std::uint32_t p : {wing.a, wing.b}) {
+            const KivVec outward = p == wing.a ? along : -along;
+            if (degree[p] == 0) {
+                arrival[p] = outward;
+            } else if (degree[p] == 1) {
+                const double cosine = std::clamp(-kivDot(arrival[p], outward), -1.0, 1.0);
+                ++character.corners;
+                character.turns += std::acos(cosine) * 180.0 / std::numbers::pi;
+            } else if (degree[p] == 2) {
+                character.turns += branch;
+            }
+            degree[p] = static_cast<std::uint8_t>(std::min(degree[p] + 1, 3));
+        }
+    }
+    return characters;
+}
+
+KivVec planeThroughEye(const KivVec& a, const KivVec& b, const KivView& view) {
+    return kivCross(view.toViewer(a), b - a);
+}
+
+} // namespace
+
+std::vector<KivOutlineWing> kivOutlineWings(const KivSurface& surface) {
+    KivMesh mesh;
+    mesh.reserveVertexs(static_cast<unsigned int>(surface.points.size()));
+    mesh.reserveTriangles(static_cast<unsigned int>(surface.triangles.size()));
+    for (const KivVec& p : surface.points) {
+        mesh.addVertex(Kiv3DPoint(p.x, p.y, p.z));
+    }
+    for (const KivSurface::Triangle& t : surface.triangles) {
+        mesh.addTriangle(t[0], t[1], t[2]);
+    }
+    std::vector<Record> records;
+    KivEdgesExtraction::extractEdges(&mesh, records, nullptr, nullptr);
+    std::vector<KivOutlineWing> wings;
+    wings.reserve(records.size());
+    for (std::size_t first = 0; first < records.size();) {
+        std::size_t last = first + 1;
+        while (last < records.size() && records[last].vertex0 == records[first].vertex0 &&
+               records[last].vertex1 == records[first].vertex1) {
+            ++last;
+        }
+        wings.push_back(wingOf(surface, &records[first], records.data() + last));
+        first = last;
+    }
+    return wings;
+}
+
+double kivOutlineBend(const KivVec& a, const KivVec& b, const KivVec& left, const KivVec& right) {
+    const KivVec along = kivUnit(b - a);
+    const KivVec u = kivUnit(across(left - a, along));
+    const KivVec v = kivUnit(across(right - a, along));
+    if (kivDot(u, u) == 0.0 || kivDot(v, v) == 0.0) {
+        return 0.0;
+    }
+    const double between = std::acos(std::clamp(kivDot(u, v), -1.0, 1.0));
+    return 180.0 - between * 180.0 / std::numbers::pi;
+}
+
+bool kivOutlineIsFold(const KivVec& a, const KivVec& b, const KivVec& left, const KivVec& right, const KivView& view) {
+    const KivVec plane = planeThroughEye(a, b, view);
+    const double l = sideOf(plane, a, left);
+    const double r = sideOf(plane, a, right);
+    return (l >= 0.0 && r >= 0.0 && l + r > 0.0) || (l <= 0.0 && r <= 0.0 && l + r < 0.0);
+}
+
+std::vector<bool> kivOutlineCreases(const KivSurface& surface, const std::vector<KivOutlineWing>& wings,
+                                    const KivOutlineRules& rules) {
+    std::vector<bool> creases(wings.size(), false);
+    Groups network(surface.points.size());
+    bool any = false;
+    for (std::size_t i = 0; i < wings.size(); ++i) {
+        const KivOutlineWing& wing = wings[i];
+        const double limit = wing.smooth ? rules.smoothCreaseAngle : rules.creaseAngle;
+        if (wing.junction || (wing.right != KivOutlineWing::none && wing.bend > limit)) {
+            creases[i] = true;
+            any = true;
+            network.join(wing.a, wing.b);
+        }
+    }
+    if (!any || !(rules.creaseLength > 0.0)) {
+        return creases;
+    }
+    Groups pieces(surface.points.size());
+    for (const KivSurface::Triangle& t : surface.triangles) {
+        pieces.join(t[0], t[1]);
+        pieces.join(t[1], t[2]);
+    }
+    for (std::uint32_t p = 0; p < surface.points.size(); ++p) {
+        pieces.enter(p, surface.points[p]);
+    }
+    for (std::size_t i = 0; i < wings.size(); ++i) {
+        if (creases[i]) {
+            network.enter(wings[i].a, surface.points[wings[i].a]);
+            network.enter(wings[i].b, surface.points[wings[i].b]);
+        }
+    }
+    const std::vector<Character> characters = characterOf(surface, wings, creases, network);
+    for (std::size_t i = 0; i < wings.size(); ++i) {
+        if (creases[i]) {
+            const double part = network.extent(wings[i].a) / pieces.extent(wings[i].a);
+            const Character& character = characters[network.find(wings[i].a)];
+            creases[i] = part >= rules.creaseLength && (part >= largeFeature || !character.isRough());
+        }
+    }
+    return creases;
+}
+
+std::vector<KivOutlineEdge> kivOutlineEdges(const KivSurface& surface, const std::vector<KivOutlineWing>& wings,
+                                            const std::vector<bool>& creases, const KivView& view,
+                                            const KivOutlineRules& rules) {
+    std::vector<KivOutlineEdge> edges;
+    const std::vector<KivVec>& p = surface.points;
+    for (std::size_t i = 0; i < wings.size(); ++i) {
+        const KivOutlineWing& wing = wings[i];
+        KivOutlineEdge edge{wing.a, wing.b, KivOutlineKind::crease, static_cast<std::uint32_t>(wing.left)};
+        if (wing.right == KivOutlineWing::none) {
+            edge.kind = KivOutlineKind::border;
+            if (rules.borders) {
+                edges.push_back(edge);
+            }
+            continue;
+        }
+        if (rules.silhouettes && !wing.junction &&
+            kivOutlineIsFold(p[wing.a], p[wing.b], p[wing.left], p[wing.right], view)) {
+            edge.kind = KivOutlineKind::silhouette;
+            edges.push_back(edge);
+        } else if (rules.creases && creases[i]) {
+            edges.push_back(edge);
+        }
+    }
+    return edges;
+}

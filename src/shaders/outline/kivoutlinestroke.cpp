@@ -1,0 +1,169 @@
+#include "kivoutlinestroke.h"
+
+#include <algorithm>
+#include <cmath>
+#include <numbers>
+
+namespace {
+
+// The corners of a circle of that radius that stays within a tenth of a pixel of its polygon.
+int circleCorners(float radius) {
+    const double angle = radius > 0.2F ? std::acos(1.0 - 0.1 / radius) : std::numbers::pi / 4.0;
+    return std::clamp(static_cast<int>(std::ceil(std::numbers::pi / angle)), 6, 64);
+}
+
+struct Direction {
+    float x;
+    float y;
+};
+
+bool directionOf(const KivOutlinePoint& from, const KivOutlinePoint& to, Direction* out) {
+    const float dx = to.x - from.x;
+    const float dy = to.y - from.y;
+    const float length = std::hypot(dx, dy);
+    if (!(length > 0.0F)) {
+        return false;
+    }
+    *out = {dx / length, dy / length};
+    return true;
+}
+
+// How far a point lies from the straight piece between two others, its width counted like a third coordinate.
+float departure(const KivOutlinePoint& a, const KivOutlinePoint& b, const KivOutlinePoint& p) {
+    const float dx = b.x - a.x;
+    const float dy = b.y - a.y;
+    const float square = dx * dx + dy * dy;
+    const float t = square > 0.0F ? std::clamp(((p.x - a.x) * dx + (p.y - a.y) * dy) / square, 0.0F, 1.0F) : 0.0F;
+    const float away = std::hypot(a.x + dx * t - p.x, a.y + dy * t - p.y);
+    return std::max(away, std::abs(a.halfWidth + (b.halfWidth - a.halfWidth) * t - p.halfWidth));
+}
+
+void thin(const std::vector<KivOutlinePoint>& points, float tolerance, std::vector<bool>& kept) {
+    std::vector<std::pair<std::size_t, std::size_t>> open = {{0, points.size() - 1}};
+    while (!open.empty()) {
+        const auto [first, last] = open.back();
+        open.pop_back();
+        float worst = tolerance;
+        std::size_t at = first;
+        for (std::size_t i = first + 1; i < last; ++i) {
+            const float away = departure(points[first], points[last], points[i]);
+            if (away > worst) {
+                worst = away;
+                at = i;
+            }
+        }
+        if (at != first) {
+            kept[at] = true;
+            open.push_back({first, at});
+            open.push_back({at, last});
+        }
+    }
+}
+
+} // namespace
+
+std::uint32_t KivStrokeMesh::add(float x, float y) {
+    points.push_back(x);
+    points.push_back(y);
+    return static_cast<std::uint32_t>(points.size() / 2 - 1);
+}
+
+void KivStrokeMesh::addTriangle(std::uint32_t a, std::uint32_t b, std::uint32_t c) {
+    indices.push_back(a);
+    indices.push_back(b);
+    indices.push_back(c);
+}
+
+KivOutlinePath kivThinnedPath(const KivOutlinePath& path, float tolerance) {
+    const std::size_t count = path.points.size();
+    if (count < 3) {
+        return path;
+    }
+    std::vector<bool> kept(count, false);
+    kept.front() = true;
+    kept.back() = true;
+    // In pieces, so that the cost stays near linear on long paths.
+    constexpr std::size_t piece = 256;
+    std::vector<KivOutlinePoint> part;
+    for (std::size_t first = 0; first + 1 < count; first += piece) {
+        const std::size_t last = std::min(first + piece, count - 1);
+        part.assign(path.points.begin() + static_cast<std::ptrdiff_t>(first),
+                    path.points.begin() + static_cast<std::ptrdiff_t>(last + 1));
+        std::vector<bool> partKept(part.size(), false);
+        partKept.front() = true;
+        partKept.back() = true;
+        thin(part, tolerance, partKept);
+        for (std::size_t i = 0; i < part.size(); ++i) {
+            kept[first + i] = kept[first + i] || partKept[i];
+        }
+    }
+    KivOutlinePath result;
+    result.closed = path.closed;
+    for (std::size_t i = 0; i < count; ++i) {
+        if (kept[i]) {
+            result.points.push_back(path.points[i]);
+        }
+    }
+    return result;
+}
+
+void kivStrokeDot(const KivOutlinePoint& point, KivStrokeMesh& mesh) {
+    const int corners = circleCorners(point.halfWidth);
+    const std::uint32_t centre = mesh.add(point.x, point.y);
+    for (int i = 0; i < corners; ++i) {
+        const double angle = 2.0 * std::numbers::pi * i / corners;
+        mesh.add(point.x + point.halfWidth * static_cast<float>(std::cos(angle)),
+                 point.y + point.halfWidth * static_cast<float>(std::sin(angle)));
+    }
+    for (int i = 0; i < corners; ++i) {
+        mesh.addTriangle(centre, centre + 1 + static_cast<std::uint32_t>(i),
+                         centre + 1 + static_cast<std::uint32_t>((i + 1) % corners));
+    }
+}
+
+void kivStroke(const KivOutlinePath& path, KivStrokeMesh& mesh) {
+    const std::size_t count = path.points.size();
+    if (count == 0) {
+        return;
+    }
+    const auto point = [&path, count](std::size_t i) -> const KivOutlinePoint& { return path.points[i % count]; };
+    const std::size_t pieces = path.closed ? count : count - 1;
+    Direction before{};
+    bool joined = false;
+    bool drawn = false;
+    std::uint32_t tailLeft = 0;
+    std::uint32_t tailRight = 0;
+    for (std::size_t i = 0; i < pieces; ++i) {
+        const KivOutlinePoint& a = point(i);
+        const KivOutlinePoint& b = point(i + 1);
+        Direction along{};
+        if (!directionOf(a, b, &along)) {
+            continue;
+        }
+        const std::uint32_t headLeft = mesh.add(a.x - along.y * a.halfWidth, a.y + along.x * a.halfWidth);
+        const std::uint32_t headRight = mesh.add(a.x + along.y * a.halfWidth, a.y - along.x * a.halfWidth);
+        if (joined) {
+            // A small turn is closed by a wedge on its outer side, a sharp one by a disc.
+            if (before.x * along.x + before.y * along.y > 0.9F) {
+                const std::uint32_t middle = mesh.add(a.x, a.y);
+                const bool turnsLeft = before.x * along.y - before.y * along.x > 0.0F;
+                mesh.addTriangle(middle, turnsLeft ? tailRight : headLeft, turnsLeft ? headRight : tailLeft);
+            } else {
+                kivStrokeDot(a, mesh);
+            }
+        } else {
+            kivStrokeDot(a, mesh);
+        }
+        tailLeft = mesh.add(b.x - along.y * b.halfWidth, b.y + along.x * b.halfWidth);
+        tailRight = mesh.add(b.x + along.y * b.halfWidth, b.y - along.x * b.halfWidth);
+        mesh.addTriangle(headLeft, headRight, tailRight);
+        mesh.addTriangle(headLeft, tailRight, tailLeft);
+        before = along;
+        joined = true;
+        drawn = true;
+    }
+    kivStrokeDot(path.closed ? point(0) : point(count - 1), mesh);
+    if (!drawn && count > 1) {
+        kivStrokeDot(point(0), mesh);
+    }
+}

@@ -1,0 +1,28 @@
+// Paths become triangles: a band along each path with round joins and round ends, without gaps.
+#ifndef SHADERS_OUTLINE_KIVOUTLINESTROKE_H
+#define SHADERS_OUTLINE_KIVOUTLINESTROKE_H
+
+#include "kivoutlinelines.h"
+
+#include <cstdint>
+#include <vector>
+
+// Triangles in the plane of the picture, in pixels. They overlap, so they are to be drawn opaque.
+struct KivStrokeMesh {
+    std::vector<float> points; // x, y
+    std::vector<std::uint32_t> indices;
+
+    std::uint32_t add(float x, float y);
+    void addTriangle(std::uint32_t a, std::uint32_t b, std::uint32_t c);
+};
+
+// Leaves out points that lie within tolerance pixels of the line between those that stay, and whose width does too.
+KivOutlinePath kivThinnedPath(const KivOutlinePath& path, float tolerance);
+
+// Appends the band along a path.
+void kivStroke(const KivOutlinePath& path, KivStrokeMesh& mesh);
+
+// Appends a disc.
+void kivStrokeDot(const KivOutlinePoint& point, KivStrokeMesh& mesh);
+
+#endif

@@ -1,0 +1,251 @@
+#include "kivcartoongeometry.h"
+
+#include "../shapes.h"
+#include "kivcartoonnormals.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <map>
+#include <tuple>
+
+namespace {
+
+// A light from above the eye, and if wanted one that ends at the plane x = 0.3, shining where x is below.
+class PlainLights : public KivCartoonLights {
+public:
+    bool ends = false;
+    bool uniform = true;
+
+    double light(const KivVec& point, const KivVec& normal) const override {
+        return lightInside(point, normal, edgeSide(point, 0) >= 0.0 ? 1U : 0U);
+    }
+    double shine(const KivVec&, const KivVec& normal) const override {
+        return std::max(0.0, normal.z);
+    }
+    int numEdges() const override {
+        return ends ? 1 : 0;
+    }
+    double edgeSide(const KivVec& point, int) const override {
+        return 0.3 - point.x;
+    }
+    double lightInside(const KivVec&, const KivVec& normal, std::uint32_t inside) const override {
+        return ends ? (inside != 0U ? 1.0 : 0.25) : std::max(0.0, normal.y);
+    }
+    bool isUniform() const override {
+        return uniform;
+    }
+};
+
+KivCartoonModel modelOf(const KivSurface& surface, double creaseAngle = 45.0) {
+    KivSmoothMesh smooth = kivSmoothNormals(surface, creaseAngle);
+    KivCartoonModel model;
+    model.points = smooth.points;
+    model.normals = smooth.normals;
+    model.triangles = smooth.triangles;
+    model.windings.assign(model.triangles.size(), 1);
+    return model;
+}
+
+KivVec pointOf(const KivCartoonVertex& v) {
+    return {v.x, v.y, v.z};
+}
+
+double areaOf(const KivCartoonBatch& batch, const std::vector<std::uint32_t>& indices) {
+    double area = 0.0;
+    for (std::size_t i = 0; i < indices.size(); i += 3) {
+        const KivVec a = pointOf(batch.vertices[indices[i]]);
+        area += kivLength(kivCross(pointOf(batch.vertices[indices[i + 1]]) - a,
+                                   pointOf(batch.vertices[indices[i + 2]]) - a)) / 2.0;
+    }
+    return area;
+}
+
+// Sides by their two end positions, whichever way round, with how often they occur.
+std::map<std::array<float, 6>, int> sidesOf(const KivCartoonBatch& batch) {
+    std::map<std::array<float, 6>, int> sides;
+    for (const auto* indices : {&batch.front, &batch.back}) {
+        for (std::size_t i = 0; i < indices->size(); i += 3) {
+            for (std::size_t k = 0; k < 3; ++k) {
+                const KivCartoonVertex* a = &batch.vertices[(*indices)[i + k]];
+                const KivCartoonVertex* b = &batch.vertices[(*indices)[i + (k + 1) % 3]];
+                if (std::tie(b->x, b->y, b->z) < std::tie(a->x, a->y, a->z)) {
+                    std::swap(a, b);
+                }
+                ++sides[{a->x, a->y, a->z, b->x, b->y, b->z}];
+            }
+        }
+    }
+    return sides;
+}
+
+} // namespace
+
+TEST(KivBuildCartoon, KeepsSmallTrianglesAndLightsEachVertexOnce) {
+    const KivCartoonModel model = modelOf(sphereSurface(60, 60));
+    const KivView view = perspectiveView({0.0, 2.0, 8.0}, 0.2, 1.0, 20.0, 400);
+    KivCartoonBatch batch;
+    kivBuildCartoon(model, view, PlainLights(), {}, batch);
+    EXPECT_EQ(batch.front.size() + batch.back.size(), model.triangles.size() * 3);
+    // The points where front and back meet are lit for both sides, no other twice.
+    EXPECT_LT(batch.vertices.size(), model.points.size() + 300);
+}
+
+TEST(KivBuildCartoon, SortsTrianglesByTheSideThatTheyShow) {
+    KivCartoonModel model = modelOf(sphereSurface(30, 30));
+    for (const bool perspective : {true, false}) {
+        const KivVec eye{1.0, 2.0, 8.0};
+        const KivView view = perspective ? perspectiveView(eye, 0.2, 1.0, 20.0, 200) : parallelView(eye, 2.0, 1.0, 20.0, 200);
+        KivCartoonBatch batch;
+        kivBuildCartoon(model, view, PlainLights(), {}, batch);
+        EXPECT_FALSE(batch.front.empty());
+        EXPECT_FALSE(batch.back.empty());
+        for (std::size_t i = 0; i < batch.front.size(); i += 3) {
+            const KivVec a = pointOf(batch.vertices[batch.front[i]]);
+            EXPECT_GT(kivDot(a, view.toViewer(a)), -0.35);
+        }
+        // Mirrored: the winding is reversed, the normals still point outwards, and so the same side shows.
+        KivCartoonModel mirrored = model;
+        for (KivVec& p : mirrored.points) {
+            p.x = -p.x;
+        }
+        for (KivVec& n : mirrored.normals) {
+            n.x = -n.x;
+        }
+        mirrored.windings.assign(mirrored.triangles.size(), -1);
+        KivCartoonBatch other;
+        kivBuildCartoon(mirrored, view, PlainLights(), {}, other);
+        EXPECT_NEAR(static_cast<double>(other.front.size()), static_cast<double>(batch.front.size()),
+                    batch.front.size() * 0.1);
+    }
+}
+
+TEST(KivBuildCartoon, InsideOutShapesShowTheirInnerSideLitAsSeen) {
+    KivCartoonModel model = modelOf(sphereSurface(30, 30));
+    const KivView view = parallelView({0.0, 0.0, 8.0}, 2.0, 1.0, 20.0, 200);
+    KivCartoonBatch usual;
+    kivBuildCartoon(model, view, PlainLights(), {}, usual);
+    for (KivVec& n : model.normals) {
+        n = -n;
+    }
+    model.windings.assign(model.triangles.size(), -1);
+    KivCartoonBatch turned;
+    kivBuildCartoon(model, view, PlainLights(), {}, turned);
+    ASSERT_EQ(turned.back.size(), usual.front.size());
+    for (std::size_t i = 0; i < usual.front.size(); ++i) {
+        EXPECT_FLOAT_EQ(turned.vertices[turned.back[i]].light, usual.vertices[usual.front[i]].light);
+    }
+}
+
+TEST(KivBuildCartoon, DividesLargeTrianglesWithoutGaps) {
+    const KivCartoonModel model = modelOf(sphereSurface(6, 8));
+    const KivView view = perspectiveView({1.0, 2.0, 5.0}, 0.4, 1.0, 20.0, 800);
+    KivCartoonDetail detail;
+    detail.longestSide = 20.0;
+    KivCartoonBatch batch;
+    kivBuildCartoon(model, view, PlainLights(), detail, batch);
+    EXPECT_GT(batch.front.size(), model.triangles.size() * 30);
+    double whole = 0.0;
+    for (const KivSurface::Triangle& t : model.triangles) {
+        whole += kivLength(kivCross(model.points[t[1]] - model.points[t[0]], model.points[t[2]] - model.points[t[0]])) / 2.0;
+    }
+    EXPECT_NEAR(areaOf(batch, batch.front) + areaOf(batch, batch.back), whole, 1e-4);
+    for (const auto& [side, count] : sidesOf(batch)) {
+        EXPECT_EQ(count, 2);
+        const KivWindowPoint a = view.window(view.clip({side[0], side[1], side[2]}));
+        const KivWindowPoint b = view.window(view.clip({side[3], side[4], side[5]}));
+        EXPECT_LE(std::hypot(a.x - b.x, a.y - b.y), 20.01);
+    }
+}
+
+TEST(KivBuildCartoon, DividedLightFollowsTheRoundSurface) {
+    // One face of a coarse sphere: in between, the light is that of the rounded normal and not of a straight line.
+    const KivCartoonModel model = modelOf(sphereSurface(6, 8));
+    const KivView view = perspectiveView({1.0, 2.0, 5.0}, 0.4, 1.0, 20.0, 800);
+    KivCartoonDetail detail;
+    detail.longestSide = 10.0;
+    KivCartoonBatch batch;
+    kivBuildCartoon(model, view, PlainLights(), detail, batch);
+    for (const std::uint32_t i : batch.front) {
+        const KivVec p = pointOf(batch.vertices[i]);
+        const double light = (batch.vertices[i].light * 1024 - 0.5) / 1023;
+        EXPECT_NEAR(light, std::max(0.0, kivUnit(p).y), 0.12);
+    }
+}
+
+TEST(KivBuildCartoon, LeavesEvenlyLitFacesWhole) {
+    KivCartoonBatch batch;
+    KivCartoonDetail detail;
+    detail.longestSide = 10.0;
+    const KivCartoonModel cube = modelOf(cubeSurface());
+    const KivView view = perspectiveView({3.0, 4.0, 5.0}, 0.5, 1.0, 20.0, 800);
+    kivBuildCartoon(cube, view, PlainLights(), detail, batch);
+    EXPECT_EQ(batch.front.size() + batch.back.size(), 36U);
+    PlainLights lamp;
+    lamp.uniform = false;
+    kivBuildCartoon(cube, view, lamp, detail, batch);
+    EXPECT_GT(batch.front.size(), 3600U);
+}
+
+TEST(KivBuildCartoon, CutsTrianglesWhereALightEnds) {
+    PlainLights spot;
+    spot.ends = true;
+    spot.uniform = false;
+    KivCartoonBatch batch;
+    const KivCartoonModel cube = modelOf(cubeSurface());
+    kivBuildCartoon(cube, perspectiveView({3.0, 4.0, 5.0}, 0.5, 1.0, 20.0, 200), spot, {}, batch);
+    int lit = 0;
+    int dark = 0;
+    for (const auto* indices : {&batch.front, &batch.back}) {
+        for (std::size_t i = 0; i < indices->size(); i += 3) {
+            const float light = batch.vertices[(*indices)[i]].light;
+            for (std::size_t k = i; k < i + 3; ++k) {
+                const KivCartoonVertex& v = batch.vertices[(*indices)[k]];
+                EXPECT_EQ(v.light, light);
+                if (light > 0.5F) {
+                    EXPECT_LE(v.x, 0.3F + 1e-6F);
+                } else {
+                    EXPECT_GE(v.x, 0.3F - 1e-6F);
+                }
+            }
+            ++(light > 0.5F ? lit : dark);
+        }
+    }
+    EXPECT_GT(lit, 0);
+    EXPECT_GT(dark, 0);
+    EXPECT_NEAR(areaOf(batch, batch.front) + areaOf(batch, batch.back), 24.0, 1e-4);
+    for (const auto& [side, count] : sidesOf(batch)) {
+        EXPECT_EQ(count % 2, 0);
+    }
+}
+
+TEST(KivBuildCartoon, FlatFacesHaveOneTone) {
+    KivCartoonDetail detail;
+    detail.flat = true;
+    KivCartoonBatch batch;
+    KivCartoonModel model = modelOf(sphereSurface(12, 16));
+    kivBuildCartoon(model, perspectiveView({0.0, 2.0, 8.0}, 0.2, 1.0, 20.0, 400), PlainLights(), detail, batch);
+    EXPECT_EQ(batch.front.size() + batch.back.size(), model.triangles.size() * 3);
+    for (std::size_t i = 0; i < batch.front.size(); i += 3) {
+        const KivCartoonVertex* v[3] = {&batch.vertices[batch.front[i]], &batch.vertices[batch.front[i + 1]],
+                                        &batch.vertices[batch.front[i + 2]]};
+        EXPECT_EQ(v[0]->light, v[1]->light);
+        EXPECT_EQ(v[0]->light, v[2]->light);
+        const KivVec face = kivUnit(kivCross(pointOf(*v[1]) - pointOf(*v[0]), pointOf(*v[2]) - pointOf(*v[0])));
+        EXPECT_NEAR((v[0]->light * 1024 - 0.5) / 1023, std::max(0.0, face.y), 1e-4);
+    }
+}
+
+TEST(KivBuildCartoon, HandlesAFloorThatRunsBehindTheEye) {
+    KivSurface floor;
+    floor.points = {{-500, -1, -500}, {500, -1, -500}, {500, -1, 500}, {-500, -1, 500}};
+    floor.triangles = {{0, 2, 1}, {0, 3, 2}};
+    PlainLights lamp;
+    lamp.uniform = false;
+    KivCartoonDetail detail;
+    detail.longestSide = 20.0;
+    KivCartoonBatch batch;
+    kivBuildCartoon(modelOf(floor), perspectiveView({0.0, 0.5, 5.0}, 0.5, 1.0, 400.0, 800), lamp, detail, batch);
+    EXPECT_GT(batch.front.size(), 3000U);
+    EXPECT_LT(batch.front.size(), 300000U);
+}

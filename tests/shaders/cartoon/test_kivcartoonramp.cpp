@@ -1,0 +1,188 @@
+#include "kivcartoonpainter.h"
+#include "kivcartoonramp.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <set>
+
+namespace {
+
+KivCartoonBands bandsOf(int count, double softness, double balance = 0.0) {
+    return {count, softness, balance};
+}
+
+} // namespace
+
+TEST(KivCartoonBands, OneBandIsAllLight) {
+    for (const double light : {0.0, 0.3, 1.0}) {
+        EXPECT_EQ(bandsOf(1, 0.5).level(light), 1.0);
+    }
+}
+
+TEST(KivCartoonBands, SharpBandsAreAStaircase) {
+    for (int count = 2; count <= 8; ++count) {
+        const KivCartoonBands bands = bandsOf(count, 0.0);
+        std::set<double> levels;
+        double before = 0.0;
+        for (int i = 0; i <= 4000; ++i) {
+            const double level = bands.level(i / 4000.0);
+            EXPECT_GE(level, before);
+            before = level;
+            levels.insert(level);
+        }
+        EXPECT_EQ(levels.size(), static_cast<std::size_t>(count));
+        EXPECT_EQ(*levels.begin(), 0.0);
+        EXPECT_DOUBLE_EQ(*levels.rbegin(), 1.0);
+        for (int i = 1; i < count; ++i) {
+            EXPECT_NEAR(bands.level(bands.edge(i) - 1e-9), (i - 1.0) / (count - 1), 1e-12);
+            EXPECT_NEAR(bands.level(bands.edge(i) + 1e-9), static_cast<double>(i) / (count - 1), 1e-12);
+        }
+    }
+}
+
+TEST(KivCartoonBands, SoftEdgesStayBetweenTheirBands) {
+    for (int count = 2; count <= 8; ++count) {
+        for (const double softness : {0.05, 0.5, 1.0}) {
+            const KivCartoonBands bands = bandsOf(count, softness);
+            double before = 0.0;
+            for (int i = 0; i <= 2000; ++i) {
+                const double level = bands.level(i / 2000.0);
+                EXPECT_GE(level, before - 1e-12);
+                before = level;
+            }
+            EXPECT_NEAR(bands.level(0.0), 0.0, 1e-12);
+            EXPECT_NEAR(bands.level(1.0), 1.0, 1e-12);
+            for (int i = 1; i < count; ++i) {
+                // Half-way at the edge itself, and flat again in the middle of each band.
+                EXPECT_NEAR(bands.level(bands.edge(i)), (i - 0.5) / (count - 1), 1e-9);
+                const double next = i + 1 < count ? bands.edge(i + 1) : 1.0;
+                EXPECT_NEAR(bands.level((bands.edge(i) + next) / 2.0), static_cast<double>(i) / (count - 1), 1e-9);
+            }
+        }
+    }
+}
+
+TEST(KivCartoonBands, BalanceMovesTheEdges) {
+    for (int i = 1; i < 4; ++i) {
+        EXPECT_LT(bandsOf(4, 0.0, 1.0).edge(i), bandsOf(4, 0.0, 0.0).edge(i));
+        EXPECT_LT(bandsOf(4, 0.0, 0.0).edge(i), bandsOf(4, 0.0, -1.0).edge(i));
+        EXPECT_GT(bandsOf(4, 0.0, 1.0).edge(i), 0.0);
+        EXPECT_LT(bandsOf(4, 0.0, -1.0).edge(i), 1.0);
+    }
+}
+
+TEST(KivCartoonBands, StepIsTheLevelWithoutSoftness) {
+    const KivCartoonBands soft = bandsOf(4, 0.8);
+    const KivCartoonBands sharp = bandsOf(4, 0.0);
+    for (int i = 0; i <= 100; ++i) {
+        EXPECT_EQ(soft.step(i / 100.0), sharp.level(i / 100.0));
+    }
+}
+
+TEST(KivCartoonColor, FullLightIsTheMaterialsOwnColour) {
+    const KivTone diffuse = {0.8, 0.4, 0.2};
+    const KivTone color = kivCartoonColor(diffuse, {}, {}, 1.0);
+    for (int c = 0; c < 3; ++c) {
+        EXPECT_DOUBLE_EQ(color[c], diffuse[c]);
+    }
+}
+
+TEST(KivCartoonColor, PlainShadowsAreScaled) {
+    KivCartoonPaint paint;
+    paint.shadow = 0.5;
+    paint.saturation = 0.0;
+    paint.coolness = 0.0;
+    const KivTone shadow = kivCartoonShadow({0.8, 0.4, 0.2}, paint);
+    EXPECT_NEAR(shadow[0], 0.4, 1e-12);
+    EXPECT_NEAR(shadow[1], 0.2, 1e-12);
+    EXPECT_NEAR(shadow[2], 0.1, 1e-12);
+}
+
+TEST(KivCartoonColor, ShadowsTurnRicherAndCooler) {
+    KivCartoonPaint plain;
+    plain.saturation = 0.0;
+    plain.coolness = 0.0;
+    KivCartoonPaint rich = plain;
+    rich.saturation = 0.5;
+    KivCartoonPaint cool = plain;
+    cool.coolness = 0.5;
+    const KivTone diffuse = {0.8, 0.4, 0.2};
+    const KivTone base = kivCartoonShadow(diffuse, plain);
+    const KivTone richer = kivCartoonShadow(diffuse, rich);
+    const KivTone cooler = kivCartoonShadow(diffuse, cool);
+    EXPECT_GT(richer[0] - richer[2], base[0] - base[2]);
+    EXPECT_GT(cooler[2] / cooler[0], base[2] / base[0]);
+}
+
+TEST(KivCartoonColor, AmbientLightLiftsTheShadow) {
+    KivCartoonPaint paint;
+    paint.shadow = 0.25;
+    paint.saturation = 0.0;
+    paint.coolness = 0.0;
+    paint.ambient = {1.0, 0.5, 0.0};
+    const KivTone shadow = kivCartoonShadow({0.8, 0.8, 0.8}, paint);
+    EXPECT_NEAR(shadow[0], 0.8, 1e-12);
+    EXPECT_NEAR(shadow[1], 0.8 * 0.625, 1e-12);
+    EXPECT_NEAR(shadow[2], 0.2, 1e-12);
+}
+
+TEST(KivCartoonColor, EmissionIsAddedEverywhereAndCut) {
+    const KivTone color = kivCartoonColor({0.5, 0.5, 0.5}, {0.2, 0.0, 0.9}, {}, 1.0);
+    EXPECT_NEAR(color[0], 0.7, 1e-12);
+    EXPECT_NEAR(color[1], 0.5, 1e-12);
+    EXPECT_EQ(color[2], 1.0);
+}
+
+TEST(KivToneOf, ReadsRedFromTheLowByte) {
+    const KivTone tone = kivToneOf(0xFF3300CCU);
+    EXPECT_NEAR(tone[0], 0.8, 1e-12);
+    EXPECT_NEAR(tone[1], 0.0, 1e-12);
+    EXPECT_NEAR(tone[2], 0.2, 1e-12);
+}
+
+TEST(KivRampCoordinate, MeetsTheMiddlesOfTheEndEntries) {
+    EXPECT_DOUBLE_EQ(kivRampCoordinate(0.0, 4), 0.125);
+    EXPECT_DOUBLE_EQ(kivRampCoordinate(1.0, 4), 0.875);
+    EXPECT_DOUBLE_EQ(kivRampCoordinate(-3.0, 4), 0.125);
+    EXPECT_DOUBLE_EQ(kivRampCoordinate(3.0, 4), 0.875);
+}
+
+TEST(KivCartoonRamp, SharesAddUpToTheFullLook) {
+    KivCartoonColors colors;
+    colors.bands = bandsOf(3, 0.3);
+    colors.diffuse = {0.9, 0.6, 0.3};
+    colors.emission = {0.1, 0.0, 0.05};
+    const auto full = kivCartoonRamp(colors, KivCartoonLayer::full, 1);
+    const auto shadow = kivCartoonRamp(colors, KivCartoonLayer::shadow, 1);
+    const auto emission = kivCartoonRamp(colors, KivCartoonLayer::emission, 1);
+    for (int parts = 1; parts <= 5; ++parts) {
+        const auto share = kivCartoonRamp(colors, KivCartoonLayer::share, parts);
+        for (int i = 0; i < kivRampEntries; ++i) {
+            for (int c = 0; c < 3; ++c) {
+                EXPECT_NEAR(shadow[i][c] + emission[i][c] + parts * share[i][c], full[i][c], 1.5 + 0.5 * parts);
+            }
+        }
+    }
+}
+
+TEST(KivCartoonRamp, CarriesAlpha) {
+    KivCartoonColors colors;
+    colors.alpha = 0.4;
+    EXPECT_EQ(kivCartoonRamp(colors, KivCartoonLayer::full, 1)[17][3], 102);
+}
+
+TEST(KivHighlightRamp, IsStrongWithinItsRadius) {
+    KivCartoonColors colors;
+    colors.highlightSize = 20.0;
+    colors.highlightStrength = 1.0;
+    const auto ramp = kivHighlightRamp(colors);
+    const auto alphaAt = [&ramp](double degrees) {
+        const double shine = kivShineOfCosine(std::cos(degrees * 3.14159265358979 / 180.0));
+        return ramp[static_cast<std::size_t>(std::lround(shine * (kivRampEntries - 1)))][3];
+    };
+    EXPECT_EQ(alphaAt(0.0), 255);
+    EXPECT_EQ(alphaAt(19.0), 255);
+    EXPECT_EQ(alphaAt(21.0), 0);
+    EXPECT_EQ(alphaAt(90.0), 0);
+}

@@ -1,0 +1,99 @@
+#include "kivsurface.h"
+
+#include "../shapes.h"
+#include "kivrender/scene/kivmesh.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <limits>
+
+namespace {
+
+KivMesh unweldedCube() {
+    KivMesh mesh;
+    const KivSurface cube = cubeSurface();
+    for (const KivSurface::Triangle& t : cube.triangles) {
+        const unsigned int first = mesh.getNumVertexs();
+        for (const std::uint32_t p : t) {
+            mesh.addVertex(Kiv3DPoint(cube.points[p].x, cube.points[p].y, cube.points[p].z));
+        }
+        mesh.addTriangle(first, first + 1, first + 2);
+    }
+    return mesh;
+}
+
+} // namespace
+
+TEST(KivWeldPoints, MatchesAComparisonOfAllPairs) {
+    std::mt19937 words(3);
+    for (int run = 0; run < 200; ++run) {
+        std::vector<KivVec> points(words() % 40);
+        for (KivVec& p : points) {
+            p = {static_cast<double>(words() % 3), static_cast<double>(words() % 3) * -0.0, words() % 2 != 0 ? 0.0 : -0.0};
+        }
+        std::uint32_t count = 0;
+        const std::vector<std::uint32_t> result = kivWeldPoints(points, &count);
+        std::uint32_t expected = 0;
+        std::vector<std::uint32_t> places(points.size());
+        for (std::size_t i = 0; i < points.size(); ++i) {
+            std::size_t j = 0;
+            while (points[j].x != points[i].x || points[j].y != points[i].y || points[j].z != points[i].z) {
+                ++j;
+            }
+            places[i] = j == i ? expected++ : places[j];
+        }
+        EXPECT_EQ(result, places);
+        EXPECT_EQ(count, expected);
+    }
+}
+
+TEST(KivWeldPoints, KeepsWhatIsNoNumberApart) {
+    const double nan = std::numeric_limits<double>::quiet_NaN();
+    std::vector<KivVec> points(200000, KivVec{nan, 0.0, 0.0});
+    std::uint32_t count = 0;
+    kivWeldPoints(points, &count);
+    EXPECT_EQ(count, points.size());
+}
+
+TEST(KivReadSurface, WeldsAnUnweldedCube) {
+    const KivSurface surface = kivReadSurface(unweldedCube());
+    EXPECT_EQ(surface.points.size(), 8U);
+    EXPECT_EQ(surface.triangles.size(), 12U);
+    EXPECT_TRUE(surface.normals.empty());
+}
+
+TEST(KivReadSurface, LeavesOutWhatCannotBeDrawn) {
+    KivMesh mesh;
+    mesh.addVertex(Kiv3DPoint(0, 0, 0));
+    mesh.addVertex(Kiv3DPoint(1, 0, 0));
+    mesh.addVertex(Kiv3DPoint(0, 1, 0));
+    mesh.addVertex(Kiv3DPoint(std::numeric_limits<double>::infinity(), 1, 0));
+    mesh.addTriangle(0, 1, 2);
+    mesh.addTriangle(2, 1, 0); // the same face from behind
+    mesh.addTriangle(1, 2, 0); // again
+    mesh.addTriangle(0, 1, 1);
+    mesh.addTriangle(0, 1, 3);
+    mesh.addTriangle(0, 1, 4); // out of range
+    const KivSurface surface = kivReadSurface(mesh);
+    ASSERT_EQ(surface.triangles.size(), 1U);
+    EXPECT_EQ(surface.sources[0], 0U);
+}
+
+TEST(KivReadSurface, KeepsTheNormalsOfEachCorner) {
+    KivMesh mesh;
+    const Kiv3DVector up(0, 0, 2);
+    const Kiv3DVector aside(3, 0, 0);
+    mesh.addVertex(Kiv3DPoint(0, 0, 0), up);
+    mesh.addVertex(Kiv3DPoint(1, 0, 0), up);
+    mesh.addVertex(Kiv3DPoint(0, 1, 0), up);
+    mesh.addVertex(Kiv3DPoint(0, 0, 0), aside);
+    mesh.addVertex(Kiv3DPoint(0, 1, 1), aside);
+    mesh.addTriangle(0, 1, 2);
+    mesh.addTriangle(3, 2, 4);
+    const KivSurface surface = kivReadSurface(mesh);
+    ASSERT_EQ(surface.triangles.size(), 2U);
+    EXPECT_EQ(surface.triangles[0][0], surface.triangles[1][0]);
+    EXPECT_EQ(surface.normals[surface.cornerNormals[0][0]].z, 1.0);
+    EXPECT_EQ(surface.normals[surface.cornerNormals[1][0]].x, 1.0);
+}

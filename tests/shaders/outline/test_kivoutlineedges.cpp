@@ -1,0 +1,240 @@
+#include "kivoutlineedges.h"
+
+#include "../shapes.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <map>
+#include <set>
+
+namespace {
+
+using Pair = std::pair<std::uint32_t, std::uint32_t>;
+
+std::map<Pair, std::vector<KivSurface::Triangle>> trianglesByEdge(const KivSurface& surface) {
+    std::map<Pair, std::vector<KivSurface::Triangle>> result;
+    for (const KivSurface::Triangle& t : surface.triangles) {
+        for (int k = 0; k < 3; ++k) {
+            result[std::minmax(t[k], t[(k + 1) % 3])].push_back(t);
+        }
+    }
+    return result;
+}
+
+std::set<Pair> edgesOfKind(const std::vector<KivOutlineEdge>& edges, KivOutlineKind kind) {
+    std::set<Pair> result;
+    for (const KivOutlineEdge& edge : edges) {
+        if (edge.kind == kind) {
+            EXPECT_TRUE(result.insert({edge.a, edge.b}).second);
+        }
+    }
+    return result;
+}
+
+std::vector<KivOutlineEdge> edgesOf(const KivSurface& surface, const KivView& view, const KivOutlineRules& rules = {}) {
+    const std::vector<KivOutlineWing> wings = kivOutlineWings(surface);
+    return kivOutlineEdges(surface, wings, kivOutlineCreases(surface, wings, rules), view, rules);
+}
+
+void turnSome(KivSurface& surface, std::mt19937& words) {
+    for (KivSurface::Triangle& t : surface.triangles) {
+        if (words() % 2 != 0) {
+            std::swap(t[1], t[2]);
+        }
+    }
+}
+
+} // namespace
+
+TEST(KivOutlineWings, HoldEveryEdgeOnceWithItsTriangles) {
+    std::mt19937 words(5);
+    for (int run = 0; run < 300; ++run) {
+        KivSurface soup;
+        for (int i = 0; i < 9; ++i) {
+            soup.points.push_back({signedUnit(words), signedUnit(words), signedUnit(words)});
+        }
+        std::set<std::array<std::uint32_t, 3>> known;
+        for (int i = 0; i < 14; ++i) {
+            KivSurface::Triangle t = {static_cast<std::uint32_t>(words() % 9), static_cast<std::uint32_t>(words() % 9),
+                                      static_cast<std::uint32_t>(words() % 9)};
+            KivSurface::Triangle sorted = t;
+            std::sort(sorted.begin(), sorted.end());
+            if (sorted[0] != sorted[1] && sorted[1] != sorted[2] && known.insert(sorted).second) {
+                soup.triangles.push_back(t);
+            }
+        }
+        const auto expected = trianglesByEdge(soup);
+        const std::vector<KivOutlineWing> wings = kivOutlineWings(soup);
+        ASSERT_EQ(wings.size(), expected.size());
+        auto it = expected.begin();
+        for (const KivOutlineWing& wing : wings) {
+            EXPECT_EQ(Pair(wing.a, wing.b), it->first); // in ascending order
+            EXPECT_EQ(wing.junction, it->second.size() > 2);
+            EXPECT_EQ(wing.right == KivOutlineWing::none, it->second.size() == 1);
+            if (it->second.size() <= 2) {
+                std::multiset<std::int32_t> thirds;
+                for (const KivSurface::Triangle& t : it->second) {
+                    for (const std::uint32_t p : t) {
+                        if (p != wing.a && p != wing.b) {
+                            thirds.insert(static_cast<std::int32_t>(p));
+                        }
+                    }
+                }
+                std::multiset<std::int32_t> found = {wing.left};
+                if (it->second.size() == 2) {
+                    found.insert(wing.right);
+                }
+                EXPECT_EQ(found, thirds);
+            }
+            ++it;
+        }
+    }
+}
+
+TEST(KivOutlineBend, IsTheTurnOfTheSurface) {
+    const KivVec a{0, 0, 0};
+    const KivVec b{0, 0, 1};
+    EXPECT_NEAR(kivOutlineBend(a, b, {1, 0, 0.3}, {-1, 0, 0.9}), 0.0, 1e-6);
+    EXPECT_NEAR(kivOutlineBend(a, b, {1, 0, 0}, {0, 2, 5}), 90.0, 1e-6);
+    EXPECT_NEAR(kivOutlineBend(a, b, {1, 0, 0}, {3, 0, 1}), 180.0, 1e-6);
+    EXPECT_EQ(kivOutlineBend(a, a, {1, 0, 0}, {3, 0, 1}), 0.0);
+    EXPECT_EQ(kivOutlineBend(a, b, {0, 0, 7}, {3, 0, 1}), 0.0); // a triangle without area
+}
+
+TEST(KivOutlineIsFold, MatchesTheFacingOfNormalsOnClosedShapes) {
+    std::mt19937 words(6);
+    for (int run = 0; run < 60; ++run) {
+        KivSurface shape = run % 2 != 0 ? sphereSurface(7, 9) : cubeSurface();
+        for (KivVec& p : shape.points) {
+            p = p * (1.0 + 0.2 * signedUnit(words));
+        }
+        const KivVec eye = KivVec{signedUnit(words), signedUnit(words) * 0.7, signedUnit(words)} * 9.0;
+        if (kivLength(eye) < 4.0) {
+            continue;
+        }
+        for (const KivView& view : {perspectiveView(eye, 0.3, 1.0, 30.0, 200), parallelView(eye, 3.0, 1.0, 30.0, 200)}) {
+            for (const auto& [pair, triangles] : trianglesByEdge(shape)) {
+                ASSERT_EQ(triangles.size(), 2U);
+                const auto faces = [&](const KivSurface::Triangle& t) {
+                    return kivDot(faceNormal(shape, t), view.toViewer(shape.points[t[0]])) > 0.0;
+                };
+                std::vector<KivVec> thirds;
+                for (const KivSurface::Triangle& t : triangles) {
+                    for (const std::uint32_t p : t) {
+                        if (p != pair.first && p != pair.second) {
+                            thirds.push_back(shape.points[p]);
+                        }
+                    }
+                }
+                EXPECT_EQ(kivOutlineIsFold(shape.points[pair.first], shape.points[pair.second], thirds[0], thirds[1], view),
+                          faces(triangles[0]) != faces(triangles[1]));
+            }
+        }
+    }
+}
+
+TEST(KivOutlineEdges, OfACubeAreItsContourAndCreases) {
+    std::mt19937 words(8);
+    KivSurface cube = cubeSurface();
+    for (int run = 0; run < 8; ++run) {
+        const auto edges = edgesOf(cube, perspectiveView({3.0, 4.0, 5.0}, 0.5, 1.0, 20.0, 200));
+        EXPECT_EQ(edgesOfKind(edges, KivOutlineKind::silhouette).size(), 6U);
+        EXPECT_EQ(edgesOfKind(edges, KivOutlineKind::crease).size(), 6U);
+        EXPECT_TRUE(edgesOfKind(edges, KivOutlineKind::border).empty());
+        turnSome(cube, words); // the winding has no say
+    }
+}
+
+TEST(KivOutlineEdges, OfAFaceSeenEdgeOnKeepTheContour) {
+    // Straight from the front the four side faces of a cube are seen edge-on.
+    const auto edges = edgesOf(cubeSurface(), parallelView({0.0, 0.0, 5.0}, 2.0, 1.0, 20.0, 200));
+    const auto contour = edgesOfKind(edges, KivOutlineKind::silhouette);
+    for (const Pair& front : {Pair(4, 5), Pair(5, 7), Pair(6, 7), Pair(4, 6)}) {
+        EXPECT_TRUE(contour.contains(front)) << front.first << ' ' << front.second;
+    }
+    EXPECT_FALSE(contour.contains(Pair(4, 7))) << "the diagonal of the front face";
+}
+
+TEST(KivOutlineEdges, CanBeSwitchedOffByKind) {
+    KivSurface open = cubeSurface();
+    open.triangles.resize(10);
+    const KivView view = perspectiveView({3.0, 4.0, 5.0}, 0.5, 1.0, 20.0, 200);
+    for (int mask = 0; mask < 8; ++mask) {
+        KivOutlineRules rules;
+        rules.silhouettes = (mask & 1) != 0;
+        rules.borders = (mask & 2) != 0;
+        rules.creases = (mask & 4) != 0;
+        const auto edges = edgesOf(open, view, rules);
+        EXPECT_EQ(edgesOfKind(edges, KivOutlineKind::silhouette).empty(), !rules.silhouettes);
+        EXPECT_EQ(edgesOfKind(edges, KivOutlineKind::border).size(), rules.borders ? 4U : 0U);
+        EXPECT_EQ(edgesOfKind(edges, KivOutlineKind::crease).empty(), !rules.creases);
+    }
+}
+
+TEST(KivOutlineEdges, FollowTheCreaseAngle) {
+    const KivView view = perspectiveView({3.0, 4.0, 5.0}, 0.5, 1.0, 20.0, 200);
+    KivOutlineRules rules;
+    rules.creaseAngle = 89.0;
+    EXPECT_EQ(edgesOfKind(edgesOf(cubeSurface(), view, rules), KivOutlineKind::crease).size(), 6U);
+    rules.creaseAngle = 91.0;
+    EXPECT_TRUE(edgesOfKind(edgesOf(cubeSurface(), view, rules), KivOutlineKind::crease).empty());
+}
+
+TEST(KivOutlineCreases, TrustNormalsThatRunOnOverAnEdge) {
+    KivSurface cube = cubeSurface();
+    for (const KivVec& p : cube.points) {
+        cube.normals.push_back(kivUnit(p));
+    }
+    for (const KivSurface::Triangle& t : cube.triangles) {
+        cube.cornerNormals.push_back(t);
+    }
+    const auto wings = kivOutlineWings(cube);
+    KivOutlineRules rules;
+    rules.smoothCreaseAngle = 100.0;
+    auto creases = kivOutlineCreases(cube, wings, rules);
+    EXPECT_EQ(std::count(creases.begin(), creases.end(), true), 0);
+    rules.smoothCreaseAngle = 80.0;
+    creases = kivOutlineCreases(cube, wings, rules);
+    EXPECT_EQ(std::count(creases.begin(), creases.end(), true), 12);
+}
+
+TEST(KivOutlineCreases, LeaveOutTheNoiseOfARoughSurface) {
+    std::mt19937 words(12);
+    KivSurface rough = sphereSurface(60, 90);
+    for (std::size_t i = 0; i < rough.points.size(); ++i) {
+        if (words() % 30 == 0) {
+            rough.points[i] = rough.points[i] * 1.03; // scattered bumps, steep and short
+        }
+    }
+    const auto wings = kivOutlineWings(rough);
+    KivOutlineRules rules;
+    rules.creaseLength = 0.0;
+    auto creases = kivOutlineCreases(rough, wings, rules);
+    EXPECT_GT(std::count(creases.begin(), creases.end(), true), 50);
+    rules.creaseLength = 0.05;
+    creases = kivOutlineCreases(rough, wings, rules);
+    EXPECT_LT(std::count(creases.begin(), creases.end(), true), 5);
+}
+
+TEST(KivOutlineCreases, KeepASmallPartOfItsOwn) {
+    // Two cubes in one mesh, one a hundredth of the other's size: each is judged against itself.
+    KivSurface both = cubeSurface();
+    const KivSurface small = cubeSurface(0.01);
+    for (const KivVec& p : small.points) {
+        both.points.push_back(p + KivVec{3.0, 0.0, 0.0});
+    }
+    for (const KivSurface::Triangle& t : small.triangles) {
+        both.triangles.push_back({t[0] + 8, t[1] + 8, t[2] + 8});
+    }
+    const auto creases = kivOutlineCreases(both, kivOutlineWings(both), {});
+    EXPECT_EQ(std::count(creases.begin(), creases.end(), true), 24);
+}
+
+TEST(KivOutlineEdges, ThreeTrianglesAtAnEdgeMakeALine) {
+    KivSurface fins;
+    fins.points = {{0, 0, 0}, {0, 1, 0}, {1, 0, 0}, {-1, 0, 0.01}, {0, 0, 1}};
+    fins.triangles = {{0, 1, 2}, {0, 1, 3}, {1, 0, 4}};
+    const auto edges = edgesOf(fins, perspectiveView({3.0, 4.0, 5.0}, 0.5, 1.0, 20.0, 200));
+    EXPECT_TRUE(edgesOfKind(edges, KivOutlineKind::crease).contains(Pair(0, 1)));
+}

@@ -1,0 +1,115 @@
+#include "kivoutlinestroke.h"
+
+#include "../shapes.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+namespace {
+
+bool covers(const KivStrokeMesh& mesh, float x, float y) {
+    for (std::size_t i = 0; i < mesh.indices.size(); i += 3) {
+        const float* p[3] = {&mesh.points[mesh.indices[i] * 2], &mesh.points[mesh.indices[i + 1] * 2],
+                             &mesh.points[mesh.indices[i + 2] * 2]};
+        bool left = true;
+        bool right = true;
+        for (int k = 0; k < 3; ++k) {
+            const float* a = p[k];
+            const float* b = p[(k + 1) % 3];
+            const float side = (b[0] - a[0]) * (y - a[1]) - (b[1] - a[1]) * (x - a[0]);
+            left = left && side >= 0.0F;
+            right = right && side <= 0.0F;
+        }
+        if (left || right) {
+            return true;
+        }
+    }
+    return false;
+}
+
+float distanceTo(const KivOutlinePath& path, float x, float y) {
+    float best = 1e9F;
+    const std::size_t count = path.points.size();
+    for (std::size_t i = 0; i + 1 < count + (path.closed ? 1 : 0); ++i) {
+        const KivOutlinePoint& a = path.points[i];
+        const KivOutlinePoint& b = path.points[(i + 1) % count];
+        const float dx = b.x - a.x;
+        const float dy = b.y - a.y;
+        const float square = dx * dx + dy * dy;
+        const float t = square > 0.0F ? std::clamp(((x - a.x) * dx + (y - a.y) * dy) / square, 0.0F, 1.0F) : 0.0F;
+        best = std::min(best, std::hypot(a.x + dx * t - x, a.y + dy * t - y));
+    }
+    return best;
+}
+
+} // namespace
+
+TEST(KivStroke, CoversWhatIsNearThePathAndNothingElse) {
+    std::mt19937 words(13);
+    for (int run = 0; run < 60; ++run) {
+        KivOutlinePath path;
+        path.closed = run % 3 == 0;
+        const std::size_t count = 2 + words() % 8;
+        const float half = 1.0F + static_cast<float>(words() % 60) / 10.0F;
+        for (std::size_t i = 0; i < count; ++i) {
+            path.points.push_back({static_cast<float>(signedUnit(words) * 30), static_cast<float>(signedUnit(words) * 30), half});
+        }
+        KivStrokeMesh mesh;
+        kivStroke(path, mesh);
+        for (int i = 0; i < 400; ++i) {
+            const float x = static_cast<float>(signedUnit(words) * 40);
+            const float y = static_cast<float>(signedUnit(words) * 40);
+            const float distance = distanceTo(path, x, y);
+            if (distance < half - 0.2F) {
+                EXPECT_TRUE(covers(mesh, x, y)) << run << ": gap at " << x << ' ' << y;
+            } else if (distance > half + 0.05F) {
+                EXPECT_FALSE(covers(mesh, x, y)) << run << ": too wide at " << x << ' ' << y;
+            }
+        }
+    }
+}
+
+TEST(KivStroke, OfASinglePlaceIsADot) {
+    for (const std::size_t count : {1U, 2U, 3U}) {
+        KivOutlinePath path;
+        path.points.assign(count, {5.0F, 6.0F, 2.0F});
+        KivStrokeMesh mesh;
+        kivStroke(path, mesh);
+        EXPECT_TRUE(covers(mesh, 6.5F, 6.0F));
+        EXPECT_FALSE(covers(mesh, 7.5F, 6.0F));
+    }
+    KivStrokeMesh none;
+    kivStroke({}, none);
+    EXPECT_TRUE(none.indices.empty());
+}
+
+TEST(KivThinnedPath, StaysWithinItsTolerance) {
+    std::mt19937 words(14);
+    for (int run = 0; run < 50; ++run) {
+        KivOutlinePath path;
+        float x = 0.0F;
+        float y = 0.0F;
+        for (int i = 0; i < 700; ++i) {
+            x += 1.5F;
+            y += static_cast<float>(signedUnit(words)) * 0.4F;
+            path.points.push_back({x, y, 2.0F});
+        }
+        const KivOutlinePath thinned = kivThinnedPath(path, 0.25F);
+        EXPECT_LT(thinned.points.size(), path.points.size());
+        EXPECT_EQ(thinned.points.front().x, path.points.front().x);
+        EXPECT_EQ(thinned.points.back().x, path.points.back().x);
+        for (const KivOutlinePoint& p : path.points) {
+            EXPECT_LE(distanceTo(thinned, p.x, p.y), 0.2501F);
+        }
+    }
+}
+
+TEST(KivThinnedPath, KeepsChangesOfWidth) {
+    KivOutlinePath path;
+    for (int i = 0; i <= 20; ++i) {
+        path.points.push_back({i * 1.0F, 0.0F, i < 10 ? 1.0F : 3.0F});
+    }
+    const KivOutlinePath thinned = kivThinnedPath(path, 0.1F);
+    EXPECT_EQ(thinned.points.size(), 4U);
+}

@@ -15,7 +15,8 @@ inline KivSurface cubeSurface(double half = 1.0) {
     for (int i = 0; i < 8; ++i) {
         s.points.push_back({(i & 1) != 0 ? half : -half, (i & 2) != 0 ? half : -half, (i & 4) != 0 ? half : -half});
     }
-    const std::uint32_t quads[6][4] = {{0, 2, 3, 1}, {4, 5, 7, 6}, {0, 1, 5, 4}, {2, 6, 7, 3}, {0, 4, 6, 2}, {1, 3, 7, 5}};
+    const std::uint32_t quads[6][4] = {{0, 2, 3, 1}, {4, 5, 7, 6}, {0, 1, 5, 4},
+                                       {2, 6, 7, 3}, {0, 4, 6, 2}, {1, 3, 7, 5}};
     for (const auto& q : quads) {
         s.triangles.push_back({q[0], q[1], q[2]});
         s.triangles.push_back({q[0], q[2], q[3]});
@@ -62,19 +63,48 @@ inline KivView::Matrix lookAtOrigin(const KivVec& eye) {
     const KivVec z = kivUnit(eye);
     const KivVec x = kivUnit(kivCross({0.0, 1.0, 0.0}, z));
     const KivVec y = kivCross(z, x);
-    return {x.x, y.x, z.x, 0.0, x.y, y.y, z.y, 0.0, x.z, y.z, z.z, 0.0, -kivDot(x, eye), -kivDot(y, eye), -kivDot(z, eye), 1.0};
+    return {
+        x.x, y.x, z.x, 0.0, x.y, y.y, z.y, 0.0, x.z, y.z, z.z, 0.0, -kivDot(x, eye), -kivDot(y, eye), -kivDot(z, eye),
+        1.0};
 }
 
 inline KivView perspectiveView(const KivVec& eye, double side, double nearPlane, double farPlane, int size) {
-    const KivView::Matrix projection = {nearPlane / side, 0, 0, 0, 0, nearPlane / side, 0, 0, 0, 0,
-                                        -(farPlane + nearPlane) / (farPlane - nearPlane), -1, 0, 0,
-                                        -2 * farPlane * nearPlane / (farPlane - nearPlane), 0};
+    const KivView::Matrix projection = {nearPlane / side,
+                                        0,
+                                        0,
+                                        0,
+                                        0,
+                                        nearPlane / side,
+                                        0,
+                                        0,
+                                        0,
+                                        0,
+                                        -(farPlane + nearPlane) / (farPlane - nearPlane),
+                                        -1,
+                                        0,
+                                        0,
+                                        -2 * farPlane * nearPlane / (farPlane - nearPlane),
+                                        0};
     return KivView(lookAtOrigin(eye), projection, size, size);
 }
 
 inline KivView parallelView(const KivVec& eye, double side, double nearPlane, double farPlane, int size) {
-    const KivView::Matrix projection = {1 / side, 0, 0, 0, 0, 1 / side, 0, 0, 0, 0, -2 / (farPlane - nearPlane), 0,
-                                        0, 0, -(farPlane + nearPlane) / (farPlane - nearPlane), 1};
+    const KivView::Matrix projection = {1 / side,
+                                        0,
+                                        0,
+                                        0,
+                                        0,
+                                        1 / side,
+                                        0,
+                                        0,
+                                        0,
+                                        0,
+                                        -2 / (farPlane - nearPlane),
+                                        0,
+                                        0,
+                                        0,
+                                        -(farPlane + nearPlane) / (farPlane - nearPlane),
+                                        1};
     return KivView(lookAtOrigin(eye), projection, size, size);
 }
 

@@ -45,8 +45,7 @@ class Builder {
 public:
     Builder(const KivCartoonModel& m, const KivView& v, const KivCartoonLights& l, const KivCartoonDetail& d,
             KivCartoonBatch& b)
-        : model(m), view(v), lights(l), detail(d), batch(b) {
-    }
+        : model(m), view(v), lights(l), detail(d), batch(b) {}
 
     void build() {
         prepareVertices();

@@ -148,7 +148,8 @@ KivSmoothMesh kivSmoothNormals(const KivSurface& surface, double creaseAngle) {
         const KivVec normal = kivUnit(kivCross(surface.points[c[1]] - a, surface.points[c[2]] - a));
         faces[t] = turned[t] ? -normal : normal;
         for (std::size_t k = 0; k < 3; ++k) {
-            angles[3 * t + k] = angleAt(surface.points[c[k]], surface.points[c[(k + 1) % 3]], surface.points[c[(k + 2) % 3]]);
+            angles[3 * t + k] =
+                angleAt(surface.points[c[k]], surface.points[c[(k + 1) % 3]], surface.points[c[(k + 2) % 3]]);
         }
     }
     // Step 2: the normal of every corner; corners of one point with equal normals share a vertex.

@@ -14,10 +14,10 @@ struct KivSmoothMesh {
     std::vector<KivSurface::Triangle> triangles;
 };
 
-// Triangles are first turned so that neighbours across an edge that only they share agree; a closed piece is then turned
-// outwards. At each corner the normals of the triangles around it that bend by less than creaseAngle (degrees) from the
-// corner's own are averaged, each weighed by its angle there. The triangles come in the surface's order, with the
-// turned winding.
+// Triangles are first turned so that neighbours across an edge that only they share agree; a closed piece is then
+// turned outwards. At each corner the normals of the triangles around it that bend by less than creaseAngle (degrees)
+// from the corner's own are averaged, each weighed by its angle there. The triangles come in the surface's order, with
+// the turned winding.
 KivSmoothMesh kivSmoothNormals(const KivSurface& surface, double creaseAngle);
 
 #endif

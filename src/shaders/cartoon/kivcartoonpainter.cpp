@@ -187,8 +187,8 @@ void KivCartoonPainter::drawTextured(const KivCartoonBatch& batch, const KivCart
     glDisableClientState(GL_VERTEX_ARRAY);
 }
 
-void KivCartoonPainter::drawColored(const KivCartoonBatch& batch, const KivCartoonColors& colors,
-                                    KivCartoonLayer layer, int parts) {
+void KivCartoonPainter::drawColored(const KivCartoonBatch& batch, const KivCartoonColors& colors, KivCartoonLayer layer,
+                                    int parts) {
     KivCartoonColors sharp = colors;
     sharp.bands.softness = 0.0;
     const bool alone = layer == KivCartoonLayer::highlight;

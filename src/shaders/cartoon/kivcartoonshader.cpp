@@ -23,8 +23,7 @@ KivTablePageSettings defaultSettings() {
 } // namespace
 
 KivCartoonShader::KivCartoonShader(HINSTANCE pluginModule)
-    : KivNonCombinableShader(pluginModule), renderSettings(defaultSettings()) {
-}
+    : KivNonCombinableShader(pluginModule), renderSettings(defaultSettings()) {}
 
 KivCartoonShader::~KivCartoonShader() {
     if (trianglePainter != nullptr) {
@@ -43,11 +42,9 @@ const wchar_t* KivCartoonShader::getTag() const {
     return tag;
 }
 
-void KivCartoonShader::reservedSlot() {
-}
+void KivCartoonShader::reservedSlot() {}
 
-void KivCartoonShader::reservedSlot(const KivMesh*) {
-}
+void KivCartoonShader::reservedSlot(const KivMesh*) {}
 
 HBITMAP KivCartoonShader::getPreviewBitmap() {
     return nullptr;

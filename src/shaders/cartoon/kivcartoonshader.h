@@ -1,17 +1,18 @@
 // The cartoon shader: surfaces in a few flat tones with clear edges between them.
 //
-// The strongest light on a point decides its tone: the incidence that the toolbox of all shaders calculates is looked up
-// for every pixel in a ramp of bands, whose colours are the material's own, shadows a little richer and cooler.
+// The strongest light on a point decides its tone: the incidence that the toolbox of all shaders calculates is looked
+// up for every pixel in a ramp of bands, whose colours are the material's own, shadows a little richer and cooler.
 //
 // What it draws, by call:
 //
 // - render, without transparencies and shadows: every mesh in its full look, opaque.
 // - With shadows, on the meshes one by one. renderMeshDepth lays the depth and covers the background in black. Pass 1
-//   adds the tone of the full shadow, pass 2 what the material gives off by itself, both whatever the stencil says. Pass
-//   3, called for each of the k lights under the stencil, adds the k-th part of what the light adds to the shadow's
-//   tone, highlights included with the last. The stencil holds 100 plus the number of lights lost at a pixel; the
-//   shader sets the test so that k - n of the k calls reach a pixel that lost n lights: such a pixel gets that share of
-//   the light, and with none lost exactly the full look. Which of the lights is lost the stencil does not tell.
+//   adds the tone of the full shadow, pass 2 what the material gives off by itself, both whatever the stencil says.
+//   Pass 3, called for each of the k lights under the stencil, adds the k-th part of what the light adds to the
+//   shadow's tone, highlights included with the last. The stencil holds 100 plus the number of lights lost at a pixel;
+//   the shader sets the test so that k - n of the k calls reach a pixel that lost n lights: such a pixel gets that
+//   share of the light, and with none lost exactly the full look. Which of the lights is lost the stencil does not
+//   tell.
 // - renderOpaqueMesh, with transparencies and no shadows: all in pass 1, nothing in passes 2 and 3.
 // - renderTransparentTriangle: without shadows the full look in pass 1, mixed in by the material's alpha. With shadows
 //   pass 1 mixes in the shadow's tone and each light of pass 3 adds its share, weighed by alpha.

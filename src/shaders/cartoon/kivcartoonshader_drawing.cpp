@@ -51,7 +51,8 @@ public:
         for (unsigned int i = 0; i < scene.numLights(); ++i) {
             const KivLight* light = scene.getLight(i);
             const bool ends = light->getStyle() == KivLight::spotLight;
-            uniform = uniform && (light->getStyle() == KivLight::directionalLight || light->getStyle() == KivLight::noLight);
+            uniform =
+                uniform && (light->getStyle() == KivLight::directionalLight || light->getStyle() == KivLight::noLight);
             if (ends && edges.size() < 32) {
                 edges.push_back(light);
             }
@@ -160,8 +161,8 @@ void KivCartoonShader::buildBatch(const KivCartoonModel& model, const KivMesh& m
     detail.flat = look.flat;
     detail.shine = colorsOf(mesh, look, settings).highlightStrength > 0.0;
     detail.rampEntries = kivRampEntries;
-    detail.longestSide = settings.doVectorial() ? longestVectorSide
-                                                : longestSide * (1 << std::clamp(settings.getAntialias(), 0, 2));
+    detail.longestSide =
+        settings.doVectorial() ? longestVectorSide : longestSide * (1 << std::clamp(settings.getAntialias(), 0, 2));
     kivBuildCartoon(model, view, lights, detail, out);
 }
 
@@ -307,8 +308,7 @@ void KivCartoonShader::renderTransparentTriangle(const Kiv3DPoint* points, const
     }
 }
 
-void KivCartoonShader::endTransparentTriangle(int, int, int, bool) {
-}
+void KivCartoonShader::endTransparentTriangle(int, int, int, bool) {}
 
 void KivCartoonShader::endTransparency(bool) {
     trianglePainter.reset();

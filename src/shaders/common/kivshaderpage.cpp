@@ -11,11 +11,9 @@ KivShaderPage::KivShaderPage(unsigned int pageTemplate, const KivTablePageSettin
     settings = &owned;
 }
 
-void KivShaderPage::saveControls() {
-}
+void KivShaderPage::saveControls() {}
 
-void KivShaderPage::loadControls() {
-}
+void KivShaderPage::loadControls() {}
 
 void kivLoadSettings(KivDataManager* manager, KivTablePageSettings& settings) {
     settings.setDefaults();

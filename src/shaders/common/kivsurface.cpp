@@ -42,8 +42,7 @@ constexpr std::uint32_t none = 0xffffffffU;
 // Remembers triangles by their set of corners.
 class TriangleSet {
 public:
-    explicit TriangleSet(std::size_t count) : slots(tableSize(count), none), mask(slots.size() - 1) {
-    }
+    explicit TriangleSet(std::size_t count) : slots(tableSize(count), none), mask(slots.size() - 1) {}
 
     // False if the set of corners was there already.
     bool add(const KivSurface::Triangle& triangle, std::vector<KivSurface::Triangle>& sorted) {

@@ -57,6 +57,9 @@ double KivView::distance(double windowDepth) const {
     const double normalised = (windowDepth - depthFrom) / (depthTo - depthFrom) * 2.0 - 1.0;
     const double divisor = normalised * projection[11] - projection[10];
     const double z = (projection[14] - normalised * projection[15]) / divisor;
+    if (!perspective) {
+        return -z;
+    }
     // Behind the far end of an infinite projection the quotient changes its sign.
     return std::isfinite(z) && z < 0.0 ? -z : std::numeric_limits<double>::max();
 }

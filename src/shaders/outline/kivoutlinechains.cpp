@@ -29,7 +29,8 @@ struct Pair {
 };
 
 // Joins the ends that meet in one point and are of one kind.
-void joinEnds(const std::vector<End>& meeting, const KivOutlineDirections& directions, std::vector<std::int32_t>& mate) {
+void joinEnds(const std::vector<End>& meeting, const KivOutlineDirections& directions,
+              std::vector<std::int32_t>& mate) {
     if (meeting.size() < 2) {
         return;
     }

@@ -18,7 +18,8 @@ struct KivOutlineChain {
     }
 };
 
-// The direction of an edge in the picture from its point a to its point b, of unit length (z is 0); by the edge's index.
+// The direction of an edge in the picture from its point a to its point b, of unit length (z is 0); by the edge's
+// index.
 using KivOutlineDirections = std::vector<KivVec>;
 
 // Every edge is in exactly one chain. At a point where two edges of one kind meet they are joined; where more meet, the

@@ -53,8 +53,7 @@ KivView viewOfSize(tagSIZE size) {
 KivOutlineDrawing::KivOutlineDrawing(const KivCommonSettings& common, tagSIZE size, KivShaderCommunication& channel,
                                      bool atFront)
     : settings(common), communication(channel), view(viewOfSize(size)), vectorial(common.doVectorial()), front(atFront),
-      pixel(common.doVectorial() ? 1.0 : 1 << std::clamp(common.getAntialias(), 0, 2)) {
-}
+      pixel(common.doVectorial() ? 1.0 : 1 << std::clamp(common.getAntialias(), 0, 2)) {}
 
 std::size_t KivOutlineDrawing::penOf(const KivOutlineLook& look) {
     KivOutlinePen pen;
@@ -108,8 +107,8 @@ void KivOutlineDrawing::addMesh(const KivMesh& mesh, const KivOutlineLook& look)
         for (std::size_t i = 0; i < chain.edges.size(); ++i) {
             const KivOutlineEdge& edge = edges[chain.edges[i]];
             const int open = openSides[chain.edges[i]];
-            job.corners.push_back({view.clip(surface.points[chain.reversed[i] ? edge.b : edge.a]),
-                                   chain.reversed[i] ? -open : open});
+            job.corners.push_back(
+                {view.clip(surface.points[chain.reversed[i] ? edge.b : edge.a]), chain.reversed[i] ? -open : open});
         }
         if (!chain.closed) {
             const KivOutlineEdge& edge = edges[chain.edges.back()];

@@ -45,8 +45,8 @@ KivOutlineWing wingOf(const KivSurface& surface, const Record* first, const Reco
     int found = 0;
     std::int32_t triangles[2] = {KivOutlineWing::none, KivOutlineWing::none};
     for (const Record* record = first; record != last; ++record) {
-        for (const std::int32_t triangle : {static_cast<std::int32_t>(record->triangle0),
-                                            static_cast<std::int32_t>(record->triangle1)}) {
+        for (const std::int32_t triangle :
+             {static_cast<std::int32_t>(record->triangle0), static_cast<std::int32_t>(record->triangle1)}) {
             if (triangle == KivOutlineWing::none) {
                 continue;
             }
@@ -106,7 +106,8 @@ public:
             low[group] = high[group] = point;
             filled[group] = true;
         }
-        low[group] = {std::min(low[group].x, point.x), std::min(low[group].y, point.y), std::min(low[group].z, point.z)};
+        low[group] = {std::min(low[group].x, point.x), std::min(low[group].y, point.y),
+                      std::min(low[group].z, point.z)};
         high[group] = {std::max(high[group].x, point.x), std::max(high[group].y, point.y),
                        std::max(high[group].z, point.z)};
     }
@@ -134,8 +135,8 @@ struct Character {
     double bends = 0.0;       // of the edges, summed, in degrees
     double turns = 0.0;       // at the corners, summed, in degrees
 
-    // Noise wanders and branches from edge to edge and bends only just enough; the creases of a shape run on, or turn at
-    // few corners, or bend strongly.
+    // Noise wanders and branches from edge to edge and bends only just enough; the creases of a shape run on, or turn
+    // at few corners, or bend strongly.
     bool isRough() const {
         return edges >= 5 && corners > 0 && turns / corners > 30.0 && bends / edges < 65.0;
     }
@@ -209,7 +210,7 @@ double kivOutlineBend(const KivVec& a, const KivVec& b, const KivVec& left, cons
     const KivVec along = kivUnit(b - a);
     const KivVec u = kivUnit(across(left - a, along));
     const KivVec v = kivUnit(across(right - a, along));
-    if (kivDot(u, u) == 0.0 || kivDot(v, v) == 0.0) {
+    if (kivDot(along, along) == 0.0 || kivDot(u, u) == 0.0 || kivDot(v, v) == 0.0) {
         return 0.0;
     }
     const double between = std::acos(std::clamp(kivDot(u, v), -1.0, 1.0));

@@ -20,12 +20,12 @@ struct KivOutlineWing {
 
     std::uint32_t a = 0; // the lower of the two points
     std::uint32_t b = 0;
-    std::int32_t left = none;  // the third corner of one triangle at the edge
-    std::int32_t right = none; // of the other; none at a border
-    bool junction = false;     // three or more triangles meet here
-    bool smooth = false;       // the mesh's own normals run on over the edge: it is meant to look round
+    std::int32_t left = none;   // the third corner of one triangle at the edge
+    std::int32_t right = none;  // of the other; none at a border
+    bool junction = false;      // three or more triangles meet here
+    bool smooth = false;        // the mesh's own normals run on over the edge: it is meant to look round
     std::uint32_t triangle = 0; // one triangle at the edge
-    float bend = 0.0F;         // by how much the surface turns at the edge, in degrees: 0 flat, 180 folded back on itself
+    float bend = 0.0F; // by how much the surface turns at the edge, in degrees: 0 flat, 180 folded back on itself
 };
 
 // An edge that is drawn.
@@ -58,8 +58,8 @@ double kivOutlineBend(const KivVec& a, const KivVec& b, const KivVec& left, cons
 bool kivOutlineIsFold(const KivVec& a, const KivVec& b, const KivVec& left, const KivVec& right, const KivView& view);
 
 // Which of the wings are creases, whatever the view. Rough and scanned surfaces bend sharply at many short edges that
-// are no features: creases that hang together and stay small against the connected piece of surface that they lie on are
-// left out.
+// are no features: creases that hang together and stay small against the connected piece of surface that they lie on
+// are left out.
 std::vector<bool> kivOutlineCreases(const KivSurface& surface, const std::vector<KivOutlineWing>& wings,
                                     const KivOutlineRules& rules);
 

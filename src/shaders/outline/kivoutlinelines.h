@@ -1,8 +1,8 @@
 // From chains of edges to the lines that are seen: each chain is walked across the picture in steps of about a pixel,
 // every step is looked up in the depth buffer, and what is visible comes back as paths with a width at every point.
 //
-// Only the middle of a line is tested. A line that is drawn as a band and tested pixel by pixel loses the half that lies
-// over its own surface wherever that surface is steep; a line that is tested in the middle keeps its full width.
+// Only the middle of a line is tested. A line that is drawn as a band and tested pixel by pixel loses the half that
+// lies over its own surface wherever that surface is steep; a line that is tested in the middle keeps its full width.
 #ifndef SHADERS_OUTLINE_KIVOUTLINELINES_H
 #define SHADERS_OUTLINE_KIVOUTLINELINES_H
 
@@ -50,8 +50,8 @@ struct KivOutlinePen {
 // A corner of a line in three dimensions on its way into the picture.
 struct KivOutlineCorner {
     KivClipPoint clip;
-    // Away from the surface, for folds: the sign of the side, seen along the line, on which the surface is absent; 0 where
-    // it lies on both sides.
+    // Away from the surface, for folds: the sign of the side, seen along the line, on which the surface is absent; 0
+    // where it lies on both sides.
     int openSide = 0;
 };
 
@@ -59,8 +59,7 @@ class KivOutlineTracer {
 public:
     // Both must outlive the tracer.
     KivOutlineTracer(const KivView& seenFrom, const KivDepthImage& drawn, const KivOutlinePen& drawnWith)
-        : view(seenFrom), depth(drawn), pen(drawnWith) {
-    }
+        : view(seenFrom), depth(drawn), pen(drawnWith) {}
 
     // Adds the visible paths of a line through these corners. The open side of a corner is that of the edge that begins
     // there. A closed line does not repeat its first corner.

@@ -23,8 +23,7 @@ KivTablePageSettings defaultSettings() {
 // The steps of the progress bar that are reserved for a combinable shader, one after the other.
 class Steps {
 public:
-    Steps() : progress(kivCurrentProgress()) {
-    }
+    Steps() : progress(kivCurrentProgress()) {}
     void begin() {
         if (progress != nullptr) {
             progress->beginStep();
@@ -47,8 +46,8 @@ private:
 
 } // namespace
 
-KivOutlineShader::KivOutlineShader(HINSTANCE pluginModule) : KivCombinableShader(pluginModule), renderSettings(defaultSettings()) {
-}
+KivOutlineShader::KivOutlineShader(HINSTANCE pluginModule)
+    : KivCombinableShader(pluginModule), renderSettings(defaultSettings()) {}
 
 KivOutlineShader::~KivOutlineShader() = default;
 
@@ -60,8 +59,7 @@ const wchar_t* KivOutlineShader::getTag() const {
     return tag;
 }
 
-void KivOutlineShader::reservedSlot() {
-}
+void KivOutlineShader::reservedSlot() {}
 
 HBITMAP KivOutlineShader::getPreviewBitmap() {
     return nullptr;

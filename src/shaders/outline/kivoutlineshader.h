@@ -2,8 +2,8 @@
 //
 // Lines are found per mesh (kivoutlineedges.h), joined to long chains, tested along their middle against the depth
 // buffer that the base shader left, and drawn as bands of constant width in the plane of the picture. The depth buffer
-// holds the surfaces pushed back by the channel's polygon offset, so that a line on a surface passes and a line behind it
-// does not. Where no base shader lays the depth of a mesh, this shader does, so that lines alone make a drawing with
+// holds the surfaces pushed back by the channel's polygon offset, so that a line on a surface passes and a line behind
+// it does not. Where no base shader lays the depth of a mesh, this shader does, so that lines alone make a drawing with
 // hidden lines removed.
 //
 // In a render the depth buffer is only read. In a preview, which draws the lines before the surfaces, the lines are

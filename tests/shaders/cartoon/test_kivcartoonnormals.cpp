@@ -25,7 +25,8 @@ TEST(KivSmoothNormals, SplitsACubeAtItsEdges) {
     const KivSmoothMesh mesh = kivSmoothNormals(cube, 45.0);
     EXPECT_EQ(mesh.points.size(), 24U);
     for (const KivSurface::Triangle& t : mesh.triangles) {
-        const KivVec face = kivUnit(kivCross(mesh.points[t[1]] - mesh.points[t[0]], mesh.points[t[2]] - mesh.points[t[0]]));
+        const KivVec face =
+            kivUnit(kivCross(mesh.points[t[1]] - mesh.points[t[0]], mesh.points[t[2]] - mesh.points[t[0]]));
         EXPECT_GT(kivDot(face, mesh.points[t[0]]), 0.0) << "not wound outwards";
         for (const std::uint32_t p : t) {
             EXPECT_NEAR(kivDot(mesh.normals[p], face), 1.0, 1e-12);

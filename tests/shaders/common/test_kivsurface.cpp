@@ -30,7 +30,8 @@ TEST(KivWeldPoints, MatchesAComparisonOfAllPairs) {
     for (int run = 0; run < 200; ++run) {
         std::vector<KivVec> points(words() % 40);
         for (KivVec& p : points) {
-            p = {static_cast<double>(words() % 3), static_cast<double>(words() % 3) * -0.0, words() % 2 != 0 ? 0.0 : -0.0};
+            p = {static_cast<double>(words() % 3), static_cast<double>(words() % 3) * -0.0,
+                 words() % 2 != 0 ? 0.0 : -0.0};
         }
         std::uint32_t count = 0;
         const std::vector<std::uint32_t> result = kivWeldPoints(points, &count);

@@ -19,8 +19,8 @@ TEST(KivView, LooksBackAlongTheAxisOfAParallelCamera) {
 }
 
 TEST(KivView, PutsTheTargetInTheMiddle) {
-    for (const KivView& view : {perspectiveView({3.0, 4.0, 5.0}, 0.5, 1.0, 20.0, 100),
-                                parallelView({3.0, 4.0, 5.0}, 2.0, 1.0, 20.0, 100)}) {
+    for (const KivView& view :
+         {perspectiveView({3.0, 4.0, 5.0}, 0.5, 1.0, 20.0, 100), parallelView({3.0, 4.0, 5.0}, 2.0, 1.0, 20.0, 100)}) {
         const KivWindowPoint middle = view.window(view.clip({0.0, 0.0, 0.0}));
         EXPECT_NEAR(middle.x, 50.0, 1e-9);
         EXPECT_NEAR(middle.y, 50.0, 1e-9);
@@ -34,8 +34,7 @@ TEST(KivView, TurnsDepthBackIntoDistance) {
         const KivVec eye{signedUnit(words) * 3.0 + 8.0, signedUnit(words), signedUnit(words)};
         const KivVec point{signedUnit(words), signedUnit(words), signedUnit(words)};
         const double expected = kivDot(eye - point, kivUnit(eye));
-        for (const KivView& view :
-             {perspectiveView(eye, 0.5, 1.0, 20.0, 64), parallelView(eye, 2.0, 1.0, 20.0, 64)}) {
+        for (const KivView& view : {perspectiveView(eye, 0.5, 1.0, 20.0, 64), parallelView(eye, 2.0, 1.0, 20.0, 64)}) {
             EXPECT_NEAR(view.distance(view.window(view.clip(point)).z), expected, 1e-6);
         }
     }

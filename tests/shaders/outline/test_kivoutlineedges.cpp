@@ -113,7 +113,8 @@ TEST(KivOutlineIsFold, MatchesTheFacingOfNormalsOnClosedShapes) {
         if (kivLength(eye) < 4.0) {
             continue;
         }
-        for (const KivView& view : {perspectiveView(eye, 0.3, 1.0, 30.0, 200), parallelView(eye, 3.0, 1.0, 30.0, 200)}) {
+        for (const KivView& view :
+             {perspectiveView(eye, 0.3, 1.0, 30.0, 200), parallelView(eye, 3.0, 1.0, 30.0, 200)}) {
             for (const auto& [pair, triangles] : trianglesByEdge(shape)) {
                 ASSERT_EQ(triangles.size(), 2U);
                 const auto faces = [&](const KivSurface::Triangle& t) {
@@ -127,8 +128,9 @@ TEST(KivOutlineIsFold, MatchesTheFacingOfNormalsOnClosedShapes) {
                         }
                     }
                 }
-                EXPECT_EQ(kivOutlineIsFold(shape.points[pair.first], shape.points[pair.second], thirds[0], thirds[1], view),
-                          faces(triangles[0]) != faces(triangles[1]));
+                EXPECT_EQ(
+                    kivOutlineIsFold(shape.points[pair.first], shape.points[pair.second], thirds[0], thirds[1], view),
+                    faces(triangles[0]) != faces(triangles[1]));
             }
         }
     }
@@ -203,7 +205,7 @@ TEST(KivOutlineCreases, LeaveOutTheNoiseOfARoughSurface) {
     std::mt19937 words(12);
     KivSurface rough = sphereSurface(60, 90);
     for (std::size_t i = 0; i < rough.points.size(); ++i) {
-        if (words() % 30 == 0) {
+        if (words() % 30 == 0 && std::abs(rough.points[i].y) < 0.8) {
             rough.points[i] = rough.points[i] * 1.03; // scattered bumps, steep and short
         }
     }
@@ -211,10 +213,11 @@ TEST(KivOutlineCreases, LeaveOutTheNoiseOfARoughSurface) {
     KivOutlineRules rules;
     rules.creaseLength = 0.0;
     auto creases = kivOutlineCreases(rough, wings, rules);
-    EXPECT_GT(std::count(creases.begin(), creases.end(), true), 50);
+    const auto all = std::count(creases.begin(), creases.end(), true);
+    EXPECT_GT(all, 100);
     rules.creaseLength = 0.05;
     creases = kivOutlineCreases(rough, wings, rules);
-    EXPECT_LT(std::count(creases.begin(), creases.end(), true), 5);
+    EXPECT_LT(std::count(creases.begin(), creases.end(), true), all / 10);
 }
 
 TEST(KivOutlineCreases, KeepASmallPartOfItsOwn) {

@@ -10,7 +10,8 @@ namespace {
 
 // A parallel view of 200 by 200 pixels over [-1, 1] with depths from 0 (near, z = 1) to 1 (far, z = -1).
 KivView flatView() {
-    return KivView({1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1}, {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, -1, 0, 0, 0, 0, 1}, 200, 200);
+    return KivView({1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1}, {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, -1, 0, 0, 0, 0, 1},
+                   200, 200);
 }
 
 KivDepthImage emptyDepth() {
@@ -166,8 +167,10 @@ TEST(KivOutlineTracer, CutsAtTheEdgesOfTheView) {
     const KivView view = flatView();
     const KivDepthImage depth = emptyDepth();
     const KivOutlinePen pen = testPen();
-    std::vector<KivOutlineCorner> corners = {{view.clip({-3.0, 0.0, 0.0}), 0}, {view.clip({3.0, 0.0, 0.0}), 0},
-                                             {view.clip({3.0, 0.5, 0.0}), 0}, {view.clip({-3.0, 0.5, 0.0}), 0}};
+    std::vector<KivOutlineCorner> corners = {{view.clip({-3.0, 0.0, 0.0}), 0},
+                                             {view.clip({3.0, 0.0, 0.0}), 0},
+                                             {view.clip({3.0, 0.5, 0.0}), 0},
+                                             {view.clip({-3.0, 0.5, 0.0}), 0}};
     std::vector<KivOutlinePath> paths;
     KivOutlineTracer(view, depth, pen).trace(corners, false, KivOutlineKind::crease, paths);
     ASSERT_EQ(paths.size(), 2U);
@@ -182,8 +185,8 @@ TEST(KivOutlineTracer, SurvivesLinesThatPassThroughTheEye) {
     const KivOutlinePen pen = testPen();
     std::vector<KivOutlinePath> paths;
     KivOutlineTracer(view, depth, pen)
-        .trace({{view.clip({0.0, 0.0, 0.0}), 1}, {view.clip({0.0, 0.1, 9.0}), 1}, {view.clip({0.0, 0.0, 5.0}), 0}}, false,
-               KivOutlineKind::silhouette, paths);
+        .trace({{view.clip({0.0, 0.0, 0.0}), 1}, {view.clip({0.0, 0.1, 9.0}), 1}, {view.clip({0.0, 0.0, 5.0}), 0}},
+               false, KivOutlineKind::silhouette, paths);
     for (const KivOutlinePath& path : paths) {
         for (const KivOutlinePoint& p : path.points) {
             EXPECT_TRUE(std::isfinite(p.x) && std::isfinite(p.y));

@@ -53,7 +53,8 @@ TEST(KivStroke, CoversWhatIsNearThePathAndNothingElse) {
         const std::size_t count = 2 + words() % 8;
         const float half = 1.0F + static_cast<float>(words() % 60) / 10.0F;
         for (std::size_t i = 0; i < count; ++i) {
-            path.points.push_back({static_cast<float>(signedUnit(words) * 30), static_cast<float>(signedUnit(words) * 30), half});
+            path.points.push_back(
+                {static_cast<float>(signedUnit(words) * 30), static_cast<float>(signedUnit(words) * 30), half});
         }
         KivStrokeMesh mesh;
         kivStroke(path, mesh);

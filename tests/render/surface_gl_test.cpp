@@ -58,6 +58,7 @@ TEST_F(SurfaceTest, AFreshContextIsAsAWindowsWouldBe) {
     std::array<std::uint32_t, 600> pixels{};
     glReadPixels(0, 0, 30, 20, GL_BGRA, GL_UNSIGNED_BYTE, pixels.data());
     EXPECT_EQ(pixels, (std::array<std::uint32_t, 600>{})) << "the picture is black";
+    glPixelStorei(GL_PACK_ALIGNMENT, 1);
     std::array<GLubyte, 600> stencil{};
     glReadPixels(0, 0, 30, 20, GL_STENCIL_INDEX, GL_UNSIGNED_BYTE, stencil.data());
     EXPECT_EQ(stencil, (std::array<GLubyte, 600>{}));

@@ -9,6 +9,8 @@
 #include <cstdint>
 #include <vector>
 
+class KivLineResampler;
+
 // A filter of a resampler: the weight of a source at a distance from the centre, in source pixels.
 class KIV_API CGenericFilter {
 public:
@@ -38,13 +40,13 @@ public:
 // The weights of one pass.
 struct LineContribution {
     struct Row {
-        double* weights; // windowSize of them, the first for the source at left
-        int left;        // first and last source index
+        const double* weights; // windowSize of them and a closing 0
+        int left;              // first and last source index
         int right;
     };
 
     std::vector<Row> rows;       // one for each output position
-    unsigned int windowSize = 0; // the most sources that one position can have
+    unsigned int windowSize = 0; // the most sources that one position is meant to have
     unsigned int lineLength = 0; // output positions
     std::vector<double> table;   // where the weights lie
 };
@@ -80,10 +82,8 @@ public:
 private:
     friend struct KivTestAccess;
 
-    void horizontalPass(const std::uint32_t* source, unsigned int sourceWidth, unsigned int sourceHeight,
-                        std::uint32_t* dest, unsigned int destWidth);
-    void verticalPass(const std::uint32_t* source, unsigned int width, unsigned int sourceHeight, std::uint32_t* dest,
-                      unsigned int destHeight);
+    std::uint32_t* scaleInPasses(const KivLineResampler& horizontal, const KivLineResampler& vertical,
+                                 const std::uint32_t* source, unsigned int sourceWidth, unsigned int sourceHeight);
     static LineContribution calculateContributions(unsigned int lineLength, unsigned int sourceLength, double scale);
     bool goOn(unsigned int line, unsigned int lines, int base);
 

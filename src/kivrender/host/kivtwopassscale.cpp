@@ -1,0 +1,282 @@
+#include "kivrender/host/kivtwopassscale.h"
+
+#include "kivrender/host/kivlineresampler.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <memory>
+#include <new>
+#if defined(_WIN32)
+#include <windows.h>
+#else
+#include <sys/mman.h>
+#endif
+
+namespace {
+
+std::atomic<int> allocationsLeft{-1};
+
+struct PixelsDeleter {
+    std::size_t count;
+    void operator()(std::uint32_t* pixels) const {
+        kivFreePixels(pixels, count);
+    }
+};
+using Pixels = std::unique_ptr<std::uint32_t[], PixelsDeleter>;
+
+Pixels allocate(unsigned int width, unsigned int height) {
+    const std::size_t count = std::size_t{width} * height;
+    return Pixels(kivAllocatePixels(count), PixelsDeleter{count});
+}
+
+// Below this many pixels in and out a second thread costs more than it brings.
+constexpr std::size_t parallelPixels = 1 << 15;
+// Output rows that one thread takes at a time. At each border the rows that both sides need are resampled twice.
+constexpr unsigned int rowsPerTask = 48;
+
+// Makes output rows; the rows of the first pass that they need are kept in a ring.
+class Band {
+public:
+    Band(const KivLineResampler& along, const KivLineResampler& across, const std::uint32_t* source,
+         unsigned int sourceWidth)
+        : horizontal(along), vertical(across), pixels(source), width(sourceWidth), rows(across.maxSourceCount()),
+          kept(rows.size() + slack, none) {
+        if (!horizontal.copies()) {
+            ring.resize(kept.size() * horizontal.length());
+        }
+    }
+
+    void make(std::uint32_t* dest, unsigned int begin, unsigned int end) {
+        for (unsigned int y = begin; y < end; ++y) {
+            const unsigned int first = vertical.firstSource(y);
+            for (unsigned int i = 0; i < vertical.sourceCount(y); ++i) {
+                rows[i] = row(first + i);
+            }
+            vertical.resampleAcross(y, rows.data(), dest + std::size_t{y} * horizontal.length(), horizontal.length());
+        }
+    }
+
+private:
+    // When enlarging a position may need a source before those of the last one: one row more is worth keeping.
+    static constexpr std::size_t slack = 2;
+    static constexpr unsigned int none = std::numeric_limits<unsigned int>::max();
+
+    const std::uint32_t* row(unsigned int y) {
+        const std::uint32_t* from = pixels + std::size_t{y} * width;
+        if (horizontal.copies()) {
+            return from;
+        }
+        const std::size_t slot = y % kept.size();
+        std::uint32_t* to = ring.data() + slot * horizontal.length();
+        if (kept[slot] != y) {
+            horizontal.resampleAlong(from, to);
+            kept[slot] = y;
+        }
+        return to;
+    }
+
+    const KivLineResampler& horizontal;
+    const KivLineResampler& vertical;
+    const std::uint32_t* pixels;
+    unsigned int width;
+    std::vector<const std::uint32_t*> rows;
+    std::vector<unsigned int> kept; // the source row in each slot of the ring
+    std::vector<std::uint32_t> ring;
+};
+
+// False without memory.
+bool scaleInBands(const KivLineResampler& horizontal, const KivLineResampler& vertical, const std::uint32_t* source,
+                  unsigned int sourceWidth, std::size_t work, std::uint32_t* dest) {
+    const unsigned int height = vertical.length();
+    const unsigned int tasks = (height - 1) / rowsPerTask + 1;
+    std::atomic<bool> good{true};
+#pragma omp parallel for schedule(dynamic) if (work >= parallelPixels)
+    for (unsigned int task = 0; task < tasks; ++task) {
+        try {
+            Band band(horizontal, vertical, source, sourceWidth);
+            const unsigned int begin = task * rowsPerTask;
+            band.make(dest, begin, std::min(height, begin + rowsPerTask));
+        } catch (const std::bad_alloc&) {
+            good = false; // an exception must not leave the parallel loop
+        }
+    }
+    return good;
+}
+
+} // namespace
+
+CGenericFilter::~CGenericFilter() = default;
+
+double CBilinearFilter::filterValue(double x) {
+    x = std::fabs(x);
+    return x < width ? width - x : 0.0;
+}
+
+void kivLimitPixelAllocations(int count) {
+    allocationsLeft = count;
+}
+
+std::uint32_t* kivAllocatePixels(std::size_t count) {
+    if (count == 0 || count > std::numeric_limits<std::ptrdiff_t>::max() / sizeof(std::uint32_t)) {
+        return nullptr;
+    }
+    if (allocationsLeft == 0) {
+        return nullptr;
+    }
+    if (allocationsLeft > 0) {
+        --allocationsLeft;
+    }
+    const std::size_t bytes = count * sizeof(std::uint32_t);
+#if defined(_WIN32)
+    return static_cast<std::uint32_t*>(VirtualAlloc(nullptr, bytes, MEM_COMMIT | MEM_RESERVE, PAGE_READWRITE));
+#else
+    void* memory = mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    return memory == MAP_FAILED ? nullptr : static_cast<std::uint32_t*>(memory);
+#endif
+}
+
+void kivFreePixels(std::uint32_t* pixels, [[maybe_unused]] std::size_t count) {
+    if (pixels != nullptr) {
+#if defined(_WIN32)
+        VirtualFree(pixels, 0, MEM_RELEASE);
+#else
+        munmap(pixels, count * sizeof(std::uint32_t));
+#endif
+    }
+}
+
+template <class Filter>
+LineContribution C2PassScale<Filter>::calculateContributions(unsigned int lineLength, unsigned int sourceLength,
+                                                             double scale) {
+    Filter filter(1.0);
+    const bool shrinks = scale < 1.0;
+    const double support = shrinks ? filter.getWidth() / scale : filter.getWidth();
+    const double filterScale = shrinks ? scale : 1.0;
+
+    LineContribution result;
+    result.windowSize = 2 * static_cast<unsigned int>(std::ceil(support)) + 1;
+    result.lineLength = lineLength;
+    const std::size_t rowLength = std::size_t{result.windowSize} + 1;
+    result.table.assign(rowLength * lineLength, 0.0);
+    result.rows.reserve(lineLength);
+    for (unsigned int u = 0; u < lineLength; ++u) {
+        const double centre = u / scale;
+        int left = static_cast<int>(std::max(0.0, std::floor(centre - support)));
+        int right = static_cast<int>(std::min(std::ceil(centre + support), static_cast<double>(sourceLength) - 1));
+        double* weights = result.table.data() + rowLength * u;
+        result.rows.push_back({weights, left, right});
+        // The stored bounds stay while the weights are made for narrower ones. So the weights fall one source to the
+        // left of where they were made for, and the last source gets the closing 0: pictures have always looked so.
+        if (right - left + 1 > static_cast<int>(result.windowSize)) {
+            ++left;
+        }
+        double sum = 0.0;
+        for (int i = left; i <= right; ++i) {
+            weights[i - left] = filterScale * filter.filterValue(filterScale * (centre - i));
+            sum += weights[i - left];
+        }
+        if (sum > 0.0) {
+            for (int i = left; i <= right; ++i) {
+                weights[i - left] /= sum;
+            }
+        }
+    }
+    return result;
+}
+
+template <class Filter> bool C2PassScale<Filter>::goOn(unsigned int line, unsigned int lines, int base) {
+    if (progressCallback != nullptr &&
+        !progressCallback(static_cast<std::uint8_t>(base + static_cast<int>(std::uint64_t{line} * 50 / lines)))) {
+        canceled = true;
+    }
+    return !canceled;
+}
+
+// With somebody who watches, the passes run one after the other over all lines. A few lines are announced together and
+// then made together: who stops at one of them gets no picture, so it doesn't show.
+template <class Filter>
+std::uint32_t* C2PassScale<Filter>::scaleInPasses(const KivLineResampler& horizontal, const KivLineResampler& vertical,
+                                                  const std::uint32_t* source, unsigned int sourceWidth,
+                                                  unsigned int sourceHeight) {
+    constexpr unsigned int together = 64;
+    const auto announce = [&](unsigned int begin, unsigned int end, unsigned int lines, int base) {
+        while (begin < end && goOn(begin, lines, base)) {
+            ++begin;
+        }
+        return !canceled;
+    };
+
+    const unsigned int width = horizontal.length();
+    const Pixels between = allocate(width, sourceHeight);
+    if (!between) {
+        return nullptr;
+    }
+    for (unsigned int begin = 0; begin < sourceHeight; begin += together) {
+        const unsigned int end = std::min(sourceHeight, begin + together);
+        if (!horizontal.copies() && !announce(begin, end, sourceHeight, 0)) {
+            return nullptr;
+        }
+#pragma omp parallel for schedule(static)
+        for (unsigned int y = begin; y < end; ++y) {
+            horizontal.resampleAlong(source + std::size_t{y} * sourceWidth, between.get() + std::size_t{y} * width);
+        }
+    }
+
+    Pixels result = allocate(width, vertical.length());
+    if (!result) {
+        return nullptr;
+    }
+    std::vector<const std::uint32_t*> rows(vertical.maxSourceCount());
+    for (unsigned int begin = 0; begin < width; begin += together) {
+        const unsigned int end = std::min(width, begin + together);
+        if (!vertical.copies() && !announce(begin, end, width, 50)) {
+            return nullptr;
+        }
+#pragma omp parallel for schedule(static) firstprivate(rows)
+        for (unsigned int y = 0; y < vertical.length(); ++y) {
+            for (unsigned int i = 0; i < vertical.sourceCount(y); ++i) {
+                rows[i] = between.get() + std::size_t{vertical.firstSource(y) + i} * width + begin;
+            }
+            vertical.resampleAcross(y, rows.data(), result.get() + std::size_t{y} * width + begin, end - begin);
+        }
+    }
+    return result.release();
+}
+
+template <class Filter>
+std::uint32_t* C2PassScale<Filter>::scale(const std::uint32_t* source, unsigned int sourceWidth,
+                                          unsigned int sourceHeight, unsigned int destWidth, unsigned int destHeight) {
+    constexpr unsigned int most = std::numeric_limits<int>::max();
+    canceled = false;
+    if (std::min({sourceWidth, sourceHeight, destWidth, destHeight}) == 0 ||
+        std::max({sourceWidth, sourceHeight, destWidth, destHeight}) > most) {
+        return nullptr;
+    }
+    const auto prepare = [](unsigned int length, unsigned int sourceLength) {
+        return length == sourceLength
+                   ? KivLineResampler(length)
+                   : KivLineResampler(
+                         calculateContributions(length, sourceLength, static_cast<double>(length) / sourceLength),
+                         sourceLength);
+    };
+    try {
+        const KivLineResampler horizontal = prepare(destWidth, sourceWidth);
+        const KivLineResampler vertical = prepare(destHeight, sourceHeight);
+        if (progressCallback != nullptr) {
+            return scaleInPasses(horizontal, vertical, source, sourceWidth, sourceHeight);
+        }
+        Pixels result = allocate(destWidth, destHeight);
+        if (!result) {
+            return nullptr;
+        }
+        const std::size_t work = std::size_t{sourceWidth} * sourceHeight + std::size_t{destWidth} * destHeight;
+        return scaleInBands(horizontal, vertical, source, sourceWidth, work, result.get()) ? result.release() : nullptr;
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
+}
+
+template class C2PassScale<CBilinearFilter>;

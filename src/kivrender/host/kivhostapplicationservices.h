@@ -167,6 +167,7 @@ private:
 
     // Writes a null-ended list of texts one behind the other, a zero after each and one more at the end.
     static void genFilterString(wchar_t* out, const wchar_t** parts);
+    int getFilename(HWND owner, wchar_t* name, unsigned long size, int open, bool vector);
     static void fillMesh(KivMesh* mesh);
 
     static KivHostApplicationServices* spDefaultHost;

@@ -219,7 +219,7 @@ std::uint32_t* C2PassScale<Filter>::scaleInPasses(const KivLineResampler& horizo
         if (!horizontal.copies() && !announce(begin, end, sourceHeight, 0)) {
             return nullptr;
         }
-#pragma omp parallel for schedule(static)
+#pragma omp parallel for schedule(static) if (std::size_t{together} * sourceWidth >= parallelPixels)
         for (unsigned int y = begin; y < end; ++y) {
             horizontal.resampleAlong(source + std::size_t{y} * sourceWidth, between.get() + std::size_t{y} * width);
         }
@@ -235,7 +235,7 @@ std::uint32_t* C2PassScale<Filter>::scaleInPasses(const KivLineResampler& horizo
         if (!vertical.copies() && !announce(begin, end, width, 50)) {
             return nullptr;
         }
-#pragma omp parallel for schedule(static) firstprivate(rows)
+#pragma omp parallel for schedule(static) firstprivate(rows) if (std::size_t{together} * sourceHeight >= parallelPixels)
         for (unsigned int y = 0; y < vertical.length(); ++y) {
             for (unsigned int i = 0; i < vertical.sourceCount(y); ++i) {
                 rows[i] = between.get() + std::size_t{vertical.firstSource(y) + i} * width + begin;

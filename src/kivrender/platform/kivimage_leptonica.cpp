@@ -17,8 +17,10 @@ struct PixDeleter {
 };
 using PixPointer = std::unique_ptr<Pix, PixDeleter>;
 
+// Leptonica has messages with a level and others without one.
 void silence() {
     setMsgSeverity(L_SEVERITY_NONE);
+    leptSetStderrHandler([](const char*) {});
 }
 
 // Reads numbers out of a file; what lies beyond its end reads as 0 and is remembered.
@@ -160,6 +162,9 @@ PixPointer withExactPalette(Pix* pix) {
         pixcmapAddColor(map, static_cast<l_int32>(colour >> L_RED_SHIFT & 0xFF),
                         static_cast<l_int32>(colour >> L_GREEN_SHIFT & 0xFF),
                         static_cast<l_int32>(colour >> L_BLUE_SHIFT & 0xFF));
+    }
+    if (sorted.size() == 1) {
+        pixcmapAddColor(map, 0, 0, 0); // a palette of one colour is not written
     }
     pixSetColormap(result.get(), map);
     line = pixGetData(pix);

@@ -138,29 +138,29 @@ bool KivOutline::segmentsIntersect(const Kiv3DPoint& a0, const Kiv3DPoint& a1, c
 
 bool KivOutline::overlapPoint(const Kiv3DPoint& a0, const Kiv3DPoint& a1, const Kiv3DPoint& b0, const Kiv3DPoint& b1,
                               Kiv3DPoint* hit) {
-    const double lengthA = a0.distanceTo(a1);
-    const double lengthB = b0.distanceTo(b1);
-    const auto liesWithin = [](const Kiv3DPoint& point, const Kiv3DPoint& from, const Kiv3DPoint& to, double length) {
+    const Kiv3DPoint p0 = flat(a0);
+    const Kiv3DPoint p1 = flat(a1);
+    const Kiv3DPoint q0 = flat(b0);
+    const Kiv3DPoint q1 = flat(b1);
+    const auto liesWithin = [](const Kiv3DPoint& point, const Kiv3DPoint& from, const Kiv3DPoint& to) {
+        const double length = from.distanceTo(to);
         return length > point.distanceTo(from) && length > point.distanceTo(to);
     };
-    const Kiv3DPoint* found = nullptr;
-    if (liesWithin(a0, b0, b1, lengthB)) {
-        found = &a0;
-    } else if (liesWithin(a1, b0, b1, lengthB)) {
-        found = &a1;
-    } else if (liesWithin(b0, a0, a1, lengthA)) {
-        found = &b0;
-    } else if (liesWithin(b1, a0, a1, lengthA)) {
-        found = &b1;
-    } else if (a0 == b0 || a0 == b1) {
-        found = &a0;
-    } else if (a1 == b0 || a1 == b1) {
-        found = &a1;
-    }
-    if (found == nullptr) {
+    if (liesWithin(p0, q0, q1)) {
+        *hit = p0;
+    } else if (liesWithin(p1, q0, q1)) {
+        *hit = p1;
+    } else if (liesWithin(q0, p0, p1)) {
+        *hit = q0;
+    } else if (liesWithin(q1, p0, p1)) {
+        *hit = q1;
+    } else if (p0 == q0 || p0 == q1) {
+        *hit = p0;
+    } else if (p1 == q0 || p1 == q1) {
+        *hit = p1;
+    } else {
         return false;
     }
-    *hit = flat(*found);
     return true;
 }
 

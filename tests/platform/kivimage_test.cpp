@@ -159,6 +159,17 @@ TEST_F(Image, IndexedPicturesKeepTheirPalette) {
     EXPECT_EQ(KivImage::createIndexed({3, 2}, rows, 2), nullptr);
 }
 
+TEST_F(Image, TwoColoursOfAnyKindSurviveInEveryFormat) {
+    auto image = KivImage::create({9, 2});
+    for (std::int32_t x = 0; x < 9; ++x) {
+        image->row(0)[3 * x + 2] = 200; // red over green
+        image->row(1)[3 * x + 1] = 100;
+    }
+    for (const KivImageFormat format : {KivImageFormat::bmp, KivImageFormat::gif, KivImageFormat::tiff}) {
+        EXPECT_EQ(difference(*image, *KivImage::decode(image->encode(format))), 0) << static_cast<int>(format);
+    }
+}
+
 TEST_F(Image, GifOfManyColoursIsClose) {
     auto image = KivImage::create({64, 64});
     for (std::int32_t y = 0; y < 64; ++y) {

@@ -61,7 +61,10 @@ std::unique_ptr<KivImage> fromPix(Pix* pix, std::uint64_t maxPixels) {
     if (!kivImageSizeAllowed(static_cast<std::uint64_t>(size.cx), static_cast<std::uint64_t>(size.cy), maxPixels)) {
         return nullptr;
     }
-    const PixPointer colours(pixConvertTo32(pix));
+    // The conversion to 32 bits takes a picture of 1 bit as black on white and its palette for nothing.
+    const PixPointer plain(pixGetColormap(pix) != nullptr ? pixRemoveColormap(pix, REMOVE_CMAP_TO_FULL_COLOR)
+                                                          : pixClone(pix));
+    const PixPointer colours(plain ? pixConvertTo32(plain.get()) : nullptr);
     std::unique_ptr<KivImage> image = KivImage::create(size);
     if (!colours || !image) {
         return nullptr;

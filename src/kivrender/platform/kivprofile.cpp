@@ -162,10 +162,8 @@ private:
 // Pairs of surrogates become one character; a surrogate without its other half stays as it is and is written back as
 // such.
 std::wstring decodeUtf16(std::string_view bytes) {
-    const auto unit = [&](std::size_t i) {
-        return static_cast<std::uint32_t>(static_cast<unsigned char>(bytes[i]) |
-                                          static_cast<unsigned char>(bytes[i + 1]) << 8);
-    };
+    const auto byte = [&](std::size_t i) { return static_cast<std::uint32_t>(static_cast<unsigned char>(bytes[i])); };
+    const auto unit = [&](std::size_t i) { return byte(i) | byte(i + 1) << 8; };
     std::wstring wide;
     wide.reserve(bytes.size() / 2);
     for (std::size_t i = 0; i + 1 < bytes.size(); i += 2) {

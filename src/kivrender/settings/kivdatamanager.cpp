@@ -14,10 +14,8 @@ const wchar_t* textOrEmpty(const wchar_t* text) {
 
 } // namespace
 
-KivDataManager::KivDataManager(const KivDataManager& other) : KivVersionManager() {
-    // In a constructor the call reaches this class's form, as the derived part is not there yet.
-    KivDataManager::fromOtherDataManager(other);
-}
+// What fromOtherDataManager makes of a new object; a derived class's flags are not there yet and stay its own business.
+KivDataManager::KivDataManager(const KivDataManager& other) : KivVersionManager(other), properties(other.properties) {}
 
 KivDataManager::~KivDataManager() = default;
 

@@ -120,6 +120,7 @@ template <class T> void KivProperty::getValue(T& out) const {
     }
 }
 
+// NOLINTBEGIN(bugprone-macro-parentheses): a type takes none
 #define KIV_PROPERTY_TYPE(T)                                                                                           \
     template KIV_API void KivProperty::setValue<T>(const T&);                                                          \
     template KIV_API void KivProperty::getValue<T>(T&) const;
@@ -132,6 +133,7 @@ KIV_PROPERTY_TYPE(std::wstring)
 KIV_PROPERTY_TYPE(unsigned short)
 KIV_PROPERTY_TYPE(std::uint32_t)
 #undef KIV_PROPERTY_TYPE
+// NOLINTEND(bugprone-macro-parentheses)
 
 void KivProperty::report(std::FILE* file) const {
     if (file == nullptr) {

@@ -162,8 +162,8 @@ private:
 // Pairs of surrogates become one character; a surrogate without its other half stays as it is and is written back as
 // such.
 std::wstring decodeUtf16(std::string_view bytes) {
-    const auto byte = [&](std::size_t i) { return static_cast<std::uint32_t>(static_cast<unsigned char>(bytes[i])); };
-    const auto unit = [&](std::size_t i) { return byte(i) | byte(i + 1) << 8; };
+    const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(bytes[i]); };
+    const auto unit = [&](std::size_t i) { return static_cast<std::uint32_t>(byte(i) | byte(i + 1) << 8); };
     std::wstring wide;
     wide.reserve(bytes.size() / 2);
     for (std::size_t i = 0; i + 1 < bytes.size(); i += 2) {
@@ -188,7 +188,7 @@ std::string encodeUtf16(std::wstring_view text) {
         bytes.push_back(static_cast<char>(unit >> 8));
     };
     for (const wchar_t w : text) {
-        const auto c = static_cast<std::uint32_t>(w);
+        const std::uint32_t c = std::char_traits<wchar_t>::to_int_type(w);
         if (c < 0x10000) {
             put(c);
         } else if (c <= 0x10FFFF) {

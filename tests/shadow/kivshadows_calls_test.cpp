@@ -1,0 +1,517 @@
+// The shadow engine's OpenGL calls, recorded: this program defines the functions that the library calls, so that their
+// order and arguments can be compared without a context.
+#include "kivrender/scene/kivcamera.h"
+#include "kivrender/scene/kivlight.h"
+#include "kivrender/scene/kivmesh.h"
+#include "kivrender/scene/kivscene.h"
+#include "kivrender/settings/kivcommonsettings.h"
+#include "kivrender/shadow/kivshadows.h"
+
+#include <GL/gl.h>
+#include <gl2ps.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <sstream>
+#include <string>
+#include <vector>
+
+struct KivTestAccess {
+    static void infiniteFrustum(KivShadows& shadows, const KivCamera& camera, double* matrix) {
+        shadows.infiniteFrustum(camera, matrix);
+    }
+    static const KivBox& sceneBox(const KivShadows& shadows) {
+        return shadows.sceneBox;
+    }
+    static const std::vector<Kiv3DPoint>& sides(const KivShadows& shadows) {
+        return shadows.volumeSides;
+    }
+    static const std::vector<Kiv3DPoint>& frontCaps(const KivShadows& shadows) {
+        return shadows.volumeFrontCaps;
+    }
+    static const std::vector<Kiv3DPoint>& backCaps(const KivShadows& shadows) {
+        return shadows.volumeBackCaps;
+    }
+};
+
+namespace {
+
+std::vector<std::string> calls;
+
+template <class... Arguments> void record(const char* name, Arguments... arguments) {
+    std::ostringstream text;
+    text << name;
+    ((text << ' ' << +arguments), ...);
+    calls.push_back(text.str());
+}
+
+struct Vertex {
+    double x, y, z, w;
+    bool operator==(const Vertex&) const = default;
+};
+
+Vertex parseVertex(const std::string& call) {
+    std::istringstream text(call);
+    std::string name;
+    Vertex v{};
+    text >> name >> v.x >> v.y >> v.z >> v.w;
+    return v;
+}
+
+// The vertices between the nth glBegin of that mode and its end.
+std::vector<Vertex> primitive(GLenum mode, int which) {
+    const std::string begin = "glBegin " + std::to_string(mode);
+    std::vector<Vertex> vertices;
+    auto at = calls.begin();
+    for (int i = 0; i <= which; ++i) {
+        at = std::find(at + (i > 0 ? 1 : 0), calls.end(), begin);
+        if (at == calls.end()) {
+            ADD_FAILURE() << "no " << begin << " number " << which;
+            return vertices;
+        }
+    }
+    for (++at; at != calls.end() && *at != "glEnd"; ++at) {
+        vertices.push_back(parseVertex(*at));
+    }
+    return vertices;
+}
+
+KivLight lightAt(KivLight::lightStyle style, Kiv3DPoint location, Kiv3DVector direction = {0, 0, -1}) {
+    KivLight light;
+    light.setStyle(style);
+    light.setLocation(location);
+    light.setDirection(direction);
+    return light;
+}
+
+// A box of edge 2 about the origin, twelve triangles, wound outwards, each corner a vertex of its own.
+KivMesh box() {
+    KivMesh mesh;
+    const int faces[6][4] = {{0, 2, 3, 1}, {4, 5, 7, 6}, {0, 1, 5, 4}, {2, 6, 7, 3}, {0, 4, 6, 2}, {1, 3, 7, 5}};
+    for (const auto& face : faces) {
+        const unsigned int first = mesh.getNumVertexs();
+        for (const int corner : face) {
+            mesh.addVertex(
+                Kiv3DPoint((corner & 1) != 0 ? 1 : -1, (corner & 2) != 0 ? 1 : -1, (corner & 4) != 0 ? 1 : -1));
+        }
+        mesh.addQuad(first, first + 1, first + 2, first + 3);
+    }
+    return mesh;
+}
+
+KivMesh triangle() {
+    KivMesh mesh;
+    mesh.addVertex(Kiv3DPoint(0, 0, 0));
+    mesh.addVertex(Kiv3DPoint(1, 0, 0));
+    mesh.addVertex(Kiv3DPoint(0, 1, 0));
+    mesh.addTriangle(0, 1, 2);
+    return mesh;
+}
+
+class KivShadowsCalls : public testing::Test {
+protected:
+    void SetUp() override {
+        calls.clear();
+    }
+    KivShadows shadows;
+};
+
+} // namespace
+
+extern "C" {
+void glBegin(GLenum mode) {
+    record("glBegin", mode);
+}
+void glEnd() {
+    record("glEnd");
+}
+void glVertex4d(GLdouble x, GLdouble y, GLdouble z, GLdouble w) {
+    record("glVertex4d", x, y, z, w);
+}
+void glEnable(GLenum cap) {
+    record("glEnable", cap);
+}
+void glDisable(GLenum cap) {
+    record("glDisable", cap);
+}
+void glDepthFunc(GLenum func) {
+    record("glDepthFunc", func);
+}
+void glDepthMask(GLboolean flag) {
+    record("glDepthMask", flag);
+}
+void glColorMask(GLboolean r, GLboolean g, GLboolean b, GLboolean a) {
+    record("glColorMask", r, g, b, a);
+}
+void glClearStencil(GLint s) {
+    record("glClearStencil", s);
+}
+void glClear(GLbitfield mask) {
+    record("glClear", mask);
+}
+void glStencilFunc(GLenum func, GLint ref, GLuint mask) {
+    record("glStencilFunc", func, ref, mask);
+}
+void glStencilOp(GLenum fail, GLenum zfail, GLenum zpass) {
+    record("glStencilOp", fail, zfail, zpass);
+}
+void glBlendFunc(GLenum s, GLenum d) {
+    record("glBlendFunc", s, d);
+}
+void glPolygonOffset(GLfloat factor, GLfloat units) {
+    record("glPolygonOffset", factor, units);
+}
+void glFrontFace(GLenum mode) {
+    record("glFrontFace", mode);
+}
+void glMatrixMode(GLenum mode) {
+    record("glMatrixMode", mode);
+}
+void glLoadIdentity() {
+    record("glLoadIdentity");
+}
+void glMultMatrixd(const GLdouble*) {
+    record("glMultMatrixd");
+}
+void glLightModeli(GLenum name, GLint value) {
+    record("glLightModeli", name, value);
+}
+void glLightModelfv(GLenum name, const GLfloat* v) {
+    record("glLightModelfv", name, v[0], v[1], v[2], v[3]);
+}
+void glLightfv(GLenum light, GLenum name, const GLfloat* v) {
+    if (name == GL_SPOT_DIRECTION) {
+        record("glLightfv", light, name, v[0], v[1], v[2]);
+    } else {
+        record("glLightfv", light, name, v[0], v[1], v[2], v[3]);
+    }
+}
+void glLightf(GLenum light, GLenum name, GLfloat value) {
+    record("glLightf", light, name, value);
+}
+GLint gl2psEnable(GLint mode) {
+    record("gl2psEnable", mode);
+    return 0;
+}
+GLint gl2psBlendFunc(GLenum s, GLenum d) {
+    record("gl2psBlendFunc", s, d);
+    return 0;
+}
+}
+
+namespace {
+
+template <class... Arguments> std::string call(const char* name, Arguments... arguments) {
+    std::ostringstream text;
+    text << name;
+    ((text << ' ' << +arguments), ...);
+    return text.str();
+}
+
+TEST_F(KivShadowsCalls, PreShadowParametersInOrder) {
+    shadows.preShadowParameters();
+    const std::vector<std::string> expected = {call("glDisable", GL_TEXTURE_1D),
+                                               call("glEnable", GL_DEPTH_TEST),
+                                               call("glDepthFunc", GL_LESS),
+                                               call("glEnable", GL_STENCIL_TEST),
+                                               call("glClearStencil", 100),
+                                               call("glClear", GL_STENCIL_BUFFER_BIT),
+                                               call("glStencilFunc", GL_ALWAYS, 100, 0xFFFFFFFFU),
+                                               call("glDepthMask", 0),
+                                               call("glColorMask", 0, 0, 0, 0),
+                                               call("glEnable", GL_CULL_FACE)};
+    EXPECT_EQ(calls, expected);
+}
+
+TEST_F(KivShadowsCalls, PostShadowParametersInOrder) {
+    std::vector<std::string> expected = {call("glDisable", GL_CULL_FACE),
+                                         call("glColorMask", 1, 1, 1, 1),
+                                         call("glDepthMask", 0),
+                                         call("glDepthFunc", GL_LEQUAL),
+                                         call("glStencilFunc", GL_NOTEQUAL, 103, 0xFFFFFFFFU),
+                                         call("glStencilOp", GL_KEEP, GL_KEEP, GL_KEEP),
+                                         call("glBlendFunc", GL_ONE, GL_ONE),
+                                         call("glEnable", GL_BLEND),
+                                         call("glEnable", GL_POLYGON_OFFSET_FILL),
+                                         call("glPolygonOffset", 2.0F, 4.0F)};
+    shadows.postShadowParameters(2.5F, 5.0F, GL_NOTEQUAL, 3, false);
+    EXPECT_EQ(calls, expected);
+    calls.clear();
+    shadows.postShadowParameters(2.5F, 5.0F, GL_NOTEQUAL, 3, true);
+    expected.insert(expected.end(), {call("gl2psEnable", GL2PS_BLEND), call("gl2psBlendFunc", GL_ONE, GL_ONE),
+                                     call("gl2psEnable", GL2PS_POLYGON_OFFSET_FILL)});
+    EXPECT_EQ(calls, expected);
+}
+
+TEST_F(KivShadowsCalls, SingleTriangleHasThreeSidesOnceAndTwoCaps) {
+    const KivMesh mesh = triangle();
+    const KivLight light = lightAt(KivLight::pointLight, Kiv3DPoint(0, 0, 5));
+    shadows.drawShadowVolume(&mesh, &light, false);
+    // The state around the two passes.
+    ASSERT_GT(calls.size(), 2U);
+    EXPECT_EQ(calls[0], call("glFrontFace", GL_CCW));
+    EXPECT_EQ(calls[1], call("glStencilOp", GL_KEEP, GL_INCR, GL_KEEP));
+    EXPECT_EQ(calls.back(), call("glFrontFace", GL_CCW));
+    EXPECT_EQ(std::count(calls.begin(), calls.end(), call("glStencilOp", GL_KEEP, GL_DECR, GL_KEEP)), 1);
+    EXPECT_EQ(std::count(calls.begin(), calls.end(), call("glFrontFace", GL_CW)), 1);
+
+    const std::vector<Vertex> sides = primitive(GL_QUADS, 0);
+    EXPECT_EQ(sides.size(), 12U);
+    EXPECT_EQ(primitive(GL_QUADS, 1), sides); // the volume goes out twice
+    for (std::size_t i = 0; i + 3 < sides.size(); i += 4) {
+        // Two points of the mesh, then the same two moved away from the light to infinity, in reverse.
+        EXPECT_EQ(sides[i].w, 1);
+        EXPECT_EQ(sides[i + 1].w, 1);
+        EXPECT_EQ(sides[i + 2], (Vertex{sides[i + 1].x, sides[i + 1].y, sides[i + 1].z - 5, 0}));
+        EXPECT_EQ(sides[i + 3], (Vertex{sides[i].x, sides[i].y, sides[i].z - 5, 0}));
+    }
+    // Lit from above: the cap at the mesh is wound in reverse, the one at infinity as the triangle is. Welding sorts
+    // the vertices, so the corners are compared as a set and by their turning sense.
+    const std::vector<Vertex> caps = primitive(GL_TRIANGLES, 0);
+    ASSERT_EQ(caps.size(), 6U);
+    const auto turn = [](const Vertex& a, const Vertex& b, const Vertex& c) {
+        return (b.x - a.x) * (c.y - a.y) - (b.y - a.y) * (c.x - a.x);
+    };
+    EXPECT_LT(turn(caps[0], caps[1], caps[2]), 0);
+    EXPECT_GT(turn(caps[3], caps[4], caps[5]), 0);
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_EQ(caps[i].w, 1);
+        EXPECT_EQ(caps[i + 3].w, 0);
+    }
+}
+
+TEST_F(KivShadowsCalls, SingleTriangleFromBehindHasThreeSidesAsWell) {
+    const KivMesh mesh = triangle();
+    const KivLight light = lightAt(KivLight::pointLight, Kiv3DPoint(0, 0, -5));
+    shadows.drawShadowVolume(&mesh, &light, false);
+    EXPECT_EQ(primitive(GL_QUADS, 0).size(), 12U);
+}
+
+TEST_F(KivShadowsCalls, ClosedMeshHasAClosedLoopOfSidesTwice) {
+    const KivMesh mesh = box();
+    const KivLight light = lightAt(KivLight::pointLight, Kiv3DPoint(0.3, 0.2, 9)); // sees the top face alone
+    shadows.drawShadowVolume(&mesh, &light, false);
+    const std::vector<Vertex> sides = primitive(GL_QUADS, 0);
+    ASSERT_EQ(sides.size(), 4U * 4U * 2U);
+    int starts[4] = {};
+    int ends[4] = {};
+    for (std::size_t i = 0; i < sides.size(); i += 8) {
+        for (std::size_t k = 0; k < 4; ++k) {
+            EXPECT_EQ(sides[i + k], sides[i + 4 + k]); // each quad a second time
+        }
+        EXPECT_EQ(sides[i].z, 1);
+        const auto corner = [](const Vertex& v) { return (v.x > 0 ? 1 : 0) + (v.y > 0 ? 2 : 0); };
+        ++starts[corner(sides[i])];
+        ++ends[corner(sides[i + 1])];
+    }
+    for (int i = 0; i < 4; ++i) {
+        EXPECT_EQ(starts[i], 1);
+        EXPECT_EQ(ends[i], 1);
+    }
+    EXPECT_EQ(primitive(GL_TRIANGLES, 0).size(), 12U * 6U);
+}
+
+TEST_F(KivShadowsCalls, WhollyLitOpenMeshIsExtrudedAtItsBorder) {
+    KivMesh mesh; // a square of two triangles
+    for (int i = 0; i < 4; ++i) {
+        mesh.addVertex(Kiv3DPoint(i == 1 || i == 2 ? 1 : 0, i >= 2 ? 1 : 0, 0));
+    }
+    mesh.addQuad(0, 1, 2, 3);
+    const KivLight light = lightAt(KivLight::directionalLight, Kiv3DPoint(0, 0, 100));
+    shadows.drawShadowVolume(&mesh, &light, false);
+    EXPECT_EQ(primitive(GL_QUADS, 0).size(), 4U * 4U); // four borders, once each, and nothing for the diagonal
+}
+
+TEST_F(KivShadowsCalls, DirectionalLightExtrudesFromItsLocation) {
+    const KivMesh mesh = triangle();
+    const KivLight light = lightAt(KivLight::directionalLight, Kiv3DPoint(0, 0, 0), Kiv3DVector(1, 2, -3));
+    shadows.drawShadowVolume(&mesh, &light, false);
+    for (const Vertex& v : primitive(GL_QUADS, 0)) {
+        EXPECT_EQ(v.z, 0); // radially from the origin, in the triangle's own plane, not along the direction
+    }
+}
+
+TEST_F(KivShadowsCalls, LightOfNoKnownStyleLightsNothingYetBordersAreExtruded) {
+    const KivLight light = lightAt(static_cast<KivLight::lightStyle>(0), Kiv3DPoint(0, 0, 5));
+    const KivMesh closed = box();
+    for (int t = 0; t < 12; ++t) {
+        EXPECT_FALSE(shadows.isTriangleLightened(t, &light, &closed));
+    }
+    shadows.drawShadowVolume(&closed, &light, false);
+    EXPECT_TRUE(primitive(GL_QUADS, 0).empty());
+    calls.clear();
+    const KivMesh open = triangle();
+    shadows.drawShadowVolume(&open, &light, false);
+    EXPECT_EQ(primitive(GL_QUADS, 0).size(), 12U);
+}
+
+TEST_F(KivShadowsCalls, DegenerateTriangleIsNotLit) {
+    KivMesh mesh;
+    for (int i = 0; i < 3; ++i) {
+        mesh.addVertex(Kiv3DPoint(i, 0, 0));
+    }
+    mesh.addTriangle(0, 1, 2);
+    const KivLight light = lightAt(KivLight::pointLight, Kiv3DPoint(0, 0, 5));
+    EXPECT_FALSE(shadows.isTriangleLightened(0, &light, &mesh));
+}
+
+TEST_F(KivShadowsCalls, GrazingLightCountsAsLit) {
+    const KivMesh mesh = triangle();
+    const KivLight light = lightAt(KivLight::directionalLight, Kiv3DPoint(), Kiv3DVector(1, 0, 0));
+    EXPECT_TRUE(shadows.isTriangleLightened(0, &light, &mesh));
+}
+
+TEST_F(KivShadowsCalls, CappedIsHonouredByTheStoredFormAlone) {
+    KivMesh mesh = triangle();
+    const KivLight light = lightAt(KivLight::pointLight, Kiv3DPoint(0, 0, 5));
+    std::vector<KivEdgesExtraction::edgeInfo> edges;
+    shadows.createSilhouette(&mesh, &light, edges);
+    shadows.castShadowVolume(edges, false, &mesh, &light);
+    EXPECT_EQ(primitive(GL_TRIANGLES, 0).size(), 6U);
+    shadows.saveShadowVolume(edges, false, &mesh, &light);
+    EXPECT_EQ(KivTestAccess::sides(shadows).size(), 12U);
+    EXPECT_TRUE(KivTestAccess::frontCaps(shadows).empty());
+    EXPECT_TRUE(KivTestAccess::backCaps(shadows).empty());
+}
+
+TEST_F(KivShadowsCalls, StoredFormTakesTheLocationInSinglePrecisionAndMovesTheCaps) {
+    KivMesh mesh = triangle();
+    const double fine = 0.1; // no single-precision number
+    const KivLight light = lightAt(KivLight::pointLight, Kiv3DPoint(fine, 0, 5));
+    std::vector<KivEdgesExtraction::edgeInfo> edges;
+    shadows.createSilhouette(&mesh, &light, edges);
+    shadows.saveShadowVolume(edges, true, &mesh, &light);
+    const auto& front = KivTestAccess::frontCaps(shadows);
+    const auto& back = KivTestAccess::backCaps(shadows);
+    ASSERT_EQ(front.size(), 3U);
+    ASSERT_EQ(back.size(), 3U);
+    EXPECT_TRUE(front[0] == Kiv3DPoint(0, 1, -0.0001));
+    EXPECT_TRUE(front[2] == Kiv3DPoint(0, 0, -0.0001));
+    EXPECT_EQ(back[0].x, 0 - static_cast<double>(static_cast<float>(fine)));
+    EXPECT_EQ(back[1].x, 1 - static_cast<double>(static_cast<float>(fine)));
+}
+
+TEST_F(KivShadowsCalls, StoredVolumeGoesOutTwiceAndIsForgotten) {
+    const KivMesh mesh = box();
+    const KivLight light = lightAt(KivLight::pointLight, Kiv3DPoint(0.3, 0.2, 9));
+    shadows.drawShadowVolume(&mesh, &light, true);
+    const std::vector<Vertex> sides = primitive(GL_QUADS, 0);
+    EXPECT_EQ(sides.size(), 4U * 4U); // no doubling in this form
+    EXPECT_EQ(primitive(GL_QUADS, 1), sides);
+    EXPECT_EQ(primitive(GL_TRIANGLES, 0).size(), 2U * 6U); // the two lit triangles, at the mesh and at infinity
+    EXPECT_TRUE(KivTestAccess::sides(shadows).empty());
+    EXPECT_TRUE(KivTestAccess::frontCaps(shadows).empty());
+    EXPECT_TRUE(KivTestAccess::backCaps(shadows).empty());
+}
+
+TEST_F(KivShadowsCalls, KeptVolumesDrawTheSame) {
+    const KivMesh mesh = box();
+    const KivLight first = lightAt(KivLight::pointLight, Kiv3DPoint(0.3, 0.2, 9));
+    const KivLight second = lightAt(KivLight::pointLight, Kiv3DPoint(-7, 4, 3));
+    const auto drawBoth = [&] {
+        calls.clear();
+        for (const KivLight* light : {&first, &second, &first}) {
+            shadows.drawShadowVolume(&mesh, light, false);
+        }
+        return calls;
+    };
+    const auto plain = drawBoth();
+    shadows.beginVolumes(1 << 20);
+    EXPECT_EQ(drawBoth(), plain);
+    shadows.beginVolumes(10); // no room for anything
+    EXPECT_EQ(drawBoth(), plain);
+    shadows.endVolumes();
+    EXPECT_EQ(drawBoth(), plain);
+}
+
+TEST_F(KivShadowsCalls, InfiniteFrustumPerspective) {
+    KivCamera camera;
+    camera.setFrustumLeft(-2);
+    camera.setFrustumRight(4);
+    camera.setFrustumBottom(-1);
+    camera.setFrustumTop(3);
+    camera.setFrustumNear(5);
+    camera.setFrustumFar(7);
+    double m[16];
+    KivTestAccess::infiniteFrustum(shadows, camera, m);
+    const double k = 0.9999999701976776;
+    const double expected[16] = {10.0 / 6, 0, 0, 0, 0, 2.5, 0, 0, 2.0 / 6, 0.5, -k, -1, 0, 0, 5 * (k - 2), 0};
+    for (int i = 0; i < 16; ++i) {
+        EXPECT_DOUBLE_EQ(m[i], expected[i]) << i;
+    }
+    camera.setProjection(KivCamera::orthographic);
+    KivTestAccess::infiniteFrustum(shadows, camera, m);
+    const double e = 2.9802322387695312e-08;
+    const double parallel[16] = {2.0 / 6, 0, 0, 0, 0, 0.5, 0, 0, 0, 0, -e, 0, -2.0 / 6, -0.5, e - 1, 1};
+    for (int i = 0; i < 16; ++i) {
+        EXPECT_DOUBLE_EQ(m[i], parallel[i]) << i;
+    }
+}
+
+TEST_F(KivShadowsCalls, EmptySceneLeavesTheBoxAtInfinity) {
+    KivScene scene;
+    KivCamera camera;
+    camera.setFrustumLeft(-1);
+    camera.setFrustumRight(1);
+    camera.setFrustumBottom(-1);
+    camera.setFrustumTop(1);
+    camera.setFrustumNear(1);
+    shadows.setInfinitePerspective(camera, &scene);
+    const KivBox& box = KivTestAccess::sceneBox(shadows);
+    EXPECT_EQ(box.getXMin(), std::numeric_limits<double>::infinity());
+    EXPECT_EQ(box.getZMax(), -std::numeric_limits<double>::infinity());
+    const std::vector<std::string> expected = {call("glMatrixMode", GL_PROJECTION), "glLoadIdentity", "glMultMatrixd"};
+    EXPECT_EQ(calls, expected);
+}
+
+TEST_F(KivShadowsCalls, OnlyAmbientLight) {
+    KivScene scene;
+    KivLight light;
+    scene.addLight(light);
+    scene.addLight(light);
+    KivCommonSettings settings;
+    settings.setAmbientLight(0x0000FF | 0x330000); // full red, a fifth of blue
+    shadows.setOnlyAmbientLight(&settings, &scene);
+    const std::vector<std::string> expected = {call("glLightModeli", GL_LIGHT_MODEL_LOCAL_VIEWER, 1),
+                                               call("glLightModeli", GL_LIGHT_MODEL_TWO_SIDE, 0),
+                                               call("glLightModelfv", GL_LIGHT_MODEL_AMBIENT, 1.0F, 0.0F, 0.2F, 1.0F),
+                                               call("glDisable", GL_LIGHT0), call("glDisable", GL_LIGHT1)};
+    EXPECT_EQ(calls, expected);
+}
+
+TEST_F(KivShadowsCalls, OnlyOneLight) {
+    KivScene scene;
+    KivLight spot = lightAt(KivLight::spotLight, Kiv3DPoint(1, 2, 3), Kiv3DVector(0, 0, -1));
+    spot.setDiffuse(0xFFFFFF);
+    spot.setSpotAngle(30);
+    spot.setSpotexponent(4);
+    spot.setAttenuation(Kiv3DVector(1, 0.5, 0.25));
+    KivLight sun = lightAt(KivLight::directionalLight, Kiv3DPoint(), Kiv3DVector(1, 2, -3));
+    scene.addLight(spot);
+    scene.addLight(sun);
+    KivCommonSettings settings;
+    shadows.setOnlyOtherLight(&settings, &scene, 0);
+    const std::vector<std::string> forSpot = {call("glLightModelfv", GL_LIGHT_MODEL_AMBIENT, 0.0F, 0.0F, 0.0F, 1.0F),
+                                              call("glEnable", GL_LIGHT0),
+                                              call("glLightfv", GL_LIGHT0, GL_DIFFUSE, 1.0F, 1.0F, 1.0F, 1.0F),
+                                              call("glLightfv", GL_LIGHT0, GL_SPECULAR, 0.0F, 0.0F, 0.0F, 1.0F),
+                                              call("glLightfv", GL_LIGHT0, GL_POSITION, 1.0F, 2.0F, 3.0F, 1.0F),
+                                              call("glLightfv", GL_LIGHT0, GL_SPOT_DIRECTION, 0.0F, 0.0F, -1.0F),
+                                              call("glLightf", GL_LIGHT0, GL_SPOT_EXPONENT, 4.0F),
+                                              call("glLightf", GL_LIGHT0, GL_SPOT_CUTOFF, 30.0F),
+                                              call("glLightf", GL_LIGHT0, GL_CONSTANT_ATTENUATION, 1.0F),
+                                              call("glLightf", GL_LIGHT0, GL_LINEAR_ATTENUATION, 0.5F),
+                                              call("glLightf", GL_LIGHT0, GL_QUADRATIC_ATTENUATION, 0.25F)};
+    EXPECT_EQ(calls, forSpot);
+    calls.clear();
+    shadows.setOnlyOtherLight(&settings, &scene, 1);
+    EXPECT_EQ(calls.back(), call("glLightfv", GL_LIGHT1, GL_POSITION, -1.0F, -2.0F, 3.0F, 0.0F));
+    calls.clear();
+    settings.setVectorial(true);
+    shadows.setOnlyOtherLight(&settings, &scene, 0);
+    EXPECT_TRUE(calls.empty());
+}
+
+} // namespace

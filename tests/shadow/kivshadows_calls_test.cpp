@@ -191,11 +191,12 @@ void glLightfv(GLenum light, GLenum name, const GLfloat* v) {
 void glLightf(GLenum light, GLenum name, GLfloat value) {
     record("glLightf", light, name, value);
 }
-GLint gl2psEnable(GLint mode) {
+// Unlike those of OpenGL these are not declared for other modules to see.
+__attribute__((visibility("default"))) GLint gl2psEnable(GLint mode) {
     record("gl2psEnable", mode);
     return 0;
 }
-GLint gl2psBlendFunc(GLenum s, GLenum d) {
+__attribute__((visibility("default"))) GLint gl2psBlendFunc(GLenum s, GLenum d) {
     record("gl2psBlendFunc", s, d);
     return 0;
 }

@@ -70,16 +70,19 @@ private:
     // What the passes of one render share; kivrenderer.cpp.
     struct Frame;
 
-    // --- the render driver: kivrenderer.cpp
-    bool renderFrame(Frame& frame, KivDataManager* data, KivBitmapManager* surface, bool hasData);
+    // --- the render driver: kivrenderer.cpp. Each answers false when the render is over before its end.
+    bool renderFrame(Frame& frame, KivDataManager* data);
+    bool finishFrame(Frame& frame);
+    // False if there are no stored settings; the default shader then draws.
     bool selectShaders(Frame& frame, KivDataManager* data);
+    KivNonCombinableShader* useDefaultShader();
+    static void orderTriangles(Frame& frame);
     bool loadRenderData(Frame& frame, KivDataManager* data);
     bool renderPasses(Frame& frame);
     bool renderPlain(Frame& frame);
+    bool renderWithTransparency(Frame& frame);
     bool renderWithShadows(Frame& frame);
-    bool renderNamedCombinables(Frame& frame, bool testBefore);
-    void orderTriangles(Frame& frame);
-    KivNonCombinableShader* useDefaultShader();
+    bool renderWithBoth(Frame& frame);
 
     // --- one frame and the calls of shaders: kivrenderer_frame.cpp
     void startRendering(const KivCommonSettings& settings, const KivCamera& camera, const KivScene* scene,

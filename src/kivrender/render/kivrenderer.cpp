@@ -1,0 +1,330 @@
+#include "kivrender/render/kivrenderer.h"
+
+#include "kivrender/host/kivhostapplicationservices.h"
+#include "kivrender/host/kivlanguage.h"
+#include "kivrender/platform/kivtext.h"
+#include "kivrender/render/kivbitmapmanager.h"
+#include "kivrender/scene/kivcamera.h"
+#include "kivrender/scene/kivprogress.h"
+#include "kivrender/scene/kivscene.h"
+#include "kivrender/settings/kivcommonsettings.h"
+#include "kivrender/settings/kivdatamanager.h"
+#include "kivrender/shader/kivcombinableshader.h"
+#include "kivrender/shader/kivnoncombinableshader.h"
+#include "kivrender/shadow/kivshadows.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <cwchar>
+#include <limits>
+
+namespace {
+
+// For every render the same; the units come from the settings.
+constexpr float polygonOffsetFactor = 2.5F;
+
+constexpr unsigned int textOrderingTriangles = 28;
+constexpr unsigned int textDefaultShader = 54;
+
+bool isCancelled(KivProgress* progress) {
+    return progress != nullptr && progress->isCancelled();
+}
+
+// What follows a header of the stream, which is passed over by its length without looking at it. A line shorter than
+// its header has nothing behind it.
+wchar_t* behindHeader(wchar_t* line, const wchar_t* header) {
+    return line + std::min(std::wcslen(line), std::wcslen(header));
+}
+
+KivShader* findShader(const wchar_t* text) {
+    KivShader* const shader = KivShader::getByTag(text);
+    return shader != nullptr ? shader : KivShader::getByName(text);
+}
+
+// A combinable shader is no base look, whatever a stream says: its table of operations is another one.
+KivNonCombinableShader* asNonCombinable(KivShader* shader) {
+    return shader != nullptr && !shader->isCombinable() ? static_cast<KivNonCombinableShader*>(shader) : nullptr;
+}
+
+// A side of the picture at an antialias level. The result is brought into the range of a side, where the surface
+// refuses what is too large.
+std::int32_t scaledSide(std::int32_t side, int level) {
+    const std::int64_t factor = std::int64_t{1} << std::clamp(level, 0, 30);
+    return static_cast<std::int32_t>(std::clamp<std::int64_t>(side * factor, std::numeric_limits<std::int32_t>::min(),
+                                                              std::numeric_limits<std::int32_t>::max()));
+}
+
+bool hasBitmap(KivBitmapManager& surface) {
+    surface.lock();
+    const bool has = surface.getHBitmap() != nullptr;
+    surface.unlock();
+    return has;
+}
+
+} // namespace
+
+// What the stages of one render share.
+struct KivRenderer::Frame {
+    Frame(KivScene* sceneToDraw, const KivCamera& view, KivBitmapManager* target)
+        : scene(sceneToDraw), camera(view), surface(target) {}
+
+    KivScene* scene;
+    const KivCamera& camera;
+    KivBitmapManager* surface;
+    KivProgress* progress = nullptr;
+    KivCommonSettings settings;
+    tagSIZE finalSize{};
+    tagSIZE size{}; // of the render itself
+    KivNonCombinableShader* nonCombinable = nullptr;
+    KivCombinableShader* combinables[kivMaxShaders] = {};
+    int combinableCount = 0;
+};
+
+KivRenderer::~KivRenderer() {
+    onUnLoad(); // the channel in force must not outlive its owner
+}
+
+bool KivRenderer::onLoad() {
+    wchar_t folder[kivMaxPath] = {};
+    if (KivHostApplicationServices* const host = KivHostApplicationServices::getDefaultHost()) {
+        host->getMorvaneFolder(folder);
+    }
+    basePathText = folder;
+    if (KivShaderCommunication::getDefaultCommunication() == nullptr) {
+        KivShaderCommunication::setDefaultCommunication(&communication);
+    }
+    return true;
+}
+
+void KivRenderer::onUnLoad() {
+    if (KivShaderCommunication::getDefaultCommunication() == &communication) {
+        KivShaderCommunication::setDefaultCommunication(nullptr);
+    }
+}
+
+const wchar_t* KivRenderer::basePath() const {
+    return basePathText.c_str();
+}
+
+bool KivRenderer::loadShaders() {
+    wchar_t folder[kivMaxPath] = {};
+    if (KivHostApplicationServices* const host = KivHostApplicationServices::getDefaultHost()) {
+        host->getMorvaneFolder(folder);
+    }
+    basePathText = folder;
+    return KivShader::loadShaders((basePathText + L"/shaders").c_str()) != 0;
+}
+
+void KivRenderer::unloadShaders() {
+    KivShader::unLoadAll();
+}
+
+bool KivRenderer::render(KivCommonDataManager* commonData, KivDataManager* data, KivScene* scene,
+                         const KivCamera& camera, KivBitmapManager* surface, tagSIZE* size) {
+    if (scene == nullptr || surface == nullptr) {
+        return false;
+    }
+    Frame frame(scene, camera, surface);
+    frame.progress = kivCurrentProgress();
+    onLoad();
+    if (commonData != nullptr) {
+        frame.settings.loadDataFromHost(commonData);
+    }
+    frame.finalSize = size != nullptr ? *size : frame.settings.getResolution();
+    // No guard object: what a shader throws leaves the channel in force, as hosts that catch it know.
+    const bool done = renderFrame(frame, data);
+    onUnLoad();
+    return done;
+}
+
+bool KivRenderer::renderFrame(Frame& frame, KivDataManager* data) {
+    const KivCommonSettings& settings = frame.settings;
+    frame.size = frame.finalSize;
+    if (!settings.doVectorial()) {
+        frame.size = {scaledSide(frame.finalSize.cx, settings.getAntialias()),
+                      scaledSide(frame.finalSize.cy, settings.getAntialias())};
+    } else if (!settings.doShadows() && !settings.doTransparencies()) {
+        optimizeScene(frame.scene, frame.camera);
+    }
+    communication.setPolygonOffset(polygonOffsetFactor, static_cast<float>(settings.getPolygonOffset()));
+
+    const bool hasData = selectShaders(frame, data);
+    if (frame.progress != nullptr) {
+        calculateProgress(frame.progress, frame.scene, settings, frame.nonCombinable != nullptr,
+                          frame.combinableCount != 0);
+    }
+    if (settings.doTransparencies()) {
+        orderTriangles(frame);
+    }
+    if (isCancelled(frame.progress)) {
+        return false;
+    }
+
+    startRendering(settings, frame.camera, frame.scene, frame.surface, frame.size, frame.nonCombinable, frame.progress);
+    if (!hasBitmap(*frame.surface)) {
+        return false;
+    }
+    if (hasData && !loadRenderData(frame, data)) {
+        return false;
+    }
+    fillDepthForLines(frame.scene, settings, communication);
+    if (!renderPasses(frame)) {
+        return false;
+    }
+    frame.scene->empty(); // a scene is drawn once; its memory is of more use to what comes now
+    return finishFrame(frame);
+}
+
+// From the finished passes to the finished files. Depth first, while the context lives.
+bool KivRenderer::finishFrame(Frame& frame) {
+    if (isCancelled(frame.progress)) {
+        return false;
+    }
+    saveDepthBuffer(frame.size, frame.progress, frame.settings);
+    endRendering(frame.surface, frame.settings, frame.progress);
+    if (isCancelled(frame.progress)) {
+        return false;
+    }
+    if (!isCancelled(frame.progress)) {
+        if (frame.progress != nullptr) {
+            frame.progress->beginStep();
+        }
+        makeAntialias(frame.surface, frame.progress, &frame.settings, frame.finalSize);
+        if (frame.progress != nullptr) {
+            frame.progress->advance(1, false);
+            frame.progress->endStep();
+        }
+    }
+    if (!isCancelled(frame.progress)) {
+        saveFinalRender(frame.surface, frame.settings);
+    }
+    return !isCancelled(frame.progress);
+}
+
+void KivRenderer::orderTriangles(Frame& frame) {
+    if (frame.progress != nullptr) {
+        frame.progress->setText(kivText(textOrderingTriangles).c_str());
+        frame.progress->beginStep();
+    }
+    frame.scene->orderTrianglesTransparent(frame.camera);
+    if (frame.progress != nullptr) {
+        frame.progress->advance(1, false);
+        frame.progress->endStep();
+    }
+}
+
+bool KivRenderer::selectShaders(Frame& frame, KivDataManager* data) {
+    if (data == nullptr || !data->setLoading()) {
+        frame.nonCombinable = useDefaultShader();
+        return false;
+    }
+    wchar_t line[kivMaxPath] = {};
+    data->loadString(line); // the style's name: of no use here
+    data->loadString(line);
+    frame.nonCombinable = asNonCombinable(findShader(behindHeader(line, L"NonCombinableShader:")));
+    communication.setHasNonCombinable(frame.nonCombinable != nullptr);
+    data->loadString(line);
+    frame.combinableCount = getCombinableShadersFromString(frame.combinables, behindHeader(line, L"CombinableShader:"));
+    if (frame.nonCombinable == nullptr && frame.combinableCount == 0) {
+        frame.nonCombinable = useDefaultShader();
+    }
+    return true;
+}
+
+// The channel is told of a base look even if the default shader is not loaded: meshes then hide no lines.
+KivNonCombinableShader* KivRenderer::useDefaultShader() {
+    communication.setHasNonCombinable(true);
+    return asNonCombinable(KivShader::getByName(kivText(textDefaultShader).c_str()));
+}
+
+bool KivRenderer::loadRenderData(Frame& frame, KivDataManager* data) {
+    wchar_t line[kivMaxPath] = {};
+    data->loadString(line);
+    while (line[0] != L'\0' && std::wcscmp(line, L"End Morvane") != 0) {
+        if (isCancelled(frame.progress)) {
+            return false;
+        }
+        if (KivShader* const shader = findShader(line)) {
+            shader->loadRenderData(data, frame.settings);
+        }
+        data->loadString(line);
+    }
+    return true;
+}
+
+bool KivRenderer::renderPasses(Frame& frame) {
+    if (frame.settings.doShadows()) {
+        return frame.settings.doTransparencies() ? renderWithBoth(frame) : renderWithShadows(frame);
+    }
+    return frame.settings.doTransparencies() ? renderWithTransparency(frame) : renderPlain(frame);
+}
+
+bool KivRenderer::renderPlain(Frame& frame) {
+    KivProgress* const progress = frame.progress;
+    if (progress != nullptr) {
+        progress->beginStep();
+    }
+    renderShader(frame.nonCombinable, frame.settings, frame.camera, frame.scene, progress, frame.size, frame.surface,
+                 communication, true);
+    if (isCancelled(progress)) {
+        return false;
+    }
+    renderAllNonCombinableShadersForObjectRendering(frame.settings, frame.camera, frame.scene, progress, frame.size,
+                                                    frame.surface, communication);
+    if (isCancelled(progress)) {
+        return false;
+    }
+    if (progress != nullptr) {
+        progress->endStep();
+    }
+    for (int i = 0; i < frame.combinableCount; ++i) {
+        if (isCancelled(progress)) {
+            return false;
+        }
+        renderShader(frame.combinables[i], frame.settings, frame.camera, frame.scene, progress, frame.size,
+                     frame.surface, communication, true);
+        if (isCancelled(progress)) {
+            return false;
+        }
+    }
+    renderAllCombinableShadersForObjectRendering(frame.settings, frame.camera, frame.scene, progress, frame.size,
+                                                 frame.surface, communication);
+    return !isCancelled(progress);
+}
+
+bool KivRenderer::renderWithTransparency(Frame& frame) {
+    if (isCancelled(frame.progress)) {
+        return false;
+    }
+    renderAllShadersForTransparency(frame.nonCombinable, frame.settings, frame.camera, frame.scene, frame.surface,
+                                    frame.progress, frame.size, frame.combinableCount, frame.combinables,
+                                    communication);
+    return !isCancelled(frame.progress);
+}
+
+bool KivRenderer::renderWithShadows(Frame& frame) {
+    const KivShadows shadows;
+    renderAllMeshesForShadowsRendering(frame.nonCombinable, true, frame.settings, frame.camera, frame.scene,
+                                       frame.progress, frame.size, frame.surface, shadows, communication);
+    if (isCancelled(frame.progress)) {
+        return false;
+    }
+    for (int i = 0; i < frame.combinableCount; ++i) {
+        renderShader(frame.combinables[i], frame.settings, frame.camera, frame.scene, frame.progress, frame.size,
+                     frame.surface, communication, true);
+        if (isCancelled(frame.progress)) {
+            return false;
+        }
+    }
+    renderAllCombinableShadersForObjectRendering(frame.settings, frame.camera, frame.scene, frame.progress, frame.size,
+                                                 frame.surface, communication);
+    return !isCancelled(frame.progress);
+}
+
+bool KivRenderer::renderWithBoth(Frame& frame) {
+    KivShadows shadows;
+    renderShadowsAndTransparency(frame.nonCombinable, frame.combinables, frame.combinableCount, frame.settings,
+                                 frame.camera, frame.scene, frame.progress, frame.size, frame.surface, shadows,
+                                 communication);
+    return !isCancelled(frame.progress);
+}

@@ -1,0 +1,229 @@
+// One frame: the context and the state that all shaders inherit, the calls of the shaders, the end.
+#include "kivrender/host/kivhostapplicationservices.h"
+#include "kivrender/host/kivlanguage.h"
+#include "kivrender/platform/kivbitmap.h"
+#include "kivrender/platform/kivglcontext.h"
+#include "kivrender/render/kivbitmapmanager.h"
+#include "kivrender/render/kivrenderer.h"
+#include "kivrender/scene/kivcamera.h"
+#include "kivrender/scene/kivmesh.h"
+#include "kivrender/scene/kivprogress.h"
+#include "kivrender/scene/kivscene.h"
+#include "kivrender/settings/kivcommonsettings.h"
+#include "kivrender/shader/kivcombinableshader.h"
+#include "kivrender/shader/kivnoncombinableshader.h"
+#include "kivrender/vector/kivvectorprogress.h"
+
+#include <GL/gl.h>
+#include <GL/glu.h>
+
+#include <cstdint>
+#include <cwchar>
+
+namespace {
+
+constexpr unsigned int textNoVectorPage = 1003;
+
+bool isCancelled(KivProgress* progress) {
+    return progress != nullptr && progress->isCancelled();
+}
+
+// A surface may come with the picture of an earlier render, or with the context of a cancelled one. Both go, so that a
+// frame that can't be opened is seen by the missing picture.
+void clearSurface(KivBitmapManager& surface) {
+    surface.lock();
+    surface.deleteContext();
+    const HBITMAP former = surface.getHBitmap();
+    surface.setHBitmap(nullptr);
+    kivDeleteBitmap(former);
+    surface.unlock();
+}
+
+bool openContext(KivBitmapManager& surface, tagSIZE size) {
+    wchar_t folder[kivMaxPath] = {};
+    if (KivHostApplicationServices* const host = KivHostApplicationServices::getDefaultHost()) {
+        host->getVirtualMemoryFolder(folder);
+    }
+    if (wglCreateDefaultBitmapDC(&surface, &size, 32, 0, 32, 8, PFD_GENERIC_FORMAT, folder, true) == 0) {
+        return false;
+    }
+    surface.lock();
+    const HDC dc = surface.getHDC();
+    const HGLRC context = kivCreateGlContext(dc);
+    surface.setHGLRC(context);
+    const bool current = context != nullptr && kivMakeGlCurrent(dc, context);
+    surface.unlock();
+    return current;
+}
+
+void setSmoothing(bool smooth) {
+    const GLenum mode = smooth ? GL_NICEST : GL_FASTEST;
+    glHint(GL_PERSPECTIVE_CORRECTION_HINT, GL_NICEST);
+    glHint(GL_LINE_SMOOTH_HINT, mode);
+    glHint(GL_POINT_SMOOTH_HINT, mode);
+    glHint(GL_POLYGON_SMOOTH_HINT, mode);
+    if (smooth) {
+        glEnable(GL_LINE_SMOOTH);
+        glEnable(GL_POINT_SMOOTH);
+    }
+}
+
+void clearColor(std::uint32_t color) {
+    glClearColor(static_cast<float>(color & 0xFFU) / 255.0F, static_cast<float>(color >> 8U & 0xFFU) / 255.0F,
+                 static_cast<float>(color >> 16U & 0xFFU) / 255.0F, 0.0F);
+    glClearDepth(1.0);
+    glClear(GL_COLOR_BUFFER_BIT);
+}
+
+} // namespace
+
+void KivRenderer::startRendering(const KivCommonSettings& settings, const KivCamera& camera, const KivScene* scene,
+                                 KivBitmapManager* surface, tagSIZE size, KivNonCombinableShader* shader,
+                                 KivProgress* progress) {
+    clearSurface(*surface);
+    if (!openContext(*surface, size)) {
+        return;
+    }
+    setSmoothing(settings.getAntialias() != 0);
+    clearColor(settings.getBackgroundColor());
+    if (settings.getVectorialFormat() != 0) {
+        // By the name of the vector file alone, so a raster render with such a name in its settings gets it too.
+        glDepthRange(0.1, 1.0);
+    }
+    glEnable(GL_DEPTH_TEST);
+    glDepthFunc(GL_LEQUAL);
+    glPolygonMode(GL_FRONT_AND_BACK, GL_FILL);
+    glViewport(0, 0, size.cx, size.cy);
+    drawBackgroundImage(settings, size, progress);
+    glClear(GL_DEPTH_BUFFER_BIT);
+    glMatrixMode(GL_PROJECTION);
+    glLoadIdentity();
+    setCamera(camera, false);
+    if (shader != nullptr) {
+        // The scene is the caller's own and was const only on its way here.
+        shader->prepareObjectRendering(settings, const_cast<KivScene*>(scene));
+    }
+    if (settings.doVectorial()) {
+        // Vector pages are yet to come: the frame is drawn without one, and nobody is left to wonder where the file is.
+        KivVectorProgress::doubledStep = false;
+        if (KivHostApplicationServices* const host = KivHostApplicationServices::getDefaultHost()) {
+            host->message(kivText(textNoVectorPage).c_str());
+        }
+    }
+}
+
+void KivRenderer::setCamera(const KivCamera& camera, bool /*flag*/) {
+    // A little more room at the far end than the host says, so that what lies on the plane is not cut.
+    const double farPlane = camera.getFrustumFar() * 1.1;
+    if (camera.getProjection() == KivCamera::orthographic) {
+        glOrtho(camera.getFrustumLeft(), camera.getFrustumRight(), camera.getFrustumBottom(), camera.getFrustumTop(),
+                camera.getFrustumNear(), farPlane);
+    } else if (camera.getProjection() == KivCamera::perspective) {
+        glFrustum(camera.getFrustumLeft(), camera.getFrustumRight(), camera.getFrustumBottom(), camera.getFrustumTop(),
+                  camera.getFrustumNear(), farPlane);
+    }
+    glMatrixMode(GL_MODELVIEW);
+    glLoadIdentity();
+    const Kiv3DPoint eye = camera.getLocation();
+    const Kiv3DVector direction = camera.getDirection();
+    const Kiv3DVector up = camera.getUp();
+    gluLookAt(eye.x, eye.y, eye.z, eye.x + direction.x, eye.y + direction.y, eye.z + direction.z, up.x, up.y, up.z);
+}
+
+void KivRenderer::renderShader(KivShader* shader, const KivCommonSettings& settings, const KivCamera& camera,
+                               KivScene* scene, KivProgress* /*progress*/, tagSIZE size, KivBitmapManager* surface,
+                               KivShaderCommunication& channel, bool named) {
+    if (shader != nullptr) {
+        shader->render(surface, settings, camera, scene, size, channel, named);
+    }
+}
+
+void KivRenderer::endRendering(KivBitmapManager* surface, const KivCommonSettings& settings, KivProgress* progress) {
+    drawPaperImage(settings, progress);
+    surface->deleteContext();
+}
+
+void KivRenderer::renderAllNonCombinableShadersForObjectRendering(const KivCommonSettings& settings,
+                                                                  const KivCamera& camera, KivScene* scene,
+                                                                  KivProgress* progress, tagSIZE size,
+                                                                  KivBitmapManager* surface,
+                                                                  KivShaderCommunication& channel) {
+    for (KivShader* shader = KivShader::getFirstShader(); shader != nullptr; shader = KivShader::getNextShader()) {
+        if (shader->isCombinable()) {
+            continue;
+        }
+        static_cast<KivNonCombinableShader*>(shader)->prepareObjectRendering(settings, scene);
+        renderShader(shader, settings, camera, scene, progress, size, surface, channel, false);
+        if (isCancelled(progress)) {
+            return;
+        }
+    }
+}
+
+void KivRenderer::renderAllCombinableShadersForObjectRendering(const KivCommonSettings& settings,
+                                                               const KivCamera& camera, KivScene* scene,
+                                                               KivProgress* progress, tagSIZE size,
+                                                               KivBitmapManager* surface,
+                                                               KivShaderCommunication& channel) {
+    for (KivShader* shader = KivShader::getFirstShader(); shader != nullptr; shader = KivShader::getNextShader()) {
+        if (!shader->isCombinable()) {
+            continue;
+        }
+        renderShader(shader, settings, camera, scene, progress, size, surface, channel, false);
+        if (isCancelled(progress)) {
+            return;
+        }
+    }
+}
+
+int KivRenderer::getCombinableShadersFromString(KivCombinableShader** const shaders, wchar_t* text) {
+    int count = 0;
+    wchar_t* rest = nullptr;
+    for (const wchar_t* token = std::wcstok(text, L";", &rest); token != nullptr && count < kivMaxShaders;
+         token = std::wcstok(nullptr, L";", &rest)) {
+        KivShader* shader = KivShader::getByTag(token);
+        if (shader == nullptr) {
+            shader = KivShader::getByName(token);
+        }
+        // A base look in the list counts as an unknown name: it is no shader of this kind.
+        shaders[count++] =
+            shader != nullptr && shader->isCombinable() ? static_cast<KivCombinableShader*>(shader) : nullptr;
+    }
+    return count;
+}
+
+bool KivRenderer::isInCombinableShadersToRender(KivCombinableShader* shader, KivCombinableShader** const shaders,
+                                                int count) {
+    for (int i = 0; i < count; ++i) {
+        if (shaders[i] == shader) {
+            return true;
+        }
+    }
+    return false;
+}
+
+// Walks by index and not by the table's cursor, which a caller may be using.
+int KivRenderer::getAllNonCombinableShaders(KivNonCombinableShader** shaders) {
+    int count = 0;
+    for (unsigned long i = 0; i < KivShader::shaders(); ++i) {
+        KivShader* const shader = KivShader::getByIndex(i);
+        if (shader != nullptr && !shader->isCombinable()) {
+            shaders[count++] = static_cast<KivNonCombinableShader*>(shader);
+        }
+    }
+    return count;
+}
+
+KivNonCombinableShader* KivRenderer::getNonCombinableShaderForThisMesh(const KivMesh* mesh, int count,
+                                                                       KivNonCombinableShader** shaders,
+                                                                       KivNonCombinableShader* defaultShader) const {
+    if (!mesh->hasObjectSettings()) {
+        return defaultShader;
+    }
+    for (int i = 0; i < count; ++i) {
+        if (mesh->rendersThisShader(shaders[i]->getTag())) {
+            return shaders[i];
+        }
+    }
+    return nullptr;
+}

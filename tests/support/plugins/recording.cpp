@@ -1,0 +1,117 @@
+// The recording test plug-in; see support/testshader.h.
+#include "kivrender/platform/kivmodule.h"
+#include "kivrender/platform/kivtext.h"
+#include "kivrender/scene/kivmesh.h"
+#include "kivrender/scene/kivscene.h"
+#include "kivrender/settings/kivdatamanager.h"
+#include "kivrender/shader/kivdrawing.h"
+#include "support/plainshader.h"
+#include "support/testshader.h"
+
+#include <dlfcn.h>
+#include <filesystem>
+#include <string>
+
+namespace {
+
+TestShaderRecord record;
+
+std::wstring ownTag() {
+    Dl_info info{};
+    if (dladdr(&record, &info) == 0) {
+        return L"unknown";
+    }
+    return kivFromUtf8(std::filesystem::path(info.dli_fname).stem().string());
+}
+
+std::wstring ownName() {
+    return ownTag() == L"cartoon" ? L"Cartoon" : L"Test " + ownTag();
+}
+
+// What base looks and combinable shaders have in common.
+template <class Plain> class Recording : public Plain {
+public:
+    Recording() : Plain(kivModuleOf(&record), ownTag(), ownName()) {
+        ++record.pluginsMade;
+    }
+
+    void render(KivBitmapManager* surface, const KivCommonSettings&, const KivCamera&, KivScene* scene, tagSIZE size,
+                KivShaderCommunication&, bool named) override {
+        note("render " + std::to_string(size.cx) + "x" + std::to_string(size.cy) + (named ? " named" : " sweep"));
+        if (record.onRender) {
+            record.onRender(*this, surface);
+        }
+        for (unsigned int i = 0; record.draws && i < scene->numMeshes(); ++i) {
+            const KivMesh* const mesh = scene->getMesh(i);
+            if (named ? !mesh->hasObjectSettings() : mesh->rendersThisShader(this->getTag())) {
+                draw(*mesh);
+            }
+        }
+    }
+    void loadRenderData(KivDataManager* manager, const KivCommonSettings&) override {
+        note("loadRenderData");
+        for (int i = 0; i < record.cellsToRead; ++i) {
+            record.cells.push_back(manager->loadInt());
+        }
+    }
+    unsigned int getProgressSteps(KivScene*, const KivCommonSettings&) override {
+        return 7;
+    }
+
+protected:
+    void note(const std::string& call) const {
+        if (record.calls != nullptr) {
+            record.calls->push_back(kivToUtf8(this->getTag()) + " " + call);
+        }
+    }
+
+private:
+    static void draw(const KivMesh& mesh) {
+        KivDrawing::enableLighting(false, false);
+        KivDrawing::setColor(static_cast<float>(record.color & 0xFFU) / 255.0F,
+                             static_cast<float>(record.color >> 8U & 0xFFU) / 255.0F,
+                             static_cast<float>(record.color >> 16U & 0xFFU) / 255.0F, 1.0F, false);
+        KivDrawing::beginDrawing(false, KivDrawing::triangles);
+        for (unsigned int i = 0; i < mesh.getNumTriangles(); ++i) {
+            Kiv3DPoint points[3];
+            mesh.getTriangle(points, i);
+            KivDrawing::drawTriangle(points, false);
+        }
+        KivDrawing::endDrawing(false);
+    }
+};
+
+class RecordingCombinable : public Recording<PlainCombinable> {
+public:
+    bool rendersMesh(const KivMesh*) override {
+        note("rendersMesh");
+        return record.rendersMeshes;
+    }
+};
+
+class RecordingBaseLook : public Recording<PlainBaseLook> {
+public:
+    void prepareObjectRendering(const KivCommonSettings&, KivScene*) override {
+        note("prepareObjectRendering");
+        if (record.onPrepare) {
+            record.onPrepare();
+        }
+    }
+};
+
+} // namespace
+
+KIV_PLUGIN_EXPORT TestShaderRecord* testShaderRecord() {
+    return &record;
+}
+
+KIV_PLUGIN_EXPORT KivShader* KivShaderCreate() {
+    if (ownTag().starts_with(L"add-")) {
+        return new RecordingCombinable;
+    }
+    return new RecordingBaseLook;
+}
+
+KIV_PLUGIN_EXPORT void KivShaderDelete(KivShader* shader) {
+    delete shader;
+}

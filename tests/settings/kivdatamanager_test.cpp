@@ -367,6 +367,24 @@ TEST(KivDataManager, ReportToNowhereIsSilent) {
     EXPECT_EQ(folder.count(), 0U);
 }
 
+// With no shader loaded; what each shader adds is the shaders' own.
+TEST(KivDataManager, DefaultStream) {
+    Recorder manager;
+    manager.setSaving();
+    manager.saveInt(1); // stays: the caller clears
+    manager.setLoading();
+    manager.setDefault();
+    EXPECT_EQ(manager.getMinorVersion(), 5);
+    EXPECT_EQ(manager.markedAt, (std::vector<int>{2, 3, 4, 5}));
+    ASSERT_TRUE(manager.setLoading());
+    EXPECT_EQ(manager.loadInt(), 1);
+    EXPECT_EQ(loadText(manager), L"Style:");
+    EXPECT_EQ(loadText(manager), L"NonCombinableShader:Cartoon");
+    EXPECT_EQ(loadText(manager), L"CombinableShader:");
+    EXPECT_EQ(loadText(manager), L"End Morvane");
+    EXPECT_EQ(manager.getNextType(), KivProperty::Void);
+}
+
 TEST(KivDataManager, OrderOfTheSlots) {
     EXPECT_EQ(vtableSlot(&KivDataManager::clearData), 1);
     EXPECT_EQ(vtableSlot(&KivDataManager::fromOtherDataManager), 2);

@@ -182,7 +182,10 @@ int KivHostApplicationServices::getFilename(HWND owner, wchar_t* name, unsigned 
     const wchar_t* parts[2 * filterRows + 1] = {};
     for (int i = 0; i < filterRows; ++i) {
         titles[i][0] = L'\0';
-        kivLoadString(rows[i].title, titles[i], kivMaxPath);
+        // An empty title would end the list: without a language module the pattern stands for it.
+        if (kivLoadString(rows[i].title, titles[i], kivMaxPath) == 0) {
+            kivCopyText(titles[i], kivMaxPath, rows[i].pattern);
+        }
         parts[2 * i] = titles[i];
         parts[2 * i + 1] = rows[i].pattern;
     }

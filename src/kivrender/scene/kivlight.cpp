@@ -3,6 +3,7 @@
 KivLight::KivLight() = default;
 
 // The shader settings belong to the one object that they were set on, so a copy starts without any.
+// NOLINTNEXTLINE(bugprone-copy-constructor-init)
 KivLight::KivLight(const KivLight& other)
     : Kiv3DObject(), attenuation(other.attenuation), direction(other.direction), hotSpot(other.hotSpot),
       intensity(other.intensity), length(other.length), location(other.location),

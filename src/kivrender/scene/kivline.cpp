@@ -7,6 +7,7 @@ KivLine::KivLine() = default;
 KivLine::KivLine(const Kiv3DPoint& from, const Kiv3DPoint& to) : start(from), end(to) {}
 
 // The shader settings belong to the one object that they were set on, so a copy starts without any.
+// NOLINTNEXTLINE(bugprone-copy-constructor-init)
 KivLine::KivLine(const KivLine& other) : Kiv3DObject(), start(other.start), end(other.end), hidden(other.hidden) {}
 
 KivLine::~KivLine() = default;

@@ -14,6 +14,8 @@ constexpr double weldTolerance = 0.0001;
 
 KivMesh::KivMesh() = default;
 
+// The shader settings belong to the one object that they were set on, so a copy starts without any.
+// NOLINTNEXTLINE(bugprone-copy-constructor-init)
 KivMesh::KivMesh(const KivMesh& source) : Kiv3DObject() {
     const unsigned int vertexCount = source.getNumVertexs();
     reserveVertexs(vertexCount);

@@ -146,22 +146,20 @@ bool KivOutline::overlapPoint(const Kiv3DPoint& a0, const Kiv3DPoint& a1, const 
         const double length = from.distanceTo(to);
         return length > point.distanceTo(from) && length > point.distanceTo(to);
     };
-    if (liesWithin(p0, q0, q1)) {
-        *hit = p0;
-    } else if (liesWithin(p1, q0, q1)) {
-        *hit = p1;
-    } else if (liesWithin(q0, p0, p1)) {
-        *hit = q0;
-    } else if (liesWithin(q1, p0, p1)) {
-        *hit = q1;
-    } else if (p0 == q0 || p0 == q1) {
-        *hit = p0;
-    } else if (p1 == q0 || p1 == q1) {
-        *hit = p1;
-    } else {
-        return false;
+    const auto isEnd = [](const Kiv3DPoint& point, const Kiv3DPoint& from, const Kiv3DPoint& to) {
+        return point == from || point == to;
+    };
+    // In this order: each end strictly within the other segment, then the common ends.
+    const std::pair<bool, Kiv3DPoint> candidates[] = {{liesWithin(p0, q0, q1), p0}, {liesWithin(p1, q0, q1), p1},
+                                                      {liesWithin(q0, p0, p1), q0}, {liesWithin(q1, p0, p1), q1},
+                                                      {isEnd(p0, q0, q1), p0},      {isEnd(p1, q0, q1), p1}};
+    for (const auto& [found, place] : candidates) {
+        if (found) {
+            *hit = place;
+            return true;
+        }
     }
-    return true;
+    return false;
 }
 
 Kiv3DPoint KivOutline::rayEnd(const Kiv3DPoint& point) const {

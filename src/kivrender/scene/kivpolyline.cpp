@@ -6,14 +6,15 @@ KivPolyline::KivPolyline() = default;
 
 // Neither normals nor shader settings go into a copy. The material is assigned, since copy construction of a material
 // changes its diffuse colour.
+// NOLINTNEXTLINE(bugprone-copy-constructor-init)
 KivPolyline::KivPolyline(const KivPolyline& other)
     : Kiv3DObject(), points(other.points), closed(other.closed), color(other.color) {
     material = other.material;
 }
 
 KivPolyline::KivPolyline(KivPolyline&& other) noexcept
-    : Kiv3DObject(std::move(other)), points(std::move(other.points)), normals(std::move(other.normals)),
-      closed(other.closed), color(other.color) {
+    : Kiv3DObject(static_cast<Kiv3DObject&&>(other)), points(std::move(other.points)),
+      normals(std::move(other.normals)), closed(other.closed), color(other.color) {
     material = other.material;
 }
 

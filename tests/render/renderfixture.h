@@ -32,6 +32,9 @@ struct KivTestAccess {
                                    const KivCommonSettings& settings) {
         renderer.addStepsToProgress(progress, list.data(), scene, settings);
     }
+    static void optimizeScene(KivRenderer& renderer, KivScene& scene, const KivCamera& camera) {
+        renderer.optimizeScene(&scene, camera);
+    }
     static int combinables(KivRenderer& renderer, KivCombinableShader** shaders, std::wstring text) {
         return renderer.getCombinableShadersFromString(shaders, text.data());
     }

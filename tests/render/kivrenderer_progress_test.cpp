@@ -1,16 +1,38 @@
 // The layout of the progress bar, and the growing picture.
 #include "kivrender/platform/kivglcontext.h"
 #include "render/renderfixture.h"
+#include "support/vtableslot.h"
 
 #include <GL/gl.h>
 #include <chrono>
 #include <gmock/gmock.h>
 #include <thread>
+#include <type_traits>
 
 namespace {
 
 using testing::ElementsAre;
 using testing::IsEmpty;
+
+TEST(KivProgressSlots, AreInOrder) {
+    EXPECT_EQ(vtableSlot(&KivProgress::addSteps), 1);
+    EXPECT_EQ(vtableSlot(&KivProgress::addDeferredStep), 2);
+    EXPECT_EQ(vtableSlot(&KivProgress::progressSlot3), 3);
+    EXPECT_EQ(vtableSlot(&KivProgress::beginStep), 4);
+    EXPECT_EQ(vtableSlot(&KivProgress::advance), 5);
+    EXPECT_EQ(vtableSlot(&KivProgress::setStepSize), 6);
+    EXPECT_EQ(vtableSlot(&KivProgress::endStep), 7);
+    EXPECT_EQ(vtableSlot(&KivProgress::progressSlot8), 8);
+    EXPECT_EQ(vtableSlot(&KivProgress::setText), 9);
+    EXPECT_EQ(vtableSlot(&KivProgress::isCancelled), 10);
+}
+
+TEST(KivRendererSlots, HoldTheDestructorAlone) {
+    EXPECT_EQ(vtableSlot(&KivRenderer::onLoad), -1);
+    EXPECT_EQ(vtableSlot(&KivRenderer::loadShaders), -1);
+    EXPECT_EQ(vtableSlot(&KivRenderer::render), -1);
+    EXPECT_TRUE(std::has_virtual_destructor_v<KivRenderer>);
+}
 
 class KivRendererProgress : public testing::Test {
 protected:

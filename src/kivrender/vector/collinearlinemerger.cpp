@@ -1,0 +1,203 @@
+#include "kivrender/vector/collinearlinemerger.h"
+
+#include "kivrender/scene/kivprogress.h"
+#include "kivrender/vector/lineindex.h"
+#include "kivrender/vector/lineshape.h"
+
+#include <functional>
+#include <map>
+#include <queue>
+#include <tuple>
+
+namespace {
+
+// Numbers the sets of attributes that lines have, so that only lines with one number can merge.
+class LineGroups {
+public:
+    int groupOf(const FeedbackPrimitive& line) {
+        // A width that is not a number is equal to none, not even to itself.
+        if (line.lineWidth != line.lineWidth)
+            return next++;
+        const auto key = std::tuple(line.offset, line.boundary, line.blend, line.stipplePattern, line.stippleFactor,
+                                    line.blendSource, line.blendDestination, line.lineWidth);
+        const auto [entry, isNew] = groups.try_emplace(key, next);
+        if (isNew)
+            ++next;
+        return entry->second;
+    }
+
+private:
+    std::map<std::tuple<bool, bool, bool, std::uint16_t, std::int32_t, std::int32_t, std::int32_t, float>, int> groups;
+    int next = 0;
+};
+
+// Finds the first pair again and again without starting over.
+//
+// A slot is settled when its line merges with none behind it. A merge leaves that true of all settled slots but those
+// it fills anew: lines only move to the front, so nothing new comes to stand behind a settled slot except the result at
+// the end. The settled slots that merge with the result are looked up and unsettled. So the first pair always begins at
+// the smallest unsettled slot that has a partner behind it.
+class LineMergeRun {
+public:
+    explicit LineMergeRun(FeedbackPrimitiveList& list)
+        : lines(list), partners(LineIndex::Role::Second), settled(LineIndex::Role::First) {
+        entries.reserve(lines.size());
+        for (const FeedbackPrimitive* line : lines) {
+            entries.push_back({LineShape(*line), groups.groupOf(*line), false});
+            const int slot = static_cast<int>(entries.size()) - 1;
+            partners.insert(slot, entries.back().shape, entries.back().group);
+            unsettledSlots.push(slot);
+        }
+    }
+
+    // Merges the first pair. False when there is none, or when the user has cancelled.
+    bool mergeNext(CollinearLineMerger& merger) {
+        while (!unsettledSlots.empty() && !kivIsCancelled()) {
+            const int slot = unsettledSlots.top();
+            if (slot >= size() || entry(slot).isSettled) {
+                unsettledSlots.pop();
+                continue;
+            }
+            const LineShape& shape = entry(slot).shape;
+            const int partner = partners.firstWhere(shape, entry(slot).group, slot + 1, size(), [&](int other) {
+                return entry(other).group == entry(slot).group &&
+                       LineShape::compare(shape, entry(other).shape) != LineFate::Separate;
+            });
+            if (partner < size()) {
+                replace(slot, partner, merger);
+                return true;
+            }
+            unsettledSlots.pop();
+            settle(slot);
+        }
+        return false;
+    }
+
+private:
+    struct Entry {
+        LineShape shape;
+        int group;
+        bool isSettled;
+    };
+
+    int size() const {
+        return static_cast<int>(entries.size());
+    }
+    Entry& entry(int slot) {
+        return entries[static_cast<std::size_t>(slot)];
+    }
+
+    void settle(int slot) {
+        entry(slot).isSettled = true;
+        settled.insert(slot, entry(slot).shape, entry(slot).group);
+    }
+    void unsettle(int slot) {
+        entry(slot).isSettled = false;
+        settled.erase(slot, entry(slot).shape, entry(slot).group);
+        unsettledSlots.push(slot);
+    }
+
+    void withdraw(int slot) {
+        const Entry& gone = entry(slot);
+        partners.erase(slot, gone.shape, gone.group);
+        if (gone.isSettled)
+            settled.erase(slot, gone.shape, gone.group);
+    }
+
+    // Takes the slot, whose line is withdrawn, out of the list by putting the last line there.
+    void close(int slot) {
+        const int last = size() - 1;
+        if (slot != last) {
+            withdraw(last);
+            lines[static_cast<std::size_t>(slot)] = lines.back();
+            entry(slot) = entries.back();
+            entry(slot).isSettled = false;
+            partners.insert(slot, entry(slot).shape, entry(slot).group);
+            unsettledSlots.push(slot);
+        }
+        lines.pop_back();
+        entries.pop_back();
+    }
+
+    void replace(int first, int second, CollinearLineMerger& merger) {
+        withdraw(first);
+        withdraw(second);
+        const int group = entry(first).group;
+        FeedbackPrimitive* merged =
+            merger.mergePair(lines[static_cast<std::size_t>(first)], lines[static_cast<std::size_t>(second)]);
+        // The first slot is closed before the second. If the second line is the last of all, that moves it, and it must
+        // leave from where it then is: the same as closing its slot before.
+        if (second == size() - 1) {
+            close(second);
+            close(first);
+        } else {
+            close(first);
+            close(second);
+        }
+        lines.push_back(merged);
+        const int slot = size();
+        entries.push_back({LineShape(*merged), group, false});
+        partners.insert(slot, entry(slot).shape, group);
+        unsettledSlots.push(slot);
+
+        reached.clear();
+        settled.forEach(entry(slot).shape, group, [&](int other) {
+            if (entry(other).group == group &&
+                LineShape::compare(entry(other).shape, entry(slot).shape) != LineFate::Separate)
+                reached.push_back(other);
+        });
+        for (const int other : reached) {
+            if (entry(other).isSettled)
+                unsettle(other);
+        }
+    }
+
+    FeedbackPrimitiveList& lines;
+    LineGroups groups;
+    std::vector<Entry> entries; // parallel to lines
+    LineIndex partners;
+    LineIndex settled;
+    // May name slots that are settled or gone by now.
+    std::priority_queue<int, std::vector<int>, std::greater<>> unsettledSlots;
+    std::vector<int> reached;
+};
+
+} // namespace
+
+void CollinearLineMerger::mergeLines(FeedbackPrimitiveList* lines) {
+    KivProgress* progress = kivCurrentProgress();
+    LineMergeRun run(*lines);
+    while (run.mergeNext(*this)) {
+        if (progress && !progress->isCancelled())
+            progress->advance(1, false);
+    }
+    if (progress && !progress->isCancelled())
+        progress->advance(1, false);
+}
+
+FeedbackPrimitive* CollinearLineMerger::mergePair(FeedbackPrimitive* a, FeedbackPrimitive* b) {
+    const LineShape shapeA(*a);
+    const LineShape shapeB(*b);
+    const LineFate fate = LineShape::compare(shapeA, shapeB);
+    switch (fate) {
+    case LineFate::Separate:
+        return nullptr;
+    case LineFate::KeepA:
+        delete b;
+        return a;
+    case LineFate::KeepB:
+        delete a;
+        return b;
+    default:
+        break;
+    }
+    const auto [start, end] = LineShape::newEnds(fate, shapeA, shapeB);
+    auto* merged = new FeedbackPrimitive;
+    copyAttributes(*merged, *a);
+    merged->vertices.reserve(2);
+    merged->vertices.push_back(*start);
+    merged->vertices.push_back(*end);
+    delete a;
+    delete b;
+    return merged;
+}

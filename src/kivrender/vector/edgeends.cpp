@@ -1,0 +1,81 @@
+#include "kivrender/vector/edgeends.h"
+
+#include "kivrender/vector/vertexcells.h"
+
+#include <algorithm>
+
+namespace {
+
+constexpr std::size_t mostWalked = 24;
+
+FeedbackVector placeOf(const FeedbackVertex& vertex) {
+    return {vertex.x, vertex.y, vertex.z};
+}
+
+} // namespace
+
+EdgeEnds::EdgeEnds(const std::vector<FeedbackEdge>& list) : edges(list) {}
+
+void EdgeEnds::takeAll() {
+    cells.clear();
+    isWalked = edges.size() <= mostWalked;
+    if (isWalked)
+        return;
+    cells.reserve(edges.size() * 2);
+    for (std::size_t index = 0; index < edges.size(); ++index)
+        add(index);
+}
+
+// A vertex needs no care about how far out it is, other than the middle of two: its cell follows from its floats alone.
+std::uint64_t EdgeEnds::keyOf(const FeedbackVertex& vertex) {
+    return VertexCells::keyOf(placeOf(vertex), 0);
+}
+
+void EdgeEnds::add(std::size_t index) {
+    if (isWalked)
+        return;
+    for (const FeedbackVertex* end : {edges[index].from, edges[index].to})
+        cells[keyOf(*end)].push_back(index);
+}
+
+void EdgeEnds::remove(std::size_t index) {
+    if (isWalked)
+        return;
+    for (const FeedbackVertex* end : {edges[index].from, edges[index].to}) {
+        std::vector<std::size_t>& cell = cells[keyOf(*end)];
+        const auto found = std::find(cell.begin(), cell.end(), index);
+        if (found == cell.end())
+            continue;
+        *found = cell.back();
+        cell.pop_back();
+    }
+}
+
+void EdgeEnds::collect(const FeedbackVertex& one, const FeedbackVertex& other, std::size_t first,
+                       std::vector<std::size_t>& indices) const {
+    indices.clear();
+    if (isWalked) {
+        for (std::size_t index = first; index < edges.size(); ++index)
+            indices.push_back(index);
+        return;
+    }
+    collectCells(one, first, indices);
+    if (&one != &other)
+        collectCells(other, first, indices);
+    std::sort(indices.begin(), indices.end());
+    indices.erase(std::unique(indices.begin(), indices.end()), indices.end());
+}
+
+void EdgeEnds::collectCells(const FeedbackVertex& vertex, std::size_t first, std::vector<std::size_t>& indices) const {
+    if (VertexCells::kindOf(placeOf(vertex)) == VertexCells::Kind::None)
+        return;
+    VertexCells::forEachKeyAround(placeOf(vertex), 0, [&](std::uint64_t key) {
+        const auto cell = cells.find(key);
+        if (cell == cells.end())
+            return;
+        for (const std::size_t index : cell->second) {
+            if (index >= first)
+                indices.push_back(index);
+        }
+    });
+}

@@ -1,0 +1,431 @@
+#include "reference/literaltriangles.h"
+#include "vector/trianglesource.h"
+#include "vector/vectorprogress.h"
+#include "vector/vectortesting.h"
+
+#include "kivrender/vector/coplanarsweep.h"
+#include "kivrender/vector/coplanartrianglemerger.h"
+#include "kivrender/vector/outlinetessellator.h"
+#include "kivrender/vector/sweeporder.h"
+
+#include <cmath>
+#include <numeric>
+
+using vectortest::describe;
+using vectortest::OwnedList;
+using vectortest::Random;
+using vectortest::triangle;
+using vectortest::TriangleSource;
+using vectortest::vertex;
+
+namespace {
+
+FeedbackVertex grey(float x, float y, float z = 0) {
+    return vertex(x, y, z, 0.5F, 0.5F, 0.5F);
+}
+
+// The unit square at x, y in two triangles.
+void addSquare(FeedbackPrimitiveList& list, float x, float y) {
+    list.push_back(triangle(grey(x, y), grey(x + 1, y), grey(x + 1, y + 1)));
+    list.push_back(triangle(grey(x, y), grey(x + 1, y + 1), grey(x, y + 1)));
+}
+
+void merge(FeedbackPrimitiveList& triangles, float xSize = 2, float ySize = 1) {
+    CoplanarTriangleMerger().merge(&triangles, 7, xSize, ySize);
+}
+
+double areaOf(const FeedbackPrimitiveList& triangles) {
+    double area = 0;
+    for (const FeedbackPrimitive* each : triangles) {
+        const FeedbackVertex* v = each->vertices.data();
+        area += std::fabs(static_cast<double>(v[1].x - v[0].x) * (v[2].y - v[0].y) -
+                          static_cast<double>(v[2].x - v[0].x) * (v[1].y - v[0].y)) /
+                2;
+    }
+    return area;
+}
+
+int numGroups(const std::vector<FeedbackPrimitive*>& triangles) {
+    OwnedList list;
+    for (FeedbackPrimitive* each : triangles)
+        list.push_back(each);
+    std::vector<SweepTriangle*> sweep = literal::sweepOf(list, 0);
+    CoplanarTriangleMerger().sortTriangles(sweep, &list, 0);
+    std::vector<std::unique_ptr<CoplanarGroup>> groups;
+    EXPECT_TRUE(CoplanarSweep(sweep, list).run(nullptr, groups));
+    EXPECT_EQ(groups.size(), list.size());
+    return static_cast<int>(groups.size());
+}
+
+FeedbackPrimitive* coloured(FeedbackPrimitive* each, float red) {
+    for (FeedbackVertex& v : each->vertices)
+        v.r = red;
+    return each;
+}
+
+TEST(FeedbackPlane, NormalAndPoint) {
+    const FeedbackPlane plane(grey(1, 1, 5), grey(3, 1, 5), grey(1, 4, 5));
+    EXPECT_DOUBLE_EQ(plane.normal.z, 1.0);
+    EXPECT_EQ(plane.normal.x, 0.0);
+    EXPECT_EQ(plane.point.y, 4.0F);
+    const FeedbackPlane thin(grey(1, 1), grey(1001, 1), grey(1001, 1.0005F));
+    EXPECT_TRUE(std::isnan(thin.normal.x));
+    const FeedbackPlane atOrigin(grey(1, 1), grey(2, 1), grey(0.0005F, 0));
+    EXPECT_EQ(atOrigin.point.x, 0.0F);
+    EXPECT_EQ(atOrigin.point.r, 0.0F);
+}
+
+TEST(FeedbackPlane, CoplanarInBothSenses) {
+    FeedbackPlane plane(grey(1, 1, 5), grey(3, 1, 5), grey(1, 4, 5));
+    const auto isCoplanar = [&](FeedbackVertex a, FeedbackVertex b, FeedbackVertex c) {
+        const std::unique_ptr<FeedbackPrimitive> primitive(triangle(a, b, c));
+        SweepTriangle swept(*primitive);
+        return plane.isCoplanar(&swept);
+    };
+    EXPECT_TRUE(isCoplanar(grey(7, 7, 5), grey(8, 7, 5), grey(7, 8, 5)));
+    EXPECT_TRUE(isCoplanar(grey(7, 7, 5), grey(7, 8, 5), grey(8, 7, 5)));
+    EXPECT_TRUE(isCoplanar(grey(1, 4, 5), grey(7, 8, 5), grey(8, 7, 5))); // starts in the point of the plane
+    EXPECT_FALSE(isCoplanar(grey(7, 7, 6), grey(8, 7, 6), grey(7, 8, 6)));
+    EXPECT_FALSE(isCoplanar(grey(7, 7, 5), grey(8, 7, 5), grey(7, 8, 5.1F)));
+    EXPECT_FALSE(isCoplanar(grey(7, 7, 5), grey(7, 7, 5), grey(7, 8, 5)));
+}
+
+TEST(SweepTriangle, ExtentsAlongAnAxis) {
+    const std::unique_ptr<FeedbackPrimitive> primitive(triangle(grey(1, 7, -2), grey(4, 5, 0), grey(-3, 6, 9)));
+    const float low[] = {-3, 5, -2};
+    const float high[] = {4, 7, 9};
+    for (int axis = 0; axis < 3; ++axis) {
+        SweepTriangle swept(*primitive);
+        swept.axis = axis;
+        swept.computeExtents();
+        EXPECT_EQ(swept.minExtent, low[axis]);
+        EXPECT_EQ(swept.maxExtent, high[axis]);
+    }
+}
+
+TEST(CoplanarGroup, TwoTrianglesShareASide) {
+    OwnedList list;
+    addSquare(list, 1, 1);
+    auto sweep = literal::sweepOf(list, 0);
+    CoplanarGroup group;
+    EXPECT_TRUE(group.addTriangle(sweep[0]));
+    EXPECT_EQ(group.edges.size(), 3U);
+    EXPECT_TRUE(group.addTriangle(sweep[1]));
+    EXPECT_EQ(group.edges.size(), 4U);
+    EXPECT_EQ(group.sweepTriangles.size(), 2U);
+    EXPECT_EQ(group.minExtent, 1.0F);
+    EXPECT_EQ(group.maxExtent, 2.0F);
+    // The shared side was the last edge; the new sides follow the first two.
+    EXPECT_EQ(group.edges[2].from, &sweep[1]->vertices[1]);
+    EXPECT_EQ(group.edges[3].from, &sweep[1]->vertices[2]);
+}
+
+TEST(CoplanarGroups, WhatMergesAndWhatDoesNot) {
+    const auto first = [] { return triangle(grey(1, 1), grey(2, 1), grey(2, 2)); };
+    const auto second = [] { return triangle(grey(1, 1), grey(2, 2), grey(1, 2)); };
+    EXPECT_EQ(numGroups({first(), second()}), 1);
+    EXPECT_EQ(numGroups({first(), triangle(grey(2, 2), grey(1, 1), grey(1, 2))}), 1) << "facing the other way";
+    EXPECT_EQ(numGroups({first(), triangle(grey(3, 1), grey(4, 1), grey(4, 2))}), 2) << "apart";
+    EXPECT_EQ(numGroups({first(), triangle(grey(2, 2), grey(3, 2), grey(3, 3))}), 2) << "touching in a corner";
+    EXPECT_EQ(numGroups({first(), triangle(grey(1, 1), grey(2, 2), grey(1, 2, 1))}), 2) << "another plane";
+    EXPECT_EQ(numGroups({first(), coloured(second(), 0.6F)}), 2) << "another colour";
+    FeedbackPrimitive* blended = second();
+    blended->blend = true;
+    EXPECT_EQ(numGroups({first(), blended}), 2);
+    FeedbackPrimitive* stippled = second();
+    stippled->stippleFactor = 1;
+    EXPECT_EQ(numGroups({first(), stippled}), 2);
+    FeedbackPrimitive* wide = second();
+    wide->lineWidth = 3;
+    EXPECT_EQ(numGroups({first(), wide}), 1) << "the line width does not matter to polygons";
+    EXPECT_EQ(numGroups({triangle(grey(1, 1), grey(1001, 1), grey(1001, 1.0005F)),
+                         triangle(grey(1, 1), grey(1001, 1), grey(1001, 1.0005F))}),
+              2)
+        << "too thin to have a plane";
+}
+
+TEST(CoplanarGroups, ReachOfTheSweep) {
+    // Shared sides whose ends differ by nearly the tolerance, so that the second begins beyond the first.
+    const auto pair = [](float gap) {
+        return std::vector<FeedbackPrimitive*>{triangle(grey(1, 1), grey(2, 1), grey(2, 2)),
+                                               triangle(grey(2 + gap, 1), grey(2 + gap, 2), grey(3, 1))};
+    };
+    EXPECT_EQ(numGroups(pair(0.0009F)), 1);
+    EXPECT_EQ(numGroups(pair(0.0011F)), 2);
+}
+
+TEST(AverageColour, SmoothTrianglesByTheirMean) {
+    const std::unique_ptr<FeedbackPrimitive> flat(triangle(grey(0, 0), grey(1, 0), grey(0, 1)));
+    const std::unique_ptr<FeedbackPrimitive> smooth(triangle(grey(0, 0), grey(1, 0), grey(0, 1)));
+    smooth->vertices[0].r = 0.25F;
+    smooth->vertices[1].r = 0.75F;
+    EXPECT_TRUE(sameAverageColour(flat.get(), smooth.get()));
+    smooth->vertices[1].r = 0.7501F;
+    EXPECT_FALSE(sameAverageColour(flat.get(), smooth.get()));
+    smooth->vertices[1].r = std::nanf("");
+    EXPECT_FALSE(sameAverageColour(smooth.get(), smooth.get()));
+}
+
+TEST(CoplanarTriangleMerger, ASquareOfManyBecomesTwo) {
+    OwnedList list;
+    for (int i = 0; i < 6; ++i) {
+        for (int j = 0; j < 4; ++j)
+            addSquare(list, static_cast<float>(1 + i), static_cast<float>(1 + j));
+    }
+    for (FeedbackPrimitive* each : list)
+        each->boundary = true;
+    vectortest::ScopedProgress progress;
+    merge(list);
+    ASSERT_EQ(list.size(), 2U);
+    EXPECT_EQ(areaOf(list), 24.0);
+    for (const FeedbackPrimitive* each : list) {
+        EXPECT_EQ(each->type, FeedbackToken::polygon);
+        EXPECT_EQ(each->vertexCount, 3);
+        EXPECT_TRUE(each->boundary);
+    }
+    EXPECT_EQ(progress.units(), 48U + 1U);
+    ASSERT_EQ(progress.calls().size(), 8U);
+    EXPECT_EQ(progress.calls()[0], L"size 7 48");
+    EXPECT_THAT(progress.calls()[1], testing::EndsWith(L" (2) "));
+    EXPECT_EQ(progress.calls()[2], L"begin");
+    EXPECT_EQ(progress.calls()[3], L"end");
+    EXPECT_EQ(progress.calls()[4], L"size 8 1");
+    EXPECT_THAT(progress.calls()[5], testing::EndsWith(L" (3) "));
+    EXPECT_EQ(progress.calls()[6], L"begin");
+    EXPECT_EQ(progress.calls()[7], L"end");
+}
+
+TEST(CoplanarTriangleMerger, AHoleStaysOpen) {
+    OwnedList list;
+    for (int i = 0; i < 5; ++i) {
+        for (int j = 0; j < 5; ++j) {
+            if (i != 2 || j != 2)
+                addSquare(list, static_cast<float>(1 + i), static_cast<float>(1 + j));
+        }
+    }
+    merge(list);
+    EXPECT_NEAR(areaOf(list), 24.0, 1e-5);
+    EXPECT_LE(list.size(), 8U);
+}
+
+TEST(CoplanarTriangleMerger, TheFirstOfTheSweepGivesTheAttributes) {
+    OwnedList list;
+    addSquare(list, 1, 1);
+    list[0]->lineWidth = 2; // x from 1 to 2, as the other, but the pivot goes behind its equals
+    list[1]->lineWidth = 3;
+    std::vector<SweepTriangle*> sweep = literal::sweepOf(list, 0);
+    OwnedList sorted;
+    vectortest::clone(list, sorted);
+    literal::SweepSort(sweep, sorted).run();
+    const float expected = sorted[0]->lineWidth;
+    for (SweepTriangle* each : sweep)
+        delete each;
+    merge(list);
+    ASSERT_EQ(list.size(), 2U);
+    EXPECT_EQ(list[0]->lineWidth, expected);
+    EXPECT_EQ(list[1]->lineWidth, expected);
+}
+
+TEST(CoplanarTriangleMerger, ASingleTriangleComesThrough) {
+    OwnedList list;
+    list.push_back(triangle(grey(1, 1), grey(4, 1), grey(1, 3)));
+    merge(list);
+    ASSERT_EQ(list.size(), 1U);
+    EXPECT_EQ(areaOf(list), 3.0);
+}
+
+TEST(CoplanarTriangleMerger, AGroupWithoutAreaIsDropped) {
+    OwnedList list;
+    list.push_back(triangle(grey(1, 1), grey(1, 1), grey(1, 1)));
+    merge(list);
+    EXPECT_TRUE(list.empty());
+    merge(list);
+    EXPECT_TRUE(list.empty());
+}
+
+TEST(CoplanarTriangleMerger, ACancelAtAnyPollLosesNothingTwice) {
+    int polls = 1;
+    std::size_t lastSize = 0;
+    for (int after = 0; after < polls; ++after) {
+        vectortest::ScopedProgress progress;
+        progress.cancelAfterPolls(after);
+        OwnedList list;
+        for (int i = 0; i < 3; ++i) {
+            addSquare(list, static_cast<float>(1 + i), 1);
+            addSquare(list, static_cast<float>(1 + i), 5);
+        }
+        merge(list);
+        polls = std::max(polls, std::min(progress.polls(), 400) + 1);
+        for (const FeedbackPrimitive* each : list)
+            EXPECT_EQ(each->vertices.size(), 3U);
+        lastSize = list.size();
+    }
+    EXPECT_GT(polls, 20);
+    EXPECT_EQ(lastSize, 4U);
+}
+
+std::vector<std::string> groupsAsText(const std::vector<std::unique_ptr<CoplanarGroup>>& groups,
+                                      const FeedbackPrimitiveList& seeds) {
+    std::vector<std::string> all = describe(seeds);
+    const auto place = [](const FeedbackVertex& v) {
+        char text[120];
+        std::snprintf(text, sizeof text, "%.9g,%.9g,%.9g,%.9g", static_cast<double>(v.x), static_cast<double>(v.y),
+                      static_cast<double>(v.z), static_cast<double>(v.g));
+        return std::string(text);
+    };
+    for (const auto& group : groups) {
+        std::string text = "group " + std::to_string(group->minExtent) + " " + std::to_string(group->maxExtent);
+        for (const SweepTriangle* each : group->sweepTriangles)
+            text +=
+                " [" + place(each->vertices[0]) + " " + place(each->vertices[1]) + " " + place(each->vertices[2]) + "]";
+        for (const FeedbackEdge& edge : group->edges)
+            text += " <" + place(*edge.from) + " " + place(*edge.to) + ">";
+        all.push_back(text);
+    }
+    return all;
+}
+
+void compareGroups(std::uint32_t seed, std::uint32_t size) {
+    OwnedList list;
+    TriangleSource(seed).fill(list, size);
+    OwnedList expected;
+    vectortest::clone(list, expected);
+    const int axis = static_cast<int>(seed % 2);
+
+    std::vector<SweepTriangle*> sweep = literal::sweepOf(list, axis);
+    CoplanarTriangleMerger().sortTriangles(sweep, &list, axis);
+    std::vector<std::unique_ptr<CoplanarGroup>> groups;
+    ASSERT_TRUE(CoplanarSweep(sweep, list).run(nullptr, groups));
+
+    std::vector<SweepTriangle*> expectedSweep = literal::sweepOf(expected, axis);
+    literal::SweepSort(expectedSweep, expected).run();
+    const auto expectedGroups = literal::group(expectedSweep, expected);
+    ASSERT_EQ(groupsAsText(groups, list), groupsAsText(expectedGroups, expected)) << "seed " << seed;
+}
+
+TEST(CoplanarSweep, AgreesWithTheLiteralForm) {
+    for (std::uint32_t seed = 0; seed < 6000 && !HasFatalFailure(); ++seed)
+        compareGroups(seed, 2 + seed % 5);
+}
+
+TEST(CoplanarSweep, AgreesWithTheLiteralFormOnLargerFaces) {
+    for (std::uint32_t seed = 90000; seed < 90060 && !HasFatalFailure(); ++seed)
+        compareGroups(seed, 20);
+}
+
+TEST(CoplanarTriangleMerger, AgreesWithTheLiteralFormToTheEnd) {
+    for (std::uint32_t seed = 0; seed < 1500 && !HasFatalFailure(); ++seed) {
+        OwnedList list;
+        TriangleSource(seed).fill(list, 2 + seed % 7);
+        OwnedList seeds;
+        vectortest::clone(list, seeds);
+        merge(list, static_cast<float>(seed % 2), 0.5F);
+
+        const int axis = seed % 2 == 1 ? 0 : 1;
+        std::vector<SweepTriangle*> sweep = literal::sweepOf(seeds, axis);
+        literal::SweepSort(sweep, seeds).run();
+        const auto groups = literal::group(sweep, seeds);
+        OutlineTessellator tessellator;
+        OwnedList expected;
+        for (std::size_t k = 0; k < groups.size(); ++k) {
+            const std::unique_ptr<FeedbackPrimitiveList> pieces(tessellator.tessellate(groups[k].get()));
+            for (std::size_t i = 0; pieces && i < pieces->size(); ++i) {
+                copyAttributes(*(*pieces)[i], *seeds[k]);
+                expected.push_back((*pieces)[i]);
+            }
+        }
+        ASSERT_EQ(describe(list), describe(expected)) << "seed " << seed;
+    }
+}
+
+// The plain quicksort on keys alone.
+std::vector<int> literalOrder(const std::vector<float>& keys) {
+    std::vector<SweepTriangle*> sweep;
+    const std::unique_ptr<FeedbackPrimitive> primitive(triangle(grey(0, 0), grey(0, 0), grey(0, 0)));
+    for (std::size_t i = 0; i < keys.size(); ++i) {
+        sweep.push_back(new SweepTriangle(*primitive));
+        sweep.back()->minExtent = keys[i];
+        sweep.back()->axis = static_cast<int>(i);
+    }
+    FeedbackPrimitiveList alongside(keys.size(), nullptr);
+    literal::SweepSort(sweep, alongside).run();
+    std::vector<int> order;
+    for (SweepTriangle* each : sweep) {
+        order.push_back(each->axis);
+        delete each;
+    }
+    return order;
+}
+
+std::vector<float> keysOfKind(std::uint32_t kind, std::size_t count, Random& random) {
+    std::vector<float> keys(count);
+    for (std::size_t i = 0; i < count; ++i) {
+        const float place = static_cast<float>(i);
+        const float last = static_cast<float>(count - i);
+        switch (kind) {
+        case 0:
+            keys[i] = place;
+            break;
+        case 1:
+            keys[i] = last;
+            break;
+        case 2:
+            keys[i] = 3;
+            break;
+        case 3:
+            keys[i] = static_cast<float>(random.below(3));
+            break;
+        case 4:
+            keys[i] = std::floor(place / 37);
+            break;
+        case 5:
+            keys[i] = std::min(place, last); // up and down
+            break;
+        case 6:
+            keys[i] = random.chance(20) ? static_cast<float>(random.below(1000)) : place;
+            break;
+        case 7:
+            keys[i] = random.chance(9) ? std::nanf("") : static_cast<float>(random.below(40)) - 20.0F;
+            break;
+        case 8:
+            keys[i] = random.chance(2) ? -0.0F : random.chance(2) ? 0.0F : -place;
+            break;
+        case 9:
+            keys[i] = i % 2 == 0 ? place : -place;
+            break;
+        case 10:
+            keys[i] = random.chance(3)   ? std::numeric_limits<float>::infinity()
+                      : random.chance(3) ? std::nanf("")
+                                         : last;
+            break;
+        default:
+            keys[i] = random.unit();
+            break;
+        }
+    }
+    return keys;
+}
+
+TEST(SweepOrder, AgreesWithTheLiteralQuicksort) {
+    Random random(4);
+    for (std::uint32_t round = 0; round < 1200; ++round) {
+        const std::uint32_t kind = round % 12;
+        const std::size_t count = round < 240 ? random.below(60) : 60 + random.below(round % 40 == 7 ? 4000 : 700);
+        const std::vector<float> keys = keysOfKind(kind, count, random);
+        ASSERT_EQ(sweepOrder(keys), literalOrder(keys)) << "kind " << kind << " count " << count;
+    }
+}
+
+TEST(SweepOrder, SortedKeysCostNoMoreThanOthers) {
+    // So many entries that divide badly: by the square of their number this would take minutes.
+    Random random(5);
+    for (const std::uint32_t kind : {0U, 1U, 2U, 4U}) {
+        const std::vector<float> keys = keysOfKind(kind, 200000, random);
+        const std::vector<int> order = sweepOrder(keys);
+        ASSERT_EQ(order.size(), keys.size());
+        for (std::size_t i = 1; i < order.size(); ++i)
+            ASSERT_LE(keys[static_cast<std::size_t>(order[i - 1])], keys[static_cast<std::size_t>(order[i])]);
+    }
+}
+
+} // namespace

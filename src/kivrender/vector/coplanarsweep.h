@@ -2,6 +2,7 @@
 #ifndef KIVRENDER_VECTOR_COPLANARSWEEP_H
 #define KIVRENDER_VECTOR_COPLANARSWEEP_H
 
+#include "kivrender/platform/kivexport.h"
 #include "kivrender/vector/coplanargroup.h"
 #include "kivrender/vector/feedbackprimitive.h"
 #include "kivrender/vector/firstbeyond.h"
@@ -19,7 +20,7 @@ class KivProgress;
 // seed, lies in its plane, shares a side with the outline, and is not behind one that the sweep does not reach. Whether
 // the first three hold never changes while a group grows, and the fourth comes to hold only when a new edge joins the
 // outline. So the triangles at each new edge are noted, and the first noted one that still shares a side is next.
-class CoplanarSweep {
+class KIV_API CoplanarSweep {
 public:
     // Both lists are in the order of the sweep, entry k of one with entry k of the other.
     CoplanarSweep(std::vector<SweepTriangle*>& toSweep, FeedbackPrimitiveList& toMerge);

@@ -4,9 +4,9 @@
 #include "kivrender/scene/kivprogress.h"
 #include "kivrender/vector/coplanargroup.h"
 #include "kivrender/vector/coplanarsweep.h"
+#include "kivrender/vector/kivvectorprogress.h"
 #include "kivrender/vector/outlinetessellator.h"
 #include "kivrender/vector/sweeporder.h"
-#include "kivrender/vector/kivvectorprogress.h"
 
 namespace {
 

@@ -4,9 +4,9 @@
 #include "kivrender/scene/kivprogress.h"
 #include "kivrender/vector/collinearlinemerger.h"
 #include "kivrender/vector/coplanartrianglemerger.h"
+#include "kivrender/vector/kivvectorprogress.h"
 #include "kivrender/vector/parsertobuffer.h"
 #include "kivrender/vector/parsertoclasses.h"
-#include "kivrender/vector/kivvectorprogress.h"
 
 #include <GL/glu.h>
 

@@ -103,24 +103,29 @@ TEST(FeedbackPrimitive, FieldsInTheirOrder) {
     const auto place = [&fresh](const auto& field) {
         return reinterpret_cast<const char*>(&field) - reinterpret_cast<const char*>(&fresh);
     };
-    const std::vector<std::ptrdiff_t> places = {
-        place(fresh.offset),        place(fresh.boundary),    place(fresh.blend),
-        place(fresh.stipplePattern), place(fresh.stippleFactor), place(fresh.blendSource),
-        place(fresh.blendDestination), place(fresh.lineWidth), place(fresh.pointSize),
-        place(fresh.type),          place(fresh.vertexCount), place(fresh.vertices)};
+    const std::vector<std::ptrdiff_t> places = {place(fresh.offset),
+                                                place(fresh.boundary),
+                                                place(fresh.blend),
+                                                place(fresh.stipplePattern),
+                                                place(fresh.stippleFactor),
+                                                place(fresh.blendSource),
+                                                place(fresh.blendDestination),
+                                                place(fresh.lineWidth),
+                                                place(fresh.pointSize),
+                                                place(fresh.type),
+                                                place(fresh.vertexCount),
+                                                place(fresh.vertices)};
     EXPECT_TRUE(std::is_sorted(places.begin(), places.end()));
     EXPECT_EQ(places.front(), 0);
 }
 
 TEST(FeedbackPrimitive, AttributesOfLinesAndPolygons) {
     using Change = void (*)(FeedbackPrimitive&);
-    const Change changes[] = {[](FeedbackPrimitive& f) { f.offset = true; },
-                              [](FeedbackPrimitive& f) { f.boundary = true; },
-                              [](FeedbackPrimitive& f) { f.blend = true; },
-                              [](FeedbackPrimitive& f) { f.stipplePattern = 1; },
-                              [](FeedbackPrimitive& f) { f.stippleFactor = 1; },
-                              [](FeedbackPrimitive& f) { f.blendSource = 1; },
-                              [](FeedbackPrimitive& f) { f.blendDestination = 1; }};
+    const Change changes[] = {
+        [](FeedbackPrimitive& f) { f.offset = true; },       [](FeedbackPrimitive& f) { f.boundary = true; },
+        [](FeedbackPrimitive& f) { f.blend = true; },        [](FeedbackPrimitive& f) { f.stipplePattern = 1; },
+        [](FeedbackPrimitive& f) { f.stippleFactor = 1; },   [](FeedbackPrimitive& f) { f.blendSource = 1; },
+        [](FeedbackPrimitive& f) { f.blendDestination = 1; }};
     const FeedbackPrimitive plain;
     for (const Change change : changes) {
         FeedbackPrimitive changed;
@@ -208,7 +213,8 @@ TEST(ParserToClasses, AnOperandIsTakenWhateverStandsBeforeIt) {
 TEST(ParserToClasses, UnknownTokensAreSteppedOverFloatByFloat) {
     OwnedList list;
     // What a bitmap token carries is read as items, and a number in it that happens to be 1795 heads a polygon.
-    read(std::vector<float>{1796, 12, 1797, 0.5F, 1798, 1795, 1} + floatsOf(q) + std::vector<float>{0, 1793} + floatsOf(p),
+    read(std::vector<float>{1796, 12, 1797, 0.5F, 1798, 1795, 1} + floatsOf(q) + std::vector<float>{0, 1793} +
+             floatsOf(p),
          list);
     ASSERT_EQ(list.size(), 2U);
     EXPECT_EQ(list[0]->type, 1795);
@@ -293,8 +299,8 @@ TEST(ParserToBuffer, StateStandsAroundEachPrimitive) {
     each.lineWidth = 2;
     each.pointSize = 4;
     EXPECT_EQ(write(list),
-              (std::vector<float>{1792, 1, 1792, 3, 1792, 5, 1792, 255, 1792, 3, 1792, 9, 1792, 11, 1792, 770, 1792, 12,
-                                  1792, 771, 1792, 8, 1792, 2, 1792, 7, 1792, 4, 1795, 3} +
+              (std::vector<float>{1792, 1,  1792, 3,   1792, 5, 1792, 255, 1792, 3, 1792, 9, 1792, 11, 1792, 770,
+                                  1792, 12, 1792, 771, 1792, 8, 1792, 2,   1792, 7, 1792, 4, 1795, 3} +
                floatsOf(p) + floatsOf(q) + floatsOf(s) + std::vector<float>{1792, 2, 1792, 4, 1792, 6, 1792, 9}));
 }
 
@@ -304,9 +310,10 @@ TEST(ParserToBuffer, PointsAndLinesLeaveATail) {
     list.push_back(primitive(1793, {p}));
     list.push_back(primitive(1795, {p, q, s}));
     list.push_back(line(p, q));
-    EXPECT_EQ(write(list, 2), state + std::vector<float>{1793} + floatsOf(p) + state + std::vector<float>{1795, 3} +
-                                  floatsOf(p) + floatsOf(q) + floatsOf(s) + state + std::vector<float>{1794} +
-                                  floatsOf(p) + floatsOf(q));
+    const std::vector<float> expected = state + std::vector<float>{1793} + floatsOf(p) + state +
+                                        std::vector<float>{1795, 3} + floatsOf(p) + floatsOf(q) + floatsOf(s) + state +
+                                        std::vector<float>{1794} + floatsOf(p) + floatsOf(q);
+    EXPECT_EQ(write(list, 2), expected);
 }
 
 TEST(ParserToBuffer, AResetComesBackAsALine) {

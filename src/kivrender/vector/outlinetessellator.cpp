@@ -4,12 +4,21 @@
 
 #include <GL/glu.h>
 
+#include <algorithm>
 #include <cmath>
 #include <memory>
 
 namespace {
 
 using TessCallback = void (*)();
+
+// GLU's tessellator does not survive a vertex that is nowhere: it compares places to keep its lists in order, and a
+// value that is not a number fits in none (seen as a crash with libGLU 9.0.2).
+bool isFinite(const std::vector<FeedbackVertex*>& vertices, int start, int end) {
+    return std::all_of(vertices.begin() + start, vertices.begin() + end, [](const FeedbackVertex* each) {
+        return std::isfinite(each->x) && std::isfinite(each->y) && std::isfinite(each->z);
+    });
+}
 
 } // namespace
 
@@ -83,7 +92,7 @@ void OutlineTessellator::cover(const std::vector<FeedbackVertex*>& vertices, con
     gluTessBeginPolygon(tessellator, this);
     int start = 0;
     for (const int end : contourEnds) {
-        if (end - start > 2) {
+        if (end - start > 2 && isFinite(vertices, start, end)) {
             gluTessBeginContour(tessellator);
             double place[3];
             for (int m = start; m < end; ++m) {

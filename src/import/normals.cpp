@@ -1,6 +1,7 @@
 #include "import/normals.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cmath>
 
@@ -75,116 +76,127 @@ Vec3 faceNormal(const Surface& surface, const std::uint32_t* corner) {
 // faces with each other would be quadratic there.
 constexpr std::size_t manyCorners = 256;
 
-// The triangles around each position: corner numbers, grouped by position in ascending order.
-struct CornersOfPositions {
-    std::vector<std::uint32_t> start; // one more than there are positions
-    std::vector<std::uint32_t> corners;
-};
-
-CornersOfPositions groupCorners(const Surface& surface) {
-    CornersOfPositions groups;
-    groups.start.assign(surface.positions.size() + 1, 0);
-    for (const std::uint32_t position : surface.corners) {
-        ++groups.start[position + 1];
-    }
-    for (std::size_t i = 1; i < groups.start.size(); ++i) {
-        groups.start[i] += groups.start[i - 1];
-    }
-    groups.corners.resize(surface.corners.size());
-    std::vector<std::uint32_t> next(groups.start.begin(), groups.start.end() - 1);
-    for (std::uint32_t c = 0; c < surface.corners.size(); ++c) {
-        groups.corners[next[surface.corners[c]]++] = c;
-    }
-    return groups;
+// Each face counts at a corner by its angle there, so that the way in which a flat piece is cut up does not matter.
+std::array<double, 3> anglesOf(const Surface& surface, const std::uint32_t* corner) {
+    const Vec3& a = surface.positions[corner[0]];
+    const Vec3 ab = unit(surface.positions[corner[1]] - a);
+    const Vec3 ac = unit(surface.positions[corner[2]] - a);
+    const Vec3 bc = unit(surface.positions[corner[2]] - surface.positions[corner[1]]);
+    const double atA = std::acos(std::clamp(dot(ab, ac), -1.0, 1.0));
+    const double atB = std::acos(std::clamp(-dot(ab, bc), -1.0, 1.0));
+    return {atA, atB, std::max(pi - atA - atB, 0.0)};
 }
 
-// Each face counts at a corner by its angle there, so that the way in which a flat piece is cut up does not matter.
-struct FaceNormals {
-    explicit FaceNormals(const Surface& surface) : face(surface.corners.size() / 3), weight(surface.corners.size()) {
-        for (std::size_t t = 0; t < face.size(); ++t) {
-            const std::uint32_t* corner = &surface.corners[t * 3];
-            face[t] = faceNormal(surface, corner);
-            const Vec3& a = surface.positions[corner[0]];
-            const Vec3 ab = unit(surface.positions[corner[1]] - a);
-            const Vec3 ac = unit(surface.positions[corner[2]] - a);
-            const Vec3 bc = unit(surface.positions[corner[2]] - surface.positions[corner[1]]);
-            const double atA = std::acos(std::clamp(dot(ab, ac), -1.0, 1.0));
-            const double atB = std::acos(std::clamp(-dot(ab, bc), -1.0, 1.0));
-            weight[t * 3] = atA;
-            weight[t * 3 + 1] = atB;
-            weight[t * 3 + 2] = std::max(pi - atA - atB, 0.0);
-        }
-    }
-
-    Vec3 weighted(std::uint32_t corner) const {
-        return face[corner / 3] * weight[corner];
-    }
-
-    std::vector<Vec3> face; // unit length or zero
-    std::vector<double> weight;
-};
-
-// The normals of the corners around one position; reused from position to position.
-class CornerNormals {
+// Most positions of most surfaces have one normal, the mean of their faces; the few others are looked at one by one.
+// Walking the triangles in order for the former keeps to the memory that is near.
+class VertexMaker {
 public:
-    CornerNormals(const Surface& source, double creaseAngle)
-        : surface(source), faces(source), cosCrease(std::cos(std::clamp(creaseAngle, 0.0, 180.0) * (pi / 180.0))),
-          cosHalfCrease(std::cos(std::clamp(creaseAngle, 0.0, 180.0) * (pi / 360.0))) {}
+    VertexMaker(const Surface& source, double creaseAngle)
+        : surface(source), cosCrease(std::cos(std::clamp(creaseAngle, 0.0, 180.0) * (pi / 180.0))),
+          cosHalfCrease(std::cos(std::clamp(creaseAngle, 0.0, 180.0) * (pi / 360.0))), faces(source.corners.size() / 3),
+          means(source.positions.size()), isOne(source.positions.size(), 1) {}
 
-    // Fills out with one normal for each of the corners.
-    void compute(const std::uint32_t* corners, std::size_t count, std::vector<Vec3>& out) {
-        out.assign(count, Vec3{});
-        std::size_t given = 0;
-        if (!surface.cornerNormals.empty()) {
-            for (std::size_t i = 0; i < count; ++i) {
-                out[i] = givenNormal(corners[i]);
-                given += out[i] == Vec3{} ? 0 : 1;
+    SurfaceVertices make() {
+        addUpFaces();
+        findOneNormals();
+        groupCorners();
+        vertices.positions.reserve(surface.positions.size());
+        vertices.normals.reserve(surface.positions.size());
+        vertices.corners.resize(surface.corners.size());
+        std::vector<std::uint32_t> vertexOf(surface.positions.size(), noIndex);
+        for (std::uint32_t p = 0; p < surface.positions.size(); ++p) {
+            if (start[p] != start[p + 1]) {
+                makeSeveral(p);
+            } else if (isOne[p] != 0 && means[p] != Vec3{}) {
+                vertexOf[p] = addVertex(p, means[p]);
             }
         }
-        if (given == count) {
-            return;
+        for (std::size_t c = 0; c < surface.corners.size(); ++c) {
+            if (isOne[surface.corners[c]] != 0) {
+                vertices.corners[c] = vertexOf[surface.corners[c]];
+            }
         }
-        Vec3 sum;
-        for (std::size_t i = 0; i < count; ++i) {
-            sum = sum + faces.weighted(corners[i]);
-        }
-        mean = unit(sum);
-        if (isSmooth(corners, count)) {
-            setMissing(out, [this](std::size_t) { return mean; });
-        } else if (count > manyCorners) {
-            setMissing(out, [this, corners](std::size_t i) { return orMean(faces.face[corners[i] / 3]); });
-        } else {
-            findGroups(corners, count);
-            setMissing(out, [this](std::size_t i) { return groups[groupOf[i]]; });
-        }
+        return std::move(vertices);
     }
 
 private:
-    template <typename Make> static void setMissing(std::vector<Vec3>& out, const Make& make) {
-        for (std::size_t i = 0; i < out.size(); ++i) {
-            if (out[i] == Vec3{}) {
-                out[i] = make(i);
+    void addUpFaces() {
+        for (std::size_t t = 0; t < faces.size(); ++t) {
+            const std::uint32_t* corner = &surface.corners[t * 3];
+            faces[t] = faceNormal(surface, corner);
+            const std::array<double, 3> angles = anglesOf(surface, corner);
+            for (std::size_t i = 0; i < 3; ++i) {
+                means[corner[i]] = means[corner[i]] + faces[t] * angles[i];
+            }
+        }
+        for (Vec3& mean : means) {
+            mean = unit(mean);
+        }
+    }
+
+    // A position has one normal if the file gives none there and each face is within half of the crease angle from the
+    // mean: every pair is then within the whole of it. One without a mean is in no triangle, or is looked at later.
+    void findOneNormals() {
+        for (std::size_t c = 0; c < surface.corners.size(); ++c) {
+            const std::uint32_t p = surface.corners[c];
+            const Vec3& face = faces[c / 3];
+            const bool bends = means[p] == Vec3{} || (face != Vec3{} && dot(face, means[p]) < cosHalfCrease);
+            if (bends || givenNormal(c) != Vec3{}) {
+                isOne[p] = 0;
             }
         }
     }
 
-    Vec3 givenNormal(std::uint32_t corner) const {
-        const std::uint32_t index = surface.cornerNormals[corner];
-        return index == noIndex ? Vec3{} : unit(surface.normals[index]);
+    Vec3 givenNormal(std::size_t corner) const {
+        if (surface.cornerNormals.empty() || surface.cornerNormals[corner] == noIndex) {
+            return {};
+        }
+        return unit(surface.normals[surface.cornerNormals[corner]]);
     }
 
-    // Every pair is within the crease angle if each face is within half of it from the mean.
-    bool isSmooth(const std::uint32_t* corners, std::size_t count) const {
-        if (mean == Vec3{}) {
-            return false;
+    // The corners of each position that may have several normals, in ascending order.
+    void groupCorners() {
+        start.assign(surface.positions.size() + 1, 0);
+        for (const std::uint32_t p : surface.corners) {
+            start[p + 1] += isOne[p] != 0 ? 0 : 1;
         }
+        for (std::size_t i = 1; i < start.size(); ++i) {
+            start[i] += start[i - 1];
+        }
+        cornersAt.resize(start.back());
+        std::vector<std::uint32_t> next(start.begin(), start.end() - 1);
+        for (std::uint32_t c = 0; c < surface.corners.size(); ++c) {
+            if (isOne[surface.corners[c]] == 0) {
+                cornersAt[next[surface.corners[c]]++] = c;
+            }
+        }
+    }
+
+    std::uint32_t addVertex(std::uint32_t position, const Vec3& normal) {
+        vertices.positions.push_back(position);
+        vertices.normals.push_back(normal);
+        return static_cast<std::uint32_t>(vertices.normals.size() - 1);
+    }
+
+    void makeSeveral(std::uint32_t position) {
+        const std::uint32_t* corners = cornersAt.data() + start[position];
+        const std::size_t count = start[position + 1] - start[position];
+        if (count <= manyCorners) {
+            findGroups(corners, count);
+        }
+        const auto first = static_cast<std::uint32_t>(vertices.normals.size());
         for (std::size_t i = 0; i < count; ++i) {
-            const Vec3& face = faces.face[corners[i] / 3];
-            if (face != Vec3{} && dot(face, mean) < cosHalfCrease) {
-                return false;
+            Vec3 normal = givenNormal(corners[i]);
+            if (normal == Vec3{}) {
+                normal = count <= manyCorners ? groups[groupOf[i]] : orMean(faces[corners[i] / 3], position);
             }
+            const auto end = static_cast<std::uint32_t>(vertices.normals.size());
+            std::uint32_t vertex = end - first > manyCorners ? end - static_cast<std::uint32_t>(manyCorners) : first;
+            while (vertex < end && !(vertices.normals[vertex] == normal)) {
+                ++vertex;
+            }
+            vertices.corners[corners[i]] = vertex < end ? vertex : addVertex(position, normal);
         }
-        return true;
     }
 
     // Faces within the crease angle of each other belong together, and so does what is linked by others in between: a
@@ -201,36 +213,40 @@ private:
             open.assign(1, i);
             groupOf[i] = group;
             while (!open.empty()) {
-                const std::size_t at = open.back();
+                const std::uint32_t at = corners[open.back()];
                 open.pop_back();
-                sum = sum + faces.weighted(corners[at]);
+                sum = sum + faces[at / 3] * anglesOf(surface, &surface.corners[at / 3 * 3])[at % 3];
                 for (std::size_t j = 0; j < count; ++j) {
-                    if (groupOf[j] == noIndex && areClose(corners[at] / 3, corners[j] / 3)) {
+                    if (groupOf[j] == noIndex && areClose(at / 3, corners[j] / 3)) {
                         groupOf[j] = group;
                         open.push_back(j);
                     }
                 }
             }
-            groups.push_back(orMean(unit(sum)));
+            groups.push_back(orMean(unit(sum), surface.corners[corners[i]]));
         }
     }
 
     bool areClose(std::uint32_t a, std::uint32_t b) const {
-        return faces.face[a] != Vec3{} && dot(faces.face[a], faces.face[b]) >= cosCrease;
+        return faces[a] != Vec3{} && dot(faces[a], faces[b]) >= cosCrease;
     }
 
-    Vec3 orMean(const Vec3& normal) const {
+    Vec3 orMean(const Vec3& normal, std::uint32_t position) const {
         if (normal != Vec3{}) {
             return normal;
         }
-        return mean != Vec3{} ? mean : Vec3{0.0, 0.0, 1.0};
+        return means[position] != Vec3{} ? means[position] : Vec3{0.0, 0.0, 1.0};
     }
 
     const Surface& surface;
-    FaceNormals faces;
     double cosCrease;
     double cosHalfCrease;
-    Vec3 mean;
+    std::vector<Vec3> faces; // normals, unit length or zero
+    std::vector<Vec3> means; // of the faces at each position, unit length or zero
+    std::vector<std::uint8_t> isOne;
+    std::vector<std::uint32_t> start;
+    std::vector<std::uint32_t> cornersAt;
+    SurfaceVertices vertices;
     std::vector<Vec3> groups;
     std::vector<std::uint32_t> groupOf;
     std::vector<std::size_t> open;
@@ -275,32 +291,7 @@ std::uint64_t weldSurface(Surface& surface) {
 }
 
 SurfaceVertices makeVertices(const Surface& surface, double creaseAngle) {
-    const CornersOfPositions groups = groupCorners(surface);
-    CornerNormals normalsOf(surface, creaseAngle);
-    SurfaceVertices vertices;
-    vertices.positions.reserve(surface.positions.size());
-    vertices.normals.reserve(surface.positions.size());
-    vertices.corners.resize(surface.corners.size());
-    std::vector<Vec3> normals;
-    for (std::uint32_t p = 0; p < surface.positions.size(); ++p) {
-        const std::uint32_t* corners = groups.corners.data() + groups.start[p];
-        const std::size_t count = groups.start[p + 1] - groups.start[p];
-        normalsOf.compute(corners, count, normals);
-        const auto first = static_cast<std::uint32_t>(vertices.normals.size());
-        for (std::size_t i = 0; i < count; ++i) {
-            const auto end = static_cast<std::uint32_t>(vertices.normals.size());
-            std::uint32_t vertex = end - first > manyCorners ? end - static_cast<std::uint32_t>(manyCorners) : first;
-            while (vertex < vertices.normals.size() && !(vertices.normals[vertex] == normals[i])) {
-                ++vertex;
-            }
-            if (vertex == vertices.normals.size()) {
-                vertices.positions.push_back(p);
-                vertices.normals.push_back(normals[i]);
-            }
-            vertices.corners[corners[i]] = vertex;
-        }
-    }
-    return vertices;
+    return VertexMaker(surface, creaseAngle).make();
 }
 
 } // namespace kivimport

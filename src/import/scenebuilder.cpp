@@ -1,6 +1,7 @@
 #include "import/scenebuilder.h"
 
 #include "import/normals.h"
+#include "import/winding.h"
 #include "kivrender/platform/kivtext.h"
 #include "kivrender/scene/kivline.h"
 #include "kivrender/scene/kivmesh.h"
@@ -66,6 +67,7 @@ public:
         }
         for (Surface& surface : parts.surfaces) {
             info.degenerate += weldSurface(surface);
+            orientSurface(surface);
             info.triangles += surface.corners.size() / 3;
             for (const Surface::Part& part : surface.parts) {
                 markUsed(part.material, used);

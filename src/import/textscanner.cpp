@@ -82,8 +82,50 @@ bool TextScanner::atEnd() {
     return at == lineEnd || *at == '#';
 }
 
+// Up to fifteen digits and a division by a power of ten that a double holds exactly give the nearest number, as one
+// rounding is all there is. That is how nearly all coordinates are written.
+bool TextScanner::plainNumber(double& value) {
+    static constexpr double powers[] = {1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                                        1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
+    const char* c = at;
+    const bool negative = c != lineEnd && *c == '-';
+    c += negative ? 1 : 0;
+    std::uint64_t mantissa = 0;
+    const char* const digits = c;
+    while (c != lineEnd && isDigit(*c)) {
+        mantissa = mantissa * 10 + static_cast<std::uint64_t>(*c++ - '0');
+        if (c - digits > 15) {
+            return false;
+        }
+    }
+    std::ptrdiff_t count = c - digits;
+    std::ptrdiff_t decimals = 0;
+    if (c != lineEnd && *c == '.') {
+        const char* const fraction = ++c;
+        while (c != lineEnd && isDigit(*c)) {
+            mantissa = mantissa * 10 + static_cast<std::uint64_t>(*c++ - '0');
+            if (count + (c - fraction) > 15) {
+                return false;
+            }
+        }
+        decimals = c - fraction;
+        count += decimals;
+    }
+    if (count == 0 || (c != lineEnd && !isBlank(*c))) {
+        return false;
+    }
+    value = static_cast<double>(mantissa) / powers[decimals];
+    value = negative ? -value : value;
+    at = c;
+    return true;
+}
+
 double TextScanner::number(const char* what) {
     skipBlanks();
+    double plain = 0.0;
+    if (plainNumber(plain)) {
+        return plain;
+    }
     if (at != lineEnd && *at == '+') {
         ++at;
     }
@@ -106,6 +148,9 @@ double TextScanner::number(const char* what) {
 
 std::int64_t TextScanner::integer(const char* what) {
     skipBlanks();
+    if (std::int64_t plain = 0; plainIndex(plain)) {
+        return plain;
+    }
     std::int64_t value = 0;
     const auto [end, problem] = std::from_chars(at, lineEnd, value);
     if (problem == std::errc::result_out_of_range || value < -std::int64_t{1} * noIndex || value > noIndex) {

@@ -56,6 +56,27 @@ private:
     static bool isBlank(char c) {
         return c == ' ' || c == '\t' || c == '\\' || c == '\r' || c == '\n' || c == '\v' || c == '\f';
     }
+    static bool isDigit(char c) {
+        return c >= '0' && c <= '9';
+    }
+    bool plainNumber(double& value);
+    // Up to nine digits without a sign.
+    bool plainIndex(std::int64_t& value) {
+        const char* c = at;
+        std::int64_t sum = 0;
+        while (c != lineEnd && isDigit(*c)) {
+            sum = sum * 10 + (*c++ - '0');
+            if (c - at > 9) {
+                return false;
+            }
+        }
+        if (c == at) {
+            return false;
+        }
+        value = sum;
+        at = c;
+        return true;
+    }
     void skipBlanks() {
         while (at != lineEnd && isBlank(*at)) {
             ++at;

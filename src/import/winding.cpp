@@ -1,0 +1,199 @@
+#include "import/winding.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace kivimport {
+namespace {
+
+// One side of a triangle, its lower position first.
+struct Side {
+    std::uint32_t low = 0;
+    std::uint32_t high = 0;
+    std::uint32_t corner = 0; // at which it begins
+    bool forward = false;     // runs from low to high
+
+    friend bool operator<(const Side& a, const Side& b) {
+        return a.low != b.low ? a.low < b.low : a.high != b.high ? a.high < b.high : a.corner < b.corner;
+    }
+    bool sameEdge(const Side& other) const {
+        return low == other.low && high == other.high;
+    }
+};
+
+// Where the side that begins at a corner ends.
+std::uint32_t endOf(const Surface& surface, std::size_t corner) {
+    return surface.corners[corner % 3 == 2 ? corner - 2 : corner + 1];
+}
+
+std::vector<Side> sidesOf(const Surface& surface) {
+    std::vector<Side> sides(surface.corners.size());
+    for (std::uint32_t c = 0; c < sides.size(); ++c) {
+        const std::uint32_t a = surface.corners[c];
+        const std::uint32_t b = endOf(surface, c);
+        sides[c] = {std::min(a, b), std::max(a, b), c, a < b};
+    }
+    std::sort(sides.begin(), sides.end());
+    return sides;
+}
+
+// Six times the volume between a triangle and a point.
+double volume(const Surface& surface, std::size_t triangle, const Vec3& from) {
+    const std::uint32_t* corner = &surface.corners[triangle * 3];
+    return dot(surface.positions[corner[0]] - from,
+               cross(surface.positions[corner[1]] - from, surface.positions[corner[2]] - from));
+}
+
+// Positions that hang together by triangles, as trees: each points to another of its piece, the root to itself.
+std::uint32_t rootOf(std::vector<std::uint32_t>& parents, std::uint32_t p) {
+    while (parents[p] != p) {
+        parents[p] = parents[parents[p]];
+        p = parents[p];
+    }
+    return p;
+}
+
+bool hasPieceOfNegativeVolume(const Surface& surface) {
+    std::vector<std::uint32_t> parents(surface.positions.size());
+    for (std::uint32_t p = 0; p < parents.size(); ++p) {
+        parents[p] = p;
+    }
+    for (std::size_t c = 0; c < surface.corners.size(); c += 3) {
+        const std::uint32_t a = rootOf(parents, surface.corners[c]);
+        const std::uint32_t b = rootOf(parents, surface.corners[c + 1]);
+        const std::uint32_t d = rootOf(parents, surface.corners[c + 2]);
+        const std::uint32_t root = std::min({a, b, d});
+        parents[a] = parents[b] = parents[d] = root;
+    }
+    std::vector<double> sums(parents.size(), 0.0);
+    for (std::size_t t = 0; t < surface.corners.size() / 3; ++t) {
+        const std::uint32_t root = rootOf(parents, surface.corners[t * 3]);
+        sums[root] += volume(surface, t, surface.positions[root]);
+    }
+    return std::any_of(sums.begin(), sums.end(), [](double sum) { return sum < 0.0; });
+}
+
+// Where the triangles around a position close up and agree, each edge is left along once and come along once; a sum
+// over all then vanishes if the one counts positive, the other negative. Numbers that are unlike each other stand for
+// the edges.
+std::vector<std::uint64_t> sumsAround(const Surface& surface) {
+    const auto mark = [](std::uint64_t v) { return (v + 1) * 0x9E3779B97F4A7C15U ^ v << 32; };
+    std::vector<std::uint64_t> sums(surface.positions.size(), 0);
+    for (std::size_t c = 0; c < surface.corners.size(); ++c) {
+        const std::uint32_t from = surface.corners[c];
+        const std::uint32_t to = endOf(surface, c);
+        sums[from] += mark(to);
+        sums[to] -= mark(from);
+    }
+    return sums;
+}
+
+// Whether any edge is run along twice in the same direction. Only ends of edges at rims and at faults are looked at.
+bool hasEdgeRunTwice(const Surface& surface) {
+    const std::vector<std::uint64_t> sums = sumsAround(surface);
+    std::vector<std::pair<std::uint32_t, std::uint32_t>> runs;
+    for (std::size_t c = 0; c < surface.corners.size(); ++c) {
+        if (sums[surface.corners[c]] != 0) {
+            runs.emplace_back(surface.corners[c], endOf(surface, c));
+        }
+    }
+    std::sort(runs.begin(), runs.end());
+    return std::adjacent_find(runs.begin(), runs.end()) != runs.end();
+}
+
+class Orienter {
+public:
+    explicit Orienter(Surface& target)
+        : surface(target), neighbours(target.corners.size(), noIndex), turned(target.corners.size() / 3, 0),
+          piece(target.corners.size() / 3, noIndex) {
+        linkNeighbours();
+    }
+
+    std::uint64_t orient() {
+        std::uint64_t count = 0;
+        for (std::uint32_t t = 0; t < piece.size(); ++t) {
+            if (piece[t] == noIndex) {
+                count += orientPiece(t);
+            }
+        }
+        return count;
+    }
+
+private:
+    // Only an edge of exactly two triangles links them: where three meet there is no telling.
+    void linkNeighbours() {
+        const std::vector<Side> sides = sidesOf(surface);
+        for (std::size_t i = 0; i < sides.size();) {
+            std::size_t end = i + 1;
+            while (end < sides.size() && sides[i].sameEdge(sides[end])) {
+                ++end;
+            }
+            if (end - i == 2) {
+                neighbours[sides[i].corner] = sides[i + 1].corner;
+                neighbours[sides[i + 1].corner] = sides[i].corner;
+            }
+            i = end;
+        }
+    }
+
+    bool runsForward(std::uint32_t corner) const {
+        return surface.corners[corner] < endOf(surface, corner);
+    }
+
+    // Spreads the winding of one triangle over all that hang together with it, then decides for the whole.
+    std::uint64_t orientPiece(std::uint32_t first) {
+        members.assign(1, first);
+        piece[first] = first;
+        bool closed = true;
+        std::uint64_t numTurned = 0;
+        double sum = 0.0;
+        const Vec3 from = surface.positions[surface.corners[first * 3]];
+        for (std::size_t i = 0; i < members.size(); ++i) {
+            const std::uint32_t t = members[i];
+            numTurned += turned[t];
+            sum += volume(surface, t, from) * (turned[t] != 0 ? -1.0 : 1.0);
+            for (std::uint32_t c = t * 3; c < t * 3 + 3; ++c) {
+                if (neighbours[c] == noIndex) {
+                    closed = false;
+                    continue;
+                }
+                const std::uint32_t other = neighbours[c] / 3;
+                if (piece[other] == noIndex) {
+                    piece[other] = first;
+                    const bool clash = runsForward(c) == runsForward(neighbours[c]);
+                    turned[other] = static_cast<std::uint8_t>((turned[t] != 0) != clash ? 1 : 0);
+                    members.push_back(other);
+                }
+            }
+        }
+        const bool turnAll = closed ? sum < 0.0 : numTurned * 2 > members.size();
+        std::uint64_t count = 0;
+        for (const std::uint32_t t : members) {
+            if ((turned[t] != 0) != turnAll) {
+                std::swap(surface.corners[t * 3 + 1], surface.corners[t * 3 + 2]);
+                ++count;
+            }
+        }
+        return count;
+    }
+
+    Surface& surface;
+    std::vector<std::uint32_t> neighbours; // across the side that begins at a corner: the other's corner
+    std::vector<std::uint8_t> turned;
+    std::vector<std::uint32_t> piece;
+    std::vector<std::uint32_t> members;
+};
+
+} // namespace
+
+std::uint64_t orientSurface(Surface& surface) {
+    if (surface.corners.empty() || !surface.cornerNormals.empty()) {
+        return 0;
+    }
+    if (!hasPieceOfNegativeVolume(surface) && !hasEdgeRunTwice(surface)) {
+        return 0;
+    }
+    return Orienter(surface).orient();
+}
+
+} // namespace kivimport

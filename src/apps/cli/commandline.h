@@ -1,0 +1,97 @@
+// From the words of the command line, and a settings file if one is named, to typed options.
+#ifndef APPS_CLI_COMMANDLINE_H
+#define APPS_CLI_COMMANDLINE_H
+
+#include "apps/cli/optiontable.h"
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+// Wrong use: the program ends with status 2 and this line.
+class UsageError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+struct Words {
+    const CommandInfo* command = nullptr;                                 // null: options of the program itself
+    std::map<std::string, std::vector<std::string>, std::less<>> options; // by name; a switch has an empty value
+    std::vector<std::string> arguments;
+
+    bool has(std::string_view option) const {
+        return options.find(option) != options.end();
+    }
+    // The last value given.
+    std::optional<std::string> value(std::string_view option) const;
+    std::vector<std::string> all(std::string_view option) const;
+};
+
+// Throws UsageError. A settings file that the words name has been read in.
+Words parseWords(int argc, const char* const* argv);
+
+// One "name = value" a line, or a name alone for a switch (or with yes or no); what follows a # at the beginning of a
+// line is a comment. Adds to words what the command line leaves open.
+void mergeSettingsFile(const std::string& path, Words& words);
+
+struct Triple {
+    double x = 0.0;
+    double y = 0.0;
+    double z = 0.0;
+};
+
+struct LightOption {
+    enum class Kind { directional, point, spot };
+
+    Kind kind = Kind::directional;
+    Triple place;       // of a directional light: the way it shines
+    Triple direction;   // of a spot
+    double angle = 0.0; // degrees, of a spot
+    std::uint32_t colour = 0xFFFFFF;
+};
+
+struct SettingOption {
+    std::string shader;
+    std::string key;
+    std::string value;
+};
+
+struct RenderOptions {
+    std::vector<std::string> models;
+    bool demo = false;
+    std::string output;
+    std::int32_t width = 1280;
+    std::int32_t height = 960;
+    int antialias = 2;
+    std::uint32_t background = 0;
+    std::uint32_t ambient = 0;
+    std::string backgroundImage;
+    std::string paper;
+    bool depthImage = false;
+    char upAxis = 0;  // 'y', 'z', or 0 for the format's
+    std::string base; // empty for none
+    std::vector<std::string> add;
+    bool baseChosen = false; // else a shader that is not there is left out without a word
+    bool addChosen = false;
+    std::vector<SettingOption> settings;
+    std::optional<Triple> eye;
+    std::optional<Triple> target;
+    std::optional<Triple> up;
+    std::optional<double> fov;
+    std::optional<double> ortho;
+    std::vector<LightOption> lights;
+    double offset = 5.0;
+    std::string memoryFolder;
+    bool timings = false;
+    bool quiet = false;
+};
+
+RenderOptions parseRenderOptions(const Words& words);
+
+// 'y', 'z', or 0 if the option is not given.
+char parseUpAxis(const Words& words);
+
+#endif

@@ -1,0 +1,87 @@
+// selvarin, the command line.
+#include "apps/cli/commandline.h"
+#include "apps/cli/exitstatus.h"
+#include "apps/cli/listcommands.h"
+#include "apps/cli/manual.h"
+#include "apps/cli/rendercommand.h"
+
+#include <cstdio>
+#include <exception>
+#include <new>
+
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+namespace {
+
+int terminalWidth() {
+    winsize size = {};
+    const bool known = ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
+    return known ? size.ws_col : 100;
+}
+
+void print(const std::string& text) {
+    std::fwrite(text.data(), 1, text.size(), stdout);
+}
+
+int runProgramOptions(const Words& words) {
+    if (words.has("help")) {
+        print(helpText(terminalWidth()));
+    } else if (words.has("version")) {
+        return runVersion();
+    } else if (words.has("man")) {
+        print(manualPage());
+    } else if (const auto shell = words.value("completion")) {
+        if (*shell != "bash") {
+            throw UsageError("--completion: there are rules for bash only");
+        }
+        print(bashCompletion());
+    } else {
+        throw UsageError("a command is needed: render, shaders, formats or info");
+    }
+    return statusDone;
+}
+
+int run(const Words& words) {
+    if (words.command == nullptr) {
+        return runProgramOptions(words);
+    }
+    if (words.has("help")) {
+        print(helpText(*words.command, terminalWidth()));
+        return statusDone;
+    }
+    if (words.command->name == "render") {
+        return runRender(parseRenderOptions(words));
+    }
+    if (words.command->name == "info") {
+        return runInfo(words);
+    }
+    if (!words.arguments.empty()) {
+        throw UsageError(std::string(words.command->name) + " takes no \"" + words.arguments.front() + "\"");
+    }
+    return words.command->name == "shaders" ? runShaders(words) : runFormats();
+}
+
+int fail(int status, const char* text) {
+    std::fflush(stdout);
+    std::fprintf(stderr, "selvarin: %s%s\n", text, status == statusWrongUse ? " (see \"selvarin --help\")" : "");
+    return status;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    try {
+        const int status = run(parseWords(argc, argv));
+        if (std::fflush(stdout) != 0) {
+            return fail(statusFailed, "can't write to standard output");
+        }
+        return status;
+    } catch (const UsageError& error) {
+        return fail(statusWrongUse, error.what());
+    } catch (const std::bad_alloc&) {
+        return fail(statusFailed, "there is not enough memory for this");
+    } catch (const std::exception& error) {
+        return fail(statusFailed, error.what());
+    }
+}

@@ -1,0 +1,133 @@
+#include "apps/cli/optiontable.h"
+
+#include <algorithm>
+#include <array>
+
+namespace {
+
+using enum Completes;
+
+constexpr OptionInfo help{"help", 'h', "", "", "General", false, nothing, "", "Show this text."};
+
+constexpr std::array renderOptions{
+    OptionInfo{
+        "output", 'o', "FILE", "", "Picture", false, file, "",
+        "Where the picture goes; the ending chooses the format (see \"selvarin formats\"). {model} stands for the "
+        "model's name without its ending. A single - writes a PNG to standard output."},
+    OptionInfo{"size", 's', "WxH", "1280x960", "Picture", false, nothing, "", "Size in pixels."},
+    OptionInfo{"antialias", 'a', "LEVEL", "2", "Picture", false, choices, "0 1 2",
+               "Draw the picture 1, 2 or 4 times as large and reduce it: 0 is fast, 2 is smooth."},
+    OptionInfo{"background", 0, "#RRGGBB", "#f7f2e8", "Picture", false, nothing, "", "Background colour."},
+    OptionInfo{"background-image", 0, "FILE", "", "Picture", false, file, "",
+               "An image behind the scene, centred and at its own size."},
+    OptionInfo{"paper", 0, "FILE", "", "Picture", false, file, "",
+               "An image of paper that the picture is multiplied with."},
+    OptionInfo{"depth-image", 0, "", "", "Picture", false, nothing, "",
+               "Also write the depth as a grey image, \"_depth\" added to the name."},
+
+    OptionInfo{"demo", 0, "", "", "Model", false, nothing, "", "Render the built-in scene; no model is needed."},
+    OptionInfo{"up-axis", 0, "AXIS", "by format", "Model", false, choices, "y z", "What is up in the model: y or z."},
+
+    OptionInfo{"base", 0, "TAG", "Cartoon", "Look", false, shader, "",
+               "The shader that paints the surfaces, by its tag; none for none."},
+    OptionInfo{"add", 0, "TAG[,TAG...]", "Outline", "Look", true, shader, "",
+               "Shaders that add to the picture; none for none."},
+    OptionInfo{"set", 0, "TAG.KEY=VALUE", "", "Look", true, nothing, "",
+               "One setting of a shader; \"selvarin shaders\" lists them. May be repeated."},
+    OptionInfo{"ambient", 0, "#RRGGBB", "#404040", "Look", false, nothing, "",
+               "Colour of the light that is everywhere."},
+
+    OptionInfo{
+        "eye", 0, "X,Y,Z", "", "View", false, nothing, "",
+        "Where the camera stands, in the model's coordinates. Without it the model's own camera is used, else the "
+        "model is framed from a three-quarter view."},
+    OptionInfo{"target", 0, "X,Y,Z", "the model's centre", "View", false, nothing, "", "What the camera looks at."},
+    OptionInfo{"up", 0, "X,Y,Z", "the up axis", "View", false, nothing, "", "What is up in the picture."},
+    OptionInfo{"fov", 0, "DEGREES", "30", "View", false, nothing, "", "Vertical field of view, 1 to 170."},
+    OptionInfo{"ortho", 0, "HEIGHT", "", "View", false, nothing, "",
+               "Parallel projection that shows HEIGHT units of the model; 0 fits the model."},
+
+    OptionInfo{
+        "light", 0, "KIND:X,Y,Z[:#RRGGBB]", "", "Light", true, nothing, "",
+        "directional:X,Y,Z shines that way, point:X,Y,Z stands there, spot:X,Y,Z@DX,DY,DZ,ANGLE stands there and "
+        "shines that way in a cone of ANGLE degrees from its axis. May be repeated. Without it the model's lights, "
+        "else a key light over the viewer's left shoulder."},
+
+    OptionInfo{"offset", 0, "UNITS", "5", "Fine tuning", false, nothing, "",
+               "How far surfaces step back from the lines drawn on them, in steps of the depth buffer."},
+    OptionInfo{"memory-folder", 0, "DIR", "", "Fine tuning", false, folder, "",
+               "Where the picture's memory goes as a file; for pictures larger than the memory."},
+    OptionInfo{"timings", 0, "", "", "Fine tuning", false, nothing, "", "Tell on standard error what took how long."},
+
+    OptionInfo{
+        "config", 0, "FILE", "", "General", false, file, "",
+        "Read options from a file, one \"name = value\" a line. Options of the command line win over it; what may "
+        "be repeated adds up. No such file is read unless named."},
+    OptionInfo{"quiet", 'q', "", "", "General", false, nothing, "", "No progress bar, no summary."},
+    help,
+};
+
+constexpr std::array shadersOptions{
+    OptionInfo{"quiet", 'q', "", "", "General", false, nothing, "", "Tags alone, one a line."},
+    help,
+};
+
+constexpr std::array plainOptions{help};
+
+constexpr std::array infoOptions{
+    OptionInfo{"up-axis", 0, "AXIS", "by format", "Model", false, choices, "y z", "What is up in the model: y or z."},
+    help,
+};
+
+constexpr std::array topOptions{
+    help,
+    OptionInfo{"version", 0, "", "", "General", false, nothing, "", "Show what a report of a problem should name."},
+    OptionInfo{"man", 0, "", "", "General", false, nothing, "", "Write the manual page to standard output."},
+    OptionInfo{"completion", 0, "SHELL", "", "General", false, choices, "bash",
+               "Write the shell's completion rules to standard output."},
+};
+
+constexpr std::array commands{
+    CommandInfo{"render", "MODEL... -o FILE [options]",
+                "Render a picture. Several models make one scene; with {model} in FILE each gets a picture of its own.",
+                renderOptions, true},
+    CommandInfo{"shaders", "", "List the shaders with their settings.", shadersOptions, false},
+    CommandInfo{"formats", "", "List what can be read and written.", plainOptions, false},
+    CommandInfo{"info", "MODEL", "Tell what a model holds.", infoOptions, true},
+};
+
+constexpr std::array examples{
+    ExampleInfo{"selvarin render --demo -o demo.png", "the built-in scene"},
+    ExampleInfo{"selvarin render bunny.obj -o bunny.png", "a model, framed and lit by itself"},
+    ExampleInfo{"selvarin render car.glb -o car.png -s 1920x1080 --set Cartoon.Bands=2 --background ffffff",
+                "another size, two tones, white paper"},
+    ExampleInfo{"selvarin render house.dae -o plan.png --ortho 0 --eye 0,100,0 --up 0,0,-1 --add none",
+                "straight from above, without lines"},
+    ExampleInfo{"selvarin render *.obj -o 'pictures/{model}.png' -q", "a picture of each"},
+};
+
+} // namespace
+
+std::span<const CommandInfo> commandTable() {
+    return commands;
+}
+
+std::span<const OptionInfo> programOptions() {
+    return topOptions;
+}
+
+std::span<const ExampleInfo> exampleTable() {
+    return examples;
+}
+
+const CommandInfo* findCommand(std::string_view name) {
+    const auto* found =
+        std::find_if(commands.begin(), commands.end(), [name](const CommandInfo& info) { return info.name == name; });
+    return found == commands.end() ? nullptr : found;
+}
+
+const OptionInfo* findOption(std::span<const OptionInfo> options, std::string_view name) {
+    const auto found =
+        std::find_if(options.begin(), options.end(), [name](const OptionInfo& info) { return info.name == name; });
+    return found == options.end() ? nullptr : &*found;
+}

@@ -1,0 +1,139 @@
+#include "apps/cli/outputfile.h"
+
+#include "apps/cli/commandline.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <memory>
+
+#include <unistd.h>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr std::array<const char*, 5> vectorEndings{"svg", "pdf", "eps", "ps", "ai"};
+
+std::string endingOf(const std::string& name) {
+    std::string ending = fs::path(name).extension().string();
+    std::transform(ending.begin(), ending.end(), ending.begin(),
+                   [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c; });
+    return ending.empty() ? ending : ending.substr(1);
+}
+
+void checkEnding(const std::string& name) {
+    const std::string ending = endingOf(name);
+    const auto& formats = pictureFormats();
+    if (std::any_of(formats.begin(), formats.end(), [&](const PictureFormat& f) { return ending == f.ending; })) {
+        return;
+    }
+    std::string known;
+    for (const PictureFormat& format : formats) {
+        known += std::string(known.empty() ? "" : ", ") + format.ending;
+    }
+    if (std::find(vectorEndings.begin(), vectorEndings.end(), ending) != vectorEndings.end()) {
+        throw UsageError("\"" + name + "\": this version writes no vector drawings; use one of " + known);
+    }
+    throw UsageError("\"" + name + "\": pictures can't be written as ." + ending + "; use one of " + known);
+}
+
+std::string depthName(const std::string& name) {
+    const std::size_t dot = name.rfind('.');
+    return name.substr(0, dot) + "_depth" + name.substr(dot);
+}
+
+[[noreturn]] void fail(const std::string& name, const std::string& why) {
+    throw std::runtime_error("can't write \"" + name + "\": " + why);
+}
+
+void move(const std::string& from, const std::string& to) {
+    if (std::rename(from.c_str(), to.c_str()) != 0) {
+        fail(to, std::strerror(errno));
+    }
+}
+
+} // namespace
+
+const std::vector<PictureFormat>& pictureFormats() {
+    static const std::vector<PictureFormat> formats{
+        {"png", "Portable Network Graphics"},
+        {"jpg", "JPEG"},
+        {"jpeg", "JPEG"},
+        {"tif", "TIFF"},
+        {"tiff", "TIFF"},
+        {"bmp", "Windows bitmap"},
+        {"gif", "Graphics Interchange Format, 256 colours"},
+    };
+    return formats;
+}
+
+std::string outputName(const std::string& pattern, const std::string& model) {
+    constexpr const char* field = "{model}";
+    std::string name = pattern;
+    for (std::size_t at = name.find(field); at != std::string::npos; at = name.find(field, at + model.size())) {
+        name.replace(at, std::strlen(field), model);
+    }
+    return name;
+}
+
+OutputFile::OutputFile(const std::string& outputName, bool depth) : name(outputName), stream(outputName == "-") {
+    const std::string mark = ".selvarin-" + std::to_string(getpid()) + "-";
+    if (stream) {
+        if (depth) {
+            throw UsageError("--depth-image writes a second file and needs a name for the picture, not -");
+        }
+        work = (fs::temp_directory_path() / (mark + "stream.png")).string();
+        return;
+    }
+    checkEnding(name);
+    withDepth = depth;
+    const fs::path path(name);
+    std::error_code problem;
+    if (fs::is_directory(path, problem)) {
+        fail(name, "it is a folder");
+    }
+    const fs::path folder = path.has_parent_path() ? path.parent_path() : fs::path(".");
+    if (!fs::is_directory(folder, problem)) {
+        fail(name, "there is no folder \"" + folder.string() + "\"");
+    }
+    if (access(folder.c_str(), W_OK) != 0) {
+        fail(name, std::strerror(errno));
+    }
+    work = (folder / (mark + path.filename().string())).string();
+}
+
+OutputFile::~OutputFile() {
+    std::remove(work.c_str());
+    if (withDepth) {
+        std::remove(depthName(work).c_str());
+    }
+}
+
+void OutputFile::finish() {
+    std::error_code problem;
+    if (fs::file_size(work, problem) == 0 || problem) {
+        fail(name, "nothing was written");
+    }
+    if (!stream) {
+        move(work, name);
+        if (withDepth) {
+            move(depthName(work), depthName(name));
+        }
+        return;
+    }
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(work.c_str(), "rb"), std::fclose);
+    std::array<char, 65536> buffer{};
+    for (std::size_t count = 0;
+         file != nullptr && (count = std::fread(buffer.data(), 1, buffer.size(), file.get())) > 0;) {
+        if (std::fwrite(buffer.data(), 1, count, stdout) != count) {
+            throw std::runtime_error(std::string("can't write to standard output: ") + std::strerror(errno));
+        }
+    }
+    if (file == nullptr || std::ferror(file.get()) != 0 || std::fflush(stdout) != 0) {
+        throw std::runtime_error(std::string("can't write to standard output: ") + std::strerror(errno));
+    }
+}

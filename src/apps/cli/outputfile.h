@@ -1,0 +1,46 @@
+// Where a picture goes: checked before the work begins, written under another name, and moved into place at the end, so
+// that a cancelled or failed render leaves the old file as it was.
+#ifndef APPS_CLI_OUTPUTFILE_H
+#define APPS_CLI_OUTPUTFILE_H
+
+#include <string>
+#include <vector>
+
+struct PictureFormat {
+    const char* ending; // lower case
+    const char* name;
+};
+const std::vector<PictureFormat>& pictureFormats();
+
+// Puts the model's name into a pattern for {model}.
+std::string outputName(const std::string& pattern, const std::string& model);
+
+class OutputFile {
+public:
+    // "-" is standard output. Throws UsageError for an ending that can't be written and std::runtime_error for a place
+    // that can't be written to. With depth a second picture beside it is expected.
+    OutputFile(const std::string& name, bool depth);
+    // Removes what has not been put in place.
+    ~OutputFile();
+    OutputFile(const OutputFile&) = delete;
+    OutputFile& operator=(const OutputFile&) = delete;
+
+    bool isStream() const {
+        return stream;
+    }
+    // Where the render is to write.
+    const std::string& workName() const {
+        return work;
+    }
+    // Moves the picture, and the depth picture, to their names or copies it to standard output. Throws
+    // std::runtime_error.
+    void finish();
+
+private:
+    std::string name;
+    std::string work;
+    bool stream = false;
+    bool withDepth = false;
+};
+
+#endif

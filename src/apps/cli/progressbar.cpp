@@ -1,0 +1,164 @@
+#include "apps/cli/progressbar.h"
+
+#include "kivrender/platform/kivtext.h"
+
+#include <algorithm>
+#include <csignal>
+#include <cstdio>
+#include <numeric>
+
+#include <unistd.h>
+
+namespace {
+
+volatile std::sig_atomic_t interrupted = 0;
+
+void onInterrupt(int /*signal*/) {
+    interrupted = 1;
+}
+
+// A bar that flashes up and goes again is a nuisance, and so is a log full of percentages.
+constexpr std::chrono::milliseconds barDelay{600};
+constexpr std::chrono::milliseconds barPause{100};
+constexpr std::chrono::seconds lineDelay{3};
+constexpr std::chrono::seconds linePause{5};
+
+} // namespace
+
+void catchInterrupts() {
+    struct sigaction action = {};
+    action.sa_handler = onInterrupt;
+    sigemptyset(&action.sa_mask);
+    // The second signal finds the default action.
+    action.sa_flags = static_cast<int>(SA_RESETHAND);
+    sigaction(SIGINT, &action, nullptr);
+    sigaction(SIGTERM, &action, nullptr);
+}
+
+bool isInterrupted() {
+    return interrupted != 0;
+}
+
+ProgressBar::Style ProgressBar::styleFor(bool quiet) {
+    if (quiet) {
+        return Style::none;
+    }
+    return isatty(STDERR_FILENO) != 0 ? Style::bar : Style::lines;
+}
+
+ProgressBar::ProgressBar(Style barStyle) : style(barStyle) {}
+
+ProgressBar::~ProgressBar() {
+    finish();
+}
+
+void ProgressBar::restart(const std::wstring& newStage) {
+    finish();
+    steps.clear();
+    current = -1;
+    done = 0;
+    stage = newStage;
+    log.clear();
+    started = Clock::now();
+    lastPercent = -1;
+}
+
+void ProgressBar::finish() {
+    if (visible && style == Style::bar) {
+        std::fputs("\r\033[K", stderr);
+        std::fflush(stderr);
+    }
+    visible = false;
+}
+
+double ProgressBar::fraction() const {
+    const double total = std::accumulate(steps.begin(), steps.end(), 0.0);
+    if (total <= 0.0 || current < 0) {
+        return 0.0;
+    }
+    const auto begun = static_cast<std::size_t>(std::min<int>(current, static_cast<int>(steps.size())));
+    const double before = std::accumulate(steps.begin(), steps.begin() + static_cast<std::ptrdiff_t>(begun), 0.0);
+    const double now = begun < steps.size() ? std::min(done, steps[begun]) : 0.0;
+    return std::min((before + now) / total, 1.0);
+}
+
+void ProgressBar::addSteps(unsigned int size) {
+    steps.push_back(size);
+}
+
+int ProgressBar::addDeferredStep() {
+    steps.push_back(0);
+    return static_cast<int>(steps.size() - 1);
+}
+
+void ProgressBar::progressSlot3() {}
+
+void ProgressBar::beginStep() {
+    ++current;
+    done = 0;
+    record(Event::Kind::begin, {});
+    draw();
+}
+
+void ProgressBar::advance(unsigned int units, bool /*show*/) {
+    done += units;
+    draw();
+}
+
+void ProgressBar::setStepSize(int step, unsigned int size) {
+    if (step >= 0 && static_cast<std::size_t>(step) < steps.size()) {
+        steps[static_cast<std::size_t>(step)] = size;
+    }
+}
+
+void ProgressBar::endStep() {
+    if (current >= 0 && static_cast<std::size_t>(current) < steps.size()) {
+        done = steps[static_cast<std::size_t>(current)];
+    }
+    record(Event::Kind::end, {});
+    draw();
+}
+
+void ProgressBar::progressSlot8() {}
+
+void ProgressBar::setText(const wchar_t* text) {
+    stage = text != nullptr ? text : L"";
+    record(Event::Kind::text, stage);
+    draw();
+}
+
+bool ProgressBar::isCancelled() {
+    return isInterrupted();
+}
+
+void ProgressBar::record(Event::Kind kind, const std::wstring& text) {
+    log.push_back({kind, Clock::now(), text});
+}
+
+void ProgressBar::draw() {
+    if (style == Style::none) {
+        return;
+    }
+    const Clock::time_point now = Clock::now();
+    const bool lines = style == Style::lines;
+    if (now - started < (lines ? Clock::duration(lineDelay) : Clock::duration(barDelay)) ||
+        (visible && now - drawn < (lines ? Clock::duration(linePause) : Clock::duration(barPause)))) {
+        return;
+    }
+    const int percent = static_cast<int>(fraction() * 100.0);
+    drawn = now;
+    if (lines) {
+        if (!visible || percent != lastPercent) {
+            std::fprintf(stderr, "%3d %%  %s\n", percent, kivToUtf8(stage).c_str());
+        }
+    } else {
+        constexpr int width = 32;
+        const int filled = percent * width / 100;
+        const std::string bar = std::string(static_cast<std::size_t>(filled), '#') +
+                                std::string(static_cast<std::size_t>(width - filled), '.');
+        std::fprintf(stderr, "\r[%s] %3d %%  %s\033[K", bar.c_str(), percent, kivToUtf8(stage.substr(0, 36)).c_str());
+        std::fflush(stderr);
+    }
+    visible = true;
+    lastPercent = percent;
+}

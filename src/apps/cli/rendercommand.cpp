@@ -1,0 +1,356 @@
+#include "apps/cli/rendercommand.h"
+
+#include "apps/cli/clihost.h"
+#include "apps/cli/demoscene.h"
+#include "apps/cli/exitstatus.h"
+#include "apps/cli/framing.h"
+#include "apps/cli/outputfile.h"
+#include "apps/cli/progressbar.h"
+#include "apps/cli/shaderstream.h"
+#include "apps/cli/startup.h"
+#include "apps/cli/timings.h"
+#include "import/kivmodelimport.h"
+#include "import/scenebuilder.h"
+#include "kivrender/platform/kivglwarmup.h"
+#include "kivrender/platform/kivtext.h"
+#include "kivrender/render/kivbitmapmanager.h"
+#include "kivrender/render/kivrenderer.h"
+#include "kivrender/settings/kivcommonsettings.h"
+#include "kivrender/settings/kivmemorycommondatamanager.h"
+
+#include <cmath>
+#include <cstdio>
+#include <filesystem>
+#include <future>
+
+namespace {
+
+constexpr double pi = 3.14159265358979323846;
+constexpr double defaultFov = 30.0;
+
+// One picture: the models that make its scene, and its file.
+struct Job {
+    std::vector<std::wstring> models; // none: the built-in scene
+    std::string output;
+};
+
+std::vector<Job> planJobs(const RenderOptions& options) {
+    if (options.demo) {
+        return {{{}, outputName(options.output, "demo")}};
+    }
+    const bool oneEach = options.output.find("{model}") != std::string::npos;
+    std::vector<Job> jobs;
+    for (const std::string& model : options.models) {
+        if (jobs.empty() || oneEach) {
+            jobs.push_back({{}, outputName(options.output, std::filesystem::path(model).stem().string())});
+        }
+        jobs.back().models.push_back(kivFromUtf8(model));
+    }
+    for (std::size_t i = 0; i < jobs.size(); ++i) {
+        for (std::size_t j = 0; j < i; ++j) {
+            if (jobs[i].output == jobs[j].output) {
+                throw UsageError("two models would both be written to \"" + jobs[i].output + "\"");
+            }
+        }
+    }
+    return jobs;
+}
+
+class RenderCommand {
+public:
+    explicit RenderCommand(const RenderOptions& renderOptions)
+        : options(renderOptions), bar(ProgressBar::styleFor(options.quiet)) {}
+
+    int run() {
+        const std::vector<Job> jobs = planJobs(options);
+        for (const std::string& image : {options.backgroundImage, options.paper}) {
+            checkImage(image);
+        }
+        // What fails without a look at the model fails before the driver is started.
+        std::optional<OutputFile> first(std::in_place, jobs.front().output, options.depthImage);
+        catchInterrupts();
+        const Program program;
+        timings.add("start-up", timings.lap());
+        buildShaderStream(options, stream);
+        program.host().setMemoryFolder(kivFromUtf8(options.memoryFolder));
+        timings.add("shaders", timings.lap());
+        // The driver is as slow to start as a model is to read, and there is a second core for it.
+        warmUp = std::async(std::launch::async, [size = renderSize()] { return kivWarmUpGl(size); });
+        for (const Job& job : jobs) {
+            if (first) {
+                renderJob(job, *first, program.host());
+                first.reset();
+            } else {
+                OutputFile output(job.output, options.depthImage);
+                renderJob(job, output, program.host());
+            }
+            if (isInterrupted()) {
+                return statusCancelled;
+            }
+        }
+        return statusDone;
+    }
+
+private:
+    tagSIZE renderSize() const {
+        // Sizes that can't be drawn are refused by the surface; here they must not run over.
+        const auto enlarge = [this](std::int64_t v) {
+            return static_cast<std::int32_t>(std::min<std::int64_t>(v << options.antialias, 1 << 20));
+        };
+        return {enlarge(options.width), enlarge(options.height)};
+    }
+
+    static void checkImage(const std::string& path) {
+        std::error_code problem;
+        if (!path.empty() && !std::filesystem::is_regular_file(path, problem)) {
+            throw std::runtime_error("can't use \"" + path + "\": there is no such file");
+        }
+    }
+
+    void renderJob(const Job& job, OutputFile& output, CliHost& host) {
+        const Timings clock;
+        timings.lap();
+        bar.restart(L"Reading the model");
+        KivModel model = readModel(job);
+        timings.add("import", timings.lap());
+        if (isInterrupted()) {
+            return;
+        }
+        const std::uint64_t triangles = countTriangles(model);
+        const KivCamera camera = prepareScene(model);
+        timings.add("framing", timings.lap());
+        if (warmUp.valid()) {
+            warmUp.get();
+            timings.add("wait for OpenGL", timings.lap());
+        }
+        if (!draw(*model.scene, camera, output, host)) {
+            return;
+        }
+        timings.lap();
+        output.finish();
+        timings.add("put in place", timings.lap());
+        bar.finish();
+        report(output, job, triangles, clock.total());
+    }
+
+    KivModel readModel(const Job& job) const {
+        KivModel model;
+        if (job.models.empty()) {
+            std::vector<kivimport::ModelParts> parts;
+            parts.push_back(makeDemoModel());
+            model.files.emplace_back().path = L"demo";
+            kivimport::assembleModel(parts, KivModelOptions().creaseAngle, model);
+            return model;
+        }
+        KivModelOptions modelOptions;
+        if (options.upAxis != 0) {
+            modelOptions.upAxis = options.upAxis == 'z' ? KivModelOptions::Axis::z : KivModelOptions::Axis::y;
+        }
+        std::wstring message;
+        if (!kivImportModels(job.models, modelOptions, model, message)) {
+            throw std::runtime_error(kivToUtf8(message));
+        }
+        return model;
+    }
+
+    static std::uint64_t countTriangles(const KivModel& model) {
+        std::uint64_t count = 0;
+        for (const KivModelFileInfo& file : model.files) {
+            count += file.triangles;
+        }
+        return count;
+    }
+
+    // --- camera and lights ---
+
+    KivCamera prepareScene(const KivModel& model) {
+        const std::vector<Kiv3DPoint> points = scenePoints(*model.scene);
+        ViewAxes axes;
+        const KivCamera camera = chooseCamera(model, points, axes);
+        if (!seesAny(points, camera)) {
+            warn("the camera sees nothing: the whole model is behind it");
+        }
+        for (KivLight& light : chooseLights(model, points, axes)) {
+            model.scene->addLight(light);
+        }
+        return camera;
+    }
+
+    static Kiv3DPoint pointOf(const Triple& t) {
+        return {t.x, t.y, t.z};
+    }
+    static Kiv3DVector vectorOf(const Triple& t) {
+        return {t.x, t.y, t.z};
+    }
+
+    KivCamera chooseCamera(const KivModel& model, const std::vector<Kiv3DPoint>& points, ViewAxes& axes) const {
+        Lens lens;
+        lens.aspect = static_cast<double>(options.width) / options.height;
+        lens.verticalFov = options.fov.value_or(defaultFov);
+        const bool isFree = !options.eye && !options.target && !options.up && !options.fov && !options.ortho;
+        if (isFree && !model.cameras.empty()) {
+            const KivModelCamera& own = model.cameras.front();
+            axes = viewAxes(own.direction, own.up);
+            lens.verticalFov = own.verticalFov;
+            lens.orthoHeight = own.orthoHeight;
+            return makeCamera(points, own.location, axes, lens);
+        }
+        const Kiv3DVector up = options.up ? vectorOf(*options.up) : model.up;
+        const Kiv3DPoint target = options.target ? model.toScene(pointOf(*options.target)) : Kiv3DPoint(0.0, 0.0, 0.0);
+        Kiv3DVector forward = threeQuarterDirection(model.up);
+        if (options.eye) {
+            const Kiv3DPoint eye = model.toScene(pointOf(*options.eye));
+            forward = Kiv3DVector(target.x - eye.x, target.y - eye.y, target.z - eye.z);
+            if (forward.norm() == 0.0) {
+                throw UsageError("--eye and --target are the same place");
+            }
+        }
+        axes = viewAxes(forward, up);
+        if (options.ortho) {
+            lens.orthoHeight =
+                *options.ortho > 0.0 ? *options.ortho * model.scale : fittingOrthoHeight(points, axes, lens.aspect);
+        }
+        return makeCamera(points, chooseLocation(model, points, axes, lens, target), axes, lens);
+    }
+
+    // Where nothing says how far away the camera is, the model fills the picture; a target stays in its middle.
+    Kiv3DPoint chooseLocation(const KivModel& model, const std::vector<Kiv3DPoint>& points, const ViewAxes& axes,
+                              const Lens& lens, const Kiv3DPoint& target) const {
+        const bool fits = options.ortho && *options.ortho == 0.0;
+        if (options.eye && !fits) {
+            return model.toScene(pointOf(*options.eye));
+        }
+        const Kiv3DPoint fitting = fittingLocation(points, axes, lens);
+        if (!options.target) {
+            return fitting;
+        }
+        const double back = (target.x - fitting.x) * axes.forward.x + (target.y - fitting.y) * axes.forward.y +
+                            (target.z - fitting.z) * axes.forward.z;
+        return {target.x - axes.forward.x * back, target.y - axes.forward.y * back, target.z - axes.forward.z * back};
+    }
+
+    std::vector<KivLight> chooseLights(const KivModel& model, const std::vector<Kiv3DPoint>& points,
+                                       const ViewAxes& axes) const {
+        if (options.lights.empty()) {
+            return model.lights.empty() ? defaultLights(axes, points) : model.lights;
+        }
+        std::vector<KivLight> lights;
+        for (const LightOption& option : options.lights) {
+            KivLight light;
+            if (option.kind == LightOption::Kind::directional) {
+                light = directionalLight(vectorOf(option.place), points);
+            } else {
+                light.setStyle(option.kind == LightOption::Kind::spot ? KivLight::spotLight : KivLight::pointLight);
+                light.setLocation(model.toScene(pointOf(option.place)));
+                light.setDirection(vectorOf(option.direction));
+                light.setAttenuation(Kiv3DVector(1.0, 0.0, 0.0));
+                // In radians, as the incidence of light on a surface is worked out in them.
+                light.setSpotAngle(option.angle * pi / 180.0);
+            }
+            light.setDiffuse(option.colour);
+            light.setSpecular(option.colour);
+            lights.push_back(light);
+        }
+        return lights;
+    }
+
+    // --- the render ---
+
+    // False if it was cancelled.
+    bool draw(KivScene& scene, const KivCamera& camera, const OutputFile& output, CliHost& host) {
+        KivCommonSettings settings;
+        settings.setAntialias(options.antialias);
+        settings.setBackgroundColor(options.background);
+        settings.setAmbientLight(options.ambient);
+        settings.setBackgroundImage(kivFromUtf8(options.backgroundImage).c_str());
+        settings.setPaperImage(kivFromUtf8(options.paper).c_str());
+        settings.setSaveDepth(options.depthImage);
+        settings.setSaveRender(true);
+        settings.setSaveRenderFile(kivFromUtf8(output.workName()).c_str());
+        settings.setPolygonOffset(options.offset);
+        KivMemoryCommonDataManager common;
+        settings.saveDataOnHost(&common);
+
+        KivBitmapManager surface;
+        tagSIZE size{options.width, options.height};
+        bar.restart(L"Starting");
+        host.forgetImage();
+        host.takeMessages();
+        host.setCurProgress(&bar);
+        const Timings::Clock::time_point start = Timings::Clock::now();
+        const bool done = renderer.render(&common, &stream, &scene, camera, &surface, &size);
+        const Timings::Clock::time_point end = Timings::Clock::now();
+        host.setCurProgress(nullptr);
+        bar.finish();
+        const std::vector<std::string> messages = host.takeMessages();
+        if (isInterrupted()) {
+            return false;
+        }
+        if (!done || !host.wasImageSaved()) {
+            throw std::runtime_error(!messages.empty() ? messages.front() : "the picture could not be rendered");
+        }
+        for (const std::string& message : messages) {
+            warn(message);
+        }
+        addRenderTimings(start, end, host.encodeMilliseconds());
+        return true;
+    }
+
+    // The stages of a render as its calls of the progress object show them. The last step is the reduction; between the
+    // last drawing and it the picture is read back.
+    void addRenderTimings(Timings::Clock::time_point start, Timings::Clock::time_point end, double encode) {
+        const std::vector<ProgressBar::Event>& events = bar.events();
+        Timings::Clock::time_point drawing = end;
+        Timings::Clock::time_point drawn = start;
+        Timings::Clock::time_point reducing = end;
+        Timings::Clock::time_point reduced = end;
+        for (std::size_t i = 0; i < events.size(); ++i) {
+            if (events[i].kind == ProgressBar::Event::Kind::begin) {
+                drawing = std::min(drawing, events[i].time);
+                reducing = events[i].time;
+                drawn = i > 0 ? events[i - 1].time : events[i].time;
+            } else if (events[i].kind == ProgressBar::Event::Kind::end) {
+                reduced = events[i].time;
+            }
+        }
+        timings.add("surface and context", Timings::milliseconds(drawing - start));
+        timings.add("passes", Timings::milliseconds(drawn - drawing));
+        timings.add("read-back", Timings::milliseconds(reducing - drawn));
+        timings.add("reduction", Timings::milliseconds(reduced - reducing));
+        timings.add("encoding", encode);
+        timings.add("other", Timings::milliseconds(end - reduced) - encode);
+    }
+
+    // --- what the user reads ---
+
+    static void warn(const std::string& text) {
+        std::fprintf(stderr, "selvarin: warning: %s\n", text.c_str());
+    }
+
+    void report(const OutputFile& output, const Job& job, std::uint64_t triangles, double milliseconds) {
+        if (!options.quiet && !output.isStream()) {
+            std::printf("%s: %dx%d, %llu triangles, %.2f s\n", job.output.c_str(), options.width, options.height,
+                        static_cast<unsigned long long>(triangles), milliseconds / 1000.0);
+        }
+        if (options.timings) {
+            for (const auto& [what, time] : timings.all()) {
+                std::fprintf(stderr, "%8.1f ms  %s\n", time, what.c_str());
+            }
+            std::fprintf(stderr, "%8.1f ms  in all\n", timings.total());
+            timings = Timings();
+        }
+    }
+
+    const RenderOptions& options;
+    Timings timings;
+    ProgressBar bar;
+    KivMemoryDataManager stream;
+    KivRenderer renderer;
+    std::future<bool> warmUp; // its destructor waits for the thread
+};
+
+} // namespace
+
+int runRender(const RenderOptions& options) {
+    return RenderCommand(options).run();
+}

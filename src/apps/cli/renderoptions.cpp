@@ -1,0 +1,245 @@
+// The values of the options of "selvarin render".
+#include "apps/cli/commandline.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+
+namespace {
+
+[[noreturn]] void refuse(std::string_view option, const std::string& value, const std::string& expected) {
+    throw UsageError("--" + std::string(option) + ": \"" + value + "\" is no " + expected);
+}
+
+bool readNumber(std::string_view text, double& number) {
+    if (text.starts_with('+')) {
+        text.remove_prefix(1);
+    }
+    const auto [end, problem] = std::from_chars(text.data(), text.data() + text.size(), number);
+    return problem == std::errc{} && end == text.data() + text.size() && std::isfinite(number);
+}
+
+bool readInteger(std::string_view text, std::int32_t& number) {
+    const auto [end, problem] = std::from_chars(text.data(), text.data() + text.size(), number);
+    return problem == std::errc{} && end == text.data() + text.size();
+}
+
+std::vector<std::string> split(const std::string& text, char separator) {
+    std::vector<std::string> pieces(1);
+    for (const char c : text) {
+        if (c == separator) {
+            pieces.emplace_back();
+        } else {
+            pieces.back() += c;
+        }
+    }
+    return pieces;
+}
+
+bool readNumbers(const std::string& text, std::size_t count, std::vector<double>& numbers) {
+    const std::vector<std::string> pieces = split(text, ',');
+    numbers.assign(pieces.size(), 0.0);
+    for (std::size_t i = 0; i < pieces.size(); ++i) {
+        if (!readNumber(pieces[i], numbers[i])) {
+            return false;
+        }
+    }
+    return pieces.size() == count;
+}
+
+bool readColour(std::string text, std::uint32_t& colour) {
+    // A # at the beginning of a word is a comment to some shells, so it may be left out.
+    if (text.starts_with('#')) {
+        text.erase(0, 1);
+    }
+    if (text.size() == 3) {
+        text = {text[0], text[0], text[1], text[1], text[2], text[2]};
+    }
+    std::uint32_t rgb = 0;
+    const auto [end, problem] = std::from_chars(text.data(), text.data() + text.size(), rgb, 16);
+    if (problem != std::errc{} || end != text.data() + text.size() || text.size() != 6) {
+        return false;
+    }
+    colour = (rgb & 0xFF) << 16 | (rgb & 0xFF00) | rgb >> 16;
+    return true;
+}
+
+std::string valueOrInitial(const Words& words, std::string_view option) {
+    return words.value(option).value_or(std::string(findOption(words.command->options, option)->initial));
+}
+
+std::uint32_t colourOption(const Words& words, std::string_view option) {
+    const std::string text = valueOrInitial(words, option);
+    std::uint32_t colour = 0;
+    if (!readColour(text, colour)) {
+        refuse(option, text, "colour: #rrggbb is expected");
+    }
+    return colour;
+}
+
+std::optional<Triple> tripleOption(const Words& words, std::string_view option) {
+    const auto text = words.value(option);
+    if (!text) {
+        return std::nullopt;
+    }
+    std::vector<double> n;
+    if (!readNumbers(*text, 3, n)) {
+        refuse(option, *text, "place: X,Y,Z is expected");
+    }
+    return Triple{n[0], n[1], n[2]};
+}
+
+std::optional<double> numberOption(const Words& words, std::string_view option, double least, double most,
+                                   const std::string& expected) {
+    const auto text = words.value(option);
+    if (!text) {
+        return std::nullopt;
+    }
+    double number = 0.0;
+    if (!readNumber(*text, number) || number < least || number > most) {
+        refuse(option, *text, expected);
+    }
+    return number;
+}
+
+void readSize(const Words& words, RenderOptions& options) {
+    const std::string text = valueOrInitial(words, "size");
+    const std::size_t cross = text.find_first_of("xX");
+    if (cross == std::string::npos || !readInteger(text.substr(0, cross), options.width) ||
+        !readInteger(text.substr(cross + 1), options.height) || options.width < 1 || options.height < 1) {
+        refuse("size", text, "size: WIDTHxHEIGHT is expected, such as 1280x960");
+    }
+}
+
+bool isZero(const Triple& t) {
+    return t.x == 0.0 && t.y == 0.0 && t.z == 0.0;
+}
+
+LightOption readLight(const std::string& text) {
+    const std::string expected = "light: directional:X,Y,Z or point:X,Y,Z or spot:X,Y,Z@DX,DY,DZ,ANGLE is expected, a "
+                                 "colour may follow as :#rrggbb";
+    const std::vector<std::string> pieces = split(text, ':');
+    LightOption light;
+    if (pieces.size() < 2 || pieces.size() > 3 || (pieces.size() == 3 && !readColour(pieces[2], light.colour))) {
+        refuse("light", text, expected);
+    }
+    std::string place = pieces[1];
+    std::vector<double> n;
+    if (pieces[0] == "spot") {
+        light.kind = LightOption::Kind::spot;
+        const std::size_t at = place.find('@');
+        if (at == std::string::npos || !readNumbers(place.substr(at + 1), 4, n)) {
+            refuse("light", text, expected);
+        }
+        light.direction = {n[0], n[1], n[2]};
+        light.angle = n[3];
+        if (isZero(light.direction) || light.angle <= 0.0 || light.angle > 90.0) {
+            refuse("light", text, "light: a spot needs a direction and an ANGLE from 0 to 90");
+        }
+        place.resize(at);
+    } else if (pieces[0] == "point" || pieces[0] == "directional") {
+        light.kind = pieces[0] == "point" ? LightOption::Kind::point : LightOption::Kind::directional;
+    } else {
+        refuse("light", text, expected);
+    }
+    if (!readNumbers(place, 3, n)) {
+        refuse("light", text, expected);
+    }
+    light.place = {n[0], n[1], n[2]};
+    if (light.kind == LightOption::Kind::directional && isZero(light.place)) {
+        refuse("light", text, "light: a directional light needs a direction");
+    }
+    return light;
+}
+
+SettingOption readSetting(const std::string& text) {
+    const std::size_t equals = text.find('=');
+    const std::size_t dot = text.find('.');
+    if (equals == std::string::npos || dot == std::string::npos || dot == 0 || dot + 1 >= equals) {
+        refuse("set", text, "setting: TAG.KEY=VALUE is expected, such as Cartoon.Bands=3");
+    }
+    return {text.substr(0, dot), text.substr(dot + 1, equals - dot - 1), text.substr(equals + 1)};
+}
+
+void readLook(const Words& words, RenderOptions& options) {
+    options.baseChosen = words.has("base");
+    options.base = valueOrInitial(words, "base");
+    if (options.base == "none") {
+        options.base.clear();
+    }
+    options.addChosen = words.has("add");
+    std::vector<std::string> lists = words.all("add");
+    if (!options.addChosen) {
+        lists = {valueOrInitial(words, "add")};
+    }
+    for (const std::string& list : lists) {
+        for (const std::string& tag : split(list, ',')) {
+            if (!tag.empty() && tag != "none") {
+                options.add.push_back(tag);
+            }
+        }
+    }
+    for (const std::string& text : words.all("set")) {
+        options.settings.push_back(readSetting(text));
+    }
+}
+
+void readView(const Words& words, RenderOptions& options) {
+    options.eye = tripleOption(words, "eye");
+    options.target = tripleOption(words, "target");
+    options.up = tripleOption(words, "up");
+    options.fov = numberOption(words, "fov", 1.0, 170.0, "field of view: 1 to 170 degrees are expected");
+    options.ortho = numberOption(words, "ortho", 0.0, 1e30, "height: a number from 0 is expected");
+    if (options.fov && options.ortho) {
+        throw UsageError("--fov and --ortho exclude each other: a parallel projection has no field of view");
+    }
+    if (options.up && isZero(*options.up)) {
+        throw UsageError("--up: 0,0,0 is no direction");
+    }
+}
+
+} // namespace
+
+char parseUpAxis(const Words& words) {
+    const auto text = words.value("up-axis");
+    if (text && *text != "y" && *text != "z") {
+        refuse("up-axis", *text, "axis: y or z is expected");
+    }
+    return text ? text->front() : '\0';
+}
+
+RenderOptions parseRenderOptions(const Words& words) {
+    RenderOptions options;
+    options.models = words.arguments;
+    options.demo = words.has("demo");
+    if (options.demo != options.models.empty()) {
+        throw UsageError(options.demo ? "--demo renders the built-in scene; leave either it or the model out"
+                                      : "a MODEL is needed, or --demo for the built-in scene");
+    }
+    options.output = words.value("output").value_or("");
+    if (options.output.empty()) {
+        throw UsageError("-o FILE is needed: where the picture goes");
+    }
+    readSize(words, options);
+    const std::string level = valueOrInitial(words, "antialias");
+    if (level != "0" && level != "1" && level != "2") {
+        refuse("antialias", level, "level: 0, 1 or 2 is expected");
+    }
+    options.antialias = level[0] - '0';
+    options.background = colourOption(words, "background");
+    options.ambient = colourOption(words, "ambient");
+    options.backgroundImage = words.value("background-image").value_or("");
+    options.paper = words.value("paper").value_or("");
+    options.depthImage = words.has("depth-image");
+    options.upAxis = parseUpAxis(words);
+    readLook(words, options);
+    readView(words, options);
+    for (const std::string& text : words.all("light")) {
+        options.lights.push_back(readLight(text));
+    }
+    options.offset = numberOption(words, "offset", -1e6, 1e6, "number of units").value_or(5.0);
+    options.memoryFolder = words.value("memory-folder").value_or("");
+    options.timings = words.has("timings");
+    options.quiet = words.has("quiet");
+    return options;
+}

@@ -1,0 +1,144 @@
+#include "apps/cli/shaderstream.h"
+
+#include "apps/cli/suggestion.h"
+#include "kivrender/dialogs/kivpagedlg.h"
+#include "kivrender/platform/kivtext.h"
+#include "kivrender/settings/kivsettingstable.h"
+#include "kivrender/shader/kivshader.h"
+
+#include <algorithm>
+
+namespace {
+
+std::string list(const std::vector<std::string>& names) {
+    std::string text;
+    for (const std::string& name : names) {
+        text += (text.empty() ? "" : ", ") + name;
+    }
+    return text.empty() ? "none" : text;
+}
+
+KivShader* findShader(const std::string& name) {
+    const std::wstring wide = kivFromUtf8(name);
+    KivShader* shader = KivShader::getByTag(wide.c_str());
+    return shader != nullptr ? shader : KivShader::getByName(wide.c_str());
+}
+
+// Null only for a default that is not there.
+KivShader* chosenShader(const std::string& name, bool combinable, bool chosen) {
+    KivShader* shader = findShader(name);
+    const std::vector<std::string> known = shaderTags(!combinable, combinable);
+    if (shader == nullptr) {
+        if (!chosen) {
+            return nullptr;
+        }
+        const std::string near = didYouMean(name, known);
+        throw UsageError("unknown shader " + name + (near.empty() ? "; there are: " + list(known) : near));
+    }
+    if (shader->isCombinable() != combinable) {
+        throw UsageError(combinable ? name + " paints the surfaces itself: give it with --base"
+                                    : name + " adds to a picture: give it with --add");
+    }
+    return shader;
+}
+
+void save(KivDataManager& stream, const std::wstring& text) {
+    stream.saveString(text.c_str());
+    stream.saveCurrentVaried(false);
+}
+
+// The settings of a shader's pages; the pages are made without windows.
+std::vector<KivTablePageSettings*> tableSettings(KivShader& shader) {
+    shader.createPages(nullptr, nullptr);
+    std::vector<KivTablePageSettings*> found;
+    for (unsigned int i = 0; KivPageDlg* page = shader.getPage(nullptr, i); ++i) {
+        if (auto* settings = dynamic_cast<KivTablePageSettings*>(page->getSettings())) {
+            found.push_back(settings);
+        }
+    }
+    return found;
+}
+
+void applySetting(const SettingOption& option) {
+    KivShader* shader = findShader(option.shader);
+    const std::string whole = option.shader + "." + option.key;
+    if (shader == nullptr) {
+        const std::vector<std::string> known = shaderTags(true, true);
+        const std::string near = didYouMean(option.shader, known);
+        throw UsageError("--set " + whole + ": unknown shader " + option.shader +
+                         (near.empty() ? "; there are: " + list(known) : near));
+    }
+    std::vector<std::string> keys;
+    for (KivTablePageSettings* settings : tableSettings(*shader)) {
+        std::string why;
+        if (settings->find(option.key) >= 0) {
+            if (!settings->setText(option.key, option.value, &why)) {
+                throw UsageError("--set " + whole + ": \"" + option.value + "\" is no value for it: " + why);
+            }
+            return;
+        }
+        for (int i = 0; i < settings->getNumSettings(); ++i) {
+            keys.emplace_back(settings->getInfo(i).key);
+        }
+    }
+    const std::string near = didYouMean(option.key, keys);
+    throw UsageError("--set " + whole + ": " + option.shader + " has no setting " + option.key +
+                     (near.empty() ? "; there are: " + list(keys) : near));
+}
+
+// Every render starts from the defaults, whatever an earlier one of this run has set.
+void resetSettings() {
+    for (unsigned long i = 0; i < KivShader::shaders(); ++i) {
+        if (KivShader* shader = KivShader::getByIndex(i)) {
+            for (KivTablePageSettings* settings : tableSettings(*shader)) {
+                settings->setDefaults();
+            }
+        }
+    }
+}
+
+} // namespace
+
+std::vector<std::string> shaderTags(bool base, bool combinable) {
+    std::vector<std::string> tags;
+    for (unsigned long i = 0; i < KivShader::shaders(); ++i) {
+        const KivShader* shader = KivShader::getByIndex(i);
+        if (shader != nullptr && (shader->isCombinable() ? combinable : base)) {
+            tags.push_back(kivToUtf8(shader->getTag()));
+        }
+    }
+    return tags;
+}
+
+void buildShaderStream(const RenderOptions& options, KivMemoryDataManager& stream) {
+    std::wstring base;
+    if (!options.base.empty()) {
+        if (const KivShader* shader = chosenShader(options.base, false, options.baseChosen)) {
+            base = shader->getTag();
+        }
+    }
+    std::wstring added;
+    for (const std::string& name : options.add) {
+        if (const KivShader* shader = chosenShader(name, true, options.addChosen)) {
+            added += std::wstring(shader->getTag()) + L";";
+        }
+    }
+    resetSettings();
+    for (const SettingOption& setting : options.settings) {
+        applySetting(setting);
+    }
+    stream.clearData();
+    stream.setSaving();
+    save(stream, L"Style:");
+    save(stream, L"NonCombinableShader:" + base);
+    save(stream, L"CombinableShader:" + added);
+    for (unsigned long i = 0; i < KivShader::shaders(); ++i) {
+        if (KivShader* shader = KivShader::getByIndex(i)) {
+            shader->addRef();
+            shader->saveData(&stream, nullptr);
+            shader->release();
+        }
+    }
+    save(stream, L"End Morvane");
+    stream.setMinorVersion(kivCurrentMinorVersion);
+}

@@ -1,0 +1,25 @@
+// The library as a program needs it: a host, the texts, the shaders.
+#ifndef APPS_CLI_STARTUP_H
+#define APPS_CLI_STARTUP_H
+
+#include "apps/cli/clihost.h"
+#include "kivrender/render/kivrenderer.h"
+
+// Sets everything up and undoes it at its end. Warns on standard error if there is no shader or no language module.
+class Program {
+public:
+    Program();
+    ~Program();
+    Program(const Program&) = delete;
+    Program& operator=(const Program&) = delete;
+
+    CliHost& host() const {
+        return services;
+    }
+
+private:
+    mutable CliHost services;
+    KivRenderer loader;
+};
+
+#endif

@@ -1,0 +1,359 @@
+#include "apps/cli/commandline.h"
+
+#include "apps/cli/manual.h"
+#include "apps/cli/outputfile.h"
+#include "apps/cli/progressbar.h"
+#include "apps/cli/suggestion.h"
+#include "programtest.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace {
+
+using testing::HasSubstr;
+
+Words parse(std::vector<const char*> words) {
+    words.insert(words.begin(), "selvarin");
+    return parseWords(static_cast<int>(words.size()), words.data());
+}
+
+RenderOptions render(std::vector<const char*> words) {
+    words.insert(words.begin(), "render");
+    return parseRenderOptions(parse(words));
+}
+
+std::string complaint(const std::vector<const char*>& words) {
+    try {
+        const Words parsed = parse(words);
+        if (parsed.command != nullptr && parsed.command->name == "render") {
+            parseRenderOptions(parsed);
+        }
+    } catch (const UsageError& error) {
+        return error.what();
+    }
+    return "none";
+}
+
+} // namespace
+
+TEST(CommandLine, DefaultsOfRender) {
+    const RenderOptions options = render({"a.obj", "-o", "a.png"});
+    EXPECT_EQ(options.models, std::vector<std::string>{"a.obj"});
+    EXPECT_EQ(options.output, "a.png");
+    EXPECT_EQ(options.width, 1280);
+    EXPECT_EQ(options.height, 960);
+    EXPECT_EQ(options.antialias, 2);
+    EXPECT_EQ(options.base, "Cartoon");
+    EXPECT_FALSE(options.baseChosen);
+    EXPECT_EQ(options.add, std::vector<std::string>{"Outline"});
+    EXPECT_FALSE(options.addChosen);
+    EXPECT_EQ(options.offset, 5.0);
+    EXPECT_EQ(options.upAxis, 0);
+    EXPECT_FALSE(options.eye || options.target || options.up || options.fov || options.ortho);
+    EXPECT_TRUE(options.lights.empty());
+    EXPECT_FALSE(options.quiet || options.depthImage || options.timings || options.demo);
+}
+
+TEST(CommandLine, EveryOptionOfRender) {
+    const RenderOptions o = render({"a.obj",
+                                    "b.obj",
+                                    "--output=x.jpg",
+                                    "-s",
+                                    "640x480",
+                                    "-a",
+                                    "0",
+                                    "--background",
+                                    "#102030",
+                                    "--ambient",
+                                    "fff",
+                                    "--background-image",
+                                    "b.png",
+                                    "--paper",
+                                    "p.png",
+                                    "--depth-image",
+                                    "--up-axis",
+                                    "z",
+                                    "--base",
+                                    "none",
+                                    "--add",
+                                    "A,B",
+                                    "--add",
+                                    "C",
+                                    "--set",
+                                    "Cartoon.Bands=2",
+                                    "--set=Outline.Color=#ff0000",
+                                    "--eye",
+                                    "-1,2,3e1",
+                                    "--target",
+                                    "0,-.5,0",
+                                    "--up",
+                                    "0,0,1",
+                                    "--fov",
+                                    "45.5",
+                                    "--light",
+                                    "point:1,2,3:#ff8000",
+                                    "--light",
+                                    "directional:0,-1,0",
+                                    "--light",
+                                    "spot:0,5,0@0,-1,0,30",
+                                    "--offset",
+                                    "-2.5",
+                                    "--memory-folder",
+                                    "/tmp",
+                                    "--timings",
+                                    "-q"});
+    EXPECT_EQ(o.models.size(), 2U);
+    EXPECT_EQ(o.output, "x.jpg");
+    EXPECT_EQ(o.width, 640);
+    EXPECT_EQ(o.height, 480);
+    EXPECT_EQ(o.antialias, 0);
+    EXPECT_EQ(o.background, 0x302010U) << "red in the low byte";
+    EXPECT_EQ(o.ambient, 0xFFFFFFU);
+    EXPECT_EQ(o.backgroundImage, "b.png");
+    EXPECT_EQ(o.paper, "p.png");
+    EXPECT_TRUE(o.depthImage);
+    EXPECT_EQ(o.upAxis, 'z');
+    EXPECT_EQ(o.base, "");
+    EXPECT_TRUE(o.baseChosen);
+    EXPECT_EQ(o.add, (std::vector<std::string>{"A", "B", "C"}));
+    ASSERT_EQ(o.settings.size(), 2U);
+    EXPECT_EQ(o.settings[1].shader, "Outline");
+    EXPECT_EQ(o.settings[1].key, "Color");
+    EXPECT_EQ(o.settings[1].value, "#ff0000");
+    EXPECT_EQ(o.eye->x, -1.0);
+    EXPECT_EQ(o.eye->z, 30.0);
+    EXPECT_EQ(o.target->y, -0.5);
+    EXPECT_EQ(o.up->z, 1.0);
+    EXPECT_EQ(o.fov, 45.5);
+    ASSERT_EQ(o.lights.size(), 3U);
+    EXPECT_EQ(o.lights[0].kind, LightOption::Kind::point);
+    EXPECT_EQ(o.lights[0].colour, 0x0080FFU);
+    EXPECT_EQ(o.lights[1].kind, LightOption::Kind::directional);
+    EXPECT_EQ(o.lights[1].place.y, -1.0);
+    EXPECT_EQ(o.lights[2].kind, LightOption::Kind::spot);
+    EXPECT_EQ(o.lights[2].direction.y, -1.0);
+    EXPECT_EQ(o.lights[2].angle, 30.0);
+    EXPECT_EQ(o.offset, -2.5);
+    EXPECT_EQ(o.memoryFolder, "/tmp");
+    EXPECT_TRUE(o.timings && o.quiet);
+}
+
+TEST(CommandLine, AddNoneMeansNone) {
+    const RenderOptions options = render({"--demo", "-o", "-", "--add", "none"});
+    EXPECT_TRUE(options.add.empty());
+    EXPECT_TRUE(options.demo);
+    EXPECT_EQ(options.output, "-");
+}
+
+TEST(CommandLine, TellsWrongUse) {
+    const struct {
+        std::vector<const char*> words;
+        const char* message;
+    } cases[] = {
+        {{"rendr"}, "unknown command rendr; did you mean render?"},
+        {{"xyzzy"}, "unknown command xyzzy"},
+        {{"--vresion"}, "unknown option --vresion; did you mean --version?"},
+        {{"render", "a.obj", "-o", "a.png", "--antialas", "1"}, "unknown option --antialas; did you mean --antialias?"},
+        {{"render", "a.obj", "-o", "a.png", "--shadows"}, "unknown option --shadows"},
+        {{"render", "a.obj", "-o"}, "option --output needs a value"},
+        {{"render", "-o", "a.png"}, "a MODEL is needed, or --demo for the built-in scene"},
+        {{"render", "a.obj", "--demo", "-o", "a.png"},
+         "--demo renders the built-in scene; leave either it or the model out"},
+        {{"render", "a.obj"}, "-o FILE is needed: where the picture goes"},
+        {{"render", "a.obj", "-o", "a.png", "-s", "640"},
+         "--size: \"640\" is no size: WIDTHxHEIGHT is expected, such as 1280x960"},
+        {{"render", "a.obj", "-o", "a.png", "-s", "0x10"},
+         "--size: \"0x10\" is no size: WIDTHxHEIGHT is expected, such as 1280x960"},
+        {{"render", "a.obj", "-o", "a.png", "-s", "9999999999x10"},
+         "--size: \"9999999999x10\" is no size: WIDTHxHEIGHT is expected, such as 1280x960"},
+        {{"render", "a.obj", "-o", "a.png", "-a", "3"}, "--antialias: \"3\" is no level: 0, 1 or 2 is expected"},
+        {{"render", "a.obj", "-o", "a.png", "--background", "blue"},
+         "--background: \"blue\" is no colour: #rrggbb is expected"},
+        {{"render", "a.obj", "-o", "a.png", "--eye", "1,2"}, "--eye: \"1,2\" is no place: X,Y,Z is expected"},
+        {{"render", "a.obj", "-o", "a.png", "--eye", "1,2,nan"}, "--eye: \"1,2,nan\" is no place: X,Y,Z is expected"},
+        {{"render", "a.obj", "-o", "a.png", "--fov", "0"},
+         "--fov: \"0\" is no field of view: 1 to 170 degrees are expected"},
+        {{"render", "a.obj", "-o", "a.png", "--fov", "30", "--ortho", "1"},
+         "--fov and --ortho exclude each other: a parallel projection has no field of view"},
+        {{"render", "a.obj", "-o", "a.png", "--up", "0,0,0"}, "--up: 0,0,0 is no direction"},
+        {{"render", "a.obj", "-o", "a.png", "--up-axis", "x"}, "--up-axis: \"x\" is no axis: y or z is expected"},
+        {{"render", "a.obj", "-o", "a.png", "--set", "Cartoon"},
+         "--set: \"Cartoon\" is no setting: TAG.KEY=VALUE is expected, such as Cartoon.Bands=3"},
+        {{"render", "a.obj", "-o", "a.png", "--light", "spot:1,2,3@0,0,0,30"},
+         "--light: \"spot:1,2,3@0,0,0,30\" is no light: a spot needs a direction and an ANGLE from 0 to 90"},
+        {{"render", "a.obj", "-o", "a.png", "--light", "directional:0,0,0"},
+         "--light: \"directional:0,0,0\" is no light: a directional light needs a direction"},
+        {{"render", "a.obj", "-o", "a.png", "--config", "/nowhere/at.all"},
+         "can't read the settings file \"/nowhere/at.all\""},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(complaint(c.words), c.message);
+    }
+    EXPECT_THAT(complaint({"render", "a.obj", "-o", "a.png", "--light", "lamp:1,2,3"}),
+                HasSubstr("is no light: directional:"));
+}
+
+TEST(CommandLine, SettingsFile) {
+    const ProgramFolder folder;
+    const std::string path = folder.write("my.conf", "# a look\n\nsize = 100x50\nadd=A,B\nset = Cartoon.Bands=2\n"
+                                                     "  quiet\ndepth-image = no\nbackground=#000000\n");
+    const RenderOptions options = render(
+        {"a.obj", "-o", "a.png", "--config", path.c_str(), "--background", "ffffff", "--set", "Cartoon.Bands=4"});
+    EXPECT_EQ(options.width, 100);
+    EXPECT_EQ(options.height, 50);
+    EXPECT_EQ(options.background, 0xFFFFFFU) << "the command line wins";
+    EXPECT_EQ(options.add, (std::vector<std::string>{"A", "B"}));
+    EXPECT_TRUE(options.quiet);
+    EXPECT_FALSE(options.depthImage);
+    ASSERT_EQ(options.settings.size(), 2U) << "what may be repeated adds up";
+    EXPECT_EQ(options.settings[0].value, "2");
+    EXPECT_EQ(options.settings[1].value, "4") << "the later one wins";
+
+    const struct {
+        const char* content;
+        const char* message;
+    } cases[] = {
+        {"size = 1x1\nsizes = 2x2\n", "line 2: unknown option sizes; did you mean size?"},
+        {"config = other\n", "line 1: unknown option config"},
+        {"quiet = maybe\n", "line 1: quiet is yes or no"},
+        {"size\n", "line 1: size needs a value"},
+    };
+    for (const auto& c : cases) {
+        const std::string bad = folder.write("bad.conf", c.content);
+        EXPECT_THAT(complaint({"render", "a.obj", "-o", "a.png", "--config", bad.c_str()}),
+                    HasSubstr("settings file \"" + bad + "\", " + c.message));
+    }
+}
+
+TEST(Suggestion, NearestName) {
+    const std::vector<std::string> known{"Cartoon", "Outline", "Sketch"};
+    EXPECT_EQ(nearestName("cartoon", known), "Cartoon");
+    EXPECT_EQ(nearestName("Catroon", known), "Cartoon");
+    EXPECT_EQ(nearestName("Outlines", known), "Outline");
+    EXPECT_EQ(nearestName("Skech", known), "Sketch");
+    EXPECT_EQ(nearestName("Watercolour", known), "");
+    EXPECT_EQ(nearestName("", known), "");
+    EXPECT_EQ(nearestName("x", {}), "");
+    EXPECT_EQ(didYouMean("Catroon", known), "; did you mean Cartoon?");
+    EXPECT_EQ(didYouMean("zzz", known), "");
+}
+
+TEST(Manual, NamesEveryCommandOptionAndDefault) {
+    const std::string page = manualPage();
+    const std::string rules = bashCompletion();
+    EXPECT_THAT(helpText(80), HasSubstr("--version"));
+    for (const CommandInfo& command : commandTable()) {
+        const std::string help = helpText(command, 80);
+        EXPECT_THAT(helpText(80), HasSubstr("selvarin " + std::string(command.name)));
+        for (const OptionInfo& option : command.options) {
+            const std::string name = "--" + std::string(option.name);
+            EXPECT_THAT(help, HasSubstr(name));
+            EXPECT_THAT(rules, HasSubstr(name));
+            if (!option.initial.empty()) {
+                EXPECT_THAT(help, HasSubstr(std::string("[").append(option.initial).append("]"))) << name;
+            }
+            std::string escaped;
+            for (const char c : name) {
+                escaped += c == '-' ? "\\-" : std::string(1, c);
+            }
+            EXPECT_THAT(page, HasSubstr(escaped));
+        }
+    }
+}
+
+TEST(Manual, HelpKeepsToItsWidth) {
+    for (const int width : {20, 80, 100, 500}) {
+        const std::string text = helpText(*findCommand("render"), width);
+        std::size_t begin = 0;
+        bool inExamples = false;
+        for (std::size_t end = text.find('\n'); end != std::string::npos; end = text.find('\n', begin)) {
+            const std::string line = text.substr(begin, end - begin);
+            inExamples = inExamples || line == "Examples";
+            if (!inExamples) {
+                EXPECT_LE(line.size(), static_cast<std::size_t>(std::clamp(width, 60, 120))) << line;
+            }
+            begin = end + 1;
+        }
+    }
+}
+
+TEST(OutputFile, NamesFromAPattern) {
+    EXPECT_EQ(outputName("{model}.png", "bunny"), "bunny.png");
+    EXPECT_EQ(outputName("a/{model}-{model}.png", "{model}"), "a/{model}-{model}.png");
+    EXPECT_EQ(outputName("plain.png", "bunny"), "plain.png");
+}
+
+TEST(OutputFile, RefusesWhatCanNotBeWritten) {
+    const ProgramFolder folder;
+    const auto complaintOf = [](const std::string& name) -> std::string {
+        try {
+            const OutputFile file(name, false);
+        } catch (const std::exception& error) {
+            return error.what();
+        }
+        return "none";
+    };
+    EXPECT_EQ(complaintOf(folder.path("a.svg")),
+              "\"" + folder.path("a.svg") +
+                  "\": this version writes no vector drawings; use one of png, jpg, jpeg, "
+                  "tif, tiff, bmp, gif");
+    EXPECT_THAT(complaintOf(folder.path("a.xyz")), HasSubstr("pictures can't be written as .xyz"));
+    EXPECT_EQ(complaintOf(folder.path("no/a.png")),
+              "can't write \"" + folder.path("no/a.png") + "\": there is no folder \"" + folder.path("no") + "\"");
+    std::filesystem::create_directory(folder.path("d.png"));
+    EXPECT_EQ(complaintOf(folder.path("d.png")), "can't write \"" + folder.path("d.png") + "\": it is a folder");
+    EXPECT_EQ(complaintOf(folder.path("UPPER.PNG")), "none");
+}
+
+TEST(OutputFile, LeavesTheOldPictureUntilTheNewOneIsThere) {
+    const ProgramFolder folder;
+    const std::string name = folder.write("a.png", "old");
+    {
+        const OutputFile file(name, false);
+        std::ofstream(file.workName()) << "half";
+    }
+    EXPECT_EQ(folder.read("a.png"), "old");
+    EXPECT_EQ(folder.names(), std::vector<std::string>{"a.png"}) << "nothing half-made stays";
+    {
+        OutputFile file(name, true);
+        std::ofstream(file.workName()) << "new";
+        std::string depth = file.workName();
+        depth.insert(depth.rfind('.'), "_depth");
+        std::ofstream(depth) << "deep";
+        file.finish();
+    }
+    EXPECT_EQ(folder.read("a.png"), "new");
+    EXPECT_EQ(folder.read("a_depth.png"), "deep");
+    OutputFile missing(name, false);
+    EXPECT_THROW(missing.finish(), std::runtime_error);
+}
+
+TEST(ProgressBar, FractionOfAllSteps) {
+    ProgressBar bar(ProgressBar::Style::none);
+    EXPECT_EQ(bar.fraction(), 0.0);
+    bar.addSteps(10);
+    bar.addSteps(30);
+    const int deferred = bar.addDeferredStep();
+    EXPECT_EQ(deferred, 2);
+    EXPECT_EQ(bar.fraction(), 0.0);
+    bar.beginStep();
+    bar.advance(5, false);
+    EXPECT_DOUBLE_EQ(bar.fraction(), 5.0 / 40.0);
+    bar.advance(100, true);
+    EXPECT_DOUBLE_EQ(bar.fraction(), 10.0 / 40.0) << "a step is never more than full";
+    bar.endStep();
+    bar.setStepSize(deferred, 60);
+    bar.setStepSize(99, 5);
+    bar.beginStep();
+    bar.endStep();
+    EXPECT_DOUBLE_EQ(bar.fraction(), 40.0 / 100.0) << "a step that ended early is full";
+    bar.beginStep();
+    bar.endStep();
+    EXPECT_DOUBLE_EQ(bar.fraction(), 1.0);
+    bar.beginStep(); // one more than was announced
+    EXPECT_DOUBLE_EQ(bar.fraction(), 1.0);
+    EXPECT_FALSE(bar.isCancelled());
+    bar.restart(L"again");
+    EXPECT_EQ(bar.fraction(), 0.0);
+}

@@ -1,0 +1,476 @@
+// The program as a user runs it: exit status, messages, and what its pictures show.
+#include "programtest.h"
+
+#include <array>
+#include <chrono>
+#include <cmath>
+#include <csignal>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <thread>
+
+#include <fcntl.h>
+#include <png.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace {
+
+using testing::HasSubstr;
+using testing::StartsWith;
+
+struct Outcome {
+    int status = -1;
+    std::string out;
+    std::string err;
+};
+
+std::string readAll(const std::string& path) {
+    std::ifstream stream(path, std::ios::binary);
+    std::ostringstream content;
+    content << stream.rdbuf();
+    return content.str();
+}
+
+// Runs the program of the build tree. signalAfter: milliseconds until it gets SIGINT, below 0 for never.
+Outcome run(const ProgramFolder& folder, std::vector<std::string> arguments, int signalAfter = -1) {
+    const std::string program = std::string(SELVARIN_BIN_DIR) + "/selvarin";
+    const std::string out = folder.path(".stdout");
+    const std::string err = folder.path(".stderr");
+    arguments.insert(arguments.begin(), program);
+    const pid_t child = fork();
+    if (child == 0) {
+        const int outFile = open(out.c_str(), O_CREAT | O_TRUNC | O_WRONLY, 0600);
+        const int errFile = open(err.c_str(), O_CREAT | O_TRUNC | O_WRONLY, 0600);
+        dup2(outFile, STDOUT_FILENO);
+        dup2(errFile, STDERR_FILENO);
+        std::vector<char*> words;
+        for (std::string& argument : arguments) {
+            words.push_back(argument.data());
+        }
+        words.push_back(nullptr);
+        setenv("HOME", folder.path("home").c_str(), 1);
+        setenv("XDG_CONFIG_HOME", folder.path("home").c_str(), 1);
+        setenv("XDG_DATA_HOME", folder.path("home").c_str(), 1);
+        execv(program.c_str(), words.data());
+        _exit(127);
+    }
+    if (signalAfter >= 0) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(signalAfter));
+        kill(child, SIGINT);
+    }
+    int state = 0;
+    waitpid(child, &state, 0);
+    Outcome outcome{WIFEXITED(state) ? WEXITSTATUS(state) : 1000 + WTERMSIG(state), readAll(out), readAll(err)};
+    std::filesystem::remove(out);
+    std::filesystem::remove(err);
+    std::filesystem::remove_all(folder.path("home"));
+    return outcome;
+}
+
+struct Picture {
+    std::uint32_t width = 0;
+    std::uint32_t height = 0;
+    std::vector<std::uint8_t> rgb;
+
+    std::array<int, 3> at(std::uint32_t x, std::uint32_t y) const {
+        const std::uint8_t* p = &rgb[(std::size_t{y} * width + x) * 3];
+        return {p[0], p[1], p[2]};
+    }
+    // The part of the picture that is not the background, which its corner shows.
+    double covered() const {
+        std::size_t count = 0;
+        for (std::size_t i = 0; i < rgb.size(); i += 3) {
+            count += std::memcmp(&rgb[i], rgb.data(), 3) != 0 ? 1 : 0;
+        }
+        return static_cast<double>(count) / (rgb.size() / 3.0);
+    }
+};
+
+Picture readPng(const std::string& path) {
+    Picture picture;
+    png_image image = {};
+    image.version = PNG_IMAGE_VERSION;
+    if (png_image_begin_read_from_file(&image, path.c_str()) == 0) {
+        return picture;
+    }
+    image.format = PNG_FORMAT_RGB;
+    picture.rgb.resize(PNG_IMAGE_SIZE(image));
+    if (png_image_finish_read(&image, nullptr, picture.rgb.data(), 0, nullptr) != 0) {
+        picture.width = image.width;
+        picture.height = image.height;
+    }
+    return picture;
+}
+
+// A box of 2 by 2 by 2 around the origin with a pure blue material.
+std::string writeBlueBox(const ProgramFolder& folder, const std::string& name = "box.obj") {
+    folder.write("blue.mtl", "newmtl blue\nKd 0 0 1\n");
+    std::string text = "mtllib blue.mtl\nusemtl blue\n";
+    for (const char* corner : {"-1 -1 -1", "1 -1 -1", "1 1 -1", "-1 1 -1", "-1 -1 1", "1 -1 1", "1 1 1", "-1 1 1"}) {
+        text += std::string("v ") + corner + "\n";
+    }
+    return folder.write(name, text + "f 4 3 2 1\nf 5 6 7 8\nf 1 2 6 5\nf 3 4 8 7\nf 2 3 7 6\nf 4 1 5 8\n");
+}
+
+// A grid of 2 n by n triangles, large enough to be cancelled in the middle.
+std::string writeGrid(const ProgramFolder& folder, int n) {
+    std::string text;
+    for (int y = 0; y <= n; ++y) {
+        for (int x = 0; x <= n; ++x) {
+            text += "v " + std::to_string(x) + " " + std::to_string(std::sin(x * 0.3) * std::cos(y * 0.2) * 3.0) + " " +
+                    std::to_string(y) + "\n";
+        }
+    }
+    for (int y = 0; y < n; ++y) {
+        for (int x = 0; x < n; ++x) {
+            const int a = y * (n + 1) + x + 1;
+            text += "f " + std::to_string(a) + " " + std::to_string(a + n + 1) + " " + std::to_string(a + n + 2) + " " +
+                    std::to_string(a + 1) + "\n";
+        }
+    }
+    return folder.write("grid.obj", text);
+}
+
+int countLines(const std::string& text) {
+    return static_cast<int>(std::count(text.begin(), text.end(), '\n'));
+}
+
+} // namespace
+
+TEST(Program, HelpVersionManualAndCompletion) {
+    const ProgramFolder folder;
+    const Outcome help = run(folder, {"--help"});
+    EXPECT_EQ(help.status, 0);
+    EXPECT_THAT(help.out, HasSubstr("selvarin render MODEL... -o FILE"));
+    EXPECT_THAT(help.out, HasSubstr("Examples"));
+    EXPECT_EQ(help.err, "");
+    EXPECT_THAT(run(folder, {"render", "-h"}).out, HasSubstr("--background-image FILE"));
+    const Outcome version = run(folder, {"--version"});
+    EXPECT_EQ(version.status, 0);
+    EXPECT_THAT(version.out, StartsWith("selvarin 2."));
+    EXPECT_THAT(version.out, HasSubstr("Assimp"));
+    EXPECT_THAT(run(folder, {"--man"}).out, StartsWith(".TH SELVARIN 1"));
+    const Outcome rules = run(folder, {"--completion", "bash"});
+    ASSERT_EQ(rules.status, 0);
+    folder.write("rules", rules.out);
+    EXPECT_EQ(std::system(("bash -n " + folder.path("rules")).c_str()), 0);
+    EXPECT_EQ(run(folder, {"--completion", "fish"}).status, 2);
+}
+
+TEST(Program, CompletesCommandsOptionsAndValues) {
+    const ProgramFolder folder;
+    folder.write("rules", run(folder, {"--completion", "bash"}).out);
+    const auto complete = [&](const std::string& words, int index, const std::string& word,
+                              const std::string& previous) {
+        const std::string script = "source " + folder.path("rules") + "; COMP_WORDS=(" + words +
+                                   "); COMP_CWORD=" + std::to_string(index) + "; _selvarin " + SELVARIN_BIN_DIR +
+                                   "/selvarin '" + word + "' '" + previous + "'; echo \"${COMPREPLY[*]}\" > " +
+                                   folder.path("reply");
+        EXPECT_EQ(std::system(("bash -c '" +
+                               [](std::string text) {
+                                   for (std::size_t at = text.find('\''); at != std::string::npos;
+                                        at = text.find('\'', at + 4)) {
+                                       text.replace(at, 1, "'\\''");
+                                   }
+                                   return text;
+                               }(script) +
+                               "'")
+                                  .c_str()),
+                  0);
+        return folder.read("reply");
+    };
+    EXPECT_EQ(complete("selvarin re", 1, "re", "selvarin"), "render\n");
+    EXPECT_EQ(complete("selvarin render --anti", 2, "--anti", "render"), "--antialias\n");
+    EXPECT_EQ(complete("selvarin render -a x", 3, "", "-a"), "0 1 2\n");
+    EXPECT_EQ(complete("selvarin render --base Ca", 3, "Ca", "--base"), "Cartoon\n");
+}
+
+TEST(Program, ListsShadersAndFormats) {
+    const ProgramFolder folder;
+    const Outcome tags = run(folder, {"shaders", "-q"});
+    EXPECT_EQ(tags.status, 0);
+    EXPECT_EQ(tags.out, "Cartoon\nOutline\n");
+    const Outcome shaders = run(folder, {"shaders"});
+    EXPECT_EQ(shaders.status, 0);
+    EXPECT_THAT(shaders.out, HasSubstr("--set Cartoon.Bands="));
+    EXPECT_THAT(shaders.out, HasSubstr("--set Outline."));
+    EXPECT_EQ(shaders.err, "");
+    const Outcome formats = run(folder, {"formats"});
+    for (const char* ending :
+         {"obj", "gltf", "glb", "stl", "ply", "fbx", "3ds", "dae", "off", "dxf", "png", "jpg", "tif", "bmp", "gif"}) {
+        EXPECT_THAT(formats.out, HasSubstr(std::string("  ") + ending + " ")) << ending;
+    }
+    EXPECT_EQ(run(folder, {"formats", "extra"}).status, 2);
+}
+
+TEST(Program, InfoTellsWhatAModelHolds) {
+    const ProgramFolder folder;
+    const Outcome info = run(folder, {"info", writeBlueBox(folder)});
+    EXPECT_EQ(info.status, 0);
+    EXPECT_THAT(info.out, HasSubstr("format:     Wavefront OBJ\nmeshes:     1\ntriangles:  12\nvertices:   24\n"));
+    EXPECT_THAT(info.out, HasSubstr("x:          -1 to 1\n"));
+    EXPECT_THAT(info.out, HasSubstr("up:         y\nmaterials:  1\n  blue  #0000ff\n"));
+    EXPECT_THAT(run(folder, {"info", folder.path("box.obj"), "--up-axis", "z"}).out, HasSubstr("up:         z\n"));
+    EXPECT_EQ(run(folder, {"info"}).status, 2);
+    const Outcome gone = run(folder, {"info", "gone.obj"});
+    EXPECT_EQ(gone.status, 1);
+    EXPECT_EQ(gone.err, "selvarin: can't use \"gone.obj\": there is no such file\n");
+}
+
+TEST(Program, ErrorsAreOneLineAndTheStatusTellsTheirKind) {
+    const ProgramFolder folder;
+    const std::string box = writeBlueBox(folder);
+    const std::string png = folder.path("x.png");
+    folder.write("text.stl", "no solid at all");
+    const struct {
+        std::vector<std::string> arguments;
+        int status;
+        std::string message;
+    } cases[] = {
+        {{}, 2, "a command is needed: render, shaders, formats or info (see \"selvarin --help\")"},
+        {{"rendr"}, 2, "unknown command rendr; did you mean render? (see \"selvarin --help\")"},
+        {{"render", box, "-o", png, "--simplify"}, 2, "unknown option --simplify (see \"selvarin --help\")"},
+        {{"render", box, "-o", png, "--base", "Cartoons"},
+         2,
+         "unknown shader Cartoons; did you mean Cartoon? (see \"selvarin --help\")"},
+        {{"render", box, "-o", png, "--base", "Outline"},
+         2,
+         "Outline adds to a picture: give it with --add (see \"selvarin --help\")"},
+        {{"render", box, "-o", png, "--add", "Cartoon"},
+         2,
+         "Cartoon paints the surfaces itself: give it with --base (see \"selvarin --help\")"},
+        {{"render", box, "-o", png, "--set", "Cartoon.Band=2"},
+         2,
+         "--set Cartoon.Band: Cartoon has no setting Band; did you mean Bands? (see \"selvarin --help\")"},
+        {{"render", box, "-o", png, "--set", "Cartun.Bands=2"},
+         2,
+         "--set Cartun.Bands: unknown shader Cartun; did you mean Cartoon? (see \"selvarin --help\")"},
+        {{"render", box, "-o", folder.path("x.svg")},
+         2,
+         "\"" + folder.path("x.svg") +
+             "\": this version writes no vector drawings; use one of png, jpg, jpeg, tif, tiff, bmp, gif (see "
+             "\"selvarin --help\")"},
+        {{"render", folder.path("gone.obj"), "-o", png},
+         1,
+         "can't use \"" + folder.path("gone.obj") + "\": there is no such file"},
+        {{"render", box, "-o", "/nowhere/x.png"}, 1, "can't write \"/nowhere/x.png\": there is no folder \"/nowhere\""},
+        {{"render", box, "-o", png, "--paper", "gone.png"}, 1, "can't use \"gone.png\": there is no such file"},
+        {{"render", box, "-o", png, "--eye", "1,1,1", "--target", "1,1,1"},
+         2,
+         "--eye and --target are the same place (see \"selvarin --help\")"},
+    };
+    for (const auto& c : cases) {
+        const Outcome outcome = run(folder, c.arguments);
+        EXPECT_EQ(outcome.status, c.status) << c.message;
+        EXPECT_EQ(outcome.err, "selvarin: " + c.message + "\n");
+        EXPECT_EQ(outcome.out, "");
+    }
+    const Outcome value = run(folder, {"render", box, "-o", png, "--set", "Cartoon.Bands=many"});
+    EXPECT_EQ(value.status, 2);
+    EXPECT_THAT(value.err, StartsWith("selvarin: --set Cartoon.Bands: \"many\" is no value for it: "));
+    const Outcome broken = run(folder, {"render", folder.path("text.stl"), "-o", png});
+    EXPECT_EQ(broken.status, 1);
+    EXPECT_EQ(countLines(broken.err), 1) << broken.err;
+    const Outcome large = run(folder, {"render", box, "-o", png, "-s", "20000x20000", "-a", "0"});
+    EXPECT_EQ(large.status, 1);
+    EXPECT_EQ(countLines(large.err), 1) << large.err;
+    EXPECT_FALSE(std::filesystem::exists(png));
+}
+
+TEST(Program, RendersABlueBoxOnItsBackground) {
+    const ProgramFolder folder;
+    const std::string png = folder.path("box.png");
+    const Outcome outcome =
+        run(folder, {"render", writeBlueBox(folder), "-o", png, "-s", "320x240", "--background", "#ff8000"});
+    ASSERT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_EQ(outcome.err, "");
+    EXPECT_THAT(outcome.out, StartsWith(png + ": 320x240, 12 triangles, "));
+    const Picture picture = readPng(png);
+    ASSERT_EQ(picture.width, 320U);
+    ASSERT_EQ(picture.height, 240U);
+    EXPECT_EQ(picture.at(0, 0), (std::array<int, 3>{255, 128, 0}));
+    EXPECT_EQ(picture.at(319, 239), (std::array<int, 3>{255, 128, 0}));
+    const std::array<int, 3> middle = picture.at(150, 110);
+    EXPECT_GT(middle[2], middle[0] + 40);
+    EXPECT_GT(picture.covered(), 0.25);
+    EXPECT_LT(picture.covered(), 0.75);
+    EXPECT_EQ(folder.names(), (std::vector<std::string>{"blue.mtl", "box.obj", "box.png"}))
+        << "nothing else is left behind";
+}
+
+TEST(Program, TheSameCommandGivesTheSameBytes) {
+    const ProgramFolder folder;
+    const std::string box = writeBlueBox(folder);
+    for (const char* name : {"a.png", "b.png"}) {
+        ASSERT_EQ(run(folder, {"render", box, "-o", folder.path(name), "-s", "200x150"}).status, 0);
+    }
+    EXPECT_TRUE(folder.read("a.png") == folder.read("b.png"));
+    EXPECT_GT(folder.read("a.png").size(), 500U);
+}
+
+TEST(Program, WritesAllPictureFormatsAndTheStream) {
+    const ProgramFolder folder;
+    const std::string box = writeBlueBox(folder);
+    const struct {
+        const char* name;
+        std::string magic;
+    } cases[] = {{"a.png", "\x89PNG"}, {"a.jpg", "\xFF\xD8"}, {"a.JPEG", "\xFF\xD8"},
+                 {"a.bmp", "BM"},      {"a.gif", "GIF8"},     {"a.tif", "II"}};
+    for (const auto& c : cases) {
+        const Outcome outcome = run(folder, {"render", box, "-o", folder.path(c.name), "-s", "64x48", "-q"});
+        EXPECT_EQ(outcome.status, 0) << outcome.err;
+        EXPECT_EQ(outcome.out + outcome.err, "") << "quiet";
+        EXPECT_EQ(folder.read(c.name).substr(0, c.magic.size()), c.magic) << c.name;
+    }
+    const Outcome stream = run(folder, {"render", box, "-o", "-", "-s", "64x48"});
+    EXPECT_EQ(stream.status, 0);
+    EXPECT_TRUE(stream.out == folder.read("a.png")) << "the picture alone";
+    EXPECT_EQ(stream.err, "");
+}
+
+TEST(Program, DepthImageBesideThePicture) {
+    const ProgramFolder folder;
+    ASSERT_EQ(run(folder, {"render", writeBlueBox(folder), "-o", folder.path("b.png"), "-s", "160x120", "-a", "1",
+                           "--depth-image"})
+                  .status,
+              0);
+    const Picture depth = readPng(folder.path("b_depth.png"));
+    ASSERT_EQ(depth.width, 160U);
+    ASSERT_EQ(depth.height, 120U);
+    EXPECT_EQ(depth.at(0, 0), (std::array<int, 3>{255, 255, 255}));
+    EXPECT_LT(depth.at(80, 60)[0], 200) << "nearer is darker";
+    EXPECT_EQ(run(folder, {"render", folder.path("box.obj"), "-o", "-", "--depth-image"}).status, 2);
+}
+
+TEST(Program, CamerasAndProjections) {
+    const ProgramFolder folder;
+    const std::string box = writeBlueBox(folder);
+    const std::string png = folder.path("v.png");
+    // Straight from the front, 4 units high, no lines: the box is half of the picture's height, to the pixel.
+    ASSERT_EQ(run(folder, {"render", box, "-o", png, "-s", "200x100", "-a", "0", "--eye", "0,0,10", "--ortho", "4",
+                           "--add", "none"})
+                  .status,
+              0);
+    Picture picture = readPng(png);
+    EXPECT_NEAR(picture.covered(), 0.5 * 0.25, 0.002);
+    EXPECT_NE(picture.at(76, 50), picture.at(0, 0));
+    EXPECT_EQ(picture.at(73, 50), picture.at(0, 0));
+    // In perspective the front face, 9 units away, is 2 / (2 * 9 * tan 15) of the height.
+    ASSERT_EQ(run(folder, {"render", box, "-o", png, "-s", "200x200", "-a", "0", "--eye", "0,0,10", "--fov", "30",
+                           "--add", "none"})
+                  .status,
+              0);
+    EXPECT_NEAR(readPng(png).covered(), std::pow(1.0 / (9.0 * std::tan(3.14159265358979 / 12.0)), 2.0), 0.01);
+    // Looking away from it.
+    const Outcome away =
+        run(folder, {"render", box, "-o", png, "-s", "64x64", "--eye", "0,0,10", "--target", "0,0,20"});
+    EXPECT_EQ(away.status, 0);
+    EXPECT_THAT(away.err, HasSubstr("warning: the camera sees nothing"));
+    EXPECT_EQ(readPng(png).covered(), 0.0);
+    // A target alone is in the middle of the picture.
+    ASSERT_EQ(run(folder, {"render", box, "-o", png, "-s", "100x100", "--target", "1,1,1"}).status, 0);
+    EXPECT_NE(readPng(png).at(48, 52), readPng(png).at(0, 0));
+    // From above, with the y axis along the view.
+    ASSERT_EQ(run(folder, {"render", box, "-o", png, "-s", "100x100", "-a", "0", "--ortho", "0", "--eye", "0,9,0",
+                           "--add", "none"})
+                  .status,
+              0);
+    EXPECT_NEAR(readPng(png).covered(), 0.88 * 0.88, 0.03);
+}
+
+TEST(Program, TheUnitOfAModelDoesNotMatter) {
+    const ProgramFolder folder;
+    for (const char* unit : {"e-6", "", "e9"}) {
+        std::string text;
+        for (const char* corner : {"0 0 0", "3 0 0", "0 2 0", "0 0 1"}) {
+            std::istringstream numbers(corner);
+            std::string n;
+            text += "v";
+            while (numbers >> n) {
+                text += " " + n + unit;
+            }
+            text += "\n";
+        }
+        const std::string model = folder.write("t.obj", text + "f 1 3 2\nf 1 2 4\nf 2 3 4\nf 3 1 4\n");
+        ASSERT_EQ(run(folder, {"render", model, "-o", folder.path("t.png"), "-s", "160x120"}).status, 0);
+        EXPECT_GT(readPng(folder.path("t.png")).covered(), 0.15) << unit;
+    }
+}
+
+TEST(Program, LooksAndSettings) {
+    const ProgramFolder folder;
+    const std::string box = writeBlueBox(folder);
+    // Compared as numbers: a whole picture is no message.
+    const auto picture = [&](std::vector<std::string> more) {
+        std::vector<std::string> arguments{"render", box, "-o", folder.path("l.png"), "-s", "160x120", "-q"};
+        arguments.insert(arguments.end(), more.begin(), more.end());
+        const Outcome outcome = run(folder, arguments);
+        EXPECT_EQ(outcome.status, 0) << outcome.err;
+        return std::hash<std::string>()(folder.read("l.png"));
+    };
+    const std::size_t plain = picture({});
+    EXPECT_NE(picture({"--add", "none"}), plain) << "without lines";
+    EXPECT_NE(picture({"--base", "none"}), plain) << "without paint";
+    EXPECT_NE(picture({"--set", "Cartoon.Bands=1"}), plain);
+    EXPECT_EQ(picture({"--base", "cartoon", "--add", "outline"}), plain) << "the default look by name";
+    EXPECT_NE(picture({"--light", "directional:0,-1,0"}), plain);
+    EXPECT_EQ(picture({"--config", folder.write("look.conf", "set = Cartoon.Bands=1\n")}),
+              picture({"--set", "Cartoon.Bands=1"}));
+}
+
+TEST(Program, SeveralModels) {
+    const ProgramFolder folder;
+    const std::string a = writeBlueBox(folder, "a.obj");
+    const std::string b = writeBlueBox(folder, "b.obj");
+    const Outcome each = run(folder, {"render", a, b, "-o", folder.path("{model}-x.png"), "-s", "64x48"});
+    EXPECT_EQ(each.status, 0) << each.err;
+    EXPECT_EQ(countLines(each.out), 2);
+    EXPECT_TRUE(folder.read("a-x.png") == folder.read("b-x.png")) << "one render does not change the next";
+    EXPECT_GT(folder.read("a-x.png").size(), 100U);
+    const Outcome one = run(folder, {"render", a, b, "-o", folder.path("both.png"), "-s", "64x48"});
+    EXPECT_THAT(one.out, HasSubstr("64x48, 24 triangles"));
+    const Outcome same = run(folder, {"render", a, a, "-o", folder.path("{model}.png")});
+    EXPECT_EQ(same.status, 2);
+    EXPECT_THAT(same.err, HasSubstr("two models would both be written to"));
+}
+
+TEST(Program, TheDemoFillsThePicture) {
+    const ProgramFolder folder;
+    const Outcome outcome =
+        run(folder, {"render", "--demo", "-o", folder.path("{model}.png"), "-s", "320x240", "--timings"});
+    ASSERT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_THAT(outcome.err, HasSubstr("in all"));
+    EXPECT_THAT(outcome.err, HasSubstr("encoding"));
+    const Picture picture = readPng(folder.path("demo.png"));
+    EXPECT_EQ(picture.width, 320U);
+    EXPECT_GT(picture.covered(), 0.3);
+    EXPECT_LT(picture.covered(), 0.9);
+}
+
+TEST(Program, InterruptLeavesTheOldPicture) {
+    const ProgramFolder folder;
+    const std::string grid = writeGrid(folder, 700);
+    const std::string png = folder.write("g.png", "old");
+    bool cancelled = false;
+    for (const int delay : {100, 250, 500, 900}) {
+        const Outcome outcome = run(folder, {"render", grid, "-o", png, "-s", "2400x1800"}, delay);
+        if (outcome.status == 130) {
+            cancelled = true;
+            EXPECT_EQ(outcome.out, "");
+            EXPECT_EQ(folder.read("g.png"), "old");
+        } else {
+            // The signal came before it was caught or after the work was done.
+            EXPECT_TRUE(outcome.status == 0 || outcome.status == 1000 + SIGINT) << outcome.status << outcome.err;
+            folder.write("g.png", "old");
+        }
+        for (const std::string& name : folder.names()) {
+            EXPECT_NE(name[0], '.') << name << " is left behind";
+        }
+    }
+    EXPECT_TRUE(cancelled) << "no signal met the render";
+}

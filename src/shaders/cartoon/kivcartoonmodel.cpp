@@ -3,6 +3,7 @@
 #include "kivcartoonnormals.h"
 #include "kivrender/scene/kivmesh.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstddef>
 #include <utility>
@@ -46,9 +47,23 @@ void mendNormals(KivCartoonModel& model) {
 
 void findWindings(KivCartoonModel& model) {
     model.windings.reserve(model.triangles.size());
+    double volume = 0.0;
     for (const KivSurface::Triangle& t : model.triangles) {
         const KivVec sum = model.normals[t[0]] + model.normals[t[1]] + model.normals[t[2]];
-        model.windings.push_back(kivDot(faceOf(model, t), sum) < 0.0 ? -1 : 1);
+        const KivVec face = faceOf(model, t);
+        const std::int8_t winding = kivDot(face, sum) < 0.0 ? -1 : 1;
+        model.windings.push_back(winding);
+        volume += kivDot(face, model.points[t[0]] - model.points[model.triangles[0][0]]) * winding;
+    }
+    // An inside-out shape is turned. Every side is lit as it is seen, so this changes no tone, not even of an open
+    // shape; but it tells rightly which triangles are on the far side.
+    if (volume < 0.0) {
+        for (KivVec& normal : model.normals) {
+            normal = -normal;
+        }
+        for (std::int8_t& winding : model.windings) {
+            winding = static_cast<std::int8_t>(-winding);
+        }
     }
 }
 
@@ -87,4 +102,30 @@ KivCartoonModel kivReadCartoonModel(const KivMesh& mesh, double creaseAngle) {
     mendNormals(model);
     findWindings(model);
     return model;
+}
+
+int kivEvenPasses(const KivCartoonModel& model, const KivView& view, double pixels) {
+    constexpr int most = 24;
+    if (!(pixels > 0.0) || model.triangles.empty()) {
+        return 0;
+    }
+    // A thousand triangles tell the usual length of a side well enough.
+    const std::size_t step = std::max<std::size_t>(1, model.triangles.size() / 1000);
+    std::vector<double> lengths;
+    for (std::size_t i = 0; i < model.triangles.size(); i += step) {
+        const KivSurface::Triangle& t = model.triangles[i];
+        const KivClipPoint clip = view.clip(model.points[t[0]]);
+        if (clip.w > 0.0) {
+            const double distance = view.distance(view.window(clip).z);
+            const double side = kivLength(model.points[t[1]] - model.points[t[0]]);
+            lengths.push_back(side / view.pixelSize(distance));
+        }
+    }
+    if (lengths.empty()) {
+        return 0;
+    }
+    std::nth_element(lengths.begin(), lengths.begin() + static_cast<std::ptrdiff_t>(lengths.size() / 2), lengths.end());
+    const double usual = lengths[lengths.size() / 2];
+    const double ratio = usual > 0.0 ? pixels / usual : 0.0;
+    return std::isfinite(ratio) ? static_cast<int>(std::min<double>(most, std::floor(ratio * ratio))) : 0;
 }

@@ -12,4 +12,8 @@ class KivMesh;
 // normals, whatever its winding. Triangles with an index out of range or a corner that is no number are left out.
 KivCartoonModel kivReadCartoonModel(const KivMesh& mesh, double creaseAngle);
 
+// How many passes of kivEvenNormals reach over that many pixels in this view: an even spread grows with the root of the
+// passes, and one pass with the length of a side. At most 24, and none for what has no triangles.
+int kivEvenPasses(const KivCartoonModel& model, const KivView& view, double pixels);
+
 #endif

@@ -193,3 +193,72 @@ KivSmoothMesh kivSmoothNormals(const KivSurface& surface, double creaseAngle) {
     }
     return mesh;
 }
+
+namespace {
+
+// For each vertex the number of the group that it forms with those at its position that share its normal.
+std::vector<std::uint32_t> smoothGroups(const std::vector<KivVec>& points, const std::vector<KivVec>& normals,
+                                        std::uint32_t* count) {
+    constexpr double same = 0.999;
+    std::uint32_t places = 0;
+    const std::vector<std::uint32_t> place = kivWeldPoints(points, &places);
+    std::vector<std::uint32_t> first(places, none); // the first group of each place
+    std::vector<std::uint32_t> next;                // the next group of the same place
+    std::vector<std::uint32_t> sample;              // a vertex of each group
+    std::vector<std::uint32_t> result(points.size());
+    for (std::uint32_t v = 0; v < points.size(); ++v) {
+        std::uint32_t group = first[place[v]];
+        // The hub of a great fan of faces would take the square of their number; its corners then stay apart.
+        std::uint32_t tries = 0;
+        while (group != none && tries < largestFan && kivDot(normals[sample[group]], normals[v]) < same) {
+            group = next[group];
+            ++tries;
+        }
+        if (group == none || tries == largestFan) {
+            group = static_cast<std::uint32_t>(sample.size());
+            sample.push_back(v);
+            next.push_back(first[place[v]]);
+            first[place[v]] = group;
+        }
+        result[v] = group;
+    }
+    *count = static_cast<std::uint32_t>(sample.size());
+    return result;
+}
+
+} // namespace
+
+void kivEvenNormals(const std::vector<KivVec>& points, const std::vector<Triangle>& triangles,
+                    std::vector<KivVec>& normals, int passes) {
+    if (passes <= 0) {
+        return;
+    }
+    std::uint32_t count = 0;
+    const std::vector<std::uint32_t> groups = smoothGroups(points, normals, &count);
+    std::vector<KivVec> even(count);
+    for (std::size_t v = 0; v < points.size(); ++v) {
+        even[groups[v]] = normals[v];
+    }
+    std::vector<KivVec> sums(count);
+    for (int pass = 0; pass < passes; ++pass) {
+        sums = even;
+        for (const Triangle& t : triangles) {
+            const std::uint32_t a = groups[t[0]];
+            const std::uint32_t b = groups[t[1]];
+            const std::uint32_t c = groups[t[2]];
+            const KivVec sum = even[a] + even[b] + even[c];
+            sums[a] = sums[a] + sum;
+            sums[b] = sums[b] + sum;
+            sums[c] = sums[c] + sum;
+        }
+        for (std::uint32_t g = 0; g < count; ++g) {
+            const KivVec mean = kivUnit(sums[g]);
+            if (kivDot(mean, mean) > 0.0) {
+                even[g] = mean;
+            }
+        }
+    }
+    for (std::size_t v = 0; v < points.size(); ++v) {
+        normals[v] = even[groups[v]];
+    }
+}

@@ -20,4 +20,10 @@ struct KivSmoothMesh {
 // the turned winding.
 KivSmoothMesh kivSmoothNormals(const KivSurface& surface, double creaseAngle);
 
+// Evens out normals over neighbouring vertices, the more the more passes: what is left of the light on a rough surface
+// is its large shape. Normals that differ at one position, on both sides of a crease, stay apart; vertices that repeat
+// a position with the same normal stay together.
+void kivEvenNormals(const std::vector<KivVec>& points, const std::vector<KivSurface::Triangle>& triangles,
+                    std::vector<KivVec>& normals, int passes);
+
 #endif

@@ -16,6 +16,7 @@ enum Setting {
     doubleSidedSetting,
     behindSetting,
     smoothAngleSetting,
+    evennessSetting,
     numSettings
 };
 
@@ -39,6 +40,8 @@ const KivSettingInfo table[numSettings] = {
      L"How much light from behind counts on double-sided surfaces, in percent", nullptr},
     {"SmoothAngle", KivSettingType::Double, 0, 180, 45,
      L"Meshes without normals are smooth over bends up to this angle, in degrees", nullptr},
+    {"Evenness", KivSettingType::Double, 0, 50, 9,
+     L"Bumps of a surface that are smaller than this many pixels leave the tones alone", nullptr},
 };
 
 } // namespace
@@ -64,5 +67,6 @@ KivCartoonLook kivCartoonLook(const KivTablePageSettings& settings) {
     look.doubleSided = settings.getBool(doubleSidedSetting);
     look.lightFromBehind = settings.getValue(behindSetting) * percent;
     look.smoothAngle = settings.getValue(smoothAngleSetting);
+    look.evenness = settings.getValue(evennessSetting);
     return look;
 }

@@ -22,6 +22,7 @@ struct KivCartoonLook {
     bool doubleSided = false;
     double lightFromBehind = 0.5; // 0 to 1
     double smoothAngle = 45.0;    // degrees
+    double evenness = 3.0;        // pixels of the finished picture
 };
 
 KivCartoonLook kivCartoonLook(const KivTablePageSettings& settings);

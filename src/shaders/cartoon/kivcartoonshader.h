@@ -85,6 +85,7 @@ private:
 
     KivCartoonLook lookOf(const Kiv3DObject& object) const;
     KivCartoonColors colorsOf(const KivMesh& mesh, const KivCartoonLook& look, const KivCommonSettings& settings) const;
+    KivCartoonModel modelOf(const KivMesh& mesh, const KivCartoonLook& look, const KivCommonSettings& settings) const;
     void buildBatch(const KivCartoonModel& model, const KivMesh& mesh, const KivCartoonLook& look,
                     const KivCommonSettings& settings, const KivScene& scene, KivCartoonBatch& out);
     const KivCartoonBatch& batchOf(const KivMesh& mesh, const KivCartoonLook& look, const KivCommonSettings& settings,

@@ -1,5 +1,6 @@
 #include "kivcartoonshader.h"
 
+#include "kivcartoonnormals.h"
 #include "kivglstate.h"
 #include "kivrender/scene/kivcamera.h"
 #include "kivrender/scene/kivlight.h"
@@ -152,6 +153,17 @@ KivCartoonColors KivCartoonShader::colorsOf(const KivMesh& mesh, const KivCartoo
     return colors;
 }
 
+KivCartoonModel KivCartoonShader::modelOf(const KivMesh& mesh, const KivCartoonLook& look,
+                                          const KivCommonSettings& settings) const {
+    KivCartoonModel model = kivReadCartoonModel(mesh, look.smoothAngle);
+    if (!look.flat) {
+        const double pixel = settings.doVectorial() ? 1.0 : 1 << std::clamp(settings.getAntialias(), 0, 2);
+        const int passes = kivEvenPasses(model, viewOfContext(), look.evenness * pixel);
+        kivEvenNormals(model.points, model.triangles, model.normals, passes);
+    }
+    return model;
+}
+
 void KivCartoonShader::buildBatch(const KivCartoonModel& model, const KivMesh& mesh, const KivCartoonLook& look,
                                   const KivCommonSettings& settings, const KivScene& scene, KivCartoonBatch& out) {
     const KivView view = viewOfContext();
@@ -170,7 +182,7 @@ const KivCartoonBatch& KivCartoonShader::batchOf(const KivMesh& mesh, const KivC
                                                  const KivCommonSettings& settings, const KivScene& scene) {
     const auto [entry, isNew] = batches.try_emplace(&mesh);
     if (isNew) {
-        buildBatch(kivReadCartoonModel(mesh, look.smoothAngle), mesh, look, settings, scene, entry->second);
+        buildBatch(modelOf(mesh, look, settings), mesh, look, settings, scene, entry->second);
     }
     return entry->second;
 }
@@ -195,7 +207,7 @@ void KivCartoonShader::render(KivBitmapManager* surface, const KivCommonSettings
             glPolygonOffset(factor, units);
             glDisable(GL_BLEND);
             const KivCartoonLook look = lookOf(*mesh);
-            buildBatch(kivReadCartoonModel(*mesh, look.smoothAngle), *mesh, look, settings, *scene, scratch);
+            buildBatch(modelOf(*mesh, look, settings), *mesh, look, settings, *scene, scratch);
             KivCartoonPainter painter;
             painter.draw(scratch, colorsOf(*mesh, look, settings), KivCartoonLayer::full, 1, vectorial);
         }
@@ -262,7 +274,7 @@ void KivCartoonShader::renderOpaqueMesh(const KivMesh* mesh, const KivCommonSett
     }
     const KivGlState state;
     const KivCartoonLook look = lookOf(*mesh);
-    buildBatch(kivReadCartoonModel(*mesh, look.smoothAngle), *mesh, look, settings, *scene, scratch);
+    buildBatch(modelOf(*mesh, look, settings), *mesh, look, settings, *scene, scratch);
     KivCartoonPainter painter;
     glDisable(GL_BLEND);
     painter.draw(scratch, colorsOf(*mesh, look, settings), KivCartoonLayer::full, 1, vectorial);

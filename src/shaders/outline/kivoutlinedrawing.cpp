@@ -200,53 +200,42 @@ void KivOutlineDrawing::layDepth(const KivMesh& mesh) const {
                    surface.triangles.data());
 }
 
-// Reads the part of the depth buffer that the lines pass over. False if they pass over none of it.
-bool KivOutlineDrawing::readDepth() {
-    double left = view.width();
-    double right = 0.0;
-    double bottom = view.height();
-    double top = 0.0;
+// Reads the parts of the depth buffer that the lines pass over.
+void KivOutlineDrawing::readDepth() {
+    depth = KivDepthImage(view.width(), view.height());
+    // As far as a fold looks for what it hides, and a pixel for rounding.
+    const double margin = 2.0 + 2.0 * pixel;
     for (const Job& job : jobs) {
-        for (const KivOutlineCorner& corner : job.corners) {
-            if (!(corner.clip.w > 0.0)) {
-                left = bottom = 0.0;
-                right = view.width();
-                top = view.height();
-                continue;
+        const std::size_t count = job.corners.size();
+        for (std::size_t i = 0; i < count; ++i) {
+            const KivClipPoint& a = job.corners[i].clip;
+            const KivClipPoint& b = job.corners[i + 1 < count ? i + 1 : job.closed ? 0 : i].clip;
+            double from = 0.0;
+            double to = 1.0;
+            if (kivClipSegment(a, b, &from, &to)) {
+                const KivClipPoint first = kivMix(a, b, from);
+                const KivClipPoint last = kivMix(a, b, to);
+                if (first.w > 0.0 && last.w > 0.0) {
+                    depth.want(view.window(first), view.window(last), margin);
+                }
             }
-            const KivWindowPoint place = view.window(corner.clip);
-            left = std::min(left, place.x);
-            right = std::max(right, place.x);
-            bottom = std::min(bottom, place.y);
-            top = std::max(top, place.y);
         }
     }
-    const double margin = 2.0 + 3.0 * pixel;
-    const int x0 = static_cast<int>(std::clamp(left - margin, 0.0, static_cast<double>(view.width())));
-    const int x1 = static_cast<int>(std::clamp(right + margin, 0.0, static_cast<double>(view.width())));
-    const int y0 = static_cast<int>(std::clamp(bottom - margin, 0.0, static_cast<double>(view.height())));
-    const int y1 = static_cast<int>(std::clamp(top + margin, 0.0, static_cast<double>(view.height())));
-    if (x1 <= x0 || y1 <= y0) {
-        return false;
-    }
-    depth.left = x0;
-    depth.bottom = y0;
-    depth.width = x1 - x0;
-    depth.height = y1 - y0;
-    depth.values.resize(static_cast<std::size_t>(depth.width) * depth.height);
     const KivGlState state;
     glPixelStorei(GL_PACK_ALIGNMENT, 4);
     glPixelStorei(GL_PACK_ROW_LENGTH, 0);
     glPixelStorei(GL_PACK_SKIP_PIXELS, 0);
     glPixelStorei(GL_PACK_SKIP_ROWS, 0);
-    glReadPixels(x0, y0, depth.width, depth.height, GL_DEPTH_COMPONENT, GL_FLOAT, depth.values.data());
-    return true;
+    for (KivDepthImage::Span& span : depth.spans()) {
+        glReadPixels(span.left, span.bottom, span.width, span.height, GL_DEPTH_COMPONENT, GL_FLOAT, span.values.data());
+    }
 }
 
 bool KivOutlineDrawing::trace() {
-    if (jobs.empty() || !readDepth()) {
+    if (jobs.empty()) {
         return true;
     }
+    readDepth();
     std::vector<KivOutlinePath> paths;
     for (std::size_t i = 0; i < jobs.size(); ++i) {
         if (i % 256 == 0 && kivIsCancelled()) {
@@ -272,7 +261,7 @@ bool KivOutlineDrawing::trace() {
             kivStroke(kivThinnedPath(path, strokeTolerance), mesh);
         }
     }
-    depth.values = {};
+    depth = {};
     return true;
 }
 

@@ -52,7 +52,7 @@ private:
 
     std::size_t penOf(const KivOutlineLook& look);
     void addJob(const std::vector<KivVec>& points, bool closed, std::uint32_t color, const KivOutlineLook& look);
-    bool readDepth();
+    void readDepth();
     void drawInSpace() const;
 
     const KivCommonSettings& settings;

@@ -135,6 +135,11 @@ struct Character {
     double bends = 0.0;       // of the edges, summed, in degrees
     double turns = 0.0;       // at the corners, summed, in degrees
 
+    // One edge or two that bend only just enough are an accident of the triangles.
+    bool isScrap() const {
+        return edges < 3 && bends / edges < 65.0;
+    }
+
     // Noise wanders and branches from edge to edge and bends only just enough; the creases of a shape run on, or turn
     // at few corners, or bend strongly.
     bool isRough() const {
@@ -260,7 +265,8 @@ std::vector<bool> kivOutlineCreases(const KivSurface& surface, const std::vector
         if (creases[i]) {
             const double part = network.extent(wings[i].a) / pieces.extent(wings[i].a);
             const Character& character = characters[network.find(wings[i].a)];
-            creases[i] = part >= rules.creaseLength && (part >= largeFeature || !character.isRough());
+            creases[i] =
+                part >= rules.creaseLength && (part >= largeFeature || !(character.isRough() || character.isScrap()));
         }
     }
     return creases;

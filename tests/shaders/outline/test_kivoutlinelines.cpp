@@ -14,16 +14,27 @@ KivView flatView() {
                    200, 200);
 }
 
-KivDepthImage emptyDepth() {
-    return {0, 0, 200, 200, std::vector<float>(40000, 1.0F)};
-}
-
-void fill(KivDepthImage& depth, int x0, int x1, float value) {
-    for (int y = 0; y < 200; ++y) {
-        for (int x = x0; x < x1; ++x) {
-            depth.values[static_cast<std::size_t>(y) * 200 + x] = value;
+// A depth image of 200 by 200 pixels, all of it held, with the value of each pixel by its column.
+template <class Value> KivDepthImage depthOf(Value value) {
+    KivDepthImage depth(200, 200);
+    depth.want({0.0, 0.0, 0.0}, {200.0, 200.0, 0.0}, 200.0);
+    for (KivDepthImage::Span& span : depth.spans()) {
+        for (int y = 0; y < span.height; ++y) {
+            for (int x = 0; x < span.width; ++x) {
+                span.values[static_cast<std::size_t>(y) * span.width + x] = value(span.left + x, span.bottom + y);
+            }
         }
     }
+    return depth;
+}
+
+KivDepthImage emptyDepth() {
+    return depthOf([](int, int) { return 1.0F; });
+}
+
+// Nothing but a wall over some columns.
+KivDepthImage wallDepth(int x0, int x1, float wall) {
+    return depthOf([=](int x, int) { return x >= x0 && x < x1 ? wall : 1.0F; });
 }
 
 KivOutlinePen testPen() {
@@ -50,13 +61,52 @@ float lengthOf(const KivOutlinePath& path) {
 
 } // namespace
 
-TEST(KivDepthImage, IsFarOutsideItsRectangle) {
-    KivDepthImage depth{10, 20, 2, 2, {0.1F, 0.2F, 0.3F, 0.4F}};
-    EXPECT_EQ(depth.at(11, 20), 0.2F);
-    EXPECT_EQ(depth.at(10, 21), 0.3F);
-    EXPECT_EQ(depth.at(9, 20), 1.0F);
-    EXPECT_EQ(depth.at(10, 22), 1.0F);
-    EXPECT_EQ(depth.farthest(10, 20), 1.0F);
+TEST(KivDepthImage, HoldsWhatWasAskedForAndIsFarElsewhere) {
+    std::mt19937 words(21);
+    for (int run = 0; run < 60; ++run) {
+        const int width = 1 + static_cast<int>(words() % 700);
+        const int height = 1 + static_cast<int>(words() % 500);
+        const auto value = [](int x, int y) { return static_cast<float>(x * 1000 + y) / 1e6F; };
+        KivDepthImage depth(width, height);
+        const auto random = [&words](int size) { return (signedUnit(words) * 0.8 + 0.5) * size; };
+        const KivWindowPoint a{random(width), random(height), 0.0};
+        const KivWindowPoint b{random(width), random(height), 0.0};
+        depth.want(a, b, 10.0);
+        for (KivDepthImage::Span& span : depth.spans()) {
+            ASSERT_LE(span.left + span.width, width);
+            ASSERT_LE(span.bottom + span.height, height);
+            ASSERT_EQ(span.values.size(), static_cast<std::size_t>(span.width) * span.height);
+            for (int y = 0; y < span.height; ++y) {
+                for (int x = 0; x < span.width; ++x) {
+                    span.values[static_cast<std::size_t>(y) * span.width + x] = value(span.left + x, span.bottom + y);
+                }
+            }
+        }
+        for (int i = 0; i <= 100; ++i) {
+            const int x = static_cast<int>(std::floor(a.x + (b.x - a.x) * i / 100 + signedUnit(words) * 7));
+            const int y = static_cast<int>(std::floor(a.y + (b.y - a.y) * i / 100 + signedUnit(words) * 7));
+            const bool inside = x >= 0 && y >= 0 && x < width && y < height;
+            EXPECT_EQ(depth.at(x, y), inside ? value(x, y) : 1.0F);
+        }
+    }
+}
+
+TEST(KivDepthImage, ReadsFarLessThanAllForALine) {
+    KivDepthImage depth(4000, 3000);
+    depth.want({10.0, 10.0, 0.0}, {3990.0, 2990.0, 0.0}, 10.0);
+    std::size_t held = 0;
+    for (const KivDepthImage::Span& span : depth.spans()) {
+        held += span.values.size();
+    }
+    EXPECT_LT(held, 4000U * 3000U / 15U);
+}
+
+TEST(KivDepthImage, TakesTheFarthestOfTheNeighbours) {
+    const KivDepthImage depth = depthOf([](int x, int y) { return x == 51 && y == 49 ? 0.7F : 0.2F; });
+    EXPECT_EQ(depth.farthest(50, 50), 0.7F);
+    EXPECT_EQ(depth.farthest(52, 50), 0.7F);
+    EXPECT_EQ(depth.farthest(53, 50), 0.2F);
+    EXPECT_EQ(depth.farthest(0, 50), 1.0F); // outside the picture there is nothing
 }
 
 TEST(KivOutlineTracer, DrawsALineInTheOpenFromEndToEnd) {
@@ -78,15 +128,14 @@ TEST(KivOutlineTracer, DrawsALineInTheOpenFromEndToEnd) {
 
 TEST(KivOutlineTracer, EndsALineWhereSomethingStandsInFront) {
     const KivView view = flatView();
-    KivDepthImage depth = emptyDepth();
-    fill(depth, 80, 130, 0.25F); // nearer than the line at 0.5
+    KivDepthImage depth = wallDepth(80, 130, 0.25F); // nearer than the line at 0.5
     const KivOutlinePen pen = testPen();
     std::vector<KivOutlinePath> paths;
     KivOutlineTracer(view, depth, pen).trace(lineAcross(view, 0.0), false, KivOutlineKind::crease, paths);
     ASSERT_EQ(paths.size(), 2U);
     EXPECT_NEAR(paths[0].points.back().x, 80.0F, 3.0F);
     EXPECT_NEAR(paths[1].points.front().x, 130.0F, 3.0F);
-    fill(depth, 80, 130, 0.75F); // behind the line
+    depth = wallDepth(80, 130, 0.75F); // behind the line
     paths.clear();
     KivOutlineTracer(view, depth, pen).trace(lineAcross(view, 0.0), false, KivOutlineKind::crease, paths);
     EXPECT_EQ(paths.size(), 1U);
@@ -94,8 +143,7 @@ TEST(KivOutlineTracer, EndsALineWhereSomethingStandsInFront) {
 
 TEST(KivOutlineTracer, HidesALineBehindEverything) {
     const KivView view = flatView();
-    KivDepthImage depth = emptyDepth();
-    fill(depth, 0, 200, 0.4F);
+    const KivDepthImage depth = wallDepth(0, 200, 0.4F);
     const KivOutlinePen pen = testPen();
     std::vector<KivOutlinePath> paths;
     KivOutlineTracer(view, depth, pen).trace(lineAcross(view, 0.0, 1), false, KivOutlineKind::silhouette, paths);
@@ -104,8 +152,7 @@ TEST(KivOutlineTracer, HidesALineBehindEverything) {
 
 TEST(KivOutlineTracer, BridgesSinglePixels) {
     const KivView view = flatView();
-    KivDepthImage depth = emptyDepth();
-    fill(depth, 98, 102, 0.25F);
+    const KivDepthImage depth = wallDepth(98, 102, 0.25F);
     KivOutlinePen pen = testPen();
     pen.pixel = 4.0;
     std::vector<KivOutlinePath> paths;
@@ -118,15 +165,13 @@ TEST(KivOutlineTracer, ThinsFoldsThatHideNextToNothing) {
     KivOutlinePen pen = testPen();
     // The line lies at depth 0.5; a pixel is 0.01 of the scene, a step back of 2 pixels is 0.01 in depth.
     for (const auto& [step, expected] : {std::pair(0.02F, 2.0F), std::pair(0.01F, 2.0F), std::pair(0.005F, 1.0F)}) {
-        KivDepthImage depth = emptyDepth();
-        fill(depth, 0, 200, 0.5F + step);
+        const KivDepthImage depth = wallDepth(0, 200, 0.5F + step);
         std::vector<KivOutlinePath> paths;
         KivOutlineTracer(view, depth, pen).trace(lineAcross(view, 0.0, 1), false, KivOutlineKind::silhouette, paths);
         ASSERT_EQ(paths.size(), 1U);
         EXPECT_NEAR(paths[0].points[paths[0].points.size() / 2].halfWidth, expected, 0.02F);
     }
-    KivDepthImage depth = emptyDepth();
-    fill(depth, 0, 200, 0.501F);
+    const KivDepthImage depth = wallDepth(0, 200, 0.501F);
     std::vector<KivOutlinePath> paths;
     KivOutlineTracer(view, depth, pen).trace(lineAcross(view, 0.0, 1), false, KivOutlineKind::silhouette, paths);
     EXPECT_TRUE(paths.empty());
@@ -149,8 +194,7 @@ TEST(KivOutlineTracer, KeepsARingClosed) {
 
 TEST(KivOutlineTracer, TurnsARingThatIsHiddenInPart) {
     const KivView view = flatView();
-    KivDepthImage depth = emptyDepth();
-    fill(depth, 0, 100, 0.1F); // the left half is hidden, the ring starts at the right
+    const KivDepthImage depth = wallDepth(0, 100, 0.1F); // the left half is hidden, the ring starts at the right
     const KivOutlinePen pen = testPen();
     std::vector<KivOutlineCorner> ring;
     for (int i = 0; i < 40; ++i) {
@@ -196,8 +240,7 @@ TEST(KivOutlineTracer, SurvivesLinesThatPassThroughTheEye) {
 
 TEST(KivOutlineTracer, SeesSinglePoints) {
     const KivView view = flatView();
-    KivDepthImage depth = emptyDepth();
-    fill(depth, 0, 100, 0.25F);
+    const KivDepthImage depth = wallDepth(0, 100, 0.25F);
     const KivOutlinePen pen = testPen();
     const KivOutlineTracer tracer(view, depth, pen);
     KivOutlinePoint place;

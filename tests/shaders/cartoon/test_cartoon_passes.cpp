@@ -1,0 +1,231 @@
+// What the cartoon shader does when the renderer walks the meshes itself: the passes of shadows and transparency, and
+// drawing without textures.
+#include "../picture.h"
+#include "kivrender/shadow/kivshadows.h"
+
+#include <algorithm>
+
+namespace {
+
+int differenceOf(const Rgb& a, const Rgb& b) {
+    return std::max({std::abs(a[0] - b[0]), std::abs(a[1] - b[1]), std::abs(a[2] - b[2])});
+}
+
+} // namespace
+
+class CartoonPasses : public PictureTest {
+protected:
+    // Two lights from the eye on a sphere.
+    void prepare(std::uint32_t emission = 0, double alpha = 1.0) {
+        mesh = addMesh(sphereSurface(40, 60), true);
+        KivMaterial material;
+        material.setDiffuse(clay);
+        material.setEmission(emission);
+        material.setTransparency(alpha);
+        mesh->setMaterial(material);
+        addLight(KivLight::directionalLight, {}, {-1.0, -2.0, -3.0});
+        addLight(KivLight::directionalLight, {}, {1.0, -1.0, -1.0});
+        open(120);
+        look({0.0, 0.0, 5.0}, 1.2, false);
+        choose(shaders.cartoon(), {});
+    }
+    void pass(int number, const KivLight* light = nullptr, int index = 0, int count = 0) {
+        shaders.cartoon().renderMeshPass(mesh, light, index, count, settings, &scene, number, camera, false);
+        EXPECT_EQ(glGetError(), static_cast<GLenum>(GL_NO_ERROR));
+    }
+    // All that the renderer does between the shadow volumes and the end, with so many lights lost in each column.
+    void shadowPasses(bool withLight) {
+        glDepthFunc(GL_LESS);
+        glEnable(GL_POLYGON_OFFSET_FILL);
+        glPolygonOffset(2.5F, 5.0F);
+        KivShadows shadows;
+        shaders.cartoon().renderMeshDepth(mesh, settings, &scene, shadows, camera, false);
+        // The stencil as the shadow volumes leave it.
+        glEnable(GL_SCISSOR_TEST);
+        for (int lost = 0; lost <= 2; ++lost) {
+            glScissor(lost * 40, 0, 40, 120);
+            glClearStencil(100 + lost);
+            glClear(GL_STENCIL_BUFFER_BIT);
+        }
+        glDisable(GL_SCISSOR_TEST);
+        glDepthMask(GL_FALSE);
+        glDepthFunc(GL_LEQUAL);
+        glStencilFunc(GL_NOTEQUAL, 102, ~0U);
+        glStencilOp(GL_KEEP, GL_KEEP, GL_KEEP);
+        glBlendFunc(GL_ONE, GL_ONE);
+        glEnable(GL_BLEND);
+        glPolygonOffset(2.0F, 4.0F);
+        pass(1);
+        pass(2);
+        glEnable(GL_STENCIL_TEST);
+        for (int l = 0; withLight && l < 2; ++l) {
+            pass(3, scene.getLight(static_cast<unsigned int>(l)), l, 2);
+        }
+        glDisable(GL_STENCIL_TEST);
+    }
+
+    KivMesh* mesh = nullptr;
+};
+
+TEST_F(CartoonPasses, LightThatIsNotLostAddsUpToThePlainPicture) {
+    prepare(0x100804);
+    draw(shaders.cartoon());
+    const std::vector<Rgb> plain = pixels();
+    glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
+    shadowPasses(false);
+    const std::vector<Rgb> dark = pixels();
+    glDepthMask(GL_TRUE);
+    glDisable(GL_BLEND);
+    glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
+    shadowPasses(true);
+    const std::vector<Rgb> lit = pixels();
+    int checked = 0;
+    for (int y = 20; y < 100; ++y) {
+        for (int x = 24; x < 96; ++x) {
+            const std::size_t i = static_cast<std::size_t>(y) * 120 + x;
+            const int lost = x / 40;
+            for (int c = 0; c < 3; ++c) {
+                const double expected = dark[i][c] + (plain[i][c] - dark[i][c]) * (2 - lost) / 2.0;
+                EXPECT_NEAR(lit[i][c], expected, 4.0) << x << ' ' << y;
+            }
+            checked += plain[i] != dark[i] && lost < 2;
+        }
+    }
+    EXPECT_GT(checked, 500);
+}
+
+TEST_F(CartoonPasses, TheDepthPassCoversTheBackground) {
+    prepare();
+    KivShadows shadows;
+    shaders.cartoon().renderMeshDepth(mesh, settings, &scene, shadows, camera, false);
+    EXPECT_EQ(pixel(60, 60), (Rgb{0, 0, 0}));
+    EXPECT_EQ(pixel(2, 2), (Rgb{0xD0, 0xE0, 0xF0}));
+    float depth = 1.0F;
+    glReadPixels(60, 60, 1, 1, GL_DEPTH_COMPONENT, GL_FLOAT, &depth);
+    EXPECT_NEAR(depth, place({0.0, 0.0, 1.0}).z, 1e-3);
+}
+
+TEST_F(CartoonPasses, OpaqueMeshesAreDoneInTheFirstPass) {
+    prepare();
+    draw(shaders.cartoon());
+    const std::vector<Rgb> plain = pixels();
+    glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
+    glEnable(GL_POLYGON_OFFSET_FILL);
+    glPolygonOffset(2.5F, 5.0F);
+    shaders.cartoon().beginTransparency(false);
+    for (int number = 1; number <= 3; ++number) {
+        shaders.cartoon().renderOpaqueMesh(mesh, settings, &scene, camera, 0, &shaders.cartoon(), number, false);
+    }
+    EXPECT_EQ(pixels(), plain);
+    shaders.cartoon().endTransparency(false);
+}
+
+TEST_F(CartoonPasses, TransparentTrianglesMixTheLookIn) {
+    prepare(0, 0.25);
+    draw(shaders.cartoon());
+    const std::vector<Rgb> plain = pixels();
+    glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
+    // Only the near half, so that each pixel is met once.
+    shaders.cartoon().beginTransparency(false);
+    glDepthMask(GL_FALSE);
+    glDepthFunc(GL_ALWAYS);
+    int previous = -1;
+    for (unsigned int t = 0; t < mesh->getNumTriangles(); ++t) {
+        Kiv3DPoint points[3];
+        Kiv3DVector normals[3];
+        mesh->getTriangle(points, normals, t);
+        if (points[0].z + points[1].z + points[2].z < 0.3) {
+            continue;
+        }
+        for (int number = 1; number <= 3; ++number) {
+            shaders.cartoon().renderTransparentTriangle(points, normals, mesh, &scene, camera, settings, 0, previous,
+                                                        &shaders.cartoon(), nullptr, number, nullptr, 0, 2, false);
+            shaders.cartoon().endTransparentTriangle(0, previous, number, false);
+        }
+        previous = 0;
+    }
+    shaders.cartoon().endTransparency(false);
+    const Rgb paperColor = {0xD0, 0xE0, 0xF0};
+    const std::vector<Rgb> mixed = pixels();
+    int wrong = 0;
+    for (int y = 30; y < 90; ++y) {
+        for (int x = 30; x < 90; ++x) {
+            const std::size_t i = static_cast<std::size_t>(y) * 120 + x;
+            Rgb expected{};
+            for (int c = 0; c < 3; ++c) {
+                expected[c] = static_cast<int>(std::lround(paperColor[c] * 0.75 + plain[i][c] * 0.25));
+            }
+            wrong += differenceOf(mixed[i], expected) > 3;
+        }
+    }
+    EXPECT_LT(wrong, 30); // of 3600, on the edges of bands
+}
+
+TEST_F(CartoonPasses, TransparentTrianglesUnderShadowsAddALightAtATime) {
+    prepare(0, 0.5);
+    const Kiv3DPoint points[3] = {Kiv3DPoint(-2, -2, 0), Kiv3DPoint(2, -2, 0), Kiv3DPoint(0, 3, 0)};
+    const Kiv3DVector up(0, 0, 1);
+    const Kiv3DVector normals[3] = {up, up, up};
+    KivShadows shadows;
+    const auto call = [&](int number, const KivLight* light, int index) {
+        shaders.cartoon().renderTransparentTriangle(points, normals, mesh, &scene, camera, settings, 0, 0,
+                                                    &shaders.cartoon(), &shadows, number, light, index, 2, false);
+    };
+    shaders.cartoon().beginTransparency(false);
+    glStencilOp(GL_KEEP, GL_KEEP, GL_KEEP);
+    glDepthMask(GL_FALSE);
+    call(1, nullptr, 0);
+    const Rgb dark = pixel(60, 60);
+    call(2, nullptr, 0);
+    call(3, nullptr, 0);
+    EXPECT_EQ(pixel(60, 60), dark);
+    std::vector<Rgb> steps = {dark};
+    glEnable(GL_STENCIL_TEST);
+    for (int l = 0; l < 2; ++l) {
+        call(3, scene.getLight(static_cast<unsigned int>(l)), l);
+        steps.push_back(pixel(60, 60));
+    }
+    EXPECT_GT(steps[1][0], steps[0][0]);
+    EXPECT_NEAR(steps[2][0] - steps[1][0], steps[1][0] - steps[0][0], 2);
+    shaders.cartoon().endTransparency(false);
+}
+
+TEST_F(CartoonPasses, WithoutTexturesTheTonesAreTheSame) {
+    prepare();
+    choose(shaders.cartoon(), {{"Softness", "0"}});
+    draw(shaders.cartoon());
+    const std::vector<Rgb> plain = pixels();
+    glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
+    settings.setVectorial(true);
+    draw(shaders.cartoon());
+    const std::vector<Rgb> flat = pixels();
+    int wrong = 0;
+    for (std::size_t i = 0; i < plain.size(); ++i) {
+        wrong += differenceOf(plain[i], flat[i]) > 3;
+    }
+    EXPECT_LT(wrong, 14400 * 6 / 100); // a triangle's width along the edges of bands
+}
+
+TEST_F(CartoonPasses, TheVectorFlagGivesFeedbackOfOneColourATriangle) {
+    prepare();
+    settings.setVectorial(true);
+    std::vector<GLfloat> feedback(4000000);
+    glFeedbackBuffer(static_cast<GLsizei>(feedback.size()), GL_3D_COLOR, feedback.data());
+    glRenderMode(GL_FEEDBACK);
+    draw(shaders.cartoon());
+    const GLint count = glRenderMode(GL_RENDER);
+    ASSERT_GT(count, 0);
+    int polygons = 0;
+    for (GLint i = 0; i < count;) {
+        ASSERT_EQ(feedback[i], static_cast<GLfloat>(GL_POLYGON_TOKEN));
+        const int corners = static_cast<int>(feedback[i + 1]);
+        for (int k = 1; k < corners; ++k) {
+            for (int c = 3; c < 6; ++c) {
+                ASSERT_NEAR(feedback[i + 2 + 7 * k + c], feedback[i + 2 + c], 1e-3F);
+            }
+        }
+        i += 2 + 7 * corners;
+        ++polygons;
+    }
+    EXPECT_GE(polygons, static_cast<int>(mesh->getNumTriangles()) / 2);
+}

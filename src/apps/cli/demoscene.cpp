@@ -73,8 +73,8 @@ private:
     void addBase() {
         shapes::roundedPlate(object("base", wood), lying(0.3, -1.3, 0.0), shapes::roundedRectangle(20.6, 10.0, 1.2, 10),
                              1.3, 0.3);
-        shapes::plate(object("plinth", darkWood), lying(0.3, -1.9, 0.0), shapes::roundedRectangle(21.8, 11.2, 1.6, 10),
-                      {}, 0.6);
+        shapes::roundedPlate(object("plinth", darkWood), lying(0.3, -1.9, 0.0),
+                             shapes::roundedRectangle(21.8, 11.2, 1.6, 10), 0.6, 0.1);
         Surface& bolts = object("base bolts", steel);
         for (const double x : {-9.0, 9.6}) {
             for (const double z : {-4.0, 4.0}) {
@@ -99,14 +99,14 @@ private:
             const double angle = -lean + (pi + 2.0 * lean) * i / steps;
             outline.push_back({top * std::cos(angle), shaft.y + top * std::sin(angle)});
         }
-        const Outline window = shapes::bar(shaft.y * 0.36, halfWidth * 0.30, 0.42, 8);
+        const Outline window = shapes::bar(shaft.y * 0.36, halfWidth * 0.30, 0.42, 8).points;
         Outline upright;
         for (const Point2& p : window) {
             upright.push_back({-p.y, p.x + shaft.y * 0.24});
         }
         shapes::plate(stand, Frame{{shaft.x, 0.0, -2.9}}, outline, {upright}, 1.0);
-        shapes::plate(stand, lying(shaft.x, 0.0, -2.4), shapes::roundedRectangle(2.0 * halfWidth + 2.4, 2.2, 0.5, 6),
-                      {}, 0.45);
+        shapes::roundedPlate(object("foot", slate), lying(shaft.x, 0.0, -2.4),
+                             shapes::roundedRectangle(2.0 * halfWidth + 2.4, 2.2, 0.5, 6), 0.45, 0.1);
         Surface& bolts = object("stand bolts", steel);
         for (const double side : {-1.0, 1.0}) {
             shapes::bolt(bolts, Frame{{shaft.x + side * (halfWidth + 0.6), 0.45, -2.4}}, 0.75);
@@ -251,18 +251,15 @@ private:
     void addOilCan() {
         constexpr Vec3 foot{7.3, 0.0, 2.6};
         Surface& body = object("oil can", cream);
-        shapes::lathe(body, Frame{foot},
-                      smooth({{0.0, 0.0},
-                              {1.35, 0.0},
-                              {1.45, 0.12},
-                              {1.45, 0.5},
-                              {1.40, 0.9},
-                              {1.10, 1.5},
-                              {0.62, 2.0},
-                              {0.42, 2.2},
-                              {0.40, 2.4},
-                              {0.0, 2.45}}),
-                      48);
+        Outline profile{{0.0, 0.0}, {1.38, 0.0}, {1.45, 0.07}, {1.45, 0.55}};
+        constexpr int steps = 20;
+        for (int i = 1; i <= steps; ++i) {
+            const double angle = pi / 2.0 * i / steps;
+            profile.push_back({0.40 + 1.05 * std::cos(angle), 0.55 + 1.65 * std::sin(angle)});
+        }
+        profile.push_back({0.40, 2.4});
+        profile.push_back({0.0, 2.4});
+        shapes::lathe(body, Frame{foot}, profile, 48);
         Surface& collar = object("can collar", brass);
         shapes::lathe(collar, Frame{{foot.x, 2.3, foot.z}},
                       {{0.0, 0.0}, {0.52, 0.0}, {0.52, 0.32}, {0.36, 0.5}, {0.0, 0.5}}, 6 * 5);
@@ -275,11 +272,11 @@ private:
     void addCameraAndLights() {
         kivimport::Camera camera;
         camera.name = "view";
-        const Vec3 target{0.1, 4.4, 0.3};
-        camera.location = {17.5, 13.5, 33.0};
+        const Vec3 target{0.5, 3.75, 0.3};
+        camera.location = {19.0, 14.9, 37.0};
         camera.direction = unit(target - camera.location);
         camera.up = {0.0, 1.0, 0.0};
-        camera.verticalFov = 26.5;
+        camera.verticalFov = 26.0;
         parts.cameras.push_back(camera);
         kivimport::Light key;
         key.name = "key";

@@ -95,21 +95,25 @@ void face(Surface& surface, const Frame& frame, const Outline& joined, double z,
     }
 }
 
-// Moves each point inwards along the mean of its two sides' normals.
-Outline shrink(const Outline& outline, double by) {
-    Outline result;
-    const std::size_t n = outline.size();
-    for (std::size_t i = 0; i < n; ++i) {
-        const Point2& before = outline[(i + n - 1) % n];
-        const Point2& at = outline[i];
-        const Point2& after = outline[(i + 1) % n];
-        const Vec3 in = unit({before.y - at.y, at.x - before.x, 0.0});
-        const Vec3 out = unit({at.y - after.y, after.x - at.x, 0.0});
-        const Vec3 mean = unit(in + out);
-        const double stretch = 1.0 / std::max(kivimport::dot(mean, in), 0.5);
-        result.push_back({at.x + mean.x * by * stretch, at.y + mean.y * by * stretch});
+// One row of points of a rounded plate, moved in by inset. slope turns from 0, facing back, over a quarter turn, facing
+// outwards, to a half turn, facing front.
+std::uint32_t addRoundedRow(Surface& surface, const Frame& frame, const SmoothOutline& outline, double inset, double z,
+                            double slope) {
+    const auto first = static_cast<std::uint32_t>(surface.positions.size());
+    for (std::size_t i = 0; i < outline.points.size(); ++i) {
+        const Point2& p = outline.points[i];
+        const Point2& n = outline.normals[i];
+        add(surface, frame.point(p.x - n.x * inset, p.y - n.y * inset, z));
+        surface.normals.push_back(frame.x * (n.x * std::sin(slope)) + frame.y * (n.y * std::sin(slope)) -
+                                  frame.z * std::cos(slope));
     }
-    return result;
+    return first;
+}
+
+void addRound(SmoothOutline& outline, const Point2& centre, double radius, double angle) {
+    const Point2 way{std::cos(angle), std::sin(angle)};
+    outline.points.push_back({centre.x + radius * way.x, centre.y + radius * way.y});
+    outline.normals.push_back(way);
 }
 
 } // namespace
@@ -130,33 +134,29 @@ Outline circle(double radius, int segments, Point2 centre) {
     return outline;
 }
 
-Outline roundedRectangle(double width, double height, double radius, int segments) {
-    Outline outline;
+SmoothOutline roundedRectangle(double width, double height, double radius, int segments) {
+    SmoothOutline outline;
     const Point2 centres[] = {{width / 2 - radius, height / 2 - radius},
                               {radius - width / 2, height / 2 - radius},
                               {radius - width / 2, radius - height / 2},
                               {width / 2 - radius, radius - height / 2}};
     for (int corner = 0; corner < 4; ++corner) {
         for (int i = 0; i <= segments; ++i) {
-            const double angle = pi / 2.0 * (corner + static_cast<double>(i) / segments);
-            outline.push_back(
-                {centres[corner].x + radius * std::cos(angle), centres[corner].y + radius * std::sin(angle)});
+            addRound(outline, centres[corner], radius, pi / 2.0 * (corner + static_cast<double>(i) / segments));
         }
     }
     return outline;
 }
 
-Outline bar(double length, double radiusStart, double radiusEnd, int segments) {
+SmoothOutline bar(double length, double radiusStart, double radiusEnd, int segments) {
     // The straight sides touch both circles.
     const double lean = std::asin((radiusStart - radiusEnd) / length);
-    Outline outline;
+    SmoothOutline outline;
     for (int i = 0; i <= segments; ++i) {
-        const double angle = -pi / 2.0 + lean + (pi - 2.0 * lean) * i / segments;
-        outline.push_back({length + radiusEnd * std::cos(angle), radiusEnd * std::sin(angle)});
+        addRound(outline, {length, 0.0}, radiusEnd, -pi / 2.0 + lean + (pi - 2.0 * lean) * i / segments);
     }
     for (int i = 0; i <= segments; ++i) {
-        const double angle = pi / 2.0 - lean + (pi + 2.0 * lean) * i / segments;
-        outline.push_back({radiusStart * std::cos(angle), radiusStart * std::sin(angle)});
+        addRound(outline, {}, radiusStart, pi / 2.0 - lean + (pi + 2.0 * lean) * i / segments);
     }
     return outline;
 }
@@ -201,28 +201,32 @@ void plate(Surface& surface, const Frame& frame, const Outline& outline, const s
     }
 }
 
-void roundedPlate(Surface& surface, const Frame& frame, const Outline& outline, double thickness, double radius) {
-    constexpr int steps = 4;
-    std::vector<std::pair<double, double>> levels; // inset and height
-    for (int i = 0; i <= steps; ++i) {
-        const double angle = pi / 2.0 * i / steps;
-        levels.emplace_back(radius * (1.0 - std::sin(angle)), radius * (1.0 - std::cos(angle)));
-    }
-    for (int i = steps; i >= 0; --i) {
-        levels.emplace_back(levels[static_cast<std::size_t>(i)].first,
-                            thickness - levels[static_cast<std::size_t>(i)].second);
-    }
+void roundedPlate(Surface& surface, const Frame& frame, const SmoothOutline& outline, double thickness, double radius) {
+    constexpr int steps = 4; // of each quarter turn
     std::uint32_t previous = 0;
-    for (std::size_t i = 0; i < levels.size(); ++i) {
-        const std::uint32_t row = addOutline(surface, frame, shrink(outline, levels[i].first), levels[i].second);
+    for (int i = 0; i <= 2 * steps + 1; ++i) {
+        // The middle row stands twice, at either end of the straight side.
+        const bool front = i > steps;
+        const double slope = pi / 2.0 * (front ? i - 1 : i) / steps;
+        const double z = front ? thickness - radius * (1.0 + std::cos(slope)) : radius * (1.0 - std::cos(slope));
+        const std::uint32_t row = addRoundedRow(surface, frame, outline, radius * (1.0 - std::sin(slope)), z, slope);
         if (i > 0) {
-            band(surface, previous, row, outline.size());
+            band(surface, previous, row, outline.points.size());
         }
         previous = row;
     }
-    const Outline inner = shrink(outline, radius);
-    face(surface, frame, inner, 0.0, false);
-    face(surface, frame, inner, thickness, true);
+    // The flat faces stand on the points of the outermost rows, whose normals are theirs.
+    std::vector<Vec3> polygon;
+    for (std::size_t i = 0; i < outline.points.size(); ++i) {
+        polygon.push_back({outline.points[i].x, outline.points[i].y, 0.0});
+    }
+    std::vector<std::uint32_t> pieces;
+    kivimport::triangulate(polygon, pieces);
+    for (std::size_t i = 0; i < pieces.size(); i += 3) {
+        triangle(surface, pieces[i], pieces[i + 2], pieces[i + 1]);
+        triangle(surface, previous + pieces[i], previous + pieces[i + 1], previous + pieces[i + 2]);
+    }
+    surface.cornerNormals = surface.corners;
 }
 
 void lathe(Surface& surface, const Frame& frame, const Outline& profile, int segments) {

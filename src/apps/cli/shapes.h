@@ -34,19 +34,26 @@ struct Point2 {
 };
 using Outline = std::vector<Point2>; // closed, counter-clockwise
 
+// With the direction outwards at each point, so that an edge along it can be rounded off exactly.
+struct SmoothOutline {
+    Outline points;
+    std::vector<Point2> normals; // of unit length
+};
+
 Outline circle(double radius, int segments, Point2 centre = {});
 // With round corners of that radius.
-Outline roundedRectangle(double width, double height, double radius, int segments);
+SmoothOutline roundedRectangle(double width, double height, double radius, int segments);
 // A bar with round ends from (0, 0) to (length, 0), radius at either end.
-Outline bar(double length, double radiusStart, double radiusEnd, int segments);
+SmoothOutline bar(double length, double radiusStart, double radiusEnd, int segments);
 // Straight-flanked teeth around the pitch radius; phase turns the wheel, in teeth.
 Outline gear(int teeth, double pitchRadius, double phase);
 
 // A plate in the frame's x-y plane from z = 0 to z = thickness, its holes clockwise or not, cut through it.
 void plate(Surface& surface, const Frame& frame, const Outline& outline, const std::vector<Outline>& holes,
            double thickness);
-// The same with its edges rounded off to the front and the back by radius; without holes.
-void roundedPlate(Surface& surface, const Frame& frame, const Outline& outline, double thickness, double radius);
+// The same with its edges rounded off to the front and the back by radius, without holes. Brings its normals along, as
+// flat faces run into round edges without a crease; the surface must hold nothing else.
+void roundedPlate(Surface& surface, const Frame& frame, const SmoothOutline& outline, double thickness, double radius);
 // Turns a profile of (radius, height) points around the frame's y axis, from its first point upwards; ends at radius 0
 // are closed, others are left open.
 void lathe(Surface& surface, const Frame& frame, const Outline& profile, int segments);

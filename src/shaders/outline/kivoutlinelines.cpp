@@ -11,6 +11,12 @@ constexpr double sampleStep = 1.5;
 // Depth differences below this are rounding: the depth buffer holds floats, and so do the matrices of OpenGL.
 constexpr double depthSlack = 1e-6;
 
+// A fold zigzags from triangle to triangle and dips behind its own surface on the way. What lies no deeper than this
+// many pixels of the finished picture is taken for such a dip, and a line goes on over dips that are not too long.
+constexpr double slightly = 4.0;
+constexpr float slightlyHidden = -1.0F;
+constexpr double longestDip = 8.0;
+
 // What is drawn at less than this part of its width is left out.
 constexpr float faint = 0.3F;
 
@@ -99,8 +105,11 @@ float KivDepthImage::farthest(int x, int y) const {
 float KivOutlineTracer::weigh(const KivWindowPoint& place, const KivVec& open, KivOutlineKind kind) const {
     const int x = cellOf(place.x);
     const int y = cellOf(place.y);
-    if (place.z > depth.farthest(x, y) + depthSlack) {
-        return 0.0F;
+    const float farthest = depth.farthest(x, y);
+    if (place.z > farthest + depthSlack) {
+        const double here = view.distance(place.z);
+        const double covered = (here - view.distance(farthest)) / view.pixelSize(here);
+        return covered < slightly * pen.pixel ? slightlyHidden : 0.0F;
     }
     if (kind != KivOutlineKind::silhouette || (open.x == 0.0 && open.y == 0.0)) {
         return 1.0F;
@@ -197,16 +206,19 @@ void KivOutlineTracer::finishPiece(bool closed, KivOutlineKind kind, std::vector
     }
     // Gaps of less than a pixel of the finished picture come from the depth buffer's grid and are bridged.
     const std::size_t bridge = static_cast<std::size_t>(pen.pixel / sampleStep);
+    const std::size_t dip = static_cast<std::size_t>(longestDip * pen.pixel / sampleStep);
     for (std::size_t i = 1; i < count;) {
         if (samples[i].weight > 0.0F) {
             ++i;
             continue;
         }
         std::size_t end = i;
+        bool slight = true;
         while (end < count && samples[end].weight <= 0.0F) {
+            slight = slight && samples[end].weight < 0.0F;
             ++end;
         }
-        if (end < count && end - i <= bridge && samples[i - 1].weight > 0.0F) {
+        if (end < count && end - i <= (slight ? dip : bridge) && samples[i - 1].weight > 0.0F) {
             for (std::size_t k = i; k < end; ++k) {
                 samples[k].weight = std::min(samples[i - 1].weight, samples[end].weight);
             }

@@ -97,7 +97,7 @@ private:
     struct Sample {
         float x;
         float y;
-        float weight; // 0 hidden, 1 drawn in full
+        float weight; // 1 drawn in full, 0 hidden, below 0 hidden by next to nothing
     };
 
     void sampleEdge(const KivOutlineCorner& from, const KivClipPoint& to, KivOutlineKind kind,

@@ -160,6 +160,20 @@ TEST(KivOutlineTracer, BridgesSinglePixels) {
     EXPECT_EQ(paths.size(), 1U);
 }
 
+TEST(KivOutlineTracer, GoesOnOverSlightDipsOnly) {
+    // A fold that dips a pixel deep behind its own surface for a few pixels; a surface far in front; a long dip.
+    const KivView view = flatView();
+    const KivOutlinePen pen = testPen();
+    const auto count = [&](const KivDepthImage& depth) {
+        std::vector<KivOutlinePath> paths;
+        KivOutlineTracer(view, depth, pen).trace(lineAcross(view, 0.0), false, KivOutlineKind::crease, paths);
+        return paths.size();
+    };
+    EXPECT_EQ(count(wallDepth(95, 102, 0.495F)), 1U);
+    EXPECT_EQ(count(wallDepth(95, 102, 0.3F)), 2U);
+    EXPECT_EQ(count(wallDepth(80, 110, 0.495F)), 2U);
+}
+
 TEST(KivOutlineTracer, ThinsFoldsThatHideNextToNothing) {
     const KivView view = flatView();
     KivOutlinePen pen = testPen();

@@ -9,6 +9,7 @@
 #include "kivrender/platform/kivsystemerror.h"
 #include "kivrender/platform/kivtext.h"
 #include "kivrender/render/kivbitmapmanager.h"
+#include "support/gl_driver.h"
 
 #include <gtest/gtest.h>
 

@@ -218,6 +218,7 @@ void KivBitmapManager::setHGLRC(HGLRC context) {
 }
 
 tagSIZE KivBitmapManager::getSize() {
+    const Guard guard(mutex);
     return size;
 }
 

@@ -74,6 +74,7 @@ protected:
     }
     ~SurfaceTest() override {
         KivHostApplicationServices::setDefaultHost(before);
+        keepGlDriverLoaded();
     }
 
     static int create(KivBitmapManager& surface, tagSIZE size, const wchar_t* folder = nullptr,

@@ -10,6 +10,7 @@
 #include <cstring>
 #include <new>
 #include <optional>
+#include <string_view>
 
 namespace {
 
@@ -28,6 +29,11 @@ constexpr KivImageEncoder encoders[] = {
     {encoderId(5), L"image/png", {L"png", nullptr}, KivImageFormat::png},
 };
 
+constexpr char tiffLittleBytes[] = {'I', 'I', '*', 0};
+constexpr char tiffBigBytes[] = {'M', 'M', 0, '*'};
+constexpr std::string_view tiffLittle(tiffLittleBytes, sizeof tiffLittleBytes);
+constexpr std::string_view tiffBig(tiffBigBytes, sizeof tiffBigBytes);
+
 std::size_t paddedRow(std::int32_t width, int bytesPerPixel) {
     return (static_cast<std::size_t>(width) * static_cast<std::size_t>(bytesPerPixel) + 3) / 4 * 4;
 }
@@ -44,23 +50,25 @@ bool kivImageSizeAllowed(std::uint64_t width, std::uint64_t height, std::uint64_
 }
 
 std::optional<KivImageFormat> kivSniffImage(KivImageBytes bytes) {
-    const auto startsWith = [&](const char* magic, std::size_t length) {
-        return bytes.size() >= length && std::memcmp(bytes.data(), magic, length) == 0;
+    struct Magic {
+        KivImageFormat format;
+        std::string_view start;
     };
-    if (startsWith("\x89PNG\r\n\x1a\n", 8)) {
-        return KivImageFormat::png;
-    }
-    if (startsWith("\xff\xd8\xff", 3)) {
-        return KivImageFormat::jpeg;
-    }
-    if (startsWith("BM", 2)) {
-        return KivImageFormat::bmp;
-    }
-    if (startsWith("GIF87a", 6) || startsWith("GIF89a", 6)) {
-        return KivImageFormat::gif;
-    }
-    if (startsWith("II*\0", 4) || startsWith("MM\0*", 4)) {
-        return KivImageFormat::tiff;
+    using namespace std::string_view_literals;
+    constexpr Magic magics[] = {
+        {KivImageFormat::png, "\x89PNG\r\n\x1a\n"sv},
+        {KivImageFormat::jpeg, "\xff\xd8\xff"sv},
+        {KivImageFormat::bmp, "BM"sv},
+        {KivImageFormat::gif, "GIF87a"sv},
+        {KivImageFormat::gif, "GIF89a"sv},
+        {KivImageFormat::tiff, tiffLittle},
+        {KivImageFormat::tiff, tiffBig},
+    };
+    const std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+    for (const Magic& magic : magics) {
+        if (text.substr(0, magic.start.size()) == magic.start) {
+            return magic.format;
+        }
     }
     return std::nullopt;
 }
@@ -83,7 +91,10 @@ std::unique_ptr<KivImage> KivImage::create(tagSIZE size) {
         return nullptr;
     }
     std::unique_ptr<KivImage> image(new KivImage(size, Layout::rgb24));
-    return image->allocate() ? std::move(image) : nullptr;
+    if (!image->allocate()) {
+        return nullptr;
+    }
+    return image;
 }
 
 std::unique_ptr<KivImage> KivImage::createIndexed(tagSIZE size, const std::uint8_t* rows, std::size_t rowStride) {

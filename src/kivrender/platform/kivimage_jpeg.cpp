@@ -1,6 +1,7 @@
 // JPEG, through libjpeg itself: its messages go nowhere, and the size is known before the pixels take memory.
 #include "kivrender/platform/kivimagecodecs.h"
 
+#include <cmath>
 #include <csetjmp>
 #include <cstdio>
 #include <cstdlib>
@@ -146,8 +147,8 @@ bool write(Encoder& encoder, const KivImage& image, JSAMPLE* scanline) {
     codec.comp_info[0].v_samp_factor = 1;
     if (image.horizontalResolution() > 0 && image.verticalResolution() > 0) {
         codec.density_unit = 1;
-        codec.X_density = static_cast<UINT16>(image.horizontalResolution() + 0.5);
-        codec.Y_density = static_cast<UINT16>(image.verticalResolution() + 0.5);
+        codec.X_density = static_cast<UINT16>(std::lround(image.horizontalResolution()));
+        codec.Y_density = static_cast<UINT16>(std::lround(image.verticalResolution()));
     }
     jpeg_start_compress(&codec, TRUE);
     while (codec.next_scanline < codec.image_height) {

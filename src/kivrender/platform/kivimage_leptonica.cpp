@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstring>
 #include <leptonica/allheaders.h>
 #include <set>
@@ -111,8 +112,8 @@ PixPointer toPix(const KivImage& image) {
     if (!pix) {
         return nullptr;
     }
-    pixSetResolution(pix.get(), static_cast<l_int32>(image.horizontalResolution() + 0.5),
-                     static_cast<l_int32>(image.verticalResolution() + 0.5));
+    pixSetResolution(pix.get(), static_cast<l_int32>(std::lround(image.horizontalResolution())),
+                     static_cast<l_int32>(std::lround(image.verticalResolution())));
     if (image.layout() == KivImage::Layout::indexed8) {
         return pix;
     }

@@ -1,0 +1,365 @@
+// The stages of vector simplification, from a thousand to a million primitives, beside their literal forms where these
+// come to an end in reasonable time.
+#include "reference/literallines.h"
+#include "reference/literaloutline.h"
+#include "reference/literaltriangles.h"
+
+#include "kivrender/vector/collinearlinemerger.h"
+#include "kivrender/vector/coplanartrianglemerger.h"
+#include "kivrender/vector/outlinecontours.h"
+#include "kivrender/vector/parsertobuffer.h"
+#include "kivrender/vector/parsertoclasses.h"
+#include "kivrender/vector/sweeporder.h"
+#include "kivrender/vector/vectorsimplifier.h"
+
+#include <benchmark/benchmark.h>
+
+#include <cmath>
+#include <cstdlib>
+#include <deque>
+#include <memory>
+#include <random>
+#include <vector>
+
+namespace {
+
+// A list that deletes what it holds.
+struct OwnedList : FeedbackPrimitiveList {
+    OwnedList() = default;
+    OwnedList(const OwnedList&) = delete;
+    OwnedList& operator=(const OwnedList&) = delete;
+    ~OwnedList() {
+        deletePrimitives(*this);
+    }
+};
+
+class Words {
+public:
+    std::uint32_t below(std::uint32_t limit) {
+        return static_cast<std::uint32_t>(generator()) % limit;
+    }
+    float unit() {
+        return static_cast<float>(generator() >> 8) * 0x1p-24F;
+    }
+
+private:
+    std::mt19937 generator{7};
+};
+
+FeedbackVertex vertexAt(float x, float y, float z = 0) {
+    FeedbackVertex vertex;
+    vertex.x = x;
+    vertex.y = y;
+    vertex.z = z;
+    vertex.r = vertex.g = vertex.b = 0.5F;
+    vertex.a = 1;
+    return vertex;
+}
+
+void add(FeedbackPrimitiveList& list, int type, const std::vector<FeedbackVertex>& vertices) {
+    auto* primitive = new FeedbackPrimitive;
+    primitive->type = static_cast<std::int16_t>(type);
+    primitive->vertexCount = static_cast<std::int32_t>(vertices.size());
+    for (const FeedbackVertex& vertex : vertices)
+        primitive->vertices.push_back(vertex);
+    list.push_back(primitive);
+}
+
+void shuffle(FeedbackPrimitiveList& list) {
+    Words words;
+    for (std::size_t i = list.size(); i > 1; --i)
+        std::swap(list[i - 1], list[words.below(static_cast<std::uint32_t>(i))]);
+}
+
+// Which lines a benchmark merges.
+enum LineKind {
+    strokes,   // each drawn five times, turned round or shifted along itself, in any direction and order
+    meshEdges, // of a regular mesh, those inside drawn twice
+    hatching,  // parallel and equally long, each drawn twice
+    allEqual,
+};
+
+void makeLines(FeedbackPrimitiveList& list, LineKind kind, int count) {
+    Words words;
+    const float side = std::sqrt(static_cast<float>(count));
+    const int columns = static_cast<int>(side / 2) + 1;
+    for (int i = 0; i < count; ++i) {
+        float x = 0;
+        float y = 0;
+        float dx = 1;
+        float dy = 0;
+        if (kind == strokes) {
+            if (i % 5 == 0 || list.empty()) {
+                x = side * words.unit();
+                y = side * words.unit();
+                dx = 2 * words.unit() - 1;
+                dy = 2 * words.unit() - 1;
+            } else {
+                const std::vector<FeedbackVertex>& model = list[static_cast<std::size_t>(i - i % 5)]->vertices;
+                const float shift = words.below(2) == 0 ? 0.0F : 0.25F;
+                dx = model[1].x - model[0].x;
+                dy = model[1].y - model[0].y;
+                x = model[0].x + shift * dx;
+                y = model[0].y + shift * dy;
+            }
+        } else if (kind == meshEdges) {
+            const int cell = i / 4;
+            x = static_cast<float>(cell % columns + i % 2);
+            y = static_cast<float>(cell / columns);
+            dx = i % 4 < 2 ? 0.0F : i % 2 == 0 ? 1.0F : -1.0F;
+            dy = i % 4 < 2 || i % 4 == 3 ? 1.0F : 0.0F;
+        } else if (kind == hatching) {
+            x = 0.01F * static_cast<float>(i / 2);
+            dx = 3;
+            dy = 4;
+        }
+        if (words.below(2) == 0)
+            add(list, FeedbackToken::line, {vertexAt(x, y), vertexAt(x + dx, y + dy)});
+        else
+            add(list, FeedbackToken::line, {vertexAt(x + dx, y + dy), vertexAt(x, y)});
+    }
+    shuffle(list);
+}
+
+void mergeLines(benchmark::State& state, LineKind kind) {
+    std::size_t left = 0;
+    for ([[maybe_unused]] auto round : state) {
+        state.PauseTiming();
+        {
+            OwnedList lines;
+            makeLines(lines, kind, static_cast<int>(state.range(0)));
+            state.ResumeTiming();
+            CollinearLineMerger().mergeLines(&lines);
+            state.PauseTiming();
+            left = lines.size();
+        }
+        state.ResumeTiming();
+    }
+    state.counters["left"] = static_cast<double>(left);
+}
+
+void mergeLinesLiterally(benchmark::State& state, LineKind kind) {
+    std::size_t left = 0;
+    for ([[maybe_unused]] auto round : state) {
+        state.PauseTiming();
+        {
+            OwnedList lines;
+            makeLines(lines, kind, static_cast<int>(state.range(0)));
+            state.ResumeTiming();
+            literal::mergeLines(lines);
+            state.PauseTiming();
+            left = lines.size();
+        }
+        state.ResumeTiming();
+    }
+    state.counters["left"] = static_cast<double>(left);
+}
+
+// Which triangles a benchmark merges.
+enum TriangleKind {
+    faces20,     // faces of 20 triangles, each in a plane of its own
+    faces20Flat, // the same in one plane, apart from each other
+    oneFace,
+    noFace, // no two triangles of one plane
+};
+
+// A face of width by height squares in a plane that the slope tells.
+void addFace(FeedbackPrimitiveList& list, float x, float y, int width, int height, float slope) {
+    const auto corner = [&](int i, int j) {
+        const float u = static_cast<float>(i);
+        const float v = static_cast<float>(j);
+        return vertexAt(x + u, y + v, slope * (u + v));
+    };
+    for (int i = 0; i < width; ++i) {
+        for (int j = 0; j < height; ++j) {
+            add(list, FeedbackToken::polygon, {corner(i, j), corner(i + 1, j), corner(i + 1, j + 1)});
+            add(list, FeedbackToken::polygon, {corner(i, j), corner(i + 1, j + 1), corner(i, j + 1)});
+        }
+    }
+}
+
+void makeTriangles(FeedbackPrimitiveList& list, TriangleKind kind, int count) {
+    if (kind == oneFace) {
+        const int side = static_cast<int>(std::sqrt(static_cast<double>(count) / 2));
+        addFace(list, 1, 1, side, side, 0);
+        return;
+    }
+    const int size = kind == noFace ? 2 : 20;
+    const int numFaces = count / size;
+    const int columns = static_cast<int>(std::sqrt(static_cast<double>(numFaces))) + 1;
+    for (int face = 0; face < numFaces; ++face) {
+        const float slope = kind == faces20Flat ? 0.0F : 0.1F + static_cast<float>(face % 89) / 100;
+        const float x = 1 + 6 * static_cast<float>(face % columns);
+        const float y = 1 + 3 * static_cast<float>(face / columns);
+        addFace(list, x, y, kind == noFace ? 1 : 5, kind == noFace ? 1 : 2, slope);
+        if (kind == noFace)
+            list.back()->vertices[2].z += 1;
+    }
+}
+
+void mergeTriangles(benchmark::State& state, TriangleKind kind) {
+    std::size_t left = 0;
+    for ([[maybe_unused]] auto round : state) {
+        state.PauseTiming();
+        {
+            OwnedList triangles;
+            makeTriangles(triangles, kind, static_cast<int>(state.range(0)));
+            state.ResumeTiming();
+            CoplanarTriangleMerger().merge(&triangles, 0, 2, 1);
+            state.PauseTiming();
+            left = triangles.size();
+        }
+        state.ResumeTiming();
+    }
+    state.counters["left"] = static_cast<double>(left);
+}
+
+// The grouping alone: it is what the literal form spends its time on.
+void groupTrianglesLiterally(benchmark::State& state, TriangleKind kind) {
+    for ([[maybe_unused]] auto round : state) {
+        state.PauseTiming();
+        {
+            OwnedList triangles;
+            makeTriangles(triangles, kind, static_cast<int>(state.range(0)));
+            state.ResumeTiming();
+            std::vector<SweepTriangle*> sweep = literal::sweepOf(triangles, 0);
+            literal::SweepSort(sweep, triangles).run();
+            const auto groups = literal::group(sweep, triangles);
+            benchmark::DoNotOptimize(groups.size());
+            state.PauseTiming();
+        }
+        state.ResumeTiming();
+    }
+}
+
+// The outline of a circular disc with many collinear pieces in each of its sides.
+struct Disc {
+    std::deque<FeedbackVertex> vertices;
+    std::vector<FeedbackEdge> edges;
+
+    explicit Disc(int count) {
+        const int numSides = std::max(count / 10, 3);
+        const auto corner = [&](int side) {
+            const double angle = 6.283185307179586 * side / numSides;
+            return vertexAt(static_cast<float>(numSides * std::cos(angle)),
+                            static_cast<float>(numSides * std::sin(angle)));
+        };
+        for (int i = 0; i < numSides * 10; ++i) {
+            const FeedbackVertex from = corner(i / 10);
+            const FeedbackVertex to = corner(i / 10 + 1);
+            const float part = static_cast<float>(i % 10) / 10;
+            vertices.push_back(vertexAt(from.x + part * (to.x - from.x), from.y + part * (to.y - from.y)));
+        }
+        for (std::size_t i = 0; i < vertices.size(); ++i)
+            edges.push_back({&vertices[i], &vertices[(i + 1) % vertices.size()]});
+        Words words;
+        for (std::size_t i = edges.size(); i > 1; --i)
+            std::swap(edges[i - 1], edges[words.below(static_cast<std::uint32_t>(i))]);
+    }
+};
+
+void contours(benchmark::State& state) {
+    for ([[maybe_unused]] auto round : state) {
+        state.PauseTiming();
+        Disc disc(static_cast<int>(state.range(0)));
+        std::vector<FeedbackVertex*> vertices;
+        std::vector<int> ends;
+        state.ResumeTiming();
+        OutlineContours outline(disc.edges);
+        outline.joinCollinearEdges();
+        outline.chain(vertices, ends);
+        benchmark::DoNotOptimize(vertices.data());
+    }
+}
+
+void contoursLiterally(benchmark::State& state) {
+    for ([[maybe_unused]] auto round : state) {
+        state.PauseTiming();
+        Disc disc(static_cast<int>(state.range(0)));
+        std::vector<FeedbackVertex*> vertices;
+        std::vector<int> ends;
+        state.ResumeTiming();
+        literal::joinCollinearEdges(disc.edges);
+        literal::chain(disc.edges, vertices, ends);
+        benchmark::DoNotOptimize(vertices.data());
+    }
+}
+
+void parseBothWays(benchmark::State& state) {
+    OwnedList triangles;
+    makeTriangles(triangles, oneFace, static_cast<int>(state.range(0)));
+    for ([[maybe_unused]] auto round : state) {
+        ParserToBuffer writer(&triangles);
+        writer.parse();
+        ParserToClasses reader(writer.getBuffer(), writer.getSize());
+        reader.parse();
+        const std::unique_ptr<FeedbackPrimitiveList> list(reader.getPrimitives());
+        deletePrimitives(*list);
+        std::free(writer.getBuffer());
+    }
+}
+
+void sortedKeys(benchmark::State& state) {
+    std::vector<float> keys;
+    for (int i = 0; i < state.range(0); ++i)
+        keys.push_back(static_cast<float>(i / 3));
+    for ([[maybe_unused]] auto round : state)
+        benchmark::DoNotOptimize(sweepOrder(keys));
+}
+
+// A whole page as a driver sees it: triangles in faces, and their edges as lines.
+void simplifyPage(benchmark::State& state) {
+    OwnedList primitives;
+    makeLines(primitives, meshEdges, static_cast<int>(state.range(0)) / 2);
+    makeTriangles(primitives, faces20, static_cast<int>(state.range(0)) / 2);
+    ParserToBuffer writer(&primitives);
+    writer.parse();
+    FeedbackView view = {};
+    for (const int i : {0, 5, 10, 15})
+        view.modelView[i] = view.projection[i] = 1;
+    view.viewport[2] = view.viewport[3] = 2;
+    for ([[maybe_unused]] auto round : state) {
+        int used = writer.getSize();
+        float* simplified = VectorSimplifier(view).simplify(writer.getBuffer(), &used);
+        benchmark::DoNotOptimize(simplified);
+        std::free(simplified);
+    }
+    std::free(writer.getBuffer());
+}
+
+void growing(benchmark::internal::Benchmark* bench) {
+    bench->RangeMultiplier(10)->Range(1000, 1000000)->Unit(benchmark::kMillisecond);
+}
+
+void withTargets(benchmark::internal::Benchmark* bench) {
+    growing(bench);
+    bench->Arg(200000);
+}
+
+void growingSlowly(benchmark::internal::Benchmark* bench) {
+    bench->Arg(300)->Arg(1000)->Arg(3000)->Unit(benchmark::kMillisecond);
+}
+
+BENCHMARK_CAPTURE(mergeLines, strokes, strokes)->Apply(growing);
+BENCHMARK_CAPTURE(mergeLines, meshEdges, meshEdges)->Apply(growing);
+BENCHMARK_CAPTURE(mergeLines, hatching, hatching)->Apply(growing);
+BENCHMARK_CAPTURE(mergeLines, allEqual, allEqual)->Apply(growing);
+BENCHMARK_CAPTURE(mergeLinesLiterally, strokes, strokes)->Arg(100)->Arg(300)->Arg(1000)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(mergeLinesLiterally, meshEdges, meshEdges)
+    ->Arg(100)
+    ->Arg(300)
+    ->Arg(1000)
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(mergeTriangles, faces20, faces20)->Apply(withTargets);
+BENCHMARK_CAPTURE(mergeTriangles, faces20Flat, faces20Flat)->Apply(withTargets);
+BENCHMARK_CAPTURE(mergeTriangles, oneFace, oneFace)->Apply(withTargets);
+BENCHMARK_CAPTURE(mergeTriangles, noFace, noFace)->Apply(growing);
+BENCHMARK_CAPTURE(groupTrianglesLiterally, faces20Flat, faces20Flat)->Apply(growingSlowly);
+BENCHMARK_CAPTURE(groupTrianglesLiterally, oneFace, oneFace)->Apply(growingSlowly);
+BENCHMARK(contours)->Apply(growing);
+BENCHMARK(contoursLiterally)->Apply(growingSlowly);
+BENCHMARK(parseBothWays)->Apply(growing);
+BENCHMARK(sortedKeys)->Apply(growing);
+BENCHMARK(simplifyPage)->Apply(growing);
+
+} // namespace

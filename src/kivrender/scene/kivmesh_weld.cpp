@@ -5,7 +5,9 @@
 // axis more densely than the tolerance. What the outcome is then hangs on the sort, so the sort is our own:
 //
 // 1. Corners at exactly the same position count as one element, at the place of the first of them. However the
-//    comparison runs in circles, they always end as one vertex, and there are about six times fewer elements.
+//    comparison runs in circles, they always end as one vertex, and there are about six times fewer elements. A plain
+//    stable sort of all corners tears such places apart in models that are small in their units: the Stanford bunny,
+//    0.15 across, comes out of it with 56 thousand vertices instead of 35 thousand.
 // 2. The elements go through a stable top-down merge sort: halves of n / 2 and n - n / 2 elements, the left one first
 //    where the comparison does not say "greater".
 //

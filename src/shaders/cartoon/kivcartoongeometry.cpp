@@ -11,6 +11,9 @@ namespace {
 using Triangle = KivSurface::Triangle;
 constexpr std::uint32_t none = 0xffffffffU;
 
+// The cosine of the turn, 4 degrees, over which a highlight can be interpolated.
+constexpr double gentleTurn = 0.9976;
+
 struct Corner {
     KivVec point;
     KivVec normal; // to the seen side
@@ -109,11 +112,20 @@ private:
 
     bool isLarge(const Triangle& t) const {
         for (int k = 0; k < 3; ++k) {
-            if (pixelLength(clips[t[k]], clips[t[(k + 1) % 3]], view) > detail.longestSide) {
+            const std::uint32_t a = t[k];
+            const std::uint32_t b = t[(k + 1) % 3];
+            if (isLong(clips[a], model.normals[a], clips[b], model.normals[b])) {
                 return true;
             }
         }
         return false;
+    }
+
+    // Whether a side is halved depends on its two ends alone, so that neighbours always agree.
+    bool isLong(const KivClipPoint& a, const KivVec& na, const KivClipPoint& b, const KivVec& nb) const {
+        const double length = pixelLength(a, b, view);
+        return length > detail.longestSide ||
+               (detail.shine && length > detail.longestTurn && kivDot(na, nb) < gentleTurn);
     }
 
     bool isCrossed(const Triangle& t) const {
@@ -196,9 +208,8 @@ private:
         return middle;
     }
 
-    // Whether a side is halved depends on its two ends alone, so that neighbours always agree.
     bool isLong(const Corner& a, const Corner& b) const {
-        return pixelLength(a.clip, b.clip, view) > detail.longestSide;
+        return isLong(a.clip, a.normal, b.clip, b.normal);
     }
 
     void split(const Corner& a, const Corner& b, const Corner& c, int depth, std::vector<std::uint32_t>& indices) {

@@ -56,9 +56,12 @@ struct KivCartoonModel {
 };
 
 struct KivCartoonDetail {
-    bool flat = false;           // one tone for each triangle
-    bool shine = false;          // fill in the highlight
-    double longestSide = 48.0;   // in pixels of the image that is drawn into
+    bool flat = false;         // one tone for each triangle
+    bool shine = false;        // fill in the highlight
+    double longestSide = 48.0; // in pixels of the image that is drawn into
+    // Where a surface that shines turns by more than a few degrees along a side, the side is at most so long: a
+    // highlight is small and would come out ragged.
+    double longestTurn = 8.0;
     int rampEntries = 1024;      // of the tables that light and shine are looked up in
     std::size_t most = 12000000; // vertices; nothing is divided beyond
 };

@@ -18,6 +18,8 @@ namespace {
 
 // The longest side of a triangle, in pixels of the finished picture, over which light is interpolated.
 constexpr double longestSide = 10.0;
+// The same where a surface that shines is strongly bent.
+constexpr double longestTurn = 2.0;
 // In vector output each division is a face of the drawing.
 constexpr double longestVectorSide = 40.0;
 
@@ -173,8 +175,9 @@ void KivCartoonShader::buildBatch(const KivCartoonModel& model, const KivMesh& m
     detail.flat = look.flat;
     detail.shine = colorsOf(mesh, look, settings).highlightStrength > 0.0;
     detail.rampEntries = kivRampEntries;
-    detail.longestSide =
-        settings.doVectorial() ? longestVectorSide : longestSide * (1 << std::clamp(settings.getAntialias(), 0, 2));
+    const double pixel = settings.doVectorial() ? 1.0 : 1 << std::clamp(settings.getAntialias(), 0, 2);
+    detail.longestSide = (settings.doVectorial() ? longestVectorSide : longestSide) * pixel;
+    detail.longestTurn = (settings.doVectorial() ? longestVectorSide : longestTurn) * pixel;
     kivBuildCartoon(model, view, lights, detail, out);
 }
 

@@ -71,8 +71,7 @@ std::size_t KivOutlineDrawing::penOf(const KivOutlineLook& look) {
 void KivOutlineDrawing::addMesh(const KivMesh& mesh, const KivOutlineLook& look) {
     const KivSurface surface = kivReadSurface(mesh);
     const std::vector<KivOutlineWing> wings = kivOutlineWings(surface);
-    const std::vector<bool> creases =
-        look.rules.creases ? kivOutlineCreases(surface, wings, look.rules) : std::vector<bool>(wings.size(), false);
+    const std::vector<bool> creases = kivOutlineCreases(surface, wings, look.rules);
     const std::vector<KivOutlineEdge> edges = kivOutlineEdges(surface, wings, creases, view, look.rules);
     if (edges.empty()) {
         return;
@@ -91,7 +90,8 @@ void KivOutlineDrawing::addMesh(const KivMesh& mesh, const KivOutlineLook& look)
         const KivClipPoint a = view.clip(surface.points[edges[i].a]);
         const KivClipPoint b = view.clip(surface.points[edges[i].b]);
         directions[i] = directionInPicture(a, b, view);
-        if (edges[i].kind != KivOutlineKind::crease) {
+        // A sharp fold is drawn in full even where it hides nothing: where a box stands on a floor.
+        if (edges[i].kind == KivOutlineKind::silhouette && !edges[i].sharp) {
             openSides[i] = sideInPicture(a, b, view.clip(surface.points[edges[i].beside])) > 0.0 ? -1 : 1;
         }
     }

@@ -279,7 +279,7 @@ std::vector<KivOutlineEdge> kivOutlineEdges(const KivSurface& surface, const std
     const std::vector<KivVec>& p = surface.points;
     for (std::size_t i = 0; i < wings.size(); ++i) {
         const KivOutlineWing& wing = wings[i];
-        KivOutlineEdge edge{wing.a, wing.b, KivOutlineKind::crease, static_cast<std::uint32_t>(wing.left)};
+        KivOutlineEdge edge{wing.a, wing.b, KivOutlineKind::crease, static_cast<std::uint32_t>(wing.left), creases[i]};
         if (wing.right == KivOutlineWing::none) {
             edge.kind = KivOutlineKind::border;
             if (rules.borders) {

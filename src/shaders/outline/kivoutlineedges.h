@@ -35,6 +35,8 @@ struct KivOutlineEdge {
     KivOutlineKind kind = KivOutlineKind::silhouette;
     // A point on the surface beside the edge: a line on a silhouette or a border has the surface on that side alone.
     std::uint32_t beside = 0;
+    // A crease as well, and so a feature of the shape from wherever it is seen.
+    bool sharp = false;
 };
 
 struct KivOutlineRules {

@@ -34,7 +34,7 @@ const KivSettingInfo table[numSettings] = {
      L"Least bend of a crease where the model's normals call the surface smooth, in degrees", nullptr},
     {"CreaseLength", KivSettingType::Double, 0, 100, 5,
      L"Least reach of creases that hang together, in percent of the size of their piece", nullptr},
-    {"Detail", KivSettingType::Double, 0, 100, 2,
+    {"Detail", KivSettingType::Double, 0, 100, 1,
      L"Folds inside a shape thin out where they step back by less than this many pixels", nullptr},
     {"ShortestLine", KivSettingType::Double, 0, 1000, 5,
      L"Thin lines inside a shape that are shorter than this many pixels are left out", nullptr},

@@ -384,3 +384,23 @@ TEST_F(OutlinePicture, SurvivesAnEmptySceneAndStrayGeometry) {
     drawLines(3.0);
     SUCCEED();
 }
+
+TEST_F(OutlinePicture, ABoxOnAFloorHasALineWhereItStands) {
+    addMesh(cubeSurface());
+    KivSurface floor;
+    floor.points = {{-9, -1, -9}, {9, -1, -9}, {9, -1, 9}, {-9, -1, 9}};
+    floor.triangles = {{0, 2, 1}, {0, 3, 2}};
+    addMesh(floor);
+    for (const bool perspective : {true, false}) {
+        KivBitmapManager fresh;
+        surface = fresh;
+        open(400);
+        look({3.0, 2.2, 4.0}, perspective ? 0.4 : 2.2, perspective);
+        drawLines(4.0);
+        for (int i = -50; i <= 50; ++i) {
+            EXPECT_TRUE(isInk(pixelAt({i / 50.0, -1.0, 1.0}))) << i;
+            EXPECT_TRUE(isInk(pixelAt({1.0, -1.0, i / 50.0}))) << i;
+        }
+        surface.deleteContext();
+    }
+}

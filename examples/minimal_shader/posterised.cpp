@@ -4,6 +4,7 @@
 #include <kivrender/platform/kivmodule.h>
 #include <kivrender/scene/kivmesh.h>
 #include <kivrender/scene/kivscene.h>
+#include <kivrender/settings/kivcommonsettings.h>
 #include <kivrender/settings/kivdatamanager.h>
 #include <kivrender/settings/kivsettingstable.h>
 #include <kivrender/shader/kivdrawing.h>

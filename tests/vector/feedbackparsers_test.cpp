@@ -284,6 +284,7 @@ TEST(ParserToBuffer, AnEmptyList) {
     ParserToBuffer parser(&list);
     parser.parse();
     EXPECT_EQ(parser.getSize(), 0);
+    EXPECT_NE(parser.getBuffer(), nullptr);
     std::free(parser.getBuffer());
 }
 

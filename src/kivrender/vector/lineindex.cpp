@@ -58,8 +58,8 @@ std::uint64_t keyOf(KeyKind kind, int group, std::initializer_list<double> cells
 // Calls visit for each cell that the range touches. Rounding is monotonic, so a value in the range is in one of them.
 template <class Visit> void forEachCell(double low, double high, double width, const Visit& visit) {
     const double first = std::floor(low / width);
-    const double count = std::floor(high / width) - first;
-    for (double step = 0; step <= count; ++step)
+    const int steps = static_cast<int>(std::floor(high / width) - first);
+    for (int step = 0; step <= steps; ++step)
         visit(first + step);
 }
 

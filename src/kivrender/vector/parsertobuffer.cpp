@@ -138,7 +138,9 @@ void ParserToBuffer::parse() {
             break;
         reserved = grown;
     }
-    buffer = static_cast<float*>(std::malloc(static_cast<std::size_t>(reserved) * sizeof(float)));
+    // Some systems give null for nothing, which would read as a page that was cancelled.
+    buffer =
+        static_cast<float*>(std::malloc(std::max<std::size_t>(static_cast<std::size_t>(reserved), 1) * sizeof(float)));
     if (!buffer)
         return;
     size = static_cast<std::int32_t>(reserved);

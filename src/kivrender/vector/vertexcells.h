@@ -55,16 +55,17 @@ inline std::uint64_t keyOf(const FeedbackVector& place, std::uint64_t group) {
     return keyOf(std::floor(place.x / width), std::floor(place.y / width), std::floor(place.z / width), group);
 }
 
-// Calls visit with the key of each cell in which something stands that equals what stands at the place.
+// Calls visit with the key of each cell in which something stands that equals what stands at the place, which is
+// finite.
 template <class Visit> void forEachKeyAround(const FeedbackVector& place, std::uint64_t group, const Visit& visit) {
     const auto low = [](double value) { return std::floor((value - reach) / width); };
-    const auto steps = [&](double value) { return std::floor((value + reach) / width) - low(value); };
-    const double stepsX = steps(place.x);
-    const double stepsY = steps(place.y);
-    const double stepsZ = steps(place.z);
-    for (double x = 0; x <= stepsX; ++x) {
-        for (double y = 0; y <= stepsY; ++y) {
-            for (double z = 0; z <= stepsZ; ++z)
+    const auto steps = [&](double value) { return static_cast<int>(std::floor((value + reach) / width) - low(value)); };
+    const int stepsX = steps(place.x);
+    const int stepsY = steps(place.y);
+    const int stepsZ = steps(place.z);
+    for (int x = 0; x <= stepsX; ++x) {
+        for (int y = 0; y <= stepsY; ++y) {
+            for (int z = 0; z <= stepsZ; ++z)
                 visit(keyOf(low(place.x) + x, low(place.y) + y, low(place.z) + z, group));
         }
     }

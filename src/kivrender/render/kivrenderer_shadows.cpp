@@ -45,11 +45,12 @@ void passOverSteps(KivProgress* progress, int count) {
 
 } // namespace
 
-void KivRenderer::renderAllMeshesForShadowsRendering(KivNonCombinableShader* shader, bool /*saveShadows*/,
-                                                     const KivCommonSettings& settings, const KivCamera& camera,
-                                                     KivScene* scene, KivProgress* progress, tagSIZE size,
-                                                     KivBitmapManager* surface, KivShadows /*shadows*/,
-                                                     KivShaderCommunication& channel) {
+// The shadows come as a copy that ends with the call: the pass leaves nothing behind in the caller's.
+void KivRenderer::renderAllMeshesForShadowsRendering(
+    KivNonCombinableShader* shader, bool /*saveShadows*/, const KivCommonSettings& settings, const KivCamera& camera,
+    KivScene* scene, KivProgress* progress, tagSIZE size, KivBitmapManager* surface,
+    KivShadows /*shadows*/, // NOLINT(performance-unnecessary-value-param)
+    KivShaderCommunication& channel) {
     tellUser(textNoShadows);
     if (isCancelled(progress)) {
         return;

@@ -31,10 +31,6 @@ void sendNormal(const Kiv3DVector& normal) {
 
 } // namespace
 
-KivDrawing::KivDrawing() = default;
-
-KivDrawing::~KivDrawing() = default;
-
 void KivDrawing::beginDrawing(bool /*vectorial*/, objectType type) {
     switch (type) {
     case triangles:

@@ -22,9 +22,6 @@ public:
     // The numbers are part of the interface.
     enum objectType : std::int32_t { triangles = 0, lineStrip = 1, points = 2, polygon = 3 };
 
-    KivDrawing();
-    ~KivDrawing();
-
     // A type that is none of the four begins nothing.
     static void beginDrawing(bool vectorial, objectType type);
     static void endDrawing(bool vectorial);

@@ -24,13 +24,13 @@ unsigned long KivShader::loadShaders(const wchar_t* path) {
     if (dShaders != 0) {
         return dShaders;
     }
-    const std::wstring folder = path != nullptr ? std::wstring(path) : kivLibraryFolder() + L"/shaders";
+    const std::wstring folder = (path != nullptr ? std::wstring(path) : kivLibraryFolder() + L"/shaders") + L"/";
     dCurShaderIndex = static_cast<unsigned long>(-1);
     for (const std::wstring& name : kivListModules(folder)) {
         if (dShaders == kivMaxShaders) {
             break; // further modules are not even opened
         }
-        if (KivShader* const shader = load((folder + L"/" + name).c_str())) {
+        if (KivShader* const shader = load((folder + name).c_str())) {
             lShaders[dShaders++] = shader;
         }
     }

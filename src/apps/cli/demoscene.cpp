@@ -106,7 +106,8 @@ private:
         }
         shapes::plate(stand, Frame{{shaft.x, 0.0, -2.9}}, outline, {upright}, 1.0);
         shapes::roundedPlate(object("foot", slate), lying(shaft.x, 0.0, -2.4),
-                             shapes::roundedRectangle(2.0 * halfWidth + 2.4, 2.2, 0.5, 6), 0.45, 0.1);
+                             shapes::roundedRectangle(2.0 * halfWidth + 2.4, 2.2, 0.5, 6), 0.45, 0.1,
+                             shapes::Back::sharp);
         Surface& bolts = object("stand bolts", steel);
         for (const double side : {-1.0, 1.0}) {
             shapes::bolt(bolts, Frame{{shaft.x + side * (halfWidth + 0.6), 0.45, -2.4}}, 0.75);
@@ -251,7 +252,7 @@ private:
     void addOilCan() {
         constexpr Vec3 foot{7.3, 0.0, 2.6};
         Surface& body = object("oil can", cream);
-        Outline profile{{0.0, 0.0}, {1.38, 0.0}, {1.45, 0.07}, {1.45, 0.55}};
+        Outline profile{{0.0, 0.0}, {1.45, 0.0}, {1.45, 0.55}};
         constexpr int steps = 20;
         for (int i = 1; i <= steps; ++i) {
             const double angle = pi / 2.0 * i / steps;

@@ -201,16 +201,21 @@ void plate(Surface& surface, const Frame& frame, const Outline& outline, const s
     }
 }
 
-void roundedPlate(Surface& surface, const Frame& frame, const SmoothOutline& outline, double thickness, double radius) {
+void roundedPlate(Surface& surface, const Frame& frame, const SmoothOutline& outline, double thickness, double radius,
+                  Back back) {
     constexpr int steps = 4; // of each quarter turn
-    std::uint32_t previous = 0;
-    for (int i = 0; i <= 2 * steps + 1; ++i) {
+    // A sharp back is a row of its own for the face, and the straight side goes down to it.
+    const bool sharp = back == Back::sharp;
+    std::uint32_t previous = sharp ? addRoundedRow(surface, frame, outline, 0.0, 0.0, 0.0) : 0;
+    const int first = sharp ? steps : 0;
+    for (int i = first; i <= 2 * steps + 1; ++i) {
         // The middle row stands twice, at either end of the straight side.
         const bool front = i > steps;
         const double slope = pi / 2.0 * (front ? i - 1 : i) / steps;
-        const double z = front ? thickness - radius * (1.0 + std::cos(slope)) : radius * (1.0 - std::cos(slope));
+        const double low = sharp ? 0.0 : radius * (1.0 - std::cos(slope));
+        const double z = front ? thickness - radius * (1.0 + std::cos(slope)) : low;
         const std::uint32_t row = addRoundedRow(surface, frame, outline, radius * (1.0 - std::sin(slope)), z, slope);
-        if (i > 0) {
+        if (i > first) {
             band(surface, previous, row, outline.points.size());
         }
         previous = row;

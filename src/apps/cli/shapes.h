@@ -53,7 +53,9 @@ void plate(Surface& surface, const Frame& frame, const Outline& outline, const s
            double thickness);
 // The same with its edges rounded off to the front and the back by radius, without holes. Brings its normals along, as
 // flat faces run into round edges without a crease; the surface must hold nothing else.
-void roundedPlate(Surface& surface, const Frame& frame, const SmoothOutline& outline, double thickness, double radius);
+enum class Back { rounded, sharp }; // a plate that stands on another has a sharp edge there
+void roundedPlate(Surface& surface, const Frame& frame, const SmoothOutline& outline, double thickness, double radius,
+                  Back back = Back::rounded);
 // Turns a profile of (radius, height) points around the frame's y axis, from its first point upwards; ends at radius 0
 // are closed, others are left open.
 void lathe(Surface& surface, const Frame& frame, const Outline& profile, int segments);

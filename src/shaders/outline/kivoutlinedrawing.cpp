@@ -146,6 +146,7 @@ void KivOutlineDrawing::addJob(const std::vector<KivVec>& points, bool closed, s
 
 void KivOutlineDrawing::addPolyline(const KivPolyline& polyline, const KivOutlineLook& look) {
     std::vector<KivVec> points;
+    points.reserve(static_cast<std::size_t>(polyline.numPoints()));
     for (int i = 0; i < polyline.numPoints(); ++i) {
         points.push_back(vecOf(polyline.getPoint(i)));
     }

@@ -157,7 +157,9 @@ void mergeSettingsFile(const std::string& path, Words& words) {
             for (const OptionInfo& info : words.command->options) {
                 known.emplace_back(info.name);
             }
-            throw UsageError(where + "unknown option " + name + didYouMean(name, known));
+            std::string complaint = where;
+            complaint.append("unknown option ").append(name).append(didYouMean(name, known));
+            throw UsageError(complaint);
         }
         if (option->argument.empty()) {
             if (!value.empty() && !isYes(value) && !isNo(value)) {

@@ -123,6 +123,7 @@ private:
         Surface& wheel = object("big gear", teal);
         std::vector<Outline> holes;
         constexpr int spokes = 5;
+        holes.reserve(spokes);
         for (int i = 0; i < spokes; ++i) {
             holes.push_back(window(1.75, 3.75, 2.0 * pi / spokes, 0.42, 2.0 * pi * (i + 0.15) / spokes));
         }
@@ -234,13 +235,13 @@ private:
 
     // A thin rod with a spring around it and a ball on top.
     void addSpringPost() {
-        constexpr Vec3 foot{-8.6, 0.0, 0.6};
+        static constexpr Vec3 foot{-8.6, 0.0, 0.6};
         Surface& socket = object("socket", brass);
         shapes::lathe(socket, Frame{foot}, {{0.0, 0.0}, {1.0, 0.0}, {1.0, 0.35}, {0.6, 0.6}, {0.6, 1.1}, {0.0, 1.1}},
                       40);
         shapes::cylinder(object("rod", steel), Frame{foot}, 0.2, 8.2, 24);
         shapes::sphere(object("ball", red), {foot.x, 8.7, foot.z}, 0.75, 40);
-        const auto coil = [foot](double t) {
+        const auto coil = [](double t) {
             const double angle = 2.0 * pi * 9.0 * t;
             return Vec3{foot.x + 0.62 * std::sin(angle), 1.22 + 4.6 * t, foot.z + 0.62 * std::cos(angle)};
         };

@@ -73,7 +73,9 @@ void applySetting(const SettingOption& option) {
         std::string why;
         if (settings->find(option.key) >= 0) {
             if (!settings->setText(option.key, option.value, &why)) {
-                throw UsageError("--set " + whole + ": \"" + option.value + "\" is no value for it: " + why);
+                std::string complaint = "--set " + whole;
+                complaint.append(": \"").append(option.value).append("\" is no value for it: ").append(why);
+                throw UsageError(complaint);
             }
             return;
         }

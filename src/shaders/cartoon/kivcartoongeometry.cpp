@@ -13,6 +13,11 @@ constexpr std::uint32_t none = 0xffffffffU;
 
 // The cosine of the turn, 4 degrees, over which a highlight can be interpolated.
 constexpr double gentleTurn = 0.9976;
+// The cosine of the turn, 2.5 degrees, over which parallel light can be interpolated: the error of the incidence is an
+// eighth of the turn's square, less than a step of 8 bits.
+constexpr double slightTurn = 0.99905;
+// How much longer a side of so slight a turn may be where the highlight moves with the view alone.
+constexpr double flatterSide = 6.0;
 
 struct Corner {
     KivVec point;
@@ -123,9 +128,12 @@ private:
 
     // Whether a side is halved depends on its two ends alone, so that neighbours always agree.
     bool isLong(const KivClipPoint& a, const KivVec& na, const KivClipPoint& b, const KivVec& nb) const {
+        const double turn = kivDot(na, nb);
+        if (uniform && turn > slightTurn) {
+            return detail.shine && pixelLength(a, b, view) > detail.longestSide * flatterSide;
+        }
         const double length = pixelLength(a, b, view);
-        return length > detail.longestSide ||
-               (detail.shine && length > detail.longestTurn && kivDot(na, nb) < gentleTurn);
+        return length > detail.longestSide || (detail.shine && length > detail.longestTurn && turn < gentleTurn);
     }
 
     bool isCrossed(const Triangle& t) const {
@@ -323,6 +331,7 @@ private:
     const KivCartoonLights& lights;
     const KivCartoonDetail& detail;
     KivCartoonBatch& batch;
+    const bool uniform = lights.isUniform();
     std::vector<KivClipPoint> clips;
     std::vector<std::uint32_t> shared[2]; // the vertex of each point for the outer and the inner side
     std::vector<Corner> polygon;

@@ -83,6 +83,14 @@ function(kiv_test name)
   set(environment "LC_ALL=C.UTF-8" "XDG_CONFIG_HOME=${home}/config" "XDG_DATA_HOME=${home}/data"
     "XDG_CONFIG_DIRS=${home}/machine" "LSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/tests/lsan.supp:print_suppressions=0"
     "TSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/tests/tsan.supp" ${ARG_ENVIRONMENT})
-  gtest_discover_tests(${name} DISCOVERY_TIMEOUT 120 PROPERTIES TIMEOUT ${ARG_TIMEOUT} LABELS "${ARG_LABELS}"
-    ENVIRONMENT "${environment}")
+  gtest_discover_tests(${name} DISCOVERY_TIMEOUT 120 TEST_LIST ${name}_TESTS
+    PROPERTIES TIMEOUT ${ARG_TIMEOUT} LABELS "${ARG_LABELS}")
+  # A property that is a list does not survive gtest_discover_tests, which would take its further items for properties of
+  # their own: the environment is set where the discovered tests are known.
+  set(script ${CMAKE_CURRENT_BINARY_DIR}/${name}_environment.cmake)
+  file(WRITE ${script} "foreach(test IN LISTS ${name}_TESTS)
+  set_tests_properties(\"\${test}\" PROPERTIES ENVIRONMENT \"${environment}\")
+endforeach()
+")
+  set_property(DIRECTORY APPEND PROPERTY TEST_INCLUDE_FILES ${script})
 endfunction()

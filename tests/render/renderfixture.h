@@ -52,6 +52,16 @@ struct KivTestAccess {
         renderer.renderShader(shader, KivCommonSettings(), KivCamera(), scene, nullptr, {1, 1}, surface,
                               renderer.communication, true);
     }
+    static bool loadGeneralData(KivRenderer& renderer, KivDataManager* manager, const wchar_t* path,
+                                const wchar_t* name) {
+        return renderer.loadGeneralData(manager, path, name);
+    }
+    static bool loadPropertiesDlgData(KivRenderer& renderer, KivDataManager* manager) {
+        return renderer.loadPropertiesDlgData(manager);
+    }
+    static bool loadPropertiesDlgDataFromFile(KivRenderer& renderer, KivDataManager* manager) {
+        return renderer.loadPropertiesDlgDataFromFile(manager);
+    }
     static KivShaderCommunication& communication(KivRenderer& renderer) {
         return renderer.communication;
     }

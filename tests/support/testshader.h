@@ -28,8 +28,13 @@ struct TestShaderRecord {
     bool rendersMeshes = true;                                   // what rendersMesh answers
     std::function<void(KivShader&, KivBitmapManager*)> onRender; // runs in render, with the context current
     std::function<void()> onPrepare;                             // runs in prepareObjectRendering
-    int cellsToRead = 0;    // whole numbers that loadRenderData takes from the stream
-    std::vector<int> cells; // what it found
+    int cellsToRead = 0;       // whole numbers that are taken from a stream or a document in one go
+    std::vector<int> cells;    // what was found
+    bool readsSettings = true; // what loadDocData and loadShaderSettings answer when they could read
+    bool hasPage = false;      // createPages makes one: a whole number, in section and under key "Page"
+    bool pageLoads = true;     // whether that page can be read from a style
+    std::function<void(KivScene*, const KivPropertiesDlg*)> onPreparePreview;
+    std::function<void(std::vector<void*>*, bool)> onShaderSettings; // runs in loadShaderSettings
     int pluginsMade = 0;
 };
 

@@ -4,6 +4,7 @@
 #include "kivrender/host/kivlanguage.h"
 #include "kivrender/platform/kivtext.h"
 #include "kivrender/render/kivbitmapmanager.h"
+#include "kivrender/render/kivstreamlines.h"
 #include "kivrender/scene/kivcamera.h"
 #include "kivrender/scene/kivprogress.h"
 #include "kivrender/scene/kivscene.h"
@@ -24,7 +25,6 @@ namespace {
 constexpr float polygonOffsetFactor = 2.5F;
 
 constexpr unsigned int textOrderingTriangles = 28;
-constexpr unsigned int textDefaultShader = 54;
 
 bool isCancelled(KivProgress* progress) {
     return progress != nullptr && progress->isCancelled();
@@ -36,29 +36,12 @@ wchar_t* behindHeader(wchar_t* line, const wchar_t* header) {
     return line + std::min(std::wcslen(line), std::wcslen(header));
 }
 
-KivShader* findShader(const wchar_t* text) {
-    KivShader* const shader = KivShader::getByTag(text);
-    return shader != nullptr ? shader : KivShader::getByName(text);
-}
-
-// A combinable shader is no base look, whatever a stream says: its table of operations is another one.
-KivNonCombinableShader* asNonCombinable(KivShader* shader) {
-    return shader != nullptr && !shader->isCombinable() ? static_cast<KivNonCombinableShader*>(shader) : nullptr;
-}
-
 // A side of the picture at an antialias level. The result is brought into the range of a side, where the surface
 // refuses what is too large.
 std::int32_t scaledSide(std::int32_t side, int level) {
     const std::int64_t factor = std::int64_t{1} << std::clamp(level, 0, 30);
     return static_cast<std::int32_t>(std::clamp<std::int64_t>(side * factor, std::numeric_limits<std::int32_t>::min(),
                                                               std::numeric_limits<std::int32_t>::max()));
-}
-
-bool hasBitmap(KivBitmapManager& surface) {
-    surface.lock();
-    const bool has = surface.getHBitmap() != nullptr;
-    surface.unlock();
-    return has;
 }
 
 } // namespace
@@ -79,6 +62,13 @@ struct KivRenderer::Frame {
     KivCombinableShader* combinables[kivMaxShaders] = {};
     int combinableCount = 0;
 };
+
+bool KivRenderer::hasBitmap(KivBitmapManager& surface) {
+    surface.lock();
+    const bool has = surface.getHBitmap() != nullptr;
+    surface.unlock();
+    return has;
+}
 
 KivRenderer::~KivRenderer() {
     onUnLoad(); // the channel in force must not outlive its owner
@@ -221,10 +211,10 @@ bool KivRenderer::selectShaders(Frame& frame, KivDataManager* data) {
     wchar_t line[kivMaxPath] = {};
     data->loadString(line); // the style's name: of no use here
     data->loadString(line);
-    frame.nonCombinable = asNonCombinable(findShader(behindHeader(line, L"NonCombinableShader:")));
+    frame.nonCombinable = kivAsBaseLook(kivFindShader(behindHeader(line, kivNonCombinableHeader)));
     communication.setHasNonCombinable(frame.nonCombinable != nullptr);
     data->loadString(line);
-    frame.combinableCount = getCombinableShadersFromString(frame.combinables, behindHeader(line, L"CombinableShader:"));
+    frame.combinableCount = getCombinableShadersFromString(frame.combinables, behindHeader(line, kivCombinableHeader));
     if (frame.nonCombinable == nullptr && frame.combinableCount == 0) {
         frame.nonCombinable = useDefaultShader();
     }
@@ -234,17 +224,17 @@ bool KivRenderer::selectShaders(Frame& frame, KivDataManager* data) {
 // The channel is told of a base look even if the default shader is not loaded: meshes then hide no lines.
 KivNonCombinableShader* KivRenderer::useDefaultShader() {
     communication.setHasNonCombinable(true);
-    return asNonCombinable(KivShader::getByName(kivText(textDefaultShader).c_str()));
+    return kivAsBaseLook(KivShader::getByName(kivText(kivTextDefaultShader).c_str()));
 }
 
 bool KivRenderer::loadRenderData(Frame& frame, KivDataManager* data) {
     wchar_t line[kivMaxPath] = {};
     data->loadString(line);
-    while (line[0] != L'\0' && std::wcscmp(line, L"End Morvane") != 0) {
+    while (!kivEndsStream(line)) {
         if (isCancelled(frame.progress)) {
             return false;
         }
-        if (KivShader* const shader = findShader(line)) {
+        if (KivShader* const shader = kivFindShader(line)) {
             shader->loadRenderData(data, frame.settings);
         }
         data->loadString(line);

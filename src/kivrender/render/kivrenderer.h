@@ -11,12 +11,14 @@
 #ifndef KIVRENDER_RENDER_KIVRENDERER_H
 #define KIVRENDER_RENDER_KIVRENDERER_H
 
+#include "kivrender/host/kivhostapplicationservices.h"
 #include "kivrender/platform/kivexport.h"
 #include "kivrender/platform/kivtypes.h"
 #include "kivrender/shader/kivshadercommunication.h"
 
 #include <string>
 
+class Kiv3DObject;
 class KivBitmapManager;
 class KivCamera;
 class KivCombinableShader;
@@ -64,6 +66,34 @@ public:
     bool render(KivCommonDataManager* commonData, KivDataManager* data, KivScene* scene, const KivCamera& camera,
                 KivBitmapManager* surface, tagSIZE* size);
 
+    // The ways of settings between the host's storage, streams and objects. All of them run on the host's thread with
+    // no render under way, show no message and return false for a null argument. A text is a tag or, failing that, a
+    // display name of a shader. A text of more than kivMaxPath - 1 characters is cut.
+
+    // Bring a document's or an object's complete stream from the host's storage into the manager, which is left in
+    // saving mode: its load*FromFile operations append what they read. An object's has no three lines of a head. False
+    // as soon as something can't be read. A shader that is not loaded is no error, but its values are not skipped.
+    bool loadDocData(KivDataManager* manager);
+    bool loadObjectData(KivDataManager* manager);
+    // Passes a stream to the shaders' pages. The line of the first shader is expected as the very first of the stream
+    // and three more lines before its values; a stream that begins with its head gives false.
+    bool loadData(KivDataManager* manager);
+    // Gives an object the shaders and settings of a complete stream. Loads the shaders from the folder beside the
+    // library if none are loaded, for the time of the call. False if the manager has no cells or names a shader that is
+    // not loaded; what was read until then stays on the object.
+    bool loadDataToObject(Kiv3DObject* object, KivDataManager* manager);
+    // Makes a complete stream of the style of that name, as the host finds it, in place of what the manager holds.
+    // Loads the shaders as above. Also sets the host's common settings to their defaults, as they are no part of a
+    // style. False, with nothing changed, if there is no such style; false with an incomplete stream if a shader's
+    // page can't read it. The minor version is not set.
+    bool loadStyle(KivCommonDataManager* commonData, KivDataManager* manager, const wchar_t* name);
+    // Lists the shaders that a stream selects, with their settings, from the manager's read position on, which is that
+    // of setLoading. *out is a new array that the caller releases with delete[]; what the records' pointers lead to is
+    // between plug-in and caller. Returns the number of names in the head, the default shader alone without any. Of
+    // several combinable shaders only the last gets a record, so trailing records may be empty. 0, with *out null, if
+    // a shader is not loaded or fails to read.
+    int getSettings(KivDataManager* manager, KivHostApplicationServices::shaderSettings** out);
+
 private:
     friend struct KivTestAccess;
 
@@ -84,9 +114,18 @@ private:
     bool renderWithShadows(Frame& frame);
     bool renderWithBoth(Frame& frame);
 
+    // --- settings: kivrenderer_settings.cpp
+    // Begins a stream anew with the head that a style file gives. False for a null manager.
+    bool loadGeneralData(KivDataManager* manager, const wchar_t* path, const wchar_t* name);
+    // Pass over the three lines of the head. True; the second is false as soon as one can't be read.
+    bool loadPropertiesDlgData(KivDataManager* manager);
+    bool loadPropertiesDlgDataFromFile(KivDataManager* manager);
+
     // --- one frame and the calls of shaders: kivrenderer_frame.cpp
     void startRendering(const KivCommonSettings& settings, const KivCamera& camera, const KivScene* scene,
                         KivBitmapManager* surface, tagSIZE size, KivNonCombinableShader* shader, KivProgress* progress);
+    // What startRendering leaves behind: false if no surface could be made.
+    static bool hasBitmap(KivBitmapManager& surface);
     // The flag has no effect.
     void setCamera(const KivCamera& camera, bool flag);
     void renderShader(KivShader* shader, const KivCommonSettings& settings, const KivCamera& camera, KivScene* scene,

@@ -5,6 +5,7 @@
 #include "kivrender/platform/kivglcontext.h"
 #include "kivrender/render/kivbitmapmanager.h"
 #include "kivrender/render/kivrenderer.h"
+#include "kivrender/render/kivstreamlines.h"
 #include "kivrender/scene/kivcamera.h"
 #include "kivrender/scene/kivmesh.h"
 #include "kivrender/scene/kivprogress.h"
@@ -181,10 +182,7 @@ int KivRenderer::getCombinableShadersFromString(KivCombinableShader** const shad
     wchar_t* rest = nullptr;
     for (const wchar_t* token = std::wcstok(text, L";", &rest); token != nullptr && count < kivMaxShaders;
          token = std::wcstok(nullptr, L";", &rest)) {
-        KivShader* shader = KivShader::getByTag(token);
-        if (shader == nullptr) {
-            shader = KivShader::getByName(token);
-        }
+        KivShader* const shader = kivFindShader(token);
         // A base look in the list counts as an unknown name: it is no shader of this kind.
         shaders[count++] =
             shader != nullptr && shader->isCombinable() ? static_cast<KivCombinableShader*>(shader) : nullptr;

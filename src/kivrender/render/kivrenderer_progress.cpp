@@ -1,6 +1,7 @@
 // The layout of the progress bar: one list of steps for a whole render, made before any pass, with sizes from the
 // scene. The passes walk them in this order.
 #include "kivrender/render/kivrenderer.h"
+#include "kivrender/render/kivstreamlines.h"
 #include "kivrender/scene/kivmesh.h"
 #include "kivrender/scene/kivprogress.h"
 #include "kivrender/scene/kivscene.h"
@@ -110,10 +111,7 @@ void KivRenderer::addStepsToProgress(KivProgress* progress, wchar_t* shaderList,
     wchar_t* rest = nullptr;
     for (const wchar_t* token = std::wcstok(shaderList, L";", &rest); token != nullptr;
          token = std::wcstok(nullptr, L";", &rest)) {
-        KivShader* shader = KivShader::getByTag(token);
-        if (shader == nullptr) {
-            shader = KivShader::getByName(token);
-        }
+        KivShader* const shader = kivFindShader(token);
         if (shader != nullptr) {
             progress->addSteps(shader->getProgressSteps(scene, settings));
         }

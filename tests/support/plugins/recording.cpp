@@ -1,4 +1,5 @@
 // The recording test plug-in; see support/testshader.h.
+#include "dialogs/samplepage.h"
 #include "kivrender/platform/kivmodule.h"
 #include "kivrender/platform/kivtext.h"
 #include "kivrender/scene/kivmesh.h"
@@ -10,7 +11,9 @@
 
 #include <dlfcn.h>
 #include <filesystem>
+#include <memory>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -50,9 +53,50 @@ public:
     }
     void loadRenderData(KivDataManager* manager, const KivCommonSettings&) override {
         note("loadRenderData");
+        takeCells(*manager);
+    }
+    bool loadDocData(KivDataManager* manager) override {
+        note("loadDocData");
         for (int i = 0; i < record.cellsToRead; ++i) {
-            record.cells.push_back(manager->loadInt());
+            int value = 0;
+            if (!manager->loadIntFromFile(&value)) {
+                return false;
+            }
+            record.cells.push_back(value);
         }
+        return record.readsSettings;
+    }
+    void loadObjectSettings(KivDataManager* manager, Kiv3DObject*) override {
+        note("loadObjectSettings");
+        takeCells(*manager);
+    }
+    bool loadShaderSettings(KivDataManager* manager, std::vector<void*>* settings, bool selected) override {
+        note(selected ? "loadShaderSettings selected" : "loadShaderSettings");
+        takeCells(*manager);
+        if (record.onShaderSettings) {
+            record.onShaderSettings(settings, selected);
+        }
+        return record.readsSettings;
+    }
+    bool saveDefaultData(KivDataManager* manager) override {
+        manager->saveInt(defaultCell);
+        manager->saveCurrentVaried(false);
+        return true;
+    }
+    void createPages(KivPropertiesDlg* dlg, KivPropertiesDlg*) override {
+        note(dlg == nullptr ? "createPages without a dialog" : "createPages");
+        if (record.hasPage && this->getPage(dlg, 0) == nullptr) {
+            page = std::make_unique<SamplePage>(L"Page");
+            page->own.loads = record.pageLoads;
+            this->createPage(page.get(), dlg);
+        }
+    }
+    void preparePreview(KivScene* scene, const KivPropertiesDlg* dlg) override {
+        note("preparePreview");
+        if (record.onPreparePreview) {
+            record.onPreparePreview(scene, dlg);
+        }
+        scene->addSettingsToAllMeshes(this->getTag(), this->isCombinable(), nullptr);
     }
     unsigned int getProgressSteps(KivScene*, const KivCommonSettings&) override {
         return 7;
@@ -66,6 +110,13 @@ protected:
     }
 
 private:
+    static constexpr int defaultCell = 77;
+
+    static void takeCells(KivDataManager& manager) {
+        for (int i = 0; i < record.cellsToRead; ++i) {
+            record.cells.push_back(manager.loadInt());
+        }
+    }
     static void draw(const KivMesh& mesh) {
         KivDrawing::enableLighting(false, false);
         KivDrawing::setColor(static_cast<float>(record.color & 0xFFU) / 255.0F,
@@ -79,6 +130,8 @@ private:
         }
         KivDrawing::endDrawing(false);
     }
+
+    std::unique_ptr<SamplePage> page;
 };
 
 class RecordingCombinable : public Recording<PlainCombinable> {

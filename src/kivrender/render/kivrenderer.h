@@ -17,6 +17,7 @@
 #include "kivrender/shader/kivshadercommunication.h"
 
 #include <string>
+#include <vector>
 
 class Kiv3DObject;
 class KivBitmapManager;
@@ -28,6 +29,7 @@ class KivDataManager;
 class KivMesh;
 class KivNonCombinableShader;
 class KivProgress;
+class KivPropertiesDlg;
 class KivScene;
 class KivShader;
 class KivShadows;
@@ -65,6 +67,18 @@ public:
     // Throws KivShader::stopReason when no temporary file for a vector page can be made.
     bool render(KivCommonDataManager* commonData, KivDataManager* data, KivScene* scene, const KivCamera& camera,
                 KivBitmapManager* surface, tagSIZE* size);
+
+    // The small picture that a dialog shows of its settings, of the size that the settings give, without antialiasing,
+    // shadows, transparency or vector output: the caller sets them so. shaderName is the tag or display name of the
+    // base look, the list holds those of the combinable shaders; what is not known, or null, is left out. dlg tells
+    // the shaders which of their pages to take the settings from; null for those without a dialog.
+    //
+    // The scene, usually the host's preview scene, keeps its content and is drawn again with the next call, which
+    // replaces the shaders and pages of its meshes. The channel is not put in force. True, with the picture in the
+    // surface, or false if no surface could be made.
+    bool renderPreview(const KivCommonSettings& settings, KivScene* scene, const KivCamera& camera,
+                       KivBitmapManager* surface, const wchar_t* shaderName, std::vector<std::wstring> combinableNames,
+                       KivShaderCommunication& channel, const KivPropertiesDlg* dlg);
 
     // The ways of settings between the host's storage, streams and objects. All of them run on the host's thread with
     // no render under way, show no message and return false for a null argument. A text is a tag or, failing that, a

@@ -1,0 +1,43 @@
+// A small picture of what the pages of a dialog give: one short frame on a scene that is kept from one to the next.
+#include "kivrender/render/kivbitmapmanager.h"
+#include "kivrender/render/kivrenderer.h"
+#include "kivrender/render/kivstreamlines.h"
+#include "kivrender/scene/kivscene.h"
+#include "kivrender/settings/kivcommonsettings.h"
+#include "kivrender/shader/kivnoncombinableshader.h"
+
+// Two things differ from a render. The combinable shaders draw before the base look, and every call has the flag false:
+// the shaders put their settings on the meshes and draw them as objects that bring their own.
+bool KivRenderer::renderPreview(
+    const KivCommonSettings& settings, KivScene* scene, const KivCamera& camera, KivBitmapManager* surface,
+    const wchar_t* shaderName,
+    std::vector<std::wstring> combinableNames, // NOLINT(performance-unnecessary-value-param)
+    KivShaderCommunication& channel, const KivPropertiesDlg* dlg) {
+    if (scene == nullptr || surface == nullptr) {
+        return false;
+    }
+    const tagSIZE size = settings.getResolution();
+    KivNonCombinableShader* const shader = shaderName != nullptr ? kivAsBaseLook(kivFindShader(shaderName)) : nullptr;
+    scene->deleteSettingsToAllMeshes(); // what the preview before this one has put there
+    if (shader != nullptr) {
+        shader->preparePreview(scene, dlg);
+    }
+    startRendering(settings, camera, scene, surface, size, shader, nullptr);
+    if (!hasBitmap(*surface)) {
+        return false;
+    }
+    fillDepthForLines(scene, settings, channel);
+    for (const std::wstring& name : combinableNames) {
+        KivShader* const combinable = kivFindShader(name.c_str());
+        if (combinable == nullptr) {
+            continue; // unloaded since the dialog took its name
+        }
+        combinable->preparePreview(scene, dlg);
+        renderShader(combinable, settings, camera, scene, nullptr, size, surface, channel, false);
+    }
+    if (shader != nullptr) {
+        renderShader(shader, settings, camera, scene, nullptr, size, surface, channel, false);
+    }
+    endRendering(surface, settings, nullptr);
+    return true;
+}

@@ -72,6 +72,9 @@ TEST(CommandLine, EveryOptionOfRender) {
                                     "--paper",
                                     "p.png",
                                     "--depth-image",
+                                    "--shadow-image",
+                                    "--shadows",
+                                    "--transparency",
                                     "--up-axis",
                                     "z",
                                     "--base",
@@ -113,6 +116,9 @@ TEST(CommandLine, EveryOptionOfRender) {
     EXPECT_EQ(o.backgroundImage, "b.png");
     EXPECT_EQ(o.paper, "p.png");
     EXPECT_TRUE(o.depthImage);
+    EXPECT_TRUE(o.shadowImage);
+    EXPECT_TRUE(o.shadows);
+    EXPECT_TRUE(o.transparency);
     EXPECT_EQ(o.upAxis, 'z');
     EXPECT_EQ(o.base, "");
     EXPECT_TRUE(o.baseChosen);
@@ -155,7 +161,8 @@ TEST(CommandLine, TellsWrongUse) {
         {{"xyzzy"}, "unknown command xyzzy"},
         {{"--vresion"}, "unknown option --vresion; did you mean --version?"},
         {{"render", "a.obj", "-o", "a.png", "--antialas", "1"}, "unknown option --antialas; did you mean --antialias?"},
-        {{"render", "a.obj", "-o", "a.png", "--shadows"}, "unknown option --shadows"},
+        {{"render", "a.obj", "-o", "a.png", "--simplify"}, "unknown option --simplify"},
+        {{"render", "a.obj", "-o", "a.png", "--shadow-image"}, "--shadow-image needs --shadows"},
         {{"render", "a.obj", "-o"}, "option --output needs a value"},
         {{"render", "-o", "a.png"}, "a MODEL is needed, or --demo for the built-in scene"},
         {{"render", "a.obj", "--demo", "-o", "a.png"},
@@ -288,7 +295,7 @@ TEST(OutputFile, RefusesWhatCanNotBeWritten) {
     const ProgramFolder folder;
     const auto complaintOf = [](const std::string& name) -> std::string {
         try {
-            const OutputFile file(name, false);
+            const OutputFile file(name);
         } catch (const std::exception& error) {
             return error.what();
         }
@@ -310,13 +317,13 @@ TEST(OutputFile, LeavesTheOldPictureUntilTheNewOneIsThere) {
     const ProgramFolder folder;
     const std::string name = folder.write("a.png", "old");
     {
-        const OutputFile file(name, false);
+        const OutputFile file(name);
         std::ofstream(file.workName()) << "half";
     }
     EXPECT_EQ(folder.read("a.png"), "old");
     EXPECT_EQ(folder.names(), std::vector<std::string>{"a.png"}) << "nothing half-made stays";
     {
-        OutputFile file(name, true);
+        OutputFile file(name, {"_depth"});
         std::ofstream(file.workName()) << "new";
         std::string depth = file.workName();
         depth.insert(depth.rfind('.'), "_depth");
@@ -325,7 +332,7 @@ TEST(OutputFile, LeavesTheOldPictureUntilTheNewOneIsThere) {
     }
     EXPECT_EQ(folder.read("a.png"), "new");
     EXPECT_EQ(folder.read("a_depth.png"), "deep");
-    OutputFile missing(name, false);
+    OutputFile missing(name);
     EXPECT_THROW(missing.finish(), std::runtime_error);
 }
 

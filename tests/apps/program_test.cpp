@@ -347,6 +347,57 @@ TEST(Program, DepthImageBesideThePicture) {
     EXPECT_EQ(run(folder, {"render", folder.path("box.obj"), "-o", "-", "--depth-image"}).status, 2);
 }
 
+// A board with a box above it, under a light from straight above: seen from the side, the board is dark under the box.
+TEST(Program, ShadowsAndTheirPicture) {
+    const ProgramFolder folder;
+    const std::string model = folder.write(
+        "s.obj", "v -4 0 -4\nv 4 0 -4\nv 4 0 4\nv -4 0 4\nv -4 -1 -4\nv 4 -1 -4\nv 4 -1 4\nv -4 -1 4\n"
+                 "f 1 4 3 2\nf 5 6 7 8\nf 1 2 6 5\nf 2 3 7 6\nf 3 4 8 7\nf 4 1 5 8\n"
+                 "v -1 3 -1\nv 1 3 -1\nv 1 3 1\nv -1 3 1\nv -1 2 -1\nv 1 2 -1\nv 1 2 1\nv -1 2 1\n"
+                 "f 9 12 11 10\nf 13 14 15 16\nf 9 10 14 13\nf 10 11 15 14\nf 11 12 16 15\nf 12 9 13 16\n");
+    const auto draw = [&](const std::string& name, const std::vector<std::string>& more) {
+        std::vector<std::string> words = {
+            "render", model,   "-o",      folder.path(name), "-s",    "201x201", "-a", "0",       "--add",
+            "none",   "--eye", "0,12,16", "--target",        "0,0,0", "--fov",   "40", "--light", "directional:0,-1,0"};
+        words.insert(words.end(), more.begin(), more.end());
+        return run(folder, words);
+    };
+    ASSERT_EQ(draw("plain.png", {}).status, 0);
+    ASSERT_EQ(draw("shade.png", {"--shadows", "--shadow-image"}).status, 0);
+    const Picture plain = readPng(folder.path("plain.png"));
+    const Picture shade = readPng(folder.path("shade.png"));
+    const Picture lights = readPng(folder.path("shade_shadow.png"));
+    // The middle of the board lies at the centre of the picture, its right part far from the shadow.
+    EXPECT_EQ(plain.at(100, 100), plain.at(150, 110)) << "without shadows the board is even";
+    EXPECT_LT(shade.at(100, 100)[0], shade.at(150, 110)[0]);
+    EXPECT_EQ(lights.at(100, 100), (std::array<int, 3>{0, 0, 0}));
+    EXPECT_EQ(lights.at(150, 110), (std::array<int, 3>{255, 255, 255}));
+    EXPECT_EQ(lights.at(1, 1), (std::array<int, 3>{255, 255, 255})) << "nothing is there to be dark";
+    const Outcome refused = run(folder, {"render", model, "-o", folder.path("o.png"), "--shadows", "--ortho", "0"});
+    EXPECT_EQ(refused.status, 2);
+    EXPECT_THAT(refused.err, testing::HasSubstr("--shadows needs a view in perspective"));
+}
+
+TEST(Program, MaterialsThatAreNotOpaqueShineThrough) {
+    const ProgramFolder folder;
+    folder.write("t.mtl", "newmtl back\nKd 0 0 1\nnewmtl glass\nKd 1 0 0\nd 0.5\n");
+    const std::string model = folder.write("t.obj", "mtllib t.mtl\nv -2 -2 0\nv 2 -2 0\nv 2 2 0\nv -2 2 0\n"
+                                                    "v -1 -1 1\nv 1 -1 1\nv 1 1 1\nv -1 1 1\n"
+                                                    "usemtl back\nf 1 2 3 4\nusemtl glass\nf 5 6 7 8\n");
+    const std::string png = folder.path("t.png");
+    std::vector<std::string> words = {"render", model, "-o",    png,    "-s",    "101x101",
+                                      "-a",     "0",   "--add", "none", "--eye", "0,0,12"};
+    ASSERT_EQ(run(folder, words).status, 0);
+    const Picture solid = readPng(png);
+    words.emplace_back("--transparency");
+    ASSERT_EQ(run(folder, words).status, 0);
+    const Picture glass = readPng(png);
+    EXPECT_LT(solid.at(50, 50)[2], 100) << "opaque without the option";
+    EXPECT_GT(glass.at(50, 50)[0], 60);
+    EXPECT_GT(glass.at(50, 50)[2], solid.at(50, 50)[2] + 30) << "what lies behind shows";
+    EXPECT_EQ(glass.at(20, 50), solid.at(20, 50)) << "beside the pane nothing changes";
+}
+
 TEST(Program, CamerasAndProjections) {
     const ProgramFolder folder;
     const std::string box = writeBlueBox(folder);

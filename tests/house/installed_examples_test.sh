@@ -25,7 +25,7 @@ flags=()
 [ -n "$sanitize" ] && flags=(-DCMAKE_CXX_FLAGS="-fsanitize=$sanitize")
 for example in minimal_host minimal_shader; do
     cp -r "$source/examples/$example" "$work/$example"
-    quietly cmake -S "$work/$example" -B "$work/build-$example" -DCMAKE_BUILD_TYPE=Release -DCMAKE_PREFIX_PATH="$prefix" "${flags[@]}"
+    quietly cmake -G Ninja -S "$work/$example" -B "$work/build-$example" -DCMAKE_BUILD_TYPE=Release -DCMAKE_PREFIX_PATH="$prefix" "${flags[@]}"
     quietly cmake --build "$work/build-$example"
 done
 

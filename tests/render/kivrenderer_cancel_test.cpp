@@ -1,4 +1,4 @@
-// A cancel at every place that asks for one, and the branches whose drawing is still to come.
+// A cancel at every place that asks for one.
 #include "kivrender/platform/kivglcontext.h"
 #include "render/renderfixture.h"
 
@@ -8,7 +8,6 @@ namespace {
 
 using testing::Contains;
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 struct Branch {
     const char* name;
@@ -122,58 +121,6 @@ TEST_F(KivRendererRender, ASweepStopsAtTheShaderThatWasCancelled) {
     EXPECT_THAT(progress.calls, Contains("cartoon render 20x10 sweep"));
     EXPECT_THAT(progress.calls, testing::Not(Contains("other render 20x10 sweep")));
     shader(L"cartoon").onRender = nullptr;
-}
-
-// What the user hears where something is not drawn yet, and that the picture is the plain one.
-TEST_F(KivRendererRender, BranchesWithoutTheirDrawingSaySoAndDrawThePlainPicture) {
-    loadShaders();
-    shader(L"base").color = 0x4080C0;
-    setStyle(L"base", L"add-lines;");
-    shader(L"add-lines").draws = false;
-    const auto picture = [this](bool shadows, bool transparencies) {
-        host.messages.clear();
-        progress.calls.clear();
-        settings.setShadows(shadows);
-        settings.setTransparencies(transparencies);
-        fillScene(scene, 2, 1);
-        EXPECT_TRUE(render({40, 20}));
-        EXPECT_THAT(progress.calls, Contains("base render 40x20 named").Times(1));
-        EXPECT_THAT(progress.calls, Contains("cartoon render 40x20 sweep").Times(1));
-        EXPECT_THAT(progress.calls, Contains("add-lines render 40x20 named").Times(1));
-        EXPECT_THAT(progress.calls, Contains("add-more render 40x20 sweep").Times(1));
-        return countPixels(surface, 0x4080C0);
-    };
-    EXPECT_EQ(picture(false, false), 400);
-    EXPECT_THAT(host.messages, IsEmpty());
-    EXPECT_EQ(picture(true, false), 400);
-    EXPECT_THAT(host.messages, ElementsAre(kivText(1001)));
-    EXPECT_EQ(picture(false, true), 400);
-    EXPECT_THAT(host.messages, ElementsAre(kivText(1002)));
-    EXPECT_EQ(picture(true, true), 400);
-    EXPECT_THAT(host.messages, ElementsAre(kivText(1002), kivText(1001)));
-    EXPECT_NE(kivText(1001), L"");
-    EXPECT_NE(kivText(1002), L"");
-}
-
-// Each branch begins as many steps as were laid out for the surfaces, so that those of the lines begin where they
-// should.
-TEST_F(KivRendererRender, BranchesTakeTheStepsThatWereLaidOut) {
-    loadShaders({"base"});
-    setStyle(L"base", L"");
-    const auto begun = [this](bool shadows, bool transparencies) {
-        progress.calls.clear();
-        settings.setShadows(shadows);
-        settings.setTransparencies(transparencies);
-        fillScene(scene, 2, 1);
-        EXPECT_TRUE(render({20, 10}));
-        EXPECT_EQ(std::count(progress.calls.begin(), progress.calls.end(), "beginStep"),
-                  std::count(progress.calls.begin(), progress.calls.end(), "endStep"));
-        return std::count(progress.calls.begin(), progress.calls.end(), "beginStep");
-    };
-    EXPECT_EQ(begun(false, false), 1 + 1);
-    EXPECT_EQ(begun(true, false), 3 + 1);
-    EXPECT_EQ(begun(false, true), 1 + 1 + 1 + 1);
-    EXPECT_EQ(begun(true, true), 1 + 3 + 3 + 1);
 }
 
 } // namespace

@@ -71,6 +71,9 @@ struct RenderOptions {
     std::string backgroundImage;
     std::string paper;
     bool depthImage = false;
+    bool shadowImage = false;
+    bool shadows = false;
+    bool transparency = false;
     char upAxis = 0;  // 'y', 'z', or 0 for the format's
     std::string base; // empty for none
     std::vector<std::string> add;

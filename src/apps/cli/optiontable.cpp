@@ -24,6 +24,9 @@ constexpr std::array renderOptions{
                "An image of paper that the picture is multiplied with."},
     OptionInfo{"depth-image", 0, "", "", "Picture", false, nothing, "",
                "Also write the depth as a grey image, \"_depth\" added to the name."},
+    OptionInfo{"shadow-image", 0, "", "", "Picture", false, nothing, "",
+               "Also write how many lights reach each point as a grey image, \"_shadow\" added to the name; needs "
+               "--shadows."},
 
     OptionInfo{"demo", 0, "", "", "Model", false, nothing, "", "Render the built-in scene; no model is needed."},
     OptionInfo{"up-axis", 0, "AXIS", "by format", "Model", false, choices, "y z", "What is up in the model: y or z."},
@@ -34,6 +37,9 @@ constexpr std::array renderOptions{
                "Shaders that add to the picture; none for none."},
     OptionInfo{"set", 0, "TAG.KEY=VALUE", "", "Look", true, nothing, "",
                "One setting of a shader; \"selvarin shaders\" lists them. May be repeated."},
+    OptionInfo{"shadows", 0, "", "", "Look", false, nothing, "", "Things throw shadows, from every light."},
+    OptionInfo{"transparency", 0, "", "", "Look", false, nothing, "",
+               "Materials that are not opaque let shine through what lies behind."},
     OptionInfo{"ambient", 0, "#RRGGBB", "#404040", "Look", false, nothing, "",
                "Colour of the light that is everywhere."},
 

@@ -41,9 +41,9 @@ void checkEnding(const std::string& name) {
     throw UsageError("\"" + name + "\": pictures can't be written as ." + ending + "; use one of " + known);
 }
 
-std::string depthName(const std::string& name) {
+std::string companionName(const std::string& name, const std::string& mark) {
     const std::size_t dot = name.rfind('.');
-    return name.substr(0, dot) + "_depth" + name.substr(dot);
+    return name.substr(0, dot) + mark + name.substr(dot);
 }
 
 [[noreturn]] void fail(const std::string& name, const std::string& why) {
@@ -80,17 +80,18 @@ std::string outputName(const std::string& pattern, const std::string& model) {
     return name;
 }
 
-OutputFile::OutputFile(const std::string& outputName, bool depth) : name(outputName), stream(outputName == "-") {
+OutputFile::OutputFile(const std::string& outputName, std::vector<std::string> companionMarks)
+    : name(outputName), companions(std::move(companionMarks)), stream(outputName == "-") {
     const std::string mark = ".selvarin-" + std::to_string(getpid()) + "-";
     if (stream) {
-        if (depth) {
-            throw UsageError("--depth-image writes a second file and needs a name for the picture, not -");
+        if (!companions.empty()) {
+            throw UsageError(std::string(companions.front() == "_depth" ? "--depth-image" : "--shadow-image") +
+                             " writes a second file and needs a name for the picture, not -");
         }
         work = (fs::temp_directory_path() / (mark + "stream.png")).string();
         return;
     }
     checkEnding(name);
-    withDepth = depth;
     const fs::path path(name);
     std::error_code problem;
     if (fs::is_directory(path, problem)) {
@@ -108,8 +109,8 @@ OutputFile::OutputFile(const std::string& outputName, bool depth) : name(outputN
 
 OutputFile::~OutputFile() {
     std::remove(work.c_str());
-    if (withDepth) {
-        std::remove(depthName(work).c_str());
+    for (const std::string& mark : companions) {
+        std::remove(companionName(work, mark).c_str());
     }
 }
 
@@ -120,8 +121,8 @@ void OutputFile::finish() {
     }
     if (!stream) {
         move(work, name);
-        if (withDepth) {
-            move(depthName(work), depthName(name));
+        for (const std::string& mark : companions) {
+            move(companionName(work, mark), companionName(name, mark));
         }
         return;
     }

@@ -18,8 +18,9 @@ std::string outputName(const std::string& pattern, const std::string& model);
 class OutputFile {
 public:
     // "-" is standard output. Throws UsageError for an ending that can't be written and std::runtime_error for a place
-    // that can't be written to. With depth a second picture beside it is expected.
-    OutputFile(const std::string& name, bool depth);
+    // that can't be written to. Further pictures beside it are expected, one for each mark, which stands before the
+    // ending: "_depth" goes with a.png as a_depth.png.
+    explicit OutputFile(const std::string& name, std::vector<std::string> companionMarks = {});
     // Removes what has not been put in place.
     ~OutputFile();
     OutputFile(const OutputFile&) = delete;
@@ -32,15 +33,15 @@ public:
     const std::string& workName() const {
         return work;
     }
-    // Moves the picture, and the depth picture, to their names or copies it to standard output. Throws
+    // Moves the picture and those beside it to their names or copies it to standard output. Throws
     // std::runtime_error.
     void finish();
 
 private:
     std::string name;
     std::string work;
+    std::vector<std::string> companions;
     bool stream = false;
-    bool withDepth = false;
 };
 
 #endif

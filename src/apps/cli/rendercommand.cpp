@@ -67,7 +67,7 @@ public:
             checkImage(image);
         }
         // What fails without a look at the model fails before the driver is started.
-        std::optional<OutputFile> first(std::in_place, jobs.front().output, options.depthImage);
+        std::optional<OutputFile> first(std::in_place, jobs.front().output, companions());
         catchInterrupts();
         const Program program;
         timings.add("start-up", timings.lap());
@@ -81,7 +81,7 @@ public:
                 renderJob(job, *first, program.host());
                 first.reset();
             } else {
-                OutputFile output(job.output, options.depthImage);
+                OutputFile output(job.output, companions());
                 renderJob(job, output, program.host());
             }
             if (isInterrupted()) {
@@ -92,6 +92,18 @@ public:
     }
 
 private:
+    // What is written beside the picture.
+    std::vector<std::string> companions() const {
+        std::vector<std::string> marks;
+        if (options.depthImage) {
+            marks.emplace_back("_depth");
+        }
+        if (options.shadowImage) {
+            marks.emplace_back("_shadow");
+        }
+        return marks;
+    }
+
     tagSIZE renderSize() const {
         // Sizes that can't be drawn are refused by the surface; here they must not run over.
         const auto enlarge = [this](std::int64_t v) {
@@ -258,6 +270,10 @@ private:
 
     // False if it was cancelled.
     bool draw(KivScene& scene, const KivCamera& camera, const OutputFile& output, CliHost& host) {
+        // The projection of the shadow passes leaves a parallel view next to no depth to tell surfaces apart by.
+        if (options.shadows && camera.getProjection() != KivCamera::perspective) {
+            throw UsageError("--shadows needs a view in perspective: leave out --ortho, or give --eye");
+        }
         KivCommonSettings settings;
         settings.setAntialias(options.antialias);
         settings.setBackgroundColor(options.background);
@@ -265,6 +281,9 @@ private:
         settings.setBackgroundImage(kivFromUtf8(options.backgroundImage).c_str());
         settings.setPaperImage(kivFromUtf8(options.paper).c_str());
         settings.setSaveDepth(options.depthImage);
+        settings.setSaveShadows(options.shadowImage);
+        settings.setShadows(options.shadows);
+        settings.setTransparencies(options.transparency);
         settings.setSaveRender(true);
         settings.setSaveRenderFile(kivFromUtf8(output.workName()).c_str());
         settings.setPolygonOffset(options.offset);

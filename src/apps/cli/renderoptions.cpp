@@ -231,6 +231,12 @@ RenderOptions parseRenderOptions(const Words& words) {
     options.backgroundImage = words.value("background-image").value_or("");
     options.paper = words.value("paper").value_or("");
     options.depthImage = words.has("depth-image");
+    options.shadowImage = words.has("shadow-image");
+    options.shadows = words.has("shadows");
+    options.transparency = words.has("transparency");
+    if (options.shadowImage && !options.shadows) {
+        throw UsageError("--shadow-image needs --shadows");
+    }
     options.upAxis = parseUpAxis(words);
     readLook(words, options);
     readView(words, options);

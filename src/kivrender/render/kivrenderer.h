@@ -163,11 +163,20 @@ private:
                                                               KivNonCombinableShader** shaders,
                                                               KivNonCombinableShader* defaultShader) const;
 
-    // --- shadows and transparency: kivrenderer_shadows.cpp
+    // --- shadows: kivrenderer_shadows.cpp. A list of count shaders is that of all loaded base looks; shader or
+    // defaultShader is the one that the style names and may be null.
+    void preRenderWithShadows(KivShadows& shadows, const KivCamera& camera, const KivScene* scene) const;
     void renderAllMeshesForShadowsRendering(KivNonCombinableShader* shader, bool saveShadows,
                                             const KivCommonSettings& settings, const KivCamera& camera, KivScene* scene,
                                             KivProgress* progress, tagSIZE size, KivBitmapManager* surface,
                                             KivShadows shadows, KivShaderCommunication& channel);
+    // The volumes of all lights, added up. False when cancelled.
+    bool renderShadowVolumes(KivShadows& shadows, KivScene* scene, const KivCamera& camera, bool saveShadows,
+                             KivNonCombinableShader* defaultShader, const KivCommonSettings& settings, float factor,
+                             float units, KivNonCombinableShader** const list, int count, int chunk,
+                             KivProgress* progress, tagSIZE size, bool vectorial);
+
+    // --- transparency: kivrenderer_transparency.cpp
     void renderAllShadersForTransparency(KivNonCombinableShader* shader, const KivCommonSettings& settings,
                                          const KivCamera& camera, KivScene* scene, KivBitmapManager* surface,
                                          KivProgress* progress, tagSIZE size, int count,
@@ -177,6 +186,24 @@ private:
                                       int count, const KivCommonSettings& settings, const KivCamera& camera,
                                       KivScene* scene, KivProgress* progress, tagSIZE size, KivBitmapManager* surface,
                                       KivShadows& shadows, KivShaderCommunication& channel);
+    // One pass over the opaque meshes; the counter goes on from pass to pass.
+    void drawOpaqueMeshes(const KivScene* scene, const KivCamera& camera, const KivCommonSettings& settings, int count,
+                          KivNonCombinableShader** list, KivNonCombinableShader* defaultShader, int numMeshes,
+                          int* counter, int chunk, int pass, KivBitmapManager* surface, KivProgress* progress,
+                          bool vectorial);
+    // The ordered triangles from back to front, with the shadows on them unless shadows is null.
+    void drawTransparentTriangles(KivScene* scene, const KivCamera& camera, const KivCommonSettings& settings,
+                                  int count, KivNonCombinableShader** list, KivNonCombinableShader* defaultShader,
+                                  int numMeshes, int* counter, int chunk, KivBitmapManager* surface,
+                                  KivShadows* shadows, KivProgress* progress, tagSIZE size,
+                                  KivShaderCommunication& channel, bool vectorial);
+    bool shadeTransparentTriangles(KivScene* scene, const KivCamera& camera, const KivCommonSettings& settings,
+                                   int count, KivNonCombinableShader** list, KivNonCombinableShader* defaultShader,
+                                   int numMeshes, int* counter, int chunk, KivShadows& shadows, KivProgress* progress,
+                                   tagSIZE size, KivShaderCommunication& channel, bool vectorial);
+    void finishTransparentTriangles(KivNonCombinableShader* lastShader, int lastIndex,
+                                    KivNonCombinableShader* defaultShader, KivBitmapManager* surface,
+                                    KivProgress* progress, bool vectorial);
 
     // --- finishing of the picture: kivrenderer_images.cpp
     void drawBackgroundImage(const KivCommonSettings& settings, tagSIZE size, KivProgress* progress);

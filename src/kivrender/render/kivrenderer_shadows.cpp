@@ -1,128 +1,148 @@
-// The branches of a render with shadows or transparency. Neither is drawn yet: each says so through the host and then
-// draws what a plain render draws, so that no picture is empty. The progress bar takes the steps that were laid out for
-// the branch.
-#include "kivrender/host/kivhostapplicationservices.h"
+// The passes of a render with shadows: depth, the volumes of all lights, and the lit passes under the stencil.
 #include "kivrender/host/kivlanguage.h"
+#include "kivrender/render/kivmeshwalk.h"
 #include "kivrender/render/kivrenderer.h"
+#include "kivrender/scene/kivcamera.h"
+#include "kivrender/scene/kivmesh.h"
 #include "kivrender/scene/kivprogress.h"
-#include "kivrender/shader/kivcombinableshader.h"
+#include "kivrender/scene/kivscene.h"
+#include "kivrender/settings/kivcommonsettings.h"
 #include "kivrender/shader/kivnoncombinableshader.h"
+#include "kivrender/shader/kivshadercommunication.h"
 #include "kivrender/shadow/kivshadows.h"
+
+#include <GL/gl.h>
+#include <gl2ps.h>
 
 namespace {
 
-constexpr unsigned int textNoShadows = 1001;
-constexpr unsigned int textNoTransparency = 1002;
+// Welded meshes and their edges are kept for the further lights of a pass up to this size.
+constexpr std::size_t volumeMemory = std::size_t{1} << 29;
 
-void tellUser(unsigned int text) {
-    if (KivHostApplicationServices* const host = KivHostApplicationServices::getDefaultHost()) {
-        host->message(kivText(text).c_str());
-    }
-}
-
-bool isCancelled(KivProgress* progress) {
-    return progress != nullptr && progress->isCancelled();
-}
-
-void beginStep(KivProgress* progress) {
-    if (progress != nullptr) {
-        progress->beginStep();
-    }
-}
-
-void endStep(KivProgress* progress) {
-    if (progress != nullptr) {
-        progress->endStep();
-    }
-}
-
-void passOverSteps(KivProgress* progress, int count) {
-    for (int i = 0; i < count; ++i) {
-        beginStep(progress);
-        endStep(progress);
-    }
+// A mesh that is smaller than this part of the picture's short side on two axes casts no shadow: a small object or a
+// thin rod would cost as much as any and show next to nothing.
+bool isLargeEnoughToCast(KivMesh& mesh, const KivCamera& camera) {
+    const double limit = camera.getMinFrustumSize() / 60.0;
+    const KivBox& box = *mesh.getBoundingBox();
+    return (box.getXSize() > limit ? 1 : 0) + (box.getYSize() > limit ? 1 : 0) + (box.getZSize() > limit ? 1 : 0) >= 2;
 }
 
 } // namespace
 
-// The shadows come as a copy that ends with the call: the pass leaves nothing behind in the caller's.
-void KivRenderer::renderAllMeshesForShadowsRendering(
-    KivNonCombinableShader* shader, bool /*saveShadows*/, const KivCommonSettings& settings, const KivCamera& camera,
-    KivScene* scene, KivProgress* progress, tagSIZE size, KivBitmapManager* surface,
-    KivShadows /*shadows*/, // NOLINT(performance-unnecessary-value-param)
-    KivShaderCommunication& channel) {
-    tellUser(textNoShadows);
-    if (isCancelled(progress)) {
-        return;
-    }
-    beginStep(progress);
-    renderShader(shader, settings, camera, scene, progress, size, surface, channel, true);
-    if (isCancelled(progress)) {
-        return;
-    }
-    renderAllNonCombinableShadersForObjectRendering(settings, camera, scene, progress, size, surface, channel);
-    if (isCancelled(progress)) {
-        return;
-    }
-    endStep(progress);
-    passOverSteps(progress, 2); // the volumes and the lit passes
+void KivRenderer::preRenderWithShadows(KivShadows& shadows, const KivCamera& camera, const KivScene* scene) const {
+    shadows.setInfinitePerspective(camera, scene);
+    glClear(GL_DEPTH_BUFFER_BIT | GL_STENCIL_BUFFER_BIT);
+    glEnable(GL_DEPTH_TEST);
+    glDepthMask(GL_TRUE);
+    glDepthFunc(GL_LESS);
 }
 
-void KivRenderer::renderAllShadersForTransparency(KivNonCombinableShader* shader, const KivCommonSettings& settings,
-                                                  const KivCamera& camera, KivScene* scene, KivBitmapManager* surface,
-                                                  KivProgress* progress, tagSIZE size, int count,
-                                                  KivCombinableShader** combinables, KivShaderCommunication& channel) {
-    tellUser(textNoTransparency);
-    if (isCancelled(progress)) {
+void KivRenderer::renderAllMeshesForShadowsRendering(KivNonCombinableShader* shader, bool saveShadows,
+                                                     const KivCommonSettings& settings, const KivCamera& camera,
+                                                     KivScene* scene, KivProgress* progress, tagSIZE size,
+                                                     KivBitmapManager* surface, KivShadows shadows,
+                                                     KivShaderCommunication& channel) {
+    KivNonCombinableShader* list[kivMaxShaders] = {};
+    const int count = getAllNonCombinableShaders(list);
+    float factor = 0;
+    float units = 0;
+    channel.getPolygonOffset(&factor, &units);
+    preRenderWithShadows(shadows, camera, scene);
+    const KivMeshWalk walk(*scene, settings, surface, progress, [&](const KivMesh* mesh) {
+        return getNonCombinableShaderForThisMesh(mesh, count, list, shader);
+    });
+    const bool vectorial = settings.doVectorial();
+    if (walk.isCancelled()) {
         return;
     }
-    beginStep(progress);
-    renderShader(shader, settings, camera, scene, progress, size, surface, channel, true);
-    if (isCancelled(progress)) {
+
+    kivSetPolygonOffset(factor, units, vectorial);
+    walk.beginStep(kivText(kivTextDrawingMeshes));
+    const bool depthDone = walk.run([&](KivNonCombinableShader& one, KivMesh& mesh, int) {
+        one.renderMeshDepth(&mesh, settings, scene, shadows, camera, vectorial);
+    });
+    if (!depthDone) {
         return;
     }
-    renderAllNonCombinableShadersForObjectRendering(settings, camera, scene, progress, size, surface, channel);
-    if (isCancelled(progress)) {
+    glFlush();
+    walk.endStep();
+
+    // Volumes and what follows them lie behind the depth pass by this much, or surfaces would shade themselves.
+    glEnable(GL_POLYGON_OFFSET_FILL);
+    glPolygonOffset(factor + 0.0F, units + 3.0F);
+    if (vectorial) {
+        gl2psEnable(GL2PS_POLYGON_OFFSET_FILL);
+    }
+    if (!renderShadowVolumes(shadows, scene, camera, saveShadows, shader, settings, factor, units, list, count,
+                             walk.chunk(), progress, size, vectorial)) {
         return;
     }
-    endStep(progress);
-    for (int i = 0; i < count; ++i) {
-        if (isCancelled(progress)) {
+
+    walk.beginStep(kivText(kivTextDrawingMeshes));
+    for (int pass = 1; pass <= 2; ++pass) {
+        const bool done = walk.run([&](KivNonCombinableShader& one, KivMesh& mesh, int) {
+            one.renderMeshPass(&mesh, nullptr, 0, 0, settings, scene, pass, camera, vectorial);
+        });
+        if (!done) {
             return;
         }
-        renderShader(combinables[i], settings, camera, scene, progress, size, surface, channel, true);
     }
-    renderAllCombinableShadersForObjectRendering(settings, camera, scene, progress, size, surface, channel);
-    if (isCancelled(progress)) {
-        return;
-    }
-    passOverSteps(progress, 1); // the triangles one by one
-}
-
-bool KivRenderer::renderShadowsAndTransparency(KivNonCombinableShader* shader, KivCombinableShader** const combinables,
-                                               int count, const KivCommonSettings& settings, const KivCamera& camera,
-                                               KivScene* scene, KivProgress* progress, tagSIZE size,
-                                               KivBitmapManager* surface, KivShadows& shadows,
-                                               KivShaderCommunication& channel) {
-    tellUser(textNoTransparency);
-    renderAllMeshesForShadowsRendering(shader, false, settings, camera, scene, progress, size, surface, shadows,
-                                       channel);
-    if (isCancelled(progress)) {
-        onUnLoad();
-        return false;
-    }
-    for (int i = 0; i < count; ++i) {
-        renderShader(combinables[i], settings, camera, scene, progress, size, surface, channel, true);
-        if (isCancelled(progress)) {
-            onUnLoad();
-            return false;
+    glEnable(GL_STENCIL_TEST);
+    const int numLights = static_cast<int>(scene->numLights());
+    for (int l = 0; l < numLights; ++l) {
+        const KivLight* light = scene->getLight(static_cast<unsigned int>(l));
+        const auto draw = [&](KivNonCombinableShader& one, KivMesh& mesh, int) {
+            one.renderMeshPass(&mesh, light, l, numLights, settings, scene, 3, camera, vectorial);
+        };
+        // One unit of progress for a mesh under all lights, not for each.
+        if (!walk.run(draw, numLights)) {
+            return;
         }
     }
-    renderAllCombinableShadersForObjectRendering(settings, camera, scene, progress, size, surface, channel);
-    if (isCancelled(progress)) {
-        onUnLoad();
-        return false;
+    walk.endStep();
+    glDisable(GL_STENCIL_TEST);
+}
+
+bool KivRenderer::renderShadowVolumes(KivShadows& shadows, KivScene* scene, const KivCamera& camera, bool saveShadows,
+                                      KivNonCombinableShader* defaultShader, const KivCommonSettings& settings,
+                                      float factor, float units, KivNonCombinableShader** const list, int count,
+                                      int /*chunk*/, KivProgress* progress, tagSIZE size, bool vectorial) {
+    if (progress != nullptr) {
+        progress->setText(kivText(kivTextShadowVolumes).c_str());
+        progress->beginStep();
     }
-    passOverSteps(progress, 3); // shadows on transparent surfaces, then the triangles one by one
+    shadows.preShadowParameters();
+    shadows.createInitialStencilBuffer(size);
+    shadows.beginVolumes(volumeMemory);
+    const int numLights = static_cast<int>(scene->numLights());
+    for (int l = 0; l < numLights; ++l) {
+        const KivLight* light = scene->getLight(static_cast<unsigned int>(l));
+        for (unsigned int m = 0; KivMesh* mesh = scene->getMesh(m); ++m) {
+            // Half-opaque meshes cast a shadow though they are drawn with the transparent ones.
+            const bool dense = !settings.doTransparencies() || mesh->getMaterial()->getTransparency() >= 0.5;
+            if (getNonCombinableShaderForThisMesh(mesh, count, list, defaultShader) != nullptr && dense &&
+                isLargeEnoughToCast(*mesh, camera)) {
+                shadows.drawShadowVolume(mesh, light, false);
+            }
+            if (progress != nullptr) {
+                if (progress->isCancelled()) {
+                    shadows.endVolumes();
+                    return false;
+                }
+                progress->advance(1, false);
+            }
+        }
+        glFlush();
+        shadows.addCurrentStencil(size);
+    }
+    shadows.endVolumes();
+    shadows.postShadowParameters(factor, units, GL_NOTEQUAL, numLights, vectorial);
+    shadows.saveAndDestroyStencilBuffer(size);
+    if (saveShadows && settings.doSaveShadows()) {
+        shadows.copyStencilToBitmap(settings.getSaveShadowsFile().c_str(), size, numLights, settings);
+    }
+    if (progress != nullptr && !progress->isCancelled()) {
+        progress->endStep();
+    }
     return true;
 }

@@ -86,8 +86,11 @@ private:
     KivCartoonLook lookOf(const Kiv3DObject& object) const;
     KivCartoonColors colorsOf(const KivMesh& mesh, const KivCartoonLook& look, const KivCommonSettings& settings) const;
     KivCartoonModel modelOf(const KivMesh& mesh, const KivCartoonLook& look, const KivCommonSettings& settings) const;
+    // Whether large triangles are divided so that light can be interpolated over the pieces.
+    enum class Division { whereNeeded, none };
     void buildBatch(const KivCartoonModel& model, const KivMesh& mesh, const KivCartoonLook& look,
-                    const KivCommonSettings& settings, const KivScene& scene, KivCartoonBatch& out);
+                    const KivCommonSettings& settings, const KivScene& scene, KivCartoonBatch& out,
+                    Division division = Division::whereNeeded);
     const KivCartoonBatch& batchOf(const KivMesh& mesh, const KivCartoonLook& look, const KivCommonSettings& settings,
                                    const KivScene& scene);
 

@@ -13,6 +13,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 namespace {
 
@@ -36,6 +37,23 @@ Kiv3DVector vectorOf(const KivVec& v) {
 
 KivVec vecOf(const Kiv3DVector& v) {
     return {v.x, v.y, v.z};
+}
+
+// How much nearer than the state of the passes has it surfaces lie in the depth pass, and in the passes that paint: in
+// slopes and in steps of the depth buffer. Volumes end in the same triangles in another order of corners, and what is
+// painted is divided more finely; over long thin triangles their depths differ by more than the few steps that the
+// state allows for, and surfaces would shade themselves in specks.
+constexpr float depthSlopes = 1.0F;
+constexpr float depthSteps = 8.0F;
+constexpr float paintSlopes = 1.25F;
+constexpr float paintSteps = 16.0F;
+
+void bringForward(float slopes, float steps) {
+    float factor = 0.0F;
+    float units = 0.0F;
+    glGetFloatv(GL_POLYGON_OFFSET_FACTOR, &factor);
+    glGetFloatv(GL_POLYGON_OFFSET_UNITS, &units);
+    glPolygonOffset(factor - slopes, units - steps);
 }
 
 KivView viewOfContext() {
@@ -167,7 +185,8 @@ KivCartoonModel KivCartoonShader::modelOf(const KivMesh& mesh, const KivCartoonL
 }
 
 void KivCartoonShader::buildBatch(const KivCartoonModel& model, const KivMesh& mesh, const KivCartoonLook& look,
-                                  const KivCommonSettings& settings, const KivScene& scene, KivCartoonBatch& out) {
+                                  const KivCommonSettings& settings, const KivScene& scene, KivCartoonBatch& out,
+                                  Division division) {
     const KivView view = viewOfContext();
     doubleSided = look.doubleSided;
     const Lights lights(*this, scene, view, look.lightFromBehind);
@@ -178,6 +197,10 @@ void KivCartoonShader::buildBatch(const KivCartoonModel& model, const KivMesh& m
     const double pixel = settings.doVectorial() ? 1.0 : 1 << std::clamp(settings.getAntialias(), 0, 2);
     detail.longestSide = (settings.doVectorial() ? longestVectorSide : longestSide) * pixel;
     detail.longestTurn = (settings.doVectorial() ? longestVectorSide : longestTurn) * pixel;
+    if (division == Division::none) {
+        detail.shine = false;
+        detail.longestSide = std::numeric_limits<double>::infinity();
+    }
     kivBuildCartoon(model, view, lights, detail, out);
 }
 
@@ -230,10 +253,12 @@ void KivCartoonShader::renderMeshDepth(const KivMesh* mesh, const KivCommonSetti
     const KivGlState state;
     batches.erase(mesh);
     const KivCartoonLook look = lookOf(*mesh);
+    // The mesh's own triangles, as the shadow volumes end in them.
+    buildBatch(kivReadCartoonModel(*mesh, look.smoothAngle), *mesh, look, settings, *scene, scratch, Division::none);
     KivCartoonPainter painter;
+    bringForward(depthSlopes, depthSteps);
     glDisable(GL_BLEND);
-    painter.draw(batchOf(*mesh, look, settings, *scene), colorsOf(*mesh, look, settings), KivCartoonLayer::black, 1,
-                 vectorial);
+    painter.draw(scratch, colorsOf(*mesh, look, settings), KivCartoonLayer::black, 1, vectorial);
 }
 
 void KivCartoonShader::renderMeshPass(const KivMesh* mesh, const KivLight* light, int lightIndex, int numLights,
@@ -249,6 +274,11 @@ void KivCartoonShader::renderMeshPass(const KivMesh* mesh, const KivLight* light
     KivCartoonPainter painter;
     glEnable(GL_BLEND);
     glBlendFunc(GL_ONE, GL_ONE);
+    bringForward(paintSlopes, paintSteps);
+    if (pass != 3) {
+        // The test of the volumes is still on and lets nothing through where all lights are lost.
+        glDisable(GL_STENCIL_TEST);
+    }
     if (pass == 1) {
         painter.draw(batch, colors, KivCartoonLayer::shadow, 1, vectorial);
     } else if (pass == 2) {

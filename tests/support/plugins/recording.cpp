@@ -103,25 +103,27 @@ public:
     }
 
 protected:
+    static constexpr int defaultCell = 77;
+
     void note(const std::string& call) const {
         if (record.calls != nullptr) {
             record.calls->push_back(kivToUtf8(this->getTag()) + " " + call);
         }
     }
 
-private:
-    static constexpr int defaultCell = 77;
-
     static void takeCells(KivDataManager& manager) {
         for (int i = 0; i < record.cellsToRead; ++i) {
             record.cells.push_back(manager.loadInt());
         }
     }
-    static void draw(const KivMesh& mesh) {
+    static void setColor() {
         KivDrawing::enableLighting(false, false);
         KivDrawing::setColor(static_cast<float>(record.color & 0xFFU) / 255.0F,
                              static_cast<float>(record.color >> 8U & 0xFFU) / 255.0F,
                              static_cast<float>(record.color >> 16U & 0xFFU) / 255.0F, 1.0F, false);
+    }
+    static void draw(const KivMesh& mesh) {
+        setColor();
         KivDrawing::beginDrawing(false, KivDrawing::triangles);
         for (unsigned int i = 0; i < mesh.getNumTriangles(); ++i) {
             Kiv3DPoint points[3];
@@ -142,8 +144,63 @@ public:
     }
 };
 
+// "m0" for the first mesh of the scene.
+std::string nameOf(KivScene* scene, const KivMesh* mesh) {
+    for (unsigned int i = 0; i < scene->numMeshes(); ++i) {
+        if (scene->getMesh(i) == mesh) {
+            return "m" + std::to_string(i);
+        }
+    }
+    return "no mesh of the scene";
+}
+
+std::string lightName(const KivLight* light, int index, int count) {
+    return light == nullptr ? "" : " light " + std::to_string(index) + " of " + std::to_string(count);
+}
+
 class RecordingBaseLook : public Recording<PlainBaseLook> {
 public:
+    void renderMeshDepth(const KivMesh* mesh, const KivCommonSettings&, KivScene* scene, KivShadows&, const KivCamera&,
+                         bool) override {
+        note("depth " + nameOf(scene, mesh));
+        if (record.draws) {
+            draw(*mesh);
+        }
+    }
+    void renderMeshPass(const KivMesh* mesh, const KivLight* light, int lightIndex, int numLights,
+                        const KivCommonSettings&, KivScene* scene, int pass, const KivCamera&, bool) override {
+        note("pass " + std::to_string(pass) + " " + nameOf(scene, mesh) + lightName(light, lightIndex, numLights));
+    }
+    void beginTransparency(bool) override {
+        note("beginTransparency");
+    }
+    void renderOpaqueMesh(const KivMesh* mesh, const KivCommonSettings&, KivScene* scene, const KivCamera&,
+                          int meshIndex, KivNonCombinableShader*, int pass, bool) override {
+        note("opaque " + std::to_string(pass) + " " + nameOf(scene, mesh) + " " + std::to_string(meshIndex));
+        if (record.draws && pass == 1) {
+            draw(*mesh);
+        }
+    }
+    void renderTransparentTriangle(const Kiv3DPoint* points, const Kiv3DVector*, const KivMesh* mesh, KivScene* scene,
+                                   const KivCamera&, const KivCommonSettings&, int meshIndex, int previousMeshIndex,
+                                   KivNonCombinableShader*, KivShadows* shadows, int pass, const KivLight* light,
+                                   int lightIndex, int numLights, bool) override {
+        note("triangle " + std::to_string(pass) + " " + nameOf(scene, mesh) + " " + std::to_string(meshIndex) + " " +
+             std::to_string(previousMeshIndex) + (shadows != nullptr ? " shadows" : "") +
+             lightName(light, lightIndex, numLights));
+        if (record.draws && pass == 1) {
+            setColor();
+            KivDrawing::beginDrawing(false, KivDrawing::triangles);
+            KivDrawing::drawTriangle(points, false);
+            KivDrawing::endDrawing(false);
+        }
+    }
+    void endTransparentTriangle(int meshIndex, int previousMeshIndex, int pass, bool) override {
+        note("end " + std::to_string(pass) + " " + std::to_string(meshIndex) + " " + std::to_string(previousMeshIndex));
+    }
+    void endTransparency(bool) override {
+        note("endTransparency");
+    }
     void prepareObjectRendering(const KivCommonSettings&, KivScene*) override {
         note("prepareObjectRendering");
         if (record.onPrepare) {

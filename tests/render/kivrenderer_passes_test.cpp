@@ -1,0 +1,227 @@
+// Renders with shadows and transparency: which shader is called for what, in which order, and the shadows that come
+// out.
+#include "kivrender/platform/kivimage.h"
+#include "render/renderfixture.h"
+
+#include <gmock/gmock.h>
+
+#include <cmath>
+
+namespace {
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::ElementsAreArray;
+using testing::IsEmpty;
+using testing::Not;
+
+// A closed box about the axis of view.
+std::unique_ptr<KivMesh> box(double halfX, double halfY, double low, double high, double opacity = 1.0) {
+    auto mesh = std::make_unique<KivMesh>();
+    const int faces[6][4] = {{0, 2, 3, 1}, {4, 5, 7, 6}, {0, 1, 5, 4}, {2, 6, 7, 3}, {0, 4, 6, 2}, {1, 3, 7, 5}};
+    for (int i = 0; i < 8; ++i) {
+        mesh->addVertex({(i & 1) != 0 ? halfX : -halfX, (i & 2) != 0 ? halfY : -halfY, (i & 4) != 0 ? high : low});
+    }
+    for (const auto& face : faces) {
+        mesh->addQuad(static_cast<unsigned int>(face[0]), static_cast<unsigned int>(face[1]),
+                      static_cast<unsigned int>(face[2]), static_cast<unsigned int>(face[3]));
+    }
+    KivMaterial material;
+    material.setTransparency(opacity);
+    mesh->setMaterial(material);
+    return mesh;
+}
+
+KivLight lamp(double x, double y, double z) {
+    KivLight light;
+    light.setStyle(KivLight::pointLight);
+    light.setLocation({x, y, z});
+    return light;
+}
+
+class KivRendererPasses : public KivRendererRender {
+protected:
+    KivRendererPasses() {
+        loadShaders({"base"});
+        setStyle(L"base", L"");
+    }
+
+    // What the base look was asked for, without the calls of the bar.
+    std::vector<std::string> shaderCalls() const {
+        std::vector<std::string> found;
+        for (const std::string& call : progress.calls) {
+            if (call.starts_with("base ") && call != "base prepareObjectRendering") {
+                found.push_back(call.substr(5));
+            }
+        }
+        return found;
+    }
+    void addTransparent(double opacity, double z = 0.0) {
+        scene.addMesh(rectangle(-0.5, -0.5, 0.5, 0.5, z, 0xFFFFFF, opacity).release());
+    }
+
+    // How much light the shadow picture of a plane under a caster shows at a place, 0 to 1.
+    double lightAt(std::unique_ptr<KivMesh> caster, const std::vector<KivLight>& lights, double x, double y) {
+        scene.addMesh(rectangle(-1, -1, 1, 1).release());
+        if (caster) {
+            scene.addMesh(caster.release());
+        }
+        for (KivLight light : lights) {
+            scene.addLight(light);
+        }
+        // In perspective, the plane filling the picture.
+        camera.setProjection(KivCamera::perspective);
+        camera.setFrustumLeft(-0.2);
+        camera.setFrustumRight(0.2);
+        camera.setFrustumBottom(-0.2);
+        camera.setFrustumTop(0.2);
+        settings.setShadows(true);
+        settings.setSaveShadows(true);
+        settings.setSaveRender(true);
+        settings.setSaveRenderFile((home.wide() + L"/p.png").c_str());
+        progress.calls.clear();
+        constexpr int side = 101; // no multiple of 4
+        EXPECT_TRUE(render({side, side}));
+        const auto image = KivImage::load(home.wide() + L"/p_shadow.png");
+        if (image == nullptr) {
+            ADD_FAILURE() << "no shadow picture";
+            return -1;
+        }
+        EXPECT_EQ(image->width(), side);
+        EXPECT_EQ(image->height(), side);
+        const auto column = static_cast<int>(std::floor((x + 1) / 2 * side));
+        const auto row = static_cast<int>(std::floor((1 - y) / 2 * side));
+        return (image->pixel(column, row) & 0xFFU) / 255.0;
+    }
+};
+
+TEST_F(KivRendererPasses, ShadowsAskForDepthThenTwoPassesThenOneForEachLight) {
+    settings.setShadows(true);
+    fillScene(scene, 2, 2);
+    EXPECT_TRUE(render({20, 10}));
+    EXPECT_THAT(shaderCalls(), ElementsAre("depth m0", "depth m1", "pass 1 m0", "pass 1 m1", "pass 2 m0", "pass 2 m1",
+                                           "pass 3 m0 light 0 of 2", "pass 3 m1 light 0 of 2", "pass 3 m0 light 1 of 2",
+                                           "pass 3 m1 light 1 of 2"));
+    EXPECT_THAT(host.messages, IsEmpty());
+}
+
+TEST_F(KivRendererPasses, WithoutLightsTheThirdPassDoesNotRun) {
+    settings.setShadows(true);
+    fillScene(scene, 1);
+    EXPECT_TRUE(render({20, 10}));
+    EXPECT_THAT(shaderCalls(), ElementsAre("depth m0", "pass 1 m0", "pass 2 m0"));
+}
+
+TEST_F(KivRendererPasses, MeshesWithoutAShaderAreLeftOut) {
+    settings.setShadows(true);
+    fillScene(scene, 2);
+    scene.getMesh(0)->addCombinableShader(L"something");
+    EXPECT_TRUE(render({20, 10}));
+    EXPECT_THAT(shaderCalls(), ElementsAre("depth m1", "pass 1 m1", "pass 2 m1"));
+}
+
+TEST_F(KivRendererPasses, TransparencyDrawsOpaqueMeshesThenTrianglesFromFarToNear) {
+    settings.setTransparencies(true);
+    scene.addMesh(rectangle(-1, -1, 1, 1, -1).release());
+    addTransparent(0.5, 1.0); // nearer, though it stands first
+    addTransparent(0.5, 0.0);
+    EXPECT_TRUE(render({20, 10}));
+    const std::vector<std::string> calls = shaderCalls();
+    std::vector<std::string> expected = {"beginTransparency", "opaque 1 m0 0", "opaque 2 m0 0", "opaque 3 m0 0"};
+    const auto triangle = [&](int mesh, int previous) {
+        const std::string name = "m" + std::to_string(mesh) + " " + std::to_string(mesh) + " ";
+        if (previous >= 0) {
+            expected.push_back("end 3 " + std::to_string(mesh) + " " + std::to_string(previous));
+        }
+        expected.push_back("triangle 1 " + name + std::to_string(previous));
+        expected.push_back("end 1 " + std::to_string(mesh) + " " + std::to_string(mesh));
+        expected.push_back("triangle 2 " + name + std::to_string(previous));
+        expected.push_back("end 2 " + std::to_string(mesh) + " " + std::to_string(previous));
+        expected.push_back("triangle 3 " + name + std::to_string(previous));
+    };
+    triangle(2, -1);
+    triangle(2, 2); // two triangles of one mesh are parted by an end as well
+    triangle(1, 2);
+    triangle(1, 1);
+    expected.insert(expected.end(), {"end 3 -1 1", "endTransparency"});
+    EXPECT_THAT(calls, ElementsAreArray(expected));
+}
+
+TEST_F(KivRendererPasses, TransparencyWithoutTransparentTriangles) {
+    settings.setTransparencies(true);
+    fillScene(scene, 2);
+    EXPECT_TRUE(render({20, 10}));
+    EXPECT_THAT(shaderCalls(), Not(Contains(testing::StartsWith("triangle"))));
+    EXPECT_THAT(shaderCalls(), Not(Contains(testing::StartsWith("end "))));
+}
+
+TEST_F(KivRendererPasses, TheBarJumpsOverShadersThatTheStyleDoesNotName) {
+    settings.setTransparencies(true);
+    fillScene(scene, 3, 0, 2);
+    EXPECT_TRUE(render({20, 10}));
+    EXPECT_THAT(progress.calls, Contains("advance 14")); // four times the meshes and the polylines
+}
+
+TEST_F(KivRendererPasses, BothShadeTheTransparentTrianglesLightByLight) {
+    settings.setShadows(true);
+    settings.setTransparencies(true);
+    scene.addMesh(rectangle(-1, -1, 1, 1, -1).release());
+    addTransparent(0.7);
+    KivLight light = lamp(0, 0, 4);
+    scene.addLight(light);
+    EXPECT_TRUE(render({20, 10}));
+    const std::vector<std::string> calls = shaderCalls();
+    EXPECT_THAT(calls, Contains("depth m0"));
+    EXPECT_THAT(calls, Not(Contains("depth m1"))) << "only opaque meshes are walked";
+    EXPECT_THAT(calls, Contains("pass 3 m0 light 0 of 1"));
+    EXPECT_THAT(calls, Contains("triangle 3 m1 1 -1 shadows"));
+    EXPECT_THAT(calls, Contains("triangle 3 m1 1 -1 shadows light 0 of 1"));
+    EXPECT_EQ(calls.back(), "endTransparency");
+}
+
+// The light stands at height 3 over a box that ends at 1.2: its shadow reaches a third further than the box.
+TEST_F(KivRendererPasses, AShadowFallsWhereTheLightIsHidden) {
+    const std::vector<KivLight> one = {lamp(0, 0, 3)};
+    EXPECT_EQ(lightAt(box(0.2, 0.2, 1, 1.2), one, 0.28, 0.0), 0.0);
+    EXPECT_EQ(lightAt(box(0.2, 0.2, 1, 1.2), one, -0.28, 0.28), 0.0);
+    EXPECT_EQ(lightAt(box(0.2, 0.2, 1, 1.2), one, 0.40, 0.0), 1.0);
+    EXPECT_EQ(lightAt(nullptr, one, 0.28, 0.0), 1.0);
+}
+
+TEST_F(KivRendererPasses, LightsAddUp) {
+    const std::vector<KivLight> two = {lamp(0, 0, 3), lamp(-2, 0, 3)};
+    EXPECT_NEAR(lightAt(box(0.2, 0.2, 1, 1.2), two, -0.28, 0.0), 0.5, 0.01); // the first is lost
+    EXPECT_NEAR(lightAt(box(0.2, 0.2, 1, 1.2), two, 0.9, 0.0), 0.5, 0.01);   // the second
+    EXPECT_EQ(lightAt(box(0.2, 0.2, 1, 1.2), two, 0.28, 0.9), 1.0);
+}
+
+TEST_F(KivRendererPasses, ThinRodsCastNoShadow) {
+    const std::vector<KivLight> one = {lamp(0, 0, 3)};
+    // The short side of the frustum is 0.4: what is no longer than a sixtieth of it counts as small on an axis.
+    EXPECT_EQ(lightAt(box(0.5, 0.003, 1, 1.006), one, 0.7, 0.0), 1.0);
+    EXPECT_EQ(lightAt(box(0.5, 0.2, 1, 1.006), one, 0.7, 0.0), 0.0);
+}
+
+TEST_F(KivRendererPasses, HalfOpaqueMeshesCastAShadowAndClearerOnesDoNot) {
+    settings.setTransparencies(true);
+    const std::vector<KivLight> one = {lamp(0, 0, 3)};
+    EXPECT_EQ(lightAt(box(0.2, 0.2, 1, 1.2, 0.7), one, 0.28, 0.0), 0.0);
+    EXPECT_EQ(lightAt(box(0.2, 0.2, 1, 1.2, 0.3), one, 0.28, 0.0), 1.0);
+}
+
+TEST_F(KivRendererPasses, EveryStepThatBeginsAlsoEnds) {
+    for (const bool transparencies : {false, true}) {
+        settings.setShadows(true);
+        settings.setTransparencies(transparencies);
+        progress.calls.clear();
+        fillScene(scene, 7, 2);
+        addTransparent(0.5);
+        EXPECT_TRUE(render({20, 10}));
+        const auto begun = std::count(progress.calls.begin(), progress.calls.end(), "beginStep");
+        EXPECT_EQ(begun, std::count(progress.calls.begin(), progress.calls.end(), "endStep"));
+        // Ordering, depth, volumes and lit passes, the transparent triangles twice with volumes between, the reduction.
+        EXPECT_EQ(begun, transparencies ? 1 + 3 + 3 + 1 : 3 + 1);
+    }
+}
+
+} // namespace

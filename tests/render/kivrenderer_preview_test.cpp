@@ -247,7 +247,7 @@ Holdings holdings() {
     Holdings now;
     const struct mallinfo2 memory = mallinfo2();
     now.heap = memory.uordblks + memory.hblkhd; // nothing with a sanitizer, which finds leaks by itself
-#ifndef __SANITIZE_ADDRESS__ // whose allocator holds freed memory back, in regions of its own
+#ifndef __SANITIZE_ADDRESS__                    // whose allocator holds freed memory back, in regions of its own
     std::ifstream maps("/proc/self/maps");
     now.regions = static_cast<std::size_t>(
         std::count(std::istreambuf_iterator<char>(maps), std::istreambuf_iterator<char>(), '\n'));

@@ -1,5 +1,6 @@
 #include "kivrender/platform/kivreplacefile.h"
 
+#include "kivrender/platform/kivdescriptor.h"
 #include "kivrender/platform/kivtext.h"
 
 #include <atomic>
@@ -15,30 +16,6 @@
 #include <utility>
 
 namespace {
-
-// A file descriptor that closes itself.
-class Descriptor {
-public:
-    explicit Descriptor(int number) : fd(number) {}
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-    ~Descriptor() {
-        if (fd >= 0) {
-            close(fd);
-        }
-    }
-
-    int get() const {
-        return fd;
-    }
-    // False if the system could not keep what was written.
-    bool closeNow() {
-        return close(std::exchange(fd, -1)) == 0;
-    }
-
-private:
-    int fd;
-};
 
 std::optional<std::string> readAll(int fd, std::size_t maxSize) {
     std::string bytes;
@@ -63,7 +40,7 @@ std::optional<std::string> readAll(int fd, std::size_t maxSize) {
 
 std::optional<std::string> readPath(const std::string& path, std::size_t maxSize) {
     // Without waiting: a pipe under the name of a file must not hang the program.
-    const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    const KivDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     struct stat info {};
     if (file.get() < 0 || fstat(file.get(), &info) != 0 || !S_ISREG(info.st_mode)) {
         return std::nullopt;
@@ -121,7 +98,7 @@ int createBeside(const std::string& path, std::string& name) {
 // old: what stands there now, null if nothing does.
 bool replace(const std::string& path, const struct stat* old, std::string_view bytes) {
     std::string name;
-    Descriptor file(createBeside(path, name));
+    KivDescriptor file(createBeside(path, name));
     if (file.get() < 0) {
         return false;
     }
@@ -153,7 +130,7 @@ bool kivReplaceFile(const std::wstring& path, std::size_t maxSize, const std::fu
     // The folder carries the lock, not the file, since the file is another one after each change. A folder that can't
     // be opened has no other writer that could.
     const std::string folder = folderOf(target);
-    const Descriptor lock(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    const KivDescriptor lock(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     while (lock.get() >= 0 && flock(lock.get(), LOCK_EX) != 0 && errno == EINTR) {
     }
 

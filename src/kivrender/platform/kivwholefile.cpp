@@ -1,5 +1,6 @@
 #include "kivrender/platform/kivwholefile.h"
 
+#include "kivrender/platform/kivdescriptor.h"
 #include "kivrender/platform/kivsystemerror.h"
 #include "kivrender/platform/kivtext.h"
 
@@ -19,29 +20,6 @@ bool fail(int error) {
     kivSetLastError(kivErrorFromErrno(error));
     return false;
 }
-
-class Descriptor {
-public:
-    explicit Descriptor(int number) : fd(number) {}
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-    ~Descriptor() {
-        if (fd >= 0) {
-            close(fd);
-        }
-    }
-
-    int get() const {
-        return fd;
-    }
-    // False with errno set if the system could not keep what was written.
-    bool closeNow() {
-        return close(std::exchange(fd, -1)) == 0;
-    }
-
-private:
-    int fd;
-};
 
 bool writeAll(int fd, std::span<const std::uint8_t> bytes) {
     while (!bytes.empty()) {
@@ -167,7 +145,7 @@ private:
 
     std::string target;
     std::string name; // while it is not finished; empty when the target itself is written
-    std::optional<Descriptor> file;
+    std::optional<KivDescriptor> file;
 };
 
 } // namespace
@@ -178,7 +156,7 @@ bool kivWriteWholeFile(const std::wstring& path, std::span<const std::uint8_t> b
 }
 
 bool kivCopyWholeFile(const std::wstring& from, const std::wstring& to) {
-    const Descriptor source(open(kivToUtf8(from).c_str(), O_RDONLY | O_CLOEXEC));
+    const KivDescriptor source(open(kivToUtf8(from).c_str(), O_RDONLY | O_CLOEXEC));
     if (source.get() < 0) {
         return fail(errno);
     }

@@ -111,6 +111,25 @@ bool hasShaders(const KivMesh& mesh, const std::wstring& base, const Lines& comb
     return all && (base.empty() || mesh.rendersThisShader(base.c_str()));
 }
 
+// A complete stream without any style: the header, the defaults of every loaded shader in the order of the table, the
+// end.
+TEST_F(KivRendererSettings, TheDefaultStreamHasABlockForEveryLoadedShader) {
+    loadShaders({"add-lines", "base"});
+    MarkedManager manager;
+    manager.setDefault();
+    EXPECT_EQ(linesOf(manager.getCells()), (Lines{L"Style:", L"NonCombinableShader:Cartoon", L"CombinableShader:",
+                                                  L"add-lines", L"#77", L"base", L"#77", L"End Morvane"}));
+    EXPECT_EQ(manager.marks, manager.getNumProperties()) << "one mark behind each cell";
+    EXPECT_EQ(manager.getMinorVersion(), 5);
+    // It reads back: the second shader's block is found by its name.
+    ASSERT_TRUE(manager.setLoading());
+    ASSERT_TRUE(manager.startShader(L"base"));
+    EXPECT_EQ(manager.loadInt(), 77);
+    // A second one goes behind the first, as nothing is cleared.
+    manager.setDefault();
+    EXPECT_EQ(manager.getNumProperties(), 16);
+}
+
 // --- from the host's storage
 
 TEST_F(KivRendererSettings, ADocumentIsBroughtIntoTheStream) {

@@ -8,9 +8,6 @@
 #include "kivrender/platform/kivtext.h"
 #include "kivrender/render/kivbitmapmanager.h"
 
-#include <array>
-#include <cwchar>
-
 namespace {
 
 class SurfaceGuard {
@@ -60,12 +57,22 @@ HBITMAP makeBitmap(KivBitmapManager* surface, tagSIZE size, const wchar_t* folde
     return bitmap;
 }
 
-// Text number id with the sizes in its places.
+// The text with the sizes in its places. They are put in one by one: a translation is no format that could be trusted.
 std::wstring tooLargeText(tagSIZE size, std::int32_t limit) {
     constexpr unsigned int id = 1004;
-    std::array<wchar_t, 512> text{};
-    std::swprintf(text.data(), text.size(), kivText(id).c_str(), size.cx, size.cy, limit, limit);
-    return text.data();
+    const std::wstring place = L"%d";
+    std::wstring text = kivText(id);
+    std::size_t at = 0;
+    for (const std::int32_t number : {size.cx, size.cy, limit, limit}) {
+        at = text.find(place, at);
+        if (at == std::wstring::npos) {
+            break;
+        }
+        const std::wstring digits = std::to_wstring(number);
+        text.replace(at, place.size(), digits);
+        at += digits.size();
+    }
+    return text;
 }
 
 std::wstring noDriverText(const std::string& detail) {

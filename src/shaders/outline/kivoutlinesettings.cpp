@@ -51,8 +51,8 @@ int kivOutlineTable(const KivSettingInfo** out) {
     return numSettings;
 }
 
-KivOutlineLook kivOutlineLook(const KivTablePageSettings& settings) {
-    KivOutlineLook look;
+KivLineLook kivOutlineLook(const KivTablePageSettings& settings) {
+    KivLineLook look;
     look.color = settings.getColour(colourSetting);
     look.rules.silhouettes = settings.getBool(silhouettesSetting);
     look.rules.borders = settings.getBool(bordersSetting);
@@ -60,9 +60,9 @@ KivOutlineLook kivOutlineLook(const KivTablePageSettings& settings) {
     look.rules.creaseAngle = settings.getValue(creaseAngleSetting);
     look.rules.smoothCreaseAngle = settings.getValue(smoothCreaseAngleSetting);
     look.rules.creaseLength = settings.getValue(creaseLengthSetting) * 0.01;
-    look.width[static_cast<int>(KivOutlineKind::silhouette)] = settings.getValue(silhouetteWidthSetting);
-    look.width[static_cast<int>(KivOutlineKind::border)] = settings.getValue(borderWidthSetting);
-    look.width[static_cast<int>(KivOutlineKind::crease)] = settings.getValue(creaseWidthSetting);
+    look.width[static_cast<int>(KivFeatureKind::silhouette)] = settings.getValue(silhouetteWidthSetting);
+    look.width[static_cast<int>(KivFeatureKind::border)] = settings.getValue(borderWidthSetting);
+    look.width[static_cast<int>(KivFeatureKind::crease)] = settings.getValue(creaseWidthSetting);
     look.lines = settings.getBool(linesSetting);
     look.lineWidth = settings.getValue(lineWidthSetting);
     look.detail = settings.getValue(detailSetting);

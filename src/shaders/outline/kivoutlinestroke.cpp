@@ -17,7 +17,7 @@ struct Direction {
     float y;
 };
 
-bool directionOf(const KivOutlinePoint& from, const KivOutlinePoint& to, Direction* out) {
+bool directionOf(const KivLinePoint& from, const KivLinePoint& to, Direction* out) {
     const float dx = to.x - from.x;
     const float dy = to.y - from.y;
     const float length = std::hypot(dx, dy);
@@ -29,7 +29,7 @@ bool directionOf(const KivOutlinePoint& from, const KivOutlinePoint& to, Directi
 }
 
 // How far a point lies from the straight piece between two others, its width counted like a third coordinate.
-float departure(const KivOutlinePoint& a, const KivOutlinePoint& b, const KivOutlinePoint& p) {
+float departure(const KivLinePoint& a, const KivLinePoint& b, const KivLinePoint& p) {
     const float dx = b.x - a.x;
     const float dy = b.y - a.y;
     const float square = dx * dx + dy * dy;
@@ -38,7 +38,7 @@ float departure(const KivOutlinePoint& a, const KivOutlinePoint& b, const KivOut
     return std::max(away, std::abs(a.halfWidth + (b.halfWidth - a.halfWidth) * t - p.halfWidth));
 }
 
-void thin(const std::vector<KivOutlinePoint>& points, float tolerance, std::vector<bool>& kept) {
+void thin(const std::vector<KivLinePoint>& points, float tolerance, std::vector<bool>& kept) {
     std::vector<std::pair<std::size_t, std::size_t>> open = {{0, points.size() - 1}};
     while (!open.empty()) {
         const auto [first, last] = open.back();
@@ -74,7 +74,7 @@ void KivStrokeMesh::addTriangle(std::uint32_t a, std::uint32_t b, std::uint32_t 
     indices.push_back(c);
 }
 
-KivOutlinePath kivThinnedPath(const KivOutlinePath& path, float tolerance) {
+KivLinePath kivThinnedPath(const KivLinePath& path, float tolerance) {
     const std::size_t count = path.points.size();
     if (count < 3) {
         return path;
@@ -84,7 +84,7 @@ KivOutlinePath kivThinnedPath(const KivOutlinePath& path, float tolerance) {
     kept.back() = true;
     // In pieces, so that the cost stays near linear on long paths.
     constexpr std::size_t piece = 256;
-    std::vector<KivOutlinePoint> part;
+    std::vector<KivLinePoint> part;
     for (std::size_t first = 0; first + 1 < count; first += piece) {
         const std::size_t last = std::min(first + piece, count - 1);
         part.assign(path.points.begin() + static_cast<std::ptrdiff_t>(first),
@@ -97,7 +97,7 @@ KivOutlinePath kivThinnedPath(const KivOutlinePath& path, float tolerance) {
             kept[first + i] = kept[first + i] || partKept[i];
         }
     }
-    KivOutlinePath result;
+    KivLinePath result;
     result.closed = path.closed;
     for (std::size_t i = 0; i < count; ++i) {
         if (kept[i]) {
@@ -107,7 +107,7 @@ KivOutlinePath kivThinnedPath(const KivOutlinePath& path, float tolerance) {
     return result;
 }
 
-void kivStrokeDot(const KivOutlinePoint& point, KivStrokeMesh& mesh) {
+void kivStrokeDot(const KivLinePoint& point, KivStrokeMesh& mesh) {
     const int corners = circleCorners(point.halfWidth);
     const std::uint32_t centre = mesh.add(point.x, point.y);
     for (int i = 0; i < corners; ++i) {
@@ -121,12 +121,12 @@ void kivStrokeDot(const KivOutlinePoint& point, KivStrokeMesh& mesh) {
     }
 }
 
-void kivStroke(const KivOutlinePath& path, KivStrokeMesh& mesh) {
+void kivStroke(const KivLinePath& path, KivStrokeMesh& mesh) {
     const std::size_t count = path.points.size();
     if (count == 0) {
         return;
     }
-    const auto point = [&path, count](std::size_t i) -> const KivOutlinePoint& { return path.points[i % count]; };
+    const auto point = [&path, count](std::size_t i) -> const KivLinePoint& { return path.points[i % count]; };
     const std::size_t pieces = path.closed ? count : count - 1;
     Direction before{};
     bool joined = false;
@@ -134,8 +134,8 @@ void kivStroke(const KivOutlinePath& path, KivStrokeMesh& mesh) {
     std::uint32_t tailLeft = 0;
     std::uint32_t tailRight = 0;
     for (std::size_t i = 0; i < pieces; ++i) {
-        const KivOutlinePoint& a = point(i);
-        const KivOutlinePoint& b = point(i + 1);
+        const KivLinePoint& a = point(i);
+        const KivLinePoint& b = point(i + 1);
         Direction along{};
         if (!directionOf(a, b, &along)) {
             continue;

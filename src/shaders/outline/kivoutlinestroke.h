@@ -2,7 +2,7 @@
 #ifndef SHADERS_OUTLINE_KIVOUTLINESTROKE_H
 #define SHADERS_OUTLINE_KIVOUTLINESTROKE_H
 
-#include "kivoutlinelines.h"
+#include "kivlinetracer.h"
 
 #include <cstdint>
 #include <vector>
@@ -17,12 +17,12 @@ struct KivStrokeMesh {
 };
 
 // Leaves out points that lie within tolerance pixels of the line between those that stay, and whose width does too.
-KivOutlinePath kivThinnedPath(const KivOutlinePath& path, float tolerance);
+KivLinePath kivThinnedPath(const KivLinePath& path, float tolerance);
 
 // Appends the band along a path.
-void kivStroke(const KivOutlinePath& path, KivStrokeMesh& mesh);
+void kivStroke(const KivLinePath& path, KivStrokeMesh& mesh);
 
 // Appends a disc.
-void kivStrokeDot(const KivOutlinePoint& point, KivStrokeMesh& mesh);
+void kivStrokeDot(const KivLinePoint& point, KivStrokeMesh& mesh);
 
 #endif

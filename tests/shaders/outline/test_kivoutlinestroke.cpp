@@ -28,12 +28,12 @@ bool covers(const KivStrokeMesh& mesh, float x, float y) {
     return false;
 }
 
-float distanceTo(const KivOutlinePath& path, float x, float y) {
+float distanceTo(const KivLinePath& path, float x, float y) {
     float best = 1e9F;
     const std::size_t count = path.points.size();
     for (std::size_t i = 0; i + 1 < count + (path.closed ? 1 : 0); ++i) {
-        const KivOutlinePoint& a = path.points[i];
-        const KivOutlinePoint& b = path.points[(i + 1) % count];
+        const KivLinePoint& a = path.points[i];
+        const KivLinePoint& b = path.points[(i + 1) % count];
         const float dx = b.x - a.x;
         const float dy = b.y - a.y;
         const float square = dx * dx + dy * dy;
@@ -48,7 +48,7 @@ float distanceTo(const KivOutlinePath& path, float x, float y) {
 TEST(KivStroke, CoversWhatIsNearThePathAndNothingElse) {
     std::mt19937 words(13);
     for (int run = 0; run < 60; ++run) {
-        KivOutlinePath path;
+        KivLinePath path;
         path.closed = run % 3 == 0;
         const std::size_t count = 2 + words() % 8;
         const float half = 1.0F + static_cast<float>(words() % 60) / 10.0F;
@@ -73,7 +73,7 @@ TEST(KivStroke, CoversWhatIsNearThePathAndNothingElse) {
 
 TEST(KivStroke, OfASinglePlaceIsADot) {
     for (const std::size_t count : {1U, 2U, 3U}) {
-        KivOutlinePath path;
+        KivLinePath path;
         path.points.assign(count, {5.0F, 6.0F, 2.0F});
         KivStrokeMesh mesh;
         kivStroke(path, mesh);
@@ -88,7 +88,7 @@ TEST(KivStroke, OfASinglePlaceIsADot) {
 TEST(KivThinnedPath, StaysWithinItsTolerance) {
     std::mt19937 words(14);
     for (int run = 0; run < 50; ++run) {
-        KivOutlinePath path;
+        KivLinePath path;
         float x = 0.0F;
         float y = 0.0F;
         for (int i = 0; i < 700; ++i) {
@@ -96,21 +96,21 @@ TEST(KivThinnedPath, StaysWithinItsTolerance) {
             y += static_cast<float>(signedUnit(words)) * 0.4F;
             path.points.push_back({x, y, 2.0F});
         }
-        const KivOutlinePath thinned = kivThinnedPath(path, 0.25F);
+        const KivLinePath thinned = kivThinnedPath(path, 0.25F);
         EXPECT_LT(thinned.points.size(), path.points.size());
         EXPECT_EQ(thinned.points.front().x, path.points.front().x);
         EXPECT_EQ(thinned.points.back().x, path.points.back().x);
-        for (const KivOutlinePoint& p : path.points) {
+        for (const KivLinePoint& p : path.points) {
             EXPECT_LE(distanceTo(thinned, p.x, p.y), 0.2501F);
         }
     }
 }
 
 TEST(KivThinnedPath, KeepsChangesOfWidth) {
-    KivOutlinePath path;
+    KivLinePath path;
     for (int i = 0; i <= 20; ++i) {
         path.points.push_back({i * 1.0F, 0.0F, i < 10 ? 1.0F : 3.0F});
     }
-    const KivOutlinePath thinned = kivThinnedPath(path, 0.1F);
+    const KivLinePath thinned = kivThinnedPath(path, 0.1F);
     EXPECT_EQ(thinned.points.size(), 4U);
 }

@@ -3,8 +3,8 @@
 //
 // None of the tests asks how a triangle is wound or where its normal points, so that mirrored, inside-out and
 // inconsistently wound models have the lines that they show.
-#ifndef SHADERS_OUTLINE_KIVOUTLINEEDGES_H
-#define SHADERS_OUTLINE_KIVOUTLINEEDGES_H
+#ifndef SHADERS_COMMON_KIVFEATUREEDGES_H
+#define SHADERS_COMMON_KIVFEATUREEDGES_H
 
 #include "kivsurface.h"
 #include "kivview.h"
@@ -12,10 +12,10 @@
 #include <cstdint>
 #include <vector>
 
-enum class KivOutlineKind : std::uint8_t { silhouette, border, crease };
+enum class KivFeatureKind : std::uint8_t { silhouette, border, crease };
 
 // An edge with what lies beside it, whatever the view.
-struct KivOutlineWing {
+struct KivFeatureWing {
     static constexpr std::int32_t none = -1;
 
     std::uint32_t a = 0; // the lower of the two points
@@ -29,17 +29,17 @@ struct KivOutlineWing {
 };
 
 // An edge that is drawn.
-struct KivOutlineEdge {
+struct KivFeatureEdge {
     std::uint32_t a = 0;
     std::uint32_t b = 0;
-    KivOutlineKind kind = KivOutlineKind::silhouette;
+    KivFeatureKind kind = KivFeatureKind::silhouette;
     // A point on the surface beside the edge: a line on a silhouette or a border has the surface on that side alone.
     std::uint32_t beside = 0;
     // A crease as well, and so a feature of the shape from wherever it is seen.
     bool sharp = false;
 };
 
-struct KivOutlineRules {
+struct KivFeatureRules {
     bool silhouettes = true;
     bool borders = true;
     bool creases = true;
@@ -49,26 +49,26 @@ struct KivOutlineRules {
 };
 
 // The edges of a surface in ascending order of their points. Found with the edge extraction of the library.
-std::vector<KivOutlineWing> kivOutlineWings(const KivSurface& surface);
+std::vector<KivFeatureWing> kivFeatureWings(const KivSurface& surface);
 
 // By how much the surface turns at the edge a-b from the triangle with corner left to the one with corner right, in
 // degrees. 0 for an edge or a triangle without extent.
-double kivOutlineBend(const KivVec& a, const KivVec& b, const KivVec& left, const KivVec& right);
+double kivFeatureBend(const KivVec& a, const KivVec& b, const KivVec& left, const KivVec& right);
 
 // True where both triangles lie on one side of the plane through the edge and the eye, so that one of them turns away.
 // A triangle that is seen exactly edge-on counts as turned away, two such triangles show no line.
-bool kivOutlineIsFold(const KivVec& a, const KivVec& b, const KivVec& left, const KivVec& right, const KivView& view);
+bool kivFeatureIsFold(const KivVec& a, const KivVec& b, const KivVec& left, const KivVec& right, const KivView& view);
 
 // Which of the wings are creases, whatever the view. Rough and scanned surfaces bend sharply at many short edges that
 // are no features: creases that hang together and stay small against the connected piece of surface that they lie on
 // are left out.
-std::vector<bool> kivOutlineCreases(const KivSurface& surface, const std::vector<KivOutlineWing>& wings,
-                                    const KivOutlineRules& rules);
+std::vector<bool> kivFeatureCreases(const KivSurface& surface, const std::vector<KivFeatureWing>& wings,
+                                    const KivFeatureRules& rules);
 
 // The edges that become lines in this view, in the order of the wings. An edge that is several kinds at once is a
 // silhouette before it is a border or a crease.
-std::vector<KivOutlineEdge> kivOutlineEdges(const KivSurface& surface, const std::vector<KivOutlineWing>& wings,
+std::vector<KivFeatureEdge> kivFeatureEdges(const KivSurface& surface, const std::vector<KivFeatureWing>& wings,
                                             const std::vector<bool>& creases, const KivView& view,
-                                            const KivOutlineRules& rules);
+                                            const KivFeatureRules& rules);
 
 #endif

@@ -1,4 +1,4 @@
-#include "kivoutlinechains.h"
+#include "kivfeaturechains.h"
 
 #include <algorithm>
 #include <array>
@@ -12,13 +12,13 @@ constexpr double straightEnough = 0.5; // the cosine of the largest turn, 60 deg
 // One end of an edge: the edge's index times two, plus one for its point b.
 using End = std::uint32_t;
 
-std::uint32_t pointOf(const std::vector<KivOutlineEdge>& edges, End end) {
-    const KivOutlineEdge& edge = edges[end / 2];
+std::uint32_t pointOf(const std::vector<KivFeatureEdge>& edges, End end) {
+    const KivFeatureEdge& edge = edges[end / 2];
     return end % 2 == 0 ? edge.a : edge.b;
 }
 
 // From the end into the edge.
-KivVec inward(const KivOutlineDirections& directions, End end) {
+KivVec inward(const KivFeatureDirections& directions, End end) {
     return end % 2 == 0 ? directions[end / 2] : -directions[end / 2];
 }
 
@@ -29,7 +29,7 @@ struct Pair {
 };
 
 // Joins the ends that meet in one point and are of one kind.
-void joinEnds(const std::vector<End>& meeting, const KivOutlineDirections& directions,
+void joinEnds(const std::vector<End>& meeting, const KivFeatureDirections& directions,
               std::vector<std::int32_t>& mate) {
     if (meeting.size() < 2) {
         return;
@@ -59,7 +59,7 @@ void joinEnds(const std::vector<End>& meeting, const KivOutlineDirections& direc
 }
 
 // For each end the end that the line goes on with, or none.
-std::vector<std::int32_t> findMates(const std::vector<KivOutlineEdge>& edges, const KivOutlineDirections& directions) {
+std::vector<std::int32_t> findMates(const std::vector<KivFeatureEdge>& edges, const KivFeatureDirections& directions) {
     std::vector<End> ends(edges.size() * 2);
     for (End end = 0; end < ends.size(); ++end) {
         ends[end] = end;
@@ -82,8 +82,8 @@ std::vector<std::int32_t> findMates(const std::vector<KivOutlineEdge>& edges, co
     return mate;
 }
 
-KivOutlineChain walk(End start, const std::vector<std::int32_t>& mate, std::vector<bool>& used) {
-    KivOutlineChain chain;
+KivFeatureChain walk(End start, const std::vector<std::int32_t>& mate, std::vector<bool>& used) {
+    KivFeatureChain chain;
     End end = start;
     for (;;) {
         used[end / 2] = true;
@@ -103,11 +103,11 @@ KivOutlineChain walk(End start, const std::vector<std::int32_t>& mate, std::vect
 
 } // namespace
 
-std::vector<KivOutlineChain> kivOutlineChains(const std::vector<KivOutlineEdge>& edges,
-                                              const KivOutlineDirections& directions) {
+std::vector<KivFeatureChain> kivFeatureChains(const std::vector<KivFeatureEdge>& edges,
+                                              const KivFeatureDirections& directions) {
     const std::vector<std::int32_t> mate = findMates(edges, directions);
     std::vector<bool> used(edges.size(), false);
-    std::vector<KivOutlineChain> chains;
+    std::vector<KivFeatureChain> chains;
     for (End end = 0; end < mate.size(); ++end) {
         if (mate[end] == none && !used[end / 2]) {
             chains.push_back(walk(end, mate, used));

@@ -1,4 +1,4 @@
-#include "kivoutlineedges.h"
+#include "kivfeatureedges.h"
 
 #include "kivrender/scene/kivmesh.h"
 #include "kivrender/shadow/kivedgesextraction.h"
@@ -19,7 +19,7 @@ std::int32_t thirdCorner(const KivSurface::Triangle& triangle, std::uint32_t a, 
             return static_cast<std::int32_t>(corner);
         }
     }
-    return KivOutlineWing::none;
+    return KivFeatureWing::none;
 }
 
 // The normal that a triangle has at one of its corners.
@@ -38,16 +38,16 @@ bool runsOn(const KivSurface& surface, std::int32_t one, std::int32_t other, std
 
 // One wing of all records of a pair of points. The extraction gives an edge no third triangle and pairs only triangles
 // that run along it in opposite directions; here all that meet at the edge count, however they are wound.
-KivOutlineWing wingOf(const KivSurface& surface, const Record* first, const Record* last) {
-    KivOutlineWing wing;
+KivFeatureWing wingOf(const KivSurface& surface, const Record* first, const Record* last) {
+    KivFeatureWing wing;
     wing.a = static_cast<std::uint32_t>(first->vertex0);
     wing.b = static_cast<std::uint32_t>(first->vertex1);
     int found = 0;
-    std::int32_t triangles[2] = {KivOutlineWing::none, KivOutlineWing::none};
+    std::int32_t triangles[2] = {KivFeatureWing::none, KivFeatureWing::none};
     for (const Record* record = first; record != last; ++record) {
         for (const std::int32_t triangle :
              {static_cast<std::int32_t>(record->triangle0), static_cast<std::int32_t>(record->triangle1)}) {
-            if (triangle == KivOutlineWing::none) {
+            if (triangle == KivFeatureWing::none) {
                 continue;
             }
             const std::int32_t corner = thirdCorner(surface.triangles[triangle], wing.a, wing.b);
@@ -59,7 +59,7 @@ KivOutlineWing wingOf(const KivSurface& surface, const Record* first, const Reco
     wing.triangle = static_cast<std::uint32_t>(triangles[0]);
     wing.junction = found > 2;
     if (found == 2) {
-        wing.bend = static_cast<float>(kivOutlineBend(surface.points[wing.a], surface.points[wing.b],
+        wing.bend = static_cast<float>(kivFeatureBend(surface.points[wing.a], surface.points[wing.b],
                                                       surface.points[wing.left], surface.points[wing.right]));
         wing.smooth = runsOn(surface, triangles[0], triangles[1], wing.a, wing.b);
     }
@@ -147,7 +147,7 @@ struct Character {
     }
 };
 
-std::vector<Character> characterOf(const KivSurface& surface, const std::vector<KivOutlineWing>& wings,
+std::vector<Character> characterOf(const KivSurface& surface, const std::vector<KivFeatureWing>& wings,
                                    const std::vector<bool>& creases, Groups& network) {
     constexpr double branch = 60.0; // the turn that a point with three creases or more counts for
     std::vector<Character> characters(surface.points.size());
@@ -157,7 +157,7 @@ std::vector<Character> characterOf(const KivSurface& surface, const std::vector<
         if (!creases[i]) {
             continue;
         }
-        const KivOutlineWing& wing = wings[i];
+        const KivFeatureWing& wing = wings[i];
         Character& character = characters[network.find(wing.a)];
         ++character.edges;
         character.bends += wing.junction ? 180.0 : static_cast<double>(wing.bend);
@@ -185,7 +185,7 @@ KivVec planeThroughEye(const KivVec& a, const KivVec& b, const KivView& view) {
 
 } // namespace
 
-std::vector<KivOutlineWing> kivOutlineWings(const KivSurface& surface) {
+std::vector<KivFeatureWing> kivFeatureWings(const KivSurface& surface) {
     KivMesh mesh;
     mesh.reserveVertexs(static_cast<unsigned int>(surface.points.size()));
     mesh.reserveTriangles(static_cast<unsigned int>(surface.triangles.size()));
@@ -197,7 +197,7 @@ std::vector<KivOutlineWing> kivOutlineWings(const KivSurface& surface) {
     }
     std::vector<Record> records;
     KivEdgesExtraction::extractEdges(&mesh, records, nullptr, nullptr);
-    std::vector<KivOutlineWing> wings;
+    std::vector<KivFeatureWing> wings;
     wings.reserve(records.size());
     for (std::size_t first = 0; first < records.size();) {
         std::size_t last = first + 1;
@@ -211,7 +211,7 @@ std::vector<KivOutlineWing> kivOutlineWings(const KivSurface& surface) {
     return wings;
 }
 
-double kivOutlineBend(const KivVec& a, const KivVec& b, const KivVec& left, const KivVec& right) {
+double kivFeatureBend(const KivVec& a, const KivVec& b, const KivVec& left, const KivVec& right) {
     const KivVec along = kivUnit(b - a);
     const KivVec u = kivUnit(across(left - a, along));
     const KivVec v = kivUnit(across(right - a, along));
@@ -222,22 +222,22 @@ double kivOutlineBend(const KivVec& a, const KivVec& b, const KivVec& left, cons
     return 180.0 - between * 180.0 / std::numbers::pi;
 }
 
-bool kivOutlineIsFold(const KivVec& a, const KivVec& b, const KivVec& left, const KivVec& right, const KivView& view) {
+bool kivFeatureIsFold(const KivVec& a, const KivVec& b, const KivVec& left, const KivVec& right, const KivView& view) {
     const KivVec plane = planeThroughEye(a, b, view);
     const double l = sideOf(plane, a, left);
     const double r = sideOf(plane, a, right);
     return (l >= 0.0 && r >= 0.0 && l + r > 0.0) || (l <= 0.0 && r <= 0.0 && l + r < 0.0);
 }
 
-std::vector<bool> kivOutlineCreases(const KivSurface& surface, const std::vector<KivOutlineWing>& wings,
-                                    const KivOutlineRules& rules) {
+std::vector<bool> kivFeatureCreases(const KivSurface& surface, const std::vector<KivFeatureWing>& wings,
+                                    const KivFeatureRules& rules) {
     std::vector<bool> creases(wings.size(), false);
     Groups network(surface.points.size());
     bool any = false;
     for (std::size_t i = 0; i < wings.size(); ++i) {
-        const KivOutlineWing& wing = wings[i];
+        const KivFeatureWing& wing = wings[i];
         const double limit = wing.smooth ? rules.smoothCreaseAngle : rules.creaseAngle;
-        if (wing.junction || (wing.right != KivOutlineWing::none && wing.bend > limit)) {
+        if (wing.junction || (wing.right != KivFeatureWing::none && wing.bend > limit)) {
             creases[i] = true;
             any = true;
             network.join(wing.a, wing.b);
@@ -272,24 +272,24 @@ std::vector<bool> kivOutlineCreases(const KivSurface& surface, const std::vector
     return creases;
 }
 
-std::vector<KivOutlineEdge> kivOutlineEdges(const KivSurface& surface, const std::vector<KivOutlineWing>& wings,
+std::vector<KivFeatureEdge> kivFeatureEdges(const KivSurface& surface, const std::vector<KivFeatureWing>& wings,
                                             const std::vector<bool>& creases, const KivView& view,
-                                            const KivOutlineRules& rules) {
-    std::vector<KivOutlineEdge> edges;
+                                            const KivFeatureRules& rules) {
+    std::vector<KivFeatureEdge> edges;
     const std::vector<KivVec>& p = surface.points;
     for (std::size_t i = 0; i < wings.size(); ++i) {
-        const KivOutlineWing& wing = wings[i];
-        KivOutlineEdge edge{wing.a, wing.b, KivOutlineKind::crease, static_cast<std::uint32_t>(wing.left), creases[i]};
-        if (wing.right == KivOutlineWing::none) {
-            edge.kind = KivOutlineKind::border;
+        const KivFeatureWing& wing = wings[i];
+        KivFeatureEdge edge{wing.a, wing.b, KivFeatureKind::crease, static_cast<std::uint32_t>(wing.left), creases[i]};
+        if (wing.right == KivFeatureWing::none) {
+            edge.kind = KivFeatureKind::border;
             if (rules.borders) {
                 edges.push_back(edge);
             }
             continue;
         }
         if (rules.silhouettes && !wing.junction &&
-            kivOutlineIsFold(p[wing.a], p[wing.b], p[wing.left], p[wing.right], view)) {
-            edge.kind = KivOutlineKind::silhouette;
+            kivFeatureIsFold(p[wing.a], p[wing.b], p[wing.left], p[wing.right], view)) {
+            edge.kind = KivFeatureKind::silhouette;
             edges.push_back(edge);
         } else if (rules.creases && creases[i]) {
             edges.push_back(edge);

@@ -1,4 +1,4 @@
-#include "kivoutlinechains.h"
+#include "kivfeaturechains.h"
 
 #include "../shapes.h"
 
@@ -8,20 +8,20 @@
 
 namespace {
 
-std::vector<std::uint32_t> pointsOf(const KivOutlineChain& chain, const std::vector<KivOutlineEdge>& edges) {
+std::vector<std::uint32_t> pointsOf(const KivFeatureChain& chain, const std::vector<KivFeatureEdge>& edges) {
     std::vector<std::uint32_t> points;
     for (std::size_t i = 0; i < chain.edges.size(); ++i) {
-        const KivOutlineEdge& edge = edges[chain.edges[i]];
+        const KivFeatureEdge& edge = edges[chain.edges[i]];
         points.push_back(chain.reversed[i] ? edge.b : edge.a);
     }
-    const KivOutlineEdge& last = edges[chain.edges.back()];
+    const KivFeatureEdge& last = edges[chain.edges.back()];
     points.push_back(chain.reversed.back() ? last.a : last.b);
     return points;
 }
 
-KivOutlineDirections directionsOf(const std::vector<KivVec>& points, const std::vector<KivOutlineEdge>& edges) {
-    KivOutlineDirections directions;
-    for (const KivOutlineEdge& edge : edges) {
+KivFeatureDirections directionsOf(const std::vector<KivVec>& points, const std::vector<KivFeatureEdge>& edges) {
+    KivFeatureDirections directions;
+    for (const KivFeatureEdge& edge : edges) {
         directions.push_back(kivUnit(points[edge.b] - points[edge.a]));
     }
     return directions;
@@ -29,7 +29,7 @@ KivOutlineDirections directionsOf(const std::vector<KivVec>& points, const std::
 
 } // namespace
 
-TEST(KivOutlineChains, HoldEveryEdgeOnceAndHangTogether) {
+TEST(KivFeatureChains, HoldEveryEdgeOnceAndHangTogether) {
     std::mt19937 words(9);
     for (int run = 0; run < 500; ++run) {
         const std::uint32_t count = 3 + words() % 12;
@@ -37,22 +37,22 @@ TEST(KivOutlineChains, HoldEveryEdgeOnceAndHangTogether) {
         for (std::uint32_t i = 0; i < count; ++i) {
             points.push_back({signedUnit(words), signedUnit(words), 0.0});
         }
-        std::vector<KivOutlineEdge> edges;
+        std::vector<KivFeatureEdge> edges;
         for (std::uint32_t a = 0; a < count; ++a) {
             for (std::uint32_t b = a + 1; b < count; ++b) {
                 if (words() % 3 == 0) {
-                    edges.push_back({a, b, static_cast<KivOutlineKind>(words() % 2 * 2), a});
+                    edges.push_back({a, b, static_cast<KivFeatureKind>(words() % 2 * 2), a});
                 }
             }
         }
-        const KivOutlineDirections directions = directionsOf(points, edges);
+        const KivFeatureDirections directions = directionsOf(points, edges);
         std::vector<int> used(edges.size(), 0);
         std::vector<std::vector<int>> ends(count, std::vector<int>(3, 0));
-        for (const KivOutlineChain& chain : kivOutlineChains(edges, directions)) {
+        for (const KivFeatureChain& chain : kivFeatureChains(edges, directions)) {
             const std::vector<std::uint32_t> path = pointsOf(chain, edges);
             ASSERT_EQ(path.size(), chain.edges.size() + 1);
             for (std::size_t i = 0; i < chain.edges.size(); ++i) {
-                const KivOutlineEdge& edge = edges[chain.edges[i]];
+                const KivFeatureEdge& edge = edges[chain.edges[i]];
                 ++used[chain.edges[i]];
                 EXPECT_EQ(edge.kind, edges[chain.edges[0]].kind);
                 EXPECT_EQ(path[i + 1], chain.reversed[i] ? edge.a : edge.b);
@@ -68,7 +68,7 @@ TEST(KivOutlineChains, HoldEveryEdgeOnceAndHangTogether) {
         // Where exactly two edges of a kind meet, no chain ends.
         for (std::uint32_t p = 0; p < count; ++p) {
             for (const int kind : {0, 2}) {
-                const auto here = std::count_if(edges.begin(), edges.end(), [&](const KivOutlineEdge& edge) {
+                const auto here = std::count_if(edges.begin(), edges.end(), [&](const KivFeatureEdge& edge) {
                     return static_cast<int>(edge.kind) == kind && (edge.a == p || edge.b == p);
                 });
                 if (here == 2) {
@@ -79,29 +79,29 @@ TEST(KivOutlineChains, HoldEveryEdgeOnceAndHangTogether) {
     }
 }
 
-TEST(KivOutlineChains, GoStraightOnAtACrossing) {
+TEST(KivFeatureChains, GoStraightOnAtACrossing) {
     const std::vector<KivVec> points = {{-1, 0, 0}, {1, 0, 0}, {0, -1, 0}, {0, 1, 0}, {0, 0, 0}};
-    std::vector<KivOutlineEdge> edges = {{0, 4, {}, 0}, {1, 4, {}, 0}, {2, 4, {}, 0}, {3, 4, {}, 0}};
-    const auto chains = kivOutlineChains(edges, directionsOf(points, edges));
+    std::vector<KivFeatureEdge> edges = {{0, 4, {}, 0}, {1, 4, {}, 0}, {2, 4, {}, 0}, {3, 4, {}, 0}};
+    const auto chains = kivFeatureChains(edges, directionsOf(points, edges));
     ASSERT_EQ(chains.size(), 2U);
     EXPECT_EQ(pointsOf(chains[0], edges), (std::vector<std::uint32_t>{0, 4, 1}));
     EXPECT_EQ(pointsOf(chains[1], edges), (std::vector<std::uint32_t>{2, 4, 3}));
 }
 
-TEST(KivOutlineChains, CloseARing) {
+TEST(KivFeatureChains, CloseARing) {
     std::vector<KivVec> points;
-    std::vector<KivOutlineEdge> edges;
+    std::vector<KivFeatureEdge> edges;
     for (std::uint32_t i = 0; i < 12; ++i) {
         points.push_back({std::cos(i * 0.5236), std::sin(i * 0.5236), 0.0});
         const std::uint32_t j = (i + 1) % 12;
-        edges.push_back({std::min(i, j), std::max(i, j), KivOutlineKind::silhouette, 0});
+        edges.push_back({std::min(i, j), std::max(i, j), KivFeatureKind::silhouette, 0});
     }
-    const auto chains = kivOutlineChains(edges, directionsOf(points, edges));
+    const auto chains = kivFeatureChains(edges, directionsOf(points, edges));
     ASSERT_EQ(chains.size(), 1U);
     EXPECT_TRUE(chains[0].closed);
     EXPECT_EQ(chains[0].size(), 12U);
 }
 
-TEST(KivOutlineChains, AreNoneOfNothing) {
-    EXPECT_TRUE(kivOutlineChains({}, {}).empty());
+TEST(KivFeatureChains, AreNoneOfNothing) {
+    EXPECT_TRUE(kivFeatureChains({}, {}).empty());
 }

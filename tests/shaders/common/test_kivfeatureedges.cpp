@@ -1,4 +1,4 @@
-#include "kivoutlineedges.h"
+#include "kivfeatureedges.h"
 
 #include "../shapes.h"
 
@@ -22,9 +22,9 @@ std::map<Pair, std::vector<KivSurface::Triangle>> trianglesByEdge(const KivSurfa
     return result;
 }
 
-std::set<Pair> edgesOfKind(const std::vector<KivOutlineEdge>& edges, KivOutlineKind kind) {
+std::set<Pair> edgesOfKind(const std::vector<KivFeatureEdge>& edges, KivFeatureKind kind) {
     std::set<Pair> result;
-    for (const KivOutlineEdge& edge : edges) {
+    for (const KivFeatureEdge& edge : edges) {
         if (edge.kind == kind) {
             EXPECT_TRUE(result.insert({edge.a, edge.b}).second);
         }
@@ -32,9 +32,9 @@ std::set<Pair> edgesOfKind(const std::vector<KivOutlineEdge>& edges, KivOutlineK
     return result;
 }
 
-std::vector<KivOutlineEdge> edgesOf(const KivSurface& surface, const KivView& view, const KivOutlineRules& rules = {}) {
-    const std::vector<KivOutlineWing> wings = kivOutlineWings(surface);
-    return kivOutlineEdges(surface, wings, kivOutlineCreases(surface, wings, rules), view, rules);
+std::vector<KivFeatureEdge> edgesOf(const KivSurface& surface, const KivView& view, const KivFeatureRules& rules = {}) {
+    const std::vector<KivFeatureWing> wings = kivFeatureWings(surface);
+    return kivFeatureEdges(surface, wings, kivFeatureCreases(surface, wings, rules), view, rules);
 }
 
 void turnSome(KivSurface& surface, std::mt19937& words) {
@@ -47,7 +47,7 @@ void turnSome(KivSurface& surface, std::mt19937& words) {
 
 } // namespace
 
-TEST(KivOutlineWings, HoldEveryEdgeOnceWithItsTriangles) {
+TEST(KivFeatureWings, HoldEveryEdgeOnceWithItsTriangles) {
     std::mt19937 words(5);
     for (int run = 0; run < 300; ++run) {
         KivSurface soup;
@@ -65,13 +65,13 @@ TEST(KivOutlineWings, HoldEveryEdgeOnceWithItsTriangles) {
             }
         }
         const auto expected = trianglesByEdge(soup);
-        const std::vector<KivOutlineWing> wings = kivOutlineWings(soup);
+        const std::vector<KivFeatureWing> wings = kivFeatureWings(soup);
         ASSERT_EQ(wings.size(), expected.size());
         auto it = expected.begin();
-        for (const KivOutlineWing& wing : wings) {
+        for (const KivFeatureWing& wing : wings) {
             EXPECT_EQ(Pair(wing.a, wing.b), it->first); // in ascending order
             EXPECT_EQ(wing.junction, it->second.size() > 2);
-            EXPECT_EQ(wing.right == KivOutlineWing::none, it->second.size() == 1);
+            EXPECT_EQ(wing.right == KivFeatureWing::none, it->second.size() == 1);
             if (it->second.size() <= 2) {
                 std::multiset<std::int32_t> thirds;
                 for (const KivSurface::Triangle& t : it->second) {
@@ -92,17 +92,17 @@ TEST(KivOutlineWings, HoldEveryEdgeOnceWithItsTriangles) {
     }
 }
 
-TEST(KivOutlineBend, IsTheTurnOfTheSurface) {
+TEST(KivFeatureBend, IsTheTurnOfTheSurface) {
     const KivVec a{0, 0, 0};
     const KivVec b{0, 0, 1};
-    EXPECT_NEAR(kivOutlineBend(a, b, {1, 0, 0.3}, {-1, 0, 0.9}), 0.0, 1e-6);
-    EXPECT_NEAR(kivOutlineBend(a, b, {1, 0, 0}, {0, 2, 5}), 90.0, 1e-6);
-    EXPECT_NEAR(kivOutlineBend(a, b, {1, 0, 0}, {3, 0, 1}), 180.0, 1e-6);
-    EXPECT_EQ(kivOutlineBend(a, a, {1, 0, 0}, {3, 0, 1}), 0.0);
-    EXPECT_EQ(kivOutlineBend(a, b, {0, 0, 7}, {3, 0, 1}), 0.0); // a triangle without area
+    EXPECT_NEAR(kivFeatureBend(a, b, {1, 0, 0.3}, {-1, 0, 0.9}), 0.0, 1e-6);
+    EXPECT_NEAR(kivFeatureBend(a, b, {1, 0, 0}, {0, 2, 5}), 90.0, 1e-6);
+    EXPECT_NEAR(kivFeatureBend(a, b, {1, 0, 0}, {3, 0, 1}), 180.0, 1e-6);
+    EXPECT_EQ(kivFeatureBend(a, a, {1, 0, 0}, {3, 0, 1}), 0.0);
+    EXPECT_EQ(kivFeatureBend(a, b, {0, 0, 7}, {3, 0, 1}), 0.0); // a triangle without area
 }
 
-TEST(KivOutlineIsFold, MatchesTheFacingOfNormalsOnClosedShapes) {
+TEST(KivFeatureIsFold, MatchesTheFacingOfNormalsOnClosedShapes) {
     std::mt19937 words(6);
     for (int run = 0; run < 60; ++run) {
         KivSurface shape = run % 2 != 0 ? sphereSurface(7, 9) : cubeSurface();
@@ -129,61 +129,61 @@ TEST(KivOutlineIsFold, MatchesTheFacingOfNormalsOnClosedShapes) {
                     }
                 }
                 EXPECT_EQ(
-                    kivOutlineIsFold(shape.points[pair.first], shape.points[pair.second], thirds[0], thirds[1], view),
+                    kivFeatureIsFold(shape.points[pair.first], shape.points[pair.second], thirds[0], thirds[1], view),
                     faces(triangles[0]) != faces(triangles[1]));
             }
         }
     }
 }
 
-TEST(KivOutlineEdges, OfACubeAreItsContourAndCreases) {
+TEST(KivFeatureEdges, OfACubeAreItsContourAndCreases) {
     std::mt19937 words(8);
     KivSurface cube = cubeSurface();
     for (int run = 0; run < 8; ++run) {
         const auto edges = edgesOf(cube, perspectiveView({3.0, 4.0, 5.0}, 0.5, 1.0, 20.0, 200));
-        EXPECT_EQ(edgesOfKind(edges, KivOutlineKind::silhouette).size(), 6U);
-        EXPECT_EQ(edgesOfKind(edges, KivOutlineKind::crease).size(), 6U);
-        EXPECT_TRUE(edgesOfKind(edges, KivOutlineKind::border).empty());
+        EXPECT_EQ(edgesOfKind(edges, KivFeatureKind::silhouette).size(), 6U);
+        EXPECT_EQ(edgesOfKind(edges, KivFeatureKind::crease).size(), 6U);
+        EXPECT_TRUE(edgesOfKind(edges, KivFeatureKind::border).empty());
         turnSome(cube, words); // the winding has no say
     }
 }
 
-TEST(KivOutlineEdges, OfAFaceSeenEdgeOnKeepTheContour) {
+TEST(KivFeatureEdges, OfAFaceSeenEdgeOnKeepTheContour) {
     // Straight from the front the four side faces of a cube are seen edge-on.
     const auto edges = edgesOf(cubeSurface(), parallelView({0.0, 0.0, 5.0}, 2.0, 1.0, 20.0, 200));
-    const auto contour = edgesOfKind(edges, KivOutlineKind::silhouette);
+    const auto contour = edgesOfKind(edges, KivFeatureKind::silhouette);
     for (const Pair& front : {Pair(4, 5), Pair(5, 7), Pair(6, 7), Pair(4, 6)}) {
         EXPECT_TRUE(contour.contains(front)) << front.first << ' ' << front.second;
     }
     EXPECT_FALSE(contour.contains(Pair(4, 7))) << "the diagonal of the front face";
 }
 
-TEST(KivOutlineEdges, CanBeSwitchedOffByKind) {
+TEST(KivFeatureEdges, CanBeSwitchedOffByKind) {
     KivSurface open = cubeSurface();
     open.triangles.resize(10);
     const KivView view = perspectiveView({3.0, 4.0, 5.0}, 0.5, 1.0, 20.0, 200);
     for (int mask = 0; mask < 8; ++mask) {
-        KivOutlineRules rules;
+        KivFeatureRules rules;
         rules.silhouettes = (mask & 1) != 0;
         rules.borders = (mask & 2) != 0;
         rules.creases = (mask & 4) != 0;
         const auto edges = edgesOf(open, view, rules);
-        EXPECT_EQ(edgesOfKind(edges, KivOutlineKind::silhouette).empty(), !rules.silhouettes);
-        EXPECT_EQ(edgesOfKind(edges, KivOutlineKind::border).size(), rules.borders ? 4U : 0U);
-        EXPECT_EQ(edgesOfKind(edges, KivOutlineKind::crease).empty(), !rules.creases);
+        EXPECT_EQ(edgesOfKind(edges, KivFeatureKind::silhouette).empty(), !rules.silhouettes);
+        EXPECT_EQ(edgesOfKind(edges, KivFeatureKind::border).size(), rules.borders ? 4U : 0U);
+        EXPECT_EQ(edgesOfKind(edges, KivFeatureKind::crease).empty(), !rules.creases);
     }
 }
 
-TEST(KivOutlineEdges, FollowTheCreaseAngle) {
+TEST(KivFeatureEdges, FollowTheCreaseAngle) {
     const KivView view = perspectiveView({3.0, 4.0, 5.0}, 0.5, 1.0, 20.0, 200);
-    KivOutlineRules rules;
+    KivFeatureRules rules;
     rules.creaseAngle = 89.0;
-    EXPECT_EQ(edgesOfKind(edgesOf(cubeSurface(), view, rules), KivOutlineKind::crease).size(), 6U);
+    EXPECT_EQ(edgesOfKind(edgesOf(cubeSurface(), view, rules), KivFeatureKind::crease).size(), 6U);
     rules.creaseAngle = 91.0;
-    EXPECT_TRUE(edgesOfKind(edgesOf(cubeSurface(), view, rules), KivOutlineKind::crease).empty());
+    EXPECT_TRUE(edgesOfKind(edgesOf(cubeSurface(), view, rules), KivFeatureKind::crease).empty());
 }
 
-TEST(KivOutlineCreases, TrustNormalsThatRunOnOverAnEdge) {
+TEST(KivFeatureCreases, TrustNormalsThatRunOnOverAnEdge) {
     KivSurface cube = cubeSurface();
     for (const KivVec& p : cube.points) {
         cube.normals.push_back(kivUnit(p));
@@ -191,17 +191,17 @@ TEST(KivOutlineCreases, TrustNormalsThatRunOnOverAnEdge) {
     for (const KivSurface::Triangle& t : cube.triangles) {
         cube.cornerNormals.push_back(t);
     }
-    const auto wings = kivOutlineWings(cube);
-    KivOutlineRules rules;
+    const auto wings = kivFeatureWings(cube);
+    KivFeatureRules rules;
     rules.smoothCreaseAngle = 100.0;
-    auto creases = kivOutlineCreases(cube, wings, rules);
+    auto creases = kivFeatureCreases(cube, wings, rules);
     EXPECT_EQ(std::count(creases.begin(), creases.end(), true), 0);
     rules.smoothCreaseAngle = 80.0;
-    creases = kivOutlineCreases(cube, wings, rules);
+    creases = kivFeatureCreases(cube, wings, rules);
     EXPECT_EQ(std::count(creases.begin(), creases.end(), true), 12);
 }
 
-TEST(KivOutlineCreases, LeaveOutTheNoiseOfARoughSurface) {
+TEST(KivFeatureCreases, LeaveOutTheNoiseOfARoughSurface) {
     std::mt19937 words(12);
     KivSurface rough = sphereSurface(60, 90);
     for (std::size_t i = 0; i < rough.points.size(); ++i) {
@@ -209,18 +209,18 @@ TEST(KivOutlineCreases, LeaveOutTheNoiseOfARoughSurface) {
             rough.points[i] = rough.points[i] * 1.03; // scattered bumps, steep and short
         }
     }
-    const auto wings = kivOutlineWings(rough);
-    KivOutlineRules rules;
+    const auto wings = kivFeatureWings(rough);
+    KivFeatureRules rules;
     rules.creaseLength = 0.0;
-    auto creases = kivOutlineCreases(rough, wings, rules);
+    auto creases = kivFeatureCreases(rough, wings, rules);
     const auto all = std::count(creases.begin(), creases.end(), true);
     EXPECT_GT(all, 30);
     rules.creaseLength = 0.05;
-    creases = kivOutlineCreases(rough, wings, rules);
+    creases = kivFeatureCreases(rough, wings, rules);
     EXPECT_LT(std::count(creases.begin(), creases.end(), true), all / 5);
 }
 
-TEST(KivOutlineCreases, KeepASmallPartOfItsOwn) {
+TEST(KivFeatureCreases, KeepASmallPartOfItsOwn) {
     // Two cubes in one mesh, one a hundredth of the other's size: each is judged against itself.
     KivSurface both = cubeSurface();
     const KivSurface small = cubeSurface(0.01);
@@ -230,14 +230,14 @@ TEST(KivOutlineCreases, KeepASmallPartOfItsOwn) {
     for (const KivSurface::Triangle& t : small.triangles) {
         both.triangles.push_back({t[0] + 8, t[1] + 8, t[2] + 8});
     }
-    const auto creases = kivOutlineCreases(both, kivOutlineWings(both), {});
+    const auto creases = kivFeatureCreases(both, kivFeatureWings(both), {});
     EXPECT_EQ(std::count(creases.begin(), creases.end(), true), 24);
 }
 
-TEST(KivOutlineEdges, ThreeTrianglesAtAnEdgeMakeALine) {
+TEST(KivFeatureEdges, ThreeTrianglesAtAnEdgeMakeALine) {
     KivSurface fins;
     fins.points = {{0, 0, 0}, {0, 1, 0}, {1, 0, 0}, {-1, 0, 0.01}, {0, 0, 1}};
     fins.triangles = {{0, 1, 2}, {0, 1, 3}, {1, 0, 4}};
     const auto edges = edgesOf(fins, perspectiveView({3.0, 4.0, 5.0}, 0.5, 1.0, 20.0, 200));
-    EXPECT_TRUE(edgesOfKind(edges, KivOutlineKind::crease).contains(Pair(0, 1)));
+    EXPECT_TRUE(edgesOfKind(edges, KivFeatureKind::crease).contains(Pair(0, 1)));
 }

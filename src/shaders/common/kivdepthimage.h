@@ -1,0 +1,48 @@
+// The depth buffer as shaders read it back.
+#ifndef SHADERS_COMMON_KIVDEPTHIMAGE_H
+#define SHADERS_COMMON_KIVDEPTHIMAGE_H
+
+#include "kivview.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+// The parts of the depth buffer that lines pass over, in tiles: reading all of a large picture back would take longer
+// than the lines themselves. Rows run upwards; 1.0 where nothing was drawn, and outside what is held.
+class KivDepthImage {
+public:
+    static constexpr int tile = 64;
+
+    // A row of tiles that is read as one, with its pixels row after row.
+    struct Span {
+        int left = 0;
+        int bottom = 0;
+        int width = 0;
+        int height = 0;
+        std::vector<float> values;
+    };
+
+    KivDepthImage() = default;
+    KivDepthImage(int width, int height);
+
+    // Asks for every pixel within margin of a straight piece between two places in the picture.
+    void want(const KivWindowPoint& a, const KivWindowPoint& b, double margin);
+    // What is to be read for what was asked, as few long spans; the caller fills values. Ends the asking.
+    std::vector<Span>& spans();
+
+    // The depth of the pixel.
+    float at(int x, int y) const;
+    // The farthest depth of a pixel and its eight neighbours.
+    float farthest(int x, int y) const;
+
+private:
+    int pixelsWide = 0;
+    int pixelsHigh = 0;
+    int tilesWide = 0;
+    int tilesHigh = 0;
+    std::vector<std::int32_t> spanOfTile; // the number of the span that holds the tile, below 0 if none does
+    std::vector<Span> read;
+};
+
+#endif

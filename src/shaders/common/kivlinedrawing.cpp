@@ -1,0 +1,333 @@
+#include "kivlinedrawing.h"
+
+#include "kivfeaturechains.h"
+#include "kivfeatureedges.h"
+#include "kivglstate.h"
+#include "kivrender/scene/kivline.h"
+#include "kivrender/scene/kivmesh.h"
+#include "kivrender/scene/kivpolyline.h"
+#include "kivrender/scene/kivprogress.h"
+#include "kivrender/settings/kivcommonsettings.h"
+#include "kivrender/shader/kivdrawing.h"
+#include "kivrender/shader/kivshadercommunication.h"
+#include "kivsurface.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace {
+
+KivVec vecOf(const Kiv3DPoint& p) {
+    return {p.x, p.y, p.z};
+}
+
+// On which side of the line from a to b, seen in the picture, a third point lies: above 0 on the left. Holds for points
+// behind the eye too, as the side that the surface between them takes beside the line.
+double sideInPicture(const KivClipPoint& a, const KivClipPoint& b, const KivClipPoint& p) {
+    return p.x * (a.y * b.w - a.w * b.y) + p.y * (a.w * b.x - a.x * b.w) + p.w * (a.x * b.y - a.y * b.x);
+}
+
+KivVec directionInPicture(const KivClipPoint& a, const KivClipPoint& b, const KivView& view) {
+    if (!(a.w > 0.0) || !(b.w > 0.0)) {
+        return {};
+    }
+    const KivWindowPoint p = view.window(a);
+    const KivWindowPoint q = view.window(b);
+    return kivUnit({q.x - p.x, q.y - p.y, 0.0});
+}
+
+KivView viewOfSize(tagSIZE size) {
+    return kivCurrentView(std::max(1, static_cast<int>(size.cx)), std::max(1, static_cast<int>(size.cy)));
+}
+
+} // namespace
+
+void kivSetGlColor(std::uint32_t color) {
+    glColor4ub(static_cast<GLubyte>(color & 0xffU), static_cast<GLubyte>((color >> 8U) & 0xffU),
+               static_cast<GLubyte>((color >> 16U) & 0xffU), 255);
+}
+
+KivLineDrawing::KivLineDrawing(const KivCommonSettings& common, tagSIZE size, KivShaderCommunication& channel,
+                               bool atFront)
+    : settings(common), communication(channel), view(viewOfSize(size)), vectorial(common.doVectorial()), front(atFront),
+      pixel(common.doVectorial() ? 1.0 : 1 << std::clamp(common.getAntialias(), 0, 2)) {}
+
+KivLineDrawing::~KivLineDrawing() = default;
+
+void KivLineDrawing::addOwnLines(const KivMesh&, const KivTablePageSettings&) {}
+
+const KivLineDrawing::Tool& KivLineDrawing::toolOf(const KivTablePageSettings& page) {
+    const auto [place, isNew] = tools.try_emplace(&page);
+    Tool& tool = place->second;
+    if (isNew) {
+        tool.look = lookOf(page);
+        for (int kind = 0; kind < 3; ++kind) {
+            tool.pen.width[kind] = tool.look.width[kind] * pixel;
+        }
+        tool.pen.pixel = pixel;
+        tool.pen.detail = std::max(tool.look.detail * pixel, 1e-6);
+        tool.pen.shortest = tool.look.shortest * pixel;
+        tool.pen.smoothing = tool.look.smoothing * pixel;
+        tool.pen.hidden = tool.look.hidden;
+    }
+    return tool;
+}
+
+void KivLineDrawing::addJob(Job job) {
+    jobs.push_back(std::move(job));
+}
+
+void KivLineDrawing::addMesh(const KivMesh& mesh, const KivTablePageSettings& page) {
+    const KivFeatureRules& rules = toolOf(page).look.rules;
+    const KivSurface surface = kivReadSurface(mesh);
+    const std::vector<KivFeatureWing> wings = kivFeatureWings(surface);
+    const std::vector<bool> creases = kivFeatureCreases(surface, wings, rules);
+    addEdges(surface.points, kivFeatureEdges(surface, wings, creases, view, rules), page);
+    if (!vectorial) {
+        addOwnLines(mesh, page);
+    }
+}
+
+void KivLineDrawing::addEdges(const std::vector<KivVec>& points, const std::vector<KivFeatureEdge>& edges,
+                              const KivTablePageSettings& page) {
+    const KivLineLook& look = toolOf(page).look;
+    if (vectorial) {
+        for (const KivFeatureEdge& edge : edges) {
+            std::vector<KivVec>& ends = segments[{look.color, look.width[static_cast<int>(edge.kind)]}];
+            ends.push_back(points[edge.a]);
+            ends.push_back(points[edge.b]);
+        }
+        return;
+    }
+    KivFeatureDirections directions(edges.size());
+    std::vector<int> openSides(edges.size(), 0);
+    for (std::size_t i = 0; i < edges.size(); ++i) {
+        const KivClipPoint a = view.clip(points[edges[i].a]);
+        const KivClipPoint b = view.clip(points[edges[i].b]);
+        directions[i] = directionInPicture(a, b, view);
+        // A sharp fold is drawn in full even where it hides nothing: where a box stands on a floor.
+        if (edges[i].kind == KivFeatureKind::silhouette && !edges[i].sharp) {
+            openSides[i] = sideInPicture(a, b, view.clip(points[edges[i].beside])) > 0.0 ? -1 : 1;
+        }
+    }
+    for (const KivFeatureChain& chain : kivFeatureChains(edges, directions)) {
+        Job job;
+        job.closed = chain.closed;
+        job.kind = edges[chain.edges[0]].kind;
+        job.color = look.color;
+        job.page = &page;
+        job.width = look.width[static_cast<int>(job.kind)] * pixel;
+        job.corners.reserve(chain.edges.size() + 1);
+        for (std::size_t i = 0; i < chain.edges.size(); ++i) {
+            const KivFeatureEdge& edge = edges[chain.edges[i]];
+            const int open = openSides[chain.edges[i]];
+            const KivVec& corner = points[chain.reversed[i] ? edge.b : edge.a];
+            job.corners.push_back({view.clip(corner), chain.reversed[i] ? -open : open, corner});
+        }
+        if (!chain.closed) {
+            const KivFeatureEdge& edge = edges[chain.edges.back()];
+            const KivVec& corner = points[chain.reversed.back() ? edge.a : edge.b];
+            job.corners.push_back({view.clip(corner), 0, corner});
+        }
+        addJob(std::move(job));
+    }
+}
+
+void KivLineDrawing::addLineJob(const std::vector<KivVec>& points, bool closed, std::uint32_t color,
+                                const KivTablePageSettings& page) {
+    const KivLineLook& look = toolOf(page).look;
+    if (!look.lines || points.empty()) {
+        return;
+    }
+    if (vectorial) {
+        std::vector<KivVec>& ends = segments[{color, look.lineWidth}];
+        for (std::size_t i = 0; i + 1 < points.size() + (closed ? 1 : 0); ++i) {
+            ends.push_back(points[i]);
+            ends.push_back(points[(i + 1) % points.size()]);
+        }
+        return;
+    }
+    Job job;
+    job.closed = closed && points.size() > 2;
+    job.kind = KivFeatureKind::crease; // visible or not, with nothing in between
+    job.color = color;
+    job.page = &page;
+    job.width = look.lineWidth * pixel;
+    for (const KivVec& point : points) {
+        job.corners.push_back({view.clip(point), 0, point});
+    }
+    addJob(std::move(job));
+}
+
+void KivLineDrawing::addPolyline(const KivPolyline& polyline, const KivTablePageSettings& page) {
+    std::vector<KivVec> points;
+    points.reserve(static_cast<std::size_t>(polyline.numPoints()));
+    for (int i = 0; i < polyline.numPoints(); ++i) {
+        points.push_back(vecOf(polyline.getPoint(i)));
+    }
+    addLineJob(points, polyline.isClosed(), polyline.getColor(), page);
+}
+
+void KivLineDrawing::addLine(const KivLine& line, const KivTablePageSettings& page) {
+    addLineJob({vecOf(line.getStart()), vecOf(line.getEnd())}, false, toolOf(page).look.color, page);
+}
+
+void KivLineDrawing::addPoint(const Kiv3DPoint& point, const KivTablePageSettings& page) {
+    addLineJob({vecOf(point)}, false, toolOf(page).look.color, page);
+}
+
+bool KivLineDrawing::isEmpty() const {
+    return jobs.empty() && segments.empty();
+}
+
+void KivLineDrawing::layDepth(const KivMesh& mesh) const {
+    const KivGlState state;
+    float factor = 0.0F;
+    float units = 0.0F;
+    communication.getPolygonOffset(&factor, &units);
+    glEnable(GL_POLYGON_OFFSET_FILL);
+    glPolygonOffset(factor, units);
+    glEnable(GL_DEPTH_TEST);
+    glDepthMask(GL_TRUE);
+    glDisable(GL_LIGHTING);
+    glDisable(GL_TEXTURE_1D);
+    glDisable(GL_TEXTURE_2D);
+    if (vectorial) {
+        // A vector page has no depth buffer; faces in the colour of the background hide what lies behind them.
+        kivSetGlColor(settings.getBackgroundColor());
+    } else {
+        glColorMask(GL_FALSE, GL_FALSE, GL_FALSE, GL_FALSE);
+    }
+    const KivSurface surface = kivReadSurface(mesh);
+    if (surface.triangles.empty()) {
+        return;
+    }
+    std::vector<float> points;
+    points.reserve(surface.points.size() * 3);
+    for (const KivVec& p : surface.points) {
+        points.insert(points.end(), {static_cast<float>(p.x), static_cast<float>(p.y), static_cast<float>(p.z)});
+    }
+    glDisableClientState(GL_COLOR_ARRAY);
+    glDisableClientState(GL_NORMAL_ARRAY);
+    glDisableClientState(GL_TEXTURE_COORD_ARRAY);
+    glEnableClientState(GL_VERTEX_ARRAY);
+    glVertexPointer(3, GL_FLOAT, 0, points.data());
+    glDrawElements(GL_TRIANGLES, static_cast<GLsizei>(surface.triangles.size() * 3), GL_UNSIGNED_INT,
+                   surface.triangles.data());
+}
+
+// Reads the parts of the depth buffer that the lines pass over.
+void KivLineDrawing::readDepth() {
+    depth = KivDepthImage(view.width(), view.height());
+    // As far as a fold looks for what it hides, and a pixel for rounding.
+    const double margin = 2.0 + 2.0 * pixel;
+    for (const Job& job : jobs) {
+        const std::size_t count = job.corners.size();
+        for (std::size_t i = 0; i < count; ++i) {
+            const KivClipPoint& a = job.corners[i].clip;
+            const KivClipPoint& b = job.corners[i + 1 < count ? i + 1 : job.closed ? 0 : i].clip;
+            double from = 0.0;
+            double to = 1.0;
+            if (kivClipSegment(a, b, &from, &to)) {
+                const KivClipPoint first = kivMix(a, b, from);
+                const KivClipPoint last = kivMix(a, b, to);
+                if (first.w > 0.0 && last.w > 0.0) {
+                    depth.want(view.window(first), view.window(last), margin);
+                }
+            }
+        }
+    }
+    const KivGlState state;
+    glPixelStorei(GL_PACK_ALIGNMENT, 4);
+    glPixelStorei(GL_PACK_ROW_LENGTH, 0);
+    glPixelStorei(GL_PACK_SKIP_PIXELS, 0);
+    glPixelStorei(GL_PACK_SKIP_ROWS, 0);
+    for (KivDepthImage::Span& span : depth.spans()) {
+        glReadPixels(span.left, span.bottom, span.width, span.height, GL_DEPTH_COMPONENT, GL_FLOAT, span.values.data());
+    }
+}
+
+bool KivLineDrawing::trace() {
+    if (jobs.empty()) {
+        return true;
+    }
+    readDepth();
+    std::vector<KivLinePath> paths;
+    for (std::size_t i = 0; i < jobs.size(); ++i) {
+        if (i % 256 == 0 && kivIsCancelled()) {
+            return false;
+        }
+        const Job& job = jobs[i];
+        if (!(job.width > 0.0)) {
+            continue;
+        }
+        KivLinePen pen = toolOf(*job.page).pen;
+        pen.width[static_cast<int>(job.kind)] = job.width;
+        KivLineTracer tracer(view, depth, pen);
+        if (job.corners.size() == 1) {
+            KivLinePoint dot;
+            if (tracer.sees(job.corners[0].clip, &dot)) {
+                takePoint(job, dot);
+            }
+            continue;
+        }
+        paths.clear();
+        tracer.trace(job.corners, job.closed, job.kind, paths);
+        for (const KivLinePath& path : paths) {
+            takePath(job, path);
+        }
+    }
+    depth = {};
+    return true;
+}
+
+void KivLineDrawing::drawInSpace() const {
+    for (const auto& [style, ends] : segments) {
+        kivSetGlColor(style.first);
+        glLineWidth(static_cast<GLfloat>(std::max(style.second, 0.1)));
+        glBegin(GL_LINES);
+        for (const KivVec& end : ends) {
+            glVertex3d(end.x, end.y, end.z);
+        }
+        glEnd();
+    }
+}
+
+void KivLineDrawing::draw() const {
+    const KivGlState state;
+    glDisable(GL_LIGHTING);
+    glDisable(GL_TEXTURE_1D);
+    glDisable(GL_TEXTURE_2D);
+    glDisable(GL_BLEND);
+    glDisable(GL_CULL_FACE);
+    glDisable(GL_STENCIL_TEST);
+    glDisable(GL_POLYGON_OFFSET_FILL);
+    if (vectorial) {
+        drawInSpace();
+        return;
+    }
+    if (front) {
+        glEnable(GL_DEPTH_TEST);
+        glDepthFunc(GL_ALWAYS);
+        glDepthMask(GL_TRUE);
+    } else {
+        glDisable(GL_DEPTH_TEST);
+    }
+    glMatrixMode(GL_PROJECTION);
+    glPushMatrix();
+    glLoadIdentity();
+    // The near end of the depth range, for lines that have to stay in front.
+    glOrtho(0.0, view.width(), 0.0, view.height(), 0.0, 1.0);
+    glMatrixMode(GL_MODELVIEW);
+    glPushMatrix();
+    glLoadIdentity();
+    glDisableClientState(GL_COLOR_ARRAY);
+    glDisableClientState(GL_NORMAL_ARRAY);
+    glDisableClientState(GL_TEXTURE_COORD_ARRAY);
+    glEnableClientState(GL_VERTEX_ARRAY);
+    drawPaths();
+    glMatrixMode(GL_MODELVIEW);
+    glPopMatrix();
+    glMatrixMode(GL_PROJECTION);
+    glPopMatrix();
+}

@@ -1,0 +1,200 @@
+#include "kivlineshader.h"
+
+#include "kivlinedrawing.h"
+#include "kivrender/scene/kivmesh.h"
+#include "kivrender/scene/kivprogress.h"
+#include "kivrender/scene/kivscene.h"
+#include "kivrender/settings/kivcommonsettings.h"
+#include "kivrender/settings/kivdatamanager.h"
+#include "kivrender/shader/kivshadercommunication.h"
+
+namespace {
+
+constexpr unsigned int pageTemplate = 1;
+
+// The steps of the progress bar that are reserved for a combinable shader, one after the other.
+class Steps {
+public:
+    Steps() : progress(kivCurrentProgress()) {}
+    void begin() {
+        if (progress != nullptr) {
+            progress->beginStep();
+        }
+    }
+    void advance() {
+        if (progress != nullptr) {
+            progress->advance(1, false);
+        }
+    }
+    void end() {
+        if (progress != nullptr) {
+            progress->endStep();
+        }
+    }
+
+private:
+    KivProgress* progress;
+};
+
+} // namespace
+
+KivLineShader::KivLineShader(HINSTANCE pluginModule, const wchar_t* shaderTag,
+                             const KivTablePageSettings& defaultSettings)
+    : KivCombinableShader(pluginModule), tag(shaderTag), defaults(defaultSettings), renderSettings(defaultSettings) {}
+
+KivLineShader::~KivLineShader() = default;
+
+const wchar_t* KivLineShader::getName() const {
+    return tag;
+}
+
+const wchar_t* KivLineShader::getTag() const {
+    return tag;
+}
+
+void KivLineShader::reservedSlot() {}
+
+HBITMAP KivLineShader::getPreviewBitmap() {
+    return nullptr;
+}
+
+void KivLineShader::loadRenderData(KivDataManager* manager, const KivCommonSettings&) {
+    kivLoadSettings(manager, renderSettings);
+}
+
+bool KivLineShader::loadDocData(KivDataManager* manager) {
+    return kivLoadDocument(manager, defaults);
+}
+
+void KivLineShader::createPages(KivPropertiesDlg* dlg, KivPropertiesDlg*) {
+    if (getPage(dlg, 0) != nullptr) {
+        return;
+    }
+    // Pages that no dialog shows any more have no further use.
+    std::erase_if(ownPages, [this](const std::unique_ptr<KivShaderPage>& page) {
+        return getPage(page->getPropertiesDlg(), 0) != page.get();
+    });
+    ownPages.push_back(std::make_unique<KivShaderPage>(pageTemplate, defaults));
+    createPage(ownPages.back().get(), dlg);
+}
+
+unsigned int KivLineShader::getProgressSteps(KivScene* scene, const KivCommonSettings&) {
+    return scene->numMeshes() * 4 + scene->numPolyline() + 4;
+}
+
+bool KivLineShader::saveDefaultData(KivDataManager* manager) {
+    KivTablePageSettings page = defaults;
+    return kivSaveSettings(manager, page);
+}
+
+void KivLineShader::loadObjectSettings(KivDataManager* manager, Kiv3DObject* object) {
+    auto page = std::make_unique<KivTablePageSettings>(defaults);
+    kivLoadSettings(manager, *page);
+    object->addPageSettings(page.release());
+}
+
+void KivLineShader::preparePreview(KivScene* scene, const KivPropertiesDlg* dlg) {
+    loadPreviewSettingsFromPages();
+    KivPageDlg* page = getPage(dlg, 0);
+    scene->addSettingsToAllMeshes(tag, true, page != nullptr ? page->getSettings() : &renderSettings);
+}
+
+int KivLineShader::getNumPages() {
+    return 1;
+}
+
+bool KivLineShader::loadShaderSettings(KivDataManager* manager, std::vector<void*>* settings, bool selected) {
+    auto page = std::make_unique<KivTablePageSettings>(defaults);
+    kivLoadSettings(manager, *page);
+    if (selected) {
+        settings->push_back(page.release());
+    }
+    return true;
+}
+
+bool KivLineShader::rendersMesh(const KivMesh* mesh) {
+    return !mesh->hasObjectSettings() || mesh->rendersThisShader(tag);
+}
+
+const KivTablePageSettings& KivLineShader::settingsOf(const Kiv3DObject& object) const {
+    const KivTablePageSettings* own = kivObjectSettings(object, defaults.getSectionName());
+    return own != nullptr ? *own : renderSettings;
+}
+
+// The scene's own lines and points.
+void KivLineShader::addObjects(KivLineDrawing& drawing, KivScene& scene, bool named) const {
+    for (unsigned int i = 0; i < scene.numLines(); ++i) {
+        const KivLine* line = scene.getLine(i);
+        if (!line->isHidden() && kivIsForShader(*line, tag, named)) {
+            drawing.addLine(*line, settingsOf(*line));
+        }
+    }
+    if (named) {
+        // Points carry no settings of their own.
+        for (unsigned int i = 0; i < scene.numPoints(); ++i) {
+            drawing.addPoint(*scene.getPoint(i), renderSettings);
+        }
+    }
+}
+
+// What no base shader draws would not hide the lines behind it.
+bool KivLineShader::needsDepth(const KivMesh& mesh, const KivCommonSettings& settings,
+                               const KivShaderCommunication& communication, bool preview) const {
+    if (settings.doTransparencies() && !mesh.isOpaque()) {
+        return false;
+    }
+    return preview || !mesh.hasNonCombinable(communication.hasNonCombinable());
+}
+
+void KivLineShader::render(KivBitmapManager* surface, const KivCommonSettings& settings, const KivCamera&,
+                           KivScene* scene, tagSIZE size, KivShaderCommunication& communication, bool named) {
+    Steps steps;
+    const bool preview = KivShaderCommunication::getDefaultCommunication() != &communication;
+    const std::unique_ptr<KivLineDrawing> drawing = startDrawing(settings, *scene, size, communication, preview);
+    // Step 1: the lines of each mesh, and the scene's own.
+    steps.begin();
+    for (unsigned int i = 0; i < scene->numMeshes(); ++i) {
+        const KivMesh* mesh = scene->getMesh(i);
+        if (mesh != nullptr && kivIsForShader(*mesh, tag, named)) {
+            drawing->addMesh(*mesh, settingsOf(*mesh));
+        }
+        steps.advance();
+        if (kivIsCancelled()) {
+            return;
+        }
+    }
+    for (unsigned int i = 0; i < scene->numPolyline(); ++i) {
+        const KivPolyline* polyline = scene->getPolyline(i);
+        if (polyline != nullptr && kivIsForShader(*polyline, tag, named)) {
+            drawing->addPolyline(*polyline, settingsOf(*polyline));
+        }
+        steps.advance();
+    }
+    addObjects(*drawing, *scene, named);
+    steps.advance();
+    steps.end();
+    // Step 2: the depth of what no base shader draws.
+    steps.begin();
+    for (unsigned int i = 0; i < scene->numMeshes() && !drawing->isEmpty(); ++i) {
+        const KivMesh* mesh = scene->getMesh(i);
+        if (mesh != nullptr && needsDepth(*mesh, settings, communication, preview)) {
+            drawing->layDepth(*mesh);
+        }
+        steps.advance();
+        if (kivIsCancelled()) {
+            return;
+        }
+    }
+    steps.end();
+    // Step 3: which of the lines are seen.
+    steps.begin();
+    if (!drawing->trace()) {
+        return;
+    }
+    steps.end();
+    // Step 4: the strokes.
+    steps.begin();
+    drawing->draw();
+    flushAndShow(surface, settings.doVectorial());
+    steps.end();
+}

@@ -1,0 +1,77 @@
+// A combinable shader that draws lines, but for the lines themselves: its dealings with settings, pages and the
+// progress bar, which objects are its own, and the order of the steps.
+//
+// Lines are found per mesh (kivfeatureedges.h), joined to long chains (kivfeaturechains.h) and tested along their
+// middle against the depth buffer that the base shader left (kivlinetracer.h). The depth buffer holds the surfaces
+// pushed back by the channel's polygon offset, so that a line on a surface passes and a line behind it does not. Where
+// no base shader lays the depth of a mesh, this shader does, so that lines alone make a drawing with hidden lines
+// removed.
+//
+// In a render the depth buffer is only read. In a preview, which draws the lines before the surfaces, the lines are
+// drawn at the very front and kept there by the depth test.
+//
+// With the vector flag the lines go out as OpenGL lines in space, hidden ones included: the vector page sorts them
+// behind the surfaces.
+#ifndef SHADERS_COMMON_KIVLINESHADER_H
+#define SHADERS_COMMON_KIVLINESHADER_H
+
+#include "kivrender/shader/kivcombinableshader.h"
+#include "kivshaderpage.h"
+
+#include <memory>
+#include <vector>
+
+class KivLineDrawing;
+
+class KivLineShader : public KivCombinableShader {
+public:
+    KivLineShader(const KivLineShader&) = delete;
+    KivLineShader& operator=(const KivLineShader&) = delete;
+    ~KivLineShader() override;
+
+    void render(KivBitmapManager* surface, const KivCommonSettings& settings, const KivCamera& camera, KivScene* scene,
+                tagSIZE size, KivShaderCommunication& communication, bool named) override;
+    void loadRenderData(KivDataManager* manager, const KivCommonSettings& settings) override;
+    // The tag.
+    const wchar_t* getName() const override;
+    void reservedSlot() override;
+    HBITMAP getPreviewBitmap() override;
+    const wchar_t* getTag() const override;
+    bool loadDocData(KivDataManager* manager) override;
+    void createPages(KivPropertiesDlg* dlg, KivPropertiesDlg* parent) override;
+    // What the bar reserves for a combinable shader: four for each mesh, one for each polyline, and four.
+    unsigned int getProgressSteps(KivScene* scene, const KivCommonSettings& settings) override;
+    bool saveDefaultData(KivDataManager* manager) override;
+    void loadObjectSettings(KivDataManager* manager, Kiv3DObject* object) override;
+    void preparePreview(KivScene* scene, const KivPropertiesDlg* dlg) override;
+    int getNumPages() override;
+    // The pointers are KivTablePageSettings that the host deletes.
+    bool loadShaderSettings(KivDataManager* manager, std::vector<void*>* settings, bool selected) override;
+
+    // True for a mesh that has no settings of its own and for one that names this shader.
+    bool rendersMesh(const KivMesh* mesh) override;
+
+protected:
+    // The tag outlives the shader.
+    KivLineShader(HINSTANCE pluginModule, const wchar_t* shaderTag, const KivTablePageSettings& defaultSettings);
+
+    // The drawing of one picture; see KivLineDrawing's constructor.
+    virtual std::unique_ptr<KivLineDrawing> startDrawing(const KivCommonSettings& settings, KivScene& scene,
+                                                         tagSIZE size, KivShaderCommunication& communication,
+                                                         bool atFront) = 0;
+
+private:
+    friend struct KivTestAccess;
+
+    const KivTablePageSettings& settingsOf(const Kiv3DObject& object) const;
+    void addObjects(KivLineDrawing& drawing, KivScene& scene, bool named) const;
+    bool needsDepth(const KivMesh& mesh, const KivCommonSettings& settings, const KivShaderCommunication& communication,
+                    bool preview) const;
+
+    const wchar_t* tag;
+    KivTablePageSettings defaults;
+    KivTablePageSettings renderSettings; // of the render that runs
+    std::vector<std::unique_ptr<KivShaderPage>> ownPages;
+};
+
+#endif

@@ -1,0 +1,73 @@
+#include "kivdepthimage.h"
+
+#include "../shapes.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+namespace {
+
+// A depth image of 200 by 200 pixels, all of it held, with the value of each pixel by its column.
+template <class Value> KivDepthImage depthOf(Value value) {
+    KivDepthImage depth(200, 200);
+    depth.want({0.0, 0.0, 0.0}, {200.0, 200.0, 0.0}, 200.0);
+    for (KivDepthImage::Span& span : depth.spans()) {
+        for (int y = 0; y < span.height; ++y) {
+            for (int x = 0; x < span.width; ++x) {
+                span.values[static_cast<std::size_t>(y) * span.width + x] = value(span.left + x, span.bottom + y);
+            }
+        }
+    }
+    return depth;
+}
+
+} // namespace
+
+TEST(KivDepthImage, HoldsWhatWasAskedForAndIsFarElsewhere) {
+    std::mt19937 words(21);
+    for (int run = 0; run < 60; ++run) {
+        const int width = 1 + static_cast<int>(words() % 700);
+        const int height = 1 + static_cast<int>(words() % 500);
+        const auto value = [](int x, int y) { return static_cast<float>(x * 1000 + y) / 1e6F; };
+        KivDepthImage depth(width, height);
+        const auto random = [&words](int size) { return (signedUnit(words) * 0.8 + 0.5) * size; };
+        const KivWindowPoint a{random(width), random(height), 0.0};
+        const KivWindowPoint b{random(width), random(height), 0.0};
+        depth.want(a, b, 10.0);
+        for (KivDepthImage::Span& span : depth.spans()) {
+            ASSERT_LE(span.left + span.width, width);
+            ASSERT_LE(span.bottom + span.height, height);
+            ASSERT_EQ(span.values.size(), static_cast<std::size_t>(span.width) * span.height);
+            for (int y = 0; y < span.height; ++y) {
+                for (int x = 0; x < span.width; ++x) {
+                    span.values[static_cast<std::size_t>(y) * span.width + x] = value(span.left + x, span.bottom + y);
+                }
+            }
+        }
+        for (int i = 0; i <= 100; ++i) {
+            const int x = static_cast<int>(std::floor(a.x + (b.x - a.x) * i / 100 + signedUnit(words) * 7));
+            const int y = static_cast<int>(std::floor(a.y + (b.y - a.y) * i / 100 + signedUnit(words) * 7));
+            const bool inside = x >= 0 && y >= 0 && x < width && y < height;
+            EXPECT_EQ(depth.at(x, y), inside ? value(x, y) : 1.0F);
+        }
+    }
+}
+
+TEST(KivDepthImage, ReadsFarLessThanAllForALine) {
+    KivDepthImage depth(4000, 3000);
+    depth.want({10.0, 10.0, 0.0}, {3990.0, 2990.0, 0.0}, 10.0);
+    std::size_t held = 0;
+    for (const KivDepthImage::Span& span : depth.spans()) {
+        held += span.values.size();
+    }
+    EXPECT_LT(held, 4000U * 3000U / 15U);
+}
+
+TEST(KivDepthImage, TakesTheFarthestOfTheNeighbours) {
+    const KivDepthImage depth = depthOf([](int x, int y) { return x == 51 && y == 49 ? 0.7F : 0.2F; });
+    EXPECT_EQ(depth.farthest(50, 50), 0.7F);
+    EXPECT_EQ(depth.farthest(52, 50), 0.7F);
+    EXPECT_EQ(depth.farthest(53, 50), 0.2F);
+    EXPECT_EQ(depth.farthest(0, 50), 1.0F); // outside the picture there is nothing
+}

@@ -27,15 +27,12 @@
 #include "kivcartoonsettings.h"
 #include "kivrender/scene/kiv3dpoint.h"
 #include "kivrender/scene/kiv3dvector.h"
-#include "kivrender/shader/kivnoncombinableshader.h"
-#include "kivshaderpage.h"
+#include "kivtableshader.h"
 
 #include <map>
 #include <memory>
-#include <string>
-#include <vector>
 
-class KivCartoonShader : public KivNonCombinableShader {
+class KivCartoonShader : public KivTableShader<KivNonCombinableShader> {
 public:
     explicit KivCartoonShader(HINSTANCE pluginModule);
     KivCartoonShader(const KivCartoonShader&) = delete;
@@ -44,25 +41,13 @@ public:
 
     void render(KivBitmapManager* surface, const KivCommonSettings& settings, const KivCamera& camera, KivScene* scene,
                 tagSIZE size, KivShaderCommunication& communication, bool named) override;
-    void loadRenderData(KivDataManager* manager, const KivCommonSettings& settings) override;
-    const wchar_t* getName() const override;
-    void reservedSlot() override;
-    HBITMAP getPreviewBitmap() override;
-    const wchar_t* getTag() const override;
-    bool loadDocData(KivDataManager* manager) override;
-    void createPages(KivPropertiesDlg* dlg, KivPropertiesDlg* parent) override;
     // Three units for each mesh that it draws.
     unsigned int getProgressSteps(KivScene* scene, const KivCommonSettings& settings) override;
-    bool saveDefaultData(KivDataManager* manager) override;
-    void loadObjectSettings(KivDataManager* manager, Kiv3DObject* object) override;
-    void preparePreview(KivScene* scene, const KivPropertiesDlg* dlg) override;
-    int getNumPages() override;
-    // The pointers are KivTablePageSettings that the host deletes.
-    bool loadShaderSettings(KivDataManager* manager, std::vector<void*>* settings, bool selected) override;
 
     void prepareObjectRendering(const KivCommonSettings& settings, KivScene* scene) override;
     void renderMeshDepth(const KivMesh* mesh, const KivCommonSettings& settings, KivScene* scene, KivShadows& shadows,
                          const KivCamera& camera, bool vectorial) override;
+    using KivTableShader::reservedSlot;
     void reservedSlot(const KivMesh* mesh) override;
     void renderMeshPass(const KivMesh* mesh, const KivLight* light, int lightIndex, int numLights,
                         const KivCommonSettings& settings, KivScene* scene, int pass, const KivCamera& camera,
@@ -94,9 +79,6 @@ private:
     const KivCartoonBatch& batchOf(const KivMesh& mesh, const KivCartoonLook& look, const KivCommonSettings& settings,
                                    const KivScene& scene);
 
-    mutable std::wstring name;
-    KivTablePageSettings renderSettings; // of the render that runs
-    std::vector<std::unique_ptr<KivShaderPage>> ownPages;
     // What the passes of one mesh share. Filled anew by the depth pass, so that nothing of an earlier scene is drawn.
     std::map<const KivMesh*, KivCartoonBatch> batches;
     KivCartoonBatch scratch;

@@ -144,8 +144,7 @@ private:
 };
 
 KivCartoonLook KivCartoonShader::lookOf(const Kiv3DObject& object) const {
-    const KivTablePageSettings* own = kivObjectSettings(object, kivCartoonSection);
-    return kivCartoonLook(own != nullptr ? *own : renderSettings);
+    return kivCartoonLook(settingsOf(object));
 }
 
 KivCartoonColors KivCartoonShader::colorsOf(const KivMesh& mesh, const KivCartoonLook& look,

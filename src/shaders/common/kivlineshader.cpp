@@ -5,12 +5,9 @@
 #include "kivrender/scene/kivprogress.h"
 #include "kivrender/scene/kivscene.h"
 #include "kivrender/settings/kivcommonsettings.h"
-#include "kivrender/settings/kivdatamanager.h"
 #include "kivrender/shader/kivshadercommunication.h"
 
 namespace {
-
-constexpr unsigned int pageTemplate = 1;
 
 // The steps of the progress bar that are reserved for a combinable shader, one after the other.
 class Steps {
@@ -38,101 +35,28 @@ private:
 
 } // namespace
 
-KivLineShader::KivLineShader(HINSTANCE pluginModule, const wchar_t* shaderTag,
-                             const KivTablePageSettings& defaultSettings)
-    : KivCombinableShader(pluginModule), tag(shaderTag), defaults(defaultSettings), renderSettings(defaultSettings) {}
-
 KivLineShader::~KivLineShader() = default;
-
-const wchar_t* KivLineShader::getName() const {
-    return tag;
-}
-
-const wchar_t* KivLineShader::getTag() const {
-    return tag;
-}
-
-void KivLineShader::reservedSlot() {}
-
-HBITMAP KivLineShader::getPreviewBitmap() {
-    return nullptr;
-}
-
-void KivLineShader::loadRenderData(KivDataManager* manager, const KivCommonSettings&) {
-    kivLoadSettings(manager, renderSettings);
-}
-
-bool KivLineShader::loadDocData(KivDataManager* manager) {
-    return kivLoadDocument(manager, defaults);
-}
-
-void KivLineShader::createPages(KivPropertiesDlg* dlg, KivPropertiesDlg*) {
-    if (getPage(dlg, 0) != nullptr) {
-        return;
-    }
-    // Pages that no dialog shows any more have no further use.
-    std::erase_if(ownPages, [this](const std::unique_ptr<KivShaderPage>& page) {
-        return getPage(page->getPropertiesDlg(), 0) != page.get();
-    });
-    ownPages.push_back(std::make_unique<KivShaderPage>(pageTemplate, defaults));
-    createPage(ownPages.back().get(), dlg);
-}
 
 unsigned int KivLineShader::getProgressSteps(KivScene* scene, const KivCommonSettings&) {
     return scene->numMeshes() * 4 + scene->numPolyline() + 4;
 }
 
-bool KivLineShader::saveDefaultData(KivDataManager* manager) {
-    KivTablePageSettings page = defaults;
-    return kivSaveSettings(manager, page);
-}
-
-void KivLineShader::loadObjectSettings(KivDataManager* manager, Kiv3DObject* object) {
-    auto page = std::make_unique<KivTablePageSettings>(defaults);
-    kivLoadSettings(manager, *page);
-    object->addPageSettings(page.release());
-}
-
-void KivLineShader::preparePreview(KivScene* scene, const KivPropertiesDlg* dlg) {
-    loadPreviewSettingsFromPages();
-    KivPageDlg* page = getPage(dlg, 0);
-    scene->addSettingsToAllMeshes(tag, true, page != nullptr ? page->getSettings() : &renderSettings);
-}
-
-int KivLineShader::getNumPages() {
-    return 1;
-}
-
-bool KivLineShader::loadShaderSettings(KivDataManager* manager, std::vector<void*>* settings, bool selected) {
-    auto page = std::make_unique<KivTablePageSettings>(defaults);
-    kivLoadSettings(manager, *page);
-    if (selected) {
-        settings->push_back(page.release());
-    }
-    return true;
-}
-
 bool KivLineShader::rendersMesh(const KivMesh* mesh) {
-    return !mesh->hasObjectSettings() || mesh->rendersThisShader(tag);
-}
-
-const KivTablePageSettings& KivLineShader::settingsOf(const Kiv3DObject& object) const {
-    const KivTablePageSettings* own = kivObjectSettings(object, defaults.getSectionName());
-    return own != nullptr ? *own : renderSettings;
+    return !mesh->hasObjectSettings() || mesh->rendersThisShader(getTag());
 }
 
 // The scene's own lines and points.
 void KivLineShader::addObjects(KivLineDrawing& drawing, KivScene& scene, bool named) const {
     for (unsigned int i = 0; i < scene.numLines(); ++i) {
         const KivLine* line = scene.getLine(i);
-        if (!line->isHidden() && kivIsForShader(*line, tag, named)) {
+        if (!line->isHidden() && kivIsForShader(*line, getTag(), named)) {
             drawing.addLine(*line, settingsOf(*line));
         }
     }
     if (named) {
         // Points carry no settings of their own.
         for (unsigned int i = 0; i < scene.numPoints(); ++i) {
-            drawing.addPoint(*scene.getPoint(i), renderSettings);
+            drawing.addPoint(*scene.getPoint(i), sceneSettings());
         }
     }
 }
@@ -155,7 +79,7 @@ void KivLineShader::render(KivBitmapManager* surface, const KivCommonSettings& s
     steps.begin();
     for (unsigned int i = 0; i < scene->numMeshes(); ++i) {
         const KivMesh* mesh = scene->getMesh(i);
-        if (mesh != nullptr && kivIsForShader(*mesh, tag, named)) {
+        if (mesh != nullptr && kivIsForShader(*mesh, getTag(), named)) {
             drawing->addMesh(*mesh, settingsOf(*mesh));
         }
         steps.advance();
@@ -165,7 +89,7 @@ void KivLineShader::render(KivBitmapManager* surface, const KivCommonSettings& s
     }
     for (unsigned int i = 0; i < scene->numPolyline(); ++i) {
         const KivPolyline* polyline = scene->getPolyline(i);
-        if (polyline != nullptr && kivIsForShader(*polyline, tag, named)) {
+        if (polyline != nullptr && kivIsForShader(*polyline, getTag(), named)) {
             drawing->addPolyline(*polyline, settingsOf(*polyline));
         }
         steps.advance();

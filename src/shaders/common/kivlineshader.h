@@ -15,15 +15,13 @@
 #ifndef SHADERS_COMMON_KIVLINESHADER_H
 #define SHADERS_COMMON_KIVLINESHADER_H
 
-#include "kivrender/shader/kivcombinableshader.h"
-#include "kivshaderpage.h"
+#include "kivtableshader.h"
 
 #include <memory>
-#include <vector>
 
 class KivLineDrawing;
 
-class KivLineShader : public KivCombinableShader {
+class KivLineShader : public KivTableShader<KivCombinableShader> {
 public:
     KivLineShader(const KivLineShader&) = delete;
     KivLineShader& operator=(const KivLineShader&) = delete;
@@ -31,29 +29,14 @@ public:
 
     void render(KivBitmapManager* surface, const KivCommonSettings& settings, const KivCamera& camera, KivScene* scene,
                 tagSIZE size, KivShaderCommunication& communication, bool named) override;
-    void loadRenderData(KivDataManager* manager, const KivCommonSettings& settings) override;
-    // The tag.
-    const wchar_t* getName() const override;
-    void reservedSlot() override;
-    HBITMAP getPreviewBitmap() override;
-    const wchar_t* getTag() const override;
-    bool loadDocData(KivDataManager* manager) override;
-    void createPages(KivPropertiesDlg* dlg, KivPropertiesDlg* parent) override;
     // What the bar reserves for a combinable shader: four for each mesh, one for each polyline, and four.
     unsigned int getProgressSteps(KivScene* scene, const KivCommonSettings& settings) override;
-    bool saveDefaultData(KivDataManager* manager) override;
-    void loadObjectSettings(KivDataManager* manager, Kiv3DObject* object) override;
-    void preparePreview(KivScene* scene, const KivPropertiesDlg* dlg) override;
-    int getNumPages() override;
-    // The pointers are KivTablePageSettings that the host deletes.
-    bool loadShaderSettings(KivDataManager* manager, std::vector<void*>* settings, bool selected) override;
 
     // True for a mesh that has no settings of its own and for one that names this shader.
     bool rendersMesh(const KivMesh* mesh) override;
 
 protected:
-    // The tag outlives the shader.
-    KivLineShader(HINSTANCE pluginModule, const wchar_t* shaderTag, const KivTablePageSettings& defaultSettings);
+    using KivTableShader::KivTableShader;
 
     // The drawing of one picture; see KivLineDrawing's constructor.
     virtual std::unique_ptr<KivLineDrawing> startDrawing(const KivCommonSettings& settings, KivScene& scene,
@@ -63,15 +46,9 @@ protected:
 private:
     friend struct KivTestAccess;
 
-    const KivTablePageSettings& settingsOf(const Kiv3DObject& object) const;
     void addObjects(KivLineDrawing& drawing, KivScene& scene, bool named) const;
     bool needsDepth(const KivMesh& mesh, const KivCommonSettings& settings, const KivShaderCommunication& communication,
                     bool preview) const;
-
-    const wchar_t* tag;
-    KivTablePageSettings defaults;
-    KivTablePageSettings renderSettings; // of the render that runs
-    std::vector<std::unique_ptr<KivShaderPage>> ownPages;
 };
 
 #endif

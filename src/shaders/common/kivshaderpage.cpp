@@ -1,5 +1,6 @@
 #include "kivshaderpage.h"
 
+#include "kivrender/host/kivlanguage.h"
 #include "kivrender/platform/kivtypes.h"
 #include "kivrender/scene/kiv3dobject.h"
 #include "kivrender/settings/kivdatamanager.h"
@@ -14,6 +15,17 @@ KivShaderPage::KivShaderPage(unsigned int pageTemplate, const KivTablePageSettin
 void KivShaderPage::saveControls() {}
 
 void KivShaderPage::loadControls() {}
+
+KivTablePageSettings kivDefaultSettings(const wchar_t* section, KivTableFunction table) {
+    const KivSettingInfo* infos = nullptr;
+    const int count = table(&infos);
+    return KivTablePageSettings(section, infos, count);
+}
+
+std::wstring kivShaderName(unsigned int text, const wchar_t* tag) {
+    std::wstring name = text != 0 ? kivText(text) : std::wstring();
+    return name.empty() ? tag : name;
+}
 
 void kivLoadSettings(KivDataManager* manager, KivTablePageSettings& settings) {
     settings.setDefaults();

@@ -6,8 +6,7 @@
 #include "kivrender/dialogs/kivpagedlg.h"
 #include "kivrender/settings/kivsettingstable.h"
 
-#include <memory>
-#include <vector>
+#include <string>
 
 class Kiv3DObject;
 class KivDataManager;
@@ -28,6 +27,15 @@ public:
 private:
     KivTablePageSettings owned;
 };
+
+// Stores a plug-in's table and gives the number of its settings.
+using KivTableFunction = int (*)(const KivSettingInfo** table);
+
+// The settings of a table at their defaults, for the page of that name.
+KivTablePageSettings kivDefaultSettings(const wchar_t* section, KivTableFunction table);
+
+// A text of the language module, or the tag while there is none or for a number of 0.
+std::wstring kivShaderName(unsigned int text, const wchar_t* tag);
 
 // Reads a page's settings from a stream that stands at the page's section. What the stream does not give is at its
 // default.

@@ -4,18 +4,8 @@
 #include "kivoutlinesettings.h"
 #include "kivrender/platform/kivmodule.h"
 
-namespace {
-
-KivTablePageSettings defaultSettings() {
-    const KivSettingInfo* table = nullptr;
-    const int count = kivOutlineTable(&table);
-    return KivTablePageSettings(kivOutlineSection, table, count);
-}
-
-} // namespace
-
 KivOutlineShader::KivOutlineShader(HINSTANCE pluginModule)
-    : KivLineShader(pluginModule, L"Outline", defaultSettings()) {}
+    : KivLineShader(pluginModule, L"Outline", kivDefaultSettings(kivOutlineSection, kivOutlineTable)) {}
 
 std::unique_ptr<KivLineDrawing> KivOutlineShader::startDrawing(const KivCommonSettings& settings, KivScene&,
                                                                tagSIZE size, KivShaderCommunication& communication,

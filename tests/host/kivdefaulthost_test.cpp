@@ -1,5 +1,6 @@
 #include "kivrender/host/kivdefaulthost.h"
 
+#include "kivrender/platform/kivmodule.h"
 #include "kivrender/platform/kivtext.h"
 #include "support/temphome.h"
 
@@ -61,7 +62,8 @@ TEST_F(KivDefaultHostTest, StyleFolders) {
     EXPECT_TRUE(host.getStyleFolder(KivHostApplicationServices::dataFolder, text));
     EXPECT_EQ(text, home.wide("data/Tolvar/Morvane 2.0/Styles"));
     EXPECT_TRUE(std::filesystem::is_directory(kivToUtf8(text))); // made with the host
-    EXPECT_FALSE(host.getStyleFolder(KivHostApplicationServices::sharedFolder, text));
+    EXPECT_TRUE(host.getStyleFolder(KivHostApplicationServices::sharedFolder, text));
+    EXPECT_EQ(text, kivLibraryFolder() + L"/styles");
     host.saveRegistryString(true, L"Styles", L"/shared");
     EXPECT_TRUE(host.getStyleFolder(KivHostApplicationServices::sharedFolder, text));
     EXPECT_STREQ(text, L"/shared");

@@ -58,6 +58,19 @@ void KivDefaultHost::hostRegistrySlot20() {}
 
 void KivDefaultHost::hostRegistrySlot21() {}
 
+bool KivDefaultHost::getStyleFolder(Folder folder, wchar_t* out) {
+    if (KivHostApplicationServices::getStyleFolder(folder, out)) {
+        return true;
+    }
+    if (folder != sharedFolder) {
+        return false;
+    }
+    wchar_t place[kivMaxPath] = {};
+    getMorvaneFolder(place);
+    kivCopyText(out, kivMaxPath, place + std::wstring(L"/styles"));
+    return place[0] != L'\0';
+}
+
 void KivDefaultHost::getUserDataFolder(wchar_t* out) {
     const std::wstring root = kivDataFolder();
     kivCopyText(out, kivMaxPath, root.empty() ? root : root + L"/Tolvar/Morvane 2.0");

@@ -23,6 +23,9 @@ public:
     void hostRegistrySlot19() override;
     void hostRegistrySlot20() override;
     void hostRegistrySlot21() override;
+    // The shared folder is "styles" beside the library, where the styles that come with it are, unless the machine's
+    // preferences name another.
+    bool getStyleFolder(Folder folder, wchar_t* out) override;
     void getUserDataFolder(wchar_t* out) override;
 };
 

@@ -3,9 +3,12 @@
 #include "kivrender/platform/kivreplacefile.h"
 #include "kivrender/platform/kivtext.h"
 
+#include <algorithm>
 #include <cstdlib>
+#include <dirent.h>
 #include <string_view>
 #include <sys/stat.h>
+#include <utility>
 
 namespace {
 
@@ -118,6 +121,32 @@ bool kivMakeFolders(const std::wstring& path) {
     }
     mkdir(whole.c_str(), 0777);
     return isFolder(whole);
+}
+
+std::vector<std::wstring> kivListFiles(const std::wstring& folder, std::wstring_view ending) {
+    std::vector<std::wstring> names;
+    const std::string path = kivToUtf8(folder);
+    DIR* const listing = opendir(path.c_str());
+    if (listing == nullptr) {
+        return names;
+    }
+    while (const dirent* entry = readdir(listing)) {
+        std::wstring name = kivFromUtf8(entry->d_name);
+        if (name.size() < ending.size() ||
+            !kivEqualNoCase(std::wstring_view(name).substr(name.size() - ending.size()), ending)) {
+            continue;
+        }
+        struct stat info {};
+        if (fstatat(dirfd(listing), entry->d_name, &info, 0) == 0 && S_ISREG(info.st_mode)) {
+            names.push_back(std::move(name));
+        }
+    }
+    closedir(listing);
+    std::sort(names.begin(), names.end(), [](const std::wstring& a, const std::wstring& b) {
+        const int order = kivCompareNoCase(a.c_str(), b.c_str());
+        return order != 0 ? order < 0 : a < b;
+    });
+    return names;
 }
 
 std::FILE* kivOpenFile(const std::wstring& path, const char* mode) {

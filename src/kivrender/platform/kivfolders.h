@@ -7,6 +7,8 @@
 
 #include <cstdio>
 #include <string>
+#include <string_view>
+#include <vector>
 
 // $XDG_DATA_HOME, or ~/.local/share.
 KIV_API std::wstring kivDataFolder();
@@ -19,6 +21,10 @@ KIV_API std::wstring kivDocumentsFolder();
 
 // Makes a folder and what is missing above it. True if it is there afterwards.
 KIV_API bool kivMakeFolders(const std::wstring& path);
+
+// The names, without the folder, of the regular files in a folder (links followed) that end like that, such as ".kiv",
+// case ignored; in name order without regard to case and then by exact name. Empty for a folder that can't be read.
+KIV_API std::vector<std::wstring> kivListFiles(const std::wstring& folder, std::wstring_view ending);
 
 // fopen with a wide path.
 KIV_API std::FILE* kivOpenFile(const std::wstring& path, const char* mode);

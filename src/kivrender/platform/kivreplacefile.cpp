@@ -160,3 +160,32 @@ bool kivReplaceFile(const std::wstring& path, std::size_t maxSize, const std::fu
     }
     return true;
 }
+
+bool kivCreateFile(const std::wstring& path, const std::string& bytes) {
+    const std::string name = kivToUtf8(path);
+    KivDescriptor file(open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
+    if (file.get() < 0) {
+        return false;
+    }
+    const bool written = writeAll(file.get(), bytes);
+    if (!file.closeNow() || !written) {
+        unlink(name.c_str());
+        return false;
+    }
+    return true;
+}
+
+bool kivHasRoom(const std::wstring& folder, std::size_t bytes) {
+    std::string name;
+    const KivDescriptor file(createBeside(kivToUtf8(folder) + "/.room", name));
+    if (file.get() < 0) {
+        return false;
+    }
+    unlink(name.c_str()); // the space is given back when the file is closed
+    return posix_fallocate(file.get(), 0, static_cast<off_t>(bytes)) == 0;
+}
+
+bool kivFileExists(const std::wstring& path) {
+    struct stat info {};
+    return lstat(kivToUtf8(path).c_str(), &info) == 0;
+}

@@ -18,4 +18,13 @@ KIV_API std::optional<std::string> kivReadFile(const std::wstring& path, std::si
 KIV_API bool kivReplaceFile(const std::wstring& path, std::size_t maxSize,
                             const std::function<bool(std::string&)>& edit);
 
+// Makes a file with these bytes; false, with nothing changed, if the name is taken, and on failure.
+KIV_API bool kivCreateFile(const std::wstring& path, const std::string& bytes);
+
+// Whether so many bytes could be written into the folder now.
+KIV_API bool kivHasRoom(const std::wstring& folder, std::size_t bytes);
+
+// Whether anything has that name, a link that leads nowhere included.
+KIV_API bool kivFileExists(const std::wstring& path);
+
 #endif

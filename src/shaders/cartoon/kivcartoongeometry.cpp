@@ -65,7 +65,7 @@ public:
             std::vector<std::uint32_t>& indices = outer ? batch.front : batch.back;
             if (detail.flat) {
                 addFlat(triangle, t, outer, indices);
-            } else if ((divides && isLarge(triangle)) || (hasEdges && isCrossed(triangle))) {
+            } else if ((divides && (detail.inAreas || isLarge(triangle))) || (hasEdges && isCrossed(triangle))) {
                 divide(triangle, outer, indices);
             } else {
                 for (const std::uint32_t p : triangle) {
@@ -209,6 +209,8 @@ private:
     Corner middleOf(const Corner& a, const Corner& b) {
         Corner middle = between(a, b, 0.5);
         middle.point = (a.point + b.point) * 0.5;
+        const KivVec normal = kivUnit(a.normal + b.normal);
+        middle.normal = kivDot(normal, normal) > 0.0 ? normal : middle.normal;
         middle.clip = view.clip(middle.point);
         if (lights.numEdges() == 0) {
             middle.vertex = litVertex(middle.point, middle.normal);
@@ -217,7 +219,28 @@ private:
     }
 
     bool isLong(const Corner& a, const Corner& b) const {
-        return isLong(a.clip, a.normal, b.clip, b.normal);
+        if (!detail.inAreas || a.vertex == none || b.vertex == none) {
+            return isLong(a.clip, a.normal, b.clip, b.normal);
+        }
+        const double length = pixelLength(a.clip, b.clip, view);
+        if (length <= detail.longestAtEdges) {
+            return false;
+        }
+        // A value between the ends leaves the straight line by about so much where the normal turns.
+        const double bend = 1.0 - std::sqrt(std::max(0.0, (1.0 + kivDot(a.normal, b.normal)) * 0.5));
+        const KivCartoonVertex& from = batch.vertices[a.vertex];
+        const KivCartoonVertex& to = batch.vertices[b.vertex];
+        return (length > detail.longestSide && (!uniform || detail.shine)) ||
+               isNear(detail.lightEdges, from.light, to.light, 2.0 * bend) ||
+               (detail.shine && isNear(detail.shineEdges, from.shine, to.shine, 4.0 * bend));
+    }
+
+    // Whether any edge lies between two values or within the slack of them.
+    static bool isNear(const std::vector<float>& edges, float a, float b, double slack) {
+        const double low = std::min(a, b) - slack;
+        const double high = std::max(a, b) + slack;
+        const auto first = std::lower_bound(edges.begin(), edges.end(), low);
+        return first != edges.end() && *first <= high;
     }
 
     void split(const Corner& a, const Corner& b, const Corner& c, int depth, std::vector<std::uint32_t>& indices) {

@@ -62,6 +62,13 @@ struct KivCartoonDetail {
     // Where a surface that shines turns by more than a few degrees along a side, the side is at most so long: a
     // highlight is small and would come out ragged.
     double longestTurn = 8.0;
+    // For a drawing in flat areas: the coordinates of light and of shine at which a colour ends, ascending. Sides that
+    // come near one are at most longestAtEdges long, others are as with longestSide, or whole where parallel light
+    // alone falls on them: what is of one colour needs no pieces.
+    bool inAreas = false;
+    std::vector<float> lightEdges;
+    std::vector<float> shineEdges;
+    double longestAtEdges = 10.0;
     int rampEntries = 1024;      // of the tables that light and shine are looked up in
     std::size_t most = 12000000; // vertices; nothing is divided beyond
 };

@@ -1,6 +1,8 @@
 #define GL_GLEXT_PROTOTYPES
 #include "kivcartoonpainter.h"
 
+#include "kivcartoonareas.h"
+
 #include <GL/gl.h>
 #include <GL/glext.h>
 
@@ -68,29 +70,41 @@ double kivShineOfCosine(double cosine) {
     return std::clamp((cosine - widestShine) / (1.0 - widestShine), 0.0, 1.0);
 }
 
+KivRampEntry kivCartoonEntry(const KivCartoonColors& colors, KivCartoonLayer layer, int parts, double level) {
+    return entryOf(toneOf(colors, layer, parts, level), colors.alpha);
+}
+
+double kivHighlightReach(const KivCartoonColors& colors) {
+    return std::clamp(colors.bands.softness, 0.0, 1.0) * 0.5 * colors.highlightSize;
+}
+
+KivRampEntry kivHighlightEntry(const KivCartoonColors& colors, double angle) {
+    const double radius = colors.highlightSize;
+    const double reach = kivHighlightReach(colors);
+    double strength = angle <= radius ? 1.0 : 0.0;
+    if (reach > 0.0) {
+        const double t = std::clamp((radius + reach - angle) / (2.0 * reach), 0.0, 1.0);
+        strength = t * t * (3.0 - 2.0 * t);
+    }
+    return entryOf(colors.highlightColor, strength * colors.highlightStrength);
+}
+
 std::vector<KivRampEntry> kivCartoonRamp(const KivCartoonColors& colors, KivCartoonLayer layer, int parts) {
     std::vector<KivRampEntry> ramp(kivRampEntries);
     for (int i = 0; i < kivRampEntries; ++i) {
         const double level = colors.bands.level(static_cast<double>(i) / (kivRampEntries - 1));
-        ramp[i] = entryOf(toneOf(colors, layer, parts, level), colors.alpha);
+        ramp[i] = kivCartoonEntry(colors, layer, parts, level);
     }
     return ramp;
 }
 
 std::vector<KivRampEntry> kivHighlightRamp(const KivCartoonColors& colors) {
     std::vector<KivRampEntry> ramp(kivRampEntries);
-    const double radius = colors.highlightSize;
-    const double reach = std::clamp(colors.bands.softness, 0.0, 1.0) * 0.5 * radius;
     for (int i = 0; i < kivRampEntries; ++i) {
         const double cosine = widestShine + (1.0 - widestShine) * i / (kivRampEntries - 1);
         const double angle = std::acos(std::min(cosine, 1.0)) * 180.0 / std::numbers::pi;
-        double strength = angle <= radius ? 1.0 : 0.0;
-        if (reach > 0.0) {
-            const double t = std::clamp((radius + reach - angle) / (2.0 * reach), 0.0, 1.0);
-            strength = t * t * (3.0 - 2.0 * t);
-        }
         // Nothing below the first entry: there the angle is not known.
-        ramp[i] = entryOf(colors.highlightColor, i == 0 ? 0.0 : strength * colors.highlightStrength);
+        ramp[i] = kivHighlightEntry(colors, i == 0 ? 180.0 : angle);
     }
     return ramp;
 }
@@ -189,14 +203,12 @@ void KivCartoonPainter::drawTextured(const KivCartoonBatch& batch, const KivCart
 
 void KivCartoonPainter::drawColored(const KivCartoonBatch& batch, const KivCartoonColors& colors, KivCartoonLayer layer,
                                     int parts) {
-    KivCartoonColors sharp = colors;
-    sharp.bands.softness = 0.0;
     const bool alone = layer == KivCartoonLayer::highlight;
-    ramp = alone ? kivHighlightRamp(sharp) : kivCartoonRamp(sharp, layer, parts);
-    const auto entry = [this](float coordinate) {
-        const int i = static_cast<int>(coordinate * kivRampEntries);
-        return ramp[static_cast<std::size_t>(std::clamp(i, 0, kivRampEntries - 1))];
-    };
+    const bool shines = colors.highlightStrength > 0.0 && layer == KivCartoonLayer::full;
+    const KivCartoonSteps light = kivCartoonSteps(colors, layer, parts);
+    const KivCartoonSteps shine = alone || shines ? kivHighlightSteps(colors) : KivCartoonSteps();
+    KivAreaCutter cutter(light, shine);
+    KivFlatAreas areas;
     glDisable(GL_TEXTURE_1D);
     glDisable(GL_TEXTURE_2D);
     glEnableClientState(GL_VERTEX_ARRAY);
@@ -204,20 +216,20 @@ void KivCartoonPainter::drawColored(const KivCartoonBatch& batch, const KivCarto
     glDisableClientState(GL_NORMAL_ARRAY);
     glDisableClientState(GL_TEXTURE_COORD_ARRAY);
     withOffsets(batch, [&](const std::vector<std::uint32_t>& indices) {
-        corners.clear();
-        cornerColors.clear();
+        areas.clear();
         for (std::size_t i = 0; i + 2 < indices.size(); i += 3) {
-            float sum = 0.0F;
-            for (std::size_t k = i; k < i + 3; ++k) {
-                corners.push_back(batch.vertices[indices[k]]);
-                sum += alone ? corners.back().shine : corners.back().light;
+            const KivCartoonVertex* corners[3] = {&batch.vertices[indices[i]], &batch.vertices[indices[i + 1]],
+                                                  &batch.vertices[indices[i + 2]]};
+            if (alone) {
+                cutter.cutHighlight(corners, areas);
+            } else {
+                cutter.cutFull(corners, areas);
             }
-            cornerColors.insert(cornerColors.end(), 3, entry(sum / 3.0F));
         }
-        if (!corners.empty()) {
-            glVertexPointer(3, GL_FLOAT, sizeof(KivCartoonVertex), &corners[0].x);
-            glColorPointer(4, GL_UNSIGNED_BYTE, 0, cornerColors.data());
-            glDrawArrays(GL_TRIANGLES, 0, static_cast<GLsizei>(corners.size()));
+        if (!areas.corners.empty()) {
+            glVertexPointer(3, GL_FLOAT, sizeof(KivFlatCorner), areas.corners.data());
+            glColorPointer(4, GL_UNSIGNED_BYTE, 0, areas.colors.data());
+            glDrawArrays(GL_TRIANGLES, 0, static_cast<GLsizei>(areas.corners.size()));
         }
     });
     glDisableClientState(GL_COLOR_ARRAY);

@@ -45,6 +45,12 @@ enum class KivCartoonLayer {
 std::vector<KivRampEntry> kivCartoonRamp(const KivCartoonColors& colors, KivCartoonLayer layer, int parts);
 std::vector<KivRampEntry> kivHighlightRamp(const KivCartoonColors& colors);
 
+// One entry of each: the colour at a level of light, and at so many degrees from the mirror direction. A highlight
+// fades over its reach on both sides of its radius.
+KivRampEntry kivCartoonEntry(const KivCartoonColors& colors, KivCartoonLayer layer, int parts, double level);
+KivRampEntry kivHighlightEntry(const KivCartoonColors& colors, double angle);
+double kivHighlightReach(const KivCartoonColors& colors);
+
 // How far a shine of 1 is from the mirror direction is 0 degrees; a shine of 0 stands for 60 degrees and more.
 double kivShineOfCosine(double cosine);
 
@@ -61,7 +67,8 @@ public:
 
     // Draws the triangles with the blending, stencil and depth tests as they are set, and leaves textures, arrays and
     // colour changed. Triangles that are seen from behind are drawn with a larger polygon offset if one is enabled: at
-    // the outline of a shape its far side must not show through where both are steep. vectorial: no textures.
+    // the outline of a shape its far side must not show through where both are steep. vectorial: no textures, but an
+    // area of one colour for each band.
     void draw(const KivCartoonBatch& batch, const KivCartoonColors& colors, KivCartoonLayer layer, int parts,
               bool vectorial);
 
@@ -76,9 +83,6 @@ private:
     KivCartoonColors loadedColors;
     KivCartoonLayer loadedLayer = KivCartoonLayer::full;
     int loadedParts = 1;
-    std::vector<KivRampEntry> ramp; // for drawing without textures
-    std::vector<KivCartoonVertex> corners;
-    std::vector<KivRampEntry> cornerColors;
 };
 
 #endif

@@ -34,25 +34,22 @@ double KivCartoonBands::edge(int i) const {
     return std::pow(static_cast<double>(i) / count, exponent);
 }
 
+double KivCartoonBands::reach(int i) const {
+    const double here = edge(i);
+    const double below = i > 1 ? edge(i - 1) : 0.0;
+    const double above = i + 1 < count ? edge(i + 1) : 1.0;
+    return softness * 0.5 * std::min(here - below, above - here);
+}
+
 double KivCartoonBands::level(double incidence) const {
     if (count <= 1) {
         return 1.0;
     }
     double sum = 0.0;
     for (int i = 1; i < count; ++i) {
-        const double here = edge(i);
-        const double below = i > 1 ? edge(i - 1) : 0.0;
-        const double above = i + 1 < count ? edge(i + 1) : 1.0;
-        const double reach = softness * 0.5 * std::min(here - below, above - here);
-        sum += smooth(here - reach, here + reach, incidence);
+        sum += smooth(edge(i) - reach(i), edge(i) + reach(i), incidence);
     }
     return sum / (count - 1);
-}
-
-double KivCartoonBands::step(double incidence) const {
-    KivCartoonBands sharp = *this;
-    sharp.softness = 0.0;
-    return sharp.level(incidence);
 }
 
 KivTone kivCartoonShadow(const KivTone& diffuse, const KivCartoonPaint& paint) {

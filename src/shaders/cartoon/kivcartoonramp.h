@@ -21,10 +21,10 @@ struct KivCartoonBands {
 
     // The incidence at which band number i (1 to count - 1) takes over from the one below it.
     double edge(int i) const;
+    // How far the change at edge number i reaches to both sides of it.
+    double reach(int i) const;
     // From 0 in the darkest band to 1 in the lightest, growing with the incidence. One band is all light.
     double level(double incidence) const;
-    // A value that is flat in each band, for drawings that have no gradients: level without the softness.
-    double step(double incidence) const;
 
     friend bool operator==(const KivCartoonBands&, const KivCartoonBands&) = default;
 };

@@ -17,8 +17,8 @@
 // - renderTransparentTriangle: without shadows the full look in pass 1, mixed in by the material's alpha. With shadows
 //   pass 1 mixes in the shadow's tone and each light of pass 3 adds its share, weighed by alpha.
 //
-// With the vector flag there are no textures, which a vector file cannot take up: each triangle gets the one colour of
-// its middle, so that neighbouring triangles of one band merge into one face.
+// With the vector flag there are no textures, which a vector file cannot take up: triangles are cut where a band ends,
+// and each piece has one colour, so that neighbouring pieces of one band merge into one face.
 #ifndef SHADERS_CARTOON_KIVCARTOONSHADER_H
 #define SHADERS_CARTOON_KIVCARTOONSHADER_H
 

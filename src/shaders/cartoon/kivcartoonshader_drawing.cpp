@@ -1,5 +1,6 @@
 #include "kivcartoonshader.h"
 
+#include "kivcartoonareas.h"
 #include "kivcartoonnormals.h"
 #include "kivglstate.h"
 #include "kivrender/scene/kivcamera.h"
@@ -196,6 +197,12 @@ void KivCartoonShader::buildBatch(const KivCartoonModel& model, const KivMesh& m
     const double pixel = settings.doVectorial() ? 1.0 : 1 << std::clamp(settings.getAntialias(), 0, 2);
     detail.longestSide = (settings.doVectorial() ? longestVectorSide : longestSide) * pixel;
     detail.longestTurn = (settings.doVectorial() ? longestVectorSide : longestTurn) * pixel;
+    if (settings.doVectorial()) {
+        const KivCartoonColors colors = colorsOf(mesh, look, settings);
+        detail.inAreas = true;
+        detail.lightEdges = kivCartoonSteps(colors, KivCartoonLayer::full, 1).edges;
+        detail.shineEdges = kivHighlightSteps(colors).edges;
+    }
     if (division == Division::none) {
         detail.shine = false;
         detail.longestSide = std::numeric_limits<double>::infinity();

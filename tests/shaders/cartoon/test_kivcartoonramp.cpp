@@ -72,14 +72,6 @@ TEST(KivCartoonBands, BalanceMovesTheEdges) {
     }
 }
 
-TEST(KivCartoonBands, StepIsTheLevelWithoutSoftness) {
-    const KivCartoonBands soft = bandsOf(4, 0.8);
-    const KivCartoonBands sharp = bandsOf(4, 0.0);
-    for (int i = 0; i <= 100; ++i) {
-        EXPECT_EQ(soft.step(i / 100.0), sharp.level(i / 100.0));
-    }
-}
-
 TEST(KivCartoonColor, FullLightIsTheMaterialsOwnColour) {
     const KivTone diffuse = {0.8, 0.4, 0.2};
     const KivTone color = kivCartoonColor(diffuse, {}, {}, 1.0);

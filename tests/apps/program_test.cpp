@@ -36,8 +36,10 @@ std::string readAll(const std::string& path) {
     return content.str();
 }
 
-// Runs the program of the build tree. signalAfter: milliseconds until it gets SIGINT, below 0 for never.
-Outcome run(const ProgramFolder& folder, std::vector<std::string> arguments, int signalAfter = -1) {
+// Runs the program of the build tree. signalAfter: milliseconds until it gets SIGINT, below 0 for never. It has the
+// folder "home" of its own, which goes afterwards unless it is kept for the next one.
+Outcome run(const ProgramFolder& folder, std::vector<std::string> arguments, int signalAfter = -1,
+            bool keepsHome = false) {
     const std::string program = std::string(SELVARIN_BIN_DIR) + "/selvarin";
     const std::string out = folder.path(".stdout");
     const std::string err = folder.path(".stderr");
@@ -56,6 +58,7 @@ Outcome run(const ProgramFolder& folder, std::vector<std::string> arguments, int
         setenv("HOME", folder.path("home").c_str(), 1);
         setenv("XDG_CONFIG_HOME", folder.path("home").c_str(), 1);
         setenv("XDG_DATA_HOME", folder.path("home").c_str(), 1);
+        setenv("XDG_CONFIG_DIRS", folder.path("home").c_str(), 1);
         execv(program.c_str(), words.data());
         _exit(127);
     }
@@ -68,7 +71,9 @@ Outcome run(const ProgramFolder& folder, std::vector<std::string> arguments, int
     Outcome outcome{WIFEXITED(state) ? WEXITSTATUS(state) : 1000 + WTERMSIG(state), readAll(out), readAll(err)};
     std::filesystem::remove(out);
     std::filesystem::remove(err);
-    std::filesystem::remove_all(folder.path("home"));
+    if (!keepsHome) {
+        std::filesystem::remove_all(folder.path("home"));
+    }
     return outcome;
 }
 
@@ -232,7 +237,9 @@ TEST(Program, ErrorsAreOneLineAndTheStatusTellsTheirKind) {
         int status;
         std::string message;
     } cases[] = {
-        {{}, 2, "a command is needed: render, shaders, formats or info (see \"selvarin --help\")"},
+        {{},
+         2,
+         "a command is needed: render, shaders, styles, preview, style, formats or info (see \"selvarin --help\")"},
         {{"rendr"}, 2, "unknown command rendr; did you mean render? (see \"selvarin --help\")"},
         {{"render", box, "-o", png, "--simplify"}, 2, "unknown option --simplify (see \"selvarin --help\")"},
         {{"render", box, "-o", png, "--base", "Cartoons"},
@@ -524,4 +531,179 @@ TEST(Program, InterruptLeavesTheOldPicture) {
         }
     }
     EXPECT_TRUE(cancelled) << "no signal met the render";
+}
+
+// --- styles
+
+namespace {
+
+// Programs that share a home.
+class StyleUser {
+public:
+    Outcome operator()(std::vector<std::string> arguments) const {
+        return run(folder, std::move(arguments), -1, true);
+    }
+    std::string own(const std::string& name) const {
+        return folder.path("home/My Morvane 2.0 Styles/" + name);
+    }
+    std::string error(std::vector<std::string> arguments, int status) const {
+        const Outcome outcome = (*this)(std::move(arguments));
+        EXPECT_EQ(outcome.status, status) << outcome.err;
+        EXPECT_EQ(outcome.out, "");
+        EXPECT_EQ(countLines(outcome.err), 1) << outcome.err;
+        return outcome.err;
+    }
+
+    ProgramFolder folder;
+};
+
+constexpr const char* seeHelp = " (see \"selvarin --help\")\n";
+
+} // namespace
+
+TEST(ProgramStyles, SavedAndUsedByNameAndByFile) {
+    const StyleUser user;
+    const std::string box = writeBlueBox(user.folder);
+    const auto render = [&](const std::string& name, std::vector<std::string> look) {
+        const std::string png = user.folder.path(name);
+        std::vector<std::string> words = {"render", box, "-o", png, "-s", "160x120", "-q"};
+        words.insert(words.end(), look.begin(), look.end());
+        const Outcome outcome = user(words);
+        EXPECT_EQ(outcome.status, 0) << outcome.err;
+        EXPECT_EQ(outcome.err, "");
+        return user.folder.read(name);
+    };
+    const Outcome saved = user({"style", "save", "My own", "--set", "Cartoon.Bands=1", "--add", "none"});
+    ASSERT_EQ(saved.status, 0) << saved.err;
+    EXPECT_EQ(saved.out, user.own("My own.kiv") + "\n");
+    const std::string plain = render("a.png", {});
+    const std::string direct = render("b.png", {"--set", "Cartoon.Bands=1", "--add", "none"});
+    EXPECT_NE(direct, plain);
+    EXPECT_EQ(render("c.png", {"--style", "My own"}), direct);
+    EXPECT_EQ(render("d.png", {"--style", "my OWN"}), direct);
+    EXPECT_EQ(render("e.png", {"--style", user.own("My own.kiv")}), direct);
+    // What is given beside a style wins over it, whatever the order.
+    EXPECT_EQ(render("f.png", {"--set", "Cartoon.Bands=3", "--add", "Outline", "--style", "My own"}), plain);
+    EXPECT_EQ(render("g.png", {"--style", "My own", "--base", "none", "--add", "Outline"}),
+              render("h.png", {"--base", "none"}));
+    EXPECT_EQ(user({"style", "remove", "My own"}).status, 0);
+    EXPECT_FALSE(std::filesystem::exists(user.own("My own.kiv")));
+    EXPECT_TRUE(std::filesystem::exists(user.folder.path("home/Trash/files/My own.kiv")));
+}
+
+TEST(ProgramStyles, SavingDoesNotWriteOverAStyleUnasked) {
+    const StyleUser user;
+    ASSERT_EQ(user({"style", "save", "Mine", "-q"}).status, 0);
+    const std::string first = readAll(user.own("Mine.kiv"));
+    EXPECT_EQ(user.error({"style", "save", "Mine", "--set", "Cartoon.Bands=5"}, 1),
+              "selvarin: there is a style \"Mine\" already; --force saves over it\n");
+    EXPECT_EQ(readAll(user.own("Mine.kiv")), first);
+    const Outcome forced = user({"style", "save", "Mine", "--style", "Mine", "--set", "Cartoon.Bands=5", "--force"});
+    EXPECT_EQ(forced.status, 0) << forced.err;
+    EXPECT_THAT(readAll(user.own("Mine.kiv")), HasSubstr("\r\nBands=5\r\n"));
+    EXPECT_FALSE(std::filesystem::exists(user.own("Mine.kiv.bak")));
+}
+
+TEST(ProgramStyles, ListedInTheOrderInWhichTheyCount) {
+    const StyleUser user;
+    ASSERT_EQ(user({"style", "save", "Zebra"}).status, 0);
+    ASSERT_EQ(user({"style", "save", "ant"}).status, 0);
+    const std::string data = user.folder.path("home/Tolvar/Morvane 2.0/Styles");
+    std::filesystem::create_directories(data);
+    std::filesystem::copy_file(user.own("Zebra.kiv"), data + "/Zebra.kiv");
+    std::ofstream(data + "/broken.kiv") << "nothing";
+    const Outcome names = user({"styles", "-q"});
+    EXPECT_THAT(names.out, StartsWith("ant\nZebra\nbroken\n"));
+    const Outcome list = user({"styles", "--preview", user.folder.path("swatches"), "-s", "40x30"});
+    EXPECT_EQ(list.status, 1) << "one of them is no style";
+    EXPECT_EQ(list.err, "selvarin: \"" + data + "/broken.kiv\" is no style: its section [General] names no shader\n");
+    EXPECT_THAT(list.out, HasSubstr("  user    " + user.own("ant.kiv") + "  " + user.folder.path("swatches/ant.png")));
+    EXPECT_THAT(list.out, HasSubstr("  data    " + data + "/Zebra.kiv  (the one above counts)\n"));
+    const Picture swatch = readPng(user.folder.path("swatches/Zebra.png"));
+    EXPECT_EQ(swatch.width, 40U);
+    EXPECT_EQ(swatch.height, 30U);
+    EXPECT_GT(swatch.covered(), 0.2);
+    EXPECT_FALSE(std::filesystem::exists(user.folder.path("swatches/broken.png")));
+}
+
+TEST(ProgramStyles, PreviewShowsTheStyle) {
+    const StyleUser user;
+    const std::string png = user.folder.path("p.png");
+    const auto preview = [&](std::vector<std::string> look) {
+        std::vector<std::string> words = {"preview", "-o", png};
+        words.insert(words.end(), look.begin(), look.end());
+        const Outcome outcome = user(words);
+        EXPECT_EQ(outcome.status, 0) << outcome.err;
+        EXPECT_EQ(outcome.out, png + ": 110x110\n");
+        return readAll(png);
+    };
+    ASSERT_EQ(user({"style", "save", "Red ink", "--base", "none", "--set", "Outline.Colour=#ff0000"}).status, 0);
+    const std::string red = preview({"--style", "Red ink"});
+    EXPECT_EQ(preview({"--base", "none", "--set", "Outline.Colour=#ff0000"}), red);
+    EXPECT_NE(preview({"--style", "Red ink", "--set", "Outline.Colour=#00ff00"}), red);
+    EXPECT_EQ(readPng(png).width, 110U);
+    EXPECT_EQ(user.error({"preview"}, 2), std::string("selvarin: -o FILE is needed: where the picture goes") + seeHelp);
+}
+
+TEST(ProgramStyles, EachErrorIsOneLineThatTellsWhatToDo) {
+    const StyleUser user;
+    const ProgramFolder& folder = user.folder;
+    const std::string out = folder.path("p.png");
+    ASSERT_EQ(user({"style", "save", "Mine", "-q"}).status, 0);
+    const auto use = [&](const std::string& style, int status) {
+        return user.error({"preview", "-o", out, "--style", style}, status);
+    };
+    EXPECT_EQ(use("Mime", 2), std::string("selvarin: unknown style Mime; did you mean Mine?") + seeHelp);
+    EXPECT_EQ(use("Something else", 2),
+              std::string("selvarin: unknown style Something else; \"selvarin styles\" lists those there are") +
+                  seeHelp);
+    EXPECT_EQ(use("/nowhere/Mine.kiv", 1),
+              "selvarin: can't use \"/nowhere/Mine.kiv\": there is no such file; did you mean Mine?\n");
+    for (const char* name : {"../Mine", ".", "a\nb", "   "}) {
+        EXPECT_EQ(user.error({"style", "save", name}, 2).find("selvarin: \"" + std::string(name).substr(0, 1)), 0U);
+    }
+    EXPECT_EQ(use("../Mine", 2),
+              std::string("selvarin: --style: \"../Mine\" is neither a style's name nor a file that ends in .kiv") +
+                  seeHelp);
+    EXPECT_EQ(use("", 2), std::string("selvarin: --style: a name is missing") + seeHelp);
+    EXPECT_THAT(use(std::string(5000, 'n'), 2), HasSubstr("is neither a style's name"));
+    EXPECT_THAT(user.error({"style", "save", std::string(250, 'n')}, 2), HasSubstr("The name is too long"));
+    const std::string text = folder.write("text.kiv", "what is this?");
+    EXPECT_EQ(use(text, 1), "selvarin: \"" + text + "\" is no style: its section [General] names no shader\n");
+    std::filesystem::create_directory(folder.path("dir.kiv"));
+    EXPECT_EQ(use(folder.path("dir.kiv"), 1),
+              "selvarin: can't use \"" + folder.path("dir.kiv") + "\": there is no such file\n");
+    const std::string other = folder.write("other.kiv", "[General]\nNonCombinableShader=Cartun\n");
+    EXPECT_EQ(use(other, 1),
+              "selvarin: style \"other\" wants the shader Cartun, which is not loaded; did you mean Cartoon?\n");
+    const std::string wrong = folder.write("wrong.kiv", "[General]\nNonCombinableShader=Outline\n");
+    EXPECT_EQ(use(wrong, 1), "selvarin: style \"wrong\" paints with Outline, which only adds to a picture\n");
+    const std::string twice = folder.write("twice.kiv", "[General]\nCombinableShader=Outline;Cartoon;\n");
+    EXPECT_EQ(use(twice, 1), "selvarin: style \"twice\" adds Cartoon, which paints the surfaces itself\n");
+    EXPECT_EQ(user.error({"style"}, 2), std::string("selvarin: style wants save NAME or remove NAME") + seeHelp);
+    EXPECT_EQ(user.error({"style", "sav", "x"}, 2),
+              std::string("selvarin: style has no \"sav\"; did you mean save?") + seeHelp);
+    EXPECT_EQ(user.error({"style", "save"}, 2),
+              std::string("selvarin: style save wants one NAME; one with blanks stands in quotes") + seeHelp);
+    EXPECT_EQ(user.error({"style", "save", "Empty", "--base", "none", "--add", "none"}, 2),
+              std::string("selvarin: a style needs a shader: give --base or --add") + seeHelp);
+    EXPECT_EQ(user.error({"style", "remove", "Mime"}, 2),
+              std::string("selvarin: you have no style Mime of your own; did you mean Mine?") + seeHelp);
+    EXPECT_FALSE(std::filesystem::exists(out));
+}
+
+TEST(ProgramStyles, WhatAStyleHoldsAndNobodyUnderstandsIsTold) {
+    const StyleUser user;
+    const std::string out = user.folder.path("p.png");
+    const std::string style = user.folder.write(
+        "hand.kiv",
+        "[General]\nNonCombinableShader=Cartoon\n[Cartoon]\nBnads=2\nBands=99\n; Softness=x\n[Mine]\na=1\n");
+    const Outcome outcome = user({"preview", "-o", out, "--style", style});
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(outcome.err,
+              "selvarin: warning: style \"hand\", Cartoon.Bnads: there is no such setting; did you mean Bands?\n"
+              "selvarin: warning: style \"hand\", Cartoon.Bands: expected a whole number from 1 to 8, got \"99\"\n");
+    const std::string brought = readAll(out);
+    ASSERT_EQ(user({"preview", "-o", out, "--add", "none", "--set", "Cartoon.Bands=8"}).status, 0);
+    EXPECT_EQ(readAll(out), brought) << "a value out of range is brought to its nearer end";
 }

@@ -59,7 +59,17 @@ struct SettingOption {
     std::string value;
 };
 
-struct RenderOptions {
+// What paints: a style, the shaders that are named beside it, and single settings; what stands later wins.
+struct LookOptions {
+    std::string style; // a name, or a file's; empty for none
+    std::string base;  // empty for none
+    std::vector<std::string> add;
+    bool baseChosen = false; // else the style's is taken; without a style one that is not there is left out in silence
+    bool addChosen = false;
+    std::vector<SettingOption> settings;
+};
+
+struct RenderOptions : LookOptions {
     std::vector<std::string> models;
     bool demo = false;
     std::string output;
@@ -74,12 +84,7 @@ struct RenderOptions {
     bool shadowImage = false;
     bool shadows = false;
     bool transparency = false;
-    char upAxis = 0;  // 'y', 'z', or 0 for the format's
-    std::string base; // empty for none
-    std::vector<std::string> add;
-    bool baseChosen = false; // else a shader that is not there is left out without a word
-    bool addChosen = false;
-    std::vector<SettingOption> settings;
+    char upAxis = 0; // 'y', 'z', or 0 for the format's
     std::optional<Triple> eye;
     std::optional<Triple> target;
     std::optional<Triple> up;
@@ -93,6 +98,23 @@ struct RenderOptions {
 };
 
 RenderOptions parseRenderOptions(const Words& words);
+
+// Of a picture of the preview scene.
+struct PreviewOptions : LookOptions {
+    std::string output; // a file, or the folder for the pictures of all styles; empty for none
+    std::int32_t width = 110;
+    std::int32_t height = 110;
+    int antialias = 2;
+    std::uint32_t background = 0;
+    std::uint32_t ambient = 0;
+    bool quiet = false;
+};
+
+// Of "preview", which wants a file and takes a look, and of "styles", which does neither.
+PreviewOptions parsePreviewOptions(const Words& words);
+PreviewOptions parseStylesOptions(const Words& words);
+
+LookOptions parseLookOptions(const Words& words);
 
 // 'y', 'z', or 0 if the option is not given.
 char parseUpAxis(const Words& words);

@@ -4,10 +4,13 @@
 #include "apps/cli/listcommands.h"
 #include "apps/cli/manual.h"
 #include "apps/cli/rendercommand.h"
+#include "apps/cli/stylecommands.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <exception>
 #include <new>
+#include <string>
 
 #include <sys/ioctl.h>
 #include <unistd.h>
@@ -37,7 +40,7 @@ int runProgramOptions(const Words& words) {
         }
         print(bashCompletion());
     } else {
-        throw UsageError("a command is needed: render, shaders, formats or info");
+        throw UsageError("a command is needed: render, shaders, styles, preview, style, formats or info");
     }
     return statusDone;
 }
@@ -56,15 +59,28 @@ int run(const Words& words) {
     if (words.command->name == "info") {
         return runInfo(words);
     }
+    if (words.command->name == "style") {
+        return runStyle(words);
+    }
     if (!words.arguments.empty()) {
         throw UsageError(std::string(words.command->name) + " takes no \"" + words.arguments.front() + "\"");
+    }
+    if (words.command->name == "styles") {
+        return runStyles(parseStylesOptions(words));
+    }
+    if (words.command->name == "preview") {
+        return runPreview(parsePreviewOptions(words));
     }
     return words.command->name == "shaders" ? runShaders(words) : runFormats();
 }
 
-int fail(int status, const char* text) {
+// An error is one line, whatever the names in it hold.
+int fail(int status, std::string text) {
     std::fflush(stdout);
-    std::fprintf(stderr, "selvarin: %s%s\n", text, status == statusWrongUse ? " (see \"selvarin --help\")" : "");
+    std::replace_if(
+        text.begin(), text.end(), [](unsigned char c) { return c < ' ' || c == 0x7F; }, '?');
+    std::fprintf(stderr, "selvarin: %s%s\n", text.c_str(),
+                 status == statusWrongUse ? " (see \"selvarin --help\")" : "");
     return status;
 }
 

@@ -147,6 +147,12 @@ void appendCompletionOf(std::string& out, const OptionInfo& option) {
         out += "        " + names +
                ") COMPREPLY=($(compgen -W \"none $(\"$1\" shaders -q 2>/dev/null)\" -- \"$word\")); return ;;\n";
         break;
+    case Completes::style:
+        // Names may have blanks, so that only line ends part them.
+        out += "        " + names +
+               ") local IFS=$'\\n'; COMPREPLY=($(compgen -f -X '!*.kiv' -- \"$word\"; compgen -W \"$(\"$1\" styles -q "
+               "2>/dev/null)\" -- \"$word\")); return ;;\n";
+        break;
     case Completes::choices:
         out += "        " + names + ") COMPREPLY=($(compgen -W \"" + std::string(option.choices) +
                "\" -- \"$word\")); return ;;\n";

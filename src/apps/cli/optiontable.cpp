@@ -9,15 +9,44 @@ using enum Completes;
 
 constexpr OptionInfo help{"help", 'h', "", "", "General", false, nothing, "", "Show this text."};
 
+// What a look is made of, for every command that takes one.
+constexpr OptionInfo styleOption{
+    "style",
+    0,
+    "NAME|FILE",
+    "",
+    "Look",
+    false,
+    style,
+    "",
+    "A style: one of those that \"selvarin styles\" lists, or a file that ends in .kiv. The "
+    "options below change it."};
+constexpr OptionInfo baseOption{"base",    0,      "TAG",
+                                "Cartoon", "Look", false,
+                                shader,    "",     "The shader that paints the surfaces, by its tag; none for none."};
+constexpr OptionInfo addOption{
+    "add", 0, "TAG[,TAG...]", "Outline", "Look", true, shader, "", "Shaders that add to the picture; none for none."};
+constexpr OptionInfo setOption{
+    "set",   0,      "TAG.KEY=VALUE",
+    "",      "Look", true,
+    nothing, "",     "One setting of a shader; \"selvarin shaders\" lists them. May be repeated."};
+constexpr OptionInfo backgroundOption{"background", 0,       "#RRGGBB", "#f7f2e8",           "Picture",
+                                      false,        nothing, "",        "Background colour."};
+constexpr OptionInfo ambientOption{
+    "ambient", 0, "#RRGGBB", "#404040", "Look", false, nothing, "", "Colour of the light that is everywhere."};
+constexpr OptionInfo antialiasOption{
+    "antialias", 'a',       "LEVEL",
+    "2",         "Picture", false,
+    choices,     "0 1 2",   "Draw the picture 1, 2 or 4 times as large and reduce it: 0 is fast, 2 is smooth."};
+
 constexpr std::array renderOptions{
     OptionInfo{
         "output", 'o', "FILE", "", "Picture", false, file, "",
         "Where the picture goes; the ending chooses the format (see \"selvarin formats\"). {model} stands for the "
         "model's name without its ending. A single - writes a PNG to standard output."},
     OptionInfo{"size", 's', "WxH", "1280x960", "Picture", false, nothing, "", "Size in pixels."},
-    OptionInfo{"antialias", 'a', "LEVEL", "2", "Picture", false, choices, "0 1 2",
-               "Draw the picture 1, 2 or 4 times as large and reduce it: 0 is fast, 2 is smooth."},
-    OptionInfo{"background", 0, "#RRGGBB", "#f7f2e8", "Picture", false, nothing, "", "Background colour."},
+    antialiasOption,
+    backgroundOption,
     OptionInfo{"background-image", 0, "FILE", "", "Picture", false, file, "",
                "An image behind the scene, centred and at its own size."},
     OptionInfo{"paper", 0, "FILE", "", "Picture", false, file, "",
@@ -31,17 +60,14 @@ constexpr std::array renderOptions{
     OptionInfo{"demo", 0, "", "", "Model", false, nothing, "", "Render the built-in scene; no model is needed."},
     OptionInfo{"up-axis", 0, "AXIS", "by format", "Model", false, choices, "y z", "What is up in the model: y or z."},
 
-    OptionInfo{"base", 0, "TAG", "Cartoon", "Look", false, shader, "",
-               "The shader that paints the surfaces, by its tag; none for none."},
-    OptionInfo{"add", 0, "TAG[,TAG...]", "Outline", "Look", true, shader, "",
-               "Shaders that add to the picture; none for none."},
-    OptionInfo{"set", 0, "TAG.KEY=VALUE", "", "Look", true, nothing, "",
-               "One setting of a shader; \"selvarin shaders\" lists them. May be repeated."},
+    styleOption,
+    baseOption,
+    addOption,
+    setOption,
     OptionInfo{"shadows", 0, "", "", "Look", false, nothing, "", "Things throw shadows, from every light."},
     OptionInfo{"transparency", 0, "", "", "Look", false, nothing, "",
                "Materials that are not opaque let shine through what lies behind."},
-    OptionInfo{"ambient", 0, "#RRGGBB", "#404040", "Look", false, nothing, "",
-               "Colour of the light that is everywhere."},
+    ambientOption,
 
     OptionInfo{
         "eye", 0, "X,Y,Z", "", "View", false, nothing, "",
@@ -78,6 +104,42 @@ constexpr std::array shadersOptions{
     help,
 };
 
+constexpr std::array stylesOptions{
+    OptionInfo{"preview", 0, "DIR", "", "Picture", false, folder, "",
+               "Also draw each style on the preview scene, as NAME.png in this folder."},
+    OptionInfo{"size", 's', "WxH", "110x110", "Picture", false, nothing, "", "Size of these pictures in pixels."},
+    antialiasOption,
+    backgroundOption,
+    ambientOption,
+    OptionInfo{"quiet", 'q', "", "", "General", false, nothing, "", "Names alone, one a line."},
+    help,
+};
+
+constexpr std::array previewOptions{
+    OptionInfo{"output", 'o', "FILE", "", "Picture", false, file, "",
+               "Where the picture goes; a single - writes a PNG to standard output."},
+    OptionInfo{"size", 's', "WxH", "110x110", "Picture", false, nothing, "", "Size in pixels."},
+    antialiasOption,
+    backgroundOption,
+    styleOption,
+    baseOption,
+    addOption,
+    setOption,
+    ambientOption,
+    OptionInfo{"quiet", 'q', "", "", "General", false, nothing, "", "No summary."},
+    help,
+};
+
+constexpr std::array styleOptions{
+    styleOption,
+    baseOption,
+    addOption,
+    setOption,
+    OptionInfo{"force", 'f', "", "", "General", false, nothing, "", "Save over a style that is there."},
+    OptionInfo{"quiet", 'q', "", "", "General", false, nothing, "", "No summary."},
+    help,
+};
+
 constexpr std::array plainOptions{help};
 
 constexpr std::array infoOptions{
@@ -98,6 +160,11 @@ constexpr std::array commands{
                 "Render a picture. Several models make one scene; with {model} in FILE each gets a picture of its own.",
                 renderOptions, true},
     CommandInfo{"shaders", "", "List the shaders with their settings.", shadersOptions, false},
+    CommandInfo{"styles", "", "List the styles: name, whose it is, file.", stylesOptions, false},
+    CommandInfo{"preview", "-o FILE [options]", "Draw a look on the preview scene.", previewOptions, false},
+    CommandInfo{"style", "save NAME [options] | remove NAME",
+                "Save the look that the options give among your own styles, or move one of them to the wastebasket.",
+                styleOptions, false},
     CommandInfo{"formats", "", "List what can be read and written.", plainOptions, false},
     CommandInfo{"info", "MODEL", "Tell what a model holds.", infoOptions, true},
 };
@@ -109,6 +176,9 @@ constexpr std::array examples{
                 "another size, two tones, white paper"},
     ExampleInfo{"selvarin render house.dae -o plan.png --ortho 0 --eye 0,100,0 --up 0,0,-1 --add none",
                 "straight from above, without lines"},
+    ExampleInfo{"selvarin render bunny.obj -o bunny.png --style Comic --set Outline.Colour=#203040",
+                "a style, with ink of another colour"},
+    ExampleInfo{"selvarin style save 'My comic' --style Comic --set Cartoon.Bands=2", "a style of your own"},
     ExampleInfo{"selvarin render *.obj -o 'pictures/{model}.png' -q", "a picture of each"},
 };
 

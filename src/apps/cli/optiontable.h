@@ -6,7 +6,7 @@
 #include <span>
 #include <string_view>
 
-enum class Completes { nothing, file, folder, shader, choices };
+enum class Completes { nothing, file, folder, shader, style, choices };
 
 struct OptionInfo {
     std::string_view name;     // without the dashes

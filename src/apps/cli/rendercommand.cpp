@@ -71,7 +71,9 @@ public:
         catchInterrupts();
         const Program program;
         timings.add("start-up", timings.lap());
-        buildShaderStream(options, stream);
+        for (const std::string& warning : buildShaderStream(options, stream)) {
+            warn(warning);
+        }
         program.host().setMemoryFolder(kivFromUtf8(options.memoryFolder));
         timings.add("shaders", timings.lap());
         // The driver is as slow to start as a model is to read, and there is a second core for it.

@@ -1,4 +1,4 @@
-// The values of the options of "selvarin render".
+// The values of the options that make pictures.
 #include "apps/cli/commandline.h"
 
 #include <algorithm>
@@ -102,13 +102,21 @@ std::optional<double> numberOption(const Words& words, std::string_view option, 
     return number;
 }
 
-void readSize(const Words& words, RenderOptions& options) {
+template <class Options> void readSize(const Words& words, Options& options) {
     const std::string text = valueOrInitial(words, "size");
     const std::size_t cross = text.find_first_of("xX");
     if (cross == std::string::npos || !readInteger(text.substr(0, cross), options.width) ||
         !readInteger(text.substr(cross + 1), options.height) || options.width < 1 || options.height < 1) {
         refuse("size", text, "size: WIDTHxHEIGHT is expected, such as 1280x960");
     }
+}
+
+int readAntialias(const Words& words) {
+    const std::string level = valueOrInitial(words, "antialias");
+    if (level != "0" && level != "1" && level != "2") {
+        refuse("antialias", level, "level: 0, 1 or 2 is expected");
+    }
+    return level[0] - '0';
 }
 
 bool isZero(const Triple& t) {
@@ -161,7 +169,11 @@ SettingOption readSetting(const std::string& text) {
     return {text.substr(0, dot), text.substr(dot + 1, equals - dot - 1), text.substr(equals + 1)};
 }
 
-void readLook(const Words& words, RenderOptions& options) {
+void readLook(const Words& words, LookOptions& options) {
+    options.style = words.value("style").value_or("");
+    if (words.has("style") && options.style.empty()) {
+        throw UsageError("--style: a name is missing");
+    }
     options.baseChosen = words.has("base");
     options.base = valueOrInitial(words, "base");
     if (options.base == "none") {
@@ -198,7 +210,42 @@ void readView(const Words& words, RenderOptions& options) {
     }
 }
 
+PreviewOptions readPreview(const Words& words) {
+    PreviewOptions options;
+    readSize(words, options);
+    options.antialias = readAntialias(words);
+    options.background = colourOption(words, "background");
+    options.ambient = colourOption(words, "ambient");
+    options.quiet = words.has("quiet");
+    return options;
+}
+
 } // namespace
+
+LookOptions parseLookOptions(const Words& words) {
+    LookOptions options;
+    readLook(words, options);
+    return options;
+}
+
+PreviewOptions parsePreviewOptions(const Words& words) {
+    PreviewOptions options = readPreview(words);
+    readLook(words, options);
+    options.output = words.value("output").value_or("");
+    if (options.output.empty()) {
+        throw UsageError("-o FILE is needed: where the picture goes");
+    }
+    return options;
+}
+
+PreviewOptions parseStylesOptions(const Words& words) {
+    PreviewOptions options = readPreview(words);
+    options.output = words.value("preview").value_or("");
+    if (words.has("preview") && options.output.empty()) {
+        throw UsageError("--preview: a folder is missing");
+    }
+    return options;
+}
 
 char parseUpAxis(const Words& words) {
     const auto text = words.value("up-axis");
@@ -221,11 +268,7 @@ RenderOptions parseRenderOptions(const Words& words) {
         throw UsageError("-o FILE is needed: where the picture goes");
     }
     readSize(words, options);
-    const std::string level = valueOrInitial(words, "antialias");
-    if (level != "0" && level != "1" && level != "2") {
-        refuse("antialias", level, "level: 0, 1 or 2 is expected");
-    }
-    options.antialias = level[0] - '0';
+    options.antialias = readAntialias(words);
     options.background = colourOption(words, "background");
     options.ambient = colourOption(words, "ambient");
     options.backgroundImage = words.value("background-image").value_or("");

@@ -1,5 +1,6 @@
 #include "apps/cli/shaderstream.h"
 
+#include "apps/cli/namedstyle.h"
 #include "apps/cli/suggestion.h"
 #include "kivrender/dialogs/kivpagedlg.h"
 #include "kivrender/platform/kivtext.h"
@@ -7,6 +8,7 @@
 #include "kivrender/shader/kivshader.h"
 
 #include <algorithm>
+#include <optional>
 
 namespace {
 
@@ -112,27 +114,49 @@ std::vector<std::string> shaderTags(bool base, bool combinable) {
     return tags;
 }
 
-void buildShaderStream(const RenderOptions& options, KivMemoryDataManager& stream) {
-    std::wstring base;
-    if (!options.base.empty()) {
-        if (const KivShader* shader = chosenShader(options.base, false, options.baseChosen)) {
-            base = shader->getTag();
-        }
-    }
-    std::wstring added;
-    for (const std::string& name : options.add) {
-        if (const KivShader* shader = chosenShader(name, true, options.addChosen)) {
-            added += std::wstring(shader->getTag()) + L";";
-        }
-    }
+ChosenLook applyLook(const LookOptions& options) {
+    ChosenLook look;
     resetSettings();
+    std::optional<ChosenStyle> style;
+    if (!options.style.empty()) {
+        style = findStyle(options.style);
+        look.style = style->name;
+        look.warnings = loadStyleSettings(*style);
+    }
+    if (style && !options.baseChosen) {
+        look.shaders.nonCombinable = styleShader(*style, style->head.nonCombinable, false);
+    } else if (!options.base.empty()) {
+        if (const KivShader* shader = chosenShader(options.base, false, options.baseChosen)) {
+            look.shaders.nonCombinable = shader->getTag();
+        }
+    }
+    if (style && !options.addChosen) {
+        for (const std::wstring& name : style->head.combinables) {
+            look.shaders.combinables.push_back(styleShader(*style, name, true));
+        }
+    } else {
+        for (const std::string& name : options.add) {
+            if (const KivShader* shader = chosenShader(name, true, options.addChosen)) {
+                look.shaders.combinables.emplace_back(shader->getTag());
+            }
+        }
+    }
     for (const SettingOption& setting : options.settings) {
         applySetting(setting);
     }
+    return look;
+}
+
+std::vector<std::string> buildShaderStream(const LookOptions& options, KivMemoryDataManager& stream) {
+    const ChosenLook look = applyLook(options);
+    std::wstring added;
+    for (const std::wstring& tag : look.shaders.combinables) {
+        added += tag + L";";
+    }
     stream.clearData();
     stream.setSaving();
-    save(stream, L"Style:");
-    save(stream, L"NonCombinableShader:" + base);
+    save(stream, L"Style:" + look.style);
+    save(stream, L"NonCombinableShader:" + look.shaders.nonCombinable);
     save(stream, L"CombinableShader:" + added);
     for (unsigned long i = 0; i < KivShader::shaders(); ++i) {
         if (KivShader* shader = KivShader::getByIndex(i)) {
@@ -142,5 +166,5 @@ void buildShaderStream(const RenderOptions& options, KivMemoryDataManager& strea
         }
     }
     save(stream, L"End Morvane");
-    stream.setMinorVersion(kivCurrentMinorVersion);
+    return look.warnings;
 }

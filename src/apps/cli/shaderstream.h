@@ -1,8 +1,9 @@
-// From shader tags and settings by name to the stream that a render reads.
+// From styles, shader tags and settings by name to the settings of the shaders and the stream that a render reads.
 #ifndef APPS_CLI_SHADERSTREAM_H
 #define APPS_CLI_SHADERSTREAM_H
 
 #include "apps/cli/commandline.h"
+#include "kivrender/dialogs/kivstylefile.h"
 #include "kivrender/settings/kivmemorydatamanager.h"
 
 #include <string>
@@ -13,8 +14,20 @@ class KivShader;
 // The tags of all loaded shaders, of one kind or of both.
 std::vector<std::string> shaderTags(bool base, bool combinable);
 
-// Fills the stream. Throws UsageError for a shader or key that is not known, with the nearest known one, and for a
-// value out of range. A default shader that is not there is left out. The shaders must be loaded, and stay so.
-void buildShaderStream(const RenderOptions& options, KivMemoryDataManager& stream);
+// The look that options give. The settings themselves are in the pages of the shaders that were made without a dialog.
+struct ChosenLook {
+    std::wstring style; // its name, or that of its file without the ending; empty for none
+    KivStyleHead shaders;
+    std::vector<std::string> warnings; // one line each: what the style holds and nobody understands
+};
+
+// Sets the settings of all loaded shaders: their defaults, the style's, those of single options. Throws UsageError for
+// a style, shader or key that is not known, with the nearest known one, and for a value out of range, and
+// std::runtime_error for a style that can't be used. A default shader that is not there is left out. The shaders must
+// be loaded, and stay so.
+ChosenLook applyLook(const LookOptions& options);
+
+// The same as a stream that a render reads. Returns the warnings.
+std::vector<std::string> buildShaderStream(const LookOptions& options, KivMemoryDataManager& stream);
 
 #endif

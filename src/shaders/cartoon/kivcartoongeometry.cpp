@@ -51,7 +51,7 @@ unsigned int outsideOf(const KivClipPoint& p) {
 
 class Builder {
 public:
-    Builder(const KivCartoonModel& m, const KivView& v, const KivCartoonLights& l, const KivCartoonDetail& d,
+    Builder(const KivShadedMesh& m, const KivView& v, const KivCartoonLights& l, const KivCartoonDetail& d,
             KivCartoonBatch& b)
         : model(m), view(v), lights(l), detail(d), batch(b) {}
 
@@ -349,7 +349,7 @@ private:
         }
     }
 
-    const KivCartoonModel& model;
+    const KivShadedMesh& model;
     const KivView& view;
     const KivCartoonLights& lights;
     const KivCartoonDetail& detail;
@@ -368,7 +368,7 @@ void KivCartoonBatch::clear() {
     back.clear();
 }
 
-void kivBuildCartoon(const KivCartoonModel& model, const KivView& view, const KivCartoonLights& lights,
+void kivBuildCartoon(const KivShadedMesh& model, const KivView& view, const KivCartoonLights& lights,
                      const KivCartoonDetail& detail, KivCartoonBatch& batch) {
     batch.clear();
     Builder(model, view, lights, detail, batch).build();

@@ -7,7 +7,7 @@
 #ifndef SHADERS_CARTOON_KIVCARTOONGEOMETRY_H
 #define SHADERS_CARTOON_KIVCARTOONGEOMETRY_H
 
-#include "kivsurface.h"
+#include "kivshadedmesh.h"
 #include "kivview.h"
 
 #include <cstdint>
@@ -46,15 +46,6 @@ public:
     virtual bool isUniform() const = 0;
 };
 
-// A mesh to draw. Normals have unit length, one per point; none for flat shading.
-struct KivCartoonModel {
-    std::vector<KivVec> points;
-    std::vector<KivVec> normals;
-    std::vector<KivSurface::Triangle> triangles;
-    // For each triangle +1 if its winding runs anticlockwise round the normal of its outer side, -1 if clockwise.
-    std::vector<std::int8_t> windings;
-};
-
 struct KivCartoonDetail {
     bool flat = false;         // one tone for each triangle
     bool shine = false;        // fill in the highlight
@@ -74,7 +65,7 @@ struct KivCartoonDetail {
 };
 
 // Fills the batch, which is emptied first. Triangles outside the view are left out where they would have been divided.
-void kivBuildCartoon(const KivCartoonModel& model, const KivView& view, const KivCartoonLights& lights,
+void kivBuildCartoon(const KivShadedMesh& model, const KivView& view, const KivCartoonLights& lights,
                      const KivCartoonDetail& detail, KivCartoonBatch& batch);
 
 #endif

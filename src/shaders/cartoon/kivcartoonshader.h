@@ -22,11 +22,11 @@
 #ifndef SHADERS_CARTOON_KIVCARTOONSHADER_H
 #define SHADERS_CARTOON_KIVCARTOONSHADER_H
 
-#include "kivcartoonmodel.h"
 #include "kivcartoonpainter.h"
 #include "kivcartoonsettings.h"
 #include "kivrender/scene/kiv3dpoint.h"
 #include "kivrender/scene/kiv3dvector.h"
+#include "kivshadedmesh.h"
 #include "kivtableshader.h"
 
 #include <map>
@@ -70,10 +70,10 @@ private:
 
     KivCartoonLook lookOf(const Kiv3DObject& object) const;
     KivCartoonColors colorsOf(const KivMesh& mesh, const KivCartoonLook& look, const KivCommonSettings& settings) const;
-    KivCartoonModel modelOf(const KivMesh& mesh, const KivCartoonLook& look, const KivCommonSettings& settings) const;
+    KivShadedMesh modelOf(const KivMesh& mesh, const KivCartoonLook& look, const KivCommonSettings& settings) const;
     // Whether large triangles are divided so that light can be interpolated over the pieces.
     enum class Division { whereNeeded, none };
-    void buildBatch(const KivCartoonModel& model, const KivMesh& mesh, const KivCartoonLook& look,
+    void buildBatch(const KivShadedMesh& model, const KivMesh& mesh, const KivCartoonLook& look,
                     const KivCommonSettings& settings, const KivScene& scene, KivCartoonBatch& out,
                     Division division = Division::whereNeeded);
     const KivCartoonBatch& batchOf(const KivMesh& mesh, const KivCartoonLook& look, const KivCommonSettings& settings,

@@ -1,7 +1,6 @@
 #include "kivcartoonshader.h"
 
 #include "kivcartoonareas.h"
-#include "kivcartoonnormals.h"
 #include "kivglstate.h"
 #include "kivrender/scene/kivcamera.h"
 #include "kivrender/scene/kivlight.h"
@@ -11,6 +10,7 @@
 #include "kivrender/scene/kivscene.h"
 #include "kivrender/settings/kivcommonsettings.h"
 #include "kivrender/shader/kivshadercommunication.h"
+#include "kivsmoothnormals.h"
 
 #include <algorithm>
 #include <cmath>
@@ -173,9 +173,9 @@ KivCartoonColors KivCartoonShader::colorsOf(const KivMesh& mesh, const KivCartoo
     return colors;
 }
 
-KivCartoonModel KivCartoonShader::modelOf(const KivMesh& mesh, const KivCartoonLook& look,
-                                          const KivCommonSettings& settings) const {
-    KivCartoonModel model = kivReadCartoonModel(mesh, look.smoothAngle);
+KivShadedMesh KivCartoonShader::modelOf(const KivMesh& mesh, const KivCartoonLook& look,
+                                        const KivCommonSettings& settings) const {
+    KivShadedMesh model = kivReadShadedMesh(mesh, look.smoothAngle);
     if (!look.flat) {
         const double pixel = settings.doVectorial() ? 1.0 : 1 << std::clamp(settings.getAntialias(), 0, 2);
         const int passes = kivEvenPasses(model, viewOfContext(), look.evenness * pixel);
@@ -184,7 +184,7 @@ KivCartoonModel KivCartoonShader::modelOf(const KivMesh& mesh, const KivCartoonL
     return model;
 }
 
-void KivCartoonShader::buildBatch(const KivCartoonModel& model, const KivMesh& mesh, const KivCartoonLook& look,
+void KivCartoonShader::buildBatch(const KivShadedMesh& model, const KivMesh& mesh, const KivCartoonLook& look,
                                   const KivCommonSettings& settings, const KivScene& scene, KivCartoonBatch& out,
                                   Division division) {
     const KivView view = viewOfContext();
@@ -260,7 +260,7 @@ void KivCartoonShader::renderMeshDepth(const KivMesh* mesh, const KivCommonSetti
     batches.erase(mesh);
     const KivCartoonLook look = lookOf(*mesh);
     // The mesh's own triangles, as the shadow volumes end in them.
-    buildBatch(kivReadCartoonModel(*mesh, look.smoothAngle), *mesh, look, settings, *scene, scratch, Division::none);
+    buildBatch(kivReadShadedMesh(*mesh, look.smoothAngle), *mesh, look, settings, *scene, scratch, Division::none);
     KivCartoonPainter painter;
     bringForward(depthSlopes, depthSteps);
     glDisable(GL_BLEND);
@@ -328,7 +328,7 @@ void KivCartoonShader::renderTransparentTriangle(const Kiv3DPoint* points, const
         return;
     }
     const KivCartoonLook look = lookOf(*mesh);
-    KivCartoonModel model;
+    KivShadedMesh model;
     const KivVec face = kivUnit(vecOf((points[1] - points[0]) * (points[2] - points[0])));
     KivVec sum;
     for (int k = 0; k < 3; ++k) {

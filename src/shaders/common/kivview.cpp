@@ -34,6 +34,8 @@ KivView::KivView(const Matrix& modelview, const Matrix& projectionMatrix, int wi
     const Matrix& m = modelview;
     eyePoint = {-(m[0] * m[12] + m[1] * m[13] + m[2] * m[14]), -(m[4] * m[12] + m[5] * m[13] + m[6] * m[14]),
                 -(m[8] * m[12] + m[9] * m[13] + m[10] * m[14])};
+    rightward = {m[0], m[4], m[8]};
+    upward = {m[1], m[5], m[9]};
     backward = {m[2], m[6], m[10]};
     const double horizontal = projection[0] * width;
     const double vertical = projection[5] * height;

@@ -48,6 +48,16 @@ public:
     KivVec toViewer(const KivVec& point) const {
         return perspective ? eyePoint - point : backward;
     }
+    // The directions in space that run to the right, upwards and towards the viewer in the picture, of unit length.
+    const KivVec& right() const {
+        return rightward;
+    }
+    const KivVec& up() const {
+        return upward;
+    }
+    const KivVec& back() const {
+        return backward;
+    }
     KivClipPoint clip(const KivVec& point) const;
     // For a point in front of the eye (w above 0).
     KivWindowPoint window(const KivClipPoint& point) const;
@@ -68,6 +78,8 @@ private:
     double depthTo = 1.0;
     bool perspective = false;
     KivVec eyePoint;
+    KivVec rightward{1.0, 0.0, 0.0};
+    KivVec upward{0.0, 1.0, 0.0};
     KivVec backward{0.0, 0.0, 1.0};
     double pixelScale = 1.0;
 };

@@ -1,7 +1,7 @@
 #include "kivcartoongeometry.h"
 
 #include "../shapes.h"
-#include "kivcartoonnormals.h"
+#include "kivsmoothnormals.h"
 
 #include <gtest/gtest.h>
 
@@ -37,9 +37,9 @@ public:
     }
 };
 
-KivCartoonModel modelOf(const KivSurface& surface, double creaseAngle = 45.0) {
+KivShadedMesh modelOf(const KivSurface& surface, double creaseAngle = 45.0) {
     KivSmoothMesh smooth = kivSmoothNormals(surface, creaseAngle);
-    KivCartoonModel model;
+    KivShadedMesh model;
     model.points = smooth.points;
     model.normals = smooth.normals;
     model.triangles = smooth.triangles;
@@ -83,7 +83,7 @@ std::map<std::array<float, 6>, int> sidesOf(const KivCartoonBatch& batch) {
 } // namespace
 
 TEST(KivBuildCartoon, KeepsSmallTrianglesAndLightsEachVertexOnce) {
-    const KivCartoonModel model = modelOf(sphereSurface(60, 60));
+    const KivShadedMesh model = modelOf(sphereSurface(60, 60));
     const KivView view = perspectiveView({0.0, 2.0, 8.0}, 0.2, 1.0, 20.0, 400);
     KivCartoonBatch batch;
     kivBuildCartoon(model, view, PlainLights(), {}, batch);
@@ -93,7 +93,7 @@ TEST(KivBuildCartoon, KeepsSmallTrianglesAndLightsEachVertexOnce) {
 }
 
 TEST(KivBuildCartoon, SortsTrianglesByTheSideThatTheyShow) {
-    KivCartoonModel model = modelOf(sphereSurface(30, 30));
+    KivShadedMesh model = modelOf(sphereSurface(30, 30));
     for (const bool perspective : {true, false}) {
         const KivVec eye{1.0, 2.0, 8.0};
         const KivView view =
@@ -107,7 +107,7 @@ TEST(KivBuildCartoon, SortsTrianglesByTheSideThatTheyShow) {
             EXPECT_GT(kivDot(a, kivUnit(view.toViewer(a))), -0.35);
         }
         // Mirrored: the winding is reversed, the normals still point outwards, and so the same side shows.
-        KivCartoonModel mirrored = model;
+        KivShadedMesh mirrored = model;
         for (KivVec& p : mirrored.points) {
             p.x = -p.x;
         }
@@ -123,7 +123,7 @@ TEST(KivBuildCartoon, SortsTrianglesByTheSideThatTheyShow) {
 }
 
 TEST(KivBuildCartoon, InsideOutShapesShowTheirInnerSideLitAsSeen) {
-    KivCartoonModel model = modelOf(sphereSurface(30, 30));
+    KivShadedMesh model = modelOf(sphereSurface(30, 30));
     const KivView view = parallelView({0.0, 0.0, 8.0}, 2.0, 1.0, 20.0, 200);
     KivCartoonBatch usual;
     kivBuildCartoon(model, view, PlainLights(), {}, usual);
@@ -140,7 +140,7 @@ TEST(KivBuildCartoon, InsideOutShapesShowTheirInnerSideLitAsSeen) {
 }
 
 TEST(KivBuildCartoon, DividesLargeTrianglesWithoutGaps) {
-    const KivCartoonModel model = modelOf(sphereSurface(6, 8));
+    const KivShadedMesh model = modelOf(sphereSurface(6, 8));
     const KivView view = perspectiveView({1.0, 2.0, 5.0}, 0.4, 1.0, 20.0, 800);
     KivCartoonDetail detail;
     detail.longestSide = 20.0;
@@ -163,7 +163,7 @@ TEST(KivBuildCartoon, DividesLargeTrianglesWithoutGaps) {
 
 TEST(KivBuildCartoon, DividedLightFollowsTheRoundSurface) {
     // One face of a coarse sphere: in between, the light is that of the rounded normal and not of a straight line.
-    const KivCartoonModel model = modelOf(sphereSurface(6, 8));
+    const KivShadedMesh model = modelOf(sphereSurface(6, 8));
     const KivView view = perspectiveView({1.0, 2.0, 5.0}, 0.4, 1.0, 20.0, 800);
     KivCartoonDetail detail;
     detail.longestSide = 10.0;
@@ -180,7 +180,7 @@ TEST(KivBuildCartoon, LeavesEvenlyLitFacesWhole) {
     KivCartoonBatch batch;
     KivCartoonDetail detail;
     detail.longestSide = 10.0;
-    const KivCartoonModel cube = modelOf(cubeSurface());
+    const KivShadedMesh cube = modelOf(cubeSurface());
     const KivView view = perspectiveView({3.0, 4.0, 5.0}, 0.5, 1.0, 20.0, 800);
     kivBuildCartoon(cube, view, PlainLights(), detail, batch);
     EXPECT_EQ(batch.front.size() + batch.back.size(), 36U);
@@ -195,7 +195,7 @@ TEST(KivBuildCartoon, CutsTrianglesWhereALightEnds) {
     spot.ends = true;
     spot.uniform = false;
     KivCartoonBatch batch;
-    const KivCartoonModel cube = modelOf(cubeSurface());
+    const KivShadedMesh cube = modelOf(cubeSurface());
     kivBuildCartoon(cube, perspectiveView({3.0, 4.0, 5.0}, 0.5, 1.0, 20.0, 200), spot, {}, batch);
     int lit = 0;
     int dark = 0;
@@ -226,7 +226,7 @@ TEST(KivBuildCartoon, FlatFacesHaveOneTone) {
     KivCartoonDetail detail;
     detail.flat = true;
     KivCartoonBatch batch;
-    KivCartoonModel model = modelOf(sphereSurface(12, 16));
+    KivShadedMesh model = modelOf(sphereSurface(12, 16));
     kivBuildCartoon(model, perspectiveView({0.0, 2.0, 8.0}, 0.2, 1.0, 20.0, 400), PlainLights(), detail, batch);
     EXPECT_EQ(batch.front.size() + batch.back.size(), model.triangles.size() * 3);
     for (std::size_t i = 0; i < batch.front.size(); i += 3) {

@@ -1,4 +1,4 @@
-#include "kivcartoonnormals.h"
+#include "kivsmoothnormals.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,7 +1,7 @@
-#include "kivcartoonmodel.h"
+#include "kivshadedmesh.h"
 
-#include "kivcartoonnormals.h"
 #include "kivrender/scene/kivmesh.h"
+#include "kivsmoothnormals.h"
 
 #include <algorithm>
 #include <cmath>
@@ -14,13 +14,13 @@ bool isFinite(const KivVec& p) {
     return std::isfinite(p.x) && std::isfinite(p.y) && std::isfinite(p.z);
 }
 
-KivVec faceOf(const KivCartoonModel& model, const KivSurface::Triangle& t) {
+KivVec faceOf(const KivShadedMesh& model, const KivSurface::Triangle& t) {
     const KivVec& a = model.points[t[0]];
     return kivCross(model.points[t[1]] - a, model.points[t[2]] - a);
 }
 
 // Gives vertices without a usable normal the mean of their triangles, larger ones counting more.
-void mendNormals(KivCartoonModel& model) {
+void mendNormals(KivShadedMesh& model) {
     std::vector<bool> missing(model.points.size());
     bool any = false;
     for (std::size_t i = 0; i < model.points.size(); ++i) {
@@ -45,7 +45,7 @@ void mendNormals(KivCartoonModel& model) {
     }
 }
 
-void findWindings(KivCartoonModel& model) {
+void findWindings(KivShadedMesh& model) {
     model.windings.reserve(model.triangles.size());
     double volume = 0.0;
     for (const KivSurface::Triangle& t : model.triangles) {
@@ -69,8 +69,8 @@ void findWindings(KivCartoonModel& model) {
 
 } // namespace
 
-KivCartoonModel kivReadCartoonModel(const KivMesh& mesh, double creaseAngle) {
-    KivCartoonModel model;
+KivShadedMesh kivReadShadedMesh(const KivMesh& mesh, double creaseAngle) {
+    KivShadedMesh model;
     if (!mesh.hasNormals()) {
         KivSmoothMesh smooth = kivSmoothNormals(kivReadSurface(mesh), creaseAngle);
         model.points = std::move(smooth.points);
@@ -104,7 +104,7 @@ KivCartoonModel kivReadCartoonModel(const KivMesh& mesh, double creaseAngle) {
     return model;
 }
 
-int kivEvenPasses(const KivCartoonModel& model, const KivView& view, double pixels) {
+int kivEvenPasses(const KivShadedMesh& model, const KivView& view, double pixels) {
     constexpr int most = 24;
     if (!(pixels > 0.0) || model.triangles.empty()) {
         return 0;

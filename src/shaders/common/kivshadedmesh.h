@@ -1,0 +1,32 @@
+// A mesh of the scene as shaders light it.
+#ifndef SHADERS_COMMON_KIVSHADEDMESH_H
+#define SHADERS_COMMON_KIVSHADEDMESH_H
+
+#include "kivsurface.h"
+#include "kivview.h"
+
+#include <cstdint>
+#include <vector>
+
+class KivMesh;
+
+// A mesh to draw. Normals have unit length, one per point; none for flat shading.
+struct KivShadedMesh {
+    std::vector<KivVec> points;
+    std::vector<KivVec> normals;
+    std::vector<KivSurface::Triangle> triangles;
+    // For each triangle +1 if its winding runs anticlockwise round the normal of its outer side, -1 if clockwise.
+    std::vector<std::int8_t> windings;
+};
+
+// Reads the mesh through its accessors. Its own normals are used as they are, brought to unit length; a vertex whose
+// normal has no length or is no number gets one from the triangles around it. A mesh without normals gets them from its
+// shape, smooth over bends up to creaseAngle (degrees). Which side of a triangle is its outer one is told by its
+// normals, whatever its winding. Triangles with an index out of range or a corner that is no number are left out.
+KivShadedMesh kivReadShadedMesh(const KivMesh& mesh, double creaseAngle);
+
+// How many passes of kivEvenNormals reach over that many pixels in this view: an even spread grows with the root of the
+// passes, and one pass with the length of a side. At most 24, and none for what has no triangles.
+int kivEvenPasses(const KivShadedMesh& model, const KivView& view, double pixels);
+
+#endif

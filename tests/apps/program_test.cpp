@@ -199,11 +199,12 @@ TEST(Program, ListsShadersAndFormats) {
     const ProgramFolder folder;
     const Outcome tags = run(folder, {"shaders", "-q"});
     EXPECT_EQ(tags.status, 0);
-    EXPECT_EQ(tags.out, "Cartoon\nOutline\n");
+    EXPECT_EQ(tags.out, "Cartoon\nOutline\nSketch\n");
     const Outcome shaders = run(folder, {"shaders"});
     EXPECT_EQ(shaders.status, 0);
     EXPECT_THAT(shaders.out, HasSubstr("--set Cartoon.Bands="));
     EXPECT_THAT(shaders.out, HasSubstr("--set Outline."));
+    EXPECT_THAT(shaders.out, HasSubstr("--set Sketch.Medium="));
     EXPECT_EQ(shaders.err, "");
     const Outcome formats = run(folder, {"formats"});
     for (const char* ending :

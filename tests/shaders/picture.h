@@ -48,6 +48,9 @@ public:
     static KivCombinableShader& outline() {
         return dynamic_cast<KivCombinableShader&>(*KivShader::getByTag(L"Outline"));
     }
+    static KivCombinableShader& sketch() {
+        return dynamic_cast<KivCombinableShader&>(*KivShader::getByTag(L"Sketch"));
+    }
 };
 
 using Choices = std::vector<std::pair<std::string, std::string>>;
@@ -56,8 +59,11 @@ using Choices = std::vector<std::pair<std::string, std::string>>;
 inline KivTablePageSettings shaderSettings(const KivShader& shader, const Choices& choices = {}) {
     int count = 0;
     const KivSettingInfo* table = kivShaderSettings(&shader, &count);
-    const bool base = !shader.isCombinable();
-    KivTablePageSettings settings(base ? L"CartoonTones" : L"OutlineLines", table, count);
+    const std::wstring tag = shader.getTag();
+    const wchar_t* section = tag == L"Cartoon"   ? L"CartoonTones"
+                             : tag == L"Outline" ? L"OutlineLines"
+                                                 : L"SketchStrokes";
+    KivTablePageSettings settings(section, table, count);
     for (const auto& [key, text] : choices) {
         EXPECT_TRUE(settings.setText(key, text)) << key;
     }

@@ -1,4 +1,4 @@
-// The settings of both plug-ins on their way through streams, documents, objects, styles and pages.
+// The settings of all plug-ins on their way through streams, documents, objects, styles and pages.
 #include "kivrender/dialogs/kivpagedlg.h"
 #include "kivrender/scene/kivpolyline.h"
 #include "picture.h"
@@ -59,8 +59,8 @@ private:
 
 class ShaderSettings : public ::testing::Test {
 protected:
-    std::vector<KivShader*> both() {
-        return {&shaders.cartoon(), &shaders.outline()};
+    std::vector<KivShader*> all() {
+        return {&shaders.cartoon(), &shaders.outline(), &shaders.sketch()};
     }
     // A value other than the default for every setting.
     static void change(KivTablePageSettings& settings) {
@@ -88,7 +88,7 @@ protected:
 } // namespace
 
 TEST_F(ShaderSettings, TablesAreSound) {
-    for (KivShader* shader : both()) {
+    for (KivShader* shader : all()) {
         int count = 0;
         const KivSettingInfo* table = kivShaderSettings(shader, &count);
         ASSERT_GT(count, 5);
@@ -106,15 +106,17 @@ TEST_F(ShaderSettings, NamesAndTags) {
     EXPECT_FALSE(shaders.cartoon().isCombinable());
     EXPECT_TRUE(shaders.outline().isCombinable());
     EXPECT_STREQ(shaders.outline().getName(), L"Outline");
+    EXPECT_STREQ(shaders.sketch().getTag(), L"Sketch");
+    EXPECT_TRUE(shaders.sketch().isCombinable());
     EXPECT_STRNE(shaders.cartoon().getName(), L"");
-    for (KivShader* shader : both()) {
+    for (KivShader* shader : all()) {
         EXPECT_EQ(shader->getNumPages(), 1);
         EXPECT_EQ(shader->getPreviewBitmap(), nullptr);
     }
 }
 
 TEST_F(ShaderSettings, TheDefaultsAreWhatIsSavedWithoutPages) {
-    for (KivShader* shader : both()) {
+    for (KivShader* shader : all()) {
         KivMemoryDataManager stream;
         stream.setSaving();
         EXPECT_TRUE(shader->saveDefaultData(&stream));
@@ -130,7 +132,7 @@ TEST_F(ShaderSettings, TheDefaultsAreWhatIsSavedWithoutPages) {
 }
 
 TEST_F(ShaderSettings, AnObjectGetsWhatTheStreamSays) {
-    for (KivShader* shader : both()) {
+    for (KivShader* shader : all()) {
         KivTablePageSettings page = shaderSettings(*shader);
         change(page);
         KivMemoryDataManager stream;
@@ -145,7 +147,7 @@ TEST_F(ShaderSettings, AnObjectGetsWhatTheStreamSays) {
 }
 
 TEST_F(ShaderSettings, ABlockOfAnotherKindGivesTheDefaults) {
-    for (KivShader* shader : both()) {
+    for (KivShader* shader : all()) {
         KivMemoryDataManager stream;
         stream.setSaving();
         stream.saveString(L"Nothing of the kind");
@@ -159,7 +161,7 @@ TEST_F(ShaderSettings, ABlockOfAnotherKindGivesTheDefaults) {
 }
 
 TEST_F(ShaderSettings, GoToAHostThatAsksForThem) {
-    for (KivShader* shader : both()) {
+    for (KivShader* shader : all()) {
         for (const bool selected : {true, false}) {
             KivTablePageSettings page = shaderSettings(*shader);
             change(page);
@@ -180,7 +182,7 @@ TEST_F(ShaderSettings, GoToAHostThatAsksForThem) {
 }
 
 TEST_F(ShaderSettings, ComeFromADocumentOneByOne) {
-    for (KivShader* shader : both()) {
+    for (KivShader* shader : all()) {
         KivTablePageSettings page = shaderSettings(*shader);
         change(page);
         const int cells = page.getNumSettings() + 1;
@@ -201,7 +203,7 @@ TEST_F(ShaderSettings, ComeFromADocumentOneByOne) {
 }
 
 TEST_F(ShaderSettings, PagesWithoutAWindowHoldThemToo) {
-    for (KivShader* shader : both()) {
+    for (KivShader* shader : all()) {
         shader->createPages(nullptr, nullptr);
         KivPageDlg* page = shader->getPage(nullptr, 0);
         ASSERT_NE(page, nullptr);
@@ -230,7 +232,7 @@ TEST_F(ShaderSettings, PagesWithoutAWindowHoldThemToo) {
 }
 
 TEST_F(ShaderSettings, APreviewPutsThemOnTheScene) {
-    for (KivShader* shader : both()) {
+    for (KivShader* shader : all()) {
         KivScene scene;
         scene.addMesh(new KivMesh);
         shader->createPages(nullptr, nullptr);
@@ -250,4 +252,5 @@ TEST_F(ShaderSettings, StepsFollowTheScene) {
     scene.addPolyline(new KivPolyline);
     EXPECT_EQ(shaders.cartoon().getProgressSteps(&scene, {}), 15U);
     EXPECT_EQ(shaders.outline().getProgressSteps(&scene, {}), 25U);
+    EXPECT_EQ(shaders.sketch().getProgressSteps(&scene, {}), 25U);
 }

@@ -67,6 +67,13 @@ bool KivLineShader::needsDepth(const KivMesh& mesh, const KivCommonSettings& set
     if (settings.doTransparencies() && !mesh.isOpaque()) {
         return false;
     }
+    if (settings.doVectorial()) {
+        // The frame has laid what a loaded Sketch says it renders, and a page would hold every triangle twice.
+        auto* sketch = dynamic_cast<KivCombinableShader*>(KivShader::getByTag(L"Sketch"));
+        if (sketch != nullptr && sketch->rendersMesh(&mesh)) {
+            return false;
+        }
+    }
     return preview || !mesh.hasNonCombinable(communication.hasNonCombinable());
 }
 

@@ -1,0 +1,56 @@
+// One picture's strokes: along the lines of the scene, and the hatching of its dark parts.
+#ifndef SHADERS_SKETCH_KIVSKETCHDRAWING_H
+#define SHADERS_SKETCH_KIVSKETCHDRAWING_H
+
+#include "kivlinedrawing.h"
+#include "kivsketchhatch.h"
+#include "kivsketchsettings.h"
+#include "kivsketchstroke.h"
+
+#include <cstdint>
+#include <map>
+#include <vector>
+
+class KivSketchDrawing final : public KivLineDrawing {
+public:
+    // Without a light nothing is hatched.
+    KivSketchDrawing(const KivCommonSettings& settings, tagSIZE size, KivShaderCommunication& communication,
+                     bool atFront, KivSketchLight sceneLight);
+
+protected:
+    KivLineLook lookOf(const KivTablePageSettings& page) const override;
+    void addOwnLines(const KivMesh& mesh, const KivTablePageSettings& page) override;
+    void takePath(const Job& job, const KivLinePath& path) override;
+    void takePoint(const Job& job, const KivLinePoint& point) override;
+    void drawPaths() const override;
+
+private:
+    // What lies below comes first.
+    enum class Layer : std::uint8_t { hatching, hidden, lines };
+    struct Batch {
+        Layer layer;
+        const KivTablePageSettings* page;
+        KivSketchMesh mesh;
+    };
+    // What a hatching line's job has besides its corners, one by one.
+    struct HatchRun {
+        std::vector<float> weights;
+        std::vector<float> along;
+        std::uint32_t plane = 0;
+    };
+
+    const KivSketchStyle& styleOf(const KivTablePageSettings& page);
+    KivSketchMesh& meshOf(Layer layer, const KivTablePageSettings& page);
+    void addHatchLine(const KivSketchHatchLine& line, const KivTablePageSettings& page, const KivSketchStyle& style);
+    void takeHatchPath(const Job& job, const KivLinePath& path, const KivSketchStyle& style);
+    KivSketchHand handOf(const Job& job, const KivSketchStyle& style) const;
+    KivSketchPoint pointAt(const Job& job, const KivLinePath& path, std::size_t i) const;
+    void bindMedium(const KivSketchStyle& style, unsigned int profile, unsigned int tooth) const;
+
+    KivSketchLight light;
+    std::map<const KivTablePageSettings*, KivSketchStyle> styles; // looked up only: their order is that of addresses
+    std::vector<HatchRun> hatchRuns;                              // a job's mark is its number plus one
+    std::vector<Batch> batches;
+};
+
+#endif

@@ -1,0 +1,29 @@
+// The sketch shader: strokes of a pencil, a pen, charcoal or pastel along silhouettes, borders and creases and over the
+// scene's own lines and points, and hatching where it is dark. How lines are found and which of them are seen is told
+// in kivlineshader.h; how they become strokes in kivsketchstroke.h, what is hatched in kivsketchhatch.h.
+//
+// The unsteadiness of the hand comes from noise that stands still in the space of the scene, and so from the seed in
+// the settings and nothing else: the same scene gives the same picture, and a stroke keeps its shape while the camera
+// moves a little.
+#ifndef SHADERS_SKETCH_KIVSKETCHSHADER_H
+#define SHADERS_SKETCH_KIVSKETCHSHADER_H
+
+#include "kivlineshader.h"
+#include "kivsketchhatch.h"
+
+#include <memory>
+
+class KivSketchShader final : public KivLineShader {
+public:
+    explicit KivSketchShader(HINSTANCE pluginModule);
+
+protected:
+    std::unique_ptr<KivLineDrawing> startDrawing(const KivCommonSettings& settings, KivScene& scene, tagSIZE size,
+                                                 KivShaderCommunication& communication, bool atFront) override;
+
+private:
+    // Null if nothing shines.
+    KivSketchLight lightOf(KivScene& scene) const;
+};
+
+#endif

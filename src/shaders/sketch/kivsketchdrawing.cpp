@@ -20,11 +20,11 @@ constexpr double evenOver = 12.0;
 
 // A hatching stroke against one of a line.
 constexpr double hatchWidth = 0.7;
-constexpr double hatchTone = 0.88;
+constexpr double hatchTone = 0.84;
 constexpr double hatchWobble = 0.55;
 // The second hatching lies across the first, not square to it, and only where it is darker than this part of the tone.
 constexpr double crossAngle = -62.0;
-constexpr double crossTone = 0.5;
+constexpr double crossTone = 0.56;
 
 // Hidden lines against seen ones.
 constexpr double hiddenWidth = 0.6;

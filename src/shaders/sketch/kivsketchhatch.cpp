@@ -140,7 +140,10 @@ private:
 
     // The same word for the same plane, whatever the distance of the lattice.
     std::uint32_t nameOf(std::int64_t plane) const {
-        const int level = levelOf(plane);
+        if (plane == 0) {
+            return kivSketchHash(0, hatching.seed);
+        }
+        const int level = std::countr_zero(static_cast<std::uint64_t>(plane));
         const auto odd = static_cast<std::uint32_t>(static_cast<std::uint64_t>(plane >> level));
         return kivSketchHash(odd, kivSketchHash(hatching.seed, static_cast<std::uint32_t>(level + exponent)));
     }

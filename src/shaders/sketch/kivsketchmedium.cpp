@@ -58,7 +58,7 @@ double step(double from, double to, double at) {
 KivSketchMedium kivSketchMedium(KivSketchTool tool) {
     switch (tool) {
     case KivSketchTool::pencil:
-        return {2.9, 0.45, 0.60, 0.74, 0.08, 0.46, 2.0, 0.6, 0.60, 0.12};
+        return {3.1, 0.50, 0.60, 0.80, 0.08, 0.46, 2.0, 0.6, 0.60, 0.12};
     case KivSketchTool::ink:
         return {2.2, 0.85, 0.0, 1.0, 0.0, 0.0, 1.0, 1.0, 0.12, 0.0};
     case KivSketchTool::charcoal:

@@ -35,8 +35,15 @@ KivSketchLight KivSketchShader::lightOf(KivScene& scene) const {
             brightest = std::max(brightest, brightness);
         }
     }
-    if (!(brightest > 0.0)) {
+    if (lights.empty()) {
         return nullptr;
+    }
+    // Lights that nobody gave a colour shine alike.
+    if (!(brightest > 0.0)) {
+        brightest = 1.0;
+        for (auto& [light, brightness] : lights) {
+            brightness = 1.0;
+        }
     }
     return [this, lights, brightest](const KivVec& point, const KivVec& normal) {
         double most = 0.0;

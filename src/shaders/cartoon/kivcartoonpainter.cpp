@@ -32,7 +32,7 @@ KivTone toneOf(const KivCartoonColors& colors, KivCartoonLayer layer, int parts,
     case KivCartoonLayer::shadow:
         return kivCartoonShadow(colors.diffuse, colors.paint);
     case KivCartoonLayer::emission:
-        return colors.emission;
+        return kivDuotone(colors.emission, colors.paint, true);
     case KivCartoonLayer::share: {
         const KivTone shadow = kivCartoonColor(colors.diffuse, colors.emission, colors.paint, 0.0);
         const KivTone lit = kivCartoonColor(colors.diffuse, colors.emission, colors.paint, level);

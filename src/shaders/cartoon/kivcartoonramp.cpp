@@ -20,6 +20,21 @@ double brightness(const KivTone& tone) {
 // The tint of a fully cool shadow: towards violet, which keeps company with warm and cold colours alike.
 constexpr KivTone coolTint = {0.70, 0.72, 1.22};
 
+// Before the two tones.
+KivTone shadowOf(const KivTone& diffuse, const KivCartoonPaint& paint) {
+    KivTone shadow{};
+    for (int c = 0; c < 3; ++c) {
+        shadow[c] = diffuse[c] * (paint.shadow + (1.0 - paint.shadow) * paint.ambient[c]);
+    }
+    const double grey = brightness(shadow);
+    for (int c = 0; c < 3; ++c) {
+        const double rich = grey + (shadow[c] - grey) * (1.0 + paint.saturation);
+        const double tint = 1.0 + (coolTint[c] - 1.0) * paint.coolness;
+        shadow[c] = std::clamp(rich * tint, 0.0, 1.0);
+    }
+    return shadow;
+}
+
 } // namespace
 
 KivTone kivToneOf(std::uint32_t color) {
@@ -52,27 +67,40 @@ double KivCartoonBands::level(double incidence) const {
     return sum / (count - 1);
 }
 
+KivTone kivDuotone(const KivTone& tone, const KivCartoonPaint& paint, bool difference) {
+    if (paint.duotone <= 0.0) {
+        return tone;
+    }
+    const double bright = brightness(tone);
+    KivTone turned{};
+    for (int c = 0; c < 3; ++c) {
+        const double ink = (difference ? 0.0 : paint.dark[c]) + (paint.light[c] - paint.dark[c]) * bright;
+        turned[c] = tone[c] + (ink - tone[c]) * paint.duotone;
+    }
+    return turned;
+}
+
+KivTone kivAdjusted(const KivTone& tone, double saturation, double lightness) {
+    const double grey = brightness(tone);
+    KivTone adjusted{};
+    for (int c = 0; c < 3; ++c) {
+        const double rich = std::clamp(grey + (tone[c] - grey) * (1.0 + saturation), 0.0, 1.0);
+        adjusted[c] = lightness > 0.0 ? rich + (1.0 - rich) * lightness : rich * (1.0 + lightness);
+    }
+    return adjusted;
+}
+
 KivTone kivCartoonShadow(const KivTone& diffuse, const KivCartoonPaint& paint) {
-    KivTone shadow{};
-    for (int c = 0; c < 3; ++c) {
-        shadow[c] = diffuse[c] * (paint.shadow + (1.0 - paint.shadow) * paint.ambient[c]);
-    }
-    const double grey = brightness(shadow);
-    for (int c = 0; c < 3; ++c) {
-        const double rich = grey + (shadow[c] - grey) * (1.0 + paint.saturation);
-        const double tint = 1.0 + (coolTint[c] - 1.0) * paint.coolness;
-        shadow[c] = std::clamp(rich * tint, 0.0, 1.0);
-    }
-    return shadow;
+    return kivDuotone(shadowOf(diffuse, paint), paint);
 }
 
 KivTone kivCartoonColor(const KivTone& diffuse, const KivTone& emission, const KivCartoonPaint& paint, double level) {
-    const KivTone shadow = kivCartoonShadow(diffuse, paint);
+    const KivTone shadow = shadowOf(diffuse, paint);
     KivTone color{};
     for (int c = 0; c < 3; ++c) {
         color[c] = std::clamp(shadow[c] + (diffuse[c] - shadow[c]) * level + emission[c], 0.0, 1.0);
     }
-    return color;
+    return kivDuotone(color, paint);
 }
 
 double kivRampCoordinate(double incidence, int entries) {

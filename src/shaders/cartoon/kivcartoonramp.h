@@ -35,6 +35,9 @@ struct KivCartoonPaint {
     double saturation = 0.35; // shadows richer in colour than the light, 0 to 1
     double coolness = 0.45;   // shadows turned towards blue, 0 to 1
     KivTone ambient{};        // the ambient light of the scene brightens the shadows
+    double duotone = 0.0;     // how far all tones turn into mixtures of the two below, by their brightness
+    KivTone dark{};
+    KivTone light = {1.0, 1.0, 1.0};
 
     friend bool operator==(const KivCartoonPaint&, const KivCartoonPaint&) = default;
 };
@@ -43,6 +46,13 @@ struct KivCartoonPaint {
 // own and is added everywhere.
 KivTone kivCartoonShadow(const KivTone& diffuse, const KivCartoonPaint& paint);
 KivTone kivCartoonColor(const KivTone& diffuse, const KivTone& emission, const KivCartoonPaint& paint, double level);
+
+// A colour on its way into the two of the paint. difference: what is added to another colour that was turned already.
+KivTone kivDuotone(const KivTone& tone, const KivCartoonPaint& paint, bool difference = false);
+
+// A material's colour, richer or paler (saturation from -1, grey, to 1) and lighter or darker (lightness from -1,
+// black, to 1, white).
+KivTone kivAdjusted(const KivTone& tone, double saturation, double lightness);
 
 // The texture coordinate that stands for an incidence, for a table of that many entries: the first entry is incidence
 // 0, the last is incidence 1, and a lookup that interpolates between the middles of entries meets both exactly.

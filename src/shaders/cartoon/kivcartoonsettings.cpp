@@ -17,6 +17,12 @@ enum Setting {
     behindSetting,
     smoothAngleSetting,
     evennessSetting,
+    colourSaturationSetting,
+    lightnessSetting,
+    duotoneSetting,
+    duotoneDarkSetting,
+    duotoneLightSetting,
+    ambientSetting,
     numSettings
 };
 
@@ -42,6 +48,16 @@ const KivSettingInfo table[numSettings] = {
      L"Meshes without normals are smooth over bends up to this angle, in degrees", nullptr},
     {"Evenness", KivSettingType::Double, 0, 50, 9,
      L"Bumps of a surface that are smaller than this many pixels leave the tones alone", nullptr},
+    {"Saturation", KivSettingType::Double, -100, 100, 0,
+     L"How much richer in colour the materials are, in percent: -100 grey", nullptr},
+    {"Lightness", KivSettingType::Double, -100, 100, 0,
+     L"How much lighter the materials are, in percent: -100 black, 100 white", nullptr},
+    {"Duotone", KivSettingType::Double, 0, 100, 0,
+     L"How far all colours turn into mixtures of two, by their brightness, in percent", nullptr},
+    {"DuotoneDark", KivSettingType::Colour, 0, 0xFFFFFF, 0x201418, L"The dark one of the two colours", nullptr},
+    {"DuotoneLight", KivSettingType::Colour, 0, 0xFFFFFF, 0xE8F2F7, L"The light one of the two colours", nullptr},
+    {"Ambient", KivSettingType::Double, 0, 100, 100, L"How much of the ambient light brightens shadows, in percent",
+     nullptr},
 };
 
 } // namespace
@@ -68,5 +84,11 @@ KivCartoonLook kivCartoonLook(const KivTablePageSettings& settings) {
     look.lightFromBehind = settings.getValue(behindSetting) * percent;
     look.smoothAngle = settings.getValue(smoothAngleSetting);
     look.evenness = settings.getValue(evennessSetting);
+    look.saturation = settings.getValue(colourSaturationSetting) * percent;
+    look.lightness = settings.getValue(lightnessSetting) * percent;
+    look.paint.duotone = settings.getValue(duotoneSetting) * percent;
+    look.paint.dark = kivToneOf(settings.getColour(duotoneDarkSetting));
+    look.paint.light = kivToneOf(settings.getColour(duotoneLightSetting));
+    look.ambient = settings.getValue(ambientSetting) * percent;
     return look;
 }

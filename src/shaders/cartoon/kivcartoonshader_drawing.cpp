@@ -155,8 +155,11 @@ KivCartoonColors KivCartoonShader::colorsOf(const KivMesh& mesh, const KivCartoo
     colors.bands = look.bands;
     colors.paint = look.paint;
     colors.paint.ambient = kivToneOf(settings.getAmbientLight());
-    colors.diffuse = kivToneOf(material->getDiffuse());
-    colors.emission = kivToneOf(material->getEmission());
+    for (double& part : colors.paint.ambient) {
+        part *= look.ambient;
+    }
+    colors.diffuse = kivAdjusted(kivToneOf(material->getDiffuse()), look.saturation, look.lightness);
+    colors.emission = kivAdjusted(kivToneOf(material->getEmission()), look.saturation, std::min(look.lightness, 0.0));
     if (look.highlight && material->getShine() > 0.0) {
         // A specular colour that is no brighter than the surface would darken it; then the highlight is white.
         const KivTone specular = kivToneOf(material->getSpecular());
@@ -167,6 +170,7 @@ KivCartoonColors KivCartoonShader::colorsOf(const KivMesh& mesh, const KivCartoo
             for (int c = 0; c < 3; ++c) {
                 colors.highlightColor[c] = specular[c] / most;
             }
+            colors.highlightColor = kivDuotone(colors.highlightColor, colors.paint);
         }
         colors.highlightSize = look.highlightSize;
     }

@@ -178,3 +178,60 @@ TEST(KivHighlightRamp, IsStrongWithinItsRadius) {
     EXPECT_EQ(alphaAt(21.0), 0);
     EXPECT_EQ(alphaAt(90.0), 0);
 }
+
+TEST(KivCartoonPaint, ADuotoneHoldsNothingButMixturesOfItsColours) {
+    KivCartoonPaint paint;
+    paint.dark = {0.1, 0.0, 0.3};
+    paint.light = {1.0, 0.9, 0.5};
+    const KivTone clay = {0.75, 0.5, 0.25};
+    EXPECT_EQ(kivDuotone(clay, paint), clay) << "off by default";
+    paint.duotone = 1.0;
+    const auto expectNear = [](const KivTone& a, const KivTone& b) {
+        for (int c = 0; c < 3; ++c) {
+            EXPECT_NEAR(a[c], b[c], 1e-12);
+        }
+    };
+    expectNear(kivDuotone({0.0, 0.0, 0.0}, paint), paint.dark);
+    expectNear(kivDuotone({1.0, 1.0, 1.0}, paint), paint.light);
+    const KivTone turned = kivDuotone(clay, paint);
+    const double share = (turned[1] - paint.dark[1]) / (paint.light[1] - paint.dark[1]);
+    EXPECT_NEAR(turned[0], 0.1 + 0.9 * share, 1e-12);
+    EXPECT_NEAR(turned[2], 0.3 + 0.2 * share, 1e-12);
+    paint.duotone = 0.25;
+    const KivTone quarter = kivDuotone(clay, paint);
+    for (int c = 0; c < 3; ++c) {
+        EXPECT_NEAR(quarter[c], 0.75 * clay[c] + 0.25 * turned[c], 1e-12);
+    }
+}
+
+// The passes of a render with shadows add up to what is drawn without: a difference turns as part of the whole.
+TEST(KivCartoonPaint, DuotonesOfPartsAddUp) {
+    KivCartoonPaint paint;
+    paint.duotone = 0.7;
+    paint.dark = {0.1, 0.0, 0.3};
+    paint.light = {1.0, 0.9, 0.5};
+    const KivTone first = {0.2, 0.1, 0.05};
+    const KivTone second = {0.3, 0.25, 0.6};
+    const KivTone whole = kivDuotone({0.5, 0.35, 0.65}, paint);
+    const KivTone a = kivDuotone(first, paint);
+    const KivTone b = kivDuotone(second, paint, true);
+    for (int c = 0; c < 3; ++c) {
+        EXPECT_NEAR(a[c] + b[c], whole[c], 1e-12);
+    }
+}
+
+TEST(KivCartoonPaint, MaterialsAreAdjusted) {
+    const KivTone clay = {0.8, 0.5, 0.2};
+    EXPECT_EQ(kivAdjusted(clay, 0.0, 0.0), clay);
+    const KivTone grey = kivAdjusted(clay, -1.0, 0.0);
+    EXPECT_NEAR(grey[0], grey[1], 1e-12);
+    EXPECT_NEAR(grey[1], grey[2], 1e-12);
+    EXPECT_EQ(kivAdjusted(clay, 0.5, 1.0), (KivTone{1.0, 1.0, 1.0}));
+    EXPECT_EQ(kivAdjusted(clay, 0.5, -1.0), (KivTone{0.0, 0.0, 0.0}));
+    const KivTone rich = kivAdjusted(clay, 1.0, 0.0);
+    EXPECT_GT(rich[0] - rich[2], clay[0] - clay[2]);
+    for (const double part : rich) {
+        EXPECT_GE(part, 0.0);
+        EXPECT_LE(part, 1.0);
+    }
+}

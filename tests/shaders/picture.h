@@ -48,6 +48,9 @@ public:
     static KivCombinableShader& outline() {
         return dynamic_cast<KivCombinableShader&>(*KivShader::getByTag(L"Outline"));
     }
+    static KivCombinableShader& backdrop() {
+        return dynamic_cast<KivCombinableShader&>(*KivShader::getByTag(L"Backdrop"));
+    }
     static KivCombinableShader& sketch() {
         return dynamic_cast<KivCombinableShader&>(*KivShader::getByTag(L"Sketch"));
     }
@@ -60,9 +63,10 @@ inline KivTablePageSettings shaderSettings(const KivShader& shader, const Choice
     int count = 0;
     const KivSettingInfo* table = kivShaderSettings(&shader, &count);
     const std::wstring tag = shader.getTag();
-    const wchar_t* section = tag == L"Cartoon"   ? L"CartoonTones"
-                             : tag == L"Outline" ? L"OutlineLines"
-                                                 : L"SketchStrokes";
+    const wchar_t* section = tag == L"Cartoon"    ? L"CartoonTones"
+                             : tag == L"Outline"  ? L"OutlineLines"
+                             : tag == L"Backdrop" ? L"BackdropSheet"
+                                                  : L"SketchStrokes";
     KivTablePageSettings settings(section, table, count);
     for (const auto& [key, text] : choices) {
         EXPECT_TRUE(settings.setText(key, text)) << key;

@@ -60,7 +60,7 @@ private:
 class ShaderSettings : public ::testing::Test {
 protected:
     std::vector<KivShader*> all() {
-        return {&shaders.cartoon(), &shaders.outline(), &shaders.sketch()};
+        return {&shaders.backdrop(), &shaders.cartoon(), &shaders.outline(), &shaders.sketch()};
     }
     // A value other than the default for every setting.
     static void change(KivTablePageSettings& settings) {
@@ -107,6 +107,8 @@ TEST_F(ShaderSettings, NamesAndTags) {
     EXPECT_TRUE(shaders.outline().isCombinable());
     EXPECT_STREQ(shaders.outline().getName(), L"Outline");
     EXPECT_STREQ(shaders.sketch().getTag(), L"Sketch");
+    EXPECT_STREQ(shaders.backdrop().getTag(), L"Backdrop");
+    EXPECT_TRUE(shaders.backdrop().isCombinable());
     EXPECT_TRUE(shaders.sketch().isCombinable());
     EXPECT_STRNE(shaders.cartoon().getName(), L"");
     for (KivShader* shader : all()) {

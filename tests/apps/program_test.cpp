@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <map>
 #include <thread>
 
 #include <fcntl.h>
@@ -199,7 +200,7 @@ TEST(Program, ListsShadersAndFormats) {
     const ProgramFolder folder;
     const Outcome tags = run(folder, {"shaders", "-q"});
     EXPECT_EQ(tags.status, 0);
-    EXPECT_EQ(tags.out, "Cartoon\nOutline\nSketch\n");
+    EXPECT_EQ(tags.out, "Backdrop\nCartoon\nOutline\nSketch\n");
     const Outcome shaders = run(folder, {"shaders"});
     EXPECT_EQ(shaders.status, 0);
     EXPECT_THAT(shaders.out, HasSubstr("--set Cartoon.Bands="));
@@ -707,4 +708,25 @@ TEST(ProgramStyles, WhatAStyleHoldsAndNobodyUnderstandsIsTold) {
     const std::string brought = readAll(out);
     ASSERT_EQ(user({"preview", "-o", out, "--add", "none", "--set", "Cartoon.Bands=8"}).status, 0);
     EXPECT_EQ(readAll(out), brought) << "a value out of range is brought to its nearer end";
+}
+
+TEST(ProgramStyles, EveryStyleThatIsShippedIsUnderstoodAndLooksLikeNoOther) {
+    const StyleUser user;
+    const Outcome list = user({"styles", "--preview", user.folder.path("swatches")});
+    EXPECT_EQ(list.status, 0);
+    EXPECT_EQ(list.err, "") << "nothing in them is unknown or out of range";
+    std::map<std::string, std::string> pictures;
+    std::size_t files = 0;
+    for (const auto& file : std::filesystem::directory_iterator(std::string(SELVARIN_BIN_DIR) + "/styles")) {
+        const std::string name = file.path().stem().string();
+        EXPECT_THAT(list.out, HasSubstr(name + " "));
+        EXPECT_THAT(list.out, HasSubstr("  shared  " + file.path().string()));
+        const std::string picture = user.folder.path("swatches/" + name + ".png");
+        EXPECT_GT(readPng(picture).covered(), 0.05) << name;
+        pictures.emplace(readAll(picture), name);
+        ++files;
+    }
+    EXPECT_GE(files, 12U);
+    EXPECT_EQ(pictures.size(), files);
+    EXPECT_THAT(user.error({"preview", "-o", "p.png", "--style", "Comik"}, 2), HasSubstr("did you mean Comic?"));
 }

@@ -1,5 +1,6 @@
 #include "kivsketchdrawing.h"
 
+#include "kivrender/scene/kivprogress.h"
 #include "kivshadedmesh.h"
 #include "kivsmoothnormals.h"
 
@@ -97,13 +98,12 @@ void KivSketchDrawing::addOwnLines(const KivMesh& mesh, const KivTablePageSettin
     hatching.angle = style.hatchAngle;
     hatching.tone = style.hatchTone;
     hatching.seed = style.seed;
-    for (const KivSketchHatchLine& line : kivSketchHatch(shaded, getView(), tones, hatching)) {
-        addHatchLine(line, page, style);
-    }
-    if (style.crossHatching) {
-        hatching.angle += crossAngle;
-        hatching.tone *= crossTone;
-        hatching.seed = kivSketchHash(style.seed, 2);
+    for (int layer = 0; layer < (style.crossHatching ? 2 : 1) && !kivIsCancelled(); ++layer) {
+        if (layer > 0) {
+            hatching.angle += crossAngle;
+            hatching.tone *= crossTone;
+            hatching.seed = kivSketchHash(style.seed, 2);
+        }
         for (const KivSketchHatchLine& line : kivSketchHatch(shaded, getView(), tones, hatching)) {
             addHatchLine(line, page, style);
         }

@@ -40,7 +40,7 @@ std::string complaint(const std::vector<const char*>& words) {
 TEST(CommandLine, DefaultsOfRender) {
     const RenderOptions options = render({"a.obj", "-o", "a.png"});
     EXPECT_EQ(options.models, std::vector<std::string>{"a.obj"});
-    EXPECT_EQ(options.output, "a.png");
+    EXPECT_EQ(options.outputs.front(), "a.png");
     EXPECT_EQ(options.width, 1280);
     EXPECT_EQ(options.height, 960);
     EXPECT_EQ(options.antialias, 2);
@@ -107,7 +107,7 @@ TEST(CommandLine, EveryOptionOfRender) {
                                     "--timings",
                                     "-q"});
     EXPECT_EQ(o.models.size(), 2U);
-    EXPECT_EQ(o.output, "x.jpg");
+    EXPECT_EQ(o.outputs.front(), "x.jpg");
     EXPECT_EQ(o.width, 640);
     EXPECT_EQ(o.height, 480);
     EXPECT_EQ(o.antialias, 0);
@@ -149,7 +149,7 @@ TEST(CommandLine, AddNoneMeansNone) {
     const RenderOptions options = render({"--demo", "-o", "-", "--add", "none"});
     EXPECT_TRUE(options.add.empty());
     EXPECT_TRUE(options.demo);
-    EXPECT_EQ(options.output, "-");
+    EXPECT_EQ(options.outputs.front(), "-");
 }
 
 TEST(CommandLine, TellsWrongUse) {
@@ -161,7 +161,15 @@ TEST(CommandLine, TellsWrongUse) {
         {{"xyzzy"}, "unknown command xyzzy"},
         {{"--vresion"}, "unknown option --vresion; did you mean --version?"},
         {{"render", "a.obj", "-o", "a.png", "--antialas", "1"}, "unknown option --antialas; did you mean --antialias?"},
-        {{"render", "a.obj", "-o", "a.png", "--simplify"}, "unknown option --simplify"},
+        {{"render", "a.obj", "-o", "a.png", "--simplify"},
+         "--simplify is for vector drawings: give -o a name that ends in svg, pdf, eps, ps or ai"},
+        {{"render", "a.obj", "-o", "a.png", "-o", "a.svg", "-o", "a.png"}, "-o a.png is given twice"},
+        {{"render", "a.obj", "-o", "a.svg", "--shadows"},
+         "--shadows: a vector drawing has no shadows; write a picture in a run of its own"},
+        {{"render", "a.obj", "-o", "a.PDF", "--paper", "p.png"},
+         "--paper is for pictures: a vector drawing takes none"},
+        {{"render", "a.obj", "-o", "a.eps", "--depth-image"},
+         "--depth-image is for pictures: a vector drawing takes none"},
         {{"render", "a.obj", "-o", "a.png", "--shadow-image"}, "--shadow-image needs --shadows"},
         {{"render", "a.obj", "-o"}, "option --output needs a value"},
         {{"render", "-o", "a.png"}, "a MODEL is needed, or --demo for the built-in scene"},
@@ -303,8 +311,7 @@ TEST(OutputFile, RefusesWhatCanNotBeWritten) {
     };
     EXPECT_EQ(complaintOf(folder.path("a.svg")),
               "\"" + folder.path("a.svg") +
-                  "\": this version writes no vector drawings; use one of png, jpg, jpeg, "
-                  "tif, tiff, bmp, gif");
+                  "\": pictures can't be written as .svg; use one of png, jpg, jpeg, tif, tiff, bmp, gif");
     EXPECT_THAT(complaintOf(folder.path("a.xyz")), HasSubstr("pictures can't be written as .xyz"));
     EXPECT_EQ(complaintOf(folder.path("no/a.png")),
               "can't write \"" + folder.path("no/a.png") + "\": there is no folder \"" + folder.path("no") + "\"");

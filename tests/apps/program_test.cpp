@@ -243,7 +243,10 @@ TEST(Program, ErrorsAreOneLineAndTheStatusTellsTheirKind) {
          2,
          "a command is needed: render, shaders, styles, preview, style, formats or info (see \"selvarin --help\")"},
         {{"rendr"}, 2, "unknown command rendr; did you mean render? (see \"selvarin --help\")"},
-        {{"render", box, "-o", png, "--simplify"}, 2, "unknown option --simplify (see \"selvarin --help\")"},
+        {{"render", box, "-o", png, "--simplify"},
+         2,
+         "--simplify is for vector drawings: give -o a name that ends in svg, pdf, eps, ps or ai (see \"selvarin "
+         "--help\")"},
         {{"render", box, "-o", png, "--base", "Cartoons"},
          2,
          "unknown shader Cartoons; did you mean Cartoon? (see \"selvarin --help\")"},
@@ -259,11 +262,11 @@ TEST(Program, ErrorsAreOneLineAndTheStatusTellsTheirKind) {
         {{"render", box, "-o", png, "--set", "Cartun.Bands=2"},
          2,
          "--set Cartun.Bands: unknown shader Cartun; did you mean Cartoon? (see \"selvarin --help\")"},
-        {{"render", box, "-o", folder.path("x.svg")},
+        {{"render", box, "-o", folder.path("x.svgz")},
          2,
-         "\"" + folder.path("x.svg") +
-             "\": this version writes no vector drawings; use one of png, jpg, jpeg, tif, tiff, bmp, gif (see "
-             "\"selvarin --help\")"},
+         "\"" + folder.path("x.svgz") +
+             "\": pictures can't be written as .svgz; use one of png, jpg, jpeg, tif, tiff, bmp, gif, svg, pdf, eps, "
+             "ps, ai (see \"selvarin --help\")"},
         {{"render", folder.path("gone.obj"), "-o", png},
          1,
          "can't use \"" + folder.path("gone.obj") + "\": there is no such file"},

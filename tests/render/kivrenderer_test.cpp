@@ -78,12 +78,11 @@ TEST_F(KivRendererRender, AVectorRenderHasTheFinalSizeWhateverTheAntialias) {
     EXPECT_EQ(pixelOf(surface, 50, 25), 0xFFFFFFU);
 }
 
-// There are no vector pages yet: the frame is drawn without one, whatever the file is called, and the user hears of it.
-TEST_F(KivRendererRender, AVectorRenderSaysThatThereIsNoFile) {
+TEST_F(KivRendererRender, AVectorRenderWithoutAKnownEndingSaysThatThereIsNoFile) {
     loadShaders();
     setStyle(L"base", L"");
     settings.setVectorial(true);
-    for (const wchar_t* name : {L"picture.svg", L"picture.txt", L""}) {
+    for (const wchar_t* name : {L"picture.txt", L"picture.svgz", L""}) {
         host.messages.clear();
         const std::wstring file = *name != L'\0' ? home.wide() + L"/" + name : L"";
         settings.setSaveVectorFile(file.c_str());

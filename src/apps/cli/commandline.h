@@ -72,7 +72,7 @@ struct LookOptions {
 struct RenderOptions : LookOptions {
     std::vector<std::string> models;
     bool demo = false;
-    std::string output;
+    std::vector<std::string> outputs;
     std::int32_t width = 1280;
     std::int32_t height = 960;
     int antialias = 2;
@@ -82,6 +82,7 @@ struct RenderOptions : LookOptions {
     std::string paper;
     bool depthImage = false;
     bool shadowImage = false;
+    bool simplify = false; // of vector drawings
     bool shadows = false;
     bool transparency = false;
     char upAxis = 0; // 'y', 'z', or 0 for the format's

@@ -115,6 +115,10 @@ int runFormats() {
     for (const PictureFormat& format : pictureFormats()) {
         std::printf("  %-5s %s\n", format.ending, format.name);
     }
+    std::printf("\nVector drawings that can be written\n");
+    for (const PictureFormat& format : drawingFormats()) {
+        std::printf("  %-5s %s\n", format.ending, format.name);
+    }
     return statusDone;
 }
 

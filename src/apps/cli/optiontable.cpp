@@ -41,9 +41,10 @@ constexpr OptionInfo antialiasOption{
 
 constexpr std::array renderOptions{
     OptionInfo{
-        "output", 'o', "FILE", "", "Picture", false, file, "",
-        "Where the picture goes; the ending chooses the format (see \"selvarin formats\"). {model} stands for the "
-        "model's name without its ending. A single - writes a PNG to standard output."},
+        "output", 'o', "FILE", "", "Picture", true, file, "",
+        "Where the picture goes; the ending chooses the format, a picture of pixels or a vector drawing (see "
+        "\"selvarin formats\"). {model} stands for the model's name without its ending. A single - writes a PNG to "
+        "standard output. May be repeated, for several files of the same view."},
     OptionInfo{"size", 's', "WxH", "1280x960", "Picture", false, nothing, "", "Size in pixels."},
     antialiasOption,
     backgroundOption,
@@ -56,6 +57,10 @@ constexpr std::array renderOptions{
     OptionInfo{"shadow-image", 0, "", "", "Picture", false, nothing, "",
                "Also write how many lights reach each point as a grey image, \"_shadow\" added to the name; needs "
                "--shadows."},
+
+    OptionInfo{"simplify", 0, "", "", "Picture", false, nothing, "",
+               "In vector drawings, join what is drawn twice, make flat faces of few triangles, leave out what is "
+               "hidden."},
 
     OptionInfo{"demo", 0, "", "", "Model", false, nothing, "", "Render the built-in scene; no model is needed."},
     OptionInfo{"up-axis", 0, "AXIS", "by format", "Model", false, choices, "y z", "What is up in the model: y or z."},

@@ -16,8 +16,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr std::array<const char*, 5> vectorEndings{"svg", "pdf", "eps", "ps", "ai"};
-
 std::string endingOf(const std::string& name) {
     std::string ending = fs::path(name).extension().string();
     std::transform(ending.begin(), ending.end(), ending.begin(),
@@ -25,18 +23,25 @@ std::string endingOf(const std::string& name) {
     return ending.empty() ? ending : ending.substr(1);
 }
 
-void checkEnding(const std::string& name) {
+bool hasEnding(const std::vector<PictureFormat>& formats, const std::string& ending) {
+    return std::any_of(formats.begin(), formats.end(), [&](const PictureFormat& f) { return ending == f.ending; });
+}
+
+void checkEnding(const std::string& name, OutputFile::Accepts accepted) {
     const std::string ending = endingOf(name);
-    const auto& formats = pictureFormats();
-    if (std::any_of(formats.begin(), formats.end(), [&](const PictureFormat& f) { return ending == f.ending; })) {
+    const bool drawings = accepted == OutputFile::Accepts::picturesAndDrawings;
+    if (hasEnding(pictureFormats(), ending) || (drawings && hasEnding(drawingFormats(), ending))) {
         return;
     }
     std::string known;
-    for (const PictureFormat& format : formats) {
-        known += std::string(known.empty() ? "" : ", ") + format.ending;
-    }
-    if (std::find(vectorEndings.begin(), vectorEndings.end(), ending) != vectorEndings.end()) {
-        throw UsageError("\"" + name + "\": this version writes no vector drawings; use one of " + known);
+    const auto add = [&known](const std::vector<PictureFormat>& formats) {
+        for (const PictureFormat& format : formats) {
+            known += std::string(known.empty() ? "" : ", ") + format.ending;
+        }
+    };
+    add(pictureFormats());
+    if (drawings) {
+        add(drawingFormats());
     }
     throw UsageError("\"" + name + "\": pictures can't be written as ." + ending + "; use one of " + known);
 }
@@ -71,6 +76,19 @@ const std::vector<PictureFormat>& pictureFormats() {
     return formats;
 }
 
+const std::vector<PictureFormat>& drawingFormats() {
+    static const std::vector<PictureFormat> formats{
+        {"svg", "Scalable Vector Graphics"}, {"pdf", "Portable Document Format"},
+        {"eps", "Encapsulated PostScript"},  {"ps", "PostScript"},
+        {"ai", "Adobe Illustrator"},
+    };
+    return formats;
+}
+
+bool isDrawingName(const std::string& name) {
+    return hasEnding(drawingFormats(), endingOf(name));
+}
+
 std::string outputName(const std::string& pattern, const std::string& model) {
     constexpr const char* field = "{model}";
     std::string name = pattern;
@@ -80,7 +98,7 @@ std::string outputName(const std::string& pattern, const std::string& model) {
     return name;
 }
 
-OutputFile::OutputFile(const std::string& outputName, std::vector<std::string> companionMarks)
+OutputFile::OutputFile(const std::string& outputName, std::vector<std::string> companionMarks, Accepts accepted)
     : name(outputName), companions(std::move(companionMarks)), stream(outputName == "-") {
     const std::string mark = ".selvarin-" + std::to_string(getpid()) + "-";
     if (stream) {
@@ -91,7 +109,7 @@ OutputFile::OutputFile(const std::string& outputName, std::vector<std::string> c
         work = (fs::temp_directory_path() / (mark + "stream.png")).string();
         return;
     }
-    checkEnding(name);
+    checkEnding(name, accepted);
     const fs::path path(name);
     std::error_code problem;
     if (fs::is_directory(path, problem)) {

@@ -11,21 +11,35 @@ struct PictureFormat {
     const char* name;
 };
 const std::vector<PictureFormat>& pictureFormats();
+// Vector drawings.
+const std::vector<PictureFormat>& drawingFormats();
+
+// Whether a name's ending is that of a drawing.
+bool isDrawingName(const std::string& name);
 
 // Puts the model's name into a pattern for {model}.
 std::string outputName(const std::string& pattern, const std::string& model);
 
 class OutputFile {
 public:
+    enum class Accepts { pictures, picturesAndDrawings };
+
     // "-" is standard output. Throws UsageError for an ending that can't be written and std::runtime_error for a place
     // that can't be written to. Further pictures beside it are expected, one for each mark, which stands before the
     // ending: "_depth" goes with a.png as a_depth.png.
-    explicit OutputFile(const std::string& name, std::vector<std::string> companionMarks = {});
+    explicit OutputFile(const std::string& name, std::vector<std::string> companionMarks = {},
+                        Accepts accepted = Accepts::pictures);
     // Removes what has not been put in place.
     ~OutputFile();
     OutputFile(const OutputFile&) = delete;
     OutputFile& operator=(const OutputFile&) = delete;
 
+    const std::string& finalName() const {
+        return name;
+    }
+    bool isDrawing() const {
+        return isDrawingName(name);
+    }
     bool isStream() const {
         return stream;
     }

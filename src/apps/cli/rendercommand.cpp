@@ -17,44 +17,60 @@
 #include "kivrender/render/kivrenderer.h"
 #include "kivrender/settings/kivcommonsettings.h"
 #include "kivrender/settings/kivmemorycommondatamanager.h"
+#include "kivrender/vector/kivvectorpage.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <filesystem>
 #include <future>
+#include <memory>
+#include <set>
 
 namespace {
 
 constexpr double pi = 3.14159265358979323846;
 constexpr double defaultFov = 30.0;
+// What a triangle takes in the buffer of a vector drawing, with some more for those that are cut.
+constexpr std::uint64_t floatsPerTriangle = 32;
 
-// One picture: the models that make its scene, and its file.
+// One view: the models that make its scene, and its files.
 struct Job {
     std::vector<std::wstring> models; // none: the built-in scene
-    std::string output;
+    std::vector<std::string> outputs;
 };
+
+std::vector<std::string> outputNames(const RenderOptions& options, const std::string& model) {
+    std::vector<std::string> names;
+    for (const std::string& pattern : options.outputs) {
+        names.push_back(outputName(pattern, model));
+    }
+    return names;
+}
 
 std::vector<Job> planJobs(const RenderOptions& options) {
     if (options.demo) {
-        return {{{}, outputName(options.output, "demo")}};
+        return {{{}, outputNames(options, "demo")}};
     }
-    const bool oneEach = options.output.find("{model}") != std::string::npos;
+    const auto forEach = [](const std::string& name) { return name.find("{model}") != std::string::npos; };
+    const bool oneEach = std::any_of(options.outputs.begin(), options.outputs.end(), forEach);
     std::vector<Job> jobs;
+    std::set<std::string> names;
     for (const std::string& model : options.models) {
         if (jobs.empty() || oneEach) {
-            jobs.push_back({{}, outputName(options.output, std::filesystem::path(model).stem().string())});
+            jobs.push_back({{}, outputNames(options, std::filesystem::path(model).stem().string())});
+            for (const std::string& name : jobs.back().outputs) {
+                if (!names.insert(name).second) {
+                    throw UsageError("two models would both be written to \"" + name + "\"");
+                }
+            }
         }
         jobs.back().models.push_back(kivFromUtf8(model));
     }
-    for (std::size_t i = 0; i < jobs.size(); ++i) {
-        for (std::size_t j = 0; j < i; ++j) {
-            if (jobs[i].output == jobs[j].output) {
-                throw UsageError("two models would both be written to \"" + jobs[i].output + "\"");
-            }
-        }
-    }
     return jobs;
 }
+
+using OutputFiles = std::vector<std::unique_ptr<OutputFile>>;
 
 class RenderCommand {
 public:
@@ -67,7 +83,7 @@ public:
             checkImage(image);
         }
         // What fails without a look at the model fails before the driver is started.
-        std::optional<OutputFile> first(std::in_place, jobs.front().output, companions());
+        OutputFiles outputs = openOutputs(jobs.front());
         catchInterrupts();
         const Program program;
         timings.add("start-up", timings.lap());
@@ -79,13 +95,11 @@ public:
         // The driver is as slow to start as a model is to read, and there is a second core for it.
         warmUp = std::async(std::launch::async, [size = renderSize()] { return kivWarmUpGl(size); });
         for (const Job& job : jobs) {
-            if (first) {
-                renderJob(job, *first, program.host());
-                first.reset();
-            } else {
-                OutputFile output(job.output, companions());
-                renderJob(job, output, program.host());
+            if (outputs.empty()) {
+                outputs = openOutputs(job);
             }
+            renderJob(job, outputs, program.host());
+            outputs.clear();
             if (isInterrupted()) {
                 return statusCancelled;
             }
@@ -94,7 +108,17 @@ public:
     }
 
 private:
-    // What is written beside the picture.
+    OutputFiles openOutputs(const Job& job) const {
+        OutputFiles files;
+        for (const std::string& name : job.outputs) {
+            files.push_back(
+                std::make_unique<OutputFile>(name, isDrawingName(name) ? std::vector<std::string>() : companions(),
+                                             OutputFile::Accepts::picturesAndDrawings));
+        }
+        return files;
+    }
+
+    // What is written beside a picture.
     std::vector<std::string> companions() const {
         std::vector<std::string> marks;
         if (options.depthImage) {
@@ -121,7 +145,7 @@ private:
         }
     }
 
-    void renderJob(const Job& job, OutputFile& output, CliHost& host) {
+    void renderJob(const Job& job, OutputFiles& outputs, CliHost& host) {
         const Timings clock;
         timings.lap();
         bar.restart(L"Reading the model");
@@ -137,14 +161,20 @@ private:
             warmUp.get();
             timings.add("wait for OpenGL", timings.lap());
         }
-        if (!draw(*model.scene, camera, output, host)) {
-            return;
+        for (const auto& output : outputs) {
+            if (!draw(*model.scene, camera, triangles, *output, host)) {
+                return;
+            }
         }
         timings.lap();
-        output.finish();
+        for (const auto& output : outputs) {
+            output->finish();
+        }
         timings.add("put in place", timings.lap());
         bar.finish();
-        report(output, job, triangles, clock.total());
+        for (const auto& output : outputs) {
+            report(*output, triangles, clock.total());
+        }
     }
 
     KivModel readModel(const Job& job) const {
@@ -270,44 +300,60 @@ private:
 
     // --- the render ---
 
-    // False if it was cancelled.
-    bool draw(KivScene& scene, const KivCamera& camera, const OutputFile& output, CliHost& host) {
-        // The projection of the shadow passes leaves a parallel view next to no depth to tell surfaces apart by.
-        if (options.shadows && camera.getProjection() != KivCamera::perspective) {
-            throw UsageError("--shadows needs a view in perspective: leave out --ortho, or give --eye");
-        }
+    KivCommonSettings settingsFor(const OutputFile& output) const {
         KivCommonSettings settings;
         settings.setAntialias(options.antialias);
         settings.setBackgroundColor(options.background);
         settings.setAmbientLight(options.ambient);
+        settings.setTransparencies(options.transparency);
+        settings.setPolygonOffset(options.offset);
+        if (output.isDrawing()) {
+            settings.setVectorial(true);
+            settings.setVectorSimplify(options.simplify);
+            settings.setSaveVectorFile(kivFromUtf8(output.workName()).c_str());
+            return settings;
+        }
         settings.setBackgroundImage(kivFromUtf8(options.backgroundImage).c_str());
         settings.setPaperImage(kivFromUtf8(options.paper).c_str());
         settings.setSaveDepth(options.depthImage);
         settings.setSaveShadows(options.shadowImage);
         settings.setShadows(options.shadows);
-        settings.setTransparencies(options.transparency);
         settings.setSaveRender(true);
         settings.setSaveRenderFile(kivFromUtf8(output.workName()).c_str());
-        settings.setPolygonOffset(options.offset);
+        return settings;
+    }
+
+    // False if it was cancelled.
+    bool draw(const KivScene& scene, const KivCamera& camera, std::uint64_t triangles, const OutputFile& output,
+              CliHost& host) {
+        // The projection of the shadow passes leaves a parallel view next to no depth to tell surfaces apart by.
+        if (options.shadows && camera.getProjection() != KivCamera::perspective) {
+            throw UsageError("--shadows needs a view in perspective: leave out --ortho, or give --eye");
+        }
+        KivCommonSettings settings = settingsFor(output);
         KivMemoryCommonDataManager common;
         settings.saveDataOnHost(&common);
-
-        KivBitmapManager surface;
-        tagSIZE size{options.width, options.height};
-        bar.restart(L"Starting");
+        if (output.isDrawing()) {
+            growVectorBuffer(triangles * floatsPerTriangle);
+        }
         host.forgetImage();
         host.takeMessages();
-        host.setCurProgress(&bar);
         const Timings::Clock::time_point start = Timings::Clock::now();
-        const bool done = renderer.render(&common, &stream, &scene, camera, &surface, &size);
+        bool done = drawOnce(scene, camera, common, host);
+        // Nobody can know how large a drawing becomes before it is drawn.
+        while (done && output.isDrawing() && KivVectorPage::hasOverflowed() &&
+               growVectorBuffer(std::uint64_t{4} * static_cast<std::uint64_t>(KivVectorPage::getBufferSize()))) {
+            host.takeMessages();
+            done = drawOnce(scene, camera, common, host);
+        }
         const Timings::Clock::time_point end = Timings::Clock::now();
-        host.setCurProgress(nullptr);
         bar.finish();
         const std::vector<std::string> messages = host.takeMessages();
         if (isInterrupted()) {
             return false;
         }
-        if (!done || !host.wasImageSaved()) {
+        const bool isWritten = output.isDrawing() ? isFilled(output.workName()) : host.wasImageSaved();
+        if (!done || !isWritten) {
             throw std::runtime_error(!messages.empty() ? messages.front() : "the picture could not be rendered");
         }
         for (const std::string& message : messages) {
@@ -315,6 +361,32 @@ private:
         }
         addRenderTimings(start, end, host.encodeMilliseconds());
         return true;
+    }
+
+    // A render empties its scene: each has a copy, which shares the meshes.
+    bool drawOnce(KivScene scene, const KivCamera& camera, KivMemoryCommonDataManager& common, CliHost& host) {
+        KivBitmapManager surface;
+        tagSIZE size{options.width, options.height};
+        bar.restart(L"Starting");
+        host.setCurProgress(&bar);
+        const bool done = renderer.render(&common, &stream, &scene, camera, &surface, &size);
+        host.setCurProgress(nullptr);
+        return done;
+    }
+
+    // False if the buffer is as large already, or as large as it can be.
+    static bool growVectorBuffer(std::uint64_t floats) {
+        const int before = KivVectorPage::getBufferSize();
+        if (floats > static_cast<std::uint64_t>(before)) {
+            constexpr std::uint64_t most = KivVectorPage::largestBuffer;
+            KivVectorPage::setBufferSize(static_cast<int>(std::min(floats, most)));
+        }
+        return KivVectorPage::getBufferSize() > before;
+    }
+
+    static bool isFilled(const std::string& file) {
+        std::error_code problem;
+        return std::filesystem::file_size(file, problem) != 0 && !problem;
     }
 
     // The stages of a render as its calls of the progress object show them. The last step is the reduction; between the
@@ -348,10 +420,10 @@ private:
         std::fprintf(stderr, "selvarin: warning: %s\n", text.c_str());
     }
 
-    void report(const OutputFile& output, const Job& job, std::uint64_t triangles, double milliseconds) {
+    void report(const OutputFile& output, std::uint64_t triangles, double milliseconds) {
         if (!options.quiet && !output.isStream()) {
-            std::printf("%s: %dx%d, %llu triangles, %.2f s\n", job.output.c_str(), options.width, options.height,
-                        static_cast<unsigned long long>(triangles), milliseconds / 1000.0);
+            std::printf("%s: %dx%d, %llu triangles, %.2f s\n", output.finalName().c_str(), options.width,
+                        options.height, static_cast<unsigned long long>(triangles), milliseconds / 1000.0);
         }
         if (options.timings) {
             for (const auto& [what, time] : timings.all()) {

@@ -1,5 +1,6 @@
 // The values of the options that make pictures.
 #include "apps/cli/commandline.h"
+#include "apps/cli/outputfile.h"
 
 #include <algorithm>
 #include <charconv>
@@ -210,6 +211,41 @@ void readView(const Words& words, RenderOptions& options) {
     }
 }
 
+void readOutputs(const Words& words, RenderOptions& options) {
+    options.outputs = words.all("output");
+    if (options.outputs.empty() || std::count(options.outputs.begin(), options.outputs.end(), "") != 0) {
+        throw UsageError("-o FILE is needed: where the picture goes");
+    }
+    for (const std::string& name : options.outputs) {
+        if (std::count(options.outputs.begin(), options.outputs.end(), name) > 1) {
+            throw UsageError("-o " + name + " is given twice");
+        }
+    }
+}
+
+// What has a meaning for drawings alone, or for pictures alone.
+void checkDrawings(const RenderOptions& options) {
+    const auto drawings = std::count_if(options.outputs.begin(), options.outputs.end(), isDrawingName);
+    if (options.simplify && drawings == 0) {
+        throw UsageError("--simplify is for vector drawings: give -o a name that ends in svg, pdf, eps, ps or ai");
+    }
+    if (drawings == 0) {
+        return;
+    }
+    if (options.shadows) {
+        throw UsageError("--shadows: a vector drawing has no shadows; write a picture in a run of its own");
+    }
+    if (drawings == static_cast<std::ptrdiff_t>(options.outputs.size())) {
+        for (const auto& [isGiven, name] :
+             {std::pair(options.depthImage, "--depth-image"), std::pair(!options.paper.empty(), "--paper"),
+              std::pair(!options.backgroundImage.empty(), "--background-image")}) {
+            if (isGiven) {
+                throw UsageError(std::string(name) + " is for pictures: a vector drawing takes none");
+            }
+        }
+    }
+}
+
 PreviewOptions readPreview(const Words& words) {
     PreviewOptions options;
     readSize(words, options);
@@ -263,10 +299,7 @@ RenderOptions parseRenderOptions(const Words& words) {
         throw UsageError(options.demo ? "--demo renders the built-in scene; leave either it or the model out"
                                       : "a MODEL is needed, or --demo for the built-in scene");
     }
-    options.output = words.value("output").value_or("");
-    if (options.output.empty()) {
-        throw UsageError("-o FILE is needed: where the picture goes");
-    }
+    readOutputs(words, options);
     readSize(words, options);
     options.antialias = readAntialias(words);
     options.background = colourOption(words, "background");
@@ -275,11 +308,13 @@ RenderOptions parseRenderOptions(const Words& words) {
     options.paper = words.value("paper").value_or("");
     options.depthImage = words.has("depth-image");
     options.shadowImage = words.has("shadow-image");
+    options.simplify = words.has("simplify");
     options.shadows = words.has("shadows");
     options.transparency = words.has("transparency");
     if (options.shadowImage && !options.shadows) {
         throw UsageError("--shadow-image needs --shadows");
     }
+    checkDrawings(options);
     options.upAxis = parseUpAxis(words);
     readLook(words, options);
     readView(words, options);

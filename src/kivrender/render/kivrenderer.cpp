@@ -123,6 +123,9 @@ bool KivRenderer::render(KivCommonDataManager* commonData, KivDataManager* data,
     frame.finalSize = size != nullptr ? *size : frame.settings.getResolution();
     // No guard object: what a shader throws leaves the channel in force, as hosts that catch it know.
     const bool done = renderFrame(frame, data);
+    if (!done && frame.settings.doVectorial()) {
+        discardVectorPage(*surface);
+    }
     onUnLoad();
     return done;
 }

@@ -145,6 +145,10 @@ private:
     void renderShader(KivShader* shader, const KivCommonSettings& settings, const KivCamera& camera, KivScene* scene,
                       KivProgress* progress, tagSIZE size, KivBitmapManager* surface, KivShaderCommunication& channel,
                       bool named);
+    void openVectorPage(KivBitmapManager& surface, const KivCommonSettings& settings);
+    void closeVectorPage(KivBitmapManager& surface, const KivCommonSettings& settings, KivProgress* progress);
+    void discardVectorPage(KivBitmapManager& surface);
+    static void forgetVectorFile(KivBitmapManager& surface);
     void endRendering(KivBitmapManager* surface, const KivCommonSettings& settings, KivProgress* progress);
     void renderAllNonCombinableShadersForObjectRendering(const KivCommonSettings& settings, const KivCamera& camera,
                                                          KivScene* scene, KivProgress* progress, tagSIZE size,

@@ -3,6 +3,8 @@
 #include "kivrender/host/kivlanguage.h"
 #include "kivrender/platform/kivbitmap.h"
 #include "kivrender/platform/kivglcontext.h"
+#include "kivrender/platform/kivpixelmemory.h"
+#include "kivrender/platform/kivsystemerror.h"
 #include "kivrender/render/kivbitmapmanager.h"
 #include "kivrender/render/kivrenderer.h"
 #include "kivrender/render/kivstreamlines.h"
@@ -13,17 +15,23 @@
 #include "kivrender/settings/kivcommonsettings.h"
 #include "kivrender/shader/kivcombinableshader.h"
 #include "kivrender/shader/kivnoncombinableshader.h"
+#include "kivrender/vector/gl2pspage.h"
+#include "kivrender/vector/kivvectorpage.h"
 #include "kivrender/vector/kivvectorprogress.h"
+#include "kivrender/vector/vectorsimplifier.h"
 
 #include <GL/gl.h>
 #include <GL/glu.h>
 
+#include <clocale>
 #include <cstdint>
 #include <cwchar>
 
 namespace {
 
-constexpr unsigned int textNoVectorPage = 1003;
+constexpr unsigned int textUnknownVectorFormat = 1003;
+constexpr unsigned int textDrawingNotWritten = 1040;
+constexpr unsigned int textVectorOverflow = 129;
 
 bool isCancelled(KivProgress* progress) {
     return progress != nullptr && progress->isCancelled();
@@ -76,6 +84,37 @@ void clearColor(std::uint32_t color) {
     glClear(GL_COLOR_BUFFER_BIT);
 }
 
+// --- the vector page: what gl2ps calls back. Who opens one has a host with a progress object or none at all.
+
+void tick() {
+    if (KivProgress* const progress = kivCurrentProgress()) {
+        progress->advance(1, false);
+    }
+}
+
+void beginVectorOutput(int primitives) {
+    if (KivProgress* const progress = kivCurrentProgress()) {
+        progress->setStepSize(KivVectorProgress::vectorStep, static_cast<unsigned int>(primitives));
+        progress->setText(kivText(KivVectorProgress::textNumber).c_str());
+        progress->beginStep();
+    }
+}
+
+// Runs inside gl2psEndPage, while the camera's matrices are those of the page.
+float* simplifyFeedback(float* feedback, int* used) {
+    FeedbackView view = {};
+    glGetDoublev(GL_MODELVIEW_MATRIX, view.modelView);
+    glGetDoublev(GL_PROJECTION_MATRIX, view.projection);
+    glGetIntegerv(GL_VIEWPORT, view.viewport);
+    return VectorSimplifier(view).simplify(feedback, used);
+}
+
+// gl2ps's number of a format, by KivCommonSettings::getVectorialFormat.
+GLint pageFormat(unsigned int format) {
+    constexpr GLint formats[] = {GL2PS_SVG, GL2PS_PS, GL2PS_EPS, GL2PS_AI, GL2PS_PDF, GL2PS_SVG};
+    return formats[format];
+}
+
 } // namespace
 
 void KivRenderer::startRendering(const KivCommonSettings& settings, const KivCamera& camera, const KivScene* scene,
@@ -105,11 +144,74 @@ void KivRenderer::startRendering(const KivCommonSettings& settings, const KivCam
         shader->prepareObjectRendering(settings, const_cast<KivScene*>(scene));
     }
     if (settings.doVectorial()) {
-        // Vector pages are yet to come: the frame is drawn without one, and nobody is left to wonder where the file is.
-        KivVectorProgress::doubledStep = false;
+        openVectorPage(*surface, settings);
+    }
+}
+
+void KivRenderer::openVectorPage(KivBitmapManager& surface, const KivCommonSettings& settings) {
+    // Both speeds print the same way.
+    KivVectorProgress::doubledStep = false;
+    const unsigned int format = settings.getVectorialFormat();
+    if (format == 0) {
+        // Without a page the frame is drawn into nothing, and nobody shall wonder where the file is.
+        surface.getVectorialTempFileName().clear();
         if (KivHostApplicationServices* const host = KivHostApplicationServices::getDefaultHost()) {
-            host->message(kivText(textNoVectorPage).c_str());
+            host->message(kivText(textUnknownVectorFormat).c_str());
         }
+        return;
+    }
+    wchar_t name[kivMaxPath] = {};
+    surface.generateVectorialTempFileName(name);
+    // The name of the locale that holds from here on, and not of the one before: what closeVectorPage restores is this
+    // same one. A program keeps its numbers in the C locale from its first drawing on, as files depend on it.
+    savedLocale = std::setlocale(LC_NUMERIC, "C");
+    const GLint options = GL2PS_DRAW_BACKGROUND | GL2PS_SIMPLE_LINE_OFFSET | GL2PS_BEST_ROOT | GL2PS_NO_PS3_SHADING |
+                          GL2PS_USE_CURRENT_VIEWPORT | (settings.doVectorSimplify() ? GL2PS_OCCLUSION_CULL : 0);
+    gl2psBeginPageW("Morvane Render", "Morvane 2.0", nullptr, pageFormat(format), GL2PS_SIMPLE_SORT, options, GL_RGBA,
+                    0, nullptr, 0, 0, 0, KivVectorPage::getBufferSize(), name);
+    GLfloat pointSize = 1.0F;
+    glGetFloatv(GL_POINT_SIZE, &pointSize);
+    gl2psPointSize(pointSize);
+}
+
+void KivRenderer::closeVectorPage(KivBitmapManager& surface, const KivCommonSettings& settings, KivProgress* progress) {
+    if (surface.getVectorialTempFileName().empty()) {
+        return;
+    }
+    GLint result = GL2PS_SUCCESS;
+    if (settings.doVectorSimplify()) {
+        result = gl2psEndPage(simplifyFeedback, tick, kivIsCancelled, nullptr);
+        if (progress != nullptr) {
+            progress->endStep();
+        }
+    } else {
+        result = gl2psEndPage(nullptr, tick, kivIsCancelled, beginVectorOutput);
+    }
+    KivHostApplicationServices* const host = KivHostApplicationServices::getDefaultHost();
+    if (result == GL2PS_OVERFLOW && host != nullptr) {
+        host->message(kivText(textVectorOverflow).c_str());
+    } else if (result != GL2PS_SUCCESS && result != GL2PS_NO_FEEDBACK && host != nullptr) {
+        host->morvaneErrorMessage(kivGetLastError(), kivText(textDrawingNotWritten).c_str());
+    }
+    if (result != GL2PS_SUCCESS) {
+        forgetVectorFile(surface);
+    }
+    std::setlocale(LC_NUMERIC, savedLocale);
+    savedLocale = nullptr;
+}
+
+// What a render that ended early left of its drawing goes: the page, and the file that kept the name for it.
+void KivRenderer::discardVectorPage(KivBitmapManager& surface) {
+    gl2psDiscardPage();
+    forgetVectorFile(surface);
+    savedLocale = nullptr;
+}
+
+void KivRenderer::forgetVectorFile(KivBitmapManager& surface) {
+    std::wstring& name = surface.getVectorialTempFileName();
+    if (!name.empty()) {
+        kivRemoveFile(name);
+        name.clear();
     }
 }
 
@@ -141,6 +243,9 @@ void KivRenderer::renderShader(KivShader* shader, const KivCommonSettings& setti
 
 void KivRenderer::endRendering(KivBitmapManager* surface, const KivCommonSettings& settings, KivProgress* progress) {
     drawPaperImage(settings, progress);
+    if (settings.doVectorial()) {
+        closeVectorPage(*surface, settings, progress);
+    }
     surface->deleteContext();
 }
 

@@ -316,7 +316,11 @@ void KivRenderer::saveFinalRender(KivBitmapManager* surface, const KivCommonSett
             host->saveImage(*surface, file.c_str());
         }
     } else if (settings.doVectorial()) {
-        // Whoever asked for the file sees whether it is there.
-        kivCopyWholeFile(surface->getVectorialTempFileName(), settings.getSaveVectorFile());
+        // Whoever asked for the file sees whether it is there. Without a file to copy to, the drawing stays where it is
+        // for the host.
+        const std::wstring& drawing = surface->getVectorialTempFileName();
+        if (!drawing.empty() && kivCopyWholeFile(drawing, settings.getSaveVectorFile())) {
+            forgetVectorFile(*surface);
+        }
     }
 }

@@ -1,0 +1,14 @@
+// What is done to a PDF file after it was printed.
+#ifndef KIVRENDER_PLATFORM_KIVPDF_H
+#define KIVRENDER_PLATFORM_KIVPDF_H
+
+#include "kivrender/platform/kivexport.h"
+
+#include <string>
+
+// Compresses the streams of a PDF file in place; the same file gives the same bytes. A file that is not understood
+// stays as it is, and that is no failure. False with the last error set if the new file could not be written; then the
+// old one is there.
+KIV_API bool kivCompressPdf(const std::wstring& path);
+
+#endif

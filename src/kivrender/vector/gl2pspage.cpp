@@ -1,0 +1,245 @@
+#include "kivrender/vector/gl2pspage.h"
+
+#include "kivrender/platform/kivpdf.h"
+#include "kivrender/platform/kivprintfile.h"
+#include "kivrender/platform/kivtext.h"
+#include "kivrender/vector/creationdate.h"
+#include "kivrender/vector/feedbackprimitive.h"
+#include "kivrender/vector/kivvectorpage.h"
+#include "kivrender/vector/libraryfeedback.h"
+#include "kivrender/vector/parsertoclasses.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <memory>
+#include <span>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace {
+
+constexpr std::size_t vertexFloats = 7;
+
+int bufferSize = KivVectorPage::defaultBuffer;
+bool overflowed = false;
+
+struct Page {
+    Page(const wchar_t* path, bool pdf) : name(path), isPdf(pdf), file(name) {}
+
+    std::wstring name;
+    bool isPdf;
+    KivPrintFile file;
+};
+
+// The page that is open, if any: gl2ps has one too, in the same state.
+std::unique_ptr<Page> openPage;
+
+GL2PSvertex vertexOf(const float* floats, const FeedbackState& state) {
+    GL2PSvertex vertex = {{floats[0], floats[1], floats[2]}, {floats[3], floats[4], floats[5], floats[6]}};
+    // What is not blended, or is blended in whole, covers.
+    if (!state.blend || state.blendSource == GL_ONE) {
+        vertex.rgba[3] = 1.0F;
+    }
+    return vertex;
+}
+
+// Which sides of a fan's triangle are sides of the polygon.
+char boundaryOf(bool boundary, int corner, int count) {
+    if (!boundary) {
+        return 0;
+    }
+    return static_cast<char>(2 | (corner == 2 ? 1 : 0) | (corner == count - 1 ? 4 : 0));
+}
+
+void handOver(const FeedbackItem& item, const FeedbackState& state) {
+    const GLint offset = state.offset ? 1 : 0;
+    GL2PSvertex corners[3];
+    if (item.token == FeedbackToken::point) {
+        corners[0] = vertexOf(item.vertices, state);
+        gl2psAddPolyPrimitive(GL2PS_POINT, 1, corners, 0, 0.0F, 0.0F, state.stipplePattern, state.stippleFactor,
+                              state.pointSize, state.lineCap, state.lineJoin, 0);
+    } else if (item.token == FeedbackToken::line) {
+        corners[0] = vertexOf(item.vertices, state);
+        corners[1] = vertexOf(item.vertices + vertexFloats, state);
+        gl2psAddPolyPrimitive(GL2PS_LINE, 2, corners, 0, 0.0F, 0.0F, state.stipplePattern, state.stippleFactor,
+                              state.lineWidth, state.lineCap, state.lineJoin, 0);
+    } else {
+        for (int corner = 2; corner < item.count; ++corner) {
+            corners[0] = vertexOf(item.vertices, state);
+            corners[1] = vertexOf(item.vertices + vertexFloats * static_cast<std::size_t>(corner - 1), state);
+            corners[2] = vertexOf(item.vertices + vertexFloats * static_cast<std::size_t>(corner), state);
+            gl2psAddPolyPrimitive(GL2PS_TRIANGLE, 3, corners, offset, state.offsetFactor, state.offsetUnits,
+                                  state.stipplePattern, state.stippleFactor, state.lineWidth, state.lineCap,
+                                  state.lineJoin, boundaryOf(state.boundary, corner, item.count));
+        }
+    }
+}
+
+void handOverAll(std::span<const float> library) {
+    LibraryFeedback feedback(library);
+    FeedbackItem item;
+    while (feedback.next(item)) {
+        handOver(item, feedback.state());
+    }
+}
+
+// The primitives of a simplified buffer, which has no marker for what attributes tells. False after a cancel.
+bool handOverSimplified(float* buffer, int size, const FeedbackState& attributes, void (*tick)(), bool (*isCancelled)(),
+                        int* count) {
+    ParserToClasses parser(buffer, size);
+    parser.parse();
+    const std::unique_ptr<FeedbackPrimitiveList> list(parser.getPrimitives());
+    *count = static_cast<int>(list->size());
+    bool goesOn = true;
+    std::vector<float> floats;
+    for (const FeedbackPrimitive* primitive : *list) {
+        goesOn = goesOn && !isCancelled();
+        if (!goesOn) {
+            break;
+        }
+        FeedbackState state = attributes;
+        state.offset = primitive->offset;
+        state.boundary = primitive->boundary;
+        state.stipplePattern = primitive->stipplePattern;
+        state.stippleFactor = primitive->stippleFactor;
+        state.pointSize = primitive->pointSize;
+        state.lineWidth = primitive->lineWidth;
+        state.blend = primitive->blend;
+        state.blendSource = primitive->blendSource;
+        state.blendDestination = primitive->blendDestination;
+        floats.clear();
+        for (const FeedbackVertex& v : primitive->vertices) {
+            floats.insert(floats.end(), {v.x, v.y, v.z, v.r, v.g, v.b, v.a});
+        }
+        handOver({primitive->type, floats.data(), static_cast<int>(primitive->vertices.size())}, state);
+        tick();
+    }
+    deletePrimitives(*list);
+    return goesOn;
+}
+
+// Ticks for the lines that are printed, as there is about one for each primitive, until the promised number is reached.
+class PrintTicks {
+public:
+    PrintTicks(int promised, void (*tick)(), bool (*isCancelled)())
+        : left(promised), advance(tick), cancelled(isCancelled) {}
+
+    bool printed(std::string_view block) {
+        for (auto lines = std::count(block.begin(), block.end(), '\n'); lines > 0 && left > 0; --lines, --left) {
+            advance();
+        }
+        return !cancelled();
+    }
+    void finish() {
+        for (; left > 0; --left) {
+            advance();
+        }
+    }
+
+private:
+    int left;
+    void (*advance)();
+    bool (*cancelled)();
+};
+
+// Ends gl2ps's page and ours.
+KivPrintFile::Outcome closePage(Page& page) {
+    gl2psEndPage();
+    return page.file.close();
+}
+
+GLint giveUp(Page& page, GLint result) {
+    page.file.stop();
+    closePage(page);
+    return result;
+}
+
+} // namespace
+
+void KivVectorPage::setBufferSize(int floats) {
+    bufferSize = std::clamp(floats, smallestBuffer, largestBuffer);
+}
+
+int KivVectorPage::getBufferSize() {
+    return bufferSize;
+}
+
+bool KivVectorPage::hasOverflowed() {
+    return overflowed;
+}
+
+GLint gl2psBeginPageW(const char* title, const char* producer, GLint viewport[4], GLint format, GLint sort,
+                      GLint options, GLint colormode, GLint colorsize, GL2PSrgba* colormap, GLint nr, GLint ng,
+                      GLint nb, GLint buffersize, const wchar_t* filename) {
+    gl2psDiscardPage();
+    overflowed = false;
+    const GLint printed = format == GL2PS_AI ? GL2PS_PDF : format;
+    auto page = std::make_unique<Page>(filename, printed == GL2PS_PDF);
+    if (page->file.stream() == nullptr) {
+        return GL2PS_ERROR;
+    }
+    // Its own culling compares every primitive with every other one, and its complaints go to standard error.
+    const GLint passedOn = (options & ~GL2PS_OCCLUSION_CULL) | GL2PS_SILENT;
+    const GLint result =
+        gl2psBeginPage(title, producer, viewport, printed, sort, passedOn, colormode, colorsize, colormap, nr, ng, nb,
+                       buffersize, page->file.stream(), kivToUtf8(filename).c_str());
+    if (result == GL2PS_SUCCESS) {
+        openPage = std::move(page);
+    }
+    return result;
+}
+
+GLint gl2psEndPage(float* (*simplify)(float*, int*), void (*tick)(), bool (*isCancelled)(), void (*beginOutput)(int)) {
+    if (openPage == nullptr) {
+        return GL2PS_UNINITIALIZED;
+    }
+    const std::unique_ptr<Page> page = std::move(openPage);
+    const GLint used = glRenderMode(GL_RENDER);
+    if (used < 0) {
+        overflowed = true;
+        return giveUp(*page, GL2PS_OVERFLOW);
+    }
+    void* floats = nullptr;
+    glGetPointerv(GL_FEEDBACK_BUFFER_POINTER, &floats);
+    const std::span<const float> library(static_cast<const float*>(floats), static_cast<std::size_t>(used));
+    int count = 0;
+    if (simplify != nullptr) {
+        FeedbackState attributes;
+        std::vector<float> recorded = kivTranslateFeedback(library, attributes);
+        int size = static_cast<int>(recorded.size());
+        const std::unique_ptr<float, decltype(&std::free)> simplified(simplify(recorded.data(), &size), &std::free);
+        std::vector<float>().swap(recorded);
+        if ((simplified == nullptr && size == 0) ||
+            !handOverSimplified(simplified.get(), size, attributes, tick, isCancelled, &count)) {
+            return giveUp(*page, GL2PS_NO_FEEDBACK);
+        }
+    } else {
+        count = kivCountFeedback(library);
+        if (beginOutput != nullptr) {
+            beginOutput(count);
+        }
+        if (isCancelled()) {
+            return giveUp(*page, GL2PS_NO_FEEDBACK);
+        }
+        handOverAll(library);
+    }
+    PrintTicks ticks(count, tick, isCancelled);
+    page->file.onPrint(kivBlankCreationDate, [&ticks](std::string_view block) { return ticks.printed(block); });
+    switch (closePage(*page)) {
+    case KivPrintFile::Outcome::stopped:
+        return GL2PS_NO_FEEDBACK;
+    case KivPrintFile::Outcome::failed:
+        return GL2PS_ERROR;
+    case KivPrintFile::Outcome::written:
+        break;
+    }
+    ticks.finish();
+    return page->isPdf && !kivCompressPdf(page->name) ? GL2PS_ERROR : GL2PS_SUCCESS;
+}
+
+void gl2psDiscardPage() {
+    if (const std::unique_ptr<Page> page = std::move(openPage)) {
+        giveUp(*page, GL2PS_NO_FEEDBACK);
+    }
+}

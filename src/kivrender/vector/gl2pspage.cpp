@@ -5,6 +5,7 @@
 #include "kivrender/platform/kivtext.h"
 #include "kivrender/vector/creationdate.h"
 #include "kivrender/vector/feedbackprimitive.h"
+#include "kivrender/vector/hiddenprimitives.h"
 #include "kivrender/vector/kivvectorpage.h"
 #include "kivrender/vector/libraryfeedback.h"
 #include "kivrender/vector/parsertoclasses.h"
@@ -25,10 +26,11 @@ int bufferSize = KivVectorPage::defaultBuffer;
 bool overflowed = false;
 
 struct Page {
-    Page(const wchar_t* path, bool pdf) : name(path), isPdf(pdf), file(name) {}
+    Page(const wchar_t* path, bool pdf, bool culls) : name(path), isPdf(pdf), leavesOutHidden(culls), file(name) {}
 
     std::wstring name;
     bool isPdf;
+    bool leavesOutHidden;
     KivPrintFile file;
 };
 
@@ -85,11 +87,8 @@ void handOverAll(std::span<const float> library) {
 }
 
 // The primitives of a simplified buffer, which has no marker for what attributes tells. False after a cancel.
-bool handOverSimplified(float* buffer, int size, const FeedbackState& attributes, void (*tick)(), bool (*isCancelled)(),
-                        int* count) {
-    ParserToClasses parser(buffer, size);
-    parser.parse();
-    const std::unique_ptr<FeedbackPrimitiveList> list(parser.getPrimitives());
+bool handOverSimplified(const FeedbackPrimitiveList* list, const FeedbackState& attributes, void (*tick)(),
+                        bool (*isCancelled)(), int* count) {
     *count = static_cast<int>(list->size());
     bool goesOn = true;
     std::vector<float> floats;
@@ -115,8 +114,34 @@ bool handOverSimplified(float* buffer, int size, const FeedbackState& attributes
         handOver({primitive->type, floats.data(), static_cast<int>(primitive->vertices.size())}, state);
         tick();
     }
-    deletePrimitives(*list);
     return goesOn;
+}
+
+struct DeleteList {
+    void operator()(FeedbackPrimitiveList* list) const {
+        deletePrimitives(*list);
+        delete list;
+    }
+};
+
+// What simplify makes of the recorded buffer, handed over without what is hidden. False after a cancel.
+bool simplifyAndHandOver(std::span<const float> library, bool leavesOutHidden, float* (*simplify)(float*, int*),
+                         void (*tick)(), bool (*isCancelled)(), int* count) {
+    FeedbackState attributes;
+    std::vector<float> recorded = kivTranslateFeedback(library, attributes);
+    int size = static_cast<int>(recorded.size());
+    std::unique_ptr<float, decltype(&std::free)> simplified(simplify(recorded.data(), &size), &std::free);
+    std::vector<float>().swap(recorded);
+    if (simplified == nullptr && size == 0) {
+        return false;
+    }
+    ParserToClasses parser(simplified.get(), size);
+    parser.parse();
+    simplified.reset();
+    const std::unique_ptr<FeedbackPrimitiveList, DeleteList> list(parser.getPrimitives());
+    const HiddenPrimitives hidden(PolygonShift{attributes.offsetFactor, attributes.offsetUnits});
+    return (!leavesOutHidden || hidden.remove(list.get())) &&
+           handOverSimplified(list.get(), attributes, tick, isCancelled, count);
 }
 
 // Ticks for the lines that are printed, as there is about one for each primitive, until the promised number is reached.
@@ -175,7 +200,7 @@ GLint gl2psBeginPageW(const char* title, const char* producer, GLint viewport[4]
     gl2psDiscardPage();
     overflowed = false;
     const GLint printed = format == GL2PS_AI ? GL2PS_PDF : format;
-    auto page = std::make_unique<Page>(filename, printed == GL2PS_PDF);
+    auto page = std::make_unique<Page>(filename, printed == GL2PS_PDF, (options & GL2PS_OCCLUSION_CULL) != 0);
     if (page->file.stream() == nullptr) {
         return GL2PS_ERROR;
     }
@@ -205,13 +230,7 @@ GLint gl2psEndPage(float* (*simplify)(float*, int*), void (*tick)(), bool (*isCa
     const std::span<const float> library(static_cast<const float*>(floats), static_cast<std::size_t>(used));
     int count = 0;
     if (simplify != nullptr) {
-        FeedbackState attributes;
-        std::vector<float> recorded = kivTranslateFeedback(library, attributes);
-        int size = static_cast<int>(recorded.size());
-        const std::unique_ptr<float, decltype(&std::free)> simplified(simplify(recorded.data(), &size), &std::free);
-        std::vector<float>().swap(recorded);
-        if ((simplified == nullptr && size == 0) ||
-            !handOverSimplified(simplified.get(), size, attributes, tick, isCancelled, &count)) {
+        if (!simplifyAndHandOver(library, page->leavesOutHidden, simplify, tick, isCancelled, &count)) {
             return giveUp(*page, GL2PS_NO_FEEDBACK);
         }
     } else {

@@ -16,6 +16,7 @@
 #include "kivrender/settings/kivcommonsettings.h"
 #include "kivrender/settings/kivmemorycommondatamanager.h"
 #include "kivrender/settings/kivmemorydatamanager.h"
+#include "kivrender/shader/kivshadercommunication.h"
 
 #include <GL/gl.h>
 #include <benchmark/benchmark.h>
@@ -139,6 +140,18 @@ public:
         return renderer.render(&common, &style, &scene, camera, &surface, &size);
     }
 
+    // What a dialog shows after each change.
+    bool renderPreview() {
+        KivCommonSettings settings;
+        settings.setAntialias(0);
+        settings.setResolution({110, 110});
+        KivBitmapManager surface;
+        const bool done = renderer.renderPreview(settings, host.getPreviewScene(), *host.getPreviewCamera(), &surface,
+                                                 L"Cartoon", {L"Outline"}, channel, nullptr);
+        host.getPreviewScene()->deleteSettingsToAllMeshes();
+        return done;
+    }
+
     // Everything that any renderer of this picture would have to do.
     bool floor(int antialias) {
         tagSIZE size{pictureSize.cx << antialias, pictureSize.cy << antialias};
@@ -205,6 +218,7 @@ private:
 
     KivDefaultHost host;
     KivRenderer renderer;
+    KivShaderCommunication channel;
     KivMemoryDataManager style;
     std::unique_ptr<KivMesh> mesh;
     KivCamera camera;
@@ -232,6 +246,14 @@ void floorOfRender(benchmark::State& state) {
         }
     }
 }
+void preview(benchmark::State& state) {
+    for (auto _ : state) {
+        if (!bench().renderPreview()) {
+            state.SkipWithError("the preview failed");
+        }
+    }
+}
+BENCHMARK(preview)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(floorOfRender)->DenseRange(0, 2)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(wholeRender)->DenseRange(0, 2)->Unit(benchmark::kMillisecond)->UseRealTime();
 

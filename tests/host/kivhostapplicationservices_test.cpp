@@ -288,6 +288,31 @@ TEST_F(KivHostTest, StyleIsTheFirstOfThreeFolders) {
     EXPECT_FALSE(host.getStyle(text, nullptr));
 }
 
+TEST_F(KivHostTest, FoldersThatAreMissingArePassedOver) {
+    host.texts[{false, L"StylesPath"}] = home.wide("nowhere");
+    host.userData = home.wide("data");
+    EXPECT_FALSE(host.getStyle(text, L"Comic")) << "there is no shared folder at all";
+    std::filesystem::create_directory(home.path() / "shared");
+    host.texts[{true, L"Styles"}] = home.wide("shared");
+    home.write("shared/Comic.kiv", "");
+    EXPECT_TRUE(host.getStyle(text, L"Comic"));
+    EXPECT_EQ(text, home.wide("shared/Comic.kiv"));
+    EXPECT_FALSE(std::filesystem::exists(home.path() / "nowhere")) << "a look makes nothing";
+}
+
+TEST_F(KivHostTest, StylesWithOddNames) {
+    std::filesystem::create_directory(home.path() / "mine");
+    host.texts[{false, L"StylesPath"}] = home.wide("mine");
+    for (const char* name : {"Ink and wash", "漫画 ä", "bad\xFF byte", "v1.2", " blanks ", "[x]=;", "%s%n"}) {
+        home.write(std::string("mine/") + name + ".kiv", "");
+        EXPECT_TRUE(host.getStyle(text, kivFromUtf8(name).c_str())) << name;
+        EXPECT_EQ(text, home.wide(std::string("mine/") + name + ".kiv"));
+    }
+    home.write("mine/cut", "");
+    EXPECT_FALSE(host.getStyle(text, L"cut\n"));
+    EXPECT_FALSE(host.getStyle(text, L""));
+}
+
 TEST_F(KivHostTest, StyleWithATooLongNameIsNone) {
     host.userData = home.wide("data");
     EXPECT_FALSE(host.getStyle(text, std::wstring(400, L'n').c_str()));

@@ -16,6 +16,7 @@ prefix=$work/prefix
 quietly cmake --install "$build" --prefix "$prefix"
 library=$(dirname "$(find "$prefix" -name 'libselvarin.so' | head -n 1)")
 [ -d "$library/shaders" ] || fail "no plug-ins beside the installed library"
+[ -f "$library/styles/Comic.kiv" ] || fail "no styles beside the installed library"
 [ -f "$library/lang/selvarin-en.so" ] || fail "no language module beside the installed library"
 if grep -rlE "$source|$build" "$prefix" --include='*.cmake' --include='*.pc' --include='*.h'; then
     fail "the installed package names the folders it was built in"
@@ -45,6 +46,9 @@ cp "$work/build-minimal_shader/posterised.so" "$library/shaders/"
 check_picture "$work/posterised.png"
 cmp -s "$work/cube.png" "$work/posterised.png" && fail "both shaders drew the same picture"
 "$prefix/bin/selvarin" shaders | grep -q Posterised || fail "the installed command line does not list the plug-in"
+
+"$prefix/bin/selvarin" preview --style Comic -o "$work/comic.png" -s 300x300 -q || fail "an installed style can't be used"
+check_picture "$work/comic.png"
 
 # The same host by pkg-config.
 if command -v pkg-config >/dev/null; then

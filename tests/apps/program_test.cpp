@@ -713,6 +713,30 @@ TEST(ProgramStyles, WhatAStyleHoldsAndNobodyUnderstandsIsTold) {
     EXPECT_EQ(readAll(out), brought) << "a value out of range is brought to its nearer end";
 }
 
+// Lines alone are hidden by areas of the background's colour on a vector page; there the sheet must not end.
+TEST(ProgramStyles, ABackdropIsTheBackground) {
+    const StyleUser user;
+    const std::string box = writeBlueBox(user.folder);
+    const std::string svg = user.folder.path("a.svg");
+    const std::vector<std::string> look = {"--base",           "none",  "--add",
+                                           "Backdrop,Outline", "--set", "Backdrop.Colour=#204060"};
+    std::vector<std::string> words = {"render", box, "-o", svg, "-s", "200x150", "-q"};
+    words.insert(words.end(), look.begin(), look.end());
+    const Outcome drawn = user(words);
+    ASSERT_EQ(drawn.status, 0) << drawn.err;
+    EXPECT_EQ(drawn.err, "");
+    const std::string page = readAll(svg);
+    EXPECT_THAT(page, HasSubstr("#204060"));
+    EXPECT_EQ(page.find("#f7f2e8"), std::string::npos);
+    words[3] = user.folder.path("a.png");
+    words.insert(words.end(), {"--background", "#ff0000"});
+    const Outcome covered = user(words);
+    EXPECT_EQ(covered.status, 0);
+    EXPECT_EQ(covered.err, "selvarin: warning: --background does not show, as the backdrop covers it; use --set "
+                           "Backdrop.Colour\n");
+    EXPECT_EQ(readPng(words[3]).at(2, 2), (std::array<int, 3>{0x20, 0x40, 0x60}));
+}
+
 TEST(ProgramStyles, EveryStyleThatIsShippedIsUnderstoodAndLooksLikeNoOther) {
     const StyleUser user;
     const Outcome list = user({"styles", "--preview", user.folder.path("swatches")});

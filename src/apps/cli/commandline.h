@@ -77,6 +77,7 @@ struct RenderOptions : LookOptions {
     std::int32_t height = 960;
     int antialias = 2;
     std::uint32_t background = 0;
+    bool backgroundChosen = false;
     std::uint32_t ambient = 0;
     std::string backgroundImage;
     std::string paper;

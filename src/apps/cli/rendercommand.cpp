@@ -87,9 +87,14 @@ public:
         catchInterrupts();
         const Program program;
         timings.add("start-up", timings.lap());
-        for (const std::string& warning : buildShaderStream(options, stream)) {
+        const ChosenLook look = buildShaderStream(options, stream);
+        for (const std::string& warning : look.warnings) {
             warn(warning);
         }
+        if (look.background && options.backgroundChosen) {
+            warn("--background does not show, as the backdrop covers it; use --set Backdrop.Colour");
+        }
+        background = look.background.value_or(options.background);
         program.host().setMemoryFolder(kivFromUtf8(options.memoryFolder));
         timings.add("shaders", timings.lap());
         // The driver is as slow to start as a model is to read, and there is a second core for it.
@@ -303,7 +308,7 @@ private:
     KivCommonSettings settingsFor(const OutputFile& output) const {
         KivCommonSettings settings;
         settings.setAntialias(options.antialias);
-        settings.setBackgroundColor(options.background);
+        settings.setBackgroundColor(background);
         settings.setAmbientLight(options.ambient);
         settings.setTransparencies(options.transparency);
         settings.setPolygonOffset(options.offset);
@@ -437,6 +442,7 @@ private:
     const RenderOptions& options;
     Timings timings;
     ProgressBar bar;
+    std::uint32_t background = 0;
     KivMemoryDataManager stream;
     KivRenderer renderer;
     std::future<bool> warmUp; // its destructor waits for the thread

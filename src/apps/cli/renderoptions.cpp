@@ -303,6 +303,7 @@ RenderOptions parseRenderOptions(const Words& words) {
     readSize(words, options);
     options.antialias = readAntialias(words);
     options.background = colourOption(words, "background");
+    options.backgroundChosen = words.has("background");
     options.ambient = colourOption(words, "ambient");
     options.backgroundImage = words.value("background-image").value_or("");
     options.paper = words.value("paper").value_or("");

@@ -90,6 +90,23 @@ void applySetting(const SettingOption& option) {
                      (near.empty() ? "; there are: " + list(keys) : near));
 }
 
+// What a vector page fills with the background's colour, to hide lines behind it, has to look like the sheet that the
+// backdrop shader lays over that colour everywhere else.
+std::optional<std::uint32_t> backdropColour(const KivStyleHead& shaders) {
+    for (const std::wstring& tag : shaders.combinables) {
+        KivShader* const shader = tag == L"Backdrop" ? KivShader::getByTag(tag.c_str()) : nullptr;
+        if (shader == nullptr) {
+            continue;
+        }
+        for (KivTablePageSettings* settings : tableSettings(*shader)) {
+            if (const int index = settings->find("Colour"); index >= 0) {
+                return settings->getColour(index);
+            }
+        }
+    }
+    return std::nullopt;
+}
+
 // Every render starts from the defaults, whatever an earlier one of this run has set.
 void resetSettings() {
     for (unsigned long i = 0; i < KivShader::shaders(); ++i) {
@@ -144,10 +161,11 @@ ChosenLook applyLook(const LookOptions& options) {
     for (const SettingOption& setting : options.settings) {
         applySetting(setting);
     }
+    look.background = backdropColour(look.shaders);
     return look;
 }
 
-std::vector<std::string> buildShaderStream(const LookOptions& options, KivMemoryDataManager& stream) {
+ChosenLook buildShaderStream(const LookOptions& options, KivMemoryDataManager& stream) {
     const ChosenLook look = applyLook(options);
     std::wstring added;
     for (const std::wstring& tag : look.shaders.combinables) {
@@ -166,5 +184,5 @@ std::vector<std::string> buildShaderStream(const LookOptions& options, KivMemory
         }
     }
     save(stream, L"End Morvane");
-    return look.warnings;
+    return look;
 }

@@ -6,6 +6,8 @@
 #include "kivrender/dialogs/kivstylefile.h"
 #include "kivrender/settings/kivmemorydatamanager.h"
 
+#include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -18,7 +20,8 @@ std::vector<std::string> shaderTags(bool base, bool combinable);
 struct ChosenLook {
     std::wstring style; // its name, or that of its file without the ending; empty for none
     KivStyleHead shaders;
-    std::vector<std::string> warnings; // one line each: what the style holds and nobody understands
+    std::vector<std::string> warnings;       // one line each: what the style holds and nobody understands
+    std::optional<std::uint32_t> background; // the colour of a backdrop, red in the low byte; nothing without one
 };
 
 // Sets the settings of all loaded shaders: their defaults, the style's, those of single options. Throws UsageError for
@@ -27,7 +30,7 @@ struct ChosenLook {
 // be loaded, and stay so.
 ChosenLook applyLook(const LookOptions& options);
 
-// The same as a stream that a render reads. Returns the warnings.
-std::vector<std::string> buildShaderStream(const LookOptions& options, KivMemoryDataManager& stream);
+// The same, and as a stream that a render reads.
+ChosenLook buildShaderStream(const LookOptions& options, KivMemoryDataManager& stream);
 
 #endif

@@ -69,6 +69,45 @@ void drawColors(const KivBackdropLook& look, const Sheet& sheet) {
     glEnd();
 }
 
+std::uint32_t mixed(std::uint32_t from, std::uint32_t to, double share) {
+    std::uint32_t color = 0;
+    for (int shift = 0; shift < 24; shift += 8) {
+        const double a = from >> shift & 0xFFU;
+        const double b = to >> shift & 0xFFU;
+        color |= static_cast<std::uint32_t>(std::lround(a + (b - a) * share)) << shift;
+    }
+    return color;
+}
+
+// A gradient in steps of flat colour, side by side: a vector page would cut a smooth one into far more and smaller
+// pieces.
+void drawColorSteps(const KivBackdropLook& look, const Sheet& sheet) {
+    constexpr int steps = 24;
+    constexpr int sides = 48;
+    const double x = sheet.width / 2.0;
+    const double y = sheet.height / 2.0;
+    const double radius = 1.003 * std::hypot(x, y);
+    for (int i = 0; i < steps; ++i) {
+        const double from = static_cast<double>(i) / steps;
+        const double to = static_cast<double>(i + 1) / steps;
+        setColor(mixed(look.color, look.secondColor, (from + to) / 2.0));
+        if (look.gradient == KivBackdropLook::Gradient::vertical) {
+            sheet.area(0.0, sheet.height * (1.0 - to), sheet.width, sheet.height * (1.0 - from));
+            continue;
+        }
+        glBegin(GL_QUADS);
+        for (int k = 0; k < sides; ++k) {
+            const double a = 2.0 * std::numbers::pi * k / sides;
+            const double b = 2.0 * std::numbers::pi * (k + 1) / sides;
+            addCorner(x + from * radius * std::cos(a), y + from * radius * std::sin(a));
+            addCorner(x + to * radius * std::cos(a), y + to * radius * std::sin(a));
+            addCorner(x + to * radius * std::cos(b), y + to * radius * std::sin(b));
+            addCorner(x + from * radius * std::cos(b), y + from * radius * std::sin(b));
+        }
+        glEnd();
+    }
+}
+
 // Lines across one side of the sheet, from its middle outwards so that both borders look alike. In a grid every fifth
 // one is twice as wide.
 template <class Draw> void forLines(double length, double spacing, double width, bool marked, Draw draw) {
@@ -220,7 +259,11 @@ void kivDrawBackdrop(const KivBackdropLook& look, tagSIZE size, double pixel, bo
     glPushMatrix();
     glLoadIdentity();
     if (vectorial) {
-        drawColors(look, sheet);
+        if (look.gradient == KivBackdropLook::Gradient::none) {
+            drawColors(look, sheet);
+        } else {
+            drawColorSteps(look, sheet);
+        }
         drawPattern(look, sheet, pixel);
     } else {
         drawUnderneath(look, sheet, pixel);

@@ -217,3 +217,17 @@ TEST_F(BackdropPicture, VectorPagesGetPlainAreas) {
         }
     }
 }
+
+TEST_F(BackdropPicture, GradientsOfVectorPagesAreFlatSteps) {
+    settings.setVectorial(true);
+    for (const char* gradient : {"vertical", "round"}) {
+        drawSheet(96, {{"Colour", "#ff0000"}, {"SecondColour", "#00ff00"}, {"Gradient", gradient}});
+        const std::vector<Rgb> all = pixels();
+        const std::set<Rgb> colors(all.begin(), all.end());
+        EXPECT_EQ(colors.count({0xD0, 0xE0, 0xF0}), 0U) << "no gap";
+        EXPECT_LE(colors.size(), 24U);
+        EXPECT_GE(colors.size(), 20U);
+        EXPECT_GT(pixel(48, gradient[0] == 'v' ? 95 : 48)[0], 245);
+        EXPECT_GT(pixel(0, 0)[1], 235);
+    }
+}

@@ -272,6 +272,9 @@ TEST(Program, ErrorsAreOneLineAndTheStatusTellsTheirKind) {
          "can't use \"" + folder.path("gone.obj") + "\": there is no such file"},
         {{"render", box, "-o", "/nowhere/x.png"}, 1, "can't write \"/nowhere/x.png\": there is no folder \"/nowhere\""},
         {{"render", box, "-o", png, "--paper", "gone.png"}, 1, "can't use \"gone.png\": there is no such file"},
+        {{"render", box, "-o", png, "--paper", "papyrus"},
+         1,
+         "\"papyrus\" is neither a file nor a paper; there are cartridge, kraft, laid and watercolour"},
         {{"render", box, "-o", png, "--eye", "1,1,1", "--target", "1,1,1"},
          2,
          "--eye and --target are the same place (see \"selvarin --help\")"},
@@ -388,6 +391,35 @@ TEST(Program, ShadowsAndTheirPicture) {
     const Outcome refused = run(folder, {"render", model, "-o", folder.path("o.png"), "--shadows", "--ortho", "0"});
     EXPECT_EQ(refused.status, 2);
     EXPECT_THAT(refused.err, testing::HasSubstr("--shadows needs a view in perspective"));
+}
+
+TEST(Program, PapersByNameMultiplyThePicture) {
+    const ProgramFolder folder;
+    const std::string box = writeBlueBox(folder);
+    const auto draw = [&](const std::string& name, const std::vector<std::string>& more) {
+        std::vector<std::string> words = {"render",       box,       "-o", folder.path(name), "-s", "120x90",
+                                          "--background", "#ffffff", "-q"};
+        words.insert(words.end(), more.begin(), more.end());
+        EXPECT_EQ(run(folder, words).status, 0);
+        return readPng(folder.path(name));
+    };
+    const Picture plain = draw("plain.png", {});
+    const Picture kraft = draw("kraft.png", {"--paper", "kraft"});
+    ASSERT_EQ(kraft.rgb.size(), plain.rgb.size());
+    EXPECT_EQ(plain.at(2, 2), (std::array<int, 3>{255, 255, 255}));
+    EXPECT_LT(kraft.at(2, 2)[2], kraft.at(2, 2)[0] - 40) << "the paper is brown";
+    double before = 0.0;
+    double after = 0.0;
+    for (std::size_t i = 0; i < plain.rgb.size(); ++i) {
+        EXPECT_LE(kraft.rgb[i], plain.rgb[i] + 1) << "paper takes light away";
+        before += plain.rgb[i];
+        after += kraft.rgb[i];
+    }
+    EXPECT_NEAR(after / before, 0.65, 0.15);
+    // A file of the same name is meant before the paper.
+    folder.write("laid", "no picture");
+    EXPECT_EQ(run(folder, {"render", box, "-o", folder.path("f.png"), "--paper", folder.path("laid")}).status, 0);
+    EXPECT_EQ(readPng(folder.path("f.png")).width, 1280U) << "a paper that can't be read leaves the picture as it is";
 }
 
 TEST(Program, MaterialsThatAreNotOpaqueShineThrough) {

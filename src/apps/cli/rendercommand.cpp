@@ -5,6 +5,7 @@
 #include "apps/cli/exitstatus.h"
 #include "apps/cli/framing.h"
 #include "apps/cli/outputfile.h"
+#include "apps/cli/papers.h"
 #include "apps/cli/progressbar.h"
 #include "apps/cli/shaderstream.h"
 #include "apps/cli/startup.h"
@@ -79,9 +80,8 @@ public:
 
     int run() {
         const std::vector<Job> jobs = planJobs(options);
-        for (const std::string& image : {options.backgroundImage, options.paper}) {
-            checkImage(image);
-        }
+        checkImage(options.backgroundImage);
+        paper = findPaper(options.paper);
         // What fails without a look at the model fails before the driver is started.
         OutputFiles outputs = openOutputs(jobs.front());
         catchInterrupts();
@@ -319,7 +319,7 @@ private:
             return settings;
         }
         settings.setBackgroundImage(kivFromUtf8(options.backgroundImage).c_str());
-        settings.setPaperImage(kivFromUtf8(options.paper).c_str());
+        settings.setPaperImage(kivFromUtf8(paper).c_str());
         settings.setSaveDepth(options.depthImage);
         settings.setSaveShadows(options.shadowImage);
         settings.setShadows(options.shadows);
@@ -440,6 +440,7 @@ private:
     }
 
     const RenderOptions& options;
+    std::string paper; // its file
     Timings timings;
     ProgressBar bar;
     std::uint32_t background = 0;

@@ -252,7 +252,6 @@ void KivSketchDrawing::takePoint(const Job& job, const KivLinePoint& point) {
 // The first texture unit gives a stroke its profile, the second takes away what the hollows of the paper keep.
 void KivSketchDrawing::bindMedium(const KivSketchStyle& style, unsigned int profile, unsigned int tooth) const {
     const KivSketchMedium medium = kivSketchMedium(style.tool);
-    glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
     glActiveTexture(GL_TEXTURE0);
     glDisable(GL_TEXTURE_1D);
     glEnable(GL_TEXTURE_2D);

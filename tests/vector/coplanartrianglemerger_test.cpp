@@ -226,6 +226,41 @@ TEST(CoplanarTriangleMerger, TheFirstOfTheSweepGivesTheAttributes) {
     EXPECT_EQ(list[1]->lineWidth, expected);
 }
 
+// Two holes that touch at a corner make an outline that touches itself.
+TEST(CoplanarTriangleMerger, AnOutlineBeyondTheTessellatorGoesOrStaysAsItWas) {
+    const auto fill = [](FeedbackPrimitiveList& list) {
+        for (int x = 0; x < 4; ++x)
+            for (int y = 0; y < 4; ++y)
+                if (!(x == 1 && y == 1) && !(x == 2 && y == 2))
+                    addSquare(list, static_cast<float>(x), static_cast<float>(y));
+        for (FeedbackPrimitive* each : list)
+            each->lineWidth = 3;
+    };
+    OwnedList gone;
+    fill(gone);
+    merge(gone);
+    EXPECT_LT(areaOf(gone), 13.9);
+    OwnedList kept;
+    fill(kept);
+    CoplanarTriangleMerger(CoplanarTriangleMerger::Failed::staysAsItWas).merge(&kept, 7, 2, 1);
+    EXPECT_NEAR(areaOf(kept), 14, 1e-4);
+    EXPECT_EQ(kept.size(), 28U);
+    for (const FeedbackPrimitive* each : kept) {
+        EXPECT_EQ(each->type, FeedbackToken::polygon);
+        EXPECT_EQ(each->lineWidth, 3);
+    }
+}
+
+// What the tessellator does well is the same either way.
+TEST(CoplanarTriangleMerger, AGroupThatStaysIsOneThatFailed) {
+    OwnedList list;
+    for (int x = 0; x < 5; ++x)
+        addSquare(list, static_cast<float>(x), 0);
+    CoplanarTriangleMerger(CoplanarTriangleMerger::Failed::staysAsItWas).merge(&list, 7, 2, 1);
+    EXPECT_EQ(list.size(), 2U);
+    EXPECT_NEAR(areaOf(list), 5, 1e-4);
+}
+
 TEST(CoplanarTriangleMerger, ASingleTriangleComesThrough) {
     OwnedList list;
     list.push_back(triangle(grey(1, 1), grey(4, 1), grey(1, 3)));

@@ -16,11 +16,17 @@ struct CoplanarGroup;
 
 class KIV_API CoplanarTriangleMerger {
 public:
+    // What becomes of a group whose outline the tessellator can't cover, or covers with another area: outlines that
+    // touch themselves are beyond it.
+    enum class Failed { goes, staysAsItWas };
+
+    explicit CoplanarTriangleMerger(Failed failedGroup = Failed::goes) : failed(failedGroup) {}
+
     // Every primitive of the list has three vertices or more. step is the progress step of the grouping, the next one
     // that of the tessellation. The sweep runs along x if xSize is greater than ySize, else along y.
     //
     // On return the list holds the new triangles, in the attributes of the first triangle of their group in the sweep;
-    // a group whose outline can't be tessellated leaves none. After a cancel it holds what is left of the old ones, to
+    // a group that fails leaves none or its old ones. After a cancel it holds what is left of the old ones, to
     // be deleted. The list owns its triangles; those that go are deleted.
     void merge(FeedbackPrimitiveList* triangles, int step, float xSize, float ySize);
 
@@ -31,6 +37,8 @@ public:
 private:
     bool tessellateGroups(std::vector<std::unique_ptr<CoplanarGroup>>& groups, const FeedbackPrimitiveList& seeds,
                           KivProgress* progress, FeedbackPrimitiveList& result);
+
+    Failed failed;
 };
 
 #endif

@@ -123,7 +123,9 @@ bool VectorSimplifier::runStages(FeedbackPrimitiveList& primitives, FeedbackPrim
     float size[2] = {0, 0};
     if (!moveTriangles(primitives, triangles, size))
         return false;
-    CoplanarTriangleMerger().merge(&triangles, KivVectorProgress::vectorStep, size[0], size[1]);
+    // A drawing with a face missing is worse than one with some triangles more.
+    CoplanarTriangleMerger(CoplanarTriangleMerger::Failed::staysAsItWas)
+        .merge(&triangles, KivVectorProgress::vectorStep, size[0], size[1]);
     lines.insert(lines.end(), triangles.begin(), triangles.end());
     triangles.clear();
     std::copy_if(primitives.begin(), primitives.end(), std::back_inserter(lines),

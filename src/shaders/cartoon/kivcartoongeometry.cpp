@@ -194,7 +194,7 @@ private:
         split(corner[0], corner[1], corner[2], 0, indices);
     }
 
-    Corner between(const Corner& a, const Corner& b, double t) {
+    Corner between(const Corner& a, const Corner& b, double t) const {
         Corner middle;
         middle.point = a.point + (b.point - a.point) * t;
         middle.normal = kivUnit(a.normal + (b.normal - a.normal) * t);
@@ -226,21 +226,75 @@ private:
         if (length <= detail.longestAtEdges) {
             return false;
         }
-        // A value between the ends leaves the straight line by about so much where the normal turns.
-        const double bend = 1.0 - std::sqrt(std::max(0.0, (1.0 + kivDot(a.normal, b.normal)) * 0.5));
         const KivCartoonVertex& from = batch.vertices[a.vertex];
         const KivCartoonVertex& to = batch.vertices[b.vertex];
-        return (length > detail.longestSide && (!uniform || detail.shine)) ||
-               isNear(detail.lightEdges, from.light, to.light, 2.0 * bend) ||
-               (detail.shine && isNear(detail.shineEdges, from.shine, to.shine, 4.0 * bend));
+        // A value between the ends leaves the straight line by about so much where the normal turns, and the highlight
+        // where the view turns as well.
+        const double bend = bendOf(a.normal, b.normal);
+        const double seen = bend + bendOf(kivUnit(view.toViewer(a.point)), kivUnit(view.toViewer(b.point)));
+        Range light{from.light, to.light};
+        Range shine{from.shine, to.shine};
+        if (length > detail.longestSide && (!uniform || detail.shine)) {
+            const Corner middle = between(a, b, 0.5);
+            light.add(rampOf(lights.light(middle.point, middle.normal)));
+            shine.add(rampOf(shineOf(middle.point, middle.normal)));
+        }
+        return isNear(detail.lightEdges, light, 2.0 * bend) ||
+               (detail.shine && isNear(detail.shineEdges, shine, 4.0 * seen));
     }
 
-    // Whether any edge lies between two values or within the slack of them.
-    static bool isNear(const std::vector<float>& edges, float a, float b, double slack) {
-        const double low = std::min(a, b) - slack;
-        const double high = std::max(a, b) + slack;
-        const auto first = std::lower_bound(edges.begin(), edges.end(), low);
-        return first != edges.end() && *first <= high;
+    struct Range {
+        double low;
+        double high;
+
+        Range(double a, double b) : low(std::min(a, b)), high(std::max(a, b)) {}
+        void add(double value) {
+            low = std::min(low, value);
+            high = std::max(high, value);
+        }
+    };
+
+    double rampOf(double value) const {
+        return kivRampCoordinate(value, detail.rampEntries);
+    }
+
+    // One minus the cosine of half the angle between two directions.
+    static double bendOf(const KivVec& a, const KivVec& b) {
+        return 1.0 - std::sqrt(std::max(0.0, (1.0 + kivDot(a, b)) * 0.5));
+    }
+
+    // Whether a large triangle of one colour at its corners has another in its middle, as under a lamp close to a
+    // floor.
+    bool hidesAnEdge(const Corner& a, const Corner& b, const Corner& c) const {
+        if (!detail.inAreas || a.vertex == none || (uniform && !detail.shine) ||
+            std::max({pixelLength(a.clip, b.clip, view), pixelLength(b.clip, c.clip, view),
+                      pixelLength(c.clip, a.clip, view)}) <= detail.longestSide) {
+            return false;
+        }
+        Range light{batch.vertices[a.vertex].light, batch.vertices[b.vertex].light};
+        Range shine{batch.vertices[a.vertex].shine, batch.vertices[b.vertex].shine};
+        light.add(batch.vertices[c.vertex].light);
+        shine.add(batch.vertices[c.vertex].shine);
+        const bool before = isNear(detail.lightEdges, light, 0.0) || isNear(detail.shineEdges, shine, 0.0);
+        const Corner middle = middleOf(a, b, c);
+        light.add(rampOf(lights.light(middle.point, middle.normal)));
+        shine.add(rampOf(shineOf(middle.point, middle.normal)));
+        return !before && (isNear(detail.lightEdges, light, 0.0) || isNear(detail.shineEdges, shine, 0.0));
+    }
+
+    Corner middleOf(const Corner& a, const Corner& b, const Corner& c) const {
+        Corner middle;
+        middle.point = (a.point + b.point + c.point) * (1.0 / 3.0);
+        const KivVec normal = kivUnit(a.normal + b.normal + c.normal);
+        middle.normal = kivDot(normal, normal) > 0.0 ? normal : a.normal;
+        middle.clip = view.clip(middle.point);
+        return middle;
+    }
+
+    // Whether any edge lies in a range of values or within the slack of it.
+    static bool isNear(const std::vector<float>& edges, const Range& range, double slack) {
+        const auto first = std::lower_bound(edges.begin(), edges.end(), range.low - slack);
+        return first != edges.end() && *first <= range.high + slack;
     }
 
     void split(const Corner& a, const Corner& b, const Corner& c, int depth, std::vector<std::uint32_t>& indices) {
@@ -252,7 +306,14 @@ private:
         const bool bc = more && isLong(b, c);
         const bool ca = more && isLong(c, a);
         const int count = (ab ? 1 : 0) + (bc ? 1 : 0) + (ca ? 1 : 0);
-        if (count == 0) {
+        if (count == 0 && more && hidesAnEdge(a, b, c)) {
+            // From within, so that the neighbours' sides stay as they are.
+            Corner middle = middleOf(a, b, c);
+            middle.vertex = litVertex(middle.point, middle.normal);
+            split(a, b, middle, depth + 1, indices);
+            split(b, c, middle, depth + 1, indices);
+            split(c, a, middle, depth + 1, indices);
+        } else if (count == 0) {
             finish(a, b, c, indices);
         } else if (count == 3) {
             const Corner mab = middleOf(a, b);

@@ -54,8 +54,8 @@ struct KivCartoonDetail {
     // highlight is small and would come out ragged.
     double longestTurn = 8.0;
     // For a drawing in flat areas: the coordinates of light and of shine at which a colour ends, ascending. Sides that
-    // come near one are at most longestAtEdges long, others are as with longestSide, or whole where parallel light
-    // alone falls on them: what is of one colour needs no pieces.
+    // come near one are at most longestAtEdges long, others stay whole: what is of one colour needs no pieces. A side
+    // or triangle longer than longestSide is also looked at in its middle.
     bool inAreas = false;
     std::vector<float> lightEdges;
     std::vector<float> shineEdges;

@@ -77,7 +77,7 @@ bool SightVisitor::takeAway(const ScreenFace& cover, const ScreenFace& face) {
             if (!outside.isEmpty())
                 left.push_back(outside);
         }
-        if (common.isEmpty() || (!isNearer && !hides(orderOver(common, cover, face), cover, face))) {
+        if (common.isEmpty() || (!isNearer && !hides(distanceOver(common, cover, face).order(), cover, face))) {
             left.resize(before);
             left.push_back(piece);
         }

@@ -32,6 +32,25 @@ ScreenArea::Place ScreenArea::corner(int number) const {
     return {static_cast<double>(meeting.x) / w, static_cast<double>(meeting.y) / w};
 }
 
+double ScreenArea::thickness() const {
+    if (isEmpty())
+        return 0;
+    const Place origin = corner(0);
+    Place low = origin;
+    Place high = origin;
+    double twiceArea = 0;
+    Place before = origin;
+    for (int i = 1; i < count; ++i) {
+        const Place here = corner(i);
+        low = {std::min(low.x, here.x), std::min(low.y, here.y)};
+        high = {std::max(high.x, here.x), std::max(high.y, here.y)};
+        twiceArea += (before.x - origin.x) * (here.y - origin.y) - (here.x - origin.x) * (before.y - origin.y);
+        before = here;
+    }
+    const double longer = std::max(high.x - low.x, high.y - low.y);
+    return longer > 0 ? 0.5 * twiceArea / longer : 0;
+}
+
 ScreenArea::Sides ScreenArea::sidesOfCorners(const ScreenLine& line) const {
     Sides corners;
     for (int i = 0; i < count; ++i) {
@@ -92,18 +111,21 @@ bool ScreenArea::clip(const ScreenPoint& corner, std::int32_t size) {
            clip(ScreenLine{0, -1, y + size});
 }
 
-ScreenOrder orderOver(const ScreenArea& area, const ScreenFace& first, const ScreenFace& second) {
-    const double noise = first.noise + second.noise;
+ScreenOrder ScreenDistance::order() const {
+    if (least < -noise)
+        return most > noise ? ScreenOrder::Crossed : ScreenOrder::Front;
+    return most > noise ? ScreenOrder::Behind : ScreenOrder::Level;
+}
+
+ScreenDistance distanceOver(const ScreenArea& area, const ScreenFace& first, const ScreenFace& second) {
+    ScreenDistance distance;
+    distance.noise = first.noise + second.noise;
     const double lead = strokeLead(first, second) - strokeLead(second, first);
-    bool anyFront = false;
-    bool anyBehind = false;
     for (int i = 0; i < area.numCorners(); ++i) {
         const ScreenArea::Place place = area.corner(i);
-        const double difference = first.depthAt(place.x, place.y) - second.depthAt(place.x, place.y) + lead;
-        anyFront = anyFront || difference < -noise;
-        anyBehind = anyBehind || difference > noise;
+        const double here = first.depthAt(place.x, place.y) - second.depthAt(place.x, place.y) + lead;
+        distance.least = i == 0 ? here : std::min(distance.least, here);
+        distance.most = i == 0 ? here : std::max(distance.most, here);
     }
-    if (anyFront && anyBehind)
-        return ScreenOrder::Crossed;
-    return anyFront ? ScreenOrder::Front : anyBehind ? ScreenOrder::Behind : ScreenOrder::Level;
+    return distance;
 }

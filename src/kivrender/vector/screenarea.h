@@ -41,6 +41,8 @@ public:
     }
     // Rounded. Corner number i lies on the sides i and i + 1.
     Place corner(int number) const;
+    // Its area divided by the longer side of the rectangle about it, in grid steps.
+    double thickness() const;
     // Leaves what lies on the left of the line. False when that has more sides than there is room for; the area is then
     // as it was.
     bool clip(const ScreenLine& line);
@@ -71,6 +73,15 @@ enum class ScreenOrder {
     Crossed, // each is nearer somewhere
 };
 
-ScreenOrder orderOver(const ScreenArea& area, const ScreenFace& first, const ScreenFace& second);
+// How much farther the first face lies than the second, at least and at most.
+struct ScreenDistance {
+    double least = 0;
+    double most = 0;
+    double noise = 0; // what differs by less is level
+
+    ScreenOrder order() const;
+};
+
+ScreenDistance distanceOver(const ScreenArea& area, const ScreenFace& first, const ScreenFace& second);
 
 #endif

@@ -1,0 +1,351 @@
+#include "kivrender/vector/paintersorder.h"
+
+#include "kivrender/vector/primitivecut.h"
+#include "kivrender/vector/screenarea.h"
+#include "kivrender/vector/screentree.h"
+
+#include <algorithm>
+#include <cmath>
+#include <map>
+#include <memory>
+#include <numeric>
+#include <queue>
+#include <utility>
+
+namespace {
+
+// Primitive first has to be painted before primitive second; or, of a crossing, the smaller number and the larger one.
+using Pair = std::pair<std::uint32_t, std::uint32_t>;
+
+enum class Relation {
+    Free,    // does not lie over the other
+    Over,    // the first has to be painted after the second
+    Under,   // the first has to be painted before the second
+    Crossed, // each lies over the other somewhere
+};
+
+// Where two faces run through one another by less than this many times the noise, nothing is to be gained by a cut: the
+// file does not hold places that exactly.
+constexpr double leastCrossing = 16.0;
+
+// Corners that a cut makes are rounded: parts of neighbours may overlap by so many steps of the grid without a meaning.
+constexpr double cutNoise = 4.0;
+
+// How much farther the first lies than the second where they lie over one another, in an area at least that thick.
+// False where there is none.
+bool findDistance(const ScreenFace& first, const ScreenFace& second, double thickness, ScreenDistance* distance) {
+    if (first.isApartFrom(second))
+        return false;
+    ScreenArea common(first);
+    for (int i = 0; i < second.count; ++i)
+        common.clip(second.side(i));
+    if (common.isEmpty() || common.thickness() < thickness)
+        return false;
+    *distance = distanceOver(common, first, second);
+    return true;
+}
+
+Relation relationFrom(const ScreenDistance& distance, bool firstIsLater) {
+    switch (distance.order()) {
+    case ScreenOrder::Front:
+        return Relation::Over;
+    case ScreenOrder::Behind:
+        return Relation::Under;
+    case ScreenOrder::Level:
+        return firstIsLater ? Relation::Over : Relation::Under;
+    case ScreenOrder::Crossed:
+        break;
+    }
+    if (std::min(-distance.least, distance.most) > leastCrossing * distance.noise)
+        return Relation::Crossed;
+    return -distance.least > distance.most ? Relation::Over : Relation::Under;
+}
+
+Relation relationOf(const ScreenFace& first, const ScreenFace& second) {
+    const double noise = first.noise + second.noise;
+    if (first.highDepth + noise + strokeLead(first, second) < second.lowDepth)
+        return first.isApartFrom(second) ? Relation::Free : Relation::Over;
+    if (second.highDepth + noise + strokeLead(second, first) < first.lowDepth)
+        return first.isApartFrom(second) ? Relation::Free : Relation::Under;
+    ScreenDistance distance;
+    return findDistance(first, second, 0, &distance) ? relationFrom(distance, first.owner > second.owner)
+                                                     : Relation::Free;
+}
+
+// Gathers what lies over what. A pair comes up once for each square that it meets in.
+class OverlapVisitor : public ScreenTree::Visitor {
+public:
+    explicit OverlapVisitor(const std::vector<ScreenFace>& all) : faces(all) {}
+
+    bool wants(ScreenTree::Numbers) override {
+        return true;
+    }
+    void takeHidden(std::uint32_t face, std::uint32_t cover) override {
+        if (faces[face].owner != faces[cover].owner)
+            ordered.emplace_back(faces[face].owner, faces[cover].owner);
+    }
+    void takeSquare(const ScreenTree::Square&, ScreenTree::Numbers numbers) override {
+        for (std::size_t i = 0; i < numbers.size(); ++i) {
+            for (std::size_t k = i + 1; k < numbers.size(); ++k)
+                take(faces[numbers[i]], faces[numbers[k]]);
+        }
+    }
+
+    std::vector<Pair> ordered;
+    std::vector<Pair> crossed;
+
+private:
+    void take(const ScreenFace& first, const ScreenFace& second) {
+        if (first.owner == second.owner)
+            return;
+        const Relation relation = relationOf(first, second);
+        if (relation == Relation::Over)
+            ordered.emplace_back(second.owner, first.owner);
+        else if (relation == Relation::Under)
+            ordered.emplace_back(first.owner, second.owner);
+        else if (relation == Relation::Crossed)
+            crossed.push_back(std::minmax(first.owner, second.owner));
+    }
+
+    const std::vector<ScreenFace>& faces;
+};
+
+void removeDoubles(std::vector<Pair>& pairs) {
+    std::sort(pairs.begin(), pairs.end());
+    pairs.erase(std::unique(pairs.begin(), pairs.end()), pairs.end());
+}
+
+// One thing to paint: a primitive of the list, or a part of one.
+struct Part {
+    std::unique_ptr<FeedbackPrimitive> made; // null for a primitive of the list
+    std::vector<ScreenFace> faces;           // all with the number of the primitive of the list
+    std::uint32_t number = 0;                // of the part
+};
+
+// The primitives that cross others, in as many parts as that takes.
+class CutPrimitives {
+public:
+    CutPrimitives(const FeedbackPrimitiveList& all, const PolygonShift& offset) : list(all), shift(offset) {}
+
+    void cut(const Pair& crossed) {
+        std::vector<Part>& first = partsOf(crossed.first);
+        std::vector<Part>& second = partsOf(crossed.second);
+        // Small ones are cut by large ones, as a meadow is not cut up by its grass.
+        const bool firstIsCut = extent(*list[crossed.first]) < extent(*list[crossed.second]);
+        cutBy(firstIsCut ? first : second, firstIsCut ? second : first);
+    }
+    bool isCut(std::uint32_t primitive) const {
+        const auto found = parts.find(primitive);
+        return found != parts.end() && found->second.size() > 1;
+    }
+    std::vector<Part>& partsOf(std::uint32_t primitive) {
+        std::vector<Part>& all = parts[primitive];
+        if (all.empty()) {
+            all.emplace_back().number = primitive;
+            addScreenFaces(*list[primitive], primitive, shift, all[0].faces);
+        }
+        return all;
+    }
+    std::map<std::uint32_t, std::vector<Part>>& all() {
+        return parts;
+    }
+
+private:
+    static constexpr std::size_t mostParts = 64; // of one primitive
+
+    // Lines and points count as smallest: lines are cut, never areas by them.
+    static double extent(const FeedbackPrimitive& primitive) {
+        if (primitive.type != FeedbackToken::polygon)
+            return -1;
+        double twiceArea = 0;
+        const std::vector<FeedbackVertex>& v = primitive.vertices;
+        for (std::size_t i = 1; i + 1 < v.size(); ++i)
+            twiceArea += (static_cast<double>(v[i].x) - v[0].x) * (static_cast<double>(v[i + 1].y) - v[0].y) -
+                         (static_cast<double>(v[i + 1].x) - v[0].x) * (static_cast<double>(v[i].y) - v[0].y);
+        return std::fabs(twiceArea);
+    }
+    // Where the depths of two faces are the same.
+    static WindowLine meeting(const ScreenFace& first, const ScreenFace& second) {
+        const double lead = strokeLead(first, second) - strokeLead(second, first);
+        const auto depthAtOrigin = [](const ScreenFace& face) {
+            return face.depth - face.slopeX * face.corners[0].x - face.slopeY * face.corners[0].y;
+        };
+        return {(first.slopeX - second.slopeX) * ScreenGrid::stepsPerPixel,
+                (first.slopeY - second.slopeY) * ScreenGrid::stepsPerPixel,
+                depthAtOrigin(first) - depthAtOrigin(second) + lead};
+    }
+    void cutBy(std::vector<Part>& pieces, const std::vector<Part>& others) {
+        for (const Part& other : others) {
+            for (const ScreenFace& face : other.faces) {
+                // What a cut adds stands behind its piece and is not cut by the same face again.
+                for (std::size_t i = pieces.size(); i > 0 && pieces.size() < mostParts; --i)
+                    cutOne(pieces, i - 1, face);
+            }
+        }
+    }
+    void cutOne(std::vector<Part>& pieces, std::size_t which, const ScreenFace& other) {
+        for (const ScreenFace& face : pieces[which].faces) {
+            if (relationOf(face, other) != Relation::Crossed)
+                continue;
+            const FeedbackPrimitive& whole = pieces[which].made ? *pieces[which].made : *list[face.owner];
+            const std::uint32_t owner = face.owner;
+            PrimitiveParts halves = cutPrimitive(whole, meeting(face, other));
+            if (!halves.below)
+                continue;
+            Part& first = pieces[which];
+            first.made = std::move(halves.below);
+            first.faces.clear();
+            addScreenFaces(*first.made, owner, shift, first.faces);
+            Part second;
+            second.made = std::move(halves.above);
+            addScreenFaces(*second.made, owner, shift, second.faces);
+            pieces.push_back(std::move(second));
+            return;
+        }
+    }
+
+    const FeedbackPrimitiveList& list;
+    PolygonShift shift;
+    std::map<std::uint32_t, std::vector<Part>> parts;
+};
+
+double depthOf(const FeedbackPrimitive& primitive) {
+    double sum = 0;
+    for (const FeedbackVertex& vertex : primitive.vertices)
+        sum += vertex.z;
+    const double mean = primitive.vertices.empty() ? 0 : sum / static_cast<double>(primitive.vertices.size());
+    return std::isfinite(mean) ? mean : 0;
+}
+
+// Numbers so that each pair's first stands before its second; of those that are free to come, the farthest first. Where
+// pairs run in a circle the farthest of them comes first all the same.
+std::vector<std::uint32_t> orderFrom(const std::vector<Pair>& pairs, const std::vector<double>& depths) {
+    const std::size_t count = depths.size();
+    std::vector<std::size_t> begin(count + 1, 0);
+    std::vector<std::uint32_t> waits(count, 0);
+    for (const Pair& pair : pairs) {
+        ++begin[pair.first + 1];
+        ++waits[pair.second];
+    }
+    std::partial_sum(begin.begin(), begin.end(), begin.begin());
+    const auto isNearer = [&](std::uint32_t a, std::uint32_t b) {
+        return depths[a] < depths[b] || (depths[a] == depths[b] && a > b);
+    };
+    std::vector<std::uint32_t> farthestFirst(count);
+    std::iota(farthestFirst.begin(), farthestFirst.end(), 0U);
+    std::sort(farthestFirst.begin(), farthestFirst.end(),
+              [&](std::uint32_t a, std::uint32_t b) { return isNearer(b, a); });
+    std::priority_queue<std::uint32_t, std::vector<std::uint32_t>, decltype(isNearer)> ready(isNearer);
+    for (std::uint32_t number = 0; number < count; ++number) {
+        if (waits[number] == 0)
+            ready.push(number);
+    }
+    std::vector<bool> taken(count, false);
+    std::vector<std::uint32_t> order;
+    order.reserve(count);
+    std::size_t stuck = 0;
+    while (order.size() < count) {
+        if (ready.empty()) {
+            while (taken[farthestFirst[stuck]])
+                ++stuck;
+            ready.push(farthestFirst[stuck]);
+            
+        }
+        const std::uint32_t number = ready.top();
+        ready.pop();
+        if (taken[number])
+            continue;
+        taken[number] = true;
+        order.push_back(number);
+        for (std::size_t i = begin[number]; i < begin[number + 1]; ++i) {
+            if (--waits[pairs[i].second] == 0)
+                ready.push(pairs[i].second);
+        }
+    }
+    return order;
+}
+
+// What still crosses after all cuts is told apart by what lies farther over the other.
+Relation relationOf(const Part& first, const Part& second) {
+    ScreenDistance all;
+    bool meet = false;
+    for (const ScreenFace& face : first.faces) {
+        for (const ScreenFace& other : second.faces) {
+            ScreenDistance distance;
+            if (findDistance(face, other, cutNoise, &distance)) {
+                all.least = meet ? std::min(all.least, distance.least) : distance.least;
+                all.most = meet ? std::max(all.most, distance.most) : distance.most;
+                all.noise = std::max(all.noise, distance.noise);
+                meet = true;
+            }
+        }
+    }
+    if (!meet)
+        return Relation::Free;
+    const Relation relation = relationFrom(all, first.faces[0].owner > second.faces[0].owner);
+    if (relation != Relation::Crossed)
+        return relation;
+    return -all.least > all.most ? Relation::Over : Relation::Under;
+}
+
+} // namespace
+
+PaintersOrder::PaintersOrder(const PolygonShift& offset) : shift(offset) {}
+
+bool PaintersOrder::sort(FeedbackPrimitiveList* list) const {
+    std::vector<ScreenFace> faces;
+    faces.reserve(list->size());
+    for (std::size_t i = 0; i < list->size(); ++i)
+        addScreenFaces(*(*list)[i], static_cast<std::uint32_t>(i), shift, faces);
+    OverlapVisitor overlaps(faces);
+    if (!ScreenTree(faces).walk(overlaps))
+        return false;
+    std::vector<ScreenFace>().swap(faces);
+    removeDoubles(overlaps.ordered);
+    removeDoubles(overlaps.crossed);
+
+    // What crosses is cut, and its parts are numbered behind the primitives; the first stays in its primitive's place.
+    CutPrimitives cuts(*list, shift);
+    for (const Pair& pair : overlaps.crossed)
+        cuts.cut(pair);
+    FeedbackPrimitiveList things = *list;
+    for (auto& [primitive, parts] : cuts.all()) {
+        if (parts[0].made) {
+            delete (*list)[primitive];
+            things[primitive] = parts[0].made.release();
+        }
+        for (std::size_t i = 1; i < parts.size(); ++i) {
+            parts[i].number = static_cast<std::uint32_t>(things.size());
+            things.push_back(parts[i].made.release());
+        }
+    }
+    std::vector<Pair> pairs;
+    const auto takeParts = [&](const Pair& pair) {
+        for (const Part& first : cuts.partsOf(pair.first)) {
+            for (const Part& second : cuts.partsOf(pair.second)) {
+                const Relation relation = relationOf(first, second);
+                if (relation == Relation::Over)
+                    pairs.emplace_back(second.number, first.number);
+                else if (relation == Relation::Under)
+                    pairs.emplace_back(first.number, second.number);
+            }
+        }
+    };
+    for (const Pair& pair : overlaps.ordered) {
+        if (cuts.isCut(pair.first) || cuts.isCut(pair.second))
+            takeParts(pair);
+        else
+            pairs.push_back(pair);
+    }
+    for (const Pair& pair : overlaps.crossed)
+        takeParts(pair);
+    removeDoubles(pairs);
+
+    std::vector<double> depths;
+    for (const FeedbackPrimitive* thing : things)
+        depths.push_back(depthOf(*thing));
+    list->clear();
+    for (const std::uint32_t number : orderFrom(pairs, depths))
+        list->push_back(things[number]);
+    return true;
+}

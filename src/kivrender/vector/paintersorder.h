@@ -1,0 +1,34 @@
+// The order in which a page is painted so that each place shows what is nearest there: from back to front, and where
+// that has no answer for whole primitives, with primitives cut in two.
+//
+// Sorting by a depth for each primitive, which is the usual way, puts many of them in the wrong order: a large area and
+// a small one before it, a steep one beside a flat one. Here each two that lie over one another are compared where they
+// do, exactly, and all others are free.
+//
+// Lines lie over the surfaces that they belong to. Of what lies in one plane the later drawn lies on top.
+#ifndef KIVRENDER_VECTOR_PAINTERSORDER_H
+#define KIVRENDER_VECTOR_PAINTERSORDER_H
+
+#include "kivrender/platform/kivexport.h"
+#include "kivrender/vector/feedbackprimitive.h"
+#include "kivrender/vector/screenface.h"
+
+class KIV_API PaintersOrder {
+public:
+    PaintersOrder() = default;
+    // How primitives that were drawn with polygon offset lie behind their depth.
+    explicit PaintersOrder(const PolygonShift& offset);
+
+    // The list is in the order of drawing and in window coordinates, and has no null slots. Brings it into the order
+    // of painting. Triangles and lines that run through one another, or lie over each other in a circle, may be
+    // replaced by their parts. False when the user has cancelled; the list is then as it was.
+    //
+    // The cost grows like n log n with the primitives and linearly with the number of pairs that lie over one another:
+    // take out what is hidden first.
+    bool sort(FeedbackPrimitiveList* list) const;
+
+private:
+    PolygonShift shift;
+};
+
+#endif

@@ -291,13 +291,17 @@ void KivSketchDrawing::drawPaths() const {
     glEnableClientState(GL_COLOR_ARRAY);
     glClientActiveTexture(GL_TEXTURE0);
     glEnableClientState(GL_TEXTURE_COORD_ARRAY);
+    const KivTablePageSettings* bound = nullptr;
     for (const Layer layer : {Layer::hatching, Layer::hidden, Layer::lines}) {
         for (const Batch& batch : batches) {
             const std::vector<KivSketchVertex>& vertices = batch.mesh.vertices;
             if (batch.layer != layer || batch.mesh.indices.empty()) {
                 continue;
             }
-            bindMedium(styles.at(batch.page), textures[0], textures[1]);
+            if (batch.page != bound) {
+                bindMedium(styles.at(batch.page), textures[0], textures[1]);
+                bound = batch.page;
+            }
             constexpr GLsizei stride = sizeof(KivSketchVertex);
             glVertexPointer(2, GL_FLOAT, stride, &vertices[0].x);
             glTexCoordPointer(2, GL_FLOAT, stride, &vertices[0].along);

@@ -73,7 +73,7 @@ int KivCartoonSteps::stepOf(float coordinate) const {
     return static_cast<int>(std::partition_point(edges.begin(), edges.end(), reaches) - edges.begin());
 }
 
-KivCartoonSteps kivCartoonSteps(const KivCartoonColors& colors, KivCartoonLayer layer, int parts) {
+KivCartoonSteps kivCartoonSteps(const KivCartoonColors& colors, KivCartoonLayer layer, KivCartoonShare share) {
     const KivCartoonBands& bands = colors.bands;
     std::vector<double> places;
     for (int i = 1; i < bands.count; ++i) {
@@ -83,7 +83,7 @@ KivCartoonSteps kivCartoonSteps(const KivCartoonColors& colors, KivCartoonLayer 
         const double from = i == 0 ? 0.0 : places[i - 1];
         const double to = i == places.size() ? 1.0 : places[i];
         // What is left of a flat part is told at its middle, where no transition reaches.
-        return kivCartoonEntry(colors, layer, parts, bands.level((from + to) * 0.5));
+        return kivCartoonEntry(colors, layer, share, bands.level((from + to) * 0.5));
     };
     StepsBuilder builder(toneAt(0));
     for (std::size_t i = 0; i < places.size(); ++i) {

@@ -21,7 +21,7 @@ struct KivCartoonSteps {
 
 // The steps of kivCartoonRamp over light and of kivHighlightRamp over shine. A soft edge becomes a few narrow steps,
 // and neighbouring steps of one tone are one.
-KivCartoonSteps kivCartoonSteps(const KivCartoonColors& colors, KivCartoonLayer layer, int parts);
+KivCartoonSteps kivCartoonSteps(const KivCartoonColors& colors, KivCartoonLayer layer, KivCartoonShare share);
 KivCartoonSteps kivHighlightSteps(const KivCartoonColors& colors);
 
 struct KivFlatCorner {

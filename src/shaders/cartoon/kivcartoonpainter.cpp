@@ -24,29 +24,66 @@ KivRampEntry entryOf(const KivTone& tone, double alpha) {
     return {byteOf(tone[0]), byteOf(tone[1]), byteOf(tone[2]), byteOf(alpha)};
 }
 
-KivTone toneOf(const KivCartoonColors& colors, KivCartoonLayer layer, int parts, double level) {
-    const KivTone none{};
+KivTone shadowOf(const KivCartoonColors& colors, double level) {
+    return kivCartoonCast(colors.diffuse, colors.paint, level, colors.bands.shadeOf(level));
+}
+
+KivTone emissionOf(const KivCartoonColors& colors) {
+    return kivDuotone(colors.emission, colors.paint, true);
+}
+
+KivTone lookOf(const KivCartoonColors& colors, double level) {
+    return kivCartoonColor(colors.diffuse, colors.emission, colors.paint, level);
+}
+
+// What `lit` of so many lights leave, of a value without any and a value with all of them.
+double litBy(double none, double all, int lit, int parts) {
+    return none + (all - none) * lit / parts;
+}
+
+KivTone dimmedOf(const KivCartoonColors& colors, KivCartoonShare share, double level) {
+    const KivTone shadow = shadowOf(colors, level);
+    const KivTone emission = emissionOf(colors);
+    KivTone tone = lookOf(colors, level);
+    for (int c = 0; c < 3; ++c) {
+        const double none = std::min(shadow[c] + emission[c], tone[c]);
+        tone[c] = litBy(none, tone[c], share.parts - share.part, share.parts);
+    }
+    return tone;
+}
+
+KivTone toneOf(const KivCartoonColors& colors, KivCartoonLayer layer, KivCartoonShare share, double level) {
     switch (layer) {
     case KivCartoonLayer::full:
-        return kivCartoonColor(colors.diffuse, colors.emission, colors.paint, level);
+        return lookOf(colors, level);
     case KivCartoonLayer::shadow:
-        return kivCartoonShadow(colors.diffuse, colors.paint);
+        return shadowOf(colors, level);
     case KivCartoonLayer::emission:
-        return kivDuotone(colors.emission, colors.paint, true);
-    case KivCartoonLayer::share: {
-        const KivTone shadow = kivCartoonColor(colors.diffuse, colors.emission, colors.paint, 0.0);
-        const KivTone lit = kivCartoonColor(colors.diffuse, colors.emission, colors.paint, level);
-        KivTone share{};
-        for (int c = 0; c < 3; ++c) {
-            share[c] = std::max(0.0, lit[c] - shadow[c]) / parts;
-        }
-        return share;
-    }
+        return emissionOf(colors);
+    case KivCartoonLayer::dimmed:
+        return dimmedOf(colors, share, level);
+    case KivCartoonLayer::share:
     case KivCartoonLayer::black:
     case KivCartoonLayer::highlight:
-        return none;
+        break;
     }
-    return none;
+    return {};
+}
+
+// The step from one number of lights to the next in bytes, so that the picture's own rounding adds nothing.
+KivRampEntry shareEntry(const KivCartoonColors& colors, KivCartoonShare share, double level) {
+    const KivTone shadow = shadowOf(colors, level);
+    const KivTone emission = emissionOf(colors);
+    const KivTone look = lookOf(colors, level);
+    KivRampEntry entry{};
+    for (std::size_t c = 0; c < 3; ++c) {
+        const int none = std::min(255, byteOf(shadow[c]) + byteOf(emission[c]));
+        const int all = std::max<int>(byteOf(look[c]), none);
+        entry[c] = static_cast<std::uint8_t>(std::lround(litBy(none, all, share.part + 1, share.parts)) -
+                                             std::lround(litBy(none, all, share.part, share.parts)));
+    }
+    entry[3] = byteOf(colors.alpha);
+    return entry;
 }
 
 // Draws front and back with their own polygon offsets.
@@ -70,8 +107,10 @@ double kivShineOfCosine(double cosine) {
     return std::clamp((cosine - widestShine) / (1.0 - widestShine), 0.0, 1.0);
 }
 
-KivRampEntry kivCartoonEntry(const KivCartoonColors& colors, KivCartoonLayer layer, int parts, double level) {
-    return entryOf(toneOf(colors, layer, parts, level), colors.alpha);
+KivRampEntry kivCartoonEntry(const KivCartoonColors& colors, KivCartoonLayer layer, KivCartoonShare share,
+                             double level) {
+    return layer == KivCartoonLayer::share ? shareEntry(colors, share, level)
+                                           : entryOf(toneOf(colors, layer, share, level), colors.alpha);
 }
 
 double kivHighlightReach(const KivCartoonColors& colors) {
@@ -89,11 +128,11 @@ KivRampEntry kivHighlightEntry(const KivCartoonColors& colors, double angle) {
     return entryOf(colors.highlightColor, strength * colors.highlightStrength);
 }
 
-std::vector<KivRampEntry> kivCartoonRamp(const KivCartoonColors& colors, KivCartoonLayer layer, int parts) {
+std::vector<KivRampEntry> kivCartoonRamp(const KivCartoonColors& colors, KivCartoonLayer layer, KivCartoonShare share) {
     std::vector<KivRampEntry> ramp(kivRampEntries);
     for (int i = 0; i < kivRampEntries; ++i) {
         const double level = colors.bands.level(static_cast<double>(i) / (kivRampEntries - 1));
-        ramp[i] = kivCartoonEntry(colors, layer, parts, level);
+        ramp[i] = kivCartoonEntry(colors, layer, share, level);
     }
     return ramp;
 }
@@ -121,7 +160,7 @@ void KivCartoonPainter::forget() {
 }
 
 void KivCartoonPainter::draw(const KivCartoonBatch& batch, const KivCartoonColors& colors, KivCartoonLayer layer,
-                             int parts, bool vectorial) {
+                             KivCartoonShare share, bool vectorial) {
     if (batch.front.empty() && batch.back.empty()) {
         return;
     }
@@ -129,9 +168,9 @@ void KivCartoonPainter::draw(const KivCartoonBatch& batch, const KivCartoonColor
     glDisable(GL_CULL_FACE);
     glShadeModel(GL_SMOOTH);
     if (vectorial) {
-        drawColored(batch, colors, layer, parts);
+        drawColored(batch, colors, layer, share);
     } else {
-        drawTextured(batch, colors, layer, parts);
+        drawTextured(batch, colors, layer, share);
     }
 }
 
@@ -149,19 +188,19 @@ void KivCartoonPainter::load(int unit, const std::vector<KivRampEntry>& entries)
 }
 
 void KivCartoonPainter::drawTextured(const KivCartoonBatch& batch, const KivCartoonColors& colors,
-                                     KivCartoonLayer layer, int parts) {
+                                     KivCartoonLayer layer, KivCartoonShare share) {
     const bool shines = colors.highlightStrength > 0.0 && layer == KivCartoonLayer::full;
     const bool alone = layer == KivCartoonLayer::highlight;
     glActiveTexture(GL_TEXTURE0);
-    if (!loaded || !(loadedColors == colors) || loadedLayer != layer || loadedParts != parts) {
-        load(0, alone ? kivHighlightRamp(colors) : kivCartoonRamp(colors, layer, parts));
+    if (!loaded || !(loadedColors == colors) || loadedLayer != layer || !(loadedShare == share)) {
+        load(0, alone ? kivHighlightRamp(colors) : kivCartoonRamp(colors, layer, share));
         if (shines) {
             load(1, kivHighlightRamp(colors));
         }
         loaded = true;
         loadedColors = colors;
         loadedLayer = layer;
-        loadedParts = parts;
+        loadedShare = share;
     }
     glBindTexture(GL_TEXTURE_1D, textures[0]);
     glEnable(GL_TEXTURE_1D);
@@ -202,10 +241,10 @@ void KivCartoonPainter::drawTextured(const KivCartoonBatch& batch, const KivCart
 }
 
 void KivCartoonPainter::drawColored(const KivCartoonBatch& batch, const KivCartoonColors& colors, KivCartoonLayer layer,
-                                    int parts) {
+                                    KivCartoonShare share) {
     const bool alone = layer == KivCartoonLayer::highlight;
     const bool shines = colors.highlightStrength > 0.0 && layer == KivCartoonLayer::full;
-    const KivCartoonSteps light = kivCartoonSteps(colors, layer, parts);
+    const KivCartoonSteps light = kivCartoonSteps(colors, layer, share);
     const KivCartoonSteps shine = alone || shines ? kivHighlightSteps(colors) : KivCartoonSteps();
     KivAreaCutter cutter(light, shine);
     KivFlatAreas areas;

@@ -34,20 +34,33 @@ using KivRampEntry = std::array<std::uint8_t, 4>;
 enum class KivCartoonLayer {
     full,      // the look as it is
     black,     // depth, and black in place of what was there
-    shadow,    // the tone of the darkest band without the material's own light
+    shadow,    // the tone where a cast shadow takes all lights, without the material's own light
     emission,  // the material's own light
-    share,     // a part of what light adds to the shadow's tone
+    share,     // a part of what light adds to the two layers above
+    dimmed,    // the look where some of the lights are lost
     highlight, // the highlight alone
 };
 
-// The ramp of a layer: the colour for each incidence, or for the highlight for each shine. parts: a share is one of so
-// many.
-std::vector<KivRampEntry> kivCartoonRamp(const KivCartoonColors& colors, KivCartoonLayer layer, int parts);
+// Which of the lights: a share is number `part` of so many parts; of the dimmed look `part` of so many parts are lost.
+// The shares below a number, added to the layers shadow and emission as whole bytes, come as near as bytes can to that
+// many parts of the light, and all of them to the full look.
+struct KivCartoonShare {
+    KivCartoonShare(int numParts, int number = 0) : parts(numParts), part(number) {}
+
+    int parts;
+    int part;
+
+    friend bool operator==(const KivCartoonShare&, const KivCartoonShare&) = default;
+};
+
+// The ramp of a layer: the colour for each incidence, or for the highlight for each shine.
+std::vector<KivRampEntry> kivCartoonRamp(const KivCartoonColors& colors, KivCartoonLayer layer, KivCartoonShare share);
 std::vector<KivRampEntry> kivHighlightRamp(const KivCartoonColors& colors);
 
 // One entry of each: the colour at a level of light, and at so many degrees from the mirror direction. A highlight
 // fades over its reach on both sides of its radius.
-KivRampEntry kivCartoonEntry(const KivCartoonColors& colors, KivCartoonLayer layer, int parts, double level);
+KivRampEntry kivCartoonEntry(const KivCartoonColors& colors, KivCartoonLayer layer, KivCartoonShare share,
+                             double level);
 KivRampEntry kivHighlightEntry(const KivCartoonColors& colors, double angle);
 double kivHighlightReach(const KivCartoonColors& colors);
 
@@ -69,12 +82,14 @@ public:
     // colour changed. Triangles that are seen from behind are drawn with a larger polygon offset if one is enabled: at
     // the outline of a shape its far side must not show through where both are steep. vectorial: no textures, but an
     // area of one colour for each band.
-    void draw(const KivCartoonBatch& batch, const KivCartoonColors& colors, KivCartoonLayer layer, int parts,
-              bool vectorial);
+    void draw(const KivCartoonBatch& batch, const KivCartoonColors& colors, KivCartoonLayer layer,
+              KivCartoonShare share, bool vectorial);
 
 private:
-    void drawTextured(const KivCartoonBatch& batch, const KivCartoonColors& colors, KivCartoonLayer layer, int parts);
-    void drawColored(const KivCartoonBatch& batch, const KivCartoonColors& colors, KivCartoonLayer layer, int parts);
+    void drawTextured(const KivCartoonBatch& batch, const KivCartoonColors& colors, KivCartoonLayer layer,
+                      KivCartoonShare share);
+    void drawColored(const KivCartoonBatch& batch, const KivCartoonColors& colors, KivCartoonLayer layer,
+                     KivCartoonShare share);
     void load(int unit, const std::vector<KivRampEntry>& ramp);
 
     unsigned int textures[2] = {0, 0};
@@ -82,7 +97,7 @@ private:
     bool loaded = false;
     KivCartoonColors loadedColors;
     KivCartoonLayer loadedLayer = KivCartoonLayer::full;
-    int loadedParts = 1;
+    KivCartoonShare loadedShare = 1;
 };
 
 #endif

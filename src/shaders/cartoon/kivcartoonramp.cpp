@@ -90,6 +90,10 @@ KivTone kivAdjusted(const KivTone& tone, double saturation, double lightness) {
     return adjusted;
 }
 
+double KivCartoonBands::shadeOf(double level) const {
+    return count <= 1 ? 1.0 : std::clamp(level * (count - 1), 0.0, 1.0);
+}
+
 KivTone kivCartoonShadow(const KivTone& diffuse, const KivCartoonPaint& paint) {
     return kivDuotone(shadowOf(diffuse, paint), paint);
 }
@@ -101,6 +105,16 @@ KivTone kivCartoonColor(const KivTone& diffuse, const KivTone& emission, const K
         color[c] = std::clamp(shadow[c] + (diffuse[c] - shadow[c]) * level + emission[c], 0.0, 1.0);
     }
     return kivDuotone(color, paint);
+}
+
+KivTone kivCartoonCast(const KivTone& diffuse, const KivCartoonPaint& paint, double level, double lit) {
+    const KivTone shadow = kivCartoonColor(diffuse, {}, paint, 0.0);
+    KivTone color = kivCartoonColor(diffuse, {}, paint, level);
+    for (int c = 0; c < 3; ++c) {
+        const double tinted = shadow[c] * (1.0 + (paint.castColor[c] - 1.0) * lit);
+        color[c] += (std::min(tinted, color[c]) - color[c]) * paint.castStrength;
+    }
+    return color;
 }
 
 double kivRampCoordinate(double incidence, int entries) {

@@ -25,6 +25,8 @@ struct KivCartoonBands {
     double reach(int i) const;
     // From 0 in the darkest band to 1 in the lightest, growing with the incidence. One band is all light.
     double level(double incidence) const;
+    // How far a level lies above the darkest band: 0 in it, 1 from the second band on. With one band always 1.
+    double shadeOf(double level) const;
 
     friend bool operator==(const KivCartoonBands&, const KivCartoonBands&) = default;
 };
@@ -38,6 +40,9 @@ struct KivCartoonPaint {
     double duotone = 0.0;     // how far all tones turn into mixtures of the two below, by their brightness
     KivTone dark{};
     KivTone light = {1.0, 1.0, 1.0};
+    // What a cast shadow makes of lit bands: so much of the way, 0 to 1, to the darkest band's tone times this colour.
+    double castStrength = 1.0;
+    KivTone castColor = {1.0, 1.0, 1.0};
 
     friend bool operator==(const KivCartoonPaint&, const KivCartoonPaint&) = default;
 };
@@ -53,6 +58,11 @@ KivTone kivDuotone(const KivTone& tone, const KivCartoonPaint& paint, bool diffe
 // A material's colour, richer or paler (saturation from -1, grey, to 1) and lighter or darker (lightness from -1,
 // black, to 1, white).
 KivTone kivAdjusted(const KivTone& tone, double saturation, double lightness);
+// The colour, without emission, where a cast shadow takes all the light from a surface that would be at a level; `lit`
+// as KivCartoonBands::shadeOf. It is the level's own colour in the darkest band, whatever the shadow's colour: there
+// light ends softly by itself, and the edge of the volumes, which runs along the triangles, is not to be seen. No
+// brighter than the level's colour anywhere.
+KivTone kivCartoonCast(const KivTone& diffuse, const KivCartoonPaint& paint, double level, double lit);
 
 // The texture coordinate that stands for an incidence, for a table of that many entries: the first entry is incidence
 // 0, the last is incidence 1, and a lookup that interpolates between the middles of entries meets both exactly.

@@ -23,6 +23,8 @@ enum Setting {
     duotoneDarkSetting,
     duotoneLightSetting,
     ambientSetting,
+    castStrengthSetting,
+    castColourSetting,
     numSettings
 };
 
@@ -58,6 +60,11 @@ const KivSettingInfo table[numSettings] = {
     {"DuotoneLight", KivSettingType::Colour, 0, 0xFFFFFF, 0xE8F2F7, L"The light one of the two colours", nullptr},
     {"Ambient", KivSettingType::Double, 0, 100, 100, L"How much of the ambient light brightens shadows, in percent",
      nullptr},
+    {"CastShadowStrength", KivSettingType::Double, 0, 100, 100,
+     L"How much light a cast shadow takes, in percent: 0 no shadows, 100 down to the tone of the darkest band",
+     nullptr},
+    {"CastShadowColour", KivSettingType::Colour, 0, 0xFFFFFF, 0xFFFFFF,
+     L"What cast shadows are tinted with; white leaves them in the tone of the darkest band", nullptr},
 };
 
 } // namespace
@@ -76,6 +83,8 @@ KivCartoonLook kivCartoonLook(const KivTablePageSettings& settings) {
     look.paint.shadow = settings.getValue(shadowSetting) * percent;
     look.paint.saturation = settings.getValue(saturationSetting) * percent;
     look.paint.coolness = settings.getValue(coolnessSetting) * percent;
+    look.paint.castStrength = settings.getValue(castStrengthSetting) * percent;
+    look.paint.castColor = kivToneOf(settings.getColour(castColourSetting));
     look.highlight = settings.getBool(highlightSetting);
     look.highlightSize = settings.getValue(highlightSizeSetting);
     look.highlightStrength = settings.getValue(highlightStrengthSetting) * percent;

@@ -57,6 +57,21 @@ void bringForward(float slopes, float steps) {
     glPolygonOffset(factor - slopes, units - steps);
 }
 
+// Over a finished picture, under the stencil: in full where no light is lost, and as weak as cast shadows are strong
+// elsewhere.
+void drawHighlights(KivCartoonPainter& painter, const KivCartoonBatch& batch, const KivCartoonColors& colors,
+                    bool vectorial) {
+    glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
+    glStencilFunc(GL_GEQUAL, stencilBase, ~0U);
+    painter.draw(batch, colors, KivCartoonLayer::highlight, 1, vectorial);
+    if (colors.paint.castStrength < 1.0) {
+        KivCartoonColors weak = colors;
+        weak.highlightStrength *= 1.0 - colors.paint.castStrength;
+        glStencilFunc(GL_LESS, stencilBase, ~0U);
+        painter.draw(batch, weak, KivCartoonLayer::highlight, 1, vectorial);
+    }
+}
+
 KivView viewOfContext() {
     GLint viewport[4] = {0, 0, 1, 1};
     glGetIntegerv(GL_VIEWPORT, viewport);
@@ -295,10 +310,9 @@ void KivCartoonShader::renderMeshPass(const KivMesh* mesh, const KivLight* light
         painter.draw(batch, colors, KivCartoonLayer::emission, 1, vectorial);
     } else if (light != nullptr && numLights > 0) {
         glStencilFunc(GL_GEQUAL, stencilBase + numLights - 1 - lightIndex, ~0U);
-        painter.draw(batch, colors, KivCartoonLayer::share, numLights, vectorial);
+        painter.draw(batch, colors, KivCartoonLayer::share, {numLights, lightIndex}, vectorial);
         if (lightIndex == numLights - 1 && colors.highlightStrength > 0.0) {
-            glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
-            painter.draw(batch, colors, KivCartoonLayer::highlight, 1, vectorial);
+            drawHighlights(painter, batch, colors, vectorial);
         }
     }
 }
@@ -359,7 +373,7 @@ void KivCartoonShader::renderTransparentTriangle(const Kiv3DPoint* points, const
     } else {
         glStencilFunc(GL_GEQUAL, stencilBase + numLights - 1 - lightIndex, ~0U);
         glBlendFunc(GL_SRC_ALPHA, GL_ONE);
-        painter.draw(scratch, colors, KivCartoonLayer::share, std::max(numLights, 1), vectorial);
+        painter.draw(scratch, colors, KivCartoonLayer::share, {std::max(numLights, 1), lightIndex}, vectorial);
     }
 }
 

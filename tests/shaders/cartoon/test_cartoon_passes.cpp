@@ -16,18 +16,20 @@ int differenceOf(const Rgb& a, const Rgb& b) {
 class CartoonPasses : public PictureTest {
 protected:
     // Two lights from the eye on a sphere.
-    void prepare(std::uint32_t emission = 0, double alpha = 1.0) {
+    void prepare(std::uint32_t emission = 0, double alpha = 1.0, const Choices& choices = {}, double shine = 0.0) {
         mesh = addMesh(sphereSurface(40, 60), true);
         KivMaterial material;
         material.setDiffuse(clay);
         material.setEmission(emission);
         material.setTransparency(alpha);
+        material.setShine(shine);
+        material.setSpecular(0xFFFFFF);
         mesh->setMaterial(material);
         addLight(KivLight::directionalLight, {}, {-1.0, -2.0, -3.0});
         addLight(KivLight::directionalLight, {}, {1.0, -1.0, -1.0});
         open(120);
         look({0.0, 0.0, 5.0}, 1.2, false);
-        choose(shaders.cartoon(), {});
+        choose(shaders.cartoon(), choices);
     }
     void pass(int number, const KivLight* light = nullptr, int index = 0, int count = 0) {
         shaders.cartoon().renderMeshPass(mesh, light, index, count, settings, &scene, number, camera, false);
@@ -92,6 +94,75 @@ TEST_F(CartoonPasses, LightThatIsNotLostAddsUpToThePlainPicture) {
         }
     }
     EXPECT_GT(checked, 500);
+}
+
+// Highlights included: the picture with shadows of no strength is the one without shadows.
+TEST_F(CartoonPasses, ShadowsOfNoStrengthAreNotSeen) {
+    prepare(0x100804, 1.0, {{"CastShadowStrength", "0"}, {"CastShadowColour", "#FF0000"}}, 50.0);
+    draw(shaders.cartoon());
+    const std::vector<Rgb> plain = pixels();
+    glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
+    shadowPasses(true);
+    const std::vector<Rgb> shaded = pixels();
+    int wrong = 0;
+    int bright = 0;
+    for (int y = 20; y < 100; ++y) {
+        for (int x = 24; x < 96; ++x) {
+            const std::size_t i = static_cast<std::size_t>(y) * 120 + x;
+            wrong += differenceOf(shaded[i], plain[i]) > 2;
+            bright += plain[i][2] > 0x70; // more blue than the material has
+        }
+    }
+    EXPECT_LT(wrong, 12); // of 5760, on the edges of bands and of highlights
+    EXPECT_GT(bright, 100);
+}
+
+// A flat square that faces both lights, so that its tone is known: the lightest band in the first column, half of the
+// light lost in the second, all of it in the third.
+TEST_F(CartoonPasses, ShadowsHaveTheirColourAndStrength) {
+    addLight(KivLight::directionalLight, {}, {0.0, 0.0, -1.0});
+    addLight(KivLight::directionalLight, {}, {0.1, 0.0, -1.0});
+    KivSurface square;
+    square.points = {{-1.0, -1.0, 0.0}, {1.0, -1.0, 0.0}, {1.0, 1.0, 0.0}, {-1.0, 1.0, 0.0}};
+    square.triangles = {{0, 1, 2}, {0, 2, 3}};
+    mesh = addMesh(square);
+    open(120);
+    look({0.0, 0.0, 5.0}, 1.2, false);
+    // Without cooler and richer tones the darkest band is half of the clay.
+    const auto columns = [&](const char* strength, const char* colour) {
+        choose(shaders.cartoon(), {{"Shadow", "50"},
+                                   {"ShadowSaturation", "0"},
+                                   {"ShadowCoolness", "0"},
+                                   {"CastShadowStrength", strength},
+                                   {"CastShadowColour", colour}});
+        shaders.cartoon().prepareObjectRendering(settings, &scene);
+        glDepthMask(GL_TRUE);
+        glDisable(GL_BLEND);
+        glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
+        shadowPasses(true);
+        return std::array<Rgb, 3>{pixel(25, 60), pixel(60, 60), pixel(95, 60)};
+    };
+    const auto expectNear = [](const Rgb& seen, const Rgb& expected) {
+        EXPECT_LE(differenceOf(seen, expected), 1) << seen[0] << ' ' << seen[1] << ' ' << seen[2] << " for "
+                                                   << expected[0] << ' ' << expected[1] << ' ' << expected[2];
+    };
+    const Rgb lit = {0xC0, 0x80, 0x40};
+    const auto plain = columns("100", "#FFFFFF");
+    EXPECT_EQ(plain[0], lit);
+    expectNear(plain[1], {0x90, 0x60, 0x30});
+    expectNear(plain[2], {0x60, 0x40, 0x20});
+    const auto weak = columns("50", "#FFFFFF");
+    EXPECT_EQ(weak[0], lit);
+    expectNear(weak[1], {0xA8, 0x70, 0x38});
+    expectNear(weak[2], {0x90, 0x60, 0x30});
+    const auto blue = columns("100", "#0080FF");
+    EXPECT_EQ(blue[0], lit);
+    expectNear(blue[1], {0x60, 0x50, 0x30});
+    expectNear(blue[2], {0x00, 0x20, 0x20});
+    const auto none = columns("0", "#0080FF");
+    for (const Rgb& column : none) {
+        EXPECT_EQ(column, lit);
+    }
 }
 
 TEST_F(CartoonPasses, TheDepthPassCoversTheBackground) {

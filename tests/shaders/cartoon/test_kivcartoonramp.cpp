@@ -140,19 +140,72 @@ TEST(KivRampCoordinate, MeetsTheMiddlesOfTheEndEntries) {
     EXPECT_DOUBLE_EQ(kivRampCoordinate(3.0, 4), 0.875);
 }
 
-TEST(KivCartoonRamp, SharesAddUpToTheFullLook) {
-    KivCartoonColors colors;
-    colors.bands = bandsOf(3, 0.3);
-    colors.diffuse = {0.9, 0.6, 0.3};
-    colors.emission = {0.1, 0.0, 0.05};
-    const auto full = kivCartoonRamp(colors, KivCartoonLayer::full, 1);
-    const auto shadow = kivCartoonRamp(colors, KivCartoonLayer::shadow, 1);
-    const auto emission = kivCartoonRamp(colors, KivCartoonLayer::emission, 1);
-    for (int parts = 1; parts <= 5; ++parts) {
-        const auto share = kivCartoonRamp(colors, KivCartoonLayer::share, parts);
-        for (int i = 0; i < kivRampEntries; ++i) {
-            for (int c = 0; c < 3; ++c) {
-                EXPECT_NEAR(shadow[i][c] + emission[i][c] + parts * share[i][c], full[i][c], 1.5 + 0.5 * parts);
+TEST(KivCartoonCast, IsTheDarkestBandsToneOfTheColourAndStrengthThatAreSet) {
+    const KivTone diffuse = {0.8, 0.6, 0.4};
+    KivCartoonPaint paint;
+    const KivTone shadow = kivCartoonShadow(diffuse, paint);
+    const KivTone lit = kivCartoonColor(diffuse, {}, paint, 1.0);
+    const KivTone cast = kivCartoonCast(diffuse, paint, 1.0, 1.0);
+    for (int c = 0; c < 3; ++c) {
+        EXPECT_NEAR(cast[c], shadow[c], 1e-12);
+    }
+    paint.castStrength = 0.0;
+    EXPECT_EQ(kivCartoonCast(diffuse, paint, 1.0, 1.0), lit);
+    paint.castStrength = 0.25;
+    paint.castColor = {0.5, 1.0, 0.0};
+    const KivTone tinted = kivCartoonCast(diffuse, paint, 1.0, 1.0);
+    EXPECT_NEAR(tinted[0], lit[0] * 0.75 + shadow[0] * 0.5 * 0.25, 1e-12);
+    EXPECT_NEAR(tinted[1], lit[1] * 0.75 + shadow[1] * 0.25, 1e-12);
+    EXPECT_NEAR(tinted[2], lit[2] * 0.75, 1e-12);
+    // In the darkest band nothing tells a cast shadow.
+    EXPECT_EQ(kivCartoonCast(diffuse, paint, 0.0, 0.0), kivCartoonColor(diffuse, {}, paint, 0.0));
+}
+
+TEST(KivCartoonCast, IsNoBrighterThanTheLight) {
+    KivCartoonPaint paint;
+    paint.shadow = 1.0;
+    paint.coolness = 1.0; // a blue that is brighter than the material's
+    const KivTone diffuse = {0.5, 0.5, 0.5};
+    ASSERT_GT(kivCartoonShadow(diffuse, paint)[2], diffuse[2]);
+    EXPECT_EQ(kivCartoonCast(diffuse, paint, 1.0, 1.0)[2], diffuse[2]);
+}
+
+TEST(KivCartoonBands, TellTheDarkestBandFromTheOthers) {
+    EXPECT_EQ(bandsOf(3, 0.0).shadeOf(0.0), 0.0);
+    EXPECT_EQ(bandsOf(3, 0.0).shadeOf(0.25), 0.5);
+    EXPECT_EQ(bandsOf(3, 0.0).shadeOf(0.5), 1.0);
+    EXPECT_EQ(bandsOf(3, 0.0).shadeOf(1.0), 1.0);
+    EXPECT_EQ(bandsOf(1, 0.0).shadeOf(1.0), 1.0);
+}
+
+// Any number of lights, shadows of any kind: what k of n lights leave, as the picture adds it up in bytes.
+TEST(KivCartoonRamp, SharesAddUpToTheDimmedAndTheFullLook) {
+    for (const double strength : {1.0, 0.6, 0.0}) {
+        KivCartoonColors colors;
+        colors.bands = bandsOf(3, 0.3);
+        colors.diffuse = {0.9, 0.6, 0.3};
+        colors.emission = {0.1, 0.0, 0.05};
+        colors.paint.castStrength = strength;
+        colors.paint.castColor = {0.3, 0.5, 1.0};
+        const auto full = kivCartoonRamp(colors, KivCartoonLayer::full, 1);
+        auto sum = kivCartoonRamp(colors, KivCartoonLayer::shadow, 1);
+        const auto shadow = sum;
+        const auto emission = kivCartoonRamp(colors, KivCartoonLayer::emission, 1);
+        for (int parts = 1; parts <= 9; ++parts) {
+            sum = shadow;
+            for (int part = 0; part <= parts; ++part) {
+                const auto dimmed = kivCartoonRamp(colors, KivCartoonLayer::dimmed, {parts, parts - part});
+                const auto share = kivCartoonRamp(colors, KivCartoonLayer::share, {parts, part});
+                for (int i = 0; i < kivRampEntries; ++i) {
+                    for (int c = 0; c < 3; ++c) {
+                        ASSERT_NEAR(sum[i][c] + emission[i][c], dimmed[i][c], 1.0) << parts << ' ' << part;
+                        if (part == parts) {
+                            // Shadow and emission are rounded one by one.
+                            ASSERT_NEAR(sum[i][c] + emission[i][c], full[i][c], 1.0);
+                        }
+                        sum[i][c] = static_cast<std::uint8_t>(sum[i][c] + share[i][c]);
+                    }
+                }
             }
         }
     }

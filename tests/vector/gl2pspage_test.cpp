@@ -42,8 +42,10 @@ protected:
     Gl2psPage() {
         ticks = polls = cancelAtPoll = 0;
         announced = -1;
+        KivVectorPage::setExactOrder(false); // as gl2ps itself sorts, so that files can be compared
     }
     ~Gl2psPage() override {
+        KivVectorPage::setExactOrder(true);
         gl2psDiscardPage();
         keepGlDriverLoaded();
     }
@@ -272,6 +274,51 @@ TEST_F(Gl2psPage, IllustratorFilesArePdfAndPdfIsCompressed) {
     EXPECT_NE(pdf.find("/FlateDecode"), std::string::npos);
     EXPECT_TRUE(ours(drawMixture, GL2PS_AI) == pdf);
     EXPECT_LT(pdf.size(), theirs(drawMixture, GL2PS_PDF).size());
+}
+
+// Two areas whose mean depths tell nothing about which lies over the other, with a line on the lower one.
+void drawDeceptively() {
+    glColor3f(0, 1, 0);
+    glBegin(GL_TRIANGLES);
+    glVertex3f(-0.9F, -0.9F, 0.2F);
+    glVertex3f(0.9F, -0.9F, 0.2F);
+    glVertex3f(0.0F, 0.9F, 0.2F);
+    glColor3f(1, 0, 0);
+    glVertex3f(-0.1F, -0.5F, 0.1F);
+    glVertex3f(0.2F, -0.5F, 0.1F);
+    glVertex3f(0.9F, 0.9F, 0.9F);
+    glEnd();
+    glColor3f(0, 0, 1);
+    line(-0.5F, -0.6F, 0.2F);
+}
+
+// The colours in the order in which the file paints them.
+std::vector<std::string> coloursOf(const std::string& svg) {
+    std::vector<std::string> colours;
+    for (std::size_t at = svg.find("=\"#"); at != std::string::npos; at = svg.find("=\"#", at + 1)) {
+        const std::string colour = svg.substr(at + 2, 7);
+        if (colours.empty() || colours.back() != colour)
+            colours.push_back(colour);
+    }
+    return colours;
+}
+
+TEST_F(Gl2psPage, PaintsWhatIsNearestLast) {
+    KivVectorPage::setExactOrder(true);
+    EXPECT_TRUE(KivVectorPage::isExactOrder());
+    const std::string back = "#000000";
+    const std::string red = "#ff0000";
+    const std::string green = "#00ff00";
+    const std::string blue = "#0000ff";
+    // The red area runs through the green one, and the line through the red one.
+    EXPECT_EQ(coloursOf(ours(drawDeceptively, GL2PS_SVG)),
+              (std::vector<std::string>{back, red, green, blue, red, blue}));
+    ASSERT_EQ(begin(folder.wide("again")), GL2PS_SUCCESS);
+    drawDeceptively();
+    EXPECT_EQ(gl2psEndPage(keepAll, tick, isCancelled, nullptr), GL2PS_SUCCESS);
+    EXPECT_EQ(coloursOf(folder.read("again")), (std::vector<std::string>{back, red, green, blue, red, blue}));
+    KivVectorPage::setExactOrder(false);
+    EXPECT_EQ(coloursOf(ours(drawDeceptively, GL2PS_SVG)), (std::vector<std::string>{back, red, green, blue}));
 }
 
 TEST_F(Gl2psPage, TooSmallABufferIsAnOverflowAndLeavesNoFile) {

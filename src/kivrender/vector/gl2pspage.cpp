@@ -8,6 +8,7 @@
 #include "kivrender/vector/hiddenprimitives.h"
 #include "kivrender/vector/kivvectorpage.h"
 #include "kivrender/vector/libraryfeedback.h"
+#include "kivrender/vector/paintersorder.h"
 #include "kivrender/vector/parsertoclasses.h"
 
 #include <algorithm>
@@ -24,13 +25,16 @@ constexpr std::size_t vertexFloats = 7;
 
 int bufferSize = KivVectorPage::defaultBuffer;
 bool overflowed = false;
+bool exactOrder = true;
 
 struct Page {
-    Page(const wchar_t* path, bool pdf, bool culls) : name(path), isPdf(pdf), leavesOutHidden(culls), file(name) {}
+    Page(const wchar_t* path, bool pdf, bool culls)
+        : name(path), isPdf(pdf), leavesOutHidden(culls), inOrder(exactOrder), file(name) {}
 
     std::wstring name;
     bool isPdf;
     bool leavesOutHidden;
+    bool inOrder;
     KivPrintFile file;
 };
 
@@ -86,16 +90,95 @@ void handOverAll(std::span<const float> library) {
     }
 }
 
+struct DeleteList {
+    void operator()(FeedbackPrimitiveList* list) const {
+        deletePrimitives(*list);
+        delete list;
+    }
+};
+
+using OwnedList = std::unique_ptr<FeedbackPrimitiveList, DeleteList>;
+
+// Depths by which the library's own sort leaves the primitives in the order of the list.
+void setDepthsByOrder(FeedbackPrimitiveList& list) {
+    auto depth = static_cast<float>(list.size());
+    for (FeedbackPrimitive* primitive : list) {
+        for (FeedbackVertex& vertex : primitive->vertices) {
+            vertex.z = depth;
+        }
+        primitive->offset = false;
+        depth -= 1.0F;
+    }
+}
+
+// Hands over what floats hold in between.
+class ListHandover {
+public:
+    void handOver(const FeedbackPrimitive& primitive, const FeedbackState& state) {
+        floats.clear();
+        for (const FeedbackVertex& v : primitive.vertices) {
+            floats.insert(floats.end(), {v.x, v.y, v.z, v.r, v.g, v.b, v.a});
+        }
+        ::handOver({primitive.type, floats.data(), static_cast<int>(primitive.vertices.size())}, state);
+    }
+
+private:
+    std::vector<float> floats;
+};
+
+// The primitives of a recorded buffer, each with all that the library knows of it, from back to front. False after a
+// cancel.
+bool handOverInOrder(std::span<const float> library) {
+    const OwnedList list(new FeedbackPrimitiveList);
+    std::vector<FeedbackState> states;
+    LibraryFeedback feedback(library);
+    FeedbackItem item;
+    while (feedback.next(item)) {
+        auto primitive = std::make_unique<FeedbackPrimitive>();
+        states.push_back(feedback.state());
+        primitive->type = static_cast<std::int16_t>(item.token);
+        primitive->vertexCount = item.count;
+        primitive->offset = states.back().offset;
+        primitive->blend = states.back().blend;
+        primitive->lineWidth = states.back().lineWidth;
+        primitive->pointSize = states.back().pointSize;
+        primitive->vertices.resize(static_cast<std::size_t>(item.count));
+        for (std::size_t i = 0; i < primitive->vertices.size(); ++i) {
+            const float* const from = item.vertices + vertexFloats * i;
+            FeedbackVertex& vertex = primitive->vertices[i];
+            vertex.x = from[0];
+            vertex.y = from[1];
+            vertex.z = from[2];
+            vertex.r = from[3];
+            vertex.g = from[4];
+            vertex.b = from[5];
+            vertex.a = from[6];
+        }
+        list->push_back(primitive.release());
+    }
+    std::vector<std::uint32_t> origins;
+    const FeedbackState& last = feedback.state();
+    if (!PaintersOrder(PolygonShift{last.offsetFactor, last.offsetUnits}).sort(list.get(), &origins)) {
+        return false;
+    }
+    setDepthsByOrder(*list);
+    ListHandover handover;
+    for (std::size_t i = 0; i < list->size(); ++i) {
+        FeedbackState state = states[origins[i]];
+        state.offset = false;
+        handover.handOver(*(*list)[i], state);
+    }
+    return true;
+}
+
 // The primitives of a simplified buffer, which has no marker for what attributes tells. False after a cancel.
 bool handOverSimplified(const FeedbackPrimitiveList* list, const FeedbackState& attributes, void (*tick)(),
                         bool (*isCancelled)(), int* count) {
     *count = static_cast<int>(list->size());
-    bool goesOn = true;
-    std::vector<float> floats;
+    ListHandover handover;
     for (const FeedbackPrimitive* primitive : *list) {
-        goesOn = goesOn && !isCancelled();
-        if (!goesOn) {
-            break;
+        if (isCancelled()) {
+            return false;
         }
         FeedbackState state = attributes;
         state.offset = primitive->offset;
@@ -107,25 +190,14 @@ bool handOverSimplified(const FeedbackPrimitiveList* list, const FeedbackState& 
         state.blend = primitive->blend;
         state.blendSource = primitive->blendSource;
         state.blendDestination = primitive->blendDestination;
-        floats.clear();
-        for (const FeedbackVertex& v : primitive->vertices) {
-            floats.insert(floats.end(), {v.x, v.y, v.z, v.r, v.g, v.b, v.a});
-        }
-        handOver({primitive->type, floats.data(), static_cast<int>(primitive->vertices.size())}, state);
+        handover.handOver(*primitive, state);
         tick();
     }
-    return goesOn;
+    return true;
 }
 
-struct DeleteList {
-    void operator()(FeedbackPrimitiveList* list) const {
-        deletePrimitives(*list);
-        delete list;
-    }
-};
-
 // What simplify makes of the recorded buffer, handed over without what is hidden. False after a cancel.
-bool simplifyAndHandOver(std::span<const float> library, bool leavesOutHidden, float* (*simplify)(float*, int*),
+bool simplifyAndHandOver(std::span<const float> library, const Page& page, float* (*simplify)(float*, int*),
                          void (*tick)(), bool (*isCancelled)(), int* count) {
     FeedbackState attributes;
     std::vector<float> recorded = kivTranslateFeedback(library, attributes);
@@ -138,10 +210,18 @@ bool simplifyAndHandOver(std::span<const float> library, bool leavesOutHidden, f
     ParserToClasses parser(simplified.get(), size);
     parser.parse();
     simplified.reset();
-    const std::unique_ptr<FeedbackPrimitiveList, DeleteList> list(parser.getPrimitives());
-    const HiddenPrimitives hidden(PolygonShift{attributes.offsetFactor, attributes.offsetUnits});
-    return (!leavesOutHidden || hidden.remove(list.get())) &&
-           handOverSimplified(list.get(), attributes, tick, isCancelled, count);
+    const OwnedList list(parser.getPrimitives());
+    const PolygonShift shift{attributes.offsetFactor, attributes.offsetUnits};
+    if (page.leavesOutHidden && !HiddenPrimitives(shift).remove(list.get())) {
+        return false;
+    }
+    if (page.inOrder) {
+        if (!PaintersOrder(shift).sort(list.get())) {
+            return false;
+        }
+        setDepthsByOrder(*list);
+    }
+    return handOverSimplified(list.get(), attributes, tick, isCancelled, count);
 }
 
 // Ticks for the lines that are printed, as there is about one for each primitive, until the promised number is reached.
@@ -190,6 +270,14 @@ int KivVectorPage::getBufferSize() {
     return bufferSize;
 }
 
+void KivVectorPage::setExactOrder(bool exact) {
+    exactOrder = exact;
+}
+
+bool KivVectorPage::isExactOrder() {
+    return exactOrder;
+}
+
 bool KivVectorPage::hasOverflowed() {
     return overflowed;
 }
@@ -204,8 +292,10 @@ GLint gl2psBeginPageW(const char* title, const char* producer, GLint viewport[4]
     if (page->file.stream() == nullptr) {
         return GL2PS_ERROR;
     }
-    // Its own culling compares every primitive with every other one, and its complaints go to standard error.
-    const GLint passedOn = (options & ~GL2PS_OCCLUSION_CULL) | GL2PS_SILENT;
+    // Its own culling compares every primitive with every other one, and its complaints go to standard error. In our
+    // order lines stand where they belong.
+    const GLint taken = page->inOrder ? GL2PS_OCCLUSION_CULL | GL2PS_SIMPLE_LINE_OFFSET : GL2PS_OCCLUSION_CULL;
+    const GLint passedOn = (options & ~taken) | GL2PS_SILENT;
     const GLint result =
         gl2psBeginPage(title, producer, viewport, printed, sort, passedOn, colormode, colorsize, colormap, nr, ng, nb,
                        buffersize, page->file.stream(), kivToUtf8(filename).c_str());
@@ -230,7 +320,7 @@ GLint gl2psEndPage(float* (*simplify)(float*, int*), void (*tick)(), bool (*isCa
     const std::span<const float> library(static_cast<const float*>(floats), static_cast<std::size_t>(used));
     int count = 0;
     if (simplify != nullptr) {
-        if (!simplifyAndHandOver(library, page->leavesOutHidden, simplify, tick, isCancelled, &count)) {
+        if (!simplifyAndHandOver(library, *page, simplify, tick, isCancelled, &count)) {
             return giveUp(*page, GL2PS_NO_FEEDBACK);
         }
     } else {
@@ -241,7 +331,11 @@ GLint gl2psEndPage(float* (*simplify)(float*, int*), void (*tick)(), bool (*isCa
         if (isCancelled()) {
             return giveUp(*page, GL2PS_NO_FEEDBACK);
         }
-        handOverAll(library);
+        if (!page->inOrder) {
+            handOverAll(library);
+        } else if (!handOverInOrder(library)) {
+            return giveUp(*page, GL2PS_NO_FEEDBACK);
+        }
     }
     PrintTicks ticks(count, tick, isCancelled);
     page->file.onPrint(kivBlankCreationDate, [&ticks](std::string_view block) { return ticks.printed(block); });

@@ -15,6 +15,12 @@ struct KIV_API KivVectorPage {
     static constexpr int smallestBuffer = 1024;
     static constexpr int largestBuffer = 0x7FFFFF00;
 
+    // Whether drawings are painted in an order in which each place shows what is nearest, which is how it begins, or in
+    // the order of the primitives' mean depths: that is what gl2ps does by itself, a little quicker, and wrong where a
+    // large area and a small one, or a steep and a flat one, lie close together. From the next drawing on.
+    static void setExactOrder(bool exact);
+    static bool isExactOrder();
+
     // Whether the last drawing of the process was too large for its buffer: render again with a larger one.
     static bool hasOverflowed();
 };

@@ -249,7 +249,6 @@ std::vector<std::uint32_t> orderFrom(const std::vector<Pair>& pairs, const std::
             while (taken[farthestFirst[stuck]])
                 ++stuck;
             ready.push(farthestFirst[stuck]);
-            
         }
         const std::uint32_t number = ready.top();
         ready.pop();
@@ -292,7 +291,7 @@ Relation relationOf(const Part& first, const Part& second) {
 
 PaintersOrder::PaintersOrder(const PolygonShift& offset) : shift(offset) {}
 
-bool PaintersOrder::sort(FeedbackPrimitiveList* list) const {
+bool PaintersOrder::sort(FeedbackPrimitiveList* list, std::vector<std::uint32_t>* origins) const {
     std::vector<ScreenFace> faces;
     faces.reserve(list->size());
     for (std::size_t i = 0; i < list->size(); ++i)
@@ -309,6 +308,8 @@ bool PaintersOrder::sort(FeedbackPrimitiveList* list) const {
     for (const Pair& pair : overlaps.crossed)
         cuts.cut(pair);
     FeedbackPrimitiveList things = *list;
+    std::vector<std::uint32_t> places(list->size());
+    std::iota(places.begin(), places.end(), 0U);
     for (auto& [primitive, parts] : cuts.all()) {
         if (parts[0].made) {
             delete (*list)[primitive];
@@ -317,6 +318,7 @@ bool PaintersOrder::sort(FeedbackPrimitiveList* list) const {
         for (std::size_t i = 1; i < parts.size(); ++i) {
             parts[i].number = static_cast<std::uint32_t>(things.size());
             things.push_back(parts[i].made.release());
+            places.push_back(primitive);
         }
     }
     std::vector<Pair> pairs;
@@ -345,7 +347,12 @@ bool PaintersOrder::sort(FeedbackPrimitiveList* list) const {
     for (const FeedbackPrimitive* thing : things)
         depths.push_back(depthOf(*thing));
     list->clear();
-    for (const std::uint32_t number : orderFrom(pairs, depths))
+    if (origins)
+        origins->clear();
+    for (const std::uint32_t number : orderFrom(pairs, depths)) {
         list->push_back(things[number]);
+        if (origins)
+            origins->push_back(places[number]);
+    }
     return true;
 }

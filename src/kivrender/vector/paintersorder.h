@@ -13,6 +13,9 @@
 #include "kivrender/vector/feedbackprimitive.h"
 #include "kivrender/vector/screenface.h"
 
+#include <cstdint>
+#include <vector>
+
 class KIV_API PaintersOrder {
 public:
     PaintersOrder() = default;
@@ -25,7 +28,9 @@ public:
     //
     // The cost grows like n log n with the primitives and linearly with the number of pairs that lie over one another:
     // take out what is hidden first.
-    bool sort(FeedbackPrimitiveList* list) const;
+    // origins, which may be null, gets for each primitive of the new list the place of the one that it is, or is a part
+    // of, in the old one.
+    bool sort(FeedbackPrimitiveList* list, std::vector<std::uint32_t>* origins = nullptr) const;
 
 private:
     PolygonShift shift;

@@ -62,7 +62,7 @@ public:
         for (std::size_t t = 0; t < model.triangles.size(); ++t) {
             const Triangle& triangle = model.triangles[t];
             const bool outer = showsOuterSide(t);
-            std::vector<std::uint32_t>& indices = outer ? batch.front : batch.back;
+            std::vector<std::uint32_t>& indices = outer || detail.keepOrder ? batch.front : batch.back;
             if (detail.flat) {
                 addFlat(triangle, t, outer, indices);
             } else if ((divides && (detail.inAreas || isLarge(triangle))) || (hasEdges && isCrossed(triangle))) {
@@ -72,10 +72,20 @@ public:
                     indices.push_back(sharedVertex(p, outer));
                 }
             }
+            if (detail.keepOrder) {
+                endTriangle(outer);
+            }
         }
     }
 
 private:
+    void endTriangle(bool outer) {
+        if (batch.runs.empty() || batch.runs.back().isFront != outer) {
+            batch.runs.push_back({0, outer});
+        }
+        batch.runs.back().end = batch.front.size();
+    }
+
     void prepareVertices() {
         const std::size_t count = model.points.size();
         clips.resize(count);
@@ -427,6 +437,7 @@ void KivCartoonBatch::clear() {
     vertices.clear();
     front.clear();
     back.clear();
+    runs.clear();
 }
 
 void kivBuildCartoon(const KivShadedMesh& model, const KivView& view, const KivCartoonLights& lights,

@@ -10,6 +10,7 @@
 #include "kivshadedmesh.h"
 #include "kivview.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
@@ -21,10 +22,18 @@ struct KivCartoonVertex {
     float shine; // texture coordinate of the highlight
 };
 
+// Triangles of a list that show the same side, up to an index of the list.
+struct KivCartoonRun {
+    std::size_t end;
+    bool isFront;
+};
+
 struct KivCartoonBatch {
     std::vector<KivCartoonVertex> vertices;
     std::vector<std::uint32_t> front; // three indices a triangle; triangles that show the side their normals point to
     std::vector<std::uint32_t> back;  // triangles that are seen from behind, lit as seen
+    // Where the order of the triangles was kept, all of them are in front, in turns of one side and the other.
+    std::vector<KivCartoonRun> runs;
 
     void clear();
 };
@@ -60,6 +69,8 @@ struct KivCartoonDetail {
     std::vector<float> lightEdges;
     std::vector<float> shineEdges;
     double longestAtEdges = 10.0;
+    // For triangles that are mixed into what lies behind them: all in one list in the order of the model.
+    bool keepOrder = false;
     int rampEntries = 1024;      // of the tables that light and shine are looked up in
     std::size_t most = 12000000; // vertices; nothing is divided beyond
 };

@@ -1,4 +1,4 @@
-#include "kivcartoonshader.h"
+#include "kivcartoontriangles.h"
 
 #include "kivrender/platform/kivmodule.h"
 #include "kivrender/scene/kivscene.h"
@@ -13,9 +13,7 @@ KivCartoonShader::KivCartoonShader(HINSTANCE pluginModule)
     : KivTableShader(pluginModule, L"Cartoon", kivDefaultSettings(kivCartoonSection, kivCartoonTable), nameText) {}
 
 KivCartoonShader::~KivCartoonShader() {
-    if (trianglePainter != nullptr) {
-        trianglePainter->forget();
-    }
+    forgetTriangles();
 }
 
 void KivCartoonShader::reservedSlot(const KivMesh*) {}

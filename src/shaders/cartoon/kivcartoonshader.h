@@ -14,8 +14,11 @@
 //   share of the light, and with none lost exactly the full look. Which of the lights is lost the stencil does not
 //   tell.
 // - renderOpaqueMesh, with transparencies and no shadows: all in pass 1, nothing in passes 2 and 3.
-// - renderTransparentTriangle: without shadows the full look in pass 1, mixed in by the material's alpha. With shadows
-//   pass 1 mixes in the shadow's tone and each light of pass 3 adds its share, weighed by alpha.
+// - renderTransparentTriangle: takes the triangle in pass 1, to mix in its look by the material's alpha, with shadows
+//   the look that the lights left by the stencil give it. The following calls have nothing to add. Triangles are drawn
+//   many at a time, in their order (class Triangles), at the latest when another shader's turn comes, after some
+//   thousands and at the end. In vector output one at a time: without shadows all in pass 1, with shadows the shadow's
+//   tone in pass 1 and each light's share, weighed by alpha, in pass 3.
 //
 // With the vector flag there are no textures, which a vector file cannot take up: triangles are cut where a band ends,
 // and each piece has one colour, so that neighbouring pieces of one band merge into one face.
@@ -65,24 +68,34 @@ public:
     void endTransparency(bool vectorial) override;
 
 private:
-    class Lights; // asks the toolbox of this shader
+    class Lights;    // asks the toolbox of this shader
+    class Triangles; // transparent triangles on their way into the picture
     friend struct KivTestAccess;
 
     KivCartoonLook lookOf(const Kiv3DObject& object) const;
     KivCartoonColors colorsOf(const KivMesh& mesh, const KivCartoonLook& look, const KivCommonSettings& settings) const;
     KivShadedMesh modelOf(const KivMesh& mesh, const KivCartoonLook& look, const KivCommonSettings& settings) const;
     // Whether large triangles are divided so that light can be interpolated over the pieces.
-    enum class Division { whereNeeded, none };
+    // inOrder: where needed, and all triangles in one list in the order of the model.
+    enum class Division { whereNeeded, none, inOrder };
     void buildBatch(const KivShadedMesh& model, const KivMesh& mesh, const KivCartoonLook& look,
                     const KivCommonSettings& settings, const KivScene& scene, KivCartoonBatch& out,
                     Division division = Division::whereNeeded);
+    // The context of a render that was cancelled is gone, and what was made there with it.
+    void forgetTriangles();
+    void drawVectorTriangle(const KivShadedMesh& model, const KivMesh& mesh, const KivCommonSettings& settings,
+                            const KivScene& scene, bool hasShadows, int pass, KivCartoonShare share);
     const KivCartoonBatch& batchOf(const KivMesh& mesh, const KivCartoonLook& look, const KivCommonSettings& settings,
                                    const KivScene& scene);
 
     // What the passes of one mesh share. Filled anew by the depth pass, so that nothing of an earlier scene is drawn.
     std::map<const KivMesh*, KivCartoonBatch> batches;
     KivCartoonBatch scratch;
-    std::unique_ptr<KivCartoonPainter> trianglePainter; // between beginTransparency and endTransparency
+    // Between beginTransparency and endTransparency.
+    std::unique_ptr<Triangles> triangles;
+    std::unique_ptr<KivCartoonPainter> trianglePainter; // in vector output
+    bool isDefaultShader = false;                       // draws the meshes without settings of their own
+    const KivScene* triangleScene = nullptr;
 };
 
 #endif

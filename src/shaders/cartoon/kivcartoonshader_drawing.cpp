@@ -222,6 +222,7 @@ void KivCartoonShader::buildBatch(const KivShadedMesh& model, const KivMesh& mes
         detail.lightEdges = kivCartoonSteps(colors, KivCartoonLayer::full, 1).edges;
         detail.shineEdges = kivHighlightSteps(colors).edges;
     }
+    detail.keepOrder = division == Division::inOrder;
     if (division == Division::none) {
         detail.shine = false;
         detail.longestSide = std::numeric_limits<double>::infinity();
@@ -317,13 +318,6 @@ void KivCartoonShader::renderMeshPass(const KivMesh* mesh, const KivLight* light
     }
 }
 
-void KivCartoonShader::beginTransparency(bool) {
-    if (trianglePainter != nullptr) {
-        trianglePainter->forget(); // a cancelled render went away with its context
-    }
-    trianglePainter = std::make_unique<KivCartoonPainter>();
-}
-
 void KivCartoonShader::renderOpaqueMesh(const KivMesh* mesh, const KivCommonSettings& settings, KivScene* scene,
                                         const KivCamera&, int, KivNonCombinableShader*, int pass, bool vectorial) {
     if (pass != 1) {
@@ -335,50 +329,4 @@ void KivCartoonShader::renderOpaqueMesh(const KivMesh* mesh, const KivCommonSett
     KivCartoonPainter painter;
     glDisable(GL_BLEND);
     painter.draw(scratch, colorsOf(*mesh, look, settings), KivCartoonLayer::full, 1, vectorial);
-}
-
-void KivCartoonShader::renderTransparentTriangle(const Kiv3DPoint* points, const Kiv3DVector* normals,
-                                                 const KivMesh* mesh, KivScene* scene, const KivCamera&,
-                                                 const KivCommonSettings& settings, int, int, KivNonCombinableShader*,
-                                                 KivShadows* shadows, int pass, const KivLight* light, int lightIndex,
-                                                 int numLights, bool vectorial) {
-    if (pass == 2 || (pass == 3 && (shadows == nullptr || light == nullptr))) {
-        return;
-    }
-    const KivCartoonLook look = lookOf(*mesh);
-    KivShadedMesh model;
-    const KivVec face = kivUnit(vecOf((points[1] - points[0]) * (points[2] - points[0])));
-    KivVec sum;
-    for (int k = 0; k < 3; ++k) {
-        model.points.push_back({points[k].x, points[k].y, points[k].z});
-        const KivVec normal = mesh->hasNormals() ? kivUnit(vecOf(normals[k])) : face;
-        model.normals.push_back(kivDot(normal, normal) > 0.0 ? normal : face);
-        sum = sum + model.normals.back();
-    }
-    model.triangles.push_back({0, 1, 2});
-    model.windings.push_back(kivDot(face, sum) < 0.0 ? -1 : 1);
-    buildBatch(model, *mesh, look, settings, *scene, scratch);
-    KivCartoonColors colors = colorsOf(*mesh, look, settings);
-    colors.alpha = std::clamp(mesh->getMaterial()->getTransparency(), 0.0, 1.0);
-    const KivGlState state;
-    glEnable(GL_BLEND);
-    // The shadows on transparent surfaces leave a depth test that passes everything.
-    glDepthFunc(GL_LEQUAL);
-    KivCartoonPainter local;
-    KivCartoonPainter& painter = trianglePainter != nullptr ? *trianglePainter : local;
-    if (pass == 1) {
-        glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
-        painter.draw(scratch, colors, shadows != nullptr ? KivCartoonLayer::shadow : KivCartoonLayer::full, 1,
-                     vectorial);
-    } else {
-        glStencilFunc(GL_GEQUAL, stencilBase + numLights - 1 - lightIndex, ~0U);
-        glBlendFunc(GL_SRC_ALPHA, GL_ONE);
-        painter.draw(scratch, colors, KivCartoonLayer::share, {std::max(numLights, 1), lightIndex}, vectorial);
-    }
-}
-
-void KivCartoonShader::endTransparentTriangle(int, int, int, bool) {}
-
-void KivCartoonShader::endTransparency(bool) {
-    trianglePainter.reset();
 }

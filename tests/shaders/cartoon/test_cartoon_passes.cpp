@@ -232,35 +232,6 @@ TEST_F(CartoonPasses, TransparentTrianglesMixTheLookIn) {
     EXPECT_LT(wrong, 30); // of 3600, on the edges of bands
 }
 
-TEST_F(CartoonPasses, TransparentTrianglesUnderShadowsAddALightAtATime) {
-    prepare(0, 0.5);
-    const Kiv3DPoint points[3] = {Kiv3DPoint(-2, -2, 0), Kiv3DPoint(2, -2, 0), Kiv3DPoint(0, 3, 0)};
-    const Kiv3DVector up(0, 0, 1);
-    const Kiv3DVector normals[3] = {up, up, up};
-    KivShadows shadows;
-    const auto call = [&](int number, const KivLight* light, int index) {
-        shaders.cartoon().renderTransparentTriangle(points, normals, mesh, &scene, camera, settings, 0, 0,
-                                                    &shaders.cartoon(), &shadows, number, light, index, 2, false);
-    };
-    shaders.cartoon().beginTransparency(false);
-    glStencilOp(GL_KEEP, GL_KEEP, GL_KEEP);
-    glDepthMask(GL_FALSE);
-    call(1, nullptr, 0);
-    const Rgb dark = pixel(60, 60);
-    call(2, nullptr, 0);
-    call(3, nullptr, 0);
-    EXPECT_EQ(pixel(60, 60), dark);
-    std::vector<Rgb> steps = {dark};
-    glEnable(GL_STENCIL_TEST);
-    for (int l = 0; l < 2; ++l) {
-        call(3, scene.getLight(static_cast<unsigned int>(l)), l);
-        steps.push_back(pixel(60, 60));
-    }
-    EXPECT_GT(steps[1][0], steps[0][0]);
-    EXPECT_NEAR(steps[2][0] - steps[1][0], steps[1][0] - steps[0][0], 2);
-    shaders.cartoon().endTransparency(false);
-}
-
 TEST_F(CartoonPasses, WithoutTexturesTheTonesAreTheSame) {
     prepare();
     choose(shaders.cartoon(), {{"Softness", "0"}});

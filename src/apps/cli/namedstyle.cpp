@@ -11,6 +11,7 @@
 
 #include <filesystem>
 #include <stdexcept>
+#include <utility>
 
 namespace {
 
@@ -68,6 +69,34 @@ std::wstring pathOfName(const std::wstring& name) {
     return {};
 }
 
+// Adds a line for each key of a shader's section that is unknown or has no good value. A shader that does not tell its
+// settings may have any.
+void checkSection(const ChosenStyle& style, const KivProfile& file, const KivShader& shader,
+                  std::vector<std::string>& complaints) {
+    int count = 0;
+    const KivSettingInfo* const table = kivShaderSettings(&shader, &count);
+    if (count == 0) {
+        return;
+    }
+    std::vector<std::string> known;
+    known.reserve(static_cast<std::size_t>(count));
+    for (int i = 0; i < count; ++i) {
+        known.emplace_back(table[i].key);
+    }
+    for (const std::wstring& wide : file.keys(shader.getTag())) {
+        const std::string key = kivToUtf8(wide);
+        const int index = kivFindSetting(table, count, key);
+        const std::string value = kivToUtf8(file.read(shader.getTag(), wide).value_or(std::wstring()));
+        double number = 0.0;
+        std::string why = "there is no such setting" + didYouMean(key, known);
+        if (index < 0 || !kivParseSetting(table[index], value, &number, &why)) {
+            std::string line = "style \"" + kivToUtf8(style.name) + "\", ";
+            line.append(kivToUtf8(shader.getTag())).append(".").append(key).append(": ").append(why);
+            complaints.push_back(std::move(line));
+        }
+    }
+}
+
 } // namespace
 
 ChosenStyle findStyle(const std::string& value) {
@@ -90,7 +119,6 @@ ChosenStyle findStyle(const std::string& value) {
 }
 
 std::vector<std::string> loadStyleSettings(const ChosenStyle& style) {
-    const std::string called = "style \"" + kivToUtf8(style.name) + "\", ";
     const KivProfile file = KivProfile::load(style.path).value_or(KivProfile());
     std::vector<std::string> complaints;
     for (unsigned long i = 0; i < KivShader::shaders(); ++i) {
@@ -102,25 +130,7 @@ std::vector<std::string> loadStyleSettings(const ChosenStyle& style) {
         shader->createPages(nullptr, nullptr);
         const bool loaded = shader->loadDataFromStyle(style.path.c_str(), nullptr);
         const std::string tag = kivToUtf8(shader->getTag());
-        int count = 0;
-        const KivSettingInfo* const table = kivShaderSettings(shader, &count);
-        std::vector<std::string> keys;
-        for (int k = 0; k < count; ++k) {
-            keys.emplace_back(table[k].key);
-        }
-        for (const std::wstring& wide : file.keys(shader->getTag())) {
-            const std::string key = kivToUtf8(wide);
-            const std::string place = called + tag + "." + key;
-            const int known = kivFindSetting(table, count, key);
-            const std::string value = kivToUtf8(file.read(shader->getTag(), wide).value_or(std::wstring()));
-            double number = 0.0;
-            std::string why;
-            if (known < 0 && count > 0) {
-                complaints.push_back(place + ": there is no such setting" + didYouMean(key, keys));
-            } else if (known >= 0 && !kivParseSetting(table[known], value, &number, &why)) {
-                complaints.push_back(place + ": " + why);
-            }
-        }
+        checkSection(style, file, *shader, complaints);
         shader->release();
         if (!loaded) {
             throw std::runtime_error("style \"" + kivToUtf8(style.name) + "\": " + tag + " can't read its settings");

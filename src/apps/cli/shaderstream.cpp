@@ -166,7 +166,7 @@ ChosenLook applyLook(const LookOptions& options) {
 }
 
 ChosenLook buildShaderStream(const LookOptions& options, KivMemoryDataManager& stream) {
-    const ChosenLook look = applyLook(options);
+    ChosenLook look = applyLook(options);
     std::wstring added;
     for (const std::wstring& tag : look.shaders.combinables) {
         added += tag + L";";

@@ -106,7 +106,7 @@ std::string userFolder() {
 
 // The name behind "save" or "remove", which has been looked at.
 std::wstring styleName(const Words& words, const std::string& folder) {
-    const std::wstring name = kivFromUtf8(words.arguments[1]);
+    std::wstring name = kivFromUtf8(words.arguments[1]);
     const KivStyleNameFault fault = kivCheckStyleName(name, kivFromUtf8(folder));
     if (fault != KivStyleNameFault::none) {
         throw UsageError("\"" + words.arguments[1] +

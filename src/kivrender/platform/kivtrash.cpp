@@ -85,8 +85,9 @@ bool kivMoveToTrash(const std::wstring& path) {
     if (from.empty() || root.empty() || lstat(from.c_str(), &info) != 0 || S_ISDIR(info.st_mode)) {
         return false;
     }
-    const std::wstring trash = root + L"/Trash";
-    if (!kivMakeFolders(trash + L"/files") || !kivMakeFolders(trash + L"/info")) {
+    const std::wstring files = root + L"/Trash/files/";
+    const std::wstring notes = root + L"/Trash/info/";
+    if (!kivMakeFolders(files) || !kivMakeFolders(notes)) {
         return false;
     }
     const std::string name = from.substr(from.find_last_of('/') + 1);
@@ -95,7 +96,8 @@ bool kivMoveToTrash(const std::wstring& path) {
     constexpr int attempts = 10000;
     for (int i = 1; i <= attempts; ++i) {
         const std::wstring taken = kivFromUtf8(i == 1 ? name : name + "." + std::to_string(i));
-        const std::wstring noteName = trash + L"/info/" + taken + L".trashinfo";
+        std::wstring noteName = notes;
+        noteName.append(taken).append(L".trashinfo");
         errno = 0;
         if (!kivCreateFile(noteName, note)) {
             if (errno == EEXIST) {
@@ -103,7 +105,7 @@ bool kivMoveToTrash(const std::wstring& path) {
             }
             return false;
         }
-        const std::string to = kivToUtf8(trash + L"/files/" + taken);
+        const std::string to = kivToUtf8(files + taken);
         if (access(to.c_str(), F_OK) != 0 && moveFile(from, to)) {
             return true;
         }

@@ -139,6 +139,15 @@ void KivDrawing::drawPolygon(const Kiv3DPoint* corners, unsigned int count, bool
     }
 }
 
+void KivDrawing::setLineWidth(float width, bool vectorial) {
+    glLineWidth(width);
+    if (vectorial) {
+        gl2psLineCap(GL2PS_LINE_CAP_ROUND);
+        gl2psLineJoin(GL2PS_LINE_JOIN_ROUND);
+        gl2psLineWidth(width);
+    }
+}
+
 void KivDrawing::enableLighting(bool enabled, bool /*vectorial*/) {
     if (enabled) {
         glEnable(GL_LIGHTING);

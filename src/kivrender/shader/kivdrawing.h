@@ -46,6 +46,9 @@ public:
     static void drawTriangle(const Kiv3DPoint* points, bool vectorial);
     static void drawPolygon(const Kiv3DPoint* points, unsigned int count, bool vectorial);
 
+    // The width of lines in pixels, here and on a vector page, where their ends and bends are round from then on.
+    static void setLineWidth(float width, bool vectorial);
+
     // OpenGL's own lighting. Clears a pending OpenGL error.
     static void enableLighting(bool enabled, bool vectorial);
     // Blending by alpha, here and in the vector page, and the default channel's flag.

@@ -11,6 +11,7 @@
 #include "kivrender/shader/kivdrawing.h"
 #include "kivrender/shader/kivshadercommunication.h"
 #include "kivsurface.h"
+#include "kivthinnedpath.h"
 
 #include <algorithm>
 #include <cmath>
@@ -40,6 +41,21 @@ KivView viewOfSize(tagSIZE size) {
     return kivCurrentView(std::max(1, static_cast<int>(size.cx)), std::max(1, static_cast<int>(size.cy)));
 }
 
+// How many times as large as a vector page the image is in which lines are looked up: as fine as a picture is drawn,
+// but of no more than that many pixels.
+int magnificationOf(tagSIZE size) {
+    constexpr double mostPixels = 40e6;
+    int times = 4;
+    while (times > 1 && static_cast<double>(size.cx) * size.cy * times * times > mostPixels) {
+        --times;
+    }
+    return times;
+}
+
+// Plain paths are as wide as one of so many steps per pixel, and depart from what was traced by so many pixels.
+constexpr double widthsPerPixel = 10.0;
+constexpr double plainTolerance = 0.05;
+
 } // namespace
 
 void kivSetGlColor(std::uint32_t color) {
@@ -49,8 +65,11 @@ void kivSetGlColor(std::uint32_t color) {
 
 KivLineDrawing::KivLineDrawing(const KivCommonSettings& common, tagSIZE size, KivShaderCommunication& channel,
                                bool atFront)
-    : settings(common), communication(channel), view(viewOfSize(size)), vectorial(common.doVectorial()), front(atFront),
-      pixel(common.doVectorial() ? 1.0 : 1 << std::clamp(common.getAntialias(), 0, 2)) {}
+    : communication(channel), vectorial(common.doVectorial()), front(atFront),
+      pixel(common.doVectorial() ? magnificationOf(size) : 1 << std::clamp(common.getAntialias(), 0, 2)) {
+    const int times = vectorial ? static_cast<int>(pixel) : 1;
+    view = viewOfSize({size.cx * times, size.cy * times});
+}
 
 KivLineDrawing::~KivLineDrawing() = default;
 
@@ -83,22 +102,12 @@ void KivLineDrawing::addMesh(const KivMesh& mesh, const KivTablePageSettings& pa
     const std::vector<KivFeatureWing> wings = kivFeatureWings(surface);
     const std::vector<bool> creases = kivFeatureCreases(surface, wings, rules);
     addEdges(surface.points, kivFeatureEdges(surface, wings, creases, view, rules), page);
-    if (!vectorial) {
-        addOwnLines(mesh, page);
-    }
+    addOwnLines(mesh, page);
 }
 
 void KivLineDrawing::addEdges(const std::vector<KivVec>& points, const std::vector<KivFeatureEdge>& edges,
                               const KivTablePageSettings& page) {
     const KivLineLook& look = toolOf(page).look;
-    if (vectorial) {
-        for (const KivFeatureEdge& edge : edges) {
-            std::vector<KivVec>& ends = segments[{look.color, look.width[static_cast<int>(edge.kind)]}];
-            ends.push_back(points[edge.a]);
-            ends.push_back(points[edge.b]);
-        }
-        return;
-    }
     KivFeatureDirections directions(edges.size());
     std::vector<int> openSides(edges.size(), 0);
     for (std::size_t i = 0; i < edges.size(); ++i) {
@@ -139,14 +148,6 @@ void KivLineDrawing::addLineJob(const std::vector<KivVec>& points, bool closed, 
     if (!look.lines || points.empty()) {
         return;
     }
-    if (vectorial) {
-        std::vector<KivVec>& ends = segments[{color, look.lineWidth}];
-        for (std::size_t i = 0; i + 1 < points.size() + (closed ? 1 : 0); ++i) {
-            ends.push_back(points[i]);
-            ends.push_back(points[(i + 1) % points.size()]);
-        }
-        return;
-    }
     Job job;
     job.closed = closed && points.size() > 2;
     job.kind = KivFeatureKind::crease; // visible or not, with nothing in between
@@ -177,14 +178,21 @@ void KivLineDrawing::addPoint(const Kiv3DPoint& point, const KivTablePageSetting
 }
 
 bool KivLineDrawing::isEmpty() const {
-    return jobs.empty() && segments.empty();
+    return jobs.empty();
 }
 
-void KivLineDrawing::layDepth(const KivMesh& mesh) const {
-    const KivGlState state;
+void KivLineDrawing::layDepth(const KivMesh& mesh) {
     float factor = 0.0F;
     float units = 0.0F;
     communication.getPolygonOffset(&factor, &units);
+    if (vectorial) {
+        if (softDepth == nullptr) {
+            softDepth = std::make_unique<KivSoftDepth>(view, factor, units);
+        }
+        softDepth->draw(kivReadSurface(mesh));
+        return;
+    }
+    const KivGlState state;
     glEnable(GL_POLYGON_OFFSET_FILL);
     glPolygonOffset(factor, units);
     glEnable(GL_DEPTH_TEST);
@@ -192,12 +200,7 @@ void KivLineDrawing::layDepth(const KivMesh& mesh) const {
     glDisable(GL_LIGHTING);
     glDisable(GL_TEXTURE_1D);
     glDisable(GL_TEXTURE_2D);
-    if (vectorial) {
-        // A vector page has no depth buffer; faces in the colour of the background hide what lies behind them.
-        kivSetGlColor(settings.getBackgroundColor());
-    } else {
-        glColorMask(GL_FALSE, GL_FALSE, GL_FALSE, GL_FALSE);
-    }
+    glColorMask(GL_FALSE, GL_FALSE, GL_FALSE, GL_FALSE);
     const KivSurface surface = kivReadSurface(mesh);
     if (surface.triangles.empty()) {
         return;
@@ -237,6 +240,17 @@ void KivLineDrawing::readDepth() {
             }
         }
     }
+    if (vectorial) {
+        for (KivDepthImage::Span& span : depth.spans()) {
+            if (softDepth != nullptr) {
+                softDepth->read(span);
+            } else {
+                std::fill(span.values.begin(), span.values.end(), 1.0F);
+            }
+        }
+        softDepth.reset();
+        return;
+    }
     const KivGlState state;
     glPixelStorei(GL_PACK_ALIGNMENT, 4);
     glPixelStorei(GL_PACK_ROW_LENGTH, 0);
@@ -267,29 +281,57 @@ bool KivLineDrawing::trace() {
         if (job.corners.size() == 1) {
             KivLinePoint dot;
             if (tracer.sees(job.corners[0].clip, &dot)) {
-                takePoint(job, dot);
+                if (vectorial) {
+                    dot.halfWidth = static_cast<float>(job.width);
+                    addPlainPath(job, {{dot, dot}, {}, false, false, true, true});
+                } else {
+                    takePoint(job, dot);
+                }
             }
             continue;
         }
         paths.clear();
         tracer.trace(job.corners, job.closed, job.kind, paths);
         for (const KivLinePath& path : paths) {
-            takePath(job, path);
+            if (vectorial) {
+                addPlainPath(job, path);
+            } else {
+                takePath(job, path);
+            }
         }
     }
     depth = {};
     return true;
 }
 
-void KivLineDrawing::drawInSpace() const {
-    for (const auto& [style, ends] : segments) {
+// A pen of one width: that which the path has in the mean.
+void KivLineDrawing::addPlainPath(const Job& job, const KivLinePath& path) {
+    if (path.hidden || path.points.empty()) {
+        return;
+    }
+    double sum = 0.0;
+    for (const KivLinePoint& point : path.points) {
+        sum += 2.0 * point.halfWidth;
+    }
+    const double width = sum / static_cast<double>(path.points.size()) / pixel;
+    const double rounded = std::round(width * widthsPerPixel) / widthsPerPixel;
+    if (rounded > 0.0) {
+        plainPaths[{job.color, static_cast<float>(rounded)}].push_back(
+            kivThinnedPath(path, static_cast<float>(plainTolerance * pixel)));
+    }
+}
+
+void KivLineDrawing::drawPlainPaths() const {
+    for (const auto& [style, paths] : plainPaths) {
         kivSetGlColor(style.first);
-        glLineWidth(static_cast<GLfloat>(std::max(style.second, 0.1)));
-        glBegin(GL_LINES);
-        for (const KivVec& end : ends) {
-            glVertex3d(end.x, end.y, end.z);
+        KivDrawing::setLineWidth(style.second, true);
+        for (const KivLinePath& path : paths) {
+            glBegin(path.closed ? GL_LINE_LOOP : GL_LINE_STRIP);
+            for (const KivLinePoint& point : path.points) {
+                glVertex2f(point.x, point.y);
+            }
+            glEnd();
         }
-        glEnd();
     }
 }
 
@@ -302,11 +344,7 @@ void KivLineDrawing::draw() const {
     glDisable(GL_CULL_FACE);
     glDisable(GL_STENCIL_TEST);
     glDisable(GL_POLYGON_OFFSET_FILL);
-    if (vectorial) {
-        drawInSpace();
-        return;
-    }
-    if (front) {
+    if (vectorial || front) {
         glEnable(GL_DEPTH_TEST);
         glDepthFunc(GL_ALWAYS);
         glDepthMask(GL_TRUE);
@@ -325,7 +363,11 @@ void KivLineDrawing::draw() const {
     glDisableClientState(GL_NORMAL_ARRAY);
     glDisableClientState(GL_TEXTURE_COORD_ARRAY);
     glEnableClientState(GL_VERTEX_ARRAY);
-    drawPaths();
+    if (vectorial) {
+        drawPlainPaths();
+    } else {
+        drawPaths();
+    }
     glMatrixMode(GL_MODELVIEW);
     glPopMatrix();
     glMatrixMode(GL_PROJECTION);

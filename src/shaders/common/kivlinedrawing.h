@@ -7,11 +7,13 @@
 #include "kivfeatureedges.h"
 #include "kivlinetracer.h"
 #include "kivrender/platform/kivtypes.h"
+#include "kivsoftdepth.h"
 #include "kivview.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <utility>
 #include <vector>
 
@@ -53,8 +55,9 @@ public:
     void addPoint(const Kiv3DPoint& point, const KivTablePageSettings& page);
     bool isEmpty() const;
 
-    // Puts a mesh into the depth buffer alone, pushed back by the polygon offset of the channel.
-    void layDepth(const KivMesh& mesh) const;
+    // Puts a mesh into the depth buffer alone, pushed back by the polygon offset of the channel. A vector page has no
+    // depth buffer: there every mesh that hides lines is to be laid.
+    void layDepth(const KivMesh& mesh);
     // Looks up every line in the depth buffer. False when the render was cancelled meanwhile.
     bool trace();
     void draw() const;
@@ -72,8 +75,9 @@ protected:
     };
 
     virtual KivLineLook lookOf(const KivTablePageSettings& page) const = 0;
-    // Called for every mesh of a picture that is not vectorial, for further lines on it.
+    // Called for every mesh, for further lines on it.
     virtual void addOwnLines(const KivMesh& mesh, const KivTablePageSettings& page);
+    // On a vector page paths and points are taken as plain lines and dots, by nobody else.
     virtual void takePath(const Job& job, const KivLinePath& path) = 0;
     // A point of the scene that is seen; its width is that of the job.
     virtual void takePoint(const Job& job, const KivLinePoint& point) = 0;
@@ -86,7 +90,8 @@ protected:
     const KivView& getView() const {
         return view;
     }
-    // One pixel of the finished picture, in pixels of the image.
+    // One pixel of the finished picture, in pixels of the image. On a vector page the image is one that nobody draws:
+    // lines are looked up in a depth buffer of our own, some times as large as the page.
     double getPixel() const {
         return pixel;
     }
@@ -107,9 +112,9 @@ private:
     void addLineJob(const std::vector<KivVec>& points, bool closed, std::uint32_t color,
                     const KivTablePageSettings& page);
     void readDepth();
-    void drawInSpace() const;
+    void addPlainPath(const Job& job, const KivLinePath& path);
+    void drawPlainPaths() const;
 
-    const KivCommonSettings& settings;
     KivShaderCommunication& communication;
     KivView view;
     bool vectorial;
@@ -118,8 +123,9 @@ private:
     std::map<const KivTablePageSettings*, Tool> tools;
     std::vector<Job> jobs;
     KivDepthImage depth;
-    // For vector output: the ends of the lines, two by two, by colour and width.
-    std::map<std::pair<std::uint32_t, double>, std::vector<KivVec>> segments;
+    // For vector pages.
+    std::unique_ptr<KivSoftDepth> softDepth;
+    std::map<std::pair<std::uint32_t, float>, std::vector<KivLinePath>> plainPaths; // by colour and width
 };
 
 // Makes a colour of the interface OpenGL's current one.

@@ -41,8 +41,13 @@ unsigned int KivLineShader::getProgressSteps(KivScene* scene, const KivCommonSet
     return scene->numMeshes() * 4 + scene->numPolyline() + 4;
 }
 
+void KivLineShader::loadRenderData(KivDataManager* manager, const KivCommonSettings& settings) {
+    isVectorial = settings.doVectorial();
+    KivTableShader::loadRenderData(manager, settings);
+}
+
 bool KivLineShader::rendersMesh(const KivMesh* mesh) {
-    return !mesh->hasObjectSettings() || mesh->rendersThisShader(getTag());
+    return !isVectorial && (!mesh->hasObjectSettings() || mesh->rendersThisShader(getTag()));
 }
 
 // The scene's own lines and points.
@@ -68,11 +73,7 @@ bool KivLineShader::needsDepth(const KivMesh& mesh, const KivCommonSettings& set
         return false;
     }
     if (settings.doVectorial()) {
-        // The frame has laid what a loaded Sketch says it renders, and a page would hold every triangle twice.
-        auto* sketch = dynamic_cast<KivCombinableShader*>(KivShader::getByTag(L"Sketch"));
-        if (sketch != nullptr && sketch->rendersMesh(&mesh)) {
-            return false;
-        }
+        return true; // what stands before the lines is found without the frame's depth buffer, which is not drawn
     }
     return preview || !mesh.hasNonCombinable(communication.hasNonCombinable());
 }
@@ -104,7 +105,7 @@ void KivLineShader::render(KivBitmapManager* surface, const KivCommonSettings& s
     addObjects(*drawing, *scene, named);
     steps.advance();
     steps.end();
-    // Step 2: the depth of what no base shader draws.
+    // Step 2: the depth of what hides lines and is not drawn yet.
     steps.begin();
     for (unsigned int i = 0; i < scene->numMeshes() && !drawing->isEmpty(); ++i) {
         const KivMesh* mesh = scene->getMesh(i);

@@ -10,8 +10,9 @@
 // In a render the depth buffer is only read. In a preview, which draws the lines before the surfaces, the lines are
 // drawn at the very front and kept there by the depth test.
 //
-// With the vector flag the lines go out as OpenGL lines in space, hidden ones included: the vector page sorts them
-// behind the surfaces.
+// With the vector flag the frame draws nothing that could be read back. What is seen is then found with a depth buffer
+// of our own (kivsoftdepth.h), and the lines go out as plain OpenGL lines before everything else, to be stroked by who
+// shows the page.
 #ifndef SHADERS_COMMON_KIVLINESHADER_H
 #define SHADERS_COMMON_KIVLINESHADER_H
 
@@ -29,10 +30,12 @@ public:
 
     void render(KivBitmapManager* surface, const KivCommonSettings& settings, const KivCamera& camera, KivScene* scene,
                 tagSIZE size, KivShaderCommunication& communication, bool named) override;
+    void loadRenderData(KivDataManager* manager, const KivCommonSettings& settings) override;
     // What the bar reserves for a combinable shader: four for each mesh, one for each polyline, and four.
     unsigned int getProgressSteps(KivScene* scene, const KivCommonSettings& settings) override;
 
-    // True for a mesh that has no settings of its own and for one that names this shader.
+    // True for a mesh that has no settings of its own and for one that names this shader; always false in a render of a
+    // vector page, where faces that are only laid to hide lines would be a part of the drawing.
     bool rendersMesh(const KivMesh* mesh) override;
 
 protected:
@@ -45,6 +48,8 @@ protected:
 
 private:
     friend struct KivTestAccess;
+
+    bool isVectorial = false; // the render that runs
 
     void addObjects(KivLineDrawing& drawing, KivScene& scene, bool named) const;
     bool needsDepth(const KivMesh& mesh, const KivCommonSettings& settings, const KivShaderCommunication& communication,

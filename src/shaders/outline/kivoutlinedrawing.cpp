@@ -1,6 +1,7 @@
 #include "kivoutlinedrawing.h"
 
 #include "kivoutlinesettings.h"
+#include "kivthinnedpath.h"
 
 #include <GL/gl.h>
 

@@ -16,9 +16,6 @@ struct KivStrokeMesh {
     void addTriangle(std::uint32_t a, std::uint32_t b, std::uint32_t c);
 };
 
-// Leaves out points that lie within tolerance pixels of the line between those that stay, and whose width does too.
-KivLinePath kivThinnedPath(const KivLinePath& path, float tolerance);
-
 // Appends the band along a path.
 void kivStroke(const KivLinePath& path, KivStrokeMesh& mesh);
 

@@ -1,5 +1,7 @@
 #include "kivoutlinestroke.h"
 
+#include "kivthinnedpath.h"
+
 #include "../shapes.h"
 
 #include <gtest/gtest.h>

@@ -351,25 +351,53 @@ TEST_F(OutlinePicture, StaysInFrontInAPreview) {
     EXPECT_GE(across, 5);
 }
 
-TEST_F(OutlinePicture, GivesPlainLinesToAVectorPage) {
+// Of a cube that shows three sides nine edges are seen. They lie where a picture has them, before everything else.
+TEST_F(OutlinePicture, GivesTheVisibleLinesToAVectorPage) {
     addMesh(cubeSurface());
     open(200);
     look({3.0, 2.2, 4.0}, 2.2, false);
-    settings.setVectorial(true);
     choose(shaders.outline(), {});
+    drawLines(3.0);
+    const std::vector<Rgb> picture = pixels();
+    const KivView seen = kivCurrentView(200, 200);
+    settings.setVectorial(true);
     std::vector<GLfloat> feedback(100000);
     glFeedbackBuffer(static_cast<GLsizei>(feedback.size()), GL_3D_COLOR, feedback.data());
     glRenderMode(GL_FEEDBACK);
     draw(shaders.outline());
     const GLint count = glRenderMode(GL_RENDER);
-    int lines = 0;
+    double length = 0.0;
     for (GLint i = 0; i < count;) {
+        if (feedback[i] == static_cast<GLfloat>(GL_PASS_THROUGH_TOKEN)) {
+            i += 2; // how wide lines are, and how they end
+            continue;
+        }
         ASSERT_TRUE(feedback[i] == static_cast<GLfloat>(GL_LINE_TOKEN) ||
                     feedback[i] == static_cast<GLfloat>(GL_LINE_RESET_TOKEN));
+        const GLfloat* a = &feedback[i + 1];
+        const GLfloat* b = a + 7;
+        EXPECT_EQ(a[2], 0.0F);
+        EXPECT_EQ(b[2], 0.0F);
+        EXPECT_TRUE(isInk(picture[static_cast<std::size_t>((a[1] + b[1]) / 2.0F) * 200 +
+                                  static_cast<std::size_t>((a[0] + b[0]) / 2.0F)]));
+        length += std::hypot(a[0] - b[0], a[1] - b[1]);
         i += 15;
-        ++lines;
     }
-    EXPECT_EQ(lines, 12); // the hidden ones too: the page sorts them behind the surfaces
+    double expected = 0.0;
+    for (const int axis : {0, 1, 2}) {
+        for (const auto& [u, v] : {std::pair(1.0, 1.0), std::pair(1.0, -1.0), std::pair(-1.0, 1.0)}) {
+            double from[3];
+            double to[3];
+            from[axis] = -1.0;
+            to[axis] = 1.0;
+            from[(axis + 1) % 3] = to[(axis + 1) % 3] = u;
+            from[(axis + 2) % 3] = to[(axis + 2) % 3] = v;
+            const KivWindowPoint p = seen.window(seen.clip({from[0], from[1], from[2]}));
+            const KivWindowPoint q = seen.window(seen.clip({to[0], to[1], to[2]}));
+            expected += std::hypot(p.x - q.x, p.y - q.y);
+        }
+    }
+    EXPECT_NEAR(length, expected, expected * 0.02);
 }
 
 TEST_F(OutlinePicture, SurvivesAnEmptySceneAndStrayGeometry) {

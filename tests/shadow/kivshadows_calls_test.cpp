@@ -6,6 +6,7 @@
 #include "kivrender/scene/kivscene.h"
 #include "kivrender/settings/kivcommonsettings.h"
 #include "kivrender/shadow/kivshadows.h"
+#include "support/meshsamples.h"
 
 #include <GL/gl.h>
 #include <gl2ps.h>
@@ -120,7 +121,46 @@ protected:
 
 } // namespace
 
+namespace {
+
+// What was drawn from arrays, in place of calls for each corner.
+const float* arrayOfCorners = nullptr;
+struct Drawn {
+    GLenum mode;
+    std::vector<Vertex> corners;
+};
+std::vector<Drawn> drawnFromArrays;
+// Corners of calls, kept as numbers while isExact is set: text would round them.
+bool isExact = false;
+std::vector<Vertex> exact;
+
+} // namespace
+
 extern "C" {
+void glPushClientAttrib(GLbitfield) {
+    record("glPushClientAttrib");
+}
+void glPopClientAttrib() {
+    record("glPopClientAttrib");
+}
+void glEnableClientState(GLenum) {}
+void glDisableClientState(GLenum) {}
+void glVertexPointer(GLint size, GLenum type, GLsizei stride, const void* pointer) {
+    EXPECT_EQ(size, 4);
+    EXPECT_EQ(type, static_cast<GLenum>(GL_FLOAT));
+    EXPECT_EQ(stride, 0);
+    arrayOfCorners = static_cast<const float*>(pointer);
+}
+void glDrawElements(GLenum mode, GLsizei count, GLenum type, const void* indices) {
+    EXPECT_EQ(type, static_cast<GLenum>(GL_UNSIGNED_INT));
+    record("glDrawElements", mode);
+    Drawn drawn{mode, {}};
+    for (GLsizei i = 0; i < count; ++i) {
+        const float* corner = arrayOfCorners + std::size_t{4} * static_cast<const unsigned int*>(indices)[i];
+        drawn.corners.push_back({corner[0], corner[1], corner[2], corner[3]});
+    }
+    drawnFromArrays.push_back(drawn);
+}
 void glBegin(GLenum mode) {
     record("glBegin", mode);
 }
@@ -128,6 +168,11 @@ void glEnd() {
     record("glEnd");
 }
 void glVertex4d(GLdouble x, GLdouble y, GLdouble z, GLdouble w) {
+    if (isExact) {
+        const auto single = [](double value) { return static_cast<double>(static_cast<float>(value)); };
+        exact.push_back({single(x), single(y), single(z), single(w)});
+        return;
+    }
     record("glVertex4d", x, y, z, w);
 }
 void glEnable(GLenum cap) {
@@ -425,6 +470,51 @@ TEST_F(KivShadowsCalls, KeptVolumesDrawTheSame) {
     EXPECT_EQ(drawBoth(), plain);
     shadows.endVolumes();
     EXPECT_EQ(drawBoth(), plain);
+}
+
+// A large mesh goes out from arrays: the same corners in the same order as by calls, in the single precision that
+// OpenGL brings either to.
+TEST_F(KivShadowsCalls, LargeMeshesDrawTheSameCornersFromArrays) {
+    for (const bool open : {true, false}) {
+        const std::unique_ptr<KivMesh> mesh = gridMesh(4000);
+        if (!open) { // a back of its own: every edge has two triangles or more
+            const unsigned int count = mesh->getNumTriangles();
+            for (unsigned int t = 0; t < count; ++t) {
+                unsigned int c[3];
+                mesh->getTriangle(c, t);
+                mesh->addTriangle(c[0], c[2], c[1]);
+            }
+        }
+        for (const KivLight& light :
+             {lightAt(KivLight::pointLight, Kiv3DPoint(0.11, 0.2, 1.3)),
+              lightAt(KivLight::directionalLight, Kiv3DPoint(50, 20, 30), Kiv3DVector(-5, -2, -1))}) {
+            calls.clear();
+            drawnFromArrays.clear();
+            shadows.drawShadowVolume(mesh.get(), &light, false);
+            EXPECT_EQ(calls, (std::vector<std::string>{
+                                 call("glFrontFace", GL_CCW), call("glStencilOp", GL_KEEP, GL_INCR, GL_KEEP),
+                                 "glPushClientAttrib", call("glDrawElements", GL_QUADS),
+                                 call("glDrawElements", GL_TRIANGLES), "glPopClientAttrib", call("glFrontFace", GL_CW),
+                                 call("glStencilOp", GL_KEEP, GL_DECR, GL_KEEP), "glPushClientAttrib",
+                                 call("glDrawElements", GL_QUADS), call("glDrawElements", GL_TRIANGLES),
+                                 "glPopClientAttrib", call("glFrontFace", GL_CCW)}));
+            ASSERT_EQ(drawnFromArrays.size(), 4U);
+            exact.clear();
+            isExact = true;
+            KivMesh welded;
+            welded.copyMeshCompacted(*mesh);
+            std::vector<KivEdgesExtraction::edgeInfo> edges;
+            shadows.createSilhouette(&welded, &light, edges);
+            shadows.castShadowVolume(edges, true, &welded, &light);
+            isExact = false;
+            std::vector<Vertex> fromArrays = drawnFromArrays[0].corners;
+            EXPECT_GT(fromArrays.size(), 100U);
+            fromArrays.insert(fromArrays.end(), drawnFromArrays[1].corners.begin(), drawnFromArrays[1].corners.end());
+            EXPECT_TRUE(fromArrays == exact);
+            EXPECT_TRUE(drawnFromArrays[2].corners == drawnFromArrays[0].corners);
+            EXPECT_TRUE(drawnFromArrays[3].corners == drawnFromArrays[1].corners);
+        }
+    }
 }
 
 TEST_F(KivShadowsCalls, InfiniteFrustumPerspective) {

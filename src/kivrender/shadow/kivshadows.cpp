@@ -9,7 +9,9 @@
 #include <GL/gl.h>
 #include <gl2ps.h>
 
+#include <algorithm>
 #include <limits>
+#include <optional>
 #include <unordered_map>
 
 using edgeInfo = KivEdgesExtraction::edgeInfo;
@@ -31,12 +33,98 @@ void extrude(const Kiv3DPoint& point, const Kiv3DPoint& light) {
     glVertex4d(point.x - light.x, point.y - light.y, point.z - light.z, 0.0);
 }
 
+// An edge between two triangles counts double, a border once: the caps cover all triangles, so that a closed volume is
+// met twice.
+int timesOf(const edgeInfo& edge) {
+    return edge.triangle0 != -1 && edge.triangle1 != -1 ? 2 : 1;
+}
+
 void sideQuad(const Kiv3DPoint& a, const Kiv3DPoint& b, const Kiv3DPoint& light) {
     place(a);
     place(b);
     extrude(b, light);
     extrude(a, light);
 }
+
+// From so many triangles on a volume goes out from arrays: a million calls for each corner cost more than the drawing.
+constexpr std::size_t manyTriangles = 2000;
+
+// A volume as arrays, corner for corner what the calls would send and in the same order; OpenGL keeps corners in single
+// precision either way. The points of the mesh come first, then each of them at infinity.
+class VolumeArrays {
+public:
+    VolumeArrays(const std::vector<edgeInfo>& edges, const KivMesh& mesh, const Kiv3DPoint& light,
+                 const std::vector<bool>& lightened)
+        : numPoints(mesh.getNumVertexs()) {
+        readPoints(mesh, light);
+        std::size_t numSides = 0;
+        for (const edgeInfo& edge : edges) {
+            numSides += edge.lightened0 == edge.lightened1 ? 0U : static_cast<std::size_t>(timesOf(edge));
+        }
+        quads.reserve(numSides * 4);
+        for (const edgeInfo& edge : edges) {
+            if (edge.lightened0 != edge.lightened1) {
+                addSides(edge);
+            }
+        }
+        triangles.reserve(lightened.size() * 6);
+        for (std::size_t t = 0; t < lightened.size(); ++t) {
+            unsigned int c[3];
+            mesh.getTriangle(c, static_cast<unsigned int>(t));
+            if (lightened[t]) {
+                std::swap(c[0], c[2]);
+            }
+            triangles.insert(triangles.end(), {c[0], c[1], c[2], far(c[2]), far(c[1]), far(c[0])});
+        }
+    }
+
+    void draw() const {
+        glPushClientAttrib(GL_CLIENT_VERTEX_ARRAY_BIT);
+        for (const GLenum array : {GL_NORMAL_ARRAY, GL_COLOR_ARRAY, GL_TEXTURE_COORD_ARRAY}) {
+            glDisableClientState(array);
+        }
+        glEnableClientState(GL_VERTEX_ARRAY);
+        glVertexPointer(4, GL_FLOAT, 0, corners.data());
+        glDrawElements(GL_QUADS, static_cast<GLsizei>(quads.size()), GL_UNSIGNED_INT, quads.data());
+        glDrawElements(GL_TRIANGLES, static_cast<GLsizei>(triangles.size()), GL_UNSIGNED_INT, triangles.data());
+        glPopClientAttrib();
+    }
+
+private:
+    unsigned int far(unsigned int point) const {
+        return point + numPoints;
+    }
+
+    void readPoints(const KivMesh& mesh, const Kiv3DPoint& light) {
+        corners.resize(std::size_t{8} * numPoints);
+        float* near = corners.data();
+        float* away = near + std::size_t{4} * numPoints;
+        for (unsigned int i = 0; i < numPoints; ++i, near += 4, away += 4) {
+            const Kiv3DPoint p = mesh.getVertex(i);
+            const float here[4] = {static_cast<float>(p.x), static_cast<float>(p.y), static_cast<float>(p.z), 1.0F};
+            const float there[4] = {static_cast<float>(p.x - light.x), static_cast<float>(p.y - light.y),
+                                    static_cast<float>(p.z - light.z), 0.0F};
+            std::copy_n(here, 4, near);
+            std::copy_n(there, 4, away);
+        }
+    }
+
+    void addSides(const edgeInfo& edge) {
+        auto a = static_cast<unsigned int>(edge.vertex0);
+        auto b = static_cast<unsigned int>(edge.vertex1);
+        if (edge.lightened1) {
+            std::swap(a, b);
+        }
+        for (int i = 0; i < timesOf(edge); ++i) {
+            quads.insert(quads.end(), {a, b, far(b), far(a)});
+        }
+    }
+
+    unsigned int numPoints;
+    std::vector<float> corners;
+    std::vector<unsigned int> quads;
+    std::vector<unsigned int> triangles;
+};
 
 } // namespace
 
@@ -195,9 +283,15 @@ void KivShadows::drawShadowVolume(const KivMesh* mesh, const KivLight* light, bo
     if (saved) {
         saveShadowVolume(volume->edges, true, &volume->mesh, light);
     }
+    std::optional<VolumeArrays> arrays;
+    if (!saved && lightened.size() >= manyTriangles) {
+        arrays.emplace(volume->edges, volume->mesh, light->getLocation(), lightened);
+    }
     const auto draw = [&] {
         if (saved) {
             paintGLShadowVolume();
+        } else if (arrays) {
+            arrays->draw();
         } else {
             cast(volume->edges, &volume->mesh, light, lightened);
         }
@@ -285,10 +379,7 @@ void KivShadows::cast(const std::vector<edgeInfo>& edges, const KivMesh* mesh, c
         if (edge.lightened1) {
             std::swap(a, b);
         }
-        // An edge between two triangles counts double, a border once: the caps cover all triangles, so that a closed
-        // volume is met twice.
-        const int times = edge.triangle0 != -1 && edge.triangle1 != -1 ? 2 : 1;
-        for (int i = 0; i < times; ++i) {
+        for (int i = 0; i < timesOf(edge); ++i) {
             sideQuad(a, b, source);
         }
     }

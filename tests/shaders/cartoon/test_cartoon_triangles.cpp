@@ -137,6 +137,56 @@ protected:
         }
         return list;
     }
+    // A mesh of one colour and half opaque; its winding tells its normals.
+    void addGlass(const KivSurface& shape, std::uint32_t diffuse) {
+        KivMesh* glass = addMesh(shape);
+        KivMaterial material;
+        material.setDiffuse(diffuse);
+        material.setTransparency(0.5);
+        glass->setMaterial(material);
+    }
+    // All transparent triangles as the scene orders them for an eye in front of the picture. One band of tone: every
+    // surface shows its own colour, wherever the light.
+    std::vector<Rgb> orderedPicture() {
+        choose(shaders.cartoon(), {{"Bands", "1"}});
+        camera.setLocation(Kiv3DPoint(0, 0, 5));
+        scene.orderTrianglesTransparent(camera);
+        std::vector<Placed> list;
+        for (unsigned int i = 0; i < scene.numTriangles(); ++i) {
+            Placed one;
+            KivMesh* of = nullptr;
+            scene.getOrderedTriangle(i, &of, &one.meshIndex, one.points, one.normals);
+            one.mesh = of;
+            list.push_back(one);
+        }
+        return pictureOf(list, false, false);
+    }
+    // A square of strips, each of two triangles, that leans by so much in depth from the left to the right.
+    static KivSurface strips(double lean, int count) {
+        KivSurface shape;
+        for (int i = 0; i <= count; ++i) {
+            const double x = 2.0 * i / count - 1.0;
+            shape.points.push_back({x, -1.0, lean * x});
+            shape.points.push_back({x, 1.0, lean * x});
+        }
+        for (int i = 0; i < count; ++i) {
+            const auto first = static_cast<std::uint32_t>(2 * i);
+            shape.triangles.push_back({first, first + 2, first + 3});
+            shape.triangles.push_back({first, first + 3, first + 1});
+        }
+        return shape;
+    }
+    // What half opaque layers make of the paper, the first one at the back.
+    static Rgb throughGlass(const std::vector<Rgb>& layers) {
+        std::array<double, 3> mixed = {0xD0, 0xE0, 0xF0};
+        for (const Rgb& layer : layers) {
+            for (std::size_t c = 0; c < 3; ++c) {
+                mixed[c] = (mixed[c] + layer[c]) / 2;
+            }
+        }
+        return {static_cast<int>(std::lround(mixed[0])), static_cast<int>(std::lround(mixed[1])),
+                static_cast<int>(std::lround(mixed[2]))};
+    }
     void plainTones(const Choices& more = {}) {
         Choices choices = {{"Shadow", "50"}, {"ShadowSaturation", "0"}, {"ShadowCoolness", "0"}};
         choices.insert(choices.end(), more.begin(), more.end());
@@ -262,4 +312,65 @@ TEST_F(CartoonTriangles, OfACancelledRenderAreForgotten) {
     shader.beginTransparency(false);
     shader.endTransparency(false);
     EXPECT_EQ(pixel(60, 30), (Rgb{0xD0, 0xE0, 0xF0}));
+}
+
+// Triangles are never cut, but where the pieces of two meshes are small the nearer one lies on top on both sides of the
+// line in which they cross.
+TEST_F(CartoonTriangles, CrossingMeshesChangePlacesWhereTheyCross) {
+    addGlass(strips(0.6, 40), 0x0000FF);  // red, nearer at the right
+    addGlass(strips(-0.6, 40), 0x00FF00); // green, nearer at the left
+    openPicture();
+    const std::vector<Rgb> picture = orderedPicture();
+    const Rgb red = {255, 0, 0};
+    const Rgb green = {0, 255, 0};
+    for (const int y : {50, 70}) {
+        for (int x = 20; x < 100; ++x) {
+            if (std::abs(x - 60) > 3) {
+                const std::vector<Rgb> layers = x < 60 ? std::vector<Rgb>{red, green} : std::vector<Rgb>{green, red};
+                EXPECT_LE(differenceOf(picture[static_cast<std::size_t>(y * side + x)], throughGlass(layers)), 2) << x;
+            }
+        }
+    }
+}
+
+TEST_F(CartoonTriangles, OfNestedMeshesTheInnerOneLiesBetweenTheSidesOfTheOuter) {
+    addGlass(sphereSurface(20, 30), 0x0000FF);
+    KivSurface inner = sphereSurface(20, 30);
+    for (KivVec& point : inner.points) {
+        point = point * 0.5;
+    }
+    addGlass(inner, 0x00FF00);
+    openPicture();
+    const std::vector<Rgb> picture = orderedPicture();
+    const Rgb red = {255, 0, 0};
+    const Rgb green = {0, 255, 0};
+    const Rgb both = throughGlass({red, green, green, red});
+    const Rgb outer = throughGlass({red, red});
+    int checked = 0;
+    for (int y = 10; y < 110; ++y) {
+        for (int x = 10; x < 110; ++x) {
+            const double distance = std::hypot(x + 0.5 - 60, y + 0.5 - 60) / 50; // the outer radius is 50 pixels
+            const bool inside = distance < 0.46;
+            if (inside || (distance > 0.53 && distance < 0.9)) {
+                const Rgb seen = picture[static_cast<std::size_t>(y * side + x)];
+                ASSERT_LE(differenceOf(seen, inside ? both : outer), 3) << x << ' ' << y;
+                ++checked;
+            }
+        }
+    }
+    EXPECT_GT(checked, 4000);
+}
+
+// At equal distance the mesh that stands later in the scene lies on top, all over.
+TEST_F(CartoonTriangles, CoplanarMeshesLieInTheOrderOfTheScene) {
+    addGlass(strips(0.0, 8), 0x0000FF);
+    addGlass(strips(0.0, 8), 0x00FF00);
+    openPicture();
+    const std::vector<Rgb> picture = orderedPicture();
+    const Rgb expected = throughGlass({{255, 0, 0}, {0, 255, 0}});
+    for (int y = 12; y < 108; ++y) {
+        for (int x = 12; x < 108; ++x) {
+            ASSERT_LE(differenceOf(picture[static_cast<std::size_t>(y * side + x)], expected), 2) << x << ' ' << y;
+        }
+    }
 }

@@ -109,14 +109,15 @@ void addFibres(std::vector<float>& tones, int side, int count) {
         const double length = 18.0 + 26.0 * (0.5 + 0.5 * random(45, number));
         const double depth = random(46, number) * 0.10;
         const double step = 0.5 * sheetWidth / side;
-        for (double at = 0.0; at < length; at += step) {
+        const int steps = static_cast<int>(length / step);
+        for (int k = 0; k < steps; ++k) {
             x += std::cos(way) * step;
             y += std::sin(way) * step;
             way += bend * step;
             const int column = static_cast<int>(std::floor(x * across));
             const int row = static_cast<int>(std::floor(y * down));
             if (column >= 0 && row >= 0 && column < side && row < side) {
-                const double fade = std::sin(std::numbers::pi * at / length);
+                const double fade = std::sin(std::numbers::pi * k / steps);
                 tones[static_cast<std::size_t>(row) * side + column] += static_cast<float>(depth * fade * 0.5);
             }
         }

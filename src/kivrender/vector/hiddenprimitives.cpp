@@ -56,7 +56,7 @@ bool SightVisitor::isSeenAt(const ScreenFace& face, const ScreenArea::Place& pla
             beside = value < -0.01 * (std::fabs(side.a) + std::fabs(side.b));
         }
         if (!beside && cover->owner != face.owner &&
-            cover->depthAt(place.x, place.y) + strokeLead(*cover, face) <= depth + cover->noise)
+            cover->depthAt(place.x, place.y) + handicap(*cover, face) <= depth + cover->noise)
             return false;
     }
     return true;
@@ -66,7 +66,7 @@ bool SightVisitor::isSeenAt(const ScreenFace& face, const ScreenArea::Place& pla
 bool SightVisitor::takeAway(const ScreenFace& cover, const ScreenFace& face) {
     left.clear();
     // Mostly the depths alone tell, without a look at the places.
-    const bool isNearer = cover.highDepth + cover.noise + face.noise + strokeLead(cover, face) < face.lowDepth;
+    const bool isNearer = cover.highDepth + cover.noise + face.noise + handicap(cover, face) < face.lowDepth;
     for (const ScreenArea& piece : pieces) {
         const std::size_t before = left.size();
         ScreenArea common = piece;

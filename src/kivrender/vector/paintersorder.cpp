@@ -31,14 +31,77 @@ constexpr double leastCrossing = 16.0;
 // Corners that a cut makes are rounded: parts of neighbours may overlap by so many steps of the grid without a meaning.
 constexpr double cutNoise = 4.0;
 
+// How near to its middle line a stroke is compared with an area that this line runs over, in grid steps. A line lies
+// on the sides of the areas that it belongs to, or, where those were divided, very nearly.
+constexpr double middleReach = 0.35 * ScreenGrid::stepsPerPixel;
+
+ScreenArea commonArea(const ScreenFace& first, const ScreenFace& second) {
+    ScreenArea common(first);
+    for (int i = 0; i < second.count; ++i)
+        common.clip(second.side(i));
+    return common;
+}
+
+// A stroke without its width, two steps across, and without what its ends add.
+ScreenFace middleOf(const ScreenFace& stroke) {
+    const ScreenPoint* c = stroke.corners;
+    const double acrossX = static_cast<double>(c[3].x) - c[0].x;
+    const double acrossY = static_cast<double>(c[3].y) - c[0].y;
+    const double width = std::hypot(acrossX, acrossY);
+    const double x = acrossX / width;
+    const double y = acrossY / width;
+    const double inX = 0.5 * width * y;
+    const double inY = -0.5 * width * x;
+    const auto place = [&](const ScreenPoint& low, const ScreenPoint& high, double in, double across) {
+        return ScreenPoint{static_cast<std::int32_t>(std::lround(0.5 * (low.x + high.x) + in * inX + across * x)),
+                           static_cast<std::int32_t>(std::lround(0.5 * (low.y + high.y) + in * inY + across * y))};
+    };
+    ScreenFace middle = stroke;
+    // The depth stays that of the stroke, which is a plane through its first corner.
+    const ScreenPoint first = place(c[0], c[3], 1, -1);
+    middle.depth += middle.slopeX * (first.x - c[0].x) + middle.slopeY * (first.y - c[0].y);
+    middle.corners[0] = first;
+    middle.corners[1] = place(c[1], c[2], -1, -1);
+    middle.corners[2] = place(c[1], c[2], -1, 1);
+    middle.corners[3] = place(c[0], c[3], 1, 1);
+    middle.reach = static_cast<float>(middleReach);
+    return middle;
+}
+
+// How much farther an area lies than a stroke. What the middle line does not run over is never crossed: it hides the
+// stroke's side or it does not.
+bool findStrokeDistance(const ScreenFace& area, const ScreenFace& stroke, ScreenDistance* distance) {
+    const ScreenFace middle = middleOf(stroke);
+    const ScreenArea along = commonArea(area, middle);
+    if (!along.isEmpty() && along.thickness() > 0.75) {
+        *distance = distanceOver(along, area, middle);
+        return true;
+    }
+    const ScreenArea beside = commonArea(area, stroke);
+    if (beside.isEmpty())
+        return false;
+    *distance = distanceOver(beside, area, stroke);
+    if (distance->order() == ScreenOrder::Crossed)
+        distance->least = 0;
+    return true;
+}
+
 // How much farther the first lies than the second where they lie over one another, in an area at least that thick.
 // False where there is none.
 bool findDistance(const ScreenFace& first, const ScreenFace& second, double thickness, ScreenDistance* distance) {
     if (first.isApartFrom(second))
         return false;
-    ScreenArea common(first);
-    for (int i = 0; i < second.count; ++i)
-        common.clip(second.side(i));
+    if (first.reach == 0.0F && second.reach > 0.0F)
+        return findStrokeDistance(first, second, distance);
+    if (first.reach > 0.0F && second.reach == 0.0F) {
+        if (!findStrokeDistance(second, first, distance))
+            return false;
+        const double least = distance->least;
+        distance->least = -distance->most;
+        distance->most = -least;
+        return true;
+    }
+    const ScreenArea common = commonArea(first, second);
     if (common.isEmpty() || common.thickness() < thickness)
         return false;
     *distance = distanceOver(common, first, second);
@@ -63,9 +126,9 @@ Relation relationFrom(const ScreenDistance& distance, bool firstIsLater) {
 
 Relation relationOf(const ScreenFace& first, const ScreenFace& second) {
     const double noise = first.noise + second.noise;
-    if (first.highDepth + noise + strokeLead(first, second) < second.lowDepth)
+    if (first.highDepth + noise + handicap(first, second) < second.lowDepth)
         return first.isApartFrom(second) ? Relation::Free : Relation::Over;
-    if (second.highDepth + noise + strokeLead(second, first) < first.lowDepth)
+    if (second.highDepth + noise + handicap(second, first) < first.lowDepth)
         return first.isApartFrom(second) ? Relation::Free : Relation::Under;
     ScreenDistance distance;
     return findDistance(first, second, 0, &distance) ? relationFrom(distance, first.owner > second.owner)
@@ -166,13 +229,16 @@ private:
     }
     // Where the depths of two faces are the same.
     static WindowLine meeting(const ScreenFace& first, const ScreenFace& second) {
-        const double lead = strokeLead(first, second) - strokeLead(second, first);
+        // Lines are cut where their middle meets the area.
+        const double slope =
+            first.reach > 0.0F ? std::hypot(second.slopeX, second.slopeY) : std::hypot(first.slopeX, first.slopeY);
+        const double lead = first.reach > 0.0F ? -middleReach * slope : second.reach > 0.0F ? middleReach * slope : 0.0;
         const auto depthAtOrigin = [](const ScreenFace& face) {
             return face.depth - face.slopeX * face.corners[0].x - face.slopeY * face.corners[0].y;
         };
         return {(first.slopeX - second.slopeX) * ScreenGrid::stepsPerPixel,
                 (first.slopeY - second.slopeY) * ScreenGrid::stepsPerPixel,
-                depthAtOrigin(first) - depthAtOrigin(second) + lead};
+                depthAtOrigin(first) - depthAtOrigin(second) + lead + offsetBetween(first, second)};
     }
     void cutBy(std::vector<Part>& pieces, const std::vector<Part>& others) {
         for (const Part& other : others) {
@@ -217,52 +283,106 @@ double depthOf(const FeedbackPrimitive& primitive) {
     return std::isfinite(mean) ? mean : 0;
 }
 
-// Numbers so that each pair's first stands before its second; of those that are free to come, the farthest first. Where
-// pairs run in a circle the farthest of them comes first all the same.
-std::vector<std::uint32_t> orderFrom(const std::vector<Pair>& pairs, const std::vector<double>& depths) {
-    const std::size_t count = depths.size();
-    std::vector<std::size_t> begin(count + 1, 0);
-    std::vector<std::uint32_t> waits(count, 0);
-    for (const Pair& pair : pairs) {
-        ++begin[pair.first + 1];
-        ++waits[pair.second];
+// Brings numbers into an order in which each pair's first stands before its second; of those that are free to come, the
+// farthest first. Where pairs run in a circle one of it comes all the same: a stroke, if there is one, since a piece of
+// a line that is missing is seen less than a piece of an area; otherwise the farthest.
+class PairOrder {
+public:
+    PairOrder(const std::vector<Pair>& all, const std::vector<double>& depthOfEach, const std::vector<bool>& stroke)
+        : pairs(all), depths(depthOfEach), isStroke(stroke), begin(depths.size() + 1, 0), waits(depths.size(), 0),
+          taken(depths.size(), false), ready(Nearer{&depths}), stepsLeft(16 * depths.size()) {
+        for (const Pair& pair : pairs) {
+            ++begin[pair.first + 1];
+            ++waits[pair.second];
+        }
+        std::partial_sum(begin.begin(), begin.end(), begin.begin());
     }
-    std::partial_sum(begin.begin(), begin.end(), begin.begin());
-    const auto isNearer = [&](std::uint32_t a, std::uint32_t b) {
-        return depths[a] < depths[b] || (depths[a] == depths[b] && a > b);
+
+    std::vector<std::uint32_t> run() {
+        const std::size_t count = depths.size();
+        std::vector<std::uint32_t> order;
+        order.reserve(count);
+        for (std::uint32_t number = 0; number < count; ++number) {
+            if (waits[number] == 0)
+                ready.push(number);
+        }
+        while (order.size() < count) {
+            if (ready.empty())
+                ready.push(pickFromCircle());
+            const std::uint32_t number = ready.top();
+            ready.pop();
+            if (taken[number])
+                continue;
+            taken[number] = true;
+            order.push_back(number);
+            for (std::size_t i = begin[number]; i < begin[number + 1]; ++i) {
+                if (--waits[pairs[i].second] == 0)
+                    ready.push(pairs[i].second);
+            }
+        }
+        return order;
+    }
+
+private:
+    struct Nearer {
+        const std::vector<double>* depths;
+
+        bool operator()(std::uint32_t a, std::uint32_t b) const {
+            return (*depths)[a] < (*depths)[b] || ((*depths)[a] == (*depths)[b] && a > b);
+        }
     };
-    std::vector<std::uint32_t> farthestFirst(count);
-    std::iota(farthestFirst.begin(), farthestFirst.end(), 0U);
-    std::sort(farthestFirst.begin(), farthestFirst.end(),
-              [&](std::uint32_t a, std::uint32_t b) { return isNearer(b, a); });
-    std::priority_queue<std::uint32_t, std::vector<std::uint32_t>, decltype(isNearer)> ready(isNearer);
-    for (std::uint32_t number = 0; number < count; ++number) {
-        if (waits[number] == 0)
-            ready.push(number);
+
+    void prepareCircles() {
+        farthestFirst.resize(depths.size());
+        std::iota(farthestFirst.begin(), farthestFirst.end(), 0U);
+        std::sort(farthestFirst.begin(), farthestFirst.end(),
+                  [&](std::uint32_t a, std::uint32_t b) { return Nearer{&depths}(b, a); });
+        before.reserve(pairs.size());
+        for (const Pair& pair : pairs)
+            before.emplace_back(pair.second, pair.first);
+        std::sort(before.begin(), before.end());
     }
-    std::vector<bool> taken(count, false);
-    std::vector<std::uint32_t> order;
-    order.reserve(count);
+    // One that has to come before and has not come yet.
+    std::uint32_t blockerOf(std::uint32_t number) const {
+        auto pair = std::lower_bound(before.begin(), before.end(), Pair(number, 0));
+        while (pair != before.end() && pair->first == number && taken[pair->second])
+            ++pair;
+        return pair != before.end() && pair->first == number ? pair->second : number;
+    }
+    std::uint32_t pickFromCircle() {
+        if (farthestFirst.empty())
+            prepareCircles();
+        while (taken[farthestFirst[stuck]])
+            ++stuck;
+        std::uint32_t number = farthestFirst[stuck];
+        // Whoever is followed long enough from blocker to blocker leads into a circle.
+        std::map<std::uint32_t, std::size_t> seen;
+        std::vector<std::uint32_t> way;
+        for (; stepsLeft > 0 && !seen.contains(number); --stepsLeft) {
+            seen[number] = way.size();
+            way.push_back(number);
+            number = blockerOf(number);
+        }
+        if (stepsLeft == 0)
+            return farthestFirst[stuck];
+        const auto circle = way.begin() + static_cast<std::ptrdiff_t>(seen[number]);
+        return *std::max_element(circle, way.end(), [&](std::uint32_t a, std::uint32_t b) {
+            return isStroke[a] != isStroke[b] ? isStroke[b] : Nearer{&depths}(a, b);
+        });
+    }
+
+    const std::vector<Pair>& pairs;
+    const std::vector<double>& depths;
+    const std::vector<bool>& isStroke;
+    std::vector<std::size_t> begin;   // of each number's pairs
+    std::vector<std::uint32_t> waits; // for so many
+    std::vector<bool> taken;
+    std::priority_queue<std::uint32_t, std::vector<std::uint32_t>, Nearer> ready;
+    std::vector<std::uint32_t> farthestFirst;
+    std::vector<Pair> before;
     std::size_t stuck = 0;
-    while (order.size() < count) {
-        if (ready.empty()) {
-            while (taken[farthestFirst[stuck]])
-                ++stuck;
-            ready.push(farthestFirst[stuck]);
-        }
-        const std::uint32_t number = ready.top();
-        ready.pop();
-        if (taken[number])
-            continue;
-        taken[number] = true;
-        order.push_back(number);
-        for (std::size_t i = begin[number]; i < begin[number + 1]; ++i) {
-            if (--waits[pairs[i].second] == 0)
-                ready.push(pairs[i].second);
-        }
-    }
-    return order;
-}
+    std::size_t stepsLeft;
+};
 
 // What still crosses after all cuts is told apart by what lies farther over the other.
 Relation relationOf(const Part& first, const Part& second) {
@@ -344,12 +464,15 @@ bool PaintersOrder::sort(FeedbackPrimitiveList* list, std::vector<std::uint32_t>
     removeDoubles(pairs);
 
     std::vector<double> depths;
-    for (const FeedbackPrimitive* thing : things)
+    std::vector<bool> isStroke;
+    for (const FeedbackPrimitive* thing : things) {
         depths.push_back(depthOf(*thing));
+        isStroke.push_back(thing->type != FeedbackToken::polygon);
+    }
     list->clear();
     if (origins)
         origins->clear();
-    for (const std::uint32_t number : orderFrom(pairs, depths)) {
+    for (const std::uint32_t number : PairOrder(pairs, depths, isStroke).run()) {
         list->push_back(things[number]);
         if (origins)
             origins->push_back(places[number]);

@@ -120,7 +120,7 @@ ScreenOrder ScreenDistance::order() const {
 ScreenDistance distanceOver(const ScreenArea& area, const ScreenFace& first, const ScreenFace& second) {
     ScreenDistance distance;
     distance.noise = first.noise + second.noise;
-    const double lead = strokeLead(first, second) - strokeLead(second, first);
+    const double lead = strokeLead(first, second) - strokeLead(second, first) + offsetBetween(first, second);
     for (int i = 0; i < area.numCorners(); ++i) {
         const ScreenArea::Place place = area.corner(i);
         const double here = first.depthAt(place.x, place.y) - second.depthAt(place.x, place.y) + lead;

@@ -32,12 +32,9 @@ ScreenFace rectangle(const ScreenPoint& low, const ScreenPoint& high, float dept
     return face;
 }
 
-void pushBack(ScreenFace& face, const PolygonShift& shift) {
+double offsetOf(const ScreenFace& face, const PolygonShift& shift) {
     const double steepest = std::max(std::fabs(face.slopeX), std::fabs(face.slopeY)) * ScreenGrid::stepsPerPixel;
-    const double by = shift.slopes * steepest + shift.steps * depthStep;
-    face.depth += by;
-    face.lowDepth = std::nextafterf(static_cast<float>(face.lowDepth + by), -HUGE_VALF);
-    face.highDepth = std::nextafterf(static_cast<float>(face.highDepth + by), HUGE_VALF);
+    return shift.slopes * steepest + shift.steps * depthStep;
 }
 
 // A triangle too thin for the grid stands for a place about it that may show a hairline, as near as its nearest corner.
@@ -212,8 +209,10 @@ bool addScreenFaces(const FeedbackPrimitive& primitive, std::uint32_t owner, con
         for (std::size_t i = 1; i + 1 < vertices.size(); ++i) {
             ScreenFace face = triangle(vertices[0], vertices[i], vertices[i + 1]);
             face.covers = opaque && face.count == 3;
-            if (primitive.offset)
-                pushBack(face, shift);
+            if (primitive.offset) {
+                face.isOffset = true;
+                face.offset = offsetOf(face, shift);
+            }
             faces.push_back(face);
         }
     }
@@ -225,7 +224,15 @@ bool addScreenFaces(const FeedbackPrimitive& primitive, std::uint32_t owner, con
     return faces.size() > first;
 }
 
+double offsetBetween(const ScreenFace& first, const ScreenFace& second) {
+    return first.isOffset == second.isOffset ? 0.0 : first.offset - second.offset;
+}
+
 double strokeLead(const ScreenFace& front, const ScreenFace& behind) {
     return behind.reach > 0.0F ? behind.reach * std::hypot(front.slopeX, front.slopeY) + ScreenGrid::depthNoise * 16.0
                                : 0.0;
+}
+
+double handicap(const ScreenFace& front, const ScreenFace& behind) {
+    return strokeLead(front, behind) + offsetBetween(front, behind);
 }

@@ -69,6 +69,8 @@ struct ScreenFace {
     // How far beside its middle line a stroke reaches, in grid steps; 0 for areas. A stroke lies over the surface that
     // it belongs to although that surface may come nearer to the eye beside the stroke's middle.
     float reach = 0;
+    bool isOffset = false;
+    double offset = 0; // how far behind its depth it lies, against what was drawn without polygon offset
     float lowDepth = 0;
     float highDepth = 0;
     double depth = 0; // at corners[0]
@@ -99,9 +101,16 @@ struct ScreenFace {
 bool addScreenFaces(const FeedbackPrimitive& primitive, std::uint32_t owner, const PolygonShift& shift,
                     std::vector<ScreenFace>& faces);
 
-// How much nearer a face is than what it may hide counts as in front: its depth less than that of the stroke or the
-// area behind it by at least this. 0 for areas; for strokes as much as the surface may come nearer over the stroke's
-// width where it curves towards its outline like a ball.
+// What the depth of the first face counts as more when it is compared with that of the second, because one of them was
+// drawn with polygon offset. Between two that were, the offset says nothing: it is there to let lines win.
+double offsetBetween(const ScreenFace& first, const ScreenFace& second);
+
+// How much nearer than the stroke behind it a face has to be to lie in front of it: as much as the surface that the
+// stroke belongs to may come nearer over the stroke's width, where it curves away from its outline like a ball. 0 for
+// areas behind.
 double strokeLead(const ScreenFace& front, const ScreenFace& behind);
+
+// Both: what is added to the depth of a face before it is compared with that of what it may hide.
+double handicap(const ScreenFace& front, const ScreenFace& behind);
 
 #endif

@@ -49,7 +49,7 @@ void ScreenTree::leaveOutHidden(const Square& square, std::size_t first, Visitor
         return;
     const auto isBehind = [&](std::uint32_t number) {
         const ScreenFace& face = faces[number];
-        const double limit = farthest + cover->noise + face.noise + strokeLead(*cover, face);
+        const double limit = farthest + cover->noise + face.noise + handicap(*cover, face);
         if (face.highDepth <= limit || face.lowestOver(square.corner, square.size) <= limit)
             return false;
         visitor.takeHidden(number, coverNumber);

@@ -248,17 +248,21 @@ void KivCartoonPainter::drawColored(const KivCartoonBatch& batch, const KivCarto
     const KivCartoonSteps shine = alone || shines ? kivHighlightSteps(colors) : KivCartoonSteps();
     KivAreaCutter cutter(light, shine);
     KivFlatAreas areas;
+    // Drivers add the offset to the depths that a page records, a slope of the surface for each pixel: thin areas that
+    // are seen from the side would fall behind all others. On a page lines win without it.
+    const bool wasOffset = glIsEnabled(GL_POLYGON_OFFSET_FILL) == GL_TRUE;
+    glDisable(GL_POLYGON_OFFSET_FILL);
     glDisable(GL_TEXTURE_1D);
     glDisable(GL_TEXTURE_2D);
     glEnableClientState(GL_VERTEX_ARRAY);
     glEnableClientState(GL_COLOR_ARRAY);
     glDisableClientState(GL_NORMAL_ARRAY);
     glDisableClientState(GL_TEXTURE_COORD_ARRAY);
-    withOffsets(batch, [&](const std::vector<std::uint32_t>& indices) {
+    for (const std::vector<std::uint32_t>* indices : {&batch.front, &batch.back}) {
         areas.clear();
-        for (std::size_t i = 0; i + 2 < indices.size(); i += 3) {
-            const KivCartoonVertex* corners[3] = {&batch.vertices[indices[i]], &batch.vertices[indices[i + 1]],
-                                                  &batch.vertices[indices[i + 2]]};
+        for (std::size_t i = 0; i + 2 < indices->size(); i += 3) {
+            const KivCartoonVertex* corners[3] = {&batch.vertices[(*indices)[i]], &batch.vertices[(*indices)[i + 1]],
+                                                  &batch.vertices[(*indices)[i + 2]]};
             if (alone) {
                 cutter.cutHighlight(corners, areas);
             } else {
@@ -270,7 +274,10 @@ void KivCartoonPainter::drawColored(const KivCartoonBatch& batch, const KivCarto
             glColorPointer(4, GL_UNSIGNED_BYTE, 0, areas.colors.data());
             glDrawArrays(GL_TRIANGLES, 0, static_cast<GLsizei>(areas.corners.size()));
         }
-    });
+    }
+    if (wasOffset) {
+        glEnable(GL_POLYGON_OFFSET_FILL);
+    }
     glDisableClientState(GL_COLOR_ARRAY);
     glDisableClientState(GL_VERTEX_ARRAY);
 }

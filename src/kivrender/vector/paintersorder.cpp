@@ -135,6 +135,11 @@ Relation relationOf(const ScreenFace& first, const ScreenFace& second) {
                                                      : Relation::Free;
 }
 
+void removeDoubles(std::vector<Pair>& pairs) {
+    std::sort(pairs.begin(), pairs.end());
+    pairs.erase(std::unique(pairs.begin(), pairs.end()), pairs.end());
+}
+
 // Gathers what lies over what. A pair comes up once for each square that it meets in.
 class OverlapVisitor : public ScreenTree::Visitor {
 public:
@@ -151,6 +156,10 @@ public:
         for (std::size_t i = 0; i < numbers.size(); ++i) {
             for (std::size_t k = i + 1; k < numbers.size(); ++k)
                 take(faces[numbers[i]], faces[numbers[k]]);
+        }
+        if (ordered.size() > 2 * known + 65536) {
+            removeDoubles(ordered);
+            known = ordered.size();
         }
     }
 
@@ -171,12 +180,8 @@ private:
     }
 
     const std::vector<ScreenFace>& faces;
+    std::size_t known = 0;
 };
-
-void removeDoubles(std::vector<Pair>& pairs) {
-    std::sort(pairs.begin(), pairs.end());
-    pairs.erase(std::unique(pairs.begin(), pairs.end()), pairs.end());
-}
 
 // One thing to paint: a primitive of the list, or a part of one.
 struct Part {

@@ -59,6 +59,26 @@ void ScreenTree::leaveOutHidden(const Square& square, std::size_t first, Visitor
     numbers.erase(std::remove_if(begin, numbers.end(), isBehind), numbers.end());
 }
 
+ScreenTree::Square ScreenTree::quarterOf(const Square& square, int number) {
+    const std::int32_t half = square.size / 2;
+    return {{square.corner.x + (number & 1) * half, square.corner.y + (number >> 1) * half}, half};
+}
+
+bool ScreenTree::paysToDivide(const Square& square, std::size_t first) const {
+    const std::size_t count = numbers.size() - first;
+    if (count <= fewFaces || square.size <= smallest || budget < count)
+        return false;
+    if (count > manyFaces)
+        return true;
+    std::size_t inParts = 0;
+    for (int quarter = 0; quarter < 4; ++quarter) {
+        const Square part = quarterOf(square, quarter);
+        for (const std::uint32_t number : numbersFrom(first))
+            inParts += faces[number].meets(part.corner, part.size) ? 1U : 0U;
+    }
+    return 2 * inParts < 5 * count;
+}
+
 // The faces of the square are the numbers from first on; they are gone afterwards.
 bool ScreenTree::walk(const Square& square, std::size_t first, Visitor& visitor) {
     if (poll++ % 256 == 0 && kivIsCancelled())
@@ -69,15 +89,14 @@ bool ScreenTree::walk(const Square& square, std::size_t first, Visitor& visitor)
     if (count < 2 || !visitor.wants(numbersFrom(first))) {
         if (count == 1)
             visitor.takeSquare(square, numbersFrom(first));
-    } else if (count <= fewFaces || square.size <= smallest || budget < count) {
+    } else if (!paysToDivide(square, first)) {
         visitor.takeSquare(square, numbersFrom(first));
     } else {
         budget -= count;
-        const std::int32_t half = square.size / 2;
         for (int quarter = 0; quarter < 4; ++quarter) {
-            const Square part{{square.corner.x + (quarter & 1) * half, square.corner.y + (quarter >> 1) * half}, half};
+            const Square part = quarterOf(square, quarter);
             for (std::size_t i = first; i < last; ++i) {
-                if (faces[numbers[i]].meets(part.corner, half))
+                if (faces[numbers[i]].meets(part.corner, part.size))
                     numbers.push_back(numbers[i]);
             }
             if (!walk(part, last, visitor))

@@ -44,11 +44,15 @@ public:
 
 private:
     static constexpr std::size_t fewFaces = 32;
+    // So many are taken as they are where division brings little: where most of them meet in each part.
+    static constexpr std::size_t manyFaces = 160;
     // A 256th of a pixel.
     static constexpr std::int32_t smallest = 16;
 
     bool walk(const Square& square, std::size_t first, Visitor& visitor);
+    bool paysToDivide(const Square& square, std::size_t first) const;
     void leaveOutHidden(const Square& square, std::size_t first, Visitor& visitor);
+    static Square quarterOf(const Square& square, int number);
     Numbers numbersFrom(std::size_t first) const {
         return Numbers(numbers).subspan(first);
     }

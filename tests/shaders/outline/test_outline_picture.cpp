@@ -2,6 +2,8 @@
 #include "kivoutlinesettings.h"
 #include "kivrender/scene/kivline.h"
 #include "kivrender/scene/kivpolyline.h"
+#include "kivrender/vector/gl2pspage.h"
+#include "support/temphome.h"
 
 #include <algorithm>
 
@@ -398,6 +400,43 @@ TEST_F(OutlinePicture, GivesTheVisibleLinesToAVectorPage) {
         }
     }
     EXPECT_NEAR(length, expected, expected * 0.02);
+}
+
+TEST_F(OutlinePicture, LinesAndPointsOfAVectorPageHaveTheirWidth) {
+    addMesh(cubeSurface());
+    KivLine line(Kiv3DPoint(-1.5, -1.5, 1.5), Kiv3DPoint(1.5, -1.5, 1.5));
+    scene.addLine(line);
+    Kiv3DPoint point(0.0, 0.0, 1.8);
+    scene.addPoint(point);
+    open(200);
+    look({3.0, 2.2, 4.0}, 2.2, false);
+    settings.setVectorial(true);
+    choose(shaders.outline(), {{"SilhouetteWidth", "3.5"}, {"CreaseWidth", "1.25"}, {"LineWidth", "2"}});
+    TempFolder folder;
+    ASSERT_EQ(gl2psBeginPageW("", "", nullptr, GL2PS_SVG, GL2PS_SIMPLE_SORT, GL2PS_USE_CURRENT_VIEWPORT, GL_RGBA, 0,
+                              nullptr, 0, 0, 0, 1 << 20, folder.wide("page").c_str()),
+              GL2PS_SUCCESS);
+    draw(shaders.outline());
+    ASSERT_EQ(gl2psEndPage(
+                  nullptr, [] {}, [] { return false; }, nullptr),
+              GL2PS_SUCCESS);
+    const std::string svg = folder.read("page");
+    const auto count = [&svg](const std::string& text) {
+        int found = 0;
+        for (std::size_t at = svg.find(text); at != std::string::npos; at = svg.find(text, at + 1)) {
+            ++found;
+        }
+        return found;
+    };
+    EXPECT_GE(count("stroke-width=\"3.5\""), 6);
+    EXPECT_GE(count("stroke-width=\"1.25\""), 3);
+    EXPECT_GE(count("stroke-width=\"2\""), 1);
+    EXPECT_EQ(count("stroke-linecap=\"round\""), count("<polyline"));
+    EXPECT_EQ(count("<circle"), 1) << "a point";
+    EXPECT_EQ(count(" r=\"2\""), 1) << "of the same diameter as in a raster picture: twice the width";
+    GLfloat width = 0.0F;
+    glGetFloatv(GL_LINE_WIDTH, &width);
+    EXPECT_EQ(width, 1.0F);
 }
 
 TEST_F(OutlinePicture, SurvivesAnEmptySceneAndStrayGeometry) {

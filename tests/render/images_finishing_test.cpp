@@ -3,8 +3,11 @@
 #include "kivrender/platform/kivwholefile.h"
 #include "kivrender/scene/kivmesh.h"
 #include "kivrender/scene/kivscene.h"
+#include "kivrender/vector/gl2pspage.h"
 
 #include <GL/gl.h>
+
+#include <gmock/gmock.h>
 
 #include <filesystem>
 
@@ -261,6 +264,33 @@ TEST_F(PictureTest, AMeshThatOnlyASketchNeedsGoesIntoTheDepthAlone) {
     EXPECT_TRUE(mask[0] && mask[1] && mask[2] && mask[3]);
     EXPECT_EQ(drawnBounds(*finish(surface)), (std::vector<int>{64, 64, 0, 0}));
     EXPECT_EQ(sketch.asked, 1);
+}
+
+// On a page such a mesh is an area in the background's colour, which covers what lies behind it.
+TEST_F(PictureTest, OnAVectorPageAMeshThatOnlyASketchNeedsCoversInTheColourOfTheBackground) {
+    SketchShader sketch;
+    KivTestAccess::setOnlyShader(&sketch);
+    KivScene scene;
+    scene.addMesh(triangle());
+    KivCommonSettings settings;
+    settings.setVectorial(true);
+    settings.setBackgroundColor(0x804020);
+    KivShaderCommunication channel;
+    KivBitmapManager surface;
+    ASSERT_TRUE(startDrawing(surface, {64, 64}));
+    glEnable(GL_LIGHTING);
+    ASSERT_EQ(gl2psBeginPageW("title", "producer", nullptr, GL2PS_SVG, GL2PS_SIMPLE_SORT, GL2PS_USE_CURRENT_VIEWPORT,
+                              GL_RGBA, 0, nullptr, 0, 0, 0, 1 << 16, folder.wide("a.svg").c_str()),
+              GL2PS_SUCCESS);
+    KivTestAccess::fillDepthForLines(renderer, &scene, settings, channel);
+    EXPECT_FALSE(glIsEnabled(GL_LIGHTING));
+    static int recorded;
+    ASSERT_EQ(gl2psEndPage(
+                  nullptr, [] {}, [] { return false; }, [](int primitives) { recorded = primitives; }),
+              GL2PS_SUCCESS);
+    EXPECT_EQ(recorded, 1);
+    EXPECT_THAT(folder.read("a.svg"), testing::HasSubstr("#204080"));
+    finish(surface);
 }
 
 TEST_F(PictureTest, MeshesThatAShaderPaintsAreNotAskedFor) {

@@ -1,0 +1,303 @@
+// Drawings as foreign viewers show them, held against the picture of the same view.
+//
+// The method: one command of the program writes the picture at antialias 2 and the drawings. A viewer (librsvg for SVG,
+// Poppler for PDF and AI, Ghostscript for EPS and PS) paints a drawing four times as large, and each 4 by 4 pixels
+// become their mean, as they do for the picture. Both are compared by structural similarity (support/similarity.h).
+#include "programtest.h"
+#include "support/similarity.h"
+
+#include <array>
+#include <cmath>
+#include <cstdint>
+#include <cstdio>
+#include <functional>
+#include <numbers>
+
+#include <fcntl.h>
+#include <png.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+constexpr int width = 480;
+constexpr int height = 360;
+constexpr int times = 4;
+
+// The exit status; what it says goes to the test's own error stream.
+int runTool(std::vector<std::string> words) {
+    const pid_t child = fork();
+    if (child == 0) {
+        std::vector<char*> arguments;
+        for (std::string& word : words) {
+            arguments.push_back(word.data());
+        }
+        arguments.push_back(nullptr);
+        dup2(STDERR_FILENO, STDOUT_FILENO);
+        execvp(arguments[0], arguments.data());
+        std::perror(arguments[0]);
+        _exit(127);
+    }
+    int state = 0;
+    waitpid(child, &state, 0);
+    return WIFEXITED(state) ? WEXITSTATUS(state) : -1;
+}
+
+struct Rgb {
+    int width = 0;
+    int height = 0;
+    std::vector<std::uint8_t> bytes;
+};
+
+Rgb readPng(const std::string& path) {
+    Rgb picture;
+    png_image image = {};
+    image.version = PNG_IMAGE_VERSION;
+    if (png_image_begin_read_from_file(&image, path.c_str()) == 0) {
+        return picture;
+    }
+    image.format = PNG_FORMAT_RGB;
+    picture.bytes.resize(PNG_IMAGE_SIZE(image));
+    const png_color white = {255, 255, 255};
+    if (png_image_finish_read(&image, &white, picture.bytes.data(), 0, nullptr) != 0) {
+        picture.width = static_cast<int>(image.width);
+        picture.height = static_cast<int>(image.height);
+    }
+    return picture;
+}
+
+// The mean of each square of pixels.
+Rgb reduced(const Rgb& large) {
+    Rgb small{large.width / times, large.height / times, {}};
+    for (int y = 0; y < small.height; ++y) {
+        for (int x = 0; x < small.width; ++x) {
+            for (int part = 0; part < 3; ++part) {
+                int sum = 0;
+                for (int i = 0; i < times * times; ++i) {
+                    const int row = y * times + i / times;
+                    const int column = x * times + i % times;
+                    sum += large.bytes[3 * (static_cast<std::size_t>(row) * large.width + column) + part];
+                }
+                small.bytes.push_back(static_cast<std::uint8_t>((sum + times * times / 2) / (times * times)));
+            }
+        }
+    }
+    return small;
+}
+
+// A drawing as its viewer shows it at the size of the picture.
+Rgb shown(const ProgramFolder& folder, const std::string& ending) {
+    const std::string file = folder.path("a." + ending);
+    const std::string png = folder.path(ending + ".png");
+    const std::string w = std::to_string(width * times);
+    const std::string h = std::to_string(height * times);
+    int status = -1;
+    if (ending == "svg") {
+        status = runTool({"rsvg-convert", "-w", w, "-h", h, "-o", png, file});
+    } else if (ending == "pdf" || ending == "ai") {
+        status = runTool(
+            {"pdftocairo", "-png", "-singlefile", "-scale-to-x", w, "-scale-to-y", h, file, folder.path(ending)});
+    } else {
+        status = runTool({"gs", "-q", "-dSAFER", "-dBATCH", "-dNOPAUSE", "-dEPSCrop", "-sDEVICE=png16m",
+                          "-r" + std::to_string(72 * times), "-sOutputFile=" + png, file});
+    }
+    EXPECT_EQ(status, 0) << "the viewer of ." << ending << " (see scripts/packages.txt)";
+    return reduced(readPng(png));
+}
+
+// Writes models as Wavefront files, each part in a colour of its own.
+class ModelWriter {
+public:
+    explicit ModelWriter(const ProgramFolder& target) : folder(target) {}
+
+    // A grid of rows by columns points, closed where it returns to its beginning.
+    void addGrid(const std::string& colour, int rows, int columns,
+                 const std::function<std::array<double, 3>(double, double)>& at) {
+        begin(colour);
+        const int first = points + 1;
+        for (int r = 0; r <= rows; ++r) {
+            for (int c = 0; c <= columns; ++c) {
+                const std::array<double, 3> p = at(static_cast<double>(r) / rows, static_cast<double>(c) / columns);
+                addPoint(p[0], p[1], p[2]);
+            }
+        }
+        for (int r = 0; r < rows; ++r) {
+            for (int c = 0; c < columns; ++c) {
+                const int a = first + r * (columns + 1) + c;
+                const int b = a + columns + 1;
+                obj += "f " + std::to_string(a) + " " + std::to_string(b) + " " + std::to_string(b + 1) + " " +
+                       std::to_string(a + 1) + "\n";
+            }
+        }
+    }
+    void addBall(const std::string& colour, double x, double y, double z, double radius) {
+        addGrid(colour, 24, 48, [=](double v, double u) {
+            const double tilt = std::numbers::pi * v;
+            const double turn = 2 * std::numbers::pi * u;
+            return std::array{x + radius * std::sin(tilt) * std::sin(turn), y + radius * std::cos(tilt),
+                              z + radius * std::sin(tilt) * std::cos(turn)};
+        });
+    }
+    void addBox(const std::string& colour, double x, double y, double z, double a, double b, double c) {
+        begin(colour);
+        const int first = points;
+        for (int i = 0; i < 8; ++i) {
+            addPoint(x + ((i & 1) != 0 ? a : -a), y + ((i & 2) != 0 ? b : -b), z + ((i & 4) != 0 ? c : -c));
+        }
+        for (const std::array<int, 4>& face :
+             {std::array{1, 3, 4, 2}, std::array{5, 6, 8, 7}, std::array{1, 2, 6, 5}, std::array{3, 7, 8, 4},
+              std::array{1, 5, 7, 3}, std::array{2, 4, 8, 6}}) {
+            obj += "f";
+            for (const int corner : face) {
+                obj += " " + std::to_string(first + corner);
+            }
+            obj += "\n";
+        }
+    }
+    std::string write() const {
+        folder.write("a.mtl", mtl);
+        return folder.write("a.obj", "mtllib a.mtl\n" + obj);
+    }
+
+private:
+    void begin(const std::string& colour) {
+        ++parts;
+        mtl += "newmtl m" + std::to_string(parts) + "\nKd " + colour + "\n";
+        obj += "o p" + std::to_string(parts) + "\nusemtl m" + std::to_string(parts) + "\n";
+    }
+    void addPoint(double x, double y, double z) {
+        obj += "v " + std::to_string(x) + " " + std::to_string(y) + " " + std::to_string(z) + "\n";
+        ++points;
+    }
+
+    const ProgramFolder& folder;
+    std::string mtl;
+    std::string obj;
+    int parts = 0;
+    int points = 0;
+};
+
+void writeBalls(ModelWriter& model) {
+    model.addBox("0.6 0.55 0.5", 0, -1.2, 0, 3, 0.2, 3);
+    model.addBall("0.8 0.2 0.2", -1.2, 0, 0.8, 1.0);
+    model.addBall("0.2 0.5 0.8", 0.9, -0.1, 1.2, 0.9);
+    model.addBall("0.9 0.7 0.2", 0.2, 0.4, -1.0, 1.4);
+}
+
+// A tube that winds over and under itself.
+void writeKnot(ModelWriter& model) {
+    model.addGrid("0.2 0.6 0.5", 240, 24, [](double v, double u) {
+        const auto centre = [](double t) {
+            const double r = 2.0 + std::cos(3.0 * t);
+            return std::array{r * std::cos(2.0 * t), r * std::sin(2.0 * t), std::sin(3.0 * t)};
+        };
+        const double t = 2 * std::numbers::pi * v;
+        const std::array<double, 3> c = centre(t);
+        const std::array<double, 3> d = centre(t + 1e-4);
+        std::array<double, 3> along = {d[0] - c[0], d[1] - c[1], d[2] - c[2]};
+        const double length = std::hypot(along[0], along[1], along[2]);
+        for (double& part : along) {
+            part /= length;
+        }
+        // Across: away from the z axis, and what is upright on both.
+        std::array<double, 3> side = {along[1], -along[0], 0.0};
+        const double flat = std::hypot(side[0], side[1]);
+        side = {side[0] / flat, side[1] / flat, 0.0};
+        const std::array<double, 3> up = {along[1] * side[2] - along[2] * side[1],
+                                          along[2] * side[0] - along[0] * side[2],
+                                          along[0] * side[1] - along[1] * side[0]};
+        const double turn = -2 * std::numbers::pi * u;
+        std::array<double, 3> point{};
+        for (int i = 0; i < 3; ++i) {
+            point[i] = c[i] + 0.5 * (std::cos(turn) * side[i] + std::sin(turn) * up[i]);
+        }
+        return point;
+    });
+}
+
+// Boxes that run through one another.
+void writeCross(ModelWriter& model) {
+    model.addBox("0.8 0.3 0.2", 0, 0, 0, 2.0, 0.5, 0.5);
+    model.addBox("0.3 0.6 0.3", 0.2, 0.1, 0.1, 0.6, 1.7, 0.6);
+    model.addBox("0.3 0.4 0.8", -0.2, 0.05, -0.05, 0.4, 0.4, 2.2);
+    model.addBox("0.8 0.7 0.3", 0.9, 0.7, 0.8, 0.7, 0.3, 0.7);
+}
+
+void writeHills(ModelWriter& model) {
+    model.addGrid("0.5 0.7 0.35", 90, 90, [](double v, double u) {
+        const double x = 8 * u - 4;
+        const double z = 8 * v - 4;
+        return std::array{x, 0.8 * std::sin(1.3 * x) * std::cos(1.1 * z) + 0.3 * std::sin(2.1 * z + x), z};
+    });
+}
+
+// Open at the top, so that its inside shows.
+void writeVase(ModelWriter& model) {
+    model.addGrid("0.75 0.45 0.35", 60, 72, [](double v, double u) {
+        const double radius = 0.75 + 0.35 * std::sin(5.0 * v + 0.4) - 0.25 * v;
+        const double turn = -2 * std::numbers::pi * u;
+        return std::array{radius * std::cos(turn), 3.0 * v - 1.5, radius * std::sin(turn)};
+    });
+}
+
+struct SceneCase {
+    const char* name;
+    void (*write)(ModelWriter&); // null for the built-in scene
+};
+
+class Drawing : public testing::TestWithParam<SceneCase> {
+protected:
+    // Renders the picture and the drawings of one view, and compares each with the picture.
+    void compare(const std::vector<std::string>& look, const std::vector<std::string>& endings, double limit) {
+        const ProgramFolder folder;
+        std::vector<std::string> words = {std::string(SELVARIN_BIN_DIR) + "/selvarin", "render"};
+        if (GetParam().write != nullptr) {
+            ModelWriter model(folder);
+            GetParam().write(model);
+            words.push_back(model.write());
+        } else {
+            words.emplace_back("--demo");
+        }
+        words.insert(words.end(), {"-o", folder.path("a.png"), "-s",
+                                   std::to_string(width) + "x" + std::to_string(height), "-a", "2", "-q"});
+        for (const std::string& ending : endings) {
+            words.insert(words.end(), {"-o", folder.path("a." + ending)});
+        }
+        words.insert(words.end(), look.begin(), look.end());
+        ASSERT_EQ(runTool(words), 0);
+        const Rgb picture = readPng(folder.path("a.png"));
+        ASSERT_EQ(picture.width, width);
+        const Luminance expected = luminanceOf(picture.bytes, picture.width, picture.height);
+        for (const std::string& ending : endings) {
+            const Rgb drawing = shown(folder, ending);
+            ASSERT_EQ(drawing.width, width) << ending;
+            ASSERT_EQ(drawing.height, height) << ending;
+            const Similarity found = similarityOf(expected, luminanceOf(drawing.bytes, width, height));
+            EXPECT_GE(found.mean, limit) << ending;
+            RecordProperty(ending, std::to_string(found.mean));
+            std::printf("%s %s: %.4f\n", GetParam().name, ending.c_str(), found.mean);
+        }
+    }
+};
+
+TEST_P(Drawing, AreasLookLikeThePicture) {
+    compare({"--base", "Cartoon", "--add", "none"}, {"svg", "pdf", "eps"}, 0.95);
+}
+
+TEST_P(Drawing, AreasAndLinesLookLikeThePicture) {
+    compare({"--base", "Cartoon", "--add", "Outline"}, {"svg", "pdf", "eps"}, 0.93);
+}
+
+TEST_P(Drawing, SimplifiedItStillLooksLikeThePicture) {
+    compare({"--base", "Cartoon", "--add", "Outline", "--simplify"}, {"svg", "ai", "ps"}, 0.93);
+}
+
+INSTANTIATE_TEST_SUITE_P(Scenes, Drawing,
+                         testing::Values(SceneCase{"Demo", nullptr}, SceneCase{"Balls", writeBalls},
+                                         SceneCase{"Knot", writeKnot}, SceneCase{"Cross", writeCross},
+                                         SceneCase{"Hills", writeHills}, SceneCase{"Vase", writeVase}),
+                         [](const testing::TestParamInfo<SceneCase>& scene) { return scene.param.name; });
+
+} // namespace

@@ -6,9 +6,9 @@
 
 #include <string>
 
-// Compresses the streams of a PDF file in place; the same file gives the same bytes. A file that is not understood
-// stays as it is, and that is no failure. False with the last error set if the new file could not be written; then the
-// old one is there.
-KIV_API bool kivCompressPdf(const std::wstring& path);
+// Turns areas of one colour that gl2ps has printed as a shading into paths, and compresses the streams, in place; the
+// same file gives the same bytes. A file that is not understood stays as it is, and that is no failure. False with the
+// last error set if the new file could not be written; then the old one is there.
+KIV_API bool kivFinishPdf(const std::wstring& path);
 
 #endif

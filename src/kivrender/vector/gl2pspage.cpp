@@ -348,7 +348,7 @@ GLint gl2psEndPage(float* (*simplify)(float*, int*), void (*tick)(), bool (*isCa
         break;
     }
     ticks.finish();
-    return page->isPdf && !kivCompressPdf(page->name) ? GL2PS_ERROR : GL2PS_SUCCESS;
+    return page->isPdf && !kivFinishPdf(page->name) ? GL2PS_ERROR : GL2PS_SUCCESS;
 }
 
 void gl2psDiscardPage() {

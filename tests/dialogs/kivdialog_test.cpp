@@ -41,6 +41,42 @@ TEST(KivDialog, HasTheWindowOfItsTemplate) {
     EXPECT_FALSE(toolkit.windows[2]->exists) << "the window goes with its dialog";
 }
 
+// Writes down what it is told.
+class ListeningDialog : public KivDialog {
+public:
+    using KivDialog::KivDialog;
+    std::vector<KivControlEvent> events;
+
+protected:
+    void onControl(const KivControlEvent& event) override {
+        events.push_back(event);
+    }
+};
+
+TEST(KivDialog, HearsWhatHappensToItsControls) {
+    RecordingToolkit toolkit;
+    ListeningDialog dialog(1U);
+    dialog.Create(1, nullptr);
+    WindowRecord& user = *toolkit.windows[0];
+    dialog.getWindow()->insertItem(5, -1, L"a", -1);
+    dialog.getWindow()->setCheckable(5);
+    EXPECT_TRUE(user.type(3, L"text"));
+    EXPECT_TRUE(user.toggle(5, 0));
+    ASSERT_EQ(dialog.events.size(), 3U);
+    EXPECT_EQ(dialog.events[0].change, KivControlChange::focused);
+    EXPECT_EQ(dialog.events[1].change, KivControlChange::edited);
+    EXPECT_EQ(dialog.events[1].control, 3);
+    EXPECT_EQ(dialog.events[2].change, KivControlChange::checkToggle);
+    EXPECT_EQ(dialog.events[2].item, 0);
+    EXPECT_TRUE(dialog.getWindow()->isItemChecked(5, 0));
+    dialog.getWindow()->enableControl(3, false);
+    EXPECT_FALSE(user.type(3, L"more")) << "a disabled control takes nothing";
+    EXPECT_EQ(dialog.events.size(), 3U);
+    dialog.DestroyWindow();
+    user.tell(3, KivControlChange::clicked);
+    EXPECT_EQ(dialog.events.size(), 3U) << "a window that is gone tells nothing";
+}
+
 TEST(KivDialog, KnowsItsParentAndTheModuleOfItsTemplates) {
     RecordingToolkit toolkit;
     KivDialog owner(1U);

@@ -5,17 +5,131 @@
 #include "kivrender/platform/kivtoolkit.h"
 #include "kivrender/platform/kivwindow.h"
 
+#include <algorithm>
+#include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
-// What happened to a window, also after its end.
+// What happened to a window, also after its end, and what its user does. Controls come to be when they are first
+// touched; a call for a tree, a combo box or a row of tabs finds a list of items.
 struct WindowRecord {
+    struct Item {
+        std::wstring text;
+        int image = -1;
+        bool checked = false;
+        bool bold = false;
+    };
+    struct Control {
+        std::wstring text;
+        bool enabled = true;
+        bool visible = true;
+        bool checkable = false;
+        int check = 0;
+        int selection = -1;
+        std::vector<Item> items;
+        std::vector<unsigned int> images;
+        unsigned int icon = 0;
+        HBITMAP picture = nullptr;
+        std::uint32_t fill = 0;
+        bool link = false;
+        std::uint32_t linkColor = 0;
+        std::wstring toolTip;
+        KivWindow* page = nullptr;
+    };
+    struct Received {
+        unsigned int message = 0;
+        std::uintptr_t wParam = 0;
+        std::intptr_t lParam = 0;
+    };
+
     bool exists = false;
+    bool visible = false;
+    bool enabled = true;
     bool caption = true;
     int redraws = 0;
-    std::map<int, std::wstring> texts;
+    int beeps = 0;
+    int focus = 0; // the control that has the keyboard
+    std::wstring title;
+    std::map<int, Control> controls;
+    std::map<int, RECT> rectangles;
+    std::vector<std::vector<int>> groups; // of radio buttons
+    std::vector<Received> received;
+    std::function<void(const KivControlEvent&)> listener;
+    std::function<int()> modal; // what the user does in a modal window, and its result
+    int modalResult = 0;
+
+    const Control& at(int control) const {
+        static const Control none;
+        const auto found = controls.find(control);
+        return found != controls.end() ? found->second : none;
+    }
+
+    // --- the user ---
+
+    void tell(int control, KivControlChange change, int item = -1) {
+        if (listener) {
+            listener({control, change, item});
+        }
+    }
+    // Nothing that is disabled can be worked. Each of these returns whether the control took it.
+    bool click(int control) {
+        if (!at(control).enabled) {
+            return false;
+        }
+        tell(control, KivControlChange::clicked);
+        return true;
+    }
+    // A check box of two states, or one that leaves the third by hand.
+    bool clickCheck(int control) {
+        if (!at(control).enabled) {
+            return false;
+        }
+        controls[control].check = at(control).check == 1 ? 0 : 1;
+        tell(control, KivControlChange::clicked);
+        return true;
+    }
+    bool choose(int control, int item) {
+        if (!at(control).enabled || item >= static_cast<int>(at(control).items.size())) {
+            return false;
+        }
+        controls[control].selection = item;
+        tell(control, KivControlChange::selected);
+        return true;
+    }
+    bool toggle(int control, int item) {
+        if (!at(control).enabled || item >= static_cast<int>(at(control).items.size())) {
+            return false;
+        }
+        tell(control, KivControlChange::checkToggle, item);
+        Item& flipped = controls[control].items[static_cast<std::size_t>(item)];
+        flipped.checked = !flipped.checked;
+        return true;
+    }
+    bool focusOn(int control) {
+        const int former = focus;
+        if (former == control || !at(control).enabled) {
+            return false;
+        }
+        focus = control;
+        if (former != 0) {
+            tell(former, KivControlChange::left);
+        }
+        tell(control, KivControlChange::focused);
+        return true;
+    }
+    bool type(int control, const std::wstring& text) {
+        if (!at(control).enabled) {
+            return false;
+        }
+        focusOn(control);
+        controls[control].text = text;
+        tell(control, KivControlChange::edited);
+        return true;
+    }
 };
 
 class RecordingWindow : public KivWindow {
@@ -25,26 +139,168 @@ public:
     }
     ~RecordingWindow() override {
         record->exists = false;
+        record->listener = nullptr;
     }
-    void show(bool) override {}
-    void enable(bool) override {}
+    void show(bool visible) override {
+        record->visible = visible;
+    }
+    void enable(bool enabled) override {
+        record->enabled = enabled;
+    }
     void setCaption(bool caption) override {
         record->caption = caption;
     }
     void redraw() override {
         ++record->redraws;
     }
+    std::wstring getTitle() const override {
+        return record->title;
+    }
+    void setListener(std::function<void(const KivControlEvent&)> listener) override {
+        record->listener = std::move(listener);
+    }
+    int runModal() override {
+        record->modalResult = 0;
+        const int result = record->modal ? record->modal() : 0;
+        return record->modalResult != 0 ? record->modalResult : result;
+    }
+    void endModal(int result) override {
+        record->modalResult = result;
+    }
+    void receive(unsigned int message, std::uintptr_t wParam, std::intptr_t lParam) override {
+        record->received.push_back({message, wParam, lParam});
+    }
+
+    std::vector<int> getControls() const override {
+        std::vector<int> all;
+        for (const auto& control : record->controls) {
+            all.push_back(control.first);
+        }
+        return all;
+    }
     std::wstring getText(int control) const override {
-        const auto found = record->texts.find(control);
-        return found != record->texts.end() ? found->second : std::wstring();
+        return record->at(control).text;
     }
+    // An edit field tells of every change of its text.
     void setText(int control, const std::wstring& text) override {
-        record->texts[control] = text;
+        if (record->at(control).text != text) {
+            record->controls[control].text = text;
+            record->tell(control, KivControlChange::edited);
+        }
     }
-    void enableControl(int, bool) override {}
-    void showControl(int, bool) override {}
+    void enableControl(int control, bool enabled) override {
+        record->controls[control].enabled = enabled;
+    }
+    void showControl(int control, bool visible) override {
+        record->controls[control].visible = visible;
+    }
+    bool isControlEnabled(int control) const override {
+        return record->at(control).enabled;
+    }
+    bool hasFocus(int control) const override {
+        return record->focus == control;
+    }
+    bool getControlRect(int control, RECT* out) const override {
+        const auto found = record->rectangles.find(control);
+        if (found == record->rectangles.end()) {
+            return false;
+        }
+        *out = found->second;
+        return true;
+    }
+    void setToolTip(int control, const std::wstring& text) override {
+        record->controls[control].toolTip = text;
+    }
+
+    int getCheck(int control) const override {
+        return record->at(control).check;
+    }
+    void setCheck(int control, int state) override {
+        for (const std::vector<int>& group : record->groups) {
+            if (state == 1 && std::find(group.begin(), group.end(), control) != group.end()) {
+                for (const int other : group) {
+                    record->controls[other].check = 0;
+                }
+            }
+        }
+        record->controls[control].check = state;
+    }
+
+    void insertItem(int control, int index, const std::wstring& text, int image) override {
+        auto& list = record->controls[control];
+        const int at = index < 0 ? static_cast<int>(list.items.size()) : index;
+        list.items.insert(list.items.begin() + at, {text, image});
+        list.selection += list.selection >= at ? 1 : 0;
+    }
+    void removeItem(int control, int index) override {
+        auto& list = record->controls[control];
+        list.items.erase(list.items.begin() + index);
+        if (list.selection >= index) {
+            list.selection = list.selection == index ? -1 : list.selection - 1;
+        }
+    }
+    int getItemCount(int control) const override {
+        return static_cast<int>(record->at(control).items.size());
+    }
+    std::wstring getItemText(int control, int index) const override {
+        return item(control, index).text;
+    }
+    int getItemImage(int control, int index) const override {
+        return item(control, index).image;
+    }
+    int getSelection(int control) const override {
+        return record->at(control).selection;
+    }
+    void setSelection(int control, int index) override {
+        if (record->at(control).selection != index) {
+            record->controls[control].selection = index;
+            record->tell(control, KivControlChange::selected); // not every toolkit keeps silent
+        }
+    }
+    void setCheckable(int control) override {
+        record->controls[control].checkable = true;
+    }
+    bool isItemChecked(int control, int index) const override {
+        return item(control, index).checked;
+    }
+    void checkItem(int control, int index, bool checked) override {
+        record->controls[control].items.at(static_cast<std::size_t>(index)).checked = checked;
+    }
+    void setItemBold(int control, int index, bool bold) override {
+        record->controls[control].items.at(static_cast<std::size_t>(index)).bold = bold;
+    }
+    void setImages(int control, HINSTANCE, const std::vector<unsigned int>& icons) override {
+        record->controls[control].images = icons;
+    }
+
+    void setIcon(int control, HINSTANCE, unsigned int icon) override {
+        record->controls[control].icon = icon;
+    }
+    void setPicture(int control, HBITMAP bitmap) override {
+        record->controls[control].picture = bitmap;
+    }
+    void setFill(int control, std::uint32_t color) override {
+        record->controls[control].fill = color;
+    }
+    void setLink(int control, std::uint32_t textColor) override {
+        record->controls[control].link = true;
+        record->controls[control].linkColor = textColor;
+    }
+    void beep() override {
+        ++record->beeps;
+    }
+    void placeInside(int control, KivWindow* page) override {
+        record->controls[control].page = page;
+    }
 
 private:
+    const WindowRecord::Item& item(int control, int index) const {
+        static const WindowRecord::Item none;
+        const auto& items = record->at(control).items;
+        const auto at = static_cast<std::size_t>(index);
+        return index >= 0 && at < items.size() ? items[at] : none;
+    }
+
     std::shared_ptr<WindowRecord> record;
 };
 
@@ -66,14 +322,20 @@ public:
         messages.push_back({owner, text, caption, kind});
         return kivAnswerOk;
     }
-    bool pickColor(HWND, std::uint32_t&) override {
-        return false;
+    // What is set below is picked; nothing set is a cancel.
+    bool pickColor(HWND, std::uint32_t& color) override {
+        color = pickedColor.value_or(color);
+        return pickedColor.has_value();
     }
-    bool pickFile(KivFileRequest&) override {
-        return false;
+    bool pickFile(KivFileRequest& request) override {
+        files.push_back({request.open, request.file});
+        request.file = pickedFile.value_or(request.file);
+        return pickedFile.has_value();
     }
-    bool pickFolder(HWND, const std::wstring&, std::wstring&) override {
-        return false;
+    bool pickFolder(HWND, const std::wstring& title, std::wstring& folder) override {
+        folderTitles.push_back(title);
+        folder = pickedFolder.value_or(folder);
+        return pickedFolder.has_value();
     }
     unsigned int startTimer(unsigned int, std::function<void()>) override {
         return 0;
@@ -85,6 +347,16 @@ public:
         return std::make_unique<RecordingWindow>(windows.back());
     }
 
+    struct FileQuestion {
+        bool open;
+        std::wstring file; // the wish
+    };
+
+    std::optional<std::uint32_t> pickedColor;
+    std::optional<std::wstring> pickedFile;
+    std::optional<std::wstring> pickedFolder;
+    std::vector<FileQuestion> files;
+    std::vector<std::wstring> folderTitles;
     std::vector<Message> messages;
     std::vector<std::shared_ptr<WindowRecord>> windows; // in the order of their making
     std::vector<unsigned int> templates;

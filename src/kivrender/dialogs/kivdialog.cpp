@@ -13,8 +13,14 @@ int KivDialog::Create(unsigned int templateId, HWND parent) {
     owner = parent;
     window.reset(); // two windows of one dialog must not stand side by side, even for a moment
     window = KivToolkit::get().createWindow(module, currentTemplate, owner);
-    return window != nullptr ? 1 : 0;
+    if (window == nullptr) {
+        return 0;
+    }
+    window->setListener([this](const KivControlEvent& event) { onControl(event); });
+    return 1;
 }
+
+void KivDialog::onControl(const KivControlEvent&) {}
 
 int KivDialog::DestroyWindow() {
     const bool existed = window != nullptr;

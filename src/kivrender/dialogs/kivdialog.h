@@ -9,6 +9,8 @@
 #include <memory>
 #include <string>
 
+struct KivControlEvent;
+
 class KIV_API KivDialog {
 public:
     // The number of the template, the window that the dialog belongs to, which may be null, and the module that holds
@@ -33,6 +35,10 @@ public:
     void redraw();
     std::wstring getControlText(int control) const;
     void setControlText(int control, const std::wstring& text);
+
+protected:
+    // What the user, or the dialog itself, did to a control of the window. Does nothing here.
+    virtual void onControl(const KivControlEvent& event);
 
 private:
     unsigned int currentTemplate;

@@ -6,7 +6,9 @@
 
 #include "kivrender/vector/collinearlinemerger.h"
 #include "kivrender/vector/coplanartrianglemerger.h"
+#include "kivrender/vector/hiddenprimitives.h"
 #include "kivrender/vector/outlinecontours.h"
+#include "kivrender/vector/paintersorder.h"
 #include "kivrender/vector/parsertobuffer.h"
 #include "kivrender/vector/parsertoclasses.h"
 #include "kivrender/vector/sweeporder.h"
@@ -327,6 +329,61 @@ void simplifyPage(benchmark::State& state) {
     std::free(writer.getBuffer());
 }
 
+// A bent ring as a window shows it, so that most places have two or four layers.
+void makeRing(FeedbackPrimitiveList& list, int count) {
+    const int around = static_cast<int>(std::sqrt(static_cast<double>(count)));
+    const int across = around / 2;
+    const auto corner = [&](int i, int j) {
+        const double u = 6.283185307179586 * (i % around) / around;
+        const double w = 6.283185307179586 * (j % across) / across;
+        const double r = 0.45 * (1 + 0.15 * std::sin(13 * u) * std::sin(7 * w));
+        const double x = (1 + r * std::cos(w)) * std::cos(u);
+        const double y = (1 + r * std::cos(w)) * std::sin(u);
+        const double z = r * std::sin(w);
+        const double turned = 0.6 * y - 0.8 * z;
+        const double away = 4 - (0.8 * y + 0.6 * z);
+        return vertexAt(static_cast<float>(640 + 1500 * x / away), static_cast<float>(480 + 1500 * turned / away),
+                        static_cast<float>(0.1 + 2.7 * (0.5 - 1 / away)));
+    };
+    for (int i = 0; i < around; ++i) {
+        for (int j = 0; j < across; ++j) {
+            add(list, FeedbackToken::polygon, {corner(i, j), corner(i + 1, j), corner(i + 1, j + 1)});
+            add(list, FeedbackToken::polygon, {corner(i, j), corner(i + 1, j + 1), corner(i, j + 1)});
+        }
+    }
+}
+
+void removeHidden(benchmark::State& state) {
+    std::size_t left = 0;
+    for ([[maybe_unused]] auto round : state) {
+        state.PauseTiming();
+        {
+            OwnedList list;
+            makeRing(list, static_cast<int>(state.range(0)));
+            state.ResumeTiming();
+            HiddenPrimitives().remove(&list);
+            state.PauseTiming();
+            left = list.size();
+        }
+        state.ResumeTiming();
+    }
+    state.counters["left"] = static_cast<double>(left);
+}
+
+void paintersOrder(benchmark::State& state) {
+    for ([[maybe_unused]] auto round : state) {
+        state.PauseTiming();
+        {
+            OwnedList list;
+            makeRing(list, static_cast<int>(state.range(0)));
+            state.ResumeTiming();
+            PaintersOrder().sort(&list);
+            state.PauseTiming();
+        }
+        state.ResumeTiming();
+    }
+}
+
 void growing(benchmark::internal::Benchmark* bench) {
     bench->RangeMultiplier(10)->Range(1000, 1000000)->Unit(benchmark::kMillisecond);
 }
@@ -361,5 +418,7 @@ BENCHMARK(contoursLiterally)->Apply(growingSlowly);
 BENCHMARK(parseBothWays)->Apply(growing);
 BENCHMARK(sortedKeys)->Apply(growing);
 BENCHMARK(simplifyPage)->Apply(growing);
+BENCHMARK(removeHidden)->Apply(growing);
+BENCHMARK(paintersOrder)->Apply(growing);
 
 } // namespace

@@ -1,0 +1,125 @@
+// The page on which a user edits the options of a render that belong to no shader (KivCommonSettings), kept in the
+// host's KivCommonDataManager; the aspect lock and the folder of the off-screen file are preferences of the user. The
+// host owns the window around it, and calls OnApply when that is confirmed and OnActivate when the page is shown.
+#ifndef KIVRENDER_DIALOGS_KIVOPTIONSDLG_H
+#define KIVRENDER_DIALOGS_KIVOPTIONSDLG_H
+
+#include "kivrender/dialogs/kivcolorcontrol.h"
+#include "kivrender/dialogs/kivdialog.h"
+#include "kivrender/settings/kivcommonsettings.h"
+
+#include <initializer_list>
+
+class KivCommonDataManager;
+class KivDataManager;
+
+class KIV_API KivOptionsDlg : public KivDialog {
+public:
+    // The number of the template, which is in the language module, and of its controls.
+    static constexpr unsigned int optionsTemplate = 12100;
+    enum Control {
+        ambientCaption = 101,
+        ambientColor,
+        backgroundCaption,
+        backgroundColor,
+        sizeChoice,
+        widthField,
+        heightField,
+        aspectBox,
+        antialiasLabel,
+        antialiasNone, // radio buttons, in the order of the levels
+        antialiasTwo,
+        antialiasFour,
+        backgroundField,
+        backgroundBrowse,
+        paperField,
+        paperBrowse,
+        isoparamsBox,
+        dimensionsBox,
+        transparenciesBox,
+        shadowsBox,
+        saveShadowsBox,
+        saveDepthBox,
+        saveRenderBox,
+        renderField,
+        renderBrowse,
+        vectorialBox,
+        vectorField,
+        vectorBrowse,
+        speedFirst, // radio buttons
+        speedSecond,
+        simplifyBox,
+        folderField,
+        folderBrowse
+    };
+
+    explicit KivOptionsDlg(HWND parent = nullptr);
+
+    using KivDialog::Create;
+    // Makes the window and shows in it what the host keeps. The managers are not owned and must outlive the dialog;
+    // proportions are those that the aspect lock keeps, both above 0. Non-zero on success, 0 without a toolkit, a
+    // template or commonManager.
+    int Create(KivDataManager* manager, KivCommonDataManager* commonManager, SIZE proportions, HWND parent);
+
+    // Stores what stands in the controls, unchecked: text that is no number counts as 0. False without a window or if
+    // the host can't keep it.
+    bool OnApply();
+    // Shows the window for non-zero, hides it otherwise. Always 1.
+    int OnActivate(int flag);
+    // Does nothing on purpose: what a cancel means is decided by the frame around the page.
+    void OnCancel();
+
+    // The working copy; the controls are only read into it by OnApply, except for the two colours.
+    KivCommonSettings getCommonSettings() const;
+    // The manager given to Create, for the host.
+    KivDataManager* getDataManager() const;
+
+protected:
+    void onControl(const KivControlEvent& event) override;
+
+private:
+    void fillResolutionCombo();
+    void loadBlockAspectRatio();
+    void loadVirtualMemoryFolder();
+    void loadCommonSettings();
+    void showSize();
+    void showPasses();
+
+    void saveBlockAspectRatio() const;
+    void saveVirtualMemoryFolder() const;
+    void fillCommonSettingsFromControls();
+
+    void onClicked(int control);
+    void onTransparencies();
+    void onShadows();
+    void onVectorial();
+    void onRenderFile();
+    void onSize();
+    void onWidth();
+    void onHeight();
+
+    bool askForRenderFile();
+    bool askForVectorFile();
+    bool askForFile(int field, bool vectorial);
+    void browseImage(int field);
+    void browseFolder();
+
+    bool isOn(int control) const;
+    void setOn(int control, bool on);
+    void enableControls(std::initializer_list<int> controls, bool enabled);
+    void enableVector(bool enabled);
+    void enableAntialias(bool enabled);
+    void enableSize(bool enabled);
+
+    KivColorControl ambientColorControl;
+    KivColorControl backgroundColorControl;
+    int vectorSpeed = 0;
+    int blockAspectRatio = 0;
+    KivCommonSettings settings;
+    KivCommonDataManager* commonDataManager = nullptr;
+    SIZE aspectSize = {};
+    bool customSize = false;
+    KivDataManager* dataManager = nullptr;
+};
+
+#endif

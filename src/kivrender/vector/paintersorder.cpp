@@ -214,8 +214,20 @@ public:
         }
         return all;
     }
-    std::map<std::uint32_t, std::vector<Part>>& all() {
-        return parts;
+    // Puts the parts into a list that begins as a copy of that of the primitives: the first in its primitive's place,
+    // which is deleted, the others behind all. places tells of each thing the place of its primitive.
+    void place(FeedbackPrimitiveList& things, std::vector<std::uint32_t>& places) {
+        for (auto& [primitive, pieces] : parts) {
+            if (pieces[0].made) {
+                delete things[primitive];
+                things[primitive] = pieces[0].made.release();
+            }
+            for (std::size_t i = 1; i < pieces.size(); ++i) {
+                pieces[i].number = static_cast<std::uint32_t>(things.size());
+                things.push_back(pieces[i].made.release());
+                places.push_back(primitive);
+            }
+        }
     }
 
 private:
@@ -412,6 +424,33 @@ Relation relationOf(const Part& first, const Part& second) {
     return -all.least > all.most ? Relation::Over : Relation::Under;
 }
 
+void addPairs(CutPrimitives& cuts, const Pair& primitives, std::vector<Pair>& pairs) {
+    for (const Part& first : cuts.partsOf(primitives.first)) {
+        for (const Part& second : cuts.partsOf(primitives.second)) {
+            const Relation relation = relationOf(first, second);
+            if (relation == Relation::Over)
+                pairs.emplace_back(second.number, first.number);
+            else if (relation == Relation::Under)
+                pairs.emplace_back(first.number, second.number);
+        }
+    }
+}
+
+// What of the things that are painted comes before what.
+std::vector<Pair> pairsOfParts(const OverlapVisitor& overlaps, CutPrimitives& cuts) {
+    std::vector<Pair> pairs;
+    for (const Pair& pair : overlaps.ordered) {
+        if (cuts.isCut(pair.first) || cuts.isCut(pair.second))
+            addPairs(cuts, pair, pairs);
+        else
+            pairs.push_back(pair);
+    }
+    for (const Pair& pair : overlaps.crossed)
+        addPairs(cuts, pair, pairs);
+    removeDoubles(pairs);
+    return pairs;
+}
+
 } // namespace
 
 PaintersOrder::PaintersOrder(const PolygonShift& offset) : shift(offset) {}
@@ -428,46 +467,14 @@ bool PaintersOrder::sort(FeedbackPrimitiveList* list, std::vector<std::uint32_t>
     removeDoubles(overlaps.ordered);
     removeDoubles(overlaps.crossed);
 
-    // What crosses is cut, and its parts are numbered behind the primitives; the first stays in its primitive's place.
     CutPrimitives cuts(*list, shift);
     for (const Pair& pair : overlaps.crossed)
         cuts.cut(pair);
     FeedbackPrimitiveList things = *list;
     std::vector<std::uint32_t> places(list->size());
     std::iota(places.begin(), places.end(), 0U);
-    for (auto& [primitive, parts] : cuts.all()) {
-        if (parts[0].made) {
-            delete (*list)[primitive];
-            things[primitive] = parts[0].made.release();
-        }
-        for (std::size_t i = 1; i < parts.size(); ++i) {
-            parts[i].number = static_cast<std::uint32_t>(things.size());
-            things.push_back(parts[i].made.release());
-            places.push_back(primitive);
-        }
-    }
-    std::vector<Pair> pairs;
-    const auto takeParts = [&](const Pair& pair) {
-        for (const Part& first : cuts.partsOf(pair.first)) {
-            for (const Part& second : cuts.partsOf(pair.second)) {
-                const Relation relation = relationOf(first, second);
-                if (relation == Relation::Over)
-                    pairs.emplace_back(second.number, first.number);
-                else if (relation == Relation::Under)
-                    pairs.emplace_back(first.number, second.number);
-            }
-        }
-    };
-    for (const Pair& pair : overlaps.ordered) {
-        if (cuts.isCut(pair.first) || cuts.isCut(pair.second))
-            takeParts(pair);
-        else
-            pairs.push_back(pair);
-    }
-    for (const Pair& pair : overlaps.crossed)
-        takeParts(pair);
-    removeDoubles(pairs);
-
+    cuts.place(things, places);
+    const std::vector<Pair> pairs = pairsOfParts(overlaps, cuts);
     std::vector<double> depths;
     std::vector<bool> isStroke;
     for (const FeedbackPrimitive* thing : things) {

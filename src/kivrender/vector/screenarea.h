@@ -26,8 +26,10 @@ public:
         std::copy_n(other.sides, count, sides);
     }
     ScreenArea& operator=(const ScreenArea& other) {
-        count = other.count;
-        std::copy_n(other.sides, count, sides);
+        if (this != &other) {
+            count = other.count;
+            std::copy_n(other.sides, count, sides);
+        }
         return *this;
     }
     ~ScreenArea() = default;

@@ -1,0 +1,27 @@
+// Asks the user for the name of a style. Whether the name will do is the caller's affair (dialogs/kivstylefile.h).
+#ifndef KIVRENDER_DIALOGS_KIVSAVESTYLEDLG_H
+#define KIVRENDER_DIALOGS_KIVSAVESTYLEDLG_H
+
+#include "kivrender/dialogs/kivdialog.h"
+
+#include <string>
+
+class KIV_API KivSaveStyleDlg : public KivDialog {
+public:
+    // The number of the template, which is in the language module, and of its edit field.
+    static constexpr unsigned int saveStyleTemplate = 12101;
+    static constexpr int nameField = 101;
+
+    explicit KivSaveStyleDlg(HWND parent = nullptr);
+
+    // Shows the dialog with name in its field until it is closed. kivControlOk, with what the user wrote in name, or
+    // kivControlCancel, with name as it was; the latter too without a toolkit or a template.
+    int DoModal();
+
+    std::wstring name;
+
+protected:
+    void onControl(const KivControlEvent& event) override;
+};
+
+#endif

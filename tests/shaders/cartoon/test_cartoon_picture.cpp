@@ -437,3 +437,27 @@ TEST_F(CartoonPicture, AnObjectBringsItsOwnSettings) {
     draw(shaders.cartoon(), false);
     EXPECT_LE(differenceOf(pixel(30, 30), clayAt(1.0)), 1);
 }
+
+// The offset would move thin areas that are seen from the side behind all others.
+TEST_F(CartoonPicture, GivesAVectorPageTheDepthsOfTheSurface) {
+    addMesh(sphereSurface(24, 48), true);
+    addLight(KivLight::directionalLight, {}, {0.0, -1.0, -1.0});
+    open(60);
+    lookFrom({0.0, 0.0, 5.0}, 1.2, false);
+    settings.setVectorial(true);
+    const auto record = [&](float slopes, float steps) {
+        channel.setPolygonOffset(slopes, steps);
+        choose(shaders.cartoon(), {});
+        std::vector<GLfloat> feedback(1 << 20);
+        glFeedbackBuffer(static_cast<GLsizei>(feedback.size()), GL_3D_COLOR, feedback.data());
+        glRenderMode(GL_FEEDBACK);
+        draw(shaders.cartoon());
+        const GLint count = glRenderMode(GL_RENDER);
+        EXPECT_GT(count, 10000);
+        feedback.resize(static_cast<std::size_t>(std::max(count, 0)));
+        return feedback;
+    };
+    const std::vector<GLfloat> plain = record(0.0F, 0.0F);
+    EXPECT_TRUE(record(50.0F, 1000.0F) == plain);
+    EXPECT_EQ(plain[0], static_cast<GLfloat>(GL_POLYGON_TOKEN));
+}

@@ -78,4 +78,27 @@ TEST(KivPageDlg, MayHaveNoSettings) {
     EXPECT_EQ(page.loaded, 1);
 }
 
+class MeasuringPage : public SamplePage {
+public:
+    using KivPageDlg::getDlgItemRect;
+    using SamplePage::SamplePage;
+};
+
+TEST(KivPageDlg, KnowsWhereAControlStands) {
+    RecordingToolkit toolkit;
+    MeasuringPage page(L"Page");
+    RECT place = {9, 9, 9, 9};
+    page.getDlgItemRect(samplePageControl, &place);
+    EXPECT_EQ(place.left, 9) << "there is no window yet";
+    page.Create(100, nullptr);
+    toolkit.windows[0]->rectangles[samplePageControl] = {1, 2, 3, 4};
+    page.getDlgItemRect(samplePageControl + 1, &place);
+    EXPECT_EQ(place.left, 9) << "there is no such control";
+    page.getDlgItemRect(samplePageControl, &place);
+    EXPECT_EQ(place.left, 1);
+    EXPECT_EQ(place.top, 2);
+    EXPECT_EQ(place.right, 3);
+    EXPECT_EQ(place.bottom, 4);
+}
+
 } // namespace

@@ -1,5 +1,6 @@
 #include "kivrender/dialogs/kivpagedlg.h"
 
+#include "kivrender/platform/kivwindow.h"
 #include "kivrender/settings/kivpagesettings.h"
 
 KivPageDlg::KivPageDlg(unsigned int templateId, HWND parent, HINSTANCE resources)
@@ -46,4 +47,10 @@ void KivPageDlg::saveData(KivDataManager* manager) {
 
 HINSTANCE KivPageDlg::getModuleState() const {
     return getResources();
+}
+
+void KivPageDlg::getDlgItemRect(int id, RECT* out) const {
+    if (const KivWindow* const shown = getWindow(); shown != nullptr) {
+        shown->getControlRect(id, out);
+    }
 }

@@ -40,6 +40,9 @@ public:
     HINSTANCE getModuleState() const;
 
 protected:
+    // The control's place in the page's client area, in pixels. out stays as it was without a window or such a control.
+    void getDlgItemRect(int id, RECT* out) const;
+
     KivPageSettings* settings = nullptr; // set by the derived class and owned by it
     KivPropertiesDlg* propertiesDlg = nullptr;
     bool pageFlag = false; // for the derived class

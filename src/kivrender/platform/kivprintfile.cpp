@@ -42,9 +42,9 @@ KivPrintFile::~KivPrintFile() {
     }
 }
 
-void KivPrintFile::onPrint(std::function<void(std::string&)> headChanger,
+void KivPrintFile::onPrint(std::function<void(std::string&)> lineChanger,
                            std::function<bool(std::string_view)> blockWatcher) {
-    changeHead = std::move(headChanger);
+    changeLines = std::move(lineChanger);
     watchBlock = std::move(blockWatcher);
 }
 
@@ -62,19 +62,22 @@ ssize_t KivPrintFile::writeCookie(void* object, const char* bytes, std::size_t c
 }
 
 bool KivPrintFile::write(std::string_view bytes) {
-    if (isHeadWritten) {
-        return put(bytes);
+    held.append(bytes);
+    if (!isHeadWritten && held.size() < headSize) {
+        return true;
     }
-    head.append(bytes);
-    return head.size() < headSize || flushHead();
+    const std::size_t end = held.rfind('\n');
+    return end == std::string::npos || flush(end + 1);
 }
 
-bool KivPrintFile::flushHead() {
+bool KivPrintFile::flush(std::size_t count) {
     isHeadWritten = true;
-    if (changeHead) {
-        changeHead(head);
+    std::string lines = held.substr(0, count);
+    held.erase(0, count);
+    if (changeLines) {
+        changeLines(lines);
     }
-    return put(head);
+    return put(lines);
 }
 
 bool KivPrintFile::put(std::string_view bytes) {
@@ -98,8 +101,8 @@ bool KivPrintFile::put(std::string_view bytes) {
 KivPrintFile::Outcome KivPrintFile::close() {
     if (file != nullptr) {
         std::fclose(std::exchange(file, nullptr));
-        if (!isStopped && error == 0 && !isHeadWritten) {
-            flushHead();
+        if (!isStopped && error == 0) {
+            flush(held.size());
         }
     }
     if (descriptor >= 0 && ::close(std::exchange(descriptor, -1)) != 0 && error == 0) {

@@ -26,9 +26,9 @@ public:
     std::FILE* stream() const {
         return file;
     }
-    // The changer may rewrite the first bytes, some 4096 or all there are; the watcher is called with what was printed
-    // and answers false to end the writing.
-    void onPrint(std::function<void(std::string&)> headChanger, std::function<bool(std::string_view)> blockWatcher);
+    // The changer may rewrite what is printed: whole lines in their order, the first 4096 bytes or more at once in the
+    // first call. The watcher is called with what was printed, unchanged, and answers false to end the writing.
+    void onPrint(std::function<void(std::string&)> lineChanger, std::function<bool(std::string_view)> blockWatcher);
     // From here on nothing more is written.
     void stop();
     // Ends the stream. A file that is not whole is removed.
@@ -37,17 +37,17 @@ public:
 private:
     static ssize_t writeCookie(void* object, const char* bytes, std::size_t count);
     bool write(std::string_view bytes);
-    bool flushHead();
+    bool flush(std::size_t count);
     bool put(std::string_view bytes);
 
     std::wstring name;
     std::FILE* file = nullptr;
     int descriptor = -1;
-    std::string head; // the beginning, held back until it can be changed
+    std::string held; // the beginning, or an unfinished line, until it can be changed
     bool isHeadWritten = false;
     bool isStopped = false;
     int error = 0; // errno of the first failure
-    std::function<void(std::string&)> changeHead;
+    std::function<void(std::string&)> changeLines;
     std::function<bool(std::string_view)> watchBlock;
 };
 

@@ -3,11 +3,11 @@
 #include "kivrender/platform/kivpdf.h"
 #include "kivrender/platform/kivprintfile.h"
 #include "kivrender/platform/kivtext.h"
-#include "kivrender/vector/creationdate.h"
 #include "kivrender/vector/feedbackprimitive.h"
 #include "kivrender/vector/hiddenprimitives.h"
 #include "kivrender/vector/kivvectorpage.h"
 #include "kivrender/vector/libraryfeedback.h"
+#include "kivrender/vector/pagetext.h"
 #include "kivrender/vector/paintersorder.h"
 #include "kivrender/vector/parsertoclasses.h"
 
@@ -28,15 +28,21 @@ bool overflowed = false;
 bool exactOrder = true;
 
 struct Page {
-    Page(const wchar_t* path, bool pdf, bool culls)
-        : name(path), isPdf(pdf), leavesOutHidden(culls), inOrder(exactOrder), file(name) {}
+    Page(const wchar_t* path, PageText::Format pageFormat, bool culls)
+        : name(path), format(pageFormat), leavesOutHidden(culls), inOrder(exactOrder), file(name) {}
 
     std::wstring name;
-    bool isPdf;
+    PageText::Format format;
     bool leavesOutHidden;
     bool inOrder;
     KivPrintFile file;
 };
+
+PageText::Format textFormat(GLint format) {
+    return format == GL2PS_PDF   ? PageText::Format::pdf
+           : format == GL2PS_SVG ? PageText::Format::svg
+                                 : PageText::Format::postScript;
+}
 
 // The page that is open, if any: gl2ps has one too, in the same state.
 std::unique_ptr<Page> openPage;
@@ -288,7 +294,7 @@ GLint gl2psBeginPageW(const char* title, const char* producer, GLint viewport[4]
     gl2psDiscardPage();
     overflowed = false;
     const GLint printed = format == GL2PS_AI ? GL2PS_PDF : format;
-    auto page = std::make_unique<Page>(filename, printed == GL2PS_PDF, (options & GL2PS_OCCLUSION_CULL) != 0);
+    auto page = std::make_unique<Page>(filename, textFormat(printed), (options & GL2PS_OCCLUSION_CULL) != 0);
     if (page->file.stream() == nullptr) {
         return GL2PS_ERROR;
     }
@@ -338,7 +344,9 @@ GLint gl2psEndPage(float* (*simplify)(float*, int*), void (*tick)(), bool (*isCa
         }
     }
     PrintTicks ticks(count, tick, isCancelled);
-    page->file.onPrint(kivBlankCreationDate, [&ticks](std::string_view block) { return ticks.printed(block); });
+    PageText text(page->format);
+    page->file.onPrint([&text](std::string& lines) { text.change(lines); },
+                       [&ticks](std::string_view block) { return ticks.printed(block); });
     switch (closePage(*page)) {
     case KivPrintFile::Outcome::stopped:
         return GL2PS_NO_FEEDBACK;
@@ -348,7 +356,8 @@ GLint gl2psEndPage(float* (*simplify)(float*, int*), void (*tick)(), bool (*isCa
         break;
     }
     ticks.finish();
-    return page->isPdf && !kivFinishPdf(page->name) ? GL2PS_ERROR : GL2PS_SUCCESS;
+    const bool isPdf = page->format == PageText::Format::pdf;
+    return isPdf && !kivFinishPdf(page->name) ? GL2PS_ERROR : GL2PS_SUCCESS;
 }
 
 void gl2psDiscardPage() {

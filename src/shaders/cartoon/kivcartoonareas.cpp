@@ -89,6 +89,7 @@ KivCartoonSteps kivCartoonSteps(const KivCartoonColors& colors, KivCartoonLayer 
     for (std::size_t i = 0; i < places.size(); ++i) {
         builder.add(static_cast<float>(kivRampCoordinate(places[i], kivRampEntries)), toneAt(i + 1));
     }
+    builder.steps.ramp = kivCartoonRamp(colors, layer, share);
     return std::move(builder.steps);
 }
 
@@ -122,13 +123,25 @@ void KivFlatAreas::clear() {
 KivAreaCutter::KivAreaCutter(const KivCartoonSteps& lightSteps, const KivCartoonSteps& shineSteps)
     : light(lightSteps), shine(shineSteps) {}
 
+bool KivAreaCutter::isEvenlyLit() const {
+    const auto [low, high] = std::minmax({whole[0].light, whole[1].light, whole[2].light});
+    return !light.ramp.empty() && high - low < 0.25F / static_cast<float>(light.ramp.size());
+}
+
 void KivAreaCutter::cutFull(const KivCartoonVertex* const corners[3], KivFlatAreas& out) {
     whole.assign({*corners[0], *corners[1], *corners[2]});
-    cut(whole, &KivCartoonVertex::light, light, [&](const Polygon& strip, const KivRampEntry& tone) {
+    const auto cutByShine = [&](const Polygon& strip, const KivRampEntry& tone) {
         byLight = strip;
         cut(byLight, &KivCartoonVertex::shine, shine,
             [&](const Polygon& piece, const KivRampEntry& gloss) { addFan(piece, laidOver(tone, gloss), out); });
-    });
+    };
+    if (isEvenlyLit()) {
+        const float entry = whole[0].light * static_cast<float>(light.ramp.size());
+        const float last = static_cast<float>(light.ramp.size() - 1);
+        cutByShine(whole, light.ramp[static_cast<std::size_t>(std::clamp(entry, 0.0F, last))]);
+        return;
+    }
+    cut(whole, &KivCartoonVertex::light, light, cutByShine);
 }
 
 void KivAreaCutter::cutHighlight(const KivCartoonVertex* const corners[3], KivFlatAreas& out) {

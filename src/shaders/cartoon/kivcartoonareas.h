@@ -14,6 +14,9 @@
 struct KivCartoonSteps {
     std::vector<float> edges;
     std::vector<KivRampEntry> tones = {KivRampEntry{}};
+    // The ramp that the steps stand for, or nothing: what is evenly lit needs no steps and has the very tone of a
+    // picture, also where that lies between two bands.
+    std::vector<KivRampEntry> ramp;
 
     // The number of the tone at a coordinate.
     int stepOf(float coordinate) const;
@@ -55,6 +58,7 @@ private:
     using Polygon = std::vector<KivCartoonVertex>;
     using Value = float KivCartoonVertex::*;
 
+    bool isEvenlyLit() const;
     template <class Emit> void cut(Polygon& polygon, Value value, const KivCartoonSteps& steps, Emit emit);
     static void split(const Polygon& polygon, Value value, float edge, Polygon& below, Polygon& above);
     static void addFan(const Polygon& polygon, const KivRampEntry& color, KivFlatAreas& out);

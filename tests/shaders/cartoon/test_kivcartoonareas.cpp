@@ -168,6 +168,22 @@ TEST(KivAreaCutter, TheAreaOfEachBandIsItsShareOfTheTriangle) {
     }
 }
 
+// A flat face in the soft edge between two bands has the tone that a picture gives it.
+TEST(KivAreaCutter, EvenLightHasTheToneOfTheRamp) {
+    const KivCartoonColors colors = colorsOf(3, 0.3);
+    const KivCartoonSteps steps = kivCartoonSteps(colors, KivCartoonLayer::full, 1);
+    for (const double offset : {-0.05, -0.02, 0.0, 0.013, 0.04}) {
+        const double incidence = colors.bands.edge(1) + offset;
+        const auto light = static_cast<float>(kivRampCoordinate(incidence, kivRampEntries));
+        const KivFlatAreas areas = cutOne({{{0, 0, 0, light, 0}, {1, 0, 0, light, 0}, {0, 1, 0, light, 0}}}, steps);
+        ASSERT_EQ(areas.corners.size(), 3U);
+        const KivRampEntry exact = kivCartoonEntry(colors, KivCartoonLayer::full, 1, colors.bands.level(incidence));
+        for (std::size_t c = 0; c < 3; ++c) {
+            EXPECT_NEAR(areas.colors[0][c], exact[c], 1);
+        }
+    }
+}
+
 TEST(KivAreaCutter, LightThatIsJustAnEdgeBelongsToTheBandAbove) {
     const KivFlatAreas areas =
         cutOne({{{0, 0, 0, 0.5F, 0}, {1, 0, 0, 0.5F, 0}, {0, 1, 0, 0.5F, 0}}}, plainSteps({0.5F}));
@@ -189,7 +205,7 @@ TEST(KivAreaCutter, LightThatIsNoNumberLeavesNoStrayPlaces) {
 TEST(KivAreaCutter, PiecesFillTheTriangleWithItsWindingAndOnlyColoursOfTheSteps) {
     Dice dice(7);
     const KivCartoonSteps light = plainSteps({0.125F, 0.25F, 0.6F, 0.875F});
-    const KivCartoonSteps shine = {{0.5F}, {{0, 0, 0, 0}, {255, 255, 255, 255}}};
+    const KivCartoonSteps shine = {{0.5F}, {{0, 0, 0, 0}, {255, 255, 255, 255}}, {}};
     int cut = 0;
     for (int round = 0; round < 5000; ++round) {
         const std::array<KivCartoonVertex, 3> triangle = {vertexOf(dice), vertexOf(dice), vertexOf(dice)};
@@ -214,7 +230,7 @@ TEST(KivAreaCutter, PiecesFillTheTriangleWithItsWindingAndOnlyColoursOfTheSteps)
 TEST(KivAreaCutter, NeighboursCutTheirSideAtTheSamePlaces) {
     Dice dice(11);
     const KivCartoonSteps light = plainSteps({0.125F, 0.3F, 0.55F, 0.8F});
-    const KivCartoonSteps shine = {{0.25F, 0.5F}, {{0, 0, 0, 0}, {255, 255, 255, 90}, {255, 255, 255, 180}}};
+    const KivCartoonSteps shine = {{0.25F, 0.5F}, {{0, 0, 0, 0}, {255, 255, 255, 90}, {255, 255, 255, 180}}, {}};
     // The side lies on y = 0, and so does, exactly, whatever divides it.
     const auto placesOnSide = [](const KivFlatAreas& areas) {
         std::set<float> places;
@@ -242,7 +258,7 @@ TEST(KivAreaCutter, NeighboursCutTheirSideAtTheSamePlaces) {
 TEST(KivAreaCutter, TheHighlightAloneLeavesOutWhatIsClear) {
     const std::array<KivCartoonVertex, 3> triangle = {{{0, 0, 0, 0, 0.0F}, {1, 0, 0, 0, 1.0F}, {0, 1, 0, 0, 0.0F}}};
     const KivCartoonSteps light;
-    const KivCartoonSteps shine = {{0.5F}, {{0, 0, 0, 0}, {255, 255, 255, 180}}};
+    const KivCartoonSteps shine = {{0.5F}, {{0, 0, 0, 0}, {255, 255, 255, 180}}, {}};
     KivFlatAreas areas;
     const KivCartoonVertex* corners[3] = {&triangle[0], &triangle[1], &triangle[2]};
     KivAreaCutter(light, shine).cutHighlight(corners, areas);

@@ -55,8 +55,8 @@ TEST(KivPageDlgSlots, FollowThoseOfTheDialog) {
     EXPECT_EQ(vtableSlot(&KivDialog::DestroyWindow), 2);
     EXPECT_EQ(vtableSlot(&KivPageDlg::Create), 1);
     EXPECT_EQ(vtableSlot(&KivPageDlg::DestroyWindow), 2);
-    EXPECT_EQ(vtableSlot(&KivPageDlg::saveControls), 3);
-    EXPECT_EQ(vtableSlot(&KivPageDlg::loadControls), 4);
+    EXPECT_EQ(vtableSlot(&KivPageDlg::saveControls), 4);
+    EXPECT_EQ(vtableSlot(&KivPageDlg::loadControls), 5);
 }
 
 } // namespace

@@ -388,9 +388,10 @@ TEST(Program, ShadowsAndTheirPicture) {
     EXPECT_EQ(lights.at(100, 100), (std::array<int, 3>{0, 0, 0}));
     EXPECT_EQ(lights.at(150, 110), (std::array<int, 3>{255, 255, 255}));
     EXPECT_EQ(lights.at(1, 1), (std::array<int, 3>{255, 255, 255})) << "nothing is there to be dark";
-    const Outcome refused = run(folder, {"render", model, "-o", folder.path("o.png"), "--shadows", "--ortho", "0"});
+    const Outcome refused =
+        run(folder, {"render", model, "-o", folder.path("o.png"), "--shadows", "--ortho", "0", "--depth-image"});
     EXPECT_EQ(refused.status, 2);
-    EXPECT_THAT(refused.err, testing::HasSubstr("--shadows needs a view in perspective"));
+    EXPECT_THAT(refused.err, testing::HasSubstr("--depth-image shows nothing of a parallel view"));
 }
 
 TEST(Program, PapersByNameMultiplyThePicture) {

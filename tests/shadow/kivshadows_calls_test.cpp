@@ -23,6 +23,9 @@ struct KivTestAccess {
     static void infiniteFrustum(KivShadows& shadows, const KivCamera& camera, double* matrix) {
         shadows.infiniteFrustum(camera, matrix);
     }
+    static void parallelToInfinity(KivShadows& shadows, const KivCamera& camera, bool depthFromZero, double* matrix) {
+        shadows.parallelToInfinity(camera, depthFromZero, matrix);
+    }
     static const KivBox& sceneBox(const KivShadows& shadows) {
         return shadows.sceneBox;
     }
@@ -538,6 +541,48 @@ TEST_F(KivShadowsCalls, InfiniteFrustumPerspective) {
     const double parallel[16] = {2.0 / 6, 0, 0, 0, 0, 0.5, 0, 0, 0, 0, -e, 0, -2.0 / 6, -0.5, e - 1, 1};
     for (int i = 0; i < 16; ++i) {
         EXPECT_DOUBLE_EQ(m[i], parallel[i]) << i;
+    }
+}
+
+// A parallel view with a place for what lies at infinity: the picture is that of glOrtho, the near plane has the least
+// depth, depth grows without end, and every direction away from the eye has depth 1 within the clip volume.
+TEST_F(KivShadowsCalls, ParallelViewsHaveAPlaceForInfinity) {
+    KivCamera camera;
+    camera.setProjection(KivCamera::orthographic);
+    camera.setFrustumLeft(-2);
+    camera.setFrustumRight(4);
+    camera.setFrustumBottom(-1);
+    camera.setFrustumTop(3);
+    for (const double near : {-6.0, 0.0, 5.0}) {
+        camera.setFrustumNear(near);
+        camera.setFrustumFar(near + 10.0);
+        for (const bool fromZero : {true, false}) {
+            double m[16];
+            KivTestAccess::parallelToInfinity(shadows, camera, fromZero, m);
+            const auto clip = [&m](double x, double y, double z, double w, int row) {
+                return m[row] * x + m[4 + row] * y + m[8 + row] * z + m[12 + row] * w;
+            };
+            const double least = fromZero ? 0.0 : -1.0;
+            const double bend = fromZero ? 2e-5 : 4e-4;
+            double last = least - 1e-12;
+            for (const double depth : {0.0, 0.001, 1.0, 9.0, 10.0, 1000.0}) {
+                const double z = -(near + depth);
+                const double w = clip(3, 2, z, 1, 3);
+                ASSERT_GT(w, 0.0);
+                if (depth <= 10.0) {
+                    EXPECT_NEAR(clip(3, 2, z, 1, 0) / w, (3 - 1) / 3.0, bend);
+                    EXPECT_NEAR(clip(3, 2, z, 1, 1) / w, (2 - 1) / 2.0, bend);
+                }
+                const double ndc = clip(3, 2, z, 1, 2) / w;
+                EXPECT_GT(ndc, last);
+                last = ndc;
+            }
+            EXPECT_NEAR(clip(0, 0, -near, 1, 2) / clip(0, 0, -near, 1, 3), least, 1e-12);
+            const double w = clip(0.3, -0.4, -1, 0, 3);
+            EXPECT_GT(w, 0.0);
+            EXPECT_LE(clip(0.3, -0.4, -1, 0, 2), w);
+            EXPECT_NEAR(clip(0.3, -0.4, -1, 0, 2) / w, 1.0, 1e-7);
+        }
     }
 }
 

@@ -331,9 +331,9 @@ private:
     // False if it was cancelled.
     bool draw(const KivScene& scene, const KivCamera& camera, std::uint64_t triangles, const OutputFile& output,
               CliHost& host) {
-        // The projection of the shadow passes leaves a parallel view next to no depth to tell surfaces apart by.
-        if (options.shadows && camera.getProjection() != KivCamera::perspective) {
-            throw UsageError("--shadows needs a view in perspective: leave out --ortho, or give --eye");
+        // With shadows the depth of a parallel view is counted in a way that no picture shows.
+        if (options.depthImage && options.shadows && camera.getProjection() != KivCamera::perspective) {
+            throw UsageError("--depth-image shows nothing of a parallel view with --shadows: leave one of them out");
         }
         KivCommonSettings settings = settingsFor(output);
         KivMemoryCommonDataManager common;

@@ -3,6 +3,7 @@
 #include "kivrender/host/kivlanguage.h"
 #include "kivrender/platform/kivbitmap.h"
 #include "kivrender/platform/kivglcontext.h"
+#include "kivrender/platform/kivgldepth.h"
 #include "kivrender/platform/kivpixelmemory.h"
 #include "kivrender/platform/kivsystemerror.h"
 #include "kivrender/render/kivbitmapmanager.h"
@@ -242,6 +243,7 @@ void KivRenderer::renderShader(KivShader* shader, const KivCommonSettings& setti
 }
 
 void KivRenderer::endRendering(KivBitmapManager* surface, const KivCommonSettings& settings, KivProgress* progress) {
+    kivClipDepthAsUsual(); // the shadows of a parallel view need another way, nothing from here on does
     drawPaperImage(settings, progress);
     if (settings.doVectorial()) {
         closeVectorPage(*surface, settings, progress);

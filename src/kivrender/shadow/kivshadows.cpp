@@ -1,5 +1,6 @@
 #include "kivrender/shadow/kivshadows.h"
 
+#include "kivrender/platform/kivgldepth.h"
 #include "kivrender/scene/kivcamera.h"
 #include "kivrender/scene/kivlight.h"
 #include "kivrender/scene/kivmesh.h"
@@ -10,6 +11,7 @@
 #include <gl2ps.h>
 
 #include <algorithm>
+#include <cmath>
 #include <limits>
 #include <optional>
 #include <unordered_map>
@@ -153,6 +155,9 @@ void KivShadows::setInfinitePerspective(const KivCamera& camera, const KivScene*
     double matrix[16];
     calculateSceneBoundingBox(scene);
     infiniteFrustum(camera, matrix);
+    if (camera.getProjection() != KivCamera::perspective) {
+        parallelToInfinity(camera, kivClipDepthFromZero(), matrix);
+    }
     glMatrixMode(GL_PROJECTION);
     glLoadIdentity();
     glMultMatrixd(matrix);
@@ -186,6 +191,34 @@ void KivShadows::infiniteFrustum(const KivCamera& camera, double* matrix) {
         matrix[13] = -acrossY;
         matrix[14] = infinityMargin - 1;
         matrix[15] = 1;
+    }
+}
+
+// A parallel projection has no place for what lies at infinity: the far caps of volumes would be lost. And depth that
+// is scaled to reach far leaves next to nothing for the scene: beside 1, single precision tells three depths apart. So
+// the eye is not at infinity but so far away that nobody sees it: directions then have a place, depth 1, and a scene
+// lies close to depth 0, where a context that clips depth from zero keeps all digits. Without such a context the eye
+// comes nearer: the picture then bends by a part in some thousands, and depth is told apart in some thousands of steps.
+void KivShadows::parallelToInfinity(const KivCamera& camera, bool depthFromZero, double* matrix) const {
+    constexpr double k = 1 - infinityMargin;
+    const double width = camera.getFrustumRight() - camera.getFrustumLeft();
+    const double height = camera.getFrustumTop() - camera.getFrustumBottom();
+    const double near = camera.getFrustumNear();
+    const double extent = std::max(
+        {camera.getFrustumFar() - near, width, height, sceneBox.getXSize(), sceneBox.getYSize(), sceneBox.getZSize()});
+    const double away = (std::isfinite(extent) && extent > 0.0 ? extent : 1.0) * (depthFromZero ? 65536.0 : 4096.0);
+    // w = 1 + (depth - near) / away; z = k (depth - near) / away, or the same from -w to w.
+    const double w[2] = {-1.0 / away, 1.0 - near / away};
+    const double z[2] = {-k / away, -k * near / away};
+    std::fill_n(matrix, 16, 0.0);
+    matrix[0] = 2 / width;
+    matrix[5] = 2 / height;
+    for (int i = 0; i < 2; ++i) {
+        const int column = 8 + 4 * i;
+        matrix[column] = -(camera.getFrustumRight() + camera.getFrustumLeft()) / width * w[i];
+        matrix[column + 1] = -(camera.getFrustumTop() + camera.getFrustumBottom()) / height * w[i];
+        matrix[column + 2] = depthFromZero ? z[i] : 2 * z[i] - w[i];
+        matrix[column + 3] = w[i];
     }
 }
 

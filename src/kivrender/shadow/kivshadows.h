@@ -108,6 +108,8 @@ private:
     struct VolumeCache; // those kept for the further lights
 
     // Sixteen doubles, column by column.
+    // What stands for infiniteFrustum in a parallel view; the matrix goes with the way the context clips depth.
+    void parallelToInfinity(const KivCamera& camera, bool depthFromZero, double* matrix) const;
     void infiniteFrustum(const KivCamera& camera, double* matrix);
     void calculateSceneBoundingBox(const KivScene* scene);
     void obtainDepthBuffer(tagSIZE size);

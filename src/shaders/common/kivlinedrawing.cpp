@@ -354,8 +354,9 @@ void KivLineDrawing::draw() const {
     glMatrixMode(GL_PROJECTION);
     glPushMatrix();
     glLoadIdentity();
-    // The near end of the depth range, for lines that have to stay in front.
-    glOrtho(0.0, view.width(), 0.0, view.height(), 0.0, 1.0);
+    // At the near end of the depth range, for lines that have to stay in front: that of depth 0 is where depth is
+    // clipped.
+    glOrtho(0.0, view.width(), 0.0, view.height(), view.hasFineDepth() ? -1.0 : 0.0, 1.0);
     glMatrixMode(GL_MODELVIEW);
     glPushMatrix();
     glLoadIdentity();

@@ -30,7 +30,7 @@ float KivLineTracer::weigh(const KivWindowPoint& place, const KivVec& open, KivF
     const int x = cellOf(place.x);
     const int y = cellOf(place.y);
     const float farthest = depth.farthest(x, y);
-    if (place.z > farthest + depthSlack) {
+    if (place.z > farthest + depthSlack * view.depthGrain(place.z)) {
         const double here = view.distance(place.z);
         const double covered = (here - view.distance(farthest)) / view.pixelSize(here);
         return covered < slightly * pen.pixel ? slightlyHidden : 0.0F;

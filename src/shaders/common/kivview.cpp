@@ -1,5 +1,7 @@
 #include "kivview.h"
 
+#include "kivrender/platform/kivgldepth.h"
+
 #include <GL/gl.h>
 
 #include <algorithm>
@@ -28,7 +30,8 @@ KivView::KivView(const Matrix& modelview, const Matrix& projectionMatrix, int wi
                  double depthFar)
     : combined(product(projectionMatrix, modelview)), projection(projectionMatrix), viewWidth(width),
       viewHeight(height), depthFrom(depthNear), depthTo(depthFar) {
-    perspective = projection[11] != 0.0;
+    // Shadows look at a parallel view from a very distant eye: there the last element is not 0.
+    perspective = projection[11] != 0.0 && projection[15] == 0.0;
     // The modelview matrix of a camera is a rotation and a move, so its inverse is its transpose: the eye is the point
     // that it takes to the origin.
     const Matrix& m = modelview;
@@ -98,5 +101,13 @@ KivView kivCurrentView(int width, int height) {
     glGetDoublev(GL_MODELVIEW_MATRIX, modelview.data());
     glGetDoublev(GL_PROJECTION_MATRIX, projection.data());
     glGetDoublev(GL_DEPTH_RANGE, range);
-    return KivView(modelview, projection, width, height, range[0], range[1]);
+    const bool fine = kivIsDepthClippedFromZero();
+    if (fine) {
+        for (std::size_t column = 0; column < 16; column += 4) {
+            projection[column + 2] = 2.0 * projection[column + 2] - projection[column + 3];
+        }
+    }
+    KivView view(modelview, projection, width, height, range[0], range[1]);
+    view.setFineDepth(fine);
+    return view;
 }

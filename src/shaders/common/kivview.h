@@ -37,6 +37,18 @@ public:
         return viewHeight;
     }
     // True when all rays meet in the eye; false when they are parallel.
+    // How much single precision leaves of a window depth: parts of 1, or parts of the depth itself where depth is
+    // clipped from zero.
+    double depthGrain(double windowDepth) const {
+        return fineDepth ? windowDepth : 1.0;
+    }
+    // Whether the depth of the view is clipped from zero (kivrender/platform/kivgldepth.h).
+    bool hasFineDepth() const {
+        return fineDepth;
+    }
+    void setFineDepth(bool fine) {
+        fineDepth = fine;
+    }
     bool isPerspective() const {
         return perspective;
     }
@@ -77,6 +89,7 @@ private:
     double depthFrom = 0.0;
     double depthTo = 1.0;
     bool perspective = false;
+    bool fineDepth = false;
     KivVec eyePoint;
     KivVec rightward{1.0, 0.0, 0.0};
     KivVec upward{0.0, 1.0, 0.0};

@@ -86,8 +86,11 @@ public:
     int getNumPages() override {
         return 1;
     }
-    bool loadDocData(KivDataManager*) override {
-        return true;
+    bool loadDocData(KivDataManager* manager) override {
+        // The block as saveData writes it: the section of the page, then the value of each setting.
+        wchar_t section[kivMaxPath] = {};
+        return manager->loadStringFromFile(section) && manager->loadIntFromFile(nullptr) &&
+               manager->loadDoubleFromFile(nullptr);
     }
     void loadObjectSettings(KivDataManager*, Kiv3DObject*) override {}
     void preparePreview(KivScene*, const KivPropertiesDlg*) override {}

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Installs the package into an empty folder, builds the example host and the example plug-in against that installed
+# Installs the package into an empty folder, builds the example hosts and the example plug-in against that installed
 # package alone, with CMake and with pkg-config, and renders with them.
 #
 # installed_examples_test.sh SOURCE_DIR BUILD_DIR SANITIZE
@@ -24,7 +24,7 @@ fi
 
 flags=()
 [ -n "$sanitize" ] && flags=(-DCMAKE_CXX_FLAGS="-fsanitize=$sanitize")
-for example in minimal_host minimal_shader; do
+for example in minimal_host minimal_shader document_host; do
     cp -r "$source/examples/$example" "$work/$example"
     quietly cmake -G Ninja -S "$work/$example" -B "$work/build-$example" -DCMAKE_BUILD_TYPE=Release -DCMAKE_PREFIX_PATH="$prefix" "${flags[@]}"
     quietly cmake --build "$work/build-$example"
@@ -50,6 +50,29 @@ cmp -s "$work/cube.png" "$work/posterised.png" && fail "both shaders drew the sa
 "$prefix/bin/selvarin" preview --style Comic -o "$work/comic.png" -s 300x300 -q || fail "an installed style can't be used"
 check_picture "$work/comic.png"
 
+# Settings that were saved in a document draw the same picture when another process has read them back.
+document_host=$work/build-document_host/document_host
+"$document_host" new "$work/a.doc" "Clean toon"
+"$document_host" render "$work/a.doc" "$work/plain.png"
+"$document_host" object "$work/a.doc" 1 Comic
+"$document_host" object "$work/a.doc" 2 Blueprint
+"$document_host" render "$work/a.doc" "$work/own.png"
+check_picture "$work/own.png"
+cmp -s "$work/plain.png" "$work/own.png" && fail "objects with settings of their own drew the same picture"
+"$document_host" render "$work/a.doc" "$work/again.png"
+cmp -s "$work/own.png" "$work/again.png" || fail "a document gave another picture the second time"
+# Sharing what two objects have in common leaves each what it has for itself.
+said=$("$document_host" share "$work/a.doc" 1 2)
+case $said in "0 values"* | *" 0 of them varied") fail "sharing said: $said" ;; esac
+"$document_host" render "$work/a.doc" "$work/shared.png"
+cmp -s "$work/own.png" "$work/shared.png" || fail "sharing changed the picture"
+# A document that breaks off or is none is told in one line.
+head -n 40 "$work/a.doc" >"$work/broken.doc"
+for document in broken.doc log gone.doc; do
+    said=$("$document_host" render "$work/$document" "$work/never.png" 2>&1) && fail "$document was taken for a document"
+    [ "$(printf '%s\n' "$said" | wc -l)" = 1 ] && [ ! -e "$work/never.png" ] || fail "$document: $said"
+done
+
 # The same host by pkg-config.
 if command -v pkg-config >/dev/null; then
     export PKG_CONFIG_PATH
@@ -61,4 +84,4 @@ if command -v pkg-config >/dev/null; then
     "$work/by_pkg_config" "$work/again.png" >/dev/null
     cmp -s "$work/cube.png" "$work/again.png" || fail "the host built by pkg-config drew another picture"
 fi
-echo "installed package: both examples build against it and render"
+echo "installed package: the examples build against it and render"

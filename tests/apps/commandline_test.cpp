@@ -3,6 +3,7 @@
 #include "apps/cli/manual.h"
 #include "apps/cli/outputfile.h"
 #include "apps/cli/progressbar.h"
+#include "apps/cli/startup.h"
 #include "apps/cli/suggestion.h"
 #include "programtest.h"
 
@@ -370,4 +371,14 @@ TEST(ProgressBar, FractionOfAllSteps) {
     EXPECT_FALSE(bar.isCancelled());
     bar.restart(L"again");
     EXPECT_EQ(bar.fraction(), 0.0);
+}
+
+TEST(Language, IsTheFirstPartOfALocalesName) {
+    EXPECT_EQ(languageOfLocale("es_ES.UTF-8"), "es");
+    EXPECT_EQ(languageOfLocale("es"), "es");
+    EXPECT_EQ(languageOfLocale("ca@valencia"), "ca");
+    EXPECT_EQ(languageOfLocale("de.UTF-8"), "de");
+    for (const char* const none : {"", "C", "C.UTF-8", "POSIX"}) {
+        EXPECT_EQ(languageOfLocale(none), "en") << none;
+    }
 }

@@ -1,6 +1,8 @@
 // The program as a user runs it: exit status, messages, and what its pictures show.
 #include "programtest.h"
 
+#include "support/temphome.h"
+
 #include <array>
 #include <chrono>
 #include <cmath>
@@ -392,6 +394,35 @@ TEST(Program, ShadowsAndTheirPicture) {
         run(folder, {"render", model, "-o", folder.path("o.png"), "--shadows", "--ortho", "0", "--depth-image"});
     EXPECT_EQ(refused.status, 2);
     EXPECT_THAT(refused.err, testing::HasSubstr("--depth-image shows nothing of a parallel view"));
+}
+
+TEST(Program, SpeaksTheLanguageThatIsAskedFor) {
+    const ProgramFolder folder;
+    const auto shaders = [&folder](const std::map<std::string, std::string>& variables,
+                                   std::vector<std::string> words) {
+        ScopedEnvironment environment;
+        for (const char* const name : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
+            const auto given = variables.find(name);
+            environment.set(name, given != variables.end() ? given->second : "");
+        }
+        words.insert(words.begin(), "shaders");
+        return run(folder, words);
+    };
+    const std::string english = "Outline  (Outline)";
+    const std::string spanish = "Outline  (Contorno)";
+    EXPECT_THAT(shaders({}, {}).out, HasSubstr(english));
+    EXPECT_THAT(shaders({}, {"--lang", "es"}).out, HasSubstr(spanish));
+    EXPECT_THAT(shaders({{"LANG", "es_AR.UTF-8"}}, {}).out, HasSubstr(spanish));
+    EXPECT_THAT(shaders({{"LANG", "es_AR.UTF-8"}}, {"--lang", "en"}).out, HasSubstr(english));
+    EXPECT_THAT(shaders({{"LC_MESSAGES", "es"}, {"LANG", "en"}}, {}).out, HasSubstr(spanish));
+    EXPECT_THAT(shaders({{"LC_ALL", "C"}, {"LC_MESSAGES", "es"}, {"LANG", "es"}}, {}).out, HasSubstr(english));
+    const Outcome other = shaders({{"LC_ALL", "fr_FR.UTF-8"}}, {});
+    EXPECT_THAT(other.out, HasSubstr(english));
+    EXPECT_EQ(other.err, "") << "a language that there is no module of is no fault of the user";
+    const Outcome unknown = shaders({}, {"--lang", "../es"});
+    EXPECT_EQ(unknown.status, 2);
+    EXPECT_EQ(unknown.err,
+              "selvarin: --lang: there is no language \"../es\"; there are: en, es (see \"selvarin --help\")\n");
 }
 
 TEST(Program, PapersByNameMultiplyThePicture) {

@@ -4,6 +4,7 @@
 #include "apps/cli/listcommands.h"
 #include "apps/cli/manual.h"
 #include "apps/cli/rendercommand.h"
+#include "apps/cli/startup.h"
 #include "apps/cli/stylecommands.h"
 
 #include <algorithm>
@@ -52,6 +53,9 @@ int run(const Words& words) {
     if (words.has("help")) {
         print(helpText(*words.command, terminalWidth()));
         return statusDone;
+    }
+    if (const auto language = words.value("lang")) {
+        chooseLanguage(*language);
     }
     if (words.command->name == "render") {
         return runRender(parseRenderOptions(words));

@@ -9,6 +9,17 @@ using enum Completes;
 
 constexpr OptionInfo help{"help", 'h', "", "", "General", false, nothing, "", "Show this text."};
 
+constexpr OptionInfo langOption{"lang",
+                                0,
+                                "CODE",
+                                "by the environment",
+                                "General",
+                                false,
+                                nothing,
+                                "",
+                                "The language of names, stages and messages of the renderer: en or es. Without it "
+                                "LC_ALL, LC_MESSAGES or LANG tell."};
+
 // What a look is made of, for every command that takes one.
 constexpr OptionInfo styleOption{
     "style",
@@ -101,11 +112,13 @@ constexpr std::array renderOptions{
         "Read options from a file, one \"name = value\" a line. Options of the command line win over it; what may "
         "be repeated adds up. No such file is read unless named."},
     OptionInfo{"quiet", 'q', "", "", "General", false, nothing, "", "No progress bar, no summary."},
+    langOption,
     help,
 };
 
 constexpr std::array shadersOptions{
     OptionInfo{"quiet", 'q', "", "", "General", false, nothing, "", "Tags alone, one a line."},
+    langOption,
     help,
 };
 
@@ -117,6 +130,7 @@ constexpr std::array stylesOptions{
     backgroundOption,
     ambientOption,
     OptionInfo{"quiet", 'q', "", "", "General", false, nothing, "", "Names alone, one a line."},
+    langOption,
     help,
 };
 
@@ -132,6 +146,7 @@ constexpr std::array previewOptions{
     setOption,
     ambientOption,
     OptionInfo{"quiet", 'q', "", "", "General", false, nothing, "", "No summary."},
+    langOption,
     help,
 };
 
@@ -142,6 +157,7 @@ constexpr std::array styleOptions{
     setOption,
     OptionInfo{"force", 'f', "", "", "General", false, nothing, "", "Save over a style that is there."},
     OptionInfo{"quiet", 'q', "", "", "General", false, nothing, "", "No summary."},
+    langOption,
     help,
 };
 
@@ -149,6 +165,7 @@ constexpr std::array plainOptions{help};
 
 constexpr std::array infoOptions{
     OptionInfo{"up-axis", 0, "AXIS", "by format", "Model", false, choices, "y z", "What is up in the model: y or z."},
+    langOption,
     help,
 };
 

@@ -4,8 +4,14 @@
 #include "kivoutlinesettings.h"
 #include "kivrender/platform/kivmodule.h"
 
+namespace {
+
+constexpr unsigned int nameText = 1010; // the display name in the language module
+
+} // namespace
+
 KivOutlineShader::KivOutlineShader(HINSTANCE pluginModule)
-    : KivLineShader(pluginModule, L"Outline", kivDefaultSettings(kivOutlineSection, kivOutlineTable)) {}
+    : KivLineShader(pluginModule, L"Outline", kivDefaultSettings(kivOutlineSection, kivOutlineTable), nameText) {}
 
 std::unique_ptr<KivLineDrawing> KivOutlineShader::startDrawing(const KivCommonSettings& settings, KivScene&,
                                                                tagSIZE size, KivShaderCommunication& communication,

@@ -90,6 +90,12 @@ protected:
         camera.setFrustumFar(40.0);
     }
 
+    // The same without perspective: 9 units from the bottom of the picture to its top.
+    void lookInParallelFrom(const Kiv3DPoint& eye) {
+        lookFrom(eye);
+        camera.setProjection(KivCamera::orthographic);
+    }
+
     // Things on and over a slab that throw shadows on it, on each other and on themselves.
     void addThings() {
         scene.addMesh(closedBox({-4.0, -4.0, -0.5}, {4.0, 4.0, 0.0}).release());
@@ -104,7 +110,7 @@ protected:
         for (KivLight light : lights) {
             scene.addLight(light);
         }
-        const double half = 0.34 * camera.getFrustumNear();
+        const double half = camera.getProjection() == KivCamera::orthographic ? 4.5 : 0.34 * camera.getFrustumNear();
         camera.setFrustumBottom(-half);
         camera.setFrustumTop(half);
         camera.setFrustumLeft(-half * size.cx / size.cy);
@@ -119,11 +125,14 @@ protected:
             return {};
         }
         const std::vector<Seen> seen = look(rays, found, expected);
+        // In lengths of a ray's direction, which are those of the scene in a parallel view and as long as the near
+        // plane is away in perspective, 1 here.
+        const double fold = 0.04 * rays.diagonal();
         Agreement agreement;
         for (int y = 0; y < found.cy; ++y) {
             for (int x = 0; x < found.cx; ++x) {
                 const Seen& here = seen[index(x, y, found)];
-                if (isAtEdge(seen, x, y, found)) {
+                if (isAtEdge(seen, x, y, found, fold)) {
                     continue;
                 }
                 ++agreement.compared;
@@ -157,7 +166,10 @@ private:
         for (int y = 0; y < size.cy; ++y) {
             for (int x = 0; x < size.cx; ++x) {
                 const RayCaster::Ray ray = RayCaster::through(camera, (x + 0.5) / size.cx, (y + 0.5) / size.cy);
-                Seen here{rays.first(ray), static_cast<int>(lights.size())};
+                // Before the near plane nothing is seen, which may lie behind the eye of a parallel view.
+                const bool parallel = camera.getProjection() == KivCamera::orthographic;
+                const double from = parallel ? camera.getFrustumNear() : 0.0;
+                Seen here{rays.first(ray, from), static_cast<int>(lights.size())};
                 if (here.hit) {
                     here.lights = static_cast<int>(std::count_if(lights.begin(), lights.end(), [&](const KivLight& l) {
                         return rays.isReached(ray, *here.hit, l);
@@ -170,7 +182,7 @@ private:
     }
 
     // Whether something else, or a place that other lights reach, lies within two pixels.
-    static bool isAtEdge(const std::vector<Seen>& seen, int x, int y, tagSIZE size) {
+    static bool isAtEdge(const std::vector<Seen>& seen, int x, int y, tagSIZE size, double fold) {
         const Seen& here = seen[index(x, y, size)];
         for (int v = std::max(y - 2, 0); v <= std::min(y + 2, size.cy - 1); ++v) {
             for (int u = std::max(x - 2, 0); u <= std::min(x + 2, size.cx - 1); ++u) {
@@ -179,8 +191,8 @@ private:
                     return true;
                 }
                 // Another thing, or a fold of the same that lies clearly behind.
-                if (here.hit && (there.hit->mesh != here.hit->mesh ||
-                                 std::abs(there.hit->distance - here.hit->distance) > 0.04 * here.hit->distance)) {
+                if (here.hit &&
+                    (there.hit->mesh != here.hit->mesh || std::abs(there.hit->distance - here.hit->distance) > fold)) {
                     return true;
                 }
             }
@@ -236,6 +248,54 @@ TEST_P(KivRendererShadowImage, PicturesThatAreReducedInTheEnd) {
         expectAgreement({161, 121}, {point(4.0, -6.0, 6.0), point(-3.0, -5.0, 8.0)});
         scene.empty();
     }
+}
+
+// --- parallel views
+
+TEST_P(KivRendererShadowImage, AParallelViewWithAPointOfLight) {
+    lookInParallelFrom({6.0, -9.0, 7.0});
+    addThings();
+    expectAgreement({321, 243}, {point(-3.0, -5.0, 8.0)});
+}
+
+TEST_P(KivRendererShadowImage, AParallelViewWithThreeLights) {
+    lookInParallelFrom({6.0, -9.0, 7.0});
+    addThings();
+    expectAgreement({322, 241}, {point(4.0, -6.0, 6.0), sun(-2.0, -1.0, 2.0), lightOf(KivLight::spotLight, {1, 6, 7})});
+}
+
+// What a shadow does to the end of a view that never leaves it: light along the view, close to it on both sides, and
+// against it. From straight above too, where sides of volumes are seen along themselves.
+TEST_P(KivRendererShadowImage, AParallelViewWithLightAlongIt) {
+    const Kiv3DPoint eye(4.0, -6.0, 9.0);
+    for (const KivLight& light : {sun(4.0, -6.0, 9.0), sun(4.05, -5.9, 9.0), sun(3.0, -6.5, 9.0), point(4.1, -6.1, 9.2),
+                                  point(1.0, -2.0, 3.0)}) {
+        lookInParallelFrom(eye);
+        addThings();
+        const Agreement agreement = compare({401, 303}, {light}, {light});
+        EXPECT_GE(agreement.share(), 0.995) << agreement.equal << " of " << agreement.compared;
+        EXPECT_GT(agreement.compared, 60000);
+    }
+}
+
+TEST_P(KivRendererShadowImage, AParallelViewFromStraightAbove) {
+    for (const KivLight& light : {sun(0.0, 0.0, 1.0), sun(0.4, 0.3, 1.0), point(0.0, 0.0, 6.0)}) {
+        lookInParallelFrom({0.0, 0.0, 9.0});
+        camera.setUp({0.0, 1.0, 0.0});
+        addThings();
+        const Agreement agreement = compare({203, 202}, {light}, {light});
+        EXPECT_GE(agreement.share(), 0.995) << agreement.equal << " of " << agreement.compared;
+        EXPECT_GT(agreement.compared, 20000);
+    }
+}
+
+// Things lie behind the eye of a parallel view, and beyond the far plane, and are seen.
+TEST_P(KivRendererShadowImage, AParallelViewWithTheEyeInsideTheThings) {
+    lookInParallelFrom({0.6, -0.9, 0.7});
+    camera.setFrustumNear(-12.0);
+    camera.setFrustumFar(1.0);
+    addThings();
+    expectAgreement({243, 181}, {point(-3.0, -5.0, 8.0)});
 }
 
 // A comparison that could not fail would prove nothing.

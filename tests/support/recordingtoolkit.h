@@ -337,16 +337,43 @@ public:
         folder = pickedFolder.value_or(folder);
         return pickedFolder.has_value();
     }
-    unsigned int startTimer(unsigned int, std::function<void()>) override {
-        return 0;
+    unsigned int startTimer(unsigned int milliseconds, std::function<void()> callback) override {
+        timers[++lastTimer] = {milliseconds, now + milliseconds, std::move(callback)};
+        return lastTimer;
     }
-    void stopTimer(unsigned int) override {}
+    void stopTimer(unsigned int timer) override {
+        timers.erase(timer);
+    }
+    // Lets time pass: nothing fires but here. Timers fire in the order of their times.
+    void passTime(unsigned int milliseconds) {
+        const unsigned long end = now + milliseconds;
+        for (;;) {
+            const auto next = std::min_element(
+                timers.begin(), timers.end(), [](const auto& a, const auto& b) { return a.second.due < b.second.due; });
+            if (next == timers.end() || next->second.due > end) {
+                break;
+            }
+            now = next->second.due;
+            next->second.due += std::max(next->second.interval, 1U);
+            const std::function<void()> callback = next->second.callback; // it may stop its own timer
+            callback();
+        }
+        now = end;
+    }
     std::unique_ptr<KivWindow> createWindow(HINSTANCE, unsigned int id, HWND) override {
         windows.push_back(std::make_shared<WindowRecord>());
         templates.push_back(id);
+        if (onWindow) {
+            onWindow(*windows.back());
+        }
         return std::make_unique<RecordingWindow>(windows.back());
     }
 
+    struct Timer {
+        unsigned int interval = 0; // milliseconds
+        unsigned long due = 0;     // on the clock of now
+        std::function<void()> callback;
+    };
     struct FileQuestion {
         bool open;
         std::wstring file; // the wish
@@ -356,6 +383,10 @@ public:
     std::optional<std::wstring> pickedFile;
     std::optional<std::wstring> pickedFolder;
     std::vector<FileQuestion> files;
+    std::map<unsigned int, Timer> timers; // those that run
+    unsigned long now = 0;                // milliseconds
+    unsigned int lastTimer = 0;
+    std::function<void(WindowRecord&)> onWindow; // runs for each window that is made
     std::vector<std::wstring> folderTitles;
     std::vector<Message> messages;
     std::vector<std::shared_ptr<WindowRecord>> windows; // in the order of their making

@@ -1,5 +1,6 @@
 #include "kivrender/dialogs/kivpagedlg.h"
 
+#include "kivrender/dialogs/kivpropertiesdlg.h"
 #include "kivrender/platform/kivwindow.h"
 #include "kivrender/settings/kivpagesettings.h"
 
@@ -42,6 +43,12 @@ void KivPageDlg::saveData(KivDataManager* manager) {
     if (settings != nullptr) {
         settings->setDataManager(manager);
         settings->saveData();
+    }
+}
+
+void KivPageDlg::resetStyle() {
+    if (propertiesDlg != nullptr && propertiesDlg->getWindow() != nullptr) {
+        propertiesDlg->resetStyle();
     }
 }
 

@@ -36,6 +36,9 @@ public:
     void loadData(KivDataManager* manager);
     void saveData(KivDataManager* manager);
 
+    // What the page calls whenever the user edits a value: tells the dialog, if its window is open.
+    void resetStyle();
+
     // The module that holds the page's texts and templates.
     HINSTANCE getModuleState() const;
 

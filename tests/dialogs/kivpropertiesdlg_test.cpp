@@ -1,0 +1,346 @@
+#include "kivrender/dialogs/kivpropertiesdlg.h"
+
+#include "dialogs/shadertable.h"
+#include "kivrender/dialogs/kivsavestyledlg.h"
+#include "kivrender/dialogs/kivstylefile.h"
+#include "kivrender/platform/kivbitmap.h"
+#include "kivrender/settings/kivaveragedatamanager.h"
+#include "kivrender/settings/kivcommonsettings.h"
+#include "kivrender/settings/kivmemorydatamanager.h"
+#include "support/recordingtoolkit.h"
+#include "support/temphome.h"
+#include "support/testhost.h"
+
+#include <algorithm>
+#include <gtest/gtest.h>
+#include <random>
+
+namespace {
+
+using Dlg = KivPropertiesDlg;
+using Host = KivHostApplicationServices;
+
+// Its styles are in two folders of its own.
+class StyleHost : public TestHost {
+public:
+    bool getStyleFolder(Folder folder, wchar_t* out) override {
+        if (folder == dataFolder) {
+            return false;
+        }
+        kivCopyText(out, kivMaxPath, (folder == userFolder ? users : shared).wide("").c_str());
+        return true;
+    }
+
+    ::TempFolder users;
+    ::TempFolder shared;
+};
+
+class KivPropertiesDlgTest : public testing::Test {
+protected:
+    KivPropertiesDlgTest() {
+        KivTestAccess::setShaders({&paint, &wash, &lines, &dots});
+        stream.setSaving();
+    }
+    ~KivPropertiesDlgTest() override {
+        dialog.DestroyWindow();
+        KivTestAccess::setShaders({});
+    }
+
+    // Writes a stream as the dialog does, with the first value of each page being its default.
+    void writeStream(KivDataManager& manager, const std::wstring& style, const std::wstring& base,
+                     const std::wstring& combinables) {
+        manager.clearData();
+        manager.setSaving();
+        for (const std::wstring& line :
+             {L"Style:" + style, L"NonCombinableShader:" + base, L"CombinableShader:" + combinables}) {
+            manager.saveString(line.c_str());
+            manager.saveCurrentVaried(false);
+        }
+        for (unsigned long i = 0; i < KivShader::shaders(); ++i) {
+            KivShader::getByIndex(i)->saveData(&manager, nullptr);
+        }
+        manager.saveString(L"End Morvane");
+        manager.saveCurrentVaried(false);
+    }
+    WindowRecord& open(KivDataManager* manager, unsigned int id = Dlg::propertiesTemplate) {
+        EXPECT_NE(dialog.Create(manager, &settings, id, &parent), 0);
+        const auto at = std::find(toolkit.templates.begin(), toolkit.templates.end(), id) - toolkit.templates.begin();
+        return *toolkit.windows[static_cast<std::size_t>(at)];
+    }
+    static std::wstring text(const KivProperty& cell) {
+        std::wstring value;
+        int number = 0;
+        if (cell.getType() == KivProperty::String) {
+            cell.getValue(value);
+            return value;
+        }
+        cell.getValue(number);
+        return L"#" + std::to_wstring(number);
+    }
+    static std::vector<std::wstring> texts(const KivMemoryDataManager& manager) {
+        std::vector<std::wstring> all;
+        for (const KivProperty& cell : manager.getCells()) {
+            all.push_back(text(cell));
+        }
+        return all;
+    }
+    void writeStyle(const TempFolder& folder, const std::wstring& name, const KivStyleHead& head) {
+        ASSERT_TRUE(kivWriteStyleHead(folder.wide("") + L"/" + name + L".kiv", head));
+    }
+
+    StyleHost host;
+    RecordingToolkit toolkit;
+    std::shared_ptr<WindowRecord> parentRecord = std::make_shared<WindowRecord>();
+    RecordingWindow parent{parentRecord};
+    KivCommonSettings settings;
+    ShownBaseLook paint{L"Paint", 2};
+    ShownBaseLook wash{L"Wash", 1};
+    ShownCombinable lines{L"Lines", 2};
+    ShownCombinable dots{L"Dots", 1};
+    KivMemoryDataManager stream;
+    KivPropertiesDlg dialog;
+};
+
+TEST_F(KivPropertiesDlgTest, ShowsWhatTheStreamNames) {
+    writeStream(stream, L"", L"Wash", L"Dots;Lines;");
+    const WindowRecord& user = open(&stream);
+    EXPECT_EQ(user.at(Dlg::nonCombinableBox).check, 1);
+    EXPECT_EQ(user.at(Dlg::nonCombinableTree).selection, 1);
+    EXPECT_TRUE(user.at(Dlg::nonCombinableTree).items[1].bold);
+    EXPECT_TRUE(user.at(Dlg::combinableTree).items[0].checked);
+    EXPECT_TRUE(user.at(Dlg::combinableTree).items[1].checked);
+    EXPECT_EQ(KivTestAccess::combinables(dialog), (std::vector<KivShader*>{&dots, &lines}));
+    EXPECT_EQ(user.at(Dlg::pagesTab).items.size(), 4U) << "one of the base look, one of the dots, two of the lines";
+    EXPECT_FALSE(dialog.isChanged());
+    EXPECT_TRUE(toolkit.timers.empty());
+}
+
+TEST_F(KivPropertiesDlgTest, AnEmptyManagerIsAnEmptyDocument) {
+    KivMemoryDataManager empty;
+    const WindowRecord& user = open(&empty);
+    EXPECT_EQ(user.at(Dlg::nonCombinableBox).check, 0);
+    EXPECT_FALSE(user.at(Dlg::nonCombinableTree).enabled);
+    EXPECT_EQ(KivTestAccess::base(dialog), nullptr);
+    EXPECT_FALSE(user.at(Dlg::pagesTab).visible);
+}
+
+TEST_F(KivPropertiesDlgTest, TabsAreNumberedAcrossShaders) {
+    writeStream(stream, L"", L"Paint", L"Lines;Dots;");
+    WindowRecord& user = open(&stream);
+    ASSERT_EQ(user.at(Dlg::pagesTab).items.size(), 5U);
+    EXPECT_EQ(KivTestAccess::shownPage(dialog), paint.getPage(&dialog, 0));
+    EXPECT_TRUE(user.choose(Dlg::pagesTab, 3));
+    EXPECT_EQ(KivTestAccess::shownPage(dialog), lines.getPage(&dialog, 1));
+    EXPECT_EQ(lines.getCurDialogIndex(&dialog), 1);
+    EXPECT_EQ(user.at(Dlg::pagesTab).page, lines.getPage(&dialog, 1)->getWindow());
+    EXPECT_TRUE(user.choose(Dlg::nonCombinableTree, 1));
+    EXPECT_EQ(KivTestAccess::currentTab(dialog), 2) << "the same page behind one page less";
+    EXPECT_EQ(KivTestAccess::shownPage(dialog), lines.getPage(&dialog, 1));
+    EXPECT_TRUE(user.toggle(Dlg::combinableTree, 0));
+    EXPECT_EQ(KivTestAccess::shownPage(dialog), wash.getPage(&dialog, 0));
+    EXPECT_EQ(user.at(Dlg::pagesTab).items.size(), 2U);
+}
+
+TEST_F(KivPropertiesDlgTest, ABurstOfEditsSelectsNoStyleAndGivesOnePreview) {
+    writeStyle(host.users, L"Mine", {L"Paint", {}});
+    writeStream(stream, L"Mine", L"Paint", L"");
+    const WindowRecord& user = open(&stream);
+    EXPECT_EQ(user.at(Dlg::stylesCombo).selection, 0);
+    const int before = user.redraws;
+    for (const wchar_t* const value : {L"1", L"12", L"123"}) {
+        paint.pages[0]->setControlText(samplePageControl, value);
+        toolkit.passTime(399);
+    }
+    EXPECT_EQ(user.at(Dlg::stylesCombo).selection, -1);
+    EXPECT_EQ(user.redraws, before);
+    EXPECT_TRUE(parentRecord->received.empty());
+    toolkit.passTime(1);
+    EXPECT_EQ(user.redraws, before + 1);
+    ASSERT_EQ(parentRecord->received.size(), 1U);
+    EXPECT_EQ(parentRecord->received[0].message, Dlg::previewMessage);
+    toolkit.passTime(4000);
+    EXPECT_EQ(user.redraws, before + 1);
+    EXPECT_TRUE(dialog.isChanged());
+    EXPECT_TRUE(stream.isChanged());
+    dialog.changesWritten();
+    EXPECT_FALSE(dialog.isChanged());
+}
+
+TEST_F(KivPropertiesDlgTest, ThePreviewIsDrawnWhileItsBoxIsOn) {
+    writeStream(stream, L"", L"Paint", L"");
+    WindowRecord& user = open(&stream);
+    EXPECT_EQ(user.at(Dlg::previewPicture).picture, nullptr) << "the shader has no still picture";
+    EXPECT_TRUE(user.clickCheck(Dlg::previewBox));
+    toolkit.passTime(400);
+    KivBitmapInfo info;
+    ASSERT_TRUE(kivGetBitmapInfo(user.at(Dlg::previewPicture).picture, &info));
+    EXPECT_EQ(info.width, 110);
+    EXPECT_EQ(info.height, 110);
+    EXPECT_TRUE(user.clickCheck(Dlg::previewBox));
+    toolkit.passTime(400);
+    EXPECT_EQ(user.at(Dlg::previewPicture).picture, nullptr);
+}
+
+TEST_F(KivPropertiesDlgTest, OneTemplateLeavesTheMarkOfTheDocumentAlone) {
+    writeStream(stream, L"", L"Paint", L"");
+    open(&stream, Dlg::fixedDataTemplate);
+    dialog.resetStyle();
+    EXPECT_TRUE(dialog.isChanged());
+    EXPECT_FALSE(stream.isChanged());
+}
+
+TEST_F(KivPropertiesDlgTest, AVariedBaseLookIsTakenAwayByTheFirstClick) {
+    KivMemoryDataManager one;
+    KivMemoryDataManager other;
+    writeStream(one, L"A", L"Paint", L"");
+    writeStream(other, L"B", L"Wash", L"");
+    KivAverageDataManager both;
+    both.buildAverageData({&one, &other});
+    WindowRecord& user = open(&both);
+    EXPECT_EQ(user.at(Dlg::nonCombinableBox).check, 2);
+    EXPECT_FALSE(user.at(Dlg::nonCombinableTree).enabled);
+    dialog.saveData();
+    wchar_t line[kivMaxPath] = {};
+    both.setLoading();
+    both.loadString(line);
+    EXPECT_STREQ(line, L"Style:");
+    EXPECT_TRUE(both.isCurrentVaried());
+    EXPECT_TRUE(user.clickCheck(Dlg::nonCombinableBox));
+    EXPECT_EQ(user.at(Dlg::nonCombinableBox).check, 0);
+    EXPECT_TRUE(user.clickCheck(Dlg::nonCombinableBox));
+    EXPECT_EQ(user.at(Dlg::nonCombinableBox).check, 1);
+    EXPECT_TRUE(user.at(Dlg::nonCombinableTree).enabled);
+    dialog.saveData();
+    both.setLoading();
+    both.loadString(line);
+    EXPECT_FALSE(both.isCurrentVaried()) << "the user has decided";
+}
+
+TEST_F(KivPropertiesDlgTest, WithoutAManagerOnlyThePreviewBoxIsSaved) {
+    WindowRecord& user = open(nullptr);
+    EXPECT_FALSE(host.getShowPreview());
+    user.controls[Dlg::previewBox].check = 1;
+    dialog.saveData();
+    EXPECT_TRUE(host.getShowPreview());
+}
+
+TEST_F(KivPropertiesDlgTest, AStyleIsLoadedByItsChoice) {
+    writeStyle(host.users, L"Mine", {L"Wash", {L"Lines"}});
+    writeStream(stream, L"", L"Paint", L"Dots;");
+    WindowRecord& user = open(&stream);
+    EXPECT_TRUE(user.choose(Dlg::stylesCombo, 0));
+    EXPECT_EQ(KivTestAccess::base(dialog), &wash);
+    EXPECT_EQ(KivTestAccess::combinables(dialog), std::vector<KivShader*>{&lines});
+    EXPECT_TRUE(user.at(Dlg::combinableTree).items[0].checked);
+    EXPECT_FALSE(user.at(Dlg::combinableTree).items[1].checked);
+    EXPECT_EQ(user.at(Dlg::stylesCombo).selection, 0);
+    EXPECT_TRUE(dialog.isChanged());
+}
+
+TEST_F(KivPropertiesDlgTest, AStyleOfTheSharedFolderIsNotOverwritten) {
+    writeStyle(host.shared, L"Common", {L"Wash", {}});
+    writeStream(stream, L"", L"Paint", L"");
+    WindowRecord& user = open(&stream);
+    toolkit.onWindow = [this](WindowRecord& window) {
+        window.modal = [record = toolkit.windows.back().get()] {
+            record->controls[KivSaveStyleDlg::nameField].text = L"Common";
+            return kivControlOk;
+        };
+    };
+    for (int i = 0; i < 2; ++i) { // the second time it is the user's own one
+        EXPECT_TRUE(user.click(Dlg::saveStyleButton));
+        ASSERT_EQ(user.at(Dlg::stylesCombo).items.size(), 2U);
+        EXPECT_EQ(user.at(Dlg::stylesCombo).items[0].image, 1);
+        EXPECT_EQ(user.at(Dlg::stylesCombo).items[1].image, 3);
+        EXPECT_EQ(user.at(Dlg::stylesCombo).selection, 0);
+    }
+    KivStyleHead head;
+    EXPECT_TRUE(kivReadStyleHead(host.users.wide("Common.kiv"), &head));
+    EXPECT_EQ(head.nonCombinable, L"Paint");
+}
+
+TEST_F(KivPropertiesDlgTest, RemovingAStyleLeavesTheSettings) {
+    writeStyle(host.users, L"Mine", {L"Wash", {L"Lines"}});
+    WindowRecord& user = open(&stream);
+    EXPECT_TRUE(user.choose(Dlg::stylesCombo, 0));
+    EXPECT_TRUE(user.click(Dlg::removeStyleButton));
+    EXPECT_TRUE(user.at(Dlg::stylesCombo).items.empty());
+    EXPECT_EQ(host.users.count(), 0U);
+    EXPECT_EQ(KivTestAccess::base(dialog), &wash);
+    EXPECT_TRUE(user.click(Dlg::removeStyleButton)) << "there is none any more";
+}
+
+TEST_F(KivPropertiesDlgTest, TheEndOfTheWindowEndsPagesAndTimer) {
+    writeStream(stream, L"", L"Paint", L"Lines;");
+    open(&stream);
+    SamplePage page(L"Page");
+    page.setPropertiesDlg(&dialog);
+    page.resetStyle();
+    EXPECT_EQ(toolkit.timers.size(), 1U);
+    EXPECT_NE(dialog.DestroyWindow(), 0);
+    EXPECT_TRUE(toolkit.timers.empty());
+    EXPECT_EQ(paint.getPage(&dialog, 0), nullptr);
+    EXPECT_FALSE(dialog.getIsCreated());
+    page.resetStyle();
+    EXPECT_TRUE(toolkit.timers.empty()) << "a closed dialog is told nothing";
+}
+
+// Whatever the user does.
+TEST_F(KivPropertiesDlgTest, HoldsItsInvariantsThroughRandomActions) {
+    writeStyle(host.users, L"First", {L"Wash", {L"Lines", L"Dots"}});
+    writeStyle(host.users, L"Second", {L"", {L"Dots"}});
+    writeStream(stream, L"", L"Paint", L"Lines;");
+    WindowRecord& user = open(&stream);
+    std::mt19937 random(7);
+    for (int step = 0; step < 3000; ++step) {
+        const int item = static_cast<int>(random() % 5U);
+        switch (random() % 8U) {
+        case 0:
+            user.toggle(Dlg::combinableTree, item);
+            break;
+        case 1:
+            user.clickCheck(Dlg::nonCombinableBox);
+            break;
+        case 2:
+            user.choose(Dlg::nonCombinableTree, item);
+            break;
+        case 3:
+            user.choose(Dlg::pagesTab, item);
+            break;
+        case 4:
+            user.choose(Dlg::stylesCombo, item);
+            break;
+        case 5:
+            toolkit.passTime(random() % 500U);
+            break;
+        case 6:
+            if (KivPageDlg* const page = KivTestAccess::shownPage(dialog)) {
+                page->setControlText(samplePageControl, std::to_wstring(item));
+            }
+            break;
+        default: {
+            dialog.saveData();
+            const std::vector<std::wstring> saved = texts(stream);
+            dialog.setData(&stream);
+            dialog.saveData();
+            ASSERT_EQ(texts(stream), saved) << "step " << step;
+        }
+        }
+        ASSERT_FALSE(KivTestAccess::updating(dialog));
+        const std::vector<KivShader*> active = KivTestAccess::combinables(dialog);
+        ASSERT_LE(active.size(), 32U);
+        int checked = 0;
+        for (const WindowRecord::Item& shader : user.at(Dlg::combinableTree).items) {
+            checked += shader.checked ? 1 : 0;
+        }
+        ASSERT_EQ(static_cast<int>(active.size()), checked) << "step " << step;
+        int shown = 0;
+        for (std::size_t i = 0; i < toolkit.windows.size(); ++i) {
+            shown += toolkit.templates[i] == 100 && toolkit.windows[i]->visible ? 1 : 0;
+        }
+        ASSERT_EQ(shown, KivTestAccess::shownPage(dialog) != nullptr && user.at(Dlg::pagesTab).visible ? 1 : 0)
+            << "step " << step;
+    }
+}
+
+} // namespace

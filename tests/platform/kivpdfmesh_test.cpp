@@ -40,13 +40,13 @@ const std::string outline = "0 0 m\n100 0 l\n0 50 l h\n";
 
 TEST(KivPdfMesh, ATriangleIsAPathInItsColour) {
     EXPECT_EQ(kivPdfMeshPaths(triangle({255, 0, 51}), page),
-              "q 1 j 0.1 w\n1 0 0.2 rg\n1 0 0.2 RG\n" + outline + "B\nQ\n");
+              "q 1 j 0.4 w\n1 0 0.2 rg\n1 0 0.2 RG\n" + outline + "B\nQ\n");
 }
 
 TEST(KivPdfMesh, OneColourIsOnePathAndAllTrianglesTurnOneWay) {
     const Bytes data = triangle({255, 0, 0}) + triangle({255, 0, 0}, true) + triangle({0, 0, 255});
     EXPECT_EQ(kivPdfMeshPaths(data, page),
-              "q 1 j 0.1 w\n1 0 0 rg\n1 0 0 RG\n" + outline + outline + "B\n0 0 1 rg\n0 0 1 RG\n" + outline + "B\nQ\n");
+              "q 1 j 0.4 w\n1 0 0 rg\n1 0 0 RG\n" + outline + outline + "B\n0 0 1 rg\n0 0 1 RG\n" + outline + "B\nQ\n");
 }
 
 TEST(KivPdfMesh, ALongPathIsPaintedInPieces) {

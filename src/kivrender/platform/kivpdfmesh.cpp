@@ -14,7 +14,7 @@ constexpr std::size_t triangleBytes = 3 * cornerBytes;
 // A path that is too long is slow to fill.
 constexpr int mostTrianglesOfPath = 256;
 // Wide enough to close seams, and too thin to be seen where an area of another colour is painted over.
-constexpr double strokeWidth = 0.1;
+constexpr double strokeWidth = 0.4;
 
 struct Corner {
     double x = 0.0;

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <functional>
 
 namespace {
 
@@ -57,6 +58,13 @@ public:
 
     void build() {
         prepareVertices();
+        if (detail.ranks != 0) {
+            // A little more than the turn, for the triangles that turn most; little enough to leave the lit side its
+            // light.
+            batch.ranks = detail.ranks;
+            batch.threshold = static_cast<float>(
+                kivRampCoordinate(std::clamp(1.15 * facetTurn() + 0.01, 0.02, 0.5), detail.rampEntries));
+        }
         const bool divides = !isEvenlyLit();
         const bool hasEdges = lights.numEdges() > 0;
         for (std::size_t t = 0; t < model.triangles.size(); ++t) {
@@ -159,6 +167,37 @@ private:
         return inside;
     }
 
+    void addIncidences(const KivVec& point, const KivVec& normal) {
+        if (detail.ranks == 0) {
+            return;
+        }
+        lights.incidences(point, normal, ranked);
+        ranked.resize(static_cast<std::size_t>(detail.ranks), 0.0);
+        std::sort(ranked.begin(), ranked.end(), std::greater<>());
+        for (const double incidence : ranked) {
+            batch.incidences.push_back(static_cast<float>(kivRampCoordinate(incidence, detail.rampEntries)));
+        }
+    }
+
+    // How far, as the sine of an angle, the flat triangles turn from the normals at their corners, but for the worst.
+    double facetTurn() const {
+        std::vector<double> turns;
+        turns.reserve(model.triangles.size());
+        for (std::size_t t = 0; t < model.triangles.size(); ++t) {
+            const KivVec facet = kivUnit(outerNormal(t));
+            double least = 1.0;
+            for (const std::uint32_t corner : model.triangles[t]) {
+                least = std::min(least, kivDot(facet, model.normals[corner]));
+            }
+            turns.push_back(std::sqrt(std::max(0.0, 1.0 - least * least)));
+        }
+        const std::size_t usual = turns.size() * 19 / 20;
+        if (usual < turns.size()) {
+            std::nth_element(turns.begin(), turns.begin() + static_cast<std::ptrdiff_t>(usual), turns.end());
+        }
+        return turns.empty() ? 0.0 : turns[std::min(usual, turns.size() - 1)];
+    }
+
     std::uint32_t addVertex(const KivVec& p, double light, double shine) {
         batch.vertices.push_back({static_cast<float>(p.x), static_cast<float>(p.y), static_cast<float>(p.z),
                                   static_cast<float>(kivRampCoordinate(light, detail.rampEntries)),
@@ -171,6 +210,7 @@ private:
     }
 
     std::uint32_t litVertex(const KivVec& point, const KivVec& normal) {
+        addIncidences(point, normal);
         return addVertex(point, lights.light(point, normal), shineOf(point, normal));
     }
 
@@ -410,6 +450,7 @@ private:
     void addPolygon(const std::vector<Corner>& corners, std::uint32_t inside, std::vector<std::uint32_t>& indices) {
         const std::uint32_t first = static_cast<std::uint32_t>(batch.vertices.size());
         for (const Corner& corner : corners) {
+            addIncidences(corner.point, corner.normal);
             addVertex(corner.point, lights.lightInside(corner.point, corner.normal, inside),
                       shineOf(corner.point, corner.normal));
         }
@@ -429,11 +470,14 @@ private:
     std::vector<KivClipPoint> clips;
     std::vector<std::uint32_t> shared[2]; // the vertex of each point for the outer and the inner side
     std::vector<Corner> polygon;
+    std::vector<double> ranked;
 };
 
 } // namespace
 
 void KivCartoonBatch::clear() {
+    ranks = 0;
+    incidences.clear();
     vertices.clear();
     front.clear();
     back.clear();

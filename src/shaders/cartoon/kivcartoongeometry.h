@@ -34,6 +34,12 @@ struct KivCartoonBatch {
     std::vector<std::uint32_t> back;  // triangles that are seen from behind, lit as seen
     // Where the order of the triangles was kept, all of them are in front, in turns of one side and the other.
     std::vector<KivCartoonRun> runs;
+    // For each vertex as many texture coordinates as there are ranks: how squarely the lights fall on it, the strongest
+    // first. A light that falls flatter than the threshold, a coordinate too, counts as lost: some of the flat
+    // triangles there have their backs to it, and a surface that is lit as smooth would show them as saw-teeth.
+    int ranks = 0;
+    std::vector<float> incidences;
+    float threshold = 0.0F;
 
     void clear();
 };
@@ -53,6 +59,10 @@ public:
     virtual double lightInside(const KivVec& point, const KivVec& normal, std::uint32_t inside) const = 0;
     // True if the light on a flat surface is the same everywhere.
     virtual bool isUniform() const = 0;
+    // How squarely each light falls on a point, below 0 from behind; in any order.
+    virtual void incidences(const KivVec& /*point*/, const KivVec& /*normal*/, std::vector<double>& out) const {
+        out.clear();
+    }
 };
 
 struct KivCartoonDetail {
@@ -69,6 +79,8 @@ struct KivCartoonDetail {
     std::vector<float> lightEdges;
     std::vector<float> shineEdges;
     double longestAtEdges = 10.0;
+    // For so many lights that can be lost one by one: fill in the batch's incidences.
+    int ranks = 0;
     // For triangles that are mixed into what lies behind them: all in one list in the order of the model.
     bool keepOrder = false;
     int rampEntries = 1024;      // of the tables that light and shine are looked up in

@@ -101,6 +101,16 @@ template <class Draw> void withOffsets(const KivCartoonBatch& batch, Draw drawIn
     glPolygonOffset(factor, units);
 }
 
+// Nothing below a coordinate, all above it.
+std::vector<KivRampEntry> gateRamp(float threshold) {
+    std::vector<KivRampEntry> ramp(kivRampEntries);
+    for (int i = 0; i < kivRampEntries; ++i) {
+        const std::uint8_t open = (static_cast<float>(i) + 0.5F) / kivRampEntries > threshold ? 255 : 0;
+        ramp[static_cast<std::size_t>(i)] = {open, open, open, open};
+    }
+    return ramp;
+}
+
 } // namespace
 
 double kivShineOfCosine(double cosine) {
@@ -187,6 +197,21 @@ void KivCartoonPainter::load(int unit, const std::vector<KivRampEntry>& entries)
     glTexParameteri(GL_TEXTURE_1D, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
 }
 
+// Uses the second texture, with these entries if they are given, on what the first one gives.
+void KivCartoonPainter::beginSecondUnit(const std::vector<KivRampEntry>* entries, int environment, int stride,
+                                        const float* coordinates) {
+    glActiveTexture(GL_TEXTURE1);
+    if (entries != nullptr) {
+        load(1, *entries);
+    }
+    glBindTexture(GL_TEXTURE_1D, textures[1]);
+    glEnable(GL_TEXTURE_1D);
+    glTexEnvi(GL_TEXTURE_ENV, GL_TEXTURE_ENV_MODE, environment);
+    glClientActiveTexture(GL_TEXTURE1);
+    glEnableClientState(GL_TEXTURE_COORD_ARRAY);
+    glTexCoordPointer(1, GL_FLOAT, stride, coordinates);
+}
+
 void KivCartoonPainter::drawTextured(const KivCartoonBatch& batch, const KivCartoonColors& colors,
                                      KivCartoonLayer layer, KivCartoonShare share) {
     const bool shines = colors.highlightStrength > 0.0 && layer == KivCartoonLayer::full;
@@ -215,21 +240,21 @@ void KivCartoonPainter::drawTextured(const KivCartoonBatch& batch, const KivCart
     glClientActiveTexture(GL_TEXTURE0);
     glEnableClientState(GL_TEXTURE_COORD_ARRAY);
     glTexCoordPointer(1, GL_FLOAT, stride, alone ? &vertices->shine : &vertices->light);
+    const bool isRanked = layer == KivCartoonLayer::share && share.part < batch.ranks;
     if (shines) {
-        glActiveTexture(GL_TEXTURE1);
-        glBindTexture(GL_TEXTURE_1D, textures[1]);
-        glEnable(GL_TEXTURE_1D);
-        glTexEnvi(GL_TEXTURE_ENV, GL_TEXTURE_ENV_MODE, GL_DECAL);
-        glClientActiveTexture(GL_TEXTURE1);
-        glEnableClientState(GL_TEXTURE_COORD_ARRAY);
-        glTexCoordPointer(1, GL_FLOAT, stride, &vertices->shine);
+        beginSecondUnit(nullptr, GL_DECAL, stride, &vertices->shine);
+    } else if (isRanked) {
+        const std::vector<KivRampEntry> gate = gateRamp(batch.threshold);
+        beginSecondUnit(&gate, GL_MODULATE, static_cast<int>(sizeof(float)) * batch.ranks,
+                        batch.incidences.data() + share.part);
+        loaded = false; // the second texture is another one now
     }
     withOffsets(batch, [](const std::vector<std::uint32_t>& indices) {
         if (!indices.empty()) {
             glDrawElements(GL_TRIANGLES, static_cast<GLsizei>(indices.size()), GL_UNSIGNED_INT, indices.data());
         }
     });
-    if (shines) {
+    if (shines || isRanked) {
         glDisable(GL_TEXTURE_1D);
         glActiveTexture(GL_TEXTURE0);
         glDisableClientState(GL_TEXTURE_COORD_ARRAY);

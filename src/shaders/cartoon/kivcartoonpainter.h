@@ -82,10 +82,13 @@ public:
     // colour changed. Triangles that are seen from behind are drawn with a larger polygon offset if one is enabled: at
     // the outline of a shape its far side must not show through where both are steep. vectorial: no textures, but an
     // area of one colour for each band.
+    // Of a share with ranks in the batch nothing is drawn where too few lights fall on the surface from its front.
     void draw(const KivCartoonBatch& batch, const KivCartoonColors& colors, KivCartoonLayer layer,
               KivCartoonShare share, bool vectorial);
 
 private:
+    void beginSecondUnit(const std::vector<KivRampEntry>* entries, int environment, int stride,
+                         const float* coordinates);
     void drawTextured(const KivCartoonBatch& batch, const KivCartoonColors& colors, KivCartoonLayer layer,
                       KivCartoonShare share);
     void drawColored(const KivCartoonBatch& batch, const KivCartoonColors& colors, KivCartoonLayer layer,

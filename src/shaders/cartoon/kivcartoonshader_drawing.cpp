@@ -22,6 +22,8 @@ namespace {
 constexpr double longestSide = 10.0;
 // The same where a surface that shines is strongly bent.
 constexpr double longestTurn = 2.0;
+// More lights than this are not ranked at each vertex.
+constexpr unsigned int mostRanks = 8;
 // In vector output each division is a face of the drawing.
 constexpr double longestVectorSide = 40.0;
 
@@ -150,6 +152,13 @@ public:
         return uniform;
     }
 
+    void incidences(const KivVec& point, const KivVec& normal, std::vector<double>& out) const override {
+        out.clear();
+        for (unsigned int i = 0; i < scene.numLights(); ++i) {
+            out.push_back(shader.calculateLightIncidenceToLight(pointOf(point), vectorOf(normal), scene.getLight(i)));
+        }
+    }
+
 private:
     const KivCartoonShader& shader;
     const KivScene& scene;
@@ -223,6 +232,11 @@ void KivCartoonShader::buildBatch(const KivShadedMesh& model, const KivMesh& mes
         detail.shineEdges = kivHighlightSteps(colors).edges;
     }
     detail.keepOrder = division == Division::inOrder;
+    // One light alone leaves its own dark side dark enough; of a flat look every triangle is what it shows.
+    if (settings.doShadows() && !settings.doVectorial() && !look.flat && division == Division::whereNeeded &&
+        scene.numLights() >= 2 && scene.numLights() <= mostRanks) {
+        detail.ranks = static_cast<int>(scene.numLights());
+    }
     if (division == Division::none) {
         detail.shine = false;
         detail.longestSide = std::numeric_limits<double>::infinity();

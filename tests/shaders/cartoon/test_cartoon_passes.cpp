@@ -96,6 +96,49 @@ TEST_F(CartoonPasses, LightThatIsNotLostAddsUpToThePlainPicture) {
     EXPECT_GT(checked, 500);
 }
 
+// A light that falls too flat for flat triangles to tell counts as lost, whatever the stencil says of each of them.
+TEST_F(CartoonPasses, FlatLightIsLostWithoutTeeth) {
+    prepare();
+    settings.setShadows(true);
+    draw(shaders.cartoon());
+    const std::vector<Rgb> plain = pixels();
+    glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
+    shadowPasses(false);
+    const std::vector<Rgb> dark = pixels();
+    glDepthMask(GL_TRUE);
+    glDisable(GL_BLEND);
+    glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
+    shadowPasses(true);
+    const std::vector<Rgb> lit = pixels();
+    const KivVec toLights[2] = {kivUnit({1.0, 2.0, 3.0}), kivUnit({-1.0, 1.0, 1.0})};
+    int full = 0;
+    int half = 0;
+    for (int y = 10; y < 110; ++y) {
+        for (int x = 10; x < 40; ++x) { // the columns in which the stencil has lost no light
+            const double nx = (x + 0.5 - 60.0) / 60.0 * 1.2;
+            const double ny = (y + 0.5 - 60.0) / 60.0 * 1.2;
+            if (nx * nx + ny * ny > 0.9) {
+                continue;
+            }
+            const KivVec normal{nx, ny, std::sqrt(1.0 - nx * nx - ny * ny)};
+            const double low = std::min(kivDot(normal, toLights[0]), kivDot(normal, toLights[1]));
+            const double high = std::max(kivDot(normal, toLights[0]), kivDot(normal, toLights[1]));
+            if (high < 0.3 || (low > 0.0 && low < 0.25)) {
+                continue;
+            }
+            const double part = low > 0.0 ? 1.0 : 0.5;
+            const std::size_t i = static_cast<std::size_t>(y) * 120 + x;
+            for (int c = 0; c < 3; ++c) {
+                EXPECT_NEAR(lit[i][c], dark[i][c] + (plain[i][c] - dark[i][c]) * part, 4.0) << x << ' ' << y;
+            }
+            full += low > 0.0 && plain[i] != dark[i];
+            half += low <= 0.0 && plain[i] != dark[i];
+        }
+    }
+    EXPECT_GT(full, 200);
+    EXPECT_GT(half, 20);
+}
+
 // Highlights included: the picture with shadows of no strength is the one without shadows.
 TEST_F(CartoonPasses, ShadowsOfNoStrengthAreNotSeen) {
     prepare(0x100804, 1.0, {{"CastShadowStrength", "0"}, {"CastShadowColour", "#FF0000"}}, 50.0);

@@ -252,3 +252,40 @@ TEST(KivBuildCartoon, HandlesAFloorThatRunsBehindTheEye) {
     EXPECT_GT(batch.front.size(), 3000U);
     EXPECT_LT(batch.front.size(), 300000U);
 }
+
+namespace {
+
+// Two lights, from above and from the right.
+class TwoLights : public PlainLights {
+public:
+    void incidences(const KivVec&, const KivVec& normal, std::vector<double>& out) const override {
+        out = {normal.x, normal.y};
+    }
+};
+
+} // namespace
+
+TEST(KivCartoonGeometry, LightsAreRankedAtEachVertex) {
+    const KivView view = perspectiveView({0.0, 0.0, 8.0}, 0.5, 1.0, 20.0, 100);
+    float last = 1.0F;
+    for (const int around : {12, 24, 96}) {
+        const KivShadedMesh model = modelOf(sphereSurface(around / 2, around));
+        KivCartoonDetail detail;
+        detail.ranks = 3; // one more than there are lights
+        KivCartoonBatch batch;
+        kivBuildCartoon(model, view, TwoLights(), detail, batch);
+        ASSERT_EQ(batch.ranks, 3);
+        ASSERT_EQ(batch.incidences.size(), 3 * batch.vertices.size());
+        for (std::size_t i = 0; i < batch.vertices.size(); ++i) {
+            EXPECT_GE(batch.incidences[3 * i], batch.incidences[3 * i + 1]);
+            EXPECT_GE(batch.incidences[3 * i + 1], batch.incidences[3 * i + 2]);
+        }
+        EXPECT_LT(batch.threshold, last) << "finer surfaces lose less";
+        last = batch.threshold;
+    }
+    EXPECT_LT(last, 0.1F);
+    KivCartoonBatch none;
+    kivBuildCartoon(modelOf(sphereSurface(6, 12)), view, TwoLights(), KivCartoonDetail(), none);
+    EXPECT_EQ(none.ranks, 0);
+    EXPECT_TRUE(none.incidences.empty());
+}

@@ -396,6 +396,32 @@ TEST(Program, ShadowsAndTheirPicture) {
     EXPECT_THAT(refused.err, testing::HasSubstr("--depth-image shows nothing of a parallel view"));
 }
 
+// Glass before a board: the drawing says so, and only of the glass.
+TEST(Program, DrawingsAreSeenThroughWhereMaterialsAre) {
+    const ProgramFolder folder;
+    folder.write("scene.mtl", "newmtl glass\nKd 0.2 0.5 0.9\nd 0.4\nnewmtl board\nKd 0.9 0.3 0.2\n");
+    const std::string model = folder.write(
+        "scene.obj", "mtllib scene.mtl\nv -1 -1 0\nv 1 -1 0\nv 1 1 0\nv -1 1 0\nv -1 -1 -1\nv 1 -1 -1\nv 1 1 -1\n"
+                     "v -1 1 -1\nusemtl glass\nf 1 2 3 4\nusemtl board\nf 5 6 7 8\n");
+    const std::string drawing = folder.path("view.svg");
+    for (const bool mixed : {true, false}) {
+        std::vector<std::string> words{"render", model, "-o", drawing, "--add", "none", "--eye", "0,0,6", "-q"};
+        if (mixed) {
+            words.emplace_back("--transparency");
+        }
+        ASSERT_EQ(run(folder, words).status, 0);
+        const std::string text = readAll(drawing);
+        std::size_t through = 0;
+        for (std::size_t at = text.find("fill-opacity=\"0.4"); at != std::string::npos;
+             at = text.find("fill-opacity=\"0.4", at + 1)) {
+            ++through;
+        }
+        EXPECT_EQ(through, mixed ? 2U : 0U) << "the two triangles of the glass";
+        EXPECT_EQ(text.find("fill=\"#e64d33\" fill-opacity"), std::string::npos);
+        EXPECT_NE(text.find("fill=\"#e64d33\""), std::string::npos);
+    }
+}
+
 TEST(Program, SpeaksTheLanguageThatIsAskedFor) {
     const ProgramFolder folder;
     const auto shaders = [&folder](const std::map<std::string, std::string>& variables,

@@ -41,6 +41,8 @@ const std::string outline = "0 0 m\n100 0 l\n0 50 l h\n";
 TEST(KivPdfMesh, ATriangleIsAPathInItsColour) {
     EXPECT_EQ(kivPdfMeshPaths(triangle({255, 0, 51}), page),
               "q 1 j 0.4 w\n1 0 0.2 rg\n1 0 0.2 RG\n" + outline + "B\nQ\n");
+    EXPECT_EQ(kivPdfMeshPaths(triangle({255, 0, 51}), page, false),
+              "q 1 j 0.4 w\n1 0 0.2 rg\n1 0 0.2 RG\n" + outline + "f\nQ\n");
 }
 
 TEST(KivPdfMesh, OneColourIsOnePathAndAllTrianglesTurnOneWay) {

@@ -27,7 +27,7 @@ std::span<const std::uint8_t> bytesOf(Buffer& buffer) {
 }
 
 // Empty for a shading that is not made of triangles of one colour each.
-std::string pathsOf(QPDFObjectHandle shading) {
+std::string pathsOf(QPDFObjectHandle shading, bool stroked) {
     if (!shading.isStream()) {
         return {};
     }
@@ -44,7 +44,7 @@ std::string pathsOf(QPDFObjectHandle shading) {
     for (int i = 0; i < 4; ++i) {
         decode[static_cast<std::size_t>(i)] = limits.getArrayItem(i).getNumericValue();
     }
-    return kivPdfMeshPaths(bytesOf(*shading.getStreamData(qpdf_dl_generalized)), decode);
+    return kivPdfMeshPaths(bytesOf(*shading.getStreamData(qpdf_dl_generalized)), decode, stroked);
 }
 
 // gl2ps prints an opaque shading as one line of the page, such as "/Sh0 sh".
@@ -58,14 +58,21 @@ void paintShadingsAsPaths(QPDF& file, QPDFObjectHandle page) {
     const std::string text(reinterpret_cast<const char*>(old->getBuffer()), old->getSize());
     std::string result;
     std::set<std::string> replaced;
+    // Between "/GS0 gs" and the "Q" behind it colours are mixed with what lies behind.
+    bool isMixed = false;
     std::size_t at = 0;
     while (at < text.size()) {
         const std::size_t end = std::min(text.find('\n', at), text.size() - 1) + 1;
         const std::string line = text.substr(at, end - at);
         at = end;
+        if (line.ends_with(" gs\n")) {
+            isMixed = line.starts_with("/GS") && !line.starts_with("/GSa");
+        } else if (line == "Q\n") {
+            isMixed = false;
+        }
         const std::size_t name = line.find(" sh\n");
         const std::string key = line.starts_with("/") && name != std::string::npos ? line.substr(0, name) : "";
-        const std::string paths = !key.empty() && shadings.hasKey(key) ? pathsOf(shadings.getKey(key)) : "";
+        const std::string paths = !key.empty() && shadings.hasKey(key) ? pathsOf(shadings.getKey(key), !isMixed) : "";
         result += paths.empty() ? line : paths;
         if (!paths.empty()) {
             replaced.insert(key);

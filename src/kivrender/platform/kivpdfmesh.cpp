@@ -40,7 +40,7 @@ void addNumber(std::string& text, double value, int decimals) {
 
 class PathWriter {
 public:
-    PathWriter() {
+    explicit PathWriter(bool stroked) : paintOperation(stroked ? "B\n" : "f\n") {
         text = "q 1 j ";
         addNumber(text, strokeWidth, 2);
         text += "w\n";
@@ -73,7 +73,7 @@ private:
     }
     void paint() {
         if (count > 0) {
-            text += "B\n";
+            text += paintOperation;
             count = 0;
         }
     }
@@ -91,6 +91,7 @@ private:
         hasColour = true;
     }
 
+    const char* paintOperation;
     std::string text;
     std::array<std::uint8_t, 3> colour{};
     bool hasColour = false;
@@ -109,13 +110,13 @@ Corner readCorner(const std::uint8_t* bytes, const std::array<double, 4>& decode
 
 } // namespace
 
-std::string kivPdfMeshPaths(std::span<const std::uint8_t> data, const std::array<double, 4>& decode) {
+std::string kivPdfMeshPaths(std::span<const std::uint8_t> data, const std::array<double, 4>& decode, bool stroked) {
     if (data.empty() || data.size() % triangleBytes != 0 ||
         !std::all_of(decode.begin(), decode.end(),
                      [](double limit) { return std::isfinite(limit) && std::fabs(limit) < 1e6; })) {
         return {};
     }
-    PathWriter writer;
+    PathWriter writer(stroked);
     for (std::size_t at = 0; at < data.size(); at += triangleBytes) {
         std::array<Corner, 3> corners;
         for (std::size_t i = 0; i < corners.size(); ++i) {

@@ -16,7 +16,9 @@
 // triangle has corners of different colours.
 //
 // Triangles of one colour that follow one another become one path, in which no seam can show, and every path has a thin
-// stroke in its own colour, so that none shows between two of them.
-KIV_API std::string kivPdfMeshPaths(std::span<const std::uint8_t> data, const std::array<double, 4>& decode);
+// stroke in its own colour, so that none shows between two of them, unless stroked is false: where colours are mixed
+// with what lies behind, strokes would show twice.
+KIV_API std::string kivPdfMeshPaths(std::span<const std::uint8_t> data, const std::array<double, 4>& decode,
+                                    bool stroked = true);
 
 #endif

@@ -94,6 +94,7 @@ private:
     // Between beginTransparency and endTransparency.
     std::unique_ptr<Triangles> triangles;
     std::unique_ptr<KivCartoonPainter> trianglePainter; // in vector output
+    bool isPageMixed = false;                           // a vector page that has been told of transparency
     bool isDefaultShader = false;                       // draws the meshes without settings of their own
     const KivScene* triangleScene = nullptr;
 };

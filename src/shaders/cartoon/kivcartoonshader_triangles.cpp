@@ -5,6 +5,7 @@
 #include "kivrender/scene/kivmaterial.h"
 #include "kivrender/scene/kivmesh.h"
 #include "kivrender/scene/kivscene.h"
+#include "kivrender/shader/kivdrawing.h"
 
 #include <GL/gl.h>
 #include <GL/glext.h>
@@ -301,6 +302,7 @@ void KivCartoonShader::beginTransparency(bool vectorial) {
     forgetTriangles();
     triangles = std::make_unique<Triangles>(*this);
     trianglePainter = vectorial ? std::make_unique<KivCartoonPainter>() : nullptr;
+    isPageMixed = false;
 }
 
 void KivCartoonShader::renderTransparentTriangle(const Kiv3DPoint* points, const Kiv3DVector* normals,
@@ -310,6 +312,11 @@ void KivCartoonShader::renderTransparentTriangle(const Kiv3DPoint* points, const
                                                  const KivLight* light, int lightIndex, int numLights, bool vectorial) {
     if (vectorial) {
         if (pass == 1 || (pass == 3 && shadows != nullptr && light != nullptr)) {
+            if (!isPageMixed) {
+                // From here on the page mixes colours by their alpha; what was drawn before covers.
+                KivDrawing::enableTransparency(true, true);
+                isPageMixed = true;
+            }
             KivShadedMesh model;
             append(model, points, normals, mesh->hasNormals());
             drawVectorTriangle(model, *mesh, settings, *scene, shadows != nullptr, pass,
@@ -365,7 +372,11 @@ void KivCartoonShader::endTransparentTriangle(int meshIndex, int previousMeshInd
     }
 }
 
-void KivCartoonShader::endTransparency(bool) {
+void KivCartoonShader::endTransparency(bool vectorial) {
+    if (isPageMixed) {
+        KivDrawing::enableTransparency(false, vectorial);
+        isPageMixed = false;
+    }
     if (triangles != nullptr) {
         triangles->flush();
     }

@@ -1,4 +1,4 @@
-#include "apps/cli/demoscene.h"
+#include "apps/common/demoscene.h"
 
 #include "import/kivmodelimport.h"
 #include "import/normals.h"

@@ -1,4 +1,4 @@
-#include "apps/cli/framing.h"
+#include "apps/common/framing.h"
 
 #include <cmath>
 #include <random>

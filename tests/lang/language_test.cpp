@@ -7,7 +7,10 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <fstream>
+#include <iterator>
+#include <regex>
 #include <set>
 #include <string>
 
@@ -17,10 +20,26 @@ std::wstring testModule(const wchar_t* name) {
     return kivFromUtf8(TEST_MODULES) + L"/" + name + kivModuleEnding();
 }
 
-// Every number that the library, its plug-ins and its dialogs ask for.
-constexpr unsigned int usedIds[] = {4,    28,   35,   36,   37,   40,   41,   42,   46,   49,   52,  54, 56,
-                                    57,   60,   68,   70,   75,   76,   81,   86,   90,   91,   92,  99, 129,
-                                    1003, 1004, 1005, 1010, 1020, 1040, 1050, 1051, 1052, 1053, 1054};
+// Every number that the library and its plug-ins ask for.
+constexpr unsigned int usedIds[] = {4,    28,   35,   36,   37,   40,   41,   42,   46,   49,   52,   54,  56,
+                                    57,   60,   68,   70,   75,   76,   81,   86,   90,   91,   92,   99,  129,
+                                    1003, 1004, 1005, 1010, 1020, 1040, 1050, 1051, 1052, 1053, 1054, 1100};
+
+// Those of the windows: in forms as @2101, in sources as plain numbers, both of four digits from 2 on.
+std::set<unsigned int> windowIds() {
+    static const std::regex form("[^0-9a-zA-Z.]([23][0-9]{3})(?![0-9a-zA-Z.])");
+    std::set<unsigned int> found;
+    for (const char* const folder : {LANGUAGE_TABLES "/dialogs", WINDOW_SOURCES}) {
+        for (const auto& file : std::filesystem::recursive_directory_iterator(folder)) {
+            std::ifstream in(file.path());
+            const std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+            for (std::sregex_iterator i(text.begin(), text.end(), form), end; i != end; ++i) {
+                found.insert(static_cast<unsigned int>(std::stoul((*i)[1].str())));
+            }
+        }
+    }
+    return found;
+}
 
 } // namespace
 
@@ -98,7 +117,10 @@ TEST(Language, EnglishTableHoldsNothingElse) {
             found.insert(static_cast<unsigned int>(std::stoul(line)));
         }
     }
-    EXPECT_EQ(found, known);
+    const std::set<unsigned int> windows = windowIds();
+    for (const unsigned int id : found) {
+        EXPECT_TRUE(known.contains(id) || windows.contains(id)) << "nobody asks for text " << id;
+    }
 }
 
 TEST(Language, CodesAreNamesAndNoPaths) {

@@ -38,6 +38,8 @@ struct WindowRecord {
         bool link = false;
         std::uint32_t linkColor = 0;
         std::wstring toolTip;
+        bool varied = false;
+        bool listBox = false;
         KivWindow* page = nullptr;
     };
     struct Received {
@@ -52,6 +54,7 @@ struct WindowRecord {
     bool caption = true;
     int redraws = 0;
     int beeps = 0;
+    SIZE clientSize = {};
     int focus = 0; // the control that has the keyboard
     std::wstring title;
     std::map<int, Control> controls;
@@ -89,6 +92,7 @@ struct WindowRecord {
             return false;
         }
         controls[control].check = at(control).check == 1 ? 0 : 1;
+        controls[control].varied = false;
         tell(control, KivControlChange::clicked);
         return true;
     }
@@ -97,6 +101,7 @@ struct WindowRecord {
             return false;
         }
         controls[control].selection = item;
+        controls[control].varied = false;
         tell(control, KivControlChange::selected);
         return true;
     }
@@ -127,6 +132,7 @@ struct WindowRecord {
         }
         focusOn(control);
         controls[control].text = text;
+        controls[control].varied = false;
         tell(control, KivControlChange::edited);
         return true;
     }
@@ -156,6 +162,9 @@ public:
     std::wstring getTitle() const override {
         return record->title;
     }
+    SIZE getClientSize() const override {
+        return record->clientSize;
+    }
     void setListener(std::function<void(const KivControlEvent&)> listener) override {
         record->listener = std::move(listener);
     }
@@ -183,6 +192,7 @@ public:
     }
     // An edit field tells of every change of its text.
     void setText(int control, const std::wstring& text) override {
+        record->controls[control].varied = false;
         if (record->at(control).text != text) {
             record->controls[control].text = text;
             record->tell(control, KivControlChange::edited);
@@ -208,6 +218,18 @@ public:
         *out = found->second;
         return true;
     }
+    void placeControl(int control, const RECT& place) override {
+        record->rectangles[control] = place;
+    }
+    bool isListBox(int control) const override {
+        return record->at(control).listBox;
+    }
+    void setVaried(int control, bool varied) override {
+        record->controls[control].varied = varied;
+    }
+    bool isVaried(int control) const override {
+        return record->at(control).varied;
+    }
     void setToolTip(int control, const std::wstring& text) override {
         record->controls[control].toolTip = text;
     }
@@ -216,6 +238,7 @@ public:
         return record->at(control).check;
     }
     void setCheck(int control, int state) override {
+        record->controls[control].varied = false;
         for (const std::vector<int>& group : record->groups) {
             if (state == 1 && std::find(group.begin(), group.end(), control) != group.end()) {
                 for (const int other : group) {
@@ -252,6 +275,7 @@ public:
         return record->at(control).selection;
     }
     void setSelection(int control, int index) override {
+        record->controls[control].varied = false;
         if (record->at(control).selection != index) {
             record->controls[control].selection = index;
             record->tell(control, KivControlChange::selected); // not every toolkit keeps silent
@@ -281,6 +305,7 @@ public:
     }
     void setFill(int control, std::uint32_t color) override {
         record->controls[control].fill = color;
+        record->controls[control].varied = false;
     }
     void setLink(int control, std::uint32_t textColor) override {
         record->controls[control].link = true;

@@ -11,9 +11,6 @@
 // first of LC_ALL, LC_MESSAGES and LANG that is set. Throws UsageError for a code that there is no module of.
 void chooseLanguage(const std::string& code);
 
-// The code in a locale's name: "es" of es_ES.UTF-8, "en" of C, POSIX and the empty name.
-std::string languageOfLocale(const std::string& locale);
-
 // Sets everything up and undoes it at its end. Warns on standard error if there is no shader or no language module.
 class Program {
 public:

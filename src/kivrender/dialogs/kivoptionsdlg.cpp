@@ -240,6 +240,8 @@ void KivOptionsDlg::onControl(const KivControlEvent& event) {
         break;
     case KivControlChange::focused:
     case KivControlChange::checkToggle:
+    case KivControlChange::pointed:
+    case KivControlChange::resized:
         break;
     }
 }

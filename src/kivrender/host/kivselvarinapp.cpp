@@ -27,6 +27,7 @@ bool CSelvarinApp::loadLanguage(const std::wstring& path) {
     // A module in use stays loaded: texts of it may be on their way to a user. Until the new one is there, there are no
     // texts.
     lookup = nullptr;
+    languageModule = nullptr;
     HINSTANCE module = kivLoadModule(path);
     if (module == nullptr) {
         return false;
@@ -36,12 +37,17 @@ bool CSelvarinApp::loadLanguage(const std::wstring& path) {
         kivUnloadModule(module); // some other library
         return false;
     }
+    languageModule = module;
     languageDll = path;
     return true;
 }
 
 const std::wstring& CSelvarinApp::getLanguageDll() const {
     return languageDll;
+}
+
+HINSTANCE CSelvarinApp::getLanguageModule() const {
+    return languageModule;
 }
 
 const char* CSelvarinApp::text(unsigned int id) const {

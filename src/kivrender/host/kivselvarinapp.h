@@ -22,6 +22,8 @@ public:
     // See kivLoadLangResourceDLL.
     bool loadLanguage(const std::wstring& path);
     const std::wstring& getLanguageDll() const;
+    // Null until a language is loaded.
+    HINSTANCE getLanguageModule() const;
     // UTF-8, owned by the language module; null if there is no such text.
     const char* text(unsigned int id) const;
 
@@ -34,6 +36,7 @@ private:
     std::wstring appName;
     std::wstring registryKey;
     std::wstring languageDll;
+    HINSTANCE languageModule = nullptr;
     KivLanguageTextFunction* lookup = nullptr;
 };
 

@@ -64,7 +64,8 @@ public:
     virtual unsigned int startTimer(unsigned int milliseconds, std::function<void()> callback) = 0;
     virtual void stopTimer(unsigned int timer) = 0;
 
-    // A window from template number id of a resource module, hidden at first. Null if it can't be made.
+    // A window from template number id of a resource module (host/kivresources.h), hidden at first. Without a module it
+    // is the language module's. Null if it can't be made.
     virtual std::unique_ptr<KivWindow> createWindow(HINSTANCE resources, unsigned int id, HWND parent) = 0;
 };
 

@@ -16,18 +16,20 @@
 
 // What happened to a control.
 enum class KivControlChange {
-    clicked,    // a button, a check box or radio button (whose state is new already), a colour, a link
-    selected,   // another item of a combo box, a tree or a row of tabs is current
-    edited,     // the text of an edit field is another, by whatever hand
-    focused,    // the control got the keyboard
-    left,       // the control lost the keyboard
-    checkToggle // the check mark of a tree's item is about to flip, by mouse or key: its state is still the old one
+    clicked,     // a button, a check box or radio button (whose state is new already), a colour, a link
+    selected,    // another item of a combo box, a tree or a row of tabs is current
+    edited,      // the text of an edit field, or the number in a number field, is another, by whatever hand
+    focused,     // the control got the keyboard
+    left,        // the control lost the keyboard
+    checkToggle, // the check mark of a tree's item is about to flip, by mouse or key: its state is still the old one
+    pointed,     // the mouse moves over a control: over its own item, where it is a list box, or over none of them
+    resized      // the window's client area has another size; control is 0
 };
 
 struct KivControlEvent {
     int control = 0;
     KivControlChange change = KivControlChange::clicked;
-    int item = -1; // of a checkToggle
+    int item = -1; // of a checkToggle and of a list box that is pointed at
 };
 
 // The numbers of the two buttons that end a dialog, in every template.
@@ -48,6 +50,8 @@ struct KIV_API KivWindow {
     virtual void setCaption(bool caption) = 0;
     virtual void redraw() = 0;
     virtual std::wstring getTitle() const = 0;
+    // In pixels.
+    virtual SIZE getClientSize() const = 0;
     // Calls back for each event until the window ends or another is set; an empty one for none. The window may be
     // destroyed only after the call has returned.
     virtual void setListener(std::function<void(const KivControlEvent&)> listener) = 0;
@@ -61,6 +65,7 @@ struct KIV_API KivWindow {
 
     // The controls in the order of the template.
     virtual std::vector<int> getControls() const = 0;
+    // A number field's text is its number in plain notation, with a point and without a unit.
     virtual std::wstring getText(int control) const = 0;
     virtual void setText(int control, const std::wstring& text) = 0;
     virtual void enableControl(int control, bool enabled) = 0;
@@ -69,8 +74,17 @@ struct KIV_API KivWindow {
     virtual bool hasFocus(int control) const = 0;
     // In pixels of the window's client area. False, with out as it was, for an unknown control.
     virtual bool getControlRect(int control, RECT* out) const = 0;
+    // Puts a control elsewhere in the client area, in pixels. One that stands in a layout of its template stays where
+    // the layout puts it.
+    virtual void placeControl(int control, const RECT& place) = 0;
+    virtual bool isListBox(int control) const = 0;
     // Empty for no tip.
     virtual void setToolTip(int control, const std::wstring& text) = 0;
+
+    // Whether the control stands for several values that differ: it then shows none of them. The user's first change
+    // ends it, and so does a text, check state, selection or fill that is set.
+    virtual void setVaried(int control, bool varied) = 0;
+    virtual bool isVaried(int control) const = 0;
 
     // --- check boxes and radio buttons: 0 off, 1 on, 2 indeterminate ---
 
@@ -78,7 +92,7 @@ struct KIV_API KivWindow {
     // A radio button that goes on puts the others of its group off.
     virtual void setCheck(int control, int state) = 0;
 
-    // --- combo boxes, trees (of one level) and rows of tabs: items from 0 ---
+    // --- combo boxes, list boxes, trees (of one level) and rows of tabs: items from 0 ---
 
     // index: where the item goes, -1 for the end. image: of those set, from 0; -1 for none.
     virtual void insertItem(int control, int index, const std::wstring& text, int image) = 0;

@@ -1,4 +1,4 @@
-#include "apps/cli/framing.h"
+#include "apps/common/framing.h"
 
 #include "kivrender/scene/kivline.h"
 #include "kivrender/scene/kivmesh.h"

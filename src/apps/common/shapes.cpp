@@ -1,4 +1,4 @@
-#include "apps/cli/shapes.h"
+#include "apps/common/shapes.h"
 
 #include "import/polygons.h"
 

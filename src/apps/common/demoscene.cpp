@@ -1,6 +1,6 @@
-#include "apps/cli/demoscene.h"
+#include "apps/common/demoscene.h"
 
-#include "apps/cli/shapes.h"
+#include "apps/common/shapes.h"
 
 #include <cmath>
 #include <string>

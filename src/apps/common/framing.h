@@ -1,6 +1,6 @@
 // Cameras and lights for a scene that brings none.
-#ifndef APPS_CLI_FRAMING_H
-#define APPS_CLI_FRAMING_H
+#ifndef APPS_COMMON_FRAMING_H
+#define APPS_COMMON_FRAMING_H
 
 #include "kivrender/scene/kiv3dpoint.h"
 #include "kivrender/scene/kiv3dvector.h"

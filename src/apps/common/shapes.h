@@ -1,7 +1,7 @@
 // Solids for the built-in scene. Each function appends triangles to a surface, wound outwards; shared normals come
 // later from the crease angle, as for a model without normals.
-#ifndef APPS_CLI_SHAPES_H
-#define APPS_CLI_SHAPES_H
+#ifndef APPS_COMMON_SHAPES_H
+#define APPS_COMMON_SHAPES_H
 
 #include "import/modelparts.h"
 

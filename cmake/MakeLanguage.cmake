@@ -67,20 +67,20 @@ while(NOT rest STREQUAL "")
   string(APPEND cases "    case ${id}:\n        return \"${text}\";\n")
 endwhile()
 
-# --- forms and icons: files named <number>-<what it is>.<ending>
+# --- forms and icons: files named <number>-<what it is>.<ending>, or <number>+<number>-... where several numbers mean the same
 
 set(resources "")
 
 function(add_resource kind file content)
   get_filename_component(name "${file}" NAME)
-  if(NOT name MATCHES "^([1-9][0-9]*)-[a-z0-9-]+\\.[a-z]+$")
+  if(NOT name MATCHES "^([1-9][0-9+]*)-[a-z0-9-]+\\.[a-z]+$")
     message(FATAL_ERROR " ${file}: expected a name of the form <number>-<what it is>.<ending>")
   endif()
-  set(id ${CMAKE_MATCH_1})
+  string(REPLACE "+" " || id == " ids "${CMAKE_MATCH_1}")
   if(content MATCHES "\\)resource\"")
     message(FATAL_ERROR " ${file}: can't be put into the module's source")
   endif()
-  set(resources "${resources}    if (kind == ${kind} && id == ${id}) {
+  set(resources "${resources}    if (kind == ${kind} && (id == ${ids})) {
         static const char bytes[] = R\"resource(${content})resource\";
         *size = sizeof bytes - 1;
         return bytes;

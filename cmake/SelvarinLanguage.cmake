@@ -3,7 +3,7 @@
 # with # and empty lines are for the translator. In a text \n is a line break, \t a tab and \\ a backslash; there are no other
 # escapes.
 #
-# DIALOGS holds forms of Qt Designer, named <number>-<what it is>.ui; in them a text that is @<number> and nothing else becomes
+# DIALOGS holds forms of Qt Designer, named <number>-<what it is>.ui (<number>+<number>-... for two numbers); in them a text that is @<number> and nothing else becomes
 # that text of the table. A widget's dynamic property "control" is the number by which the program knows it. ICONS holds pictures,
 # <number>-<what it is>.svg. All languages share both.
 set(SELVARIN_MAKE_LANGUAGE ${CMAKE_CURRENT_LIST_DIR}/MakeLanguage.cmake)

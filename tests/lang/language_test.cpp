@@ -31,6 +31,9 @@ std::set<unsigned int> windowIds() {
     std::set<unsigned int> found;
     for (const char* const folder : {LANGUAGE_TABLES "/dialogs", WINDOW_SOURCES}) {
         for (const auto& file : std::filesystem::recursive_directory_iterator(folder)) {
+            if (!file.is_regular_file()) {
+                continue;
+            }
             std::ifstream in(file.path());
             const std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
             for (std::sregex_iterator i(text.begin(), text.end(), form), end; i != end; ++i) {

@@ -4,6 +4,7 @@
 
 #include "dialogs/samplepage.h"
 #include "kivrender/dialogs/kivpropertiesdlg.h"
+#include "kivrender/dialogs/kivupdating.h"
 #include "kivrender/platform/kivwindow.h"
 #include "kivrender/shader/kivshader.h"
 #include "support/plainshader.h"
@@ -22,6 +23,11 @@ struct KivTestAccess {
     }
     static bool updating(const KivPropertiesDlg& dialog) {
         return dialog.updating;
+    }
+    // Whatever happens meanwhile comes from the dialog itself.
+    template <class Action> static void whileUpdating(KivPropertiesDlg& dialog, Action action) {
+        const KivUpdating guard(dialog.updating);
+        action();
     }
     static int currentTab(const KivPropertiesDlg& dialog) {
         return dialog.currentTab;

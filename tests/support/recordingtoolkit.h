@@ -136,6 +136,14 @@ struct WindowRecord {
         tell(control, KivControlChange::edited);
         return true;
     }
+    // Moves the mouse over a control, which need not be enabled: over a row of a list box, or -1.
+    void point(int control, int item) {
+        tell(control, KivControlChange::pointed, item);
+    }
+    void resize(const SIZE& size) {
+        clientSize = size;
+        tell(0, KivControlChange::resized);
+    }
 };
 
 class RecordingWindow : public KivWindow {
@@ -316,6 +324,11 @@ public:
     }
     void placeInside(int control, KivWindow* page) override {
         record->controls[control].page = page;
+    }
+
+    // What its user sees and does.
+    WindowRecord& getRecord() const {
+        return *record;
     }
 
 private:

@@ -82,7 +82,13 @@ void KivPropertiesDlg::OnDestroy() {
     created = false;
 }
 
+// A new size is no notification of a control's change, and it is told but once: ignored while updating, it would leave
+// the controls at the places of the former size for good. Placing them does no harm to an update; the page that it may
+// show early is the one that the update shows at its end.
 void KivPropertiesDlg::onControl(const KivControlEvent& event) {
+    if (event.change == KivControlChange::resized) {
+        return OnSize();
+    }
     if (updating) {
         return;
     }

@@ -41,6 +41,7 @@ public:
     static constexpr int nonCombinableTree = 107;
     static constexpr int combinableTree = 108;
     static constexpr int pagesTab = 109;
+    static constexpr int groupFrame = 110; // around the base look
     // Icons of the language module: of the two buttons, and of the styles, where the first is of no folder.
     static constexpr unsigned int saveIcon = 194;
     static constexpr unsigned int removeIcon = 131;
@@ -113,6 +114,7 @@ private:
     void OnSelchangeTab();
     void OnSaveStyle();
     void OnRemoveStyle();
+    void OnSize();
 
     void fillStylesCombo();
     void fillStylesComboFrom(int kind);

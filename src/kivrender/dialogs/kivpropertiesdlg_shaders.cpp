@@ -1,4 +1,5 @@
-// The properties dialog's trees and tabs: which shaders are current, and which page of theirs is shown.
+// The properties dialog's trees and tabs: which shaders are current, which page of theirs is shown, and where all
+// stand.
 #include "kivrender/dialogs/kivpagedlg.h"
 #include "kivrender/dialogs/kivpropertiesdlg.h"
 #include "kivrender/dialogs/kivupdating.h"
@@ -368,4 +369,38 @@ void KivPropertiesDlg::PositionTabDialog(KivDialog* page) {
     if (getWindow() != nullptr && page != nullptr && page->getWindow() != nullptr) {
         getWindow()->placeInside(pagesTab, page->getWindow());
     }
+}
+
+// --- places ---
+
+// In the usual template all that depends on the width is placed here; controls that stand in a layout of the template
+// stay where that puts them (KivWindow::placeControl). The other template is its own affair.
+void KivPropertiesDlg::OnSize() {
+    if (getTemplateId() != propertiesTemplate) {
+        return;
+    }
+    const int width = getWindow()->getClientSize().cx;
+    const auto place = [this](int control, int left, int top, int across, int down) {
+        // Where the window is narrower than its margins nothing is left, but no rectangle is turned inside out.
+        getWindow()->placeControl(control, {left, top, left + std::max(across, 0), top + down});
+    };
+    const double right = 0.9534 * width; // the buttons keep a share of the width free beside them
+    place(saveStyleButton, static_cast<int>(right - 59), 3, 26, 26);
+    place(removeStyleButton, static_cast<int>(right - 26), 3, 26, 26);
+    place(stylesCombo, 8, 34, width - 16, 21);
+    place(groupFrame, 8, 61, width - 16, 114);
+    place(nonCombinableBox, 16, 75, width - 32, 12);
+    place(nonCombinableTree, 16, 91, width - 32, 50);
+    place(combinableTree, 16, 145, width - 32, 22);
+    place(pagesTab, 8, 182, width - 16, 240);
+
+    // The base look's page, where it is the one that the tabs show: a page of another shader follows the tabs by
+    // itself, and two pages would stand over each other. Once the tabs are emptied there is none.
+    KivPageDlg* const page = getCurrentTabPage();
+    if (currentNonCombinable == nullptr || findTab(currentTab).shader != currentNonCombinable || page == nullptr ||
+        page->getWindow() == nullptr || getWindow()->getItemCount(pagesTab) == 0) {
+        return;
+    }
+    PositionTabDialog(page);
+    page->getWindow()->show(true);
 }

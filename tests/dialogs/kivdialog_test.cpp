@@ -70,11 +70,13 @@ TEST(KivDialog, HearsWhatHappensToItsControls) {
     EXPECT_EQ(dialog.events[2].item, 0);
     EXPECT_TRUE(dialog.getWindow()->isItemChecked(5, 0));
     dialog.getWindow()->enableControl(3, false);
+    ASSERT_EQ(dialog.events.size(), 4U);
+    EXPECT_EQ(dialog.events[3].change, KivControlChange::left) << "it had the keyboard";
     EXPECT_FALSE(user.type(3, L"more")) << "a disabled control takes nothing";
-    EXPECT_EQ(dialog.events.size(), 3U);
+    EXPECT_EQ(dialog.events.size(), 4U);
     dialog.DestroyWindow();
     user.tell(3, KivControlChange::clicked);
-    EXPECT_EQ(dialog.events.size(), 3U) << "a window that is gone tells nothing";
+    EXPECT_EQ(dialog.events.size(), 4U) << "a window that is gone tells nothing";
 }
 
 TEST(KivDialog, KnowsItsParentAndTheModuleOfItsTemplates) {

@@ -1,12 +1,8 @@
 #include "kivrender/dialogs/kivoptionsdlg.h"
 
+#include "dialogs/optionsfixture.h"
 #include "kivrender/host/kivlanguage.h"
-#include "kivrender/settings/kivmemorycommondatamanager.h"
-#include "support/recordingtoolkit.h"
-#include "support/testhost.h"
-
-#include <gtest/gtest.h>
-#include <random>
+#include "kivrender/settings/kivmemorydatamanager.h"
 
 namespace {
 
@@ -17,36 +13,11 @@ constexpr int vectorControls[] = {Dlg::vectorField, Dlg::vectorBrowse, Dlg::spee
 constexpr int antialiasControls[] = {Dlg::antialiasLabel, Dlg::antialiasNone, Dlg::antialiasTwo, Dlg::antialiasFour};
 constexpr int fileControls[] = {Dlg::renderField, Dlg::renderBrowse, Dlg::saveShadowsBox, Dlg::saveDepthBox};
 
-class KivOptionsDlgTest : public testing::Test {
-protected:
-    // The dialog on what is in stored.
-    WindowRecord& open(SIZE proportions = {4, 3}) {
-        EXPECT_TRUE(stored.saveDataOnHost(&store));
-        EXPECT_NE(dialog.Create(nullptr, &store, proportions, nullptr), 0);
-        WindowRecord& user = *toolkit.windows.back();
-        user.groups = {{Dlg::antialiasNone, Dlg::antialiasTwo, Dlg::antialiasFour},
-                       {Dlg::speedFirst, Dlg::speedSecond}};
-        return user;
+template <std::size_t count> void expectEnabled(const WindowRecord& user, const int (&controls)[count], bool enabled) {
+    for (const int control : controls) {
+        EXPECT_EQ(user.at(control).enabled, enabled) << "control " << control;
     }
-    KivCommonSettings apply() {
-        EXPECT_TRUE(dialog.OnApply());
-        KivCommonSettings kept;
-        EXPECT_TRUE(kept.loadDataFromHost(&store));
-        return kept;
-    }
-    template <std::size_t count>
-    static void expectEnabled(const WindowRecord& user, const int (&controls)[count], bool enabled) {
-        for (const int control : controls) {
-            EXPECT_EQ(user.at(control).enabled, enabled) << "control " << control;
-        }
-    }
-
-    TestHost host;
-    RecordingToolkit toolkit;
-    KivMemoryCommonDataManager store;
-    KivCommonSettings stored;
-    KivOptionsDlg dialog;
-};
+}
 
 TEST_F(KivOptionsDlgTest, ASizeOfTheListSelectsItsEntryAndKeepsTheFieldsDisabled) {
     stored.setCustomSize(true);
@@ -210,33 +181,211 @@ TEST_F(KivOptionsDlgTest, IsShownAndHiddenByItsFrame) {
     EXPECT_FALSE(none.OnApply());
 }
 
-TEST_F(KivOptionsDlgTest, VectorOutputNeverMeetsWhatItExcludesWhateverTheUserDoes) {
-    std::mt19937 words(20260);
+// --- pickers
+
+TEST_F(KivOptionsDlgTest, ImagesAreBrowsedForAsFilesToOpen) {
+    stored.setBackgroundImage(L"/sky.png");
+    stored.setPaperImage(L"/grain.png");
     WindowRecord& user = open();
-    for (int step = 0; step < 5000; ++step) {
+    const struct {
+        int browse;
+        int field;
+        const wchar_t* before;
+    } images[] = {{Dlg::backgroundBrowse, Dlg::backgroundField, L"/sky.png"},
+                  {Dlg::paperBrowse, Dlg::paperField, L"/grain.png"}};
+    for (const auto& image : images) {
+        EXPECT_EQ(user.at(image.field).text, image.before);
         toolkit.pickedFile.reset();
-        if (words() % 2 == 0) {
-            toolkit.pickedFile = L"/picked.svg";
-        }
-        const int boxes[] = {Dlg::transparenciesBox, Dlg::shadowsBox,   Dlg::vectorialBox, Dlg::saveRenderBox,
-                             Dlg::saveShadowsBox,    Dlg::saveDepthBox, Dlg::simplifyBox,  Dlg::isoparamsBox};
-        user.clickCheck(boxes[words() % std::size(boxes)]);
-        user.type(words() % 2 == 0 ? Dlg::vectorField : Dlg::renderField, words() % 2 == 0 ? L"" : L"/typed.svg");
-        user.choose(Dlg::sizeChoice, static_cast<int>(words() % 6));
-        const bool vectorial = user.at(Dlg::vectorialBox).check == 1;
-        expectEnabled(user, vectorControls, vectorial);
-        expectEnabled(user, antialiasControls, !vectorial);
-        for (const int excluded : {Dlg::transparenciesBox, Dlg::shadowsBox, Dlg::saveRenderBox}) {
-            EXPECT_FALSE(vectorial && user.at(excluded).check == 1) << "step " << step;
-        }
-        EXPECT_EQ(user.at(Dlg::widthField).enabled, user.at(Dlg::sizeChoice).selection == 5);
-        const KivCommonSettings kept = apply();
-        EXPECT_EQ(kept.doVectorial(), vectorial);
-        EXPECT_EQ(kept.doShadows(), user.at(Dlg::shadowsBox).check == 1);
-        if (HasFailure()) {
-            return;
-        }
+        EXPECT_TRUE(user.click(image.browse));
+        EXPECT_EQ(user.at(image.field).text, image.before) << "it was cancelled";
+        toolkit.pickedFile = std::wstring(L"/new") + image.before;
+        EXPECT_TRUE(user.click(image.browse));
+        EXPECT_EQ(user.at(image.field).text, *toolkit.pickedFile);
     }
+    ASSERT_EQ(toolkit.files.size(), 4U);
+    for (const RecordingToolkit::FileQuestion& question : toolkit.files) {
+        EXPECT_TRUE(question.open);
+    }
+    const KivCommonSettings kept = apply();
+    EXPECT_EQ(kept.getBackgroundImage(), L"/new/sky.png");
+    EXPECT_EQ(kept.getPaperImage(), L"/new/grain.png");
+}
+
+// The buttons are disabled until the form has the one output or the other.
+TEST_F(KivOptionsDlgTest, FilesToWriteAreBrowsedForAsFilesToSave) {
+    stored.setSaveRenderFile(L"/a.png");
+    stored.setSaveVectorFile(L"/a.svg");
+    WindowRecord& user = open();
+    const struct {
+        int box;
+        int browse;
+        int field;
+        const wchar_t* before;
+        const wchar_t* picked;
+    } outputs[] = {{Dlg::saveRenderBox, Dlg::renderBrowse, Dlg::renderField, L"/a.png", L"/b.png"},
+                   {Dlg::vectorialBox, Dlg::vectorBrowse, Dlg::vectorField, L"/a.svg", L"/b.svg"}};
+    for (const auto& output : outputs) {
+        EXPECT_FALSE(user.click(output.browse));
+        EXPECT_TRUE(user.clickCheck(output.box));
+        toolkit.pickedFile.reset();
+        EXPECT_TRUE(user.click(output.browse));
+        EXPECT_EQ(user.at(output.field).text, output.before) << "it was cancelled";
+        EXPECT_EQ(user.at(output.box).check, 1) << "what comes of browsing does not matter to the box";
+        toolkit.pickedFile = output.picked;
+        EXPECT_TRUE(user.click(output.browse));
+        EXPECT_EQ(user.at(output.field).text, output.picked);
+        user.controls[output.field].text.clear();
+        toolkit.pickedFile.reset();
+        EXPECT_TRUE(user.click(output.browse));
+        EXPECT_EQ(user.at(output.field).text, L"");
+        EXPECT_EQ(user.at(output.box).check, 1);
+        user.controls[output.field].text = output.picked;
+    }
+    ASSERT_EQ(toolkit.files.size(), 6U);
+    for (const RecordingToolkit::FileQuestion& question : toolkit.files) {
+        EXPECT_FALSE(question.open);
+    }
+    const KivCommonSettings kept = apply();
+    EXPECT_EQ(kept.getSaveRenderFile(), L"/b.png");
+    EXPECT_EQ(kept.getSaveVectorFile(), L"/b.svg");
+}
+
+TEST_F(KivOptionsDlgTest, ACancelledFolderLeavesTheField) {
+    host.memoryFolder = L"/scratch";
+    WindowRecord& user = open();
+    EXPECT_TRUE(user.click(Dlg::folderBrowse));
+    EXPECT_EQ(toolkit.folderTitles.size(), 1U);
+    EXPECT_EQ(user.at(Dlg::folderField).text, L"/scratch");
+    apply();
+    EXPECT_EQ((host.strings[{false, L"VirtualMemory"}]), L"/scratch");
+}
+
+// Names cross the host in buffers of 260 characters with the closing zero.
+TEST_F(KivOptionsDlgTest, NamesThatAreTooLongAreCut) {
+    const std::wstring longest = L"/" + std::wstring(kivMaxPath - 2, L'n');
+    const std::wstring typed = std::wstring(400, L't');
+    stored.setSaveRenderFile(L"/a.png");
+    stored.setSaveVectorFile(L"/a.svg");
+    WindowRecord& user = open();
+    toolkit.pickedFile = longest + L"and more";
+    toolkit.pickedFolder = longest + L"and more";
+    const struct {
+        int box;
+        int browse;
+        int field;
+    } pickers[] = {{0, Dlg::backgroundBrowse, Dlg::backgroundField},
+                   {0, Dlg::paperBrowse, Dlg::paperField},
+                   {0, Dlg::folderBrowse, Dlg::folderField},
+                   {Dlg::saveRenderBox, Dlg::renderBrowse, Dlg::renderField},
+                   {Dlg::vectorialBox, Dlg::vectorBrowse, Dlg::vectorField}};
+    for (const auto& picker : pickers) {
+        EXPECT_TRUE(picker.box == 0 || user.clickCheck(picker.box));
+        EXPECT_TRUE(user.type(picker.field, typed)); // what stands there is the wish
+        EXPECT_TRUE(user.click(picker.browse));
+        EXPECT_EQ(user.at(picker.field).text, longest) << "field " << picker.field;
+    }
+    EXPECT_TRUE(user.type(Dlg::paperField, typed));
+    EXPECT_EQ(apply().getPaperImage(), typed) << "a text that is typed is not cut";
+}
+
+// --- applying
+
+TEST_F(KivOptionsDlgTest, EachLevelOfAntialiasingHasItsRadioButton) {
+    for (const int level : {0, 1, 2}) {
+        stored.setAntialias(level);
+        const WindowRecord& user = open();
+        for (const int other : {0, 1, 2}) {
+            EXPECT_EQ(user.at(Dlg::antialiasNone + other).check, other == level ? 1 : 0);
+        }
+        EXPECT_EQ(apply().getAntialias(), level);
+    }
+    WindowRecord& user = open();
+    for (const int level : {1, 0, 2}) {
+        EXPECT_TRUE(user.clickRadio(Dlg::antialiasNone + level));
+        EXPECT_EQ(apply().getAntialias(), level);
+    }
+}
+
+TEST_F(KivOptionsDlgTest, TheSpeedOfVectorOutputIsOneOfTwo) {
+    stored.setVectorial(true);
+    for (const int speed : {1, 0}) {
+        stored.setVectorialSpeed(speed);
+        const WindowRecord& user = open();
+        EXPECT_EQ(user.at(Dlg::speedFirst).check, 1 - speed);
+        EXPECT_EQ(user.at(Dlg::speedSecond).check, speed);
+        EXPECT_EQ(apply().getVectorialSpeed(), speed);
+    }
+    WindowRecord& user = open();
+    for (const int speed : {1, 0}) {
+        EXPECT_TRUE(user.clickRadio(Dlg::speedFirst + speed));
+        EXPECT_EQ(apply().getVectorialSpeed(), speed);
+    }
+}
+
+TEST_F(KivOptionsDlgTest, EveryBoxIsKept) {
+    stored.setSaveRenderFile(L"/a.png");
+    stored.setSaveVectorFile(L"/a.svg");
+    WindowRecord& user = open();
+    const auto toggled = [&](int box, bool (KivCommonSettings::*value)() const) {
+        const bool before = (apply().*value)();
+        EXPECT_TRUE(user.clickCheck(box)) << "box " << box;
+        EXPECT_NE((apply().*value)(), before) << "box " << box;
+    };
+    toggled(Dlg::dimensionsBox, &KivCommonSettings::doRenderDim);
+    toggled(Dlg::transparenciesBox, &KivCommonSettings::doTransparencies);
+    toggled(Dlg::shadowsBox, &KivCommonSettings::doShadows);
+    toggled(Dlg::saveRenderBox, &KivCommonSettings::doSaveRender);
+    toggled(Dlg::saveShadowsBox, &KivCommonSettings::doSaveShadows);
+    toggled(Dlg::saveDepthBox, &KivCommonSettings::doSaveDepth);
+    toggled(Dlg::vectorialBox, &KivCommonSettings::doVectorial);
+    toggled(Dlg::simplifyBox, &KivCommonSettings::doVectorSimplify);
+    const bool lines = apply().doRenderIsoparams() != 0;
+    EXPECT_TRUE(user.clickCheck(Dlg::isoparamsBox));
+    EXPECT_EQ(apply().doRenderIsoparams() != 0, !lines);
+}
+
+// Keeps nothing.
+class FullStore : public KivMemoryCommonDataManager {
+public:
+    bool beginSaveCommonData() override {
+        return false;
+    }
+};
+
+TEST_F(KivOptionsDlgTest, WhatTheHostCannotKeepIsTold) {
+    FullStore full;
+    EXPECT_NE(dialog.Create(nullptr, &full, {4, 3}, nullptr), 0);
+    toolkit.windows.back()->type(Dlg::folderField, L"/scratch");
+    EXPECT_FALSE(dialog.OnApply());
+    EXPECT_EQ((host.strings[{false, L"VirtualMemory"}]), L"/scratch") << "the user's preferences are kept all the same";
+}
+
+TEST_F(KivOptionsDlgTest, AWidthOfNothingAsProportionGivesNoHeight) {
+    stored.setCustomSize(true);
+    stored.setResolution({801, 600});
+    host.numbers[{false, L"BlockAspectRatio"}] = 1;
+    WindowRecord& user = open({0, 3});
+    EXPECT_TRUE(user.type(Dlg::widthField, L"100"));
+    EXPECT_EQ(user.at(Dlg::heightField).text, L"0") << "a host must pass a real size, but it does not end the program";
+    EXPECT_TRUE(user.type(Dlg::heightField, L"100"));
+    EXPECT_EQ(user.at(Dlg::widthField).text, L"0");
+}
+
+TEST_F(KivOptionsDlgTest, TheLockIsAPreferenceOfTheUser) {
+    for (const unsigned int kept : {1U, 0U}) {
+        host.numbers[{false, L"BlockAspectRatio"}] = kept;
+        const WindowRecord& user = open();
+        EXPECT_EQ(user.at(Dlg::aspectBox).check, static_cast<int>(kept));
+        apply();
+        EXPECT_EQ((host.numbers[{false, L"BlockAspectRatio"}]), kept);
+    }
+    EXPECT_TRUE(host.numbers.find({true, L"BlockAspectRatio"}) == host.numbers.end()) << "not of the machine";
+}
+
+TEST_F(KivOptionsDlgTest, TheManagerOfTheStyleIsKeptForTheHost) {
+    KivMemoryDataManager style;
+    EXPECT_NE(dialog.Create(&style, &store, {4, 3}, nullptr), 0);
+    EXPECT_EQ(dialog.getDataManager(), &style);
 }
 
 } // namespace

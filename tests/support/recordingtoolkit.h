@@ -71,6 +71,18 @@ struct WindowRecord {
         return found != controls.end() ? found->second : none;
     }
 
+    void setCheck(int control, int state) {
+        for (const std::vector<int>& group : groups) {
+            if (state == 1 && std::find(group.begin(), group.end(), control) != group.end()) {
+                for (const int other : group) {
+                    controls[other].check = 0;
+                }
+            }
+        }
+        controls[control].check = state;
+        controls[control].varied = false;
+    }
+
     // --- the user ---
 
     void tell(int control, KivControlChange change, int item = -1) {
@@ -93,6 +105,15 @@ struct WindowRecord {
         }
         controls[control].check = at(control).check == 1 ? 0 : 1;
         controls[control].varied = false;
+        tell(control, KivControlChange::clicked);
+        return true;
+    }
+    // The others of its group go off.
+    bool clickRadio(int control) {
+        if (!at(control).enabled) {
+            return false;
+        }
+        setCheck(control, 1);
         tell(control, KivControlChange::clicked);
         return true;
     }
@@ -206,8 +227,13 @@ public:
             record->tell(control, KivControlChange::edited);
         }
     }
+    // What is disabled can't keep the keyboard.
     void enableControl(int control, bool enabled) override {
         record->controls[control].enabled = enabled;
+        if (!enabled && record->focus == control) {
+            record->focus = 0;
+            record->tell(control, KivControlChange::left);
+        }
     }
     void showControl(int control, bool visible) override {
         record->controls[control].visible = visible;
@@ -246,15 +272,7 @@ public:
         return record->at(control).check;
     }
     void setCheck(int control, int state) override {
-        record->controls[control].varied = false;
-        for (const std::vector<int>& group : record->groups) {
-            if (state == 1 && std::find(group.begin(), group.end(), control) != group.end()) {
-                for (const int other : group) {
-                    record->controls[other].check = 0;
-                }
-            }
-        }
-        record->controls[control].check = state;
+        record->setCheck(control, state);
     }
 
     void insertItem(int control, int index, const std::wstring& text, int image) override {

@@ -1,0 +1,53 @@
+#include "qt/kivqtimages.h"
+
+#include "kivrender/host/kivresources.h"
+#include "kivrender/platform/kivbitmap.h"
+
+#include <QByteArray>
+#include <QPainter>
+#include <QPixmap>
+#include <QSvgRenderer>
+
+#include <cstring>
+
+QIcon kivQtIcon(HINSTANCE resources, unsigned int id, const QPalette& palette) {
+    const std::string_view bytes = kivFindResource(resources, KivResourceKind::icon, id);
+    if (bytes.empty()) {
+        return {};
+    }
+    QSvgRenderer picture(QByteArray(bytes.data(), static_cast<qsizetype>(bytes.size())));
+    QIcon icon;
+    for (const QIcon::Mode mode : {QIcon::Normal, QIcon::Disabled}) {
+        const QColor ink =
+            palette.color(mode == QIcon::Normal ? QPalette::Active : QPalette::Disabled, QPalette::ButtonText);
+        for (const int side : {16, 24, 32, 48, 64}) {
+            QPixmap pixels(side, side);
+            pixels.fill(Qt::transparent);
+            QPainter painter(&pixels);
+            picture.render(&painter);
+            // The drawings are black on nothing: their shape is what counts.
+            painter.setCompositionMode(QPainter::CompositionMode_SourceIn);
+            painter.fillRect(pixels.rect(), ink);
+            painter.end();
+            icon.addPixmap(pixels, mode);
+        }
+    }
+    return icon;
+}
+
+QImage kivQtImage(HBITMAP bitmap) {
+    KivBitmapInfo info;
+    if (!kivGetBitmapInfo(bitmap, &info)) {
+        return {};
+    }
+    QImage image(info.width, info.height, QImage::Format_RGB32);
+    if (image.isNull()) {
+        return {};
+    }
+    // The bottom row comes first there, the top one here; the bytes of a pixel are in the same order.
+    for (int y = 0; y < info.height; ++y) {
+        std::memcpy(image.scanLine(info.height - 1 - y), info.pixels + static_cast<std::size_t>(y) * info.rowBytes,
+                    info.rowBytes);
+    }
+    return image;
+}

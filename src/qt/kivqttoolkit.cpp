@@ -1,0 +1,146 @@
+#include "qt/kivqttoolkit.h"
+
+#include "kivrender/host/kivresources.h"
+#include "qt/kivformloader.h"
+#include "qt/kivqttext.h"
+#include "qt/kivqtwindow.h"
+
+#include <QApplication>
+#include <QColorDialog>
+#include <QDialog>
+#include <QDir>
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QMessageBox>
+
+#include <cwchar>
+
+namespace {
+
+// "title", "*.a;*.b" becomes "title (*.a *.b)". A title may name its patterns already.
+QStringList toQtFilters(const wchar_t* filters) {
+    QStringList list;
+    for (const wchar_t* place = filters; place != nullptr && *place != L'\0';) {
+        QString title = QString::fromWCharArray(place);
+        place += std::wcslen(place) + 1;
+        QString patterns = QString::fromWCharArray(place);
+        place += std::wcslen(place) + 1;
+        patterns.replace(QLatin1Char(';'), QLatin1Char(' '));
+        title = title.left(title.indexOf(QLatin1String(" ("))).trimmed();
+        list << title + QLatin1String(" (") + patterns + QLatin1Char(')');
+    }
+    return list;
+}
+
+// The first ending of a filter, "png" of "PNG images (*.png)"; empty for all files.
+QString firstEnding(const QString& filter) {
+    const qsizetype star = filter.indexOf(QLatin1String("(*."));
+    if (star < 0) {
+        return {};
+    }
+    QString ending;
+    for (qsizetype i = star + 3; i < filter.size() && filter[i].isLetterOrNumber(); ++i) {
+        ending += filter[i];
+    }
+    return ending;
+}
+
+} // namespace
+
+KivQtToolkit::~KivQtToolkit() = default;
+
+int KivQtToolkit::showMessage(HWND owner, const std::wstring& text, const std::wstring& caption, KivMessageKind kind) {
+    const bool question = kind == KivMessageKind::Question;
+    QMessageBox box(question ? QMessageBox::Question : QMessageBox::Critical, kivToQt(caption), kivToQt(text),
+                    question ? QMessageBox::Yes | QMessageBox::No : QMessageBox::Ok, KivQtWindow::widgetOf(owner));
+    box.setTextFormat(Qt::PlainText); // names of files come in it
+    const int answer = box.exec();
+    return answer == QMessageBox::Yes              ? kivAnswerYes
+           : answer == QMessageBox::No || question ? kivAnswerNo
+                                                   : kivAnswerOk;
+}
+
+bool KivQtToolkit::pickColor(HWND owner, std::uint32_t& color) {
+    const QColor former(static_cast<int>(color & 0xFFU), static_cast<int>(color >> 8 & 0xFFU),
+                        static_cast<int>(color >> 16 & 0xFFU));
+    const QColor picked = QColorDialog::getColor(former, KivQtWindow::widgetOf(owner));
+    if (picked.isValid()) {
+        color = static_cast<std::uint32_t>(picked.red() | picked.green() << 8 | picked.blue() << 16);
+    }
+    return picked.isValid();
+}
+
+bool KivQtToolkit::pickFile(KivFileRequest& request) {
+    QFileDialog dialog(KivQtWindow::widgetOf(request.owner));
+    dialog.setAcceptMode(request.open ? QFileDialog::AcceptOpen : QFileDialog::AcceptSave);
+    dialog.setFileMode(request.open && request.fileMustExist ? QFileDialog::ExistingFile : QFileDialog::AnyFile);
+    dialog.setOption(QFileDialog::DontConfirmOverwrite, !request.overwritePrompt);
+    const QStringList filters = toQtFilters(request.filters);
+    if (!filters.isEmpty()) {
+        dialog.setNameFilters(filters);
+        dialog.selectNameFilter(filters.value(request.filter - 1, filters.first()));
+    }
+    if (!request.open) {
+        // A name without an ending gets that of the chosen kind.
+        dialog.setDefaultSuffix(firstEnding(dialog.selectedNameFilter()));
+        QObject::connect(&dialog, &QFileDialog::filterSelected, &dialog,
+                         [&dialog](const QString& filter) { dialog.setDefaultSuffix(firstEnding(filter)); });
+    }
+    if (!request.folder.empty()) {
+        dialog.setDirectory(kivToQt(request.folder));
+    }
+    if (!request.file.empty()) {
+        const QFileInfo wish(kivToQt(request.file));
+        if (wish.isAbsolute()) {
+            dialog.setDirectory(wish.absolutePath());
+        }
+        dialog.selectFile(wish.fileName());
+    }
+    if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty()) {
+        return false;
+    }
+    request.file = kivFromQt(QDir::toNativeSeparators(dialog.selectedFiles().constFirst()));
+    request.filter = static_cast<int>(filters.indexOf(dialog.selectedNameFilter())) + 1;
+    return true;
+}
+
+bool KivQtToolkit::pickFolder(HWND owner, const std::wstring& title, std::wstring& folder) {
+    const QString picked =
+        QFileDialog::getExistingDirectory(KivQtWindow::widgetOf(owner), kivToQt(title), kivToQt(folder));
+    if (!picked.isEmpty()) {
+        folder = kivFromQt(QDir::toNativeSeparators(picked));
+    }
+    return !picked.isEmpty();
+}
+
+unsigned int KivQtToolkit::startTimer(unsigned int milliseconds, std::function<void()> callback) {
+    auto timer = std::make_unique<QTimer>();
+    QObject::connect(timer.get(), &QTimer::timeout, timer.get(), [callback = std::move(callback)] {
+        const auto called = callback; // it may stop its own timer
+        called();
+    });
+    timer->start(static_cast<int>(milliseconds));
+    timers[++lastTimer] = std::move(timer);
+    return lastTimer;
+}
+
+void KivQtToolkit::stopTimer(unsigned int timer) {
+    const auto found = timers.find(timer);
+    if (found != timers.end()) {
+        found->second->stop();
+        found->second.release()->deleteLater(); // it may be the one that fires
+        timers.erase(found);
+    }
+}
+
+std::unique_ptr<KivWindow> KivQtToolkit::createWindow(HINSTANCE resources, unsigned int id, HWND parent) {
+    const std::string_view form = kivFindResource(resources, KivResourceKind::dialog, id);
+    std::unique_ptr<QWidget> widget = form.empty() ? nullptr : kivLoadForm(form);
+    if (widget == nullptr) {
+        return nullptr;
+    }
+    if (QWidget* const owner = KivQtWindow::widgetOf(parent)) {
+        widget->setParent(owner, qobject_cast<QDialog*>(widget.get()) != nullptr ? Qt::Dialog : Qt::Tool);
+    }
+    return std::make_unique<KivQtWindow>(std::move(widget));
+}

@@ -1,0 +1,31 @@
+// The desktop by Qt: message boxes, pickers, timers, windows from forms. A program makes one after its QApplication and
+// installs it with KivToolkit::install; it must be removed before it ends. All calls on the thread of the windows.
+#ifndef QT_KIVQTTOOLKIT_H
+#define QT_KIVQTTOOLKIT_H
+
+#include "kivrender/platform/kivtoolkit.h"
+
+#include <QTimer>
+
+#include <map>
+#include <memory>
+
+class KivQtToolkit : public KivToolkit {
+public:
+    KivQtToolkit() = default;
+    ~KivQtToolkit() override;
+
+    int showMessage(HWND owner, const std::wstring& text, const std::wstring& caption, KivMessageKind kind) override;
+    bool pickColor(HWND owner, std::uint32_t& color) override;
+    bool pickFile(KivFileRequest& request) override;
+    bool pickFolder(HWND owner, const std::wstring& title, std::wstring& folder) override;
+    unsigned int startTimer(unsigned int milliseconds, std::function<void()> callback) override;
+    void stopTimer(unsigned int timer) override;
+    std::unique_ptr<KivWindow> createWindow(HINSTANCE resources, unsigned int id, HWND parent) override;
+
+private:
+    std::map<unsigned int, std::unique_ptr<QTimer>> timers;
+    unsigned int lastTimer = 0;
+};
+
+#endif

@@ -1,0 +1,116 @@
+// A window of the library on a widget of Qt: one made from a form, or one of the program's own.
+//
+// Controls are the widgets below that have the dynamic property "control", a number. What they may be: any button, line
+// edit, label, combo box, list (QListWidget) or tree (QTreeWidget), KivNumberField, KivColorField, KivPageTabs.
+#ifndef QT_KIVQTWINDOW_H
+#define QT_KIVQTWINDOW_H
+
+#include "kivrender/platform/kivwindow.h"
+
+#include <QIcon>
+#include <QObject>
+#include <QPointer>
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <vector>
+
+class QListWidgetItem;
+class QTreeWidgetItem;
+class QWidget;
+
+class KivQtWindow : public QObject, public KivWindow {
+public:
+    // Owns the widget and deletes it at its end, unless a parent of the widget has done so before.
+    explicit KivQtWindow(std::unique_ptr<QWidget> widget);
+    // Stands for a widget of the program, which must outlive this: a parent for dialogs.
+    explicit KivQtWindow(QWidget* widget);
+    ~KivQtWindow() override;
+
+    // Null after a parent has deleted it.
+    QWidget* widget() const;
+    // The widget of any window of this toolkit, null for null.
+    static QWidget* widgetOf(KivWindow* window);
+    // What happens to messages of dialogs to this window; nothing at first.
+    void setReceiver(std::function<void(unsigned int, std::uintptr_t, std::intptr_t)> receiver);
+
+    void show(bool visible) override;
+    void enable(bool enabled) override;
+    void setCaption(bool caption) override;
+    void redraw() override;
+    std::wstring getTitle() const override;
+    SIZE getClientSize() const override;
+    void setListener(std::function<void(const KivControlEvent&)> listener) override;
+    int runModal() override;
+    void endModal(int result) override;
+    void receive(unsigned int message, std::uintptr_t wParam, std::intptr_t lParam) override;
+
+    std::vector<int> getControls() const override;
+    std::wstring getText(int control) const override;
+    void setText(int control, const std::wstring& text) override;
+    void enableControl(int control, bool enabled) override;
+    void showControl(int control, bool visible) override;
+    bool isControlEnabled(int control) const override;
+    bool hasFocus(int control) const override;
+    bool getControlRect(int control, RECT* out) const override;
+    void placeControl(int control, const RECT& place) override;
+    bool isListBox(int control) const override;
+    void setToolTip(int control, const std::wstring& text) override;
+    void setVaried(int control, bool varied) override;
+    bool isVaried(int control) const override;
+    int getCheck(int control) const override;
+    void setCheck(int control, int state) override;
+    void insertItem(int control, int index, const std::wstring& text, int image) override;
+    void removeItem(int control, int index) override;
+    int getItemCount(int control) const override;
+    std::wstring getItemText(int control, int index) const override;
+    int getItemImage(int control, int index) const override;
+    int getSelection(int control) const override;
+    void setSelection(int control, int index) override;
+    void setCheckable(int control) override;
+    bool isItemChecked(int control, int index) const override;
+    void checkItem(int control, int index, bool checked) override;
+    void setItemBold(int control, int index, bool bold) override;
+    void setImages(int control, HINSTANCE resources, const std::vector<unsigned int>& icons) override;
+    void setIcon(int control, HINSTANCE resources, unsigned int icon) override;
+    void setPicture(int control, HBITMAP bitmap) override;
+    void setFill(int control, std::uint32_t color) override;
+    void setLink(int control, std::uint32_t textColor) override;
+    void beep() override;
+    void placeInside(int control, KivWindow* page) override;
+
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+private:
+    struct ShownIcon {
+        HINSTANCE resources = nullptr;
+        unsigned int number = 0;
+    };
+
+    // The widget of a control if it is of that kind.
+    template <class Widget> Widget* find(int control) const;
+    QWidget* any(int control) const;
+    void bind(int control, QWidget* widget);
+    void bindButton(int control, QWidget* widget);
+    void bindTree(int control, QWidget* widget);
+    void tell(int control, KivControlChange change, int item = -1);
+    void onItemChanged(int control, QTreeWidgetItem* item, int column);
+    void filterPointer(int control, QObject* watched, QEvent* event);
+    void showIcons();
+    bool isInLayout(const QWidget* widget) const;
+
+    QPointer<QWidget> root;
+    bool owned;
+    std::vector<int> order; // of the template
+    std::map<int, QPointer<QWidget>> controls;
+    std::map<const QObject*, int> numbers;
+    std::map<int, ShownIcon> buttonIcons;
+    std::map<int, std::vector<ShownIcon>> itemIcons;
+    std::map<int, std::vector<bool>> checks; // of trees: the states that the library knows
+    std::map<int, bool> varied;              // of controls that can't show it themselves
+    std::function<void(const KivControlEvent&)> listener;
+    std::function<void(unsigned int, std::uintptr_t, std::intptr_t)> receiver;
+};
+
+#endif

@@ -81,6 +81,7 @@ void KivQtWindow::setVaried(int control, bool value) {
         if (auto* const combo = find<QComboBox>(control)) {
             combo->setCurrentIndex(-1);
         } else if (auto* const box = find<QCheckBox>(control)) {
+            box->setTristate(true);
             box->setCheckState(Qt::PartiallyChecked);
         }
         varied[control] = true;

@@ -23,11 +23,12 @@ QStringList toQtFilters(const wchar_t* filters) {
     for (const wchar_t* place = filters; place != nullptr && *place != L'\0';) {
         QString title = QString::fromWCharArray(place);
         place += std::wcslen(place) + 1;
-        QString patterns = QString::fromWCharArray(place);
+        const QString patterns = QString::fromWCharArray(place);
         place += std::wcslen(place) + 1;
-        patterns.replace(QLatin1Char(';'), QLatin1Char(' '));
+        QStringList each = patterns.split(QLatin1Char(';'), Qt::SkipEmptyParts);
+        each.removeDuplicates();
         title = title.left(title.indexOf(QLatin1String(" ("))).trimmed();
-        list << title + QLatin1String(" (") + patterns + QLatin1Char(')');
+        list << title + QLatin1String(" (") + each.join(QLatin1Char(' ')) + QLatin1Char(')');
     }
     return list;
 }

@@ -107,8 +107,10 @@ void KivQtWindow::bindButton(int control, QWidget* widget) {
         // Only the user's clicks, and the state is new already.
         connect(button, &QAbstractButton::clicked, this, [this, control, button] {
             varied.erase(control);
-            if (auto* const box = qobject_cast<QCheckBox*>(button)) {
-                box->setTristate(false); // the third state is not for users to set
+            // The third state is not for users to set, and who leaves it arrives at off.
+            if (auto* const box = qobject_cast<QCheckBox*>(button); box != nullptr && box->isTristate()) {
+                box->setTristate(false);
+                box->setChecked(false);
             }
             tell(control, KivControlChange::clicked);
         });

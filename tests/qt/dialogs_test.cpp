@@ -1,60 +1,309 @@
+// The dialogs as a user meets them: real windows, real mouse and keys.
 #include "kivrender/dialogs/kivoptionsdlg.h"
 #include "kivrender/dialogs/kivpropertiesdlg.h"
-#include "kivrender/host/kivdefaulthost.h"
-#include "kivrender/host/kivlanguage.h"
-#include "kivrender/render/kivrenderer.h"
+#include "kivrender/dialogs/kivsavestyledlg.h"
+#include "kivrender/platform/kivtext.h"
 #include "kivrender/settings/kivcommonsettings.h"
 #include "kivrender/settings/kivmemorycommondatamanager.h"
 #include "kivrender/settings/kivmemorydatamanager.h"
-#include "qt/kivqttoolkit.h"
-#include "qt/kivqtwindow.h"
-#include "support/temphome.h"
+#include "qt/kivcolorfield.h"
+#include "qt/kivpagetabs.h"
+#include "qt/qtdialogs.h"
 
-#include <QApplication>
-#include <QTest>
-#include <QVBoxLayout>
-#include <gtest/gtest.h>
+#include <QCheckBox>
+#include <QColorDialog>
+#include <QComboBox>
+#include <QDialog>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPixmap>
+#include <QRadioButton>
+#include <QTabBar>
+#include <QToolButton>
+#include <QTreeWidget>
+#include <filesystem>
+#include <set>
 
 namespace {
 
-class QtDialogs : public testing::Test {
+using Dlg = KivPropertiesDlg;
+
+// The panel over a stream of its own, shown.
+class PropertiesWindow : public QtDialogs {
 protected:
-    QtDialogs() : former(KivToolkit::install(&toolkit)) {
-        KivHostApplicationServices::setDefaultHost(&host);
-        kivLoadLanguage(L"en");
-        renderer.loadShaders();
+    PropertiesWindow() {
+        stream.setSaving();
+        stream.setDefault();
+        settings.setBackgroundColor(0xFFFFFF);
+        settings.setAmbientLight(0x606060);
+        host.setShowPreview(true);
+        EXPECT_NE(dialog.Create(&stream, &settings, Dlg::propertiesTemplate, nullptr), 0);
+        window().show(true);
     }
-    ~QtDialogs() override {
-        renderer.unloadShaders();
-        KivToolkit::install(former);
+    ~PropertiesWindow() override {
+        dialog.DestroyWindow();
+    }
+    KivWindow& window() {
+        return *dialog.getWindow();
+    }
+    QImage preview() {
+        return at<QLabel>(&window(), Dlg::previewPicture)->pixmap(Qt::ReturnByValue).toImage();
+    }
+    // Clicks the check mark of a tree's item.
+    void clickMark(int control, int item) {
+        auto* const tree = at<QTreeWidget>(&window(), control);
+        const QRect row = tree->visualItemRect(tree->topLevelItem(item));
+        QTest::mouseClick(tree->viewport(), Qt::LeftButton, {}, QPoint(row.left() + 10, row.center().y()));
+    }
+    static int colours(const QImage& image) {
+        std::set<QRgb> found;
+        for (int y = 0; y < image.height(); ++y) {
+            for (int x = 0; x < image.width(); ++x) {
+                found.insert(image.pixel(x, y));
+            }
+        }
+        return static_cast<int>(found.size());
     }
 
-    const TempHome home;
-    KivDefaultHost host;
-    KivQtToolkit toolkit;
-    KivToolkit* former;
-    KivRenderer renderer;
+    KivMemoryDataManager stream;
+    KivCommonSettings settings;
+    KivPropertiesDlg dialog;
 };
 
 } // namespace
 
-TEST_F(QtDialogs, Look) {
-    KivMemoryDataManager stream;
-    stream.setSaving();
-    stream.setDefault();
-    KivCommonSettings settings;
-    host.setShowPreview(true);
-    KivPropertiesDlg dialog;
-    ASSERT_NE(dialog.Create(&stream, &settings, KivPropertiesDlg::propertiesTemplate, nullptr), 0);
-    QWidget* widget = KivQtWindow::widgetOf(dialog.getWindow());
-    dialog.getWindow()->show(true);
+TEST_F(PropertiesWindow, ShowsTheLookOfTheStream) {
+    EXPECT_TRUE(at<QCheckBox>(&window(), Dlg::nonCombinableBox)->isChecked());
+    EXPECT_EQ(window().getItemText(Dlg::nonCombinableTree, 0), L"Cartoon");
+    EXPECT_TRUE(at<QTreeWidget>(&window(), Dlg::nonCombinableTree)->topLevelItem(0)->font(0).bold());
+    EXPECT_EQ(window().getItemCount(Dlg::combinableTree), 3);
+    EXPECT_FALSE(window().isItemChecked(Dlg::combinableTree, 0));
+    EXPECT_GT(window().getItemCount(Dlg::stylesCombo), 15);
+    EXPECT_EQ(window().getSelection(Dlg::stylesCombo), -1);
+    EXPECT_FALSE(at<QComboBox>(&window(), Dlg::stylesCombo)->itemIcon(0).isNull());
+    EXPECT_EQ(preview().size(), QSize(110, 110));
+    EXPECT_GE(colours(preview()), 3) << "an empty picture has one colour";
+}
+
+TEST_F(PropertiesWindow, ACheckMarkAddsALookAndItsTab) {
+    const int tabs = window().getItemCount(Dlg::pagesTab);
+    const QImage before = preview();
+    clickMark(Dlg::combinableTree, 1);
+    EXPECT_TRUE(window().isItemChecked(Dlg::combinableTree, 1));
+    EXPECT_EQ(window().getItemCount(Dlg::pagesTab), tabs + 1);
+    EXPECT_TRUE(dialog.isChanged());
     QTest::qWait(100);
-    widget->grab().save("/tmp/properties.png");
-    KivOptionsDlg options;
+    EXPECT_EQ(preview(), before) << "400 milliseconds have not passed";
+    ASSERT_TRUE(QTest::qWaitFor([&] { return preview() != before; }, 1000));
+    clickMark(Dlg::combinableTree, 1);
+    EXPECT_FALSE(window().isItemChecked(Dlg::combinableTree, 1));
+    EXPECT_EQ(window().getItemCount(Dlg::pagesTab), tabs);
+    ASSERT_TRUE(QTest::qWaitFor([&] { return preview() == before; }, 1000)) << "the old look is back";
+}
+
+TEST_F(PropertiesWindow, TheKeyboardTogglesAsWell) {
+    auto* const tree = at<QTreeWidget>(&window(), Dlg::combinableTree);
+    tree->setFocus();
+    tree->setCurrentItem(tree->topLevelItem(2));
+    QTest::keyClick(tree, Qt::Key_Space);
+    EXPECT_TRUE(window().isItemChecked(Dlg::combinableTree, 2));
+    EXPECT_EQ(window().getItemCount(Dlg::pagesTab), 2);
+    QTest::keyClick(tree, Qt::Key_Space);
+    EXPECT_FALSE(window().isItemChecked(Dlg::combinableTree, 2));
+    EXPECT_EQ(window().getItemCount(Dlg::pagesTab), 1);
+}
+
+TEST_F(PropertiesWindow, TheBaseBoxPutsTheBaseLookOffAndOn) {
+    auto* const box = at<QCheckBox>(&window(), Dlg::nonCombinableBox);
+    QTest::mouseClick(box, Qt::LeftButton, {}, QPoint(8, box->height() / 2));
+    EXPECT_EQ(dialog.checkNonCombinableState(), 0);
+    EXPECT_FALSE(window().isControlEnabled(Dlg::nonCombinableTree));
+    EXPECT_FALSE(at<KivPageTabs>(&window(), Dlg::pagesTab)->isVisible());
+    QTest::keyClick(box, Qt::Key_Space);
+    EXPECT_EQ(dialog.checkNonCombinableState(), 1);
+    EXPECT_TRUE(window().isControlEnabled(Dlg::nonCombinableTree));
+    EXPECT_TRUE(at<KivPageTabs>(&window(), Dlg::pagesTab)->isVisible());
+}
+
+TEST_F(PropertiesWindow, AVariedBoxGoesOffFirst) {
+    auto* const box = at<QCheckBox>(&window(), Dlg::nonCombinableBox);
+    dialog.setCheckNonCombinableState(2);
+    EXPECT_EQ(box->checkState(), Qt::PartiallyChecked);
+    QTest::mouseClick(box, Qt::LeftButton, {}, QPoint(8, box->height() / 2));
+    EXPECT_EQ(dialog.checkNonCombinableState(), 0);
+}
+
+TEST_F(PropertiesWindow, AStyleOfTheListIsShown) {
+    const QImage before = preview();
+    auto* const combo = at<QComboBox>(&window(), Dlg::stylesCombo);
+    combo->setFocus();
+    QTest::keyClick(combo, Qt::Key_Down);
+    EXPECT_EQ(combo->currentIndex(), 0);
+    EXPECT_NE(preview(), before) << "at once";
+    dialog.saveData();
+    ASSERT_TRUE(stream.setLoading());
+    wchar_t line[kivMaxPath] = {};
+    stream.loadString(line);
+    EXPECT_EQ(line, L"Style:" + kivFromUtf8(combo->itemText(0).toStdString()));
+}
+
+TEST_F(PropertiesWindow, AStyleIsSavedUnderANameAndMovedToTheTrash) {
+    const int before = window().getItemCount(Dlg::stylesCombo);
+    whenModal([](QWidget* modal) {
+        auto* const field = modal->findChild<QLineEdit*>();
+        ASSERT_NE(field, nullptr);
+        QTest::keyClicks(field, "My own look");
+        QTest::keyClick(field, Qt::Key_Return);
+    });
+    QTest::mouseClick(at<QToolButton>(&window(), Dlg::saveStyleButton), Qt::LeftButton);
+    ASSERT_EQ(window().getItemCount(Dlg::stylesCombo), before + 1);
+    EXPECT_EQ(window().getItemText(Dlg::stylesCombo, 0), L"My own look");
+    EXPECT_EQ(window().getSelection(Dlg::stylesCombo), 0);
+    wchar_t folder[kivMaxPath] = {};
+    ASSERT_TRUE(host.getStyleFolder(KivHostApplicationServices::userFolder, folder));
+    const std::filesystem::path file = kivToUtf8(std::wstring(folder) + L"/My own look.kiv");
+    EXPECT_TRUE(std::filesystem::exists(file));
+    QTest::mouseClick(at<QToolButton>(&window(), Dlg::removeStyleButton), Qt::LeftButton);
+    EXPECT_EQ(window().getItemCount(Dlg::stylesCombo), before);
+    EXPECT_FALSE(std::filesystem::exists(file));
+}
+
+TEST_F(PropertiesWindow, EscapeLeavesTheNameOfAStyle) {
+    const int before = window().getItemCount(Dlg::stylesCombo);
+    whenModal([](QWidget* modal) { QTest::keyClick(modal, Qt::Key_Escape); });
+    QTest::mouseClick(at<QToolButton>(&window(), Dlg::saveStyleButton), Qt::LeftButton);
+    EXPECT_EQ(window().getItemCount(Dlg::stylesCombo), before);
+}
+
+TEST_F(PropertiesWindow, ClosingTheWindowAsksTheDialog) {
+    QWidget* const widget = KivQtWindow::widgetOf(&window());
+    widget->close();
+    EXPECT_FALSE(widget->isVisible());
+    EXPECT_NE(dialog.getWindow(), nullptr) << "hidden, not destroyed";
+    EXPECT_EQ(window().getItemCount(Dlg::pagesTab), 0);
+}
+
+TEST_F(PropertiesWindow, SpeaksSpanish) {
+    dialog.DestroyWindow();
+    ASSERT_TRUE(kivLoadLanguage(L"es"));
+    ASSERT_NE(dialog.Create(&stream, &settings, Dlg::fixedDataTemplate, nullptr), 0);
+    EXPECT_EQ(window().getTitle(), L"Estilo");
+    EXPECT_EQ(window().getItemText(Dlg::combinableTree, 2), L"Boceto");
+}
+
+// --- options ---
+
+namespace {
+
+class OptionsWindow : public QtDialogs {
+protected:
+    OptionsWindow() {
+        KivCommonSettings settings;
+        settings.setResolution({800, 600});
+        settings.setCustomSize(true);
+        settings.setBackgroundColor(0x00FF8040);
+        EXPECT_TRUE(settings.saveDataOnHost(&common));
+        EXPECT_NE(dialog.Create(nullptr, &common, {4, 3}, nullptr), 0);
+        EXPECT_EQ(dialog.OnActivate(1), 1);
+    }
+    ~OptionsWindow() override {
+        dialog.DestroyWindow();
+    }
+    KivWindow& window() {
+        return *dialog.getWindow();
+    }
+    void click(int control) {
+        auto* const button = at<QAbstractButton>(&window(), control);
+        QTest::mouseClick(button, Qt::LeftButton, {}, QPoint(8, button->height() / 2));
+    }
+    void choose(int entry) {
+        auto* const combo = at<QComboBox>(&window(), KivOptionsDlg::sizeChoice);
+        combo->setFocus();
+        while (combo->currentIndex() < entry) {
+            QTest::keyClick(combo, Qt::Key_Down);
+        }
+        while (combo->currentIndex() > entry) {
+            QTest::keyClick(combo, Qt::Key_Up);
+        }
+    }
+
     KivMemoryCommonDataManager common;
-    settings.saveDataOnHost(&common);
-    ASSERT_NE(options.Create(&stream, &common, {4, 3}, nullptr), 0);
-    options.OnActivate(1);
-    QTest::qWait(100);
-    KivQtWindow::widgetOf(options.getWindow())->grab().save("/tmp/options.png");
+    KivOptionsDlg dialog;
+};
+
+} // namespace
+
+TEST_F(OptionsWindow, ShowsWhatTheHostKeeps) {
+    EXPECT_EQ(window().getSelection(KivOptionsDlg::sizeChoice), 2);
+    EXPECT_EQ(window().getText(KivOptionsDlg::widthField), L"800");
+    EXPECT_FALSE(window().isControlEnabled(KivOptionsDlg::widthField));
+    EXPECT_EQ(window().getCheck(KivOptionsDlg::antialiasFour), 1);
+    EXPECT_EQ(at<KivColorField>(&window(), KivOptionsDlg::backgroundColor)->getColor(), QColor(0x40, 0x80, 0xFF));
+    EXPECT_TRUE(at<QLabel>(&window(), KivOptionsDlg::backgroundCaption)->font().underline());
+}
+
+TEST_F(OptionsWindow, ASizeOfOnesOwnKeepsItsProportions) {
+    choose(5);
+    EXPECT_TRUE(window().isControlEnabled(KivOptionsDlg::widthField));
+    click(KivOptionsDlg::aspectBox);
+    auto* const width = at<QLineEdit>(&window(), KivOptionsDlg::widthField);
+    QApplication::setActiveWindow(width->window());
+    width->setFocus();
+    width->selectAll();
+    QTest::keyClicks(width, "1000");
+    EXPECT_EQ(window().getText(KivOptionsDlg::heightField), L"750");
+    ASSERT_TRUE(dialog.OnApply());
+    EXPECT_EQ(dialog.getCommonSettings().getResolution(), (SIZE{1000, 750}));
+    choose(4);
+    EXPECT_EQ(window().getText(KivOptionsDlg::widthField), L"1280");
+    EXPECT_FALSE(window().isControlEnabled(KivOptionsDlg::widthField));
+}
+
+TEST_F(OptionsWindow, RadioButtonsOfAGroupExcludeEachOther) {
+    click(KivOptionsDlg::antialiasTwo);
+    EXPECT_EQ(window().getCheck(KivOptionsDlg::antialiasFour), 0);
+    ASSERT_TRUE(dialog.OnApply());
+    EXPECT_EQ(dialog.getCommonSettings().getAntialias(), 1);
+    window().setCheck(KivOptionsDlg::antialiasTwo, 0);
+    EXPECT_EQ(window().getCheck(KivOptionsDlg::antialiasTwo), 0) << "by hand all of them can be off";
+}
+
+TEST_F(OptionsWindow, VectorOutputWantsAFile) {
+    whenModal([](QWidget* modal) { static_cast<QDialog*>(modal)->reject(); });
+    click(KivOptionsDlg::vectorialBox);
+    EXPECT_EQ(window().getCheck(KivOptionsDlg::vectorialBox), 0) << "the picker was cancelled";
+    EXPECT_TRUE(window().isControlEnabled(KivOptionsDlg::antialiasNone));
+    window().setText(KivOptionsDlg::vectorField, L"/somewhere/a.svg");
+    click(KivOptionsDlg::vectorialBox);
+    EXPECT_EQ(window().getCheck(KivOptionsDlg::vectorialBox), 1);
+    EXPECT_TRUE(window().isControlEnabled(KivOptionsDlg::vectorField));
+    EXPECT_FALSE(window().isControlEnabled(KivOptionsDlg::antialiasNone));
+    click(KivOptionsDlg::shadowsBox);
+    EXPECT_EQ(window().getCheck(KivOptionsDlg::vectorialBox), 0);
+    EXPECT_FALSE(window().isControlEnabled(KivOptionsDlg::vectorField));
+}
+
+TEST_F(OptionsWindow, AColourIsPickedWithMouseOrKey) {
+    auto* const field = at<KivColorField>(&window(), KivOptionsDlg::ambientColor);
+    whenModal([](QWidget* modal) {
+        auto* const picker = qobject_cast<QColorDialog*>(modal);
+        ASSERT_NE(picker, nullptr);
+        picker->setCurrentColor(QColor(1, 2, 3));
+        picker->accept();
+    });
+    QTest::mouseClick(field, Qt::LeftButton);
+    EXPECT_EQ(field->getColor(), QColor(1, 2, 3));
+    EXPECT_EQ(dialog.getCommonSettings().getAmbientLight(), 0x030201U);
+    whenModal([](QWidget* modal) { static_cast<QDialog*>(modal)->reject(); });
+    QTest::keyClick(field, Qt::Key_Space);
+    EXPECT_EQ(field->getColor(), QColor(1, 2, 3)) << "a cancel changes nothing";
+}
+
+TEST_F(OptionsWindow, TheFolderFieldFallsBackToItsText) {
+    auto* const field = at<QLineEdit>(&window(), KivOptionsDlg::folderField);
+    QApplication::setActiveWindow(field->window());
+    field->setFocus();
+    field->clear();
+    at<QComboBox>(&window(), KivOptionsDlg::sizeChoice)->setFocus();
+    EXPECT_EQ(field->text(), "(default folder)");
 }

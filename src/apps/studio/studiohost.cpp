@@ -1,0 +1,44 @@
+#include "apps/studio/studiohost.h"
+
+#include <utility>
+
+StudioHost::StudioHost() {
+    setDefaultHost(this);
+}
+
+HWND StudioHost::getMainWindow() {
+    return mainWindow;
+}
+
+void StudioHost::setMainWindow(HWND window) {
+    mainWindow = window;
+}
+
+int StudioHost::message(const wchar_t* text) {
+    if (!holding) {
+        return KivDefaultHost::message(text);
+    }
+    held.emplace_back(text != nullptr ? text : L"");
+    return 1;
+}
+
+void StudioHost::holdMessages() {
+    holding = true;
+    imageSaved = false;
+    held.clear();
+}
+
+std::vector<std::wstring> StudioHost::takeMessages() {
+    holding = false;
+    return std::exchange(held, {});
+}
+
+void StudioHost::saveImage(KivBitmapManager& bitmap, const wchar_t* file) {
+    const std::size_t before = held.size();
+    KivDefaultHost::saveImage(bitmap, file);
+    imageSaved = held.size() == before;
+}
+
+bool StudioHost::wasImageSaved() const {
+    return imageSaved;
+}

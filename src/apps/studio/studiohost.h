@@ -1,0 +1,36 @@
+// The program as the library sees it: its main window, and messages that wait until a render is over.
+#ifndef APPS_STUDIO_STUDIOHOST_H
+#define APPS_STUDIO_STUDIOHOST_H
+
+#include "kivrender/host/kivdefaulthost.h"
+
+#include <string>
+#include <vector>
+
+// Installs itself as the default host.
+class StudioHost : public KivDefaultHost {
+public:
+    StudioHost();
+
+    HWND getMainWindow() override;
+    // Not owned; null for none.
+    void setMainWindow(HWND window);
+
+    // While messages are held they are kept, as a box in the middle of a render would stand over a half picture.
+    int message(const wchar_t* text) override;
+    void holdMessages();
+    // Ends the holding and gives what came since it began.
+    std::vector<std::wstring> takeMessages();
+
+    void saveImage(KivBitmapManager& bitmap, const wchar_t* file) override;
+    // Whether a picture was written since messages were held last, without a message.
+    bool wasImageSaved() const;
+
+private:
+    HWND mainWindow = nullptr;
+    bool holding = false;
+    bool imageSaved = false;
+    std::vector<std::wstring> held;
+};
+
+#endif

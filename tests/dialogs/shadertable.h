@@ -21,6 +21,10 @@ struct KivTestAccess {
             KivShader::lShaders[i] = i < shaders.size() ? shaders[i] : nullptr;
         }
     }
+    // How many loads of the table have not been taken back.
+    static unsigned long& loads() {
+        return KivShader::dRefShadersLoaded;
+    }
     static bool updating(const KivPropertiesDlg& dialog) {
         return dialog.updating;
     }
@@ -91,9 +95,13 @@ public:
     int getNumPages() override {
         return count;
     }
+    void preparePreview(KivScene*, const KivPropertiesDlg*) override {
+        ++previews;
+    }
 
     std::vector<std::unique_ptr<EditedPage>> pages;
     int count;
+    int previews = 0; // in which it was drawn
 };
 using ShownBaseLook = ShownShader<PlainBaseLook>;
 using ShownCombinable = ShownShader<PlainCombinable>;

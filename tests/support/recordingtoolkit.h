@@ -83,6 +83,11 @@ struct WindowRecord {
         controls[control].varied = false;
     }
 
+    // The colour that a control is filled with on the screen.
+    std::optional<std::uint32_t> painted(int control) const {
+        return at(control).enabled ? std::optional<std::uint32_t>(at(control).fill) : std::nullopt;
+    }
+
     // --- the user ---
 
     void tell(int control, KivControlChange change, int item = -1) {

@@ -1,0 +1,503 @@
+// Opening and closing the panel, being active, what is several objects', and the edges of what a stream may say.
+#include "dialogs/propertiesfixture.h"
+#include "kivrender/settings/kivaveragedatamanager.h"
+
+#include <functional>
+
+namespace {
+
+using Shaders = std::vector<KivShader*>;
+using Pages = std::vector<KivPageDlg*>;
+
+class KivPropertiesDlgState : public KivPropertiesDlgTest {
+protected:
+    // The next line of a stream that is being read, and whether it is marked.
+    static std::pair<std::wstring, bool> nextLine(KivDataManager& manager) {
+        wchar_t line[kivMaxPath] = {};
+        manager.loadString(line);
+        return {line, manager.isCurrentVaried()};
+    }
+    static int checkedItems(const WindowRecord& user) {
+        const auto& items = user.at(Dlg::combinableTree).items;
+        return static_cast<int>(
+            std::count_if(items.begin(), items.end(), [](const auto& item) { return item.checked; }));
+    }
+};
+
+// --- closing
+
+TEST_F(KivPropertiesDlgState, OkSavesAndCloses) {
+    writeStream(stream, L"", L"Paint", L"Lines;");
+    WindowRecord& user = open(&stream);
+    user.visible = true;
+    paint.pages[1]->setControlText(samplePageControl, L"42");
+    EXPECT_TRUE(user.click(kivControlOk));
+    EXPECT_FALSE(user.visible);
+    const std::vector<std::wstring> saved = texts(stream);
+    EXPECT_EQ(std::count(saved.begin(), saved.end(), L"#42"), 1);
+}
+
+TEST_F(KivPropertiesDlgState, CancelClosesWithoutSaving) {
+    writeStream(stream, L"", L"Paint", L"Lines;");
+    const std::vector<std::wstring> before = texts(stream);
+    WindowRecord& user = open(&stream);
+    user.visible = true;
+    ASSERT_EQ(shownPages(), Pages{paint.getPage(&dialog, 0)});
+    paint.pages[0]->setControlText(samplePageControl, L"42");
+    EXPECT_TRUE(user.clickCheck(Dlg::previewBox));
+    EXPECT_TRUE(user.click(kivControlCancel));
+    EXPECT_FALSE(user.visible);
+    EXPECT_TRUE(user.at(Dlg::pagesTab).items.empty());
+    EXPECT_TRUE(shownPages().empty());
+    EXPECT_EQ(texts(stream), before);
+    EXPECT_FALSE(host.getShowPreview()) << "the box was not saved either";
+    dialog.setData(&stream);
+    EXPECT_EQ(user.at(Dlg::pagesTab).items.size(), 4U) << "it can be filled again";
+}
+
+// --- being active
+
+TEST_F(KivPropertiesDlgState, BecomingActiveShowsTheStreamAnew) {
+    writeStream(stream, L"", L"Paint", L"");
+    open(&stream);
+    EXPECT_FALSE(dialog.isActive());
+    writeStream(stream, L"", L"Wash", L"Dots;");
+    dialog.setActive(true);
+    EXPECT_TRUE(dialog.isActive());
+    EXPECT_EQ(KivTestAccess::base(dialog), &wash);
+    EXPECT_EQ(KivTestAccess::combinables(dialog), Shaders{&dots});
+    writeStream(stream, L"", L"Paint", L"");
+    dialog.setActive(true);
+    EXPECT_EQ(KivTestAccess::base(dialog), &wash) << "it was active before";
+}
+
+TEST_F(KivPropertiesDlgState, BecomingInactiveForgetsTheCurrentShaders) {
+    writeStream(stream, L"", L"Paint", L"Lines;");
+    open(&stream);
+    dialog.setActive(false);
+    EXPECT_EQ(KivTestAccess::base(dialog), &paint) << "it was not active before";
+    dialog.setActive(true);
+    ASSERT_EQ(shownPages().size(), 1U);
+    dialog.setActive(false);
+    EXPECT_FALSE(dialog.isActive());
+    EXPECT_EQ(KivTestAccess::base(dialog), nullptr);
+    EXPECT_TRUE(KivTestAccess::combinables(dialog).empty());
+    EXPECT_TRUE(shownPages().empty());
+}
+
+TEST_F(KivPropertiesDlgState, ADialogThatIsNotCreatedIsNotFilled) {
+    dialog.setActive(true);
+    EXPECT_TRUE(dialog.isActive()) << "even without a window";
+    dialog.setActive(false);
+    EXPECT_FALSE(dialog.isActive());
+    writeStream(stream, L"", L"Paint", L"");
+    open(&stream);
+    EXPECT_TRUE(dialog.getIsCreated());
+    dialog.setIsCreated(false);
+    writeStream(stream, L"", L"Wash", L"");
+    dialog.setActive(true);
+    EXPECT_EQ(KivTestAccess::base(dialog), &paint);
+    dialog.setActive(false);
+    EXPECT_EQ(KivTestAccess::base(dialog), nullptr) << "forgetting needs no more than a window";
+}
+
+TEST_F(KivPropertiesDlgState, TheKeyboardInTheTreeMakesItsShaderCurrentAgain) {
+    writeStream(stream, L"", L"Paint", L"");
+    WindowRecord& user = open(&stream);
+    dialog.setActive(true);
+    dialog.setActive(false);
+    ASSERT_EQ(KivTestAccess::base(dialog), nullptr);
+    KivTestAccess::whileUpdating(dialog, [&user] { user.tell(Dlg::nonCombinableTree, KivControlChange::focused); });
+    EXPECT_EQ(KivTestAccess::base(dialog), nullptr) << "the dialog itself moved it";
+    EXPECT_TRUE(user.focusOn(Dlg::nonCombinableTree));
+    EXPECT_EQ(KivTestAccess::base(dialog), &paint);
+    EXPECT_FALSE(dialog.isChanged());
+    EXPECT_TRUE(toolkit.timers.empty());
+}
+
+TEST_F(KivPropertiesDlgState, WhatTheDialogDoesItselfIsNoChangeOfTheUser) {
+    writeStyle(host.users, L"Mine", {L"Wash", {}});
+    writeStream(stream, L"", L"Paint", L"Lines;");
+    WindowRecord& user = open(&stream);
+    user.visible = true;
+    const std::vector<std::wstring> before = texts(stream);
+    const std::pair<int, KivControlChange> events[] = {
+        {kivControlOk, KivControlChange::clicked},           {kivControlCancel, KivControlChange::clicked},
+        {Dlg::previewBox, KivControlChange::clicked},        {Dlg::nonCombinableBox, KivControlChange::clicked},
+        {Dlg::saveStyleButton, KivControlChange::clicked},   {Dlg::removeStyleButton, KivControlChange::clicked},
+        {Dlg::stylesCombo, KivControlChange::selected},      {Dlg::nonCombinableTree, KivControlChange::selected},
+        {Dlg::combinableTree, KivControlChange::selected},   {Dlg::pagesTab, KivControlChange::selected},
+        {Dlg::combinableTree, KivControlChange::checkToggle}};
+    const std::size_t windows = toolkit.windows.size();
+    for (const auto& [control, change] : events) {
+        user.controls[Dlg::stylesCombo].selection = 0;
+        user.controls[Dlg::nonCombinableTree].selection = 1;
+        user.controls[Dlg::pagesTab].selection = 2;
+        KivTestAccess::whileUpdating(dialog, [&] { user.tell(control, change, 0); });
+        EXPECT_FALSE(dialog.isChanged()) << "control " << control;
+        EXPECT_TRUE(toolkit.timers.empty()) << "control " << control;
+        EXPECT_EQ(KivTestAccess::base(dialog), &paint) << "control " << control;
+        EXPECT_EQ(KivTestAccess::combinables(dialog), Shaders{&lines}) << "control " << control;
+        EXPECT_EQ(KivTestAccess::currentTab(dialog), 0) << "control " << control;
+        EXPECT_TRUE(user.visible) << "control " << control;
+        EXPECT_EQ(user.at(Dlg::stylesCombo).items.size(), 1U) << "control " << control;
+    }
+    EXPECT_EQ(toolkit.windows.size(), windows);
+    EXPECT_EQ(texts(stream), before);
+}
+
+TEST_F(KivPropertiesDlgState, WhatIsSelectedAmongCombinableShadersMeansNothing) {
+    writeStream(stream, L"", L"Paint", L"");
+    WindowRecord& user = open(&stream);
+    EXPECT_TRUE(user.choose(Dlg::combinableTree, 1));
+    EXPECT_TRUE(user.focusOn(Dlg::combinableTree));
+    EXPECT_TRUE(KivTestAccess::combinables(dialog).empty());
+    EXPECT_FALSE(dialog.isChanged());
+    EXPECT_TRUE(toolkit.timers.empty());
+    user.tell(Dlg::combinableTree, KivControlChange::checkToggle, -1); // beside the items
+    EXPECT_FALSE(dialog.isChanged());
+}
+
+// --- several objects
+
+TEST_F(KivPropertiesDlgState, AVariedStyleIsSavedAsAnEmptyNameWithItsMark) {
+    writeStyle(host.users, L"Mine", {L"Paint", {}});
+    KivMemoryDataManager one;
+    KivMemoryDataManager other;
+    writeStream(one, L"Mine", L"Paint", L"");
+    writeStream(other, L"Yours", L"Paint", L"");
+    KivAverageDataManager both;
+    both.buildAverageData({&one, &other});
+    WindowRecord& user = open(&both);
+    EXPECT_EQ(user.at(Dlg::stylesCombo).selection, -1);
+    user.controls[Dlg::stylesCombo].selection = 0; // whatever stands there
+    dialog.saveData();
+    both.setLoading();
+    EXPECT_EQ(nextLine(both), std::make_pair(std::wstring(L"Style:"), true));
+    EXPECT_EQ(nextLine(both), std::make_pair(std::wstring(L"NonCombinableShader:Paint"), false));
+    user.controls[Dlg::stylesCombo].selection = -1;
+    EXPECT_TRUE(user.choose(Dlg::stylesCombo, 0));
+    dialog.saveData();
+    both.setLoading();
+    EXPECT_EQ(nextLine(both), std::make_pair(std::wstring(L"Style:Mine"), false)) << "the user has decided";
+}
+
+TEST_F(KivPropertiesDlgState, VariedCombinableShadersKeepTheirMarkUntilOneIsToggled) {
+    KivMemoryDataManager one;
+    KivMemoryDataManager other;
+    writeStream(one, L"", L"Paint", L"Lines;");
+    writeStream(other, L"", L"Paint", L"Dots;");
+    KivAverageDataManager both;
+    both.buildAverageData({&one, &other});
+    WindowRecord& user = open(&both);
+    EXPECT_EQ(checkedItems(user), 0);
+    EXPECT_TRUE(KivTestAccess::combinables(dialog).empty());
+    const auto savedLine = [&] {
+        dialog.saveData();
+        both.setLoading();
+        nextLine(both);
+        nextLine(both);
+        return nextLine(both);
+    };
+    EXPECT_EQ(savedLine(), std::make_pair(std::wstring(L"CombinableShader:"), true));
+    EXPECT_TRUE(user.toggle(Dlg::combinableTree, 1));
+    EXPECT_EQ(savedLine(), std::make_pair(std::wstring(L"CombinableShader:Dots;"), false));
+}
+
+TEST_F(KivPropertiesDlgState, AStyleDecidesAllThatVaries) {
+    writeStyle(host.users, L"Mine", {L"Wash", {L"Dots"}});
+    KivMemoryDataManager one;
+    KivMemoryDataManager other;
+    writeStream(one, L"A", L"Paint", L"Lines;");
+    writeStream(other, L"B", L"Wash", L"Dots;");
+    KivAverageDataManager both;
+    both.buildAverageData({&one, &other});
+    WindowRecord& user = open(&both);
+    EXPECT_TRUE(user.choose(Dlg::stylesCombo, 0));
+    dialog.saveData();
+    both.setLoading();
+    EXPECT_EQ(nextLine(both), std::make_pair(std::wstring(L"Style:Mine"), false));
+    EXPECT_EQ(nextLine(both), std::make_pair(std::wstring(L"NonCombinableShader:Wash"), false));
+    EXPECT_EQ(nextLine(both), std::make_pair(std::wstring(L"CombinableShader:Dots;"), false));
+}
+
+// --- the box of the base look
+
+TEST_F(KivPropertiesDlgState, WithoutTheBaseLookTheFirstCombinableShadersPageIsShown) {
+    writeStream(stream, L"", L"Paint", L"Dots;Lines;");
+    WindowRecord& user = open(&stream);
+    lines.setCurDialogIndex(1, &dialog); // Lines is the first of the tree, Dots the first in the order of activation
+    EXPECT_TRUE(user.clickCheck(Dlg::nonCombinableBox));
+    EXPECT_EQ(KivTestAccess::base(dialog), nullptr);
+    EXPECT_FALSE(user.at(Dlg::nonCombinableTree).enabled);
+    EXPECT_FALSE(user.at(Dlg::nonCombinableTree).items[0].bold);
+    EXPECT_EQ(KivTestAccess::currentTab(dialog), 1);
+    EXPECT_EQ(user.at(Dlg::pagesTab).items.size(), 3U);
+    EXPECT_EQ(shownPages(), Pages{lines.getPage(&dialog, 0)});
+    EXPECT_TRUE(dialog.isChanged());
+    paint.setCurDialogIndex(1, &dialog);
+    EXPECT_TRUE(user.clickCheck(Dlg::nonCombinableBox));
+    EXPECT_EQ(KivTestAccess::base(dialog), &paint);
+    EXPECT_TRUE(user.at(Dlg::nonCombinableTree).enabled);
+    EXPECT_TRUE(user.at(Dlg::nonCombinableTree).items[0].bold);
+    EXPECT_EQ(shownPages(), Pages{paint.getPage(&dialog, 1)}) << "the page that it was left on";
+}
+
+TEST_F(KivPropertiesDlgState, WithoutAnyShaderThereAreNoTabs) {
+    writeStream(stream, L"", L"Paint", L"");
+    WindowRecord& user = open(&stream);
+    EXPECT_TRUE(user.clickCheck(Dlg::nonCombinableBox));
+    EXPECT_FALSE(user.at(Dlg::pagesTab).visible);
+    EXPECT_FALSE(user.at(Dlg::pagesTab).enabled);
+    EXPECT_TRUE(shownPages().empty());
+    EXPECT_TRUE(user.toggle(Dlg::combinableTree, 0));
+    EXPECT_TRUE(user.at(Dlg::pagesTab).visible);
+    EXPECT_TRUE(user.at(Dlg::pagesTab).enabled);
+    EXPECT_EQ(shownPages(), Pages{lines.getPage(&dialog, 0)});
+    EXPECT_TRUE(user.toggle(Dlg::combinableTree, 0));
+    EXPECT_FALSE(user.at(Dlg::pagesTab).visible);
+    EXPECT_TRUE(shownPages().empty());
+}
+
+TEST_F(KivPropertiesDlgState, TheStateOfTheBoxCanBeSetWithoutAChange) {
+    EXPECT_EQ(dialog.checkNonCombinableState(), 0) << "there is no window";
+    dialog.setCheckNonCombinableState(1);
+    writeStream(stream, L"", L"Paint", L"");
+    open(&stream);
+    EXPECT_EQ(dialog.checkNonCombinableState(), 1);
+    dialog.setCheckNonCombinableState(2);
+    EXPECT_EQ(dialog.checkNonCombinableState(), 2);
+    EXPECT_FALSE(dialog.isChanged());
+    EXPECT_EQ(KivTestAccess::base(dialog), &paint);
+}
+
+TEST_F(KivPropertiesDlgState, AnotherBaseLookIsShownBoldAndAloneSo) {
+    writeStream(stream, L"", L"Paint", L"");
+    WindowRecord& user = open(&stream);
+    EXPECT_TRUE(user.choose(Dlg::nonCombinableTree, 1));
+    EXPECT_FALSE(user.at(Dlg::nonCombinableTree).items[0].bold);
+    EXPECT_TRUE(user.at(Dlg::nonCombinableTree).items[1].bold);
+    EXPECT_EQ(KivTestAccess::base(dialog), &wash);
+    EXPECT_TRUE(dialog.isChanged());
+    EXPECT_EQ(toolkit.timers.size(), 1U);
+    dialog.changesWritten();
+    EXPECT_TRUE(user.choose(Dlg::nonCombinableTree, 1));
+    EXPECT_FALSE(dialog.isChanged()) << "the same one again";
+}
+
+// --- combinable shaders
+
+TEST_F(KivPropertiesDlgState, AsManyCombinableShadersAsCanBeLoadedCanBeActive) {
+    std::vector<std::unique_ptr<ShownCombinable>> many;
+    Shaders table;
+    std::wstring tags;
+    for (int i = 0; i < kivMaxShaders; ++i) {
+        many.push_back(std::make_unique<ShownCombinable>(L"Shader" + std::to_wstring(i), 1));
+        table.push_back(many.back().get());
+        tags += std::wstring(table.back()->getTag()) + L";";
+    }
+    ASSERT_EQ(table.size(), 32U);
+    KivTestAccess::setShaders(table);
+    KivMemoryDataManager first; // a line of the stream holds fewer characters than all the tags have
+    writeStream(first, L"", L"", L"Shader0;");
+    WindowRecord& user = open(&first);
+    for (int i = 1; i < kivMaxShaders; ++i) {
+        EXPECT_TRUE(user.toggle(Dlg::combinableTree, i));
+    }
+    EXPECT_EQ(KivTestAccess::combinables(dialog), table);
+    EXPECT_EQ(user.at(Dlg::pagesTab).items.size(), 32U);
+    EXPECT_TRUE(user.choose(Dlg::pagesTab, 31));
+    EXPECT_EQ(shownPages(), Pages{table[31]->getPage(&dialog, 0)});
+    for (int i = 0; i < kivMaxShaders; ++i) {
+        EXPECT_TRUE(user.toggle(Dlg::combinableTree, i));
+    }
+    EXPECT_TRUE(KivTestAccess::combinables(dialog).empty());
+    dialog.DestroyWindow();
+    KivTestAccess::setShaders({});
+}
+
+TEST_F(KivPropertiesDlgState, AShaderThatIsNamedTwiceIsThereOnce) {
+    writeStream(stream, L"", L"", L"Lines;Lines;;Unknown;Dots;");
+    const WindowRecord& user = open(&stream);
+    EXPECT_EQ(KivTestAccess::combinables(dialog), (Shaders{&lines, &dots}));
+    EXPECT_EQ(user.at(Dlg::pagesTab).items.size(), 3U);
+}
+
+TEST_F(KivPropertiesDlgState, ADisplayNameGivesPagesWithoutACheckMark) {
+    writeStream(stream, L"", L"", L"Test Lines;");
+    const WindowRecord& user = open(&stream);
+    EXPECT_EQ(KivTestAccess::combinables(dialog), Shaders{&lines});
+    EXPECT_EQ(checkedItems(user), 0);
+}
+
+TEST_F(KivPropertiesDlgState, SwitchingOffAShaderBesideTheShownTabKeepsTheTab) {
+    writeStream(stream, L"", L"Paint", L"Lines;Dots;");
+    WindowRecord& user = open(&stream);
+    EXPECT_TRUE(user.choose(Dlg::pagesTab, 1));
+    EXPECT_TRUE(user.toggle(Dlg::combinableTree, 0));
+    EXPECT_EQ(KivTestAccess::currentTab(dialog), 1);
+    EXPECT_EQ(shownPages(), Pages{paint.getPage(&dialog, 1)});
+    EXPECT_TRUE(user.choose(Dlg::pagesTab, 2));
+    EXPECT_TRUE(user.toggle(Dlg::combinableTree, 1));
+    EXPECT_EQ(KivTestAccess::currentTab(dialog), 1) << "the page that the base look was left on";
+    EXPECT_EQ(shownPages(), Pages{paint.getPage(&dialog, 1)});
+}
+
+// --- what a stream may say
+
+TEST_F(KivPropertiesDlgState, HeadersOfTheBaseLook) {
+    const struct {
+        const wchar_t* line;
+        int check;
+        KivShader* base;
+    } cases[] = {{L"NonCombinableShader:Wash", 1, &wash},
+                 {L"NonCombinableShader:Test Wash", 1, &wash},
+                 {L"NonCombinableShader:", 0, nullptr},
+                 {L"Wash", 0, nullptr},
+                 {L"", 0, nullptr},
+                 {L"noncombinableshader:Wash", 0, nullptr}};
+    WindowRecord& user = open(nullptr);
+    for (const auto& each : cases) {
+        SCOPED_TRACE(testing::Message() << each.line);
+        stream.clearData();
+        stream.setSaving();
+        for (const wchar_t* const line : {L"Style:", each.line, L"CombinableShader:", L"End Morvane"}) {
+            stream.saveString(line);
+            stream.saveCurrentVaried(false);
+        }
+        dialog.setData(&stream);
+        EXPECT_EQ(user.at(Dlg::nonCombinableBox).check, each.check);
+        EXPECT_EQ(user.at(Dlg::nonCombinableTree).enabled, each.check == 1);
+        EXPECT_EQ(KivTestAccess::base(dialog), each.base);
+    }
+}
+
+TEST_F(KivPropertiesDlgState, TheStyleOfTheStreamIsSelectedIfItIsThere) {
+    writeStyle(host.users, L"Mine", {L"Paint", {}});
+    WindowRecord& user = open(nullptr);
+    const struct {
+        const wchar_t* style;
+        int selection;
+    } cases[] = {{L"Mine", 0}, {L"Unknown", -1}, {L"Mine", 0}, {L"", -1}};
+    for (const auto& each : cases) {
+        writeStream(stream, each.style, L"Paint", L"");
+        dialog.setData(&stream);
+        EXPECT_EQ(user.at(Dlg::stylesCombo).selection, each.selection) << each.style;
+    }
+}
+
+TEST_F(KivPropertiesDlgState, ABlockOfAnUnknownShaderEndsWithItsFirstNumber) {
+    const auto write = [this](bool number) {
+        stream.clearData();
+        stream.setSaving();
+        for (const wchar_t* const line :
+             {L"Style:", L"NonCombinableShader:Wash", L"CombinableShader:", L"Unknown", L"a text of it"}) {
+            stream.saveString(line);
+            stream.saveCurrentVaried(false);
+        }
+        if (number) {
+            stream.saveInt(3);
+            stream.saveCurrentVaried(false);
+        }
+        for (const wchar_t* const line : {L"Wash", L"Page0"}) {
+            stream.saveString(line);
+            stream.saveCurrentVaried(false);
+        }
+        stream.saveInt(42);
+        stream.saveCurrentVaried(false);
+        stream.saveString(L"End Morvane");
+        stream.saveCurrentVaried(false);
+    };
+    write(false);
+    open(&stream);
+    ASSERT_EQ(wash.pages.size(), 1U);
+    EXPECT_EQ(wash.pages[0]->own.value, 42) << "texts are passed over";
+    wash.pages[0]->own.value = 1;
+    write(true);
+    dialog.setData(&stream);
+    EXPECT_EQ(wash.pages[0]->own.value, 1);
+    EXPECT_EQ(KivTestAccess::base(dialog), &wash) << "the header counts all the same";
+}
+
+TEST_F(KivPropertiesDlgState, AllShadersWriteWhetherTheyAreActiveOrNot) {
+    writeStream(stream, L"", L"Paint", L"");
+    open(&stream);
+    dialog.saveData();
+    const std::vector<std::wstring> expected = {L"Style:",
+                                                L"NonCombinableShader:Paint",
+                                                L"CombinableShader:",
+                                                L"Paint",
+                                                L"Page0",
+                                                L"#0",
+                                                L"Page1",
+                                                L"#0",
+                                                L"Wash",
+                                                L"Page0",
+                                                L"#0",
+                                                L"Lines",
+                                                L"Page0",
+                                                L"#0",
+                                                L"Page1",
+                                                L"#0",
+                                                L"Dots",
+                                                L"Page0",
+                                                L"#0",
+                                                L"End Morvane"};
+    EXPECT_EQ(texts(stream), expected);
+    EXPECT_EQ(stream.getMinorVersion(), 5);
+}
+
+TEST_F(KivPropertiesDlgState, AnotherManagerTakesTheDialogOver) {
+    writeStream(stream, L"", L"Paint", L"Lines;");
+    const WindowRecord& user = open(&stream);
+    KivMemoryDataManager other;
+    writeStream(other, L"", L"Wash", L"");
+    dialog.setData(&other);
+    EXPECT_EQ(KivTestAccess::base(dialog), &wash);
+    EXPECT_EQ(checkedItems(user), 0);
+    const std::vector<std::wstring> before = texts(stream);
+    dialog.saveData();
+    EXPECT_EQ(texts(stream), before);
+    dialog.setData(nullptr);
+    EXPECT_EQ(KivTestAccess::base(dialog), nullptr);
+    EXPECT_EQ(user.at(Dlg::nonCombinableBox).check, 0);
+    EXPECT_FALSE(user.at(Dlg::nonCombinableTree).enabled);
+    EXPECT_FALSE(user.at(Dlg::pagesTab).visible);
+}
+
+// --- the preview
+
+TEST_F(KivPropertiesDlgState, ABurstOfEditsIsRenderedOnceWhenItHasEnded) {
+    host.setShowPreview(true);
+    writeStream(stream, L"", L"Paint", L"Dots;");
+    WindowRecord& user = open(&stream);
+    EXPECT_EQ(user.at(Dlg::previewBox).check, 1);
+    const int before = paint.previews;
+    for (const wchar_t* const value : {L"1", L"12", L"123"}) {
+        paint.pages[0]->setControlText(samplePageControl, value);
+        toolkit.passTime(399);
+        EXPECT_EQ(paint.previews, before);
+    }
+    toolkit.passTime(1);
+    EXPECT_EQ(paint.previews, before + 1);
+    toolkit.passTime(4000);
+    EXPECT_EQ(paint.previews, before + 1);
+}
+
+TEST_F(KivPropertiesDlgState, ThePreviewHasTheShadersThatAreOn) {
+    host.setShowPreview(true);
+    writeStream(stream, L"", L"Paint", L"Dots;");
+    WindowRecord& user = open(&stream);
+    EXPECT_EQ(paint.previews, 1);
+    EXPECT_EQ(wash.previews, 0);
+    EXPECT_EQ(lines.previews, 0);
+    EXPECT_EQ(dots.previews, 1);
+    EXPECT_TRUE(user.clickCheck(Dlg::nonCombinableBox));
+    EXPECT_TRUE(user.toggle(Dlg::combinableTree, 0));
+    toolkit.passTime(400);
+    EXPECT_EQ(paint.previews, 1) << "its box is off";
+    EXPECT_EQ(lines.previews, 1);
+    EXPECT_EQ(dots.previews, 2);
+}
+
+} // namespace

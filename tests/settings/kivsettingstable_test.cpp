@@ -1,5 +1,6 @@
 #include "kivrender/settings/kivsettingstable.h"
 
+#include "kivrender/settings/kivaveragedatamanager.h"
 #include "kivrender/settings/kivmemorydatamanager.h"
 #include "support/temphome.h"
 
@@ -329,4 +330,113 @@ TEST(KivSettingsTable, ChoicesByName) {
     EXPECT_EQ(kivChoiceName(table[Joins], 3), "");
     EXPECT_EQ(kivChoiceName(table[Joins], -1), "");
     EXPECT_EQ(kivFindSetting(nullptr, 3, "x"), -1);
+}
+
+TEST(KivSettingsTable, LargeNumbersAreWrittenAsTheyAreRead) {
+    const KivSettingInfo large[] = {
+        {"Seed", KivSettingType::Int, -2e9, 2e9, 0, L"A number", nullptr},
+        {"Length", KivSettingType::Double, 0, 1e300, 0, L"A length", nullptr},
+    };
+    for (const double value : {100000.0, 1000000.0, 2e9, -2e9, 123456789.0}) {
+        const std::string text = kivFormatSetting(large[0], value);
+        EXPECT_EQ(text.find('e'), std::string::npos) << text;
+        double read = 0;
+        EXPECT_TRUE(kivParseSetting(large[0], text, &read)) << text;
+        EXPECT_EQ(read, value);
+    }
+    EXPECT_EQ(kivFormatSetting(large[1], 10000), "10000");
+    for (const double value : {1e-300, 1e-6, 0.1 + 0.2, 123456.789, 999999999999999.9, 1e15, 1e300}) {
+        double read = 0;
+        EXPECT_TRUE(kivParseSetting(large[1], kivFormatSetting(large[1], value), &read));
+        EXPECT_EQ(read, value);
+    }
+}
+
+TEST(KivSettingsTable, WhatIsTypedComesIntoRange) {
+    struct Case {
+        int setting;
+        const char* text;
+        double expected; // NaN: refused
+    };
+    const Case cases[] = {
+        {Bands, "99", 8},
+        {Bands, "-99999999999999999999", 1},
+        {Bands, " 4 ", 4},
+        {Bands, "4.5", notANumber},
+        {Bands, "", notANumber},
+        {Softness, "1e999", 1.5},
+        {Softness, "-7", -1.5},
+        {Softness, "nan", notANumber},
+        {Softness, "soft", notANumber},
+        {Joins, "bevel", 2},
+        {Flat, "7", 1},
+    };
+    for (const Case& c : cases) {
+        double value = -77;
+        const bool good = kivReadSetting(table[c.setting], c.text, &value);
+        EXPECT_EQ(good, !std::isnan(c.expected)) << c.text;
+        EXPECT_EQ(value, good ? c.expected : -77) << c.text;
+    }
+    EXPECT_TRUE(kivReadSetting(table[Bands], "3", nullptr));
+}
+
+TEST(KivSettingsTable, WhatObjectsDisagreeOnStaysSo) {
+    KivMemoryDataManager objects[2];
+    for (int i = 0; i < 2; ++i) {
+        KivTablePageSettings settings = page();
+        settings.setValue(Bands, 2 + i);
+        settings.setValue(Ink, 0x10 + i);
+        settings.setValue(Softness, 1);
+        objects[i].setSaving();
+        settings.setDataManager(&objects[i]);
+        settings.saveData();
+    }
+    KivAverageDataManager both;
+    both.buildAverageData({&objects[0], &objects[1]});
+    both.setLoading();
+    KivTablePageSettings settings = page();
+    settings.setDataManager(&both);
+    settings.loadData();
+    ASSERT_TRUE(settings.isLoaded());
+    for (int i = 0; i < numSettings; ++i) {
+        EXPECT_EQ(settings.isVaried(i), i == Bands || i == Ink) << i;
+    }
+    EXPECT_EQ(settings.getInt(Bands), 2) << "the first object's";
+    EXPECT_TRUE(KivTablePageSettings(settings).isVaried(Bands)) << "a copy knows";
+    settings.setValue(Ink, 0x10);
+    settings.setValue(Softness, 0.5);
+    EXPECT_FALSE(settings.isVaried(Ink)) << "even a value that one of them has";
+
+    both.clearData();
+    both.setSaving();
+    settings.saveData();
+    both.rebuildObjectsDataFromAverageData({&objects[0], &objects[1]});
+    for (int i = 0; i < 2; ++i) {
+        KivTablePageSettings own = page();
+        objects[i].setLoading();
+        own.setDataManager(&objects[i]);
+        own.loadData();
+        EXPECT_EQ(own.getInt(Bands), 2 + i);
+        EXPECT_EQ(own.getColour(Ink), 0x10U);
+        EXPECT_EQ(own.getValue(Softness), 0.5);
+    }
+}
+
+TEST(KivSettingsTable, AStreamOfOneObjectEndsTheDisagreement) {
+    KivMemoryDataManager one;
+    KivTablePageSettings settings = page();
+    one.setSaving();
+    settings.setDataManager(&one);
+    settings.saveData();
+    one.setLoading();
+    for (int i = 0; i < numSettings; ++i) {
+        settings.setVaried(i, true);
+    }
+    settings.loadData();
+    for (int i = 0; i < numSettings; ++i) {
+        EXPECT_FALSE(settings.isVaried(i));
+        settings.setVaried(i, true);
+    }
+    settings.setDefaults();
+    EXPECT_FALSE(settings.isVaried(Ink));
 }

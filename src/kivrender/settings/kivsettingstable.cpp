@@ -150,9 +150,17 @@ std::optional<double> parseAny(const KivSettingInfo& info, std::string_view text
     return std::nullopt;
 }
 
+// In plain notation as far as that is what a human would write: a whole number must be one that parseWhole reads, and
+// the shortest form of 100000 is 1e+05.
 std::string formatDecimal(double value) {
+    constexpr double smallest = 1e-6;
+    constexpr double largest = 1e15;
+    const double size = std::abs(value);
+    const bool plain = size == 0 || (size >= smallest && size < largest);
     std::array<char, 64> text{};
-    return {text.data(), std::to_chars(text.data(), text.data() + text.size(), value).ptr};
+    return {text.data(), std::to_chars(text.data(), text.data() + text.size(), value,
+                                       plain ? std::chars_format::fixed : std::chars_format::general)
+                             .ptr};
 }
 
 std::string expectation(const KivSettingInfo& info) {
@@ -294,6 +302,17 @@ bool kivParseSetting(const KivSettingInfo& info, std::string_view text, double* 
     return false;
 }
 
+bool kivReadSetting(const KivSettingInfo& info, std::string_view text, double* value) {
+    const auto parsed = parseAny(info, trim(text));
+    if (!parsed || std::isnan(*parsed)) {
+        return false;
+    }
+    if (value != nullptr) {
+        *value = kivClampSetting(info, *parsed);
+    }
+    return true;
+}
+
 int kivFindSetting(const KivSettingInfo* table, int count, std::string_view key) {
     for (int i = 0; table != nullptr && i < count; ++i) {
         if (equalNoCase(table[i].key, key)) {
@@ -304,7 +323,8 @@ int kivFindSetting(const KivSettingInfo* table, int count, std::string_view key)
 }
 
 KivTablePageSettings::KivTablePageSettings(const wchar_t* name, const KivSettingInfo* settings, int count)
-    : sectionName(textOrEmpty(name)), table(settings), values(static_cast<std::size_t>(std::max(count, 0))) {
+    : sectionName(textOrEmpty(name)), table(settings), values(static_cast<std::size_t>(std::max(count, 0))),
+      varied(values.size()) {
     setDefaults();
 }
 
@@ -343,16 +363,18 @@ void KivTablePageSettings::reservedSlot() {}
 void KivTablePageSettings::saveSettings() {
     for (int i = 0; dataManager != nullptr && i < getNumSettings(); ++i) {
         saveCell(*dataManager, table[i].type, getValue(i));
-        dataManager->saveCurrentVaried(false);
+        dataManager->saveCurrentVaried(isVaried(i));
     }
 }
 
 bool KivTablePageSettings::loadSettings() {
+    std::fill(varied.begin(), varied.end(), false);
     for (int i = 0; i < getNumSettings(); ++i) {
         if (dataManager == nullptr || dataManager->getNextType() != cellType(table[i].type)) {
             return false;
         }
         setValue(i, loadCell(*dataManager, table[i].type));
+        setVaried(i, dataManager->isCurrentVaried());
     }
     return dataManager != nullptr;
 }
@@ -388,6 +410,15 @@ std::uint32_t KivTablePageSettings::getColour(int index) const {
 
 void KivTablePageSettings::setValue(int index, double value) {
     values[static_cast<std::size_t>(index)] = kivClampSetting(table[index], value);
+    setVaried(index, false);
+}
+
+bool KivTablePageSettings::isVaried(int index) const {
+    return varied[static_cast<std::size_t>(index)];
+}
+
+void KivTablePageSettings::setVaried(int index, bool flag) {
+    varied[static_cast<std::size_t>(index)] = flag;
 }
 
 void KivTablePageSettings::setDefaults() {

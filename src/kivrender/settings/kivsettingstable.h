@@ -62,10 +62,19 @@ KIV_API std::string kivFormatSetting(const KivSettingInfo& info, double value);
 KIV_API bool kivParseSetting(const KivSettingInfo& info, std::string_view text, double* value,
                              std::string* why = nullptr);
 
+// As kivParseSetting, but brings a number that is out of range to the nearer end. False for a text that is no value of
+// the setting's kind.
+KIV_API bool kivReadSetting(const KivSettingInfo& info, std::string_view text, double* value);
+
 // The setting of that key, case ignored; -1 if there is none.
 KIV_API int kivFindSetting(const KivSettingInfo* table, int count, std::string_view key);
 
-// A page's settings from a table. In a stream a Bool goes as a bool cell, Int and Choice as int, Double as double,
+// A page's settings from a table. A setting is varied if the stream that it was read from stands for several objects
+// that disagree on it (KivAverageDataManager): it is then written as such, so that each object keeps its own value,
+// until it is given a value. Style files and drawing know nothing of that: for them the setting has the first object's
+// value.
+//
+// In a stream a Bool goes as a bool cell, Int and Choice as int, Double as double,
 // Colour as unsigned long. What comes from a stream or a file is brought into range: a text that is no value of the
 // setting's kind gives the default, a number out of range the nearer end.
 class KIV_API KivTablePageSettings : public KivPageSettings {
@@ -99,9 +108,12 @@ public:
     bool getBool(int index) const;
     int getInt(int index) const;
     std::uint32_t getColour(int index) const;
-    // Brought into range.
+    // Brought into range, and no longer varied.
     void setValue(int index, double value);
     void setDefaults();
+    // No setting is varied but by its last loadSettings or by this.
+    bool isVaried(int index) const;
+    void setVaried(int index, bool flag);
 
     // By key and as text, see kivFormatSetting and kivParseSetting. False, with nothing changed, for an unknown key or
     // a text that is no value in range.
@@ -112,6 +124,7 @@ private:
     std::wstring sectionName;
     const KivSettingInfo* table;
     std::vector<double> values;
+    std::vector<bool> varied;
 };
 
 #endif

@@ -2,7 +2,7 @@
 
 #include "kivrender/dialogs/kivpropertiesdlg.h"
 #include "kivrender/platform/kivwindow.h"
-#include "kivrender/settings/kivpagesettings.h"
+#include "kivrender/settings/kivsettingstable.h"
 
 KivPageDlg::KivPageDlg(unsigned int templateId, HWND parent, HINSTANCE resources)
     : KivDialog(templateId, parent, resources) {}
@@ -44,6 +44,22 @@ void KivPageDlg::saveData(KivDataManager* manager) {
         settings->setDataManager(manager);
         settings->saveData();
     }
+}
+
+void KivPageDlg::forgetVaried() {
+    auto* const table = dynamic_cast<KivTablePageSettings*>(settings);
+    bool varied = false;
+    for (int i = 0; table != nullptr && i < table->getNumSettings(); ++i) {
+        varied = varied || table->isVaried(i);
+    }
+    if (!varied) {
+        return;
+    }
+    saveControls(); // what the user did to the others stays
+    for (int i = 0; i < table->getNumSettings(); ++i) {
+        table->setVaried(i, false);
+    }
+    loadControls();
 }
 
 void KivPageDlg::resetStyle() {

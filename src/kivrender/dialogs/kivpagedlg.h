@@ -36,6 +36,9 @@ public:
     void loadData(KivDataManager* manager);
     void saveData(KivDataManager* manager);
 
+    // Settings from a table that are varied among several objects no longer are, on the page as well.
+    void forgetVaried();
+
     // What the page calls whenever the user edits a value: tells the dialog, if its window is open.
     void resetStyle();
 

@@ -1,5 +1,6 @@
 #include "kivrender/dialogs/kivpropertiesdlg.h"
 
+#include "kivrender/dialogs/kivpagedlg.h"
 #include "kivrender/dialogs/kivupdating.h"
 #include "kivrender/host/kivhostapplicationservices.h"
 #include "kivrender/platform/kivwindow.h"
@@ -221,7 +222,19 @@ void KivPropertiesDlg::refreshDlg() {
 
 // --- loading ---
 
+// A stream may have nothing for a shader whose pages are there, and these then keep their values. What the objects
+// before disagreed on must not stay marked: a marked value is not written into objects that lack it.
+void KivPropertiesDlg::forgetVaried() {
+    for (unsigned long i = 0; i < KivShader::shaders(); ++i) {
+        KivShader* const shader = KivShader::getByIndex(i);
+        for (unsigned int number = 0; KivPageDlg* const page = shader->getPage(this, number); ++number) {
+            page->forgetVaried();
+        }
+    }
+}
+
 void KivPropertiesDlg::loadData() {
+    forgetVaried();
     if (dataManager == nullptr || !dataManager->setLoading()) {
         loadNothing();
         return;

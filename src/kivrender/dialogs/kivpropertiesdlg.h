@@ -125,6 +125,7 @@ private:
 
     void loadData();
     void loadNothing();
+    void forgetVaried();
     void loadStyleLine();
     std::wstring loadNonCombinableLine();
     std::wstring loadCombinableLine();

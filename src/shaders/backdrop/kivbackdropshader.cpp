@@ -4,6 +4,7 @@
 // draw lines, which stand behind it in a style's list and in the table, in the order of the modules' names.
 #include "kivbackdropdrawing.h"
 #include "kivbackdropsettings.h"
+#include "kivpageresource.h"
 #include "kivrender/platform/kivmodule.h"
 #include "kivrender/scene/kivmesh.h"
 #include "kivrender/settings/kivcommonsettings.h"
@@ -75,4 +76,8 @@ KIV_PLUGIN_EXPORT void KivShaderDelete(KivShader* shader) {
 
 KIV_PLUGIN_EXPORT int KivShaderSettings(const KivSettingInfo** table) {
     return kivBackdropTable(table);
+}
+
+KIV_PLUGIN_EXPORT const char* KivModuleResource(unsigned int kind, unsigned int id, unsigned long* size) {
+    return kivPageResource(kind, id, size, kivBackdropTable);
 }

@@ -1,5 +1,6 @@
 #include "kivcartoontriangles.h"
 
+#include "kivpageresource.h"
 #include "kivrender/platform/kivmodule.h"
 #include "kivrender/scene/kivscene.h"
 
@@ -32,4 +33,8 @@ KIV_PLUGIN_EXPORT void KivShaderDelete(KivShader* shader) {
 
 KIV_PLUGIN_EXPORT int KivShaderSettings(const KivSettingInfo** table) {
     return kivCartoonTable(table);
+}
+
+KIV_PLUGIN_EXPORT const char* KivModuleResource(unsigned int kind, unsigned int id, unsigned long* size) {
+    return kivPageResource(kind, id, size, kivCartoonTable);
 }

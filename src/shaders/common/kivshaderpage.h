@@ -3,29 +3,58 @@
 #ifndef SHADERS_COMMON_KIVSHADERPAGE_H
 #define SHADERS_COMMON_KIVSHADERPAGE_H
 
+#include "kivrender/dialogs/kivcolorcontrol.h"
 #include "kivrender/dialogs/kivpagedlg.h"
 #include "kivrender/settings/kivsettingstable.h"
 
 #include <string>
+#include <vector>
 
 class Kiv3DObject;
 class KivDataManager;
 class KivPropertiesDlg;
 
-// A page over its own settings. Without a toolkit there are no controls, and the settings are all there is to it.
+// The number of the page's template in each plug-in.
+inline constexpr unsigned int kivPageTemplate = 1;
+
+// A page over its own settings, with a control for each of them as kivPageForm numbers them. Without a toolkit there
+// are no controls, and the settings are all there is to it.
+//
+// A control in which several objects differ shows none of their values. As long as the user leaves it alone its setting
+// stays varied.
 class KivShaderPage : public KivPageDlg {
 public:
-    KivShaderPage(unsigned int pageTemplate, const KivTablePageSettings& defaults);
+    // The module that holds the page's template.
+    KivShaderPage(HINSTANCE resources, const KivTablePageSettings& defaults);
 
+    // Makes the page's window in that of the dialog, with the settings in its controls, unless there is one. Does
+    // nothing without a dialog or its window.
+    void openIn(const KivPropertiesDlg* dlg);
+
+    int Create(unsigned int templateId, HWND parent) override;
+    int DestroyWindow() override;
     void saveControls() override;
     void loadControls() override;
 
-    KivTablePageSettings& values() {
-        return owned;
-    }
+protected:
+    void onControl(const KivControlEvent& event) override;
 
 private:
+    // What a control was given last. What its window makes of a number, by rounding, is no reason to change it.
+    struct Shown {
+        double value = 0.0;
+        bool varied = false;
+        std::wstring text; // of a number, as it stands in its field
+    };
+
+    void show(int index);
+    void take(int index);
+    void pickColour(int index);
+
     KivTablePageSettings owned;
+    std::vector<Shown> shown;             // beside the settings
+    std::vector<KivColorControl> colours; // beside the settings, for those that are colours
+    bool loading = false;                 // what controls tell is the page's own doing
 };
 
 // Stores a plug-in's table and gives the number of its settings.

@@ -18,7 +18,7 @@ public:
     // The tag outlives the shader; nameText is the number of the text that users see for it, 0 for the tag itself.
     KivTableShader(HINSTANCE pluginModule, const wchar_t* shaderTag, const KivTablePageSettings& defaultSettings,
                    unsigned int nameText = 0)
-        : Base(pluginModule), tag(shaderTag), text(nameText), defaults(defaultSettings),
+        : Base(pluginModule), plugin(pluginModule), tag(shaderTag), text(nameText), defaults(defaultSettings),
           renderSettings(defaultSettings) {}
     KivTableShader(const KivTableShader&) = delete;
     KivTableShader& operator=(const KivTableShader&) = delete;
@@ -45,14 +45,17 @@ public:
         return kivLoadDocument(manager, defaults);
     }
     void createPages(KivPropertiesDlg* dlg, KivPropertiesDlg*) override {
-        if (this->getPage(dlg, 0) != nullptr) {
+        if (KivPageDlg* const page = this->getPage(dlg, 0)) {
+            // It may have been made before there was a window for it.
+            static_cast<KivShaderPage*>(page)->openIn(dlg);
             return;
         }
         // Pages that no dialog shows any more have no further use.
         std::erase_if(ownPages, [this](const std::unique_ptr<KivShaderPage>& page) {
             return this->getPage(page->getPropertiesDlg(), 0) != page.get();
         });
-        ownPages.push_back(std::make_unique<KivShaderPage>(pageTemplate, defaults));
+        ownPages.push_back(std::make_unique<KivShaderPage>(plugin, defaults));
+        ownPages.back()->openIn(dlg);
         this->createPage(ownPages.back().get(), dlg);
     }
     bool saveDefaultData(KivDataManager* manager) override {
@@ -92,14 +95,13 @@ protected:
     }
 
 private:
-    static constexpr unsigned int pageTemplate = 1;
-
     std::unique_ptr<KivTablePageSettings> read(KivDataManager* manager) const {
         auto page = std::make_unique<KivTablePageSettings>(defaults);
         kivLoadSettings(manager, *page);
         return page;
     }
 
+    HINSTANCE plugin;
     const wchar_t* tag;
     unsigned int text;
     mutable std::wstring name;

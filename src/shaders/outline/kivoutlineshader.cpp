@@ -2,6 +2,7 @@
 
 #include "kivoutlinedrawing.h"
 #include "kivoutlinesettings.h"
+#include "kivpageresource.h"
 #include "kivrender/platform/kivmodule.h"
 
 namespace {
@@ -29,4 +30,8 @@ KIV_PLUGIN_EXPORT void KivShaderDelete(KivShader* shader) {
 
 KIV_PLUGIN_EXPORT int KivShaderSettings(const KivSettingInfo** table) {
     return kivOutlineTable(table);
+}
+
+KIV_PLUGIN_EXPORT const char* KivModuleResource(unsigned int kind, unsigned int id, unsigned long* size) {
+    return kivPageResource(kind, id, size, kivOutlineTable);
 }

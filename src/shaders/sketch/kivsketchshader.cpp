@@ -1,5 +1,6 @@
 #include "kivsketchshader.h"
 
+#include "kivpageresource.h"
 #include "kivrender/platform/kivmodule.h"
 #include "kivrender/scene/kivlight.h"
 #include "kivrender/scene/kivscene.h"
@@ -75,4 +76,8 @@ KIV_PLUGIN_EXPORT void KivShaderDelete(KivShader* shader) {
 
 KIV_PLUGIN_EXPORT int KivShaderSettings(const KivSettingInfo** table) {
     return kivSketchTable(table);
+}
+
+KIV_PLUGIN_EXPORT const char* KivModuleResource(unsigned int kind, unsigned int id, unsigned long* size) {
+    return kivPageResource(kind, id, size, kivSketchTable);
 }

@@ -77,30 +77,33 @@ public:
 
 private:
     static std::string escaped(const std::string& plain) {
-        // Bytes that are no UTF-8 do not outlive the way there and back.
-        std::string out;
-        for (const char c : kivToUtf8(kivFromUtf8(plain))) {
+        std::wstring out;
+        for (const wchar_t c : kivFromUtf8(plain)) {
             switch (c) {
-            case '&':
-                out += "&amp;";
+            case L'&':
+                out += L"&amp;";
                 break;
-            case '<':
-                out += "&lt;";
+            case L'<':
+                out += L"&lt;";
                 break;
-            case '>':
-                out += "&gt;";
+            case L'>':
+                out += L"&gt;";
                 break;
-            case '"':
-                out += "&quot;";
+            case L'"':
+                out += L"&quot;";
                 break;
             default:
-                // XML has no place for the other control characters, not even in disguise.
-                if (static_cast<unsigned char>(c) >= 0x20 || c == '\t' || c == '\n') {
-                    out += c;
-                }
+                out.append(isForXml(c) ? 1 : 0, c);
             }
         }
-        return out;
+        return kivToUtf8(out);
+    }
+    // XML has no place for control characters, not even in disguise, nor for what was no UTF-8, which stands here as
+    // surrogates.
+    static bool isForXml(wchar_t c) {
+        const auto code = static_cast<unsigned long>(c);
+        const bool surrogate = sizeof(wchar_t) > 2 && code >= 0xD800 && code <= 0xDFFF;
+        return (code >= 0x20 || c == L'\t' || c == L'\n') && !surrogate && code != 0xFFFE && code != 0xFFFF;
     }
     void text(const char* name, const std::string& value) {
         if (!value.empty()) {

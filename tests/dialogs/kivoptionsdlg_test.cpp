@@ -158,7 +158,10 @@ TEST_F(KivOptionsDlgTest, AnEmptyFolderIsTheDefaultOne) {
 
 TEST_F(KivOptionsDlgTest, ColoursAreKeptAtOnceUnlessCancelled) {
     stored.setAmbientLight(0x112233);
+    stored.setBackgroundColor(0x778899);
     WindowRecord& user = open();
+    EXPECT_EQ(user.at(Dlg::ambientColor).fill, 0x112233U);
+    EXPECT_EQ(user.at(Dlg::backgroundColor).fill, 0x778899U);
     EXPECT_TRUE(user.at(Dlg::ambientCaption).link);
     EXPECT_TRUE(user.click(Dlg::ambientColor));
     EXPECT_EQ(dialog.getCommonSettings().getAmbientLight(), 0x112233U);
@@ -166,6 +169,13 @@ TEST_F(KivOptionsDlgTest, ColoursAreKeptAtOnceUnlessCancelled) {
     EXPECT_TRUE(user.click(Dlg::backgroundColor));
     EXPECT_EQ(dialog.getCommonSettings().getBackgroundColor(), 0x445566U);
     EXPECT_EQ(user.at(Dlg::backgroundColor).fill, 0x445566U);
+    EXPECT_EQ(dialog.getCommonSettings().getAmbientLight(), 0x112233U);
+    const KivCommonSettings kept = apply();
+    EXPECT_EQ(kept.getAmbientLight(), 0x112233U);
+    EXPECT_EQ(kept.getBackgroundColor(), 0x445566U);
+    toolkit.pickedColor = 0x010203;
+    EXPECT_TRUE(user.click(Dlg::ambientColor));
+    EXPECT_EQ(apply().getAmbientLight(), 0x010203U);
 }
 
 TEST_F(KivOptionsDlgTest, IsShownAndHiddenByItsFrame) {

@@ -1,5 +1,6 @@
 // Opening and closing the panel, being active, what is several objects', and the edges of what a stream may say.
 #include "dialogs/propertiesfixture.h"
+#include "kivrender/platform/kivbitmap.h"
 #include "kivrender/settings/kivaveragedatamanager.h"
 
 #include <functional>
@@ -115,6 +116,15 @@ TEST_F(KivPropertiesDlgState, TheKeyboardInTheTreeMakesItsShaderCurrentAgain) {
     EXPECT_TRUE(toolkit.timers.empty());
 }
 
+TEST_F(KivPropertiesDlgState, TheSameBaseLookSelectedAgainIsNoChange) {
+    writeStream(stream, L"", L"Paint", L"");
+    WindowRecord& user = open(&stream);
+    dialog.setActive(true);
+    dialog.setActive(false);
+    EXPECT_TRUE(user.choose(Dlg::nonCombinableTree, 0));
+    EXPECT_EQ(KivTestAccess::base(dialog), nullptr) << "it was selected all the time";
+}
+
 TEST_F(KivPropertiesDlgState, WhatTheDialogDoesItselfIsNoChangeOfTheUser) {
     writeStyle(host.users, L"Mine", {L"Wash", {}});
     writeStream(stream, L"", L"Paint", L"Lines;");
@@ -156,6 +166,81 @@ TEST_F(KivPropertiesDlgState, WhatIsSelectedAmongCombinableShadersMeansNothing) 
     EXPECT_TRUE(toolkit.timers.empty());
     user.tell(Dlg::combinableTree, KivControlChange::checkToggle, -1); // beside the items
     EXPECT_FALSE(dialog.isChanged());
+    EXPECT_TRUE(KivTestAccess::combinables(dialog).empty());
+    EXPECT_EQ(toolkit.timers.size(), 1U) << "but the preview is drawn again after any click";
+}
+
+// --- opening again
+
+TEST_F(KivPropertiesDlgState, ALoadShowsTheFirstTabAndIsNoChange) {
+    writeStream(stream, L"", L"Paint", L"Lines;");
+    WindowRecord& user = open(&stream);
+    EXPECT_TRUE(user.at(Dlg::combinableTree).checkable);
+    EXPECT_FALSE(user.at(Dlg::nonCombinableTree).checkable);
+    EXPECT_TRUE(user.choose(Dlg::pagesTab, 3));
+    paint.pages[0]->setControlText(samplePageControl, L"42");
+    EXPECT_TRUE(dialog.isChanged());
+    dialog.setData(&stream);
+    EXPECT_FALSE(dialog.isChanged());
+    EXPECT_EQ(KivTestAccess::currentTab(dialog), 0);
+    EXPECT_EQ(user.at(Dlg::pagesTab).selection, 0);
+    EXPECT_EQ(shownPages(), Pages{paint.getPage(&dialog, 0)});
+}
+
+TEST_F(KivPropertiesDlgState, PagesBehindTheTabsHaveNoCaptionAndOneIsVisible) {
+    writeStream(stream, L"", L"Paint", L"Lines;");
+    open(&stream);
+    const Pages all = {paint.getPage(&dialog, 0), paint.getPage(&dialog, 1), lines.getPage(&dialog, 0),
+                       lines.getPage(&dialog, 1)};
+    for (KivPageDlg* const page : all) { // whatever a plug-in has done to it
+        page->getWindow()->show(true);
+        page->getWindow()->setCaption(true);
+    }
+    paint.setCurDialogIndex(1, &dialog);
+    dialog.setData(&stream);
+    EXPECT_EQ(shownPages(), Pages{all[0]});
+    EXPECT_EQ(paint.getCurDialogIndex(&dialog), 0) << "the shown page is the one that the shader is left on";
+    for (KivPageDlg* const page : all) {
+        EXPECT_FALSE(record(page).caption);
+    }
+}
+
+TEST_F(KivPropertiesDlgState, ASecondWindowStartsAfresh) {
+    writeStyle(host.users, L"B", {L"Paint", {}});
+    writeStream(stream, L"", L"Paint", L"");
+    open(&stream);
+    const std::shared_ptr<WindowRecord> first = toolkit.windows[0];
+    EXPECT_NE(dialog.DestroyWindow(), 0);
+    writeStyle(host.users, L"A", {L"Wash", {}});
+    writeStream(stream, L"", L"Unknown", L"");
+    toolkit.windows.clear();
+    toolkit.templates.clear();
+    WindowRecord& user = open(&stream);
+    EXPECT_EQ(KivTestAccess::base(dialog), nullptr);
+    EXPECT_TRUE(user.choose(Dlg::nonCombinableTree, 0));
+    EXPECT_EQ(KivTestAccess::base(dialog), &paint) << "what was selected in the first window does not count";
+    EXPECT_TRUE(user.choose(Dlg::stylesCombo, 0));
+    EXPECT_EQ(KivTestAccess::base(dialog), &wash) << "nor do its styles";
+}
+
+TEST_F(KivPropertiesDlgState, AWindowThatEndsGivesThePictureBack) {
+    host.setShowPreview(true);
+    writeStream(stream, L"", L"Paint", L"");
+    const std::shared_ptr<WindowRecord> user = (open(&stream), toolkit.windows[0]);
+    ASSERT_NE(user->at(Dlg::previewPicture).picture, nullptr);
+    dialog.DestroyWindow();
+    EXPECT_EQ(user->at(Dlg::previewPicture).picture, nullptr);
+}
+
+TEST_F(KivPropertiesDlgState, TheSameTabAgainIsNoChange) {
+    writeStream(stream, L"", L"Paint", L"");
+    WindowRecord& user = open(&stream);
+    paint.getPage(&dialog, 0)->getWindow()->show(false);
+    EXPECT_TRUE(user.choose(Dlg::pagesTab, 0));
+    EXPECT_TRUE(shownPages().empty());
+    EXPECT_TRUE(user.choose(Dlg::pagesTab, 1));
+    EXPECT_EQ(shownPages(), Pages{paint.getPage(&dialog, 1)});
+    EXPECT_FALSE(dialog.isChanged()) << "looking at a page changes nothing";
 }
 
 // --- several objects
@@ -204,6 +289,26 @@ TEST_F(KivPropertiesDlgState, VariedCombinableShadersKeepTheirMarkUntilOneIsTogg
     EXPECT_EQ(savedLine(), std::make_pair(std::wstring(L"CombinableShader:Dots;"), false));
 }
 
+TEST_F(KivPropertiesDlgState, AVariedBaseLookIsSavedWithItsMarkUntilAnotherIsChosen) {
+    KivMemoryDataManager one;
+    KivMemoryDataManager other;
+    writeStream(one, L"", L"Paint", L"");
+    writeStream(other, L"", L"Wash", L"");
+    KivAverageDataManager both;
+    both.buildAverageData({&one, &other});
+    WindowRecord& user = open(&both);
+    const auto savedLine = [&] {
+        dialog.saveData();
+        both.setLoading();
+        nextLine(both);
+        return nextLine(both);
+    };
+    EXPECT_EQ(savedLine(), std::make_pair(std::wstring(L"NonCombinableShader:"), true));
+    user.controls[Dlg::nonCombinableTree].selection = 1; // its tree is disabled, but a key may get there
+    user.tell(Dlg::nonCombinableTree, KivControlChange::selected);
+    EXPECT_FALSE(savedLine().second);
+}
+
 TEST_F(KivPropertiesDlgState, AStyleDecidesAllThatVaries) {
     writeStyle(host.users, L"Mine", {L"Wash", {L"Dots"}});
     KivMemoryDataManager one;
@@ -235,6 +340,8 @@ TEST_F(KivPropertiesDlgState, WithoutTheBaseLookTheFirstCombinableShadersPageIsS
     EXPECT_EQ(user.at(Dlg::pagesTab).items.size(), 3U);
     EXPECT_EQ(shownPages(), Pages{lines.getPage(&dialog, 0)});
     EXPECT_TRUE(dialog.isChanged());
+    dialog.saveData();
+    EXPECT_EQ(texts(stream)[1], L"NonCombinableShader:") << "though one is selected in the tree";
     paint.setCurDialogIndex(1, &dialog);
     EXPECT_TRUE(user.clickCheck(Dlg::nonCombinableBox));
     EXPECT_EQ(KivTestAccess::base(dialog), &paint);
@@ -334,6 +441,7 @@ TEST_F(KivPropertiesDlgState, SwitchingOffAShaderBesideTheShownTabKeepsTheTab) {
     writeStream(stream, L"", L"Paint", L"Lines;Dots;");
     WindowRecord& user = open(&stream);
     EXPECT_TRUE(user.choose(Dlg::pagesTab, 1));
+    paint.setCurDialogIndex(0, &dialog); // which does not matter here
     EXPECT_TRUE(user.toggle(Dlg::combinableTree, 0));
     EXPECT_EQ(KivTestAccess::currentTab(dialog), 1);
     EXPECT_EQ(shownPages(), Pages{paint.getPage(&dialog, 1)});
@@ -341,6 +449,53 @@ TEST_F(KivPropertiesDlgState, SwitchingOffAShaderBesideTheShownTabKeepsTheTab) {
     EXPECT_TRUE(user.toggle(Dlg::combinableTree, 1));
     EXPECT_EQ(KivTestAccess::currentTab(dialog), 1) << "the page that the base look was left on";
     EXPECT_EQ(shownPages(), Pages{paint.getPage(&dialog, 1)});
+}
+
+TEST_F(KivPropertiesDlgState, AShaderThatIsSwitchedOnAgainStartsAtItsFirstPage) {
+    writeStyle(host.users, L"Mine", {L"Paint", {L"Lines"}});
+    writeStream(stream, L"Mine", L"Paint", L"Lines;");
+    WindowRecord& user = open(&stream);
+    ASSERT_EQ(user.at(Dlg::stylesCombo).selection, 0);
+    EXPECT_TRUE(user.choose(Dlg::pagesTab, 3));
+    EXPECT_EQ(lines.getCurDialogIndex(&dialog), 1);
+    EXPECT_TRUE(user.toggle(Dlg::combinableTree, 0));
+    EXPECT_TRUE(dialog.isChanged());
+    EXPECT_TRUE(stream.isChanged());
+    EXPECT_EQ(user.at(Dlg::stylesCombo).selection, -1);
+    EXPECT_EQ(toolkit.timers.size(), 1U);
+    EXPECT_TRUE(user.toggle(Dlg::combinableTree, 0));
+    EXPECT_EQ(lines.getCurDialogIndex(&dialog), 0);
+}
+
+TEST_F(KivPropertiesDlgState, AShaderWithoutPagesShowsTheEmptyTabs) {
+    ShownCombinable bare(L"Bare", 0);
+    KivTestAccess::setShaders({&paint, &bare});
+    writeStream(stream, L"", L"", L"");
+    WindowRecord& user = open(&stream);
+    ASSERT_FALSE(user.at(Dlg::pagesTab).visible);
+    EXPECT_TRUE(user.toggle(Dlg::combinableTree, 0));
+    EXPECT_TRUE(user.at(Dlg::pagesTab).visible);
+    EXPECT_TRUE(user.at(Dlg::pagesTab).items.empty());
+    dialog.DestroyWindow();
+    KivTestAccess::setShaders({});
+}
+
+// A plug-in may say that it stands on no page.
+TEST_F(KivPropertiesDlgState, FromNoTabTheNextShaderLeadsToTheFirst) {
+    writeStream(stream, L"", L"", L"");
+    WindowRecord& user = open(&stream);
+    for (const bool loaded : {true, false}) {
+        KivTestAccess::setShaders({&paint, &lines});
+        paint.setCurDialogIndex(-1, &dialog);
+        EXPECT_TRUE(user.clickCheck(Dlg::nonCombinableBox));
+        ASSERT_EQ(KivTestAccess::currentTab(dialog), -1);
+        EXPECT_FALSE(user.at(Dlg::pagesTab).visible);
+        KivTestAccess::setShaders(loaded ? Shaders{&paint, &lines} : Shaders{&paint});
+        EXPECT_TRUE(user.toggle(Dlg::combinableTree, 0));
+        EXPECT_EQ(KivTestAccess::currentTab(dialog), 0) << "loaded " << loaded;
+        EXPECT_TRUE(user.toggle(Dlg::combinableTree, 0));
+        EXPECT_TRUE(user.clickCheck(Dlg::nonCombinableBox));
+    }
 }
 
 // --- what a stream may say
@@ -447,6 +602,15 @@ TEST_F(KivPropertiesDlgState, AllShadersWriteWhetherTheyAreActiveOrNot) {
     EXPECT_EQ(stream.getMinorVersion(), 5);
 }
 
+TEST_F(KivPropertiesDlgState, WithoutAManagerNothingIsChecked) {
+    writeStream(stream, L"", L"Paint", L"Lines;");
+    const WindowRecord& user = open(&stream);
+    ASSERT_EQ(checkedItems(user), 1);
+    dialog.setData(nullptr);
+    EXPECT_EQ(checkedItems(user), 0);
+    EXPECT_TRUE(KivTestAccess::combinables(dialog).empty());
+}
+
 TEST_F(KivPropertiesDlgState, AnotherManagerTakesTheDialogOver) {
     writeStream(stream, L"", L"Paint", L"Lines;");
     const WindowRecord& user = open(&stream);
@@ -498,6 +662,54 @@ TEST_F(KivPropertiesDlgState, ThePreviewHasTheShadersThatAreOn) {
     EXPECT_EQ(paint.previews, 1) << "its box is off";
     EXPECT_EQ(lines.previews, 1);
     EXPECT_EQ(dots.previews, 2);
+}
+
+TEST_F(KivPropertiesDlgState, WithoutAPreviewAStillPictureStandsForTheShaders) {
+    paint.still = kivCreateBitmap({4, 4});
+    dots.still = kivCreateBitmap({5, 5});
+    lines.still = kivCreateBitmap({6, 6});
+    writeStream(stream, L"", L"Paint", L"Dots;Lines;");
+    WindowRecord& user = open(&stream);
+    const auto width = [&user] {
+        KivBitmapInfo info;
+        return kivGetBitmapInfo(user.at(Dlg::previewPicture).picture, &info) ? info.width : 0;
+    };
+    EXPECT_EQ(width(), 4);
+    EXPECT_TRUE(user.clickCheck(Dlg::nonCombinableBox));
+    toolkit.passTime(400);
+    EXPECT_EQ(width(), 5) << "the combinable shader that was activated first";
+    EXPECT_TRUE(user.toggle(Dlg::combinableTree, 1));
+    EXPECT_TRUE(user.toggle(Dlg::combinableTree, 0));
+    toolkit.passTime(400);
+    EXPECT_EQ(width(), 0) << "there is none left";
+    dialog.DestroyWindow();
+    for (const HBITMAP still : {paint.still, dots.still, lines.still}) {
+        EXPECT_TRUE(kivDeleteBitmap(still)) << "it stays its shader's";
+    }
+}
+
+TEST_F(KivPropertiesDlgState, ThePreviewIsSmallAndPlainWhateverTheSettingsSay) {
+    KivCommonSettings all;
+    all.setAntialias(2);
+    all.setRenderDim(true);
+    all.setShadows(true);
+    all.setTransparencies(true);
+    all.setVectorial(true);
+    all.setBackgroundColor(0x123456);
+    KivTestAccess::fillPreviewSettings(&all);
+    EXPECT_EQ(all.getAntialias(), 0);
+    EXPECT_TRUE(all.getCustomSize());
+    EXPECT_EQ(all.getResolution(), (SIZE{110, 110}));
+    EXPECT_FALSE(all.doRenderDim());
+    EXPECT_FALSE(all.doShadows());
+    EXPECT_FALSE(all.doTransparencies());
+    EXPECT_FALSE(all.doVectorial());
+    EXPECT_EQ(all.getBackgroundColor(), 0x123456U) << "the rest is the host's";
+    host.setShowPreview(true);
+    settings.setResolution({640, 480});
+    writeStream(stream, L"", L"Paint", L"");
+    open(&stream);
+    EXPECT_EQ(settings.getResolution(), (SIZE{640, 480})) << "the host's own settings stay as they are";
 }
 
 } // namespace

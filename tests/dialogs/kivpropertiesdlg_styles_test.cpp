@@ -2,6 +2,7 @@
 #include "dialogs/propertiesfixture.h"
 #include "kivrender/dialogs/kivsavestyledlg.h"
 #include "kivrender/platform/kivfolders.h"
+#include "kivrender/settings/kivaveragedatamanager.h"
 
 #include <filesystem>
 
@@ -81,6 +82,24 @@ TEST_F(KivPropertiesDlgStyles, BringTheValuesOfTheirPages) {
     EXPECT_EQ(user.at(Dlg::stylesCombo).selection, 0) << "what the dialog writes into the pages is no edit";
 }
 
+TEST_F(KivPropertiesDlgStyles, AreShownFromTheirFirstPageWithTheirPreview) {
+    host.setShowPreview(true);
+    writeStyle(host.users, L"Mine", {L"Paint", {L"Dots"}});
+    writeStream(stream, L"", L"", L"Lines;");
+    WindowRecord& user = open(&stream);
+    EXPECT_TRUE(user.choose(Dlg::pagesTab, 1));
+    ASSERT_EQ(lines.getCurDialogIndex(&dialog), 1);
+    const int before = paint.previews;
+    EXPECT_TRUE(user.choose(Dlg::stylesCombo, 0));
+    EXPECT_EQ(KivTestAccess::currentTab(dialog), 0);
+    EXPECT_EQ(shownPages(), std::vector<KivPageDlg*>{paint.getPage(&dialog, 0)});
+    EXPECT_EQ(lines.getCurDialogIndex(&dialog), 0) << "active or not";
+    EXPECT_EQ(user.at(Dlg::nonCombinableBox).check, 1);
+    EXPECT_TRUE(user.at(Dlg::nonCombinableTree).enabled);
+    EXPECT_EQ(paint.previews, before + 1) << "at once";
+    EXPECT_FALSE(stream.isChanged());
+}
+
 TEST_F(KivPropertiesDlgStyles, APageThatCannotLoadLeavesTheStateReachedSoFar) {
     host.users.write("Mine.kiv", "[General]\r\nNonCombinableShader=Wash\r\nCombinableShader=Dots;\r\n"
                                  "[Paint]\r\nPage0=5\r\n[Lines]\r\nPage0=6\r\n[Dots]\r\nPage0=7\r\n");
@@ -158,23 +177,29 @@ TEST_F(KivPropertiesDlgStyles, ABaseLookThatIsOffIsNotSaved) {
     EXPECT_EQ(head.nonCombinable, L"");
 }
 
-TEST_F(KivPropertiesDlgStyles, SavingAVariedStyleDecidesItsName) {
-    writeStream(stream, L"", L"Paint", L"");
-    stream.setSaving();
-    stream.clearData();
-    stream.saveString(L"Style:Old");
-    stream.saveCurrentVaried(true);
-    stream.saveString(L"NonCombinableShader:Paint");
-    stream.saveCurrentVaried(false);
-    stream.saveString(L"CombinableShader:");
-    stream.saveCurrentVaried(false);
-    stream.saveString(L"End Morvane");
-    stream.saveCurrentVaried(false);
+// Both leave no doubt about the name of several objects' style.
+TEST_F(KivPropertiesDlgStyles, SavingOrRemovingAVariedStyleDecidesItsName) {
+    writeStyle(host.users, L"Old", {L"Paint", {}});
+    KivMemoryDataManager one;
+    KivMemoryDataManager other;
+    writeStream(one, L"Old", L"Paint", L"");
+    writeStream(other, L"Older", L"Paint", L"");
     WindowRecord& user = open(&stream);
-    answer(L"New");
-    EXPECT_TRUE(user.click(Dlg::saveStyleButton));
-    dialog.saveData();
-    EXPECT_EQ(texts(stream)[0], L"Style:New");
+    for (const int button : {Dlg::saveStyleButton, Dlg::removeStyleButton}) {
+        KivAverageDataManager both;
+        both.buildAverageData({&one, &other});
+        dialog.setData(&both);
+        answer(L"New");
+        user.controls[Dlg::stylesCombo].selection = 0; // nothing of which the dialog was told
+        EXPECT_TRUE(user.click(button));
+        dialog.saveData();
+        both.setLoading();
+        wchar_t line[kivMaxPath] = {};
+        both.loadString(line);
+        EXPECT_STREQ(line, button == Dlg::saveStyleButton ? L"Style:New" : L"Style:");
+        EXPECT_FALSE(both.isCurrentVaried());
+        dialog.setData(nullptr);
+    }
 }
 
 TEST_F(KivPropertiesDlgStyles, NothingIsSavedWithoutAName) {

@@ -43,6 +43,7 @@ TEST_F(KivPropertiesDlgTest, TabsAreNumberedAcrossShaders) {
     EXPECT_EQ(user.at(Dlg::pagesTab).page, lines.getPage(&dialog, 1)->getWindow());
     EXPECT_TRUE(user.choose(Dlg::nonCombinableTree, 1));
     EXPECT_EQ(KivTestAccess::currentTab(dialog), 2) << "the same page behind one page less";
+    EXPECT_EQ(user.at(Dlg::pagesTab).selection, 2);
     EXPECT_EQ(KivTestAccess::shownPage(dialog), lines.getPage(&dialog, 1));
     EXPECT_TRUE(user.toggle(Dlg::combinableTree, 0));
     EXPECT_EQ(KivTestAccess::shownPage(dialog), wash.getPage(&dialog, 0));
@@ -242,6 +243,9 @@ TEST_F(KivPropertiesDlgTest, HoldsItsInvariantsThroughRandomActions) {
             checked += shader.checked ? 1 : 0;
         }
         ASSERT_EQ(static_cast<int>(active.size()), checked) << "step " << step;
+        ASSERT_TRUE(!user.at(Dlg::pagesTab).visible ||
+                    user.at(Dlg::pagesTab).selection == KivTestAccess::currentTab(dialog))
+            << "step " << step;
         int shown = 0;
         for (std::size_t i = 0; i < toolkit.windows.size(); ++i) {
             shown += toolkit.templates[i] == 100 && toolkit.windows[i]->visible ? 1 : 0;

@@ -25,6 +25,9 @@ struct KivTestAccess {
     static unsigned long& loads() {
         return KivShader::dRefShadersLoaded;
     }
+    static void fillPreviewSettings(KivCommonSettings* settings) {
+        KivPropertiesDlg::fillPreviewCommonSettings(settings);
+    }
     static bool updating(const KivPropertiesDlg& dialog) {
         return dialog.updating;
     }
@@ -95,13 +98,17 @@ public:
     int getNumPages() override {
         return count;
     }
+    HBITMAP getPreviewBitmap() override {
+        return still;
+    }
     void preparePreview(KivScene*, const KivPropertiesDlg*) override {
         ++previews;
     }
 
     std::vector<std::unique_ptr<EditedPage>> pages;
     int count;
-    int previews = 0; // in which it was drawn
+    int previews = 0;        // in which it was drawn
+    HBITMAP still = nullptr; // stays the test's
 };
 using ShownBaseLook = ShownShader<PlainBaseLook>;
 using ShownCombinable = ShownShader<PlainCombinable>;

@@ -394,11 +394,11 @@ void KivPropertiesDlg::OnSize() {
     place(combinableTree, 16, 145, width - 32, 22);
     place(pagesTab, 8, 182, width - 16, 240);
 
-    // The base look's page, where it is the one that the tabs show: a page of another shader follows the tabs by
-    // itself, and two pages would stand over each other. Once the tabs are emptied there is none.
+    // With a base look the shown page is placed and shown again: its own, or that of a combinable shader whose tab is
+    // current, as two pages would stand over each other. Once the tabs are emptied there is none.
     KivPageDlg* const page = getCurrentTabPage();
-    if (currentNonCombinable == nullptr || findTab(currentTab).shader != currentNonCombinable || page == nullptr ||
-        page->getWindow() == nullptr || getWindow()->getItemCount(pagesTab) == 0) {
+    if (currentNonCombinable == nullptr || page == nullptr || page->getWindow() == nullptr ||
+        getWindow()->getItemCount(pagesTab) == 0) {
         return;
     }
     PositionTabDialog(page);

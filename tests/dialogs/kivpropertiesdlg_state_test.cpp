@@ -1,29 +1,13 @@
-// Opening and closing the panel, being active, what is several objects', and the edges of what a stream may say.
+// Opening and closing the panel, being active, its trees and its preview.
 #include "dialogs/propertiesfixture.h"
 #include "kivrender/platform/kivbitmap.h"
-#include "kivrender/settings/kivaveragedatamanager.h"
-
-#include <functional>
 
 namespace {
 
 using Shaders = std::vector<KivShader*>;
 using Pages = std::vector<KivPageDlg*>;
 
-class KivPropertiesDlgState : public KivPropertiesDlgTest {
-protected:
-    // The next line of a stream that is being read, and whether it is marked.
-    static std::pair<std::wstring, bool> nextLine(KivDataManager& manager) {
-        wchar_t line[kivMaxPath] = {};
-        manager.loadString(line);
-        return {line, manager.isCurrentVaried()};
-    }
-    static int checkedItems(const WindowRecord& user) {
-        const auto& items = user.at(Dlg::combinableTree).items;
-        return static_cast<int>(
-            std::count_if(items.begin(), items.end(), [](const auto& item) { return item.checked; }));
-    }
-};
+class KivPropertiesDlgState : public KivPropertiesDlgTest {};
 
 // --- closing
 
@@ -116,6 +100,16 @@ TEST_F(KivPropertiesDlgState, TheKeyboardInTheTreeMakesItsShaderCurrentAgain) {
     EXPECT_TRUE(toolkit.timers.empty());
 }
 
+TEST_F(KivPropertiesDlgState, TheKeyboardMayComeBeforeTheNewSelectionIsTold) {
+    writeStream(stream, L"", L"Paint", L"");
+    WindowRecord& user = open(&stream);
+    ASSERT_EQ(shownPages(), Pages{paint.getPage(&dialog, 0)});
+    user.controls[Dlg::nonCombinableTree].selection = 1;
+    EXPECT_TRUE(user.focusOn(Dlg::nonCombinableTree));
+    EXPECT_EQ(KivTestAccess::base(dialog), &wash);
+    EXPECT_TRUE(shownPages().empty()) << "the page of the former one does not stay";
+}
+
 TEST_F(KivPropertiesDlgState, TheSameBaseLookSelectedAgainIsNoChange) {
     writeStream(stream, L"", L"Paint", L"");
     WindowRecord& user = open(&stream);
@@ -170,7 +164,14 @@ TEST_F(KivPropertiesDlgState, WhatIsSelectedAmongCombinableShadersMeansNothing) 
     EXPECT_EQ(toolkit.timers.size(), 1U) << "but the preview is drawn again after any click";
 }
 
-// --- opening again
+// --- opening
+
+TEST_F(KivPropertiesDlgState, ButtonsAndStylesHaveTheirIcons) {
+    const WindowRecord& user = open(&stream);
+    EXPECT_EQ(user.at(Dlg::saveStyleButton).icon, 194U);
+    EXPECT_EQ(user.at(Dlg::removeStyleButton).icon, 131U);
+    EXPECT_EQ(user.at(Dlg::stylesCombo).images, (std::vector<unsigned int>{12150, 12151, 12152, 12153}));
+}
 
 TEST_F(KivPropertiesDlgState, ALoadShowsTheFirstTabAndIsNoChange) {
     writeStream(stream, L"", L"Paint", L"Lines;");
@@ -243,89 +244,6 @@ TEST_F(KivPropertiesDlgState, TheSameTabAgainIsNoChange) {
     EXPECT_FALSE(dialog.isChanged()) << "looking at a page changes nothing";
 }
 
-// --- several objects
-
-TEST_F(KivPropertiesDlgState, AVariedStyleIsSavedAsAnEmptyNameWithItsMark) {
-    writeStyle(host.users, L"Mine", {L"Paint", {}});
-    KivMemoryDataManager one;
-    KivMemoryDataManager other;
-    writeStream(one, L"Mine", L"Paint", L"");
-    writeStream(other, L"Yours", L"Paint", L"");
-    KivAverageDataManager both;
-    both.buildAverageData({&one, &other});
-    WindowRecord& user = open(&both);
-    EXPECT_EQ(user.at(Dlg::stylesCombo).selection, -1);
-    user.controls[Dlg::stylesCombo].selection = 0; // whatever stands there
-    dialog.saveData();
-    both.setLoading();
-    EXPECT_EQ(nextLine(both), std::make_pair(std::wstring(L"Style:"), true));
-    EXPECT_EQ(nextLine(both), std::make_pair(std::wstring(L"NonCombinableShader:Paint"), false));
-    user.controls[Dlg::stylesCombo].selection = -1;
-    EXPECT_TRUE(user.choose(Dlg::stylesCombo, 0));
-    dialog.saveData();
-    both.setLoading();
-    EXPECT_EQ(nextLine(both), std::make_pair(std::wstring(L"Style:Mine"), false)) << "the user has decided";
-}
-
-TEST_F(KivPropertiesDlgState, VariedCombinableShadersKeepTheirMarkUntilOneIsToggled) {
-    KivMemoryDataManager one;
-    KivMemoryDataManager other;
-    writeStream(one, L"", L"Paint", L"Lines;");
-    writeStream(other, L"", L"Paint", L"Dots;");
-    KivAverageDataManager both;
-    both.buildAverageData({&one, &other});
-    WindowRecord& user = open(&both);
-    EXPECT_EQ(checkedItems(user), 0);
-    EXPECT_TRUE(KivTestAccess::combinables(dialog).empty());
-    const auto savedLine = [&] {
-        dialog.saveData();
-        both.setLoading();
-        nextLine(both);
-        nextLine(both);
-        return nextLine(both);
-    };
-    EXPECT_EQ(savedLine(), std::make_pair(std::wstring(L"CombinableShader:"), true));
-    EXPECT_TRUE(user.toggle(Dlg::combinableTree, 1));
-    EXPECT_EQ(savedLine(), std::make_pair(std::wstring(L"CombinableShader:Dots;"), false));
-}
-
-TEST_F(KivPropertiesDlgState, AVariedBaseLookIsSavedWithItsMarkUntilAnotherIsChosen) {
-    KivMemoryDataManager one;
-    KivMemoryDataManager other;
-    writeStream(one, L"", L"Paint", L"");
-    writeStream(other, L"", L"Wash", L"");
-    KivAverageDataManager both;
-    both.buildAverageData({&one, &other});
-    WindowRecord& user = open(&both);
-    const auto savedLine = [&] {
-        dialog.saveData();
-        both.setLoading();
-        nextLine(both);
-        return nextLine(both);
-    };
-    EXPECT_EQ(savedLine(), std::make_pair(std::wstring(L"NonCombinableShader:"), true));
-    user.controls[Dlg::nonCombinableTree].selection = 1; // its tree is disabled, but a key may get there
-    user.tell(Dlg::nonCombinableTree, KivControlChange::selected);
-    EXPECT_FALSE(savedLine().second);
-}
-
-TEST_F(KivPropertiesDlgState, AStyleDecidesAllThatVaries) {
-    writeStyle(host.users, L"Mine", {L"Wash", {L"Dots"}});
-    KivMemoryDataManager one;
-    KivMemoryDataManager other;
-    writeStream(one, L"A", L"Paint", L"Lines;");
-    writeStream(other, L"B", L"Wash", L"Dots;");
-    KivAverageDataManager both;
-    both.buildAverageData({&one, &other});
-    WindowRecord& user = open(&both);
-    EXPECT_TRUE(user.choose(Dlg::stylesCombo, 0));
-    dialog.saveData();
-    both.setLoading();
-    EXPECT_EQ(nextLine(both), std::make_pair(std::wstring(L"Style:Mine"), false));
-    EXPECT_EQ(nextLine(both), std::make_pair(std::wstring(L"NonCombinableShader:Wash"), false));
-    EXPECT_EQ(nextLine(both), std::make_pair(std::wstring(L"CombinableShader:Dots;"), false));
-}
-
 // --- the box of the base look
 
 TEST_F(KivPropertiesDlgState, WithoutTheBaseLookTheFirstCombinableShadersPageIsShown) {
@@ -348,6 +266,15 @@ TEST_F(KivPropertiesDlgState, WithoutTheBaseLookTheFirstCombinableShadersPageIsS
     EXPECT_TRUE(user.at(Dlg::nonCombinableTree).enabled);
     EXPECT_TRUE(user.at(Dlg::nonCombinableTree).items[0].bold);
     EXPECT_EQ(shownPages(), Pages{paint.getPage(&dialog, 1)}) << "the page that it was left on";
+}
+
+TEST_F(KivPropertiesDlgState, WithoutTheBaseLookAShaderThatIsOffDoesNotMatter) {
+    writeStream(stream, L"", L"Paint", L"Dots;");
+    WindowRecord& user = open(&stream);
+    lines.setCurDialogIndex(1, &dialog); // the first of the tree, but off
+    EXPECT_TRUE(user.clickCheck(Dlg::nonCombinableBox));
+    EXPECT_EQ(KivTestAccess::currentTab(dialog), 0);
+    EXPECT_EQ(shownPages(), Pages{dots.getPage(&dialog, 0)});
 }
 
 TEST_F(KivPropertiesDlgState, WithoutAnyShaderThereAreNoTabs) {
@@ -496,137 +423,6 @@ TEST_F(KivPropertiesDlgState, FromNoTabTheNextShaderLeadsToTheFirst) {
         EXPECT_TRUE(user.toggle(Dlg::combinableTree, 0));
         EXPECT_TRUE(user.clickCheck(Dlg::nonCombinableBox));
     }
-}
-
-// --- what a stream may say
-
-TEST_F(KivPropertiesDlgState, HeadersOfTheBaseLook) {
-    const struct {
-        const wchar_t* line;
-        int check;
-        KivShader* base;
-    } cases[] = {{L"NonCombinableShader:Wash", 1, &wash},
-                 {L"NonCombinableShader:Test Wash", 1, &wash},
-                 {L"NonCombinableShader:", 0, nullptr},
-                 {L"Wash", 0, nullptr},
-                 {L"", 0, nullptr},
-                 {L"noncombinableshader:Wash", 0, nullptr}};
-    WindowRecord& user = open(nullptr);
-    for (const auto& each : cases) {
-        SCOPED_TRACE(testing::Message() << each.line);
-        stream.clearData();
-        stream.setSaving();
-        for (const wchar_t* const line : {L"Style:", each.line, L"CombinableShader:", L"End Morvane"}) {
-            stream.saveString(line);
-            stream.saveCurrentVaried(false);
-        }
-        dialog.setData(&stream);
-        EXPECT_EQ(user.at(Dlg::nonCombinableBox).check, each.check);
-        EXPECT_EQ(user.at(Dlg::nonCombinableTree).enabled, each.check == 1);
-        EXPECT_EQ(KivTestAccess::base(dialog), each.base);
-    }
-}
-
-TEST_F(KivPropertiesDlgState, TheStyleOfTheStreamIsSelectedIfItIsThere) {
-    writeStyle(host.users, L"Mine", {L"Paint", {}});
-    WindowRecord& user = open(nullptr);
-    const struct {
-        const wchar_t* style;
-        int selection;
-    } cases[] = {{L"Mine", 0}, {L"Unknown", -1}, {L"Mine", 0}, {L"", -1}};
-    for (const auto& each : cases) {
-        writeStream(stream, each.style, L"Paint", L"");
-        dialog.setData(&stream);
-        EXPECT_EQ(user.at(Dlg::stylesCombo).selection, each.selection) << each.style;
-    }
-}
-
-TEST_F(KivPropertiesDlgState, ABlockOfAnUnknownShaderEndsWithItsFirstNumber) {
-    const auto write = [this](bool number) {
-        stream.clearData();
-        stream.setSaving();
-        for (const wchar_t* const line :
-             {L"Style:", L"NonCombinableShader:Wash", L"CombinableShader:", L"Unknown", L"a text of it"}) {
-            stream.saveString(line);
-            stream.saveCurrentVaried(false);
-        }
-        if (number) {
-            stream.saveInt(3);
-            stream.saveCurrentVaried(false);
-        }
-        for (const wchar_t* const line : {L"Wash", L"Page0"}) {
-            stream.saveString(line);
-            stream.saveCurrentVaried(false);
-        }
-        stream.saveInt(42);
-        stream.saveCurrentVaried(false);
-        stream.saveString(L"End Morvane");
-        stream.saveCurrentVaried(false);
-    };
-    write(false);
-    open(&stream);
-    ASSERT_EQ(wash.pages.size(), 1U);
-    EXPECT_EQ(wash.pages[0]->own.value, 42) << "texts are passed over";
-    wash.pages[0]->own.value = 1;
-    write(true);
-    dialog.setData(&stream);
-    EXPECT_EQ(wash.pages[0]->own.value, 1);
-    EXPECT_EQ(KivTestAccess::base(dialog), &wash) << "the header counts all the same";
-}
-
-TEST_F(KivPropertiesDlgState, AllShadersWriteWhetherTheyAreActiveOrNot) {
-    writeStream(stream, L"", L"Paint", L"");
-    open(&stream);
-    dialog.saveData();
-    const std::vector<std::wstring> expected = {L"Style:",
-                                                L"NonCombinableShader:Paint",
-                                                L"CombinableShader:",
-                                                L"Paint",
-                                                L"Page0",
-                                                L"#0",
-                                                L"Page1",
-                                                L"#0",
-                                                L"Wash",
-                                                L"Page0",
-                                                L"#0",
-                                                L"Lines",
-                                                L"Page0",
-                                                L"#0",
-                                                L"Page1",
-                                                L"#0",
-                                                L"Dots",
-                                                L"Page0",
-                                                L"#0",
-                                                L"End Morvane"};
-    EXPECT_EQ(texts(stream), expected);
-    EXPECT_EQ(stream.getMinorVersion(), 5);
-}
-
-TEST_F(KivPropertiesDlgState, WithoutAManagerNothingIsChecked) {
-    writeStream(stream, L"", L"Paint", L"Lines;");
-    const WindowRecord& user = open(&stream);
-    ASSERT_EQ(checkedItems(user), 1);
-    dialog.setData(nullptr);
-    EXPECT_EQ(checkedItems(user), 0);
-    EXPECT_TRUE(KivTestAccess::combinables(dialog).empty());
-}
-
-TEST_F(KivPropertiesDlgState, AnotherManagerTakesTheDialogOver) {
-    writeStream(stream, L"", L"Paint", L"Lines;");
-    const WindowRecord& user = open(&stream);
-    KivMemoryDataManager other;
-    writeStream(other, L"", L"Wash", L"");
-    dialog.setData(&other);
-    EXPECT_EQ(KivTestAccess::base(dialog), &wash);
-    EXPECT_EQ(checkedItems(user), 0);
-    const std::vector<std::wstring> before = texts(stream);
-    dialog.saveData();
-    EXPECT_EQ(texts(stream), before);
-    dialog.setData(nullptr);
-    EXPECT_EQ(KivTestAccess::base(dialog), nullptr);
-    EXPECT_EQ(user.at(Dlg::nonCombinableBox).check, 0);
-    EXPECT_FALSE(user.at(Dlg::nonCombinableTree).enabled);
-    EXPECT_FALSE(user.at(Dlg::pagesTab).visible);
 }
 
 // --- the preview

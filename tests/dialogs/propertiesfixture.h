@@ -13,6 +13,9 @@
 
 #include <algorithm>
 #include <gtest/gtest.h>
+#include <string>
+#include <utility>
+#include <vector>
 
 // Its styles are in two folders of its own.
 class StyleHost : public TestHost {
@@ -95,6 +98,17 @@ protected:
             all.push_back(text(cell));
         }
         return all;
+    }
+    // The next line of a stream that is being read, and whether it is marked.
+    static std::pair<std::wstring, bool> nextLine(KivDataManager& manager) {
+        wchar_t line[kivMaxPath] = {};
+        manager.loadString(line);
+        return {line, manager.isCurrentVaried()};
+    }
+    static int checkedItems(const WindowRecord& user) {
+        const auto& items = user.at(Dlg::combinableTree).items;
+        return static_cast<int>(
+            std::count_if(items.begin(), items.end(), [](const auto& item) { return item.checked; }));
     }
     void writeStyle(const TempFolder& folder, const std::wstring& name, const KivStyleHead& head) {
         ASSERT_TRUE(kivWriteStyleHead(folder.wide("") + L"/" + name + L".kiv", head));

@@ -132,7 +132,7 @@ TEST(KivPageForm, TextsKeepTheirSigns) {
 // Whatever is done to a file, the page has all its controls.
 TEST(KivPageForm, SurvivesAnyFile) {
     RawRandom random(7);
-    const std::string signs("\t\t\n\n|[]#&<>\"\xC3\xFF\x80\x01 aWidth", 27);
+    const std::string signs("\t\t\n\n|[]#&<>\"\xC3\xFF\x80\x01 aWidth");
     for (int round = 0; round < 3000; ++round) {
         std::string file = good;
         for (unsigned int changes = random.below(12); changes > 0; --changes) {

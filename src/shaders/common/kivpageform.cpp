@@ -101,9 +101,8 @@ private:
     // XML has no place for control characters, not even in disguise, nor for what was no UTF-8, which stands here as
     // surrogates.
     static bool isForXml(wchar_t c) {
-        const auto code = static_cast<unsigned long>(c);
-        const bool surrogate = sizeof(wchar_t) > 2 && code >= 0xD800 && code <= 0xDFFF;
-        return (code >= 0x20 || c == L'\t' || c == L'\n') && !surrogate && code != 0xFFFE && code != 0xFFFF;
+        const bool surrogate = sizeof(wchar_t) > 2 && c >= L'\xD800' && c <= L'\xDFFF';
+        return (c >= L' ' || c == L'\t' || c == L'\n') && !surrogate && c != L'\xFFFE' && c != L'\xFFFF';
     }
     void text(const char* name, const std::string& value) {
         if (!value.empty()) {

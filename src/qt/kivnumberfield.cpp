@@ -3,6 +3,7 @@
 #include <QDoubleSpinBox>
 #include <QEvent>
 #include <QHBoxLayout>
+#include <QLineEdit>
 #include <QSlider>
 #include <QWheelEvent>
 
@@ -38,6 +39,8 @@ public:
     using CalmWheel::CalmWheel;
 
     bool varied = false;
+
+    using CalmWheel::lineEdit;
 
 protected:
     QString textFromValue(double value) const override {
@@ -77,6 +80,12 @@ KivNumberField::KivNumberField(QWidget* parent)
     setMaximum(100.0);
     connect(slider, &QSlider::valueChanged, this, &KivNumberField::slide);
     connect(box, &QDoubleSpinBox::valueChanged, this, &KivNumberField::type);
+    // Of several values the box holds one, of which it does not tell when the user types just that.
+    connect(box->lineEdit(), &QLineEdit::textEdited, this, [this](const QString& text) {
+        if (box->varied && box->hasAcceptableInput()) {
+            type(box->valueFromText(text));
+        }
+    });
 }
 
 double KivNumberField::getMinimum() const {

@@ -1,7 +1,6 @@
 #include "qt/kivnumberfield.h"
 
 #include <QDoubleSpinBox>
-#include <QEvent>
 #include <QHBoxLayout>
 #include <QLineEdit>
 #include <QSlider>
@@ -177,12 +176,12 @@ bool KivNumberField::isVaried() const {
     return box->varied;
 }
 
-void KivNumberField::changeEvent(QEvent* event) {
-    QWidget::changeEvent(event);
-    if (event->type() == QEvent::ToolTipChange) {
-        box->setToolTip(toolTip());
-        slider->setToolTip(toolTip());
-    }
+int KivNumberField::getBoxWidth() const {
+    return box->sizeHint().width();
+}
+
+void KivNumberField::setBoxWidth(int width) {
+    box->setMinimumWidth(width);
 }
 
 void KivNumberField::slide(int place) {

@@ -44,12 +44,13 @@ public:
     void setVaried(bool value);
     bool isVaried() const;
 
+    // Of the box beside the slider, in pixels: what it needs at least, and what it gets.
+    int getBoxWidth() const;
+    void setBoxWidth(int width);
+
 signals:
     // By the user.
     void edited();
-
-protected:
-    void changeEvent(QEvent* event) override;
 
 private:
     void slide(int place);

@@ -19,6 +19,8 @@
 #include <QScrollArea>
 #include <QSlider>
 #include <QStringList>
+#include <QTextDocument>
+#include <set>
 
 namespace {
 
@@ -127,6 +129,26 @@ TEST_F(PageWindows, FormsOfAllPlugInsAreUnderstood) {
         warnings.removeAll("This plugin does not support propagateSizeHints()"); // the offscreen platform's own
         EXPECT_TRUE(warnings.isEmpty()) << warnings.join("; ").toStdString();
         dialog.DestroyWindow();
+    }
+}
+
+TEST_F(PageWindows, FieldsStandInColumnsAndTipsHaveSeveralLines) {
+    open(stream);
+    for (unsigned long s = 0; s < KivShader::shaders(); ++s) {
+        KivPageDlg& page = pageOf(KivShader::getByIndex(s));
+        dialog.PositionTabDialog(&page);
+        page.getWindow()->show(true);
+        QWidget* const root = KivQtWindow::widgetOf(page.getWindow());
+        std::set<int> sliders;
+        std::set<int> boxes;
+        for (KivNumberField* const number : root->findChildren<KivNumberField*>()) {
+            sliders.insert(number->mapTo(root, QPoint()).x());
+            const QDoubleSpinBox* const box = number->findChild<QDoubleSpinBox*>();
+            boxes.insert(box->mapTo(root, QPoint()).x());
+            EXPECT_TRUE(Qt::mightBeRichText(number->toolTip())) << "only such tips are broken";
+        }
+        EXPECT_EQ(sliders.size(), 1U);
+        EXPECT_EQ(boxes.size(), 1U);
     }
 }
 

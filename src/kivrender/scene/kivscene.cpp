@@ -147,6 +147,15 @@ void KivScene::getOrderedTriangle(unsigned int index, KivMesh** mesh, int* meshI
     }
 }
 
+void KivScene::removeLines() {
+    lines.clear();
+    polylines.clear();
+}
+
+void KivScene::removePoints() {
+    pointCloud.clear();
+}
+
 void KivScene::empty() {
     meshes.clear();
     lights.clear();

@@ -48,6 +48,9 @@ public:
     // Takes the mesh out without deleting it: it is the caller's then. Later meshes move down by one, which an ordered
     // list does not follow. Does nothing for an index out of range.
     void removeMesh(unsigned int index);
+    // Lines and polylines, which are deleted; points.
+    void removeLines();
+    void removePoints();
     void addLight(KivLight& light);
     void addLine(KivLine& line);
     void addPoint(Kiv3DPoint& point);

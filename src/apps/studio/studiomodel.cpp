@@ -1,0 +1,319 @@
+#include "apps/studio/studiomodel.h"
+
+#include "apps/common/demoscene.h"
+#include "import/scenebuilder.h"
+#include "kivrender/render/kivrenderer.h"
+#include "kivrender/scene/kivbox.h"
+#include "kivrender/scene/kivmesh.h"
+#include "kivrender/settings/kivpagesettings.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <unordered_map>
+
+namespace {
+
+constexpr double pi = 3.14159265358979323846;
+// What is drawn fast enough to follow a hand.
+constexpr std::uint64_t lightTriangles = 150'000;
+constexpr std::uint64_t coarseTriangles = 60'000;
+
+Kiv3DVector between(const Kiv3DPoint& a, const Kiv3DPoint& b) {
+    return {b.x - a.x, b.y - a.y, b.z - a.z};
+}
+Kiv3DVector cross(const Kiv3DVector& a, const Kiv3DVector& b) {
+    return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
+}
+double dot(const Kiv3DVector& a, const Kiv3DVector& b) {
+    return a.x * b.x + a.y * b.y + a.z * b.z;
+}
+
+// Where along the ray the triangle is met, or infinity; both of its sides count. Formula: Möller and Trumbore.
+double meet(const Kiv3DPoint& from, const Kiv3DVector& way, const Kiv3DPoint* corners) {
+    constexpr double never = std::numeric_limits<double>::infinity();
+    const Kiv3DVector a = between(corners[0], corners[1]);
+    const Kiv3DVector b = between(corners[0], corners[2]);
+    const Kiv3DVector p = cross(way, b);
+    const double area = dot(a, p);
+    if (area == 0.0) {
+        return never;
+    }
+    const Kiv3DVector t = between(corners[0], from);
+    const double u = dot(t, p) / area;
+    const Kiv3DVector q = cross(t, a);
+    const double v = dot(way, q) / area;
+    const double along = dot(b, q) / area;
+    return u >= 0.0 && v >= 0.0 && u + v <= 1.0 && along > 0.0 ? along : never;
+}
+
+Kiv3DPoint lowest(const KivBox& box) {
+    return {box.getXMin(), box.getYMin(), box.getZMin()};
+}
+Kiv3DPoint highest(const KivBox& box) {
+    return {box.getXMax(), box.getYMax(), box.getZMax()};
+}
+
+// Sums of the vertices of a cell.
+struct Cell {
+    Kiv3DVector place{0.0, 0.0, 0.0};
+    Kiv3DVector normal{0.0, 0.0, 0.0};
+    unsigned int count = 0;
+};
+
+KivModel builtInModel() {
+    KivModel model;
+    std::vector<kivimport::ModelParts> parts;
+    parts.push_back(makeDemoModel());
+    model.files.emplace_back().path = L"demo";
+    kivimport::assembleModel(parts, KivModelOptions().creaseAngle, model);
+    return model;
+}
+
+StudioLight toStudio(const KivLight& light) {
+    StudioLight own;
+    own.kind = light.getStyle() == KivLight::spotLight    ? StudioLight::Kind::spot
+               : light.getStyle() == KivLight::pointLight ? StudioLight::Kind::point
+                                                          : StudioLight::Kind::directional;
+    own.location = light.getLocation();
+    own.direction = light.getDirection();
+    own.colour = light.getDiffuse();
+    own.angle = std::clamp(light.getSpotAngle() * 180.0 / pi, 0.0, 90.0);
+    return own;
+}
+
+} // namespace
+
+std::unique_ptr<KivMesh> coarseMesh(const KivMesh& mesh, unsigned int wantedTriangles) {
+    const unsigned int triangles = mesh.getNumTriangles();
+    if (triangles <= wantedTriangles) {
+        return std::make_unique<KivMesh>(mesh);
+    }
+    // A surface of size s in cells of size c has about 2 (s/c)^2 triangles, times a few for its folds.
+    const KivBox& box = *mesh.getBoundingBox();
+    const Kiv3DVector size = between(lowest(box), highest(box));
+    const double longest = std::max({size.x, size.y, size.z, 1e-9});
+    const double across = std::clamp(std::sqrt(wantedTriangles / 6.0), 4.0, 1000.0);
+    const double side = longest / across;
+    std::unordered_map<std::uint64_t, unsigned int> numbers;
+    std::vector<Cell> cells;
+    std::vector<unsigned int> cellOf(mesh.getNumVertexs());
+    for (unsigned int i = 0; i < mesh.getNumVertexs(); ++i) {
+        const Kiv3DPoint p = mesh.getVertex(i);
+        const Kiv3DVector inside = between(lowest(box), p);
+        const auto along = [&](double v) { return static_cast<std::uint64_t>(std::clamp(v / side, 0.0, 2000.0)); };
+        const std::uint64_t key = along(inside.x) << 42 | along(inside.y) << 21 | along(inside.z);
+        const auto [found, isNew] = numbers.try_emplace(key, static_cast<unsigned int>(cells.size()));
+        if (isNew) {
+            cells.emplace_back();
+        }
+        Cell& cell = cells[found->second];
+        cell.place = {cell.place.x + p.x, cell.place.y + p.y, cell.place.z + p.z};
+        if (mesh.hasNormals()) {
+            const Kiv3DVector n = mesh.getNormal(i);
+            cell.normal = {cell.normal.x + n.x, cell.normal.y + n.y, cell.normal.z + n.z};
+        }
+        ++cell.count;
+        cellOf[i] = found->second;
+    }
+    auto coarse = std::make_unique<KivMesh>();
+    coarse->reserveVertexs(static_cast<unsigned int>(cells.size()));
+    for (Cell& cell : cells) {
+        const Kiv3DPoint place(cell.place.x / cell.count, cell.place.y / cell.count, cell.place.z / cell.count);
+        if (mesh.hasNormals()) {
+            // Where the two sides of a thin part cancel out any way will do.
+            if (cell.normal.norm() == 0.0) {
+                cell.normal = {0.0, 0.0, 1.0};
+            }
+            cell.normal.normalice();
+            coarse->addVertex(place, cell.normal);
+        } else {
+            coarse->addVertex(place);
+        }
+    }
+    for (unsigned int t = 0; t < triangles; ++t) {
+        unsigned int corner[3] = {};
+        mesh.getTriangle(corner, t);
+        const unsigned int a = cellOf[corner[0]];
+        const unsigned int b = cellOf[corner[1]];
+        const unsigned int c = cellOf[corner[2]];
+        if (a != b && b != c && c != a) {
+            coarse->addTriangle(a, b, c);
+        }
+    }
+    if (const KivMaterial* const material = mesh.getMaterial()) {
+        KivMaterial copy = *material;
+        coarse->setMaterial(copy);
+    }
+    return coarse;
+}
+
+StudioModel::StudioModel() : imported(builtInModel()) {
+    prepare();
+}
+
+bool StudioModel::load(const StudioState& state, std::wstring* message) {
+    KivModel read;
+    if (state.models.empty()) {
+        read = builtInModel();
+    } else {
+        KivModelOptions options;
+        options.upAxis = state.upAxis == 'z'   ? KivModelOptions::Axis::z
+                         : state.upAxis == 'y' ? KivModelOptions::Axis::y
+                                               : KivModelOptions::Axis::byFormat;
+        if (!kivImportModels(state.models, options, read, *message)) {
+            return false;
+        }
+    }
+    imported = std::move(read);
+    prepare();
+    return true;
+}
+
+void StudioModel::prepare() {
+    all = scenePoints(*imported.scene);
+    coarse.reset();
+    if (triangles() > lightTriangles) {
+        coarse.emplace();
+        for (unsigned int i = 0; i < imported.scene->numMeshes(); ++i) {
+            const KivMesh& mesh = *imported.scene->getMesh(i);
+            const auto part = static_cast<unsigned int>(coarseTriangles * mesh.getNumTriangles() / triangles());
+            coarse->addMesh(coarseMesh(mesh, std::max(part, 200U)).release());
+        }
+    }
+}
+
+const KivModel& StudioModel::model() const {
+    return imported;
+}
+
+const std::vector<Kiv3DPoint>& StudioModel::points() const {
+    return all;
+}
+
+std::uint64_t StudioModel::triangles() const {
+    std::uint64_t count = 0;
+    for (const KivModelFileInfo& file : imported.files) {
+        count += file.triangles;
+    }
+    return count;
+}
+
+int StudioModel::numMeshes() const {
+    return static_cast<int>(imported.scene->numMeshes());
+}
+
+std::vector<Kiv3DPoint> StudioModel::corners(int mesh) const {
+    if (mesh < 0 || mesh >= numMeshes()) {
+        return {};
+    }
+    const KivBox& box = *imported.scene->getMesh(static_cast<unsigned int>(mesh))->getBoundingBox();
+    const Kiv3DPoint ends[2] = {lowest(box), highest(box)};
+    std::vector<Kiv3DPoint> list;
+    for (int i = 0; i < 8; ++i) {
+        list.emplace_back(ends[i & 1].x, ends[i >> 1 & 1].y, ends[i >> 2 & 1].z);
+    }
+    return list;
+}
+
+int StudioModel::pick(const Kiv3DPoint& from, const Kiv3DVector& way) const {
+    int found = -1;
+    double nearest = std::numeric_limits<double>::infinity();
+    for (int m = 0; m < numMeshes(); ++m) {
+        const KivMesh& mesh = *imported.scene->getMesh(static_cast<unsigned int>(m));
+        for (unsigned int t = 0; t < mesh.getNumTriangles(); ++t) {
+            Kiv3DPoint corner[3];
+            mesh.getTriangle(corner, t);
+            const double along = meet(from, way, corner);
+            if (along < nearest) {
+                nearest = along;
+                found = m;
+            }
+        }
+    }
+    return found;
+}
+
+std::vector<KivLight> StudioModel::lights(const StudioState& state) const {
+    std::vector<KivLight> list;
+    if (state.hasLights) {
+        for (const StudioLight& light : state.lights) {
+            list.push_back(light.toLight(all));
+        }
+        return list;
+    }
+    return imported.lights.empty() ? defaultLights(state.camera.axes(), all) : imported.lights;
+}
+
+std::vector<StudioLight> StudioModel::ownLights(const StudioState& state) const {
+    if (state.hasLights) {
+        return state.lights;
+    }
+    std::vector<StudioLight> list;
+    for (const KivLight& light : lights(state)) {
+        list.push_back(toStudio(light));
+    }
+    return list;
+}
+
+KivScene StudioModel::scene(const StudioState& state, bool simplified) const {
+    KivScene scene(simplified && coarse ? *coarse : *imported.scene);
+    if (state.options.doRenderIsoparams() == 0) {
+        scene.removeLines();
+    }
+    if (!state.options.doRenderDim()) {
+        scene.removePoints();
+    }
+    for (KivLight& light : lights(state)) {
+        scene.addLight(light);
+    }
+    return scene;
+}
+
+void StudioModel::placeCamera(StudioCamera* camera, double aspect) const {
+    StudioCamera placed;
+    placed.up = imported.up;
+    placed.sanitize();
+    if (!imported.cameras.empty()) {
+        const KivModelCamera& own = imported.cameras.front();
+        if (own.verticalFov > 0.0) {
+            placed.fov = own.verticalFov;
+        }
+        placed.follow(own.location, own.direction, all);
+        if (own.orthoHeight > 0.0) {
+            placed.parallel = true;
+            placed.distance = own.orthoHeight / (2.0 * std::tan(placed.fov * pi / 360.0));
+        }
+    } else {
+        placed.look(StudioView::threeQuarter);
+        placed.fit(all, aspect);
+    }
+    placed.sanitize();
+    *camera = placed;
+}
+
+StudioModel::OwnLooks::OwnLooks(const StudioModel& model, const StudioState& state) {
+    KivRenderer reader;
+    for (const auto& [index, stream] : state.objects) {
+        if (index < model.numMeshes()) {
+            KivMesh* const mesh = model.imported.scene->getMesh(static_cast<unsigned int>(index));
+            KivMemoryDataManager cells(stream);
+            reader.loadDataToObject(mesh, &cells); // what it can't read is left to the document's look
+            meshes.push_back(mesh);
+        }
+    }
+}
+
+StudioModel::OwnLooks::~OwnLooks() {
+    for (KivMesh* const mesh : meshes) {
+        // Forgotten pages are not deleted by the mesh.
+        std::vector<const KivPageSettings*> pages;
+        for (int i = 0; i < mesh->getNumPageSettings(); ++i) {
+            pages.push_back(mesh->getPageSettings(i));
+        }
+        mesh->deleteSettings();
+        for (const KivPageSettings* const page : pages) {
+            delete page;
+        }
+    }
+}

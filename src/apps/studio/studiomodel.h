@@ -1,0 +1,65 @@
+// The model of a document, ready to be drawn again and again.
+#ifndef APPS_STUDIO_STUDIOMODEL_H
+#define APPS_STUDIO_STUDIOMODEL_H
+
+#include "apps/studio/studiostate.h"
+#include "import/kivmodelimport.h"
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+class StudioModel {
+public:
+    // The built-in scene.
+    StudioModel();
+
+    // Reads the models of the state, or the built-in scene without any. False with one line in message, and all as it
+    // was, if any of them can't be read.
+    bool load(const StudioState& state, std::wstring* message);
+
+    const KivModel& model() const;
+    const std::vector<Kiv3DPoint>& points() const;
+    std::uint64_t triangles() const;
+    int numMeshes() const;
+    // The bounds of one mesh, as its corners; empty for an index without a mesh.
+    std::vector<Kiv3DPoint> corners(int mesh) const;
+    // The mesh that a ray meets first, -1 for none.
+    int pick(const Kiv3DPoint& from, const Kiv3DVector& way) const;
+
+    // A scene to render, which shares the meshes: with the state's lights, lines and points. simplified: with a coarse
+    // copy of large models, to be drawn many times a second.
+    KivScene scene(const StudioState& state, bool simplified) const;
+    std::vector<KivLight> lights(const StudioState& state) const;
+    // The lights that are in force, as the user's own.
+    std::vector<StudioLight> ownLights(const StudioState& state) const;
+
+    // Moves the camera as the model wants it: its own camera, else framed from a three-quarter view.
+    void placeCamera(StudioCamera* camera, double aspect) const;
+
+    // Gives the meshes the shaders and settings of their own streams, and takes them away again at its end.
+    class OwnLooks {
+    public:
+        OwnLooks(const StudioModel& model, const StudioState& state);
+        ~OwnLooks();
+        OwnLooks(const OwnLooks&) = delete;
+        OwnLooks& operator=(const OwnLooks&) = delete;
+
+    private:
+        std::vector<KivMesh*> meshes;
+    };
+
+private:
+    void prepare();
+
+    KivModel imported;
+    std::vector<Kiv3DPoint> all;
+    std::optional<KivScene> coarse;
+};
+
+// A mesh of about that many triangles or fewer with the shape of the other: vertices that fall into one cell of a grid
+// become one. A mesh that is small enough comes out as it is. Takes time in proportion to the triangles.
+std::unique_ptr<KivMesh> coarseMesh(const KivMesh& mesh, unsigned int wantedTriangles);
+
+#endif

@@ -1,0 +1,57 @@
+// Renders of the open document. One at a time, on the thread of the windows: a render that is asked for while another
+// runs is refused.
+#ifndef APPS_STUDIO_STUDIORENDERER_H
+#define APPS_STUDIO_STUDIORENDERER_H
+
+#include "apps/studio/studiomodel.h"
+#include "apps/studio/studioprogress.h"
+#include "kivrender/render/kivbitmapmanager.h"
+#include "kivrender/render/kivrenderer.h"
+
+#include <QImage>
+#include <QSize>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+class StudioHost;
+
+struct StudioPicture {
+    bool done = false;
+    bool cancelled = false;
+    bool saved = false; // the file that the options ask for was written
+    QImage image;       // null for a vector drawing
+    std::vector<std::wstring> messages;
+    double milliseconds = 0.0;
+};
+
+class StudioRenderer {
+public:
+    explicit StudioRenderer(StudioHost& host);
+
+    bool isBusy() const;
+
+    enum class Purpose {
+        motion,  // as fast as can be: plain passes, a coarse model
+        settled, // as the picture will be, but for its smoothness; no files
+        final    // all that the options ask for
+    };
+    StudioPicture render(const StudioModel& model, const StudioState& state, QSize size, Purpose purpose,
+                         StudioProgress& progress);
+
+    // What a running render has drawn so far; null if that can't be looked at.
+    QImage growing();
+
+private:
+    KivCommonSettings settingsFor(const StudioState& state, Purpose purpose) const;
+    bool renderOnce(const StudioModel& model, const StudioState& state, QSize size, Purpose purpose,
+                    KivCommonSettings settings);
+
+    StudioHost& host;
+    KivRenderer renderer;
+    std::unique_ptr<KivBitmapManager> surface;
+    bool busy = false;
+};
+
+#endif

@@ -1,0 +1,454 @@
+#include "apps/studio/studiostate.h"
+
+#include "kivrender/platform/kivtext.h"
+#include "qt/kivqttext.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QSaveFile>
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace {
+
+constexpr double pi = 3.14159265358979323846;
+constexpr int formatNumber = 1;
+// Far more than any document has: what is beyond was not written by us.
+constexpr qint64 largestFile = 64 << 20;
+constexpr int mostCells = 200'000;
+constexpr int mostLights = 1000;
+constexpr int mostObjects = 1'000'000;
+constexpr int largestSize = 1 << 20;
+
+QJsonArray toArray(double x, double y, double z) {
+    return {x, y, z};
+}
+
+// --- numbers that JSON has no form for
+
+QJsonValue toValue(double number) {
+    if (std::isnan(number)) {
+        return QStringLiteral("nan");
+    }
+    if (std::isinf(number)) {
+        return number > 0 ? QStringLiteral("inf") : QStringLiteral("-inf");
+    }
+    return number;
+}
+
+double toNumber(const QJsonValue& value, double otherwise = 0.0) {
+    if (value.isString()) {
+        const QString text = value.toString();
+        return text == QLatin1String("nan")    ? std::numeric_limits<double>::quiet_NaN()
+               : text == QLatin1String("inf")  ? std::numeric_limits<double>::infinity()
+               : text == QLatin1String("-inf") ? -std::numeric_limits<double>::infinity()
+                                               : otherwise;
+    }
+    return value.toDouble(otherwise);
+}
+
+double finite(const QJsonValue& value, double otherwise) {
+    const double number = toNumber(value, otherwise);
+    return std::isfinite(number) ? number : otherwise;
+}
+
+template <class Triple> Triple toTriple(const QJsonValue& value, const Triple& otherwise) {
+    const QJsonArray array = value.toArray();
+    return array.size() == 3
+               ? Triple(finite(array[0], otherwise.x), finite(array[1], otherwise.y), finite(array[2], otherwise.z))
+               : otherwise;
+}
+
+// --- colours
+
+QString colourText(std::uint32_t colour) {
+    return QStringLiteral("#%1").arg((colour & 0xFF) << 16 | (colour & 0xFF00) | (colour >> 16 & 0xFF), 6, 16,
+                                     QLatin1Char('0'));
+}
+
+std::uint32_t toColour(const QJsonValue& value, std::uint32_t otherwise) {
+    const QString text = value.toString();
+    bool good = false;
+    const std::uint32_t rgb = text.size() == 7 && text[0] == QLatin1Char('#') ? text.mid(1).toUInt(&good, 16) : 0;
+    return good ? (rgb & 0xFF) << 16 | (rgb & 0xFF00) | rgb >> 16 : otherwise;
+}
+
+// --- streams: each cell is its kind and its value
+
+struct CellKind {
+    KivProperty::propertyType type;
+    const char* name;
+};
+constexpr CellKind cellKinds[] = {{KivProperty::Int, "int"},
+                                  {KivProperty::Float, "float"},
+                                  {KivProperty::Double, "double"},
+                                  {KivProperty::Bool, "bool"},
+                                  {KivProperty::Char, "char"},
+                                  {KivProperty::String, "text"},
+                                  {KivProperty::UnsignedShort, "short"},
+                                  {KivProperty::UnsignedLong, "long"}};
+
+template <class T> T valueOf(const KivProperty& cell) {
+    T value{};
+    cell.getValue(value);
+    return value;
+}
+
+QJsonValue cellValue(const KivProperty& cell) {
+    switch (cell.getType()) {
+    case KivProperty::Int:
+        return valueOf<int>(cell);
+    case KivProperty::Float:
+        return toValue(static_cast<double>(valueOf<float>(cell)));
+    case KivProperty::Double:
+        return toValue(valueOf<double>(cell));
+    case KivProperty::Bool:
+        return valueOf<bool>(cell);
+    case KivProperty::Char:
+        return static_cast<int>(valueOf<char>(cell));
+    case KivProperty::String:
+        return kivToQt(valueOf<std::wstring>(cell));
+    case KivProperty::UnsignedShort:
+        return static_cast<int>(valueOf<unsigned short>(cell));
+    case KivProperty::UnsignedLong:
+        return static_cast<qint64>(valueOf<std::uint32_t>(cell));
+    case KivProperty::Void:
+        break;
+    }
+    return {};
+}
+
+QJsonArray streamArray(const KivMemoryDataManager& stream) {
+    QJsonArray array;
+    for (const KivProperty& cell : stream.getCells()) {
+        for (const CellKind& kind : cellKinds) {
+            if (kind.type == cell.getType()) {
+                array.append(QJsonArray{QLatin1String(kind.name), cellValue(cell)});
+            }
+        }
+    }
+    return array;
+}
+
+template <class T> T within(const QJsonValue& value) {
+    const double number = std::trunc(finite(value, 0.0));
+    return static_cast<T>(std::clamp(number, static_cast<double>(std::numeric_limits<T>::min()),
+                                     static_cast<double>(std::numeric_limits<T>::max())));
+}
+
+bool appendCell(KivMemoryDataManager& stream, const QString& kind, const QJsonValue& value) {
+    if (kind == QLatin1String("int")) {
+        return stream.saveInt(within<int>(value));
+    }
+    if (kind == QLatin1String("float")) {
+        return stream.saveFloat(static_cast<float>(toNumber(value)));
+    }
+    if (kind == QLatin1String("double")) {
+        return stream.saveDouble(toNumber(value));
+    }
+    if (kind == QLatin1String("bool")) {
+        return stream.saveBool(value.toBool());
+    }
+    if (kind == QLatin1String("char")) {
+        return stream.saveChar(within<char>(value));
+    }
+    if (kind == QLatin1String("text")) {
+        return stream.saveString(kivFromQt(value.toString()).c_str());
+    }
+    if (kind == QLatin1String("short")) {
+        return stream.saveUnsignedShort(within<unsigned short>(value));
+    }
+    return kind == QLatin1String("long") && stream.saveUnsignedLong(within<std::uint32_t>(value));
+}
+
+bool readStream(const QJsonValue& value, KivMemoryDataManager* stream) {
+    if (!value.isArray() || value.toArray().size() > mostCells) {
+        return false;
+    }
+    KivMemoryDataManager read;
+    read.setSaving();
+    for (const QJsonValue& cell : value.toArray()) {
+        const QJsonArray pair = cell.toArray();
+        if (pair.size() != 2 || !appendCell(read, pair[0].toString(), pair[1])) {
+            return false;
+        }
+    }
+    *stream = read;
+    return true;
+}
+
+// --- the options, one by one
+
+QJsonObject optionsObject(const KivCommonSettings& o) {
+    return {{"antialias", o.getAntialias()},
+            {"customSize", o.getCustomSize()},
+            {"size", QJsonArray{o.getResolution().cx, o.getResolution().cy}},
+            {"ambient", colourText(o.getAmbientLight())},
+            {"background", colourText(o.getBackgroundColor())},
+            {"backgroundImage", kivToQt(o.getBackgroundImage())},
+            {"paper", kivToQt(o.getPaperImage())},
+            {"vector", o.doVectorial()},
+            {"transparency", o.doTransparencies()},
+            {"shadows", o.doShadows()},
+            {"vectorSpeed", o.getVectorialSpeed()},
+            {"lines", o.doRenderIsoparams() != 0},
+            {"points", o.doRenderDim()},
+            {"saveShadows", o.doSaveShadows()},
+            {"saveDepth", o.doSaveDepth()},
+            {"saveImage", o.doSaveRender()},
+            {"imageFile", kivToQt(o.getSaveRenderFile())},
+            {"vectorFile", kivToQt(o.getSaveVectorFile())},
+            {"simplify", o.doVectorSimplify()},
+            {"offset", o.getPolygonOffset()}};
+}
+
+// A path that the settings can hold whole.
+std::wstring pathIn(const QJsonValue& value) {
+    std::wstring path = kivFromQt(value.toString());
+    return path.size() < kivMaxPath ? path : std::wstring();
+}
+
+KivCommonSettings readOptions(const QJsonObject& json) {
+    KivCommonSettings o = StudioState::fresh().options;
+    const auto flag = [&](const char* key, bool otherwise) { return json[QLatin1String(key)].toBool(otherwise); };
+    o.setAntialias(std::clamp(json["antialias"].toInt(o.getAntialias()), 0, 2));
+    o.setCustomSize(flag("customSize", o.getCustomSize()));
+    if (const QJsonArray size = json["size"].toArray(); size.size() == 2) {
+        o.setResolution({std::clamp(size[0].toInt(), 1, largestSize), std::clamp(size[1].toInt(), 1, largestSize)});
+    }
+    o.setAmbientLight(toColour(json["ambient"], o.getAmbientLight()));
+    o.setBackgroundColor(toColour(json["background"], o.getBackgroundColor()));
+    o.setBackgroundImage(pathIn(json["backgroundImage"]).c_str());
+    o.setPaperImage(pathIn(json["paper"]).c_str());
+    o.setVectorial(flag("vector", false));
+    o.setTransparencies(flag("transparency", false));
+    o.setShadows(flag("shadows", false));
+    o.setVectorialSpeed(std::clamp(json["vectorSpeed"].toInt(), 0, 1));
+    o.setRenderIsoparams(flag("lines", true));
+    o.setRenderDim(flag("points", true));
+    o.setSaveShadows(flag("saveShadows", false));
+    o.setSaveDepth(flag("saveDepth", false));
+    o.setSaveRender(flag("saveImage", false));
+    o.setSaveRenderFile(pathIn(json["imageFile"]).c_str());
+    o.setSaveVectorFile(pathIn(json["vectorFile"]).c_str());
+    o.setVectorSimplify(flag("simplify", false));
+    o.setPolygonOffset(std::clamp(finite(json["offset"], o.getPolygonOffset()), 0.0, 1e6));
+    return o;
+}
+
+// --- camera and lights
+
+QJsonObject cameraObject(const StudioCamera& c) {
+    return {{"target", toArray(c.target.x, c.target.y, c.target.z)},
+            {"distance", c.distance},
+            {"yaw", c.yaw},
+            {"pitch", c.pitch},
+            {"up", c.up.z > c.up.y ? "z" : "y"},
+            {"fov", c.fov},
+            {"parallel", c.parallel}};
+}
+
+StudioCamera readCamera(const QJsonObject& json) {
+    StudioCamera c;
+    c.target = toTriple(json["target"], c.target);
+    c.distance = finite(json["distance"], c.distance);
+    c.yaw = finite(json["yaw"], c.yaw);
+    c.pitch = finite(json["pitch"], c.pitch);
+    c.up = json["up"].toString() == QLatin1String("z") ? Kiv3DVector(0.0, 0.0, 1.0) : Kiv3DVector(0.0, 1.0, 0.0);
+    c.fov = finite(json["fov"], c.fov);
+    c.parallel = json["parallel"].toBool();
+    c.sanitize();
+    return c;
+}
+
+constexpr const char* lightKinds[] = {"directional", "point", "spot"};
+
+QJsonObject lightObject(const StudioLight& light) {
+    return {{"kind", lightKinds[static_cast<int>(light.kind)]},
+            {"location", toArray(light.location.x, light.location.y, light.location.z)},
+            {"direction", toArray(light.direction.x, light.direction.y, light.direction.z)},
+            {"colour", colourText(light.colour)},
+            {"angle", light.angle}};
+}
+
+StudioLight readLight(const QJsonObject& json) {
+    StudioLight light;
+    for (int i = 0; i < 3; ++i) {
+        if (json["kind"].toString() == QLatin1String(lightKinds[i])) {
+            light.kind = static_cast<StudioLight::Kind>(i);
+        }
+    }
+    light.location = toTriple(json["location"], light.location);
+    light.direction = toTriple(json["direction"], light.direction);
+    light.colour = toColour(json["colour"], light.colour);
+    light.angle = std::clamp(finite(json["angle"], light.angle), 0.0, 90.0);
+    return light;
+}
+
+constexpr const char* ourKeys[] = {"selvarin", "models", "upAxis", "camera", "lights", "options", "look", "objects"};
+
+} // namespace
+
+KivLight StudioLight::toLight(const std::vector<Kiv3DPoint>& points) const {
+    KivLight light;
+    if (kind == Kind::directional) {
+        light = directionalLight(direction, points);
+    } else {
+        light.setStyle(kind == Kind::spot ? KivLight::spotLight : KivLight::pointLight);
+        light.setLocation(location);
+        light.setDirection(direction);
+        light.setAttenuation(Kiv3DVector(1.0, 0.0, 0.0));
+        light.setSpotAngle(angle * pi / 180.0); // in radians, as the incidence of light is worked out in them
+    }
+    light.setDiffuse(colour);
+    light.setSpecular(colour);
+    return light;
+}
+
+StudioState StudioState::fresh() {
+    StudioState state;
+    state.options.setBackgroundColor(0xFFFFFF);
+    state.options.setAmbientLight(0x404040);
+    state.options.setResolution({1280, 960});
+    state.options.setRenderIsoparams(true);
+    state.options.setRenderDim(true);
+    return state;
+}
+
+QJsonObject StudioState::toJson(const QString& folder) const {
+    QJsonObject json = unknown;
+    json["selvarin"] = formatNumber;
+    QJsonArray paths;
+    for (const std::wstring& model : models) {
+        QJsonObject entry{{"path", kivToQt(model)}};
+        if (!folder.isEmpty()) {
+            entry["relative"] = QDir(folder).relativeFilePath(kivToQt(model));
+        }
+        paths.append(entry);
+    }
+    json["models"] = paths;
+    json["upAxis"] = upAxis == 'z' ? "z" : upAxis == 'y' ? "y" : "";
+    json["camera"] = cameraObject(camera);
+    if (hasLights) {
+        QJsonArray array;
+        for (const StudioLight& light : lights) {
+            array.append(lightObject(light));
+        }
+        json["lights"] = array;
+    }
+    json["options"] = optionsObject(options);
+    json["look"] = streamArray(look);
+    QJsonObject streams;
+    for (const auto& [mesh, stream] : objects) {
+        streams[QString::number(mesh)] = streamArray(stream);
+    }
+    json["objects"] = streams;
+    return json;
+}
+
+bool StudioState::fromJson(const QJsonObject& json, const QString& folder, QString* why) {
+    const int number = json["selvarin"].toInt();
+    if (number < 1) {
+        *why = QStringLiteral("it is no Selvarin document");
+        return false;
+    }
+    if (number > formatNumber) {
+        *why = QStringLiteral("it was written by a newer version of Selvarin");
+        return false;
+    }
+    StudioState read = fresh();
+    for (const QJsonValue& entry : json["models"].toArray()) {
+        const QString path = entry["path"].toString();
+        const QString relative = entry["relative"].toString();
+        // A document that was moved together with its models finds them beside it.
+        const QString beside = QDir(folder).absoluteFilePath(relative);
+        const bool moved = !folder.isEmpty() && !relative.isEmpty() && QFileInfo::exists(beside);
+        const QString chosen = moved ? QDir::cleanPath(beside) : path;
+        if (chosen.isEmpty() || chosen.contains(QChar(0))) {
+            *why = QStringLiteral("a model in it has no name");
+            return false;
+        }
+        read.models.push_back(kivFromQt(chosen));
+    }
+    const QString axis = json["upAxis"].toString();
+    read.upAxis = axis == QLatin1String("z") ? 'z' : axis == QLatin1String("y") ? 'y' : 0;
+    read.camera = readCamera(json["camera"].toObject());
+    read.hasLights = json["lights"].isArray();
+    const QJsonArray lightArray = json["lights"].toArray();
+    if (lightArray.size() > mostLights) {
+        *why = QStringLiteral("it has more than %1 lights").arg(mostLights);
+        return false;
+    }
+    for (const QJsonValue& light : lightArray) {
+        read.lights.push_back(readLight(light.toObject()));
+    }
+    read.options = readOptions(json["options"].toObject());
+    if (!readStream(json["look"], &read.look)) {
+        *why = QStringLiteral("the settings of its look are damaged");
+        return false;
+    }
+    const QJsonObject streams = json["objects"].toObject();
+    for (auto i = streams.begin(); i != streams.end(); ++i) {
+        bool good = false;
+        const int mesh = i.key().toInt(&good);
+        KivMemoryDataManager stream;
+        if (!good || mesh < 0 || mesh >= mostObjects || !readStream(i.value(), &stream)) {
+            *why = QStringLiteral("the settings of one of its objects are damaged");
+            return false;
+        }
+        read.objects[mesh] = stream;
+    }
+    read.unknown = json;
+    for (const char* const key : ourKeys) {
+        read.unknown.remove(QLatin1String(key));
+    }
+    *this = read;
+    return true;
+}
+
+bool StudioState::operator==(const StudioState& other) const {
+    return toJson() == other.toJson();
+}
+
+bool saveStudioDocument(const QString& file, const StudioState& state, QString* why) {
+    const QByteArray bytes = QJsonDocument(state.toJson(QFileInfo(file).absolutePath())).toJson();
+    QSaveFile out(file);
+    if (!out.open(QIODevice::WriteOnly) || out.write(bytes) != bytes.size() || !out.commit()) {
+        *why = QStringLiteral("%1: %2").arg(file, out.errorString());
+        return false;
+    }
+    return true;
+}
+
+bool loadStudioDocument(const QString& file, StudioState* state, QString* why) {
+    QFile in(file);
+    if (!in.open(QIODevice::ReadOnly)) {
+        *why = QStringLiteral("%1: %2").arg(file, in.errorString());
+        return false;
+    }
+    // A device or a pipe may have no end.
+    const QByteArray bytes = in.read(largestFile + 1);
+    if (bytes.size() > largestFile) {
+        *why = QStringLiteral("%1: it is too large for a document").arg(file);
+        return false;
+    }
+    QJsonParseError problem;
+    const QJsonDocument document = QJsonDocument::fromJson(bytes, &problem);
+    if (!document.isObject()) {
+        const QString what = problem.error != QJsonParseError::NoError ? problem.errorString()
+                                                                       : QStringLiteral("it is no Selvarin document");
+        *why = QStringLiteral("%1: %2").arg(file, what);
+        return false;
+    }
+    QString reason;
+    if (!state->fromJson(document.object(), QFileInfo(file).absolutePath(), &reason)) {
+        *why = QStringLiteral("%1: %2").arg(file, reason);
+        return false;
+    }
+    return true;
+}

@@ -1,0 +1,57 @@
+// Everything that a document keeps, as one value: it is what undo steps through, what a file and a recovery file hold.
+#ifndef APPS_STUDIO_STUDIOSTATE_H
+#define APPS_STUDIO_STUDIOSTATE_H
+
+#include "apps/studio/studiocamera.h"
+#include "kivrender/settings/kivcommonsettings.h"
+#include "kivrender/settings/kivmemorydatamanager.h"
+
+#include <QJsonObject>
+#include <QString>
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <vector>
+
+struct StudioLight {
+    enum class Kind { directional, point, spot };
+
+    Kind kind = Kind::directional;
+    Kiv3DPoint location{0.0, 100.0, 100.0}; // scene coordinates; of a directional light it has no meaning
+    Kiv3DVector direction{0.0, -1.0, -1.0}; // the way that it shines; of a point light it has no meaning
+    std::uint32_t colour = 0xFFFFFF;        // red in the low byte
+    double angle = 30.0;                    // degrees from the axis to the edge of a spot, 0 to 90
+
+    KivLight toLight(const std::vector<Kiv3DPoint>& points) const;
+};
+
+struct StudioState {
+    std::vector<std::wstring> models; // absolute paths; none: the built-in scene
+    int upAxis = 0;                   // 'y', 'z', or 0 for what the format says
+    StudioCamera camera;
+    // The user's own lights; without them the model's, else one that comes over the viewer's shoulder.
+    bool hasLights = false;
+    std::vector<StudioLight> lights;
+    KivCommonSettings options;
+    KivMemoryDataManager look;                   // the document's settings stream
+    std::map<int, KivMemoryDataManager> objects; // the streams of meshes that have one of their own, by mesh
+    QJsonObject unknown;                         // what a newer program has written into the document
+
+    // A new document: a white ground, lines and points drawn, four times smoothed, in the default look.
+    static StudioState fresh();
+
+    // folder: where the document is to stand; models are also named as seen from there. Empty for no such names.
+    QJsonObject toJson(const QString& folder = {}) const;
+    // False, with the state as it was and one line in *why, for what is no document. Values out of range are brought
+    // into it.
+    bool fromJson(const QJsonObject& json, const QString& folder, QString* why);
+
+    bool operator==(const StudioState& other) const;
+};
+
+// Write and read a document's file. False with one line in *why; the old file then stays, and the state too.
+bool saveStudioDocument(const QString& file, const StudioState& state, QString* why);
+bool loadStudioDocument(const QString& file, StudioState* state, QString* why);
+
+#endif

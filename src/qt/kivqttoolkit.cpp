@@ -115,21 +115,43 @@ bool KivQtToolkit::pickFolder(HWND owner, const std::wstring& title, std::wstrin
 }
 
 unsigned int KivQtToolkit::startTimer(unsigned int milliseconds, std::function<void()> callback) {
-    auto timer = std::make_unique<QTimer>();
-    QObject::connect(timer.get(), &QTimer::timeout, timer.get(), [callback = std::move(callback)] {
-        const auto called = callback; // it may stop its own timer
+    const unsigned int number = ++lastTimer;
+    auto clock = std::make_unique<QTimer>();
+    QObject::connect(clock.get(), &QTimer::timeout, clock.get(), [this, number] { fire(number); });
+    clock->start(static_cast<int>(milliseconds));
+    timers[number] = {std::move(clock), std::move(callback)};
+    return number;
+}
+
+void KivQtToolkit::fire(unsigned int number) {
+    const auto found = timers.find(number);
+    if (found == timers.end()) {
+        return;
+    }
+    found->second.isDue = held;
+    if (!held) {
+        const auto called = found->second.callback; // it may stop its own timer
         called();
-    });
-    timer->start(static_cast<int>(milliseconds));
-    timers[++lastTimer] = std::move(timer);
-    return lastTimer;
+    }
+}
+
+void KivQtToolkit::holdTimers(bool hold) {
+    held = hold;
+    if (hold) {
+        return;
+    }
+    for (const auto& [number, timer] : timers) {
+        if (timer.isDue) {
+            QTimer::singleShot(0, timer.clock.get(), [this, due = number] { fire(due); });
+        }
+    }
 }
 
 void KivQtToolkit::stopTimer(unsigned int timer) {
     const auto found = timers.find(timer);
     if (found != timers.end()) {
-        found->second->stop();
-        found->second.release()->deleteLater(); // it may be the one that fires
+        found->second.clock->stop();
+        found->second.clock.release()->deleteLater(); // it may be the one that fires
         timers.erase(found);
     }
 }

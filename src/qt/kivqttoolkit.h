@@ -23,8 +23,21 @@ public:
     void stopTimer(unsigned int timer) override;
     std::unique_ptr<KivWindow> createWindow(HINSTANCE resources, unsigned int id, HWND parent) override;
 
+    // While timers are held, as during a render that lets events through, one that comes due fires when they are held
+    // no longer.
+    void holdTimers(bool hold);
+
 private:
-    std::map<unsigned int, std::unique_ptr<QTimer>> timers;
+    struct Timer {
+        std::unique_ptr<QTimer> clock;
+        std::function<void()> callback;
+        bool isDue = false;
+    };
+
+    void fire(unsigned int number);
+
+    std::map<unsigned int, Timer> timers;
+    bool held = false;
     unsigned int lastTimer = 0;
 };
 

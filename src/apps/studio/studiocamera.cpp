@@ -97,28 +97,28 @@ void StudioCamera::zoom(double factor, double x, double y, double viewHeight) {
     sanitize();
 }
 
-void StudioCamera::look(StudioView view) {
+void StudioCamera::look(StudioSide view) {
     yaw = 0.0;
     pitch = 0.0;
     switch (view) {
-    case StudioView::front:
+    case StudioSide::front:
         break;
-    case StudioView::back:
+    case StudioSide::back:
         yaw = pi;
         break;
-    case StudioView::right:
+    case StudioSide::right:
         yaw = pi / 2.0;
         break;
-    case StudioView::left:
+    case StudioSide::left:
         yaw = -pi / 2.0;
         break;
-    case StudioView::top:
+    case StudioSide::top:
         pitch = pi / 2.0;
         break;
-    case StudioView::bottom:
+    case StudioSide::bottom:
         pitch = -pi / 2.0;
         break;
-    case StudioView::threeQuarter:
+    case StudioSide::threeQuarter:
         follow(eye(), threeQuarterDirection(up), {target});
         break;
     }

@@ -7,7 +7,7 @@
 
 #include <vector>
 
-enum class StudioView { front, back, left, right, top, bottom, threeQuarter };
+enum class StudioSide { front, back, left, right, top, bottom, threeQuarter };
 
 struct StudioCamera {
     Kiv3DPoint target{0.0, 0.0, 0.0};
@@ -31,7 +31,7 @@ struct StudioCamera {
     // Goes nearer by the factor (above 1) or away; what is under the place, in pixels from the view's middle with y
     // down, stays under it.
     void zoom(double factor, double x, double y, double viewHeight);
-    void look(StudioView view);
+    void look(StudioSide view);
     // Moves so that all points just fit into a picture of that aspect, width / height.
     void fit(const std::vector<Kiv3DPoint>& points, double aspect);
     // Takes over the direction and the place of another camera, but for its roll. The target is put at the depth of

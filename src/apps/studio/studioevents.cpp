@@ -2,6 +2,7 @@
 
 #include <QApplication>
 #include <QEvent>
+#include <QKeyEvent>
 #include <QWidget>
 
 namespace {
@@ -34,6 +35,12 @@ bool isInput(QEvent::Type type) {
 // What says that the user wants something: a mouse that only passes over the window does not.
 bool isWish(const QEvent& event) {
     return event.type() != QEvent::MouseMove || (QApplication::mouseButtons() != Qt::NoButton);
+}
+
+// What ends even a render that nothing else disturbs.
+bool isEnd(const QEvent& event) {
+    return event.type() == QEvent::Close ||
+           (event.type() == QEvent::KeyPress && static_cast<const QKeyEvent&>(event).key() == Qt::Key_Escape);
 }
 
 bool canReplay(QEvent::Type type) {
@@ -71,10 +78,10 @@ bool StudioEvents::eventFilter(QObject* watched, QEvent* event) {
     if (allowed != nullptr && (widget == allowed || allowed->isAncestorOf(widget))) {
         return false;
     }
-    if (kind == Held::replay && canReplay(event->type())) {
+    if (kind == Held::replay ? canReplay(event->type()) : event->type() == QEvent::Close) {
         held.emplace_back(widget, event->clone());
     }
-    if (onInput && isWish(*event)) {
+    if (onInput && (kind == Held::replay ? isWish(*event) : isEnd(*event))) {
         onInput();
     }
     if (event->type() == QEvent::Close) {

@@ -18,11 +18,12 @@ class StudioEvents : public QObject {
 public:
     enum class Held {
         replay, // what was held is delivered when this object ends
-        drop
+        drop    // all but the wish to close the window, which is delivered
     };
 
-    // allowed: the widget that takes input, with all in it; null for none. onInput is called when something is held
-    // back and may cancel the render. The filter is in force as long as the object lives.
+    // allowed: the widget that takes input, with all in it; null for none. onInput, which may cancel the render, is
+    // called when a click, a key or the wheel is held back for replay, else only for Escape and the wish to close. The
+    // filter is in force as long as the object lives.
     StudioEvents(Held what, QWidget* allowed, std::function<void()> onInput = {});
     ~StudioEvents() override;
     StudioEvents(const StudioEvents&) = delete;

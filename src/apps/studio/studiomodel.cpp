@@ -285,7 +285,7 @@ void StudioModel::placeCamera(StudioCamera* camera, double aspect) const {
             placed.distance = own.orthoHeight / (2.0 * std::tan(placed.fov * pi / 360.0));
         }
     } else {
-        placed.look(StudioView::threeQuarter);
+        placed.look(StudioSide::threeQuarter);
         placed.fit(all, aspect);
     }
     placed.sanitize();

@@ -1,0 +1,231 @@
+#include "apps/studio/lightspanel.h"
+
+#include "apps/studio/studiotexts.h"
+#include "qt/kivcolorfield.h"
+
+#include <QColorDialog>
+#include <QComboBox>
+#include <QDoubleSpinBox>
+#include <QFormLayout>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QListWidget>
+#include <QMenu>
+#include <QPushButton>
+#include <QToolButton>
+#include <QVBoxLayout>
+
+#include <algorithm>
+#include <cmath>
+
+namespace {
+
+constexpr double pi = 3.14159265358979323846;
+constexpr StudioText kindTexts[] = {StudioText::lightDirectional, StudioText::lightPoint, StudioText::lightSpot};
+
+QColor toColor(std::uint32_t colour) {
+    return QColor(static_cast<int>(colour & 0xFFU), static_cast<int>(colour >> 8 & 0xFFU),
+                  static_cast<int>(colour >> 16 & 0xFFU));
+}
+
+// Where a light of that direction comes from, in degrees: around the model from its front to its right, and up.
+void toAngles(const Kiv3DVector& direction, bool zUp, double* azimuth, double* elevation) {
+    const double x = -direction.x;
+    const double front = zUp ? direction.y : -direction.z;
+    const double high = zUp ? -direction.z : -direction.y;
+    *azimuth = std::atan2(x, front) * 180.0 / pi;
+    *elevation = std::atan2(high, std::hypot(x, front)) * 180.0 / pi;
+}
+
+Kiv3DVector fromAngles(double azimuth, double elevation, bool zUp) {
+    const double a = azimuth * pi / 180.0;
+    const double e = elevation * pi / 180.0;
+    const double x = std::sin(a) * std::cos(e);
+    const double front = std::cos(a) * std::cos(e);
+    const double high = std::sin(e);
+    return zUp ? Kiv3DVector(-x, front, -high) : Kiv3DVector(-x, -high, -front);
+}
+
+} // namespace
+
+LightsPanel::LightsPanel(QWidget* parent)
+    : QWidget(parent), list(new QListWidget(this)), addButton(new QToolButton(this)),
+      removeButton(new QToolButton(this)), defaultButton(new QPushButton(this)), note(new QLabel(this)),
+      form(new QFormLayout), kind(new QComboBox(this)), colour(new KivColorField(this)) {
+    auto* const column = new QVBoxLayout(this);
+    column->setContentsMargins(0, 0, 0, 0);
+    list->setMaximumHeight(110);
+    list->setToolTip(studioText(StudioText::lightsTip));
+    list->setAccessibleName(studioText(StudioText::lights));
+    column->addWidget(list);
+    auto* const row = new QHBoxLayout;
+    addButton->setText(studioText(StudioText::addLight));
+    addButton->setPopupMode(QToolButton::InstantPopup);
+    auto* const menu = new QMenu(addButton);
+    for (int i = 0; i < 3; ++i) {
+        menu->addAction(studioText(kindTexts[i]), this, [this, i] { add(static_cast<StudioLight::Kind>(i)); });
+        kind->addItem(studioText(kindTexts[i]));
+    }
+    addButton->setMenu(menu);
+    removeButton->setText(studioText(StudioText::removeLight));
+    defaultButton->setText(studioText(StudioText::defaultLights));
+    defaultButton->setToolTip(studioText(StudioText::defaultLightsTip));
+    row->addWidget(addButton);
+    row->addWidget(removeButton);
+    row->addStretch(1);
+    row->addWidget(defaultButton);
+    column->addLayout(row);
+    note->setText(studioText(StudioText::lightsAreDefault));
+    note->setWordWrap(true);
+    column->addWidget(note);
+    form->addRow(studioText(StudioText::lightKind), kind);
+    form->addRow(studioText(StudioText::lightColour), colour);
+    const QString degrees = QStringLiteral("\u00B0");
+    azimuth = addField(form, static_cast<int>(StudioText::lightAzimuth), -180.0, 180.0, degrees);
+    azimuth->setWrapping(true);
+    elevation = addField(form, static_cast<int>(StudioText::lightElevation), -90.0, 90.0, degrees);
+    for (int i = 0; i < 3; ++i) {
+        place[i] = addField(form, static_cast<int>(StudioText::lightX) + i, -100000.0, 100000.0, QString());
+    }
+    angle = addField(form, static_cast<int>(StudioText::lightAngle), 1.0, 90.0, degrees);
+    column->addLayout(form);
+    connect(list, &QListWidget::currentRowChanged, this, [this] {
+        if (!showing) {
+            showFields();
+            emit currentChanged();
+        }
+    });
+    connect(removeButton, &QToolButton::clicked, this, &LightsPanel::removeCurrent);
+    connect(defaultButton, &QPushButton::clicked, this, &LightsPanel::defaultWanted);
+    connect(kind, &QComboBox::activated, this, [this] { readFields(); });
+    connect(colour, &KivColorField::clicked, this, &LightsPanel::pickColour);
+}
+
+QDoubleSpinBox* LightsPanel::addField(QFormLayout* layout, int text, double low, double high, const QString& suffix) {
+    auto* const field = new QDoubleSpinBox(this);
+    field->setRange(low, high);
+    field->setDecimals(1);
+    field->setSuffix(suffix);
+    field->setSingleStep(5.0);
+    layout->addRow(studioText(static_cast<StudioText>(text)), field);
+    connect(field, &QDoubleSpinBox::valueChanged, this, [this] { readFields(); });
+    return field;
+}
+
+const std::vector<StudioLight>& LightsPanel::lights() const {
+    return all;
+}
+
+int LightsPanel::current() const {
+    return list->currentRow();
+}
+
+void LightsPanel::setCurrent(int light) {
+    list->setCurrentRow(light);
+}
+
+void LightsPanel::show(const std::vector<StudioLight>& lights, bool own, const Kiv3DVector& modelUp) {
+    const int former = list->currentRow();
+    showing = true;
+    all = lights;
+    isOwn = own;
+    up = modelUp;
+    list->clear();
+    for (std::size_t i = 0; i < all.size(); ++i) {
+        QPixmap patch(16, 16);
+        patch.fill(toColor(all[i].colour));
+        list->addItem(new QListWidgetItem(
+            patch, QStringLiteral("%1  %2").arg(i + 1).arg(studioText(kindTexts[static_cast<int>(all[i].kind)]))));
+    }
+    const int count = static_cast<int>(all.size());
+    list->setCurrentRow(std::min(std::max(former, 0), count - 1));
+    addButton->setEnabled(all.size() < mostLights);
+    showing = false;
+    note->setVisible(!isOwn);
+    defaultButton->setVisible(isOwn);
+    showFields();
+}
+
+void LightsPanel::showFields() {
+    showing = true;
+    const int row = list->currentRow();
+    const bool any = row >= 0 && static_cast<std::size_t>(row) < all.size();
+    removeButton->setEnabled(any);
+    const StudioLight light = any ? all[static_cast<std::size_t>(row)] : StudioLight();
+    const bool shines = any && light.kind != StudioLight::Kind::point;
+    const bool stands = any && light.kind != StudioLight::Kind::directional;
+    const auto showRow = [this](QWidget* field, bool visible) { form->setRowVisible(field, visible); };
+    showRow(kind, any);
+    showRow(colour, any);
+    showRow(azimuth, shines);
+    showRow(elevation, shines);
+    for (QDoubleSpinBox* const field : place) {
+        showRow(field, stands);
+    }
+    showRow(angle, any && light.kind == StudioLight::Kind::spot);
+    kind->setCurrentIndex(static_cast<int>(light.kind));
+    colour->setColor(toColor(light.colour));
+    double around = 0.0;
+    double high = 0.0;
+    toAngles(light.direction, up.z > up.y, &around, &high);
+    azimuth->setValue(around);
+    elevation->setValue(high);
+    place[0]->setValue(light.location.x);
+    place[1]->setValue(light.location.y);
+    place[2]->setValue(light.location.z);
+    angle->setValue(light.angle);
+    showing = false;
+}
+
+void LightsPanel::readFields() {
+    const int row = list->currentRow();
+    if (showing || row < 0) {
+        return;
+    }
+    StudioLight& light = all[static_cast<std::size_t>(row)];
+    light.kind = static_cast<StudioLight::Kind>(std::max(kind->currentIndex(), 0));
+    light.direction = fromAngles(azimuth->value(), elevation->value(), up.z > up.y);
+    light.location = {place[0]->value(), place[1]->value(), place[2]->value()};
+    light.angle = angle->value();
+    emit changed();
+}
+
+void LightsPanel::pickColour() {
+    const int row = list->currentRow();
+    if (row < 0) {
+        return;
+    }
+    StudioLight& light = all[static_cast<std::size_t>(row)];
+    const QColor picked = QColorDialog::getColor(toColor(light.colour), this);
+    if (picked.isValid()) {
+        light.colour = static_cast<std::uint32_t>(picked.red() | picked.green() << 8 | picked.blue() << 16);
+        emit changed();
+    }
+}
+
+// A new light comes from the left and above, so that it shows.
+void LightsPanel::add(StudioLight::Kind newKind) {
+    if (all.size() >= mostLights) {
+        return;
+    }
+    const bool zUp = up.z > up.y;
+    StudioLight light;
+    light.kind = newKind;
+    light.direction = fromAngles(-40.0, 40.0, zUp);
+    constexpr double away = 120.0;
+    light.location = {-light.direction.x * away, -light.direction.y * away, -light.direction.z * away};
+    all.push_back(light);
+    showing = true;
+    list->addItem(QString());
+    list->setCurrentRow(list->count() - 1);
+    showing = false;
+    emit changed();
+}
+
+void LightsPanel::removeCurrent() {
+    const int row = list->currentRow();
+    if (row >= 0 && static_cast<std::size_t>(row) < all.size()) {
+        all.erase(all.begin() + row);
+        emit changed();
+    }
+}

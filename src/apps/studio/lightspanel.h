@@ -1,0 +1,66 @@
+// The lights: a list, and the fields of the one that is selected.
+#ifndef APPS_STUDIO_LIGHTSPANEL_H
+#define APPS_STUDIO_LIGHTSPANEL_H
+
+#include "apps/studio/studiostate.h"
+
+#include <QWidget>
+
+#include <vector>
+
+class KivColorField;
+class QComboBox;
+class QDoubleSpinBox;
+class QFormLayout;
+class QLabel;
+class QListWidget;
+class QPushButton;
+class QToolButton;
+
+class LightsPanel : public QWidget {
+    Q_OBJECT
+
+public:
+    explicit LightsPanel(QWidget* parent = nullptr);
+
+    // The lights in force; own tells whether they are the user's.
+    void show(const std::vector<StudioLight>& lights, bool own, const Kiv3DVector& modelUp);
+    const std::vector<StudioLight>& lights() const;
+    int current() const;
+    void setCurrent(int light);
+
+    // What a picture makes of them.
+    static constexpr std::size_t mostLights = 8;
+
+signals:
+    void changed();
+    void currentChanged();
+    void defaultWanted();
+
+private:
+    void add(StudioLight::Kind kind);
+    void removeCurrent();
+    void showFields();
+    void readFields();
+    void pickColour();
+    QDoubleSpinBox* addField(QFormLayout* form, int text, double low, double high, const QString& suffix);
+
+    std::vector<StudioLight> all;
+    bool isOwn = false;
+    Kiv3DVector up{0.0, 1.0, 0.0};
+    bool showing = false;
+    QListWidget* list;
+    QToolButton* addButton;
+    QToolButton* removeButton;
+    QPushButton* defaultButton;
+    QLabel* note;
+    QFormLayout* form;
+    QComboBox* kind;
+    KivColorField* colour;
+    QDoubleSpinBox* azimuth;
+    QDoubleSpinBox* elevation;
+    QDoubleSpinBox* place[3];
+    QDoubleSpinBox* angle;
+};
+
+#endif

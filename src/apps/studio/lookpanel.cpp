@@ -1,0 +1,118 @@
+#include "apps/studio/lookpanel.h"
+
+#include "apps/studio/studiotexts.h"
+
+#include <QComboBox>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QPushButton>
+#include <QTimer>
+#include <QVBoxLayout>
+
+LookPanel::LookPanel(QWidget* parent)
+    : QWidget(parent), frame(this), panel(&frame), heading(new QLabel(this)), drop(new QPushButton(this)) {
+    auto* const column = new QVBoxLayout(this);
+    column->setContentsMargins(0, 0, 0, 0);
+    column->setSpacing(0);
+    auto* const row = new QHBoxLayout;
+    row->setContentsMargins(10, 6, 8, 0);
+    QFont bold = heading->font();
+    bold.setBold(true);
+    heading->setFont(bold);
+    drop->setText(studioText(StudioText::asPicture));
+    drop->setToolTip(studioText(StudioText::asPictureTip));
+    row->addWidget(heading, 1);
+    row->addWidget(drop);
+    column->addLayout(row);
+    connect(drop, &QPushButton::clicked, this, &LookPanel::ownLooksDropped);
+    // The dialog's word that the user's hand has come to rest.
+    frame.setReceiver([this](unsigned int message, std::uintptr_t, std::intptr_t) {
+        if (message == KivPropertiesDlg::previewMessage) {
+            flush();
+        }
+    });
+    if (panel.Create(&document, &options, KivPropertiesDlg::propertiesTemplate, &frame) != 0) {
+        QWidget* const widget = KivQtWindow::widgetOf(panel.getWindow());
+        column->addWidget(widget, 1);
+        panel.getWindow()->show(true);
+        for (QComboBox* const combo : widget->findChildren<QComboBox*>()) {
+            if (combo->property("control").toInt() == KivPropertiesDlg::stylesCombo) {
+                // A chosen style is shown at once, and no rest of the hand is waited for.
+                connect(combo, &QComboBox::activated, this, [this] { QTimer::singleShot(0, this, &LookPanel::flush); });
+            }
+        }
+    }
+    setHeading();
+}
+
+LookPanel::~LookPanel() {
+    panel.DestroyWindow();
+}
+
+KivPropertiesDlg& LookPanel::dialog() {
+    return panel;
+}
+
+void LookPanel::show(const StudioState& state, const std::vector<int>& objects) {
+    selected = objects;
+    options = state.options;
+    document = state.look;
+    own.clear();
+    hasOwn = false;
+    std::vector<KivDataManager*> managers;
+    own.reserve(selected.size());
+    for (const int object : selected) {
+        const auto found = state.objects.find(object);
+        hasOwn = hasOwn || found != state.objects.end();
+        own.push_back(found != state.objects.end() ? found->second : state.look);
+        managers.push_back(&own.back());
+    }
+    if (selected.empty()) {
+        panel.setData(&document);
+    } else {
+        average.clearData();
+        average.buildAverageData(managers);
+        panel.setData(&average);
+    }
+    panel.changesWritten();
+    setHeading();
+}
+
+void LookPanel::setHeading() {
+    heading->setText(selected.empty()       ? studioText(StudioText::lookOfPicture)
+                     : selected.size() == 1 ? studioText(StudioText::lookOfOne)
+                                            : studioText(StudioText::lookOfObjects).arg(selected.size()));
+    drop->setVisible(hasOwn);
+}
+
+void LookPanel::flush() {
+    if (panel.isChanged()) {
+        commit();
+    }
+}
+
+void LookPanel::commit() {
+    panel.saveData();
+    panel.changesWritten();
+    if (!selected.empty()) {
+        std::vector<KivDataManager*> managers;
+        for (KivMemoryDataManager& each : own) {
+            each.setSaving();
+            managers.push_back(&each);
+        }
+        average.rebuildObjectsDataFromAverageData(managers);
+        hasOwn = true;
+        setHeading();
+    }
+    emit changed(!selected.empty());
+}
+
+void LookPanel::write(StudioState* state) const {
+    if (selected.empty()) {
+        state->look = document;
+        return;
+    }
+    for (std::size_t i = 0; i < selected.size(); ++i) {
+        state->objects[selected[i]] = own[i];
+    }
+}

@@ -1,0 +1,56 @@
+// The panel of styles and shaders, over the look of the whole picture or that of selected objects.
+#ifndef APPS_STUDIO_LOOKPANEL_H
+#define APPS_STUDIO_LOOKPANEL_H
+
+#include "apps/studio/studiostate.h"
+#include "kivrender/dialogs/kivpropertiesdlg.h"
+#include "kivrender/settings/kivaveragedatamanager.h"
+#include "qt/kivqtwindow.h"
+
+#include <QWidget>
+
+#include <vector>
+
+class QLabel;
+class QPushButton;
+
+class LookPanel : public QWidget {
+    Q_OBJECT
+
+public:
+    explicit LookPanel(QWidget* parent = nullptr);
+    ~LookPanel() override;
+
+    // Shows the look of these objects, or without any that of the picture. What the user has changed and was not told
+    // yet is told first.
+    void show(const StudioState& state, const std::vector<int>& objects);
+    // Tells at once what the user has changed last.
+    void flush();
+    // The state with what stands in the panel.
+    void write(StudioState* state) const;
+
+    KivPropertiesDlg& dialog();
+
+signals:
+    // The user has changed the look; objects tells whether that of objects.
+    void changed(bool objects);
+    // The selected objects are to look like the picture again.
+    void ownLooksDropped();
+
+private:
+    void commit();
+    void setHeading();
+
+    KivQtWindow frame;
+    KivPropertiesDlg panel;
+    KivCommonSettings options; // what the preview takes its colours from
+    KivMemoryDataManager document;
+    std::vector<int> selected;
+    std::vector<KivMemoryDataManager> own; // of the selected objects
+    KivAverageDataManager average;
+    bool hasOwn = false; // one of them had a look of its own
+    QLabel* heading;
+    QPushButton* drop;
+};
+
+#endif

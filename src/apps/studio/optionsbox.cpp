@@ -1,0 +1,40 @@
+#include "apps/studio/optionsbox.h"
+
+#include "apps/studio/studiotexts.h"
+
+#include <QDialogButtonBox>
+#include <QPushButton>
+#include <QVBoxLayout>
+
+OptionsBox::OptionsBox(const KivCommonSettings& options, SIZE proportions, QWidget* parent)
+    : QDialog(parent), chosen(options), frame(this), page(&frame) {
+    chosen.saveDataOnHost(&store);
+    auto* const column = new QVBoxLayout(this);
+    if (page.Create(nullptr, &store, proportions, &frame) != 0) {
+        QWidget* const widget = KivQtWindow::widgetOf(page.getWindow());
+        setWindowTitle(widget->windowTitle());
+        column->addWidget(widget);
+        page.OnActivate(1);
+    }
+    auto* const buttons = new QDialogButtonBox(this);
+    buttons->addButton(studioText(StudioText::ok), QDialogButtonBox::AcceptRole)->setDefault(true);
+    buttons->addButton(studioText(StudioText::cancel), QDialogButtonBox::RejectRole);
+    connect(buttons, &QDialogButtonBox::accepted, this, &OptionsBox::accept);
+    connect(buttons, &QDialogButtonBox::rejected, this, &OptionsBox::reject);
+    column->addWidget(buttons);
+}
+
+OptionsBox::~OptionsBox() {
+    page.DestroyWindow();
+}
+
+const KivCommonSettings& OptionsBox::options() const {
+    return chosen;
+}
+
+void OptionsBox::accept() {
+    if (page.OnApply()) {
+        chosen = page.getCommonSettings();
+    }
+    QDialog::accept();
+}

@@ -1,0 +1,31 @@
+// The frame around the page of options: OK keeps, Cancel forgets.
+#ifndef APPS_STUDIO_OPTIONSBOX_H
+#define APPS_STUDIO_OPTIONSBOX_H
+
+#include "kivrender/dialogs/kivoptionsdlg.h"
+#include "kivrender/settings/kivmemorycommondatamanager.h"
+#include "qt/kivqtwindow.h"
+
+#include <QDialog>
+
+class OptionsBox : public QDialog {
+    Q_OBJECT
+
+public:
+    // proportions: those that the lock of the aspect keeps.
+    OptionsBox(const KivCommonSettings& options, SIZE proportions, QWidget* parent);
+    ~OptionsBox() override;
+
+    // What was decided with OK.
+    const KivCommonSettings& options() const;
+
+    void accept() override;
+
+private:
+    KivCommonSettings chosen;
+    KivMemoryCommonDataManager store;
+    KivQtWindow frame;
+    KivOptionsDlg page;
+};
+
+#endif

@@ -1,0 +1,95 @@
+#include "apps/studio/studiorecovery.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QJsonDocument>
+#include <QSaveFile>
+#include <QUuid>
+
+namespace {
+
+constexpr const char* documentKey = "recoveredDocument";
+
+QString lockOf(const QString& file) {
+    return file + QStringLiteral(".lock");
+}
+
+} // namespace
+
+StudioRecovery::StudioRecovery()
+    : file(folder() + QStringLiteral("/%1-%2.selvarin")
+                          .arg(QCoreApplication::applicationPid())
+                          .arg(QUuid::createUuid().toString(QUuid::WithoutBraces))) {}
+
+StudioRecovery::~StudioRecovery() = default;
+
+QString StudioRecovery::folder() {
+    const QString state = qEnvironmentVariable("XDG_STATE_HOME");
+    return (QDir::isAbsolutePath(state) ? state : QDir::homePath() + QStringLiteral("/.local/state")) +
+           QStringLiteral("/selvarin/recovery");
+}
+
+bool StudioRecovery::write(const StudioState& state, const QString& document, QString* why) {
+    if (!QDir().mkpath(folder())) {
+        *why = QStringLiteral("%1: the folder can't be made").arg(folder());
+        return false;
+    }
+    if (lock == nullptr) {
+        // Before the file, so that no other window takes it for an abandoned one.
+        lock = std::make_unique<QLockFile>(lockOf(file));
+        lock->setStaleLockTime(0);
+        if (!lock->tryLock(0)) {
+            lock.reset();
+            *why = QStringLiteral("%1: the lock can't be made").arg(lockOf(file));
+            return false;
+        }
+    }
+    QJsonObject json = state.toJson();
+    json[QLatin1String(documentKey)] = document;
+    const QByteArray bytes = QJsonDocument(json).toJson();
+    QSaveFile out(file);
+    if (!out.open(QIODevice::WriteOnly) || out.write(bytes) != bytes.size() || !out.commit()) {
+        *why = QStringLiteral("%1: %2").arg(file, out.errorString());
+        return false;
+    }
+    return true;
+}
+
+void StudioRecovery::clear() {
+    QFile::remove(file);
+    lock.reset(); // after the file, for the same reason
+}
+
+std::vector<StudioRecovery::Found> StudioRecovery::findAbandoned() {
+    std::vector<Found> list;
+    const QDir all(folder());
+    for (const QFileInfo& each : all.entryInfoList({QStringLiteral("*.selvarin")}, QDir::Files, QDir::Time)) {
+        QLockFile other(lockOf(each.absoluteFilePath()));
+        other.setStaleLockTime(0);
+        if (!other.tryLock(0)) {
+            continue; // its window is open
+        }
+        QFile in(each.absoluteFilePath());
+        const QJsonObject json =
+            in.open(QIODevice::ReadOnly) ? QJsonDocument::fromJson(in.readAll()).object() : QJsonObject();
+        list.push_back({each.absoluteFilePath(), json[QLatin1String(documentKey)].toString()});
+    }
+    return list;
+}
+
+bool StudioRecovery::read(const Found& found, StudioState* state, QString* why) {
+    StudioState recovered;
+    if (!loadStudioDocument(found.file, &recovered, why)) {
+        return false;
+    }
+    recovered.unknown.remove(QLatin1String(documentKey));
+    *state = recovered;
+    return true;
+}
+
+void StudioRecovery::discard(const Found& found) {
+    QFile::remove(found.file);
+    QFile::remove(lockOf(found.file));
+}

@@ -1,0 +1,44 @@
+// What survives a crash: while a document has changes that are not saved, its state stands in a file of the user's
+// state folder, under a lock that ends with the process.
+#ifndef APPS_STUDIO_STUDIORECOVERY_H
+#define APPS_STUDIO_STUDIORECOVERY_H
+
+#include "apps/studio/studiostate.h"
+
+#include <QLockFile>
+#include <QString>
+
+#include <memory>
+#include <vector>
+
+class StudioRecovery {
+public:
+    struct Found {
+        QString file;
+        QString document; // that the user had open; empty for a new one
+    };
+
+    // Each object is one running window. Makes nothing before the first write.
+    StudioRecovery();
+    // Leaves the file: only clear removes it.
+    ~StudioRecovery();
+    StudioRecovery(const StudioRecovery&) = delete;
+    StudioRecovery& operator=(const StudioRecovery&) = delete;
+
+    // Replaces the file as a whole. False with one line in *why; the former file then stays.
+    bool write(const StudioState& state, const QString& document, QString* why);
+    void clear();
+
+    static QString folder();
+    // Those whose program is gone, the newest first.
+    static std::vector<Found> findAbandoned();
+    // False with one line in *why; the file stays.
+    static bool read(const Found& found, StudioState* state, QString* why);
+    static void discard(const Found& found);
+
+private:
+    QString file;
+    std::unique_ptr<QLockFile> lock;
+};
+
+#endif

@@ -33,6 +33,7 @@ LookPanel::LookPanel(QWidget* parent)
     });
     if (panel.Create(&document, &options, KivPropertiesDlg::propertiesTemplate, &frame) != 0) {
         QWidget* const widget = KivQtWindow::widgetOf(panel.getWindow());
+        widget->setParent(this, Qt::Widget); // no window of its own here
         column->addWidget(widget, 1);
         panel.getWindow()->show(true);
         for (QComboBox* const combo : widget->findChildren<QComboBox*>()) {

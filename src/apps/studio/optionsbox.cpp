@@ -13,6 +13,7 @@ OptionsBox::OptionsBox(const KivCommonSettings& options, SIZE proportions, QWidg
     if (page.Create(nullptr, &store, proportions, &frame) != 0) {
         QWidget* const widget = KivQtWindow::widgetOf(page.getWindow());
         setWindowTitle(widget->windowTitle());
+        widget->setParent(this, Qt::Widget); // no window of its own here
         column->addWidget(widget);
         page.OnActivate(1);
     }

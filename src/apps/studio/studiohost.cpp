@@ -4,6 +4,7 @@
 
 StudioHost::StudioHost() {
     setDefaultHost(this);
+    setShowPreview(true);
 }
 
 HWND StudioHost::getMainWindow() {

@@ -1,0 +1,352 @@
+#include "apps/studio/studiowindow.h"
+
+#include "apps/studio/lightspanel.h"
+#include "apps/studio/lookpanel.h"
+#include "apps/studio/objectspanel.h"
+#include "apps/studio/optionsbox.h"
+#include "apps/studio/studioview.h"
+
+#include <QDockWidget>
+#include <QFileInfo>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QLocale>
+#include <QMessageBox>
+#include <QProgressBar>
+#include <QPushButton>
+#include <QStatusBar>
+#include <QTabWidget>
+#include <QToolBar>
+#include <QVBoxLayout>
+
+#include <algorithm>
+
+namespace {
+
+constexpr int settleDelay = 160;   // milliseconds after the last movement
+constexpr int recoverDelay = 1000; // milliseconds of work that a crash may cost
+
+} // namespace
+
+StudioWindow::StudioWindow(StudioHost& studioHost, KivQtToolkit& studioToolkit)
+    : host(studioHost), toolkit(studioToolkit), frame(this), renderer(studioHost) {
+    host.setMainWindow(&frame);
+    setAcceptDrops(true);
+    clock.start();
+    current = StudioState::fresh();
+    current.look.setSaving();
+    current.look.setDefault();
+    makePanels();
+    makeMenus();
+    connectPanels();
+    moving.setSingleShot(true);
+    settling.setSingleShot(true);
+    recovering.setSingleShot(true);
+    settling.setInterval(settleDelay);
+    recovering.setInterval(recoverDelay);
+    connect(&moving, &QTimer::timeout, this, &StudioWindow::drawMoving);
+    connect(&settling, &QTimer::timeout, this, &StudioWindow::drawSettled);
+    connect(&recovering, &QTimer::timeout, this, &StudioWindow::writeRecovery);
+    resize(1400, 900);
+    start(current, QString());
+}
+
+StudioWindow::~StudioWindow() {
+    host.setMainWindow(nullptr);
+}
+
+const StudioState& StudioWindow::state() const {
+    return current;
+}
+
+bool StudioWindow::isRendering() const {
+    return isFinalRunning;
+}
+
+bool StudioWindow::isSettled() const {
+    return isDrawn && !moving.isActive() && !settling.isActive();
+}
+
+// --- making ---
+
+void StudioWindow::makePanels() {
+    tabs = new QTabWidget(this);
+    tabs->setDocumentMode(true);
+    tabs->setTabsClosable(true);
+    tabs->setMovable(false);
+    view = new StudioView(tabs);
+    view->setToolTip(QString());
+    tabs->addTab(view, studioText(StudioText::viewTab));
+    for (const QTabBar::ButtonPosition side : {QTabBar::LeftSide, QTabBar::RightSide}) {
+        tabs->tabBar()->setTabButton(0, side, nullptr); // the view stays
+    }
+    setCentralWidget(tabs);
+
+    lookDock = new QDockWidget(studioText(StudioText::lookDock), this);
+    lookDock->setObjectName(QStringLiteral("look"));
+    lookPanel = new LookPanel(lookDock);
+    lookDock->setWidget(lookPanel);
+    addDockWidget(Qt::RightDockWidgetArea, lookDock);
+
+    sceneDock = new QDockWidget(studioText(StudioText::sceneDock), this);
+    sceneDock->setObjectName(QStringLiteral("scene"));
+    auto* const scene = new QWidget(sceneDock);
+    auto* const column = new QVBoxLayout(scene);
+    const auto heading = [&](StudioText text) {
+        auto* const label = new QLabel(studioText(text), scene);
+        QFont bold = label->font();
+        bold.setBold(true);
+        label->setFont(bold);
+        return label;
+    };
+    objects = new ObjectsPanel(scene);
+    lights = new LightsPanel(scene);
+    column->addWidget(heading(StudioText::objects));
+    column->addWidget(objects, 1);
+    column->addWidget(heading(StudioText::lights));
+    column->addWidget(lights);
+    sceneDock->setWidget(scene);
+    addDockWidget(Qt::LeftDockWidgetArea, sceneDock);
+    resizeDocks({sceneDock, lookDock}, {230, 400}, Qt::Horizontal);
+
+    progressArea = new QWidget(this);
+    auto* const row = new QHBoxLayout(progressArea);
+    row->setContentsMargins(0, 0, 0, 0);
+    stage = new QLabel(progressArea);
+    bar = new QProgressBar(progressArea);
+    bar->setRange(0, 1000);
+    bar->setFixedWidth(220);
+    cancelButton = new QPushButton(studioText(StudioText::cancel), progressArea);
+    row->addWidget(stage);
+    row->addWidget(bar);
+    row->addWidget(cancelButton);
+    progressArea->hide();
+    facts = new QLabel(this);
+    statusBar()->addPermanentWidget(progressArea);
+    statusBar()->addPermanentWidget(facts);
+}
+
+void StudioWindow::connectPanels() {
+    connect(view, &StudioView::cameraMoved, this, &StudioWindow::cameraMoved);
+    connect(view, &StudioView::clicked, this, &StudioWindow::pickAt);
+    connect(view, &StudioView::resized, this, &StudioWindow::scheduleView);
+    connect(view, &StudioView::lightClicked, lights, &LightsPanel::setCurrent);
+    connect(view, &StudioView::lightMoved, this, [this](int light, const StudioLight& moved) {
+        StudioState next = current;
+        if (next.hasLights && static_cast<std::size_t>(light) < next.lights.size()) {
+            next.lights[static_cast<std::size_t>(light)] = moved;
+            change(next, StudioText::changeLights, lightsKind);
+        }
+    });
+    connect(lookPanel, &LookPanel::changed, this, &StudioWindow::lookChanged);
+    connect(lookPanel, &LookPanel::ownLooksDropped, this, &StudioWindow::dropOwnLooks);
+    connect(objects, &ObjectsPanel::selectionChangedByUser, this, &StudioWindow::showSelection);
+    connect(lights, &LightsPanel::changed, this, &StudioWindow::lightsChanged);
+    connect(lights, &LightsPanel::currentChanged, this, [this] {
+        view->setLights(current.hasLights ? current.lights : std::vector<StudioLight>(), lights->current());
+    });
+    connect(lights, &LightsPanel::defaultWanted, this, [this] {
+        StudioState next = current;
+        next.hasLights = false;
+        next.lights.clear();
+        change(next, StudioText::changeLights);
+    });
+    connect(tabs, &QTabWidget::tabCloseRequested, this, &StudioWindow::closeTab);
+    connect(tabs, &QTabWidget::currentChanged, this, &StudioWindow::updateActions);
+    connect(cancelButton, &QPushButton::clicked, this, [this] {
+        if (running != nullptr) {
+            running->cancel();
+        }
+    });
+}
+
+// --- the document ---
+
+void StudioWindow::change(const StudioState& next, StudioText what, Kind kind) {
+    history.push(next, static_cast<unsigned int>(what), kind, clock.elapsed());
+    const StudioState before = current;
+    current = next;
+    follow(before);
+}
+
+void StudioWindow::follow(const StudioState& before) {
+    const bool looksDiffer = !(before.toJson() == current.toJson());
+    view->setCamera(current.camera);
+    view->setAspect(aspect());
+    showLights();
+    showTitle();
+    updateActions();
+    if (looksDiffer) {
+        scheduleView();
+        if (!recovering.isActive() && !history.isClean()) {
+            recovering.start();
+        }
+        if (history.isClean()) {
+            recovery.clear();
+        }
+    }
+}
+
+void StudioWindow::showAll() {
+    objects->show(model, current);
+    lookPanel->show(current, objects->selected());
+    showLights();
+    showSelection();
+    view->setCamera(current.camera);
+    view->setAspect(aspect());
+    facts->setText(
+        studioText(StudioText::triangles).arg(QLocale().toString(static_cast<qulonglong>(model.triangles()))));
+    showTitle();
+    updateActions();
+    scheduleView();
+}
+
+void StudioWindow::showTitle() {
+    QString name = studioText(StudioText::untitled);
+    if (!document.isEmpty()) {
+        name = QFileInfo(document).completeBaseName();
+    } else if (!current.models.empty()) {
+        name = QFileInfo(kivToQt(current.models.front())).fileName();
+    } else {
+        name = studioText(StudioText::builtInName);
+    }
+    setWindowTitle(name + QStringLiteral("[*] \u2013 Selvarin Studio"));
+    setWindowModified(!history.isClean());
+}
+
+void StudioWindow::showLights() {
+    lights->show(model.ownLights(current), current.hasLights, current.camera.up);
+    view->setLights(current.hasLights ? current.lights : std::vector<StudioLight>(), lights->current());
+}
+
+void StudioWindow::showSelection() {
+    lookPanel->flush();
+    const std::vector<int> selected = objects->selected();
+    lookPanel->show(current, selected);
+    std::vector<std::vector<Kiv3DPoint>> frames;
+    for (const int object : selected) {
+        frames.push_back(model.corners(object));
+    }
+    view->setFrames(frames);
+}
+
+void StudioWindow::tell(const QString& text) {
+    statusBar()->showMessage(text, 8000);
+}
+
+void StudioWindow::warn(const QString& text) {
+    QMessageBox box(QMessageBox::Warning, QStringLiteral("Selvarin Studio"), text, QMessageBox::NoButton, this);
+    box.setTextFormat(Qt::PlainText); // names of files come in it
+    box.addButton(studioText(StudioText::ok), QMessageBox::AcceptRole);
+    box.exec();
+}
+
+void StudioWindow::undo() {
+    lookPanel->flush();
+    const StudioState before = current;
+    current = history.undo();
+    if (before.models != current.models || before.upAxis != current.upAxis) {
+        std::wstring message;
+        if (!model.load(current, &message)) {
+            warn(kivToQt(message));
+        }
+    }
+    showAll();
+    follow(before);
+}
+
+void StudioWindow::redo() {
+    lookPanel->flush();
+    const StudioState before = current;
+    current = history.redo();
+    if (before.models != current.models || before.upAxis != current.upAxis) {
+        std::wstring message;
+        if (!model.load(current, &message)) {
+            warn(kivToQt(message));
+        }
+    }
+    showAll();
+    follow(before);
+}
+
+void StudioWindow::cameraMoved(const StudioCamera& camera) {
+    StudioState next = current;
+    next.camera = camera;
+    change(next, StudioText::changeCamera, cameraKind);
+}
+
+void StudioWindow::look(StudioSide side) {
+    StudioState next = current;
+    next.camera.look(side);
+    next.camera.fit(model.points(), viewShape());
+    change(next, StudioText::changeCamera);
+}
+
+void StudioWindow::pickAt(const QPointF& pixel, Qt::KeyboardModifiers modifiers) {
+    Kiv3DPoint from;
+    Kiv3DVector way;
+    view->rayThrough(pixel, &from, &way);
+    const int found = model.pick(from, way);
+    std::vector<int> selected = modifiers & Qt::ControlModifier ? objects->selected() : std::vector<int>();
+    const auto there = std::find(selected.begin(), selected.end(), found);
+    if (there != selected.end()) {
+        selected.erase(there);
+    } else if (found >= 0) {
+        selected.push_back(found);
+    }
+    objects->select(selected);
+    showSelection();
+}
+
+void StudioWindow::lightsChanged() {
+    StudioState next = current;
+    next.lights = lights->lights();
+    next.hasLights = true;
+    change(next, StudioText::changeLights, lightsKind);
+}
+
+void StudioWindow::lookChanged(bool ofObjects) {
+    StudioState next = current;
+    lookPanel->write(&next);
+    const bool marks = next.objects.size() != current.objects.size();
+    change(next, ofObjects ? StudioText::changeObjects : StudioText::changeLook, lookKind);
+    if (marks) {
+        objects->show(model, current);
+    }
+}
+
+void StudioWindow::dropOwnLooks() {
+    StudioState next = current;
+    for (const int object : objects->selected()) {
+        next.objects.erase(object);
+    }
+    change(next, StudioText::changeObjects);
+    showAll();
+}
+
+void StudioWindow::editOptions() {
+    lookPanel->flush();
+    const QSize shown = view->size();
+    OptionsBox box(current.options, {std::max(shown.width(), 1), std::max(shown.height(), 1)}, this);
+    if (box.exec() != QDialog::Accepted) {
+        return;
+    }
+    StudioState next = current;
+    next.options = box.options();
+    change(next, StudioText::changeOptions);
+    lookPanel->show(current, objects->selected()); // its preview has the colours of the options
+}
+
+double StudioWindow::aspect() const {
+    const SIZE size = current.options.getResolution();
+    return current.options.getCustomSize() && size.cx > 0 && size.cy > 0 ? static_cast<double>(size.cx) / size.cy : 0.0;
+}
+
+double StudioWindow::viewShape() const {
+    return aspect() > 0.0 ? aspect() : static_cast<double>(view->width()) / std::max(view->height(), 1);
+}
+
+QSize StudioWindow::renderSize() const {
+    const SIZE size = current.options.getResolution();
+    return current.options.getCustomSize() && size.cx > 0 && size.cy > 0 ? QSize(size.cx, size.cy) : view->size();
+}

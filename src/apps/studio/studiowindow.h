@@ -1,0 +1,183 @@
+// The main window: the document and its history, the view, the panels, renders and their results.
+//
+// All that changes the document goes through change(), which keeps the step for undo and lets the window follow.
+#ifndef APPS_STUDIO_STUDIOWINDOW_H
+#define APPS_STUDIO_STUDIOWINDOW_H
+
+#include "apps/studio/studiohistory.h"
+#include "apps/studio/studiohost.h"
+#include "apps/studio/studiomodel.h"
+#include "apps/studio/studiorecovery.h"
+#include "apps/studio/studiorenderer.h"
+#include "apps/studio/studiotexts.h"
+#include "qt/kivqttoolkit.h"
+#include "qt/kivqtwindow.h"
+
+#include <QElapsedTimer>
+#include <QMainWindow>
+#include <QTimer>
+
+#include <map>
+#include <vector>
+
+class CompareView;
+class LightsPanel;
+class LookPanel;
+class ObjectsPanel;
+class PictureView;
+class QDockWidget;
+class QLabel;
+class QMenu;
+class QProgressBar;
+class QPushButton;
+class QTabWidget;
+class StudioView;
+
+class StudioWindow : public QMainWindow {
+    Q_OBJECT
+
+public:
+    StudioWindow(StudioHost& host, KivQtToolkit& toolkit);
+    ~StudioWindow() override;
+
+    // Models, or one document. False, after a message, if they can't be opened; the open document then stays.
+    bool openFiles(const QStringList& files);
+    // Asks whether documents that a crash has left are wanted, if there are any.
+    void offerRecovery();
+
+    // For tests and pictures of the window.
+    const StudioState& state() const;
+    bool isRendering() const;
+    // Whether the view shows the document as it is, with nothing left to draw.
+    bool isSettled() const;
+
+protected:
+    void closeEvent(QCloseEvent* event) override;
+    void dragEnterEvent(QDragEnterEvent* event) override;
+    void dropEvent(QDropEvent* event) override;
+    void showEvent(QShowEvent* event) override;
+
+private:
+    struct Result {
+        QWidget* page = nullptr;
+        PictureView* view = nullptr;
+        QString name;
+        QImage image;
+        StudioState state; // that it was made of
+        QSize size;
+        QString file; // of a drawing
+    };
+    // Kinds of changes that merge in the history.
+    enum Kind { noKind, lookKind, cameraKind, lightsKind };
+
+    // --- studiowindow.cpp: the window and the document
+    void makePanels();
+    void connectPanels();
+    void change(const StudioState& next, StudioText what, Kind kind = noKind);
+    // The window follows the state; before: what it showed.
+    void follow(const StudioState& before);
+    void showAll();
+    void showTitle();
+    void showLights();
+    void showSelection();
+    void tell(const QString& text);
+    void warn(const QString& text);
+    void undo();
+    void redo();
+    void cameraMoved(const StudioCamera& camera);
+    void look(StudioSide side);
+    void pickAt(const QPointF& pixel, Qt::KeyboardModifiers modifiers);
+    void lightsChanged();
+    void lookChanged(bool objects);
+    void dropOwnLooks();
+    void editOptions();
+    // Width / height of the finished picture: 0 for that of the view, and the number itself.
+    double aspect() const;
+    double viewShape() const;
+    QSize renderSize() const;
+
+    // --- studiowindow_menus.cpp
+    void makeMenus();
+    void makeFileMenu();
+    void makeViewMenu();
+    void makeToolBar();
+    QAction* addAction(QMenu* menu, StudioText text, const QKeySequence& keys, std::function<void()> act);
+    void updateActions();
+    void fillRecent();
+    void showKeys();
+    void showAbout();
+
+    // --- studiowindow_files.cpp
+    bool openDocument(const QString& file);
+    bool openModels(const QStringList& files, bool add);
+    void openBuiltIn();
+    void askToOpen(bool add);
+    bool save();
+    bool saveAs();
+    bool saveTo(const QString& file);
+    bool mayGo();
+    void start(const StudioState& state, const QString& file);
+    void addRecent(const QString& file);
+    void writeRecovery();
+    static QStringList modelEndings();
+
+    // --- studiowindow_render.cpp
+    void scheduleView();
+    void drawMoving();
+    void drawSettled();
+    void renderPicture();
+    StudioPicture renderFinal(const StudioState& wanted, QSize size, PictureView* growing);
+    void showProblems(const StudioPicture& picture, bool wanted);
+    void addResult(const StudioState& wanted, QSize size, const StudioPicture& picture, Result result);
+    Result* currentResult();
+    void savePicture();
+    void exportDrawing();
+    void compare();
+    void closeTab(int index);
+    void updateCompare();
+    void setRendering(bool on);
+
+    StudioHost& host;
+    KivQtToolkit& toolkit;
+    KivQtWindow frame;
+    StudioRenderer renderer;
+    StudioModel model;
+    StudioHistory history;
+    StudioState current;
+    StudioRecovery recovery;
+    QString document; // its file, empty for a new one
+    QElapsedTimer clock;
+
+    QTabWidget* tabs = nullptr;
+    StudioView* view = nullptr;
+    LookPanel* lookPanel = nullptr;
+    ObjectsPanel* objects = nullptr;
+    LightsPanel* lights = nullptr;
+    QDockWidget* lookDock = nullptr;
+    QDockWidget* sceneDock = nullptr;
+    QToolBar* toolBar = nullptr;
+    QWidget* progressArea = nullptr;
+    QLabel* stage = nullptr;
+    QProgressBar* bar = nullptr;
+    QPushButton* cancelButton = nullptr;
+    QLabel* facts = nullptr;
+    QMenu* recentMenu = nullptr;
+    std::map<StudioText, QAction*> actions;
+
+    QTimer moving;
+    QTimer settling;
+    QTimer recovering;
+    double motionScale = 0.5; // of the view's pixels, while the camera moves
+    double settledTime = 0.0; // milliseconds that the last settled picture took
+    bool wasShown = false;
+    bool isDrawn = false; // the view shows the present state
+    bool hasWarnedOfRecovery = false;
+    StudioProgress* running = nullptr; // of the render under way
+    bool isFinalRunning = false;
+
+    std::vector<Result> results;
+    int resultNumber = 0;
+    CompareView* compareView = nullptr;
+};
+
+#endif

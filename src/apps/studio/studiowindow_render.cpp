@@ -1,0 +1,331 @@
+// Drawing the view, rendering pictures, and what becomes of them.
+#include "apps/studio/compareview.h"
+#include "apps/studio/lookpanel.h"
+#include "apps/studio/pictureview.h"
+#include "apps/studio/studioevents.h"
+#include "apps/studio/studioview.h"
+#include "apps/studio/studiowindow.h"
+#include "kivrender/platform/kivbitmap.h"
+#include "kivrender/render/kivbitmapmanager.h"
+
+#include <QDir>
+#include <QDockWidget>
+#include <QFileInfo>
+#include <QLabel>
+#include <QLocale>
+#include <QMenuBar>
+#include <QPainter>
+#include <QProgressBar>
+#include <QSvgRenderer>
+#include <QTabWidget>
+#include <QToolBar>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+
+namespace {
+
+// Milliseconds that a picture may take while the camera moves.
+constexpr double motionGoal = 40.0;
+// A look that takes longer than this when settled is replaced by the default one in motion.
+constexpr double slowLook = 220.0;
+
+// A picture as the library writes it to a file.
+bool toBitmap(const QImage& image, KivBitmapManager* bitmap) {
+    KivBitmapInfo info;
+    if (!bitmap->buildBitmapMemory(nullptr, {image.width(), image.height()}) ||
+        !kivGetBitmapInfo(bitmap->getHBitmap(), &info)) {
+        return false;
+    }
+    const QImage pixels = image.convertToFormat(QImage::Format_RGB32);
+    for (int y = 0; y < info.height; ++y) {
+        std::memcpy(info.pixels + static_cast<std::size_t>(y) * info.rowBytes,
+                    pixels.constScanLine(info.height - 1 - y), info.rowBytes);
+    }
+    return true;
+}
+
+// A drawing as a picture to look at; null for what can't be shown.
+QImage drawnSvg(const QString& file, QSize size) {
+    QSvgRenderer drawing(file);
+    if (!drawing.isValid()) {
+        return {};
+    }
+    QImage image(size, QImage::Format_RGB32);
+    image.fill(Qt::white);
+    QPainter painter(&image);
+    painter.setRenderHint(QPainter::Antialiasing);
+    drawing.render(&painter);
+    return image;
+}
+
+} // namespace
+
+// --- the view ---
+
+void StudioWindow::scheduleView() {
+    isDrawn = false;
+    if (isVisible()) {
+        moving.start(0);
+        settling.start();
+    }
+}
+
+void StudioWindow::drawMoving() {
+    const QSize whole = view->pictureRect().size();
+    if (renderer.isBusy() || whole.isEmpty()) {
+        return; // settling comes again
+    }
+    const QSize size = (QSizeF(whole) * motionScale).toSize().expandedTo(QSize(1, 1));
+    StudioState shown = current;
+    if (settledTime > slowLook) {
+        shown.look.clearData(); // the default shader
+    }
+    StudioProgress progress;
+    const StudioPicture picture = renderer.render(model, shown, size, StudioRenderer::Purpose::motion, progress);
+    if (picture.done) {
+        view->setPicture(picture.image);
+        // The time goes with the pixels, at least in part: half the way each time keeps it from swinging.
+        const double better = motionScale * std::sqrt(motionGoal / std::max(picture.milliseconds, 1.0));
+        motionScale = std::clamp((motionScale + better) / 2.0, 0.2, 1.0);
+    }
+}
+
+void StudioWindow::drawSettled() {
+    const QSize size = view->pictureRect().size();
+    if (renderer.isBusy() || tabs->currentIndex() != 0 || size.isEmpty()) {
+        settling.start();
+        return;
+    }
+    StudioProgress progress;
+    StudioPicture picture;
+    toolkit.holdTimers(true);
+    {
+        const StudioEvents events(StudioEvents::Held::replay, nullptr, [&progress] { progress.cancel(); });
+        progress.pump = [] { StudioEvents::pump(); };
+        running = &progress;
+        picture = renderer.render(model, current, size, StudioRenderer::Purpose::settled, progress);
+        running = nullptr;
+    }
+    toolkit.holdTimers(false);
+    if (picture.done) {
+        settledTime = picture.milliseconds;
+        view->setPicture(picture.image);
+        isDrawn = !moving.isActive() && !settling.isActive();
+    } else if (picture.cancelled) {
+        settling.start();
+    }
+    if (!picture.messages.empty()) {
+        tell(kivToQt(picture.messages.front()));
+    }
+}
+
+// --- pictures ---
+
+void StudioWindow::setRendering(bool on) {
+    isFinalRunning = on;
+    for (QWidget* const each : std::initializer_list<QWidget*>{menuBar(), toolBar, lookDock, sceneDock}) {
+        each->setEnabled(!on);
+    }
+    progressArea->setVisible(on);
+    facts->setVisible(!on);
+    toolkit.holdTimers(on);
+    bar->setValue(0);
+    stage->setText(on ? studioText(StudioText::starting) : QString());
+    updateActions();
+}
+
+StudioPicture StudioWindow::renderFinal(const StudioState& wanted, QSize size, PictureView* growing) {
+    StudioProgress progress;
+    StudioPicture picture;
+    setRendering(true);
+    {
+        const StudioEvents events(StudioEvents::Held::drop, progressArea, [&progress] { progress.cancel(); });
+        progress.pump = [] { StudioEvents::pump(); };
+        progress.onProgress = [this](double done, const std::wstring& text) {
+            bar->setValue(static_cast<int>(done * 1000.0));
+            if (!text.empty()) {
+                stage->setText(kivToQt(text));
+            }
+        };
+        progress.onPicture = [this, growing] {
+            const QImage image = renderer.growing();
+            if (growing != nullptr && !image.isNull()) {
+                growing->setPictures(image);
+            }
+        };
+        running = &progress;
+        picture = renderer.render(model, wanted, size, StudioRenderer::Purpose::final, progress);
+        running = nullptr;
+    }
+    setRendering(false);
+    return picture;
+}
+
+// wanted: a file was to be written.
+void StudioWindow::showProblems(const StudioPicture& picture, bool wanted) {
+    QStringList lines;
+    for (const std::wstring& message : picture.messages) {
+        lines << kivToQt(message);
+    }
+    if (picture.cancelled) {
+        tell(studioText(StudioText::cancelled));
+    } else if (!lines.isEmpty()) {
+        warn(lines.join(QLatin1Char('\n')));
+    } else if (!picture.done || (wanted && !picture.saved)) {
+        warn(studioText(StudioText::notRendered));
+    }
+}
+
+void StudioWindow::renderPicture() {
+    if (renderer.isBusy()) {
+        return;
+    }
+    lookPanel->flush();
+    const StudioState wanted = current;
+    const QSize size = renderSize();
+    Result result;
+    result.view = new PictureView;
+    result.page = result.view;
+    result.view->setPictures(view->picture().scaled(size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation));
+    result.name = studioText(wanted.options.doVectorial() ? StudioText::drawingTab : StudioText::pictureTab)
+                      .arg(resultNumber + 1);
+    tabs->addTab(result.page, result.name);
+    tabs->setCurrentWidget(result.page);
+    const StudioPicture picture = renderFinal(wanted, size, result.view);
+    const bool wantsFile = wanted.options.doVectorial() || wanted.options.doSaveRender();
+    showProblems(picture, wantsFile);
+    if (!picture.done) {
+        delete result.page;
+        tabs->setCurrentIndex(0);
+        updateActions();
+        return;
+    }
+    ++resultNumber;
+    addResult(wanted, size, picture, result);
+}
+
+void StudioWindow::addResult(const StudioState& wanted, QSize size, const StudioPicture& picture, Result result) {
+    result.state = wanted;
+    result.size = size;
+    result.image = picture.image;
+    if (wanted.options.doVectorial()) {
+        result.file = kivToQt(wanted.options.getSaveVectorFile());
+        result.image =
+            result.file.endsWith(QLatin1String(".svg"), Qt::CaseInsensitive) ? drawnSvg(result.file, size) : QImage();
+        if (result.image.isNull()) {
+            // No page of that kind can be shown here: the same scene as pixels tells how it looks.
+            StudioState shown = wanted;
+            shown.options.setVectorial(false);
+            shown.options.setSaveRender(false);
+            result.image = renderFinal(shown, size, nullptr).image;
+        }
+    } else if (picture.saved) {
+        result.file = kivToQt(wanted.options.getSaveRenderFile());
+    }
+    result.view->setPictures(result.image);
+    QString caption = studioText(StudioText::pictureCaption)
+                          .arg(size.width())
+                          .arg(size.height())
+                          .arg(QLocale().toString(picture.milliseconds / 1000.0, 'f', 2));
+    if (!result.file.isEmpty()) {
+        caption += QStringLiteral("  \u2013  ") + QDir::toNativeSeparators(result.file);
+        tell(studioText(StudioText::writtenTo).arg(QDir::toNativeSeparators(result.file)));
+    } else {
+        tell(studioText(StudioText::rendered));
+    }
+    result.view->setCaption(caption);
+    results.push_back(result);
+    updateCompare();
+    updateActions();
+}
+
+StudioWindow::Result* StudioWindow::currentResult() {
+    const auto found = std::find_if(results.begin(), results.end(),
+                                    [this](const Result& each) { return each.page == tabs->currentWidget(); });
+    return found != results.end() ? &*found : nullptr;
+}
+
+void StudioWindow::savePicture() {
+    Result* const result = currentResult();
+    wchar_t name[kivMaxPath] = {};
+    if (result == nullptr || result->image.isNull() || host.getBitmapFilename(&frame, name, kivMaxPath, 0) == 0) {
+        return;
+    }
+    KivBitmapManager bitmap;
+    host.holdMessages();
+    const bool made = toBitmap(result->image, &bitmap);
+    if (made) {
+        host.saveImage(bitmap, name);
+    }
+    const std::vector<std::wstring> messages = host.takeMessages();
+    const QString file = QDir::toNativeSeparators(QString::fromWCharArray(name));
+    if (!made || !messages.empty()) {
+        warn(studioText(StudioText::notSaved).arg(messages.empty() ? file : kivToQt(messages.front())));
+        return;
+    }
+    tell(studioText(StudioText::saved).arg(file));
+}
+
+// Of the result that is shown, else of the document as it is.
+void StudioWindow::exportDrawing() {
+    lookPanel->flush();
+    const Result* const shown = currentResult();
+    StudioState wanted = shown != nullptr ? shown->state : current;
+    const QSize size = shown != nullptr ? shown->size : renderSize();
+    wchar_t name[kivMaxPath] = {};
+    if (renderer.isBusy() || host.getVectorialFilename(&frame, name, kivMaxPath, 0) == 0) {
+        return;
+    }
+    wanted.options.setVectorial(true);
+    wanted.options.setTransparencies(false);
+    wanted.options.setShadows(false);
+    wanted.options.setSaveRender(false);
+    wanted.options.setSaveVectorFile(name);
+    const StudioPicture picture = renderFinal(wanted, size, nullptr);
+    showProblems(picture, true);
+    if (picture.done && picture.saved) {
+        tell(studioText(StudioText::writtenTo).arg(QDir::toNativeSeparators(QString::fromWCharArray(name))));
+    }
+}
+
+void StudioWindow::compare() {
+    if (results.size() < 2) {
+        return;
+    }
+    if (compareView == nullptr) {
+        compareView = new CompareView;
+        tabs->addTab(compareView, studioText(StudioText::compareTab));
+    }
+    updateCompare();
+    tabs->setCurrentWidget(compareView);
+}
+
+void StudioWindow::updateCompare() {
+    if (compareView == nullptr) {
+        return;
+    }
+    std::vector<CompareView::Choice> choices;
+    for (const Result& each : results) {
+        choices.push_back({each.name, each.image});
+    }
+    compareView->setChoices(choices);
+}
+
+void StudioWindow::closeTab(int index) {
+    QWidget* const page = tabs->widget(index);
+    if (index <= 0 || page == nullptr || isFinalRunning) {
+        return;
+    }
+    results.erase(
+        std::remove_if(results.begin(), results.end(), [page](const Result& each) { return each.page == page; }),
+        results.end());
+    if (page == compareView) {
+        compareView = nullptr;
+    }
+    tabs->removeTab(index);
+    page->deleteLater();
+    updateCompare();
+    updateActions();
+}

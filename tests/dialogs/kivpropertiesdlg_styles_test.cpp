@@ -74,10 +74,11 @@ TEST_F(KivPropertiesDlgStyles, AStyleWithoutABaseLookSwitchesItOff) {
 TEST_F(KivPropertiesDlgStyles, BringTheValuesOfTheirPages) {
     host.users.write("Mine.kiv",
                      "[General]\r\nNonCombinableShader=Wash\r\n[Wash]\r\nPage0=42\r\n[Lines]\r\nPage1=7\r\n");
-    writeStream(stream, L"", L"Paint", L"");
-    WindowRecord& user = open(&stream);
+    WindowRecord& user = open(nullptr);
+    ASSERT_TRUE(lines.pages.empty());
     EXPECT_TRUE(user.choose(Dlg::stylesCombo, 0));
     EXPECT_EQ(wash.pages[0]->getControlText(samplePageControl), L"42");
+    ASSERT_EQ(lines.pages.size(), 2U);
     EXPECT_EQ(lines.pages[1]->getControlText(samplePageControl), L"7") << "active or not";
     EXPECT_EQ(user.at(Dlg::stylesCombo).selection, 0) << "what the dialog writes into the pages is no edit";
 }
@@ -293,6 +294,46 @@ TEST_F(KivPropertiesDlgStyles, ARemovedStyleIsInTheWastebasketAndNoLongerNamed) 
     EXPECT_EQ(texts(stream)[0], L"Style:");
     EXPECT_TRUE(user.choose(Dlg::stylesCombo, 1));
     EXPECT_EQ(KivTestAccess::base(dialog), &wash) << "paths stand beside their items";
+}
+
+// Items that come with the template stay the only ones, and have no files.
+TEST_F(KivPropertiesDlgStyles, AListThatIsFilledAlreadyStaysAsItIs) {
+    writeStyle(host.users, L"Mine", {L"Wash", {}});
+    writeStream(stream, L"", L"Paint", L"");
+    toolkit.onWindow = [](WindowRecord& window) {
+        window.controls[Dlg::stylesCombo].items = {{L"of the template"}};
+        window.controls[Dlg::nonCombinableTree].items = {{L"Test Paint"}};
+    };
+    WindowRecord& user = open(&stream);
+    EXPECT_EQ(user.at(Dlg::stylesCombo).items.size(), 1U);
+    EXPECT_EQ(user.at(Dlg::nonCombinableTree).items.size(), 1U);
+    EXPECT_TRUE(user.at(Dlg::combinableTree).items.empty());
+    EXPECT_TRUE(user.choose(Dlg::stylesCombo, 0));
+    EXPECT_FALSE(dialog.isChanged());
+    EXPECT_TRUE(user.click(Dlg::removeStyleButton));
+    EXPECT_EQ(user.at(Dlg::stylesCombo).items.size(), 1U);
+    EXPECT_EQ(KivTestAccess::base(dialog), &paint);
+}
+
+TEST_F(KivPropertiesDlgStyles, ADesktopThatTellsTheDialogsOwnChecksChangesNothing) {
+    writeStyle(host.users, L"Mine", {L"", {L"Dots"}});
+    writeStyle(host.users, L"Yours", {L"Wash", {}});
+    writeStream(stream, L"", L"Paint", L"Lines;");
+    WindowRecord& user = open(&stream);
+    user.tellsChecks = true;
+    EXPECT_TRUE(user.choose(Dlg::stylesCombo, 0));
+    EXPECT_EQ(KivTestAccess::base(dialog), nullptr);
+    EXPECT_EQ(user.at(Dlg::stylesCombo).selection, 0) << "an edit would end the style";
+    EXPECT_TRUE(user.choose(Dlg::stylesCombo, 1));
+    EXPECT_EQ(KivTestAccess::base(dialog), &wash);
+    EXPECT_EQ(user.at(Dlg::stylesCombo).selection, 1);
+    EXPECT_TRUE(toolkit.timers.empty());
+    EXPECT_FALSE(stream.isChanged());
+    dialog.changesWritten();
+    EXPECT_TRUE(user.click(Dlg::removeStyleButton));
+    EXPECT_EQ(user.at(Dlg::stylesCombo).selection, -1);
+    EXPECT_EQ(KivTestAccess::base(dialog), &wash) << "the style that takes its place in the list is not loaded";
+    EXPECT_FALSE(dialog.isChanged());
 }
 
 } // namespace

@@ -192,6 +192,12 @@ TEST_F(KivPropertiesDlgTest, TheEndOfTheWindowEndsPagesAndTimer) {
     EXPECT_FALSE(dialog.getIsCreated());
     page.resetStyle();
     EXPECT_TRUE(toolkit.timers.empty()) << "a closed dialog is told nothing";
+    const bool before = dialog.isChanged();
+    dialog.changesWritten();
+    dialog.resetStyle();
+    dialog.showPreview();
+    EXPECT_TRUE(before);
+    EXPECT_FALSE(dialog.isChanged()) << "and has nothing to do";
 }
 
 // Whatever the user does.

@@ -60,6 +60,7 @@ struct WindowRecord {
     std::map<int, Control> controls;
     std::map<int, RECT> rectangles;
     std::vector<std::vector<int>> groups; // of radio buttons
+    bool tellsChecks = false;             // a check that the dialog sets is told like a click
     std::vector<Received> received;
     std::function<void(const KivControlEvent&)> listener;
     std::function<int()> modal; // what the user does in a modal window, and its result
@@ -277,7 +278,11 @@ public:
         return record->at(control).check;
     }
     void setCheck(int control, int state) override {
+        const int former = record->at(control).check;
         record->setCheck(control, state);
+        if (record->tellsChecks && former != state) {
+            record->tell(control, KivControlChange::clicked);
+        }
     }
 
     void insertItem(int control, int index, const std::wstring& text, int image) override {
@@ -286,11 +291,15 @@ public:
         list.items.insert(list.items.begin() + at, {text, image});
         list.selection += list.selection >= at ? 1 : 0;
     }
+    // In place of a selected one its neighbour is selected, as in many a desktop.
     void removeItem(int control, int index) override {
         auto& list = record->controls[control];
         list.items.erase(list.items.begin() + index);
-        if (list.selection >= index) {
-            list.selection = list.selection == index ? -1 : list.selection - 1;
+        if (list.selection == index) {
+            list.selection = std::min(index, static_cast<int>(list.items.size()) - 1);
+            record->tell(control, KivControlChange::selected);
+        } else if (list.selection > index) {
+            --list.selection;
         }
     }
     int getItemCount(int control) const override {

@@ -119,7 +119,7 @@ void StudioCamera::look(StudioSide view) {
         pitch = -pi / 2.0;
         break;
     case StudioSide::threeQuarter:
-        follow(eye(), threeQuarterDirection(up), {target});
+        turnTo(threeQuarterDirection(up));
         break;
     }
 }
@@ -152,9 +152,18 @@ void StudioCamera::fit(const std::vector<Kiv3DPoint>& points, double aspect) {
 
 void StudioCamera::follow(const Kiv3DPoint& location, const Kiv3DVector& direction,
                           const std::vector<Kiv3DPoint>& points) {
+    if (turnTo(direction)) {
+        const double depth = dot(between(location, middleOf(points)), axes().forward);
+        distance = std::clamp(finiteOr(depth, distance), nearest, farthest);
+        target = along(location, axes().forward, distance);
+        sanitize();
+    }
+}
+
+bool StudioCamera::turnTo(const Kiv3DVector& direction) {
     const double length = std::sqrt(dot(direction, direction));
     if (!(length > 0.0) || !std::isfinite(length)) {
-        return;
+        return false;
     }
     const Kiv3DVector way = sum(direction, 1.0 / length, up, 0.0);
     const Kiv3DVector front = frontOf(up);
@@ -165,10 +174,8 @@ void StudioCamera::follow(const Kiv3DPoint& location, const Kiv3DVector& directi
     if (ahead * ahead + aside * aside > 1e-12) {
         yaw = std::atan2(-aside, ahead);
     }
-    const double depth = dot(between(location, middleOf(points)), way);
-    distance = std::clamp(finiteOr(depth, distance), nearest, farthest);
-    target = along(location, axes().forward, distance);
     sanitize();
+    return true;
 }
 
 KivCamera StudioCamera::toCamera(const std::vector<Kiv3DPoint>& points, double aspect) const {

@@ -34,6 +34,8 @@ struct StudioCamera {
     void look(StudioSide view);
     // Moves so that all points just fit into a picture of that aspect, width / height.
     void fit(const std::vector<Kiv3DPoint>& points, double aspect);
+    // Looks that way at the same target. False, with nothing changed, for a way without a length.
+    bool turnTo(const Kiv3DVector& direction);
     // Takes over the direction and the place of another camera, but for its roll. The target is put at the depth of
     // the points' middle.
     void follow(const Kiv3DPoint& location, const Kiv3DVector& direction, const std::vector<Kiv3DPoint>& points);

@@ -1,10 +1,15 @@
 #include "apps/studio/studiohost.h"
 
+#include "apps/studio/previewmodel.h"
+
 #include <utility>
 
 StudioHost::StudioHost() {
     setDefaultHost(this);
     setShowPreview(true);
+    // In place of the library's own scene, which is made for the constructor of the base.
+    previewScene.empty();
+    makePreviewModel(&previewScene, &previewCamera);
 }
 
 HWND StudioHost::getMainWindow() {

@@ -284,6 +284,11 @@ void StudioModel::placeCamera(StudioCamera* camera, double aspect) const {
             placed.parallel = true;
             placed.distance = own.orthoHeight / (2.0 * std::tan(placed.fov * pi / 360.0));
         }
+        // It was made for a picture of a usual shape; in a narrow one the sides would be cut off.
+        constexpr double usual = 4.0 / 3.0;
+        if (aspect < usual) {
+            placed.zoom(std::max(aspect, 0.1) / usual, 0.0, 0.0, 1.0);
+        }
     } else {
         placed.look(StudioSide::threeQuarter);
         placed.fit(all, aspect);

@@ -231,6 +231,26 @@ TEST_F(KivPropertiesDlgStream, ACombinableShaderInPlaceOfTheBaseLookIsActive) {
     EXPECT_EQ(user.at(Dlg::combinableTree).selection, 0);
 }
 
+TEST_F(KivPropertiesDlgStream, ShadersWithoutABlockHaveTheirPagesAllTheSame) {
+    WindowRecord& user = open(nullptr);
+    EXPECT_TRUE(lines.pages.empty());
+    stream.clearData();
+    stream.setSaving();
+    for (const wchar_t* const line :
+         {L"Style:", L"NonCombinableShader:Wash", L"CombinableShader:Dots;", L"End Morvane"}) {
+        stream.saveString(line);
+        stream.saveCurrentVaried(false);
+    }
+    dialog.setData(&stream);
+    EXPECT_EQ(wash.pages.size(), 1U);
+    EXPECT_EQ(dots.pages.size(), 1U);
+    EXPECT_EQ(user.at(Dlg::pagesTab).items.size(), 2U);
+    EXPECT_EQ(shownPages(), std::vector<KivPageDlg*>{wash.getPage(&dialog, 0)});
+    EXPECT_TRUE(user.toggle(Dlg::combinableTree, 0));
+    EXPECT_EQ(lines.pages.size(), 2U) << "made when they are needed";
+    EXPECT_EQ(user.at(Dlg::pagesTab).items.size(), 4U);
+}
+
 TEST_F(KivPropertiesDlgStream, ThePreviewBoxIsSavedBothWays) {
     WindowRecord& user = open(nullptr);
     for (const bool on : {true, false, true}) {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <initializer_list>
 
 namespace {
 
@@ -33,6 +34,10 @@ bool isZUp(const Kiv3DVector& up) {
 // The way that the front view looks: along -z where y is up, along +y where z is.
 Kiv3DVector frontOf(const Kiv3DVector& up) {
     return isZUp(up) ? Kiv3DVector(0.0, 1.0, 0.0) : Kiv3DVector(0.0, 0.0, -1.0);
+}
+
+bool areFinite(std::initializer_list<double> values) {
+    return std::all_of(values.begin(), values.end(), [](double v) { return std::isfinite(v); });
 }
 
 double finiteOr(double value, double otherwise) {
@@ -75,12 +80,18 @@ double StudioCamera::heightAtTarget() const {
 }
 
 void StudioCamera::orbit(double right, double upwards) {
+    if (!areFinite({right, upwards})) {
+        return;
+    }
     yaw += right;
     pitch += upwards;
     sanitize();
 }
 
 void StudioCamera::pan(double x, double y, double viewHeight) {
+    if (!areFinite({x, y, viewHeight})) {
+        return;
+    }
     const double unitsPerPixel = heightAtTarget() / std::max(viewHeight, 1.0);
     const ViewAxes view = axes();
     target = along(along(target, view.right, -x * unitsPerPixel), view.up, y * unitsPerPixel);
@@ -88,8 +99,11 @@ void StudioCamera::pan(double x, double y, double viewHeight) {
 }
 
 void StudioCamera::zoom(double factor, double x, double y, double viewHeight) {
+    if (!areFinite({factor, x, y, viewHeight})) {
+        return;
+    }
     const double before = distance;
-    distance = std::clamp(before / std::max(finiteOr(factor, 1.0), 1e-6), nearest, farthest);
+    distance = std::clamp(before / std::max(factor, 1e-6), nearest, farthest);
     const double unitsPerPixel = heightAtTarget() / distance * before / std::max(viewHeight, 1.0);
     const double part = 1.0 - distance / before;
     const ViewAxes view = axes();

@@ -8,6 +8,7 @@
 #include "kivrender/settings/kivpagesettings.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <limits>
 #include <unordered_map>
@@ -61,6 +62,103 @@ struct Cell {
     unsigned int count = 0;
 };
 
+// The number of each vertex's cell, and the cells.
+struct Clusters {
+    std::vector<unsigned int> cellOf;
+    std::vector<Cell> cells;
+};
+
+// A mesh that is only read has no box unless it was asked for one before.
+KivBox boxOf(const KivMesh& mesh) {
+    constexpr double infinity = std::numeric_limits<double>::infinity();
+    Kiv3DPoint low(infinity, infinity, infinity);
+    Kiv3DPoint high(-infinity, -infinity, -infinity);
+    for (unsigned int i = 0; i < mesh.getNumVertexs(); ++i) {
+        const Kiv3DPoint p = mesh.getVertex(i);
+        low = {std::min(low.x, p.x), std::min(low.y, p.y), std::min(low.z, p.z)};
+        high = {std::max(high.x, p.x), std::max(high.y, p.y), std::max(high.z, p.z)};
+    }
+    return {low.x, high.x, low.y, high.y, low.z, high.z};
+}
+
+// A grid of so many cells along the longest side of the box.
+Clusters cluster(const KivMesh& mesh, const KivBox& box, double across) {
+    const Kiv3DVector size = between(lowest(box), highest(box));
+    const double side = std::max({size.x, size.y, size.z, 1e-9}) / across;
+    Clusters clusters;
+    clusters.cellOf.resize(mesh.getNumVertexs());
+    std::unordered_map<std::uint64_t, unsigned int> numbers;
+    for (unsigned int i = 0; i < mesh.getNumVertexs(); ++i) {
+        const Kiv3DPoint p = mesh.getVertex(i);
+        const Kiv3DVector inside = between(lowest(box), p);
+        const auto along = [&](double v) {
+            // What is no number counts as the first cell.
+            return v > 0.0 ? static_cast<std::uint64_t>(std::min(std::floor(v / side), std::ceil(across) - 1.0)) : 0;
+        };
+        const std::uint64_t key = along(inside.x) << 42 | along(inside.y) << 21 | along(inside.z);
+        const auto [found, isNew] = numbers.try_emplace(key, static_cast<unsigned int>(clusters.cells.size()));
+        if (isNew) {
+            clusters.cells.emplace_back();
+        }
+        Cell& cell = clusters.cells[found->second];
+        cell.place = {cell.place.x + p.x, cell.place.y + p.y, cell.place.z + p.z};
+        if (mesh.hasNormals()) {
+            const Kiv3DVector n = mesh.getNormal(i);
+            cell.normal = {cell.normal.x + n.x, cell.normal.y + n.y, cell.normal.z + n.z};
+        }
+        ++cell.count;
+        clusters.cellOf[i] = found->second;
+    }
+    return clusters;
+}
+
+using Corners = std::array<unsigned int, 3>;
+
+// The triangles that reach over three cells, each once.
+std::vector<Corners> keptTriangles(const KivMesh& mesh, const Clusters& clusters) {
+    std::vector<Corners> kept;
+    for (unsigned int t = 0; t < mesh.getNumTriangles(); ++t) {
+        Corners corner = {};
+        mesh.getTriangle(corner.data(), t);
+        for (unsigned int& c : corner) {
+            c = clusters.cellOf[c];
+        }
+        if (corner[0] != corner[1] && corner[1] != corner[2] && corner[2] != corner[0]) {
+            // The same way round from its lowest corner on: equal ones are then equal to the letter.
+            std::rotate(corner.begin(), std::min_element(corner.begin(), corner.end()), corner.end());
+            kept.push_back(corner);
+        }
+    }
+    std::sort(kept.begin(), kept.end());
+    kept.erase(std::unique(kept.begin(), kept.end()), kept.end());
+    return kept;
+}
+
+std::unique_ptr<KivMesh> build(const KivMesh& mesh, const Clusters& clusters, const std::vector<Corners>& triangles) {
+    auto coarse = std::make_unique<KivMesh>();
+    coarse->reserveVertexs(static_cast<unsigned int>(clusters.cells.size()));
+    coarse->reserveTriangles(static_cast<unsigned int>(triangles.size()));
+    for (const Cell& cell : clusters.cells) {
+        const Kiv3DPoint place(cell.place.x / cell.count, cell.place.y / cell.count, cell.place.z / cell.count);
+        if (mesh.hasNormals()) {
+            // Where the two sides of a thin part cancel out any way will do.
+            Kiv3DVector normal = cell.normal.norm() == 0.0 ? Kiv3DVector(0.0, 0.0, 1.0) : cell.normal;
+            normal.normalice();
+            coarse->addVertex(place, normal);
+        } else {
+            coarse->addVertex(place);
+        }
+    }
+    for (const Corners& corner : triangles) {
+        coarse->addTriangle(corner[0], corner[1], corner[2]);
+    }
+    if (const KivMaterial* const material = mesh.getMaterial()) {
+        KivMaterial copy = *material;
+        coarse->setMaterial(copy);
+    }
+    return coarse;
+}
+
 KivModel builtInModel() {
     KivModel model;
     std::vector<kivimport::ModelParts> parts;
@@ -85,67 +183,21 @@ StudioLight toStudio(const KivLight& light) {
 } // namespace
 
 std::unique_ptr<KivMesh> coarseMesh(const KivMesh& mesh, unsigned int wantedTriangles) {
-    const unsigned int triangles = mesh.getNumTriangles();
-    if (triangles <= wantedTriangles) {
+    if (mesh.getNumTriangles() <= wantedTriangles) {
         return std::make_unique<KivMesh>(mesh);
     }
-    // A surface of size s in cells of size c has about 2 (s/c)^2 triangles, times a few for its folds.
-    const KivBox& box = *mesh.getBoundingBox();
-    const Kiv3DVector size = between(lowest(box), highest(box));
-    const double longest = std::max({size.x, size.y, size.z, 1e-9});
-    const double across = std::clamp(std::sqrt(wantedTriangles / 6.0), 4.0, 1000.0);
-    const double side = longest / across;
-    std::unordered_map<std::uint64_t, unsigned int> numbers;
-    std::vector<Cell> cells;
-    std::vector<unsigned int> cellOf(mesh.getNumVertexs());
-    for (unsigned int i = 0; i < mesh.getNumVertexs(); ++i) {
-        const Kiv3DPoint p = mesh.getVertex(i);
-        const Kiv3DVector inside = between(lowest(box), p);
-        const auto along = [&](double v) { return static_cast<std::uint64_t>(std::clamp(v / side, 0.0, 2000.0)); };
-        const std::uint64_t key = along(inside.x) << 42 | along(inside.y) << 21 | along(inside.z);
-        const auto [found, isNew] = numbers.try_emplace(key, static_cast<unsigned int>(cells.size()));
-        if (isNew) {
-            cells.emplace_back();
+    // A surface of size s in cells of size c has about 2 (s/c)^2 triangles, times a few for its folds. What fills space
+    // has far more, and is tried again in larger cells; in a single one nothing is left.
+    double across = std::clamp(std::sqrt(wantedTriangles / 6.0), 1.0, 1000.0);
+    const KivBox box = boxOf(mesh);
+    for (;;) {
+        const Clusters clusters = cluster(mesh, box, across);
+        const std::vector<Corners> kept = keptTriangles(mesh, clusters);
+        if (kept.size() <= wantedTriangles || across <= 1.0) {
+            return build(mesh, clusters, kept);
         }
-        Cell& cell = cells[found->second];
-        cell.place = {cell.place.x + p.x, cell.place.y + p.y, cell.place.z + p.z};
-        if (mesh.hasNormals()) {
-            const Kiv3DVector n = mesh.getNormal(i);
-            cell.normal = {cell.normal.x + n.x, cell.normal.y + n.y, cell.normal.z + n.z};
-        }
-        ++cell.count;
-        cellOf[i] = found->second;
+        across = std::max(across / 2.0, 1.0);
     }
-    auto coarse = std::make_unique<KivMesh>();
-    coarse->reserveVertexs(static_cast<unsigned int>(cells.size()));
-    for (Cell& cell : cells) {
-        const Kiv3DPoint place(cell.place.x / cell.count, cell.place.y / cell.count, cell.place.z / cell.count);
-        if (mesh.hasNormals()) {
-            // Where the two sides of a thin part cancel out any way will do.
-            if (cell.normal.norm() == 0.0) {
-                cell.normal = {0.0, 0.0, 1.0};
-            }
-            cell.normal.normalice();
-            coarse->addVertex(place, cell.normal);
-        } else {
-            coarse->addVertex(place);
-        }
-    }
-    for (unsigned int t = 0; t < triangles; ++t) {
-        unsigned int corner[3] = {};
-        mesh.getTriangle(corner, t);
-        const unsigned int a = cellOf[corner[0]];
-        const unsigned int b = cellOf[corner[1]];
-        const unsigned int c = cellOf[corner[2]];
-        if (a != b && b != c && c != a) {
-            coarse->addTriangle(a, b, c);
-        }
-    }
-    if (const KivMaterial* const material = mesh.getMaterial()) {
-        KivMaterial copy = *material;
-        coarse->setMaterial(copy);
-    }
-    return coarse;
 }
 
 StudioModel::StudioModel() : imported(builtInModel()) {

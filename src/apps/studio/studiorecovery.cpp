@@ -5,7 +5,6 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QJsonDocument>
-#include <QSaveFile>
 #include <QUuid>
 
 namespace {
@@ -48,13 +47,7 @@ bool StudioRecovery::write(const StudioState& state, const QString& document, QS
     }
     QJsonObject json = state.toJson();
     json[QLatin1String(documentKey)] = document;
-    const QByteArray bytes = QJsonDocument(json).toJson();
-    QSaveFile out(file);
-    if (!out.open(QIODevice::WriteOnly) || out.write(bytes) != bytes.size() || !out.commit()) {
-        *why = QStringLiteral("%1: %2").arg(file, out.errorString());
-        return false;
-    }
-    return true;
+    return replaceFile(file, QJsonDocument(json).toJson(), why);
 }
 
 void StudioRecovery::clear() {

@@ -417,12 +417,7 @@ bool StudioState::operator==(const StudioState& other) const {
 
 bool saveStudioDocument(const QString& file, const StudioState& state, QString* why) {
     const QByteArray bytes = QJsonDocument(state.toJson(QFileInfo(file).absolutePath())).toJson();
-    QSaveFile out(file);
-    if (!out.open(QIODevice::WriteOnly) || out.write(bytes) != bytes.size() || !out.commit()) {
-        *why = QStringLiteral("%1: %2").arg(file, out.errorString());
-        return false;
-    }
-    return true;
+    return replaceFile(file, bytes, why);
 }
 
 bool loadStudioDocument(const QString& file, StudioState* state, QString* why) {
@@ -448,6 +443,17 @@ bool loadStudioDocument(const QString& file, StudioState* state, QString* why) {
     QString reason;
     if (!state->fromJson(document.object(), QFileInfo(file).absolutePath(), &reason)) {
         *why = QStringLiteral("%1: %2").arg(file, reason);
+        return false;
+    }
+    return true;
+}
+
+bool replaceFile(const QString& file, const QByteArray& bytes, QString* why) {
+    QSaveFile out(file);
+    // What is still in the buffer goes out before the commit, which does not notice when that fails: on a full disk it
+    // would put an empty file in the place of the good one.
+    if (!out.open(QIODevice::WriteOnly) || out.write(bytes) != bytes.size() || !out.flush() || !out.commit()) {
+        *why = QStringLiteral("%1: %2").arg(file, out.errorString());
         return false;
     }
     return true;

@@ -6,6 +6,7 @@
 #include "kivrender/settings/kivcommonsettings.h"
 #include "kivrender/settings/kivmemorydatamanager.h"
 
+#include <QByteArray>
 #include <QJsonObject>
 #include <QString>
 
@@ -53,5 +54,8 @@ struct StudioState {
 // Write and read a document's file. False with one line in *why; the old file then stays, and the state too.
 bool saveStudioDocument(const QString& file, const StudioState& state, QString* why);
 bool loadStudioDocument(const QString& file, StudioState* state, QString* why);
+
+// Replaces a file as a whole, or leaves it as it was: false with one line in *why.
+bool replaceFile(const QString& file, const QByteArray& bytes, QString* why);
 
 #endif

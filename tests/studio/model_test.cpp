@@ -1,6 +1,7 @@
 #include "apps/studio/studiomodel.h"
 
 #include "kivrender/scene/kivmesh.h"
+#include "kivrender/shader/kivshader.h"
 #include "support/meshsamples.h"
 #include "support/temphome.h"
 
@@ -179,6 +180,28 @@ TEST(StudioModel, OwnLooksComeForOneRenderAndGoWithoutATrace) {
         EXPECT_EQ(second.getNumPageSettings(), 0);
     }
     EXPECT_EQ(state.objects[1].getNumProperties(), 4) << "the state is only read";
+}
+
+TEST(StudioModel, PagesOfOwnLooksAreMadeAndDeletedAgain) {
+    const StudioModel model;
+    StudioState state = StudioState::fresh();
+    ASSERT_GT(KivShader::loadShaders(nullptr), 0);
+    state.objects[0].setSaving();
+    state.objects[0].setDefault();
+    KivShader::unLoadAll();
+    const KivMesh& mesh = *model.model().scene->getMesh(0);
+    int pages = 0;
+    for (int i = 0; i < 20; ++i) {
+        {
+            const StudioModel::OwnLooks looks(model, state);
+            EXPECT_TRUE(mesh.rendersThisShader(L"Cartoon"));
+            EXPECT_GT(mesh.getNumPageSettings(), 0);
+            EXPECT_TRUE(i == 0 || mesh.getNumPageSettings() == pages) << "pages pile up";
+            pages = mesh.getNumPageSettings();
+        }
+        EXPECT_EQ(mesh.getNumPageSettings(), 0);
+        EXPECT_FALSE(mesh.hasObjectSettings());
+    }
 }
 
 TEST(StudioModel, ALargeModelHasACoarseCopyForMotion) {

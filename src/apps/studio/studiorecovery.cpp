@@ -9,6 +9,8 @@
 
 namespace {
 
+// No recovery file of ours is as large; bytes.
+constexpr qint64 mostRead = 64 << 20;
 constexpr const char* documentKey = "recoveredDocument";
 
 QString lockOf(const QString& file) {
@@ -66,7 +68,7 @@ std::vector<StudioRecovery::Found> StudioRecovery::findAbandoned() {
         }
         QFile in(each.absoluteFilePath());
         const QJsonObject json =
-            in.open(QIODevice::ReadOnly) ? QJsonDocument::fromJson(in.readAll()).object() : QJsonObject();
+            in.open(QIODevice::ReadOnly) ? QJsonDocument::fromJson(in.read(mostRead)).object() : QJsonObject();
         list.push_back({each.absoluteFilePath(), json[QLatin1String(documentKey)].toString()});
     }
     return list;

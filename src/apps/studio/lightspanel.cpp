@@ -124,12 +124,12 @@ void LightsPanel::setCurrent(int light) {
     list->setCurrentRow(light);
 }
 
-void LightsPanel::show(const std::vector<StudioLight>& lights, bool own, const Kiv3DVector& modelUp) {
+void LightsPanel::show(const std::vector<StudioLight>& lights, bool own, const StudioCamera& shown) {
     const int former = list->currentRow();
     showing = true;
     all = lights;
     isOwn = own;
-    up = modelUp;
+    camera = shown;
     list->clear();
     for (std::size_t i = 0; i < all.size(); ++i) {
         QPixmap patch(16, 16);
@@ -167,7 +167,7 @@ void LightsPanel::showFields() {
     colour->setColor(toColor(light.colour));
     double around = 0.0;
     double high = 0.0;
-    toAngles(light.direction, up.z > up.y, &around, &high);
+    toAngles(light.direction, camera.up.z > camera.up.y, &around, &high);
     azimuth->setValue(around);
     elevation->setValue(high);
     place[0]->setValue(light.location.x);
@@ -184,7 +184,7 @@ void LightsPanel::readFields() {
     }
     StudioLight& light = all[static_cast<std::size_t>(row)];
     light.kind = static_cast<StudioLight::Kind>(std::max(kind->currentIndex(), 0));
-    light.direction = fromAngles(azimuth->value(), elevation->value(), up.z > up.y);
+    light.direction = fromAngles(azimuth->value(), elevation->value(), camera.up.z > camera.up.y);
     light.location = {place[0]->value(), place[1]->value(), place[2]->value()};
     light.angle = angle->value();
     emit changed();
@@ -203,17 +203,23 @@ void LightsPanel::pickColour() {
     }
 }
 
-// A new light comes from the left and above, so that it shows.
+// A new light comes from the left and above, between the viewer and the model, where its handle can be seen.
 void LightsPanel::add(StudioLight::Kind newKind) {
     if (all.size() >= mostLights) {
         return;
     }
-    const bool zUp = up.z > up.y;
+    const ViewAxes axes = camera.axes();
+    const double size = camera.heightAtTarget();
+    const auto stand = [&](double target, double right, double upwards, double forward) {
+        return target + size * (-0.22 * right + 0.25 * upwards - 0.3 * forward);
+    };
     StudioLight light;
     light.kind = newKind;
-    light.direction = fromAngles(-40.0, 40.0, zUp);
-    constexpr double away = 120.0;
-    light.location = {-light.direction.x * away, -light.direction.y * away, -light.direction.z * away};
+    light.location = {stand(camera.target.x, axes.right.x, axes.up.x, axes.forward.x),
+                      stand(camera.target.y, axes.right.y, axes.up.y, axes.forward.y),
+                      stand(camera.target.z, axes.right.z, axes.up.z, axes.forward.z)};
+    light.direction = {camera.target.x - light.location.x, camera.target.y - light.location.y,
+                       camera.target.z - light.location.z};
     all.push_back(light);
     showing = true;
     list->addItem(QString());

@@ -23,8 +23,8 @@ class LightsPanel : public QWidget {
 public:
     explicit LightsPanel(QWidget* parent = nullptr);
 
-    // The lights in force; own tells whether they are the user's.
-    void show(const std::vector<StudioLight>& lights, bool own, const Kiv3DVector& modelUp);
+    // The lights in force; own tells whether they are the user's. A new light comes to stand where the camera sees it.
+    void show(const std::vector<StudioLight>& lights, bool own, const StudioCamera& camera);
     const std::vector<StudioLight>& lights() const;
     int current() const;
     void setCurrent(int light);
@@ -47,7 +47,7 @@ private:
 
     std::vector<StudioLight> all;
     bool isOwn = false;
-    Kiv3DVector up{0.0, 1.0, 0.0};
+    StudioCamera camera;
     bool showing = false;
     QListWidget* list;
     QToolButton* addButton;

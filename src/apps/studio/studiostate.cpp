@@ -1,6 +1,7 @@
 #include "apps/studio/studiostate.h"
 
-#include "kivrender/platform/kivtext.h"
+#include "kivrender/platform/kivtypes.h"
+#include "kivrender/shader/kivshader.h"
 #include "qt/kivqttext.h"
 
 #include <QDir>
@@ -18,6 +19,8 @@ namespace {
 
 constexpr double pi = 3.14159265358979323846;
 constexpr int formatNumber = 1;
+constexpr const wchar_t* outlineTag = L"Outline";
+constexpr int headLines = 3;
 // Far more than any document has: what is beyond was not written by us.
 constexpr qint64 largestFile = 64 << 20;
 constexpr int mostCells = 200'000;
@@ -182,6 +185,14 @@ bool readStream(const QJsonValue& value, KivMemoryDataManager* stream) {
     return true;
 }
 
+void appendCopy(KivMemoryDataManager* stream, const KivProperty& cell) {
+    for (const CellKind& kind : cellKinds) {
+        if (kind.type == cell.getType()) {
+            appendCell(*stream, QLatin1String(kind.name), cellValue(cell));
+        }
+    }
+}
+
 // --- the options, one by one
 
 QJsonObject optionsObject(const KivCommonSettings& o) {
@@ -312,12 +323,34 @@ KivLight StudioLight::toLight(const std::vector<Kiv3DPoint>& points) const {
 
 StudioState StudioState::fresh() {
     StudioState state;
-    state.options.setBackgroundColor(0xFFFFFF);
+    state.options.setBackgroundColor(0xE8F2F7);
     state.options.setAmbientLight(0x404040);
     state.options.setResolution({1280, 960});
     state.options.setRenderIsoparams(true);
     state.options.setRenderDim(true);
     return state;
+}
+
+KivMemoryDataManager StudioState::freshLook() {
+    KivMemoryDataManager plain;
+    plain.setSaving();
+    plain.setDefault();
+    if (KivShader::getByTag(outlineTag) == nullptr) {
+        return plain;
+    }
+    // The third line of the head names what is drawn on top.
+    plain.setLoading();
+    KivMemoryDataManager look;
+    look.setSaving();
+    for (int line = 0; line < headLines; ++line) {
+        wchar_t text[kivMaxPath] = {};
+        plain.loadString(text);
+        look.saveString(line == headLines - 1 ? (std::wstring(text) + outlineTag + L";").c_str() : text);
+    }
+    for (std::size_t i = headLines; i < plain.getCells().size(); ++i) {
+        appendCopy(&look, plain.getCells()[i]);
+    }
+    return look;
 }
 
 QJsonObject StudioState::toJson(const QString& folder) const {

@@ -39,8 +39,10 @@ struct StudioState {
     std::map<int, KivMemoryDataManager> objects; // the streams of meshes that have one of their own, by mesh
     QJsonObject unknown;                         // what a newer program has written into the document
 
-    // A new document: a white ground, lines and points drawn, four times smoothed, in the default look.
+    // A new document without a look: on paper white, lines and points drawn, four times smoothed.
     static StudioState fresh();
+    // The look that new documents have: cartoon with outlines, as far as their shaders are loaded.
+    static KivMemoryDataManager freshLook();
 
     // folder: where the document is to stand; models are also named as seen from there. Empty for no such names.
     QJsonObject toJson(const QString& folder = {}) const;

@@ -34,8 +34,7 @@ StudioWindow::StudioWindow(StudioHost& studioHost, KivQtToolkit& studioToolkit)
     setAcceptDrops(true);
     clock.start();
     current = StudioState::fresh();
-    current.look.setSaving();
-    current.look.setDefault();
+    current.look = StudioState::freshLook();
     makePanels();
     makeMenus();
     connectPanels();
@@ -215,7 +214,7 @@ void StudioWindow::showTitle() {
 }
 
 void StudioWindow::showLights() {
-    lights->show(model.ownLights(current), current.hasLights, current.camera.up);
+    lights->show(model.ownLights(current), current.hasLights, current.camera);
     view->setLights(current.hasLights ? current.lights : std::vector<StudioLight>(), lights->current());
 }
 

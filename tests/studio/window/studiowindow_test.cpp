@@ -1,0 +1,519 @@
+// The main window as a user works it: real mouse and keys on real widgets, without a display.
+#include "apps/studio/compareview.h"
+#include "apps/studio/lightspanel.h"
+#include "apps/studio/lookpanel.h"
+#include "apps/studio/objectspanel.h"
+#include "apps/studio/pictureview.h"
+#include "apps/studio/studioview.h"
+#include "apps/studio/studiowindow.h"
+#include "kivrender/host/kivlanguage.h"
+#include "kivrender/render/kivrenderer.h"
+#include "kivrender/shader/kivshader.h"
+#include "support/temphome.h"
+
+#include <QAbstractButton>
+#include <QAction>
+#include <QApplication>
+#include <QComboBox>
+#include <QDialog>
+#include <QDir>
+#include <QFile>
+#include <QFileDialog>
+#include <QLineEdit>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QTabWidget>
+#include <QTest>
+#include <QTimer>
+#include <QTreeWidget>
+#include <cmath>
+#include <functional>
+#include <gtest/gtest.h>
+#include <memory>
+#include <set>
+
+namespace {
+
+using Dlg = KivPropertiesDlg;
+
+// Two boxes side by side, apart.
+constexpr const char* twoBoxes =
+    "o left\n"
+    "v -3 0 0\nv -1 0 0\nv -1 2 0\nv -3 2 0\nv -3 0 2\nv -1 0 2\nv -1 2 2\nv -3 2 2\n"
+    "f 4 3 2 1\nf 5 6 7 8\nf 1 2 6 5\nf 2 3 7 6\nf 3 4 8 7\nf 4 1 5 8\n"
+    "o right\n"
+    "v 1 0 0\nv 3 0 0\nv 3 2 0\nv 1 2 0\nv 1 0 2\nv 3 0 2\nv 3 2 2\nv 1 2 2\n"
+    "f 12 11 10 9\nf 13 14 15 16\nf 9 10 14 13\nf 10 11 15 14\nf 11 12 16 15\nf 12 9 13 16\n";
+
+class StudioWindowTest : public testing::Test {
+protected:
+    StudioWindowTest() : former(KivToolkit::install(&toolkit)) {
+        qputenv("XDG_STATE_HOME", (homeFolder() + "/state").toUtf8());
+        EXPECT_TRUE(kivLoadLanguage(L"en"));
+        host = std::make_unique<StudioHost>();
+        EXPECT_TRUE(loader.loadShaders());
+        open();
+    }
+    ~StudioWindowTest() override {
+        window.reset();
+        for (unsigned long i = 0; i < KivShader::shaders(); ++i) {
+            KivShader::getByIndex(i)->destroyPages(nullptr);
+        }
+        host.reset();
+        loader.unloadShaders();
+        KivToolkit::install(former);
+    }
+
+    QString homeFolder() const {
+        return QString::fromStdString(home.path().string());
+    }
+    void open() {
+        window = std::make_unique<StudioWindow>(*host, toolkit);
+        window->show();
+        QTest::qWait(20);
+    }
+    QString write(const QString& name, const QByteArray& content) const {
+        const QString file = homeFolder() + "/" + name;
+        QFile out(file);
+        EXPECT_TRUE(out.open(QIODevice::WriteOnly) && out.write(content) == content.size());
+        return file;
+    }
+    void openBoxes() {
+        ASSERT_TRUE(window->openFiles({write("boxes.obj", twoBoxes)}));
+        settle();
+    }
+    void settle() const {
+        EXPECT_TRUE(QTest::qWaitFor([this] { return window->isSettled(); }, 20000));
+    }
+    template <class Widget> Widget* find() const {
+        auto* const found = window->findChild<Widget*>();
+        EXPECT_NE(found, nullptr);
+        return found;
+    }
+    // A control of the panel of looks.
+    template <class Widget> Widget* control(int number) const {
+        for (Widget* const each : find<LookPanel>()->template findChildren<Widget*>()) {
+            if (each->property("control").isValid() && each->property("control").toInt() == number) {
+                return each;
+            }
+        }
+        ADD_FAILURE() << "no such control: " << number;
+        return nullptr;
+    }
+    KivWindow& panel() const {
+        return *find<LookPanel>()->dialog().getWindow();
+    }
+    QAction* action(StudioText text) const {
+        const QString name = studioText(text);
+        for (QAction* const each : window->findChildren<QAction*>()) {
+            if (each->text() == name) {
+                return each;
+            }
+        }
+        ADD_FAILURE() << "no action " << name.toStdString();
+        return nullptr;
+    }
+    void trigger(StudioText text) const {
+        action(text)->trigger();
+    }
+    // By its beginning, as the names of steps come behind.
+    QAction* undoAction() const {
+        for (QAction* const each : window->findChildren<QAction*>()) {
+            if (each->text().startsWith("&Undo")) {
+                return each;
+            }
+        }
+        return nullptr;
+    }
+    static void whenModal(std::function<void(QWidget*)> act) {
+        QTimer::singleShot(10, qApp, [act = std::move(act)]() {
+            QWidget* const modal = QApplication::activeModalWidget();
+            if (modal == nullptr) {
+                whenModal(act);
+            } else {
+                act(modal);
+            }
+        });
+    }
+    // Presses the button with that text in the message that comes.
+    static void answer(const QString& button) {
+        whenModal([button](QWidget* modal) {
+            for (QAbstractButton* const each : modal->findChildren<QAbstractButton*>()) {
+                if (each->text() == button) {
+                    each->click();
+                    return;
+                }
+            }
+            ADD_FAILURE() << "no button " << button.toStdString();
+            modal->close();
+        });
+    }
+    // Types a name into the file dialog that comes.
+    static void chooseFile(const QString& file, const QString& filter = {}) {
+        whenModal([=](QWidget* modal) {
+            auto* const dialog = qobject_cast<QFileDialog*>(modal);
+            ASSERT_NE(dialog, nullptr);
+            if (!filter.isEmpty()) {
+                dialog->selectNameFilter(filter);
+            }
+            auto* const field = dialog->findChild<QLineEdit*>("fileNameEdit");
+            ASSERT_NE(field, nullptr);
+            field->setText(file);
+            QTest::keyClick(field, Qt::Key_Return);
+        });
+    }
+    static double covered(const QImage& image) {
+        const QRgb ground = image.pixel(1, 1);
+        int count = 0;
+        for (int y = 0; y < image.height(); ++y) {
+            for (int x = 0; x < image.width(); ++x) {
+                count += image.pixel(x, y) != ground ? 1 : 0;
+            }
+        }
+        return static_cast<double>(count) / (image.width() * image.height());
+    }
+    QTabWidget& tabs() const {
+        return *qobject_cast<QTabWidget*>(window->centralWidget());
+    }
+
+    const TempHome home;
+    KivQtToolkit toolkit;
+    KivToolkit* former;
+    KivRenderer loader;
+    std::unique_ptr<StudioHost> host;
+    std::unique_ptr<StudioWindow> window;
+};
+
+} // namespace
+
+TEST_F(StudioWindowTest, BeginsWithTheBuiltInScene) {
+    settle();
+    EXPECT_TRUE(window->state().models.empty());
+    EXPECT_GT(covered(find<StudioView>()->picture()), 0.25);
+    EXPECT_TRUE(window->windowTitle().startsWith("Built-in scene"));
+    EXPECT_FALSE(window->isWindowModified());
+}
+
+TEST_F(StudioWindowTest, OpensAModelAndFitsItIntoTheView) {
+    openBoxes();
+    const QImage picture = find<StudioView>()->picture();
+    EXPECT_GT(covered(picture), 0.15);
+    EXPECT_EQ(find<ObjectsPanel>()->count(), 2);
+    // Nothing touches the edge.
+    for (int x = 0; x < picture.width(); ++x) {
+        ASSERT_EQ(picture.pixel(x, 0), picture.pixel(0, 0));
+        ASSERT_EQ(picture.pixel(x, picture.height() - 1), picture.pixel(0, 0));
+    }
+}
+
+TEST_F(StudioWindowTest, AFileThatIsNoModelIsToldAndNothingIsLost) {
+    openBoxes();
+    const StudioState before = window->state();
+    answer("OK");
+    EXPECT_FALSE(window->openFiles({write("broken.obj", "f 1 2 3\n")}));
+    EXPECT_TRUE(window->state() == before);
+    EXPECT_EQ(find<ObjectsPanel>()->count(), 2);
+    answer("OK");
+    EXPECT_FALSE(window->openFiles({write("broken.selvarin", "{\"selvarin\": 1, \"look\": 3}")}));
+    EXPECT_TRUE(window->state() == before);
+}
+
+TEST_F(StudioWindowTest, TheLeftButtonTurnsAndUndoTurnsBack) {
+    openBoxes();
+    auto* const view = find<StudioView>();
+    const QImage before = view->picture();
+    const StudioCamera camera = window->state().camera;
+    QTest::mousePress(view, Qt::LeftButton, {}, QPoint(100, 100));
+    for (int i = 1; i <= 5; ++i) {
+        QTest::mouseMove(view, QPoint(100 + 12 * i, 100 + 5 * i));
+    }
+    QTest::mouseRelease(view, Qt::LeftButton, {}, QPoint(160, 125));
+    EXPECT_NE(window->state().camera.yaw, camera.yaw);
+    EXPECT_GT(window->state().camera.pitch, camera.pitch);
+    settle();
+    EXPECT_NE(view->picture(), before);
+    EXPECT_TRUE(window->isWindowModified());
+    undoAction()->trigger();
+    EXPECT_DOUBLE_EQ(window->state().camera.yaw, camera.yaw) << "one movement is one step";
+    settle();
+    EXPECT_EQ(view->picture(), before) << "the same picture, pixel for pixel";
+    EXPECT_FALSE(window->isWindowModified());
+}
+
+TEST_F(StudioWindowTest, StandardViewsAndParallelProjection) {
+    openBoxes();
+    trigger(StudioText::viewTop);
+    EXPECT_NEAR(window->state().camera.pitch, std::acos(0.0), 1e-12);
+    settle();
+    trigger(StudioText::parallel);
+    EXPECT_TRUE(window->state().camera.parallel);
+    settle();
+    // From above and in parallel the two boxes are two equal squares: left and right mirror each other.
+    const QImage picture = find<StudioView>()->picture();
+    EXPECT_GT(covered(picture), 0.1);
+    int left = 0;
+    int right = 0;
+    const QRgb ground = picture.pixel(1, 1);
+    for (int y = 0; y < picture.height(); ++y) {
+        for (int x = 0; x < picture.width(); ++x) {
+            (x < picture.width() / 2 ? left : right) += picture.pixel(x, y) != ground ? 1 : 0;
+        }
+    }
+    EXPECT_NEAR(left, right, 0.02 * left);
+}
+
+TEST_F(StudioWindowTest, AStyleIsTakenFromTheListAndCanBeTakenBack) {
+    openBoxes();
+    auto* const view = find<StudioView>();
+    const QImage before = view->picture();
+    auto* const combo = control<QComboBox>(Dlg::stylesCombo);
+    combo->setFocus();
+    while (combo->currentText() != "Blueprint") {
+        QTest::keyClick(combo, Qt::Key_Down);
+        ASSERT_LT(combo->currentIndex(), combo->count() - 1);
+    }
+    ASSERT_TRUE(QTest::qWaitFor([&] { return undoAction()->isEnabled(); }, 2000));
+    settle();
+    EXPECT_NE(view->picture(), before);
+    EXPECT_GT(qBlue(view->picture().pixel(2, 2)), qRed(view->picture().pixel(2, 2))) << "a blueprint is blue";
+    undoAction()->trigger();
+    while (undoAction()->isEnabled()) {
+        undoAction()->trigger();
+    }
+    settle();
+    EXPECT_EQ(view->picture(), before);
+    EXPECT_EQ(combo->currentIndex(), -1);
+}
+
+TEST_F(StudioWindowTest, ObjectsGetALookOfTheirOwnTogether) {
+    openBoxes();
+    auto* const objects = find<ObjectsPanel>();
+    auto* const view = find<StudioView>();
+    const QImage before = view->picture();
+    objects->select({0, 1});
+    emit objects->selectionChangedByUser();
+    // Without outlines, for both.
+    auto* const tree = control<QTreeWidget>(Dlg::combinableTree);
+    int outline = 0;
+    while (tree->topLevelItem(outline)->text(0) != "Outline") {
+        ++outline;
+    }
+    ASSERT_TRUE(panel().isItemChecked(Dlg::combinableTree, outline));
+    const QRect row = tree->visualItemRect(tree->topLevelItem(outline));
+    QTest::mouseClick(tree->viewport(), Qt::LeftButton, {}, QPoint(row.left() + 10, row.center().y()));
+    ASSERT_TRUE(QTest::qWaitFor([&] { return window->state().objects.size() == 2; }, 3000));
+    settle();
+    EXPECT_TRUE(objects->item(0)->font().bold());
+    EXPECT_NE(view->picture(), before);
+    // One of them back to the picture's look: then the two differ, and the panel says so.
+    objects->select({0});
+    emit objects->selectionChangedByUser();
+    find<LookPanel>()->ownLooksDropped();
+    EXPECT_EQ(window->state().objects.size(), 1U);
+    objects->select({0, 1});
+    emit objects->selectionChangedByUser();
+    EXPECT_FALSE(panel().isItemChecked(Dlg::combinableTree, outline)) << "varied lists of shaders are shown as none";
+    objects->select({1});
+    emit objects->selectionChangedByUser();
+    find<LookPanel>()->ownLooksDropped();
+    EXPECT_TRUE(window->state().objects.empty());
+    settle();
+    EXPECT_EQ(view->picture(), before);
+}
+
+TEST_F(StudioWindowTest, AClickSelectsWhatIsUnderIt) {
+    openBoxes();
+    trigger(StudioText::viewFront);
+    settle();
+    auto* const view = find<StudioView>();
+    QTest::mouseClick(view, Qt::LeftButton, {}, QPoint(view->width() / 4, view->height() / 2));
+    EXPECT_EQ(find<ObjectsPanel>()->selected(), std::vector<int>{0});
+    QTest::mouseClick(view, Qt::LeftButton, Qt::ControlModifier, QPoint(view->width() * 3 / 4, view->height() / 2));
+    EXPECT_EQ(find<ObjectsPanel>()->selected(), (std::vector<int>{0, 1}));
+    QTest::mouseClick(view, Qt::LeftButton, {}, QPoint(3, 3));
+    EXPECT_TRUE(find<ObjectsPanel>()->selected().empty());
+}
+
+TEST_F(StudioWindowTest, LightsAreAddedMovedAndRemoved) {
+    openBoxes();
+    auto* const view = find<StudioView>();
+    auto* const lights = find<LightsPanel>();
+    const QImage before = view->picture();
+    EXPECT_FALSE(window->state().hasLights);
+    EXPECT_EQ(lights->lights().size(), 1U);
+    for (QAction* const each : lights->findChildren<QAction*>()) {
+        if (each->text() == "Lamp") {
+            each->trigger();
+        }
+    }
+    ASSERT_TRUE(window->state().hasLights);
+    ASSERT_EQ(window->state().lights.size(), 2U);
+    EXPECT_EQ(window->state().lights[1].kind, StudioLight::Kind::point);
+    EXPECT_EQ(lights->current(), 1);
+    settle();
+    EXPECT_NE(view->picture(), before);
+    // Its sun is dragged in the view.
+    double x = 0.0;
+    double y = 0.0;
+    const Kiv3DPoint handle = view->handleOf(window->state().lights[1]);
+    ASSERT_TRUE(window->state().camera.project(handle, view->width(), view->height(), &x, &y));
+    const QPoint from(static_cast<int>(x), static_cast<int>(y));
+    ASSERT_TRUE(view->rect().contains(from)) << x << " " << y;
+    const Kiv3DPoint place = window->state().lights[1].location;
+    QTest::mousePress(view, Qt::LeftButton, {}, from);
+    QTest::mouseMove(view, from + QPoint(10, 0));
+    QTest::mouseMove(view, from + QPoint(30, 0));
+    QTest::mouseRelease(view, Qt::LeftButton, {}, from + QPoint(30, 0));
+    EXPECT_GT(std::abs(window->state().lights[1].location.x - place.x), 1e-3);
+    for (QAbstractButton* const each : lights->findChildren<QAbstractButton*>()) {
+        if (each->text() == "Remove") {
+            each->click();
+        }
+    }
+    EXPECT_EQ(window->state().lights.size(), 1U);
+    lights->defaultWanted();
+    EXPECT_FALSE(window->state().hasLights);
+    settle();
+    EXPECT_EQ(view->picture(), before);
+}
+
+TEST_F(StudioWindowTest, RendersAPictureAndSavesIt) {
+    openBoxes();
+    whenModal([](QWidget* modal) {
+        for (QComboBox* const combo : modal->findChildren<QComboBox*>()) {
+            combo->setFocus();
+            QTest::keyClick(combo, Qt::Key_Down); // 640x480
+        }
+        static_cast<QDialog*>(modal)->accept();
+    });
+    trigger(StudioText::options);
+    EXPECT_EQ(window->state().options.getResolution(), (SIZE{640, 480}));
+    trigger(StudioText::render);
+    ASSERT_EQ(tabs().count(), 2);
+    EXPECT_EQ(tabs().tabText(1), "Picture 1");
+    const QString file = homeFolder() + "/out.png";
+    chooseFile(file, "PNG images (*.png)");
+    trigger(StudioText::savePicture);
+    const QImage saved(file);
+    EXPECT_EQ(saved.size(), QSize(640, 480));
+    EXPECT_GT(covered(saved), 0.15);
+    std::set<QRgb> colours;
+    for (int x = 0; x < saved.width(); ++x) {
+        colours.insert(saved.pixel(x, saved.height() / 2));
+    }
+    EXPECT_GT(colours.size(), 4U);
+    // Twice the same is the same.
+    trigger(StudioText::render);
+    ASSERT_EQ(tabs().count(), 3);
+    chooseFile(homeFolder() + "/out2.png", "PNG images (*.png)");
+    trigger(StudioText::savePicture);
+    EXPECT_EQ(QImage(homeFolder() + "/out2.png"), saved);
+    trigger(StudioText::compare);
+    ASSERT_EQ(tabs().count(), 4);
+    EXPECT_NE(qobject_cast<CompareView*>(tabs().currentWidget()), nullptr);
+    trigger(StudioText::closeResult);
+    tabs().setCurrentIndex(1);
+    trigger(StudioText::closeResult);
+    EXPECT_EQ(tabs().count(), 2);
+    EXPECT_FALSE(action(StudioText::compare)->isEnabled());
+}
+
+TEST_F(StudioWindowTest, ExportsADrawing) {
+    openBoxes();
+    const QString file = homeFolder() + "/out.svg";
+    chooseFile(file, "SVG drawings (*.svg)");
+    trigger(StudioText::exportDrawing);
+    QFile in(file);
+    ASSERT_TRUE(in.open(QIODevice::ReadOnly));
+    const QByteArray drawing = in.readAll();
+    EXPECT_TRUE(drawing.contains("<svg"));
+    EXPECT_GT(drawing.count("<path") + drawing.count("<polygon"), 5);
+    EXPECT_FALSE(window->state().options.doVectorial()) << "an export changes no option";
+}
+
+TEST_F(StudioWindowTest, EscapeCancelsARender) {
+    openBoxes();
+    bool pressed = false;
+    // Timers fire while a render lets events through.
+    QTimer poll;
+    QObject::connect(&poll, &QTimer::timeout, [&] {
+        if (window->isRendering()) {
+            pressed = true;
+            QTest::keyClick(window.get(), Qt::Key_Escape);
+        }
+    });
+    poll.start(1);
+    whenModal([](QWidget* modal) {
+        for (QComboBox* const combo : modal->findChildren<QComboBox*>()) {
+            combo->setFocus();
+            for (int i = 0; i < 4; ++i) {
+                QTest::keyClick(combo, Qt::Key_Down);
+            }
+        }
+        static_cast<QDialog*>(modal)->accept();
+    });
+    trigger(StudioText::options);
+    trigger(StudioText::render);
+    poll.stop();
+    ASSERT_TRUE(pressed) << "events are let through";
+    EXPECT_EQ(tabs().count(), 1) << "no half picture stays";
+    EXPECT_TRUE(window->menuWidget() == nullptr || window->menuWidget()->isEnabled());
+    trigger(StudioText::render);
+    EXPECT_EQ(tabs().count(), 2) << "the next one works";
+}
+
+TEST_F(StudioWindowTest, ADocumentComesBackAsItWas) {
+    openBoxes();
+    trigger(StudioText::viewLeft);
+    find<ObjectsPanel>()->select({1});
+    const QString file = homeFolder() + "/work.selvarin";
+    chooseFile(file);
+    trigger(StudioText::saveAs);
+    EXPECT_FALSE(window->isWindowModified());
+    EXPECT_TRUE(window->windowTitle().startsWith("work"));
+    const StudioState saved = window->state();
+    window.reset();
+    open();
+    ASSERT_TRUE(window->openFiles({file}));
+    EXPECT_TRUE(window->state() == saved);
+    EXPECT_FALSE(window->isWindowModified());
+}
+
+TEST_F(StudioWindowTest, ClosingAsksForWhatIsNotSaved) {
+    openBoxes();
+    trigger(StudioText::viewLeft);
+    answer("Cancel");
+    EXPECT_FALSE(window->close());
+    EXPECT_TRUE(window->isVisible());
+    answer("Don't save");
+    EXPECT_TRUE(window->close());
+}
+
+TEST_F(StudioWindowTest, WorkSurvivesACrash) {
+    openBoxes();
+    trigger(StudioText::viewLeft);
+    const StudioState work = window->state();
+    // A second later there is a file, which goes when the window is closed in peace.
+    const QDir folder(StudioRecovery::folder());
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !folder.entryList({"*.selvarin"}, QDir::Files).isEmpty(); }, 4000));
+    EXPECT_TRUE(StudioRecovery::findAbandoned().empty()) << "its window is open";
+    window.reset(); // without closing it: as a crash, but for the process
+    ASSERT_EQ(StudioRecovery::findAbandoned().size(), 1U);
+    open();
+    answer("Recover");
+    window->offerRecovery();
+    EXPECT_TRUE(window->state() == work);
+    EXPECT_TRUE(window->isWindowModified());
+    answer("Don't save");
+    EXPECT_TRUE(window->close());
+    EXPECT_TRUE(folder.entryList({"*.selvarin"}, QDir::Files).isEmpty());
+}
+
+TEST_F(StudioWindowTest, SpeaksSpanish) {
+    window.reset();
+    ASSERT_TRUE(kivLoadLanguage(L"es"));
+    open();
+    EXPECT_TRUE(window->windowTitle().startsWith("Escena incluida"));
+    EXPECT_EQ(tabs().tabText(0), "Vista");
+    ASSERT_TRUE(kivLoadLanguage(L"en"));
+}

@@ -262,6 +262,7 @@ std::vector<Kiv3DPoint> StudioModel::corners(int mesh) const {
     const KivBox& box = *imported.scene->getMesh(static_cast<unsigned int>(mesh))->getBoundingBox();
     const Kiv3DPoint ends[2] = {lowest(box), highest(box)};
     std::vector<Kiv3DPoint> list;
+    list.reserve(8);
     for (int i = 0; i < 8; ++i) {
         list.emplace_back(ends[i & 1].x, ends[i >> 1 & 1].y, ends[i >> 2 & 1].z);
     }
@@ -365,6 +366,7 @@ StudioModel::OwnLooks::~OwnLooks() {
     for (KivMesh* const mesh : meshes) {
         // Forgotten pages are not deleted by the mesh.
         std::vector<const KivPageSettings*> pages;
+        pages.reserve(static_cast<std::size_t>(mesh->getNumPageSettings()));
         for (int i = 0; i < mesh->getNumPageSettings(); ++i) {
             pages.push_back(mesh->getPageSettings(i));
         }

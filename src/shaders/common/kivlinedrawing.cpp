@@ -194,7 +194,8 @@ void KivLineDrawing::layDepth(const KivMesh& mesh) {
     }
     const KivGlState state;
     glEnable(GL_POLYGON_OFFSET_FILL);
-    glPolygonOffset(factor, units);
+    // A little behind itself: what paints these surfaces afterwards, in arithmetic of its own, must not fail against it.
+    glPolygonOffset(factor + 1.0F, units + 1.0F);
     glEnable(GL_DEPTH_TEST);
     glDepthMask(GL_TRUE);
     glDisable(GL_LIGHTING);

@@ -19,6 +19,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileDialog>
+#include <QLabel>
 #include <QLineEdit>
 #include <QMessageBox>
 #include <QPushButton>
@@ -260,6 +261,24 @@ TEST_F(StudioWindowTest, StandardViewsAndParallelProjection) {
         }
     }
     EXPECT_NEAR(left, right, 0.02 * left);
+}
+
+// Lines that lay the depth of surfaces before they are painted must not shine through the paint.
+TEST_F(StudioWindowTest, ThePreviewsBallIsPaintedWhole) {
+    settle();
+    const QImage preview = control<QLabel>(Dlg::previewPicture)->pixmap(Qt::ReturnByValue).toImage();
+    ASSERT_EQ(preview.size(), QSize(110, 110));
+    constexpr int ballX = 30;
+    constexpr int ballY = 46;
+    constexpr int inside = 17;
+    const QRgb ground = preview.pixel(1, 1);
+    for (int y = -inside; y <= inside; ++y) {
+        for (int x = -inside; x <= inside; ++x) {
+            if (x * x + y * y <= inside * inside) {
+                EXPECT_NE(preview.pixel(ballX + x, ballY + y), ground) << x << ", " << y;
+            }
+        }
+    }
 }
 
 TEST_F(StudioWindowTest, AStyleIsTakenFromTheListAndCanBeTakenBack) {

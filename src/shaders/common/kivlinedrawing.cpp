@@ -181,7 +181,7 @@ bool KivLineDrawing::isEmpty() const {
     return jobs.empty();
 }
 
-void KivLineDrawing::layDepth(const KivMesh& mesh) {
+void KivLineDrawing::layDepth(const KivMesh& mesh, bool paintedLater) {
     float factor = 0.0F;
     float units = 0.0F;
     communication.getPolygonOffset(&factor, &units);
@@ -194,8 +194,9 @@ void KivLineDrawing::layDepth(const KivMesh& mesh) {
     }
     const KivGlState state;
     glEnable(GL_POLYGON_OFFSET_FILL);
-    // A little behind itself: what paints these surfaces afterwards, in arithmetic of its own, must not fail against it.
-    glPolygonOffset(factor + 1.0F, units + 1.0F);
+    // A little behind itself, as what paints the surface has an arithmetic of its own and must not fail against it.
+    const float behind = paintedLater ? 1.0F : 0.0F;
+    glPolygonOffset(factor + behind, units + behind);
     glEnable(GL_DEPTH_TEST);
     glDepthMask(GL_TRUE);
     glDisable(GL_LIGHTING);

@@ -56,8 +56,9 @@ public:
     bool isEmpty() const;
 
     // Puts a mesh into the depth buffer alone, pushed back by the polygon offset of the channel. A vector page has no
-    // depth buffer: there every mesh that hides lines is to be laid.
-    void layDepth(const KivMesh& mesh);
+    // depth buffer: there every mesh that hides lines is to be laid. paintedLater: another shader is still to paint the
+    // surface, as in previews.
+    void layDepth(const KivMesh& mesh, bool paintedLater);
     // Looks up every line in the depth buffer. False when the render was cancelled meanwhile.
     bool trace();
     void draw() const;

@@ -110,7 +110,7 @@ void KivLineShader::render(KivBitmapManager* surface, const KivCommonSettings& s
     for (unsigned int i = 0; i < scene->numMeshes() && !drawing->isEmpty(); ++i) {
         const KivMesh* mesh = scene->getMesh(i);
         if (mesh != nullptr && needsDepth(*mesh, settings, communication, preview)) {
-            drawing->layDepth(*mesh);
+            drawing->layDepth(*mesh, preview);
         }
         steps.advance();
         if (kivIsCancelled()) {

@@ -62,6 +62,8 @@ struct KivModel {
     std::vector<KivLight> lights; // in the coordinates of the scene
     std::vector<KivModelMaterial> materials;
     std::vector<KivModelFileInfo> files;
+    // Beside the meshes of the scene: the object's name as the file gives it, else that of its material, else nothing.
+    std::vector<std::wstring> meshNames;
     // The bounds of all geometry in the coordinates of the files.
     KivBox bounds;
     // Scene coordinates are (file coordinates - origin) * scale. The tolerances of the mesh and the float matrices of

@@ -61,6 +61,10 @@ public:
     void addFile(ModelParts& parts, KivModelFileInfo& info) {
         place(parts);
         materials.assign(parts.materials.size(), KivMaterial());
+        materialNames.clear();
+        for (const Material& material : parts.materials) {
+            materialNames.push_back(kivFromUtf8(material.name));
+        }
         std::vector<bool> used(parts.materials.size(), false);
         for (std::size_t i = 0; i < parts.materials.size(); ++i) {
             materials[i] = toKivMaterial(parts.materials[i]);
@@ -161,6 +165,11 @@ private:
         return count;
     }
 
+    // Files that group by material alone name no objects.
+    std::wstring nameOf(const Surface::Part& part) const {
+        return part.name.empty() && part.material != noIndex ? materialNames[part.material] : kivFromUtf8(part.name);
+    }
+
     std::uint64_t addMesh(const Surface& surface, const SurfaceVertices& vertices, const Surface::Part& part,
                           const std::uint32_t* triangles, std::size_t numTriangles) {
         auto mesh = std::make_unique<KivMesh>();
@@ -195,6 +204,7 @@ private:
             localIndex[vertex] = noIndex;
         }
         scene.addMesh(mesh.release());
+        model.meshNames.push_back(nameOf(part));
         return members.size();
     }
 
@@ -271,6 +281,7 @@ private:
     KivModel& model;
     KivScene& scene;
     std::vector<KivMaterial> materials;
+    std::vector<std::wstring> materialNames; // of the same file
     std::vector<std::uint32_t> localIndex;
     std::vector<std::uint32_t> members;
     std::size_t unpainted = 0;

@@ -392,6 +392,20 @@ TEST(ModelImport, OurObjReaderAgreesWithAssimp) {
     EXPECT_EQ(cornersOf(ours), cornersOf(theirs));
 }
 
+TEST(ModelImport, MeshesHaveTheNamesOfTheFile) {
+    const TestFolder folder;
+    folder.write("two.mtl", "newmtl paint\nKd 1 0 0\n");
+    const std::string path = folder.write("two.obj", "mtllib two.mtl\nv 0 0 0\nv 1 0 0\nv 0 1 0\nv 0 0 1\nf 1 2 3\n"
+                                                     "usemtl paint\nf 1 2 4\no Gr\xC3\xBC\xC3\x9F\nf 1 3 4\n");
+    const KivModel model = import({path, path});
+    const std::vector<std::wstring> once = {L"", L"paint", L"Gr\u00FC\u00DF"};
+    ASSERT_EQ(model.scene->numMeshes(), 6U);
+    ASSERT_EQ(model.meshNames.size(), 6U);
+    for (std::size_t i = 0; i < 6; ++i) {
+        EXPECT_EQ(model.meshNames[i], once[i % 3]) << i;
+    }
+}
+
 TEST(ModelImport, MaterialsOfAnObjFile) {
     const TestFolder folder;
     folder.write("box.mtl", "newmtl paint\nKd 0.2 0.4 0.6\nKs 1 1 1\nNs 64\nnewmtl glass\nKd 1 1 1\nd 0.25\nKs 1 1 1\n"

@@ -9,6 +9,7 @@
 
 #include <QApplication>
 #include <QCommandLineParser>
+#include <QIcon>
 #include <QTimer>
 
 #include <cstdio>
@@ -47,6 +48,8 @@ int main(int argc, char** argv) {
     QApplication::setApplicationName(QStringLiteral("selvarin-studio"));
     QApplication::setApplicationDisplayName(QString()); // titles name it themselves
     QApplication::setApplicationVersion(QStringLiteral(SELVARIN_VERSION));
+    QApplication::setWindowIcon(QIcon(QStringLiteral(":/selvarin-studio.svg")));
+    QApplication::setDesktopFileName(QStringLiteral("selvarin-studio"));
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral("Draws 3-D models the way a person would."));
     parser.addHelpOption();

@@ -43,7 +43,11 @@ void ObjectsPanel::show(const StudioModel& model, const StudioState& state) {
     clear();
     for (int i = 0; i < model.numMeshes(); ++i) {
         const KivMesh& mesh = *model.model().scene->getMesh(static_cast<unsigned int>(i));
-        auto* const item = new QListWidgetItem(patch(mesh), studioText(StudioText::objectName).arg(i + 1), this);
+        QString name = kivToQt(model.model().meshNames[static_cast<std::size_t>(i)]).simplified();
+        if (name.isEmpty()) {
+            name = studioText(StudioText::objectName).arg(i + 1);
+        }
+        auto* const item = new QListWidgetItem(patch(mesh), name, this);
         item->setToolTip(studioText(StudioText::objectTip).arg(QLocale().toString(mesh.getNumTriangles())));
         if (state.objects.contains(i)) {
             QFont bold = font();

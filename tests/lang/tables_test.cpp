@@ -26,8 +26,8 @@ Table readTable(const std::filesystem::path& file) {
     return table;
 }
 
-// What a program fills in, in its order: %1 and the like, and the forms of printf. A percent sign without a known letter behind it counts too: as a format it
-// would take an argument that nobody passes.
+// What a program fills in, in its order: %1 and the like, and the forms of printf. A percent sign without a known
+// letter behind it counts too: as a format it would take an argument that nobody passes.
 std::vector<std::string> placeholders(const std::string& text) {
     static const std::regex form("%[1-9]|%[-+ #0-9.*]*[A-Za-z%]?");
     std::vector<std::string> found;

@@ -8,6 +8,7 @@
 #include "kivrender/platform/kivbitmap.h"
 #include "kivrender/render/kivbitmapmanager.h"
 
+#include <QApplication>
 #include <QDir>
 #include <QDockWidget>
 #include <QFileInfo>
@@ -94,7 +95,9 @@ void StudioWindow::drawMoving() {
 
 void StudioWindow::drawSettled() {
     const QSize size = view->pictureRect().size();
-    if (renderer.isBusy() || tabs->currentIndex() != 0 || size.isEmpty()) {
+    // Under a dialog it waits: while it lets events through it would hold back those that end the dialog.
+    if (renderer.isBusy() || tabs->currentIndex() != 0 || size.isEmpty() ||
+        QApplication::activeModalWidget() != nullptr) {
         settling.start();
         return;
     }

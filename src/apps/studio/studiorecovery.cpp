@@ -1,5 +1,7 @@
 #include "apps/studio/studiorecovery.h"
 
+#include "apps/studio/studiotexts.h"
+
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
@@ -34,7 +36,7 @@ QString StudioRecovery::folder() {
 
 bool StudioRecovery::write(const StudioState& state, const QString& document, QString* why) {
     if (!QDir().mkpath(folder())) {
-        *why = QStringLiteral("%1: the folder can't be made").arg(folder());
+        *why = QStringLiteral("%1: %2").arg(folder(), studioText(StudioText::folderNotMade));
         return false;
     }
     if (lock == nullptr) {
@@ -43,7 +45,7 @@ bool StudioRecovery::write(const StudioState& state, const QString& document, QS
         lock->setStaleLockTime(0);
         if (!lock->tryLock(0)) {
             lock.reset();
-            *why = QStringLiteral("%1: the lock can't be made").arg(lockOf(file));
+            *why = QStringLiteral("%1: %2").arg(lockOf(file), studioText(StudioText::lockNotMade));
             return false;
         }
     }

@@ -1,5 +1,7 @@
 #include "apps/studio/studiostate.h"
 
+#include "apps/studio/studiotexts.h"
+
 #include "kivrender/platform/kivtypes.h"
 #include "kivrender/shader/kivshader.h"
 #include "qt/kivqttext.h"
@@ -387,11 +389,11 @@ QJsonObject StudioState::toJson(const QString& folder) const {
 bool StudioState::fromJson(const QJsonObject& json, const QString& folder, QString* why) {
     const int number = json["selvarin"].toInt();
     if (number < 1) {
-        *why = QStringLiteral("it is no Selvarin document");
+        *why = studioText(StudioText::noDocument);
         return false;
     }
     if (number > formatNumber) {
-        *why = QStringLiteral("it was written by a newer version of Selvarin");
+        *why = studioText(StudioText::newerDocument);
         return false;
     }
     StudioState read = fresh();
@@ -403,7 +405,7 @@ bool StudioState::fromJson(const QJsonObject& json, const QString& folder, QStri
         const bool moved = !folder.isEmpty() && !relative.isEmpty() && QFileInfo::exists(beside);
         const QString chosen = moved ? QDir::cleanPath(beside) : path;
         if (chosen.isEmpty() || chosen.contains(QChar(0))) {
-            *why = QStringLiteral("a model in it has no name");
+            *why = studioText(StudioText::namelessModel);
             return false;
         }
         read.models.push_back(kivFromQt(chosen));
@@ -414,7 +416,7 @@ bool StudioState::fromJson(const QJsonObject& json, const QString& folder, QStri
     read.hasLights = json["lights"].isArray();
     const QJsonArray lightArray = json["lights"].toArray();
     if (lightArray.size() > mostLights) {
-        *why = QStringLiteral("it has more than %1 lights").arg(mostLights);
+        *why = studioText(StudioText::tooManyLights).arg(mostLights);
         return false;
     }
     for (const QJsonValue& light : lightArray) {
@@ -422,7 +424,7 @@ bool StudioState::fromJson(const QJsonObject& json, const QString& folder, QStri
     }
     read.options = readOptions(json["options"].toObject());
     if (!readStream(json["look"], &read.look)) {
-        *why = QStringLiteral("the settings of its look are damaged");
+        *why = studioText(StudioText::damagedLook);
         return false;
     }
     const QJsonObject streams = json["objects"].toObject();
@@ -431,7 +433,7 @@ bool StudioState::fromJson(const QJsonObject& json, const QString& folder, QStri
         const int mesh = i.key().toInt(&good);
         KivMemoryDataManager stream;
         if (!good || mesh < 0 || mesh >= mostObjects || !readStream(i.value(), &stream)) {
-            *why = QStringLiteral("the settings of one of its objects are damaged");
+            *why = studioText(StudioText::damagedObject);
             return false;
         }
         read.objects[mesh] = stream;
@@ -462,14 +464,14 @@ bool loadStudioDocument(const QString& file, StudioState* state, QString* why) {
     // A device or a pipe may have no end.
     const QByteArray bytes = in.read(largestFile + 1);
     if (bytes.size() > largestFile) {
-        *why = QStringLiteral("%1: it is too large for a document").arg(file);
+        *why = QStringLiteral("%1: %2").arg(file, studioText(StudioText::tooLarge));
         return false;
     }
     QJsonParseError problem;
     const QJsonDocument document = QJsonDocument::fromJson(bytes, &problem);
     if (!document.isObject()) {
-        const QString what = problem.error != QJsonParseError::NoError ? problem.errorString()
-                                                                       : QStringLiteral("it is no Selvarin document");
+        const QString what =
+            problem.error != QJsonParseError::NoError ? problem.errorString() : studioText(StudioText::noDocument);
         *why = QStringLiteral("%1: %2").arg(file, what);
         return false;
     }

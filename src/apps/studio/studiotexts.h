@@ -111,7 +111,16 @@ enum class StudioText : unsigned int {
     triangles = 3229,
     dropHere = 3230,
     cantOpen = 3231,
-    compareWhich = 3232
+    compareWhich = 3232,
+    folderNotMade = 3240,
+    lockNotMade = 3241,
+    noDocument = 3242,
+    newerDocument = 3243,
+    namelessModel = 3244,
+    tooManyLights = 3245,
+    damagedLook = 3246,
+    damagedObject = 3247,
+    tooLarge = 3248
 };
 
 inline QString studioText(StudioText text) {

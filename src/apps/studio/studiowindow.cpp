@@ -347,5 +347,7 @@ double StudioWindow::viewShape() const {
 
 QSize StudioWindow::renderSize() const {
     const SIZE size = current.options.getResolution();
-    return current.options.getCustomSize() && size.cx > 0 && size.cy > 0 ? QSize(size.cx, size.cy) : view->size();
+    return current.options.getCustomSize() && size.cx > 0 && size.cy > 0
+               ? QSize(size.cx, size.cy)
+               : (QSizeF(view->size()) * view->devicePixelRatioF()).toSize();
 }

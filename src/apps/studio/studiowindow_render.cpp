@@ -78,7 +78,8 @@ void StudioWindow::drawMoving() {
     if (renderer.isBusy() || whole.isEmpty()) {
         return; // settling comes again
     }
-    const QSize size = (QSizeF(whole) * motionScale).toSize().expandedTo(QSize(1, 1));
+    const double scale = motionScale * view->devicePixelRatioF();
+    const QSize size = (QSizeF(whole) * scale).toSize().expandedTo(QSize(1, 1));
     StudioState shown = current;
     if (settledTime > slowLook) {
         shown.look.clearData(); // the default shader
@@ -94,7 +95,7 @@ void StudioWindow::drawMoving() {
 }
 
 void StudioWindow::drawSettled() {
-    const QSize size = view->pictureRect().size();
+    const QSize size = (QSizeF(view->pictureRect().size()) * view->devicePixelRatioF()).toSize();
     // Under a dialog it waits: while it lets events through it would hold back those that end the dialog.
     if (renderer.isBusy() || tabs->currentIndex() != 0 || size.isEmpty() ||
         QApplication::activeModalWidget() != nullptr) {

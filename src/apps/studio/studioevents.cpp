@@ -59,7 +59,13 @@ StudioEvents::StudioEvents(Held what, QWidget* allowedWidget, std::function<void
 StudioEvents::~StudioEvents() {
     qApp->removeEventFilter(this);
     for (auto& [receiver, event] : held) {
-        if (receiver != nullptr) {
+        if (receiver == nullptr) {
+            continue;
+        }
+        if (event->type() == QEvent::Close) {
+            // An event alone hides no window.
+            QMetaObject::invokeMethod(receiver, "close", Qt::QueuedConnection);
+        } else {
             QCoreApplication::postEvent(receiver, event.release());
         }
     }

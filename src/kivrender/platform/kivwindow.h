@@ -2,7 +2,8 @@
 // a number without a control is passed over, and asking for its state gives the empty one (no text, off, 0, -1). Made
 // by KivToolkit::createWindow, destroyed by its owner. All calls come on the thread of the windows.
 //
-// What the logic changes by these calls may be reported to it like a user's change: dialogs guard themselves.
+// Texts and selections that the logic changes by these calls may be reported to it like a user's change: dialogs guard
+// themselves. The check state of a box or of a radio button is only reported when the user has changed it.
 #ifndef KIVRENDER_PLATFORM_KIVWINDOW_H
 #define KIVRENDER_PLATFORM_KIVWINDOW_H
 

@@ -340,7 +340,7 @@ void StudioModel::placeCamera(StudioCamera* camera, double aspect) const {
         // It was made for a picture of a usual shape; in a narrow one the sides would be cut off.
         constexpr double usual = 4.0 / 3.0;
         if (aspect < usual) {
-            placed.zoom(std::max(aspect, 0.1) / usual, 0.0, 0.0, 1.0);
+            placed.fit(all, aspect);
         }
     } else {
         placed.look(StudioSide::threeQuarter);

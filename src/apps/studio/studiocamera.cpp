@@ -1,6 +1,7 @@
 #include "apps/studio/studiocamera.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <initializer_list>
 
@@ -218,6 +219,14 @@ Kiv3DVector StudioCamera::moved(const Kiv3DPoint& point, double x, double y, dou
     const double depth = parallel ? distance : std::max(dot(between(eye(), point), view.forward), nearest);
     const double units = heightAtTarget() / std::max(viewHeight, 1.0) * depth / distance;
     return sum(view.right, x * units, view.up, -y * units);
+}
+
+bool StudioCamera::operator==(const StudioCamera& other) const {
+    const auto numbers = [](const StudioCamera& c) {
+        return std::array{c.target.x, c.target.y, c.target.z, c.distance, c.yaw,
+                          c.pitch,    c.up.x,     c.up.y,     c.up.z,     c.fov};
+    };
+    return numbers(*this) == numbers(other) && parallel == other.parallel;
 }
 
 void StudioCamera::sanitize() {

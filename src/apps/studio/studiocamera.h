@@ -47,6 +47,8 @@ struct StudioCamera {
     // How a point moves in the scene that a hand moves by so many pixels, y down, in a view of that height.
     Kiv3DVector moved(const Kiv3DPoint& point, double x, double y, double viewHeight) const;
 
+    bool operator==(const StudioCamera& other) const;
+
     // Brings whatever numbers are in the fields into range.
     void sanitize();
 };

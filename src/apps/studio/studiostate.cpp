@@ -14,6 +14,7 @@
 #include <QSaveFile>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <limits>
 
@@ -195,6 +196,19 @@ void appendCopy(KivMemoryDataManager* stream, const KivProperty& cell) {
     }
 }
 
+// A number that is none counts as equal to another such.
+bool equalCells(const KivProperty& a, const KivProperty& b) {
+    const auto isNone = [](const KivProperty& cell) {
+        return (cell.getType() == KivProperty::Double && std::isnan(valueOf<double>(cell))) ||
+               (cell.getType() == KivProperty::Float && std::isnan(valueOf<float>(cell)));
+    };
+    return !KivProperty::differs(a, b) || (a.getType() == b.getType() && isNone(a) && isNone(b));
+}
+
+bool equalStreams(const KivMemoryDataManager& a, const KivMemoryDataManager& b) {
+    return std::equal(a.getCells().begin(), a.getCells().end(), b.getCells().begin(), b.getCells().end(), equalCells);
+}
+
 // --- the options, one by one
 
 QJsonObject optionsObject(const KivCommonSettings& o) {
@@ -323,6 +337,14 @@ KivLight StudioLight::toLight(const std::vector<Kiv3DPoint>& points) const {
     return light;
 }
 
+bool StudioLight::operator==(const StudioLight& other) const {
+    const auto numbers = [](const StudioLight& l) {
+        return std::array{l.location.x,  l.location.y,  l.location.z, l.direction.x,
+                          l.direction.y, l.direction.z, l.angle,      static_cast<double>(l.colour)};
+    };
+    return kind == other.kind && numbers(*this) == numbers(other);
+}
+
 StudioState StudioState::fresh() {
     StudioState state;
     state.options.setBackgroundColor(0xE8F2F7);
@@ -447,7 +469,13 @@ bool StudioState::fromJson(const QJsonObject& json, const QString& folder, QStri
 }
 
 bool StudioState::operator==(const StudioState& other) const {
-    return toJson() == other.toJson();
+    return models == other.models && upAxis == other.upAxis && camera == other.camera && hasLights == other.hasLights &&
+           lights == other.lights && optionsObject(options) == optionsObject(other.options) &&
+           equalStreams(look, other.look) &&
+           std::equal(
+               objects.begin(), objects.end(), other.objects.begin(), other.objects.end(),
+               [](const auto& a, const auto& b) { return a.first == b.first && equalStreams(a.second, b.second); }) &&
+           unknown == other.unknown;
 }
 
 bool saveStudioDocument(const QString& file, const StudioState& state, QString* why) {

@@ -25,6 +25,7 @@ struct StudioLight {
     double angle = 30.0;                    // degrees from the axis to the edge of a spot, 0 to 90
 
     KivLight toLight(const std::vector<Kiv3DPoint>& points) const;
+    bool operator==(const StudioLight& other) const;
 };
 
 struct StudioState {

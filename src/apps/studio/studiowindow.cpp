@@ -169,7 +169,7 @@ void StudioWindow::change(const StudioState& next, StudioText what, Kind kind) {
 }
 
 void StudioWindow::follow(const StudioState& before) {
-    const bool looksDiffer = !(before.toJson() == current.toJson());
+    const bool looksDiffer = !(before == current);
     view->setCamera(current.camera);
     view->setAspect(aspect());
     showLights();

@@ -149,6 +149,8 @@ void KivQtWindow::insertItem(int control, int index, const std::wstring& text, i
         auto* const item = new QTreeWidgetItem({shown});
         item->setIcon(0, icon);
         item->setData(0, imageRole, image);
+        // Check marks of rows that are as low as their text would touch.
+        item->setSizeHint(0, QSize(0, tree->fontMetrics().height() + 6));
         std::vector<bool>& known = checks[control];
         const int at = index < 0 ? tree->topLevelItemCount() : index;
         if (tree->property("checkable").toBool()) {

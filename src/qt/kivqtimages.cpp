@@ -44,10 +44,15 @@ QImage kivQtImage(HBITMAP bitmap) {
     if (image.isNull()) {
         return {};
     }
-    // The bottom row comes first there, the top one here; the bytes of a pixel are in the same order.
+    // The bottom row comes first there, the top one here; the bytes of a pixel are in the same order, but for the
+    // fourth, which counts for nothing there and says here that the pixel is opaque.
     for (int y = 0; y < info.height; ++y) {
-        std::memcpy(image.scanLine(info.height - 1 - y), info.pixels + static_cast<std::size_t>(y) * info.rowBytes,
-                    info.rowBytes);
+        auto* const row = reinterpret_cast<QRgb*>(image.scanLine(info.height - 1 - y));
+        std::memcpy(row, info.pixels + static_cast<std::size_t>(y) * info.rowBytes,
+                    static_cast<std::size_t>(info.width) * sizeof(QRgb));
+        for (int x = 0; x < info.width; ++x) {
+            row[x] |= 0xFF000000U;
+        }
     }
     return image;
 }

@@ -2,20 +2,27 @@
 #include "apps/common/language.h"
 #include "apps/studio/studiohost.h"
 #include "apps/studio/studiowindow.h"
+#include "kivrender/host/kivlanguage.h"
 #include "kivrender/platform/kivglwarmup.h"
 #include "kivrender/render/kivrenderer.h"
 #include "kivrender/shader/kivshader.h"
+#include "qt/kivqttext.h"
 #include "qt/kivqttoolkit.h"
 
 #include <QApplication>
 #include <QCommandLineParser>
 #include <QIcon>
+#include <QLibraryInfo>
+#include <QLocale>
 #include <QTimer>
+#include <QTranslator>
 
 #include <cstdio>
 #include <future>
 
 namespace {
+
+constexpr unsigned int languageCodeText = 1100;
 
 // The shaders as long as the program runs.
 class Shaders {
@@ -64,6 +71,16 @@ int main(int argc, char** argv) {
     if (!loadLanguageOrEnglish(code)) {
         std::fputs("selvarin-studio: the language module is missing beside the library\n", stderr);
         return 1;
+    }
+    const QString spoken = kivToQt(kivText(languageCodeText));
+    // Numbers as that language writes them, unless the user's own country does.
+    if (QLocale().language() != QLocale(spoken).language()) {
+        QLocale::setDefault(QLocale(spoken));
+    }
+    // What Qt's own dialogs say; without its translations they speak English.
+    QTranslator ownTexts;
+    if (ownTexts.load(QStringLiteral("qtbase_") + spoken, QLibraryInfo::path(QLibraryInfo::TranslationsPath))) {
+        QApplication::installTranslator(&ownTexts);
     }
     KivQtToolkit toolkit;
     KivToolkit::install(&toolkit);

@@ -24,7 +24,9 @@ QIcon patch(const KivMesh& mesh) {
     painter.setBrush(QColor(static_cast<int>(colour & 0xFFU), static_cast<int>(colour >> 8 & 0xFFU),
                             static_cast<int>(colour >> 16 & 0xFFU)));
     painter.drawEllipse(QRectF(4.5, 4.5, 23, 23));
-    return pixels;
+    QIcon icon(pixels);
+    icon.addPixmap(pixels, QIcon::Selected); // the colour tells as much then
+    return icon;
 }
 
 } // namespace

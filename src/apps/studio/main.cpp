@@ -17,8 +17,11 @@
 #include <QTimer>
 #include <QTranslator>
 
+#include <algorithm>
 #include <cstdio>
 #include <future>
+#include <string>
+#include <string_view>
 
 namespace {
 
@@ -46,29 +49,32 @@ private:
     KivRenderer loader;
 };
 
-} // namespace
-
-int main(int argc, char** argv) {
-    // The driver is slow to start, and there is a second core for it.
-    const std::future<bool> warmUp = std::async(std::launch::async, [] { return kivWarmUpGl({1, 1}); });
-    QApplication application(argc, argv);
-    QApplication::setApplicationName(QStringLiteral("selvarin-studio"));
-    QApplication::setApplicationDisplayName(QString()); // titles name it themselves
-    QApplication::setApplicationVersion(QStringLiteral(SELVARIN_VERSION));
-    QApplication::setWindowIcon(QIcon(QStringLiteral(":/selvarin-studio.svg")));
-    QApplication::setDesktopFileName(QStringLiteral("selvarin-studio"));
-    QCommandLineParser parser;
+void describe(QCommandLineParser& parser) {
     parser.setApplicationDescription(QStringLiteral("Draws 3-D models the way a person would."));
     parser.addHelpOption();
     parser.addVersionOption();
-    const QCommandLineOption language(
-        QStringLiteral("lang"), QStringLiteral("The language of the windows, by its code."), QStringLiteral("CODE"));
-    parser.addOption(language);
+    parser.addOption(
+        {QStringLiteral("lang"), QStringLiteral("The language of the windows, by its code."), QStringLiteral("CODE")});
     parser.addPositionalArgument(QStringLiteral("FILE"), QStringLiteral("Models, or one .selvarin document."),
                                  QStringLiteral("[FILE...]"));
-    parser.process(application);
-    const std::string code = parser.isSet(language) ? parser.value(language).toStdString() : languageOfEnvironment();
-    if (!loadLanguageOrEnglish(code)) {
+}
+
+// Whether the words ask for something that is printed.
+bool asksForText(int argc, char** argv) {
+    return std::any_of(argv + 1, argv + argc, [](const char* word) {
+        const std::string_view text = word;
+        return text == "-h" || text == "--help" || text == "--help-all" || text == "-v" || text == "--version";
+    });
+}
+
+// The toolkit would end the process without a word that helps.
+bool hasDisplay() {
+    return qEnvironmentVariableIsSet("QT_QPA_PLATFORM") || !qEnvironmentVariableIsEmpty("DISPLAY") ||
+           !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
+}
+
+int runWindow(const QStringList& files, const std::string& language) {
+    if (!loadLanguageOrEnglish(language)) {
         std::fputs("selvarin-studio: the language module is missing beside the library\n", stderr);
         return 1;
     }
@@ -92,11 +98,39 @@ int main(int argc, char** argv) {
         window.show();
         // Once the window stands: a message about a file that can't be read has a place then.
         QTimer::singleShot(0, &window, [&] {
-            window.openFiles(parser.positionalArguments());
+            window.openFiles(files);
             window.offerRecovery();
         });
         status = QApplication::exec();
     }
     KivToolkit::install(nullptr);
     return status;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    QCoreApplication::setApplicationName(QStringLiteral("selvarin-studio"));
+    QCoreApplication::setApplicationVersion(QStringLiteral(SELVARIN_VERSION));
+    QCommandLineParser parser;
+    describe(parser);
+    if (asksForText(argc, argv)) {
+        const QCoreApplication application(argc, argv);
+        parser.process(application);
+        return 0;
+    }
+    if (!hasDisplay()) {
+        std::fputs("selvarin-studio: there is no display to open a window on; selvarin, the command line, needs none\n",
+                   stderr);
+        return 1;
+    }
+    // The driver is slow to start, and there is a second core for it.
+    const std::future<bool> warmUp = std::async(std::launch::async, [] { return kivWarmUpGl({1, 1}); });
+    const QApplication application(argc, argv);
+    QApplication::setWindowIcon(QIcon(QStringLiteral(":/selvarin-studio.svg")));
+    QApplication::setDesktopFileName(QStringLiteral("selvarin-studio"));
+    parser.process(application);
+    return runWindow(parser.positionalArguments(), parser.isSet(QStringLiteral("lang"))
+                                                       ? parser.value(QStringLiteral("lang")).toStdString()
+                                                       : languageOfEnvironment());
 }

@@ -13,7 +13,6 @@ using kivimport::Colour;
 using kivimport::ModelParts;
 using shapes::Frame;
 using shapes::Surface;
-using shapes::Vec3;
 
 Surface& object(ModelParts& parts, const Colour& colour) {
     kivimport::Material& material = parts.materials.emplace_back();

@@ -178,7 +178,7 @@ bool readStream(const QJsonValue& value, KivMemoryDataManager* stream) {
     }
     KivMemoryDataManager read;
     read.setSaving();
-    for (const QJsonValue& cell : value.toArray()) {
+    for (const auto& cell : value.toArray()) {
         const QJsonArray pair = cell.toArray();
         if (pair.size() != 2 || !appendCell(read, pair[0].toString(), pair[1])) {
             return false;
@@ -419,7 +419,8 @@ bool StudioState::fromJson(const QJsonObject& json, const QString& folder, QStri
         return false;
     }
     StudioState read = fresh();
-    for (const QJsonValue& entry : json["models"].toArray()) {
+    for (const auto& listed : json["models"].toArray()) {
+        const QJsonObject entry = listed.toObject();
         const QString path = entry["path"].toString();
         const QString relative = entry["relative"].toString();
         // A document that was moved together with its models finds them beside it.
@@ -441,7 +442,7 @@ bool StudioState::fromJson(const QJsonObject& json, const QString& folder, QStri
         *why = studioText(StudioText::tooManyLights).arg(mostLights);
         return false;
     }
-    for (const QJsonValue& light : lightArray) {
+    for (const auto& light : lightArray) {
         read.lights.push_back(readLight(light.toObject()));
     }
     read.options = readOptions(json["options"].toObject());

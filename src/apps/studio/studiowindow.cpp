@@ -223,6 +223,7 @@ void StudioWindow::showSelection() {
     const std::vector<int> selected = objects->selected();
     lookPanel->show(current, selected);
     std::vector<std::vector<Kiv3DPoint>> frames;
+    frames.reserve(selected.size());
     for (const int object : selected) {
         frames.push_back(model.corners(object));
     }

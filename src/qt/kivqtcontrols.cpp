@@ -337,7 +337,8 @@ void KivQtWindow::showIcons() {
 
 void KivQtWindow::setPicture(int control, HBITMAP bitmap) {
     if (auto* const label = find<QLabel>(control)) {
-        label->setPixmap(QPixmap::fromImage(kivQtImage(bitmap)));
+        const QImage picture = kivQtImage(bitmap);
+        label->setPixmap(QPixmap::fromImage(kivQtFitted(picture, label->maximumSize(), label->devicePixelRatioF())));
     }
 }
 

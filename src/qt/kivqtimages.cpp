@@ -8,6 +8,7 @@
 #include <QPixmap>
 #include <QSvgRenderer>
 
+#include <cmath>
 #include <cstring>
 
 QIcon kivQtIcon(HINSTANCE resources, unsigned int id, const QPalette& palette) {
@@ -55,4 +56,15 @@ QImage kivQtImage(HBITMAP bitmap) {
         }
     }
     return image;
+}
+
+QImage kivQtFitted(const QImage& image, const QSize& room, double pixelRatio) {
+    if (image.isNull() || (image.width() <= room.width() && image.height() <= room.height())) {
+        return image;
+    }
+    const QSize pixels(static_cast<int>(std::lround(room.width() * pixelRatio)),
+                       static_cast<int>(std::lround(room.height() * pixelRatio)));
+    QImage fitted = image.scaled(pixels, Qt::KeepAspectRatio, Qt::SmoothTransformation);
+    fitted.setDevicePixelRatio(pixelRatio);
+    return fitted;
 }

@@ -15,4 +15,8 @@ QIcon kivQtIcon(HINSTANCE resources, unsigned int id, const QPalette& palette);
 // A copy of a bitmap's picture. Null for null or a bitmap that is gone.
 QImage kivQtImage(HBITMAP bitmap);
 
+// The image as sharp as a screen of so many pixels per unit can show it within the room, for images with more pixels
+// than that; the others as they are. Its proportions stay.
+QImage kivQtFitted(const QImage& image, const QSize& room, double pixelRatio);
+
 #endif

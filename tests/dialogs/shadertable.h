@@ -26,7 +26,8 @@ struct KivTestAccess {
         return KivShader::dRefShadersLoaded;
     }
     static void fillPreviewSettings(KivCommonSettings* settings) {
-        KivPropertiesDlg::fillPreviewCommonSettings(settings);
+        const KivPropertiesDlg dialog(nullptr);
+        dialog.fillPreviewCommonSettings(settings);
     }
     static bool updating(const KivPropertiesDlg& dialog) {
         return dialog.updating;

@@ -31,3 +31,22 @@ TEST(QtImages, APictureStandsUprightAndIsOpaque) {
 TEST(QtImages, NoBitmapIsNoImage) {
     EXPECT_TRUE(kivQtImage(nullptr).isNull());
 }
+
+TEST(QtImages, AFinerPictureIsReducedToTheScreensPixels) {
+    QImage fine(8, 4, QImage::Format_RGB32);
+    for (int y = 0; y < fine.height(); ++y) {
+        for (int x = 0; x < fine.width(); ++x) {
+            fine.setPixel(x, y, x % 2 == 0 ? qRgb(0, 0, 0) : qRgb(200, 200, 200));
+        }
+    }
+    const QImage usual = kivQtFitted(fine, {4, 4}, 1.0);
+    EXPECT_EQ(usual.size(), QSize(4, 2)) << "the proportions stay";
+    EXPECT_NEAR(qRed(usual.pixel(1, 1)), 100, 2) << "the mean of dark and bright";
+    EXPECT_EQ(usual.devicePixelRatio(), 1.0);
+    const QImage sharp = kivQtFitted(fine, {4, 4}, 2.0);
+    EXPECT_EQ(sharp.size(), fine.size());
+    EXPECT_EQ(sharp.deviceIndependentSize(), QSizeF(4, 2));
+    EXPECT_EQ(qRed(sharp.pixel(1, 1)), 200);
+    EXPECT_EQ(kivQtFitted(fine, {8, 8}, 2.0), fine) << "what has no more pixels stays as it is";
+    EXPECT_TRUE(kivQtFitted(QImage(), {4, 4}, 1.0).isNull());
+}

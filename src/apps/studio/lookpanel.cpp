@@ -9,6 +9,15 @@
 #include <QTimer>
 #include <QVBoxLayout>
 
+// Drawn four times as large with lines four times as wide; the window reduces it to what its screen has of pixels.
+void LookDialog::fillPreviewCommonSettings(KivCommonSettings* settings) const {
+    KivPropertiesDlg::fillPreviewCommonSettings(settings);
+    constexpr int smoothing = 2;
+    const SIZE shown = settings->getResolution();
+    settings->setAntialias(smoothing);
+    settings->setResolution({shown.cx << smoothing, shown.cy << smoothing});
+}
+
 LookPanel::LookPanel(QWidget* parent)
     : QWidget(parent), frame(this), panel(&frame), heading(new QLabel(this)), drop(new QPushButton(this)) {
     auto* const column = new QVBoxLayout(this);

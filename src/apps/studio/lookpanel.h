@@ -14,6 +14,15 @@
 class QLabel;
 class QPushButton;
 
+// The panel's dialog, with a preview that is smooth and sharp on every screen.
+class LookDialog : public KivPropertiesDlg {
+public:
+    using KivPropertiesDlg::KivPropertiesDlg;
+
+protected:
+    void fillPreviewCommonSettings(KivCommonSettings* settings) const override;
+};
+
 class LookPanel : public QWidget {
     Q_OBJECT
 
@@ -42,7 +51,7 @@ private:
     void setHeading();
 
     KivQtWindow frame;
-    KivPropertiesDlg panel;
+    LookDialog panel;
     KivCommonSettings options; // what the preview takes its colours from
     KivMemoryDataManager document;
     std::vector<int> selected;

@@ -91,6 +91,9 @@ public:
 
 protected:
     void onControl(const KivControlEvent& event) override;
+    // Turns a copy of the settings given to Create into those of the preview: 110 by 110 pixels, not smoothed, plain. A
+    // host that has the time for a finer picture calls this first and then changes what it wants.
+    virtual void fillPreviewCommonSettings(KivCommonSettings* settings) const;
 
 private:
     friend struct KivTestAccess;
@@ -156,7 +159,6 @@ private:
     void stopTimer();
     void deletePreviewBitmap();
     void renderPreview();
-    static void fillPreviewCommonSettings(KivCommonSettings* settings);
     std::wstring getNonCombinableShaderFromDialog() const;
 
     bool loadStyle(const std::wstring& path);

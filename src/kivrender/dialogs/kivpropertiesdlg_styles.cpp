@@ -230,7 +230,7 @@ void KivPropertiesDlg::showPreview() {
     redraw();
 }
 
-void KivPropertiesDlg::fillPreviewCommonSettings(KivCommonSettings* settings) {
+void KivPropertiesDlg::fillPreviewCommonSettings(KivCommonSettings* settings) const {
     settings->setAntialias(0);
     settings->setCustomSize(true);
     settings->setResolution(previewSize);

@@ -60,7 +60,9 @@ LightsPanel::LightsPanel(QWidget* parent)
     column->addWidget(list);
     auto* const row = new QHBoxLayout;
     addButton->setText(studioText(StudioText::addLight));
-    addButton->setPopupMode(QToolButton::InstantPopup);
+    // The whole button opens the menu; this way its arrow has a place of its own.
+    addButton->setPopupMode(QToolButton::MenuButtonPopup);
+    connect(addButton, &QToolButton::clicked, addButton, &QToolButton::showMenu);
     auto* const menu = new QMenu(addButton);
     for (int i = 0; i < 3; ++i) {
         menu->addAction(studioText(kindTexts[i]), this, [this, i] { add(static_cast<StudioLight::Kind>(i)); });

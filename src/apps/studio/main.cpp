@@ -1,6 +1,7 @@
 // selvarin-studio, the desktop application.
 #include "apps/common/language.h"
 #include "apps/studio/studiohost.h"
+#include "apps/studio/studiostyle.h"
 #include "apps/studio/studiowindow.h"
 #include "kivrender/host/kivlanguage.h"
 #include "kivrender/platform/kivglwarmup.h"
@@ -88,6 +89,7 @@ int runWindow(const QStringList& files, const std::string& language) {
     if (ownTexts.load(QStringLiteral("qtbase_") + spoken, QLibraryInfo::path(QLibraryInfo::TranslationsPath))) {
         QApplication::installTranslator(&ownTexts);
     }
+    QApplication::setStyle(new StudioStyle); // which the application owns then
     KivQtToolkit toolkit;
     KivToolkit::install(&toolkit);
     int status = 0;

@@ -52,6 +52,7 @@ public:
     bool isSettled() const;
 
 protected:
+    void changeEvent(QEvent* event) override;
     void closeEvent(QCloseEvent* event) override;
     void dragEnterEvent(QDragEnterEvent* event) override;
     void dropEvent(QDropEvent* event) override;
@@ -101,6 +102,7 @@ private:
     void makeFileMenu();
     void makeViewMenu();
     void makeToolBar();
+    void showIcons();
     QAction* addAction(QMenu* menu, StudioText text, const QKeySequence& keys, std::function<void()> act);
     void updateActions();
     void fillRecent();

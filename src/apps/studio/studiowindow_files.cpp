@@ -281,6 +281,13 @@ void StudioWindow::closeEvent(QCloseEvent* event) {
     event->accept();
 }
 
+void StudioWindow::changeEvent(QEvent* event) {
+    QMainWindow::changeEvent(event);
+    if (event->type() == QEvent::PaletteChange && toolBar != nullptr) {
+        showIcons();
+    }
+}
+
 void StudioWindow::showEvent(QShowEvent* event) {
     QMainWindow::showEvent(event);
     if (!wasShown) {

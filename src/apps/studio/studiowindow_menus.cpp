@@ -2,6 +2,7 @@
 #include "apps/studio/objectspanel.h"
 #include "apps/studio/studioview.h"
 #include "apps/studio/studiowindow.h"
+#include "qt/kivqtimages.h"
 
 #include <QAction>
 #include <QActionGroup>
@@ -10,10 +11,20 @@
 #include <QMenu>
 #include <QMenuBar>
 #include <QMessageBox>
-#include <QStyle>
 #include <QTabWidget>
 #include <QToolBar>
 #include <QToolButton>
+
+#include <array>
+
+namespace {
+
+// What has its place in the tool bar too. The number of an action's text is that of its icon.
+constexpr std::array toolBarActions = {StudioText::open,    StudioText::save,   StudioText::undo,
+                                       StudioText::redo,    StudioText::fit,    StudioText::parallel,
+                                       StudioText::options, StudioText::render, StudioText::savePicture};
+
+} // namespace
 
 QAction* StudioWindow::addAction(QMenu* menu, StudioText text, const QKeySequence& keys, std::function<void()> act) {
     auto* const action = new QAction(studioText(text), this);
@@ -117,23 +128,22 @@ void StudioWindow::makeToolBar() {
     toolBar->setObjectName(QStringLiteral("tools"));
     toolBar->setMovable(false);
     toolBar->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
-    const auto icon = [this](StudioText text, QStyle::StandardPixmap picture) {
-        actions[text]->setIcon(style()->standardIcon(picture));
-        toolBar->addAction(actions[text]);
+    toolBar->setIconSize({20, 20});
+    const auto add = [this](std::initializer_list<StudioText> texts) {
+        for (const StudioText text : texts) {
+            toolBar->addAction(actions[text]);
+        }
     };
-    icon(StudioText::open, QStyle::SP_DialogOpenButton);
-    icon(StudioText::save, QStyle::SP_DialogSaveButton);
+    add({StudioText::open, StudioText::save});
     toolBar->addSeparator();
-    icon(StudioText::undo, QStyle::SP_ArrowBack);
-    icon(StudioText::redo, QStyle::SP_ArrowForward);
+    add({StudioText::undo, StudioText::redo});
     toolBar->addSeparator();
-    toolBar->addAction(actions[StudioText::fit]);
-    toolBar->addAction(actions[StudioText::parallel]);
+    add({StudioText::fit, StudioText::parallel});
     auto* const space = new QWidget(toolBar);
     space->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Preferred);
     toolBar->addWidget(space);
-    toolBar->addAction(actions[StudioText::options]);
-    icon(StudioText::render, QStyle::SP_MediaPlay);
+    add({StudioText::options, StudioText::render, StudioText::savePicture});
+    showIcons();
     actions[StudioText::render]->setToolTip(studioText(StudioText::renderTip));
     if (QWidget* const button = toolBar->widgetForAction(actions[StudioText::render])) {
         QFont bold = button->font();
@@ -141,8 +151,7 @@ void StudioWindow::makeToolBar() {
         button->setFont(bold);
     }
     // The bar has room for short names alone.
-    for (const StudioText text : {StudioText::open, StudioText::save, StudioText::undo, StudioText::redo,
-                                  StudioText::fit, StudioText::parallel, StudioText::options, StudioText::render}) {
+    for (const StudioText text : toolBarActions) {
         QString name = studioText(text);
         name.remove(QLatin1Char('&')).remove(QChar(0x2026));
         actions[text]->setIconText(name);
@@ -151,6 +160,13 @@ void StudioWindow::makeToolBar() {
             actions[text]->setToolTip(keys.isEmpty() ? name
                                                      : name + QStringLiteral("  (") + keys + QStringLiteral(")"));
         }
+    }
+}
+
+// Anew where the palette is another: icons have its colour.
+void StudioWindow::showIcons() {
+    for (const StudioText text : toolBarActions) {
+        actions[text]->setIcon(kivQtIcon(nullptr, static_cast<unsigned int>(text), palette()));
     }
 }
 

@@ -10,6 +10,7 @@
 #include "apps/studio/optionsbox.h"
 #include "apps/studio/pictureview.h"
 #include "apps/studio/studiohost.h"
+#include "apps/studio/studiostyle.h"
 #include "apps/studio/studioview.h"
 #include "apps/studio/studiowindow.h"
 #include "kivrender/dialogs/kivpropertiesdlg.h"
@@ -27,7 +28,6 @@
 #include <QDialog>
 #include <QDir>
 #include <QLocale>
-#include <QStyleFactory>
 #include <QTabBar>
 #include <QTabWidget>
 #include <QTemporaryDir>
@@ -71,12 +71,13 @@ public:
         emit combo->activated(index);
         settle();
     }
-    // Checks or unchecks an added look.
-    void added(const QString& name) {
+    // Checks all added looks, or the second alone.
+    void addAll(bool all) {
         auto* const tree = control<QTreeWidget>(Dlg::combinableTree);
         for (int i = 0; i < tree->topLevelItemCount(); ++i) {
-            if (tree->topLevelItem(i)->text(0) == name) {
-                const QRect row = tree->visualItemRect(tree->topLevelItem(i));
+            QTreeWidgetItem* const item = tree->topLevelItem(i);
+            if ((item->checkState(0) == Qt::Checked) != (all || i == 1)) {
+                const QRect row = tree->visualItemRect(item);
                 QTest::mouseClick(tree->viewport(), Qt::LeftButton, {}, QPoint(row.left() + 10, row.center().y()));
             }
         }
@@ -223,15 +224,13 @@ void makeDark() {
 
 // All pages of all looks.
 void takePages(Photographer& photographer) {
-    photographer.added("Backdrop");
-    photographer.added("Sketch");
+    photographer.addAll(true);
     for (int i = 0; i < photographer.pages().size(); ++i) {
         photographer.page(i);
-        photographer.takePanel("page-" + photographer.pages()[i].toLower());
+        photographer.takePanel("page-" + photographer.pages()[i].toLower().replace(' ', '-'));
     }
     photographer.page(0);
-    photographer.added("Sketch");
-    photographer.added("Backdrop");
+    photographer.addAll(false);
 }
 
 void takeResults(Photographer& photographer) {
@@ -308,7 +307,7 @@ int main(int argc, char** argv) {
         qputenv(variable, home.path().toUtf8());
     }
     const QApplication application(argc, argv);
-    QApplication::setStyle(QStyleFactory::create("Fusion"));
+    QApplication::setStyle(new StudioStyle("Fusion"));
     if (argc < 2 || argc > 4 || !QDir().mkpath(argv[1])) {
         std::fputs("usage: studio_pictures FOLDER [LANGUAGE [MODEL]]\n", stderr);
         return 2;

@@ -263,11 +263,46 @@ TEST_F(StudioWindowTest, StandardViewsAndParallelProjection) {
     EXPECT_NEAR(left, right, 0.02 * left);
 }
 
+// Edges of a picture that is not smoothed have no colours in between.
+TEST_F(StudioWindowTest, ThePreviewIsSmooth) {
+    settle();
+    const QImage preview = control<QLabel>(Dlg::previewPicture)->pixmap(Qt::ReturnByValue).toImage();
+    std::set<QRgb> colours;
+    for (int y = 0; y < preview.height(); ++y) {
+        for (int x = 0; x < preview.width(); ++x) {
+            colours.insert(preview.pixel(x, y));
+        }
+    }
+    EXPECT_GT(colours.size(), 200U);
+}
+
+TEST_F(StudioWindowTest, IconsTakeTheColourOfTheTexts) {
+    const auto inkOf = [this](StudioText text) {
+        const QImage icon = action(text)->icon().pixmap(32, 32).toImage();
+        QColor ink;
+        for (int y = 0; y < icon.height(); ++y) {
+            for (int x = 0; x < icon.width(); ++x) {
+                if (qAlpha(icon.pixel(x, y)) == 255) {
+                    ink = icon.pixelColor(x, y);
+                }
+            }
+        }
+        return ink;
+    };
+    const QPalette before = window->palette();
+    EXPECT_EQ(inkOf(StudioText::render), before.color(QPalette::Active, QPalette::ButtonText));
+    QPalette dark = before;
+    dark.setColor(QPalette::ButtonText, QColor(230, 230, 210));
+    window->setPalette(dark);
+    EXPECT_EQ(inkOf(StudioText::render), QColor(230, 230, 210));
+    EXPECT_EQ(inkOf(StudioText::options), QColor(230, 230, 210));
+}
+
 // Lines that lay the depth of surfaces before they are painted must not shine through the paint.
 TEST_F(StudioWindowTest, ThePreviewsBallIsPaintedWhole) {
     settle();
     const QImage preview = control<QLabel>(Dlg::previewPicture)->pixmap(Qt::ReturnByValue).toImage();
-    ASSERT_EQ(preview.size(), QSize(110, 110));
+    ASSERT_EQ(preview.size(), QSize(110, 110)) << "on a screen of usual sharpness";
     constexpr int ballX = 30;
     constexpr int ballY = 46;
     constexpr int inside = 17;

@@ -228,3 +228,17 @@ TEST(StudioHistory, AnyRowOfActionsDoesWhatTheRulesSay) {
         }
     }
 }
+
+TEST(StudioHistory, ADirtyStartIsNeverCleanUntilItIsSaved) {
+    StudioHistory history;
+    history.start(state(1));
+    history.markDirty();
+    EXPECT_FALSE(history.isClean());
+    EXPECT_FALSE(history.canUndo());
+    history.push(state(2), 10, 0, 0);
+    EXPECT_FALSE(history.isClean());
+    history.undo();
+    EXPECT_FALSE(history.isClean());
+    history.markClean();
+    EXPECT_TRUE(history.isClean());
+}

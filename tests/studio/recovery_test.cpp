@@ -2,6 +2,8 @@
 
 #include "support/temphome.h"
 
+#include <QFileInfo>
+
 #include <chrono>
 #include <csignal>
 #include <functional>
@@ -191,6 +193,19 @@ TEST_F(StudioRecoveryTest, DamagedAndForeignFilesAreToldOrIgnored) {
     }
     EXPECT_TRUE(StudioRecovery::findAbandoned().empty());
     EXPECT_EQ(home.read("state/selvarin/recovery/notes.txt"), "mine");
+}
+
+TEST_F(StudioRecoveryTest, WhatIsSetAsideIsNotFoundAgain) {
+    std::filesystem::create_directories(folder());
+    home.write("state/selvarin/recovery/1-x.selvarin", "half");
+    const auto found = StudioRecovery::findAbandoned();
+    ASSERT_EQ(found.size(), 1U);
+    const QString kept = StudioRecovery::setAside(found[0]);
+    EXPECT_NE(kept, found[0].file);
+    EXPECT_EQ(home.read("state/selvarin/recovery/" + QFileInfo(kept).fileName().toStdString()), "half");
+    EXPECT_TRUE(StudioRecovery::findAbandoned().empty());
+    EXPECT_EQ(home.count("state/selvarin/recovery"), 1U) << "its lock is gone";
+    EXPECT_EQ(StudioRecovery::setAside(found[0]), found[0].file) << "what can't be renamed keeps its name";
 }
 
 TEST_F(StudioRecoveryTest, AFolderThatCantBeMadeIsToldInOneLine) {

@@ -77,6 +77,11 @@ void StudioHistory::markClean() {
     mergeable = false;
 }
 
+void StudioHistory::markDirty() {
+    clean = nowhere;
+    mergeable = false;
+}
+
 bool StudioHistory::isClean() const {
     return clean == current;
 }

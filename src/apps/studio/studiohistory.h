@@ -32,6 +32,8 @@ public:
 
     // The present state was saved.
     void markClean();
+    // No step was saved: whatever is undone or redone, the document has changed.
+    void markDirty();
     bool isClean() const;
 
 private:

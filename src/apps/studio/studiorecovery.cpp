@@ -71,7 +71,7 @@ std::vector<StudioRecovery::Found> StudioRecovery::findAbandoned() {
         QFile in(each.absoluteFilePath());
         const QJsonObject json =
             in.open(QIODevice::ReadOnly) ? QJsonDocument::fromJson(in.read(mostRead)).object() : QJsonObject();
-        list.push_back({each.absoluteFilePath(), json[QLatin1String(documentKey)].toString()});
+        list.push_back({each.absoluteFilePath(), json[QLatin1String(documentKey)].toString(), each.lastModified()});
     }
     return list;
 }
@@ -84,6 +84,16 @@ bool StudioRecovery::read(const Found& found, StudioState* state, QString* why) 
     recovered.unknown.remove(QLatin1String(documentKey));
     *state = recovered;
     return true;
+}
+
+QString StudioRecovery::setAside(const Found& found) {
+    // The names of recovery files are never used twice, so this one is free.
+    const QString kept = found.file + QStringLiteral(".unreadable");
+    if (!QFile::rename(found.file, kept)) {
+        return found.file;
+    }
+    QFile::remove(lockOf(found.file));
+    return kept;
 }
 
 void StudioRecovery::discard(const Found& found) {

@@ -5,6 +5,7 @@
 
 #include "apps/studio/studiostate.h"
 
+#include <QDateTime>
 #include <QLockFile>
 #include <QString>
 
@@ -16,6 +17,7 @@ public:
     struct Found {
         QString file;
         QString document; // that the user had open; empty for a new one
+        QDateTime changed;
     };
 
     // Each object is one running window. Makes nothing before the first write.
@@ -35,6 +37,9 @@ public:
     // False with one line in *why; the file stays.
     static bool read(const Found& found, StudioState* state, QString* why);
     static void discard(const Found& found);
+    // Keeps what can't be read, under a name by which it is not found again. Returns that name, or the present one if
+    // the file can't be renamed.
+    static QString setAside(const Found& found);
 
 private:
     QString file;

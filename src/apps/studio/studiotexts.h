@@ -99,6 +99,9 @@ enum class StudioText : unsigned int {
     discardButton = 3214,
     recoverQuestion = 3215,
     recoverButton = 3216,
+    deleteButton = 3217,
+    laterButton = 3218,
+    unreadableWork = 3219,
     readingModel = 3220,
     starting = 3221,
     rendered = 3222,
@@ -120,7 +123,8 @@ enum class StudioText : unsigned int {
     tooManyLights = 3245,
     damagedLook = 3246,
     damagedObject = 3247,
-    tooLarge = 3248
+    tooLarge = 3248,
+    cantRecover = 3250
 };
 
 inline QString studioText(StudioText text) {

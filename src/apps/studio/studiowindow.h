@@ -120,8 +120,13 @@ private:
     bool mayGo();
     void start(const StudioState& state, const QString& file);
     void addRecent(const QString& file);
-    void writeRecovery();
     static QStringList modelEndings();
+
+    // --- studiowindow_recovery.cpp
+    enum class Wish { recover, remove, later };
+    bool writeRecovery();
+    Wish askToRecover(const StudioRecovery::Found& found, const StudioState& work);
+    bool recover(const StudioRecovery::Found& found, const StudioState& work);
 
     // --- studiowindow_render.cpp
     void scheduleView();

@@ -63,24 +63,24 @@ StudioState fullState() {
     s.options.setSaveVectorFile(L"/out/a.svg");
     s.options.setVectorSimplify(true);
     s.options.setPolygonOffset(2.5);
-    s.look.setSaving();
-    s.look.saveString(L"Style:Caf\u00e9 \U0001F3A8 \"quoted\"\n");
-    s.look.saveInt(std::numeric_limits<int>::min());
-    s.look.saveFloat(0.1F);
-    s.look.saveFloat(-std::numeric_limits<float>::infinity());
-    s.look.saveDouble(0.1);
-    s.look.saveDouble(std::numeric_limits<double>::infinity());
-    s.look.saveDouble(std::numeric_limits<double>::quiet_NaN());
-    s.look.saveDouble(std::numeric_limits<double>::denorm_min());
-    s.look.saveDouble(std::numeric_limits<double>::max());
-    s.look.saveBool(true);
-    s.look.saveChar('\xE9');
-    s.look.saveUnsignedShort(65535);
-    s.look.saveUnsignedLong(0xFFFFFFFFU);
-    s.objects[0].setSaving();
-    s.objects[0].saveString(L"own");
-    s.objects[17].setSaving();
-    s.objects[17].saveInt(5);
+    s.look.edit().setSaving();
+    s.look.edit().saveString(L"Style:Caf\u00e9 \U0001F3A8 \"quoted\"\n");
+    s.look.edit().saveInt(std::numeric_limits<int>::min());
+    s.look.edit().saveFloat(0.1F);
+    s.look.edit().saveFloat(-std::numeric_limits<float>::infinity());
+    s.look.edit().saveDouble(0.1);
+    s.look.edit().saveDouble(std::numeric_limits<double>::infinity());
+    s.look.edit().saveDouble(std::numeric_limits<double>::quiet_NaN());
+    s.look.edit().saveDouble(std::numeric_limits<double>::denorm_min());
+    s.look.edit().saveDouble(std::numeric_limits<double>::max());
+    s.look.edit().saveBool(true);
+    s.look.edit().saveChar('\xE9');
+    s.look.edit().saveUnsignedShort(65535);
+    s.look.edit().saveUnsignedLong(0xFFFFFFFFU);
+    s.objects.edit()[0].edit().setSaving();
+    s.objects.edit()[0].edit().saveString(L"own");
+    s.objects.edit()[17].edit().setSaving();
+    s.objects.edit()[17].edit().saveInt(5);
     return s;
 }
 
@@ -91,7 +91,7 @@ template <class T> T valueOf(const KivProperty& cell) {
 }
 
 // Field by field, without the help of the form in which states are saved.
-void expectSameCells(const KivMemoryDataManager& a, const KivMemoryDataManager& b) {
+void expectSameCells(const StudioLook& a, const StudioLook& b) {
     ASSERT_EQ(a.getCells().size(), b.getCells().size());
     for (std::size_t i = 0; i < a.getCells().size(); ++i) {
         const KivProperty& left = a.getCells()[i];
@@ -154,7 +154,7 @@ void expectSame(const StudioState& a, const StudioState& b) {
     expectSameCells(a.look, b.look);
     ASSERT_EQ(a.objects.size(), b.objects.size());
     for (const auto& [mesh, stream] : a.objects) {
-        ASSERT_TRUE(b.objects.count(mesh));
+        ASSERT_TRUE(b.objects.contains(mesh));
         expectSameCells(stream, b.objects.at(mesh));
     }
 }
@@ -180,6 +180,20 @@ QJsonObject changed(const QJsonObject& json, const char* key, const QJsonValue& 
     QJsonObject copy = json;
     copy[QLatin1String(key)] = value;
     return copy;
+}
+
+// One object with a look of its own.
+QJsonArray groupOf(const QJsonValue& object) {
+    return {QJsonObject{{"objects", QJsonArray{object}}, {"look", QJsonArray{}}}};
+}
+
+KivMemoryDataManager streamOf(int cells, int first) {
+    KivMemoryDataManager stream;
+    stream.setSaving();
+    for (int i = 0; i < cells; ++i) {
+        stream.saveInt(first + i);
+    }
+    return stream;
 }
 
 } // namespace
@@ -218,16 +232,107 @@ TEST(StudioDocument, EqualStatesAreEqualAndEachFieldCounts) {
     EXPECT_TRUE(differs([](StudioState& s) { s.lights[2].angle = 13.0; }));
     EXPECT_TRUE(differs([](StudioState& s) { s.hasLights = false; }));
     EXPECT_TRUE(differs([](StudioState& s) { s.options.setRenderDim(true); }));
-    EXPECT_TRUE(differs([](StudioState& s) { s.look.saveInt(1); }));
+    EXPECT_TRUE(differs([](StudioState& s) { s.look.edit().saveInt(1); }));
     EXPECT_TRUE(differs([](StudioState& s) { s.objects.erase(17); }));
 }
 
 TEST(StudioDocument, IsReadableTextWithAFormatNumber) {
     const QByteArray bytes = bytesOf(fullState());
-    EXPECT_TRUE(bytes.contains("\n    \"selvarin\": 1"));
+    EXPECT_TRUE(bytes.contains("\n    \"selvarin\": 2"));
     EXPECT_TRUE(bytes.contains("caf\xC3\xA9")) << "texts are UTF-8";
     EXPECT_TRUE(bytes.contains("\"nan\""));
     EXPECT_EQ(bytes, bytesOf(fullState())) << "the same state is the same text";
+}
+
+TEST(StudioDocument, CopiesShareTheirLooksUntilOneIsChanged) {
+    const StudioState first = fullState();
+    StudioState second = first;
+    EXPECT_TRUE(second.look.shares(first.look));
+    EXPECT_TRUE(second.objects.shares(first.objects));
+    EXPECT_TRUE(second == first);
+    second.objects.erase(5);
+    EXPECT_TRUE(second.objects.shares(first.objects)) << "there was nothing to take away";
+    second.look.edit().setSaving();
+    second.look.edit().saveInt(7);
+    second.objects.erase(17);
+    expectSame(first, fullState());
+    EXPECT_EQ(second.look.getCells().size(), first.look.getCells().size() + 1);
+    EXPECT_EQ(second.objects.size(), 1U);
+    EXPECT_TRUE(second.objects.at(0).shares(first.objects.at(0)));
+    // An empty one is like all others, and remains it.
+    StudioLook empty;
+    empty.edit().setSaving();
+    empty.edit().saveInt(1);
+    EXPECT_TRUE(StudioLook().getCells().empty());
+}
+
+TEST(StudioDocument, ALookOfManyObjectsIsWrittenOnce) {
+    const TempFolder folder;
+    const QString file = qt(folder.path() / "doc.selvarin");
+    StudioState state = StudioState::fresh();
+    for (int i = 0; i < 30'000; ++i) {
+        // Half of them equal, but each for itself in memory.
+        state.objects.edit()[i] = streamOf(200, i % 2 == 0 ? 0 : 1000);
+    }
+    QString why;
+    ASSERT_TRUE(saveStudioDocument(file, state, &why)) << why.toStdString();
+    EXPECT_LT(std::filesystem::file_size(folder.path() / "doc.selvarin"), 300'000U);
+    StudioState loaded;
+    ASSERT_TRUE(loadStudioDocument(file, &loaded, &why)) << why.toStdString();
+    EXPECT_TRUE(loaded == state);
+    EXPECT_TRUE(loaded.objects.at(4).shares(loaded.objects.at(29'998)));
+    EXPECT_FALSE(loaded.objects.at(4).shares(loaded.objects.at(5)));
+}
+
+TEST(StudioDocument, OlderProgramsCanReadWhatHasNothingNew) {
+    StudioState state = fullState();
+    EXPECT_EQ(state.toJson()["selvarin"].toInt(), 2);
+    state.objects.clear();
+    EXPECT_EQ(state.toJson()["selvarin"].toInt(), 1);
+    EXPECT_FALSE(state.toJson().contains("objectLooks"));
+}
+
+TEST(StudioDocument, TheFirstFormIsStillRead) {
+    const TempFolder folder;
+    QJsonObject json = fullState().toJson();
+    json.remove("objectLooks");
+    json["selvarin"] = 1;
+    const QJsonArray own{QJsonArray{"text", "own"}};
+    json["objects"] = QJsonObject{{"0", own}, {"3", own}, {"17", QJsonArray{QJsonArray{"int", 5}}}};
+    StudioState expected = fullState();
+    expected.objects.edit()[3] = StudioLook(expected.objects.at(0));
+    StudioState loaded;
+    ASSERT_EQ(load(folder, QJsonDocument(json).toJson(), &loaded), QString());
+    expectSame(expected, loaded);
+    EXPECT_TRUE(loaded.objects.at(0).shares(loaded.objects.at(3)));
+    EXPECT_TRUE(loaded.unknown.isEmpty());
+}
+
+TEST(StudioDocument, WhatCouldNotBeReadAgainIsNotWritten) {
+    const TempFolder folder;
+    const QString file = qt(folder.path() / "doc.selvarin");
+    QString why;
+    ASSERT_TRUE(saveStudioDocument(file, fullState(), &why));
+    std::vector<StudioState> bad(4, StudioState::fresh());
+    bad[0].lights.resize(1001);
+    bad[0].hasLights = true;
+    bad[1].look = streamOf(200'001, 0);
+    bad[2].objects.edit()[1'000'000] = StudioLook();
+    for (int i = 0; i < 400; ++i) {
+        bad[3].objects.edit()[i] = streamOf(15'000, i);
+    }
+    for (const StudioState& state : bad) {
+        why.clear();
+        EXPECT_FALSE(saveStudioDocument(file, state, &why));
+        expectOneLine(why);
+        StudioState kept;
+        ASSERT_TRUE(loadStudioDocument(file, &kept, &why)) << why.toStdString();
+        expectSame(fullState(), kept);
+    }
+    bad[0].lights.resize(1000);
+    ASSERT_TRUE(saveStudioDocument(file, bad[0], &why)) << why.toStdString();
+    StudioState most;
+    EXPECT_TRUE(loadStudioDocument(file, &most, &why)) << why.toStdString();
 }
 
 TEST(StudioDocument, KeysOfANewerProgramAreKept) {
@@ -280,7 +385,7 @@ TEST(StudioDocument, WhatIsNoDocumentIsRefusedInOneLineAndChangesNothing) {
         whole.left(whole.size() / 2),
         text(changed(good, "selvarin", 0)),
         text(changed(good, "selvarin", -1)),
-        text(changed(good, "selvarin", 2)),
+        text(changed(good, "selvarin", 3)),
         text(changed(good, "selvarin", "1")),
         text(changed(good, "models", QJsonArray{QJsonObject{{"path", ""}}})),
         text(changed(good, "models", QJsonArray{7})),
@@ -292,6 +397,13 @@ TEST(StudioDocument, WhatIsNoDocumentIsRefusedInOneLineAndChangesNothing) {
         text(changed(good, "objects", QJsonObject{{"99999999999", QJsonArray{}}})),
         text(changed(good, "objects", QJsonObject{{"x", QJsonArray{}}})),
         text(changed(good, "objects", QJsonObject{{"1", 5}})),
+        text(changed(good, "objectLooks", QJsonArray{5})),
+        text(changed(good, "objectLooks", QJsonArray{QJsonObject{{"objects", QJsonArray{1}}}})),
+        text(changed(good, "objectLooks", QJsonArray{QJsonObject{{"look", QJsonArray{}}}})),
+        text(changed(good, "objectLooks", groupOf(-1))),
+        text(changed(good, "objectLooks", groupOf(1.5))),
+        text(changed(good, "objectLooks", groupOf(1'000'000))),
+        text(changed(good, "objectLooks", groupOf("1"))),
     };
     int index = 0;
     for (const QByteArray& bytes : bad) {
@@ -355,9 +467,9 @@ TEST(StudioDocument, AFullDiskLeavesTheOldFile) {
         const StudioState saved = fullState();
         ASSERT_TRUE(saveStudioDocument(file, saved, &why)) << why.toStdString();
         StudioState larger = StudioState::fresh();
-        larger.look.setSaving();
+        larger.look.edit().setSaving();
         for (int i = 0; i < cells; ++i) {
-            larger.look.saveInt(i);
+            larger.look.edit().saveInt(i);
         }
         const pid_t child = fork();
         ASSERT_GE(child, 0);

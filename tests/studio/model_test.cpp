@@ -159,13 +159,13 @@ TEST(StudioModel, LightsThatBecomeTheUsersOwnShineAsBefore) {
 TEST(StudioModel, OwnLooksComeForOneRenderAndGoWithoutATrace) {
     const StudioModel model;
     StudioState state = StudioState::fresh();
-    KivMemoryDataManager& stream = state.objects[1];
+    KivMemoryDataManager& stream = state.objects.edit()[1].edit();
     stream.setSaving();
     stream.saveString(L"Style:");
     stream.saveString(L"NonCombinableShader:Outline");
     stream.saveString(L"CombinableShader:");
     stream.saveString(L"End Morvane");
-    state.objects[9999] = stream; // a mesh that the model does not have
+    state.objects.edit()[9999] = stream; // a mesh that the model does not have
     const KivMesh& first = *model.model().scene->getMesh(0);
     const KivMesh& second = *model.model().scene->getMesh(1);
     for (int i = 0; i < 5; ++i) {
@@ -179,15 +179,15 @@ TEST(StudioModel, OwnLooksComeForOneRenderAndGoWithoutATrace) {
         EXPECT_FALSE(second.hasObjectSettings());
         EXPECT_EQ(second.getNumPageSettings(), 0);
     }
-    EXPECT_EQ(state.objects[1].getNumProperties(), 4) << "the state is only read";
+    EXPECT_EQ(state.objects.at(1).stream().getNumProperties(), 4) << "the state is only read";
 }
 
 TEST(StudioModel, PagesOfOwnLooksAreMadeAndDeletedAgain) {
     const StudioModel model;
     StudioState state = StudioState::fresh();
     ASSERT_GT(KivShader::loadShaders(nullptr), 0);
-    state.objects[0].setSaving();
-    state.objects[0].setDefault();
+    state.objects.edit()[0].edit().setSaving();
+    state.objects.edit()[0].edit().setDefault();
     KivShader::unLoadAll();
     const KivMesh& mesh = *model.model().scene->getMesh(0);
     int pages = 0;

@@ -29,8 +29,8 @@ protected:
         StudioState s = StudioState::fresh();
         s.camera.distance = distance;
         s.models = {L"/models/a.obj"};
-        s.look.setSaving();
-        s.look.saveString(L"Style:Noir");
+        s.look.edit().setSaving();
+        s.look.edit().saveString(L"Style:Noir");
         return s;
     }
 
@@ -156,7 +156,7 @@ TEST_F(StudioRecoveryTest, AHalfWrittenFileNeverAppears) {
             for (int i = 0;; ++i) {
                 StudioState s = state(50.0 + i % 100);
                 for (int cell = 0; cell < 2000; ++cell) {
-                    s.look.saveInt(cell);
+                    s.look.edit().saveInt(cell);
                 }
                 writeOrExit(recovery, s, "whole");
             }

@@ -9,6 +9,8 @@
 #include <QTimer>
 #include <QVBoxLayout>
 
+#include <unordered_map>
+
 // Drawn four times as large with lines four times as wide; the window reduces it to what its screen has of pixels.
 void LookDialog::fillPreviewCommonSettings(KivCommonSettings* settings) const {
     KivPropertiesDlg::fillPreviewCommonSettings(settings);
@@ -66,26 +68,45 @@ KivPropertiesDlg& LookPanel::dialog() {
 void LookPanel::show(const StudioState& state, const std::vector<int>& objects) {
     selected = objects;
     options = state.options;
-    document = state.look;
-    own.clear();
-    hasOwn = false;
-    std::vector<KivDataManager*> managers;
-    own.reserve(selected.size());
-    for (const int object : selected) {
-        const auto found = state.objects.find(object);
-        hasOwn = hasOwn || found != state.objects.end();
-        own.push_back(found != state.objects.end() ? found->second : state.look);
-        managers.push_back(&own.back());
-    }
+    document = state.look.stream();
+    gather(state);
     if (selected.empty()) {
         panel.setData(&document);
     } else {
-        average.clearData();
-        average.buildAverageData(managers);
         panel.setData(&average);
     }
     panel.changesWritten();
     setHeading();
+}
+
+// Objects that share a look share what is made of it.
+void LookPanel::gather(const StudioState& state) {
+    own.clear();
+    ownOf.clear();
+    hasOwn = false;
+    std::unordered_map<const void*, std::size_t> known;
+    std::vector<std::size_t> users;
+    for (const int object : selected) {
+        const auto found = state.objects.find(object);
+        hasOwn = hasOwn || found != state.objects.end();
+        const StudioLook& look = found != state.objects.end() ? found->second : state.look;
+        const auto [place, isNew] = known.try_emplace(look.place(), own.size());
+        if (isNew) {
+            own.push_back(look.stream());
+            users.push_back(0);
+        }
+        ownOf.push_back(place->second);
+        ++users[place->second];
+    }
+    std::vector<KivDataManager*> managers;
+    for (std::size_t i = 0; i < own.size(); ++i) {
+        managers.push_back(&own[i]);
+        if (users[i] > 1) {
+            managers.push_back(&own[i]); // a number that is none differs from that of the next object too
+        }
+    }
+    average.clearData();
+    average.buildAverageData(managers);
 }
 
 void LookPanel::setHeading() {
@@ -122,7 +143,9 @@ void LookPanel::write(StudioState* state) const {
         state->look = document;
         return;
     }
+    const std::vector<StudioLook> looks(own.begin(), own.end());
+    StudioObjectLooks::Map& objects = state->objects.edit();
     for (std::size_t i = 0; i < selected.size(); ++i) {
-        state->objects[selected[i]] = own[i];
+        objects[selected[i]] = looks[ownOf[i]];
     }
 }

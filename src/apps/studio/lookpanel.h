@@ -48,6 +48,7 @@ signals:
 
 private:
     void commit();
+    void gather(const StudioState& state);
     void setHeading();
 
     KivQtWindow frame;
@@ -55,7 +56,8 @@ private:
     KivCommonSettings options; // what the preview takes its colours from
     KivMemoryDataManager document;
     std::vector<int> selected;
-    std::vector<KivMemoryDataManager> own; // of the selected objects
+    std::vector<KivMemoryDataManager> own; // each of the looks that selected objects have, once
+    std::vector<std::size_t> ownOf;        // of each selected object, which of them
     KivAverageDataManager average;
     bool hasOwn = false; // one of them had a look of its own
     QLabel* heading;

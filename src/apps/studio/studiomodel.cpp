@@ -352,10 +352,10 @@ void StudioModel::placeCamera(StudioCamera* camera, double aspect) const {
 
 StudioModel::OwnLooks::OwnLooks(const StudioModel& model, const StudioState& state) {
     KivRenderer reader;
-    for (const auto& [index, stream] : state.objects) {
+    for (const auto& [index, look] : state.objects) {
         if (index < model.numMeshes()) {
             KivMesh* const mesh = model.imported.scene->getMesh(static_cast<unsigned int>(index));
-            KivMemoryDataManager cells(stream);
+            KivMemoryDataManager cells(look.stream());
             reader.loadDataToObject(mesh, &cells); // what it can't read is left to the document's look
             meshes.push_back(mesh);
         }

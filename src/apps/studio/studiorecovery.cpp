@@ -51,7 +51,7 @@ bool StudioRecovery::write(const StudioState& state, const QString& document, QS
     }
     QJsonObject json = state.toJson();
     json[QLatin1String(documentKey)] = document;
-    return replaceFile(file, QJsonDocument(json).toJson(), why);
+    return saveStudioDocument(file, state, json, why);
 }
 
 void StudioRecovery::clear() {

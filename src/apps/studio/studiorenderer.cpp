@@ -61,7 +61,7 @@ bool StudioRenderer::renderOnce(const StudioModel& model, const StudioState& sta
     const KivCamera camera = state.camera.toCamera(model.points(), aspect);
     KivMemoryCommonDataManager common;
     settings.saveDataOnHost(&common);
-    KivMemoryDataManager look(state.look);
+    KivMemoryDataManager look(state.look.stream());
     tagSIZE pixels{size.width(), size.height()};
     surface = std::make_unique<KivBitmapManager>();
     try {

@@ -9,6 +9,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QHash>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QSaveFile>
@@ -17,17 +18,21 @@
 #include <array>
 #include <cmath>
 #include <limits>
+#include <unordered_map>
 
 namespace {
 
 constexpr double pi = 3.14159265358979323846;
-constexpr int formatNumber = 1;
+// The first form knows looks of objects only one by one. What has none is written in it, so that older programs can
+// read it.
+constexpr int firstFormat = 1;
+constexpr int formatNumber = 2;
 constexpr const wchar_t* outlineTag = L"Outline";
 constexpr int headLines = 3;
 // Far more than any document has: what is beyond was not written by us.
 constexpr qint64 largestFile = 64 << 20;
-constexpr int mostCells = 200'000;
-constexpr int mostLights = 1000;
+constexpr std::size_t mostCells = 200'000;
+constexpr std::size_t mostLights = 1000;
 constexpr int mostObjects = 1'000'000;
 constexpr int largestSize = 1 << 20;
 
@@ -172,8 +177,8 @@ bool appendCell(KivMemoryDataManager& stream, const QString& kind, const QJsonVa
     return kind == QLatin1String("long") && stream.saveUnsignedLong(within<std::uint32_t>(value));
 }
 
-bool readStream(const QJsonValue& value, KivMemoryDataManager* stream) {
-    if (!value.isArray() || value.toArray().size() > mostCells) {
+bool readStream(const QJsonValue& value, StudioLook* look) {
+    if (!value.isArray() || static_cast<std::size_t>(value.toArray().size()) > mostCells) {
         return false;
     }
     KivMemoryDataManager read;
@@ -184,7 +189,7 @@ bool readStream(const QJsonValue& value, KivMemoryDataManager* stream) {
             return false;
         }
     }
-    *stream = read;
+    *look = read;
     return true;
 }
 
@@ -196,17 +201,84 @@ void appendCopy(KivMemoryDataManager* stream, const KivProperty& cell) {
     }
 }
 
-// A number that is none counts as equal to another such.
-bool equalCells(const KivProperty& a, const KivProperty& b) {
-    const auto isNone = [](const KivProperty& cell) {
-        return (cell.getType() == KivProperty::Double && std::isnan(valueOf<double>(cell))) ||
-               (cell.getType() == KivProperty::Float && std::isnan(valueOf<float>(cell)));
-    };
-    return !KivProperty::differs(a, b) || (a.getType() == b.getType() && isNone(a) && isNone(b));
+// --- looks of objects
+
+QByteArray bytesOf(const QJsonArray& array) {
+    return QJsonDocument(array).toJson(QJsonDocument::Compact);
 }
 
-bool equalStreams(const KivMemoryDataManager& a, const KivMemoryDataManager& b) {
-    return std::equal(a.getCells().begin(), a.getCells().end(), b.getCells().begin(), b.getCells().end(), equalCells);
+// Each look with the meshes that have it: what looks the same is written once, wherever it stands in memory.
+QJsonArray objectsArray(const StudioObjectLooks& objects) {
+    struct Group {
+        QJsonArray meshes;
+        QJsonArray cells;
+    };
+    std::vector<Group> groups;
+    std::unordered_map<const void*, std::size_t> byPlace;
+    QHash<QByteArray, std::size_t> byCells;
+    for (const auto& [mesh, look] : objects) {
+        const auto [place, isNew] = byPlace.try_emplace(look.place(), groups.size());
+        if (isNew) {
+            const QJsonArray cells = streamArray(look.stream());
+            const QByteArray bytes = bytesOf(cells);
+            if (const auto same = byCells.constFind(bytes); same != byCells.constEnd()) {
+                place->second = *same;
+            } else {
+                byCells.insert(bytes, groups.size());
+                groups.push_back({{}, cells});
+            }
+        }
+        groups[place->second].meshes.append(mesh);
+    }
+    QJsonArray array;
+    for (const Group& group : groups) {
+        array.append(QJsonObject{{"objects", group.meshes}, {"look", group.cells}});
+    }
+    return array;
+}
+
+bool isMesh(int number) {
+    return number >= 0 && number < mostObjects;
+}
+
+bool readObjects(const QJsonArray& array, StudioObjectLooks* objects) {
+    for (const auto& entry : array) {
+        StudioLook look;
+        const QJsonObject group = entry.toObject();
+        if (!readStream(group["look"], &look) || !group["objects"].isArray()) {
+            return false;
+        }
+        for (const auto& mesh : group["objects"].toArray()) {
+            const int number = mesh.toInt(-1);
+            if (!isMesh(number)) {
+                return false;
+            }
+            objects->edit()[number] = look;
+        }
+    }
+    return true;
+}
+
+// As the first form had them: the cells of each object under its number.
+bool readFirstObjects(const QJsonObject& streams, StudioObjectLooks* objects) {
+    QHash<QByteArray, StudioLook> known;
+    for (auto i = streams.begin(); i != streams.end(); ++i) {
+        bool good = false;
+        const int mesh = i.key().toInt(&good);
+        if (!good || !isMesh(mesh) || !i.value().isArray()) {
+            return false;
+        }
+        const QByteArray bytes = bytesOf(i.value().toArray());
+        auto look = known.find(bytes);
+        if (look == known.end()) {
+            look = known.insert(bytes, StudioLook());
+            if (!readStream(i.value(), &*look)) {
+                return false;
+            }
+        }
+        objects->edit()[mesh] = *look;
+    }
+    return true;
 }
 
 // --- the options, one by one
@@ -232,6 +304,19 @@ QJsonObject optionsObject(const KivCommonSettings& o) {
             {"vectorFile", kivToQt(o.getSaveVectorFile())},
             {"simplify", o.doVectorSimplify()},
             {"offset", o.getPolygonOffset()}};
+}
+
+bool equalOptions(const KivCommonSettings& a, const KivCommonSettings& b) {
+    return a.getAntialias() == b.getAntialias() && a.getCustomSize() == b.getCustomSize() &&
+           a.getResolution() == b.getResolution() && a.getAmbientLight() == b.getAmbientLight() &&
+           a.getBackgroundColor() == b.getBackgroundColor() && a.getBackgroundImage() == b.getBackgroundImage() &&
+           a.getPaperImage() == b.getPaperImage() && a.doVectorial() == b.doVectorial() &&
+           a.doTransparencies() == b.doTransparencies() && a.doShadows() == b.doShadows() &&
+           a.getVectorialSpeed() == b.getVectorialSpeed() && a.doRenderIsoparams() == b.doRenderIsoparams() &&
+           a.doRenderDim() == b.doRenderDim() && a.doSaveShadows() == b.doSaveShadows() &&
+           a.doSaveDepth() == b.doSaveDepth() && a.doSaveRender() == b.doSaveRender() &&
+           a.getSaveRenderFile() == b.getSaveRenderFile() && a.getSaveVectorFile() == b.getSaveVectorFile() &&
+           a.doVectorSimplify() == b.doVectorSimplify() && a.getPolygonOffset() == b.getPolygonOffset();
 }
 
 // A path that the settings can hold whole.
@@ -317,7 +402,8 @@ StudioLight readLight(const QJsonObject& json) {
     return light;
 }
 
-constexpr const char* ourKeys[] = {"selvarin", "models", "upAxis", "camera", "lights", "options", "look", "objects"};
+constexpr const char* ourKeys[] = {"selvarin", "models", "upAxis",  "camera",     "lights",
+                                   "options",  "look",   "objects", "objectLooks"};
 
 } // namespace
 
@@ -379,7 +465,7 @@ KivMemoryDataManager StudioState::freshLook() {
 
 QJsonObject StudioState::toJson(const QString& folder) const {
     QJsonObject json = unknown;
-    json["selvarin"] = formatNumber;
+    json["selvarin"] = objects.empty() ? firstFormat : formatNumber;
     QJsonArray paths;
     for (const std::wstring& model : models) {
         QJsonObject entry{{"path", kivToQt(model)}};
@@ -399,12 +485,10 @@ QJsonObject StudioState::toJson(const QString& folder) const {
         json["lights"] = array;
     }
     json["options"] = optionsObject(options);
-    json["look"] = streamArray(look);
-    QJsonObject streams;
-    for (const auto& [mesh, stream] : objects) {
-        streams[QString::number(mesh)] = streamArray(stream);
+    json["look"] = streamArray(look.stream());
+    if (!objects.empty()) {
+        json["objectLooks"] = objectsArray(objects);
     }
-    json["objects"] = streams;
     return json;
 }
 
@@ -438,7 +522,7 @@ bool StudioState::fromJson(const QJsonObject& json, const QString& folder, QStri
     read.camera = readCamera(json["camera"].toObject());
     read.hasLights = json["lights"].isArray();
     const QJsonArray lightArray = json["lights"].toArray();
-    if (lightArray.size() > mostLights) {
+    if (static_cast<std::size_t>(lightArray.size()) > mostLights) {
         *why = studioText(StudioText::tooManyLights).arg(mostLights);
         return false;
     }
@@ -450,16 +534,10 @@ bool StudioState::fromJson(const QJsonObject& json, const QString& folder, QStri
         *why = studioText(StudioText::damagedLook);
         return false;
     }
-    const QJsonObject streams = json["objects"].toObject();
-    for (auto i = streams.begin(); i != streams.end(); ++i) {
-        bool good = false;
-        const int mesh = i.key().toInt(&good);
-        KivMemoryDataManager stream;
-        if (!good || mesh < 0 || mesh >= mostObjects || !readStream(i.value(), &stream)) {
-            *why = studioText(StudioText::damagedObject);
-            return false;
-        }
-        read.objects[mesh] = stream;
+    if (!readFirstObjects(json["objects"].toObject(), &read.objects) ||
+        !readObjects(json["objectLooks"].toArray(), &read.objects)) {
+        *why = studioText(StudioText::damagedObject);
+        return false;
     }
     read.unknown = json;
     for (const char* const key : ourKeys) {
@@ -471,16 +549,47 @@ bool StudioState::fromJson(const QJsonObject& json, const QString& folder, QStri
 
 bool StudioState::operator==(const StudioState& other) const {
     return models == other.models && upAxis == other.upAxis && camera == other.camera && hasLights == other.hasLights &&
-           lights == other.lights && optionsObject(options) == optionsObject(other.options) &&
-           equalStreams(look, other.look) &&
-           std::equal(
-               objects.begin(), objects.end(), other.objects.begin(), other.objects.end(),
-               [](const auto& a, const auto& b) { return a.first == b.first && equalStreams(a.second, b.second); }) &&
-           unknown == other.unknown;
+           lights == other.lights && equalOptions(options, other.options) && look == other.look &&
+           objects == other.objects && unknown == other.unknown;
 }
 
+namespace {
+
+// Whether loading takes what stands in the state; else the reason.
+bool canBeLoaded(const StudioState& state, QString* why) {
+    const auto fits = [](const StudioLook& look) { return look.getCells().size() <= mostCells; };
+    if (state.lights.size() > mostLights) {
+        *why = studioText(StudioText::tooManyLights).arg(mostLights);
+        return false;
+    }
+    if (!fits(state.look) || std::any_of(state.objects.begin(), state.objects.end(), [&](const auto& object) {
+            return !isMesh(object.first) || !fits(object.second);
+        })) {
+        *why = studioText(StudioText::tooLarge);
+        return false;
+    }
+    return true;
+}
+
+} // namespace
+
 bool saveStudioDocument(const QString& file, const StudioState& state, QString* why) {
-    const QByteArray bytes = QJsonDocument(state.toJson(QFileInfo(file).absolutePath())).toJson();
+    return saveStudioDocument(file, state, state.toJson(QFileInfo(file).absolutePath()), why);
+}
+
+bool saveStudioDocument(const QString& file, const StudioState& state, const QJsonObject& json, QString* why) {
+    QString reason;
+    QByteArray bytes;
+    bool good = canBeLoaded(state, &reason);
+    if (good) {
+        bytes = QJsonDocument(json).toJson(QJsonDocument::Compact);
+        good = bytes.size() <= largestFile;
+        reason = studioText(StudioText::tooLarge);
+    }
+    if (!good) {
+        *why = QStringLiteral("%1: %2").arg(file, reason);
+        return false;
+    }
     return replaceFile(file, bytes, why);
 }
 

@@ -3,15 +3,14 @@
 #define APPS_STUDIO_STUDIOSTATE_H
 
 #include "apps/studio/studiocamera.h"
+#include "apps/studio/studiolook.h"
 #include "kivrender/settings/kivcommonsettings.h"
-#include "kivrender/settings/kivmemorydatamanager.h"
 
 #include <QByteArray>
 #include <QJsonObject>
 #include <QString>
 
 #include <cstdint>
-#include <map>
 #include <string>
 #include <vector>
 
@@ -36,9 +35,9 @@ struct StudioState {
     bool hasLights = false;
     std::vector<StudioLight> lights;
     KivCommonSettings options;
-    KivMemoryDataManager look;                   // the document's settings stream
-    std::map<int, KivMemoryDataManager> objects; // the streams of meshes that have one of their own, by mesh
-    QJsonObject unknown;                         // what a newer program has written into the document
+    StudioLook look;           // of the whole document
+    StudioObjectLooks objects; // of the meshes that have one of their own
+    QJsonObject unknown;       // what a newer program has written into the document
 
     // A new document without a look: on paper white, lines and points drawn, four times smoothed.
     static StudioState fresh();
@@ -54,9 +53,13 @@ struct StudioState {
     bool operator==(const StudioState& other) const;
 };
 
-// Write and read a document's file. False with one line in *why; the old file then stays, and the state too.
+// Write and read a document's file. False with one line in *why; the old file then stays, and the state too. What
+// could not be read again is not written.
 bool saveStudioDocument(const QString& file, const StudioState& state, QString* why);
 bool loadStudioDocument(const QString& file, StudioState* state, QString* why);
+
+// The same for a state whose form has more in it than the state says.
+bool saveStudioDocument(const QString& file, const StudioState& state, const QJsonObject& json, QString* why);
 
 // Replaces a file as a whole, or leaves it as it was: false with one line in *why.
 bool replaceFile(const QString& file, const QByteArray& bytes, QString* why);

@@ -82,7 +82,7 @@ void StudioWindow::drawMoving() {
     const QSize size = (QSizeF(whole) * scale).toSize().expandedTo(QSize(1, 1));
     StudioState shown = current;
     if (settledTime > slowLook) {
-        shown.look.clearData(); // the default shader
+        shown.look = StudioLook(); // the default shader
     }
     StudioProgress progress;
     const StudioPicture picture = renderer.render(model, shown, size, StudioRenderer::Purpose::motion, progress);

@@ -124,7 +124,17 @@ enum class StudioText : unsigned int {
     damagedLook = 3246,
     damagedObject = 3247,
     tooLarge = 3248,
-    cantRecover = 3250
+    cantRecover = 3250,
+    cantUndo = 3251,
+    cantRedo = 3252,
+    replaceQuestion = 3253,
+    replaceButton = 3254,
+    noPictureEnding = 3255,
+    noDrawingEnding = 3256,
+    dropOnlyFiles = 3257,
+    optionsNotKept = 3258,
+    noShaders = 3259,
+    colourOfLight = 3260
 };
 
 inline QString studioText(StudioText text) {

@@ -6,6 +6,7 @@
 
 #include "apps/studio/studiohistory.h"
 #include "apps/studio/studiohost.h"
+#include "apps/studio/studiomemory.h"
 #include "apps/studio/studiomodel.h"
 #include "apps/studio/studiorecovery.h"
 #include "apps/studio/studiorenderer.h"
@@ -120,6 +121,8 @@ private:
     bool mayGo();
     void start(const StudioState& state, const QString& file);
     void addRecent(const QString& file);
+    QString baseName() const;
+    QString placeFor(StudioFolder kind, const QString& ending) const;
     static QStringList modelEndings();
 
     // --- studiowindow_recovery.cpp
@@ -138,6 +141,8 @@ private:
     void addResult(const StudioState& wanted, QSize size, const StudioPicture& picture, Result result);
     Result* currentResult();
     void savePicture();
+    QString askForPicture();
+    QString askForDrawing();
     void exportDrawing();
     void compare();
     void closeTab(int index);

@@ -1,6 +1,8 @@
 // Documents, models, recovery files.
 #include "apps/studio/lookpanel.h"
 #include "apps/studio/objectspanel.h"
+#include "apps/studio/studiomemory.h"
+#include "apps/studio/studiosavedialog.h"
 #include "apps/studio/studioview.h"
 #include "apps/studio/studiowindow.h"
 
@@ -14,23 +16,23 @@
 #include <QMessageBox>
 #include <QMimeData>
 #include <QPushButton>
-#include <QSettings>
 #include <QUrl>
 
 namespace {
 
 constexpr const char* documentEnding = ".selvarin";
 constexpr const char* recentKey = "recent";
+constexpr const char* lastOpenedKey = "openedDocument";
 constexpr int mostRecent = 10;
-
-QSettings& memory() {
-    static QSettings settings(QSettings::IniFormat, QSettings::UserScope, QStringLiteral("tolvar"),
-                              QStringLiteral("selvarin-studio"));
-    return settings;
-}
 
 bool isDocument(const QString& file) {
     return file.endsWith(QLatin1String(documentEnding), Qt::CaseInsensitive);
+}
+
+// The title of a kind of files, by the number of a text of the library's lists; there the endings stand behind it.
+QString kindTitle(unsigned int text) {
+    const QString title = kivToQt(kivText(text));
+    return title.left(title.indexOf(QLatin1String(" (")));
 }
 
 } // namespace
@@ -154,14 +156,19 @@ void StudioWindow::askToOpen(bool add) {
         filters << studioText(StudioText::documentFilter) + QStringLiteral(" (*%1)").arg(QLatin1String(documentEnding));
     }
     filters << studioText(StudioText::modelFilter) + QStringLiteral(" (%1)").arg(models);
-    const QString folder = memory().value(QStringLiteral("folder"), QDir::homePath()).toString();
+    // Models and documents are opened by one dialog: it begins where the last one was opened.
+    const QString last =
+        rememberedFolder(StudioFolder::models, rememberedFolder(StudioFolder::documents, QDir::homePath()));
+    const bool ofDocuments = !add && studioMemory().value(QLatin1String(lastOpenedKey)).toBool();
+    const QString folder = ofDocuments ? rememberedFolder(StudioFolder::documents, last) : last;
     const QStringList files = QFileDialog::getOpenFileNames(
         this, studioText(add ? StudioText::addModels : StudioText::open).remove(QLatin1Char('&')), folder,
         filters.join(QStringLiteral(";;")));
     if (files.isEmpty()) {
         return;
     }
-    memory().setValue(QStringLiteral("folder"), QFileInfo(files.first()).absolutePath());
+    studioMemory().setValue(QLatin1String(lastOpenedKey), isDocument(files.first()));
+    rememberFolder(isDocument(files.first()) ? StudioFolder::documents : StudioFolder::models, files.first());
     if (add) {
         openModels(files, true);
     } else {
@@ -170,15 +177,15 @@ void StudioWindow::askToOpen(bool add) {
 }
 
 void StudioWindow::addRecent(const QString& file) {
-    QStringList recent = memory().value(QLatin1String(recentKey)).toStringList();
+    QStringList recent = studioMemory().value(QLatin1String(recentKey)).toStringList();
     recent.removeAll(file);
     recent.prepend(file);
-    memory().setValue(QLatin1String(recentKey), recent.mid(0, mostRecent));
+    studioMemory().setValue(QLatin1String(recentKey), recent.mid(0, mostRecent));
 }
 
 void StudioWindow::fillRecent() {
     recentMenu->clear();
-    for (const QString& file : memory().value(QLatin1String(recentKey)).toStringList()) {
+    for (const QString& file : studioMemory().value(QLatin1String(recentKey)).toStringList()) {
         QString shown = QDir::toNativeSeparators(file);
         recentMenu->addAction(shown.replace(QLatin1Char('&'), QLatin1String("&&")), this,
                               [this, file] { openFiles({file}); });
@@ -212,26 +219,67 @@ bool StudioWindow::save() {
     return document.isEmpty() ? saveAs() : saveTo(document);
 }
 
+// What a file that comes of the document is called, without folder and ending.
+QString StudioWindow::baseName() const {
+    return !document.isEmpty()      ? QFileInfo(document).completeBaseName()
+           : current.models.empty() ? studioText(StudioText::builtInName)
+                                    : QFileInfo(kivToQt(current.models.front())).completeBaseName();
+}
+
+// The place for such a file: where the last of its kind went, else beside the document or the model.
+QString StudioWindow::placeFor(StudioFolder kind, const QString& ending) const {
+    const QString beside = !document.isEmpty()      ? QFileInfo(document).absolutePath()
+                           : current.models.empty() ? QDir::homePath()
+                                                    : QFileInfo(kivToQt(current.models.front())).absolutePath();
+    return rememberedFolder(kind, beside) + QLatin1Char('/') + baseName() + ending;
+}
+
 bool StudioWindow::saveAs() {
     lookPanel->flush();
-    QString wish = document;
-    if (wish.isEmpty()) {
-        const QString folder =
-            current.models.empty() ? QDir::homePath() : QFileInfo(kivToQt(current.models.front())).absolutePath();
-        const QString name = current.models.empty() ? studioText(StudioText::builtInName)
-                                                    : QFileInfo(kivToQt(current.models.front())).completeBaseName();
-        wish = folder + QLatin1Char('/') + name + QLatin1String(documentEnding);
-    }
-    QString file = QFileDialog::getSaveFileName(this, studioText(StudioText::saveAs).remove(QLatin1Char('&')), wish,
-                                                studioText(StudioText::documentFilter) +
-                                                    QStringLiteral(" (*%1)").arg(QLatin1String(documentEnding)));
+    StudioSaveWish wish;
+    wish.title = studioText(StudioText::saveAs).remove(QLatin1Char('&'));
+    wish.file = document.isEmpty() ? placeFor(StudioFolder::documents, QLatin1String(documentEnding)) : document;
+    wish.kinds = {{studioText(StudioText::documentFilter), {QString::fromLatin1(documentEnding + 1)}}};
+    const QString file = askWhereToSave(this, wish);
     if (file.isEmpty()) {
         return false;
     }
-    if (!isDocument(file)) {
-        file += QLatin1String(documentEnding);
-    }
+    rememberFolder(StudioFolder::documents, file);
     return saveTo(file);
+}
+
+QString StudioWindow::askForPicture() {
+    StudioSaveWish wish;
+    wish.title = studioText(StudioText::savePicture).remove(QLatin1Char('&'));
+    wish.file = placeFor(StudioFolder::pictures, QStringLiteral(".png"));
+    wish.kinds = {{kindTitle(46), {"png"}},
+                  {kindTitle(41), {"jpg", "jpeg"}},
+                  {kindTitle(49), {"tif", "tiff"}},
+                  {kindTitle(42), {"bmp"}},
+                  {kindTitle(37), {"gif"}}};
+    wish.refusal = StudioText::noPictureEnding;
+    const QString file = askWhereToSave(this, wish);
+    if (!file.isEmpty()) {
+        rememberFolder(StudioFolder::pictures, file);
+    }
+    return file;
+}
+
+QString StudioWindow::askForDrawing() {
+    StudioSaveWish wish;
+    wish.title = studioText(StudioText::exportDrawing).remove(QLatin1Char('&'));
+    wish.file = placeFor(StudioFolder::drawings, QStringLiteral(".svg"));
+    wish.kinds = {{kindTitle(86), {"svg"}},
+                  {kindTitle(75), {"pdf"}},
+                  {kindTitle(70), {"eps"}},
+                  {kindTitle(4), {"ps"}},
+                  {kindTitle(76), {"ai"}}};
+    wish.refusal = StudioText::noDrawingEnding;
+    const QString file = askWhereToSave(this, wish);
+    if (!file.isEmpty()) {
+        rememberFolder(StudioFolder::drawings, file);
+    }
+    return file;
 }
 
 bool StudioWindow::saveTo(const QString& file) {
@@ -275,9 +323,8 @@ void StudioWindow::closeEvent(QCloseEvent* event) {
     settling.stop();
     recovering.stop();
     recovery.clear();
-    memory().setValue(QStringLiteral("window"), saveGeometry());
-    memory().setValue(QStringLiteral("panels"), saveState());
-    memory().sync();
+    studioMemory().setValue(QStringLiteral("window"), saveGeometry());
+    studioMemory().setValue(QStringLiteral("panels"), saveState());
     event->accept();
 }
 
@@ -292,8 +339,8 @@ void StudioWindow::showEvent(QShowEvent* event) {
     QMainWindow::showEvent(event);
     if (!wasShown) {
         wasShown = true;
-        restoreGeometry(memory().value(QStringLiteral("window")).toByteArray());
-        restoreState(memory().value(QStringLiteral("panels")).toByteArray());
+        restoreGeometry(studioMemory().value(QStringLiteral("window")).toByteArray());
+        restoreState(studioMemory().value(QStringLiteral("panels")).toByteArray());
         // Only now is the shape of the view known.
         QTimer::singleShot(0, this, [this] {
             if (history.isClean() && document.isEmpty() && current.models.empty()) {

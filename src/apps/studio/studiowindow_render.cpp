@@ -252,24 +252,28 @@ StudioWindow::Result* StudioWindow::currentResult() {
 }
 
 void StudioWindow::savePicture() {
-    Result* const result = currentResult();
-    wchar_t name[kivMaxPath] = {};
-    if (result == nullptr || result->image.isNull() || host.getBitmapFilename(&frame, name, kivMaxPath, 0) == 0) {
+    const Result* const result = currentResult();
+    if (result == nullptr || result->image.isNull()) {
+        return;
+    }
+    const QImage image = result->image;
+    const QString file = askForPicture();
+    if (file.isEmpty()) {
         return;
     }
     KivBitmapManager bitmap;
     host.holdMessages();
-    const bool made = toBitmap(result->image, &bitmap);
+    const bool made = toBitmap(image, &bitmap);
     if (made) {
-        host.saveImage(bitmap, name);
+        host.saveImage(bitmap, kivFromQt(file).c_str());
     }
     const std::vector<std::wstring> messages = host.takeMessages();
-    const QString file = QDir::toNativeSeparators(QString::fromWCharArray(name));
+    const QString shown = QDir::toNativeSeparators(file);
     if (!made || !messages.empty()) {
-        warn(studioText(StudioText::notSaved).arg(messages.empty() ? file : kivToQt(messages.front())));
+        warn(studioText(StudioText::notSaved).arg(messages.empty() ? shown : kivToQt(messages.front())));
         return;
     }
-    tell(studioText(StudioText::saved).arg(file));
+    tell(studioText(StudioText::saved).arg(shown));
 }
 
 // Of the result that is shown, else of the document as it is.
@@ -278,19 +282,19 @@ void StudioWindow::exportDrawing() {
     const Result* const shown = currentResult();
     StudioState wanted = shown != nullptr ? shown->state : current;
     const QSize size = shown != nullptr ? shown->size : renderSize();
-    wchar_t name[kivMaxPath] = {};
-    if (renderer.isBusy() || host.getVectorialFilename(&frame, name, kivMaxPath, 0) == 0) {
+    const QString file = renderer.isBusy() ? QString() : askForDrawing();
+    if (file.isEmpty()) {
         return;
     }
     wanted.options.setVectorial(true);
     wanted.options.setTransparencies(false);
     wanted.options.setShadows(false);
     wanted.options.setSaveRender(false);
-    wanted.options.setSaveVectorFile(name);
+    wanted.options.setSaveVectorFile(kivFromQt(file).c_str());
     const StudioPicture picture = renderFinal(wanted, size, nullptr);
     showProblems(picture, true);
     if (picture.done && picture.saved) {
-        tell(studioText(StudioText::writtenTo).arg(QDir::toNativeSeparators(QString::fromWCharArray(name))));
+        tell(studioText(StudioText::writtenTo).arg(QDir::toNativeSeparators(file)));
     }
 }
 

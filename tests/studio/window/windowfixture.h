@@ -18,6 +18,7 @@
 #include <QFile>
 #include <QFileDialog>
 #include <QLineEdit>
+#include <QSettings>
 #include <QTabWidget>
 #include <QTest>
 #include <QTimer>
@@ -38,6 +39,7 @@ class StudioWindowTest : public testing::Test {
 protected:
     StudioWindowTest() : former(KivToolkit::install(&toolkit)) {
         qputenv("XDG_STATE_HOME", (homeFolder() + "/state").toUtf8());
+        QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, homeFolder() + "/config");
         EXPECT_TRUE(kivLoadLanguage(L"en"));
         host = std::make_unique<StudioHost>();
         EXPECT_TRUE(loader.loadShaders());

@@ -3,6 +3,7 @@
 #include <QApplication>
 #include <QEvent>
 #include <QKeyEvent>
+#include <QKeySequence>
 #include <QWidget>
 
 namespace {
@@ -32,6 +33,11 @@ bool isInput(QEvent::Type type) {
     }
 }
 
+// A window takes what is dropped on it, and is to see to it that this waits; a field would take a text at once.
+bool isForWindow(QEvent::Type type) {
+    return type == QEvent::DragEnter || type == QEvent::DragMove || type == QEvent::Drop;
+}
+
 // What says that the user wants something: a mouse that only passes over the window does not.
 bool isWish(const QEvent& event) {
     return event.type() != QEvent::MouseMove || (QApplication::mouseButtons() != Qt::NoButton);
@@ -39,14 +45,22 @@ bool isWish(const QEvent& event) {
 
 // What ends even a render that nothing else disturbs.
 bool isEnd(const QEvent& event) {
-    return event.type() == QEvent::Close ||
-           (event.type() == QEvent::KeyPress && static_cast<const QKeyEvent&>(event).key() == Qt::Key_Escape);
+    switch (event.type()) {
+    case QEvent::Close:
+        return true;
+    case QEvent::KeyPress:
+        return static_cast<const QKeyEvent&>(event).key() == Qt::Key_Escape;
+    case QEvent::Shortcut:
+        return static_cast<const QShortcutEvent&>(event).key() == QKeySequence(Qt::Key_Escape);
+    default:
+        return false;
+    }
 }
 
 bool canReplay(QEvent::Type type) {
     return type == QEvent::MouseButtonPress || type == QEvent::MouseButtonRelease ||
            type == QEvent::MouseButtonDblClick || type == QEvent::Wheel || type == QEvent::KeyPress ||
-           type == QEvent::KeyRelease || type == QEvent::Close;
+           type == QEvent::KeyRelease || type == QEvent::Shortcut || type == QEvent::Close;
 }
 
 } // namespace
@@ -76,16 +90,18 @@ void StudioEvents::pump() {
 }
 
 bool StudioEvents::eventFilter(QObject* watched, QEvent* event) {
-    // Windows of the platform pass their input on to widgets, where it comes by again.
+    // Windows of the platform pass their input on to widgets, where it comes by again; keys that mean an action go to
+    // the action itself.
     auto* const widget = qobject_cast<QWidget*>(watched);
-    if (widget == nullptr || !isInput(event->type())) {
+    if (!isInput(event->type()) || (widget == nullptr && event->type() != QEvent::Shortcut)) {
         return false;
     }
-    if (allowed != nullptr && (widget == allowed || allowed->isAncestorOf(widget))) {
+    if (widget != nullptr && (widget == allowed || (allowed != nullptr && allowed->isAncestorOf(widget)) ||
+                              (widget->isWindow() && isForWindow(event->type())))) {
         return false;
     }
     if (kind == Held::replay ? canReplay(event->type()) : event->type() == QEvent::Close) {
-        held.emplace_back(widget, event->clone());
+        held.emplace_back(watched, event->clone());
     }
     if (onInput && (kind == Held::replay ? isWish(*event) : isEnd(*event))) {
         onInput();

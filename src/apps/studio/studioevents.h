@@ -21,6 +21,8 @@ public:
         drop    // all but the wish to close the window, which is delivered
     };
 
+    // Dragging over a window and dropping on it go through: what the window does about that has to wait by itself.
+    //
     // allowed: the widget that takes input, with all in it; null for none. onInput, which may cancel the render, is
     // called when a click, a key or the wheel is held back for replay, else only for Escape and the wish to close. The
     // filter is in force as long as the object lives.

@@ -62,6 +62,10 @@ bool StudioWindow::isRendering() const {
     return isFinalRunning;
 }
 
+bool StudioWindow::isDrawing() const {
+    return renderer.isBusy();
+}
+
 bool StudioWindow::isSettled() const {
     return isDrawn && !moving.isActive() && !settling.isActive();
 }

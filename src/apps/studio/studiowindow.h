@@ -18,6 +18,7 @@
 #include <QMainWindow>
 #include <QTimer>
 
+#include <functional>
 #include <map>
 #include <vector>
 
@@ -49,6 +50,8 @@ public:
     // For tests and pictures of the window.
     const StudioState& state() const;
     bool isRendering() const;
+    // Whether anything is drawn right now, the view included: who asks is called by what the drawing lets through.
+    bool isDrawing() const;
     // Whether the view shows the document as it is, with nothing left to draw.
     bool isSettled() const;
 
@@ -132,6 +135,9 @@ private:
     bool recover(const StudioRecovery::Found& found, const StudioState& work);
 
     // --- studiowindow_render.cpp
+    // Does it now or, while something is drawn, as soon as nothing is; the drawing of the view ends for it. Whatever
+    // opens a dialog or changes the model has to come this way: a render that lets events through is no place for it.
+    void whenIdle(const std::function<void()>& act);
     void scheduleView();
     void drawMoving();
     void drawSettled();

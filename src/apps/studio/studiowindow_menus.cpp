@@ -29,7 +29,7 @@ constexpr std::array toolBarActions = {StudioText::open,    StudioText::save,   
 QAction* StudioWindow::addAction(QMenu* menu, StudioText text, const QKeySequence& keys, std::function<void()> act) {
     auto* const action = new QAction(studioText(text), this);
     action->setShortcut(keys);
-    connect(action, &QAction::triggered, this, [act = std::move(act)] { act(); });
+    connect(action, &QAction::triggered, this, [this, act = std::move(act)] { whenIdle(act); });
     menu->addAction(action);
     actions[text] = action;
     return action;

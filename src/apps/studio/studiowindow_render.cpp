@@ -19,6 +19,7 @@
 #include <QProgressBar>
 #include <QSvgRenderer>
 #include <QTabWidget>
+#include <QTimer>
 #include <QToolBar>
 
 #include <algorithm>
@@ -62,6 +63,17 @@ QImage drawnSvg(const QString& file, QSize size) {
 }
 
 } // namespace
+
+void StudioWindow::whenIdle(const std::function<void()>& act) {
+    if (!renderer.isBusy()) {
+        act();
+        return;
+    }
+    if (running != nullptr && !isFinalRunning) {
+        running->cancel();
+    }
+    QTimer::singleShot(5, this, [this, act] { whenIdle(act); });
+}
 
 // --- the view ---
 

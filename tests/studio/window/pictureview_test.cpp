@@ -2,6 +2,7 @@
 
 #include "apps/studio/studioevents.h"
 
+#include <QAction>
 #include <QApplication>
 #include <QImage>
 #include <QLineEdit>
@@ -118,6 +119,33 @@ TEST_F(HeldInput, ComesAfterwardsInItsOrder) {
     QApplication::processEvents();
     EXPECT_EQ(field.text(), "abc");
     EXPECT_EQ(clicks, 1);
+}
+
+// The keys of an action go to the action and not to a widget.
+TEST_F(HeldInput, KeysOfActionsAreHeldToo) {
+    QAction action;
+    action.setShortcut(Qt::CTRL | Qt::Key_O);
+    int triggered = 0;
+    QObject::connect(&action, &QAction::triggered, [&] { ++triggered; });
+    window.addAction(&action);
+    QTest::keyClick(&field, Qt::Key_O, Qt::ControlModifier);
+    ASSERT_EQ(triggered, 1) << "without anything that holds it";
+    int wishes = 0;
+    {
+        const StudioEvents held(StudioEvents::Held::replay, nullptr, [&] { ++wishes; });
+        QTest::keyClick(&field, Qt::Key_O, Qt::ControlModifier);
+        EXPECT_EQ(triggered, 1);
+        EXPECT_GT(wishes, 0);
+    }
+    QApplication::processEvents();
+    EXPECT_EQ(triggered, 2);
+    {
+        const StudioEvents held(StudioEvents::Held::drop, &button);
+        QTest::keyClick(&field, Qt::Key_O, Qt::ControlModifier);
+    }
+    QApplication::processEvents();
+    EXPECT_EQ(triggered, 2);
+    EXPECT_EQ(field.text(), "") << "the key is no letter either way";
 }
 
 TEST_F(HeldInput, IsDroppedButForTheAllowedWidget) {

@@ -348,6 +348,32 @@ TEST_F(StudioWindowTest, EscapeCancelsARender) {
     EXPECT_EQ(tabs().count(), 2) << "the next one works";
 }
 
+// A dialog that opened within the drawing would wait for it, and the drawing for the dialog.
+TEST_F(StudioWindowTest, WhatIsAskedForWhileTheViewIsDrawnComesAfterIt) {
+    settle();
+    bool asked = false;
+    bool answered = false;
+    QTimer poll;
+    QObject::connect(&poll, &QTimer::timeout, [&] {
+        if (window->isDrawing() && !asked) {
+            asked = true;
+            trigger(StudioText::keys);
+            EXPECT_EQ(QApplication::activeModalWidget(), nullptr);
+        }
+    });
+    whenModal([&](QWidget* modal) {
+        EXPECT_FALSE(window->isDrawing());
+        answered = true;
+        modal->close();
+    });
+    poll.start(1);
+    window->resize(window->width() + 100, window->height());
+    EXPECT_TRUE(QTest::qWaitFor([&] { return answered; }, 20000));
+    EXPECT_TRUE(asked) << "events are let through";
+    poll.stop();
+    settle();
+}
+
 TEST_F(StudioWindowTest, ADocumentComesBackAsItWas) {
     openBoxes();
     trigger(StudioText::viewLeft);

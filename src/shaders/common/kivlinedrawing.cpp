@@ -285,7 +285,7 @@ bool KivLineDrawing::trace() {
             if (tracer.sees(job.corners[0].clip, &dot)) {
                 if (vectorial) {
                     dot.halfWidth = static_cast<float>(job.width);
-                    addPlainPath(job, {{dot, dot}, {}, false, false, true, true});
+                    takePlainPath(job, {{dot, dot}, {}, false, false, true, true});
                 } else {
                     takePoint(job, dot);
                 }
@@ -296,7 +296,7 @@ bool KivLineDrawing::trace() {
         tracer.trace(job.corners, job.closed, job.kind, paths);
         for (const KivLinePath& path : paths) {
             if (vectorial) {
-                addPlainPath(job, path);
+                takePlainPath(job, path);
             } else {
                 takePath(job, path);
             }
@@ -306,8 +306,12 @@ bool KivLineDrawing::trace() {
     return true;
 }
 
+void KivLineDrawing::takePlainPath(const Job& job, const KivLinePath& path) {
+    addPlainPath(job, path);
+}
+
 // A pen of one width: that which the path has in the mean.
-void KivLineDrawing::addPlainPath(const Job& job, const KivLinePath& path) {
+void KivLineDrawing::addPlainPath(const Job& job, const KivLinePath& path, double part) {
     if (path.hidden || path.points.empty()) {
         return;
     }
@@ -315,7 +319,7 @@ void KivLineDrawing::addPlainPath(const Job& job, const KivLinePath& path) {
     for (const KivLinePoint& point : path.points) {
         sum += 2.0 * point.halfWidth;
     }
-    const double width = sum / static_cast<double>(path.points.size()) / pixel;
+    const double width = part * sum / static_cast<double>(path.points.size()) / pixel;
     const double rounded = std::round(width * widthsPerPixel) / widthsPerPixel;
     if (rounded > 0.0) {
         plainPaths[{job.color, static_cast<float>(rounded)}].push_back(

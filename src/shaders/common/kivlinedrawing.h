@@ -78,15 +78,20 @@ protected:
     virtual KivLineLook lookOf(const KivTablePageSettings& page) const = 0;
     // Called for every mesh, for further lines on it.
     virtual void addOwnLines(const KivMesh& mesh, const KivTablePageSettings& page);
-    // On a vector page paths and points are taken as plain lines and dots, by nobody else.
+    // On a vector page paths and points are plain lines and dots, and takePlainPath is called in place of these.
     virtual void takePath(const Job& job, const KivLinePath& path) = 0;
     // A point of the scene that is seen; its width is that of the job.
     virtual void takePoint(const Job& job, const KivLinePoint& point) = 0;
+    // A path of a vector page, as it is unless the derived class makes something else of it by addPlainPath; points are
+    // paths of two equal points.
+    virtual void takePlainPath(const Job& job, const KivLinePath& path);
     // Draws what was taken, in pixels of the image. Lighting, textures, blending and culling are off, the arrays of
     // vertices are on; the state is put back afterwards.
     virtual void drawPaths() const = 0;
 
     void addJob(Job job);
+    // Adds a line to a vector page, as wide as so much of the path's mean width.
+    void addPlainPath(const Job& job, const KivLinePath& path, double part = 1.0);
 
     const KivView& getView() const {
         return view;
@@ -113,7 +118,6 @@ private:
     void addLineJob(const std::vector<KivVec>& points, bool closed, std::uint32_t color,
                     const KivTablePageSettings& page);
     void readDepth();
-    void addPlainPath(const Job& job, const KivLinePath& path);
     void drawPlainPaths() const;
 
     KivShaderCommunication& communication;

@@ -199,14 +199,60 @@ void KivSketchDrawing::takeHatchPath(const Job& job, const KivLinePath& path, co
     hand.length = 0.0;
     hand.tone = hatchTone;
     hand.channel = hatchChannel + run.plane % 8192U;
-    KivSketchLine line;
-    const auto finish = [&] {
-        if (line.points.size() > 1) {
-            kivSketchStrokes(line, hand, medium, noise, mesh);
+    for (const HatchStroke& stroke : strokesOf(run, path)) {
+        KivSketchLine line;
+        for (std::size_t i = 0; i < stroke.weights.size(); ++i) {
+            line.points.push_back(pointAt(job, path, stroke.first + i));
+            line.points.back().weight = stroke.weights[i];
         }
-        line.points.clear();
+        kivSketchStrokes(line, hand, medium, noise, mesh);
+    }
+}
+
+void KivSketchDrawing::takePlainPath(const Job& job, const KivLinePath& path) {
+    const KivSketchStyle& style = styleOf(*job.page);
+    if (job.mark == 0) {
+        // Lines that are gone over are darker, but not as often as that happens: the strokes lie on each other.
+        const double times = 1.0 + 0.3 * std::min(style.strokes - 1, 2);
+        addPlainPath(job, path, times * plainWidth(style, 1.0, 1.0));
+        return;
+    }
+    for (const HatchStroke& stroke : strokesOf(hatchRuns[static_cast<std::size_t>(job.mark) - 1], path)) {
+        const auto first = static_cast<std::ptrdiff_t>(stroke.first);
+        const auto end = first + static_cast<std::ptrdiff_t>(stroke.weights.size());
+        KivLinePath piece;
+        piece.hidden = path.hidden;
+        piece.points.assign(path.points.begin() + first, path.points.begin() + end);
+        piece.stations.assign(path.stations.begin() + first, path.stations.begin() + end);
+        double weight = 0.0;
+        for (const double each : stroke.weights) {
+            weight += each;
+        }
+        addPlainPath(job, piece, plainWidth(style, hatchTone, weight / static_cast<double>(stroke.weights.size())));
+    }
+}
+
+double KivSketchDrawing::plainWidth(const KivSketchStyle& style, double tone, double weight) {
+    const KivSketchMedium medium = kivSketchMedium(style.tool);
+    // As a stroke is pressed in the mean between where it lands and where it leaves.
+    constexpr double force = 0.7;
+    const double lightness = 1.0 - (1.0 - style.pressure * (1.0 - force)) * (0.25 + 0.75 * weight);
+    return (1.0 - medium.thinning * lightness) *
+           kivSketchInk(medium, style.grain, tone * (1.0 - medium.fading * lightness) * medium.peak);
+}
+
+// From where the line is pressed to where it is lifted or the next stroke begins.
+std::vector<KivSketchDrawing::HatchStroke> KivSketchDrawing::strokesOf(const HatchRun& run, const KivLinePath& path) {
+    constexpr double lifted = 0.03;
+    std::vector<HatchStroke> strokes;
+    HatchStroke stroke;
+    const auto finish = [&] {
+        if (stroke.weights.size() > 1) {
+            strokes.push_back(stroke);
+        }
+        stroke.weights.clear();
     };
-    double stroke = 0.0;
+    double number = 0.0;
     for (std::size_t i = 0; i < path.points.size(); ++i) {
         const KivLineStation& station = path.stations[i];
         const std::size_t next = (station.corner + 1) % run.weights.size();
@@ -216,16 +262,19 @@ void KivSketchDrawing::takeHatchPath(const Job& job, const KivLinePath& path, co
         };
         const double weight = between(run.weights);
         const double at = between(run.along);
-        if (!(weight > 0.03) || (!line.points.empty() && std::floor(at) != stroke)) {
+        if (!(weight > lifted) || (!stroke.weights.empty() && std::floor(at) != number)) {
             finish();
         }
-        if (weight > 0.03) {
-            stroke = std::floor(at);
-            line.points.push_back(pointAt(job, path, i));
-            line.points.back().weight = weight;
+        if (weight > lifted) {
+            if (stroke.weights.empty()) {
+                stroke.first = i;
+            }
+            number = std::floor(at);
+            stroke.weights.push_back(weight);
         }
     }
     finish();
+    return strokes;
 }
 
 // A dab.

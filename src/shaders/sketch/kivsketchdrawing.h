@@ -22,6 +22,7 @@ protected:
     void addOwnLines(const KivMesh& mesh, const KivTablePageSettings& page) override;
     void takePath(const Job& job, const KivLinePath& path) override;
     void takePoint(const Job& job, const KivLinePoint& point) override;
+    void takePlainPath(const Job& job, const KivLinePath& path) override;
     void drawPaths() const override;
 
 private:
@@ -38,10 +39,18 @@ private:
         std::vector<float> along;
         std::uint32_t plane = 0;
     };
+    // So many points of its path, from the first on, and how hard each is pressed.
+    struct HatchStroke {
+        std::size_t first = 0;
+        std::vector<double> weights;
+    };
 
     const KivSketchStyle& styleOf(const KivTablePageSettings& page);
     KivSketchMesh& meshOf(Layer layer, const KivTablePageSettings& page);
     void addHatchLine(const KivSketchHatchLine& line, const KivTablePageSettings& page, const KivSketchStyle& style);
+    // The part of its width that a plain line keeps to be as dark as a stroke of that tone and weight.
+    static double plainWidth(const KivSketchStyle& style, double tone, double weight);
+    static std::vector<HatchStroke> strokesOf(const HatchRun& run, const KivLinePath& path);
     void takeHatchPath(const Job& job, const KivLinePath& path, const KivSketchStyle& style);
     KivSketchHand handOf(const Job& job, const KivSketchStyle& style) const;
     KivSketchPoint pointAt(const Job& job, const KivLinePath& path, std::size_t i) const;

@@ -115,3 +115,20 @@ std::vector<std::uint8_t> kivProfileImage(const KivSketchMedium& medium, double 
     }
     return image;
 }
+
+double kivSketchInk(const KivSketchMedium& medium, double grain, double tone) {
+    constexpr int steps = 32;
+    double sum = 0.0;
+    for (int i = 0; i < steps; ++i) {
+        const double across = (i + 0.5) / steps;
+        const double rim = 0.93 - grain * medium.streaks * 0.1;
+        const double inside = 1.0 - step(rim * (1.0 - medium.softness), rim, across);
+        const double pressed = tone * inside * (1.0 - grain * medium.streaks * 0.5);
+        for (int k = 0; k < steps; ++k) {
+            const double part = (k + 0.5) / steps; // every amount of the tooth is equally frequent
+            const double taken = grain * (medium.toothLow + (medium.toothHigh - medium.toothLow) * part);
+            sum += std::clamp((pressed - taken) * medium.gain, 0.0, 1.0);
+        }
+    }
+    return sum / (steps * steps);
+}

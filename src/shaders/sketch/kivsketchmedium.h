@@ -35,4 +35,8 @@ std::vector<std::uint8_t> kivToothImage(const KivSketchMedium& medium, double gr
 // How much of the tone a stroke has at each place.
 std::vector<std::uint8_t> kivProfileImage(const KivSketchMedium& medium, double grain, std::uint32_t seed);
 
+// How much of its full width a stroke of that tone (0 to 1) covers with ink in the mean, when the profile and the tooth
+// have taken their parts: what a pen that draws nothing but full lines has to be as wide as, 0 to 1.
+double kivSketchInk(const KivSketchMedium& medium, double grain, double tone);
+
 #endif

@@ -77,3 +77,35 @@ TEST(KivSketchMedium, GainIsOneThatOpenGlKnows) {
         EXPECT_GT(medium.width, 0.0);
     }
 }
+
+// Against the mean over the images that a stroke is really made of.
+TEST(KivSketchInk, IsWhatProfileAndToothLeave) {
+    for (const KivSketchTool tool : tools) {
+        const KivSketchMedium medium = kivSketchMedium(tool);
+        for (const double grain : {0.0, 0.5, 1.0}) {
+            const std::vector<std::uint8_t> profile = kivProfileImage(medium, grain, 3);
+            const std::vector<std::uint8_t> tooth = kivToothImage(medium, grain, 3);
+            for (const double tone : {0.3, 0.7, 1.0}) {
+                double sum = 0.0;
+                std::size_t count = 0;
+                for (std::size_t i = 0; i < profile.size(); i += 31) {
+                    for (std::size_t k = 0; k < tooth.size(); k += 37) {
+                        const double left = tone * profile[i] / 255.0 - tooth[k] / 255.0;
+                        sum += std::clamp(left * medium.gain, 0.0, 1.0);
+                        ++count;
+                    }
+                }
+                EXPECT_NEAR(kivSketchInk(medium, grain, tone), sum / static_cast<double>(count), 0.04)
+                    << static_cast<int>(tool) << ", grain " << grain << ", tone " << tone;
+            }
+        }
+    }
+}
+
+TEST(KivSketchInk, NothingIsPressedWithoutTone) {
+    for (const KivSketchTool tool : tools) {
+        EXPECT_EQ(kivSketchInk(kivSketchMedium(tool), 1.0, 0.0), 0.0);
+    }
+    EXPECT_GT(kivSketchInk(kivSketchMedium(KivSketchTool::ink), 1.0, 1.0), 0.8) << "ink is nearly full";
+    EXPECT_LT(kivSketchInk(kivSketchMedium(KivSketchTool::charcoal), 1.0, 0.7), 0.4) << "charcoal leaves much of it";
+}

@@ -38,6 +38,9 @@ bool StudioRenderer::isBusy() const {
 KivCommonSettings StudioRenderer::settingsFor(const StudioState& state, Purpose purpose) const {
     KivCommonSettings settings = state.options;
     if (purpose == Purpose::final) {
+        if (settings.doVectorial()) {
+            settings.setPaperImage(L""); // a page would take it for a white sheet over everything
+        }
         return settings;
     }
     settings.setVectorial(false);

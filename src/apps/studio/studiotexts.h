@@ -134,7 +134,8 @@ enum class StudioText : unsigned int {
     dropOnlyFiles = 3257,
     optionsNotKept = 3258,
     noShaders = 3259,
-    colourOfLight = 3260
+    colourOfLight = 3260,
+    writtenWithoutImages = 3290
 };
 
 inline QString studioText(StudioText text) {

@@ -142,7 +142,7 @@ private:
     void drawMoving();
     void drawSettled();
     void renderPicture();
-    StudioPicture renderFinal(const StudioState& wanted, QSize size, PictureView* growing);
+    StudioPicture renderFinal(const StudioModel& shown, const StudioState& wanted, QSize size, PictureView* growing);
     void showProblems(const StudioPicture& picture, bool wanted);
     void addResult(const StudioState& wanted, QSize size, const StudioPicture& picture, Result result);
     Result* currentResult();
@@ -150,6 +150,7 @@ private:
     QString askForPicture();
     QString askForDrawing();
     void exportDrawing();
+    void tellWritten(const StudioState& wanted, const QString& file);
     void compare();
     void closeTab(int index);
     void updateCompare();

@@ -61,6 +61,7 @@ void StudioWindow::start(const StudioState& state, const QString& file) {
     history.start(current);
     objects->clearSelection();
     isDrawn = false;
+    tabs->setCurrentIndex(0); // pictures of what was open before stay in theirs
     showAll();
 }
 

@@ -152,7 +152,8 @@ void StudioWindow::setRendering(bool on) {
     updateActions();
 }
 
-StudioPicture StudioWindow::renderFinal(const StudioState& wanted, QSize size, PictureView* growing) {
+StudioPicture StudioWindow::renderFinal(const StudioModel& shown, const StudioState& wanted, QSize size,
+                                        PictureView* growing) {
     StudioProgress progress;
     StudioPicture picture;
     setRendering(true);
@@ -172,7 +173,7 @@ StudioPicture StudioWindow::renderFinal(const StudioState& wanted, QSize size, P
             }
         };
         running = &progress;
-        picture = renderer.render(model, wanted, size, StudioRenderer::Purpose::final, progress);
+        picture = renderer.render(shown, wanted, size, StudioRenderer::Purpose::final, progress);
         running = nullptr;
     }
     setRendering(false);
@@ -209,7 +210,7 @@ void StudioWindow::renderPicture() {
                       .arg(resultNumber + 1);
     tabs->addTab(result.page, result.name);
     tabs->setCurrentWidget(result.page);
-    const StudioPicture picture = renderFinal(wanted, size, result.view);
+    const StudioPicture picture = renderFinal(model, wanted, size, result.view);
     const bool wantsFile = wanted.options.doVectorial() || wanted.options.doSaveRender();
     showProblems(picture, wantsFile);
     if (!picture.done) {
@@ -235,7 +236,7 @@ void StudioWindow::addResult(const StudioState& wanted, QSize size, const Studio
             StudioState shown = wanted;
             shown.options.setVectorial(false);
             shown.options.setSaveRender(false);
-            result.image = renderFinal(shown, size, nullptr).image;
+            result.image = renderFinal(model, shown, size, nullptr).image;
         }
     } else if (picture.saved) {
         result.file = kivToQt(wanted.options.getSaveRenderFile());
@@ -247,7 +248,7 @@ void StudioWindow::addResult(const StudioState& wanted, QSize size, const Studio
                           .arg(QLocale().toString(picture.milliseconds / 1000.0, 'f', 2));
     if (!result.file.isEmpty()) {
         caption += QStringLiteral("  \u2013  ") + QDir::toNativeSeparators(result.file);
-        tell(studioText(StudioText::writtenTo).arg(QDir::toNativeSeparators(result.file)));
+        tellWritten(wanted, result.file);
     } else {
         tell(studioText(StudioText::rendered));
     }
@@ -303,11 +304,28 @@ void StudioWindow::exportDrawing() {
     wanted.options.setShadows(false);
     wanted.options.setSaveRender(false);
     wanted.options.setSaveVectorFile(kivFromQt(file).c_str());
-    const StudioPicture picture = renderFinal(wanted, size, nullptr);
+    // A picture may be one of models that were open before.
+    StudioModel former;
+    const bool isFormer = wanted.models != current.models || wanted.upAxis != current.upAxis;
+    std::wstring message;
+    if (isFormer && !former.load(wanted, &message)) {
+        warn(kivToQt(message));
+        return;
+    }
+    const StudioPicture picture = renderFinal(isFormer ? former : model, wanted, size, nullptr);
     showProblems(picture, true);
     if (picture.done && picture.saved) {
-        tell(studioText(StudioText::writtenTo).arg(QDir::toNativeSeparators(file)));
+        tellWritten(wanted, file);
     }
+}
+
+// Says too what a drawing can't hold.
+void StudioWindow::tellWritten(const StudioState& wanted, const QString& file) {
+    const KivCommonSettings& options = wanted.options;
+    const bool leftOut =
+        options.doVectorial() && (!options.getPaperImage().empty() || !options.getBackgroundImage().empty());
+    tell(studioText(leftOut ? StudioText::writtenWithoutImages : StudioText::writtenTo)
+             .arg(QDir::toNativeSeparators(file)));
 }
 
 void StudioWindow::compare() {

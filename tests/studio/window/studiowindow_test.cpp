@@ -6,9 +6,13 @@
 #include <QComboBox>
 #include <QDialog>
 #include <QDir>
+#include <QJsonDocument>
 #include <QLabel>
 #include <QMessageBox>
+#include <QPainter>
 #include <QPushButton>
+#include <QStatusBar>
+#include <QSvgRenderer>
 #include <QTreeWidget>
 #include <cmath>
 #include <set>
@@ -315,6 +319,57 @@ TEST_F(StudioWindowTest, ExportsADrawing) {
     EXPECT_TRUE(drawing.contains("<svg"));
     EXPECT_GT(drawing.count("<path") + drawing.count("<polygon"), 5);
     EXPECT_FALSE(window->state().options.doVectorial()) << "an export changes no option";
+}
+
+// A picture of a model that was open before is one of that model.
+TEST_F(StudioWindowTest, ExportsThePictureThatIsShownWhateverIsOpenNow) {
+    openBoxes();
+    trigger(StudioText::render);
+    const auto exported = [this](const QString& name) {
+        const QString file = homeFolder() + "/" + name;
+        chooseFile(file, "SVG drawings (*.svg)");
+        trigger(StudioText::exportDrawing);
+        QFile in(file);
+        EXPECT_TRUE(in.open(QIODevice::ReadOnly));
+        return in.readAll().count("<p");
+    };
+    const auto before = exported("before.svg");
+    EXPECT_GT(before, 5);
+    ASSERT_TRUE(window->openFiles({write("one.obj", "v 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n")}));
+    settle();
+    EXPECT_LT(exported("open.svg"), before);
+    tabs().setCurrentIndex(1);
+    EXPECT_EQ(exported("shown.svg"), before);
+}
+
+// As a page of lines and areas the paper would be one area over everything.
+TEST_F(StudioWindowTest, ADrawingLeavesThePaperOut) {
+    openBoxes();
+    StudioState onPaper = window->state();
+    const QString paper = homeFolder() + "/paper.png";
+    QImage grain(16, 16, QImage::Format_RGB32);
+    grain.fill(QColor(230, 220, 200));
+    ASSERT_TRUE(grain.save(paper));
+    const auto drawing = [this](const QString& name) {
+        const QString file = homeFolder() + "/" + name;
+        chooseFile(file, "SVG drawings (*.svg)");
+        trigger(StudioText::exportDrawing);
+        QImage image(100, 100, QImage::Format_RGB32);
+        image.fill(Qt::white);
+        QSvgRenderer shown(file);
+        EXPECT_TRUE(shown.isValid());
+        QPainter painter(&image);
+        shown.render(&painter);
+        return image;
+    };
+    const QImage plain = drawing("plain.svg");
+    EXPECT_GT(covered(plain), 0.05);
+    onPaper.options.setPaperImage(paper.toStdWString().c_str());
+    const QString document = write("paper.selvarin", QJsonDocument(onPaper.toJson()).toJson());
+    ASSERT_TRUE(window->openFiles({document}));
+    settle();
+    EXPECT_EQ(drawing("paper.svg"), plain);
+    EXPECT_TRUE(window->statusBar()->currentMessage().contains("no part of a drawing"));
 }
 
 TEST_F(StudioWindowTest, EscapeCancelsARender) {

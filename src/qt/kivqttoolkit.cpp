@@ -1,5 +1,6 @@
 #include "qt/kivqttoolkit.h"
 
+#include "kivrender/host/kivlanguage.h"
 #include "kivrender/host/kivresources.h"
 #include "qt/kivformloader.h"
 #include "qt/kivqttext.h"
@@ -16,6 +17,8 @@
 #include <cwchar>
 
 namespace {
+
+constexpr unsigned int titleOfColours = 2210; // a text
 
 // "title", "*.a;*.b" becomes "title (*.a *.b)". A title may name its patterns already.
 QStringList toQtFilters(const wchar_t* filters) {
@@ -64,7 +67,8 @@ int KivQtToolkit::showMessage(HWND owner, const std::wstring& text, const std::w
 bool KivQtToolkit::pickColor(HWND owner, std::uint32_t& color) {
     const QColor former(static_cast<int>(color & 0xFFU), static_cast<int>(color >> 8 & 0xFFU),
                         static_cast<int>(color >> 16 & 0xFFU));
-    const QColor picked = QColorDialog::getColor(former, KivQtWindow::widgetOf(owner));
+    const QColor picked =
+        QColorDialog::getColor(former, KivQtWindow::widgetOf(owner), kivToQt(kivText(titleOfColours)));
     if (picked.isValid()) {
         color = static_cast<std::uint32_t>(picked.red() | picked.green() << 8 | picked.blue() << 16);
     }

@@ -198,7 +198,7 @@ void LightsPanel::pickColour() {
         return;
     }
     StudioLight& light = all[static_cast<std::size_t>(row)];
-    const QColor picked = QColorDialog::getColor(toColor(light.colour), this);
+    const QColor picked = QColorDialog::getColor(toColor(light.colour), this, studioText(StudioText::colourOfLight));
     if (picked.isValid()) {
         light.colour = static_cast<std::uint32_t>(picked.red() | picked.green() << 8 | picked.blue() << 16);
         emit changed();

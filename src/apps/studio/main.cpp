@@ -100,6 +100,7 @@ int runWindow(const QStringList& files, const std::string& language) {
         window.show();
         // Once the window stands: a message about a file that can't be read has a place then.
         QTimer::singleShot(0, &window, [&] {
+            window.tellMissing();
             window.openFiles(files);
             window.offerRecovery();
         });

@@ -3,6 +3,7 @@
 #include "apps/studio/studiotexts.h"
 
 #include <QDialogButtonBox>
+#include <QMessageBox>
 #include <QPushButton>
 #include <QVBoxLayout>
 
@@ -34,8 +35,14 @@ const KivCommonSettings& OptionsBox::options() const {
 }
 
 void OptionsBox::accept() {
-    if (page.OnApply()) {
-        chosen = page.getCommonSettings();
+    if (!page.OnApply()) {
+        // What was entered stays in sight.
+        QMessageBox box(QMessageBox::Warning, QStringLiteral("Selvarin Studio"), studioText(StudioText::optionsNotKept),
+                        QMessageBox::NoButton, this);
+        box.addButton(studioText(StudioText::ok), QMessageBox::AcceptRole);
+        box.exec();
+        return;
     }
+    chosen = page.getCommonSettings();
     QDialog::accept();
 }

@@ -19,6 +19,7 @@ public:
     // What was decided with OK.
     const KivCommonSettings& options() const;
 
+    // Stays, with a message, if the options can't be kept.
     void accept() override;
 
 private:

@@ -47,6 +47,7 @@ StudioWindow::StudioWindow(StudioHost& studioHost, KivQtToolkit& studioToolkit)
     connect(&settling, &QTimer::timeout, this, &StudioWindow::drawSettled);
     connect(&recovering, &QTimer::timeout, this, &StudioWindow::writeRecovery);
     resize(1400, 900);
+    fitToScreen();
     start(current, QString());
 }
 
@@ -204,15 +205,16 @@ void StudioWindow::showAll() {
     scheduleView();
 }
 
+// What the user calls the document by.
+QString StudioWindow::shownName() const {
+    return !document.isEmpty()      ? QFileInfo(document).completeBaseName()
+           : current.models.empty() ? studioText(StudioText::builtInName)
+                                    : QFileInfo(kivToQt(current.models.front())).fileName();
+}
+
 void StudioWindow::showTitle() {
-    QString name = studioText(StudioText::untitled);
-    if (!document.isEmpty()) {
-        name = QFileInfo(document).completeBaseName();
-    } else if (!current.models.empty()) {
-        name = QFileInfo(kivToQt(current.models.front())).fileName();
-    } else {
-        name = studioText(StudioText::builtInName);
-    }
+    QString name = shownName();
+    name.replace(QLatin1String("[*]"), QLatin1String("[*][*]")); // which stands for itself, not for the mark of changes
     setWindowTitle(name + QStringLiteral("[*] \u2013 Selvarin Studio"));
     setWindowModified(!history.isClean());
 }
@@ -246,29 +248,27 @@ void StudioWindow::warn(const QString& text) {
 }
 
 void StudioWindow::undo() {
-    lookPanel->flush();
-    const StudioState before = current;
-    current = history.undo();
-    if (before.models != current.models || before.upAxis != current.upAxis) {
-        std::wstring message;
-        if (!model.load(current, &message)) {
-            warn(kivToQt(message));
-        }
-    }
-    showAll();
-    follow(before);
+    step(&StudioHistory::undo, &StudioHistory::redo, StudioText::cantUndo);
 }
 
 void StudioWindow::redo() {
+    step(&StudioHistory::redo, &StudioHistory::undo, StudioText::cantRedo);
+}
+
+// Goes one step, but only to a state whose models are there: else its looks would come upon the meshes of others.
+void StudioWindow::step(HistoryStep there, HistoryStep back, StudioText failure) {
     lookPanel->flush();
     const StudioState before = current;
-    current = history.redo();
-    if (before.models != current.models || before.upAxis != current.upAxis) {
+    const StudioState next = (history.*there)();
+    if (before.models != next.models || before.upAxis != next.upAxis) {
         std::wstring message;
-        if (!model.load(current, &message)) {
-            warn(kivToQt(message));
+        if (!loadModels(next, &message)) {
+            (history.*back)();
+            warn(studioText(failure).arg(kivToQt(message)));
+            return;
         }
     }
+    current = next;
     showAll();
     follow(before);
 }

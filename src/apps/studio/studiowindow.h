@@ -46,6 +46,8 @@ public:
     bool openFiles(const QStringList& files);
     // Asks whether documents that a crash has left are wanted, if there are any.
     void offerRecovery();
+    // Says so if there is no shader to draw with.
+    void tellMissing();
 
     // For tests and pictures of the window.
     const StudioState& state() const;
@@ -82,6 +84,7 @@ private:
     // The window follows the state; before: what it showed.
     void follow(const StudioState& before);
     void showAll();
+    QString shownName() const;
     void showTitle();
     void showLights();
     void showSelection();
@@ -89,6 +92,8 @@ private:
     void warn(const QString& text);
     void undo();
     void redo();
+    using HistoryStep = const StudioState& (StudioHistory::*)();
+    void step(HistoryStep there, HistoryStep back, StudioText failure);
     void cameraMoved(const StudioCamera& camera);
     void look(StudioSide side);
     void pickAt(const QPointF& pixel, Qt::KeyboardModifiers modifiers);
@@ -114,9 +119,12 @@ private:
     void showAbout();
 
     // --- studiowindow_files.cpp
+    bool loadModels(const StudioState& state, std::wstring* message);
     bool openDocument(const QString& file);
     bool openModels(const QStringList& files, bool add);
     void openBuiltIn();
+    void openDropped(const QStringList& files, const QStringList& foreign);
+    void fitToScreen();
     void askToOpen(bool add);
     bool save();
     bool saveAs();

@@ -16,7 +16,11 @@
 #include <QMessageBox>
 #include <QMimeData>
 #include <QPushButton>
+#include <QScreen>
+#include <QStyle>
 #include <QUrl>
+
+#include <algorithm>
 
 namespace {
 
@@ -28,6 +32,34 @@ constexpr int mostRecent = 10;
 bool isDocument(const QString& file) {
     return file.endsWith(QLatin1String(documentEnding), Qt::CaseInsensitive);
 }
+
+// Where a model's files stand in the scene, which another file moves: each scene has an origin and a scale of its own.
+struct Placement {
+    explicit Placement(const KivModel& model) : origin(model.origin), scale(model.scale), meshes(model.meshNames) {}
+
+    Kiv3DPoint moved(const Kiv3DPoint& p, const KivModel& to) const {
+        return to.toScene({p.x / scale + origin.x, p.y / scale + origin.y, p.z / scale + origin.z});
+    }
+    // Lets camera and lights stay where they are among the former meshes. False if these are not the first ones of the
+    // model, in their order.
+    bool keepFor(const KivModel& model, StudioState* state) const {
+        if (model.meshNames.size() < meshes.size() ||
+            !std::equal(meshes.begin(), meshes.end(), model.meshNames.begin())) {
+            return false;
+        }
+        state->camera.target = moved(state->camera.target, model);
+        state->camera.distance *= model.scale / scale;
+        state->camera.sanitize();
+        for (StudioLight& light : state->lights) {
+            light.location = moved(light.location, model);
+        }
+        return true;
+    }
+
+    Kiv3DPoint origin;
+    double scale;
+    std::vector<std::wstring> meshes;
+};
 
 // The title of a kind of files, by the number of a text of the library's lists; there the endings stand behind it.
 QString kindTitle(unsigned int text) {
@@ -65,6 +97,15 @@ void StudioWindow::start(const StudioState& state, const QString& file) {
     showAll();
 }
 
+bool StudioWindow::loadModels(const StudioState& state, std::wstring* message) {
+    tell(studioText(StudioText::readingModel));
+    QApplication::setOverrideCursor(Qt::WaitCursor);
+    const bool loaded = model.load(state, message);
+    QApplication::restoreOverrideCursor();
+    tell(QString());
+    return loaded;
+}
+
 bool StudioWindow::openDocument(const QString& file) {
     if (!mayGo()) {
         return false;
@@ -75,22 +116,17 @@ bool StudioWindow::openDocument(const QString& file) {
         warn(studioText(StudioText::cantOpen).arg(why));
         return false;
     }
-    tell(studioText(StudioText::readingModel));
-    QApplication::setOverrideCursor(Qt::WaitCursor);
     std::wstring message;
-    const bool loaded = model.load(read, &message);
-    QApplication::restoreOverrideCursor();
-    if (!loaded) {
+    if (!loadModels(read, &message)) {
         warn(studioText(StudioText::cantOpen).arg(kivToQt(message)));
         return false;
     }
     start(read, QFileInfo(file).absoluteFilePath());
     addRecent(document);
-    tell(QString());
     return true;
 }
 
-// The look, the options and the user's eye for size stay: only what is looked at is another.
+// The look and the options stay: only what is looked at is another. What is added leaves all else as it is.
 bool StudioWindow::openModels(const QStringList& files, bool add) {
     if (!add && !mayGo()) {
         return false;
@@ -102,22 +138,19 @@ bool StudioWindow::openModels(const QStringList& files, bool add) {
         next.hasLights = false;
         next.lights.clear();
     }
-    next.objects.clear();
     for (const QString& file : files) {
         next.models.push_back(kivFromQt(QFileInfo(file).absoluteFilePath()));
     }
-    tell(studioText(StudioText::readingModel));
-    QApplication::setOverrideCursor(Qt::WaitCursor);
+    const Placement former(model.model());
     std::wstring message;
-    const bool loaded = model.load(next, &message);
-    QApplication::restoreOverrideCursor();
-    if (!loaded) {
-        tell(QString());
+    if (!loadModels(next, &message)) {
         warn(studioText(StudioText::cantOpen).arg(kivToQt(message)));
         return false;
     }
-    const double shape = viewShape();
-    model.placeCamera(&next.camera, shape);
+    if (!add || current.models.empty() || !former.keepFor(model.model(), &next)) {
+        next.objects.clear();
+        model.placeCamera(&next.camera, viewShape());
+    }
     if (add) {
         objects->clearSelection();
         change(next, StudioText::changeModels);
@@ -128,7 +161,6 @@ bool StudioWindow::openModels(const QStringList& files, bool add) {
     for (const QString& file : files) {
         addRecent(QFileInfo(file).absoluteFilePath());
     }
-    tell(QString());
     return true;
 }
 
@@ -204,12 +236,29 @@ void StudioWindow::dragEnterEvent(QDragEnterEvent* event) {
 
 void StudioWindow::dropEvent(QDropEvent* event) {
     QStringList files;
+    QStringList foreign;
+    constexpr int shownLetters = 200; // an address may hold a whole picture
     for (const QUrl& url : event->mimeData()->urls()) {
         if (url.isLocalFile()) {
             files << url.toLocalFile();
+        } else {
+            foreign << url.toDisplayString().left(shownLetters);
         }
     }
     event->acceptProposedAction();
+    // The program that they come from waits until this returns, and there may be questions first.
+    QTimer::singleShot(0, this, [this, files, foreign] { openDropped(files, foreign); });
+}
+
+void StudioWindow::openDropped(const QStringList& files, const QStringList& foreign) {
+    if (renderer.isBusy()) {
+        // What is dropped comes through while a picture is drawn, whose model must stay until then.
+        QTimer::singleShot(50, this, [this, files, foreign] { openDropped(files, foreign); });
+        return;
+    }
+    if (!foreign.isEmpty()) {
+        warn(studioText(StudioText::dropOnlyFiles).arg(foreign.join(QLatin1Char('\n'))));
+    }
     openFiles(files);
 }
 
@@ -305,14 +354,24 @@ bool StudioWindow::mayGo() {
     if (history.isClean()) {
         return true;
     }
-    QMessageBox box(QMessageBox::Question, QStringLiteral("Selvarin Studio"), studioText(StudioText::saveQuestion),
-                    QMessageBox::NoButton, this);
+    QMessageBox box(QMessageBox::Question, QStringLiteral("Selvarin Studio"),
+                    studioText(StudioText::saveQuestion).arg(shownName()), QMessageBox::NoButton, this);
+    box.setTextFormat(Qt::PlainText); // the name of a file comes in it
     const QPushButton* const yes = box.addButton(studioText(StudioText::saveButton), QMessageBox::AcceptRole);
     const QPushButton* const no = box.addButton(studioText(StudioText::discardButton), QMessageBox::DestructiveRole);
     QPushButton* const stay = box.addButton(studioText(StudioText::cancel), QMessageBox::RejectRole);
     box.setEscapeButton(stay);
     box.exec();
     return box.clickedButton() == yes ? save() : box.clickedButton() == no;
+}
+
+// The window was made for a larger screen, or last used on one.
+void StudioWindow::fitToScreen() {
+    if (isMaximized() || isFullScreen()) {
+        return;
+    }
+    const QSize room = screen()->availableGeometry().size() - QSize(0, style()->pixelMetric(QStyle::PM_TitleBarHeight));
+    resize(size().boundedTo(room));
 }
 
 void StudioWindow::closeEvent(QCloseEvent* event) {
@@ -341,6 +400,7 @@ void StudioWindow::showEvent(QShowEvent* event) {
     if (!wasShown) {
         wasShown = true;
         restoreGeometry(studioMemory().value(QStringLiteral("window")).toByteArray());
+        fitToScreen();
         restoreState(studioMemory().value(QStringLiteral("panels")).toByteArray());
         // Only now is the shape of the view known.
         QTimer::singleShot(0, this, [this] {

@@ -2,6 +2,7 @@
 #include "apps/studio/objectspanel.h"
 #include "apps/studio/studioview.h"
 #include "apps/studio/studiowindow.h"
+#include "kivrender/shader/kivshader.h"
 #include "qt/kivqtimages.h"
 
 #include <QAction>
@@ -195,6 +196,12 @@ void StudioWindow::showKeys() {
                     studioText(StudioText::keysText), QMessageBox::NoButton, this);
     box.addButton(studioText(StudioText::ok), QMessageBox::AcceptRole);
     box.exec();
+}
+
+void StudioWindow::tellMissing() {
+    if (KivShader::shaders() == 0) {
+        warn(studioText(StudioText::noShaders));
+    }
 }
 
 void StudioWindow::showAbout() {

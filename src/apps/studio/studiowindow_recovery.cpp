@@ -1,7 +1,6 @@
 // What a crash has left: kept while the document has changes, and offered by the next start.
 #include "apps/studio/studiowindow.h"
 
-#include <QApplication>
 #include <QDir>
 #include <QLocale>
 #include <QMessageBox>
@@ -46,11 +45,8 @@ bool StudioWindow::recover(const StudioRecovery::Found& found, const StudioState
     if (!mayGo()) {
         return false;
     }
-    QApplication::setOverrideCursor(Qt::WaitCursor);
     std::wstring message;
-    const bool loaded = model.load(work, &message);
-    QApplication::restoreOverrideCursor();
-    if (!loaded) {
+    if (!loadModels(work, &message)) {
         warn(studioText(StudioText::cantRecover).arg(kivToQt(message)));
         return false;
     }

@@ -20,6 +20,7 @@
 #include "qt/kivnumberfield.h"
 #include "qt/kivpagetabs.h"
 #include "qt/kivqttoolkit.h"
+#include "studio/offscreen.h"
 
 #include <QAbstractButton>
 #include <QAction>
@@ -300,7 +301,7 @@ bool takeAll(const QString& folder, StudioHost& host, KivQtToolkit& toolkit, con
 } // namespace
 
 int main(int argc, char** argv) {
-    qputenv("QT_QPA_PLATFORM", "offscreen");
+    const OffscreenDisplay display(1920, 1200);
     // Nobody's own preferences are to show or to change.
     const QTemporaryDir home;
     for (const char* const variable : {"HOME", "XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_STATE_HOME"}) {

@@ -1,5 +1,6 @@
 #include "apps/studio/studiorenderer.h"
 
+#include "apps/studio/drawnlook.h"
 #include "apps/studio/studiohost.h"
 #include "kivrender/settings/kivmemorycommondatamanager.h"
 #include "kivrender/shader/kivshader.h"
@@ -11,6 +12,7 @@
 #include <QFileInfo>
 
 #include <algorithm>
+#include <optional>
 
 namespace {
 
@@ -40,6 +42,10 @@ KivCommonSettings StudioRenderer::settingsFor(const StudioState& state, Purpose 
     if (purpose == Purpose::final) {
         if (settings.doVectorial()) {
             settings.setPaperImage(L""); // a page would take it for a white sheet over everything
+            // What is filled with the background, to hide lines behind it, has to look like the sheet over it.
+            if (const std::optional<std::uint32_t> sheet = sheetColour(state.look)) {
+                settings.setBackgroundColor(*sheet);
+            }
         }
         return settings;
     }

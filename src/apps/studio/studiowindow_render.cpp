@@ -1,5 +1,6 @@
 // Drawing the view, rendering pictures, and what becomes of them.
 #include "apps/studio/compareview.h"
+#include "apps/studio/drawnlook.h"
 #include "apps/studio/lookpanel.h"
 #include "apps/studio/pictureview.h"
 #include "apps/studio/studioevents.h"
@@ -30,7 +31,9 @@ namespace {
 
 // Milliseconds that a picture may take while the camera moves.
 constexpr double motionGoal = 40.0;
-// A look that takes longer than this when settled is replaced by the default one in motion.
+// Fewer pixels than that save little time: what is left goes into the model, and the lines become too thick.
+constexpr double coarsest = 0.45;
+// A look that takes longer than this when settled is replaced by a quicker one in motion.
 constexpr double slowLook = 220.0;
 
 // A picture as the library writes it to a file.
@@ -94,7 +97,7 @@ void StudioWindow::drawMoving() {
     const QSize size = (QSizeF(whole) * scale).toSize().expandedTo(QSize(1, 1));
     StudioState shown = current;
     if (settledTime > slowLook) {
-        shown.look = StudioLook(); // the default shader
+        shown.look = quickLook(current.look);
     }
     StudioProgress progress;
     const StudioPicture picture = renderer.render(model, shown, size, StudioRenderer::Purpose::motion, progress);
@@ -102,7 +105,7 @@ void StudioWindow::drawMoving() {
         view->setPicture(picture.image);
         // The time goes with the pixels, at least in part: half the way each time keeps it from swinging.
         const double better = motionScale * std::sqrt(motionGoal / std::max(picture.milliseconds, 1.0));
-        motionScale = std::clamp((motionScale + better) / 2.0, 0.2, 1.0);
+        motionScale = std::clamp((motionScale + better) / 2.0, coarsest, 1.0);
     }
 }
 

@@ -1,0 +1,93 @@
+#include "apps/studio/drawnlook.h"
+
+#include "kivrender/shader/kivshader.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace {
+
+constexpr std::uint32_t sheet = 0xD0D8DC;
+constexpr std::uint32_t strokes = 0x203040;
+constexpr std::uint32_t lines = 0x111111;
+
+// A stream as the panel writes them: three lines of names, then a block for each shader.
+StudioLook lookOf(const std::wstring& added) {
+    KivMemoryDataManager stream;
+    stream.setSaving();
+    const auto text = [&stream](const std::wstring& line) { stream.saveString(line.c_str()); };
+    text(L"Style:");
+    text(L"NonCombinableShader:");
+    text(L"CombinableShader:" + added);
+    text(L"Backdrop");
+    text(L"BackdropSheet");
+    stream.saveUnsignedLong(sheet);
+    stream.saveUnsignedLong(0x999999);
+    stream.saveDouble(1.5);
+    text(L"Outline");
+    text(L"OutlineLines");
+    stream.saveUnsignedLong(lines);
+    stream.saveBool(true);
+    text(L"Sketch");
+    text(L"SketchStrokes");
+    stream.saveInt(2);
+    stream.saveUnsignedLong(strokes);
+    text(L"End Morvane ");
+    return stream;
+}
+
+std::wstring addedIn(const StudioLook& look) {
+    std::wstring text;
+    look.getCells()[2].getValue(text);
+    return text;
+}
+
+std::uint32_t colourIn(const StudioLook& look, std::size_t cell) {
+    std::uint32_t colour = 0;
+    look.getCells()[cell].getValue(colour);
+    return colour;
+}
+
+class QuickLook : public testing::Test {
+protected:
+    QuickLook() {
+        EXPECT_GT(KivShader::loadShaders(nullptr), 0);
+        EXPECT_NE(KivShader::getByTag(L"Outline"), nullptr);
+    }
+    ~QuickLook() override {
+        KivShader::unLoadAll();
+    }
+};
+
+constexpr std::size_t lineColour = 10; // the cell
+
+} // namespace
+
+TEST(SheetColour, IsThatOfABackdropThatIsDrawn) {
+    EXPECT_EQ(sheetColour(lookOf(L"Backdrop;Sketch;")), sheet);
+    EXPECT_EQ(sheetColour(lookOf(L"Sketch;Backdrop;")), sheet);
+    EXPECT_EQ(sheetColour(lookOf(L"Sketch;")), std::nullopt) << "the block alone lays no sheet";
+    EXPECT_EQ(sheetColour(lookOf(L"OtherBackdrop;")), std::nullopt);
+    EXPECT_EQ(sheetColour(StudioLook()), std::nullopt);
+}
+
+TEST_F(QuickLook, DrawsLinesInTheColourOfTheStrokes) {
+    const StudioLook quick = quickLook(lookOf(L"Backdrop;Sketch;"));
+    EXPECT_EQ(addedIn(quick), L"CombinableShader:Backdrop;Outline;");
+    EXPECT_EQ(colourIn(quick, lineColour), strokes);
+    EXPECT_EQ(sheetColour(quick), sheet);
+    EXPECT_EQ(quick.getCells().size(), lookOf(L"").getCells().size());
+}
+
+TEST_F(QuickLook, LinesThatAreThereStayAsTheyAre) {
+    const StudioLook quick = quickLook(lookOf(L"Sketch;Outline;"));
+    EXPECT_EQ(addedIn(quick), L"CombinableShader:Outline;");
+    EXPECT_EQ(colourIn(quick, lineColour), lines);
+}
+
+TEST_F(QuickLook, WithoutStrokesNothingChanges) {
+    const StudioLook look = lookOf(L"Backdrop;Outline;");
+    EXPECT_TRUE(quickLook(look).shares(look));
+    EXPECT_EQ(quickLook(StudioLook()), StudioLook());
+}

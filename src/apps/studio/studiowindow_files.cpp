@@ -247,15 +247,11 @@ void StudioWindow::dropEvent(QDropEvent* event) {
     }
     event->acceptProposedAction();
     // The program that they come from waits until this returns, and there may be questions first.
-    QTimer::singleShot(0, this, [this, files, foreign] { openDropped(files, foreign); });
+    QTimer::singleShot(0, this,
+                       [this, files, foreign] { whenIdle([this, files, foreign] { openDropped(files, foreign); }); });
 }
 
 void StudioWindow::openDropped(const QStringList& files, const QStringList& foreign) {
-    if (renderer.isBusy()) {
-        // What is dropped comes through while a picture is drawn, whose model must stay until then.
-        QTimer::singleShot(50, this, [this, files, foreign] { openDropped(files, foreign); });
-        return;
-    }
     if (!foreign.isEmpty()) {
         warn(studioText(StudioText::dropOnlyFiles).arg(foreign.join(QLatin1Char('\n'))));
     }

@@ -124,7 +124,8 @@ void StudioWindow::drawSettled() {
         const StudioEvents events(StudioEvents::Held::replay, nullptr, [&progress] { progress.cancel(); });
         progress.pump = [] { StudioEvents::pump(); };
         running = &progress;
-        picture = renderer.render(model, current, size, StudioRenderer::Purpose::settled, progress);
+        const StudioState shown = current; // whatever happens to the document meanwhile
+        picture = renderer.render(model, shown, size, StudioRenderer::Purpose::settled, progress);
         running = nullptr;
     }
     toolkit.holdTimers(false);

@@ -29,7 +29,7 @@ constexpr unsigned int usedIds[] = {4,    28,   35,   36,   37,   40,   41,   42
 std::set<unsigned int> windowIds() {
     static const std::regex form("[^0-9a-zA-Z.]([23][0-9]{3})(?![0-9a-zA-Z.])");
     std::set<unsigned int> found;
-    for (const char* const folder : {LANGUAGE_TABLES "/dialogs", WINDOW_SOURCES}) {
+    for (const char* const folder : {LANGUAGE_TABLES "/dialogs", WINDOW_SOURCES, TOOLKIT_SOURCES}) {
         for (const auto& file : std::filesystem::recursive_directory_iterator(folder)) {
             if (!file.is_regular_file()) {
                 continue;

@@ -23,6 +23,7 @@ enum class StudioText : unsigned int {
     undo = 3021,
     redo = 3022,
     selectAll = 3023,
+    copyPicture = 3024,
     viewMenu = 3030,
     viewFront = 3031,
     viewBack = 3032,
@@ -34,6 +35,7 @@ enum class StudioText : unsigned int {
     fit = 3038,
     parallel = 3039,
     fieldOfView = 3040,
+    fitSelection = 3041,
     renderMenu = 3050,
     render = 3051,
     cancel = 3052,
@@ -135,7 +137,8 @@ enum class StudioText : unsigned int {
     optionsNotKept = 3258,
     noShaders = 3259,
     colourOfLight = 3260,
-    writtenWithoutImages = 3290
+    writtenWithoutImages = 3290,
+    pictureCopied = 3291
 };
 
 inline QString studioText(StudioText text) {

@@ -158,6 +158,7 @@ private:
     QString askForPicture();
     QString askForDrawing();
     void exportDrawing();
+    void copyPicture();
     void tellWritten(const StudioState& wanted, const QString& file);
     void compare();
     void closeTab(int index);

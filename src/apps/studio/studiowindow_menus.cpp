@@ -42,6 +42,8 @@ void StudioWindow::makeMenus() {
     addAction(edit, StudioText::undo, QKeySequence::Undo, [this] { undo(); });
     addAction(edit, StudioText::redo, QKeySequence::Redo, [this] { redo(); });
     edit->addSeparator();
+    addAction(edit, StudioText::copyPicture, Qt::CTRL | Qt::SHIFT | Qt::Key_C, [this] { copyPicture(); });
+    edit->addSeparator();
     addAction(edit, StudioText::selectAll, QKeySequence::SelectAll, [this] { objects->selectAll(); });
     makeViewMenu();
     QMenu* const render = menuBar()->addMenu(studioText(StudioText::renderMenu));
@@ -96,6 +98,16 @@ void StudioWindow::makeViewMenu() {
     addAction(menu, StudioText::fit, Qt::CTRL | Qt::Key_0, [this] {
         StudioState next = current;
         next.camera.fit(model.points(), viewShape());
+        change(next, StudioText::changeCamera);
+    });
+    addAction(menu, StudioText::fitSelection, Qt::CTRL | Qt::Key_9, [this] {
+        std::vector<Kiv3DPoint> points;
+        for (const int object : objects->selected()) {
+            const std::vector<Kiv3DPoint> corners = model.corners(object);
+            points.insert(points.end(), corners.begin(), corners.end());
+        }
+        StudioState next = current;
+        next.camera.fit(points.empty() ? model.points() : points, viewShape());
         change(next, StudioText::changeCamera);
     });
     QAction* const parallel = addAction(menu, StudioText::parallel, Qt::CTRL | Qt::Key_P, [this] {

@@ -10,6 +10,7 @@
 #include "kivrender/render/kivbitmapmanager.h"
 
 #include <QApplication>
+#include <QClipboard>
 #include <QDir>
 #include <QDockWidget>
 #include <QFileInfo>
@@ -291,6 +292,16 @@ void StudioWindow::savePicture() {
         return;
     }
     tell(studioText(StudioText::saved).arg(shown));
+}
+
+// That of the tab in front, be it the view or a result.
+void StudioWindow::copyPicture() {
+    const Result* const result = currentResult();
+    const QImage image = result != nullptr ? result->image : view->picture();
+    if (!image.isNull()) {
+        QGuiApplication::clipboard()->setImage(image);
+        tell(studioText(StudioText::pictureCopied));
+    }
 }
 
 // Of the result that is shown, else of the document as it is.

@@ -3,6 +3,7 @@
 #include "apps/studio/pictureview.h"
 #include "studio/window/windowfixture.h"
 
+#include <QClipboard>
 #include <QComboBox>
 #include <QDialog>
 #include <QDir>
@@ -319,6 +320,32 @@ TEST_F(StudioWindowTest, ExportsADrawing) {
     EXPECT_TRUE(drawing.contains("<svg"));
     EXPECT_GT(drawing.count("<path") + drawing.count("<polygon"), 5);
     EXPECT_FALSE(window->state().options.doVectorial()) << "an export changes no option";
+}
+
+TEST_F(StudioWindowTest, ThePictureOfTheTabInFrontIsCopied) {
+    openBoxes();
+    trigger(StudioText::copyPicture);
+    EXPECT_EQ(QGuiApplication::clipboard()->image().convertToFormat(QImage::Format_RGB32),
+              find<StudioView>()->picture().convertToFormat(QImage::Format_RGB32));
+    QGuiApplication::clipboard()->clear();
+    trigger(StudioText::render);
+    trigger(StudioText::copyPicture);
+    const QImage copied = QGuiApplication::clipboard()->image();
+    EXPECT_GT(covered(copied), 0.05);
+    EXPECT_NE(copied.convertToFormat(QImage::Format_RGB32),
+              find<StudioView>()->picture().convertToFormat(QImage::Format_RGB32));
+}
+
+TEST_F(StudioWindowTest, TheSelectionFillsTheView) {
+    openBoxes();
+    trigger(StudioText::fit);
+    const double whole = window->state().camera.distance;
+    trigger(StudioText::fitSelection);
+    EXPECT_EQ(window->state().camera.distance, whole) << "without a selection it is all";
+    find<ObjectsPanel>()->select({1});
+    trigger(StudioText::fitSelection);
+    EXPECT_LT(window->state().camera.distance, whole * 0.8);
+    EXPECT_GT(window->state().camera.target.x, 0.0) << "it is the box on the right";
 }
 
 // A picture of a model that was open before is one of that model.

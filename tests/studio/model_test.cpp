@@ -1,13 +1,18 @@
+#include "apps/studio/coarsemodel.h"
 #include "apps/studio/studiomodel.h"
 
+#include "kivrender/scene/kivline.h"
 #include "kivrender/scene/kivmesh.h"
 #include "kivrender/shader/kivshader.h"
 #include "support/meshsamples.h"
+#include "support/rawrandom.h"
 #include "support/temphome.h"
 
 #include <array>
 #include <cmath>
 #include <fstream>
+#include <functional>
+#include <map>
 #include <set>
 
 #include <gtest/gtest.h>
@@ -71,6 +76,27 @@ void expectSoundMesh(const KivMesh& mesh) {
         const Kiv3DPoint p = mesh.getVertex(v);
         ASSERT_TRUE(std::isfinite(p.x) && std::isfinite(p.y) && std::isfinite(p.z));
     }
+}
+
+// Triangles in rows, each a mesh of its own, and a line.
+KivScene manyTriangles(unsigned int count, const std::function<std::uint32_t(unsigned int)>& colour) {
+    KivScene scene;
+    for (unsigned int i = 0; i < count; ++i) {
+        auto* const mesh = new KivMesh; // the scene's
+        const double x = i % 500;
+        const double y = i / 500; // NOLINT(bugprone-integer-division): the row
+        mesh->addVertex(Kiv3DPoint(x, y, 0.0));
+        mesh->addVertex(Kiv3DPoint(x + 9.0, y, 0.0));
+        mesh->addVertex(Kiv3DPoint(x, y + 9.0, 0.0));
+        mesh->addTriangle(0U, 1U, 2U);
+        KivMaterial material;
+        material.setDiffuse(colour(i));
+        mesh->setMaterial(material);
+        scene.addMesh(mesh);
+    }
+    KivLine line(Kiv3DPoint(0.0, 0.0, 0.0), Kiv3DPoint(1.0, 0.0, 0.0));
+    scene.addLine(line);
+    return scene;
 }
 
 } // namespace
@@ -227,6 +253,38 @@ TEST(StudioModel, ALargeModelHasACoarseCopyForMotion) {
     EXPECT_LT(coarse.getMesh(0)->getNumTriangles(), 65'000U);
     EXPECT_GT(coarse.getMesh(0)->getNumTriangles(), 5'000U);
     EXPECT_EQ(coarse.numMeshes(), whole.numMeshes());
+}
+
+TEST(CoarseScene, ManySmallMeshesOfOneColourBecomeOne) {
+    const KivScene scene = manyTriangles(5000, [](unsigned int i) { return i % 3 == 0 ? 0x0000FFU : 0x00FF00U; });
+    const auto coarse = coarseScene(scene);
+    ASSERT_TRUE(coarse);
+    ASSERT_EQ(coarse->numMeshes(), 2U);
+    std::map<std::uint32_t, unsigned int> triangles;
+    for (unsigned int i = 0; i < 2; ++i) {
+        const KivMesh& mesh = *coarse->getMesh(i);
+        triangles[mesh.getMaterial()->getDiffuse()] = mesh.getNumTriangles();
+        expectSoundMesh(mesh);
+    }
+    EXPECT_EQ(triangles[0x0000FF], 1667U);
+    EXPECT_EQ(triangles[0x00FF00], 3333U);
+    EXPECT_EQ(coarse->numLines(), 1U) << "lines stay in sight";
+    EXPECT_FALSE(coarseScene(manyTriangles(200, [](unsigned int) { return 0U; }))) << "light enough as it is";
+}
+
+TEST(CoarseScene, MeshesAndTrianglesAreBoundedWhateverTheColours) {
+    RawRandom random(5);
+    const KivScene scene = manyTriangles(200'000, [&](unsigned int) { return random.below(1U << 24); });
+    const auto coarse = coarseScene(scene);
+    ASSERT_TRUE(coarse);
+    EXPECT_LE(coarse->numMeshes(), 200U);
+    EXPECT_GT(coarse->numMeshes(), 10U) << "the colours are still told apart";
+    std::uint64_t triangles = 0;
+    for (unsigned int i = 0; i < coarse->numMeshes(); ++i) {
+        triangles += coarse->getMesh(i)->getNumTriangles();
+    }
+    EXPECT_LE(triangles, 100'000U);
+    EXPECT_GT(triangles, 1'000U);
 }
 
 TEST(CoarseMesh, ASurfaceKeepsItsPlaceItsAreaAndItsNormals) {

@@ -1,6 +1,7 @@
 #include "apps/studio/studiomodel.h"
 
 #include "apps/common/demoscene.h"
+#include "apps/studio/coarsemodel.h"
 #include "import/scenebuilder.h"
 #include "kivrender/render/kivrenderer.h"
 #include "kivrender/scene/kivbox.h"
@@ -11,14 +12,10 @@
 #include <array>
 #include <cmath>
 #include <limits>
-#include <unordered_map>
 
 namespace {
 
 constexpr double pi = 3.14159265358979323846;
-// What is drawn fast enough to follow a hand.
-constexpr std::uint64_t lightTriangles = 150'000;
-constexpr std::uint64_t coarseTriangles = 60'000;
 
 Kiv3DVector between(const Kiv3DPoint& a, const Kiv3DPoint& b) {
     return {b.x - a.x, b.y - a.y, b.z - a.z};
@@ -55,110 +52,6 @@ Kiv3DPoint highest(const KivBox& box) {
     return {box.getXMax(), box.getYMax(), box.getZMax()};
 }
 
-// Sums of the vertices of a cell.
-struct Cell {
-    Kiv3DVector place{0.0, 0.0, 0.0};
-    Kiv3DVector normal{0.0, 0.0, 0.0};
-    unsigned int count = 0;
-};
-
-// The number of each vertex's cell, and the cells.
-struct Clusters {
-    std::vector<unsigned int> cellOf;
-    std::vector<Cell> cells;
-};
-
-// A mesh that is only read has no box unless it was asked for one before.
-KivBox boxOf(const KivMesh& mesh) {
-    constexpr double infinity = std::numeric_limits<double>::infinity();
-    Kiv3DPoint low(infinity, infinity, infinity);
-    Kiv3DPoint high(-infinity, -infinity, -infinity);
-    for (unsigned int i = 0; i < mesh.getNumVertexs(); ++i) {
-        const Kiv3DPoint p = mesh.getVertex(i);
-        low = {std::min(low.x, p.x), std::min(low.y, p.y), std::min(low.z, p.z)};
-        high = {std::max(high.x, p.x), std::max(high.y, p.y), std::max(high.z, p.z)};
-    }
-    return {low.x, high.x, low.y, high.y, low.z, high.z};
-}
-
-// A grid of so many cells along the longest side of the box.
-Clusters cluster(const KivMesh& mesh, const KivBox& box, double across) {
-    const Kiv3DVector size = between(lowest(box), highest(box));
-    const double side = std::max({size.x, size.y, size.z, 1e-9}) / across;
-    Clusters clusters;
-    clusters.cellOf.resize(mesh.getNumVertexs());
-    std::unordered_map<std::uint64_t, unsigned int> numbers;
-    for (unsigned int i = 0; i < mesh.getNumVertexs(); ++i) {
-        const Kiv3DPoint p = mesh.getVertex(i);
-        const Kiv3DVector inside = between(lowest(box), p);
-        const auto along = [&](double v) {
-            // What is no number counts as the first cell.
-            return v > 0.0 ? static_cast<std::uint64_t>(std::min(std::floor(v / side), std::ceil(across) - 1.0)) : 0;
-        };
-        const std::uint64_t key = along(inside.x) << 42 | along(inside.y) << 21 | along(inside.z);
-        const auto [found, isNew] = numbers.try_emplace(key, static_cast<unsigned int>(clusters.cells.size()));
-        if (isNew) {
-            clusters.cells.emplace_back();
-        }
-        Cell& cell = clusters.cells[found->second];
-        cell.place = {cell.place.x + p.x, cell.place.y + p.y, cell.place.z + p.z};
-        if (mesh.hasNormals()) {
-            const Kiv3DVector n = mesh.getNormal(i);
-            cell.normal = {cell.normal.x + n.x, cell.normal.y + n.y, cell.normal.z + n.z};
-        }
-        ++cell.count;
-        clusters.cellOf[i] = found->second;
-    }
-    return clusters;
-}
-
-using Corners = std::array<unsigned int, 3>;
-
-// The triangles that reach over three cells, each once.
-std::vector<Corners> keptTriangles(const KivMesh& mesh, const Clusters& clusters) {
-    std::vector<Corners> kept;
-    for (unsigned int t = 0; t < mesh.getNumTriangles(); ++t) {
-        Corners corner = {};
-        mesh.getTriangle(corner.data(), t);
-        for (unsigned int& c : corner) {
-            c = clusters.cellOf[c];
-        }
-        if (corner[0] != corner[1] && corner[1] != corner[2] && corner[2] != corner[0]) {
-            // The same way round from its lowest corner on: equal ones are then equal to the letter.
-            std::rotate(corner.begin(), std::min_element(corner.begin(), corner.end()), corner.end());
-            kept.push_back(corner);
-        }
-    }
-    std::sort(kept.begin(), kept.end());
-    kept.erase(std::unique(kept.begin(), kept.end()), kept.end());
-    return kept;
-}
-
-std::unique_ptr<KivMesh> build(const KivMesh& mesh, const Clusters& clusters, const std::vector<Corners>& triangles) {
-    auto coarse = std::make_unique<KivMesh>();
-    coarse->reserveVertexs(static_cast<unsigned int>(clusters.cells.size()));
-    coarse->reserveTriangles(static_cast<unsigned int>(triangles.size()));
-    for (const Cell& cell : clusters.cells) {
-        const Kiv3DPoint place(cell.place.x / cell.count, cell.place.y / cell.count, cell.place.z / cell.count);
-        if (mesh.hasNormals()) {
-            // Where the two sides of a thin part cancel out any way will do.
-            Kiv3DVector normal = cell.normal.norm() == 0.0 ? Kiv3DVector(0.0, 0.0, 1.0) : cell.normal;
-            normal.normalice();
-            coarse->addVertex(place, normal);
-        } else {
-            coarse->addVertex(place);
-        }
-    }
-    for (const Corners& corner : triangles) {
-        coarse->addTriangle(corner[0], corner[1], corner[2]);
-    }
-    if (const KivMaterial* const material = mesh.getMaterial()) {
-        KivMaterial copy = *material;
-        coarse->setMaterial(copy);
-    }
-    return coarse;
-}
-
 KivModel builtInModel() {
     KivModel model;
     std::vector<kivimport::ModelParts> parts;
@@ -181,24 +74,6 @@ StudioLight toStudio(const KivLight& light) {
 }
 
 } // namespace
-
-std::unique_ptr<KivMesh> coarseMesh(const KivMesh& mesh, unsigned int wantedTriangles) {
-    if (mesh.getNumTriangles() <= wantedTriangles) {
-        return std::make_unique<KivMesh>(mesh);
-    }
-    // A surface of size s in cells of size c has about 2 (s/c)^2 triangles, times a few for its folds. What fills space
-    // has far more, and is tried again in larger cells; in a single one nothing is left.
-    double across = std::clamp(std::sqrt(wantedTriangles / 6.0), 1.0, 1000.0);
-    const KivBox box = boxOf(mesh);
-    for (;;) {
-        const Clusters clusters = cluster(mesh, box, across);
-        const std::vector<Corners> kept = keptTriangles(mesh, clusters);
-        if (kept.size() <= wantedTriangles || across <= 1.0) {
-            return build(mesh, clusters, kept);
-        }
-        across = std::max(across / 2.0, 1.0);
-    }
-}
 
 StudioModel::StudioModel() : imported(builtInModel()) {
     prepare();
@@ -224,15 +99,7 @@ bool StudioModel::load(const StudioState& state, std::wstring* message) {
 
 void StudioModel::prepare() {
     all = scenePoints(*imported.scene);
-    coarse.reset();
-    if (triangles() > lightTriangles) {
-        coarse.emplace();
-        for (unsigned int i = 0; i < imported.scene->numMeshes(); ++i) {
-            const KivMesh& mesh = *imported.scene->getMesh(i);
-            const auto part = static_cast<unsigned int>(coarseTriangles * mesh.getNumTriangles() / triangles());
-            coarse->addMesh(coarseMesh(mesh, std::max(part, 200U)).release());
-        }
-    }
+    coarse = coarseScene(*imported.scene);
 }
 
 const KivModel& StudioModel::model() const {

@@ -58,8 +58,4 @@ private:
     std::optional<KivScene> coarse;
 };
 
-// A mesh of at most that many triangles with the shape of the other: vertices that fall into one cell of a grid
-// become one. A mesh that is small enough comes out as it is. Takes time in proportion to the triangles.
-std::unique_ptr<KivMesh> coarseMesh(const KivMesh& mesh, unsigned int wantedTriangles);
-
 #endif

@@ -134,12 +134,12 @@ TEST(StudioModel, ARayMeetsTheNearestMesh) {
     EXPECT_EQ(model.pick(at(2.0), {1, 0, 0}), 1) << "what is behind the eye does not count";
     EXPECT_EQ(model.pick(at(2.0), {0, 1, 0}), -1);
     EXPECT_EQ(model.pick(at(9.0), {0, 0, 0}), -1);
-    ASSERT_EQ(model.corners(1).size(), 8U);
-    for (const Kiv3DPoint& corner : model.corners(1)) {
+    ASSERT_EQ(model.corners({1}).size(), 8U);
+    for (const Kiv3DPoint& corner : model.corners({1})) {
         EXPECT_GE(corner.x, at(2.99).x);
     }
-    EXPECT_TRUE(model.corners(-1).empty());
-    EXPECT_TRUE(model.corners(2).empty());
+    EXPECT_TRUE(model.corners({-1}).empty());
+    EXPECT_TRUE(model.corners({2}).empty());
 }
 
 TEST(StudioModel, EachRenderHasASceneOfItsOwnWithTheSameMeshes) {

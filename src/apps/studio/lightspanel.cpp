@@ -83,13 +83,27 @@ LightsPanel::LightsPanel(QWidget* parent)
     form->addRow(studioText(StudioText::lightKind), kind);
     form->addRow(studioText(StudioText::lightColour), colour);
     const QString degrees = QStringLiteral("\u00B0");
-    azimuth = addField(form, static_cast<int>(StudioText::lightAzimuth), -180.0, 180.0, degrees);
+    const auto turn = [this](StudioLight* light, const double* newAzimuth, const double* newElevation) {
+        double around = 0.0;
+        double high = 0.0;
+        toAngles(light->direction, isZUp(), &around, &high);
+        light->direction = fromAngles(newAzimuth != nullptr ? *newAzimuth : around,
+                                      newElevation != nullptr ? *newElevation : high, isZUp());
+    };
+    azimuth = addField(form, static_cast<int>(StudioText::lightAzimuth), -180.0, 180.0, degrees,
+                       [turn](StudioLight* light, double value) { turn(light, &value, nullptr); });
     azimuth->setWrapping(true);
-    elevation = addField(form, static_cast<int>(StudioText::lightElevation), -90.0, 90.0, degrees);
+    elevation = addField(form, static_cast<int>(StudioText::lightElevation), -90.0, 90.0, degrees,
+                         [turn](StudioLight* light, double value) { turn(light, nullptr, &value); });
     for (int i = 0; i < 3; ++i) {
-        place[i] = addField(form, static_cast<int>(StudioText::lightX) + i, -100000.0, 100000.0, QString());
+        place[i] = addField(form, static_cast<int>(StudioText::lightX) + i, -100000.0, 100000.0, QString(),
+                            [i](StudioLight* light, double value) {
+                                double* const axes[] = {&light->location.x, &light->location.y, &light->location.z};
+                                *axes[i] = value;
+                            });
     }
-    angle = addField(form, static_cast<int>(StudioText::lightAngle), 1.0, 90.0, degrees);
+    angle = addField(form, static_cast<int>(StudioText::lightAngle), 1.0, 90.0, degrees,
+                     [](StudioLight* light, double value) { light->angle = value; });
     column->addLayout(form);
     connect(list, &QListWidget::currentRowChanged, this, [this] {
         if (!showing) {
@@ -99,18 +113,22 @@ LightsPanel::LightsPanel(QWidget* parent)
     });
     connect(removeButton, &QToolButton::clicked, this, &LightsPanel::removeCurrent);
     connect(defaultButton, &QPushButton::clicked, this, &LightsPanel::defaultWanted);
-    connect(kind, &QComboBox::activated, this, [this] { readFields(); });
+    connect(kind, &QComboBox::activated, this, [this](int chosen) {
+        edit([chosen](StudioLight* light) { light->kind = static_cast<StudioLight::Kind>(std::max(chosen, 0)); });
+    });
     connect(colour, &KivColorField::clicked, this, &LightsPanel::pickColour);
 }
 
-QDoubleSpinBox* LightsPanel::addField(QFormLayout* layout, int text, double low, double high, const QString& suffix) {
+QDoubleSpinBox* LightsPanel::addField(QFormLayout* layout, int text, double low, double high, const QString& suffix,
+                                      const std::function<void(StudioLight*, double)>& take) {
     auto* const field = new QDoubleSpinBox(this);
     field->setRange(low, high);
     field->setDecimals(1);
     field->setSuffix(suffix);
     field->setSingleStep(5.0);
     layout->addRow(studioText(static_cast<StudioText>(text)), field);
-    connect(field, &QDoubleSpinBox::valueChanged, this, [this] { readFields(); });
+    connect(field, &QDoubleSpinBox::valueChanged, this,
+            [this, take](double value) { edit([&](StudioLight* light) { take(light, value); }); });
     return field;
 }
 
@@ -127,11 +145,17 @@ void LightsPanel::setCurrent(int light) {
 }
 
 void LightsPanel::show(const std::vector<StudioLight>& lights, bool own, const StudioCamera& shown) {
+    const bool wasZUp = isZUp();
+    const bool isSame = own == isOwn && lights == all && list->count() == static_cast<int>(all.size());
+    camera = shown;
+    if (isSame && wasZUp == isZUp() && hasShown) {
+        return; // the camera moved, and the list is as it was
+    }
+    hasShown = true;
     const int former = list->currentRow();
     showing = true;
     all = lights;
     isOwn = own;
-    camera = shown;
     list->clear();
     for (std::size_t i = 0; i < all.size(); ++i) {
         QPixmap patch(16, 16);
@@ -169,7 +193,7 @@ void LightsPanel::showFields() {
     colour->setColor(toColor(light.colour));
     double around = 0.0;
     double high = 0.0;
-    toAngles(light.direction, camera.up.z > camera.up.y, &around, &high);
+    toAngles(light.direction, isZUp(), &around, &high);
     azimuth->setValue(around);
     elevation->setValue(high);
     place[0]->setValue(light.location.x);
@@ -179,17 +203,18 @@ void LightsPanel::showFields() {
     showing = false;
 }
 
-void LightsPanel::readFields() {
+void LightsPanel::edit(const std::function<void(StudioLight*)>& change) {
     const int row = list->currentRow();
-    if (showing || row < 0) {
+    if (showing || row < 0 || static_cast<std::size_t>(row) >= all.size()) {
         return;
     }
-    StudioLight& light = all[static_cast<std::size_t>(row)];
-    light.kind = static_cast<StudioLight::Kind>(std::max(kind->currentIndex(), 0));
-    light.direction = fromAngles(azimuth->value(), elevation->value(), camera.up.z > camera.up.y);
-    light.location = {place[0]->value(), place[1]->value(), place[2]->value()};
-    light.angle = angle->value();
-    emit changed();
+    hasShown = false;
+    change(&all[static_cast<std::size_t>(row)]);
+    emit changed(StudioText::changeLights);
+}
+
+bool LightsPanel::isZUp() const {
+    return camera.up.z > camera.up.y;
 }
 
 void LightsPanel::pickColour() {
@@ -197,11 +222,12 @@ void LightsPanel::pickColour() {
     if (row < 0) {
         return;
     }
-    StudioLight& light = all[static_cast<std::size_t>(row)];
-    const QColor picked = QColorDialog::getColor(toColor(light.colour), this, studioText(StudioText::colourOfLight));
+    const QColor former = toColor(all[static_cast<std::size_t>(row)].colour);
+    const QColor picked = QColorDialog::getColor(former, this, studioText(StudioText::colourOfLight));
     if (picked.isValid()) {
-        light.colour = static_cast<std::uint32_t>(picked.red() | picked.green() << 8 | picked.blue() << 16);
-        emit changed();
+        edit([&](StudioLight* light) {
+            light->colour = static_cast<std::uint32_t>(picked.red() | picked.green() << 8 | picked.blue() << 16);
+        });
     }
 }
 
@@ -227,13 +253,15 @@ void LightsPanel::add(StudioLight::Kind newKind) {
     list->addItem(QString());
     list->setCurrentRow(list->count() - 1);
     showing = false;
-    emit changed();
+    hasShown = false;
+    emit changed(StudioText::addedLight);
 }
 
 void LightsPanel::removeCurrent() {
     const int row = list->currentRow();
     if (row >= 0 && static_cast<std::size_t>(row) < all.size()) {
         all.erase(all.begin() + row);
-        emit changed();
+        hasShown = false;
+        emit changed(StudioText::removedLight);
     }
 }

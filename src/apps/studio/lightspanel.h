@@ -3,9 +3,11 @@
 #define APPS_STUDIO_LIGHTSPANEL_H
 
 #include "apps/studio/studiostate.h"
+#include "apps/studio/studiotexts.h"
 
 #include <QWidget>
 
+#include <functional>
 #include <vector>
 
 class KivColorField;
@@ -33,7 +35,8 @@ public:
     static constexpr std::size_t mostLights = 8;
 
 signals:
-    void changed();
+    // what: the change, as undo names it.
+    void changed(StudioText what);
     void currentChanged();
     void defaultWanted();
 
@@ -41,14 +44,19 @@ private:
     void add(StudioLight::Kind kind);
     void removeCurrent();
     void showFields();
-    void readFields();
+    // Changes the current light: what the user has not touched keeps its exact value.
+    void edit(const std::function<void(StudioLight*)>& change);
     void pickColour();
-    QDoubleSpinBox* addField(QFormLayout* form, int text, double low, double high, const QString& suffix);
+    // take: puts the field's value into a light.
+    QDoubleSpinBox* addField(QFormLayout* form, int text, double low, double high, const QString& suffix,
+                             const std::function<void(StudioLight*, double)>& take);
+    bool isZUp() const;
 
     std::vector<StudioLight> all;
     bool isOwn = false;
     StudioCamera camera;
     bool showing = false;
+    bool hasShown = false; // the list and the fields show the lights as they are
     QListWidget* list;
     QToolButton* addButton;
     QToolButton* removeButton;

@@ -1,6 +1,7 @@
 #include "apps/studio/lookpanel.h"
 
 #include "apps/studio/studiotexts.h"
+#include "kivrender/render/kivstreamlines.h"
 
 #include <QComboBox>
 #include <QHBoxLayout>
@@ -10,6 +11,22 @@
 #include <QVBoxLayout>
 
 #include <unordered_map>
+
+namespace {
+
+// The style that a stream names in its first cell, if any.
+QString styleOf(const std::vector<KivProperty>& cells) {
+    if (cells.empty() || cells.front().getType() != KivProperty::String) {
+        return {};
+    }
+    std::wstring line;
+    cells.front().getValue(line);
+    const QString text = kivToQt(line);
+    const QString header = QString::fromWCharArray(kivStyleHeader);
+    return text.startsWith(header) ? text.mid(header.size()) : QString();
+}
+
+} // namespace
 
 // Drawn four times as large with lines four times as wide; the window reduces it to what its screen has of pixels.
 void LookDialog::fillPreviewCommonSettings(KivCommonSettings* settings) const {
@@ -32,6 +49,11 @@ LookPanel::LookPanel(QWidget* parent)
     heading->setFont(bold);
     drop->setText(studioText(StudioText::asPicture));
     drop->setToolTip(studioText(StudioText::asPictureTip));
+    // Its place stays while it is hidden: nothing below moves when it comes.
+    QSizePolicy kept = drop->sizePolicy();
+    kept.setRetainSizeWhenHidden(true);
+    drop->setSizePolicy(kept);
+    heading->setTextFormat(Qt::PlainText); // names of objects come in it
     row->addWidget(heading, 1);
     row->addWidget(drop);
     column->addLayout(row);
@@ -65,8 +87,10 @@ KivPropertiesDlg& LookPanel::dialog() {
     return panel;
 }
 
-void LookPanel::show(const StudioState& state, const std::vector<int>& objects) {
+void LookPanel::show(const StudioState& state, const std::vector<int>& objects, const QString& name) {
+    flush();
     selected = objects;
+    objectName = name;
     options = state.options;
     document = state.look.stream();
     gather(state);
@@ -76,6 +100,7 @@ void LookPanel::show(const StudioState& state, const std::vector<int>& objects) 
         panel.setData(&average);
     }
     panel.changesWritten();
+    style = shownStyle();
     setHeading();
 }
 
@@ -109,8 +134,21 @@ void LookPanel::gather(const StudioState& state) {
     average.buildAverageData(managers);
 }
 
+QString LookPanel::shownStyle() const {
+    return styleOf(selected.empty() ? document.getCells() : KivMemoryDataManager(average).getCells());
+}
+
+QString LookPanel::chosenStyle() const {
+    return chosen;
+}
+
 void LookPanel::setHeading() {
+    constexpr int roomForName = 170; // pixels, as the heading must not widen the panel
+    const bool isNamed = selected.size() == 1 && !objectName.isEmpty();
+    const QString name = heading->fontMetrics().elidedText(objectName, Qt::ElideMiddle, roomForName);
+    heading->setToolTip(isNamed ? objectName.toHtmlEscaped() : QString());
     heading->setText(selected.empty()       ? studioText(StudioText::lookOfPicture)
+                     : isNamed              ? studioText(StudioText::lookOfNamed).arg(name)
                      : selected.size() == 1 ? studioText(StudioText::lookOfOne)
                                             : studioText(StudioText::lookOfObjects).arg(selected.size()));
     drop->setVisible(hasOwn);
@@ -125,6 +163,9 @@ void LookPanel::flush() {
 void LookPanel::commit() {
     panel.saveData();
     panel.changesWritten();
+    const QString former = style;
+    style = shownStyle();
+    chosen = style != former ? style : QString();
     if (!selected.empty()) {
         std::vector<KivDataManager*> managers;
         for (KivMemoryDataManager& each : own) {

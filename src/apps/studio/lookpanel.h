@@ -30,13 +30,16 @@ public:
     explicit LookPanel(QWidget* parent = nullptr);
     ~LookPanel() override;
 
-    // Shows the look of these objects, or without any that of the picture. What the user has changed and was not told
-    // yet is told first.
-    void show(const StudioState& state, const std::vector<int>& objects);
+    // Shows the look of these objects, or without any that of the picture; name: of a single object. What the user has
+    // changed and was not told yet is told first, so that the state must be the one that follows what is told.
+    void show(const StudioState& state, const std::vector<int>& objects, const QString& name = {});
     // Tells at once what the user has changed last.
     void flush();
     // The state with what stands in the panel.
     void write(StudioState* state) const;
+
+    // The style that the last change has chosen; empty if it was no choice of a style.
+    QString chosenStyle() const;
 
     KivPropertiesDlg& dialog();
 
@@ -49,6 +52,7 @@ signals:
 private:
     void commit();
     void gather(const StudioState& state);
+    QString shownStyle() const;
     void setHeading();
 
     KivQtWindow frame;
@@ -60,6 +64,9 @@ private:
     std::vector<std::size_t> ownOf;        // of each selected object, which of them
     KivAverageDataManager average;
     bool hasOwn = false; // one of them had a look of its own
+    QString objectName;
+    QString style;
+    QString chosen;
     QLabel* heading;
     QPushButton* drop;
 };

@@ -153,9 +153,27 @@ void PictureView::mouseMoveEvent(QMouseEvent* event) {
     factor = zoom();
     const QPointF moved = now - grabbed;
     grabbed = now;
-    middle = QPointF(std::clamp(middle.x() - moved.x() / whole.width(), 0.0, 1.0),
-                     std::clamp(middle.y() - moved.y() / whole.height(), 0.0, 1.0));
+    moveBy(moved);
+}
+
+void PictureView::moveBy(const QPointF& pixels) {
+    const QRectF whole = place();
+    if (whole.isEmpty()) {
+        return;
+    }
+    middle = QPointF(std::clamp(middle.x() - pixels.x() / whole.width(), 0.0, 1.0),
+                     std::clamp(middle.y() - pixels.y() / whole.height(), 0.0, 1.0));
     update();
+}
+
+// An arrow key: what lies that way comes into sight. Under a dividing line the line has the keys that go its way.
+void PictureView::step(int x, int y, Qt::KeyboardModifiers modifiers) {
+    constexpr double share = 0.1; // of the window
+    if (!right.isNull() && x != 0 && !(modifiers & Qt::ShiftModifier)) {
+        setDivider(part + 0.02 * x);
+    } else if (factor > 0.0) {
+        moveBy({-x * share * width(), -y * share * height()});
+    }
 }
 
 void PictureView::mouseReleaseEvent(QMouseEvent*) {
@@ -187,10 +205,16 @@ void PictureView::keyPressEvent(QKeyEvent* event) {
         zoomAt(1.0, centre);
         break;
     case Qt::Key_Left:
-        setDivider(part - 0.02);
+        step(-1, 0, event->modifiers());
         break;
     case Qt::Key_Right:
-        setDivider(part + 0.02);
+        step(1, 0, event->modifiers());
+        break;
+    case Qt::Key_Up:
+        step(0, -1, event->modifiers());
+        break;
+    case Qt::Key_Down:
+        step(0, 1, event->modifiers());
         break;
     default:
         QWidget::keyPressEvent(event);

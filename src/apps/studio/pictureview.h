@@ -36,6 +36,8 @@ private:
     QRectF place() const; // of the picture in the window
     double fittingZoom() const;
     double dividerX() const;
+    void moveBy(const QPointF& pixels);
+    void step(int x, int y, Qt::KeyboardModifiers modifiers);
     void zoomAt(double factor, const QPointF& point);
     void drawCaption(QPainter& painter) const;
 

@@ -9,13 +9,13 @@ constexpr std::size_t nowhere = std::numeric_limits<std::size_t>::max();
 } // namespace
 
 void StudioHistory::start(const StudioState& state) {
-    steps.assign(1, Step{state, 0, 0});
+    steps.assign(1, Step{state, 0, 0, {}});
     current = 0;
     clean = 0;
     mergeable = false;
 }
 
-void StudioHistory::push(const StudioState& state, unsigned int text, int kind, std::int64_t now) {
+void StudioHistory::push(const StudioState& state, unsigned int text, int kind, std::int64_t now, const QString& name) {
     if (state == present()) {
         return;
     }
@@ -27,8 +27,9 @@ void StudioHistory::push(const StudioState& state, unsigned int text, int kind, 
                         current > 0 && clean != current;
     if (merges) {
         steps.back().state = state;
+        steps.back().name = name;
     } else {
-        steps.push_back({state, text, kind});
+        steps.push_back({state, text, kind, name});
         ++current;
     }
     if (steps.size() > mostSteps + 1) {
@@ -54,6 +55,18 @@ unsigned int StudioHistory::undoText() const {
 
 unsigned int StudioHistory::redoText() const {
     return canRedo() ? steps[current + 1].text : 0;
+}
+
+QString StudioHistory::undoName() const {
+    return canUndo() ? steps[current].name : QString();
+}
+
+QString StudioHistory::redoName() const {
+    return canRedo() ? steps[current + 1].name : QString();
+}
+
+void StudioHistory::endMerging() {
+    mergeable = false;
 }
 
 const StudioState& StudioHistory::undo() {

@@ -18,13 +18,19 @@ public:
     // The state after a change. text: the number of the text that names the change. A change of the same kind (above 0)
     // that comes within mergeTime of the last one becomes one step with it. now: milliseconds on any clock that goes
     // on. A state that equals the present one is no step.
-    void push(const StudioState& state, unsigned int text, int kind, std::int64_t now);
+    // name: of a step whose name is no text of the language, as that of a style; empty for none.
+    void push(const StudioState& state, unsigned int text, int kind, std::int64_t now, const QString& name = {});
+    // Nothing merges across this point.
+    void endMerging();
 
     bool canUndo() const;
     bool canRedo() const;
     // The numbers of the texts of the steps, 0 for none.
     unsigned int undoText() const;
     unsigned int redoText() const;
+    // Their names, empty for those that are named by their text.
+    QString undoName() const;
+    QString redoName() const;
     // Each goes one step; without one it stays. Returns the present state.
     const StudioState& undo();
     const StudioState& redo();
@@ -41,6 +47,7 @@ private:
         StudioState state;
         unsigned int text = 0; // of the change that led here
         int kind = 0;
+        QString name;
     };
 
     std::vector<Step> steps{1};

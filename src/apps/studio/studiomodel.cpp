@@ -7,6 +7,9 @@
 #include "kivrender/scene/kivbox.h"
 #include "kivrender/scene/kivmesh.h"
 #include "kivrender/settings/kivpagesettings.h"
+#include "qt/kivqttext.h"
+
+#include <QFileInfo>
 
 #include <algorithm>
 #include <array>
@@ -52,6 +55,25 @@ Kiv3DPoint highest(const KivBox& box) {
     return {box.getXMax(), box.getYMax(), box.getZMax()};
 }
 
+// The corners of the box around the points; none without a point.
+std::vector<Kiv3DPoint> cornersAround(const std::vector<Kiv3DPoint>& points) {
+    if (points.empty()) {
+        return {};
+    }
+    Kiv3DPoint low = points.front();
+    Kiv3DPoint high = low;
+    for (const Kiv3DPoint& p : points) {
+        low = {std::min(low.x, p.x), std::min(low.y, p.y), std::min(low.z, p.z)};
+        high = {std::max(high.x, p.x), std::max(high.y, p.y), std::max(high.z, p.z)};
+    }
+    std::vector<Kiv3DPoint> list;
+    list.reserve(8);
+    for (int i = 0; i < 8; ++i) {
+        list.emplace_back(i & 1 ? high.x : low.x, i & 2 ? high.y : low.y, i & 4 ? high.z : low.z);
+    }
+    return list;
+}
+
 KivModel builtInModel() {
     KivModel model;
     std::vector<kivimport::ModelParts> parts;
@@ -93,12 +115,15 @@ bool StudioModel::load(const StudioState& state, std::wstring* message) {
         }
     }
     imported = std::move(read);
+    firstFile = state.models.empty() ? QString() : QFileInfo(kivToQt(state.models.front())).completeBaseName();
     prepare();
     return true;
 }
 
 void StudioModel::prepare() {
     all = scenePoints(*imported.scene);
+    ends = cornersAround(all);
+    ++loaded;
     coarse = coarseScene(*imported.scene);
 }
 
@@ -122,18 +147,24 @@ int StudioModel::numMeshes() const {
     return static_cast<int>(imported.scene->numMeshes());
 }
 
-std::vector<Kiv3DPoint> StudioModel::corners(int mesh) const {
-    if (mesh < 0 || mesh >= numMeshes()) {
-        return {};
+std::uint64_t StudioModel::revision() const {
+    return loaded;
+}
+
+QString StudioModel::fileName() const {
+    return firstFile;
+}
+
+std::vector<Kiv3DPoint> StudioModel::corners(const std::vector<int>& meshes) const {
+    std::vector<Kiv3DPoint> extremes;
+    for (const int mesh : meshes) {
+        if (mesh >= 0 && mesh < numMeshes()) {
+            const KivBox& box = *imported.scene->getMesh(static_cast<unsigned int>(mesh))->getBoundingBox();
+            extremes.push_back(lowest(box));
+            extremes.push_back(highest(box));
+        }
     }
-    const KivBox& box = *imported.scene->getMesh(static_cast<unsigned int>(mesh))->getBoundingBox();
-    const Kiv3DPoint ends[2] = {lowest(box), highest(box)};
-    std::vector<Kiv3DPoint> list;
-    list.reserve(8);
-    for (int i = 0; i < 8; ++i) {
-        list.emplace_back(ends[i & 1].x, ends[i >> 1 & 1].y, ends[i >> 2 & 1].z);
-    }
-    return list;
+    return cornersAround(extremes);
 }
 
 int StudioModel::pick(const Kiv3DPoint& from, const Kiv3DVector& way) const {
@@ -170,7 +201,8 @@ std::vector<StudioLight> StudioModel::ownLights(const StudioState& state) const 
         return state.lights;
     }
     std::vector<StudioLight> list;
-    for (const KivLight& light : lights(state)) {
+    // Those over the shoulder go with the camera: the box stands for all its points.
+    for (const KivLight& light : imported.lights.empty() ? defaultLights(state.camera.axes(), ends) : imported.lights) {
         list.push_back(toStudio(light));
     }
     return list;

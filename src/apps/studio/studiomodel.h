@@ -23,8 +23,12 @@ public:
     const std::vector<Kiv3DPoint>& points() const;
     std::uint64_t triangles() const;
     int numMeshes() const;
-    // The bounds of one mesh, as its corners; empty for an index without a mesh.
-    std::vector<Kiv3DPoint> corners(int mesh) const;
+    // Another number for each model that was loaded.
+    std::uint64_t revision() const;
+    // Of the first file, without its folder and ending; empty for the built-in scene.
+    QString fileName() const;
+    // The bounds of meshes together, as their corners; empty without a mesh. Indices without one are passed over.
+    std::vector<Kiv3DPoint> corners(const std::vector<int>& meshes) const;
     // The mesh that a ray meets first, -1 for none.
     int pick(const Kiv3DPoint& from, const Kiv3DVector& way) const;
 
@@ -55,6 +59,9 @@ private:
 
     KivModel imported;
     std::vector<Kiv3DPoint> all;
+    std::vector<Kiv3DPoint> ends; // of the box around them all, its corners
+    std::uint64_t loaded = 0;
+    QString firstFile;
     std::optional<KivScene> coarse;
 };
 

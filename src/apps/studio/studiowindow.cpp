@@ -23,8 +23,9 @@
 
 namespace {
 
-constexpr int settleDelay = 160;   // milliseconds after the last movement
-constexpr int recoverDelay = 1000; // milliseconds of work that a crash may cost
+constexpr std::size_t mostFrames = 200; // more objects have one frame around them all
+constexpr int settleDelay = 160;        // milliseconds after the last movement
+constexpr int recoverDelay = 1000;      // milliseconds of work that a crash may cost
 
 } // namespace
 
@@ -139,7 +140,7 @@ void StudioWindow::connectPanels() {
         StudioState next = current;
         if (next.hasLights && static_cast<std::size_t>(light) < next.lights.size()) {
             next.lights[static_cast<std::size_t>(light)] = moved;
-            change(next, StudioText::changeLights, lightsKind);
+            change(next, StudioText::moveLight, movedLightKind);
         }
     });
     connect(lookPanel, &LookPanel::changed, this, &StudioWindow::lookChanged);
@@ -147,13 +148,14 @@ void StudioWindow::connectPanels() {
     connect(objects, &ObjectsPanel::selectionChangedByUser, this, &StudioWindow::showSelection);
     connect(lights, &LightsPanel::changed, this, &StudioWindow::lightsChanged);
     connect(lights, &LightsPanel::currentChanged, this, [this] {
+        history.endMerging();
         view->setLights(current.hasLights ? current.lights : std::vector<StudioLight>(), lights->current());
     });
     connect(lights, &LightsPanel::defaultWanted, this, [this] {
         StudioState next = current;
         next.hasLights = false;
         next.lights.clear();
-        change(next, StudioText::changeLights);
+        change(next, StudioText::defaultLightsAgain);
     });
     connect(tabs, &QTabWidget::tabCloseRequested, this, &StudioWindow::closeTab);
     connect(tabs, &QTabWidget::currentChanged, this, &StudioWindow::updateActions);
@@ -166,8 +168,8 @@ void StudioWindow::connectPanels() {
 
 // --- the document ---
 
-void StudioWindow::change(const StudioState& next, StudioText what, Kind kind) {
-    history.push(next, static_cast<unsigned int>(what), kind, clock.elapsed());
+void StudioWindow::change(const StudioState& next, StudioText what, Kind kind, const QString& name) {
+    history.push(next, static_cast<unsigned int>(what), kind, clock.elapsed(), name);
     const StudioState before = current;
     current = next;
     follow(before);
@@ -193,13 +195,11 @@ void StudioWindow::follow(const StudioState& before) {
 
 void StudioWindow::showAll() {
     objects->show(model, current);
-    lookPanel->show(current, objects->selected());
     showLights();
     showSelection();
     view->setCamera(current.camera);
     view->setAspect(aspect());
-    facts->setText(
-        studioText(StudioText::triangles).arg(QLocale().toString(static_cast<qulonglong>(model.triangles()))));
+    showFacts();
     showTitle();
     updateActions();
     scheduleView();
@@ -210,6 +210,24 @@ QString StudioWindow::shownName() const {
     return !document.isEmpty()      ? QFileInfo(document).completeBaseName()
            : current.models.empty() ? studioText(StudioText::builtInName)
                                     : QFileInfo(kivToQt(current.models.front())).fileName();
+}
+
+// A drawing may have no triangle, and most models have no line.
+void StudioWindow::showFacts() {
+    const KivScene& scene = *model.model().scene;
+    QStringList parts;
+    const auto add = [&](StudioText one, StudioText many, std::uint64_t count, bool always) {
+        if (count == 1) {
+            parts << studioText(one);
+        } else if (count > 0 || always) {
+            parts << studioText(many).arg(QLocale().toString(static_cast<qulonglong>(count)));
+        }
+    };
+    const std::uint64_t lines = std::uint64_t{scene.numLines()} + scene.numPolyline();
+    add(StudioText::oneTriangle, StudioText::triangles, model.triangles(), lines + scene.numPoints() == 0);
+    add(StudioText::oneLine, StudioText::manyLines, lines, false);
+    add(StudioText::onePoint, StudioText::manyPoints, scene.numPoints(), false);
+    facts->setText(parts.join(QStringLiteral(", ")));
 }
 
 void StudioWindow::showTitle() {
@@ -226,12 +244,16 @@ void StudioWindow::showLights() {
 
 void StudioWindow::showSelection() {
     lookPanel->flush();
+    history.endMerging();
     const std::vector<int> selected = objects->selected();
-    lookPanel->show(current, selected);
+    lookPanel->show(current, selected, selected.size() == 1 ? objects->nameOf(selected.front()) : QString());
     std::vector<std::vector<Kiv3DPoint>> frames;
-    frames.reserve(selected.size());
-    for (const int object : selected) {
-        frames.push_back(model.corners(object));
+    if (selected.size() > mostFrames) {
+        frames.push_back(model.corners(selected));
+    } else {
+        for (const int object : selected) {
+            frames.push_back(model.corners({object}));
+        }
     }
     view->setFrames(frames);
 }
@@ -302,29 +324,27 @@ void StudioWindow::pickAt(const QPointF& pixel, Qt::KeyboardModifiers modifiers)
     showSelection();
 }
 
-void StudioWindow::lightsChanged() {
+void StudioWindow::lightsChanged(StudioText what) {
     StudioState next = current;
     next.lights = lights->lights();
     next.hasLights = true;
-    change(next, StudioText::changeLights, lightsKind);
+    change(next, what, what == StudioText::changeLights ? lightsKind : noKind);
 }
 
 void StudioWindow::lookChanged(bool ofObjects) {
     StudioState next = current;
     lookPanel->write(&next);
-    const bool marks = next.objects.size() != current.objects.size();
-    change(next, ofObjects ? StudioText::changeObjects : StudioText::changeLook, lookKind);
-    if (marks) {
-        objects->show(model, current);
-    }
+    change(next, ofObjects ? StudioText::changeObjects : StudioText::changeLook, lookKind, lookPanel->chosenStyle());
+    objects->show(model, current);
 }
 
 void StudioWindow::dropOwnLooks() {
+    lookPanel->flush();
     StudioState next = current;
     for (const int object : objects->selected()) {
         next.objects.erase(object);
     }
-    change(next, StudioText::changeObjects);
+    change(next, StudioText::dropLooks);
     showAll();
 }
 
@@ -338,7 +358,7 @@ void StudioWindow::editOptions() {
     StudioState next = current;
     next.options = box.options();
     change(next, StudioText::changeOptions);
-    lookPanel->show(current, objects->selected()); // its preview has the colours of the options
+    showSelection(); // its preview has the colours of the options
 }
 
 double StudioWindow::aspect() const {

@@ -75,16 +75,18 @@ private:
         QString file; // of a drawing
     };
     // Kinds of changes that merge in the history.
-    enum Kind { noKind, lookKind, cameraKind, lightsKind };
+    enum Kind { noKind, lookKind, cameraKind, lightsKind, movedLightKind };
 
     // --- studiowindow.cpp: the window and the document
     void makePanels();
     void connectPanels();
-    void change(const StudioState& next, StudioText what, Kind kind = noKind);
+    // name: that of the step, where none of the texts is it.
+    void change(const StudioState& next, StudioText what, Kind kind = noKind, const QString& name = {});
     // The window follows the state; before: what it showed.
     void follow(const StudioState& before);
     void showAll();
     QString shownName() const;
+    void showFacts();
     void showTitle();
     void showLights();
     void showSelection();
@@ -97,7 +99,7 @@ private:
     void cameraMoved(const StudioCamera& camera);
     void look(StudioSide side);
     void pickAt(const QPointF& pixel, Qt::KeyboardModifiers modifiers);
-    void lightsChanged();
+    void lightsChanged(StudioText what);
     void lookChanged(bool objects);
     void dropOwnLooks();
     void editOptions();

@@ -184,18 +184,20 @@ void StudioWindow::showIcons() {
 }
 
 void StudioWindow::updateActions() {
-    const auto step = [this](StudioText action, StudioText withName, unsigned int text, bool can) {
+    const auto step = [this](StudioText action, StudioText withName, unsigned int text, const QString& own, bool can) {
         actions[action]->setEnabled(can && !isFinalRunning);
         QString name = studioText(action);
         if (can && text != 0) {
-            name = studioText(withName).arg(studioText(static_cast<StudioText>(text)));
+            // A style may have an ampersand in its name.
+            QString what = own.isEmpty() ? studioText(static_cast<StudioText>(text)) : own;
+            name = studioText(withName).arg(what.replace(QLatin1Char('&'), QLatin1String("&&")));
         }
         const QString shortName = actions[action]->iconText();
         actions[action]->setText(name);
         actions[action]->setIconText(shortName);
     };
-    step(StudioText::undo, StudioText::undoWhat, history.undoText(), history.canUndo());
-    step(StudioText::redo, StudioText::redoWhat, history.redoText(), history.canRedo());
+    step(StudioText::undo, StudioText::undoWhat, history.undoText(), history.undoName(), history.canUndo());
+    step(StudioText::redo, StudioText::redoWhat, history.redoText(), history.redoName(), history.canRedo());
     actions[StudioText::parallel]->setChecked(current.camera.parallel);
     actions[StudioText::compare]->setEnabled(results.size() >= 2);
     actions[StudioText::closeResult]->setEnabled(tabs->currentIndex() > 0);

@@ -175,3 +175,37 @@ TEST_F(HeldInput, TheWishToCloseIsKept) {
     QApplication::processEvents();
     EXPECT_FALSE(window.isVisible());
 }
+
+TEST(PictureView, ArrowKeysMoveAZoomedPicture) {
+    QImage picture(400, 400, QImage::Format_RGB32);
+    for (int y = 0; y < 400; ++y) {
+        for (int x = 0; x < 400; ++x) {
+            picture.setPixel(x, y, qRgb(x / 2, y / 2, 0));
+        }
+    }
+    PictureView view;
+    view.resize(200, 200);
+    view.setPictures(picture);
+    const auto middle = [&view] { return view.grab().toImage().pixel(100, 100); };
+    const QRgb fitted = middle();
+    QTest::keyClick(&view, Qt::Key_Right);
+    EXPECT_EQ(middle(), fitted) << "there is nothing beside a picture that is seen whole";
+    view.zoomTo(1.0);
+    const QRgb before = middle();
+    QTest::keyClick(&view, Qt::Key_Right);
+    EXPECT_EQ(qRed(middle()), qRed(before) + 10) << "20 pixels";
+    QTest::keyClick(&view, Qt::Key_Left);
+    QTest::keyClick(&view, Qt::Key_Down);
+    EXPECT_EQ(qRed(middle()), qRed(before));
+    EXPECT_EQ(qGreen(middle()), qGreen(before) + 10);
+    QTest::keyClick(&view, Qt::Key_Up);
+    EXPECT_EQ(middle(), before);
+    // Under a dividing line the keys along it are its own, and with Shift the picture's.
+    view.setPictures(picture, picture);
+    QTest::keyClick(&view, Qt::Key_Right);
+    EXPECT_GT(view.divider(), 0.5);
+    const double divider = view.divider();
+    QTest::keyClick(&view, Qt::Key_Right, Qt::ShiftModifier);
+    EXPECT_EQ(view.divider(), divider);
+    EXPECT_EQ(qRed(view.grab().toImage().pixel(40, 40)), (200 - 60 + 20) / 2);
+}

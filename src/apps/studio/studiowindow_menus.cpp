@@ -101,11 +101,7 @@ void StudioWindow::makeViewMenu() {
         change(next, StudioText::changeCamera);
     });
     addAction(menu, StudioText::fitSelection, Qt::CTRL | Qt::Key_9, [this] {
-        std::vector<Kiv3DPoint> points;
-        for (const int object : objects->selected()) {
-            const std::vector<Kiv3DPoint> corners = model.corners(object);
-            points.insert(points.end(), corners.begin(), corners.end());
-        }
+        const std::vector<Kiv3DPoint> points = model.corners(objects->selected());
         StudioState next = current;
         next.camera.fit(points.empty() ? model.points() : points, viewShape());
         change(next, StudioText::changeCamera);

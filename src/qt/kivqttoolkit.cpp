@@ -15,6 +15,7 @@
 #include <QMessageBox>
 
 #include <cwchar>
+#include <vector>
 
 namespace {
 
@@ -36,17 +37,15 @@ QStringList toQtFilters(const wchar_t* filters) {
     return list;
 }
 
-// The first ending of a filter, "png" of "PNG images (*.png)"; empty for all files.
-QString firstEnding(const QString& filter) {
-    const qsizetype star = filter.indexOf(QLatin1String("(*."));
-    if (star < 0) {
-        return {};
-    }
-    QString ending;
-    for (qsizetype i = star + 3; i < filter.size() && filter[i].isLetterOrNumber(); ++i) {
-        ending += filter[i];
-    }
-    return ending;
+// A name without an ending gets that of the chosen kind, before the dialog looks whether there is such a file.
+void completeNames(QFileDialog& dialog, const QStringList& filters, const std::vector<std::wstring>& endings) {
+    const auto choose = [&dialog, filters, endings](const QString& filter) {
+        const qsizetype row = filters.indexOf(filter);
+        const bool known = row >= 0 && static_cast<std::size_t>(row) < endings.size();
+        dialog.setDefaultSuffix(known ? kivToQt(endings[static_cast<std::size_t>(row)]) : QString());
+    };
+    choose(dialog.selectedNameFilter());
+    QObject::connect(&dialog, &QFileDialog::filterSelected, &dialog, choose);
 }
 
 } // namespace
@@ -86,10 +85,7 @@ bool KivQtToolkit::pickFile(KivFileRequest& request) {
         dialog.selectNameFilter(filters.value(request.filter - 1, filters.first()));
     }
     if (!request.open) {
-        // A name without an ending gets that of the chosen kind.
-        dialog.setDefaultSuffix(firstEnding(dialog.selectedNameFilter()));
-        QObject::connect(&dialog, &QFileDialog::filterSelected, &dialog,
-                         [&dialog](const QString& filter) { dialog.setDefaultSuffix(firstEnding(filter)); });
+        completeNames(dialog, filters, request.endings);
     }
     if (!request.folder.empty()) {
         dialog.setDirectory(kivToQt(request.folder));

@@ -1,6 +1,8 @@
 // Message boxes, pickers and timers.
+#include "qt/kivqttext.h"
 #include "qt/qtdialogs.h"
 
+#include <QComboBox>
 #include <QDialog>
 #include <QFile>
 #include <QFileDialog>
@@ -48,6 +50,71 @@ TEST_F(QtDialogs, ThePickerHasTheFiltersOfTheHost) {
     ASSERT_GE(filters.size(), 6);
     EXPECT_TRUE(filters.contains("PNG images (*.png)"));
     EXPECT_TRUE(filters.contains("JPEG images (*.jpe *.jpg *.jpeg)")) << filters.join("|").toStdString();
+}
+
+// Types a name without an ending into a picker in which a row of the kinds is chosen.
+static void saveAs(QWidget* modal, const QString& folder, int row) {
+    auto* const dialog = qobject_cast<QFileDialog*>(modal);
+    ASSERT_NE(dialog, nullptr);
+    ASSERT_EQ(dialog->nameFilters().size(), 7);
+    EXPECT_EQ(dialog->selectedNameFilter(), dialog->nameFilters().constFirst());
+    dialog->setDirectory(folder);
+    auto* const kinds = dialog->findChild<QComboBox*>("fileTypeCombo");
+    ASSERT_NE(kinds, nullptr);
+    for (int i = 0; i < row; ++i) {
+        QTest::keyClick(kinds, Qt::Key_Down);
+    }
+    auto* const field = dialog->findChild<QLineEdit*>("fileNameEdit");
+    ASSERT_NE(field, nullptr);
+    field->setText("picture");
+    QTest::keyClick(field, Qt::Key_Return);
+}
+
+TEST_F(QtDialogs, ANameWithoutEndingGetsThatOfTheChosenKind) {
+    const QTemporaryDir folder;
+    const char* const bitmaps[] = {".jpg", ".jpg", ".tif", ".png", ".bmp", ".gif", ".jpg"};
+    const char* const drawings[] = {".pdf", ".pdf", ".ps", ".eps", ".ai", ".svg", ".pdf"};
+    wchar_t name[kivMaxPath] = {};
+    for (int row = 0; row < 7; ++row) {
+        whenModal([&](QWidget* modal) { saveAs(modal, folder.path(), row); });
+        EXPECT_EQ(host.getBitmapFilename(nullptr, name, kivMaxPath, 0), 1);
+        EXPECT_EQ(name, kivFromQt(folder.path() + "/picture" + bitmaps[row]));
+        whenModal([&](QWidget* modal) { saveAs(modal, folder.path(), row); });
+        EXPECT_EQ(host.getVectorialFilename(nullptr, name, kivMaxPath, 0), 1);
+        EXPECT_EQ(name, kivFromQt(folder.path() + "/picture" + drawings[row]));
+    }
+}
+
+// The name of the file that is there is "picture.jpg", and what the user types is "picture".
+TEST_F(QtDialogs, NoFileIsOverwrittenUnasked) {
+    const QTemporaryDir folder;
+    for (const char* const ending : {".jpg", ".pdf"}) {
+        QFile file(folder.path() + "/picture" + ending);
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    }
+    for (const bool drawing : {false, true}) {
+        for (const int row : {0, 1, 6}) {
+            int questions = 0;
+            QTimer user;
+            QObject::connect(&user, &QTimer::timeout, &user, [&questions] {
+                QWidget* const modal = QApplication::activeModalWidget();
+                if (auto* const box = qobject_cast<QMessageBox*>(modal)) {
+                    ++questions;
+                    box->button(QMessageBox::No)->click();
+                } else if (modal != nullptr && questions > 0) {
+                    static_cast<QDialog*>(modal)->reject();
+                }
+            });
+            user.start(10);
+            whenModal([&](QWidget* modal) { saveAs(modal, folder.path(), row); });
+            wchar_t name[kivMaxPath] = {};
+            EXPECT_EQ(drawing ? host.getVectorialFilename(nullptr, name, kivMaxPath, 0)
+                              : host.getBitmapFilename(nullptr, name, kivMaxPath, 0),
+                      0)
+                << row;
+            EXPECT_EQ(questions, 1) << row;
+        }
+    }
 }
 
 TEST_F(QtDialogs, ACancelledPickerChangesNothing) {

@@ -114,7 +114,9 @@ TEST_F(PictureTest, ANameWithoutEndingGetsTheOneOfItsRow) {
         toolkit.filter = row;
         EXPECT_EQ(host->getBitmapFilename(nullptr, name, kivMaxPath, 0), 1);
         EXPECT_EQ(name, std::wstring(L"/a.b/picture") + bitmapEndings[row - 1]);
+        EXPECT_EQ(toolkit.asked.endings, std::vector<std::wstring>(bitmapEndings, bitmapEndings + 7));
         EXPECT_EQ(host->getVectorialFilename(nullptr, name, kivMaxPath, 0), 1);
+        EXPECT_EQ(toolkit.asked.endings, std::vector<std::wstring>(vectorEndings, vectorEndings + 7));
         EXPECT_EQ(name, std::wstring(L"/a.b/picture") + vectorEndings[row - 1]);
     }
     const std::vector<std::wstring> expected{kivText(40), L"*.pdf;*.ps;*.eps;*.ai;*.svg;",

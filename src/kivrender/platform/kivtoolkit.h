@@ -11,6 +11,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 struct KivWindow;
 
@@ -32,10 +33,11 @@ struct KivFileRequest {
     bool fileMustExist = false;
     bool hideReadOnly = false;
     bool overwritePrompt = false;
-    const wchar_t* filters = nullptr; // title, zero, pattern ("*.a;*.b"), zero, title, ..., two zeros at the end
-    int filter = 1;                   // the row of filters chosen, from 1; in and out
-    std::wstring folder;              // where the picker starts; empty for the toolkit's choice
-    std::wstring file;                // in: the preset name; out: the full path chosen
+    const wchar_t* filters = nullptr;  // title, zero, pattern ("*.a;*.b"), zero, title, ..., two zeros at the end
+    std::vector<std::wstring> endings; // of each row, with the dot: what a saved name without one gets
+    int filter = 1;                    // the row of filters chosen, from 1; in and out
+    std::wstring folder;               // where the picker starts; empty for the toolkit's choice
+    std::wstring file;                 // in: the preset name; out: the full path chosen
 };
 
 class KIV_API KivToolkit {

@@ -59,6 +59,10 @@ bool pickFile(KivFileRequest& request, const FilterRow* rows, int open) {
     request.hideReadOnly = !request.open;
     request.overwritePrompt = !request.open;
     request.filter = 1;
+    // A desktop that knows them asks about the file that will be written, and not about a name that gets more to it.
+    for (int i = 0; i < filterRows; ++i) {
+        request.endings.emplace_back(rows[i].ending);
+    }
     if (!KivToolkit::get().pickFile(request)) {
         return false;
     }

@@ -13,13 +13,20 @@
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QMessageBox>
+#include <QPushButton>
 
 #include <cwchar>
 #include <vector>
 
 namespace {
 
-constexpr unsigned int titleOfColours = 2210; // a text
+// Texts of the language module.
+constexpr unsigned int textProgram = 52;
+constexpr unsigned int textTrashQuestion = 2016;
+constexpr unsigned int textTrashMove = 2017;
+constexpr unsigned int textTrashKeep = 2018;
+constexpr unsigned int textTrashFailed = 2019;
+constexpr unsigned int titleOfColours = 2210;
 
 // "title", "*.a;*.b" becomes "title (*.a *.b)". A title may name its patterns already.
 QStringList toQtFilters(const wchar_t* filters) {
@@ -61,6 +68,28 @@ int KivQtToolkit::showMessage(HWND owner, const std::wstring& text, const std::w
     return answer == QMessageBox::Yes              ? kivAnswerYes
            : answer == QMessageBox::No || question ? kivAnswerNo
                                                    : kivAnswerOk;
+}
+
+// The file is named as lists show it: without its ending.
+bool KivQtToolkit::moveToTrash(HWND owner, const std::wstring& path) {
+    const QString name = QFileInfo(kivToQt(path)).completeBaseName();
+    QMessageBox box(QMessageBox::Question, kivToQt(kivText(textProgram)), kivToQt(kivText(textTrashQuestion)).arg(name),
+                    QMessageBox::NoButton, KivQtWindow::widgetOf(owner));
+    box.setTextFormat(Qt::PlainText);
+    const QAbstractButton* const move = box.addButton(kivToQt(kivText(textTrashMove)), QMessageBox::AcceptRole);
+    QPushButton* const keep = box.addButton(kivToQt(kivText(textTrashKeep)), QMessageBox::RejectRole);
+    box.setDefaultButton(keep);
+    box.setEscapeButton(keep);
+    box.exec();
+    if (box.clickedButton() != move) {
+        return false;
+    }
+    const bool moved = KivToolkit::moveToTrash(owner, path);
+    if (!moved) {
+        showMessage(owner, kivFromQt(kivToQt(kivText(textTrashFailed)).arg(name)), kivText(textProgram),
+                    KivMessageKind::Error);
+    }
+    return moved;
 }
 
 bool KivQtToolkit::pickColor(HWND owner, std::uint32_t& color) {

@@ -22,6 +22,8 @@ public:
     unsigned int startTimer(unsigned int milliseconds, std::function<void()> callback) override;
     void stopTimer(unsigned int timer) override;
     std::unique_ptr<KivWindow> createWindow(HINSTANCE resources, unsigned int id, HWND parent) override;
+    // Asks first, with "no" for an answer to Enter and Escape, and says so if it can't be done.
+    bool moveToTrash(HWND owner, const std::wstring& path) override;
 
     // While timers are held, as during a render that lets events through, one that comes due fires when they are held
     // no longer.

@@ -278,6 +278,21 @@ TEST_F(KivPropertiesDlgStyles, AStyleThatIsNotRemovedStaysInTheList) {
     EXPECT_EQ(user.at(Dlg::stylesCombo).items.size(), 2U) << "a file that is gone can't be moved either";
 }
 
+TEST_F(KivPropertiesDlgStyles, AStyleThatTheUserKeepsStaysInTheList) {
+    writeStyle(host.users, L"Mine", {L"Wash", {}});
+    writeStyle(host.shared, L"Common", {L"Paint", {}});
+    writeStream(stream, L"Common", L"Paint", L"");
+    WindowRecord& user = open(&stream);
+    toolkit.refusesTrash = true;
+    EXPECT_TRUE(user.click(Dlg::removeStyleButton));
+    EXPECT_EQ(toolkit.trashed, std::vector<std::wstring>{host.shared.wide("Common.kiv")});
+    EXPECT_EQ(styles(user), (std::vector<std::wstring>{L"Mine 1", L"Common 3"}));
+    EXPECT_EQ(user.at(Dlg::stylesCombo).selection, 1);
+    EXPECT_EQ(host.shared.count(), 1U);
+    dialog.saveData();
+    EXPECT_EQ(texts(stream)[0], L"Style:Common");
+}
+
 TEST_F(KivPropertiesDlgStyles, ARemovedStyleIsInTheWastebasketAndNoLongerNamed) {
     for (const wchar_t* const name : {L"A", L"B", L"C"}) {
         writeStyle(host.users, name, {name == std::wstring(L"C") ? L"Wash" : L"Paint", {}});

@@ -2,6 +2,7 @@
 #include "kivrender/dialogs/kivoptionsdlg.h"
 #include "kivrender/dialogs/kivpropertiesdlg.h"
 #include "kivrender/dialogs/kivsavestyledlg.h"
+#include "kivrender/platform/kivfolders.h"
 #include "kivrender/platform/kivtext.h"
 #include "kivrender/settings/kivcommonsettings.h"
 #include "kivrender/settings/kivmemorycommondatamanager.h"
@@ -16,12 +17,15 @@
 #include <QDialog>
 #include <QLabel>
 #include <QLineEdit>
+#include <QMessageBox>
 #include <QPixmap>
+#include <QPushButton>
 #include <QRadioButton>
 #include <QTabBar>
 #include <QToolButton>
 #include <QTreeWidget>
 #include <filesystem>
+#include <fstream>
 #include <set>
 
 namespace {
@@ -54,6 +58,18 @@ protected:
         auto* const tree = at<QTreeWidget>(&window(), control);
         const QRect row = tree->visualItemRect(tree->topLevelItem(item));
         QTest::mouseClick(tree->viewport(), Qt::LeftButton, {}, QPoint(row.left() + 10, row.center().y()));
+    }
+    // Presses the button of a message box that says so.
+    static void pressButton(QWidget* modal, const char* text) {
+        auto* const box = qobject_cast<QMessageBox*>(modal);
+        ASSERT_NE(box, nullptr);
+        for (QAbstractButton* const button : box->buttons()) {
+            if (button->text() == QLatin1String(text)) {
+                return button->click();
+            }
+        }
+        ADD_FAILURE() << "no such button: " << text;
+        box->reject();
     }
     static int colours(const QImage& image) {
         std::set<QRgb> found;
@@ -163,9 +179,53 @@ TEST_F(PropertiesWindow, AStyleIsSavedUnderANameAndMovedToTheTrash) {
     ASSERT_TRUE(host.getStyleFolder(KivHostApplicationServices::userFolder, folder));
     const std::filesystem::path file = kivToUtf8(std::wstring(folder) + L"/My own look.kiv");
     EXPECT_TRUE(std::filesystem::exists(file));
+    // Enter and Escape keep it.
+    for (const Qt::Key key : {Qt::Key_Return, Qt::Key_Escape}) {
+        whenModal([key](QWidget* modal) {
+            auto* const box = qobject_cast<QMessageBox*>(modal);
+            ASSERT_NE(box, nullptr);
+            EXPECT_EQ(box->text(), QString::fromUtf8("Move “My own look” to the trash?"));
+            EXPECT_EQ(box->textFormat(), Qt::PlainText);
+            EXPECT_EQ(box->defaultButton()->text(), "&Cancel");
+            QTest::keyClick(modal, key);
+        });
+        QTest::mouseClick(at<QToolButton>(&window(), Dlg::removeStyleButton), Qt::LeftButton);
+        EXPECT_EQ(window().getItemCount(Dlg::stylesCombo), before + 1);
+        EXPECT_EQ(window().getSelection(Dlg::stylesCombo), 0);
+        EXPECT_TRUE(std::filesystem::exists(file));
+    }
+    whenModal([](QWidget* modal) { pressButton(modal, "&Move to trash"); });
     QTest::mouseClick(at<QToolButton>(&window(), Dlg::removeStyleButton), Qt::LeftButton);
     EXPECT_EQ(window().getItemCount(Dlg::stylesCombo), before);
+    EXPECT_EQ(window().getSelection(Dlg::stylesCombo), -1);
     EXPECT_FALSE(std::filesystem::exists(file));
+    EXPECT_TRUE(std::filesystem::exists(kivToUtf8(kivDataFolder()) + "/Trash/files/My own look.kiv"));
+}
+
+TEST_F(PropertiesWindow, AStyleThatCantBeTrashedStaysAndIsSpokenOf) {
+    ASSERT_TRUE(kivLoadLanguage(L"es"));
+    const std::filesystem::path data(kivToUtf8(kivDataFolder()));
+    std::filesystem::create_directories(data);
+    std::ofstream(data / "Trash") << "in the way";
+    const int before = window().getItemCount(Dlg::stylesCombo);
+    auto* const combo = at<QComboBox>(&window(), Dlg::stylesCombo);
+    combo->setFocus();
+    QTest::keyClick(combo, Qt::Key_Down);
+    const QString name = combo->currentText();
+    QString said;
+    whenModal([&said](QWidget* modal) {
+        whenModal([&said](QWidget* next) {
+            auto* const box = qobject_cast<QMessageBox*>(next);
+            ASSERT_NE(box, nullptr);
+            said = box->text();
+            box->button(QMessageBox::Ok)->click();
+        });
+        pressButton(modal, "&Mover a la papelera");
+    });
+    QTest::mouseClick(at<QToolButton>(&window(), Dlg::removeStyleButton), Qt::LeftButton);
+    EXPECT_EQ(said, QString::fromUtf8("«%1» no se puede mover a la papelera.").arg(name));
+    EXPECT_EQ(window().getItemCount(Dlg::stylesCombo), before);
+    EXPECT_EQ(combo->currentText(), name);
 }
 
 TEST_F(PropertiesWindow, EscapeLeavesTheNameOfAStyle) {

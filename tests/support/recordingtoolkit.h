@@ -439,6 +439,11 @@ public:
         return std::make_unique<RecordingWindow>(windows.back());
     }
 
+    bool moveToTrash(HWND owner, const std::wstring& path) override {
+        trashed.push_back(path);
+        return !refusesTrash && KivToolkit::moveToTrash(owner, path);
+    }
+
     struct Timer {
         unsigned int interval = 0; // milliseconds
         unsigned long due = 0;     // on the clock of now
@@ -453,6 +458,8 @@ public:
     std::optional<std::wstring> pickedFile;
     std::optional<std::wstring> pickedFolder;
     std::vector<FileQuestion> files;
+    std::vector<std::wstring> trashed; // what was to go to the trash
+    bool refusesTrash = false;
     std::map<unsigned int, Timer> timers; // those that run
     unsigned long now = 0;                // milliseconds
     unsigned int lastTimer = 0;

@@ -152,7 +152,7 @@ void KivPropertiesDlg::OnSaveStyle() {
 void KivPropertiesDlg::OnRemoveStyle() {
     const int item = getWindow()->getSelection(stylesCombo);
     if (item < 0 || static_cast<std::size_t>(item) >= stylePaths.size() ||
-        !kivRemoveStyle(stylePaths[static_cast<std::size_t>(item)])) {
+        !KivToolkit::get().moveToTrash(getWindow(), stylePaths[static_cast<std::size_t>(item)])) {
         return;
     }
     const KivUpdating guard(updating);

@@ -1,6 +1,7 @@
 #include "kivrender/platform/kivtoolkit.h"
 
 #include "kivrender/platform/kivtext.h"
+#include "kivrender/platform/kivtrash.h"
 #include "kivrender/platform/kivwindow.h"
 
 #include <cstdio>
@@ -38,6 +39,10 @@ public:
 } // namespace
 
 KivToolkit::~KivToolkit() = default;
+
+bool KivToolkit::moveToTrash(HWND, const std::wstring& path) {
+    return kivMoveToTrash(path);
+}
 
 KivToolkit& KivToolkit::get() {
     static NoDesktop noDesktop;

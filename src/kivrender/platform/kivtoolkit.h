@@ -69,6 +69,10 @@ public:
     // A window from template number id of a resource module (host/kivresources.h), hidden at first. Without a module it
     // is the language module's. Null if it can't be made.
     virtual std::unique_ptr<KivWindow> createWindow(HINSTANCE resources, unsigned int id, HWND parent) = 0;
+
+    // Moves a file to the user's wastebasket, and may ask the user first. False, with the file where it was, if the
+    // user refuses or it can't be done. Here it is done without a word (platform/kivtrash.h).
+    virtual bool moveToTrash(HWND owner, const std::wstring& path);
 };
 
 #endif

@@ -156,6 +156,34 @@ TEST_F(KivOptionsDlgTest, AnEmptyFolderIsTheDefaultOne) {
     EXPECT_EQ((host.strings[{false, L"VirtualMemory"}]), L"/other");
 }
 
+TEST_F(KivOptionsDlgTest, TheCaptionsOfTheColoursLeadToTheirPickers) {
+    stored.setAmbientLight(0x112233);
+    stored.setBackgroundColor(0x778899);
+    WindowRecord& user = open();
+    EXPECT_TRUE(user.at(Dlg::ambientCaption).link);
+    EXPECT_TRUE(user.at(Dlg::backgroundCaption).link);
+    EXPECT_EQ(user.at(Dlg::backgroundCaption).linkColor, 0xff0000U);
+    toolkit.pickedColor = 0x445566;
+    EXPECT_TRUE(user.click(Dlg::ambientCaption));
+    EXPECT_EQ(user.beeps, 1) << "a link without any text leads nowhere";
+    EXPECT_EQ(dialog.getCommonSettings().getAmbientLight(), 0x112233U);
+    user.controls[Dlg::ambientCaption].text = L"Ambient light";
+    user.controls[Dlg::backgroundCaption].text = L"Background colour";
+    EXPECT_TRUE(user.click(Dlg::ambientCaption));
+    EXPECT_EQ(dialog.getCommonSettings().getAmbientLight(), 0x445566U);
+    EXPECT_EQ(user.at(Dlg::ambientColor).fill, 0x445566U);
+    EXPECT_EQ(dialog.getCommonSettings().getBackgroundColor(), 0x778899U);
+    toolkit.pickedColor = 0xABCDEF;
+    EXPECT_TRUE(user.click(Dlg::backgroundCaption));
+    EXPECT_EQ(dialog.getCommonSettings().getBackgroundColor(), 0xABCDEFU);
+    EXPECT_EQ(user.at(Dlg::backgroundColor).fill, 0xABCDEFU);
+    EXPECT_EQ(dialog.getCommonSettings().getAmbientLight(), 0x445566U);
+    toolkit.pickedColor.reset();
+    EXPECT_TRUE(user.click(Dlg::ambientCaption));
+    EXPECT_EQ(dialog.getCommonSettings().getAmbientLight(), 0x445566U) << "cancelled";
+    EXPECT_EQ(user.beeps, 1);
+}
+
 TEST_F(KivOptionsDlgTest, ColoursAreKeptAtOnceUnlessCancelled) {
     stored.setAmbientLight(0x112233);
     stored.setBackgroundColor(0x778899);

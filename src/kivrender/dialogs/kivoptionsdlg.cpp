@@ -22,7 +22,6 @@ constexpr unsigned int textDefaultFolder = 92;
 constexpr unsigned int textChooseFolder = 99;
 
 constexpr const wchar_t* aspectValue = L"BlockAspectRatio";
-constexpr std::uint32_t linkBlue = 0xff0000;
 
 struct StandardSize {
     const wchar_t* text;
@@ -56,8 +55,8 @@ int KivOptionsDlg::Create(KivDataManager* manager, KivCommonDataManager* commonM
     if (commonDataManager == nullptr || Create(optionsTemplate, parent) == 0) {
         return 0;
     }
-    getWindow()->setLink(ambientCaption, linkBlue);
-    getWindow()->setLink(backgroundCaption, linkBlue);
+    ambientLink.attach(getWindow(), ambientCaption);
+    backgroundLink.attach(getWindow(), backgroundCaption);
     ambientColorControl.attach(getWindow(), ambientColor);
     backgroundColorControl.attach(getWindow(), backgroundColor);
     fillResolutionCombo();
@@ -248,13 +247,21 @@ void KivOptionsDlg::onControl(const KivControlEvent& event) {
 
 void KivOptionsDlg::onClicked(int control) {
     switch (control) {
+    case ambientCaption:
+        if (ambientLink.click()) {
+            pickAmbientLight();
+        }
+        break;
+    case backgroundCaption:
+        if (backgroundLink.click()) {
+            pickBackgroundColor();
+        }
+        break;
     case ambientColor:
-        ambientColorControl.click();
-        settings.setAmbientLight(ambientColorControl.getColor());
+        pickAmbientLight();
         break;
     case backgroundColor:
-        backgroundColorControl.click();
-        settings.setBackgroundColor(backgroundColorControl.getColor());
+        pickBackgroundColor();
         break;
     case aspectBox:
         blockAspectRatio = isOn(aspectBox) ? 1 : 0;
@@ -289,6 +296,16 @@ void KivOptionsDlg::onClicked(int control) {
     default:
         break;
     }
+}
+
+void KivOptionsDlg::pickAmbientLight() {
+    ambientColorControl.click();
+    settings.setAmbientLight(ambientColorControl.getColor());
+}
+
+void KivOptionsDlg::pickBackgroundColor() {
+    backgroundColorControl.click();
+    settings.setBackgroundColor(backgroundColorControl.getColor());
 }
 
 void KivOptionsDlg::onTransparencies() {

@@ -6,6 +6,7 @@
 
 #include "kivrender/dialogs/kivcolorcontrol.h"
 #include "kivrender/dialogs/kivdialog.h"
+#include "kivrender/dialogs/kivstaticlink.h"
 #include "kivrender/settings/kivcommonsettings.h"
 
 #include <initializer_list>
@@ -90,6 +91,8 @@ private:
     void fillCommonSettingsFromControls();
 
     void onClicked(int control);
+    void pickAmbientLight();
+    void pickBackgroundColor();
     void onTransparencies();
     void onShadows();
     void onVectorial();
@@ -111,6 +114,8 @@ private:
     void enableAntialias(bool enabled);
     void enableSize(bool enabled);
 
+    KivStaticLink ambientLink; // the captions of the two colours
+    KivStaticLink backgroundLink;
     KivColorControl ambientColorControl;
     KivColorControl backgroundColorControl;
     int vectorSpeed = 0;

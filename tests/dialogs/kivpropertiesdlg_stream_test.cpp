@@ -223,9 +223,15 @@ TEST_F(KivPropertiesDlgStream, AStyleDecidesAllThatVaries) {
 }
 
 TEST_F(KivPropertiesDlgStream, ACombinableShaderInPlaceOfTheBaseLookIsActive) {
-    writeStream(stream, L"", L"Lines", L"");
+    writeStream(stream, L"", L"Wash", L"");
     const WindowRecord& user = open(&stream);
+    EXPECT_TRUE(user.at(Dlg::nonCombinableTree).items[1].bold);
+    writeStream(stream, L"", L"Lines", L"");
+    dialog.setData(&stream);
     EXPECT_EQ(KivTestAccess::base(dialog), nullptr);
+    for (const WindowRecord::Item& item : user.at(Dlg::nonCombinableTree).items) {
+        EXPECT_FALSE(item.bold) << "none of them is the base look";
+    }
     EXPECT_EQ(KivTestAccess::combinables(dialog), Shaders{&lines});
     EXPECT_EQ(user.at(Dlg::nonCombinableBox).check, 1);
     EXPECT_EQ(user.at(Dlg::combinableTree).selection, 0);

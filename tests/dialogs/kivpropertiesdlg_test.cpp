@@ -32,6 +32,51 @@ TEST_F(KivPropertiesDlgTest, AnEmptyManagerIsAnEmptyDocument) {
     EXPECT_FALSE(user.at(Dlg::pagesTab).visible);
 }
 
+// The document before has shown its second tab and disagreed in all that can be marked.
+TEST_F(KivPropertiesDlgTest, AnEmptyManagerKeepsNothingOfTheDocumentBefore) {
+    KivMemoryDataManager one;
+    KivMemoryDataManager other;
+    KivMemoryDataManager empty;
+    writeStream(one, L"A", L"Paint", L"Lines;");
+    writeStream(other, L"B", L"Wash", L"Dots;");
+    KivAverageDataManager both;
+    both.buildAverageData({&one, &other});
+    WindowRecord& user = open(&one);
+    EXPECT_TRUE(user.choose(Dlg::pagesTab, 1));
+    EXPECT_EQ(shownPages(), std::vector<KivPageDlg*>{paint.getPage(&dialog, 1)});
+    dialog.setData(&empty);
+    EXPECT_TRUE(user.toggle(Dlg::combinableTree, 0));
+    EXPECT_EQ(user.at(Dlg::pagesTab).selection, 0);
+    EXPECT_EQ(shownPages(), std::vector<KivPageDlg*>{lines.getPage(&dialog, 0)});
+
+    dialog.setData(&both);
+    EXPECT_EQ(user.at(Dlg::nonCombinableBox).check, 2);
+    empty.clearData();
+    dialog.setData(&empty);
+    EXPECT_EQ(user.at(Dlg::nonCombinableBox).check, 0);
+    dialog.saveData();
+    ASSERT_TRUE(empty.setLoading());
+    for (const wchar_t* const line : {L"Style:", L"NonCombinableShader:", L"CombinableShader:"}) {
+        EXPECT_EQ(nextLine(empty), std::pair(std::wstring(line), false));
+    }
+    EXPECT_TRUE(user.clickCheck(Dlg::nonCombinableBox));
+    EXPECT_EQ(user.at(Dlg::nonCombinableBox).check, 1) << "it takes one click";
+    EXPECT_TRUE(user.at(Dlg::nonCombinableTree).enabled);
+}
+
+TEST_F(KivPropertiesDlgTest, TheBaseLookGoesAndTheOnlyOtherPageIsShown) {
+    writeStream(stream, L"", L"Wash", L"Dots;"); // not the first in the tree
+    WindowRecord& user = open(&stream);
+    EXPECT_TRUE(user.choose(Dlg::pagesTab, 1));
+    EXPECT_EQ(shownPages(), std::vector<KivPageDlg*>{dots.getPage(&dialog, 0)});
+    EXPECT_TRUE(user.clickCheck(Dlg::nonCombinableBox));
+    EXPECT_TRUE(user.at(Dlg::pagesTab).visible);
+    EXPECT_EQ(user.at(Dlg::pagesTab).items.size(), 1U);
+    EXPECT_EQ(user.at(Dlg::pagesTab).selection, 0);
+    EXPECT_EQ(KivTestAccess::currentTab(dialog), 0);
+    EXPECT_EQ(shownPages(), std::vector<KivPageDlg*>{dots.getPage(&dialog, 0)});
+}
+
 TEST_F(KivPropertiesDlgTest, TabsAreNumberedAcrossShaders) {
     writeStream(stream, L"", L"Paint", L"Lines;Dots;");
     WindowRecord& user = open(&stream);
@@ -125,6 +170,23 @@ TEST_F(KivPropertiesDlgTest, AVariedBaseLookIsTakenAwayByTheFirstClick) {
     EXPECT_FALSE(both.isCurrentVaried()) << "the user has decided";
 }
 
+TEST_F(KivPropertiesDlgTest, AVariedBoxThatTheHostHasSetTakesTheFirstClick) {
+    KivMemoryDataManager one;
+    KivMemoryDataManager other;
+    writeStream(one, L"", L"Paint", L"");
+    writeStream(other, L"", L"Wash", L"");
+    KivAverageDataManager both;
+    both.buildAverageData({&one, &other});
+    WindowRecord& user = open(&both);
+    dialog.setCheckNonCombinableState(2);
+    EXPECT_TRUE(user.clickCheck(Dlg::nonCombinableBox));
+    EXPECT_EQ(user.at(Dlg::nonCombinableBox).check, 0) << "it is still varied";
+    dialog.setData(&both);
+    dialog.setCheckNonCombinableState(0);
+    EXPECT_TRUE(user.clickCheck(Dlg::nonCombinableBox));
+    EXPECT_EQ(user.at(Dlg::nonCombinableBox).check, 1);
+}
+
 TEST_F(KivPropertiesDlgTest, WithoutAManagerOnlyThePreviewBoxIsSaved) {
     WindowRecord& user = open(nullptr);
     EXPECT_FALSE(host.getShowPreview());
@@ -170,13 +232,37 @@ TEST_F(KivPropertiesDlgTest, AStyleOfTheSharedFolderIsNotOverwritten) {
 
 TEST_F(KivPropertiesDlgTest, RemovingAStyleLeavesTheSettings) {
     writeStyle(host.users, L"Mine", {L"Wash", {L"Lines"}});
+    writeStream(stream, L"", L"Paint", L"Dots;");
     WindowRecord& user = open(&stream);
     EXPECT_TRUE(user.choose(Dlg::stylesCombo, 0));
+    EXPECT_TRUE(user.choose(Dlg::pagesTab, 2));
+    // Values that are neither the style's nor those of the stream. Typed ones would take the style away.
+    for (const auto& [page, value] : {std::pair(wash.pages[0].get(), 17), std::pair(lines.pages[1].get(), 18)}) {
+        page->own.value = value;
+        page->loadControls();
+    }
+    dialog.saveData();
+    std::vector<std::wstring> before = texts(stream);
+    EXPECT_EQ(before[0], L"Style:Mine");
+    EXPECT_NE(std::find(before.begin(), before.end(), L"#17"), before.end());
+    EXPECT_NE(std::find(before.begin(), before.end(), L"#18"), before.end());
     EXPECT_TRUE(user.click(Dlg::removeStyleButton));
     EXPECT_TRUE(user.at(Dlg::stylesCombo).items.empty());
     EXPECT_EQ(host.users.count(), 0U);
     EXPECT_EQ(KivTestAccess::base(dialog), &wash);
+    EXPECT_EQ(KivTestAccess::combinables(dialog), std::vector<KivShader*>{&lines});
+    EXPECT_EQ(user.at(Dlg::nonCombinableBox).check, 1);
+    EXPECT_EQ(user.at(Dlg::nonCombinableTree).selection, 1);
+    EXPECT_TRUE(user.at(Dlg::combinableTree).items[0].checked);
+    EXPECT_FALSE(user.at(Dlg::combinableTree).items[1].checked);
+    EXPECT_EQ(shownPages(), std::vector<KivPageDlg*>{lines.getPage(&dialog, 1)});
+    EXPECT_EQ(wash.pages[0]->getControlText(samplePageControl), L"17");
+    EXPECT_EQ(lines.pages[1]->getControlText(samplePageControl), L"18");
+    dialog.saveData();
+    before[0] = L"Style:";
+    EXPECT_EQ(texts(stream), before) << "but for the name of the style";
     EXPECT_TRUE(user.click(Dlg::removeStyleButton)) << "there is none any more";
+    EXPECT_EQ(toolkit.trashed.size(), 1U);
 }
 
 TEST_F(KivPropertiesDlgTest, TheEndOfTheWindowEndsPagesAndTimer) {
@@ -190,6 +276,9 @@ TEST_F(KivPropertiesDlgTest, TheEndOfTheWindowEndsPagesAndTimer) {
     EXPECT_TRUE(toolkit.timers.empty());
     EXPECT_EQ(paint.getPage(&dialog, 0), nullptr);
     EXPECT_FALSE(dialog.getIsCreated());
+    dialog.setIsCreated(true);
+    EXPECT_EQ(dialog.DestroyWindow(), 0);
+    EXPECT_FALSE(dialog.getIsCreated()) << "without a window as well";
     page.resetStyle();
     EXPECT_TRUE(toolkit.timers.empty()) << "a closed dialog is told nothing";
     const bool before = dialog.isChanged();

@@ -45,6 +45,7 @@ int KivPropertiesDlg::DestroyWindow() {
     if (getWindow() != nullptr) {
         OnDestroy();
     }
+    created = false; // whatever setIsCreated has said of a dialog without a window
     return KivDialog::DestroyWindow();
 }
 
@@ -191,6 +192,7 @@ int KivPropertiesDlg::checkNonCombinableState() const {
 }
 
 void KivPropertiesDlg::setCheckNonCombinableState(int state) {
+    nonCombinableVaried = nonCombinableVaried && state == 2; // a box that shows a decision has one behind it
     if (getWindow() != nullptr) {
         const KivUpdating guard(updating);
         getWindow()->setCheck(nonCombinableBox, state);
@@ -263,8 +265,14 @@ void KivPropertiesDlg::loadData() {
     changed = false;
 }
 
+// Nothing of the document before may stay: neither what its objects disagreed on nor the number of its tab, behind
+// which there may be no page of the shaders that are added next.
 void KivPropertiesDlg::loadNothing() {
     clearActive();
+    currentTab = 0;
+    styleVaried = false;
+    nonCombinableVaried = false;
+    combinableVaried = false;
     loadShader(nullptr);
     selectShader(nullptr);
     currentNonCombinable = nullptr;

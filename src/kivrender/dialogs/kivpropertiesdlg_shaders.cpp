@@ -105,11 +105,11 @@ void KivPropertiesDlg::selectShader(const wchar_t* text) {
 }
 
 void KivPropertiesDlg::selectNonCombinableShader(const std::wstring& name) {
+    clearBold();
     const int item = findItem(*getWindow(), nonCombinableTree, name);
     if (item < 0) {
         return;
     }
-    clearBold();
     getWindow()->setItemBold(nonCombinableTree, item, checkNonCombinableState() == 1);
     selectedNonCombinable = item;
     getWindow()->setSelection(nonCombinableTree, item);
@@ -334,7 +334,13 @@ void KivPropertiesDlg::refreshTabs() {
     for (int i = 0; i < activeCombinableCount; ++i) {
         addTabs(activeCombinable[static_cast<std::size_t>(i)]);
     }
-    const TabPlace place = findTab(currentTab);
+    TabPlace place = findTab(currentTab);
+    if (place.shader == nullptr && currentTab > 0) {
+        // Shaders that went away may have left fewer tabs than the current one's number: the pages of those that are
+        // still active must not go with them. A number below 0 is no such thing: a shader has said that it shows none.
+        place = findTab(0);
+        currentTab = place.shader != nullptr ? 0 : currentTab;
+    }
     if (place.shader == nullptr) {
         showTabs(false);
         return;

@@ -88,7 +88,7 @@ bool StudioRecovery::read(const Found& found, StudioState* state, QString* why) 
 
 QString StudioRecovery::setAside(const Found& found) {
     // The names of recovery files are never used twice, so this one is free.
-    const QString kept = found.file + QStringLiteral(".unreadable");
+    QString kept = found.file + QStringLiteral(".unreadable");
     if (!QFile::rename(found.file, kept)) {
         return found.file;
     }

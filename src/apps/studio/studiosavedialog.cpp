@@ -69,7 +69,7 @@ QString askWhereToSave(QWidget* parent, const StudioSaveWish& wish) {
     dialog.setDirectory(suggested.absolutePath());
     dialog.selectFile(suggested.fileName());
     while (dialog.exec() == QDialog::Accepted && !dialog.selectedFiles().isEmpty()) {
-        const QString chosen = dialog.selectedFiles().constFirst();
+        QString chosen = dialog.selectedFiles().constFirst();
         const QString ending = QFileInfo(chosen).suffix();
         if (canWrite(wish, ending)) {
             return chosen;
@@ -78,8 +78,8 @@ QString askWhereToSave(QWidget* parent, const StudioSaveWish& wish) {
             refuse(parent, *wish.refusal, ending);
         } else {
             // A name with a point in it, of which the dialog has taken the rest for an ending, or with one at its end.
-            const QString whole = (chosen.endsWith(QLatin1Char('.')) ? chosen.chopped(1) : chosen) + QLatin1Char('.') +
-                                  dialog.defaultSuffix();
+            QString whole = (chosen.endsWith(QLatin1Char('.')) ? chosen.chopped(1) : chosen) + QLatin1Char('.') +
+                            dialog.defaultSuffix();
             if (!QFileInfo::exists(whole) || mayReplace(parent, whole)) {
                 return whole;
             }

@@ -286,7 +286,7 @@ bool StudioWindow::saveAs() {
     wish.title = studioText(StudioText::saveAs).remove(QLatin1Char('&'));
     wish.file = document.isEmpty() ? placeFor(StudioFolder::documents, QLatin1String(documentEnding)) : document;
     wish.kinds = {{studioText(StudioText::documentFilter), {QString::fromLatin1(documentEnding + 1)}}};
-    const QString file = askWhereToSave(this, wish);
+    QString file = askWhereToSave(this, wish);
     if (file.isEmpty()) {
         return false;
     }
@@ -304,7 +304,7 @@ QString StudioWindow::askForPicture() {
                   {kindTitle(42), {"bmp"}},
                   {kindTitle(37), {"gif"}}};
     wish.refusal = StudioText::noPictureEnding;
-    const QString file = askWhereToSave(this, wish);
+    QString file = askWhereToSave(this, wish);
     if (!file.isEmpty()) {
         rememberFolder(StudioFolder::pictures, file);
     }
@@ -321,7 +321,7 @@ QString StudioWindow::askForDrawing() {
                   {kindTitle(4), {"ps"}},
                   {kindTitle(76), {"ai"}}};
     wish.refusal = StudioText::noDrawingEnding;
-    const QString file = askWhereToSave(this, wish);
+    QString file = askWhereToSave(this, wish);
     if (!file.isEmpty()) {
         rememberFolder(StudioFolder::drawings, file);
     }

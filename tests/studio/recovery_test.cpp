@@ -7,6 +7,7 @@
 #include <chrono>
 #include <csignal>
 #include <functional>
+#include <limits>
 
 #include <gtest/gtest.h>
 #include <sys/resource.h>
@@ -243,6 +244,14 @@ TEST_F(StudioRecoveryTest, AFailedWriteKeepsTheFormerFile) {
     QString why;
     ASSERT_TRUE(StudioRecovery::read(found[0], &read, &why));
     EXPECT_TRUE(read == state(50.0));
+}
+
+TEST_F(StudioRecoveryTest, WritesThatTakeLongComeSeldom) {
+    EXPECT_EQ(StudioRecovery::pauseAfter(0), 1000);
+    EXPECT_EQ(StudioRecovery::pauseAfter(50), 1000);
+    EXPECT_EQ(StudioRecovery::pauseAfter(400), 8000);
+    EXPECT_EQ(StudioRecovery::pauseAfter(60'000), 30'000);
+    EXPECT_EQ(StudioRecovery::pauseAfter(std::numeric_limits<qint64>::max()), 30'000);
 }
 
 TEST_F(StudioRecoveryTest, TheFolderIsThatOfTheUsersState) {

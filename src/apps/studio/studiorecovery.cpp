@@ -9,6 +9,8 @@
 #include <QJsonDocument>
 #include <QUuid>
 
+#include <algorithm>
+
 namespace {
 
 // No recovery file of ours is as large; bytes.
@@ -27,6 +29,13 @@ StudioRecovery::StudioRecovery()
                           .arg(QUuid::createUuid().toString(QUuid::WithoutBraces))) {}
 
 StudioRecovery::~StudioRecovery() = default;
+
+int StudioRecovery::pauseAfter(qint64 milliseconds) {
+    constexpr qint64 shortest = 1000;
+    constexpr qint64 longest = 30'000;
+    constexpr qint64 share = 20;
+    return static_cast<int>(std::clamp(std::min(milliseconds, longest) * share, shortest, longest));
+}
 
 QString StudioRecovery::folder() {
     const QString state = qEnvironmentVariable("XDG_STATE_HOME");

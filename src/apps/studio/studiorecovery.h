@@ -31,6 +31,10 @@ public:
     bool write(const StudioState& state, const QString& document, QString* why);
     void clear();
 
+    // How long to wait before the next write, in milliseconds, when one took so long: a small part of the time goes
+    // into writing, and the work of half a minute is the most that a crash may cost.
+    static int pauseAfter(qint64 milliseconds);
+
     static QString folder();
     // Those whose program is gone, the newest first.
     static std::vector<Found> findAbandoned();

@@ -11,7 +11,11 @@ bool StudioWindow::writeRecovery() {
         return true;
     }
     QString why;
-    if (recovery.write(current, document, &why)) {
+    QElapsedTimer time;
+    time.start();
+    const bool written = recovery.write(current, document, &why);
+    recovering.setInterval(StudioRecovery::pauseAfter(time.elapsed()));
+    if (written) {
         return true;
     }
     if (!hasWarnedOfRecovery) {

@@ -5,8 +5,6 @@
 #include "kivrender/platform/kivbitmap.h"
 #include "kivrender/settings/kivaveragedatamanager.h"
 
-#include <random>
-
 namespace {
 
 TEST_F(KivPropertiesDlgTest, ShowsWhatTheStreamNames) {
@@ -287,67 +285,6 @@ TEST_F(KivPropertiesDlgTest, TheEndOfTheWindowEndsPagesAndTimer) {
     dialog.showPreview();
     EXPECT_TRUE(before);
     EXPECT_FALSE(dialog.isChanged()) << "and has nothing to do";
-}
-
-// Whatever the user does.
-TEST_F(KivPropertiesDlgTest, HoldsItsInvariantsThroughRandomActions) {
-    writeStyle(host.users, L"First", {L"Wash", {L"Lines", L"Dots"}});
-    writeStyle(host.users, L"Second", {L"", {L"Dots"}});
-    writeStream(stream, L"", L"Paint", L"Lines;");
-    WindowRecord& user = open(&stream);
-    std::mt19937 random(7);
-    for (int step = 0; step < 3000; ++step) {
-        const int item = static_cast<int>(random() % 5U);
-        switch (random() % 8U) {
-        case 0:
-            user.toggle(Dlg::combinableTree, item);
-            break;
-        case 1:
-            user.clickCheck(Dlg::nonCombinableBox);
-            break;
-        case 2:
-            user.choose(Dlg::nonCombinableTree, item);
-            break;
-        case 3:
-            user.choose(Dlg::pagesTab, item);
-            break;
-        case 4:
-            user.choose(Dlg::stylesCombo, item);
-            break;
-        case 5:
-            toolkit.passTime(random() % 500U);
-            break;
-        case 6:
-            if (KivPageDlg* const page = KivTestAccess::shownPage(dialog)) {
-                page->setControlText(samplePageControl, std::to_wstring(item));
-            }
-            break;
-        default: {
-            dialog.saveData();
-            const std::vector<std::wstring> saved = texts(stream);
-            dialog.setData(&stream);
-            dialog.saveData();
-            ASSERT_EQ(texts(stream), saved) << "step " << step;
-        }
-        }
-        ASSERT_FALSE(KivTestAccess::updating(dialog));
-        const std::vector<KivShader*> active = KivTestAccess::combinables(dialog);
-        ASSERT_LE(active.size(), 32U);
-        int checked = 0;
-        for (const WindowRecord::Item& shader : user.at(Dlg::combinableTree).items) {
-            checked += shader.checked ? 1 : 0;
-        }
-        ASSERT_EQ(static_cast<int>(active.size()), checked) << "step " << step;
-        ASSERT_TRUE(!user.at(Dlg::pagesTab).visible ||
-                    user.at(Dlg::pagesTab).selection == KivTestAccess::currentTab(dialog))
-            << "step " << step;
-        int shown = 0;
-        for (std::size_t i = 0; i < toolkit.windows.size(); ++i) {
-            shown += toolkit.templates[i] == 100 && toolkit.windows[i]->visible ? 1 : 0;
-        }
-        ASSERT_EQ(shown, KivTestAccess::shownPage(dialog) != nullptr && user.at(Dlg::pagesTab).visible ? 1 : 0)
-            << "step " << step;
-    }
 }
 
 } // namespace

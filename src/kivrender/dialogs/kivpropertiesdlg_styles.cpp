@@ -102,6 +102,7 @@ bool KivPropertiesDlg::loadGeneralData(const std::wstring& path) {
     }
     if (head.nonCombinable.empty()) {
         enableNonCombinable(0, false);
+        clearBold();
         currentNonCombinable = nullptr;
         return true;
     }

@@ -353,12 +353,21 @@ void KivQtWindow::setLink(int control, std::uint32_t textColor) {
         QFont font = label->font();
         font.setUnderline(true);
         label->setFont(font);
-        QPalette palette = label->palette();
-        // On a dark window the theme's own colour of links is the one that can be read.
-        const bool dark = palette.color(QPalette::Window).lightness() < 128;
-        palette.setColor(QPalette::WindowText, dark ? palette.color(QPalette::Link) : toColor(textColor));
-        label->setPalette(palette);
         label->setCursor(Qt::PointingHandCursor);
+        links[control] = textColor;
+        showLinks();
+    }
+}
+
+// Anew where the palette is another: on a dark window the theme's own colour of links is the one that can be read.
+void KivQtWindow::showLinks() {
+    const bool dark = root->palette().color(QPalette::Window).lightness() < 128;
+    for (const auto& [control, textColor] : links) {
+        if (auto* const label = find<QLabel>(control)) {
+            QPalette palette = label->palette();
+            palette.setColor(QPalette::WindowText, dark ? root->palette().color(QPalette::Link) : toColor(textColor));
+            label->setPalette(palette);
+        }
     }
 }
 

@@ -161,6 +161,7 @@ bool KivQtWindow::eventFilter(QObject* watched, QEvent* event) {
             tell(0, KivControlChange::resized);
         } else if (event->type() == QEvent::PaletteChange) {
             showIcons();
+            showLinks();
         } else if (event->type() == QEvent::Close && root->isWindow() && qobject_cast<QDialog*>(root) == nullptr) {
             event->ignore(); // whether the window goes away is decided by who listens
             tell(kivControlCancel, KivControlChange::clicked);

@@ -98,6 +98,7 @@ private:
     void onItemChanged(int control, QTreeWidgetItem* item, int column);
     void filterPointer(int control, QObject* watched, QEvent* event);
     void showIcons();
+    void showLinks();
     bool isInLayout(const QWidget* widget) const;
 
     QPointer<QWidget> root;
@@ -107,6 +108,7 @@ private:
     std::map<const QObject*, int> numbers;
     std::map<int, ShownIcon> buttonIcons;
     std::map<int, std::vector<ShownIcon>> itemIcons;
+    std::map<int, std::uint32_t> links;      // the colours they were given
     std::map<int, std::vector<bool>> checks; // of trees: the states that the library knows
     std::map<int, bool> varied;              // of controls that can't show it themselves
     std::function<void(const KivControlEvent&)> listener;

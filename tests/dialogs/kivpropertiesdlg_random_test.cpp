@@ -167,13 +167,13 @@ protected:
     // Wherever there are pages, the tabs show one of them.
     void checkTabs(const WindowRecord& user) {
         std::vector<KivPageDlg*> pages;
-        std::vector<KivShader*> all = KivTestAccess::combinables(dialog);
-        if (KivTestAccess::base(dialog) != nullptr) {
-            all.insert(all.begin(), KivTestAccess::base(dialog));
+        std::vector<KivShader*> all{KivTestAccess::base(dialog)};
+        for (KivShader* const shader : KivTestAccess::combinables(dialog)) {
+            all.push_back(shader);
         }
         for (KivShader* const shader : all) {
-            for (unsigned int i = 0; KivPageDlg* const page = shader->getPage(&dialog, i); ++i) {
-                pages.push_back(page);
+            for (unsigned int i = 0; shader != nullptr && shader->getPage(&dialog, i) != nullptr; ++i) {
+                pages.push_back(shader->getPage(&dialog, i));
             }
         }
         ASSERT_EQ(user.at(Dlg::pagesTab).visible, !pages.empty());

@@ -17,6 +17,7 @@
 #include <QDialog>
 #include <QLabel>
 #include <QLineEdit>
+#include <QListWidget>
 #include <QMessageBox>
 #include <QPixmap>
 #include <QPushButton>
@@ -366,4 +367,78 @@ TEST_F(OptionsWindow, TheFolderFieldFallsBackToItsText) {
     field->clear();
     at<QComboBox>(&window(), KivOptionsDlg::sizeChoice)->setFocus();
     EXPECT_EQ(field->text(), "(default folder)");
+}
+
+// --- themes
+
+static QPalette theme(const QColor& window) {
+    QPalette palette(window);
+    palette.setColor(QPalette::Link, QColor(0x7F, 0xB0, 0xFF));
+    return palette;
+}
+
+TEST_F(OptionsWindow, LinksFollowTheTheme) {
+    auto* const caption = at<QLabel>(&window(), KivOptionsDlg::ambientCaption);
+    QWidget* const widget = KivQtWindow::widgetOf(&window());
+    EXPECT_EQ(caption->cursor().shape(), Qt::PointingHandCursor);
+    widget->setPalette(theme(Qt::white));
+    EXPECT_EQ(caption->palette().color(QPalette::WindowText), QColor(0, 0, 255));
+    widget->setPalette(theme(QColor(30, 30, 30)));
+    EXPECT_EQ(caption->palette().color(QPalette::WindowText), QColor(0x7F, 0xB0, 0xFF));
+    widget->setPalette(theme(Qt::white));
+    EXPECT_EQ(caption->palette().color(QPalette::WindowText), QColor(0, 0, 255));
+}
+
+TEST_F(OptionsWindow, AClickOnACaptionPicksItsColour) {
+    whenModal([](QWidget* modal) {
+        auto* const picker = qobject_cast<QColorDialog*>(modal);
+        ASSERT_NE(picker, nullptr);
+        picker->setCurrentColor(QColor(1, 2, 3));
+        picker->accept();
+    });
+    QTest::mouseClick(at<QLabel>(&window(), KivOptionsDlg::backgroundCaption), Qt::LeftButton);
+    EXPECT_EQ(at<KivColorField>(&window(), KivOptionsDlg::backgroundColor)->getColor(), QColor(1, 2, 3));
+    EXPECT_EQ(dialog.getCommonSettings().getBackgroundColor(), 0x030201U);
+}
+
+TEST_F(OptionsWindow, ADisabledColourLooksLikeItsWindow) {
+    QWidget* const widget = KivQtWindow::widgetOf(&window());
+    auto* const field = at<KivColorField>(&window(), KivOptionsDlg::backgroundColor);
+    for (const QColor& ground : {QColor(240, 240, 240), QColor(30, 30, 30)}) {
+        widget->setPalette(theme(ground));
+        for (const bool enabled : {true, false}) {
+            window().enableControl(KivOptionsDlg::backgroundColor, enabled);
+            const QImage shown = field->grab().toImage();
+            EXPECT_EQ(shown.pixelColor(shown.rect().center()), enabled ? QColor(0x40, 0x80, 0xFF) : ground);
+        }
+    }
+}
+
+// --- list boxes
+
+TEST_F(QtDialogs, AListBoxTellsOfTheRowUnderTheMouse) {
+    auto form = std::make_unique<QWidget>();
+    auto* const list = new QListWidget(form.get());
+    list->setProperty("control", 7);
+    list->addItems({"first", "second"});
+    list->resize(200, 200);
+    form->resize(200, 200);
+    KivQtWindow window(std::move(form));
+    EXPECT_TRUE(window.isListBox(7));
+    EXPECT_FALSE(window.isListBox(8));
+    std::vector<int> rows;
+    window.setListener([&](const KivControlEvent& event) {
+        if (event.control == 7 && event.change == KivControlChange::pointed) {
+            rows.push_back(event.item);
+            window.setToolTip(7, window.getItemText(7, event.item));
+        }
+    });
+    window.show(true);
+    QTest::mouseMove(list->viewport(), list->visualItemRect(list->item(1)).center());
+    ASSERT_TRUE(QTest::qWaitFor([&rows] { return !rows.empty(); }, 1000));
+    EXPECT_EQ(rows.back(), 1);
+    EXPECT_EQ(list->toolTip(), "second");
+    QTest::mouseMove(list->viewport(), QPoint(20, 180));
+    ASSERT_TRUE(QTest::qWaitFor([&rows] { return rows.back() == -1; }, 1000));
+    EXPECT_EQ(list->toolTip(), "") << "none outside the rows";
 }

@@ -89,7 +89,7 @@ protected:
     }
     // One of no shaders could not be loaded, and would leave the dialog in the middle of the load.
     void saveStyle(WindowRecord& user) {
-        if (KivTestAccess::base(dialog) != nullptr || !KivTestAccess::combinables(dialog).empty()) {
+        if (KivTestAccess::base(dialog) != nullptr || checkedItems(user) > 0) {
             user.click(Dlg::saveStyleButton);
         }
     }

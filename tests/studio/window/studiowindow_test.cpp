@@ -1,6 +1,7 @@
 // The main window as a user works it.
 #include "apps/studio/compareview.h"
 #include "apps/studio/pictureview.h"
+#include "qt/kivpagetabs.h"
 #include "studio/window/windowfixture.h"
 
 #include <QClipboard>
@@ -111,6 +112,20 @@ TEST_F(StudioWindowTest, ThePreviewIsSmooth) {
         }
     }
     EXPECT_GT(colours.size(), 200U);
+}
+
+// With nothing in common there are no pages, and the rest stays where it is.
+TEST_F(StudioWindowTest, WithoutPagesThePanelStaysAtTheTop) {
+    openBoxes();
+    const auto* const trees = control<QTreeWidget>(Dlg::combinableTree);
+    const auto* const picture = control<QLabel>(Dlg::previewPicture);
+    const int top = picture->mapTo(window.get(), QPoint()).y();
+    const int middle = trees->mapTo(window.get(), QPoint()).y();
+    find<LookPanel>()->dialog().setData(nullptr);
+    QTest::qWait(50);
+    ASSERT_FALSE(find<KivPageTabs>()->isVisible());
+    EXPECT_EQ(picture->mapTo(window.get(), QPoint()).y(), top);
+    EXPECT_NEAR(trees->mapTo(window.get(), QPoint()).y(), middle, 2);
 }
 
 TEST_F(StudioWindowTest, IconsTakeTheColourOfTheTexts) {

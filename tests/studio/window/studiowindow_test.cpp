@@ -121,6 +121,8 @@ TEST_F(StudioWindowTest, WithoutPagesThePanelStaysAtTheTop) {
     const auto* const picture = control<QLabel>(Dlg::previewPicture);
     const int top = picture->mapTo(window.get(), QPoint()).y();
     const int middle = trees->mapTo(window.get(), QPoint()).y();
+    const auto* const styles = control<QComboBox>(Dlg::stylesCombo);
+    EXPECT_LT(styles->mapTo(window.get(), QPoint()).y(), top + 30) << "below its caption, with nothing in between";
     find<LookPanel>()->dialog().setData(nullptr);
     QTest::qWait(50);
     ASSERT_FALSE(find<KivPageTabs>()->isVisible());

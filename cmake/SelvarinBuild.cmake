@@ -19,6 +19,19 @@ set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${SELVARIN_BIN_DIR})
 set(SELVARIN_INSTALL_LIBDIR ${CMAKE_INSTALL_LIBDIR}/selvarin)
 set(CMAKE_BUILD_RPATH_USE_ORIGIN ON)
 
+# kiv_runpath(target path...): the folders in which a target that is installed looks for the library. They are linked in as they
+# stand and hold for the built and the installed target alike: when CMake changes them on installing, it links a placeholder
+# with empty entries, and an empty entry is the current folder, so that a library beside somebody's models would be run.
+function(kiv_runpath target)
+  set_target_properties(${target} PROPERTIES BUILD_WITH_INSTALL_RPATH ON INSTALL_RPATH "${ARGN}")
+endfunction()
+
+# kiv_program(target): a program that is installed. The library lies beside it when built, in a folder of its own when installed.
+function(kiv_program target)
+  kiv_runpath(${target} "$ORIGIN/../${SELVARIN_INSTALL_LIBDIR}" "$ORIGIN")
+  install(TARGETS ${target} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+endfunction()
+
 # No contraction into fused operations: the same source must give the same bits on every processor.
 add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -ffp-contract=off)
 if(CMAKE_CXX_COMPILER_ID STREQUAL GNU AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
@@ -69,7 +82,8 @@ function(kiv_shader name)
     COMMENT "Page texts of ${name}")
   add_library(shader_${name} MODULE ${ARGN} ${source})
   set_target_properties(shader_${name} PROPERTIES PREFIX "" OUTPUT_NAME ${name} LIBRARY_OUTPUT_DIRECTORY
-    ${SELVARIN_BIN_DIR}/shaders INSTALL_RPATH "$ORIGIN/..")
+    ${SELVARIN_BIN_DIR}/shaders)
+  kiv_runpath(shader_${name} "$ORIGIN/..")
   target_link_libraries(shader_${name} PRIVATE selvarin OpenGL::OpenGL)
   install(TARGETS shader_${name} LIBRARY DESTINATION ${SELVARIN_INSTALL_LIBDIR}/shaders)
 endfunction()

@@ -18,6 +18,7 @@ library=$(dirname "$(find "$prefix" -name 'libselvarin.so' | head -n 1)")
 [ -d "$library/shaders" ] || fail "no plug-ins beside the installed library"
 [ -f "$library/styles/Comic.kiv" ] || fail "no styles beside the installed library"
 [ -f "$library/lang/selvarin-en.so" ] || fail "no language module beside the installed library"
+"$source/scripts/check-runpath" "$prefix" || fail "installed files look for libraries in the current folder"
 if grep -rlE "$source|$build" "$prefix" --include='*.cmake' --include='*.pc' --include='*.h'; then
     fail "the installed package names the folders it was built in"
 fi

@@ -77,6 +77,17 @@ const std::vector<RuleCase>& ruleCases() {
          smooth,
          vector},
         {"transparencies off", all, {}, {Dlg::transparenciesBox}, {}, {Dlg::transparenciesBox}, {}, {}},
+        {"transparencies off where vector output is stored on all the same",
+         [vectorial](Settings& s) {
+             vectorial(s);
+             s.setTransparencies(true);
+         },
+         {},
+         {Dlg::transparenciesBox},
+         {},
+         {Dlg::transparenciesBox},
+         {},
+         {}},
         {"shadows on", nothing, {}, {Dlg::shadowsBox}, {Dlg::shadowsBox}, {}, {}, {}},
         {"shadows on against vector output",
          vectorial,

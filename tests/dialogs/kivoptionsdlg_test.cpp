@@ -40,6 +40,17 @@ TEST_F(KivOptionsDlgTest, AnyOtherSizeEnablesTheFields) {
     EXPECT_EQ(user.at(Dlg::widthField).text, L"801");
 }
 
+TEST_F(KivOptionsDlgTest, ASizeOfTheListMustMatchInBothNumbers) {
+    stored.setCustomSize(true);
+    for (const SIZE& size : {SIZE{800, 601}, SIZE{801, 600}, SIZE{640, 600}, SIZE{600, 800}}) {
+        stored.setResolution(size);
+        const WindowRecord& user = open();
+        EXPECT_EQ(user.at(Dlg::sizeChoice).selection, 5) << size.cx << "x" << size.cy;
+        EXPECT_TRUE(user.at(Dlg::widthField).enabled);
+        EXPECT_EQ(apply().getResolution(), size);
+    }
+}
+
 TEST_F(KivOptionsDlgTest, TheSizeChosenIsTheSizeKept) {
     stored.setResolution({10, 20});
     WindowRecord& user = open();
@@ -418,6 +429,39 @@ TEST_F(KivOptionsDlgTest, TheLockIsAPreferenceOfTheUser) {
         EXPECT_EQ((host.numbers[{false, L"BlockAspectRatio"}]), kept);
     }
     EXPECT_TRUE(host.numbers.find({true, L"BlockAspectRatio"}) == host.numbers.end()) << "not of the machine";
+}
+
+// A host that the settings reach has the preferences already.
+TEST(KivOptionsDlgOrder, ThePreferencesAreAppliedBeforeTheSettings) {
+    std::vector<std::string> calls;
+    class Host : public TestHost {
+    public:
+        explicit Host(std::vector<std::string>& log) : calls(log) {}
+        void saveRegistryDword(bool machine, const wchar_t* value, std::uint32_t data) override {
+            calls.push_back("lock");
+            TestHost::saveRegistryDword(machine, value, data);
+        }
+        void setVirtualMemoryFolder(const wchar_t* folder) override {
+            calls.push_back("folder");
+            TestHost::setVirtualMemoryFolder(folder);
+        }
+        std::vector<std::string>& calls;
+    } host(calls);
+    class Store : public KivMemoryCommonDataManager {
+    public:
+        explicit Store(std::vector<std::string>& log) : calls(log) {}
+        bool saveCustomSize(bool value) override {
+            calls.push_back("settings");
+            return KivMemoryCommonDataManager::saveCustomSize(value);
+        }
+        std::vector<std::string>& calls;
+    } store(calls);
+    const RecordingToolkit toolkit;
+    KivOptionsDlg dialog;
+    ASSERT_NE(dialog.Create(nullptr, &store, {4, 3}, nullptr), 0);
+    calls.clear();
+    EXPECT_TRUE(dialog.OnApply());
+    EXPECT_EQ(calls, (std::vector<std::string>{"lock", "folder", "settings"}));
 }
 
 TEST_F(KivOptionsDlgTest, TheManagerOfTheStyleIsKeptForTheHost) {

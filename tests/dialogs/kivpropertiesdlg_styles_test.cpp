@@ -121,6 +121,10 @@ TEST_F(KivPropertiesDlgStyles, APageThatCannotLoadLeavesTheStateReachedSoFar) {
     EXPECT_EQ(KivShader::shaders(), 4UL);
     EXPECT_TRUE(toolkit.messages.empty());
     EXPECT_FALSE(KivTestAccess::updating(dialog));
+    for (KivShader* const shader : {static_cast<KivShader*>(&paint), static_cast<KivShader*>(&lines)}) {
+        EXPECT_EQ(shader->addRef(), 2U) << "neither the page that loads nor the one that fails keeps a reference";
+        shader->release();
+    }
     lines.pages[0]->own.loads = true;
     user.controls[Dlg::stylesCombo].selection = -1;
     EXPECT_TRUE(user.choose(Dlg::stylesCombo, 0));

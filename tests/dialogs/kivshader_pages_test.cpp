@@ -8,11 +8,23 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace {
 
 using testing::Contains;
+
+// Tells the shader in whose block a value was marked.
+class ShaderManager : public KivMemoryDataManager {
+public:
+    void saveCurrentVaried(bool) override {
+        shaderOfValue = shader;
+    }
+    using KivDataManager::shader;
+
+    std::wstring shaderOfValue;
+};
 
 // One shader, two dialogs that show it, and a third that does not.
 class KivShaderPages : public testing::Test {
@@ -83,6 +95,21 @@ TEST_F(KivShaderPages, TheShownPageIsKeptForEachSet) {
     EXPECT_EQ(shader.getCurDialogIndex(stranger.get()), 2) << "whoever does not own the first set has the second index";
     const ShaderWithPages without;
     EXPECT_EQ(without.getCurDialogIndex(first.get()), 0);
+}
+
+TEST_F(KivShaderPages, ACopyHasTheSetsAndTheShownPages) {
+    openBoth();
+    shader.setCurDialogIndex(1, first.get());
+    shader.setCurDialogIndex(2, second.get());
+    ShaderWithPages assigned;
+    assigned = shader;
+    const ShaderWithPages copied(shader);
+    for (const ShaderWithPages* const copy : {&std::as_const(assigned), &copied}) {
+        EXPECT_EQ(copy->getPage(first.get(), 1), &first1);
+        EXPECT_EQ(copy->getPage(second.get(), 0), &second0);
+        EXPECT_EQ(copy->getCurDialogIndex(first.get()), 1);
+        EXPECT_EQ(copy->getCurDialogIndex(second.get()), 2);
+    }
 }
 
 TEST_F(KivShaderPages, AreDestroyedForTheirDialog) {
@@ -160,6 +187,18 @@ TEST_F(KivShaderPages, ADialogWithoutPagesSavesTheDefaultsAsABlock) {
     EXPECT_FALSE(shader.saveData(&manager, stranger.get()));
 }
 
+// The block of the shader is open while its values are written, whoever writes them.
+TEST_F(KivShaderPages, ABlockEndsBehindItsValues) {
+    openBoth();
+    for (DialogToken* const owner : {&first, &second, &stranger}) {
+        ShaderManager manager;
+        manager.setSaving();
+        EXPECT_TRUE(shader.saveData(&manager, owner->get()));
+        EXPECT_EQ(manager.shaderOfValue, L"Sample");
+        EXPECT_EQ(manager.shader, L"");
+    }
+}
+
 TEST_F(KivShaderPages, AShaderWithoutPagesSavesItsDefaults) {
     KivMemoryDataManager manager;
     manager.setSaving();
@@ -188,6 +227,22 @@ TEST_F(KivShaderPages, StyleFilesHaveASectionOfTheTag) {
     EXPECT_EQ(second0.getControlText(samplePageControl), L"11");
     EXPECT_EQ(toolkit.windows[2]->redraws, 1) << "the page that is shown";
     EXPECT_EQ(toolkit.windows[0]->redraws, 0);
+}
+
+TEST_F(KivShaderPages, AStyleRedrawsThePageThatItsDialogShows) {
+    const TempFolder folder;
+    openBoth();
+    SamplePage second1(L"One");
+    second1.Create(100, nullptr);
+    shader.createPage(&second1, second.get());
+    shader.setCurDialogIndex(0, first.get());
+    shader.setCurDialogIndex(1, second.get());
+    EXPECT_TRUE(shader.loadDataFromStyle(folder.wide("none.kiv").c_str(), second.get()));
+    EXPECT_EQ(toolkit.windows[3]->redraws, 1);
+    EXPECT_TRUE(shader.loadDataFromStyle(folder.wide("none.kiv").c_str(), first.get()));
+    EXPECT_EQ(toolkit.windows[0]->redraws, 1);
+    EXPECT_EQ(toolkit.windows[1]->redraws + toolkit.windows[2]->redraws, 0);
+    EXPECT_EQ(toolkit.windows[3]->redraws, 1);
 }
 
 TEST_F(KivShaderPages, SavingAStyleWithoutPagesFailsAndLoadingDoesNot) {

@@ -9,6 +9,7 @@
 #include "kivrender/shader/kivshader.h"
 #include "support/plainshader.h"
 
+#include <cstddef>
 #include <memory>
 #include <string>
 #include <utility>
@@ -20,6 +21,16 @@ struct KivTestAccess {
         for (std::size_t i = 0; i < static_cast<std::size_t>(kivMaxShaders); ++i) {
             KivShader::lShaders[i] = i < shaders.size() ? shaders[i] : nullptr;
         }
+    }
+    // Where the fields of a shader begin, in bytes, in the order in which plug-ins have been compiled against them.
+    static std::vector<std::ptrdiff_t> fieldOffsets(const KivShader& shader) {
+        const auto offset = [&shader](const auto& field) {
+            return reinterpret_cast<const char*>(&field) - reinterpret_cast<const char*>(&shader);
+        };
+        return {offset(shader.module),         offset(shader.refCount),
+                offset(shader.curDialogIndex), offset(shader.secondCurDialogIndex),
+                offset(shader.pages),          offset(shader.secondPages),
+                offset(shader.pluginData),     offset(shader.doubleSided)};
     }
     // How many loads of the table have not been taken back.
     static unsigned long& loads() {

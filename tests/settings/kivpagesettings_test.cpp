@@ -3,7 +3,9 @@
 #include "kivrender/settings/kivmemorydatamanager.h"
 #include "support/vtableslot.h"
 
+#include <functional>
 #include <gtest/gtest.h>
+#include <string>
 
 namespace {
 
@@ -27,6 +29,9 @@ public:
     }
     bool loadSettings() override {
         ++loads;
+        if (onLoad) {
+            onLoad();
+        }
         value = dataManager->loadInt();
         return answer;
     }
@@ -35,6 +40,18 @@ public:
     int value = 0;
     int loads = 0;
     bool answer = true;
+    std::function<void()> onLoad; // runs in loadSettings
+};
+
+// Tells the section in which a value was marked.
+class SectionManager : public KivMemoryDataManager {
+public:
+    void saveCurrentVaried(bool) override {
+        sectionOfValue = section;
+    }
+    using KivDataManager::section;
+
+    std::wstring sectionOfValue;
 };
 
 } // namespace
@@ -94,6 +111,41 @@ TEST(KivPageSettings, LoadedIsWhatTheReaderSays) {
     page.loadData();
     EXPECT_EQ(page.loads, 1);
     EXPECT_FALSE(page.isLoaded());
+}
+
+TEST(KivPageSettings, AFailureAfterASuccessIsNotLoaded) {
+    KivMemoryDataManager manager;
+    manager.setSaving();
+    Page page(L"P");
+    page.setDataManager(&manager);
+    page.saveData();
+    manager.setLoading();
+    page.loadData();
+    ASSERT_TRUE(page.isLoaded());
+    page.loadData();
+    EXPECT_FALSE(page.isLoaded()) << "the stream has no second section";
+    manager.setLoading();
+    page.loadData();
+    ASSERT_TRUE(page.isLoaded());
+    page.setDataManager(nullptr);
+    page.loadData();
+    EXPECT_FALSE(page.isLoaded()) << "there is no stream";
+}
+
+TEST(KivPageSettings, TheSectionLastsAsLongAsItsValues) {
+    SectionManager manager;
+    manager.setSaving();
+    Page page(L"P");
+    page.setDataManager(&manager);
+    page.saveData();
+    EXPECT_EQ(manager.sectionOfValue, L"P");
+    EXPECT_EQ(manager.section, L"");
+    manager.setLoading();
+    std::wstring whileLoading;
+    page.onLoad = [&] { whileLoading = manager.section; };
+    page.loadData();
+    EXPECT_EQ(whileLoading, L"P");
+    EXPECT_EQ(manager.section, L"");
 }
 
 TEST(KivPageSettings, OrderOfTheSlots) {

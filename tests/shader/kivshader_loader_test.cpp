@@ -106,6 +106,18 @@ TEST_F(KivShaderLoader, UnloadingClosesTheModules) {
     EXPECT_FALSE(isOpen("two"));
 }
 
+// Plug-ins that came earlier may serve those that came later, so they go first only if the table says so.
+TEST_F(KivShaderLoader, ShadersGoInTheOrderOfTheTable) {
+    TestShader::install(folder.path(), {"c", "a", "b"});
+    load(folder.path());
+    std::vector<std::wstring> gone;
+    for (const wchar_t* const tag : {L"a", L"b", L"c"}) {
+        TestShader::of(tag).onDelete = [&gone](const KivShader& shader) { gone.emplace_back(shader.getTag()); };
+    }
+    unload();
+    EXPECT_EQ(gone, (std::vector<std::wstring>{L"a", L"b", L"c"}));
+}
+
 TEST_F(KivShaderLoader, AShaderThatIsHeldOutlivesTheTable) {
     TestShader::install(folder.path(), {"held"});
     load(folder.path());

@@ -1,10 +1,14 @@
-// The places of the virtual operations of shaders and pages: plug-ins that were built earlier rely on them.
+// The places of the virtual operations and fields of shaders and pages: plug-ins that were built earlier rely on them.
+#include "dialogs/shadertable.h"
 #include "kivrender/dialogs/kivpagedlg.h"
 #include "kivrender/shader/kivcombinableshader.h"
 #include "kivrender/shader/kivnoncombinableshader.h"
+#include "kivrender/shader/kivshadercommunication.h"
 #include "support/vtableslot.h"
 
+#include <cstddef>
 #include <gtest/gtest.h>
+#include <vector>
 
 namespace {
 
@@ -48,6 +52,58 @@ TEST(KivShaderSlots, OfNonCombinableShadersFollow) {
     EXPECT_EQ(vtableSlot(&S::renderTransparentTriangle), 23);
     EXPECT_EQ(vtableSlot(&S::endTransparentTriangle), 24);
     EXPECT_EQ(vtableSlot(&S::endTransparency), 25);
+}
+
+// Plug-ins read and write these fields where the headers put them at the time of their compilation.
+TEST(KivShaderFields, AreWherePluginsLookForThem) {
+    const PlainCombinable shader(nullptr, L"tag", L"name");
+    constexpr std::ptrdiff_t pointer = sizeof(void*);
+    constexpr std::ptrdiff_t sequence = sizeof(std::vector<void*>);
+    constexpr std::ptrdiff_t firstPages = 2 * pointer + 16; // behind four numbers, the last of them only for alignment
+    constexpr std::ptrdiff_t data = firstPages + 2 * sequence;
+    EXPECT_EQ(KivTestAccess::fieldOffsets(shader),
+              (std::vector<std::ptrdiff_t>{pointer, 2 * pointer, 2 * pointer + 4, 2 * pointer + 8, firstPages,
+                                           firstPages + sequence, data, data + 4}));
+    EXPECT_EQ(sizeof(KivShader), static_cast<std::size_t>(data) + 8);
+    EXPECT_EQ(sizeof(KivCombinableShader), sizeof(KivShader));
+    EXPECT_EQ(sizeof(KivNonCombinableShader), sizeof(KivShader));
+}
+
+class OpenPage : public SamplePage {
+public:
+    OpenPage() : SamplePage(L"Open") {}
+    std::vector<std::ptrdiff_t> fieldOffsets() const {
+        const auto offset = [this](const auto& field) {
+            return reinterpret_cast<const char*>(&field) -
+                   reinterpret_cast<const char*>(static_cast<const KivDialog*>(this));
+        };
+        return {offset(settings), offset(propertiesDlg), offset(pageFlag)};
+    }
+};
+
+TEST(KivPageDlgFields, FollowThoseOfTheDialog) {
+    constexpr std::ptrdiff_t begin = sizeof(KivDialog);
+    EXPECT_EQ(OpenPage().fieldOffsets(), (std::vector<std::ptrdiff_t>{begin, begin + std::ptrdiff_t{sizeof(void*)},
+                                                                      begin + 2 * std::ptrdiff_t{sizeof(void*)}}));
+    EXPECT_EQ(sizeof(KivPageDlg), sizeof(KivDialog) + 3 * sizeof(void*));
+}
+
+class OpenSettings : public SampleSettings {
+public:
+    OpenSettings() : SampleSettings(L"Open") {}
+    std::ptrdiff_t managerOffset() const {
+        return reinterpret_cast<const char*>(&dataManager) -
+               reinterpret_cast<const char*>(static_cast<const KivPageSettings*>(this));
+    }
+};
+
+TEST(KivPageSettingsFields, AreWherePluginsLookForThem) {
+    EXPECT_EQ(OpenSettings().managerOffset(), std::ptrdiff_t{sizeof(void*)});
+    EXPECT_EQ(sizeof(KivPageSettings), 3 * sizeof(void*));
+}
+
+TEST(KivShaderCommunicationFields, AreTwoNumbersAndTwoFlags) {
+    EXPECT_EQ(sizeof(KivShaderCommunication), 12U);
 }
 
 TEST(KivPageDlgSlots, FollowThoseOfTheDialog) {

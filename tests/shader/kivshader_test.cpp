@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 #include <memory>
 #include <new>
+#include <utility>
 
 namespace {
 
@@ -114,6 +115,28 @@ TEST(KivShaderReferences, ACopyHasTheCountOfItsSource) {
     EXPECT_EQ(shader.addRef(), 3U) << "each counts for itself";
     EXPECT_STREQ(copy.getTag(), L"tag");
     EXPECT_FALSE(copy.isCombinable());
+}
+
+class WithData : public PlainCombinable {
+public:
+    using PlainCombinable::doubleSided;
+    using PlainCombinable::PlainCombinable;
+    using PlainCombinable::pluginData;
+};
+
+TEST(KivShaderReferences, ACopyHasWhatThePluginKeepsInItsSource) {
+    WithData shader(nullptr, L"tag", L"name");
+    EXPECT_EQ(shader.pluginData, 0U);
+    EXPECT_FALSE(shader.doubleSided);
+    shader.pluginData = 0x89ABCDEFU;
+    shader.doubleSided = true;
+    WithData assigned(nullptr, L"", L"");
+    assigned = shader;
+    const WithData copied(shader);
+    for (const WithData* const copy : {&std::as_const(assigned), &copied}) {
+        EXPECT_EQ(copy->pluginData, 0x89ABCDEFU);
+        EXPECT_TRUE(copy->doubleSided);
+    }
 }
 
 TEST(KivShaderKinds, TellWhetherTheyCombine) {

@@ -35,6 +35,7 @@ struct TestShaderRecord {
     bool pageLoads = true;     // whether that page can be read from a style
     std::function<void(KivScene*, const KivPropertiesDlg*)> onPreparePreview;
     std::function<void(std::vector<void*>*, bool)> onShaderSettings; // runs in loadShaderSettings
+    std::function<void(const KivShader&)> onDelete;                  // runs before the shader is destroyed
     int pluginsMade = 0;
 };
 

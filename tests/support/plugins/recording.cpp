@@ -223,5 +223,8 @@ KIV_PLUGIN_EXPORT KivShader* KivShaderCreate() {
 }
 
 KIV_PLUGIN_EXPORT void KivShaderDelete(KivShader* shader) {
+    if (record.onDelete) {
+        record.onDelete(*shader);
+    }
     delete shader;
 }

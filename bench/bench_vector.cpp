@@ -162,7 +162,12 @@ enum TriangleKind {
     faces20,     // faces of 20 triangles, each in a plane of its own
     faces20Flat, // the same in one plane, apart from each other
     oneFace,
-    noFace, // no two triangles of one plane
+    noFace,     // no two triangles of one plane
+    sphere,     // by longitude and latitude
+    copies,     // of one triangle
+    tinyFace,   // one face of squares whose sides are shorter than the tolerance of vertices
+    bookPages,  // about one side that they share, each in a plane of its own
+    glassSheets // copies of a face, each in a colour of its own
 };
 
 // A face of width by height squares in a plane that the slope tells.
@@ -180,7 +185,64 @@ void addFace(FeedbackPrimitiveList& list, float x, float y, int width, int heigh
     }
 }
 
+void addSphere(FeedbackPrimitiveList& list, int count) {
+    const int rows = static_cast<int>(std::sqrt(static_cast<double>(count) / 4)) + 1;
+    const int columns = 2 * rows;
+    const auto corner = [&](int i, int j) {
+        const double longitude = 6.283185307179586 * (i % columns) / columns;
+        const double latitude = 3.141592653589793 * j / rows;
+        return vertexAt(static_cast<float>(100 * std::sin(latitude) * std::cos(longitude)),
+                        static_cast<float>(100 * std::cos(latitude)),
+                        static_cast<float>(100 * std::sin(latitude) * std::sin(longitude)));
+    };
+    for (int i = 0; i < columns; ++i) {
+        for (int j = 0; j < rows; ++j) {
+            add(list, FeedbackToken::polygon, {corner(i, j), corner(i + 1, j), corner(i + 1, j + 1)});
+            add(list, FeedbackToken::polygon, {corner(i, j), corner(i + 1, j + 1), corner(i, j + 1)});
+        }
+    }
+}
+
+// Triangles that lie on each other, or nearly.
+void addStacked(FeedbackPrimitiveList& list, TriangleKind kind, int count) {
+    if (kind == tinyFace) {
+        const int side = static_cast<int>(std::sqrt(static_cast<double>(count) / 2));
+        addFace(list, 0, 0, side, side, 0);
+        for (FeedbackPrimitive* each : list) {
+            for (FeedbackVertex& vertex : each->vertices) {
+                vertex.x *= 2e-4F;
+                vertex.y *= 2e-4F;
+            }
+        }
+        return;
+    }
+    if (kind == glassSheets) {
+        for (int sheet = 0; sheet < count / 200; ++sheet) {
+            addFace(list, 1, 1, 10, 10, 0);
+            for (std::size_t i = list.size() - 200; i < list.size(); ++i) {
+                for (FeedbackVertex& vertex : list[i]->vertices)
+                    vertex.a = static_cast<float>(sheet % 251 + 1) / 255;
+            }
+        }
+        return;
+    }
+    for (int i = 0; i < count; ++i) {
+        const double angle = kind == copies ? 0.0 : 3.141592653589793 * i / count;
+        add(list, FeedbackToken::polygon,
+            {vertexAt(1, 1), vertexAt(1, 5),
+             vertexAt(static_cast<float>(1 + 3 * std::cos(angle)), 2, static_cast<float>(3 * std::sin(angle)))});
+    }
+}
+
 void makeTriangles(FeedbackPrimitiveList& list, TriangleKind kind, int count) {
+    if (kind == sphere) {
+        addSphere(list, count);
+        return;
+    }
+    if (kind >= copies) {
+        addStacked(list, kind, count);
+        return;
+    }
     if (kind == oneFace) {
         const int side = static_cast<int>(std::sqrt(static_cast<double>(count) / 2));
         addFace(list, 1, 1, side, side, 0);
@@ -411,6 +473,11 @@ BENCHMARK_CAPTURE(mergeTriangles, faces20, faces20)->Apply(withTargets);
 BENCHMARK_CAPTURE(mergeTriangles, faces20Flat, faces20Flat)->Apply(withTargets);
 BENCHMARK_CAPTURE(mergeTriangles, oneFace, oneFace)->Apply(withTargets);
 BENCHMARK_CAPTURE(mergeTriangles, noFace, noFace)->Apply(growing);
+BENCHMARK_CAPTURE(mergeTriangles, sphere, sphere)->Apply(growing);
+BENCHMARK_CAPTURE(mergeTriangles, copies, copies)->Apply(growing);
+BENCHMARK_CAPTURE(mergeTriangles, tinyFace, tinyFace)->Apply(growing);
+BENCHMARK_CAPTURE(mergeTriangles, bookPages, bookPages)->Apply(growing);
+BENCHMARK_CAPTURE(mergeTriangles, glassSheets, glassSheets)->Apply(growing);
 BENCHMARK_CAPTURE(groupTrianglesLiterally, faces20Flat, faces20Flat)->Apply(growingSlowly);
 BENCHMARK_CAPTURE(groupTrianglesLiterally, oneFace, oneFace)->Apply(growingSlowly);
 BENCHMARK(contours)->Apply(growing);

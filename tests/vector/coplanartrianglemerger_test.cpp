@@ -299,55 +299,6 @@ TEST(CoplanarTriangleMerger, ACancelAtAnyPollLosesNothingTwice) {
     EXPECT_EQ(lastSize, 4U);
 }
 
-std::vector<std::string> groupsAsText(const std::vector<std::unique_ptr<CoplanarGroup>>& groups,
-                                      const FeedbackPrimitiveList& seeds) {
-    std::vector<std::string> all = describe(seeds);
-    const auto place = [](const FeedbackVertex& v) {
-        char text[120];
-        std::snprintf(text, sizeof text, "%.9g,%.9g,%.9g,%.9g", static_cast<double>(v.x), static_cast<double>(v.y),
-                      static_cast<double>(v.z), static_cast<double>(v.g));
-        return std::string(text);
-    };
-    for (const auto& group : groups) {
-        std::string text = "group " + std::to_string(group->minExtent) + " " + std::to_string(group->maxExtent);
-        for (const SweepTriangle* each : group->sweepTriangles)
-            text +=
-                " [" + place(each->vertices[0]) + " " + place(each->vertices[1]) + " " + place(each->vertices[2]) + "]";
-        for (const FeedbackEdge& edge : group->edges)
-            text += " <" + place(*edge.from) + " " + place(*edge.to) + ">";
-        all.push_back(text);
-    }
-    return all;
-}
-
-void compareGroups(std::uint32_t seed, std::uint32_t size) {
-    OwnedList list;
-    TriangleSource(seed).fill(list, size);
-    OwnedList expected;
-    vectortest::clone(list, expected);
-    const int axis = static_cast<int>(seed % 2);
-
-    std::vector<SweepTriangle*> sweep = literal::sweepOf(list, axis);
-    CoplanarTriangleMerger().sortTriangles(sweep, &list, axis);
-    std::vector<std::unique_ptr<CoplanarGroup>> groups;
-    ASSERT_TRUE(CoplanarSweep(sweep, list).run(nullptr, groups));
-
-    std::vector<SweepTriangle*> expectedSweep = literal::sweepOf(expected, axis);
-    literal::SweepSort(expectedSweep, expected).run();
-    const auto expectedGroups = literal::group(expectedSweep, expected);
-    ASSERT_EQ(groupsAsText(groups, list), groupsAsText(expectedGroups, expected)) << "seed " << seed;
-}
-
-TEST(CoplanarSweep, AgreesWithTheLiteralForm) {
-    for (std::uint32_t seed = 0; seed < 6000 && !HasFatalFailure(); ++seed)
-        compareGroups(seed, 2 + seed % 5);
-}
-
-TEST(CoplanarSweep, AgreesWithTheLiteralFormOnLargerFaces) {
-    for (std::uint32_t seed = 90000; seed < 90060 && !HasFatalFailure(); ++seed)
-        compareGroups(seed, 20);
-}
-
 TEST(CoplanarTriangleMerger, AgreesWithTheLiteralFormToTheEnd) {
     for (std::uint32_t seed = 0; seed < 1500 && !HasFatalFailure(); ++seed) {
         OwnedList list;

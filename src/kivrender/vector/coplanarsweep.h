@@ -6,12 +6,14 @@
 #include "kivrender/vector/coplanargroup.h"
 #include "kivrender/vector/feedbackprimitive.h"
 #include "kivrender/vector/firstbeyond.h"
+#include "kivrender/vector/outlinesides.h"
+#include "kivrender/vector/pollmeter.h"
 #include "kivrender/vector/sidegrid.h"
+#include "kivrender/vector/trianglekinds.h"
 
-#include <array>
-#include <functional>
 #include <memory>
-#include <queue>
+#include <optional>
+#include <utility>
 #include <vector>
 
 class KivProgress;
@@ -19,7 +21,8 @@ class KivProgress;
 // A group takes, again and again, the first triangle behind its seed that has the attributes and the colour of the
 // seed, lies in its plane, shares a side with the outline, and is not behind one that the sweep does not reach. Whether
 // the first three hold never changes while a group grows, and the fourth comes to hold only when a new edge joins the
-// outline. So the triangles at each new edge are noted, and the first noted one that still shares a side is next.
+// outline. So for each edge the first free triangle is found that it brings, and the first of all these is next. An
+// edge whose triangle another edge has brought before finds its next one when its turn comes.
 class KIV_API CoplanarSweep {
 public:
     // Both lists are in the order of the sweep, entry k of one with entry k of the other.
@@ -32,40 +35,36 @@ public:
 
 private:
     enum class State : char { Free, Seed, Joined };
-    using Average = std::array<double, 4>;
+    // A triangle that may be the next of the group, and the side of the outline that brings it.
+    using Candidate = std::pair<int, int>;
 
-    static std::vector<int> attributeGroups(const FeedbackPrimitiveList& primitives);
-    static std::vector<float> minExtents(const std::vector<SweepTriangle*>& sweep);
-
-    std::size_t at(int index) const {
+    static std::size_t at(int index) {
         return static_cast<std::size_t>(index);
     }
+    bool prepare();
     bool growGroup(int seed, CoplanarGroup& group, KivProgress* progress);
-    bool belongs(int triangle) const;
-    void noteTrianglesAt(int side);
+    void take(int triangle, State state, KivProgress* progress);
     void appendSide(int side);
-    void removeEdge(std::size_t slot);
-    bool closeSharedSides(int triangle);
-    void releaseOutline();
+    void seekCandidate(int side);
+    bool isBeyondReach(int triangle) const;
+    const Candidate* nextCandidate();
+    void popCandidate();
+    void cleanUp();
 
     std::vector<SweepTriangle*>& sweep;
     FeedbackPrimitiveList& primitives;
-    std::vector<int> attributes;
+    PollMeter poll;
+    TriangleKinds kinds;
     SideGrid grid;
-    FirstBeyond beyond;
-    std::vector<Average> averages;
-    std::vector<FeedbackVector> normals;
+    OutlineSides outline;
+    std::optional<FirstBeyond> beyond; // where extents that are not numbers leave the sweep without an order
     std::vector<State> states;
-    std::vector<int> refusedBy; // the seed of the last group that it can't join, or -1
-    std::vector<int> notedBy;   // the seed of the group in whose queue it is, or -1
-    std::vector<int> slots;     // of each side in the outline, or -1
 
     // The group that grows.
     int current = -1;
-    CoplanarGroup* outline = nullptr;
-    std::vector<int> outlineSides; // the sides behind the edges
-    std::priority_queue<int, std::vector<int>, std::greater<>> noted;
-    std::vector<std::pair<int, unsigned>> shared; // sides of the outline, with the sides of a triangle they match
+    CoplanarGroup* grown = nullptr;
+    std::vector<std::uint64_t> currentKinds;
+    std::vector<Candidate> candidates; // a heap, the first triangle on top
 };
 
 #endif

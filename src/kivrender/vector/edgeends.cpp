@@ -8,10 +8,6 @@ namespace {
 
 constexpr std::size_t mostWalked = 24;
 
-FeedbackVector placeOf(const FeedbackVertex& vertex) {
-    return {vertex.x, vertex.y, vertex.z};
-}
-
 } // namespace
 
 EdgeEnds::EdgeEnds(const std::vector<FeedbackEdge>& list) : edges(list) {}
@@ -26,9 +22,8 @@ void EdgeEnds::takeAll() {
         add(index);
 }
 
-// A vertex needs no care about how far out it is, other than the middle of two: its cell follows from its floats alone.
 std::uint64_t EdgeEnds::keyOf(const FeedbackVertex& vertex) {
-    return VertexCells::keyOf(placeOf(vertex), 0);
+    return VertexCells::keyOf(VertexCells::placeOf(vertex));
 }
 
 void EdgeEnds::add(std::size_t index) {
@@ -67,9 +62,9 @@ void EdgeEnds::collect(const FeedbackVertex& one, const FeedbackVertex& other, s
 }
 
 void EdgeEnds::collectCells(const FeedbackVertex& vertex, std::size_t first, std::vector<std::size_t>& indices) const {
-    if (VertexCells::kindOf(placeOf(vertex)) == VertexCells::Kind::None)
+    if (!VertexCells::isFinite(VertexCells::placeOf(vertex)))
         return;
-    VertexCells::forEachKeyAround(placeOf(vertex), 0, [&](std::uint64_t key) {
+    VertexCells::forEachKeyAround(VertexCells::placeOf(vertex), [&](std::uint64_t key) {
         const auto cell = cells.find(key);
         if (cell == cells.end())
             return;

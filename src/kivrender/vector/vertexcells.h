@@ -11,29 +11,45 @@
 
 namespace VertexCells {
 
-inline constexpr double width = 0.004;
-// A little more than the tolerance, for the rounding of the difference and of the middle.
-inline constexpr double reach = 0.00101;
-// Beyond this the middle of two vertices is rounded too much to be found by cell.
-inline constexpr double farthest = 1e9;
+inline bool isFinite(const FeedbackVector& place) {
+    return std::isfinite(place.x) && std::isfinite(place.y) && std::isfinite(place.z);
+}
 
-enum class Kind {
-    Near, // in a cell
-    Far,  // found by walking all such places
-    None, // not finite: equals nothing
-};
-
-inline Kind kindOf(const FeedbackVector& place) {
-    if (!std::isfinite(place.x) || !std::isfinite(place.y) || !std::isfinite(place.z))
-        return Kind::None;
-    return std::fabs(place.x) > farthest || std::fabs(place.y) > farthest || std::fabs(place.z) > farthest ? Kind::Far
-                                                                                                           : Kind::Near;
+inline FeedbackVector placeOf(const FeedbackVertex& vertex) {
+    return {vertex.x, vertex.y, vertex.z};
 }
 
 inline FeedbackVector middle(const FeedbackVertex& first, const FeedbackVertex& second) {
     return {(static_cast<double>(first.x) + second.x) * 0.5, (static_cast<double>(first.y) + second.y) * 0.5,
             (static_cast<double>(first.z) + second.z) * 0.5};
 }
+
+// Names the cell along one axis; grows with the coordinate. Cells are 1/256 wide. Far out, where middles are rounded
+// too much for that, they become wider with the distance, and each width is a multiple of the one before it.
+inline double cellOf(double coordinate) {
+    // Moves whole numbers and hundredths off the borders, where two cells would have to be searched.
+    constexpr double shift = 0.00173;
+    constexpr int farExponent = 30;
+    const double place = coordinate + shift;
+    const double distance = std::fabs(place);
+    const double width =
+        distance < std::ldexp(1.0, farExponent) ? 0x1p-8 : std::ldexp(0x1p-8, std::ilogb(distance) - farExponent);
+    return std::copysign(std::floor(distance / width) * width, place);
+}
+
+// The one or two cells along one axis in which something can stand that equals what stands at the coordinate: a range
+// of twice the tolerance, and a little more for rounding, is shorter than any cell.
+struct Pair {
+    double cells[2] = {0, 0};
+    int count = 1;
+
+    explicit Pair(double coordinate) {
+        const double reach = 0.00101 + std::fabs(coordinate) * 0x1p-50;
+        cells[0] = cellOf(coordinate - reach);
+        cells[1] = cellOf(coordinate + reach);
+        count = cells[0] == cells[1] ? 1 : 2;
+    }
+};
 
 inline std::uint64_t mixed(std::uint64_t value) {
     value ^= value >> 32;
@@ -43,30 +59,27 @@ inline std::uint64_t mixed(std::uint64_t value) {
     return value ^ (value >> 32);
 }
 
-// Different cells may share a key: whoever looks compares what is found.
-inline std::uint64_t keyOf(double x, double y, double z, std::uint64_t group) {
-    std::uint64_t key = mixed(group + 0x9E3779B97F4A7C15U);
-    for (const double cell : {x, y, z})
-        key = mixed(key + 0x9E3779B97F4A7C15U + std::bit_cast<std::uint64_t>(cell + 0.0));
-    return key;
+// A further value of what a key stands for. Different values may lead to one key: whoever looks compares what is found.
+inline std::uint64_t keyWith(std::uint64_t key, double value) {
+    return mixed(key + 0x9E3779B97F4A7C15U + std::bit_cast<std::uint64_t>(value + 0.0));
 }
 
-inline std::uint64_t keyOf(const FeedbackVector& place, std::uint64_t group) {
-    return keyOf(std::floor(place.x / width), std::floor(place.y / width), std::floor(place.z / width), group);
+inline std::uint64_t keyOf(const FeedbackVector& place) {
+    return keyWith(keyWith(keyWith(0, cellOf(place.x)), cellOf(place.y)), cellOf(place.z));
 }
 
 // Calls visit with the key of each cell in which something stands that equals what stands at the place, which is
 // finite.
-template <class Visit> void forEachKeyAround(const FeedbackVector& place, std::uint64_t group, const Visit& visit) {
-    const auto low = [](double value) { return std::floor((value - reach) / width); };
-    const auto steps = [&](double value) { return static_cast<int>(std::floor((value + reach) / width) - low(value)); };
-    const int stepsX = steps(place.x);
-    const int stepsY = steps(place.y);
-    const int stepsZ = steps(place.z);
-    for (int x = 0; x <= stepsX; ++x) {
-        for (int y = 0; y <= stepsY; ++y) {
-            for (int z = 0; z <= stepsZ; ++z)
-                visit(keyOf(low(place.x) + x, low(place.y) + y, low(place.z) + z, group));
+template <class Visit> void forEachKeyAround(const FeedbackVector& place, const Visit& visit) {
+    const Pair x(place.x);
+    const Pair y(place.y);
+    const Pair z(place.z);
+    for (int i = 0; i < x.count; ++i) {
+        const std::uint64_t alongX = keyWith(0, x.cells[i]);
+        for (int j = 0; j < y.count; ++j) {
+            const std::uint64_t alongY = keyWith(alongX, y.cells[j]);
+            for (int k = 0; k < z.count; ++k)
+                visit(keyWith(alongY, z.cells[k]));
         }
     }
 }

@@ -1,4 +1,4 @@
-"""Which suites of tests reach which lines, counted once by gcov and kept until sources or tests change."""
+"""Which suites of tests reach which lines, counted by gcov and kept until the sources or the tests change."""
 
 import hashlib
 import json
@@ -7,7 +7,6 @@ from dataclasses import dataclass, field
 
 @dataclass
 class Reach:
-    suites: list = field(default_factory=list)
     seconds: dict = field(default_factory=dict)  # of each suite that passes without a mutant
     lines: dict = field(default_factory=dict)  # suite -> file -> set of lines
     failing: list = field(default_factory=list)  # outcomes of suites that fail without a mutant
@@ -38,27 +37,24 @@ def digest(folder):
     return total.hexdigest()
 
 
-def _stored(reach):
-    return {str(suite): {"seconds": reach.seconds[suite],
-                         "lines": {path: sorted(lines) for path, lines in reach.lines[suite].items()}}
-            for suite in reach.seconds}
+def _digest_of_tests(tree, programs):
+    """What each program's tests are made of: its own folder, and what the programs share."""
+    shared = "".join(digest(tree.source / "tests" / name) for name in ("support", "reference"))
+    return {program: shared + digest(tree.source / tree.test_folder(program)) for program in programs}
 
 
-def measure(tree, paths, suites, cache, clock, limit, tell=lambda text: None):
-    """Runs every suite once with counters in the files `paths`, or takes what an earlier run of the same has found."""
-    key = {"sources": digest(tree.source / "src"), "tests": digest(tree.source / "tests"), "paths": sorted(paths),
-           "suites": sorted(map(str, suites))}
-    reach = Reach(suites=list(suites))
+def _read_cache(cache, sources, paths):
+    """What was counted before for these sources and at least these files; its files and its suites by name."""
     known = json.loads(cache.read_text()) if cache.exists() else {}
-    if known.get("key") == key:
-        for suite in suites:
-            if str(suite) in known["reach"]:
-                found = known["reach"][str(suite)]
-                reach.seconds[suite] = found["seconds"]
-                reach.lines[suite] = {path: set(lines) for path, lines in found["lines"].items()}
-        reach.failing = known["failing"]
-        return reach
-    compilations = tree.instrument(paths)
+    if known.get("sources") != sources or not set(paths) <= set(known["paths"]):
+        return set(paths), {}
+    return set(known["paths"]), known["suites"]
+
+
+def _count(tree, paths, suites, clock, limit, tell):
+    """Runs each suite with counters in the files `paths`."""
+    found = {}
+    compilations = tree.instrument(sorted(paths))
     try:
         tree.counted_lines(compilations)
         for i, suite in enumerate(suites):
@@ -66,13 +62,30 @@ def measure(tree, paths, suites, cache, clock, limit, tell=lambda text: None):
             begin = clock()
             outcome = tree.run(suite, limit)
             seconds = clock() - begin
-            lines = tree.counted_lines(compilations)
-            if outcome.passed:
-                reach.seconds[suite] = seconds
-                reach.lines[suite] = lines
-            else:
-                reach.failing.append(f"{suite}: {outcome.why}")
+            lines = {path: sorted(each) for path, each in tree.counted_lines(compilations).items()}
+            found[str(suite)] = {"seconds": seconds, "lines": lines, "fault": "" if outcome.passed else outcome.why}
     finally:
         tree.remove_counters(compilations)
-    cache.write_text(json.dumps({"key": key, "failing": reach.failing, "reach": _stored(reach)}))
+    return found
+
+
+def measure(tree, paths, suites, cache, clock, limit, tell=lambda text: None):
+    """Which lines of the files `paths` each suite reaches; counts only what earlier runs have not."""
+    sources = digest(tree.source / "src")
+    tests = _digest_of_tests(tree, {suite.program for suite in suites})
+    counted, known = _read_cache(cache, sources, paths)
+    missing = [suite for suite in suites if known.get(str(suite), {}).get("tests") != tests[suite.program]]
+    if missing:
+        digests = {str(suite): tests[suite.program] for suite in missing}
+        for name, found in _count(tree, counted, missing, clock, limit, tell).items():
+            known[name] = {**found, "tests": digests[name]}
+        cache.write_text(json.dumps({"sources": sources, "paths": sorted(counted), "suites": known}))
+    reach = Reach()
+    for suite in suites:
+        found = known[str(suite)]
+        if found["fault"]:
+            reach.failing.append(f"{suite}: {found['fault']}")
+            continue
+        reach.seconds[suite] = found["seconds"]
+        reach.lines[suite] = {path: set(lines) for path, lines in found["lines"].items()}
     return reach

@@ -143,6 +143,12 @@ class Tree:
 
     # --- tests ---
 
+    def test_folder(self, program):
+        """The folder of a program's sources, from the root."""
+        target = f"/{Path(program).name}.dir/"
+        return next(str(Path(name).parent) for name, all_of in self.compilations.items()
+                    if any(target in str(each.object) for each in all_of))
+
     def suites(self, programs):
         """The suites of these programs, as CTest knows them."""
         listed = json.loads(self._call(["ctest", "--test-dir", str(self.build), "--show-only=json-v1"], self.build))

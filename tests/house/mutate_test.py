@@ -291,10 +291,23 @@ class WholeRun(unittest.TestCase):
         self.assertEqual(list(tree.build.rglob("*.kept")), [])
         self.assertEqual(subprocess.run([tree.build / "tests" / "test_small"], stdout=subprocess.DEVNULL).returncode, 0)
 
+    def test_a_run_that_was_killed_leaves_nothing_to_the_next(self):
+        tree = Tree(self.root, self.root / "build" / "mutate" / "0", [])
+        tree._read_commands()
+        wrong = mutants.Mutant("src/small/small.cpp", 3, "return", "        return a;", "        return 7;")
+        program = tree.build / "tests" / "test_small"
+        self.assertEqual(tree.apply(wrong), "built")
+        self.assertEqual((tree.source / "src/small/small.cpp").read_text(), wrong.apply(PROJECT["src/small/small.cpp"]))
+        tree.restore()  # and it ends here: the library still holds the mutant
+        self.assertEqual(subprocess.run([program], stdout=subprocess.DEVNULL).returncode, 1)
+        Tree(self.root, self.root / "build" / "mutate" / "0", []).make(["test_small"], 1)
+        self.test_the_copy_holds_no_mutant()
+
     def test_what_was_missed_is_tried_again(self):
         status, output = self.mutate("src/small", "--again")
         self.assertEqual(status, 0)
         self.assertIn("\n1 mutants: ", output)
+        self.assertNotIn("counting lines", output, "it is known from the first run")
 
     def test_faults_are_told(self):
         self.assertEqual(self.mutate("src/nowhere"), (2, "mutate: no C++ source is or lies under src/nowhere\n"))

@@ -1,0 +1,114 @@
+// Exact visibility: from triangles to the visible parts of every edge on the contour, for 10 thousand to 2 million
+// triangles, and of long lines across all of them.
+#include "kivrender/lines/kivoccluders.h"
+
+#include "kivrender/scene/kivcamera.h"
+#include "kivrender/scene/kivmesh.h"
+#include "support/closedshapes.h"
+
+#include <benchmark/benchmark.h>
+
+#include <array>
+#include <cmath>
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+namespace {
+
+struct Sample {
+    std::vector<KivVec> points;
+    std::vector<KivOccluders::Triangle> triangles;
+    std::vector<std::array<std::uint32_t, 2>>
+        contour; // edges between a triangle that faces the eye and one that does not
+};
+
+KivCamera camera() {
+    KivCamera camera;
+    camera.setFrustumLeft(-0.5);
+    camera.setFrustumRight(0.5);
+    camera.setFrustumBottom(-0.5);
+    camera.setFrustumTop(0.5);
+    camera.setFrustumNear(1.0);
+    camera.setFrustumFar(100.0);
+    camera.setLocation({3.0, 4.0, 7.0});
+    camera.setDirection({-3.0, -4.0, -7.0});
+    camera.setUp({0.0, 1.0, 0.0});
+    return camera;
+}
+
+bool facesEye(const Sample& sample, const KivOccluders::Triangle& t) {
+    const KivVec& a = sample.points[t[0]];
+    const KivVec normal = kivCross(sample.points[t[1]] - a, sample.points[t[2]] - a);
+    return kivDot(normal, KivVec{3.0, 4.0, 7.0} - a) > 0.0;
+}
+
+// A wavy ring; its quads stand in rows of `across`, two triangles each.
+Sample sampleOf(std::int64_t triangles) {
+    const auto across = static_cast<unsigned int>(std::sqrt(static_cast<double>(triangles) / 4.0));
+    const unsigned int around = 2 * across;
+    const std::unique_ptr<KivMesh> mesh = closedRing({0.0, 0.0, 0.0}, 1.5, 0.6, around, across);
+    Sample sample;
+    for (unsigned int i = 0; i < mesh->getNumVertexs(); ++i) {
+        const Kiv3DPoint p = mesh->getVertex(i);
+        const double wave = 1.0 + 0.02 * std::sin(40.0 * p.x) * std::sin(37.0 * p.y) * std::sin(43.0 * p.z);
+        sample.points.push_back({p.x * wave, p.y * wave, p.z * wave});
+    }
+    for (unsigned int i = 0; i < mesh->getNumTriangles(); ++i) {
+        KivOccluders::Triangle t{};
+        mesh->getTriangle(t.data(), i);
+        sample.triangles.push_back(t);
+    }
+    // Of each quad's first triangle the edges to its twin and to the row before are enough for a sample of the contour.
+    for (std::size_t i = 0; i + 1 < sample.triangles.size(); i += 2) {
+        const KivOccluders::Triangle& t = sample.triangles[i];
+        if (facesEye(sample, t) != facesEye(sample, sample.triangles[i + 1])) {
+            sample.contour.push_back({t[0], t[2]});
+        }
+        if (i >= 2 * across && facesEye(sample, t) != facesEye(sample, sample.triangles[i + 1 - 2 * across])) {
+            sample.contour.push_back({t[0], t[1]});
+        }
+    }
+    return sample;
+}
+
+void contours(benchmark::State& state) {
+    const Sample sample = sampleOf(state.range(0));
+    std::size_t pieces = 0;
+    for (auto _ : state) {
+        KivOccluders occluders(KivLineView(camera(), 1280.0, 1280.0));
+        occluders.add(sample.points, sample.triangles);
+        occluders.build();
+        std::vector<KivLinePart> parts;
+        pieces = 0;
+        for (const auto& [a, b] : sample.contour) {
+            occluders.visibleParts(sample.points[a], sample.points[b], parts);
+            pieces += parts.size();
+        }
+    }
+    state.counters["edges"] = static_cast<double>(sample.contour.size());
+    state.counters["visible"] = static_cast<double>(pieces);
+    state.SetComplexityN(state.range(0));
+}
+
+// A thousand lines from side to side behind the ring.
+void longLines(benchmark::State& state) {
+    const Sample sample = sampleOf(state.range(0));
+    KivOccluders occluders(KivLineView(camera(), 1280.0, 1280.0));
+    occluders.add(sample.points, sample.triangles);
+    occluders.build();
+    std::vector<KivLinePart> parts;
+    for (auto _ : state) {
+        for (int i = 0; i < 1000; ++i) {
+            const double y = -2.0 + 0.004 * i;
+            occluders.visibleParts({-3.0, y, -3.0}, {3.0, -y, -3.0}, parts);
+            benchmark::DoNotOptimize(parts.data());
+        }
+    }
+    state.SetComplexityN(state.range(0));
+}
+
+BENCHMARK(contours)->Unit(benchmark::kMillisecond)->Arg(10000)->Arg(100000)->Arg(1000000)->Arg(2000000)->Complexity();
+BENCHMARK(longLines)->Unit(benchmark::kMillisecond)->Arg(10000)->Arg(100000)->Arg(1000000)->Complexity();
+
+} // namespace

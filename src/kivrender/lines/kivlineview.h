@@ -1,0 +1,83 @@
+// How a camera maps space into a picture: in doubles and without OpenGL, for what is computed of lines and areas rather
+// than drawn.
+//
+// Three coordinate systems meet here. Space: the model's units. Camera space: the model's units too, x to the right and
+// y up in the picture, z the distance in front of the plane through the eye. The picture: pixels from its lower left
+// corner.
+#ifndef KIVRENDER_LINES_KIVLINEVIEW_H
+#define KIVRENDER_LINES_KIVLINEVIEW_H
+
+#include "kivrender/geometry/kivvec.h"
+#include "kivrender/platform/kivexport.h"
+
+class KivCamera;
+
+struct KivPicturePoint {
+    double x = 0.0;
+    double y = 0.0;
+};
+
+class KIV_API KivLineView {
+public:
+    // A view that sees nothing.
+    KivLineView() = default;
+    // A picture of that many pixels. A camera without a direction, with an empty frustum or with a number that is not
+    // finite gives a view that sees nothing. An up vector that is parallel to the direction is replaced by another.
+    KivLineView(const KivCamera& camera, double width, double height);
+
+    bool seesAnything() const {
+        return valid;
+    }
+    bool isPerspective() const {
+        return perspective;
+    }
+    double width() const {
+        return pictureWidth;
+    }
+    double height() const {
+        return pictureHeight;
+    }
+    // Nearer than this, in camera space, nothing is seen.
+    double nearest() const {
+        return nearPlane;
+    }
+
+    KivVec toCamera(const KivVec& point) const {
+        const KivVec away = point - eye;
+        return {kivDot(away, right), kivDot(away, up), kivDot(away, forward)};
+    }
+    // Of a point of camera space; z must be above 0 in a perspective view.
+    KivPicturePoint toPicture(const KivVec& point) const {
+        const double w = perspective ? nearPlane / point.z : 1.0;
+        return {(point.x * w - left) * pixelsAcross, (point.y * w - bottom) * pixelsAlong};
+    }
+    // A point of camera space in homogeneous coordinates of the picture: where x / z and y / z lie in it. The sight
+    // line of a point, unlike its place in the picture, exists behind the eye too, and runs evenly along a segment in
+    // space.
+    KivVec sight(const KivVec& point) const {
+        return {point.x, point.y, perspective ? point.z : 1.0};
+    }
+    // The part of a segment of camera space that lies inside the picture and between the near and the far plane, as
+    // parameters from 0 at a to 1 at b. False if there is none.
+    bool clip(const KivVec& a, const KivVec& b, double* from, double* to) const;
+
+private:
+    bool valid = false;
+    bool perspective = true;
+    double pictureWidth = 0.0;
+    double pictureHeight = 0.0;
+    double left = 0.0;
+    double rightEnd = 0.0;
+    double bottom = 0.0;
+    double top = 0.0;
+    double nearPlane = 0.0;
+    double farPlane = 0.0;
+    double pixelsAcross = 0.0;
+    double pixelsAlong = 0.0;
+    KivVec eye;
+    KivVec right;
+    KivVec up;
+    KivVec forward;
+};
+
+#endif

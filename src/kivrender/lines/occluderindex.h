@@ -1,0 +1,97 @@
+// A tree over rectangles of the picture with the nearest depth of what each holds: which triangles may stand before a
+// segment. The leaves follow a space-filling curve (Morton, 1966) and the tree over them is an implicit binary one,
+// built from the bottom (after Lauterbach et al., Fast BVH Construction on GPUs, 2009): n log n for any input, also for
+// a million equal rectangles, and nothing is allocated for a single entry.
+#ifndef KIVRENDER_LINES_OCCLUDERINDEX_H
+#define KIVRENDER_LINES_OCCLUDERINDEX_H
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+// In pixels; nearest in the units of camera space. Rounded outwards, so that floats are enough.
+struct KivOccluderBounds {
+    float left = 0.0F;
+    float right = -1.0F; // below left: empty
+    float bottom = 0.0F;
+    float top = 0.0F;
+    float nearest = 0.0F;
+};
+
+class OccluderIndex {
+public:
+    // The entries are known by their place in the list. False, with an empty index, when the user cancelled.
+    bool build(const std::vector<KivOccluderBounds>& entries);
+    std::size_t size() const {
+        return order.size();
+    }
+
+    // Calls visit(entry) for every entry whose rectangle the segment from (x0, y0) to (x1, y1) may meet and that
+    // reaches nearer than farthest; entries that lie nearer come earlier on the whole. Stops when visit answers false.
+    template <class Visit> void walk(double x0, double y0, double x1, double y1, double farthest, Visit visit) const;
+
+private:
+    static constexpr std::size_t leafSize = 4;
+
+    struct Line {
+        float left, right, bottom, top; // the box of the segment
+        float a, b, c;                  // a * x + b * y + c is 0 on it
+        float slack;                    // what the rounding of the line's own value comes to
+        float farthest;
+    };
+    bool buildLevels();
+    bool drop(); // empties the index; always false
+    static Line lineOf(double x0, double y0, double x1, double y1, double farthest);
+    static bool meets(const KivOccluderBounds& box, const Line& line);
+
+    std::vector<std::uint32_t> order;                   // entries along the curve
+    std::vector<KivOccluderBounds> boxes;               // of the entries, in that order
+    std::vector<std::vector<KivOccluderBounds>> levels; // leaves first, the root's level last
+};
+
+template <class Visit>
+void OccluderIndex::walk(double x0, double y0, double x1, double y1, double farthest, Visit visit) const {
+    if (levels.empty()) {
+        return;
+    }
+    const Line line = lineOf(x0, y0, x1, y1, farthest);
+    struct Place {
+        std::uint32_t level;
+        std::uint32_t node;
+    };
+    Place open[80]; // two for each of at most 32 levels
+    int count = 0;
+    if (meets(levels.back()[0], line)) {
+        open[count++] = {static_cast<std::uint32_t>(levels.size() - 1), 0};
+    }
+    while (count > 0) {
+        const Place place = open[--count];
+        if (place.level > 0) {
+            const std::vector<KivOccluderBounds>& below = levels[place.level - 1];
+            const std::uint32_t first = place.node * 2;
+            const bool meetsFirst = meets(below[first], line);
+            const bool meetsSecond = first + 1 < below.size() && meets(below[first + 1], line);
+            const bool secondIsNearer = meetsSecond && below[first + 1].nearest < below[first].nearest;
+            // The nearer one on top of the stack.
+            if (meetsFirst && secondIsNearer) {
+                open[count++] = {place.level - 1, first};
+            }
+            if (meetsSecond) {
+                open[count++] = {place.level - 1, first + 1};
+            }
+            if (meetsFirst && !secondIsNearer) {
+                open[count++] = {place.level - 1, first};
+            }
+            continue;
+        }
+        const std::size_t end = std::min<std::size_t>(order.size(), (std::size_t{place.node} + 1) * leafSize);
+        for (std::size_t i = std::size_t{place.node} * leafSize; i < end; ++i) {
+            if (meets(boxes[i], line) && !visit(order[i])) {
+                return;
+            }
+        }
+    }
+}
+
+#endif

@@ -1,0 +1,120 @@
+#include "kivrender/lines/occluderindex.h"
+
+#include "support/pollcost.h"
+#include "support/rawrandom.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <vector>
+
+namespace {
+
+std::vector<KivOccluderBounds> randomBounds(RawRandom& random, unsigned int count, double size) {
+    std::vector<KivOccluderBounds> bounds;
+    for (unsigned int i = 0; i < count; ++i) {
+        const double x = random.between(0.0, 1000.0);
+        const double y = random.between(0.0, 1000.0);
+        bounds.push_back({static_cast<float>(x), static_cast<float>(x + random.between(0.0, size)),
+                          static_cast<float>(y), static_cast<float>(y + random.between(0.0, size)),
+                          static_cast<float>(random.between(1.0, 9.0))});
+    }
+    return bounds;
+}
+
+struct Query {
+    double x0, y0, x1, y1, farthest;
+};
+
+// Whether a segment meets a rectangle, by cutting it at the four sides.
+bool meets(const KivOccluderBounds& box, const Query& q) {
+    double from = 0.0;
+    double to = 1.0;
+    const auto cut = [&](double start, double end, double low, double high) {
+        if (start == end) {
+            return start >= low && start <= high;
+        }
+        const double a = (low - start) / (end - start);
+        const double b = (high - start) / (end - start);
+        from = std::max(from, std::min(a, b));
+        to = std::min(to, std::max(a, b));
+        return from <= to;
+    };
+    return box.nearest <= q.farthest && cut(q.x0, q.x1, box.left, box.right) && cut(q.y0, q.y1, box.bottom, box.top);
+}
+
+TEST(OccluderIndex, LeavesOutNothingThatASegmentMeetsAndLittleElse) {
+    RawRandom random(3);
+    std::size_t visited = 0;
+    std::size_t met = 0;
+    for (const unsigned int count : {0U, 1U, 2U, 4U, 5U, 9U, 33U, 1000U, 4097U}) {
+        const std::vector<KivOccluderBounds> bounds = randomBounds(random, count, count > 100 ? 40.0 : 400.0);
+        OccluderIndex index;
+        ASSERT_TRUE(index.build(bounds));
+        ASSERT_EQ(index.size(), count);
+        for (int i = 0; i < 60; ++i) {
+            const Query q = {random.between(0.0, 1000.0), random.between(0.0, 1000.0), random.between(0.0, 1000.0),
+                             random.chance(4) ? 500.0 : random.between(0.0, 1000.0), random.between(0.0, 10.0)};
+            std::vector<bool> seen(count, false);
+            index.walk(q.x0, q.y0, q.x1, q.y1, q.farthest, [&](std::uint32_t entry) {
+                EXPECT_FALSE(seen[entry]) << "visited twice";
+                seen[entry] = true;
+                ++visited;
+                return true;
+            });
+            for (unsigned int entry = 0; entry < count; ++entry) {
+                if (meets(bounds[entry], q)) {
+                    ++met;
+                    EXPECT_TRUE(seen[entry]) << "entry " << entry << " of " << count;
+                }
+            }
+        }
+    }
+    EXPECT_GT(met, 1000U);
+    EXPECT_LT(visited, met * 1.01 + 20);
+}
+
+TEST(OccluderIndex, StopsWhenTheVisitorHasEnough) {
+    RawRandom random(4);
+    OccluderIndex index;
+    ASSERT_TRUE(index.build(randomBounds(random, 500, 900.0)));
+    int visits = 0;
+    index.walk(500.0, 500.0, 510.0, 500.0, 10.0, [&](std::uint32_t) { return ++visits < 3; });
+    EXPECT_EQ(visits, 3);
+}
+
+TEST(OccluderIndex, ComesToNearEntriesFirstOnTheWhole) {
+    // A stack of equal rectangles: a walk that is stopped at the first one has gone to the nearest.
+    std::vector<KivOccluderBounds> stack;
+    for (unsigned int i = 0; i < 4096; ++i) {
+        stack.push_back({0.0F, 10.0F, 0.0F, 10.0F, static_cast<float>((i * 2654435761U) % 4096U)});
+    }
+    OccluderIndex index;
+    ASSERT_TRUE(index.build(stack));
+    float first = -1.0F;
+    index.walk(2.0, 2.0, 8.0, 8.0, 5000.0, [&](std::uint32_t entry) {
+        first = stack[entry].nearest;
+        return false;
+    });
+    EXPECT_GE(first, 0.0F);
+    EXPECT_LT(first, 4.0F); // the nearest leaf
+}
+
+TEST(OccluderIndex, FloatsThatRoundMissNothing) {
+    // Far from the corner of the picture a float keeps a part of a pixel only: a segment exactly along a side still
+    // meets the rectangle.
+    const float edge = 40000.003F;
+    OccluderIndex index;
+    ASSERT_TRUE(index.build({{30000.0F, edge, 10.0F, 20.0F, 1.0F}}));
+    int visits = 0;
+    index.walk(double{edge}, 5.0, double{edge}, 25.0, 2.0, [&](std::uint32_t) { return ++visits < 9; });
+    EXPECT_EQ(visits, 1);
+}
+
+TEST(OccluderIndex, PollsWhileItBuilds) {
+    RawRandom random(5);
+    const std::vector<KivOccluderBounds> bounds = randomBounds(random, 500000, 3.0);
+    PollCost::expectAllowed([&] { OccluderIndex().build(bounds); });
+}
+
+} // namespace

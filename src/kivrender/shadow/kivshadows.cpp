@@ -6,6 +6,7 @@
 #include "kivrender/scene/kivmesh.h"
 #include "kivrender/scene/kivprogress.h"
 #include "kivrender/scene/kivscene.h"
+#include "kivrender/scene/kivsingleprecision.h"
 
 #include <GL/gl.h>
 #include <gl2ps.h>
@@ -438,7 +439,8 @@ void KivShadows::cast(const std::vector<edgeInfo>& edges, const KivMesh* mesh, c
 void KivShadows::saveShadowVolume(std::vector<edgeInfo>& edges, bool capped, KivMesh* mesh, const KivLight* light) {
     // Single precision is what the stored form has always had; its directions are told apart from the drawn ones by it.
     const Kiv3DPoint exact = light->getLocation();
-    const Kiv3DPoint source(static_cast<float>(exact.x), static_cast<float>(exact.y), static_cast<float>(exact.z));
+    const Kiv3DPoint source(kivToSinglePrecision(exact.x), kivToSinglePrecision(exact.y),
+                            kivToSinglePrecision(exact.z));
     const auto away = [&](const Kiv3DPoint& p) { return Kiv3DPoint(p.x - source.x, p.y - source.y, p.z - source.z); };
     for (const edgeInfo& edge : edges) {
         if (edge.lightened0 == edge.lightened1) {

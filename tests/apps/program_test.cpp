@@ -390,10 +390,48 @@ TEST(Program, ShadowsAndTheirPicture) {
     EXPECT_EQ(lights.at(100, 100), (std::array<int, 3>{0, 0, 0}));
     EXPECT_EQ(lights.at(150, 110), (std::array<int, 3>{255, 255, 255}));
     EXPECT_EQ(lights.at(1, 1), (std::array<int, 3>{255, 255, 255})) << "nothing is there to be dark";
-    const Outcome refused =
-        run(folder, {"render", model, "-o", folder.path("o.png"), "--shadows", "--ortho", "0", "--depth-image"});
-    EXPECT_EQ(refused.status, 2);
-    EXPECT_THAT(refused.err, testing::HasSubstr("--depth-image shows nothing of a parallel view"));
+}
+
+// Beside the shadows of a parallel view, which is drawn as from far away, the depth image shows the model.
+TEST(Program, TheDepthImageOfAParallelViewWithShadowsShowsTheModel) {
+    const ProgramFolder folder;
+    const Outcome done = run(folder, {"render", "--demo", "-o", folder.path("o.png"), "-s", "101x80", "--shadows",
+                                      "--ortho", "0", "--depth-image", "--shadow-image"});
+    ASSERT_EQ(done.status, 0) << done.err;
+    const Picture depth = readPng(folder.path("o_depth.png"));
+    std::set<int> greys;
+    for (int y = 0; y < 80; ++y) {
+        for (int x = 0; x < 101; ++x) {
+            greys.insert(depth.at(x, y)[0]);
+        }
+    }
+    EXPECT_GT(greys.size(), 50U);
+}
+
+// A background image of another size than the picture's moves neither shadows nor what stands behind glass.
+TEST(Program, ABackgroundImageOfAnySizeLeavesTheModelAsItIs) {
+    const ProgramFolder folder;
+    folder.write("t.mtl", "newmtl glass\nKd 0.2 0.5 0.9\nd 0.4\nnewmtl board\nKd 0.9 0.3 0.2\n");
+    const std::string model =
+        folder.write("t.obj", "mtllib t.mtl\nv -1 -1 0\nv 1 -1 0\nv 1 1 0\nv -1 1 0\nv -2 -2 -1\nv 2 -2 -1\nv 2 2 -1\n"
+                              "v -2 2 -1\nv -1 -1 -2\nv 1 -1 -2\nv 1 1 -2\nv -1 1 -2\nusemtl board\nf 5 6 7 8\n"
+                              "usemtl glass\nf 1 2 3 4\nf 9 10 11 12\n");
+    const std::string small = folder.path("small.png");
+    ASSERT_EQ(run(folder, {"render", "--demo", "-o", small, "-s", "24x24", "--base", "none", "--add", "none",
+                           "--background", "#ffffff"})
+                  .status,
+              0);
+    const auto draw = [&](const std::string& name, std::vector<std::string> more) {
+        std::vector<std::string> words{"render",         model,          "-o",      folder.path(name), "--base",
+                                       "Cartoon",        "-s",           "200x160", "--add",           "none",
+                                       "--eye",          "1,1,6",        "--light", "point:1,2,7",     "--shadows",
+                                       "--transparency", "--background", "#ffffff"};
+        words.insert(words.end(), more.begin(), more.end());
+        return run(folder, words).status;
+    };
+    ASSERT_EQ(draw("plain.png", {}), 0);
+    ASSERT_EQ(draw("over.png", {"--background-image", small}), 0);
+    EXPECT_EQ(folder.read("over.png"), folder.read("plain.png"));
 }
 
 // Glass before a board: the drawing says so, and only of the glass.

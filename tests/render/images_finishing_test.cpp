@@ -184,11 +184,11 @@ TEST_F(PictureTest, ABackgroundLargerThanThePictureShowsItsMiddle) {
         ASSERT_TRUE(startDrawing(surface, size));
         host->stretches.clear();
         KivTestAccess::drawBackgroundImage(renderer, settings, size, nullptr);
-        // Where the summed shadows go later: where the whole picture would have begun.
+        // Where the summed shadows go later.
         float raster[4];
         glGetFloatv(GL_CURRENT_RASTER_POSITION, raster);
-        EXPECT_EQ(raster[0], static_cast<float>(-450 * times));
-        EXPECT_EQ(raster[1], static_cast<float>(-370 * times));
+        EXPECT_EQ(raster[0], 0.0F);
+        EXPECT_EQ(raster[1], 0.0F);
         const auto image = finish(surface);
         // The middle of the source is where the corner's colour ends; 4 pixels for what the filter blends.
         const int x = size.cx / 2;
@@ -384,6 +384,32 @@ TEST_F(PictureTest, TheDepthImageHasTheFinalSize) {
         settings.setVectorial(true);
         KivTestAccess::saveDepthBuffer(renderer, size, nullptr, settings);
         EXPECT_EQ(KivImage::load(folder.wide("r_depth.png"))->size(), size);
+    }
+}
+
+TEST_F(PictureTest, TheDepthImageOfAnyWidthIsNotStretched) {
+    for (const int level : {1, 2}) {
+        for (const std::int32_t width : {101, 102, 103}) {
+            const int times = 1 << level;
+            KivCommonSettings settings;
+            settings.setAntialias(level);
+            settings.setSaveDepth(true);
+            settings.setSaveRenderFile(folder.wide("r.png").c_str());
+            KivBitmapManager surface;
+            const tagSIZE size{width * times, 31 * times};
+            ASSERT_TRUE(startDrawing(surface, size));
+            glEnable(GL_SCISSOR_TEST);
+            glScissor((width - 2) * times, 0, 2 * times, size.cy);
+            glClearDepth(0.0);
+            glClear(GL_DEPTH_BUFFER_BIT);
+            KivTestAccess::saveDepthBuffer(renderer, size, nullptr, settings);
+            const auto image = KivImage::load(folder.wide("r_depth.png"));
+            ASSERT_TRUE(image);
+            EXPECT_EQ(image->size(), (tagSIZE{width, 31}));
+            EXPECT_EQ(image->pixel(width - 4, 15), white);
+            EXPECT_LT(image->pixel(width - 2, 15) & 0xFFU, 32U);
+            EXPECT_LT(image->pixel(width - 1, 15) & 0xFFU, 2U);
+        }
     }
 }
 

@@ -219,8 +219,9 @@ TEST_F(KivRendererPasses, EveryStepThatBeginsAlsoEnds) {
         EXPECT_TRUE(render({20, 10}));
         const auto begun = std::count(progress.calls.begin(), progress.calls.end(), "beginStep");
         EXPECT_EQ(begun, std::count(progress.calls.begin(), progress.calls.end(), "endStep"));
-        // Ordering, depth, volumes and lit passes, the transparent triangles twice with volumes between, the reduction.
-        EXPECT_EQ(begun, transparencies ? 1 + 3 + 3 + 1 : 3 + 1);
+        // Ordering, depth, volumes and lit passes, the lines of objects, the transparent triangles twice with volumes
+        // between, the reduction.
+        EXPECT_EQ(begun, transparencies ? 1 + 3 + 4 + 3 + 1 : 3 + 4 + 1);
     }
 }
 

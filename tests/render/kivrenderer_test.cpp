@@ -36,13 +36,17 @@ TEST_F(KivRendererRender, StagesRunInOrder) {
     fillScene(scene, 10, 2, 3);
     ASSERT_TRUE(render({20, 10}));
     EXPECT_EQ(progress.steps, (std::vector<unsigned int>{34, 14, 11, 11, 11, 14, 11, 11, 11, 1}));
+    // The shaders here tell nothing of their steps, four for the row of the style and four for that of the sweep.
     EXPECT_THAT(callsOfPasses(),
                 ElementsAre("base prepareObjectRendering", "base loadRenderData", "add-lines loadRenderData",
                             "beginStep", "base render 20x10 named", "base prepareObjectRendering",
                             "base render 20x10 sweep", "cartoon prepareObjectRendering", "cartoon render 20x10 sweep",
-                            "endStep", "add-lines render 20x10 named", "add-lines render 20x10 sweep",
-                            "add-more render 20x10 sweep", "beginStep", "setText Smoothing edges", "advance 1 show",
-                            "advance 1", "endStep"));
+                            "endStep", "add-lines render 20x10 named", "beginStep", "advance 14", "endStep",
+                            "beginStep", "advance 11", "endStep", "beginStep", "advance 11", "endStep", "beginStep",
+                            "advance 11", "endStep", "add-lines render 20x10 sweep", "beginStep", "advance 14",
+                            "endStep", "beginStep", "advance 9", "add-more render 20x10 sweep", "advance 2", "endStep",
+                            "beginStep", "advance 11", "endStep", "beginStep", "advance 11", "endStep", "beginStep",
+                            "setText Smoothing edges", "advance 1 show", "advance 1", "endStep"));
     EXPECT_THAT(host.messages, IsEmpty());
 }
 

@@ -134,6 +134,19 @@ TEST_F(KivShadowsStencil, ALightCountsOnceHoweverManyVolumesEnclose) {
     EXPECT_EQ(stencil(), expected);
 }
 
+TEST_F(KivShadowsStencil, WithoutASumOnlyTheStencilIsMadeReady) {
+    setStencil(1, 1, 101);
+    shadows.addCurrentStencil(size);
+    EXPECT_THAT(stencil(), Each(100));
+    setStencil(2, 2, 103);
+    shadows.saveAndDestroyStencilBuffer(size);
+    EXPECT_EQ(stencil()[at(2, 2)], 103) << "nothing to write";
+    shadows.createInitialStencilBuffer(size);
+    shadows.saveAndDestroyStencilBuffer(size);
+    shadows.saveAndDestroyStencilBuffer(size); // the sum is gone
+    EXPECT_THAT(stencil(), Each(100));
+}
+
 TEST_F(KivShadowsStencil, WhatUnbalancedVolumesLeaveBelowAddsNothing) {
     shadows.createInitialStencilBuffer(size);
     setStencil(1, 1, 99);
@@ -241,6 +254,31 @@ TEST_F(KivShadowsStencil, AReducedPictureIsAHalfOrAQuarterAsLarge) {
         EXPECT_EQ(image->width(), 32 / divisor);
         EXPECT_EQ(image->height(), 16 / divisor);
         EXPECT_EQ(image->pixel(3, 3), 0xFFFFFFU);
+    }
+}
+
+// However the final width falls, each pixel is made of those that it stands for.
+TEST_F(KivShadowsStencil, AReducedPictureOfAnyWidthIsNotStretched) {
+    for (const int level : {1, 2}) {
+        const int times = 1 << level;
+        const tagSIZE large{13 * times, 6 * times};
+        const GlSurface drawn(large.cx, large.cy);
+        glClearStencil(100);
+        glClear(GL_STENCIL_BUFFER_BIT);
+        coverAll();
+        glScissor(11 * times, 0, 2 * times, large.cy); // the last two columns of the picture
+        glEnable(GL_SCISSOR_TEST);
+        glClearStencil(101);
+        glClear(GL_STENCIL_BUFFER_BIT);
+        glDisable(GL_SCISSOR_TEST);
+        settings.setAntialias(level);
+        shadows.copyStencilToBitmap(home.wide("odd.png").c_str(), large, 1, settings);
+        const auto image = KivImage::load(home.wide("odd.png"));
+        ASSERT_NE(image, nullptr);
+        EXPECT_EQ(image->size(), (tagSIZE{13, 6}));
+        EXPECT_EQ(image->pixel(9, 3), 0xFFFFFFU);
+        EXPECT_LT(image->pixel(11, 3) & 0xFFU, 32U);
+        EXPECT_LT(image->pixel(12, 3) & 0xFFU, 2U);
     }
 }
 

@@ -145,6 +145,76 @@ TEST(KivScene, RemoveMeshOfAMissingOneErasesTheEntry) {
     EXPECT_NE(scene.getMesh(0), nullptr);
 }
 
+// The numbers of an ordered list do not follow a removal. What they no longer lead to goes at the next ordering.
+TEST(KivScene, OrderingAgainAfterARemovalForgetsWhatIsNoLongerThere) {
+    KivScene scene;
+    scene.addMesh(triangles(3));
+    scene.addMesh(triangles(1));
+    scene.addMesh(triangles(2));
+    const KivCamera camera;
+    scene.orderTrianglesVectorial(camera);
+    ASSERT_EQ(scene.numTriangles(), 6U);
+    const std::unique_ptr<KivMesh> removed(scene.getMesh(0));
+    scene.removeMesh(0);
+    // Of mesh 0, with one triangle now, 1 is left; of mesh 1, with two now, 1; and all three of now are added.
+    scene.orderTrianglesVectorial(camera);
+    EXPECT_EQ(scene.numTriangles(), 5U);
+    for (unsigned int i = 0; i < scene.numTriangles(); ++i) {
+        KivMesh* mesh = nullptr;
+        Kiv3DPoint points[3];
+        Kiv3DVector normals[3];
+        scene.getOrderedTriangle(i, &mesh, points, normals);
+        EXPECT_TRUE(mesh == scene.getMesh(0) || mesh == scene.getMesh(1));
+    }
+    // Nothing to add: the list shrinks all the same.
+    const std::unique_ptr<KivMesh> second(scene.getMesh(1));
+    const std::unique_ptr<KivMesh> first(scene.getMesh(0));
+    scene.removeMesh(1);
+    scene.removeMesh(0);
+    scene.orderTrianglesVectorial(camera);
+    EXPECT_EQ(scene.numTriangles(), 0U);
+}
+
+TEST(KivScene, MeshesWithAVertexThatIsNotThereGo) {
+    KivScene scene;
+    scene.addMesh(nullptr);
+    fill(scene);
+    const KivMesh* const whole = scene.getMesh(2);
+    for (const unsigned int wrong : {3U, 4000000000U, 0xFFFFFFFFU}) {
+        for (int corner = 0; corner < 3; ++corner) {
+            KivMesh* const broken = triangles(1);
+            EXPECT_TRUE(broken->hasAllVertexs());
+            unsigned int c[3] = {0, 1, 2};
+            c[corner] = wrong;
+            broken->addTriangle(c[0], c[1], c[2]);
+            EXPECT_FALSE(broken->hasAllVertexs());
+            scene.addMesh(broken);
+        }
+    }
+    EXPECT_EQ(scene.removeBrokenMeshes(), 9U);
+    EXPECT_EQ(scene.numMeshes(), 3U);
+    EXPECT_EQ(scene.getMesh(2), whole) << "the others keep their order";
+    EXPECT_EQ(CountedMesh::alive, 2) << "deleted";
+    EXPECT_EQ(scene.removeBrokenMeshes(), 0U);
+}
+
+// A scene that shares its meshes, as hosts make one for each picture, leaves the other's alone.
+TEST(KivScene, ABrokenMeshThatAnotherSceneHasIsNotDeleted) {
+    {
+        KivScene scene;
+        KivMesh* const broken = triangles(1);
+        broken->addTriangle(0, 1, 7);
+        scene.addMesh(broken);
+        {
+            KivScene copy(scene);
+            EXPECT_EQ(copy.removeBrokenMeshes(), 1U);
+        }
+        EXPECT_EQ(CountedMesh::alive, 1);
+        EXPECT_EQ(scene.getMesh(0), broken);
+    }
+    EXPECT_EQ(CountedMesh::alive, 0);
+}
+
 TEST(KivScene, CopiedScenesReferToTheSameMeshesAndTheLastOneDeletesThem) {
     {
         KivScene copy;

@@ -27,6 +27,7 @@ struct TestShaderRecord {
     bool draws = true;
     bool rendersMeshes = true;                                   // what rendersMesh answers
     std::function<void(KivShader&, KivBitmapManager*)> onRender; // runs in render, with the context current
+    std::function<void(const std::string&)> onCall;              // runs in every call, before it does anything
     std::function<void()> onPrepare;                             // runs in prepareObjectRendering
     int cellsToRead = 0;       // whole numbers that are taken from a stream or a document in one go
     std::vector<int> cells;    // what was found

@@ -331,10 +331,6 @@ private:
     // False if it was cancelled.
     bool draw(const KivScene& scene, const KivCamera& camera, std::uint64_t triangles, const OutputFile& output,
               CliHost& host) {
-        // With shadows the depth of a parallel view is counted in a way that no picture shows.
-        if (options.depthImage && options.shadows && camera.getProjection() != KivCamera::perspective) {
-            throw UsageError("--depth-image shows nothing of a parallel view with --shadows: leave one of them out");
-        }
         KivCommonSettings settings = settingsFor(output);
         KivMemoryCommonDataManager common;
         settings.saveDataOnHost(&common);

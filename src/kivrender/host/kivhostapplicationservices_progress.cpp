@@ -1,5 +1,16 @@
 #include "kivrender/host/kivhostapplicationservices.h"
+#include "kivrender/host/kivprogressfilter.h"
 #include "kivrender/scene/kivprogress.h"
+
+namespace {
+
+KivProgress* progressFilter = nullptr;
+
+} // namespace
+
+void kivSetProgressFilter(KivProgress* filter) {
+    progressFilter = filter;
+}
 
 KivProgress* KivHostApplicationServices::progress() const {
     return curProgress;
@@ -10,6 +21,9 @@ void KivHostApplicationServices::setCurProgress(KivProgress* progress) {
 }
 
 KivProgress* kivCurrentProgress() {
+    if (progressFilter != nullptr) {
+        return progressFilter;
+    }
     const KivHostApplicationServices* host = KivHostApplicationServices::getDefaultHost();
     return host != nullptr ? host->progress() : nullptr;
 }

@@ -6,6 +6,7 @@
 #include "kivrender/render/kivbitmapmanager.h"
 #include "kivrender/render/kivstreamlines.h"
 #include "kivrender/scene/kivcamera.h"
+#include "kivrender/scene/kivmesh.h"
 #include "kivrender/scene/kivprogress.h"
 #include "kivrender/scene/kivscene.h"
 #include "kivrender/settings/kivcommonsettings.h"
@@ -25,6 +26,7 @@ namespace {
 constexpr float polygonOffsetFactor = 2.5F;
 
 constexpr unsigned int textOrderingTriangles = 28;
+constexpr unsigned int textBrokenMeshes = 1006;
 
 bool isCancelled(KivProgress* progress) {
     return progress != nullptr && progress->isCancelled();
@@ -62,6 +64,17 @@ struct KivRenderer::Frame {
     KivCombinableShader* combinables[kivMaxShaders] = {};
     int combinableCount = 0;
 };
+
+void KivRenderer::leaveOutBrokenMeshes(KivScene& scene) {
+    const unsigned int count = scene.removeBrokenMeshes();
+    KivHostApplicationServices* const host = KivHostApplicationServices::getDefaultHost();
+    if (count == 0 || host == nullptr) {
+        return;
+    }
+    wchar_t text[kivMaxPath] = {};
+    std::swprintf(text, kivMaxPath, kivText(textBrokenMeshes).c_str(), static_cast<int>(count));
+    host->message(text);
+}
 
 bool KivRenderer::hasBitmap(KivBitmapManager& surface) {
     surface.lock();
@@ -114,6 +127,7 @@ bool KivRenderer::render(KivCommonDataManager* commonData, KivDataManager* data,
     if (scene == nullptr || surface == nullptr) {
         return false;
     }
+    leaveOutBrokenMeshes(*scene);
     Frame frame(scene, camera, surface);
     frame.progress = kivCurrentProgress();
     onLoad();
@@ -164,8 +178,33 @@ bool KivRenderer::renderFrame(Frame& frame, KivDataManager* data) {
     if (!renderPasses(frame)) {
         return false;
     }
+    if (!drawParallelDepth(frame)) {
+        return false;
+    }
     frame.scene->empty(); // a scene is drawn once; its memory is of more use to what comes now
     return finishFrame(frame);
+}
+
+// With shadows a parallel view is drawn as from an eye very far away, whose depths all lie next to 0: the depth image
+// gets those of the camera itself, of what the passes have drawn. False when cancelled.
+bool KivRenderer::drawParallelDepth(Frame& frame) {
+    const KivCommonSettings& settings = frame.settings;
+    if (!settings.doShadows() || !settings.doSaveDepth() || settings.doVectorial() ||
+        frame.camera.getProjection() == KivCamera::perspective) {
+        return true;
+    }
+    KivNonCombinableShader* list[kivMaxShaders] = {};
+    const int count = getAllNonCombinableShaders(list);
+    const auto isDrawn = [&](const KivMesh& mesh) {
+        if (settings.doTransparencies() && !mesh.isOpaque()) {
+            return false;
+        }
+        return getNonCombinableShaderForThisMesh(&mesh, count, list, frame.nonCombinable) != nullptr ||
+               std::any_of(
+                   frame.combinables, frame.combinables + frame.combinableCount,
+                   [&](KivCombinableShader* shader) { return shader != nullptr && shader->rendersMesh(&mesh); });
+    };
+    return drawDepth(*frame.scene, frame.camera, frame.size, isDrawn);
 }
 
 // From the finished passes to the finished files. Depth first, while the context lives.
@@ -270,15 +309,9 @@ bool KivRenderer::renderPlain(Frame& frame) {
     if (progress != nullptr) {
         progress->endStep();
     }
-    for (int i = 0; i < frame.combinableCount; ++i) {
-        if (isCancelled(progress)) {
-            return false;
-        }
-        renderShader(frame.combinables[i], frame.settings, frame.camera, frame.scene, progress, frame.size,
-                     frame.surface, communication, true);
-        if (isCancelled(progress)) {
-            return false;
-        }
+    if (!renderNamedCombinableShaders(frame.combinables, frame.combinableCount, frame.settings, frame.camera,
+                                      frame.scene, progress, frame.size, frame.surface, communication)) {
+        return false;
     }
     renderAllCombinableShadersForObjectRendering(frame.settings, frame.camera, frame.scene, progress, frame.size,
                                                  frame.surface, communication);
@@ -299,15 +332,9 @@ bool KivRenderer::renderWithShadows(Frame& frame) {
     const KivShadows shadows;
     renderAllMeshesForShadowsRendering(frame.nonCombinable, true, frame.settings, frame.camera, frame.scene,
                                        frame.progress, frame.size, frame.surface, shadows, communication);
-    if (isCancelled(frame.progress)) {
+    if (!renderNamedCombinableShaders(frame.combinables, frame.combinableCount, frame.settings, frame.camera,
+                                      frame.scene, frame.progress, frame.size, frame.surface, communication)) {
         return false;
-    }
-    for (int i = 0; i < frame.combinableCount; ++i) {
-        renderShader(frame.combinables[i], frame.settings, frame.camera, frame.scene, frame.progress, frame.size,
-                     frame.surface, communication, true);
-        if (isCancelled(frame.progress)) {
-            return false;
-        }
     }
     renderAllCombinableShadersForObjectRendering(frame.settings, frame.camera, frame.scene, frame.progress, frame.size,
                                                  frame.surface, communication);

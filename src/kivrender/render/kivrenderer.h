@@ -16,6 +16,7 @@
 #include "kivrender/platform/kivtypes.h"
 #include "kivrender/shader/kivshadercommunication.h"
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -63,6 +64,9 @@ public:
     // can't be made is told by the host's message. On true the scene has been emptied: fill it anew for the next
     // render. A cancelled render saves nothing and may leave the scene filled; its OpenGL context then stays current on
     // this thread until the surface is destroyed or used again.
+    //
+    // Meshes with a triangle that names a vertex which is not there are taken out of the scene first and deleted; a
+    // message tells how many.
     //
     // Throws KivShader::stopReason when no temporary file for a vector page can be made.
     bool render(KivCommonDataManager* commonData, KivDataManager* data, KivScene* scene, const KivCamera& camera,
@@ -120,7 +124,10 @@ private:
     // False if there are no stored settings; the default shader then draws.
     bool selectShaders(Frame& frame, KivDataManager* data);
     KivNonCombinableShader* useDefaultShader();
+    // Without those of a scene's meshes that nothing could draw; the host's message tells how many.
+    static void leaveOutBrokenMeshes(KivScene& scene);
     static void orderTriangles(Frame& frame);
+    bool drawParallelDepth(Frame& frame);
     bool loadRenderData(Frame& frame, KivDataManager* data);
     bool renderPasses(Frame& frame);
     bool renderPlain(Frame& frame);
@@ -153,6 +160,10 @@ private:
     void renderAllNonCombinableShadersForObjectRendering(const KivCommonSettings& settings, const KivCamera& camera,
                                                          KivScene* scene, KivProgress* progress, tagSIZE size,
                                                          KivBitmapManager* surface, KivShaderCommunication& channel);
+    // The combinable shaders that the style names; null ones are passed over. False when cancelled.
+    bool renderNamedCombinableShaders(KivCombinableShader** const shaders, int count, const KivCommonSettings& settings,
+                                      const KivCamera& camera, KivScene* scene, KivProgress* progress, tagSIZE size,
+                                      KivBitmapManager* surface, KivShaderCommunication& channel);
     void renderAllCombinableShadersForObjectRendering(const KivCommonSettings& settings, const KivCamera& camera,
                                                       KivScene* scene, KivProgress* progress, tagSIZE size,
                                                       KivBitmapManager* surface, KivShaderCommunication& channel);
@@ -212,6 +223,10 @@ private:
     // --- finishing of the picture: kivrenderer_images.cpp
     void drawBackgroundImage(const KivCommonSettings& settings, tagSIZE size, KivProgress* progress);
     void fillDepthForLines(const KivScene* scene, const KivCommonSettings& settings, KivShaderCommunication& channel);
+    // The depth of the chosen meshes as the camera sees them, in place of what the depth buffer holds; the rest of the
+    // state stays. False when cancelled.
+    bool drawDepth(const KivScene& scene, const KivCamera& camera, tagSIZE size,
+                   const std::function<bool(const KivMesh&)>& isDrawn);
     void saveDepthBuffer(tagSIZE size, KivProgress* progress, KivCommonSettings& settings);
     void drawPaperImage(const KivCommonSettings& settings, KivProgress* progress);
     // Shrinks the picture to the final size.

@@ -7,6 +7,7 @@
 #include "kivrender/platform/kivpixelmemory.h"
 #include "kivrender/platform/kivsystemerror.h"
 #include "kivrender/render/kivbitmapmanager.h"
+#include "kivrender/render/kivcombinablesteps.h"
 #include "kivrender/render/kivrenderer.h"
 #include "kivrender/render/kivstreamlines.h"
 #include "kivrender/scene/kivcamera.h"
@@ -27,6 +28,7 @@
 #include <clocale>
 #include <cstdint>
 #include <cwchar>
+#include <string>
 
 namespace {
 
@@ -85,6 +87,35 @@ void clearColor(std::uint32_t color) {
     glClear(GL_COLOR_BUFFER_BIT);
 }
 
+int countCombinableShaders() {
+    int count = 0;
+    for (unsigned long i = 0; i < KivShader::shaders(); ++i) {
+        const KivShader* const shader = KivShader::getByIndex(i);
+        count += shader != nullptr && shader->isCombinable() ? 1 : 0;
+    }
+    return count;
+}
+
+// A step of the bar for what is done at once, laid out for an image that the settings name.
+class ImageStep {
+public:
+    ImageStep(KivProgress* bar, const std::wstring& file) : progress(file.empty() ? nullptr : bar) {
+        if (progress != nullptr) {
+            progress->beginStep();
+        }
+    }
+    ImageStep(const ImageStep&) = delete;
+    ImageStep& operator=(const ImageStep&) = delete;
+    ~ImageStep() {
+        if (progress != nullptr) {
+            progress->endStep();
+        }
+    }
+
+private:
+    KivProgress* progress;
+};
+
 // --- the vector page: what gl2ps calls back. Who opens one has a host with a progress object or none at all.
 
 void tick() {
@@ -135,7 +166,10 @@ void KivRenderer::startRendering(const KivCommonSettings& settings, const KivCam
     glDepthFunc(GL_LEQUAL);
     glPolygonMode(GL_FRONT_AND_BACK, GL_FILL);
     glViewport(0, 0, size.cx, size.cy);
-    drawBackgroundImage(settings, size, progress);
+    {
+        const ImageStep step(progress, settings.getBackgroundImage());
+        drawBackgroundImage(settings, size, progress);
+    }
     glClear(GL_DEPTH_BUFFER_BIT);
     glMatrixMode(GL_PROJECTION);
     glLoadIdentity();
@@ -244,7 +278,10 @@ void KivRenderer::renderShader(KivShader* shader, const KivCommonSettings& setti
 
 void KivRenderer::endRendering(KivBitmapManager* surface, const KivCommonSettings& settings, KivProgress* progress) {
     kivClipDepthAsUsual(); // the shadows of a parallel view need another way, nothing from here on does
-    drawPaperImage(settings, progress);
+    {
+        const ImageStep step(progress, settings.getPaperImage());
+        drawPaperImage(settings, progress);
+    }
     if (settings.doVectorial()) {
         closeVectorPage(*surface, settings, progress);
     }
@@ -273,6 +310,7 @@ void KivRenderer::renderAllCombinableShadersForObjectRendering(const KivCommonSe
                                                                KivProgress* progress, tagSIZE size,
                                                                KivBitmapManager* surface,
                                                                KivShaderCommunication& channel) {
+    KivCombinableSteps steps(progress, *scene, countCombinableShaders());
     for (KivShader* shader = KivShader::getFirstShader(); shader != nullptr; shader = KivShader::getNextShader()) {
         if (!shader->isCombinable()) {
             continue;
@@ -281,7 +319,31 @@ void KivRenderer::renderAllCombinableShadersForObjectRendering(const KivCommonSe
         if (isCancelled(progress)) {
             return;
         }
+        steps.endShader();
     }
+    steps.finish();
+}
+
+bool KivRenderer::renderNamedCombinableShaders(KivCombinableShader** const shaders, int count,
+                                               const KivCommonSettings& settings, const KivCamera& camera,
+                                               KivScene* scene, KivProgress* progress, tagSIZE size,
+                                               KivBitmapManager* surface, KivShaderCommunication& channel) {
+    if (isCancelled(progress)) {
+        return false;
+    }
+    if (count == 0) {
+        return true; // no steps are laid out for them
+    }
+    KivCombinableSteps steps(progress, *scene, count);
+    for (int i = 0; i < count; ++i) {
+        renderShader(shaders[i], settings, camera, scene, progress, size, surface, channel, true);
+        if (isCancelled(progress)) {
+            return false;
+        }
+        steps.endShader();
+    }
+    steps.finish();
+    return true;
 }
 
 int KivRenderer::getCombinableShadersFromString(KivCombinableShader** const shaders, wchar_t* text) {

@@ -2,10 +2,13 @@
 // shader paints, the paper over the result, the depth image, the reduction to the final size and the saving.
 #include "kivrender/host/kivhostapplicationservices.h"
 #include "kivrender/host/kivlanguage.h"
+#include "kivrender/host/kivreducedimage.h"
 #include "kivrender/platform/kivglcontext.h"
+#include "kivrender/platform/kivgldepth.h"
 #include "kivrender/platform/kivimage.h"
 #include "kivrender/platform/kivwholefile.h"
 #include "kivrender/render/kivbitmapmanager.h"
+#include "kivrender/render/kivmeshwalk.h"
 #include "kivrender/render/kivrenderer.h"
 #include "kivrender/scene/kivmesh.h"
 #include "kivrender/scene/kivprogress.h"
@@ -87,15 +90,20 @@ void moveRasterPosition(float x, float y) {
     glBitmap(0, 0, 0.0F, 0.0F, x, y, nullptr);
 }
 
-// Draws the meshes that only a sketch needs, as depth.
-void drawDepthOfMesh(const KivMesh& mesh) {
+// Draws a mesh for its depth alone. Between two questions for a cancel lie some milliseconds; false once cancelled.
+bool drawDepthOfMesh(const KivMesh& mesh) {
+    constexpr unsigned int trianglesPerPoll = 8192;
     Kiv3DPoint points[3];
     for (unsigned int triangle = 0; triangle < mesh.getNumTriangles(); ++triangle) {
+        if (triangle % trianglesPerPoll == 0 && kivIsCancelled()) {
+            return false;
+        }
         mesh.getTriangle(points, triangle);
         KivDrawing::beginDrawing(false, KivDrawing::triangles);
         KivDrawing::drawTriangle(points, false);
         KivDrawing::endDrawing(false);
     }
+    return true;
 }
 
 // The depth buffer as grey values, rows from the bottom up and stride apart. Empty without memory.
@@ -166,7 +174,9 @@ void KivRenderer::drawBackgroundImage(const KivCommonSettings& settings, tagSIZE
     moveRasterPosition((static_cast<float>(size.cx) - width) / 2, (static_cast<float>(size.cy) - height) / 2);
     moveRasterPosition(static_cast<float>(left), static_cast<float>(below));
     drawPicture(*picture);
+    // Back to where a fresh context has it: the summed shadows and the depth of the opaque scene are drawn there.
     moveRasterPosition(-static_cast<float>(left), -static_cast<float>(below));
+    moveRasterPosition((width - static_cast<float>(size.cx)) / 2, (height - static_cast<float>(size.cy)) / 2);
 }
 
 void KivRenderer::fillDepthForLines(const KivScene* scene, const KivCommonSettings& settings,
@@ -190,18 +200,48 @@ void KivRenderer::fillDepthForLines(const KivScene* scene, const KivCommonSettin
     auto* sketch = dynamic_cast<KivCombinableShader*>(KivShader::getByTag(L"Sketch"));
     for (unsigned int i = 0; i < scene->numMeshes(); ++i) {
         const KivMesh* mesh = scene->getMesh(i);
-        if (settings.doTransparencies() && !mesh->isOpaque()) {
+        if (mesh == nullptr || (settings.doTransparencies() && !mesh->isOpaque())) {
             continue;
         }
         if (mesh->hasNonCombinable(channel.hasNonCombinable())) {
             continue;
         }
         // Without a sketch shader nothing asks for the depth of a mesh that nobody paints.
-        if (sketch != nullptr && sketch->rendersMesh(mesh)) {
-            drawDepthOfMesh(*mesh);
+        if (sketch != nullptr && sketch->rendersMesh(mesh) && !drawDepthOfMesh(*mesh)) {
+            break;
         }
     }
     glColorMask(GL_TRUE, GL_TRUE, GL_TRUE, GL_TRUE);
+}
+
+bool KivRenderer::drawDepth(const KivScene& scene, const KivCamera& camera, tagSIZE size,
+                            const std::function<bool(const KivMesh&)>& isDrawn) {
+    glPushAttrib(GL_ALL_ATTRIB_BITS);
+    kivClipDepthAsUsual();
+    glViewport(0, 0, size.cx, size.cy);
+    glMatrixMode(GL_PROJECTION);
+    glLoadIdentity();
+    setCamera(camera, false);
+    for (const GLenum off : {GL_STENCIL_TEST, GL_BLEND, GL_LIGHTING, GL_CULL_FACE, GL_TEXTURE_1D, GL_TEXTURE_2D}) {
+        glDisable(off);
+    }
+    // As surfaces lie without shadows, behind the lines on them.
+    float factor = 0;
+    float units = 0;
+    communication.getPolygonOffset(&factor, &units);
+    kivSetPolygonOffset(factor, units, false);
+    glColorMask(GL_FALSE, GL_FALSE, GL_FALSE, GL_FALSE);
+    glEnable(GL_DEPTH_TEST);
+    glDepthMask(GL_TRUE);
+    glDepthFunc(GL_LEQUAL);
+    glClear(GL_DEPTH_BUFFER_BIT);
+    bool done = true;
+    for (unsigned int i = 0; done && i < scene.numMeshes(); ++i) {
+        const KivMesh* mesh = scene.getMesh(i);
+        done = mesh == nullptr || !isDrawn(*mesh) || drawDepthOfMesh(*mesh);
+    }
+    glPopAttrib();
+    return done;
 }
 
 void KivRenderer::saveDepthBuffer(tagSIZE size, [[maybe_unused]] KivProgress* progress, KivCommonSettings& settings) {
@@ -223,9 +263,7 @@ void KivRenderer::saveDepthBuffer(tagSIZE size, [[maybe_unused]] KivProgress* pr
     }
     const std::int32_t times = settings.doVectorial() ? 1 : enlargement(settings.getAntialias());
     if (times > 1) {
-        if (auto reduced = stretch(image.get(), {size.cx / times, size.cy / times})) {
-            image = std::move(reduced);
-        }
+        image = kivReducedImage(*host, std::move(image), times);
     }
     image->flip();
     image->save(file, encoder);

@@ -16,6 +16,7 @@ bool KivRenderer::renderPreview(
     if (scene == nullptr || surface == nullptr) {
         return false;
     }
+    leaveOutBrokenMeshes(*scene);
     const tagSIZE size = settings.getResolution();
     KivNonCombinableShader* const shader = shaderName != nullptr ? kivAsBaseLook(kivFindShader(shaderName)) : nullptr;
     scene->deleteSettingsToAllMeshes(); // what the preview before this one has put there

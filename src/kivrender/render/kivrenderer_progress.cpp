@@ -1,5 +1,6 @@
 // The layout of the progress bar: one list of steps for a whole render, made before any pass, with sizes from the
 // scene. The passes walk them in this order.
+#include "kivrender/render/kivcombinablesteps.h"
 #include "kivrender/render/kivrenderer.h"
 #include "kivrender/render/kivstreamlines.h"
 #include "kivrender/scene/kivmesh.h"
@@ -49,13 +50,11 @@ void addSurfaceSteps(KivProgress& progress, const KivScene& scene, const KivComm
     }
 }
 
-// The lines, which the combinable shaders report themselves.
+// The lines, which the combinable shaders report themselves: four steps for all of a row.
 void addCombinableSteps(KivProgress& progress, const KivScene& scene) {
-    const unsigned int meshes = scene.numMeshes();
-    progress.addSteps(meshes + scene.numPolyline() + 1);
-    progress.addSteps(meshes + 1);
-    progress.addSteps(meshes + 1);
-    progress.addSteps(meshes + 1);
+    for (const unsigned int size : KivCombinableSteps::sizes(scene)) {
+        progress.addSteps(size);
+    }
 }
 
 void addTransparentSteps(KivProgress& progress, const KivScene& scene, const KivCommonSettings& settings) {

@@ -1,5 +1,6 @@
 // The passes of a render with transparency: opaque meshes first, then every transparent triangle from back to front,
 // with the shadows that fall on them if there are any.
+#define GL_GLEXT_PROTOTYPES
 #include "kivrender/host/kivlanguage.h"
 #include "kivrender/render/kivmeshwalk.h"
 #include "kivrender/render/kivrenderer.h"
@@ -15,6 +16,7 @@
 #include "kivrender/shadow/kivshadows.h"
 
 #include <GL/gl.h>
+#include <GL/glext.h>
 #include <gl2ps.h>
 
 #include <algorithm>
@@ -89,7 +91,11 @@ public:
         glEnable(GL_DEPTH_TEST);
         glDepthMask(GL_TRUE);
         glDepthFunc(GL_ALWAYS);
+        // At the window's origin, wherever a shader has left the raster position.
+        glPushAttrib(GL_CURRENT_BIT);
+        glWindowPos2i(0, 0);
         glDrawPixels(size.cx, size.cy, GL_DEPTH_COMPONENT, GL_FLOAT, values.get());
+        glPopAttrib();
         glColorMask(GL_TRUE, GL_TRUE, GL_TRUE, GL_TRUE);
     }
 
@@ -144,11 +150,9 @@ void KivRenderer::renderAllShadersForTransparency(KivNonCombinableShader* shader
         }
     }
     endStep(progress);
-    for (int i = 0; i < combinableCount; ++i) {
-        if (isCancelled(progress)) {
-            return;
-        }
-        renderShader(combinables[i], settings, camera, scene, progress, size, surface, channel, true);
+    if (!renderNamedCombinableShaders(combinables, combinableCount, settings, camera, scene, progress, size, surface,
+                                      channel)) {
+        return;
     }
     if (combinableCount == 0 && progress != nullptr && !progress->isCancelled()) {
         // The steps that were laid out for shaders that the style does not name.
@@ -191,14 +195,10 @@ bool KivRenderer::renderShadowsAndTransparency(KivNonCombinableShader* shader, K
     int counter = numMeshes * 3 + numMeshes * static_cast<int>(scene->numLights());
     renderAllMeshesForShadowsRendering(shader, false, settings, camera, scene, progress, size, surface, shadows,
                                        channel);
-    if (stopped()) {
+    if (!renderNamedCombinableShaders(combinables, combinableCount, settings, camera, scene, progress, size, surface,
+                                      channel)) {
+        onUnLoad();
         return false;
-    }
-    for (int i = 0; i < combinableCount; ++i) {
-        renderShader(combinables[i], settings, camera, scene, progress, size, surface, channel, true);
-        if (stopped()) {
-            return false;
-        }
     }
     renderAllCombinableShadersForObjectRendering(settings, camera, scene, progress, size, surface, channel);
     if (stopped()) {

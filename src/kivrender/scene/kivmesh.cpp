@@ -117,6 +117,19 @@ bool KivMesh::hasNormals() const {
     return !normals.empty();
 }
 
+bool KivMesh::hasAllVertexs() const {
+    const unsigned int vertexCount = getNumVertexs();
+    const unsigned int triangleCount = getNumTriangles();
+    for (unsigned int t = 0; t < triangleCount; ++t) {
+        unsigned int indices[3] = {};
+        getTriangle(indices, t);
+        if (std::max({indices[0], indices[1], indices[2]}) >= vertexCount) {
+            return false;
+        }
+    }
+    return true;
+}
+
 void KivMesh::getIntersectionLines(std::vector<KivPolyline>& /*lines*/, const KivMesh* /*other*/) const {}
 
 void KivMesh::reserveVertexs(unsigned int count) {

@@ -75,6 +75,8 @@ public:
     const KivMaterial* getMaterial() const;
     // Whether the transparency of the material is exactly 1.0.
     bool isOpaque() const;
+    // Whether every corner of every triangle is a vertex of the mesh.
+    bool hasAllVertexs() const;
     // Owned by the mesh. The const form computes nothing and answers null if the box was never asked for.
     KivBox* getBoundingBox();
     const KivBox* getBoundingBox() const;

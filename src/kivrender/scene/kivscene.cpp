@@ -4,6 +4,7 @@
 #include "kivrender/scene/kivshared.h"
 #include "kivrender/scene/kivtriangleorder.h"
 
+#include <algorithm>
 #include <utility>
 
 KivScene::KivScene() = default;
@@ -51,6 +52,20 @@ void KivScene::removeMesh(unsigned int index) {
     }
     KivShared<KivMesh>::giveBack(std::move(meshes[index]));
     meshes.erase(meshes.begin() + index);
+}
+
+unsigned int KivScene::removeBrokenMeshes() {
+    const auto isBroken = [](const auto& reference) {
+        const KivMesh* mesh = reference->get();
+        return mesh != nullptr && !mesh->hasAllVertexs();
+    };
+    const auto first = std::stable_partition(meshes.begin(), meshes.end(), [&](const auto& m) { return !isBroken(m); });
+    const auto count = static_cast<unsigned int>(meshes.end() - first);
+    for (auto broken = first; broken != meshes.end(); ++broken) {
+        totalTriangles -= (*broken)->get()->getNumTriangles();
+    }
+    meshes.erase(first, meshes.end());
+    return count;
 }
 
 void KivScene::addLight(KivLight& light) {
@@ -185,8 +200,13 @@ void KivScene::orderTriangles(const KivCamera& camera, bool transparentOnly) {
     std::vector<KivTriangleOrder::Entry> list;
     list.reserve(orderedTriangles.size());
     for (const meshTriangle& record : orderedTriangles) {
-        list.push_back(entryOf(*getMesh(static_cast<unsigned int>(record.mesh)), record));
+        // The mesh may have been removed since, and one with fewer triangles have its number now.
+        const KivMesh* mesh = getMesh(static_cast<unsigned int>(record.mesh));
+        if (mesh != nullptr && static_cast<unsigned int>(record.triangle) < mesh->getNumTriangles()) {
+            list.push_back(entryOf(*mesh, record));
+        }
     }
+    const bool areAllThere = list.size() == orderedTriangles.size();
     std::vector<KivTriangleOrder::Entry> added;
     added.reserve(totalTriangles);
     for (unsigned int i = 0; i < numMeshes(); ++i) {
@@ -199,7 +219,7 @@ void KivScene::orderTriangles(const KivCamera& camera, bool transparentOnly) {
             added.push_back(entryOf(*mesh, {static_cast<int>(i), static_cast<int>(t)}));
         }
     }
-    if (added.empty()) {
+    if (added.empty() && areAllThere) {
         return;
     }
     KivTriangleOrder::insertAll(list, std::move(added));

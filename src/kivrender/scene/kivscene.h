@@ -48,6 +48,9 @@ public:
     // Takes the mesh out without deleting it: it is the caller's then. Later meshes move down by one, which an ordered
     // list does not follow. Does nothing for an index out of range.
     void removeMesh(unsigned int index);
+    // Deletes the meshes with a triangle that names a vertex which the mesh does not have, and returns their number:
+    // what is drawn of a scene reads vertices unchecked. A render calls it first. Looks at every triangle once.
+    unsigned int removeBrokenMeshes();
     // Lines and polylines, which are deleted; points.
     void removeLines();
     void removePoints();
@@ -91,7 +94,7 @@ public:
 
     // Add the triangles of all meshes that are not opaque, or of all meshes, to the ordered list: the farther the
     // middle of a triangle is from the camera's location, the nearer to the front of the list; at equal distance in
-    // order of adding. The list is not emptied first.
+    // order of adding. The list is not emptied first; what it holds of removed meshes goes.
     void orderTrianglesTransparent(const KivCamera& camera);
     void orderTrianglesVectorial(const KivCamera& camera);
 

@@ -77,7 +77,7 @@ public:
 
     // --- adding up the lights; size is that of the render in pixels, the same for all calls of a pass
 
-    // 100 for every pixel.
+    // 100 for every pixel. The two that follow add and write nothing without it.
     void createInitialStencilBuffer(tagSIZE size);
     // Adds one where the light just drawn is lost, and clears the stencil buffer to 100.
     void addCurrentStencil(tagSIZE size);

@@ -2,6 +2,7 @@
 #include "kivrender/shadow/kivshadows.h"
 
 #include "kivrender/host/kivhostapplicationservices.h"
+#include "kivrender/host/kivreducedimage.h"
 #include "kivrender/platform/kivimage.h"
 #include "kivrender/scene/kivlight.h"
 #include "kivrender/scene/kivscene.h"
@@ -12,6 +13,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -65,9 +67,10 @@ void KivShadows::createInitialStencilBuffer(tagSIZE size) {
 }
 
 void KivShadows::addCurrentStencil(tagSIZE size) {
-    const std::size_t count = pixelCount(size);
-    const std::unique_ptr<unsigned char[]> current(new unsigned char[count]);
-    {
+    // Without a sum to add to, only the stencil buffer is made ready for the next light.
+    if (stencilBuffer) {
+        const std::size_t count = pixelCount(size);
+        const std::unique_ptr<unsigned char[]> current(new unsigned char[count]);
         const TightRows tight;
         glReadPixels(0, 0, size.cx, size.cy, GL_STENCIL_INDEX, GL_UNSIGNED_BYTE, current.get());
         unsigned char* sum = stencilBuffer.get();
@@ -82,6 +85,9 @@ void KivShadows::addCurrentStencil(tagSIZE size) {
 }
 
 void KivShadows::saveAndDestroyStencilBuffer(tagSIZE size) {
+    if (!stencilBuffer) {
+        return;
+    }
     const TightRows tight;
     glDrawPixels(size.cx, size.cy, GL_STENCIL_INDEX, GL_UNSIGNED_BYTE, stencilBuffer.get());
     stencilBuffer.reset();
@@ -122,10 +128,7 @@ void KivShadows::copyStencilToBitmap(const wchar_t* fileName, tagSIZE size, int 
         if (host->getEncoderClsidFromFileName(fileName, &encoder) >= 0) {
             const int level = settings.getAntialias();
             if (level == 1 || level == 2) {
-                const int divisor = 1 << level;
-                if (KivImage* small = host->stretchImageBilinear(image.get(), {size.cx / divisor, size.cy / divisor})) {
-                    image.reset(small);
-                }
+                image = kivReducedImage(*host, std::move(image), 1 << level);
             }
             image->flip();
             // As with every picture beside the render, a failed save is not told.

@@ -109,6 +109,9 @@ protected:
         if (record.calls != nullptr) {
             record.calls->push_back(kivToUtf8(this->getTag()) + " " + call);
         }
+        if (record.onCall) {
+            record.onCall(call);
+        }
     }
 
     static void takeCells(KivDataManager& manager) {

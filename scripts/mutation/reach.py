@@ -9,6 +9,7 @@ from dataclasses import dataclass, field
 class Reach:
     seconds: dict = field(default_factory=dict)  # of each suite that passes without a mutant
     lines: dict = field(default_factory=dict)  # suite -> file -> set of lines
+    counted: dict = field(default_factory=dict)  # file -> lines that have a counter
     failing: list = field(default_factory=list)  # outcomes of suites that fail without a mutant
 
     def of_line(self, path, line):
@@ -18,7 +19,7 @@ class Reach:
         return [suite for suite in self.seconds if self.lines[suite].get(path)]
 
     def suites_for(self, path, line):
-        """Whether the line is reached, and the suites to run: those of its own folder first, then the quick ones.
+        """Whether the line may be reached, and the suites to run: those of its own folder first, then the quick ones.
 
         Lines without code of their own have no counter, and a test may end without writing its counters: where no suite
         is known to reach the line, all that reach the file are run.
@@ -26,7 +27,8 @@ class Reach:
         reached = self.of_line(path, line)
         folder = path.rsplit("/", 2)[-2]
         chosen = reached or self.of_file(path)
-        return bool(reached), sorted(chosen, key=lambda suite: (f"test_{folder}" not in suite.program, self.seconds[suite]))
+        unseen = not reached and line in self.counted.get(path, ())
+        return not unseen, sorted(chosen, key=lambda suite: (f"test_{folder}" not in suite.program, self.seconds[suite]))
 
 
 def digest(folder):
@@ -44,16 +46,16 @@ def _digest_of_tests(tree, programs):
 
 
 def _read_cache(cache, sources, paths):
-    """What was counted before for these sources and at least these files; its files and its suites by name."""
+    """What was counted before for these sources and at least these files: the files, the lines, the suites by name."""
     known = json.loads(cache.read_text()) if cache.exists() else {}
     if known.get("sources") != sources or not set(paths) <= set(known["paths"]):
-        return set(paths), {}
-    return set(known["paths"]), known["suites"]
+        return set(paths), {}, {}
+    return set(known["paths"]), known["counted"], known["suites"]
 
 
 def _count(tree, paths, suites, clock, limit, tell):
     """Runs each suite with counters in the files `paths`."""
-    found = {}
+    found, counted = {}, {}
     compilations = tree.instrument(sorted(paths))
     try:
         tree.counted_lines(compilations)
@@ -62,25 +64,27 @@ def _count(tree, paths, suites, clock, limit, tell):
             begin = clock()
             outcome = tree.run(suite, limit)
             seconds = clock() - begin
-            lines = {path: sorted(each) for path, each in tree.counted_lines(compilations).items()}
+            lines, with_counter = ({path: sorted(each) for path, each in part.items()} for part in tree.counted_lines(compilations))
             found[str(suite)] = {"seconds": seconds, "lines": lines, "fault": "" if outcome.passed else outcome.why}
+            counted.update(with_counter)
     finally:
         tree.remove_counters(compilations)
-    return found
+    return found, counted
 
 
 def measure(tree, paths, suites, cache, clock, limit, tell=lambda text: None):
     """Which lines of the files `paths` each suite reaches; counts only what earlier runs have not."""
     sources = digest(tree.source / "src")
     tests = _digest_of_tests(tree, {suite.program for suite in suites})
-    counted, known = _read_cache(cache, sources, paths)
+    paths, counted, known = _read_cache(cache, sources, paths)
     missing = [suite for suite in suites if known.get(str(suite), {}).get("tests") != tests[suite.program]]
     if missing:
         digests = {str(suite): tests[suite.program] for suite in missing}
-        for name, found in _count(tree, counted, missing, clock, limit, tell).items():
-            known[name] = {**found, "tests": digests[name]}
-        cache.write_text(json.dumps({"sources": sources, "paths": sorted(counted), "suites": known}))
-    reach = Reach()
+        found, with_counter = _count(tree, paths, missing, clock, limit, tell)
+        known.update((name, {**each, "tests": digests[name]}) for name, each in found.items())
+        counted.update(with_counter)
+        cache.write_text(json.dumps({"sources": sources, "paths": sorted(paths), "counted": counted, "suites": known}))
+    reach = Reach(counted={path: set(lines) for path, lines in counted.items()})
     for suite in suites:
         found = known[str(suite)]
         if found["fault"]:

@@ -293,10 +293,10 @@ class Tree:
         return compilations
 
     def counted_lines(self, compilations):
-        """The lines that have run since the last call, by file; the counters go back to 0."""
+        """The lines that have run since the last call and all that have a counter, by file; the counters go back to 0."""
         counters = [each.object.with_suffix(".gcda") for each in compilations]
         counters = [each for each in counters if each.exists()]
-        lines = {}
+        lines, counted = {}, {}
         if counters:
             reports = self._call(["gcov", "--json-format", "--stdout", *map(str, counters)], self.scratch)
             for report in filter(None, reports.splitlines()):
@@ -306,9 +306,10 @@ class Tree:
                     if not path.startswith(".."):
                         ran = (line["line_number"] for line in file["lines"] if line["count"] > 0)
                         lines.setdefault(path, set()).update(ran)
+                        counted.setdefault(path, set()).update(line["line_number"] for line in file["lines"])
         for each in counters:
             each.unlink()
-        return lines
+        return lines, counted
 
     def remove_counters(self, compilations):
         self.restore()

@@ -136,6 +136,7 @@ class Campaigns(unittest.TestCase):
         self.tree = FakeTree()
         self.reach = reach.Reach(
             seconds={self.first: 0.1, self.second: 5.0, self.other: 9.0},
+            counted={"src/near/a.cpp": {1, 2, 3, 4, 5, 6, 7}},
             lines={self.first: {"src/near/a.cpp": {1, 2, 4, 5, 6, 7}}, self.second: {"src/near/a.cpp": {1, 2}}, self.other: {}})
 
     def run_lines(self, *lines, time_left=lambda: 1):
@@ -157,6 +158,9 @@ class Campaigns(unittest.TestCase):
     def test_a_line_that_none_reaches_is_tried_with_all_that_reach_the_file(self):
         self.run_lines(3)
         self.assertEqual(self.tree.ran, [(3, "Second"), (3, "First")])
+
+    def test_a_line_without_a_counter_is_not_called_unseen(self):
+        self.assertEqual(self.run_lines(8)[0].outcome, campaign.SURVIVED)
 
     def test_time_that_is_up_begins_no_mutant(self):
         left = iter([1, 1, 0])

@@ -46,6 +46,52 @@ TEST_F(KivPropertiesDlgChoice, ABaseLookIsBoldOnlyWhileItsBoxIsOn) {
     KivTestAccess::setShaders({});
 }
 
+// Tells whether its dialog heard of changes while its pages were made.
+template <class Shown> class Noting : public Shown {
+public:
+    using Shown::Shown;
+    void createPages(KivPropertiesDlg* dlg, KivPropertiesDlg* parent) override {
+        deaf.push_back(KivTestAccess::updating(*dlg));
+        Shown::createPages(dlg, parent);
+    }
+
+    std::vector<bool> deaf;
+};
+
+// Whatever a page does to its dialog meanwhile, it is no user.
+TEST_F(KivPropertiesDlgChoice, TheDialogIsDeafWhileItActsForItsUser) {
+    Noting<ShownBaseLook> base(L"Base", 1);
+    Noting<ShownCombinable> more(L"More", 1);
+    KivTestAccess::setShaders({&paint, &base, &more});
+    writeStream(stream, L"", L"Base", L"");
+    WindowRecord& user = open(&stream);
+    const auto expectDeaf = [](std::vector<bool>& deaf) {
+        EXPECT_FALSE(deaf.empty());
+        EXPECT_EQ(std::count(deaf.begin(), deaf.end(), false), 0);
+        deaf.clear();
+    };
+    expectDeaf(base.deaf);
+    EXPECT_TRUE(user.choose(Dlg::nonCombinableTree, 0));
+    base.deaf.clear();
+    EXPECT_TRUE(user.choose(Dlg::nonCombinableTree, 1));
+    expectDeaf(base.deaf);
+    for (int click = 0; click < 2; ++click) {
+        EXPECT_TRUE(user.clickCheck(Dlg::nonCombinableBox));
+    }
+    expectDeaf(base.deaf);
+    more.deaf.clear();
+    EXPECT_TRUE(user.toggle(Dlg::combinableTree, 0));
+    expectDeaf(more.deaf);
+    dialog.setActive(true);
+    dialog.setActive(false);
+    base.deaf.clear();
+    EXPECT_TRUE(user.focusOn(Dlg::nonCombinableTree));
+    expectDeaf(base.deaf);
+    EXPECT_FALSE(KivTestAccess::updating(dialog));
+    dialog.DestroyWindow();
+    KivTestAccess::setShaders({});
+}
+
 class NamedCombinable : public ShownCombinable {
 public:
     NamedCombinable(const std::wstring& shaderTag, const std::wstring& shaderName) : ShownCombinable(shaderTag, 1) {

@@ -170,6 +170,19 @@ TEST_F(Image, TwoColoursOfAnyKindSurviveInEveryFormat) {
     }
 }
 
+// Rows are looked through by where the colour changes, so the first of a row counts whatever it is.
+TEST_F(Image, AnyColourMayBeginARow) {
+    for (const std::uint32_t first : {0x000000U, 0x000001U, 0x000100U, 0x010000U, 0x0000FFU, 0xFFFFFFU, 0x800000U}) {
+        auto image = quarters(6, 2);
+        for (int shift = 0; shift < 3; ++shift) {
+            image->row(0)[shift] = static_cast<std::uint8_t>(first >> (8 * shift));
+        }
+        const auto back = KivImage::decode(image->encode(KivImageFormat::gif));
+        ASSERT_TRUE(back);
+        EXPECT_EQ(difference(*image, *back), 0) << first;
+    }
+}
+
 TEST_F(Image, GifOfManyColoursIsClose) {
     auto image = KivImage::create({64, 64});
     for (std::int32_t y = 0; y < 64; ++y) {

@@ -53,16 +53,18 @@ TEST(KivPdfMesh, OneColourIsOnePathAndAllTrianglesTurnOneWay) {
 
 TEST(KivPdfMesh, ALongPathIsPaintedInPieces) {
     Bytes data;
-    for (int i = 0; i < 257; ++i) {
-        data = std::move(data) + triangle({0, 255, 0});
+    for (const auto& [triangles, pieces] : {std::pair(256, 1U), std::pair(257, 2U), std::pair(512, 2U)}) {
+        while (data.size() < static_cast<std::size_t>(triangles) * triangle({}).size()) {
+            data = std::move(data) + triangle({0, 255, 0});
+        }
+        const std::string text = kivPdfMeshPaths(data, page);
+        std::size_t painted = 0;
+        for (std::size_t at = text.find("B\n"); at != std::string::npos; at = text.find("B\n", at + 1)) {
+            ++painted;
+        }
+        EXPECT_EQ(painted, pieces) << triangles;
+        EXPECT_EQ(text.find("rg"), text.rfind("rg")) << "a colour is set once";
     }
-    const std::string text = kivPdfMeshPaths(data, page);
-    std::size_t painted = 0;
-    for (std::size_t at = text.find("B\n"); at != std::string::npos; at = text.find("B\n", at + 1)) {
-        ++painted;
-    }
-    EXPECT_EQ(painted, 2U);
-    EXPECT_EQ(text.find("rg"), text.rfind("rg")) << "a colour is set once";
 }
 
 TEST(KivPdfMesh, WhatIsNoFlatTriangleIsLeft) {

@@ -8,8 +8,13 @@
 #include "support/testhost.h"
 
 #include <GL/gl.h>
+#include <algorithm>
 #include <array>
+#include <cstdio>
+#include <functional>
+#include <gl2ps.h>
 #include <gtest/gtest.h>
+#include <vector>
 
 namespace {
 
@@ -271,6 +276,37 @@ TEST_F(KivDrawingCalls, TransparencyWorksWithoutAChannel) {
     EXPECT_TRUE(glIsEnabled(GL_BLEND));
     KivDrawing::enableTransparency(false, false);
     EXPECT_FALSE(glIsEnabled(GL_BLEND));
+}
+
+// What the page of gl2ps records of some calls, beside what OpenGL does at once.
+std::vector<GLfloat> recorded(const std::function<void()>& calls) {
+    std::FILE* const file = std::tmpfile();
+    EXPECT_EQ(gl2psBeginPage("", "", nullptr, GL2PS_SVG, GL2PS_SIMPLE_SORT, GL2PS_USE_CURRENT_VIEWPORT, GL_RGBA, 0,
+                             nullptr, 0, 0, 0, 1 << 16, file, nullptr),
+              GL2PS_SUCCESS);
+    calls();
+    GLvoid* buffer = nullptr;
+    const GLint count = glRenderMode(GL_RENDER);
+    glGetPointerv(GL_FEEDBACK_BUFFER_POINTER, &buffer);
+    const auto* const values = static_cast<const GLfloat*>(buffer);
+    std::vector<GLfloat> found(values, values + std::max(count, 0));
+    gl2psEndPage();
+    std::fclose(file);
+    return found;
+}
+
+TEST_F(KivDrawingCalls, TransparencyIsToldToAVectorPageOnly) {
+    const auto on = recorded([] {
+        gl2psEnable(GL2PS_BLEND);
+        gl2psBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
+    });
+    const auto off = recorded([] { gl2psDisable(GL2PS_BLEND); });
+    ASSERT_FALSE(on.empty());
+    ASSERT_FALSE(off.empty());
+    EXPECT_EQ(recorded([] { KivDrawing::enableTransparency(true, true); }), on);
+    EXPECT_EQ(recorded([] { KivDrawing::enableTransparency(false, true); }), off);
+    EXPECT_TRUE(recorded([] { KivDrawing::enableTransparency(true, false); }).empty());
+    EXPECT_TRUE(recorded([] { KivDrawing::enableTransparency(false, false); }).empty());
 }
 
 TEST_F(KivDrawingCalls, ColorsBecomeTheMaterialOnceAsked) {

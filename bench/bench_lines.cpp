@@ -1,6 +1,7 @@
 // Exact visibility: from triangles to the visible parts of every edge on the contour, for 10 thousand to 2 million
-// triangles, and of long lines across all of them.
+// triangles, and of long lines across all of them; and the lines where surfaces cross.
 #include "kivrender/lines/kivoccluders.h"
+#include "kivrender/lines/kivsurfacecrossings.h"
 
 #include "kivrender/scene/kivcamera.h"
 #include "kivrender/scene/kivmesh.h"
@@ -108,6 +109,26 @@ void longLines(benchmark::State& state) {
     state.SetComplexityN(state.range(0));
 }
 
+// Two rings, one through the other.
+void crossings(benchmark::State& state) {
+    const Sample sample = sampleOf(state.range(0) / 2);
+    std::vector<KivVec> other = sample.points;
+    for (KivVec& p : other) {
+        p = {p.x + 0.5, p.z, -p.y};
+    }
+    std::size_t pieces = 0;
+    for (auto _ : state) {
+        KivSurfaceCrossings crossings;
+        crossings.add(sample.points, sample.triangles);
+        crossings.add(other, sample.triangles);
+        crossings.find();
+        pieces = crossings.pieces().size();
+    }
+    state.counters["pieces"] = static_cast<double>(pieces);
+    state.SetComplexityN(state.range(0));
+}
+
+BENCHMARK(crossings)->Unit(benchmark::kMillisecond)->Arg(10000)->Arg(100000)->Arg(1000000)->Arg(2000000)->Complexity();
 BENCHMARK(contours)->Unit(benchmark::kMillisecond)->Arg(10000)->Arg(100000)->Arg(1000000)->Arg(2000000)->Complexity();
 BENCHMARK(longLines)->Unit(benchmark::kMillisecond)->Arg(10000)->Arg(100000)->Arg(1000000)->Complexity();
 

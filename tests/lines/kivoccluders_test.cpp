@@ -1,9 +1,8 @@
 #include "kivrender/lines/kivoccluders.h"
 
-#include "kivrender/scene/kivmesh.h"
 #include "kivrender/scene/kivscene.h"
+#include "linebodies.h"
 #include "linecameras.h"
-#include "support/closedshapes.h"
 #include "support/pollcost.h"
 #include "support/rawrandom.h"
 #include "support/raycaster.h"
@@ -11,10 +10,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <limits>
-#include <set>
 #include <utility>
 #include <vector>
 
@@ -22,49 +19,7 @@ namespace {
 
 using Triangle = KivOccluders::Triangle;
 
-struct Body {
-    std::vector<KivVec> points;
-    std::vector<Triangle> triangles;
-};
-
-Body bodyOf(const KivMesh& mesh) {
-    Body body;
-    for (unsigned int i = 0; i < mesh.getNumVertexs(); ++i) {
-        const Kiv3DPoint p = mesh.getVertex(i);
-        body.points.push_back({p.x, p.y, p.z});
-    }
-    for (unsigned int i = 0; i < mesh.getNumTriangles(); ++i) {
-        Triangle triangle{};
-        mesh.getTriangle(triangle.data(), i);
-        body.triangles.push_back(triangle);
-    }
-    return body;
-}
-
-std::unique_ptr<KivMesh> meshOf(const Body& body) {
-    auto mesh = std::make_unique<KivMesh>();
-    for (const KivVec& p : body.points) {
-        mesh->addVertex({p.x, p.y, p.z});
-    }
-    for (const Triangle& t : body.triangles) {
-        mesh->addTriangle(t[0], t[1], t[2]);
-    }
-    return mesh;
-}
-
-Body box(const KivVec& low, const KivVec& high) {
-    return bodyOf(*closedBox({low.x, low.y, low.z}, {high.x, high.y, high.z}));
-}
-
-std::vector<std::pair<std::uint32_t, std::uint32_t>> edgesOf(const Body& body) {
-    std::set<std::pair<std::uint32_t, std::uint32_t>> edges;
-    for (const Triangle& t : body.triangles) {
-        for (int i = 0; i < 3; ++i) {
-            edges.emplace(std::minmax(t[i], t[(i + 1) % 3]));
-        }
-    }
-    return {edges.begin(), edges.end()};
-}
+using Body = LineBody;
 
 class Scene {
 public:
@@ -98,7 +53,7 @@ const KivCamera front = lineCamera(KivCamera::orthographic, {0.0, 0.0, 20.0}, 5.
 
 TEST(KivOccluders, ABoxShowsNineOfItsEdgesWhole) {
     for (const auto kind : {KivCamera::perspective, KivCamera::orthographic}) {
-        const Body cube = box({-1.0, -1.0, -1.0}, {1.0, 1.0, 1.0});
+        const Body cube = boxBody({-1.0, -1.0, -1.0}, {1.0, 1.0, 1.0});
         const Scene scene(lineCamera(kind, {3.0, 4.0, 7.0}, kind == KivCamera::perspective ? 0.5 : 4.0, 1.0, 100.0),
                           {cube});
         int whole = 0;
@@ -118,7 +73,7 @@ TEST(KivOccluders, ABoxShowsNineOfItsEdgesWhole) {
 }
 
 TEST(KivOccluders, ASegmentThroughABoxIsHiddenFromFaceToEnd) {
-    const Scene scene(front, {box({-1.0, -1.0, -1.0}, {1.0, 1.0, 1.0})});
+    const Scene scene(front, {boxBody({-1.0, -1.0, -1.0}, {1.0, 1.0, 1.0})});
     // Runs backwards through the front face: seen up to it and beyond the side.
     const std::vector<KivLinePart> parts = scene.visible({0.0, 0.0, 3.0}, {4.0, 0.0, -13.0});
     ASSERT_EQ(parts.size(), 2U);
@@ -132,8 +87,8 @@ TEST(KivOccluders, WhatTouchesIsSeen) {
     // A box stands on a plate and beside another box; coordinates that no float holds.
     const Body plate = {{{-3.1, 0.1, -3.1}, {3.1, 0.1, -3.1}, {3.1, 0.1, 3.1}, {-3.1, 0.1, 3.1}},
                         {{0, 1, 2}, {0, 2, 3}}};
-    const Body one = box({-0.7, 0.1, -0.7}, {0.3, 1.3, 0.3});
-    const Body other = box({0.3, 0.1, -0.7}, {1.1, 1.3, 0.3});
+    const Body one = boxBody({-0.7, 0.1, -0.7}, {0.3, 1.3, 0.3});
+    const Body other = boxBody({0.3, 0.1, -0.7}, {1.1, 1.3, 0.3});
     const Scene scene(lineCamera(KivCamera::perspective, {-1.0, 5.0, 9.0}, 0.5, 1.0, 100.0), {plate, one, other});
     EXPECT_EQ(scene.visibleLength({-0.7, 0.1, 0.3}, {0.3, 0.1, 0.3}), 1.0); // the foot in front
     EXPECT_EQ(scene.visibleLength({0.3, 0.1, 0.3}, {0.3, 1.3, 0.3}), 1.0);  // where both boxes meet
@@ -142,7 +97,7 @@ TEST(KivOccluders, WhatTouchesIsSeen) {
 }
 
 TEST(KivOccluders, RepeatedFacesAndOtherWindingsChangeNothing) {
-    const Body ring = bodyOf(*closedRing({0.0, 0.0, 0.0}, 1.5, 0.6, 40, 20));
+    const Body ring = ringBody({0.0, 0.0, 0.0}, 1.5, 0.6, 40, 20);
     Body repeated = ring;
     for (const Triangle& t : ring.triangles) {
         repeated.triangles.push_back({t[1], t[0], t[2]});
@@ -163,7 +118,7 @@ TEST(KivOccluders, RepeatedFacesAndOtherWindingsChangeNothing) {
 }
 
 TEST(KivOccluders, ThePictureSizeChangesNothing) {
-    const Body ring = bodyOf(*closedRing({0.0, 0.0, 0.0}, 1.5, 0.6, 40, 20));
+    const Body ring = ringBody({0.0, 0.0, 0.0}, 1.5, 0.6, 40, 20);
     const Scene small(corner, {ring}, 10.0);
     const Scene large(corner, {ring}, 30000.0);
     for (const auto& [a, b] : edgesOf(ring)) {
@@ -178,7 +133,7 @@ TEST(KivOccluders, ThePictureSizeChangesNothing) {
 }
 
 TEST(KivOccluders, UnitsOfMicronsAndOfKilometresGiveTheSameParts) {
-    const Body ring = bodyOf(*closedRing({0.0, 0.0, 0.0}, 1.5, 0.6, 24, 12));
+    const Body ring = ringBody({0.0, 0.0, 0.0}, 1.5, 0.6, 24, 12);
     const auto partsAt = [&](double scale) {
         Body body = ring;
         for (KivVec& p : body.points) {
@@ -238,7 +193,7 @@ TEST(KivOccluders, BrokenTrianglesHideNothing) {
 
 TEST(KivOccluders, ACameraThatSeesNothingShowsNothing) {
     KivOccluders occluders{KivLineView()};
-    const Body cube = box({-1.0, -1.0, -1.0}, {1.0, 1.0, 1.0});
+    const Body cube = boxBody({-1.0, -1.0, -1.0}, {1.0, 1.0, 1.0});
     EXPECT_TRUE(occluders.add(cube.points, cube.triangles));
     EXPECT_TRUE(occluders.build());
     std::vector<KivLinePart> parts = {{0.0, 1.0}};
@@ -325,9 +280,9 @@ void judgeEdges(const std::vector<Body>& bodies, RawRandom& random, Judge& judge
 
 TEST(KivOccluders, RaysAgreeOnAllEdgesOfBodiesThatHideAndCrossEachOther) {
     RawRandom random(11);
-    const std::vector<Body> bodies = {bodyOf(*closedRing({0.0, 0.0, 0.3}, 1.5, 0.6, 60, 30)),
-                                      bodyOf(*closedSphere({0.2, 0.1, 0.0}, 1.1, 40, 20)),
-                                      box({-2.0, -1.0, -0.4}, {1.0, 0.6, 0.4}), box({0.0, -2.0, 0.1}, {0.7, 2.1, 1.7})};
+    const std::vector<Body> bodies = {
+        ringBody({0.0, 0.0, 0.3}, 1.5, 0.6, 60, 30), sphereBody({0.2, 0.1, 0.0}, 1.1, 40, 20),
+        boxBody({-2.0, -1.0, -0.4}, {1.0, 0.6, 0.4}), boxBody({0.0, -2.0, 0.1}, {0.7, 2.1, 1.7})};
     for (const auto kind : {KivCamera::perspective, KivCamera::orthographic}) {
         const Scene scene(lineCamera(kind, {3.0, 4.0, 7.0}, kind == KivCamera::perspective ? 0.5 : 3.5, 1.0, 100.0),
                           bodies);
@@ -374,7 +329,7 @@ TEST(KivOccluders, RaysAgreeOnSoupsOfTrianglesOnACoarseGrid) {
 }
 
 TEST(KivOccluders, PollsWhileItTakesAndSortsTriangles) {
-    const Body ring = bodyOf(*closedRing({0.0, 0.0, 0.0}, 1.5, 0.6, 700, 500));
+    const Body ring = ringBody({0.0, 0.0, 0.0}, 1.5, 0.6, 700, 500);
     PollCost::expectAllowed([&] {
         KivOccluders occluders(KivLineView(corner, 400.0, 400.0));
         if (occluders.add(ring.points, ring.triangles)) {
@@ -384,7 +339,7 @@ TEST(KivOccluders, PollsWhileItTakesAndSortsTriangles) {
 }
 
 TEST(KivOccluders, ACancelIsTold) {
-    const Body ring = bodyOf(*closedRing({0.0, 0.0, 0.0}, 1.5, 0.6, 40, 20));
+    const Body ring = ringBody({0.0, 0.0, 0.0}, 1.5, 0.6, 40, 20);
     KivOccluders occluders(KivLineView(corner, 400.0, 400.0));
     ASSERT_TRUE(occluders.add(ring.points, ring.triangles));
     PollCounter progress(1);

@@ -1,5 +1,6 @@
 #include "kivrender/lines/kivoccluders.h"
 
+#include "kivrender/lines/linegrain.h"
 #include "kivrender/lines/occluderindex.h"
 #include "kivrender/lines/visibleparts.h"
 #include "kivrender/scene/kivprogress.h"
@@ -12,13 +13,6 @@
 namespace {
 
 constexpr std::size_t trianglesPerPoll = 1U << 15U;
-
-// Coordinates in files have six digits or the 24 bits of a float, whichever is the coarser.
-constexpr double grainOfCoordinates = 1e-6;
-
-bool isFinite(const KivVec& p) {
-    return std::isfinite(p.x) && std::isfinite(p.y) && std::isfinite(p.z);
-}
 
 float outwards(double value, float towards) {
     return std::nextafter(static_cast<float>(value), towards);
@@ -46,23 +40,18 @@ bool KivOccluders::add(std::span<const KivVec> points, std::span<const Triangle>
         return true;
     }
     const auto first = static_cast<std::uint32_t>(corners.size());
-    double largest = 0.0;
     corners.reserve(corners.size() + points.size());
     for (const KivVec& point : points) {
-        if (isFinite(point)) {
-            largest = std::max({largest, std::fabs(point.x), std::fabs(point.y), std::fabs(point.z)});
-        }
         corners.push_back(seenFrom.toCamera(point));
     }
-    const auto grain = static_cast<float>(largest * grainOfCoordinates);
+    const auto grain = static_cast<float>(kivGrainOf(points, triangles));
     occluders.reserve(occluders.size() + triangles.size());
     for (std::size_t i = 0; i < triangles.size(); ++i) {
         if (i % trianglesPerPoll == 0 && kivIsCancelled()) {
             return false;
         }
         const Triangle& t = triangles[i];
-        if (t[0] < points.size() && t[1] < points.size() && t[2] < points.size() && isFinite(corners[first + t[0]]) &&
-            isFinite(corners[first + t[1]]) && isFinite(corners[first + t[2]])) {
+        if (kivIsWhole(points, t)) {
             addCut(first + t[0], first + t[1], first + t[2], grain);
         }
     }

@@ -1,18 +1,14 @@
 #include "kivrender/lines/occluderindex.h"
 
-#include "kivrender/scene/kivprogress.h"
+#include "kivrender/lines/curveorder.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <limits>
 #include <utility>
 
 namespace {
-
-// True at every so many entries when the user has cancelled: a few milliseconds of work.
-bool isCancelledAt(std::size_t entry) {
-    return entry % (1U << 16U) == 0 && kivIsCancelled();
-}
 
 constexpr KivOccluderBounds nothing = {std::numeric_limits<float>::infinity(), -std::numeric_limits<float>::infinity(),
                                        std::numeric_limits<float>::infinity(), -std::numeric_limits<float>::infinity(),
@@ -24,57 +20,6 @@ void include(KivOccluderBounds& all, const KivOccluderBounds& one) {
     all.bottom = std::min(all.bottom, one.bottom);
     all.top = std::max(all.top, one.top);
     all.nearest = std::min(all.nearest, one.nearest);
-}
-
-// Sixteen bits with two zeros between each.
-std::uint64_t spread(std::uint64_t bits) {
-    bits = (bits | bits << 16U) & 0x0000FF0000FFULL;
-    bits = (bits | bits << 8U) & 0x00F00F00F00FULL;
-    bits = (bits | bits << 4U) & 0x0C30C30C30C3ULL;
-    bits = (bits | bits << 2U) & 0x249249249249ULL;
-    return bits;
-}
-
-// Where a value lies between two others, in 65536 steps.
-std::uint64_t step(double value, double low, double high) {
-    const double part = high > low ? (value - low) / (high - low) : 0.0;
-    return static_cast<std::uint64_t>(std::clamp(part, 0.0, 1.0) * 65535.0);
-}
-
-struct Keyed {
-    std::uint64_t key;
-    std::uint32_t entry;
-};
-
-// By key; equal keys stay in their order (radix sort from the lowest digit). False when the user cancelled.
-bool sortByKey(std::vector<Keyed>& keyed) {
-    constexpr unsigned int digitBits = 12;
-    constexpr std::size_t digits = 1U << digitBits;
-    std::vector<Keyed> other(keyed.size());
-    std::vector<std::size_t> start(digits);
-    for (unsigned int shift = 0; shift < 48; shift += digitBits) {
-        std::fill(start.begin(), start.end(), 0);
-        for (std::size_t i = 0; i < keyed.size(); ++i) {
-            if (isCancelledAt(i)) {
-                return false;
-            }
-            ++start[(keyed[i].key >> shift) & (digits - 1)];
-        }
-        std::size_t sum = 0;
-        for (std::size_t& s : start) {
-            const std::size_t count = s;
-            s = sum;
-            sum += count;
-        }
-        for (std::size_t i = 0; i < keyed.size(); ++i) {
-            if (isCancelledAt(i)) {
-                return false;
-            }
-            other[start[(keyed[i].key >> shift) & (digits - 1)]++] = keyed[i];
-        }
-        keyed.swap(other);
-    }
-    return true;
 }
 
 float below(double value) {
@@ -97,28 +42,23 @@ bool OccluderIndex::build(const std::vector<KivOccluderBounds>& entries) {
         include(all, entry);
         farthest = std::max(farthest, entry.nearest);
     }
-    std::vector<Keyed> keyed(entries.size());
+    std::vector<std::array<float, 3>> places(entries.size());
     for (std::size_t i = 0; i < entries.size(); ++i) {
-        if (isCancelledAt(i)) {
+        if (kivIsCancelledAt(i)) {
             return false;
         }
         const KivOccluderBounds& e = entries[i];
-        const std::uint64_t x = step(0.5 * (double{e.left} + e.right), all.left, all.right);
-        const std::uint64_t y = step(0.5 * (double{e.bottom} + e.top), all.bottom, all.top);
-        const std::uint64_t z = step(e.nearest, all.nearest, farthest);
-        keyed[i] = {spread(x) | spread(y) << 1U | spread(z) << 2U, static_cast<std::uint32_t>(i)};
+        places[i] = {0.5F * (e.left + e.right), 0.5F * (e.bottom + e.top), e.nearest};
     }
-    if (!sortByKey(keyed)) {
-        return false;
+    if (!kivCurveOrder(places, {all.left, all.bottom, all.nearest}, {all.right, all.top, farthest}, order)) {
+        return drop();
     }
-    order.resize(keyed.size());
-    boxes.resize(keyed.size());
-    for (std::size_t i = 0; i < keyed.size(); ++i) {
-        if (isCancelledAt(i)) {
+    boxes.resize(order.size());
+    for (std::size_t i = 0; i < order.size(); ++i) {
+        if (kivIsCancelledAt(i)) {
             return drop();
         }
-        order[i] = keyed[i].entry;
-        boxes[i] = entries[keyed[i].entry];
+        boxes[i] = entries[order[i]];
     }
     return buildLevels();
 }
@@ -132,7 +72,7 @@ bool OccluderIndex::buildLevels() {
         }
         std::vector<KivOccluderBounds> level((from->size() + together - 1) / together, nothing);
         for (std::size_t i = 0; i < from->size(); ++i) {
-            if (isCancelledAt(i)) {
+            if (kivIsCancelledAt(i)) {
                 return drop();
             }
             include(level[i / together], (*from)[i]);

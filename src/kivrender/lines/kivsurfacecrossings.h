@@ -1,0 +1,88 @@
+// The lines where surfaces run into each other without a common edge, between bodies and within one: a handle stuck
+// into a cup, two pipes, a body that folds through itself.
+//
+//     KivSurfaceCrossings crossings;
+//     crossings.add(points, triangles);
+//     if (crossings.find()) {
+//         for (const KivCrossing& piece : crossings.pieces()) ...
+//
+// Meshes may be open, wound either way and not manifold; corners at equal places are one whether meshes share them or
+// repeat them. Faces that touch or lie in one plane make no line.
+#ifndef KIVRENDER_LINES_KIVSURFACECROSSINGS_H
+#define KIVRENDER_LINES_KIVSURFACECROSSINGS_H
+
+#include "kivrender/geometry/kivvec.h"
+#include "kivrender/platform/kivexport.h"
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <utility>
+#include <vector>
+
+// The piece that two triangles have in common. Pieces of one line meet in equal points.
+struct KivCrossing {
+    KivVec from;
+    KivVec to;
+    // The triangles: numbers of the bodies in the order in which they were added, and of the triangles in them.
+    std::uint32_t bodies[2] = {0, 0};
+    std::uint32_t triangles[2] = {0, 0};
+};
+
+class KIV_API KivSurfaceCrossings {
+public:
+    using Triangle = std::array<std::uint32_t, 3>;
+
+    // Adds a body; points are in the model's units. Triangles with an index out of range or a corner that is not finite
+    // are left out. Coordinates count as rounded to a millionth of the body's largest one. False when the user
+    // cancelled.
+    bool add(std::span<const KivVec> points, std::span<const Triangle> triangles);
+    // Looks for the pieces of everything added, in the order of their triangles. False when the user cancelled; what
+    // was found until then stays.
+    bool find();
+    const std::vector<KivCrossing>& pieces() const {
+        return found;
+    }
+
+private:
+    struct Face {
+        std::uint32_t corners[3];
+        std::uint32_t number;
+    };
+    struct Box {
+        float low[3];
+        float high[3];
+    };
+    struct Body {
+        std::size_t firstFace;
+        double grain;
+    };
+    struct Pair;
+    // An edge in the plane of a face, with the surface on one side of it.
+    struct Witness {
+        KivVec from;
+        KivVec to;
+        std::uint32_t face;
+    };
+
+    bool sortAlongCurve();
+    bool buildLevels();
+    bool join();
+    void testLeaves(std::size_t one, std::size_t other);
+    void test(const Face& one, const Face& other);
+    void takeAlongEdges();
+    std::uint32_t bodyOf(std::uint32_t face) const;
+
+    std::vector<KivVec> corners;
+    std::vector<Face> faces; // along a space-filling curve once find was called
+    std::vector<Body> bodies;
+    std::vector<std::uint32_t> numbers;   // of the faces in their bodies, by the order of adding
+    std::vector<Box> boxes;               // of the faces
+    std::vector<std::vector<Box>> levels; // of a binary tree over them, leaves first
+    std::vector<std::pair<Witness, KivCrossing>> alongEdges;
+    std::vector<Witness> witnesses;
+    std::vector<KivCrossing> found;
+};
+
+#endif

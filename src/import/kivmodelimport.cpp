@@ -1,10 +1,10 @@
 #include "import/kivmodelimport.h"
 
-#include "import/assimpreader.h"
+#include "import/foreignreader.h"
+#include "import/importprogress.h"
 #include "import/modelfile.h"
 #include "import/objreader.h"
 #include "import/scenebuilder.h"
-#include "import/texturecolour.h"
 #include "kivrender/platform/kivtext.h"
 
 #include <algorithm>
@@ -15,9 +15,12 @@ namespace kivimport {
 namespace {
 
 constexpr std::uint64_t maxMaterialLibrary = std::uint64_t{64} << 20;
+// What is done of an import when the files are read and the scene is still to be built.
+constexpr double readingPart = 0.8;
 
-ModelParts readObjFile(const std::string& path, const KivModelOptions& options, const ReadLimits& limits) {
-    ObjFile file = readObj(ModelFile(path, options.maxFileSize).text(), limits);
+ModelParts readObjFile(const std::string& path, const KivModelOptions& options, const ReadLimits& limits,
+                       ImportProgress& progress) {
+    ObjFile file = readObj(ModelFile(path, options.maxFileSize).text(), limits, &progress);
     const std::filesystem::path folder = std::filesystem::path(path).parent_path();
     for (std::string library : file.materialLibraries) {
         std::replace(library.begin(), library.end(), '\\', '/');
@@ -28,11 +31,8 @@ ModelParts readObjFile(const std::string& path, const KivModelOptions& options, 
             continue;
         }
     }
-    for (Material& material : file.parts.materials) {
-        if (!material.texture.empty()) {
-            averageTextureFile(material, folder.string());
-        }
-    }
+    ForeignReader(options, progress)
+        .averageTextures(file.parts.materials, folder.empty() ? "." : folder.string(), file.parts.warnings);
     return std::move(file.parts);
 }
 
@@ -58,7 +58,8 @@ std::string allEndings() {
     return list;
 }
 
-ModelParts readFile(const std::string& path, const KivModelOptions& options, const ReadLimits& limits) {
+ModelParts readFile(const std::string& path, const KivModelOptions& options, const ReadLimits& limits,
+                    ImportProgress& progress) {
     const std::string ending = endingOf(path);
     checkModelFile(path, options.maxFileSize);
     if (!isSupported(ending)) {
@@ -66,7 +67,8 @@ ModelParts readFile(const std::string& path, const KivModelOptions& options, con
                                           : "files that end in ." + ending + " can't be read") +
                           "; try one of " + allEndings());
     }
-    ModelParts parts = ending == "obj" ? readObjFile(path, options, limits) : readByAssimp(path, limits);
+    ModelParts parts = ending == "obj" ? readObjFile(path, options, limits, progress)
+                                       : ForeignReader(options, progress).readModel(path, limits);
     if (parts.numTriangles() == 0 && parts.polylines.empty() && parts.points.empty()) {
         throw ImportError("it has nothing to draw: no faces, lines or points");
     }
@@ -75,54 +77,91 @@ ModelParts readFile(const std::string& path, const KivModelOptions& options, con
 
 } // namespace
 
-void checkElements(std::uint64_t count, const ReadLimits& limits) {
-    if (count > limits.maxElements) {
-        throw ImportError("it is too large: more than " + std::to_string(limits.maxElements) +
-                          " triangles, lines or points");
-    }
-}
-
 } // namespace kivimport
 
 Kiv3DPoint KivModel::toScene(const Kiv3DPoint& filePoint) const {
     return {(filePoint.x - origin.x) * scale, (filePoint.y - origin.y) * scale, (filePoint.z - origin.z) * scale};
 }
 
-bool kivImportModels(const std::vector<std::wstring>& paths, const KivModelOptions& options, KivModel& model,
-                     std::wstring& message) {
-    using namespace kivimport;
-    model = KivModel();
-    std::vector<ModelParts> files;
+namespace kivimport {
+namespace {
+
+// Throws ImportError with the whole line.
+void readFiles(const std::vector<std::wstring>& paths, const KivModelOptions& options, ImportProgress& progress,
+               std::vector<ModelParts>& files, KivModel& model) {
     ReadLimits limits{options.maxElements};
+    const double step = readingPart / static_cast<double>(paths.size());
     for (const std::wstring& path : paths) {
         const std::string name = kivToUtf8(path);
+        const double done = step * static_cast<double>(files.size());
+        progress.setStep(done, done + step);
         try {
-            ModelParts& parts = files.emplace_back(readFile(name, options, limits));
+            ModelParts& parts = files.emplace_back(readFile(name, options, limits, progress));
             if (options.upAxis != KivModelOptions::Axis::byFormat) {
                 parts.zUp = options.upAxis == KivModelOptions::Axis::z;
             }
             limits.maxElements -= parts.numTriangles() + parts.polylines.size() + parts.points.size();
             model.files.emplace_back().path = path;
+            for (const std::string& warning : parts.warnings) {
+                model.warnings.push_back(L"\"" + path + L"\": " + kivFromUtf8(warning));
+            }
         } catch (const ImportError& error) {
-            message = L"can't use \"" + path + L"\": " + kivFromUtf8(error.what());
-            return false;
+            throw ImportError("can't use \"" + name + "\": " + error.what());
         } catch (const std::bad_alloc&) {
-            message = L"can't use \"" + path + L"\": it is too large for this machine's memory";
-            return false;
+            throw ImportError("can't use \"" + name + "\": it is too large for this machine's memory");
         }
     }
-    if (files.empty()) {
+}
+
+void checkSomethingIsLeft(const KivModel& model) {
+    for (const KivModelFileInfo& info : model.files) {
+        if (info.triangles == 0 && info.degenerate > 0 && model.scene->numMeshes() == 0) {
+            throw ImportError("can't use \"" + kivToUtf8(info.path) +
+                              "\": it has nothing to draw: none of its faces has an area");
+        }
+    }
+}
+
+} // namespace
+} // namespace kivimport
+
+bool kivImportModels(const std::vector<std::wstring>& paths, const KivModelOptions& options, KivModel& model,
+                     std::wstring& message) {
+    using namespace kivimport;
+    model = KivModel();
+    message.clear();
+    if (paths.empty()) {
         message = L"there is no model to read";
         return false;
     }
-    assembleModel(files, options.creaseAngle, model);
-    for (const KivModelFileInfo& info : model.files) {
-        if (info.triangles == 0 && info.degenerate > 0 && model.scene->numMeshes() == 0) {
-            message = L"can't use \"" + info.path + L"\": it has nothing to draw: none of its faces has an area";
-            return false;
-        }
+    ImportProgress progress(options.progress);
+    try {
+        std::vector<ModelParts> files;
+        readFiles(paths, options, progress, files, model);
+        progress.setStep(readingPart, 1.0);
+        assembleModel(files, options.creaseAngle, model, &progress);
+        checkSomethingIsLeft(model);
+        return true;
+    } catch (const ImportError& error) {
+        message = kivFromUtf8(error.what());
+    } catch (const std::bad_alloc&) {
+        message = L"can't use \"" + paths.front() + L"\": it is too large for this machine's memory";
+    } catch (const ImportCancelled&) {
+        message.clear();
     }
-    return true;
+    model = KivModel();
+    return false;
+}
+
+std::wstring kivModelReaders() {
+    using namespace kivimport;
+    const KivModelOptions options;
+    ImportProgress progress(options.progress);
+    try {
+        return kivFromUtf8(ForeignReader(options, progress).describe());
+    } catch (const ImportError& error) {
+        return kivFromUtf8(error.what());
+    }
 }
 
 const std::vector<KivModelFormat>& kivModelFormats() {

@@ -1,5 +1,10 @@
 // Model files to a KivScene: obj by a reader of our own, since a whole command waits for it, everything else by Assimp.
 //
+// Assimp, and the codecs of textures, run in a child process with limits of time, memory and file access: a file that
+// makes them crash, loop or grow costs one line and nothing else. The child is the program selvarin-reader, which
+// stands beside the library and is found by nothing but the library's own place; its file is all that a host has to
+// ship. It ends before kivImportModels returns.
+//
 // What comes over: triangles (polygons are cut up), polylines and points, the transforms of the file's nodes,
 // materials, cameras and lights. Normals are taken as the file gives them; where it gives none, a surface is smooth up
 // to a crease angle. A texture is averaged into one diffuse colour, since the shaders paint with flat colours. Mirrored
@@ -15,6 +20,7 @@
 #include "kivrender/scene/kivscene.h"
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -28,6 +34,17 @@ struct KivModelOptions {
     // Bytes of one file, and triangles, lines and points of all files together; what is larger is refused.
     std::uint64_t maxFileSize = std::uint64_t{2} << 30;
     std::uint64_t maxElements = 50'000'000;
+
+    // Called on the calling thread while files are read, with what is done of the whole from 0 to 1: several times a
+    // second where a child reads, less often where this process does. False cancels the import. It may be empty.
+    std::function<bool(double done)> progress;
+    // The most bytes of memory that a child may use, and its seconds of processor time without any progress. 0 chooses:
+    // three quarters of the machine's memory, and ten seconds and one for each megabyte of the file. Within the first a
+    // child is kept to a gigabyte and 64 bytes for each byte of the files that it opens.
+    std::uint64_t maxReaderMemory = 0;
+    double maxReaderSeconds = 0.0;
+    // Another place of selvarin-reader, as an absolute path; empty: beside the library.
+    std::wstring readerProgram;
 };
 
 // A camera of the file, in the coordinates of the scene. The frustum is left to the caller, who knows the picture.
@@ -62,6 +79,8 @@ struct KivModel {
     std::vector<KivLight> lights; // in the coordinates of the scene
     std::vector<KivModelMaterial> materials;
     std::vector<KivModelFileInfo> files;
+    // What the user should know though the model can be used: each one line with the file's name.
+    std::vector<std::wstring> warnings;
     // Beside the meshes of the scene: the object's name as the file gives it, else that of its material, else nothing.
     std::vector<std::wstring> meshNames;
     // The bounds of all geometry in the coordinates of the files.
@@ -78,7 +97,8 @@ struct KivModel {
 };
 
 // Reads one or more files into one scene. False if any of them can't be used; then message holds one line for the user:
-// what is wrong, with which file (and line, where text is read), and what to do if that is known.
+// what is wrong, with which file (and line, where text is read), and what to do if that is known. It is empty if the
+// import was cancelled.
 bool kivImportModels(const std::vector<std::wstring>& paths, const KivModelOptions& options, KivModel& model,
                      std::wstring& message);
 
@@ -86,6 +106,9 @@ struct KivModelFormat {
     const wchar_t* ending; // lower case, without a dot
     const wchar_t* name;
 };
+// The libraries that read the foreign formats, with their versions; or, if selvarin-reader does not work, why.
+std::wstring kivModelReaders();
+
 // The file endings that can be read, in the order in which a list shows them.
 const std::vector<KivModelFormat>& kivModelFormats();
 

@@ -18,6 +18,9 @@ public:
     using std::runtime_error::runtime_error;
 };
 
+// The user has had enough. Caught in kivImportModels alone.
+class ImportCancelled {};
+
 struct Vec3 {
     double x = 0.0;
     double y = 0.0;
@@ -136,6 +139,7 @@ struct ModelParts {
     std::vector<Material> materials;
     std::vector<Camera> cameras;
     std::vector<Light> lights;
+    std::vector<std::string> warnings; // lines for the user, which lack the file's name
 
     std::uint64_t numTriangles() const {
         std::uint64_t count = 0;

@@ -9,6 +9,9 @@
 namespace kivimport {
 namespace {
 
+// Less than a millisecond of work.
+constexpr std::uint64_t linesBetweenReports = 4096;
+
 // An index of the file, resolved to a position in its list, and what is needed to complain about it later: a face may
 // stand before the vertices that it uses.
 struct LatestIndex {
@@ -18,13 +21,17 @@ struct LatestIndex {
 
 class ObjReader {
 public:
-    ObjReader(std::string_view text, const ReadLimits& readLimits) : scan(text), limits(readLimits) {
+    ObjReader(std::string_view text, const ReadLimits& readLimits, ImportProgress* importProgress)
+        : scan(text), limits(readLimits), progress(importProgress) {
         surface.positions.reserve(text.size() / 70);
         surface.corners.reserve(text.size() / 12);
     }
 
     ObjFile read() {
-        while (scan.nextLine()) {
+        for (std::uint64_t count = 0; scan.nextLine(); ++count) {
+            if (progress != nullptr && count % linesBetweenReports == 0) {
+                progress->report(scan.done());
+            }
             readLine();
         }
         checkIndices();
@@ -225,6 +232,7 @@ private:
 
     TextScanner scan;
     ReadLimits limits;
+    ImportProgress* progress;
     ObjFile file;
     Surface surface;
     std::vector<LineElement> lines;
@@ -248,8 +256,8 @@ private:
 
 } // namespace
 
-ObjFile readObj(std::string_view text, const ReadLimits& limits) {
-    return ObjReader(text, limits).read();
+ObjFile readObj(std::string_view text, const ReadLimits& limits, ImportProgress* progress) {
+    return ObjReader(text, limits, progress).read();
 }
 
 } // namespace kivimport

@@ -6,6 +6,7 @@
 #ifndef IMPORT_OBJREADER_H
 #define IMPORT_OBJREADER_H
 
+#include "import/importprogress.h"
 #include "import/modelparts.h"
 
 #include <string>
@@ -20,8 +21,9 @@ struct ObjFile {
 };
 
 // Reads the text of a file. Materials that are used are listed in parts.materials with their names and default values;
-// readMtl then fills them in. Throws ImportError with the line.
-ObjFile readObj(std::string_view text, const ReadLimits& limits);
+// readMtl then fills them in. progress is asked now and then, and may be null. Throws
+// ImportError with the line, and ImportCancelled.
+ObjFile readObj(std::string_view text, const ReadLimits& limits, ImportProgress* progress = nullptr);
 
 // Fills in those of the materials that the text of a material library defines. Unknown lines are passed over. What
 // can't be read is left at its default: a picture in a plain colour is better than none.

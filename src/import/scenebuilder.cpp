@@ -29,6 +29,13 @@ Kiv3DVector toKivVector(const Vec3& v) {
 
 constexpr Colour ink{0.16, 0.15, 0.17}; // of lines without a material
 
+// Names are shown in lines and on terminals: what would end or colour those is replaced.
+std::wstring shownName(std::string name) {
+    std::replace_if(
+        name.begin(), name.end(), [](unsigned char c) { return c < ' ' || c == 0x7F; }, '?');
+    return kivFromUtf8(name);
+}
+
 // A texture replaces a black colour, as programs that use the texture alone leave the colour at that.
 Colour paint(const Material& material) {
     if (!material.textureLoaded) {
@@ -56,28 +63,35 @@ KivMaterial toKivMaterial(const Material& source) {
 
 class SceneBuilder {
 public:
-    SceneBuilder(double angle, KivModel& target) : creaseAngle(angle), model(target), scene(*target.scene) {}
+    SceneBuilder(double angle, KivModel& target, ImportProgress* importProgress, std::uint64_t allTriangles)
+        : creaseAngle(angle), model(target), scene(*target.scene), progress(importProgress),
+          trianglesOfAll(allTriangles) {}
 
     void addFile(ModelParts& parts, KivModelFileInfo& info) {
         place(parts);
         materials.assign(parts.materials.size(), KivMaterial());
         materialNames.clear();
         for (const Material& material : parts.materials) {
-            materialNames.push_back(kivFromUtf8(material.name));
+            materialNames.push_back(shownName(material.name));
         }
         std::vector<bool> used(parts.materials.size(), false);
         for (std::size_t i = 0; i < parts.materials.size(); ++i) {
             materials[i] = toKivMaterial(parts.materials[i]);
         }
         for (Surface& surface : parts.surfaces) {
+            const std::uint64_t given = surface.corners.size() / 3;
+            report(0);
             info.degenerate += weldSurface(surface);
+            report(given / 3);
             orientSurface(surface);
+            report(given / 2);
             info.triangles += surface.corners.size() / 3;
             for (const Surface::Part& part : surface.parts) {
                 markUsed(part.material, used);
             }
             info.vertices += addSurface(surface);
             surface = {};
+            builtTriangles += given;
         }
         for (const Polyline& line : parts.polylines) {
             markUsed(line.material, used);
@@ -90,15 +104,22 @@ public:
         for (std::size_t i = 0; i < parts.materials.size(); ++i) {
             if (used[i]) {
                 KivModelMaterial& listed = model.materials.emplace_back();
-                listed.name = kivFromUtf8(parts.materials[i].name);
+                listed.name = shownName(parts.materials[i].name);
                 listed.material = materials[i];
-                listed.texture = kivFromUtf8(parts.materials[i].texture);
+                listed.texture = shownName(parts.materials[i].texture);
             }
         }
         addCamerasAndLights(parts);
     }
 
 private:
+    // further: triangles of the surface at hand, as far as it is built.
+    void report(std::uint64_t further) const {
+        if (progress != nullptr) {
+            progress->report(static_cast<double>(builtTriangles + further) / static_cast<double>(trianglesOfAll));
+        }
+    }
+
     Vec3 placed(const Vec3& p) const {
         return {(p.x - model.origin.x) * model.scale, (p.y - model.origin.y) * model.scale,
                 (p.z - model.origin.z) * model.scale};
@@ -167,7 +188,7 @@ private:
 
     // Files that group by material alone name no objects.
     std::wstring nameOf(const Surface::Part& part) const {
-        return part.name.empty() && part.material != noIndex ? materialNames[part.material] : kivFromUtf8(part.name);
+        return part.name.empty() && part.material != noIndex ? materialNames[part.material] : shownName(part.name);
     }
 
     std::uint64_t addMesh(const Surface& surface, const SurfaceVertices& vertices, const Surface::Part& part,
@@ -231,7 +252,7 @@ private:
     void addCamerasAndLights(const ModelParts& parts) {
         for (const Camera& source : parts.cameras) {
             KivModelCamera& camera = model.cameras.emplace_back();
-            camera.name = kivFromUtf8(source.name);
+            camera.name = shownName(source.name);
             camera.location = toKivPoint(placed(source.location));
             camera.direction = toKivVector(source.direction);
             camera.up = toKivVector(source.up);
@@ -285,6 +306,9 @@ private:
     std::vector<std::uint32_t> localIndex;
     std::vector<std::uint32_t> members;
     std::size_t unpainted = 0;
+    ImportProgress* progress;
+    std::uint64_t trianglesOfAll;
+    std::uint64_t builtTriangles = 0;
 };
 
 } // namespace
@@ -332,18 +356,20 @@ void choosePlacement(KivModel& model) {
     model.scale = size > 0.0 ? std::ldexp(1.0, std::min(7 - exponent, 1000)) : 1.0;
 }
 
-void assembleModel(std::vector<ModelParts>& files, double creaseAngle, KivModel& model) {
+void assembleModel(std::vector<ModelParts>& files, double creaseAngle, KivModel& model, ImportProgress* progress) {
     model.bounds = emptyBounds();
+    std::uint64_t triangles = 0;
     for (const ModelParts& parts : files) {
         addBounds(parts, model.bounds);
+        triangles += parts.numTriangles();
     }
     choosePlacement(model);
     model.up = files.front().zUp ? Kiv3DVector(0.0, 0.0, 1.0) : Kiv3DVector(0.0, 1.0, 0.0);
     model.scene = std::make_unique<KivScene>();
-    SceneBuilder builder(creaseAngle, model);
+    SceneBuilder builder(creaseAngle, model, progress, triangles);
     for (std::size_t i = 0; i < files.size(); ++i) {
         KivModelFileInfo& info = model.files[i];
-        info.format = kivFromUtf8(files[i].format);
+        info.format = shownName(files[i].format);
         info.zUp = files[i].zUp;
         builder.addFile(files[i], info);
     }

@@ -2,6 +2,7 @@
 #ifndef IMPORT_SCENEBUILDER_H
 #define IMPORT_SCENEBUILDER_H
 
+#include "import/importprogress.h"
 #include "import/kivmodelimport.h"
 #include "import/modelparts.h"
 
@@ -17,8 +18,10 @@ KivBox emptyBounds();
 void choosePlacement(KivModel& model);
 
 // Makes the model of all parts together: moves them to their place, welds them, gives them normals, fills the scene.
-// The parts are used up. model.files has one entry for each of the parts; its counts are filled in.
-void assembleModel(std::vector<ModelParts>& files, double creaseAngle, KivModel& model);
+// The parts are used up. model.files has one entry for each of the parts; its counts are filled in. progress is asked
+// between the surfaces, and may be null; throws ImportCancelled.
+void assembleModel(std::vector<ModelParts>& files, double creaseAngle, KivModel& model,
+                   ImportProgress* progress = nullptr);
 
 // The paint of the number-th object that has no material: a handful of tones that sit well together on paper.
 Colour defaultColour(std::size_t number);

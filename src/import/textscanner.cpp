@@ -37,7 +37,7 @@ Line findLine(const char* begin, const char* textEnd, char separator) {
 } // namespace
 
 TextScanner::TextScanner(std::string_view source)
-    : at(source.data()), textEnd(source.data() + source.size()), next(source.data()),
+    : at(source.data()), textBegin(source.data()), textEnd(source.data() + source.size()), next(source.data()),
       // Old Macintosh files end their lines with CR alone.
       separator(source.find('\n') == std::string_view::npos ? '\r' : '\n') {}
 
@@ -55,6 +55,11 @@ bool TextScanner::nextLine() {
         }
     }
     return false;
+}
+
+double TextScanner::done() const {
+    return textEnd == textBegin ? 1.0
+                                : static_cast<double>(next - textBegin) / static_cast<double>(textEnd - textBegin);
 }
 
 std::string_view TextScanner::word() {

@@ -21,6 +21,8 @@ public:
     std::uint64_t lineNumber() const {
         return line;
     }
+    // The part of the text that was passed, 0 to 1.
+    double done() const;
 
     // The next word of the line, or nothing.
     std::string_view word();
@@ -86,6 +88,7 @@ private:
 
     const char* at;
     const char* lineEnd = nullptr;
+    const char* textBegin;
     const char* textEnd;
     const char* next;
     char separator;

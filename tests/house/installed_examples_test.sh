@@ -51,6 +51,21 @@ cmp -s "$work/cube.png" "$work/posterised.png" && fail "both shaders drew the sa
 "$prefix/bin/selvarin" preview --style Comic -o "$work/comic.png" -s 300x300 -q || fail "an installed style can't be used"
 check_picture "$work/comic.png"
 
+# The program that reads foreign formats stands beside the library.
+cat >"$work/triangle.off" <<END
+OFF
+3 1 0
+0 0 0
+1 0 0
+0 1 0
+3 0 1 2
+END
+"$prefix/bin/selvarin" info "$work/triangle.off" | grep -q '^triangles:  1$' || fail "the installed command line reads no foreign model"
+mv "$library/selvarin-reader" "$work/"
+said=$("$prefix/bin/selvarin" info "$work/triangle.off" 2>&1) && fail "a foreign model was read without its reader"
+[ "$said" = "selvarin: can't use \"$work/triangle.off\": the program that reads such files is missing: $library/selvarin-reader" ] || fail "without the reader: $said"
+mv "$work/selvarin-reader" "$library/"
+
 # Settings that were saved in a document draw the same picture when another process has read them back.
 document_host=$work/build-document_host/document_host
 "$document_host" new "$work/a.doc" "Clean toon"

@@ -3,6 +3,7 @@
 #define TESTS_IMPORT_IMPORTTESTFILES_H
 
 #include "import/modelparts.h"
+#include "import/reader/readerreport.h"
 
 #include <cstdlib>
 #include <filesystem>
@@ -38,6 +39,15 @@ public:
 
 private:
     std::filesystem::path folder;
+};
+
+// For readers that are called in the test's own process.
+class SilentReport : public kivimport::ReaderReport {
+public:
+    void opened(std::uint64_t /*bytes*/) override {}
+
+private:
+    void tell(double /*whole*/) override {}
 };
 
 // A box with quads, its corners shared, wound outwards. 2 by 1 by 3 from the origin.

@@ -1,7 +1,8 @@
 #include "import/kivmodelimport.h"
 
-#include "import/assimpreader.h"
+#include "boxmodels.h"
 #include "import/objreader.h"
+#include "import/reader/assimpreader.h"
 #include "import/scenebuilder.h"
 #include "importtestfiles.h"
 #include "kivrender/platform/kivtext.h"
@@ -12,11 +13,15 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <cstring>
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 namespace {
+
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::StartsWith;
 
 KivModel import(const std::vector<std::string>& paths, const KivModelOptions& options = {}) {
     KivModel model;
@@ -63,256 +68,6 @@ void expectNormalsOutwards(const KivMesh& mesh) {
                       0.0);
         }
     }
-}
-
-// --- one box in each format ---
-
-struct BoxFace {
-    std::array<int, 4> corner;
-};
-constexpr std::array<std::array<double, 3>, 8> boxCorners{
-    {{0, 0, 0}, {2, 0, 0}, {2, 1, 0}, {0, 1, 0}, {0, 0, 3}, {2, 0, 3}, {2, 1, 3}, {0, 1, 3}}};
-constexpr std::array<BoxFace, 6> boxFaces{
-    {{{3, 2, 1, 0}}, {{4, 5, 6, 7}}, {{0, 1, 5, 4}}, {{2, 3, 7, 6}}, {{1, 2, 6, 5}}, {{3, 0, 4, 7}}}};
-
-std::string number(double v) {
-    return std::to_string(v);
-}
-
-std::string boxStl() {
-    std::string text = "solid box\n";
-    for (const BoxFace& face : boxFaces) {
-        for (const std::array<int, 3> t : {std::array<int, 3>{0, 1, 2}, std::array<int, 3>{0, 2, 3}}) {
-            text += "facet normal 0 0 0\nouter loop\n";
-            for (const int c : t) {
-                const auto& p = boxCorners[static_cast<std::size_t>(face.corner[static_cast<std::size_t>(c)])];
-                text += "vertex " + number(p[0]) + " " + number(p[1]) + " " + number(p[2]) + "\n";
-            }
-            text += "endloop\nendfacet\n";
-        }
-    }
-    return text + "endsolid box\n";
-}
-
-std::string boxPolygons(const std::string& header, bool countAhead) {
-    std::string text = header;
-    for (const auto& p : boxCorners) {
-        text += number(p[0]) + " " + number(p[1]) + " " + number(p[2]) + "\n";
-    }
-    for (const BoxFace& face : boxFaces) {
-        text += countAhead ? "4" : "";
-        for (const int c : face.corner) {
-            text.append(" ").append(std::to_string(c));
-        }
-        text += "\n";
-    }
-    return text;
-}
-
-std::string boxPly() {
-    return boxPolygons("ply\nformat ascii 1.0\nelement vertex 8\nproperty float x\nproperty float y\nproperty float z\n"
-                       "element face 6\nproperty list uchar int vertex_indices\nend_header\n",
-                       true);
-}
-
-std::string boxOff() {
-    return boxPolygons("OFF\n8 6 0\n", true);
-}
-
-std::string dxfPair(int code, const std::string& value) {
-    return std::to_string(code) + "\n" + value + "\n";
-}
-
-std::string boxDxf() {
-    std::string text = dxfPair(0, "SECTION") + dxfPair(2, "ENTITIES");
-    for (const BoxFace& face : boxFaces) {
-        text += dxfPair(0, "3DFACE") + dxfPair(8, "0");
-        for (int i = 0; i < 4; ++i) {
-            const auto& p = boxCorners[static_cast<std::size_t>(face.corner[static_cast<std::size_t>(i)])];
-            text += dxfPair(10 + i, number(p[0])) + dxfPair(20 + i, number(p[1])) + dxfPair(30 + i, number(p[2]));
-        }
-    }
-    return text + dxfPair(0, "ENDSEC") + dxfPair(0, "EOF");
-}
-
-std::string boxDae() {
-    std::string positions;
-    for (const auto& p : boxCorners) {
-        positions += number(p[0]) + " " + number(p[1]) + " " + number(p[2]) + " ";
-    }
-    std::string counts;
-    std::string indices;
-    for (const BoxFace& face : boxFaces) {
-        counts += "4 ";
-        for (const int c : face.corner) {
-            indices += std::to_string(c) + " ";
-        }
-    }
-    return "<?xml version=\"1.0\"?><COLLADA xmlns=\"http://www.collada.org/2005/11/COLLADASchema\" version=\"1.4.1\">"
-           "<asset><up_axis>Y_UP</up_axis></asset><library_geometries><geometry id=\"g\"><mesh><source id=\"p\">"
-           "<float_array id=\"a\" count=\"24\">" +
-           positions +
-           "</float_array><technique_common><accessor source=\"#a\" count=\"8\" stride=\"3\"><param name=\"X\" "
-           "type=\"float\"/><param name=\"Y\" type=\"float\"/><param name=\"Z\" type=\"float\"/></accessor>"
-           "</technique_common></source><vertices id=\"v\"><input semantic=\"POSITION\" source=\"#p\"/></vertices>"
-           "<polylist count=\"6\"><input semantic=\"VERTEX\" source=\"#v\" offset=\"0\"/><vcount>" +
-           counts + "</vcount><p>" + indices +
-           "</p></polylist></mesh></geometry></library_geometries><library_visual_scenes><visual_scene id=\"s\">"
-           "<node id=\"n\"><instance_geometry url=\"#g\"/></node></visual_scene></library_visual_scenes>"
-           "<scene><instance_visual_scene url=\"#s\"/></scene></COLLADA>";
-}
-
-std::string boxFbx() {
-    std::string positions;
-    for (const auto& p : boxCorners) {
-        for (const double v : p) {
-            positions.append(positions.empty() ? "" : ",").append(number(v));
-        }
-    }
-    std::string indices;
-    for (const BoxFace& face : boxFaces) {
-        for (std::size_t i = 0; i < 4; ++i) {
-            // The last index of a polygon is stored as its complement.
-            indices.append(indices.empty() ? "" : ",");
-            indices.append(std::to_string(i < 3 ? face.corner[i] : -face.corner[i] - 1));
-        }
-    }
-    return "; FBX 7.3.0 project file\nFBXHeaderExtension: {\n FBXHeaderVersion: 1003\n FBXVersion: 7300\n}\n"
-           "GlobalSettings: {\n Version: 1000\n Properties70: {\n  P: \"UpAxis\", \"int\", \"Integer\", \"\",2\n"
-           "  P: \"UpAxisSign\", \"int\", \"Integer\", \"\",1\n  P: \"UnitScaleFactor\", \"double\", \"Number\", "
-           "\"\",1\n }\n}\n"
-           "Objects: {\n Geometry: 1, \"Geometry::box\", \"Mesh\" {\n  Vertices: *24 {\n   a: " +
-           positions + "\n  }\n  PolygonVertexIndex: *24 {\n   a: " + indices +
-           "\n  }\n  GeometryVersion: 124\n }\n Model: 2, \"Model::box\", \"Mesh\" {\n  Version: 232\n }\n}\n"
-           "Connections: {\n C: \"OO\",1,2\n C: \"OO\",2,0\n}\n";
-}
-
-void append(std::string& out, const void* data, std::size_t size) {
-    out.append(static_cast<const char*>(data), size);
-}
-
-std::string chunk3ds(std::uint16_t id, const std::string& content) {
-    std::string out;
-    const auto size = static_cast<std::uint32_t>(content.size() + 6);
-    append(out, &id, 2);
-    append(out, &size, 4);
-    return out + content;
-}
-
-std::string box3ds() {
-    std::string vertices;
-    const std::uint16_t numVertices = 8;
-    append(vertices, &numVertices, 2);
-    for (const auto& p : boxCorners) {
-        for (const double v : p) {
-            const auto single = static_cast<float>(v);
-            append(vertices, &single, 4);
-        }
-    }
-    std::string faces;
-    const std::uint16_t numFaces = 12;
-    append(faces, &numFaces, 2);
-    for (const BoxFace& face : boxFaces) {
-        const std::array<int, 6> order{0, 1, 2, 0, 2, 3};
-        for (std::size_t i = 0; i < 6; ++i) {
-            const auto index = static_cast<std::uint16_t>(face.corner[static_cast<std::size_t>(order[i])]);
-            append(faces, &index, 2);
-            if (i % 3 == 2) {
-                const std::uint16_t flags = 7;
-                append(faces, &flags, 2);
-            }
-        }
-    }
-    const std::string mesh = chunk3ds(0x4100, chunk3ds(0x4110, vertices) + chunk3ds(0x4120, faces));
-    return chunk3ds(0x4D4D, chunk3ds(0x3D3D, chunk3ds(0x4000, std::string("box") + '\0' + mesh)));
-}
-
-std::string base64(const std::string& data) {
-    static const char* const letters = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-    std::string out;
-    for (std::size_t i = 0; i < data.size(); i += 3) {
-        std::uint32_t word = 0;
-        for (std::size_t k = 0; k < 3; ++k) {
-            word = word << 8 | (i + k < data.size() ? static_cast<unsigned char>(data[i + k]) : 0U);
-        }
-        for (std::size_t k = 0; k < 4; ++k) {
-            out += i + k > data.size() ? '=' : letters[word >> (18 - 6 * k) & 63];
-        }
-    }
-    return out;
-}
-
-std::string boxBuffer() {
-    std::string buffer;
-    for (const auto& p : boxCorners) {
-        for (const double v : p) {
-            const auto single = static_cast<float>(v);
-            append(buffer, &single, 4);
-        }
-    }
-    for (const BoxFace& face : boxFaces) {
-        for (const std::size_t i : {0U, 1U, 2U, 0U, 2U, 3U}) {
-            const auto index = static_cast<std::uint16_t>(face.corner[i]);
-            append(buffer, &index, 2);
-        }
-    }
-    return buffer;
-}
-
-// The box with material 0, placed by what nodes says; extra goes into the top level.
-std::string gltfText(const std::string& buffer, const std::string& nodes, const std::string& extra,
-                     const std::string& primitive) {
-    return "{\"asset\":{\"version\":\"2.0\"},\"scene\":0,\"scenes\":[{\"nodes\":[0]}],\"nodes\":[" + nodes +
-           "],\"meshes\":[{\"primitives\":[{\"attributes\":{\"POSITION\":0},\"indices\":1" + primitive + "}]}]," +
-           extra + "\"buffers\":[{" + buffer +
-           "\"byteLength\":168}],\"bufferViews\":[{\"buffer\":0,\"byteOffset\":0,\"byteLength\":96},{\"buffer\":0,"
-           "\"byteOffset\":96,\"byteLength\":72}],\"accessors\":[{\"bufferView\":0,\"componentType\":5126,\"count\":8,"
-           "\"type\":\"VEC3\",\"min\":[0,0,0],\"max\":[2,1,3]},{\"bufferView\":1,\"componentType\":5123,\"count\":36,"
-           "\"type\":\"SCALAR\"}]}";
-}
-
-std::string boxGltf(const std::string& nodes = "{\"mesh\":0}", const std::string& extra = "",
-                    const std::string& primitive = "") {
-    return gltfText("\"uri\":\"data:application/octet-stream;base64," + base64(boxBuffer()) + "\",", nodes, extra,
-                    primitive);
-}
-
-std::string boxGlb() {
-    std::string json = gltfText("", "{\"mesh\":0}", "", "");
-    json.resize((json.size() + 3) / 4 * 4, ' ');
-    const std::string buffer = boxBuffer();
-    std::string out;
-    const auto word = [&out](std::uint32_t v) { append(out, &v, 4); };
-    word(0x46546C67);
-    word(2);
-    word(static_cast<std::uint32_t>(12 + 8 + json.size() + 8 + buffer.size()));
-    word(static_cast<std::uint32_t>(json.size()));
-    word(0x4E4F534A);
-    out += json;
-    word(static_cast<std::uint32_t>(buffer.size()));
-    word(0x004E4942);
-    return out + buffer;
-}
-
-// A 2 by 1 bitmap, left pixel red, right pixel blue.
-std::string redBlueBmp() {
-    std::string out = "BM";
-    const auto word = [&out](std::uint32_t v) { append(out, &v, 4); };
-    word(62);
-    word(0);
-    word(54);
-    word(40);
-    word(2);
-    word(1);
-    word(1U | 24U << 16);
-    word(0);
-    word(8);
-    word(2835);
-    word(2835);
-    word(0);
-    word(0);
-    out += std::string("\x00\x00\xFF\xFF\x00\x00\x00\x00", 8);
-    return out;
 }
 
 } // namespace
@@ -375,7 +130,8 @@ TEST(ModelImport, OurObjReaderAgreesWithAssimp) {
     const std::string path = folder.write("both.obj", text);
     using namespace kivimport;
     const ModelParts ours = readObj(text, {1000}).parts;
-    const ModelParts theirs = readByAssimp(path, {1000});
+    SilentReport report;
+    const ModelParts theirs = readByAssimp(path, {1000}, report);
     // All corners, in order, by position.
     const auto cornersOf = [](const ModelParts& parts) {
         std::vector<std::array<double, 3>> list;
@@ -659,6 +415,112 @@ TEST(ModelImport, TellsWhatIsWrongWithAFile) {
         const std::string text = complaint(folder.write(file, content));
         EXPECT_EQ(text.find("can't use \"" + folder.path(file) + "\": it "), 0U) << text;
         EXPECT_EQ(text.find('\n'), std::string::npos) << text;
+    }
+}
+
+TEST(ModelImport, AnIndexFarBeyondAllVerticesIsTold) {
+    const TestFolder folder;
+    const std::string ply = "ply\nformat ascii 1.0\nelement vertex 3\nproperty float x\nproperty float y\n"
+                            "property float z\nelement face 1\nproperty list uchar uint vertex_indices\nend_header\n"
+                            "0 0 0\n1 0 0\n0 1 0\n";
+    EXPECT_THAT(complaint(folder.write("far.ply", ply + "3 0 1 4000000000\n")),
+                HasSubstr("vertex index 4000000000 is out of range, it has 3 vertices"));
+    const std::string obj = "v 0 0 0\nv 1 0 0\nv 0 1 0\n";
+    EXPECT_THAT(complaint(folder.write("far.obj", obj + "f 1 2 4000000000\n")),
+                HasSubstr("line 4: vertex index 4000000000 is out of range, the file has 3 vertices"));
+    EXPECT_THAT(complaint(folder.write("near.obj", obj + "f 1 2 -4000000000\n")),
+                HasSubstr("line 4: vertex index -4000000000 is out of range"));
+    EXPECT_THAT(complaint(folder.write("wrap.obj", obj + "f 1 2 18446744073709551617\n")), HasSubstr("line 4: "));
+    EXPECT_THAT(complaint(folder.write("normal.obj", obj + "f 1//1 2//1 3//4000000000\n")),
+                HasSubstr("line 4: normal index 4000000000 is out of range"));
+    EXPECT_THAT(complaint(folder.write("line.obj", obj + "l 1 4000000000\n")), HasSubstr("is out of range"));
+}
+
+// Assimp reads on for ever in the first, and in the second makes one vertex of each number between 0 and a NaN.
+TEST(ModelImport, WhatAssimpDoesNotSurviveIsOneLine) {
+    const TestFolder folder;
+    EXPECT_THAT(complaint(folder.write("cut.ply", "ply\nformat ascii 1.0\nelement vertex 3\nproperty float x\n")),
+                EndsWith("\": it is cut off within its header, which has no end_header"));
+    std::string dae = boxDae();
+    const std::size_t index = dae.find("<p>") + 5;
+    dae.replace(index, 1, "nan");
+    KivModelOptions options;
+    options.maxReaderMemory = std::uint64_t{300} << 20;
+    EXPECT_THAT(complaint(folder.write("nan.dae", dae), options), EndsWith("\": it needs more memory than 315 MB"));
+}
+
+TEST(ModelImport, ATextThatIsCutOffIsToldAndShown) {
+    const TestFolder folder;
+    const std::string whole = boxPly();
+    EXPECT_TRUE(import({folder.write("whole.ply", whole)}).warnings.empty());
+    const auto warningOf = [&folder](const std::string& text) {
+        const std::string path = folder.write("cut.ply", text);
+        const KivModel model = import({path});
+        const std::string head = "\"" + path + "\": ";
+        EXPECT_EQ(model.warnings.size(), 1U);
+        const std::string line = model.warnings.empty() ? "" : kivToUtf8(model.warnings.front());
+        EXPECT_THAT(line, StartsWith(head));
+        return line.substr(std::min(line.size(), head.size()));
+    };
+    const std::size_t lastLine = whole.rfind('\n', whole.size() - 2) + 1;
+    EXPECT_EQ(warningOf(whole.substr(0, lastLine)), "the file is cut off: of 6 elements \"face\" it has 5");
+    EXPECT_EQ(warningOf(whole.substr(0, lastLine) + "4 3 0"), "the file is cut off: of 6 elements \"face\" it has 5");
+    // Blank lines are none, and what comes behind the last element does no harm.
+    std::string spaced = whole;
+    for (std::size_t at = spaced.find("end_header"); (at = spaced.find('\n', at)) != std::string::npos; at += 3) {
+        spaced.replace(at, 1, "\n \n");
+    }
+    EXPECT_TRUE(import({folder.write("spaced.ply", spaced + "more\n")}).warnings.empty());
+}
+
+TEST(ModelImport, TexturesOfAnObjFileAreReadElsewhere) {
+    const TestFolder folder;
+    folder.write("m.mtl", "newmtl a\nKd 1 1 1\nmap_Kd ../t/tiles.bmp\n");
+    std::filesystem::create_directory(folder.path("m"));
+    std::filesystem::create_directory(folder.path("t"));
+    folder.write("t/tiles.bmp", redBlueBmp());
+    std::filesystem::rename(folder.path("m.mtl"), folder.path("m/m.mtl"));
+    const std::string path = folder.write("m/a.obj", "mtllib m.mtl\nv 0 0 0\nv 1 0 0\nv 0 1 0\nusemtl a\nf 1 2 3\n");
+    EXPECT_EQ(import({path}).scene->getMesh(0)->getMaterial()->getDiffuse(), 0x800080U);
+    // Without the program that reads pictures the model still comes.
+    KivModelOptions options;
+    options.readerProgram = L"/gone/selvarin-reader";
+    const KivModel model = import({path}, options);
+    EXPECT_EQ(model.scene->getMesh(0)->getMaterial()->getDiffuse(), 0xFFFFFFU);
+    ASSERT_EQ(model.warnings.size(), 1U);
+    EXPECT_THAT(kivToUtf8(model.warnings[0]),
+                EndsWith("\": its textures are left out: the program that reads such files is missing: "
+                         "/gone/selvarin-reader"));
+}
+
+TEST(ModelImport, CanBeCancelledWhileTextIsReadAndScenesAreBuilt) {
+    const TestFolder folder;
+    std::string text;
+    for (int i = 0; i < 200'000; ++i) {
+        text += "v " + std::to_string(i % 450) + " " + std::to_string(i / 450) + " 0\n";
+    }
+    for (int i = 1; i + 451 < 200'000; ++i) {
+        text += "f " + std::to_string(i) + " " + std::to_string(i + 1) + " " + std::to_string(i + 450) + "\n";
+    }
+    const std::string path = folder.write("large.obj", text);
+    KivModelOptions options;
+    std::vector<double> seen;
+    options.progress = [&seen](double done) {
+        seen.push_back(done);
+        return true;
+    };
+    import({path}, options);
+    ASSERT_GE(seen.size(), 3U);
+    EXPECT_TRUE(std::is_sorted(seen.begin(), seen.end()));
+    EXPECT_GT(seen.back(), 0.8) << "the scene is built";
+    EXPECT_LE(seen.back(), 1.0);
+    for (const double end : {0.0, 0.8}) {
+        options.progress = [end](double done) { return done <= end; };
+        KivModel model;
+        std::wstring message = L"of another import";
+        EXPECT_FALSE(kivImportModels({kivFromUtf8(path)}, options, model, message));
+        EXPECT_EQ(message, L"");
+        EXPECT_EQ(model.scene, nullptr);
     }
 }
 

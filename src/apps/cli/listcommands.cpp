@@ -1,5 +1,6 @@
 #include "apps/cli/listcommands.h"
 
+#include "apps/cli/errorline.h"
 #include "apps/cli/exitstatus.h"
 #include "apps/cli/outputfile.h"
 #include "apps/cli/shaderstream.h"
@@ -14,8 +15,6 @@
 #include "kivrender/shader/kivshadersettings.h"
 
 #include <cstdio>
-
-#include <assimp/version.h>
 
 namespace {
 
@@ -135,6 +134,9 @@ int runInfo(const Words& words) {
     if (!kivImportModels({kivFromUtf8(words.arguments.front())}, options, model, message)) {
         throw std::runtime_error(kivToUtf8(message));
     }
+    for (const std::wstring& warning : model.warnings) {
+        printWarning(kivToUtf8(warning));
+    }
     const KivModelFileInfo& file = model.files.front();
     std::printf("file:       %s\n", kivToUtf8(file.path).c_str());
     std::printf("format:     %s\n", kivToUtf8(file.format).c_str());
@@ -169,7 +171,7 @@ int runVersion() {
     std::printf("selvarin " SELVARIN_VERSION "\n");
     std::printf("built:    %s by " SELVARIN_COMPILER "\n", kivToUtf8(date).c_str());
     std::printf("library:  %s\n", kivToUtf8(kivLibraryFolder()).c_str());
-    std::printf("models:   Assimp %u.%u.%u\n", aiGetVersionMajor(), aiGetVersionMinor(), aiGetVersionPatch());
+    std::printf("models:   %s\n", kivToUtf8(kivModelReaders()).c_str());
     std::printf("OpenGL:   %s\n", kivToUtf8(kivGlDescription()).c_str());
     return statusDone;
 }

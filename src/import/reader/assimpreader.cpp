@@ -1,7 +1,9 @@
-#include "import/assimpreader.h"
+#include "import/reader/assimpreader.h"
 
 #include "import/polygons.h"
-#include "import/texturecolour.h"
+#include "import/reader/folderfiles.h"
+#include "import/reader/plycheck.h"
+#include "import/reader/texturecolour.h"
 
 #include <algorithm>
 #include <array>
@@ -16,11 +18,15 @@
 #include <assimp/importerdesc.h>
 #include <assimp/material.h>
 #include <assimp/scene.h>
+#include <assimp/version.h>
 
 namespace kivimport {
 namespace {
 
 constexpr double pi = 3.14159265358979323846;
+// What of the work is done when Assimp is.
+constexpr double parsedPart = 0.7;
+constexpr unsigned int facesBetweenReports = 1 << 14;
 
 Vec3 fromAi(const aiVector3D& v) {
     return {v.x, v.y, v.z};
@@ -29,6 +35,11 @@ Vec3 fromAi(const aiVector3D& v) {
 Colour fromAi(const aiColor3D& c) {
     const auto clean = [](float v) { return std::isfinite(v) ? std::clamp(static_cast<double>(v), 0.0, 1.0) : 0.0; };
     return {clean(c.r), clean(c.g), clean(c.b)};
+}
+
+std::string folderOf(const std::string& path) {
+    const std::string folder = std::filesystem::path(path).parent_path().string();
+    return folder.empty() ? "." : folder;
 }
 
 std::string fromAi(const aiString& text) {
@@ -77,15 +88,22 @@ Colour toScreen(const Colour& c) {
 
 class AssimpReader {
 public:
-    AssimpReader(const std::string& modelPath, const ReadLimits& readLimits) : path(modelPath), limits(readLimits) {}
+    AssimpReader(const std::string& modelPath, const ReadLimits& readLimits, ReaderReport& readerReport)
+        : path(modelPath), limits(readLimits), report(readerReport) {}
 
     ModelParts read() {
+        if (ending() == ".ply") {
+            checkPly(path, parts.warnings); // what Assimp would not survive, or pass over in silence
+        }
+        report.setStep(0.0, parsedPart);
+        importer.SetIOHandler(new FolderFiles(folderOf(path), report)); // which the importer owns then
         // Points of a cloud, lines and faces are wanted as they are; what other programs throw away is ours to judge.
         importer.SetPropertyBool(AI_CONFIG_PP_FD_REMOVE, false);
         scene = importer.ReadFile(path, 0);
         if (scene == nullptr || scene->mRootNode == nullptr) {
             throw ImportError("it is broken or of another kind than its ending says (" + reason() + ")");
         }
+        report.setStep(parsedPart, 1.0);
         parts.format = formatName();
         parts.zUp = isZUp();
         isLinear = parts.format.starts_with("glTF");
@@ -194,7 +212,7 @@ private:
         if (const aiTexture* embedded = scene->GetEmbeddedTexture(name.C_Str())) {
             averageEmbedded(*embedded, material);
         } else {
-            averageTextureFile(material, std::filesystem::path(path).parent_path().string());
+            averageTextureFile(material, folderOf(path));
         }
     }
 
@@ -275,10 +293,14 @@ private:
         const std::uint32_t material = materialOf(mesh);
         const bool mirrored = transform.determinant() < 0.0;
         for (unsigned int f = 0; f < mesh.mNumFaces; ++f) {
+            if (f % facesBetweenReports == 0) {
+                report.done((numMeshesDone + static_cast<double>(f) / mesh.mNumFaces) / scene->mNumMeshes);
+            }
             addFace(mesh, mesh.mFaces[f], material, mirrored, surface);
             checkElements(numElements + surface.corners.size() / 3 + parts.polylines.size() + parts.points.size(),
                           limits);
         }
+        ++numMeshesDone;
         if (!surface.corners.empty()) {
             numElements += surface.corners.size() / 3;
             if (hasNormals) {
@@ -430,7 +452,9 @@ private:
             light.name = fromAi(source.mName);
             light.location = transform.point(fromAi(source.mPosition));
             light.direction = unit(transform.vector(fromAi(source.mDirection)));
-            light.attenuation = {source.mAttenuationConstant, source.mAttenuationLinear, source.mAttenuationQuadratic};
+            const Vec3 attenuation{source.mAttenuationConstant, source.mAttenuationLinear,
+                                   source.mAttenuationQuadratic};
+            light.attenuation = isFinite(attenuation) ? attenuation : light.attenuation;
             light.colour = brightest(source.mColorDiffuse);
             switch (source.mType) {
             case aiLightSource_DIRECTIONAL:
@@ -442,7 +466,9 @@ private:
                 break;
             case aiLightSource_SPOT:
                 light.kind = Light::Kind::spot;
-                light.spotAngle = std::clamp(static_cast<double>(source.mAngleOuterCone), 0.0, pi / 2.0);
+                light.spotAngle = std::isfinite(source.mAngleOuterCone)
+                                      ? std::clamp(static_cast<double>(source.mAngleOuterCone), 0.0, pi / 2.0)
+                                      : pi / 2.0;
                 break;
             default:
                 continue; // an ambient light has no place; the picture has its own ambient colour
@@ -465,6 +491,8 @@ private:
 
     std::string path;
     ReadLimits limits;
+    ReaderReport& report;
+    double numMeshesDone = 0.0;
     Assimp::Importer importer;
     const aiScene* scene = nullptr;
     ModelParts parts;
@@ -477,8 +505,13 @@ private:
 
 } // namespace
 
-ModelParts readByAssimp(const std::string& path, const ReadLimits& limits) {
-    return AssimpReader(path, limits).read();
+ModelParts readByAssimp(const std::string& path, const ReadLimits& limits, ReaderReport& report) {
+    return AssimpReader(path, limits, report).read();
+}
+
+std::string assimpVersion() {
+    return "Assimp " + std::to_string(aiGetVersionMajor()) + "." + std::to_string(aiGetVersionMinor()) + "." +
+           std::to_string(aiGetVersionPatch());
 }
 
 } // namespace kivimport

@@ -1,8 +1,9 @@
 // Every format but OBJ, by Assimp.
-#ifndef IMPORT_ASSIMPREADER_H
-#define IMPORT_ASSIMPREADER_H
+#ifndef IMPORT_READER_ASSIMPREADER_H
+#define IMPORT_READER_ASSIMPREADER_H
 
 #include "import/modelparts.h"
+#include "import/reader/readerreport.h"
 
 #include <string>
 
@@ -10,7 +11,10 @@ namespace kivimport {
 
 // Reads a file, its path in UTF-8. Node transforms are applied, instances multiplied out. Textures are averaged
 // already; those beside the model are looked for in its folder. Throws ImportError.
-ModelParts readByAssimp(const std::string& path, const ReadLimits& limits);
+ModelParts readByAssimp(const std::string& path, const ReadLimits& limits, ReaderReport& report);
+
+// "Assimp 5.2.5"
+std::string assimpVersion();
 
 } // namespace kivimport
 

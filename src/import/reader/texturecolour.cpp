@@ -1,4 +1,6 @@
-#include "import/texturecolour.h"
+#include "import/reader/texturecolour.h"
+
+#include "import/reader/folderfiles.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -72,14 +74,18 @@ std::optional<Colour> averageOfPictureBytes(const std::uint8_t* data, std::size_
     return full ? std::optional(average(full.get())) : std::nullopt;
 }
 
+std::optional<Colour> averageOfPictureFile(const std::string& path) {
+    const auto bytes = readFile(path);
+    return bytes ? averageOfPictureBytes(bytes->data(), bytes->size()) : std::nullopt;
+}
+
 void averageTextureFile(Material& material, const std::string& modelFolder) {
     std::string name = material.texture;
     std::replace(name.begin(), name.end(), '\\', '/');
     const std::filesystem::path folder(modelFolder);
     const std::filesystem::path given(name);
     for (const std::filesystem::path& path : {folder / given, folder / given.filename()}) {
-        const auto bytes = readFile(path);
-        const auto colour = bytes ? averageOfPictureBytes(bytes->data(), bytes->size()) : std::nullopt;
+        const auto colour = isWithin(path, folder) ? averageOfPictureFile(path.string()) : std::nullopt;
         if (colour) {
             material.textureAverage = *colour;
             material.textureLoaded = true;

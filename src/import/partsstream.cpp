@@ -1,0 +1,286 @@
+#include "import/partsstream.h"
+
+#include <algorithm>
+#include <concepts>
+#include <type_traits>
+
+namespace kivimport {
+namespace {
+
+constexpr std::uint64_t maxText = 1 << 20;
+// What memory grows by at once, in bytes.
+constexpr std::size_t chunk = 1 << 18;
+constexpr std::uint64_t maxRequest = std::uint64_t{64} << 20;
+
+// --- the fields of each record, one list for both ways ---
+
+template <class Archive> void fields(Archive& archive, Material& m) {
+    archive(m.name, m.ambient, m.diffuse, m.specular, m.emission, m.shininess, m.opacity, m.texture, m.textureAverage,
+            m.textureLoaded);
+}
+template <class Archive> void fields(Archive& archive, Surface::Part& p) {
+    archive(p.name, p.material);
+}
+template <class Archive> void fields(Archive& archive, Surface& s) {
+    archive(s.positions, s.normals, s.corners, s.cornerNormals, s.triangleParts, s.parts);
+}
+template <class Archive> void fields(Archive& archive, Polyline& l) {
+    archive(l.points, l.closed, l.material);
+}
+template <class Archive> void fields(Archive& archive, Camera& c) {
+    archive(c.name, c.location, c.direction, c.up, c.verticalFov, c.orthoHeight);
+}
+template <class Archive> void fields(Archive& archive, Light& l) {
+    archive(l.name, l.kind, l.location, l.direction, l.attenuation, l.spotAngle, l.colour);
+}
+template <class Archive> void fields(Archive& archive, ModelParts& p) {
+    archive(p.format, p.zUp, p.surfaces, p.polylines, p.points, p.materials, p.cameras, p.lights, p.warnings);
+}
+template <class Archive> void fields(Archive& archive, ReaderRequest& r) {
+    archive(r.kind, r.path, r.textures, r.readable, r.limits.maxElements, r.maxMemory, r.maxSeconds);
+}
+template <class Archive> void fields(Archive& archive, TextureColour& c) {
+    archive(c.loaded, c.colour);
+}
+
+// What goes over as it lies in memory. A bool does not: only two of its bytes are one.
+template <class T>
+concept Plain = (std::is_arithmetic_v<T> || std::is_enum_v<T> || std::same_as<T, Vec3> ||
+                 std::same_as<T, Colour>)&&!std::same_as<T, bool>;
+
+class Writer {
+public:
+    explicit Writer(ByteSink& byteSink) : sink(byteSink) {}
+
+    template <class... Fields> void operator()(Fields&... list) {
+        (one(list), ...);
+    }
+
+private:
+    void one(bool& value) {
+        std::uint8_t byte = value ? 1 : 0;
+        one(byte);
+    }
+    void one(std::string& text) {
+        count(text.size());
+        sink.write(text.data(), text.size());
+    }
+    template <Plain T> void one(T& value) {
+        sink.write(&value, sizeof value);
+    }
+    template <Plain T> void one(std::vector<T>& list) {
+        count(list.size());
+        sink.write(list.data(), list.size() * sizeof(T));
+    }
+    template <class T> void one(std::vector<T>& list) {
+        count(list.size());
+        for (T& item : list) {
+            one(item);
+        }
+    }
+    template <class T> void one(T& record) {
+        fields(*this, record);
+    }
+    void count(std::uint64_t value) {
+        one(value);
+    }
+
+    ByteSink& sink;
+};
+
+class Reader {
+public:
+    Reader(ByteSource& byteSource, std::uint64_t maxBytes) : source(byteSource), left(maxBytes) {}
+
+    template <class... Fields> void operator()(Fields&... list) {
+        (one(list), ...);
+    }
+
+private:
+    void one(bool& value) {
+        std::uint8_t byte = 0;
+        one(byte);
+        value = byte != 0;
+    }
+    void one(std::string& text) {
+        const std::uint64_t size = count(1);
+        if (size > maxText) {
+            throw BrokenStream("a text of " + std::to_string(size) + " bytes");
+        }
+        text.resize(size);
+        source.read(text.data(), text.size());
+    }
+    template <Plain T> void one(T& value) {
+        spend(sizeof value);
+        source.read(&value, sizeof value);
+    }
+    template <Plain T> void one(std::vector<T>& list) {
+        const std::uint64_t size = count(sizeof(T));
+        list.clear();
+        list.reserve(size); // takes addresses and no memory
+        while (list.size() < size) {
+            const std::size_t at = list.size();
+            const std::size_t step = std::min<std::size_t>(size - at, chunk / sizeof(T));
+            list.resize(at + step);
+            source.read(list.data() + at, step * sizeof(T));
+        }
+    }
+    template <class T> void one(std::vector<T>& list) {
+        std::uint64_t size = 0;
+        one(size);
+        list.clear();
+        for (std::uint64_t i = 0; i < size; ++i) {
+            spend(sizeof(T)); // in memory a record takes more than on its way
+            one(list.emplace_back());
+        }
+    }
+    template <class T> void one(T& record) {
+        fields(*this, record);
+    }
+
+    std::uint64_t count(std::size_t bytesEach) {
+        std::uint64_t value = 0;
+        one(value);
+        if (value > left / bytesEach) {
+            throw BrokenStream("a list of " + std::to_string(value) + " items");
+        }
+        left -= value * bytesEach;
+        return value;
+    }
+    void spend(std::uint64_t bytes) {
+        if (bytes > left) {
+            throw BrokenStream("more bytes than it may send");
+        }
+        left -= bytes;
+    }
+
+    ByteSource& source;
+    std::uint64_t left;
+};
+
+template <class T> T readRecord(ByteSource& source, std::uint64_t maxBytes) {
+    T record;
+    Reader(source, maxBytes)(record);
+    return record;
+}
+
+// --- what the numbers mean ---
+
+void require(bool isSound, const char* what) {
+    if (!isSound) {
+        throw BrokenStream(what);
+    }
+}
+
+void checkIndices(const std::vector<std::uint32_t>& indices, std::size_t count, bool mayBeNone, const char* what) {
+    for (const std::uint32_t index : indices) {
+        if (index >= count && !(mayBeNone && index == noIndex)) {
+            throw BrokenStream(std::string(what) + " index " + std::to_string(index) + " of " + std::to_string(count));
+        }
+    }
+}
+
+void checkPoints(const std::vector<Vec3>& points, const char* what) {
+    require(std::all_of(points.begin(), points.end(), isUsable), what);
+}
+
+void checkMaterialIndex(std::uint32_t material, const ModelParts& parts) {
+    require(material == noIndex || material < parts.materials.size(), "a material index out of range");
+}
+
+void checkSurface(const Surface& surface, const ModelParts& parts) {
+    require(surface.positions.size() < noIndex && surface.normals.size() < noIndex, "too many vertices");
+    require(surface.corners.size() % 3 == 0, "a triangle with less than three corners");
+    require(surface.cornerNormals.empty() || surface.cornerNormals.size() == surface.corners.size(),
+            "corners without a place for their normals");
+    require(surface.triangleParts.empty() || surface.triangleParts.size() == surface.corners.size() / 3,
+            "triangles without a part");
+    require(surface.corners.empty() || !surface.parts.empty(), "a surface without a part");
+    checkPoints(surface.positions, "a coordinate that can't be used");
+    require(std::all_of(surface.normals.begin(), surface.normals.end(), isFinite), "a normal that is no number");
+    checkIndices(surface.corners, surface.positions.size(), false, "vertex");
+    checkIndices(surface.cornerNormals, surface.normals.size(), true, "normal");
+    checkIndices(surface.triangleParts, surface.parts.size(), false, "part");
+    for (const Surface::Part& part : surface.parts) {
+        checkMaterialIndex(part.material, parts);
+    }
+}
+
+bool isColour(const Colour& c) {
+    const auto inRange = [](double v) { return v >= 0.0 && v <= 1.0; };
+    return inRange(c.r) && inRange(c.g) && inRange(c.b);
+}
+
+void checkMaterial(const Material& m) {
+    require(isColour(m.ambient) && isColour(m.diffuse) && isColour(m.specular) && isColour(m.emission) &&
+                isColour(m.textureAverage),
+            "a colour out of range");
+    require(std::isfinite(m.shininess) && m.shininess >= 0.0, "a shininess that can't be used");
+    require(m.opacity >= 0.0 && m.opacity <= 1.0, "an opacity out of range");
+}
+
+void checkCamera(const Camera& c) {
+    require(isUsable(c.location) && isFinite(c.direction) && isFinite(c.up), "a camera that stands nowhere");
+    require(std::isfinite(c.verticalFov) && std::isfinite(c.orthoHeight) && c.verticalFov >= 0.0 &&
+                c.orthoHeight >= 0.0 && c.verticalFov + c.orthoHeight > 0.0,
+            "a camera that sees nothing");
+}
+
+void checkLight(const Light& l) {
+    require(l.kind == Light::Kind::directional || l.kind == Light::Kind::point || l.kind == Light::Kind::spot,
+            "an unknown kind of light");
+    require(isUsable(l.location) && isFinite(l.direction) && isFinite(l.attenuation) && std::isfinite(l.spotAngle) &&
+                isColour(l.colour),
+            "a light that can't be used");
+}
+
+} // namespace
+
+void writeParts(ByteSink& sink, ModelParts& parts) {
+    Writer{sink}(parts);
+}
+void writeRequest(ByteSink& sink, ReaderRequest& request) {
+    Writer{sink}(request);
+}
+void writeColours(ByteSink& sink, TextureColours& colours) {
+    Writer{sink}(colours);
+}
+void writeText(ByteSink& sink, std::string text) {
+    text.resize(std::min<std::size_t>(text.size(), maxText));
+    Writer{sink}(text);
+}
+
+ModelParts readParts(ByteSource& source, std::uint64_t maxBytes) {
+    return readRecord<ModelParts>(source, maxBytes);
+}
+ReaderRequest readRequest(ByteSource& source) {
+    return readRecord<ReaderRequest>(source, maxRequest);
+}
+TextureColours readColours(ByteSource& source) {
+    TextureColours colours = readRecord<TextureColours>(source, maxRequest);
+    for (const TextureColour& each : colours) {
+        require(isColour(each.colour), "a colour out of range");
+    }
+    return colours;
+}
+std::string readText(ByteSource& source) {
+    return readRecord<std::string>(source, maxText + sizeof(std::uint64_t));
+}
+
+void checkParts(const ModelParts& parts, const ReadLimits& limits) {
+    checkElements(parts.numTriangles() + parts.polylines.size() + parts.points.size(), limits);
+    for (const Surface& surface : parts.surfaces) {
+        checkSurface(surface, parts);
+    }
+    for (const Polyline& line : parts.polylines) {
+        require(line.points.size() >= 2, "a line with less than two points");
+        checkPoints(line.points, "a line through a place that can't be used");
+        checkMaterialIndex(line.material, parts);
+    }
+    checkPoints(parts.points, "a point that can't be used");
+    std::for_each(parts.materials.begin(), parts.materials.end(), checkMaterial);
+    std::for_each(parts.cameras.begin(), parts.cameras.end(), checkCamera);
+    std::for_each(parts.lights.begin(), parts.lights.end(), checkLight);
+}
+
+} // namespace kivimport

@@ -1,0 +1,207 @@
+#include "import/partsstream.h"
+
+#include <cmath>
+#include <cstring>
+#include <functional>
+#include <limits>
+#include <random>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using namespace kivimport;
+
+class Bytes : public ByteSink, public ByteSource {
+public:
+    class End {};
+
+    void write(const void* data, std::size_t size) override {
+        const char* const from = static_cast<const char*>(data);
+        content.insert(content.end(), from, from + size);
+    }
+    void read(void* data, std::size_t size) override {
+        if (size > content.size() - at) {
+            throw End();
+        }
+        if (size > 0) {
+            std::memcpy(data, content.data() + at, size);
+        }
+        at += size;
+    }
+
+    std::vector<char> content;
+    std::size_t at = 0;
+};
+
+constexpr std::uint64_t enough = std::uint64_t{1} << 30;
+
+// Something of everything.
+ModelParts everything() {
+    ModelParts parts;
+    parts.format = "a format";
+    parts.zUp = true;
+    Material& material = parts.materials.emplace_back();
+    material.name = "m\xC3\xA9tal";
+    material.ambient = {0.1, 0.2, 0.3};
+    material.diffuse = {0.4, 0.5, 0.6};
+    material.specular = {0.7, 0.8, 0.9};
+    material.emission = {0.15, 0.25, 0.35};
+    material.shininess = 12.0;
+    material.opacity = 0.5;
+    material.texture = "t.png";
+    material.textureAverage = {0.9, 0.8, 0.7};
+    material.textureLoaded = true;
+    Surface& surface = parts.surfaces.emplace_back();
+    surface.positions = {{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {1, 1, 0.5}};
+    surface.normals = {{0, 0, 1}, {0, 1, 0}};
+    surface.corners = {0, 1, 2, 2, 1, 3};
+    surface.cornerNormals = {0, 1, 0, noIndex, 1, 0};
+    surface.triangleParts = {1, 0};
+    surface.parts = {{"one", 0}, {"two", noIndex}};
+    parts.polylines.push_back({{{0, 0, 0}, {1, 2, 3}, {4, 5, 6}}, true, 0});
+    parts.points = {{7, 8, 9}};
+    Camera& camera = parts.cameras.emplace_back();
+    camera.name = "camera";
+    camera.direction = {0, 0, -1};
+    camera.up = {0, 1, 0};
+    camera.verticalFov = 30.0;
+    Light& light = parts.lights.emplace_back();
+    light.name = "light";
+    light.kind = Light::Kind::spot;
+    light.direction = {0, -1, 0};
+    light.attenuation = {1, 2, 3};
+    light.spotAngle = 0.3;
+    light.colour = {1.0, 0.5, 0.25};
+    parts.warnings = {"careful"};
+    return parts;
+}
+
+Bytes written(ModelParts parts) {
+    Bytes bytes;
+    writeParts(bytes, parts);
+    return bytes;
+}
+
+} // namespace
+
+TEST(PartsStream, EverythingComesOver) {
+    Bytes bytes = written(everything());
+    const ModelParts read = readParts(bytes, enough);
+    EXPECT_EQ(bytes.at, bytes.content.size());
+    EXPECT_EQ(written(read).content, bytes.content);
+    checkParts(read, {10});
+    const ModelParts parts = everything();
+    EXPECT_EQ(read.format, parts.format);
+    EXPECT_TRUE(read.zUp);
+    EXPECT_EQ(read.materials[0].name, parts.materials[0].name);
+    EXPECT_TRUE(read.materials[0].textureLoaded);
+    EXPECT_EQ(read.surfaces[0].positions, parts.surfaces[0].positions);
+    EXPECT_EQ(read.surfaces[0].cornerNormals, parts.surfaces[0].cornerNormals);
+    EXPECT_EQ(read.surfaces[0].parts[1].name, "two");
+    EXPECT_TRUE(read.polylines[0].closed);
+    EXPECT_EQ(read.lights[0].kind, Light::Kind::spot);
+    EXPECT_EQ(read.warnings, parts.warnings);
+}
+
+TEST(PartsStream, ALargeListComesOverWhole) {
+    ModelParts parts;
+    for (std::uint32_t i = 0; i < 300'000; ++i) {
+        parts.points.push_back({1.0 * i, 2.0 * i, 3.0 * i});
+    }
+    Bytes bytes = written(parts);
+    EXPECT_EQ(readParts(bytes, enough).points, parts.points);
+}
+
+TEST(PartsStream, NoMoreBytesThanAllowed) {
+    const Bytes bytes = written(everything());
+    Bytes whole = bytes;
+    EXPECT_NO_THROW(readParts(whole, 4 * bytes.content.size()));
+    Bytes less = bytes;
+    EXPECT_THROW(readParts(less, bytes.content.size() - 1), BrokenStream);
+    // Many records that are nearly nothing on their way.
+    ModelParts parts;
+    parts.polylines.resize(1000);
+    Bytes small = written(parts);
+    EXPECT_THROW(readParts(small, 1000 * sizeof(Polyline)), BrokenStream);
+}
+
+TEST(PartsStream, WhatCanNotBeUsedIsRefused) {
+    constexpr double nan = std::numeric_limits<double>::quiet_NaN();
+    constexpr double infinity = std::numeric_limits<double>::infinity();
+    const struct {
+        const char* what;
+        std::function<void(ModelParts&)> spoil;
+    } cases[] = {
+        {"vertex index 4 of 4", [](ModelParts& p) { p.surfaces[0].corners[5] = 4; }},
+        {"vertex index 4000000000 of 4", [](ModelParts& p) { p.surfaces[0].corners[0] = 4'000'000'000; }},
+        {"vertex index 4294967295 of 4", [](ModelParts& p) { p.surfaces[0].corners[0] = noIndex; }},
+        {"normal index 2 of 2", [](ModelParts& p) { p.surfaces[0].cornerNormals[0] = 2; }},
+        {"part index 2 of 2", [](ModelParts& p) { p.surfaces[0].triangleParts[0] = 2; }},
+        {"a triangle with less than three corners", [](ModelParts& p) { p.surfaces[0].corners.pop_back(); }},
+        {"corners without a place for their normals", [](ModelParts& p) { p.surfaces[0].cornerNormals.pop_back(); }},
+        {"triangles without a part", [](ModelParts& p) { p.surfaces[0].triangleParts.pop_back(); }},
+        {"a surface without a part",
+         [](ModelParts& p) {
+             p.surfaces[0].parts.clear();
+             p.surfaces[0].triangleParts.clear();
+         }},
+        {"a coordinate that can't be used", [](ModelParts& p) { p.surfaces[0].positions[3].z = nan; }},
+        {"a coordinate that can't be used", [](ModelParts& p) { p.surfaces[0].positions[0].x = -1e31; }},
+        {"a normal that is no number", [](ModelParts& p) { p.surfaces[0].normals[1].y = infinity; }},
+        {"a material index out of range", [](ModelParts& p) { p.surfaces[0].parts[0].material = 1; }},
+        {"a material index out of range", [](ModelParts& p) { p.polylines[0].material = 7; }},
+        {"a line with less than two points", [](ModelParts& p) { p.polylines[0].points.resize(1); }},
+        {"a line through a place that can't be used", [](ModelParts& p) { p.polylines[0].points[2].x = nan; }},
+        {"a point that can't be used", [](ModelParts& p) { p.points[0].y = infinity; }},
+        {"a colour out of range", [](ModelParts& p) { p.materials[0].diffuse.g = nan; }},
+        {"a colour out of range", [](ModelParts& p) { p.materials[0].textureAverage.b = 1.1; }},
+        {"a shininess that can't be used", [](ModelParts& p) { p.materials[0].shininess = -1.0; }},
+        {"an opacity out of range", [](ModelParts& p) { p.materials[0].opacity = nan; }},
+        {"a camera that stands nowhere", [](ModelParts& p) { p.cameras[0].location.x = nan; }},
+        {"a camera that sees nothing", [](ModelParts& p) { p.cameras[0].verticalFov = 0.0; }},
+        {"an unknown kind of light", [](ModelParts& p) { p.lights[0].kind = static_cast<Light::Kind>(3); }},
+        {"a light that can't be used", [](ModelParts& p) { p.lights[0].spotAngle = nan; }},
+    };
+    for (const auto& c : cases) {
+        ModelParts parts = everything();
+        c.spoil(parts);
+        try {
+            checkParts(parts, {10});
+            ADD_FAILURE() << c.what;
+        } catch (const BrokenStream& error) {
+            EXPECT_STREQ(error.what(), c.what);
+        }
+    }
+    EXPECT_THROW(checkParts(everything(), {3}), ImportError); // two triangles, a line and a point
+}
+
+// Whatever arrives is refused or sound.
+TEST(PartsStream, AnyBytesAreRefusedOrSound) {
+    const std::vector<char> good = written(everything()).content;
+    std::mt19937 random(7);
+    int sound = 0;
+    for (int i = 0; i < 20'000; ++i) {
+        Bytes bytes;
+        bytes.content = good;
+        for (std::uint32_t n = random() % 4 + 1; n > 0; --n) {
+            bytes.content[random() % good.size()] = static_cast<char>(random());
+        }
+        if (random() % 8 == 0) {
+            bytes.content.resize(random() % good.size());
+        }
+        try {
+            const ModelParts parts = readParts(bytes, enough);
+            checkParts(parts, {10});
+            ++sound;
+        } catch (const BrokenStream&) {
+            continue;
+        } catch (const ImportError&) {
+            continue;
+        } catch (const Bytes::End&) {
+            continue;
+        }
+    }
+    EXPECT_GT(sound, 1000);
+    EXPECT_LT(sound, 19'000);
+}

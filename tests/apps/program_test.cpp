@@ -630,6 +630,56 @@ TEST(Program, SeveralModels) {
     EXPECT_THAT(same.err, HasSubstr("two models would both be written to"));
 }
 
+TEST(Program, ABadModelAmongManyDoesNotStopTheOthers) {
+    const ProgramFolder folder;
+    const std::string a = writeBlueBox(folder);
+    const std::string bad = folder.write("bad.ply", "ply\nformat ascii 1.0\nelement vertex 3\nproperty float x\n");
+    const std::string c = folder.write("c.obj", folder.read("box.obj"));
+    const Outcome outcome =
+        run(folder, {"render", a, bad, folder.path("gone.obj"), c, "-o", folder.path("{model}.png"), "-s", "64x48"});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.err, "selvarin: can't use \"" + bad +
+                               "\": it is cut off within its header, which has no end_header\nselvarin: can't use \"" +
+                               folder.path("gone.obj") + "\": there is no such file\nselvarin: 2 of 4 models failed\n");
+    EXPECT_EQ(folder.names(),
+              (std::vector<std::string>{"bad.ply", "blue.mtl", "box.obj", "box.png", "c.obj", "c.png"}));
+    // One picture of many models is none without one of them.
+    const Outcome one = run(folder, {"render", a, bad, "-o", folder.path("one.png"), "-s", "64x48"});
+    EXPECT_EQ(one.status, 1);
+    EXPECT_EQ(std::count(one.err.begin(), one.err.end(), '\n'), 1);
+    EXPECT_FALSE(std::filesystem::exists(folder.path("one.png")));
+}
+
+TEST(Program, AModelThatIsCutOffIsToldAndDrawn) {
+    const ProgramFolder folder;
+    const std::string path = folder.write(
+        "cut.ply", "ply\nformat ascii 1.0\nelement vertex 3\nproperty float x\nproperty float y\nproperty float z\n"
+                   "element face 2\nproperty list uchar int vertex_indices\nend_header\n"
+                   "0 0 0\n1 0 0\n0 1 0\n3 0 1 2\n");
+    const Outcome outcome = run(folder, {"render", path, "-o", folder.path("cut.png"), "-s", "64x48", "-q"});
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(outcome.err,
+              "selvarin: warning: \"" + path + "\": the file is cut off: of 2 elements \"face\" it has 1\n");
+    EXPECT_THAT(run(folder, {"info", path}).err, HasSubstr("cut off"));
+}
+
+TEST(Program, InterruptEndsTheReadingOfAModel) {
+    const ProgramFolder folder;
+    std::string text = "OFF\n600000 600000 0\n";
+    for (int i = 0; i < 600'000; ++i) {
+        text += std::to_string(i % 775) + " " + std::to_string(i / 775) + " " + std::to_string(i % 7) + "\n";
+    }
+    for (int i = 0; i < 600'000; ++i) {
+        text += "3 " + std::to_string(i) + " " + std::to_string((i + 1) % 600'000) + " " +
+                std::to_string((i + 775) % 600'000) + "\n";
+    }
+    const std::string model = folder.write("large.off", text);
+    const Outcome outcome = run(folder, {"render", model, "-o", folder.path("large.png")}, 150);
+    EXPECT_EQ(outcome.status, 130);
+    EXPECT_EQ(outcome.err, "");
+    EXPECT_EQ(folder.names(), std::vector<std::string>{"large.off"});
+}
+
 TEST(Program, TheDemoFillsThePicture) {
     const ProgramFolder folder;
     const Outcome outcome =

@@ -1,5 +1,6 @@
 // selvarin, the command line.
 #include "apps/cli/commandline.h"
+#include "apps/cli/errorline.h"
 #include "apps/cli/exitstatus.h"
 #include "apps/cli/listcommands.h"
 #include "apps/cli/manual.h"
@@ -7,7 +8,6 @@
 #include "apps/cli/startup.h"
 #include "apps/cli/stylecommands.h"
 
-#include <algorithm>
 #include <cstdio>
 #include <exception>
 #include <new>
@@ -78,13 +78,8 @@ int run(const Words& words) {
     return words.command->name == "shaders" ? runShaders(words) : runFormats();
 }
 
-// An error is one line, whatever the names in it hold.
-int fail(int status, std::string text) {
-    std::fflush(stdout);
-    std::replace_if(
-        text.begin(), text.end(), [](unsigned char c) { return c < ' ' || c == 0x7F; }, '?');
-    std::fprintf(stderr, "selvarin: %s%s\n", text.c_str(),
-                 status == statusWrongUse ? " (see \"selvarin --help\")" : "");
+int fail(int status, const std::string& text) {
+    printError(status == statusWrongUse ? text + " (see \"selvarin --help\")" : text);
     return status;
 }
 

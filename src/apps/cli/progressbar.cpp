@@ -56,11 +56,18 @@ void ProgressBar::restart(const std::wstring& newStage) {
     finish();
     steps.clear();
     current = -1;
+    doneBefore = 0.0;
     done = 0;
     stage = newStage;
     log.clear();
     started = Clock::now();
     lastPercent = -1;
+}
+
+bool ProgressBar::showDone(double ofStage) {
+    doneBefore = ofStage;
+    draw();
+    return !isInterrupted();
 }
 
 void ProgressBar::finish() {
@@ -74,7 +81,7 @@ void ProgressBar::finish() {
 double ProgressBar::fraction() const {
     const double total = std::accumulate(steps.begin(), steps.end(), 0.0);
     if (total <= 0.0 || current < 0) {
-        return 0.0;
+        return doneBefore;
     }
     const auto begun = static_cast<std::size_t>(std::min<int>(current, static_cast<int>(steps.size())));
     const double before = std::accumulate(steps.begin(), steps.begin() + static_cast<std::ptrdiff_t>(begun), 0.0);

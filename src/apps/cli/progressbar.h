@@ -27,6 +27,8 @@ public:
 
     // Starts over for another render; the stage before its first step has this text.
     void restart(const std::wstring& stage);
+    // What is done of a stage before the first step, 0 to 1. Returns whether to go on.
+    bool showDone(double ofStage);
     // Removes the bar from the terminal.
     void finish();
 
@@ -62,7 +64,8 @@ private:
 
     Style style;
     std::vector<unsigned int> steps;
-    int current = -1; // the step that has begun last
+    int current = -1;        // the step that has begun last
+    double doneBefore = 0.0; // of the stage before the first step
     unsigned int done = 0;
     std::wstring stage;
     std::vector<Event> log;

@@ -1,6 +1,7 @@
 #include "apps/cli/rendercommand.h"
 
 #include "apps/cli/clihost.h"
+#include "apps/cli/errorline.h"
 #include "apps/cli/exitstatus.h"
 #include "apps/cli/outputfile.h"
 #include "apps/cli/papers.h"
@@ -89,30 +90,62 @@ public:
         timings.add("start-up", timings.lap());
         const ChosenLook look = buildShaderStream(options, stream);
         for (const std::string& warning : look.warnings) {
-            warn(warning);
+            printWarning(warning);
         }
         if (look.background && options.backgroundChosen) {
-            warn("--background does not show, as the backdrop covers it; use --set Backdrop.Colour");
+            printWarning("--background does not show, as the backdrop covers it; use --set Backdrop.Colour");
         }
         background = look.background.value_or(options.background);
         program.host().setMemoryFolder(kivFromUtf8(options.memoryFolder));
         timings.add("shaders", timings.lap());
         // The driver is as slow to start as a model is to read, and there is a second core for it.
         warmUp = std::async(std::launch::async, [size = renderSize()] { return kivWarmUpGl(size); });
+        std::size_t numFailed = 0;
         for (const Job& job : jobs) {
-            if (outputs.empty()) {
-                outputs = openOutputs(job);
-            }
-            renderJob(job, outputs, program.host());
+            numFailed += tryJob(job, jobs.size() > 1, outputs, program.host()) ? 0 : 1;
             outputs.clear();
             if (isInterrupted()) {
                 return statusCancelled;
             }
         }
+        if (numFailed > 0) {
+            throw std::runtime_error(std::to_string(numFailed) + " of " + std::to_string(jobs.size()) +
+                                     " models failed");
+        }
         return statusDone;
     }
 
 private:
+    // What goes wrong with one of many models is told, and the others still come. outputs: of the job, if they are open
+    // already.
+    bool tryJob(const Job& job, bool isOneOfMany, OutputFiles& outputs, CliHost& host) {
+        try {
+            if (outputs.empty()) {
+                outputs = openOutputs(job);
+            }
+            renderJob(job, outputs, host);
+            return true;
+        } catch (const UsageError&) {
+            throw; // and would go wrong with all
+        } catch (const std::bad_alloc&) {
+            if (!isOneOfMany) {
+                throw;
+            }
+            tellFailure("there is not enough memory for \"" + kivToUtf8(job.models.front()) + "\"");
+        } catch (const std::runtime_error& error) {
+            if (!isOneOfMany) {
+                throw;
+            }
+            tellFailure(error.what());
+        }
+        return false;
+    }
+
+    void tellFailure(const std::string& text) {
+        bar.finish();
+        printError(text);
+    }
+
     OutputFiles openOutputs(const Job& job) const {
         OutputFiles files;
         for (const std::string& name : job.outputs) {
@@ -182,7 +215,7 @@ private:
         }
     }
 
-    KivModel readModel(const Job& job) const {
+    KivModel readModel(const Job& job) {
         KivModel model;
         if (job.models.empty()) {
             std::vector<kivimport::ModelParts> parts;
@@ -196,8 +229,14 @@ private:
             modelOptions.upAxis = options.upAxis == 'z' ? KivModelOptions::Axis::z : KivModelOptions::Axis::y;
         }
         std::wstring message;
-        if (!kivImportModels(job.models, modelOptions, model, message)) {
+        modelOptions.progress = [this](double done) { return bar.showDone(done); };
+        const bool isRead = kivImportModels(job.models, modelOptions, model, message);
+        bar.finish();
+        if (!isRead && !isInterrupted()) {
             throw std::runtime_error(kivToUtf8(message));
+        }
+        for (const std::wstring& warning : model.warnings) {
+            printWarning(kivToUtf8(warning));
         }
         return model;
     }
@@ -217,7 +256,7 @@ private:
         ViewAxes axes;
         const KivCamera camera = chooseCamera(model, points, axes);
         if (!seesAny(points, camera)) {
-            warn("the camera sees nothing: the whole model is behind it");
+            printWarning("the camera sees nothing: the whole model is behind it");
         }
         for (KivLight& light : chooseLights(model, points, axes)) {
             model.scene->addLight(light);
@@ -358,7 +397,7 @@ private:
             throw std::runtime_error(!messages.empty() ? messages.front() : "the picture could not be rendered");
         }
         for (const std::string& message : messages) {
-            warn(message);
+            printWarning(message);
         }
         addRenderTimings(start, end, host.encodeMilliseconds());
         return true;
@@ -416,10 +455,6 @@ private:
     }
 
     // --- what the user reads ---
-
-    static void warn(const std::string& text) {
-        std::fprintf(stderr, "selvarin: warning: %s\n", text.c_str());
-    }
 
     void report(const OutputFile& output, std::uint64_t triangles, double milliseconds) {
         if (!options.quiet && !output.isStream()) {

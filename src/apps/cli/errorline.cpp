@@ -1,0 +1,23 @@
+#include "apps/cli/errorline.h"
+
+#include <algorithm>
+#include <cstdio>
+
+namespace {
+
+std::string oneLine(std::string text) {
+    std::replace_if(
+        text.begin(), text.end(), [](unsigned char c) { return c < ' ' || c == 0x7F; }, '?');
+    return text;
+}
+
+} // namespace
+
+void printError(const std::string& text) {
+    std::fflush(stdout);
+    std::fprintf(stderr, "selvarin: %s\n", oneLine(text).c_str());
+}
+
+void printWarning(const std::string& text) {
+    printError("warning: " + text);
+}

@@ -1,0 +1,12 @@
+// Lines for the user on standard error: one each, whatever the names in them hold.
+#ifndef APPS_CLI_ERRORLINE_H
+#define APPS_CLI_ERRORLINE_H
+
+#include <string>
+
+// "selvarin: text"
+void printError(const std::string& text);
+// "selvarin: warning: text"
+void printWarning(const std::string& text);
+
+#endif

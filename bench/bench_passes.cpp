@@ -15,6 +15,7 @@
 #include "kivrender/shader/kivnoncombinableshader.h"
 #include "kivrender/shadow/kivedgesextraction.h"
 #include "kivrender/shadow/kivshadows.h"
+#include "support/meshsamples.h"
 
 #include <GL/gl.h>
 #include <benchmark/benchmark.h>
@@ -25,7 +26,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
-#include <numbers>
 #include <string>
 #include <utility>
 #include <vector>
@@ -33,28 +33,6 @@
 namespace {
 
 constexpr int modelFromFile = 0; // in place of a number of triangles
-
-std::unique_ptr<KivMesh> bumpyBall(int triangles) {
-    auto mesh = std::make_unique<KivMesh>();
-    const int rows = static_cast<int>(std::lround(std::sqrt(triangles / 2.0)));
-    for (int j = 0; j <= rows; ++j) {
-        for (int i = 0; i < rows; ++i) {
-            const double a = 2 * std::numbers::pi * i / rows;
-            const double p = std::numbers::pi * j / rows;
-            const double r = 1 + 0.15 * std::sin(5 * a) * std::sin(4 * p);
-            mesh->addVertex(Kiv3DPoint(r * std::sin(p) * std::cos(a), r * std::cos(p), r * std::sin(p) * std::sin(a)));
-        }
-    }
-    for (int j = 0; j < rows; ++j) {
-        for (int i = 0; i < rows; ++i) {
-            const auto at = [&](int row, int column) {
-                return static_cast<unsigned int>((j + row) * rows + (i + column) % rows);
-            };
-            mesh->addQuad(at(0, 0), at(0, 1), at(1, 1), at(1, 0));
-        }
-    }
-    return mesh;
-}
 
 // Null without a model file.
 std::unique_ptr<KivMesh> meshFromFile() {

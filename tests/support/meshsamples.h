@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cmath>
 #include <memory>
+#include <numbers>
 #include <vector>
 
 // A wavy square of about that many triangles with shared vertices, spaced 0.01 and lifted by up to 1.
@@ -52,6 +53,29 @@ inline std::unique_ptr<KivMesh> triangleSoup(unsigned int triangles) {
         soup->addTriangle(first, first + 1, first + 2);
     }
     return soup;
+}
+
+// A closed ball with bumps of about that many triangles, radius 0.85 to 1.15, wound outwards.
+inline std::unique_ptr<KivMesh> bumpyBall(int triangles) {
+    auto mesh = std::make_unique<KivMesh>();
+    const int rows = static_cast<int>(std::lround(std::sqrt(triangles / 2.0)));
+    for (int j = 0; j <= rows; ++j) {
+        for (int i = 0; i < rows; ++i) {
+            const double a = 2 * std::numbers::pi * i / rows;
+            const double p = std::numbers::pi * j / rows;
+            const double r = 1 + 0.15 * std::sin(5 * a) * std::sin(4 * p);
+            mesh->addVertex(Kiv3DPoint(r * std::sin(p) * std::cos(a), r * std::cos(p), r * std::sin(p) * std::sin(a)));
+        }
+    }
+    for (int j = 0; j < rows; ++j) {
+        for (int i = 0; i < rows; ++i) {
+            const auto at = [&](int row, int column) {
+                return static_cast<unsigned int>((j + row) * rows + (i + column) % rows);
+            };
+            mesh->addQuad(at(0, 0), at(0, 1), at(1, 1), at(1, 0));
+        }
+    }
+    return mesh;
 }
 
 #endif

@@ -109,6 +109,8 @@ public:
 private:
     friend struct KivTestAccess;
 
+    class Places; // the scratch of copyMeshCompacted
+
     // One corner of one triangle.
     struct VertexFaces {
         Kiv3DPoint vertex;
@@ -123,15 +125,15 @@ private:
     void updateBoundingBox();
     // The place of a point among the first count corners, which are sorted.
     int dicotomicSearch(const Kiv3DPoint& point, int count) const;
-    void sortVertexsFaces(std::size_t count);
-    void buildMeshFromVertexsFaces(int numTriangles);
-    void insertVertexIntoTriangle(VertexFaces record, int vertex);
+    void buildMeshFromVertexsFaces(const Places& places);
+    void insertVertexsIntoTriangles(const Places& places, const std::vector<std::uint32_t>& vertexOf,
+                                    std::uint32_t partial, std::uint32_t reached);
 
     std::vector<std::uint64_t> triangles;
     std::vector<Kiv3DPoint> vertexs;
     std::vector<Kiv3DVector> normals;
     KivMaterial material;
-    std::unique_ptr<VertexFaces[]> vertexsFaces; // exists during copyMeshCompacted only
+    std::unique_ptr<VertexFaces[]> vertexsFaces; // what dicotomicSearch looks through; otherwise null
     std::unique_ptr<KivBox> boundingBox;
 };
 

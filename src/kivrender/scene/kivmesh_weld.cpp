@@ -17,18 +17,23 @@
 #include "kivrender/scene/kivprogress.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
-#include <numeric>
+#include <typeinfo>
+#include <utility>
 
 namespace {
 
 constexpr double weldTolerance = 0.0001;
 
-// One position that corners stand at.
-struct Position {
-    Kiv3DPoint point;
-    std::uint32_t number = 0; // in order of first appearance
-};
+constexpr std::uint32_t noNumber = 0xFFFFFFFFU;
+
+// Long loops ask for a cancel each time they have come through so many elements.
+constexpr std::size_t elementsPerPoll = 16384;
+
+bool isCancelled(KivProgress* progress) {
+    return progress != nullptr && progress->isCancelled();
+}
 
 // The bits that positions are told apart by. Both zeros are one number; all else is equal only to itself.
 std::uint64_t coordinateBits(double value) {
@@ -49,156 +54,271 @@ std::size_t positionHash(const Kiv3DPoint& point) {
     return static_cast<std::size_t>(hash);
 }
 
-// Collects positions in order of first appearance. Open addressing over numbers, so that a look-up touches one small
-// table and one position.
-class PositionTable {
-public:
-    explicit PositionTable(std::size_t corners) : slots(std::bit_ceil(corners + corners / 2 + 1), freeSlot) {}
-
-    std::uint32_t enter(const Kiv3DPoint& point) {
-        const std::size_t mask = slots.size() - 1;
-        for (std::size_t slot = positionHash(point) & mask;; slot = (slot + 1) & mask) {
-            if (slots[slot] == freeSlot) {
-                slots[slot] = static_cast<std::uint32_t>(positions.size());
-                positions.push_back({point, slots[slot]});
-                return slots[slot];
-            }
-            if (samePosition(positions[slots[slot]].point, point)) {
-                return slots[slot];
-            }
-        }
-    }
-
-    std::vector<Position> take() {
-        return std::move(positions);
-    }
-
-private:
-    static constexpr std::uint32_t freeSlot = 0xFFFFFFFFU;
-    std::vector<std::uint32_t> slots;
-    std::vector<Position> positions;
-};
-
-// Sorts values[0 .. count); scratch has room for as many.
-void mergeSort(Position* values, Position* scratch, std::size_t count) {
-    if (count < 2) {
-        return;
-    }
-    const std::size_t leftCount = count / 2;
-    mergeSort(values, scratch, leftCount);
-    mergeSort(values + leftCount, scratch, count - leftCount);
-    // The right half can stay where it is: the merged part never reaches what is still to be read of it.
-    std::copy(values, values + leftCount, scratch);
-    std::size_t left = 0;
-    std::size_t right = leftCount;
-    Position* out = values;
-    while (left < leftCount && right < count) {
-        const bool takeRight = scratch[left].point.isGreater(values[right].point, weldTolerance);
-        *out++ = takeRight ? values[right++] : scratch[left++];
-    }
-    std::copy(scratch + left, scratch + leftCount, out);
+// Kiv3DPoint::isGreater without branches: in a merge of crowded points none of them could be foreseen.
+bool isBehind(const Kiv3DPoint& a, const Kiv3DPoint& b) {
+    const unsigned int greaterX = a.x > b.x + weldTolerance;
+    const unsigned int greaterY = a.y > b.y + weldTolerance;
+    const unsigned int greaterZ = a.z > b.z + weldTolerance;
+    const unsigned int levelX = !(b.x - weldTolerance > a.x);
+    const unsigned int levelY = !(b.y - weldTolerance > a.y);
+    return (greaterX | (levelX & (greaterY | (levelY & greaterZ)))) != 0;
 }
 
 } // namespace
 
-void KivMesh::sortVertexsFaces(std::size_t count) {
-    std::vector<std::uint32_t> numbers(count);
-    std::vector<Position> positions;
-    {
-        PositionTable table(count);
-        for (std::size_t i = 0; i < count; ++i) {
-            numbers[i] = table.enter(vertexsFaces[i].vertex);
+// The scratch of one weld: the positions that corners stand at, numbered in order of first appearance, and the position
+// of every corner.
+class KivMesh::Places {
+public:
+    explicit Places(const KivMesh& meshToWeld);
+
+    // False after a cancel.
+    bool read();
+    bool sort();
+
+    std::size_t numCorners() const {
+        return std::size_t{3} * numTriangles;
+    }
+    std::uint32_t cornersUntilCancel(std::uint32_t number, bool isFirst) const;
+
+    struct Position {
+        Kiv3DPoint point;
+        std::uint32_t number;
+    };
+
+    KivProgress* progress = kivCurrentProgress();
+    std::vector<Position> positions;        // by number; once sorted, in the order of the vertices
+    std::vector<std::uint32_t> numbers;     // of each corner's position
+    std::vector<std::uint32_t> cornerCount; // of each position, by number
+
+private:
+    static constexpr std::size_t blockTriangles = 32;
+
+    // Triangles are read a block at a time, so that the memory that a look-up needs is fetched ahead of it.
+    struct Block {
+        std::size_t first = 0; // triangle
+        std::size_t size = 0;  // in corners
+        std::array<Kiv3DPoint, 3 * blockTriangles> points;
+        std::array<std::size_t, 3 * blockTriangles> hashes;
+        std::array<std::uint32_t*, 3 * blockTriangles> known; // where the vertex of a corner keeps its number
+    };
+
+    bool readBlock(Block& block);
+    void readTriangle(Block& block, std::size_t triangle);
+    void fetchBlock(Block& block) const;
+    void enterBlock(const Block& block);
+    std::uint32_t enter(const Kiv3DPoint& point, std::size_t hash);
+    bool mergeSort(Position* values, Position* scratch, std::size_t count);
+    bool merge(Position* values, const Position* left, std::size_t leftCount, std::size_t count);
+
+    const KivMesh& source;
+    unsigned int numTriangles;
+    // A class of its own may keep no vertices at all; of a plain mesh each vertex is looked up once.
+    bool isPlain;
+    std::vector<std::uint32_t> slots;          // open addressing over numbers
+    std::vector<std::uint32_t> numberOfVertex; // of a plain mesh
+};
+
+KivMesh::Places::Places(const KivMesh& meshToWeld)
+    : source(meshToWeld), numTriangles(meshToWeld.getNumTriangles()), isPlain(typeid(meshToWeld) == typeid(KivMesh)) {
+    numbers.resize(numCorners());
+    std::size_t capacity = numCorners();
+    if (isPlain) {
+        numberOfVertex.assign(source.vertexs.size(), noNumber);
+        capacity = std::min(capacity, source.vertexs.size());
+    }
+    slots.assign(std::bit_ceil(capacity + capacity / 2 + 1), noNumber);
+    positions.reserve(capacity);
+    cornerCount.reserve(capacity);
+}
+
+bool KivMesh::Places::read() {
+    Block block;
+    for (; block.first < numTriangles; block.first += blockTriangles) {
+        if (!readBlock(block)) {
+            return false;
         }
-        positions = table.take();
+        fetchBlock(block);
+        enterBlock(block);
     }
-    std::vector<std::size_t> places(positions.size(), 0);
-    for (const std::uint32_t number : numbers) {
-        ++places[number];
+    slots = {};
+    numberOfVertex = {};
+    return !isCancelled(progress);
+}
+
+bool KivMesh::Places::readBlock(Block& block) {
+    const std::size_t end = std::min(block.first + blockTriangles, std::size_t{numTriangles});
+    block.size = 0;
+    for (std::size_t triangle = block.first; triangle < end; ++triangle) {
+        if (isCancelled(progress)) {
+            return false;
+        }
+        readTriangle(block, triangle);
     }
-    {
-        std::vector<Position> scratch(positions.size() / 2);
-        mergeSort(positions.data(), scratch.data(), positions.size());
+    return true;
+}
+
+void KivMesh::Places::readTriangle(Block& block, std::size_t triangle) {
+    if (!isPlain) {
+        source.getTriangle(&block.points[block.size], static_cast<unsigned int>(triangle));
+        for (int corner = 0; corner < 3; ++corner) {
+            block.known[block.size++] = nullptr;
+        }
+        return;
     }
-    std::size_t place = 0;
-    for (const Position& position : positions) {
-        const std::size_t corners = places[position.number];
-        places[position.number] = place;
-        place += corners;
+    for (std::size_t corner = 3 * triangle; corner < 3 * triangle + 3; ++corner) {
+        const auto vertex = static_cast<std::size_t>(source.triangles[corner]);
+        block.known[block.size] = &numberOfVertex[vertex];
+        block.points[block.size++] = source.vertexs[vertex];
     }
-    auto sorted = std::make_unique<VertexFaces[]>(count);
-    for (std::size_t i = 0; i < count; ++i) {
-        sorted[places[numbers[i]]++] = vertexsFaces[i];
+}
+
+void KivMesh::Places::fetchBlock(Block& block) const {
+    const std::size_t mask = slots.size() - 1;
+    const auto isKnown = [](const std::uint32_t* known) { return known != nullptr && *known != noNumber; };
+    for (std::size_t i = 0; i < block.size; ++i) {
+        if (!isKnown(block.known[i])) {
+            block.hashes[i] = positionHash(block.points[i]);
+            __builtin_prefetch(&slots[block.hashes[i] & mask], 1);
+        }
     }
-    vertexsFaces = std::move(sorted);
+    for (std::size_t i = 0; i < block.size; ++i) {
+        if (!isKnown(block.known[i])) {
+            const std::uint32_t number = slots[block.hashes[i] & mask];
+            __builtin_prefetch(number != noNumber ? &positions[number] : nullptr);
+        }
+    }
+}
+
+void KivMesh::Places::enterBlock(const Block& block) {
+    for (std::size_t i = 0; i < block.size; ++i) {
+        const std::size_t corner = 3 * block.first + i;
+        std::uint32_t* const known = block.known[i];
+        if (known != nullptr && *known != noNumber) {
+            numbers[corner] = *known;
+        } else {
+            numbers[corner] = enter(block.points[i], block.hashes[i]);
+            if (known != nullptr) {
+                *known = numbers[corner];
+            }
+        }
+        ++cornerCount[numbers[corner]];
+    }
+}
+
+std::uint32_t KivMesh::Places::enter(const Kiv3DPoint& point, std::size_t hash) {
+    const std::size_t mask = slots.size() - 1;
+    std::size_t slot = hash & mask;
+    while (slots[slot] != noNumber) {
+        if (samePosition(positions[slots[slot]].point, point)) {
+            return slots[slot];
+        }
+        slot = (slot + 1) & mask;
+    }
+    slots[slot] = static_cast<std::uint32_t>(positions.size());
+    positions.push_back({point, slots[slot]});
+    cornerCount.push_back(0);
+    return slots[slot];
+}
+
+bool KivMesh::Places::sort() {
+    std::vector<Position> scratch(positions.size() / 2);
+    return mergeSort(positions.data(), scratch.data(), positions.size()) && !isCancelled(progress);
+}
+
+// Sorts values[0 .. count); scratch has room for half as many. False after a cancel.
+bool KivMesh::Places::mergeSort(Position* values, Position* scratch, std::size_t count) {
+    if (count < 2) {
+        return true;
+    }
+    const std::size_t leftCount = count / 2;
+    if (!mergeSort(values, scratch, leftCount) || !mergeSort(values + leftCount, scratch, count - leftCount)) {
+        return false;
+    }
+    // The right half can stay where it is: the merged part never reaches what is still to be read of it.
+    std::copy_n(values, leftCount, scratch);
+    return merge(values, scratch, leftCount, count);
+}
+
+// Merges left[0 .. leftCount) and values[leftCount .. count) into values.
+bool KivMesh::Places::merge(Position* values, const Position* left, std::size_t leftCount, std::size_t count) {
+    const Position* right = values + leftCount;
+    const Position* const leftEnd = left + leftCount;
+    const Position* const rightEnd = values + count;
+    while (left != leftEnd && right != rightEnd) {
+        if (count >= elementsPerPoll && isCancelled(progress)) {
+            return false;
+        }
+        for (std::size_t i = 0; i < elementsPerPoll && left != leftEnd && right != rightEnd; ++i) {
+            const bool takeRight = isBehind(left->point, right->point);
+            *values++ = *(takeRight ? right : left);
+            right += takeRight ? 1 : 0;
+            left += takeRight ? 0 : 1;
+        }
+    }
+    std::copy(left, leftEnd, values);
+    return true;
 }
 
 void KivMesh::copyMeshCompacted(const KivMesh& source) {
-    KivProgress* progress = kivCurrentProgress();
-    const auto cancelled = [progress] { return progress != nullptr && progress->isCancelled(); };
-
     vertexs.clear();
     normals.clear();
     triangles.clear();
-    const unsigned int count = source.getNumTriangles();
-    vertexsFaces = std::make_unique<VertexFaces[]>(std::size_t{3} * count);
-    for (unsigned int face = 0; face < count; ++face) {
-        if (cancelled()) {
-            vertexsFaces.reset();
-            return;
-        }
-        Kiv3DPoint points[3];
-        source.getTriangle(points, face);
-        for (unsigned char corner = 0; corner < 3; ++corner) {
-            vertexsFaces[std::size_t{3} * face + corner] = {points[corner], static_cast<int>(face), corner};
-        }
-    }
-    if (cancelled()) {
-        vertexsFaces.reset();
-        return;
-    }
-    sortVertexsFaces(std::size_t{3} * count);
-    if (cancelled()) {
-        vertexsFaces.reset();
-        return;
-    }
-    reserveTriangles(count);
-    // A cancel in there only ends the building early: corners that were not reached keep the index -1.
-    buildMeshFromVertexsFaces(static_cast<int>(count));
-    vertexsFaces.reset();
-    material = source.material;
-}
-
-void KivMesh::buildMeshFromVertexsFaces(int numTriangles) {
-    if (numTriangles < 1) {
-        return;
-    }
-    KivProgress* progress = kivCurrentProgress();
-    const std::size_t corners = std::size_t{3} * static_cast<std::size_t>(numTriangles);
-    triangles.insert(triangles.end(), corners, ~std::uint64_t{0});
-    reserveVertexs(static_cast<unsigned int>(numTriangles));
-
-    // All corners of a run are compared with its first one, not with their predecessor, so that a chain of near points
-    // does not weld without limit.
-    Kiv3DPoint current = vertexsFaces[0].vertex;
-    int index = 0;
-    addVertex(current);
-    insertVertexIntoTriangle(vertexsFaces[0], index);
-    for (std::size_t i = 1; i < corners; ++i) {
-        if (progress != nullptr && progress->isCancelled()) {
-            return;
-        }
-        const VertexFaces& record = vertexsFaces[i];
-        if (!current.isEqual(record.vertex, weldTolerance)) {
-            current = record.vertex;
-            addVertex(current);
-            ++index;
-        }
-        insertVertexIntoTriangle(record, index);
+    Places places(source);
+    if (places.read() && places.sort()) {
+        // A cancel in there only ends the building early: corners that were not reached keep the index -1.
+        buildMeshFromVertexsFaces(places);
+        material = source.material;
     }
 }
 
-void KivMesh::insertVertexIntoTriangle(VertexFaces record, int vertex) {
-    triangles[static_cast<std::size_t>(record.face) * 3 + record.corner] = static_cast<std::uint64_t>(vertex);
+void KivMesh::buildMeshFromVertexsFaces(const Places& places) {
+    std::vector<std::uint32_t> vertexOf(places.positions.size(), noNumber); // by number
+    reserveVertexs(static_cast<unsigned int>(places.positions.size()));
+    for (const auto& [point, number] : places.positions) {
+        const std::uint32_t reached = places.cornersUntilCancel(number, vertexs.empty());
+        // All of a run are compared with its first one, not with their predecessor, so that a chain of near points does
+        // not weld without limit.
+        if (reached > 0) {
+            if (vertexs.empty() || !vertexs.back().isEqual(point, weldTolerance)) {
+                addVertex(point);
+            }
+            vertexOf[number] = static_cast<std::uint32_t>(vertexs.size() - 1);
+        }
+        if (reached < places.cornerCount[number]) {
+            insertVertexsIntoTriangles(places, vertexOf, number, reached);
+            return;
+        }
+    }
+    insertVertexsIntoTriangles(places, vertexOf, noNumber, 0);
+}
+
+// One question for each corner but the very first.
+std::uint32_t KivMesh::Places::cornersUntilCancel(std::uint32_t number, bool isFirst) const {
+    if (progress == nullptr) {
+        return cornerCount[number];
+    }
+    std::uint32_t reached = isFirst ? 1 : 0;
+    while (reached < cornerCount[number] && !progress->isCancelled()) {
+        ++reached;
+    }
+    return reached;
+}
+
+// Of the corners at the place `partial` only the first `reached` ones have come to their vertex.
+void KivMesh::insertVertexsIntoTriangles(const Places& places, const std::vector<std::uint32_t>& vertexOf,
+                                         std::uint32_t partial, std::uint32_t reached) {
+    triangles.reserve(places.numbers.size());
+    for (std::size_t corner = 0; corner < places.numbers.size(); ++corner) {
+        if (corner % elementsPerPoll == elementsPerPoll - 1 && isCancelled(places.progress)) {
+            break;
+        }
+        const std::uint32_t number = places.numbers[corner];
+        const bool isReached = vertexOf[number] != noNumber && (number != partial || reached > 0);
+        reached -= number == partial && isReached ? 1 : 0;
+        triangles.push_back(isReached ? vertexOf[number] : ~std::uint64_t{0});
+    }
+    triangles.resize(places.numbers.size(), ~std::uint64_t{0});
 }
 
 int KivMesh::dicotomicSearch(const Kiv3DPoint& point, int count) const {

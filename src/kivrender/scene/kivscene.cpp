@@ -1,6 +1,7 @@
 #include "kivrender/scene/kivscene.h"
 
 #include "kivrender/scene/kivcamera.h"
+#include "kivrender/scene/kivprogress.h"
 #include "kivrender/scene/kivshared.h"
 #include "kivrender/scene/kivtriangleorder.h"
 
@@ -190,6 +191,7 @@ void KivScene::orderTrianglesVectorial(const KivCamera& camera) {
 }
 
 void KivScene::orderTriangles(const KivCamera& camera, bool transparentOnly) {
+    constexpr unsigned int trianglesPerPoll = 16384;
     const Kiv3DPoint eye = camera.getLocation();
     // Each distance is computed once, however often the triangle is compared.
     const auto entryOf = [&](const KivMesh& mesh, meshTriangle record) {
@@ -197,32 +199,47 @@ void KivScene::orderTriangles(const KivCamera& camera, bool transparentOnly) {
         return KivTriangleOrder::Entry{middle.squaredDistanceTo(eye), record};
     };
 
-    std::vector<KivTriangleOrder::Entry> list;
-    list.reserve(orderedTriangles.size());
-    for (const meshTriangle& record : orderedTriangles) {
-        // The mesh may have been removed since, and one with fewer triangles have its number now.
-        const KivMesh* mesh = getMesh(static_cast<unsigned int>(record.mesh));
-        if (mesh != nullptr && static_cast<unsigned int>(record.triangle) < mesh->getNumTriangles()) {
-            list.push_back(entryOf(*mesh, record));
-        }
-    }
-    const bool areAllThere = list.size() == orderedTriangles.size();
     std::vector<KivTriangleOrder::Entry> added;
     added.reserve(totalTriangles);
+    constexpr std::size_t notAdded = ~std::size_t{0};
+    std::vector<std::size_t> firstOfMesh(meshes.size(), notAdded);
     for (unsigned int i = 0; i < numMeshes(); ++i) {
         const KivMesh* mesh = getMesh(i);
         if (mesh == nullptr || (transparentOnly && !(mesh->getMaterial()->getTransparency() < 1.0))) {
             continue;
         }
+        firstOfMesh[i] = added.size();
         const unsigned int count = mesh->getNumTriangles();
         for (unsigned int t = 0; t < count; ++t) {
+            if (t % trianglesPerPoll == trianglesPerPoll - 1 && kivIsCancelled()) {
+                return;
+            }
             added.push_back(entryOf(*mesh, {static_cast<int>(i), static_cast<int>(t)}));
         }
     }
-    if (added.empty() && areAllThere) {
+
+    // What the list holds already is looked up among the new entries where it can be: in the order of the list,
+    // triangles and vertices lie far apart in memory.
+    std::vector<KivTriangleOrder::Entry> list;
+    list.reserve(orderedTriangles.size());
+    for (std::size_t i = 0; i < orderedTriangles.size(); ++i) {
+        if (i % trianglesPerPoll == trianglesPerPoll - 1 && kivIsCancelled()) {
+            return;
+        }
+        const meshTriangle record = orderedTriangles[i];
+        // The mesh may have been removed since, and one with fewer triangles have its number now.
+        const KivMesh* mesh = getMesh(static_cast<unsigned int>(record.mesh));
+        const auto triangle = static_cast<unsigned int>(record.triangle);
+        if (mesh == nullptr || triangle >= mesh->getNumTriangles()) {
+            continue;
+        }
+        const std::size_t first = firstOfMesh[static_cast<std::size_t>(record.mesh)];
+        list.push_back(first != notAdded ? added[first + triangle] : entryOf(*mesh, record));
+    }
+    const bool areAllThere = list.size() == orderedTriangles.size();
+    if ((added.empty() && areAllThere) || !KivTriangleOrder::insertAll(list, std::move(added))) {
         return;
     }
-    KivTriangleOrder::insertAll(list, std::move(added));
     orderedTriangles.clear();
     orderedTriangles.reserve(list.size());
     for (const KivTriangleOrder::Entry& entry : list) {

@@ -94,7 +94,8 @@ public:
 
     // Add the triangles of all meshes that are not opaque, or of all meshes, to the ordered list: the farther the
     // middle of a triangle is from the camera's location, the nearer to the front of the list; at equal distance in
-    // order of adding. The list is not emptied first; what it holds of removed meshes goes.
+    // order of adding. The list is not emptied first; what it holds of removed meshes goes. Ask for a cancel; a
+    // cancelled call leaves the list as it was.
     void orderTrianglesTransparent(const KivCamera& camera);
     void orderTrianglesVectorial(const KivCamera& camera);
 

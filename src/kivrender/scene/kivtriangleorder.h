@@ -4,13 +4,14 @@
 // search meets it. Over distances that are numbers this is a stable sort, and is done as one. A distance that is not a
 // number compares with nothing, and a list that was ordered for another camera or whose meshes have changed is not in
 // order: there the place of a triangle hangs on the very probes of the search, so the insertion is made as defined, in
-// blocks, so that no insertion moves the whole tail.
+// groups of blocks, so that no insertion moves the whole tail.
 #ifndef KIVRENDER_SCENE_KIVTRIANGLEORDER_H
 #define KIVRENDER_SCENE_KIVTRIANGLEORDER_H
 
 #include "kivrender/scene/kivscene.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <vector>
 
 class KivTriangleOrder {
@@ -21,28 +22,45 @@ public:
         KivScene::meshTriangle triangle;
     };
 
-    // Inserts all of `added`, in their order, into `list`, which may be in any order.
-    static void insertAll(std::vector<Entry>& list, std::vector<Entry>&& added);
+    // Inserts all of `added`, in their order, into `list`, which may be in any order. False after a cancel, with the
+    // list as it was.
+    static bool insertAll(std::vector<Entry>& list, std::vector<Entry>&& added);
 
     // The insertion as it is defined, whatever the distances are.
-    static void insertOneByOne(std::vector<Entry>& list, const std::vector<Entry>& added);
+    static bool insertOneByOne(std::vector<Entry>& list, const std::vector<Entry>& added);
 
 private:
     friend struct KivTestAccess;
 
+    // A block is cut in two when it has grown to this many entries, a group when it has so many blocks.
+    static constexpr std::size_t largestBlock = 256;
+    static constexpr std::size_t largestGroup = 256;
+
+    struct Group {                         // never without a block
+        std::vector<std::uint32_t> starts; // the index of the first entry of each block, from the group's start
+        std::vector<std::vector<Entry>> blocks;
+    };
+    struct Place {
+        std::size_t group;
+        std::size_t block;
+        std::size_t index; // in the block
+    };
+
     explicit KivTriangleOrder(const std::vector<Entry>& list);
 
     static bool isMoreTriangles(const Entry& a, const Entry& b);
-    static void sortFarToNear(std::vector<Entry>& entries);
 
-    const Entry& at(std::size_t index) const;
-    std::size_t blockOf(std::size_t index) const;
-    // Where the entry belongs.
-    std::size_t dicotomicSearch(const Entry& entry) const;
-    void insertOrderlyTriangles(const Entry& entry, std::size_t position);
+    // Where the entry of that index is; it lies between the two places.
+    Place placeOf(std::size_t index, const Place& low, const Place& high) const;
+    Place lastPlace() const;
+    // Where the entry belongs; its index may be one behind its block's last.
+    Place dicotomicSearch(const Entry& entry) const;
+    void insertOrderlyTriangles(const Entry& entry, const Place& place);
+    static void splitBlock(Group& group, std::size_t block);
+    void splitGroup(std::size_t number);
 
-    std::vector<std::vector<Entry>> blocks; // never without one
-    std::vector<std::size_t> starts;        // the index of the first entry of each block
+    std::vector<Group> groups;            // never without one
+    std::vector<std::size_t> groupStarts; // the index of the first entry of each group
     std::size_t size = 0;
 };
 

@@ -2,6 +2,8 @@
 
 #include "reference/literalweld.h"
 #include "scene/scenetestaccess.h"
+#include "support/meshsamples.h"
+#include "support/pollcost.h"
 #include "support/pollcounter.h"
 #include "support/rawrandom.h"
 
@@ -226,6 +228,82 @@ TEST(KivMeshWeld, PollsForACancelBetweenTheUnitsOfWork) {
             EXPECT_TRUE(reached[i] == 0xFFFFFFFFU || reached[i] == expected[i]);
         }
         EXPECT_EQ(missing, counter.polls - poll + 1);
+    }
+}
+
+// In a mesh of some size the last polls come while the indices are written: what is behind stays at -1.
+TEST(KivMeshWeld, ACancelWhileIndicesAreWrittenEndsIt) {
+    const std::unique_ptr<KivMesh> soup = triangleSoup(20000);
+    PollCounter counter;
+    KivMesh complete;
+    {
+        const ScopedProgress scope(counter);
+        complete.copyMeshCompacted(*soup);
+    }
+    PollCounter cancel(counter.polls);
+    const ScopedProgress scope(cancel);
+    KivMesh welded;
+    welded.copyMeshCompacted(*soup);
+    EXPECT_EQ(welded.getNumVertexs(), complete.getNumVertexs());
+    const auto indices = indicesOf(welded);
+    const auto expected = indicesOf(complete);
+    ASSERT_EQ(indices.size(), expected.size());
+    const auto firstMissing = std::ranges::find(indices, 0xFFFFFFFFU);
+    const auto reached = static_cast<std::size_t>(firstMissing - indices.begin());
+    EXPECT_GT(reached, 0U);
+    EXPECT_LT(reached + 1000, indices.size());
+    EXPECT_TRUE(std::equal(indices.begin(), firstMissing, expected.begin()));
+    EXPECT_EQ(static_cast<std::size_t>(std::ranges::count(indices, 0xFFFFFFFFU)), indices.size() - reached);
+}
+
+TEST(KivMeshWeld, AsksForACancelByCost) {
+    const std::unique_ptr<KivMesh> ball = bumpyBall(1000000);
+    PollCost::expectAllowed([&] {
+        KivMesh welded;
+        welded.copyMeshCompacted(*ball);
+    });
+}
+
+// Long enough for merges that go on behind a poll.
+TEST(KivMeshWeld, ALargeSoupEqualsTheLiteralSort) {
+    RawRandom random(17);
+    std::vector<Kiv3DPoint> corners(3 * std::size_t{14000});
+    for (Kiv3DPoint& corner : corners) {
+        corner.set(random.below(400) * 0.00009, random.below(90), random.between(0.0, 1.0));
+    }
+    const KivMesh source = meshOf(corners);
+    KivMesh welded;
+    welded.copyMeshCompacted(source);
+    // No two corners are at one place, so that the plain sort of all corners is the sort by place.
+    expectEqual(welded, LiteralWeld(LiteralWeld::sorted(LiteralWeld::cornersOf(source))));
+}
+
+// A mesh of shared vertices, and the same through accessors of a class of its own.
+TEST(KivMeshWeld, PlainMeshesWeldAsThoseWithAccessorsOfTheirOwn) {
+    class Hidden : public KivMesh {
+    public:
+        using KivMesh::KivMesh;
+    };
+    RawRandom random(18);
+    for (int round = 0; round < 300; ++round) {
+        KivMesh plain;
+        const unsigned int vertices = 1 + random.below(30);
+        for (unsigned int i = 0; i < vertices; ++i) {
+            plain.addVertex(Kiv3DPoint(random.below(3), random.below(3) * 0.00006, random.below(2)));
+        }
+        const unsigned int count = random.below(120);
+        for (unsigned int t = 0; t < count; ++t) {
+            plain.addTriangle(random.below(vertices), random.below(vertices), random.below(vertices));
+        }
+        Hidden hidden;
+        static_cast<KivMesh&>(hidden) = plain;
+        KivMesh one;
+        one.copyMeshCompacted(plain);
+        KivMesh other;
+        other.copyMeshCompacted(hidden);
+        ASSERT_EQ(indicesOf(one), indicesOf(other));
+        ASSERT_NO_FATAL_FAILURE(
+            expectEqual(one, LiteralWeld(LiteralWeld::sortedByPlace(LiteralWeld::cornersOf(plain)))));
     }
 }
 

@@ -3,12 +3,18 @@
 #include "kivrender/scene/kivscene.h"
 
 #include "reference/literaltriangleorder.h"
+#include "support/meshsamples.h"
+#include "support/pollcost.h"
 #include "support/rawrandom.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
+#include <functional>
 #include <limits>
+#include <memory>
+#include <numeric>
 
 namespace {
 
@@ -221,6 +227,113 @@ TEST(KivTriangleOrder, MovedVerticesOrderAsTheInsertionDoes) {
         scene.orderTrianglesVectorial(camera);
         literal.order(camera, false);
         ASSERT_EQ(listOf(scene), literal.records) << round;
+    }
+}
+
+// Distances of every kind that the sort deals out: few and many, in one narrow range, over all magnitudes, and many
+// alike beside few others.
+TEST(KivTriangleOrder, LargeScenesAreAStableSort) {
+    RawRandom random(24);
+    const std::function<double()> kinds[] = {
+        [&] { return random.between(10.0, 11.0); },
+        [&] { return std::exp(random.between(-300.0, 300.0)); },
+        [&] { return random.chance(500) ? random.between(0.0, 1e6) : 3.0; },
+        [&] { return random.below(40) * 1.0; },
+        [&] { return 1.0 + random.below(1000) * 1e-9 + (random.chance(3) ? 1e9 : 0.0); },
+    };
+    for (const auto& distance : kinds) {
+        KivScene scene;
+        std::vector<Kiv3DPoint> middles(150000);
+        for (Kiv3DPoint& middle : middles) {
+            middle.set(distance(), 0.0, 0.0);
+        }
+        scene.addMesh(numbered(middles, 0.5));
+        std::vector<int> expected(middles.size());
+        std::iota(expected.begin(), expected.end(), 0);
+        const auto squared = [&](int i) {
+            // As the middle of three equal corners is computed.
+            const double x = middles[static_cast<std::size_t>(i)].x;
+            const double middle = (x + x + x) / 3.0;
+            return middle * middle;
+        };
+        std::ranges::stable_sort(expected, [&](int a, int b) { return squared(a) > squared(b); });
+        scene.orderTrianglesVectorial(cameraAt(0, 0, 0));
+        const auto records = listOf(scene);
+        ASSERT_EQ(records.size(), expected.size());
+        for (std::size_t i = 0; i < records.size(); ++i) {
+            ASSERT_EQ(records[i].triangle, expected[i]) << i;
+        }
+    }
+}
+
+// Insertions enough for blocks and groups that are cut in two.
+TEST(KivTriangleOrder, ManyInsertionsIntoAListThatIsInNoOrder) {
+    RawRandom random(25);
+    KivScene scene;
+    for (const unsigned int count : {9000U, 30000U}) {
+        std::vector<Kiv3DPoint> middles(count);
+        for (Kiv3DPoint& middle : middles) {
+            middle.set(random.between(0.0, 1.0), random.between(0.0, 1.0), 0.0);
+        }
+        scene.addMesh(numbered(middles, count == 9000U ? 0.5 : 1.0));
+    }
+    LiteralTriangleOrder literal(scene);
+    scene.orderTrianglesTransparent(cameraAt(0, 0, 0));
+    literal.order(cameraAt(0, 0, 0), true);
+    scene.orderTrianglesVectorial(cameraAt(1, 5, 0));
+    literal.order(cameraAt(1, 5, 0), false);
+    ASSERT_EQ(listOf(scene), literal.records);
+}
+
+TEST(KivTriangleOrder, AsksForACancelByCost) {
+    KivScene scene;
+    std::unique_ptr<KivMesh> grid = gridMesh(1500000);
+    scene.addMesh(grid.release());
+    KivScene again;
+    PollCost::expectAllowed([&] {
+        again = scene;
+        again.orderTrianglesVectorial(cameraAt(3, 4, 20));
+    });
+    scene.orderTrianglesVectorial(cameraAt(3, 4, 20));
+    PollCost::expectAllowed([&] {
+        again = scene;
+        again.orderTrianglesVectorial(cameraAt(3, 4, 20));
+    });
+}
+
+TEST(KivTriangleOrder, InsertionAsksForACancelByCost) {
+    KivScene scene;
+    scene.addMesh(gridMesh(150000).release());
+    scene.orderTrianglesVectorial(cameraAt(3, 4, 20));
+    PollCost::expectAllowed([&] {
+        KivScene copy(scene);
+        copy.orderTrianglesVectorial(cameraAt(-20, 4, 3));
+    });
+}
+
+TEST(KivTriangleOrder, ACancelLeavesTheListAsItWas) {
+    for (const bool isInsertion : {false, true}) {
+        KivScene scene;
+        scene.addMesh(gridMesh(40000).release());
+        scene.orderTrianglesVectorial(cameraAt(3, 4, 20));
+        const KivCamera camera = isInsertion ? cameraAt(-20, 4, 3) : cameraAt(3, 4, 20);
+        const unsigned int before = scene.numTriangles();
+        PollCounter counter;
+        {
+            const ScopedProgress scope(counter);
+            KivScene copy(scene);
+            copy.orderTrianglesVectorial(camera);
+            EXPECT_EQ(copy.numTriangles(), 2 * before);
+        }
+        EXPECT_GT(counter.polls, 5);
+        for (long poll = 1; poll <= counter.polls; ++poll) {
+            PollCounter cancel(poll);
+            const ScopedProgress scope(cancel);
+            KivScene copy(scene);
+            copy.orderTrianglesVectorial(camera);
+            EXPECT_EQ(copy.numTriangles(), before) << poll;
+            EXPECT_EQ(cancel.polls, poll);
+        }
     }
 }
 

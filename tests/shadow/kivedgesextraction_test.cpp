@@ -3,6 +3,8 @@
 #include "kivrender/scene/kivcamera.h"
 #include "kivrender/scene/kivmesh.h"
 #include "reference/literaledges.h"
+#include "support/meshsamples.h"
+#include "support/pollcost.h"
 #include "support/pollcounter.h"
 #include "support/rawrandom.h"
 
@@ -240,6 +242,78 @@ TEST(KivEdgesExtraction, ACancelAtAnyQueryLeavesTheListAsItCame) {
         KivEdgesExtraction::extractEdges(&mesh, edges, nullptr, nullptr);
         EXPECT_EQ(edges.size(), 2U);
         EXPECT_EQ(cancel.polls, poll);
+    }
+}
+
+// All triangles around one vertex.
+KivMesh fan(unsigned int triangles) {
+    KivMesh mesh;
+    for (unsigned int i = 0; i < triangles + 2; ++i) {
+        mesh.addVertex(Kiv3DPoint(i, i * 0.5, 0.0));
+    }
+    for (unsigned int t = 0; t < triangles; ++t) {
+        mesh.addTriangle(0, (t * 7919U) % triangles + 1, (t * 104729U) % triangles + 1);
+    }
+    return mesh;
+}
+
+TEST(KivEdgesExtraction, ACancelInLaterWorkLeavesTheListAsItCame) {
+    const KivMesh around = fan(40000);
+    const std::unique_ptr<KivMesh> grid = gridMesh(60000);
+    for (const KivMesh* mesh : {&around, static_cast<const KivMesh*>(grid.get())}) {
+        PollCounter counter;
+        {
+            const ScopedProgress scope(counter);
+            EXPECT_GT(edgesOf(*mesh).size(), mesh->getNumTriangles());
+        }
+        const long whileReading = (static_cast<long>(mesh->getNumTriangles()) + 99) / 100;
+        EXPECT_GT(counter.polls, whileReading + 3);
+        for (long poll = whileReading - 1; poll <= counter.polls; ++poll) {
+            PollCounter cancel(poll);
+            const ScopedProgress scope(cancel);
+            std::vector<edgeInfo> edges(2, edgeInfo{1, 2, 3, 4, false, false, false, false});
+            KivEdgesExtraction::extractEdges(mesh, edges, nullptr, nullptr);
+            EXPECT_EQ(edges.size(), 2U);
+            EXPECT_EQ(cancel.polls, poll);
+        }
+    }
+}
+
+TEST(KivEdgesExtraction, AsksForACancelByCost) {
+    const std::unique_ptr<KivMesh> grid = gridMesh(1500000);
+    const KivMesh around = fan(700000);
+    for (const KivMesh* mesh : {static_cast<const KivMesh*>(grid.get()), &around}) {
+        std::vector<edgeInfo> edges; // kept, as giving back its memory is no work of the call
+        PollCost::expectAllowed([&] {
+            edges.clear();
+            KivEdgesExtraction::extractEdges(mesh, edges, nullptr, nullptr);
+        });
+    }
+}
+
+// Vertices enough for several ranges, and vertices of more sides than are sorted one by one.
+TEST(KivEdgesExtraction, EqualsTheLiteralTableOnLargeMeshes) {
+    RawRandom random(43);
+    std::vector<KivMesh> meshes(3);
+    meshes[0].copyMeshCompacted(*triangleSoup(50000));
+    meshes[1] = fan(5000);
+    meshes[2] = vertices(20000);
+    for (int t = 0; t < 40000; ++t) {
+        const unsigned int hub = random.chance(4) ? 9000 + random.below(3) : random.below(20000);
+        meshes[2].addTriangle(random.below(20000), hub, random.below(20000));
+    }
+    const KivCamera camera = cameraAt(Kiv3DPoint(2, 3, 40), Kiv3DVector(), KivCamera::perspective);
+    for (const KivMesh& mesh : meshes) {
+        std::vector<edgeInfo> expected;
+        LiteralEdges::extractEdges(&mesh, expected, &camera, nullptr);
+        const auto actual = edgesOf(mesh, &camera);
+        ASSERT_EQ(actual.size(), expected.size());
+        for (std::size_t i = 0; i < actual.size(); ++i) {
+            ASSERT_NO_FATAL_FAILURE(expectEdge(actual[i], expected[i].vertex0, expected[i].vertex1,
+                                               expected[i].triangle0, expected[i].triangle1));
+            ASSERT_EQ(actual[i].silhouetteFront, expected[i].silhouetteFront) << i;
+            ASSERT_EQ(actual[i].silhouetteBack, expected[i].silhouetteBack) << i;
+        }
     }
 }
 

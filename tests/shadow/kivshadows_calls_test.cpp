@@ -7,6 +7,8 @@
 #include "kivrender/settings/kivcommonsettings.h"
 #include "kivrender/shadow/kivshadows.h"
 #include "support/meshsamples.h"
+#include "support/pollcost.h"
+#include "support/pollcounter.h"
 #include "support/rawrandom.h"
 
 #include <GL/gl.h>
@@ -134,6 +136,7 @@ struct Drawn {
     std::vector<Vertex> corners;
 };
 std::vector<Drawn> drawnFromArrays;
+bool keepsCorners = true;
 // Corners of calls, kept as numbers while isExact is set: text would round them.
 bool isExact = false;
 std::vector<Vertex> exact;
@@ -158,6 +161,9 @@ void glVertexPointer(GLint size, GLenum type, GLsizei stride, const void* pointe
 void glDrawElements(GLenum mode, GLsizei count, GLenum type, const void* indices) {
     EXPECT_EQ(type, static_cast<GLenum>(GL_UNSIGNED_INT));
     record("glDrawElements", mode);
+    if (!keepsCorners) {
+        return;
+    }
     Drawn drawn{mode, {}};
     for (GLsizei i = 0; i < count; ++i) {
         const float* corner = arrayOfCorners + std::size_t{4} * static_cast<const unsigned int*>(indices)[i];
@@ -450,11 +456,11 @@ class StoredVolume {
 public:
     StoredVolume(KivShadows& shadows, const std::vector<KivEdgesExtraction::edgeInfo>& edges, const KivMesh& mesh,
                  const KivLight& light) {
-        const Kiv3DPoint exact = light.getLocation();
+        const Kiv3DPoint location = light.getLocation();
         volatile float rounded[3] = {};
-        rounded[0] = static_cast<float>(exact.x);
-        rounded[1] = static_cast<float>(exact.y);
-        rounded[2] = static_cast<float>(exact.z);
+        rounded[0] = static_cast<float>(location.x);
+        rounded[1] = static_cast<float>(location.y);
+        rounded[2] = static_cast<float>(location.z);
         const auto away = [&](const Kiv3DPoint& p) {
             return Kiv3DPoint(p.x - rounded[0], p.y - rounded[1], p.z - rounded[2]);
         };
@@ -594,6 +600,115 @@ TEST_F(KivShadowsCalls, LargeMeshesDrawTheSameCornersFromArrays) {
             EXPECT_TRUE(drawnFromArrays[3].corners == drawnFromArrays[1].corners);
         }
     }
+}
+
+// A volume of many triangles goes out in pieces, so that a cancel is answered between two of them.
+TEST_F(KivShadowsCalls, LargeVolumesGoOutInPieces) {
+    const std::unique_ptr<KivMesh> mesh = gridMesh(60000);
+    const KivLight light = lightAt(KivLight::pointLight, Kiv3DPoint(0.11, 0.2, 0.3)); // in a hollow
+    shadows.beginVolumes(std::size_t{1} << 30);
+    drawnFromArrays.clear();
+    PollCounter counter;
+    {
+        const ScopedProgress scope(counter);
+        shadows.drawShadowVolume(mesh.get(), &light, false);
+    }
+    ASSERT_GT(drawnFromArrays.size(), 8U);
+    std::size_t corners[2] = {};
+    for (const Drawn& drawn : drawnFromArrays) {
+        EXPECT_LE(drawn.corners.size(), 49152U);
+        corners[drawn.mode == GL_QUADS ? 0 : 1] += drawn.corners.size();
+    }
+    EXPECT_EQ(corners[0] % 8, 0U);
+    EXPECT_GT(corners[0], 0U);
+    EXPECT_EQ(corners[1], std::size_t{2 * 6} * mesh->getNumTriangles()) << "up and down";
+
+    // From here on the mesh is welded already: the polls are those of this light alone.
+    const std::size_t pieces = drawnFromArrays.size();
+    PollCounter later;
+    {
+        const ScopedProgress scope(later);
+        shadows.drawShadowVolume(mesh.get(), &light, false);
+    }
+    ASSERT_EQ(drawnFromArrays.size(), 2 * pieces);
+    std::size_t drawnBefore = 0;
+    for (long poll = later.polls - static_cast<long>(pieces); poll <= later.polls; ++poll) {
+        drawnFromArrays.clear();
+        PollCounter cancel(poll);
+        const ScopedProgress scope(cancel);
+        shadows.drawShadowVolume(mesh.get(), &light, false);
+        EXPECT_GE(drawnFromArrays.size(), drawnBefore);
+        EXPECT_LT(drawnFromArrays.size(), pieces);
+        EXPECT_EQ(calls.back(), call("glFrontFace", GL_CCW)) << "the state is left as always";
+        drawnBefore = drawnFromArrays.size();
+    }
+    EXPECT_GT(drawnBefore, pieces / 2);
+    shadows.endVolumes();
+}
+
+TEST_F(KivShadowsCalls, EachEdgeOfASilhouetteAsksForACancel) {
+    KivMesh mesh;
+    mesh.copyMeshCompacted(box());
+    const KivLight light = lightAt(KivLight::pointLight, Kiv3DPoint(0.3, 0.2, 9));
+    std::vector<KivEdgesExtraction::edgeInfo> edges;
+    PollCounter counter;
+    {
+        const ScopedProgress scope(counter);
+        shadows.createSilhouette(&mesh, &light, edges);
+    }
+    EXPECT_EQ(counter.polls, 1 + 18);
+    for (long poll = 2; poll <= counter.polls; ++poll) {
+        std::vector<KivEdgesExtraction::edgeInfo> partly;
+        PollCounter cancel(poll);
+        const ScopedProgress scope(cancel);
+        shadows.createSilhouette(&mesh, &light, partly);
+        ASSERT_EQ(partly.size(), 18U);
+        EXPECT_EQ(cancel.polls, poll);
+        for (std::size_t i = 0; i < partly.size(); ++i) {
+            const bool isReached = static_cast<long>(i) < poll - 2;
+            EXPECT_EQ(partly[i].lightened0, isReached && edges[i].lightened0);
+            EXPECT_EQ(partly[i].lightened1, isReached && edges[i].lightened1);
+        }
+    }
+}
+
+// What a cancel interrupts is not kept for the next light.
+TEST_F(KivShadowsCalls, ACancelledVolumeIsNotKept) {
+    const KivMesh mesh = box();
+    const KivLight light = lightAt(KivLight::pointLight, Kiv3DPoint(0.3, 0.2, 9));
+    shadows.drawShadowVolume(&mesh, &light, false);
+    const auto expected = calls;
+    PollCounter counter;
+    {
+        const ScopedProgress scope(counter);
+        shadows.drawShadowVolume(&mesh, &light, false);
+    }
+    shadows.beginVolumes(1 << 20);
+    for (long poll = 1; poll <= counter.polls; ++poll) {
+        {
+            calls.clear();
+            PollCounter cancel(poll);
+            const ScopedProgress scope(cancel);
+            shadows.drawShadowVolume(&mesh, &light, false);
+            EXPECT_TRUE(calls.empty()) << "nothing is drawn of a volume that is not whole";
+        }
+        KivShadows copy(shadows);
+        copy.drawShadowVolume(&mesh, &light, false);
+        EXPECT_EQ(calls, expected) << poll;
+        shadows.beginVolumes(1 << 20);
+    }
+    shadows.endVolumes();
+}
+
+TEST_F(KivShadowsCalls, AsksForACancelByCost) {
+    const std::unique_ptr<KivMesh> ball = bumpyBall(500000);
+    const KivLight light = lightAt(KivLight::pointLight, Kiv3DPoint(3, 6, 2));
+    keepsCorners = false;
+    shadows.beginVolumes(std::size_t{1} << 30);
+    shadows.drawShadowVolume(ball.get(), &light, false);
+    PollCost::expectAllowed([&] { shadows.drawShadowVolume(ball.get(), &light, false); });
+    shadows.endVolumes();
+    keepsCorners = true;
 }
 
 TEST_F(KivShadowsCalls, InfiniteFrustumPerspective) {

@@ -1,8 +1,10 @@
 // Holds the polls for a cancel by their cost: at most 20 ms of work lie before the first poll, between any two, and
 // behind the last; and after an answer of yes no more than that is still done.
 //
-// Time is processor time of the calling thread, so that other programs on the machine count little; what they still
-// disturb (caches, clock rates) is met by a second and a third try. Builds that check themselves are allowed more.
+// Time is processor time of the calling thread, so that other programs on the machine count little. What they still
+// disturb (caches, clock rates) slows all of the work alike: an eighth of it is allowed where that is more, so choose
+// an input that takes 80 to 160 ms on a quiet machine. Single disturbances are met by a second and a third try. Builds
+// that check themselves are allowed more.
 #ifndef TESTS_SUPPORT_POLLCOST_H
 #define TESTS_SUPPORT_POLLCOST_H
 
@@ -31,16 +33,16 @@ public:
         Watch all = measured(work, PollCounter::never);
         EXPECT_GT(all.total(), 2 * allowedMilliseconds) << "too little work to tell: a larger input is needed";
         EXPECT_GT(all.polls, 2);
-        for (int further = 0; further < 2 && all.longest > allowedMilliseconds; ++further) {
+        for (int further = 0; further < 2 && all.longest > all.allowed(); ++further) {
             const Watch again = measured(work, PollCounter::never);
-            if (again.longest < all.longest) {
+            if (again.longest - again.allowed() < all.longest - all.allowed()) {
                 all = again;
             }
         }
-        EXPECT_LE(all.longest, allowedMilliseconds)
+        EXPECT_LE(all.longest, all.allowed())
             << "ms of work before poll " << all.longestBefore << " of " << all.polls << " (one more is the end)";
-        for (const long poll : {all.polls / 4 + 1, all.polls / 2 + 1, all.polls * 3 / 4 + 1, all.polls}) {
-            expectEndsAfterCancel(work, poll);
+        for (const long poll : {all.polls / 3 + 1, all.polls * 2 / 3 + 1, all.polls}) {
+            expectEndsAfterCancel(work, poll, all.allowed());
         }
     }
 
@@ -76,6 +78,9 @@ private:
         double total() const {
             return last - start;
         }
+        double allowed() const {
+            return std::max(allowedMilliseconds, total() / 8.0);
+        }
         double afterCancel() const {
             return last - cancelled;
         }
@@ -103,12 +108,12 @@ private:
         return watch;
     }
 
-    template <class Work> static void expectEndsAfterCancel(Work& work, long poll) {
+    template <class Work> static void expectEndsAfterCancel(Work& work, long poll, double allowed) {
         double after = measured(work, poll).afterCancel();
-        for (int further = 0; further < 2 && after > allowedMilliseconds; ++further) {
+        for (int further = 0; further < 2 && after > allowed; ++further) {
             after = std::min(after, measured(work, poll).afterCancel());
         }
-        EXPECT_LE(after, allowedMilliseconds) << "ms of work after a cancel at poll " << poll;
+        EXPECT_LE(after, allowed) << "ms of work after a cancel at poll " << poll;
     }
 };
 

@@ -44,7 +44,7 @@ TEST(PollCost, AnAnswerThatIsNotHeededFails) {
                                     spend(5.0);
                                 }
                             }),
-                            "ms of work after a cancel at poll 4");
+                            "ms of work after a cancel at poll 5");
 }
 
 TEST(PollCost, TooLittleWorkFails) {

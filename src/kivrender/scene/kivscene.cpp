@@ -192,6 +192,7 @@ void KivScene::orderTrianglesVectorial(const KivCamera& camera) {
 
 void KivScene::orderTriangles(const KivCamera& camera, bool transparentOnly) {
     constexpr unsigned int trianglesPerPoll = 16384;
+    constexpr std::size_t entriesPerPoll = 65536;
     const Kiv3DPoint eye = camera.getLocation();
     // Each distance is computed once, however often the triangle is compared.
     const auto entryOf = [&](const KivMesh& mesh, meshTriangle record) {
@@ -240,11 +241,15 @@ void KivScene::orderTriangles(const KivCamera& camera, bool transparentOnly) {
     if ((added.empty() && areAllThere) || !KivTriangleOrder::insertAll(list, std::move(added))) {
         return;
     }
-    orderedTriangles.clear();
-    orderedTriangles.reserve(list.size());
+    std::vector<meshTriangle> ordered;
+    ordered.reserve(list.size());
     for (const KivTriangleOrder::Entry& entry : list) {
-        orderedTriangles.push_back(entry.triangle);
+        if (ordered.size() % entriesPerPoll == entriesPerPoll - 1 && kivIsCancelled()) {
+            return;
+        }
+        ordered.push_back(entry.triangle);
     }
+    orderedTriangles = std::move(ordered);
 }
 
 void KivScene::addSettingsToAllMeshes(const wchar_t* shaderName, bool combinable, const KivPageSettings* settings) {

@@ -32,7 +32,7 @@ public:
 
     // False after a cancel, with the entries in any order.
     bool sort() {
-        return sort(values.data(), scratch.data(), values.size());
+        return values.empty() || sort(values.data(), scratch.data(), values.size());
     }
 
 private:
@@ -147,10 +147,26 @@ bool KivTriangleOrder::insertAll(std::vector<Entry>& list, std::vector<Entry>&& 
         list = std::move(added);
         return true;
     }
-    // At equal distance the merge takes what was there first, as the insertion does.
+    return merge(list, added);
+}
+
+// At equal distance takes what was there first, as the insertion does. False after a cancel, with the list as it was.
+bool KivTriangleOrder::merge(std::vector<Entry>& list, const std::vector<Entry>& added) {
     std::vector<Entry> merged;
     merged.reserve(list.size() + added.size());
-    std::ranges::merge(list, added, std::back_inserter(merged), isMoreTriangles);
+    auto old = list.begin();
+    for (auto next = added.begin(); next != added.end();) {
+        const auto end = next + std::min<std::ptrdiff_t>(added.end() - next, entriesPerPoll / 2);
+        // What of the old list belongs before the last of these.
+        const auto oldEnd = std::upper_bound(old, list.end(), *(end - 1), isMoreTriangles);
+        std::merge(old, oldEnd, next, end, std::back_inserter(merged), isMoreTriangles);
+        old = oldEnd;
+        next = end;
+        if (kivIsCancelled()) {
+            return false;
+        }
+    }
+    merged.insert(merged.end(), old, list.end());
     list = std::move(merged);
     return true;
 }

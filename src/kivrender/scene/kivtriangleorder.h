@@ -49,6 +49,7 @@ private:
     explicit KivTriangleOrder(const std::vector<Entry>& list);
 
     static bool isMoreTriangles(const Entry& a, const Entry& b);
+    static bool merge(std::vector<Entry>& list, const std::vector<Entry>& added);
 
     // Where the entry of that index is; it lies between the two places.
     Place placeOf(std::size_t index, const Place& low, const Place& high) const;

@@ -5,6 +5,8 @@
 #include "kivrender/scene/kivprogress.h"
 
 #include <algorithm>
+#include <cstdint>
+#include <memory>
 #include <utility>
 
 namespace {
@@ -40,25 +42,56 @@ private:
 
 } // namespace
 
-void KivEdgesExtraction::extractEdges(const KivMesh* mesh, std::vector<edgeInfo>& edges, const KivCamera* camera,
-                                      std::vector<unsigned int>* triangles) {
-    constexpr std::size_t trianglesPerPoll = 100;
-    KivProgress* progress = kivCurrentProgress();
-    const std::size_t count = triangles != nullptr ? triangles->size() : mesh->getNumTriangles();
-    const std::size_t vertexCount = mesh->getNumVertexs();
-    const View view(*mesh, camera);
+// The sides of all triangles, dealt out by their lower vertex in two steps, each keeping the order of entry: first to
+// ranges of vertices so small that the sides of one stay in the processor's cache, then to the vertices themselves.
+class KivEdgesExtraction::SidesByVertex {
+public:
+    SidesByVertex(const KivMesh& theMesh, const KivCamera* camera, const std::vector<unsigned int>* theTriangles)
+        : mesh(theMesh), view(theMesh, camera), triangles(theTriangles),
+          count(theTriangles != nullptr ? theTriangles->size() : theMesh.getNumTriangles()),
+          rangeEnds(theMesh.getNumVertexs() / rangeVertices + 1, 0) {}
 
-    // Read every triangle once and count the sides of each lower vertex.
+    // All three false after a cancel.
+    bool read();
+    bool dealToRanges();
+    bool appendEdges(std::vector<edgeInfo>& edges);
+
+private:
+    static constexpr std::size_t trianglesPerPoll = 100;
+    static constexpr std::size_t sidesPerPoll = 65536;
+
     struct Entered {
         unsigned int indices[3];
         bool front;
     };
-    std::vector<Entered> entered(count);
-    std::vector<std::size_t> bucketEnds(vertexCount + 1, 0);
-    const auto triangleAt = [&](std::size_t n) {
+
+    bool isCancelled() const {
+        return progress != nullptr && progress->isCancelled();
+    }
+    // Asks once in so many sides that were worked on.
+    bool isCancelledAfter(std::size_t numSides) {
+        sincePoll += numSides;
+        if (sincePoll < sidesPerPoll) {
+            return false;
+        }
+        sincePoll = 0;
+        return isCancelled();
+    }
+    template <class Use> bool forEach(const Side* begin, const Side* end, const Use& use) {
+        while (begin != end) {
+            const Side* const next = begin + std::min<std::ptrdiff_t>(end - begin, sidesPerPoll);
+            if (isCancelledAfter(static_cast<std::size_t>(next - begin))) {
+                return false;
+            }
+            std::for_each(begin, next, use);
+            begin = next;
+        }
+        return true;
+    }
+    unsigned int triangleAt(std::size_t n) const {
         return triangles != nullptr ? (*triangles)[n] : static_cast<unsigned int>(n);
-    };
-    const auto forEachSide = [](const Entered& triangle, const auto& use) {
+    }
+    template <class Use> static void forEachSide(const Entered& triangle, const Use& use) {
         for (int corner = 0; corner < 3; ++corner) {
             const unsigned int from = triangle.indices[corner];
             const unsigned int to = triangle.indices[(corner + 1) % 3];
@@ -67,45 +100,111 @@ void KivEdgesExtraction::extractEdges(const KivMesh* mesh, std::vector<edgeInfo>
                 use(std::min(from, to), std::max(from, to), from > to);
             }
         }
-    };
-    for (std::size_t n = 0; n < count; ++n) {
-        if (n % trianglesPerPoll == 0 && progress != nullptr && progress->isCancelled()) {
-            return;
-        }
-        mesh->getTriangle(entered[n].indices, triangleAt(n));
-        entered[n].front = view.isFront(triangleAt(n));
-        forEachSide(entered[n], [&](unsigned int low, unsigned int, bool) { ++bucketEnds[low + std::size_t{1}]; });
     }
+    bool appendRange(std::size_t range, const Side* begin, const Side* end, std::vector<edgeInfo>& edges);
+    bool appendBucket(int low, Side* begin, Side* end, std::vector<edgeInfo>& edges);
+    bool sortManySides(Side* begin, Side* end);
 
-    // One pool for all buckets, each with the sides of one lower vertex in order of entry.
-    for (std::size_t vertex = 0; vertex < vertexCount; ++vertex) {
-        bucketEnds[vertex + 1] += bucketEnds[vertex];
-    }
-    std::vector<Side> pool(bucketEnds.back());
+    const KivMesh& mesh;
+    View view;
+    const std::vector<unsigned int>* triangles;
+    std::size_t count;
+    KivProgress* progress = kivCurrentProgress();
+    std::unique_ptr<Entered[]> entered;
+    std::unique_ptr<Side[]> pool;       // the sides of all ranges
+    std::vector<std::size_t> rangeEnds; // where the sides of each range end in it
+    std::vector<Side> sidesOfRange;
+    std::vector<Side> scratch;
+    std::size_t sincePoll = 0;
+};
+
+bool KivEdgesExtraction::SidesByVertex::read() {
+    entered = std::make_unique_for_overwrite<Entered[]>(count);
     for (std::size_t n = 0; n < count; ++n) {
+        if (n % trianglesPerPoll == 0 && isCancelled()) {
+            return false;
+        }
+        const unsigned int triangle = triangleAt(n);
+        mesh.getTriangle(entered[n].indices, triangle);
+        entered[n].front = view.isFront(triangle);
+        forEachSide(entered[n], [&](unsigned int low, unsigned int, bool) { ++rangeEnds[low / rangeVertices]; });
+    }
+    return true;
+}
+
+bool KivEdgesExtraction::SidesByVertex::dealToRanges() {
+    std::size_t next = 0;
+    for (std::size_t& end : rangeEnds) {
+        next += std::exchange(end, next);
+    }
+    pool = std::make_unique_for_overwrite<Side[]>(next);
+    for (std::size_t n = 0; n < count; ++n) {
+        if (isCancelledAfter(3)) {
+            return false;
+        }
         const int triangle = static_cast<int>(triangleAt(n));
         const bool front = entered[n].front;
         forEachSide(entered[n], [&](unsigned int low, unsigned int high, bool swapped) {
-            pool[bucketEnds[low]++] = {static_cast<int>(high), triangle, swapped, front};
+            const auto lowInRange = static_cast<std::uint16_t>(low % rangeVertices);
+            pool[rangeEnds[low / rangeVertices]++] = {static_cast<int>(high), triangle, lowInRange, swapped, front};
         });
     }
-    std::vector<Entered>().swap(entered);
-
-    // Writing the places moved every entry to the end of its bucket, which is where the next one starts.
-    // Twice as much as there is at least: callers gather the edges of many meshes in one list.
-    edges.reserve(std::max(edges.size() + pool.size() / 2, std::min(edges.capacity() * 2, edges.size() + pool.size())));
-    std::size_t start = 0;
-    for (std::size_t vertex = 0; vertex < vertexCount; ++vertex) {
-        const std::size_t end = bucketEnds[vertex];
-        appendBucket(static_cast<int>(vertex), pool.data() + start, pool.data() + end, edges);
-        start = end;
-    }
+    entered.reset();
+    return true;
 }
 
-void KivEdgesExtraction::appendBucket(int low, Side* begin, Side* end, std::vector<edgeInfo>& edges) {
+bool KivEdgesExtraction::SidesByVertex::appendEdges(std::vector<edgeInfo>& edges) {
+    const std::size_t numSides = rangeEnds.back();
+    // Twice as much as there is at least: callers gather the edges of many meshes in one list.
+    edges.reserve(std::max(edges.size() + numSides / 2, std::min(edges.capacity() * 2, edges.size() + numSides)));
+    std::size_t start = 0;
+    for (std::size_t range = 0; range < rangeEnds.size(); ++range) {
+        const std::size_t end = rangeEnds[range];
+        if (!appendRange(range, pool.get() + start, pool.get() + end, edges)) {
+            return false;
+        }
+        start = end;
+    }
+    return true;
+}
+
+bool KivEdgesExtraction::SidesByVertex::appendRange(std::size_t range, const Side* begin, const Side* end,
+                                                    std::vector<edgeInfo>& edges) {
+    std::uint32_t ends[rangeVertices] = {};
+    if (!forEach(begin, end, [&](const Side& side) { ++ends[side.low]; })) {
+        return false;
+    }
+    std::uint32_t next = 0;
+    for (std::uint32_t& bucketEnd : ends) {
+        next += std::exchange(bucketEnd, next);
+    }
+    sidesOfRange.resize(std::max(sidesOfRange.size(), std::size_t{next}));
+    if (!forEach(begin, end, [&](const Side& side) { sidesOfRange[ends[side.low]++] = side; })) {
+        return false;
+    }
+    std::size_t start = 0;
+    for (std::size_t low = 0; low < rangeVertices; ++low) {
+        Side* const sides = sidesOfRange.data();
+        if (!appendBucket(static_cast<int>(range * rangeVertices + low), sides + start, sides + ends[low], edges)) {
+            return false;
+        }
+        if (isCancelledAfter(ends[low] - start)) {
+            return false;
+        }
+        start = ends[low];
+    }
+    return true;
+}
+
+// Appends the edges of one lower vertex, whose sides are [begin, end) in order of entry.
+bool KivEdgesExtraction::SidesByVertex::appendBucket(int low, Side* begin, Side* end, std::vector<edgeInfo>& edges) {
     constexpr std::ptrdiff_t fewSides = 32;
     // Stable, so that the sides of one edge stay in order of entry. A vertex of ordinary valence has few.
-    if (end - begin <= fewSides) {
+    if (end - begin > fewSides) {
+        if (!sortManySides(begin, end)) {
+            return false;
+        }
+    } else {
         for (Side* side = begin; side != end; ++side) {
             const Side moved = *side;
             Side* place = side;
@@ -114,8 +213,6 @@ void KivEdgesExtraction::appendBucket(int low, Side* begin, Side* end, std::vect
             }
             *place = moved;
         }
-    } else {
-        std::stable_sort(begin, end, [](const Side& a, const Side& b) { return a.high < b.high; });
     }
     while (begin != end) {
         const std::size_t first = edges.size();
@@ -125,6 +222,47 @@ void KivEdgesExtraction::appendBucket(int low, Side* begin, Side* end, std::vect
         }
         // The newest record of an edge comes first.
         std::reverse(edges.begin() + static_cast<std::ptrdiff_t>(first), edges.end());
+    }
+    return true;
+}
+
+// By the digits of the higher vertex, the lowest first.
+bool KivEdgesExtraction::SidesByVertex::sortManySides(Side* begin, Side* end) {
+    constexpr unsigned int digitBits = 11;
+    const auto size = static_cast<std::size_t>(end - begin);
+    const auto byHigh = [](const Side& a, const Side& b) { return a.high < b.high; };
+    if (size < (std::size_t{1} << digitBits)) {
+        std::stable_sort(begin, end, byHigh);
+        return true;
+    }
+    const auto largest = static_cast<unsigned int>(std::max_element(begin, end, byHigh)->high);
+    scratch.resize(std::max(scratch.size(), size));
+    for (unsigned int shift = 0; shift < 32 && largest >> shift != 0; shift += digitBits) {
+        std::size_t ends[std::size_t{1} << digitBits] = {};
+        const auto digitOf = [shift](const Side& side) {
+            return static_cast<unsigned int>(side.high) >> shift & ((1U << digitBits) - 1);
+        };
+        if (!forEach(begin, end, [&](const Side& side) { ++ends[digitOf(side)]; })) {
+            return false;
+        }
+        std::size_t next = 0;
+        for (std::size_t& digitEnd : ends) {
+            next += std::exchange(digitEnd, next);
+        }
+        if (!forEach(begin, end, [&](const Side& side) { scratch[ends[digitOf(side)]++] = side; })) {
+            return false;
+        }
+        std::copy_n(scratch.begin(), size, begin);
+    }
+    return true;
+}
+
+void KivEdgesExtraction::extractEdges(const KivMesh* mesh, std::vector<edgeInfo>& edges, const KivCamera* camera,
+                                      std::vector<unsigned int>* triangles) {
+    const std::size_t before = edges.size();
+    SidesByVertex sides(*mesh, camera, triangles);
+    if (!sides.read() || !sides.dealToRanges() || !sides.appendEdges(edges)) {
+        edges.erase(edges.begin() + static_cast<std::ptrdiff_t>(before), edges.end());
     }
 }
 

@@ -7,6 +7,7 @@
 #include "kivrender/platform/kivexport.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <vector>
 
 class KivCamera;
@@ -36,24 +37,27 @@ public:
     // No edge gets a third triangle: where the side of an edge is taken, a second record of the same two vertices goes
     // in front of the first and alone takes further triangles.
     //
-    // All vertex indices must be below getNumVertexs(). Asks for a cancel every 100 triangles; a cancelled call leaves
-    // `edges` as it came. Takes about 20 bytes of memory for each triangle side while it runs.
+    // All vertex indices must be below getNumVertexs(). Asks for a cancel every 100 triangles, then by cost; a
+    // cancelled call leaves `edges` as it came. Takes about 20 bytes of memory for each triangle side while it runs.
     static void extractEdges(const KivMesh* mesh, std::vector<edgeInfo>& edges, const KivCamera* camera,
                              std::vector<unsigned int>* triangles);
 
 private:
     friend struct KivTestAccess;
 
+    static constexpr unsigned int rangeVertices = 8192;
+
     // One side of a triangle, in the bucket of the lower vertex.
     struct Side {
-        int high;     // the higher vertex
-        int triangle; // the triangle
-        bool swapped; // the triangle runs from the higher vertex to the lower
-        bool front;   // the triangle faces the camera
+        int high;          // the higher vertex
+        int triangle;      // the triangle
+        std::uint16_t low; // the lower vertex, counted from the start of its range
+        bool swapped;      // the triangle runs from the higher vertex to the lower
+        bool front;        // the triangle faces the camera
     };
 
-    // Appends the edges of one lower vertex, whose sides are [begin, end) in order of entry.
-    static void appendBucket(int low, Side* begin, Side* end, std::vector<edgeInfo>& edges);
+    class SidesByVertex;
+
     // Enters a side behind all earlier sides of the same edge. The records of that edge are edges[first] and on, the
     // oldest in front; only the newest, the last, can take a second triangle.
     static void inestEdgeRecord(int low, const Side& side, std::vector<edgeInfo>& edges, std::size_t first);

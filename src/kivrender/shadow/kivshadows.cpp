@@ -52,8 +52,16 @@ void sideQuad(const Kiv3DPoint& a, const Kiv3DPoint& b, const Kiv3DPoint& light)
 // From so many triangles on a volume goes out from arrays: a million calls for each corner cost more than the drawing.
 constexpr std::size_t manyTriangles = 2000;
 
+// Long loops ask for a cancel each time they have come through so many triangles or edges.
+constexpr std::size_t trianglesPerPoll = 4096;
+
+bool isPollDue(std::size_t n) {
+    return n % trianglesPerPoll == trianglesPerPoll - 1;
+}
+
 // A volume as arrays, corner for corner what the calls would send and in the same order; OpenGL keeps corners in single
-// precision either way. The points of the mesh come first, then each of them at infinity.
+// precision either way. The points of the mesh come first, then each of them at infinity. After a cancel it is
+// incomplete.
 class VolumeArrays {
 public:
     VolumeArrays(const std::vector<edgeInfo>& edges, const KivMesh& mesh, const Kiv3DPoint& light,
@@ -65,13 +73,19 @@ public:
             numSides += edge.lightened0 == edge.lightened1 ? 0U : static_cast<std::size_t>(timesOf(edge));
         }
         quads.reserve(numSides * 4);
-        for (const edgeInfo& edge : edges) {
-            if (edge.lightened0 != edge.lightened1) {
-                addSides(edge);
+        for (std::size_t i = 0; i < edges.size(); ++i) {
+            if (isPollDue(i) && kivIsCancelled()) {
+                return;
+            }
+            if (edges[i].lightened0 != edges[i].lightened1) {
+                addSides(edges[i]);
             }
         }
         triangles.reserve(lightened.size() * 6);
         for (std::size_t t = 0; t < lightened.size(); ++t) {
+            if (isPollDue(t) && kivIsCancelled()) {
+                return;
+            }
             unsigned int c[3];
             mesh.getTriangle(c, static_cast<unsigned int>(t));
             if (lightened[t]) {
@@ -88,12 +102,26 @@ public:
         }
         glEnableClientState(GL_VERTEX_ARRAY);
         glVertexPointer(4, GL_FLOAT, 0, corners.data());
-        glDrawElements(GL_QUADS, static_cast<GLsizei>(quads.size()), GL_UNSIGNED_INT, quads.data());
-        glDrawElements(GL_TRIANGLES, static_cast<GLsizei>(triangles.size()), GL_UNSIGNED_INT, triangles.data());
+        if (drawAll(GL_QUADS, quads)) {
+            drawAll(GL_TRIANGLES, triangles);
+        }
         glPopClientAttrib();
     }
 
 private:
+    // In pieces, with a question for a cancel between two. False after a cancel.
+    static bool drawAll(GLenum mode, const std::vector<unsigned int>& indices) {
+        constexpr std::size_t cornersPerCall = 49152; // 16384 triangles, 12288 quads
+        for (std::size_t i = 0; i < indices.size(); i += cornersPerCall) {
+            if (i > 0 && kivIsCancelled()) {
+                return false;
+            }
+            const std::size_t count = std::min(cornersPerCall, indices.size() - i);
+            glDrawElements(mode, static_cast<GLsizei>(count), GL_UNSIGNED_INT, &indices[i]);
+        }
+        return true;
+    }
+
     unsigned int far(unsigned int point) const {
         return point + numPoints;
     }
@@ -103,6 +131,9 @@ private:
         float* near = corners.data();
         float* away = near + std::size_t{4} * numPoints;
         for (unsigned int i = 0; i < numPoints; ++i, near += 4, away += 4) {
+            if (isPollDue(i) && kivIsCancelled()) {
+                return;
+            }
             const Kiv3DPoint p = mesh.getVertex(i);
             const float here[4] = {static_cast<float>(p.x), static_cast<float>(p.y), static_cast<float>(p.z), 1.0F};
             const float there[4] = {static_cast<float>(p.x - light.x), static_cast<float>(p.y - light.y),
@@ -300,6 +331,9 @@ std::shared_ptr<KivShadows::Volume> KivShadows::volumeOf(const KivMesh* mesh) {
         return nullptr;
     }
     KivEdgesExtraction::extractEdges(&volume->mesh, volume->edges, nullptr, nullptr);
+    if (kivIsCancelled()) {
+        return nullptr;
+    }
     if (cache && cache->used + volume->bytes() <= cache->budget) {
         cache->used += volume->bytes();
         cache->volumes.emplace(mesh, volume);
@@ -320,6 +354,10 @@ void KivShadows::drawShadowVolume(const KivMesh* mesh, const KivLight* light, bo
     std::optional<VolumeArrays> arrays;
     if (!saved && lightened.size() >= manyTriangles) {
         arrays.emplace(volume->edges, volume->mesh, light->getLocation(), lightened);
+    }
+    // What was made since may be incomplete.
+    if (kivIsCancelled()) {
+        return;
     }
     const auto draw = [&] {
         if (saved) {
@@ -350,10 +388,13 @@ void KivShadows::createSilhouette(const KivMesh* mesh, const KivLight* light, st
     flagEdges(edges, lightenedTriangles(light, mesh));
 }
 
-// Each triangle once, however many edges and caps ask for it.
+// Each triangle once, however many edges and caps ask for it. After a cancel the rest counts as not lit.
 std::vector<bool> KivShadows::lightenedTriangles(const KivLight* light, const KivMesh* mesh) {
     std::vector<bool> lightened(mesh->getNumTriangles());
     for (std::size_t t = 0; t < lightened.size(); ++t) {
+        if (isPollDue(t) && kivIsCancelled()) {
+            break;
+        }
         lightened[t] = isTriangleLightened(static_cast<int>(t), light, mesh);
     }
     return lightened;

@@ -130,6 +130,14 @@ TEST(Language, CodesAreNamesAndNoPaths) {
     for (const wchar_t* code : {L"", L"xx", L"../lang/selvarin-en", L"en/", L"e n", L"en\n"}) {
         EXPECT_FALSE(kivLoadLanguage(code)) << code;
     }
+    // Even where the path that such a code makes leads to a language.
+    const std::filesystem::path languages = std::filesystem::path(kivToUtf8(kivLibraryFolder())) / "lang";
+    const std::filesystem::path between = languages / "selvarin-x";
+    std::filesystem::create_directory(between);
+    ASSERT_NE(kivLoadLangResourceDLL((kivFromUtf8(between.string()) + L"/../selvarin-en" + kivModuleEnding()).c_str()),
+              0);
+    EXPECT_FALSE(kivLoadLanguage(L"x/../selvarin-en"));
+    std::filesystem::remove(between);
     EXPECT_TRUE(kivLoadLanguage(L"en"));
 }
 

@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <csignal>
 #include <cstdlib>
+#include <iterator>
 #include <png.h>
 #include <random>
 #include <sys/resource.h>
@@ -331,6 +332,39 @@ TEST_F(Image, BrokenAndTruncatedFilesAreRefusedQuietly) {
     EXPECT_FALSE(KivImage::load(folder.wide("missing.png")));
     EXPECT_FALSE(KivImage::load(folder.wide()));
     EXPECT_FALSE(KivImage::decode(Bytes(100, 'x')));
+}
+
+// Two grey pixels behind the directory of a TIFF file, where most writers put them before it.
+Bytes tiffThatEndsWithItsPixels() {
+    constexpr int entries[][3] = {{256, 4, 2}, {257, 4, 1}, {258, 3, 8}, {259, 3, 1}, {262, 3, 1},
+                                  {273, 4, 0}, {277, 3, 1}, {278, 4, 1}, {279, 4, 2}};
+    Bytes bytes = {'I', 'I', 42, 0, 8, 0, 0, 0, std::size(entries), 0};
+    const auto add = [&bytes](int value, int size) {
+        for (int i = 0; i < size; ++i) {
+            bytes.push_back(static_cast<std::uint8_t>(value >> (8 * i)));
+        }
+    };
+    constexpr int pixels = 8 + 2 + 12 * static_cast<int>(std::size(entries)) + 4;
+    for (const auto& [tag, type, value] : entries) {
+        add(tag, 2);
+        add(type, 2);
+        add(1, 4);
+        add(tag == 273 ? pixels : value, 4);
+    }
+    add(0, 4);
+    bytes.insert(bytes.end(), {0x40, 0x90});
+    return bytes;
+}
+
+TEST_F(Image, AFileMayEndWithItsLastPixelButNotBeforeIt) {
+    Bytes bytes = tiffThatEndsWithItsPixels();
+    const auto image = KivImage::decode(bytes);
+    ASSERT_TRUE(image);
+    EXPECT_EQ(image->size(), (tagSIZE{2, 1}));
+    EXPECT_EQ(image->pixel(0, 0), 0x404040U);
+    EXPECT_EQ(image->pixel(1, 0), 0x909090U);
+    bytes.pop_back();
+    EXPECT_FALSE(KivImage::decode(bytes));
 }
 
 TEST_F(Image, HugePicturesAreRefusedBeforeTheyTakeMemory) {

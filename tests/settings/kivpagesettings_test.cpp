@@ -71,6 +71,7 @@ TEST(KivPageSettings, WritesAndReadsItsSection) {
     manager.setSaving();
     Page page(L"P");
     page.setDataManager(&manager);
+    EXPECT_EQ(page.getDataManager(), &manager);
     page.value = 12;
     page.saveData();
     EXPECT_EQ(manager.getNumProperties(), 2);

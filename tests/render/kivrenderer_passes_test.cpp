@@ -5,7 +5,9 @@
 
 #include <gmock/gmock.h>
 
+#include <chrono>
 #include <cmath>
+#include <thread>
 
 namespace {
 
@@ -207,6 +209,96 @@ TEST_F(KivRendererPasses, HalfOpaqueMeshesCastAShadowAndClearerOnesDoNot) {
     const std::vector<KivLight> one = {lamp(0, 0, 3)};
     EXPECT_EQ(lightAt(box(0.2, 0.2, 1, 1.2, 0.7), one, 0.28, 0.0), 0.0);
     EXPECT_EQ(lightAt(box(0.2, 0.2, 1, 1.2, 0.3), one, 0.28, 0.0), 1.0);
+}
+
+// With a frustum of no width no mesh is too small to cast.
+TEST_F(KivRendererPasses, WithoutAFrustumEveryMeshWithTwoSidesCasts) {
+    settings.setShadows(true);
+    const auto pollsForVolumes = [&](std::unique_ptr<KivMesh> mesh) {
+        scene.addMesh(mesh.release());
+        scene.addLight(*std::make_unique<KivLight>(lamp(0, 0, 3)));
+        int before = 0;
+        int behind = 0;
+        progress.calls.clear();
+        progress.onPoll = [&] {
+            const auto text = [&](const char* name) {
+                return std::count(progress.calls.begin(), progress.calls.end(), std::string("setText ") + name);
+            };
+            (text("Calculating shadows") == 0 ? before : text("Drawing meshes") < 2 ? behind : before) += 1;
+        };
+        EXPECT_TRUE(render({20, 10}));
+        progress.onPoll = nullptr;
+        return behind;
+    };
+    const auto sheet = [](double y) { return box(1e-9, y, 0.0, 0.0); };
+    const int withoutVolume = pollsForVolumes(sheet(1e-9)); // small beside a frustum of 2
+    camera.setFrustumLeft(0.0);
+    camera.setFrustumRight(0.0);
+    EXPECT_EQ(camera.getMinFrustumSize(), 0.0);
+    EXPECT_GT(pollsForVolumes(sheet(1e-9)), withoutVolume + 10) << "welded, its edges found";
+    EXPECT_EQ(pollsForVolumes(sheet(0.0)), withoutVolume) << "a rod";
+}
+
+class KivRendererGrowing : public KivRendererPasses {
+protected:
+    // What is told between the first call of a shader that begins so and the first that begins otherwise.
+    std::vector<std::string> told(const std::string& call) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(810)); // the last picture that was shown
+        fillScene(scene, 25, 1);
+        EXPECT_TRUE(render({50, 10}));
+        auto at = std::find_if(progress.calls.begin(), progress.calls.end(),
+                               [&](const std::string& one) { return one.starts_with("base " + call); });
+        std::vector<std::string> found;
+        for (; at != progress.calls.end() && found.size() < 6; ++at) {
+            found.push_back(*at);
+        }
+        return found;
+    }
+};
+
+// The growing picture is shown after every tenth of the meshes, and no other.
+TEST_F(KivRendererGrowing, IsShownAfterATenthOfTheMeshesOfAWalk) {
+    settings.setShadows(true);
+    EXPECT_THAT(told("depth"), ElementsAre("base depth m0", "advance 1", "base depth m1", "advance 1 show",
+                                           "base depth m2", "advance 1"));
+}
+
+TEST_F(KivRendererGrowing, IsShownAfterATenthOfTheOpaqueMeshes) {
+    settings.setTransparencies(true);
+    EXPECT_THAT(told("opaque 1"), ElementsAre("base opaque 1 m0 0", "advance 1", "base opaque 1 m1 1", "advance 1 show",
+                                              "base opaque 1 m2 2", "advance 1"));
+}
+
+TEST_F(KivRendererGrowing, IsNotShownAfterAMeshWithoutAShader) {
+    settings.setShadows(true);
+    std::this_thread::sleep_for(std::chrono::milliseconds(810));
+    fillScene(scene, 3);
+    scene.getMesh(0)->addCombinableShader(L"something");
+    EXPECT_TRUE(render({50, 10}));
+    const auto first = std::find_if(progress.calls.begin(), progress.calls.end(),
+                                    [](const std::string& call) { return call.starts_with("advance"); });
+    ASSERT_LT(first - progress.calls.begin() + 3, static_cast<std::ptrdiff_t>(progress.calls.size()));
+    EXPECT_THAT(std::vector<std::string>(first, first + 3),
+                ElementsAre("advance 1", "base depth m1", "advance 1 show"));
+}
+
+// The last drawing of a render with transparency ends with the picture, even if no triangle was drawn.
+TEST_F(KivRendererPasses, AListWithoutTrianglesEndsItsStepByTheDefaultShader) {
+    settings.setTransparencies(true);
+    const auto tail = [&] {
+        progress.calls.clear();
+        fillScene(scene, 1);
+        EXPECT_TRUE(render({20, 10}));
+        const auto last = std::find(progress.calls.rbegin(), progress.calls.rend(), "setText Drawing meshes").base();
+        std::vector<std::string> calls;
+        for (auto call = last; call != progress.calls.end() && calls.size() < 3; ++call) {
+            calls.push_back(call->substr(0, 9));
+        }
+        return calls;
+    };
+    EXPECT_THAT(tail(), ElementsAre("beginStep", "advance 1", "endStep"));
+    setStyle(L"nobody", L"nothing;"); // no default either
+    EXPECT_THAT(tail(), ElementsAre("beginStep", "base endT", "beginStep"));
 }
 
 TEST_F(KivRendererPasses, EveryStepThatBeginsAlsoEnds) {

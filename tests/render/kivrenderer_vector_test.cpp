@@ -1,5 +1,6 @@
 // Vector drawings as the render driver makes them: the file, the messages, and a cancel at every question.
 #include "kivrender/platform/kivglcontext.h"
+#include "kivrender/platform/kivimage.h"
 #include "kivrender/vector/kivvectorpage.h"
 #include "kivrender/vector/kivvectorprogress.h"
 #include "render/renderfixture.h"
@@ -98,6 +99,36 @@ TEST_F(KivRendererVector, AllFiveEndingsWriteTheirFormat) {
         ASSERT_TRUE(renderOnce()) << name;
         EXPECT_TRUE(home.read(name).starts_with(head)) << name;
     }
+}
+
+TEST_F(KivRendererVector, ADrawingHasItsTitleItsProducerAndTheBackground) {
+    settings.setBackgroundColor(0x123456);
+    ASSERT_TRUE(renderOnce());
+    const std::string drawing = home.read("drawing.svg");
+    EXPECT_THAT(drawing, HasSubstr("<title>Morvane Render</title>"));
+    EXPECT_THAT(drawing, HasSubstr("For: Morvane 2.0\n"));
+    EXPECT_THAT(drawing, HasSubstr("<polygon fill=\"#563412\" points=\"0,0 60,0 60,40 0,40\"/>"));
+}
+
+// With the page open the paper is drawn as in a picture: an area over everything.
+TEST_F(KivRendererVector, APaperIsAnAreaOverTheDrawing) {
+    ASSERT_TRUE(renderOnce());
+    const std::string without = home.read("drawing.svg");
+    const auto paper = KivImage::create({8, 8});
+    GUID encoder;
+    host.getEncoderClsidFromFileName(L"p.png", &encoder);
+    ASSERT_EQ(paper->save(home.wide("p.png"), encoder), KivImageStatus::ok);
+    settings.setPaperImage(home.wide("p.png").c_str());
+    ASSERT_TRUE(renderOnce());
+    const std::string with = home.read("drawing.svg");
+    const auto areas = [](const std::string& text) {
+        std::size_t number = 0;
+        for (std::size_t at = text.find("<polygon"); at != std::string::npos; at = text.find("<polygon", at + 1)) {
+            ++number;
+        }
+        return number;
+    };
+    EXPECT_GT(areas(with), areas(without));
 }
 
 TEST_F(KivRendererVector, AnUnknownEndingIsToldAndNothingIsWritten) {

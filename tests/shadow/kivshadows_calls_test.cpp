@@ -338,6 +338,34 @@ TEST_F(KivShadowsCalls, SingleTriangleHasThreeSidesOnceAndTwoCaps) {
     }
 }
 
+// A cancelled volume draws nothing, wherever it is cancelled; what was made of it serves no other light.
+TEST_F(KivShadowsCalls, ACancelledVolumeDrawsNothingAndIsNotKept) {
+    const KivMesh mesh = box();
+    const KivLight light = lightAt(KivLight::pointLight, Kiv3DPoint(0.3, 0.2, 9));
+    for (const bool saved : {false, true}) {
+        const auto drawCancelledAt = [&](long poll) {
+            PollCounter counter(poll);
+            const ScopedProgress scope(counter);
+            shadows.drawShadowVolume(&mesh, &light, saved);
+            return counter.polls;
+        };
+        calls.clear();
+        const long all = drawCancelledAt(PollCounter::never);
+        const std::vector<std::string> whole = calls;
+        ASSERT_GT(all, 10);
+        for (long poll = 1; poll <= all; ++poll) {
+            shadows.beginVolumes(1 << 20);
+            calls.clear();
+            drawCancelledAt(poll);
+            EXPECT_TRUE(calls.empty()) << "poll " << poll << " of " << all;
+            EXPECT_TRUE(KivTestAccess::sides(shadows).empty());
+            shadows.drawShadowVolume(&mesh, &light, saved);
+            EXPECT_EQ(calls, whole) << "poll " << poll << " of " << all;
+            shadows.endVolumes();
+        }
+    }
+}
+
 TEST_F(KivShadowsCalls, SingleTriangleFromBehindHasThreeSidesAsWell) {
     const KivMesh mesh = triangle();
     const KivLight light = lightAt(KivLight::pointLight, Kiv3DPoint(0, 0, -5));

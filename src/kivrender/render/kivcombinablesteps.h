@@ -7,13 +7,14 @@
 #ifndef KIVRENDER_RENDER_KIVCOMBINABLESTEPS_H
 #define KIVRENDER_RENDER_KIVCOMBINABLESTEPS_H
 
+#include "kivrender/platform/kivexport.h"
 #include "kivrender/scene/kivprogress.h"
 
 #include <array>
 
 class KivScene;
 
-class KivCombinableSteps : public KivProgress {
+class KIV_API KivCombinableSteps : public KivProgress {
 public:
     static constexpr int stepCount = 4;
 

@@ -145,6 +145,9 @@ void KivRenderer::renderAllShadersForTransparency(KivNonCombinableShader* shader
     for (int pass = 1; pass <= 3; ++pass) {
         drawOpaqueMeshes(scene, camera, settings, count, list, shader, numMeshes, &counter, chunk, pass, surface,
                          progress, vectorial);
+        if (isCancelled(progress)) {
+            return;
+        }
         if (pass == 1) {
             glDepthMask(GL_FALSE); // and so it stays
         }

@@ -343,7 +343,7 @@ std::shared_ptr<KivShadows::Volume> KivShadows::volumeOf(const KivMesh* mesh) {
 
 void KivShadows::drawShadowVolume(const KivMesh* mesh, const KivLight* light, bool saved) {
     const std::shared_ptr<Volume> volume = volumeOf(mesh);
-    if (!volume || kivIsCancelled()) {
+    if (!volume) {
         return;
     }
     const std::vector<bool> lightened = lightenedTriangles(light, &volume->mesh);
@@ -357,6 +357,9 @@ void KivShadows::drawShadowVolume(const KivMesh* mesh, const KivLight* light, bo
     }
     // What was made since may be incomplete.
     if (kivIsCancelled()) {
+        if (saved) {
+            forgetStoredVolume();
+        }
         return;
     }
     const auto draw = [&] {
@@ -376,11 +379,15 @@ void KivShadows::drawShadowVolume(const KivMesh* mesh, const KivLight* light, bo
     glStencilOp(GL_KEEP, GL_DECR, GL_KEEP);
     draw();
     if (saved) {
-        volumeSides.clear();
-        volumeFrontCaps.clear();
-        volumeBackCaps.clear();
+        forgetStoredVolume();
     }
     glFrontFace(GL_CCW);
+}
+
+void KivShadows::forgetStoredVolume() {
+    volumeSides.clear();
+    volumeFrontCaps.clear();
+    volumeBackCaps.clear();
 }
 
 void KivShadows::createSilhouette(const KivMesh* mesh, const KivLight* light, std::vector<edgeInfo>& edges) {

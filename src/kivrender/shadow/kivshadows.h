@@ -112,6 +112,7 @@ private:
     void parallelToInfinity(const KivCamera& camera, bool depthFromZero, double* matrix) const;
     void infiniteFrustum(const KivCamera& camera, double* matrix);
     void calculateSceneBoundingBox(const KivScene* scene);
+    void forgetStoredVolume();
     void obtainDepthBuffer(tagSIZE size);
     std::shared_ptr<Volume> volumeOf(const KivMesh* mesh);
     std::vector<bool> lightenedTriangles(const KivLight* light, const KivMesh* mesh);

@@ -22,6 +22,11 @@ void CoplanarGroup::takeTriangle(SweepTriangle* triangle) {
         minExtent = triangle->minExtent;
 }
 
+void CoplanarGroup::forgetPlane() {
+    delete plane;
+    plane = nullptr;
+}
+
 bool CoplanarGroup::addTriangle(SweepTriangle* triangle) {
     FeedbackVertex* vertices = triangle->vertices;
     const FeedbackEdge sides[3] = {

@@ -19,7 +19,7 @@ KIV_API bool sameEnds(const FeedbackEdge& first, const FeedbackEdge& second);
 
 // Owns its plane and its triangles.
 struct KIV_API CoplanarGroup {
-    FeedbackPlane* plane = nullptr; // of the first triangle; null before there is one
+    FeedbackPlane* plane = nullptr; // of the first triangle; null before there is one, and when forgotten
     std::vector<SweepTriangle*> sweepTriangles;
     std::vector<FeedbackEdge> edges; // the sides that no second triangle shares, in no order
     float maxExtent = 0;             // over all triangles, along their axis
@@ -35,6 +35,8 @@ struct KIV_API CoplanarGroup {
     bool addTriangle(SweepTriangle* triangle);
     // What addTriangle does apart from the outline: takes a triangle over that is known to belong.
     void takeTriangle(SweepTriangle* triangle);
+    // For a group that has all its triangles. There may be a million groups.
+    void forgetPlane();
 };
 
 #endif

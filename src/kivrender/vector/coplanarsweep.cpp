@@ -1,7 +1,6 @@
 #include "kivrender/vector/coplanarsweep.h"
 
 #include "kivrender/scene/kivprogress.h"
-#include "kivrender/vector/prefetch.h"
 
 #include <algorithm>
 #include <functional>
@@ -28,17 +27,18 @@ bool CoplanarSweep::run(KivProgress* progress, std::vector<std::unique_ptr<Copla
             continue;
         groups.push_back(std::make_unique<CoplanarGroup>());
         isCancelled = !growGroup(seed, *groups.back(), progress);
+        groups.back()->forgetPlane();
     }
     cleanUp();
     return !isCancelled;
 }
 
 void CoplanarSweep::cleanUp() {
+    FeedbackPrimitiveList joined;
     std::size_t kept = 0;
     for (std::size_t i = 0; i < sweep.size(); ++i) {
-        prefetchAhead(primitives, i);
         if (states[i] == State::Joined) {
-            delete primitives[i];
+            joined.push_back(primitives[i]);
             continue;
         }
         primitives[kept++] = primitives[i];
@@ -47,6 +47,7 @@ void CoplanarSweep::cleanUp() {
     }
     primitives.resize(kept);
     sweep.clear();
+    deleteScatteredPrimitives(joined);
 }
 
 void CoplanarSweep::take(int triangle, State state, KivProgress* progress) {

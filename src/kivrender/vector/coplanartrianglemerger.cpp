@@ -6,6 +6,8 @@
 #include "kivrender/vector/coplanarsweep.h"
 #include "kivrender/vector/kivvectorprogress.h"
 #include "kivrender/vector/outlinetessellator.h"
+#include "kivrender/vector/pollmeter.h"
+#include "kivrender/vector/prefetch.h"
 #include "kivrender/vector/sweeporder.h"
 
 #include <cmath>
@@ -45,6 +47,15 @@ bool hasSameArea(const CoplanarGroup& group, const FeedbackPrimitiveList* pieces
     return std::fabs(after - before) <= tolerance * before;
 }
 
+// Puts entry order[k] of the list to place k.
+template <class Entry> void arrange(std::vector<Entry>& list, const std::vector<int>& order) {
+    std::vector<Entry> arranged;
+    arranged.reserve(list.size());
+    for (const int index : order)
+        arranged.push_back(list[static_cast<std::size_t>(index)]);
+    list.swap(arranged);
+}
+
 std::unique_ptr<FeedbackPrimitiveList> trianglesOf(const CoplanarGroup& group) {
     auto list = std::make_unique<FeedbackPrimitiveList>();
     list->reserve(group.sweepTriangles.size());
@@ -64,16 +75,43 @@ void CoplanarTriangleMerger::sortTriangles(std::vector<SweepTriangle*>& sweep, F
     keys.reserve(sweep.size());
     for (const SweepTriangle* triangle : sweep)
         keys.push_back(triangle->minExtent);
-    std::vector<SweepTriangle*> sortedSweep;
-    FeedbackPrimitiveList sortedTriangles;
-    sortedSweep.reserve(sweep.size());
-    sortedTriangles.reserve(sweep.size());
-    for (const int index : sweepOrder(keys)) {
-        sortedSweep.push_back(sweep[static_cast<std::size_t>(index)]);
-        sortedTriangles.push_back((*triangles)[static_cast<std::size_t>(index)]);
+    const std::vector<int> order = sweepOrder(keys);
+    arrange(sweep, order);
+    arrange(*triangles, order);
+}
+
+// Fills the sweep and sorts both lists. What belongs together in the sweep is made one after another, so that it lies
+// together in memory. On false, when the user has cancelled, the sweep is empty.
+bool CoplanarTriangleMerger::fillSweep(FeedbackPrimitiveList& triangles, int axis, std::vector<SweepTriangle*>& sweep) {
+    PollMeter poll;
+    std::vector<float> keys;
+    keys.reserve(triangles.size());
+    for (const FeedbackPrimitive* triangle : triangles) {
+        SweepTriangle swept(*triangle);
+        swept.axis = axis;
+        swept.computeExtents();
+        keys.push_back(swept.minExtent);
+        poll.isCancelledAfter(2);
     }
-    sweep.swap(sortedSweep);
-    triangles->swap(sortedTriangles);
+    arrange(triangles, sweepOrder(keys, poll));
+    if (poll.isCancelled())
+        return false;
+    sweep.reserve(triangles.size());
+    for (std::size_t i = 0; i < triangles.size(); ++i) {
+        prefetchAhead(triangles, i, 32);
+        if (i + 16 < triangles.size())
+            prefetch(triangles[i + 16]->vertices.data());
+        sweep.push_back(new SweepTriangle(*triangles[i]));
+        sweep.back()->axis = axis;
+        sweep.back()->computeExtents();
+        if (poll.isCancelledAfter(8)) {
+            for (SweepTriangle* each : sweep)
+                delete each;
+            sweep.clear();
+            return false;
+        }
+    }
+    return true;
 }
 
 void CoplanarTriangleMerger::merge(FeedbackPrimitiveList* triangles, int step, float xSize, float ySize) {
@@ -82,15 +120,8 @@ void CoplanarTriangleMerger::merge(FeedbackPrimitiveList* triangles, int step, f
         beginStep(progress, step, triangles->size(), L" (2) ");
     const int axis = xSize > ySize ? 0 : 1;
     std::vector<SweepTriangle*> sweep;
-    sweep.reserve(triangles->size());
-    for (const FeedbackPrimitive* triangle : *triangles) {
-        sweep.push_back(new SweepTriangle(*triangle));
-        sweep.back()->axis = axis;
-        sweep.back()->computeExtents();
-    }
-    sortTriangles(sweep, triangles, axis);
     std::vector<std::unique_ptr<CoplanarGroup>> groups;
-    if (!CoplanarSweep(sweep, *triangles).run(progress, groups))
+    if (!fillSweep(*triangles, axis, sweep) || !CoplanarSweep(sweep, *triangles).run(progress, groups))
         return;
     if (progress && !progress->isCancelled()) {
         progress->endStep();
@@ -102,7 +133,7 @@ void CoplanarTriangleMerger::merge(FeedbackPrimitiveList* triangles, int step, f
         return;
     }
     groups.clear();
-    deletePrimitives(*triangles);
+    deleteScatteredPrimitives(*triangles);
     triangles->swap(result);
     if (progress && !progress->isCancelled())
         progress->endStep();
@@ -114,6 +145,7 @@ bool CoplanarTriangleMerger::tessellateGroups(std::vector<std::unique_ptr<Coplan
                                               FeedbackPrimitiveList& result) {
     OutlineTessellator tessellator;
     for (std::size_t k = 0; k < groups.size(); ++k) {
+        prefetchAhead(seeds, k);
         std::unique_ptr<FeedbackPrimitiveList> pieces(tessellator.tessellate(groups[k].get()));
         if (failed == Failed::staysAsItWas && !hasSameArea(*groups[k], pieces.get())) {
             if (pieces) {

@@ -35,6 +35,7 @@ public:
     void sortTriangles(std::vector<SweepTriangle*>& sweep, FeedbackPrimitiveList* triangles, int axis);
 
 private:
+    static bool fillSweep(FeedbackPrimitiveList& triangles, int axis, std::vector<SweepTriangle*>& sweep);
     bool tessellateGroups(std::vector<std::unique_ptr<CoplanarGroup>>& groups, const FeedbackPrimitiveList& seeds,
                           KivProgress* progress, FeedbackPrimitiveList& result);
 

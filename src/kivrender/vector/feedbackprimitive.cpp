@@ -1,5 +1,8 @@
 #include "kivrender/vector/feedbackprimitive.h"
 
+#include <algorithm>
+#include <functional>
+
 bool FeedbackPrimitive::isStippled() const {
     return stipplePattern != 0 || stippleFactor != 0;
 }
@@ -32,4 +35,9 @@ void deletePrimitives(FeedbackPrimitiveList& list) {
     for (FeedbackPrimitive* primitive : list)
         delete primitive;
     list.clear();
+}
+
+void deleteScatteredPrimitives(FeedbackPrimitiveList& list) {
+    std::sort(list.begin(), list.end(), std::less<>());
+    deletePrimitives(list);
 }

@@ -17,6 +17,12 @@ constexpr std::int32_t sweepKeyOf(float value) {
     return bits < 0 ? bits ^ 0x7FFFFFFF : bits;
 }
 
+// A key and whose it is.
+struct SweepEntry {
+    std::int32_t key;
+    int index;
+};
+
 constexpr float sweepValueOf(std::int32_t key) {
     if (key == sweepKeyNaN)
         return std::numeric_limits<float>::quiet_NaN();

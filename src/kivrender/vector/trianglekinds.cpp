@@ -80,7 +80,9 @@ bool TriangleKinds::compute(PollMeter& poll) {
     kinds.reserve(triangles.size());
     keys.reserve(triangles.size());
     for (std::size_t i = 0; i < triangles.size(); ++i) {
-        prefetchAhead(painted, i);
+        prefetchAhead(painted, i, 32);
+        if (i + 16 < painted.size())
+            prefetch(painted[i + 16]->vertices.data());
         const FeedbackVertex* vertices = triangles[i]->vertices;
         kinds.push_back({averageColour(*painted[i]), FeedbackPlane(vertices[0], vertices[1], vertices[2]).normal,
                          sets.numberOf(*painted[i])});

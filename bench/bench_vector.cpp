@@ -349,6 +349,33 @@ void contoursLiterally(benchmark::State& state) {
     }
 }
 
+// A plate with rows of square holes, as the outline that the tessellator gets.
+void holes(benchmark::State& state) {
+    OwnedList triangles;
+    const int rows = static_cast<int>(std::sqrt(static_cast<double>(state.range(0))));
+    for (int i = 0; i < 2 * rows + 1; ++i) {
+        for (int j = 0; j < 2 * rows + 1; ++j) {
+            if (i % 2 == 0 || j % 2 == 0)
+                addFace(triangles, static_cast<float>(i), static_cast<float>(j), 1, 1, 0);
+        }
+    }
+    std::size_t left = 0;
+    for ([[maybe_unused]] auto round : state) {
+        state.PauseTiming();
+        {
+            OwnedList list;
+            for (const FeedbackPrimitive* each : triangles)
+                list.push_back(new FeedbackPrimitive(*each));
+            state.ResumeTiming();
+            CoplanarTriangleMerger(CoplanarTriangleMerger::Failed::staysAsItWas).merge(&list, 0, 2, 1);
+            state.PauseTiming();
+            left = list.size();
+        }
+        state.ResumeTiming();
+    }
+    state.counters["left"] = static_cast<double>(left);
+}
+
 void parseBothWays(benchmark::State& state) {
     OwnedList triangles;
     makeTriangles(triangles, oneFace, static_cast<int>(state.range(0)));
@@ -482,6 +509,7 @@ BENCHMARK_CAPTURE(groupTrianglesLiterally, faces20Flat, faces20Flat)->Apply(grow
 BENCHMARK_CAPTURE(groupTrianglesLiterally, oneFace, oneFace)->Apply(growingSlowly);
 BENCHMARK(contours)->Apply(growing);
 BENCHMARK(contoursLiterally)->Apply(growingSlowly);
+BENCHMARK(holes)->Arg(400)->Arg(1600)->Arg(6400)->Arg(16384)->Arg(65536)->Unit(benchmark::kMillisecond);
 BENCHMARK(parseBothWays)->Apply(growing);
 BENCHMARK(sortedKeys)->Apply(growing);
 BENCHMARK(simplifyPage)->Apply(growing);

@@ -8,8 +8,9 @@
 #include "kivrender/vector/outlinetessellator.h"
 #include "kivrender/vector/sweeporder.h"
 
+#include <algorithm>
 #include <cmath>
-#include <numeric>
+#include <cstdlib>
 
 using vectortest::describe;
 using vectortest::OwnedList;
@@ -259,6 +260,81 @@ TEST(CoplanarTriangleMerger, AGroupThatStaysIsOneThatFailed) {
     CoplanarTriangleMerger(CoplanarTriangleMerger::Failed::staysAsItWas).merge(&list, 7, 2, 1);
     EXPECT_EQ(list.size(), 2U);
     EXPECT_NEAR(areaOf(list), 5, 1e-4);
+}
+
+// A plate of squares with as many holes in each row.
+void addPlate(FeedbackPrimitiveList& list, int rows) {
+    for (int x = 0; x < 2 * rows + 1; ++x) {
+        for (int y = 0; y < 2 * rows + 1; ++y) {
+            if (x % 2 == 0 || y % 2 == 0)
+                addSquare(list, static_cast<float>(x), static_cast<float>(y));
+        }
+    }
+}
+
+// More holes than the tessellator can take at once without a poll for a cancel.
+TEST(CoplanarTriangleMerger, AnOutlineOfThousandsOfHolesIsCoveredInPieces) {
+    for (const auto failed : {CoplanarTriangleMerger::Failed::goes, CoplanarTriangleMerger::Failed::staysAsItWas}) {
+        OwnedList list;
+        addPlate(list, 60);
+        const double area = areaOf(list);
+        for (FeedbackPrimitive* each : list)
+            each->lineWidth = 3;
+        CoplanarTriangleMerger(failed).merge(&list, 7, 2, 1);
+        EXPECT_NEAR(areaOf(list), area, 1e-3 * area);
+        EXPECT_GE(list.size(), 2U + 6 * 3600) << "the fewest triangles there can be";
+        EXPECT_LE(list.size(), 1.05 * (2 + 6 * 3600));
+        for (const FeedbackPrimitive* each : list) {
+            ASSERT_EQ(each->type, FeedbackToken::polygon);
+            ASSERT_EQ(each->lineWidth, 3);
+        }
+    }
+}
+
+TEST(CoplanarTriangleMerger, PiecesCoverNoPlaceTwice) {
+    OwnedList list;
+    addPlate(list, 60);
+    merge(list);
+    // In the middle of each square that was there lies one triangle, and none in the holes.
+    std::vector<int> covered(121 * 121, 0);
+    for (const FeedbackPrimitive* each : list) {
+        const FeedbackVertex* v = each->vertices.data();
+        const auto [lowX, highX] = std::minmax({v[0].x, v[1].x, v[2].x});
+        const auto [lowY, highY] = std::minmax({v[0].y, v[1].y, v[2].y});
+        for (int x = static_cast<int>(lowX); x < static_cast<int>(highX); ++x) {
+            for (int y = static_cast<int>(lowY); y < static_cast<int>(highY); ++y) {
+                // Off the diagonals.
+                const double px = x + 0.51;
+                const double py = y + 0.523;
+                int inside = 0;
+                for (int k = 0; k < 3; ++k) {
+                    const FeedbackVertex& a = v[k];
+                    const FeedbackVertex& b = v[(k + 1) % 3];
+                    inside += (b.x - a.x) * (py - a.y) - (b.y - a.y) * (px - a.x) > 0 ? 1 : -1;
+                }
+                if (std::abs(inside) == 3)
+                    ++covered[static_cast<std::size_t>(121 * x + y)];
+            }
+        }
+    }
+    for (int x = 0; x < 121; ++x) {
+        for (int y = 0; y < 121; ++y)
+            ASSERT_EQ(covered[static_cast<std::size_t>(121 * x + y)], x % 2 == 0 || y % 2 == 0 ? 1 : 0)
+                << x << " " << y;
+    }
+}
+
+TEST(CoplanarTriangleMerger, WithEqualSizesTheSweepRunsAlongY) {
+    const auto merged = [](float xSize, float ySize) {
+        OwnedList list;
+        list.push_back(triangle(grey(1, 5), grey(2, 5), grey(2, 6)));
+        list.push_back(triangle(grey(3, 1), grey(4, 1), grey(4, 2)));
+        merge(list, xSize, ySize);
+        return list.empty() ? 0.0F : list[0]->vertices[0].y;
+    };
+    EXPECT_GE(merged(2, 1), 5.0F) << "the left one first";
+    EXPECT_LE(merged(1, 2), 2.0F) << "the lower one first";
+    EXPECT_LE(merged(1, 1), 2.0F);
 }
 
 TEST(CoplanarTriangleMerger, ASingleTriangleComesThrough) {

@@ -17,6 +17,7 @@ public:
         cell = cells[random.below(std::size(cells))];
         nudges = random.chance(3);
         smooth = random.chance(6);
+        tilts = random.chance(5);
         broken = random.chance(4);
         plane = static_cast<int>(random.below(4));
         numColours = 1 + random.below(3);
@@ -51,6 +52,11 @@ private:
             made = vertex(offset, u, v);
         if (plane == 3)
             made = vertex(u, v, 0.5F * u - 0.25F * v + offset);
+        if (tilts && random.chance(4)) {
+            // Sides of a cell at about the tolerance of directions, 1.4 thousandths, and clear of it.
+            static constexpr float slopes[] = {0.0004F, 0.001F, 0.0013F, 0.0015F, 0.004F};
+            made.z += cell * slopes[random.below(std::size(slopes))];
+        }
         if (nudges && random.chance(4)) {
             static constexpr float amounts[] = {0.0009F, -0.0009F, 0.0011F, 0.00049F, 0.001F, 1e-6F};
             (random.chance(2) ? made.x : made.y) += amounts[random.below(std::size(amounts))];
@@ -59,10 +65,14 @@ private:
     }
     void add(FeedbackPrimitiveList& triangles, FeedbackVertex p0, FeedbackVertex p1, FeedbackVertex p2) {
         const std::uint32_t colour = random.chance(4) ? random.below(numColours) : 0;
+        // One step of a float is within the tolerance of colours, two are about it, and ten are not.
+        static constexpr float alphas[] = {0.5F, 0.5F, 0.5F, 0.5F + 0x1p-24F, 0.5F + 0x1p-23F, 0.5F + 10 * 0x1p-24F};
+        const float alpha = random.chance(3) ? alphas[random.below(std::size(alphas))] : 0.5F;
         for (FeedbackVertex* each : {&p0, &p1, &p2}) {
             each->r = 0.25F + 0.3F * static_cast<float>(colour);
             each->g = smooth ? 0.1F * static_cast<float>(random.below(2)) : 0.3F;
             each->b = colour == 2 ? 0.7F : 0.7F + 1e-7F;
+            each->a = alpha;
         }
         if (broken && random.chance(8)) {
             switch (random.below(4)) {
@@ -92,6 +102,10 @@ private:
             break;
         }
         triangles.back()->blend = random.chance(30);
+        triangles.back()->boundary = random.chance(60);
+        triangles.back()->blendSource = random.chance(60) ? 770 : 0;
+        triangles.back()->blendDestination = random.chance(60) ? 771 : 0;
+        triangles.back()->stipplePattern = random.chance(60) ? 7 : 0;
         triangles.back()->lineWidth = static_cast<float>(1 + random.below(2));
         if (random.chance(25))
             triangles.push_back(new FeedbackPrimitive(*triangles.back()));
@@ -134,6 +148,7 @@ private:
     float origin = 0;
     bool nudges;
     bool smooth;
+    bool tilts;
     bool broken;
     int plane;
     std::uint32_t numColours;

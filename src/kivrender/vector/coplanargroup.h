@@ -14,6 +14,13 @@ struct FeedbackEdge {
     FeedbackVertex* to;
 };
 
+// Side k of triangle t, from its vertex k to the next, has the number 3 * t + k.
+inline FeedbackEdge sideOf(const std::vector<SweepTriangle*>& triangles, int number) {
+    FeedbackVertex* vertices = triangles[static_cast<std::size_t>(number / 3)]->vertices;
+    const int first = number % 3;
+    return {&vertices[first], &vertices[first == 2 ? 0 : first + 1]};
+}
+
 // True if the two edges have the same ends, in either direction.
 KIV_API bool sameEnds(const FeedbackEdge& first, const FeedbackEdge& second);
 

@@ -6,7 +6,7 @@
 #include <functional>
 
 CoplanarSweep::CoplanarSweep(std::vector<SweepTriangle*>& toSweep, FeedbackPrimitiveList& toMerge)
-    : sweep(toSweep), primitives(toMerge), kinds(toSweep, toMerge), grid(toSweep, kinds), outline(grid, toSweep.size()),
+    : sweep(toSweep), primitives(toMerge), kinds(toSweep, toMerge), grid(toSweep, kinds), outline(toSweep),
       states(toSweep.size(), State::Free) {}
 
 // False when the user has cancelled.
@@ -97,7 +97,7 @@ void CoplanarSweep::appendSide(int side) {
 }
 
 void CoplanarSweep::seekCandidate(int side) {
-    const int triangle = grid.firstMatch(grid.side(side), currentKinds, poll,
+    const int triangle = grid.firstMatch(sideOf(sweep, side), currentKinds, poll,
                                          [this](int other) { return kinds.belongs(other, current, *grown->plane); });
     if (triangle == SideGrid::none)
         return;

@@ -9,8 +9,7 @@
 #include "kivrender/vector/pollmeter.h"
 #include "kivrender/vector/prefetch.h"
 #include "kivrender/vector/sweeporder.h"
-
-#include <cmath>
+#include "kivrender/vector/trianglecover.h"
 
 namespace {
 
@@ -20,33 +19,6 @@ void beginStep(KivProgress* progress, int step, std::size_t size, const wchar_t*
     progress->beginStep();
 }
 
-double areaOf(const FeedbackVertex& a, const FeedbackVertex& b, const FeedbackVertex& c) {
-    const FeedbackVector u(static_cast<double>(b.x) - a.x, static_cast<double>(b.y) - a.y,
-                           static_cast<double>(b.z) - a.z);
-    const FeedbackVector v(static_cast<double>(c.x) - a.x, static_cast<double>(c.y) - a.y,
-                           static_cast<double>(c.z) - a.z);
-    const FeedbackVector normal = u.cross(v);
-    return std::sqrt(normal.dot(normal)) / 2.0;
-}
-
-// Whether the pieces cover as much as the group did. Null covers nothing. Rounding, and edges that were joined within
-// the tolerance of vertices, may cost a thousandth.
-bool hasSameArea(const CoplanarGroup& group, const FeedbackPrimitiveList* pieces) {
-    constexpr double tolerance = 1e-3;
-    double before = 0.0;
-    for (const SweepTriangle* triangle : group.sweepTriangles) {
-        before += areaOf(triangle->vertices[0], triangle->vertices[1], triangle->vertices[2]);
-    }
-    double after = 0.0;
-    if (pieces != nullptr) {
-        for (const FeedbackPrimitive* piece : *pieces) {
-            after += areaOf(piece->vertices[0], piece->vertices[1], piece->vertices[2]);
-        }
-    }
-    // A triangle without area has nothing to lose.
-    return std::fabs(after - before) <= tolerance * before;
-}
-
 // Puts entry order[k] of the list to place k.
 template <class Entry> void arrange(std::vector<Entry>& list, const std::vector<int>& order) {
     std::vector<Entry> arranged;
@@ -54,18 +26,6 @@ template <class Entry> void arrange(std::vector<Entry>& list, const std::vector<
     for (const int index : order)
         arranged.push_back(list[static_cast<std::size_t>(index)]);
     list.swap(arranged);
-}
-
-std::unique_ptr<FeedbackPrimitiveList> trianglesOf(const CoplanarGroup& group) {
-    auto list = std::make_unique<FeedbackPrimitiveList>();
-    list->reserve(group.sweepTriangles.size());
-    for (const SweepTriangle* triangle : group.sweepTriangles) {
-        auto* const copy = new FeedbackPrimitive;
-        copy->vertices.assign(triangle->vertices, triangle->vertices + 3);
-        copy->vertexCount = 3;
-        list->push_back(copy);
-    }
-    return list;
 }
 
 } // namespace
@@ -144,14 +104,17 @@ bool CoplanarTriangleMerger::tessellateGroups(std::vector<std::unique_ptr<Coplan
                                               const FeedbackPrimitiveList& seeds, KivProgress* progress,
                                               FeedbackPrimitiveList& result) {
     OutlineTessellator tessellator;
+    PollMeter poll;
     for (std::size_t k = 0; k < groups.size(); ++k) {
         prefetchAhead(seeds, k);
         std::unique_ptr<FeedbackPrimitiveList> pieces(tessellator.tessellate(groups[k].get()));
-        if (failed == Failed::staysAsItWas && !hasSameArea(*groups[k], pieces.get())) {
-            if (pieces) {
+        if (failed == Failed::staysAsItWas) {
+            if (!pieces)
+                pieces = std::make_unique<FeedbackPrimitiveList>();
+            if (!TriangleCover::hasSameArea(groups[k]->sweepTriangles, *pieces)) {
                 deletePrimitives(*pieces);
+                TriangleCover::appendCopies(groups[k]->sweepTriangles, *pieces, poll);
             }
-            pieces = trianglesOf(*groups[k]);
         }
         if (pieces) {
             for (std::size_t i = 0; i < pieces->size(); ++i) {

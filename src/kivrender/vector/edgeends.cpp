@@ -1,5 +1,6 @@
 #include "kivrender/vector/edgeends.h"
 
+#include "kivrender/vector/pollmeter.h"
 #include "kivrender/vector/vertexcells.h"
 
 #include <algorithm>
@@ -12,14 +13,19 @@ constexpr std::size_t mostWalked = 24;
 
 EdgeEnds::EdgeEnds(const std::vector<FeedbackEdge>& list) : edges(list) {}
 
-void EdgeEnds::takeAll() {
+bool EdgeEnds::takeAll() {
     cells.clear();
     isWalked = edges.size() <= mostWalked;
     if (isWalked)
-        return;
+        return true;
+    PollMeter poll;
     cells.reserve(edges.size() * 2);
-    for (std::size_t index = 0; index < edges.size(); ++index)
+    for (std::size_t index = 0; index < edges.size(); ++index) {
         add(index);
+        if (poll.isCancelledAfter(50))
+            return false;
+    }
+    return true;
 }
 
 std::uint64_t EdgeEnds::keyOf(const FeedbackVertex& vertex) {

@@ -14,8 +14,8 @@ public:
     // The list must outlive the object. Whoever changes it tells so.
     explicit EdgeEnds(const std::vector<FeedbackEdge>& list);
 
-    // Takes in all edges of the list as they are.
-    void takeAll();
+    // Takes in all edges of the list as they are. False when the user has cancelled.
+    bool takeAll();
     // Before an edge changes or goes, and after it has changed or come to its place.
     void remove(std::size_t index);
     void add(std::size_t index);

@@ -18,7 +18,8 @@ FeedbackVector directionOf(const FeedbackVertex& from, const FeedbackVertex& to)
 OutlineContours::OutlineContours(std::vector<FeedbackEdge>& outline) : edges(outline), ends(outline) {}
 
 bool OutlineContours::joinCollinearEdges() {
-    ends.takeAll();
+    if (!ends.takeAll())
+        return false;
     for (std::size_t index = 0; index < edges.size(); ++index) {
         if (!joinOnto(index))
             return false;
@@ -87,7 +88,8 @@ void OutlineContours::absorb(std::size_t other, const FeedbackEdge& joined) {
 }
 
 bool OutlineContours::chain(std::vector<FeedbackVertex*>& vertices, std::vector<int>& contourEnds) {
-    ends.takeAll();
+    if (!ends.takeAll())
+        return false;
     std::vector<bool> isUsed(edges.size(), false);
     const auto use = [&](std::size_t index) {
         ends.remove(index);

@@ -1,5 +1,7 @@
 #include "kivrender/vector/outlinesides.h"
 
+#include "kivrender/vector/vertexcells.h"
+
 #include <bit>
 
 namespace {
@@ -8,8 +10,8 @@ constexpr std::size_t mostWalked = 16;
 
 } // namespace
 
-OutlineSides::OutlineSides(const SideGrid& sideGrid, std::size_t numTriangles)
-    : grid(sideGrid), slots(numTriangles * 3, -1) {}
+OutlineSides::OutlineSides(const std::vector<SweepTriangle*>& triangles)
+    : all(triangles), slots(triangles.size() * 3, -1) {}
 
 void OutlineSides::begin(std::vector<FeedbackEdge>& outlineEdges) {
     for (const int side : sides)
@@ -21,7 +23,7 @@ void OutlineSides::begin(std::vector<FeedbackEdge>& outlineEdges) {
 
 void OutlineSides::append(int side) {
     slots[static_cast<std::size_t>(side)] = static_cast<int>(sides.size());
-    edges->push_back(grid.side(side));
+    edges->push_back(sideOf(all, side));
     sides.push_back(side);
     if (heads.empty() ? sides.size() > mostWalked : sides.size() > heads.size())
         sortIntoCells(4 * sides.size());
@@ -30,7 +32,7 @@ void OutlineSides::append(int side) {
 }
 
 std::uint64_t OutlineSides::keyOf(int side) const {
-    const FeedbackEdge edge = grid.side(side);
+    const FeedbackEdge edge = sideOf(all, side);
     return VertexCells::keyOf(VertexCells::middle(*edge.from, *edge.to));
 }
 
@@ -65,12 +67,12 @@ void OutlineSides::unlink(int side) {
 }
 
 void OutlineSides::collectAround(int triangle, unsigned which, PollMeter& poll) {
-    const FeedbackEdge edge = grid.side(3 * triangle + static_cast<int>(which));
+    const FeedbackEdge edge = sideOf(all, 3 * triangle + static_cast<int>(which));
     VertexCells::forEachKeyAround(VertexCells::middle(*edge.from, *edge.to), [&](std::uint64_t key) {
         int walked = 0;
         for (int side = heads[key & (heads.size() - 1)]; side >= 0; side = next[static_cast<std::size_t>(side)]) {
             ++walked;
-            if (sameEnds(edge, grid.side(side)))
+            if (sameEnds(edge, sideOf(all, side)))
                 shared.emplace_back(side, 1U << which);
         }
         poll.isCancelledAfter(1 + walked);
@@ -84,7 +86,7 @@ void OutlineSides::collectShared(int triangle, PollMeter& poll) {
             collectAround(triangle, which, poll);
             continue;
         }
-        const FeedbackEdge edge = grid.side(3 * triangle + static_cast<int>(which));
+        const FeedbackEdge edge = sideOf(all, 3 * triangle + static_cast<int>(which));
         for (std::size_t slot = 0; slot < sides.size(); ++slot) {
             if (sameEnds(edge, (*edges)[slot]))
                 shared.emplace_back(sides[slot], 1U << which);

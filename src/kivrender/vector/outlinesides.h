@@ -1,8 +1,9 @@
-// The outline of a group that grows, with the numbers of the sides that are its edges.
+// The outline of a region that grows by triangles, with the numbers of the sides that are its edges.
 #ifndef KIVRENDER_VECTOR_OUTLINESIDES_H
 #define KIVRENDER_VECTOR_OUTLINESIDES_H
 
-#include "kivrender/vector/sidegrid.h"
+#include "kivrender/vector/coplanargroup.h"
+#include "kivrender/vector/pollmeter.h"
 
 #include <cstdint>
 #include <utility>
@@ -11,7 +12,8 @@
 // Short outlines are walked. The edges of a long one are sorted into cells by the place of their middles.
 class OutlineSides {
 public:
-    OutlineSides(const SideGrid& sideGrid, std::size_t numTriangles);
+    // The triangles must outlive the object.
+    explicit OutlineSides(const std::vector<SweepTriangle*>& triangles);
 
     // Starts with an empty outline, whose edges are kept in that list.
     void begin(std::vector<FeedbackEdge>& outlineEdges);
@@ -35,7 +37,7 @@ private:
     void unlink(int side);
     void sortIntoCells(std::size_t numCells);
 
-    const SideGrid& grid;
+    const std::vector<SweepTriangle*>& all;
     std::vector<FeedbackEdge>* edges = nullptr;
     std::vector<int> sides; // behind the edges
     std::vector<int> slots; // of each side in the outline, or -1

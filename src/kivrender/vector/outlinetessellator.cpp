@@ -1,12 +1,17 @@
 #include "kivrender/vector/outlinetessellator.h"
 
 #include "kivrender/vector/outlinecontours.h"
+#include "kivrender/vector/outlinesides.h"
+#include "kivrender/vector/pollmeter.h"
+#include "kivrender/vector/tessellationcost.h"
+#include "kivrender/vector/trianglecover.h"
 
 #include <GL/glu.h>
 
 #include <algorithm>
 #include <cmath>
 #include <memory>
+#include <utility>
 
 namespace {
 
@@ -18,6 +23,45 @@ bool isFinite(const std::vector<FeedbackVertex*>& vertices, int start, int end) 
     return std::all_of(vertices.begin() + start, vertices.begin() + end, [](const FeedbackVertex* each) {
         return std::isfinite(each->x) && std::isfinite(each->y) && std::isfinite(each->z);
     });
+}
+
+constexpr std::size_t mostTrianglesOfPiece = 8192;
+
+double middleAlong(const SweepTriangle& triangle, int axis) {
+    const FeedbackVertex* v = triangle.vertices;
+    const auto sum = [](double a, double b, double c) { return a + b + c; };
+    return axis == 0   ? sum(v[0].x, v[1].x, v[2].x)
+           : axis == 1 ? sum(v[0].y, v[1].y, v[2].y)
+                       : sum(v[0].z, v[1].z, v[2].z);
+}
+
+// Cuts across the longest extent. Both halves keep their order.
+std::pair<std::vector<SweepTriangle*>, std::vector<SweepTriangle*>> halvesOf(const std::vector<SweepTriangle*>& all) {
+    std::vector<double> middles[3];
+    double longest = -1;
+    int axis = 0;
+    for (int each = 0; each < 3; ++each) {
+        for (const SweepTriangle* triangle : all)
+            middles[each].push_back(middleAlong(*triangle, each));
+        const auto [low, high] = std::minmax_element(middles[each].begin(), middles[each].end());
+        if (*high - *low > longest) {
+            longest = *high - *low;
+            axis = each;
+        }
+    }
+    std::vector<double> sorted = middles[axis];
+    const auto half = sorted.begin() + static_cast<std::ptrdiff_t>(sorted.size() / 2);
+    std::nth_element(sorted.begin(), half, sorted.end());
+    // Of triangles with the middle one's place as many go to the first half as it lacks.
+    std::ptrdiff_t left =
+        half - sorted.begin() - std::count_if(sorted.begin(), half, [half](double middle) { return middle < *half; });
+    std::pair<std::vector<SweepTriangle*>, std::vector<SweepTriangle*>> halves;
+    for (std::size_t i = 0; i < all.size(); ++i) {
+        const double middle = middles[axis][i];
+        const bool isFirst = middle < *half || (middle == *half && left-- > 0);
+        (isFirst ? halves.first : halves.second).push_back(all[i]);
+    }
+    return halves;
 }
 
 } // namespace
@@ -109,27 +153,92 @@ void OutlineTessellator::cover(const std::vector<FeedbackVertex*>& vertices, con
     gluTessEndPolygon(tessellator);
 }
 
-FeedbackPrimitiveList* OutlineTessellator::tessellate(CoplanarGroup* group) {
+void OutlineTessellator::appendResult(const std::vector<FeedbackVertex*>& vertices, FeedbackPrimitiveList& list) const {
+    list.reserve(list.size() + resultIndices.size() / 3);
+    for (std::size_t m = 2; m < resultIndices.size(); m += 3) {
+        auto* triangle = new FeedbackPrimitive;
+        list.push_back(triangle);
+        triangle->vertices.reserve(3);
+        for (const std::size_t i : {m - 2, m - 1, m})
+            triangle->vertices.push_back(*vertices[static_cast<std::size_t>(resultIndices[i])]);
+        triangle->vertexCount = 3;
+    }
+}
+
+// Covers the outline of the triangles, if that costs little.
+OutlineTessellator::Covered OutlineTessellator::coverOutline(std::vector<FeedbackEdge>& edges,
+                                                             const std::vector<SweepTriangle*>& triangles,
+                                                             FeedbackPrimitiveList& list) {
     resultIndices.clear();
     currentIndices.clear();
     errorCode = 0;
     std::vector<FeedbackVertex*> vertices;
     std::vector<int> contourEnds;
-    OutlineContours contours(group->edges);
+    OutlineContours contours(edges);
     if (!contours.joinCollinearEdges() || !contours.chain(vertices, contourEnds))
-        return nullptr;
-    cover(vertices, contourEnds);
-    if (resultIndices.size() < 3)
-        return nullptr;
-    auto triangles = std::make_unique<FeedbackPrimitiveList>();
-    triangles->reserve(resultIndices.size() / 3);
-    for (std::size_t m = 2; m < resultIndices.size(); m += 3) {
-        auto* triangle = new FeedbackPrimitive;
-        triangle->vertices.reserve(3);
-        for (const std::size_t i : {m - 2, m - 1, m})
-            triangle->vertices.push_back(*vertices[static_cast<std::size_t>(resultIndices[i])]);
-        triangle->vertexCount = 3;
-        triangles->push_back(triangle);
+        return Covered::Cancelled;
+    if (triangles.size() > 1) {
+        const FeedbackVertex* corners = triangles.front()->vertices;
+        if (!TessellationCost::isLow(vertices, contourEnds, FeedbackPlane(corners[0], corners[1], corners[2]).normal))
+            return Covered::TooCostly;
     }
-    return triangles.release();
+    cover(vertices, contourEnds);
+    appendResult(vertices, list);
+    return Covered::All;
+}
+
+// Covers a part of a group.
+OutlineTessellator::Covered OutlineTessellator::coverPiece(const std::vector<SweepTriangle*>& triangles,
+                                                           FeedbackPrimitiveList& list, PollMeter& poll) {
+    std::vector<FeedbackEdge> edges;
+    OutlineSides outline(triangles);
+    outline.begin(edges);
+    for (int triangle = 0; triangle < static_cast<int>(triangles.size()); ++triangle) {
+        const unsigned open = outline.closeShared(triangle, poll);
+        for (int side = 0; side < 3; ++side) {
+            if ((open & (1U << side)) != 0)
+                outline.append(3 * triangle + side);
+        }
+        if (poll.isCancelledAfter(20))
+            return Covered::Cancelled;
+    }
+    const std::size_t before = list.size();
+    const Covered covered = coverOutline(edges, triangles, list);
+    const auto added = list.begin() + static_cast<std::ptrdiff_t>(before);
+    if (covered != Covered::All || TriangleCover::hasSameArea(triangles, {added, list.end()}))
+        return covered;
+    FeedbackPrimitiveList failed(added, list.end());
+    list.resize(before);
+    deletePrimitives(failed);
+    return TriangleCover::appendCopies(triangles, list, poll) ? Covered::All : Covered::Cancelled;
+}
+
+// False when the user has cancelled.
+bool OutlineTessellator::coverInPieces(const std::vector<SweepTriangle*>& triangles, FeedbackPrimitiveList& list) {
+    PollMeter poll;
+    std::vector<std::vector<SweepTriangle*>> open = {triangles};
+    while (!open.empty()) {
+        const std::vector<SweepTriangle*> piece = std::move(open.back());
+        open.pop_back();
+        const Covered covered =
+            piece.size() > mostTrianglesOfPiece ? Covered::TooCostly : coverPiece(piece, list, poll);
+        if (covered == Covered::TooCostly) {
+            auto [first, second] = halvesOf(piece);
+            open.push_back(std::move(second));
+            open.push_back(std::move(first));
+        }
+        if (covered == Covered::Cancelled || poll.isCancelledAfter(20 * static_cast<int>(piece.size())))
+            return false;
+    }
+    return true;
+}
+
+FeedbackPrimitiveList* OutlineTessellator::tessellate(CoplanarGroup* group) {
+    auto triangles = std::make_unique<FeedbackPrimitiveList>();
+    Covered covered = coverOutline(group->edges, group->sweepTriangles, *triangles);
+    if (covered == Covered::TooCostly)
+        covered = coverInPieces(group->sweepTriangles, *triangles) ? Covered::All : Covered::Cancelled;
+    if (covered == Covered::Cancelled)
+        deletePrimitives(*triangles);
+    return triangles->empty() ? nullptr : triangles.release();
 }

@@ -11,6 +11,7 @@
 #include <vector>
 
 class GLUtesselator;
+class PollMeter;
 
 class KIV_API OutlineTessellator {
 public:
@@ -22,6 +23,9 @@ public:
     // A new list of triangles, the caller's to delete with what it holds, whose attributes are those of a new primitive
     // but for the vertex count. Null when there is nothing to cover or the user has cancelled. Uses up the group's
     // edges. A contour that crosses itself gives what the tessellator made of it, which may be nothing.
+    //
+    // An outline that would keep the tessellator busy for long, without a poll for a cancel, is covered in pieces:
+    // parts of the group with an outline of their own. A part that the tessellator can't cover keeps its triangles.
     FeedbackPrimitiveList* tessellate(CoplanarGroup* group);
 
 private:
@@ -38,7 +42,13 @@ private:
     static void onEnd(void* self);
     static void onError(std::uint32_t code, void* self);
 
+    enum class Covered { All, TooCostly, Cancelled };
+    Covered coverOutline(std::vector<FeedbackEdge>& edges, const std::vector<SweepTriangle*>& triangles,
+                         FeedbackPrimitiveList& list);
     void cover(const std::vector<FeedbackVertex*>& vertices, const std::vector<int>& contourEnds);
+    void appendResult(const std::vector<FeedbackVertex*>& vertices, FeedbackPrimitiveList& list) const;
+    bool coverInPieces(const std::vector<SweepTriangle*>& triangles, FeedbackPrimitiveList& list);
+    Covered coverPiece(const std::vector<SweepTriangle*>& triangles, FeedbackPrimitiveList& list, PollMeter& poll);
 
     std::int32_t primitiveType = 0;
     std::vector<std::int32_t> currentIndices;

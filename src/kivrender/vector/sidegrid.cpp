@@ -17,7 +17,7 @@ SideGrid::SideGrid(const std::vector<SweepTriangle*>& sweep, const TriangleKinds
       isTaken(sweep.size(), false) {}
 
 double SideGrid::cellOnAxis(int number) const {
-    const FeedbackEdge edge = side(number);
+    const FeedbackEdge edge = sideOf(triangles, number);
     return VertexCells::cellOf(alongAxis(VertexCells::middle(*edge.from, *edge.to), axis));
 }
 
@@ -38,7 +38,7 @@ std::size_t SideGrid::slabOf(double cell) const {
 }
 
 std::size_t SideGrid::cellOf(int number) const {
-    const FeedbackEdge edge = side(number);
+    const FeedbackEdge edge = sideOf(triangles, number);
     const FeedbackVector place = VertexCells::middle(*edge.from, *edge.to);
     const double along = VertexCells::cellOf(alongAxis(place, axis));
     const double aside = VertexCells::cellOf(alongAxis(place, axis == 0 ? 1 : 0));

@@ -20,13 +20,6 @@ public:
     // Must come first, and once. False when the user has cancelled.
     bool build(PollMeter& poll);
 
-    // Side k of triangle t, from its vertex k to the next, has the number 3 * t + k.
-    FeedbackEdge side(int number) const {
-        FeedbackVertex* vertices = triangles[static_cast<std::size_t>(number / 3)]->vertices;
-        const int first = number % 3;
-        return {&vertices[first], &vertices[first == 2 ? 0 : first + 1]};
-    }
-
     void take(int triangle) {
         isTaken[static_cast<std::size_t>(triangle)] = true;
     }
@@ -50,7 +43,7 @@ public:
                 const int triangle = sides[at] / 3;
                 if (triangle >= best)
                     break;
-                if (sameEnds(edge, side(sides[at])) && accepts(triangle)) {
+                if (sameEnds(edge, sideOf(triangles, sides[at])) && accepts(triangle)) {
                     best = triangle;
                     break;
                 }

@@ -12,6 +12,7 @@
 #include "kivrender/scene/kivpolyline.h"
 #include "kivrender/settings/kivsettingstable.h"
 #include "kivrender/shader/kivshader.h"
+#include "kivrender/shader/kivshaderguard.h"
 #include "kivrender/shader/kivshadersettings.h"
 
 #include <cstdio>
@@ -96,10 +97,10 @@ int runShaders(const Words& words) {
             continue;
         }
         if (words.has("quiet")) {
-            std::printf("%s\n", kivToUtf8(shader->getTag()).c_str());
+            std::printf("%s\n", kivToUtf8(kivShaderTag(*shader)).c_str());
         } else {
             std::printf("%s", i == 0 ? "" : "\n");
-            printShader(*shader);
+            kivTryShader(*shader, [shader] { printShader(*shader); });
         }
     }
     return statusDone;

@@ -7,6 +7,7 @@
 #include "apps/cli/rendercommand.h"
 #include "apps/cli/startup.h"
 #include "apps/cli/stylecommands.h"
+#include "kivrender/shader/kivshader.h"
 
 #include <cstdio>
 #include <exception>
@@ -98,5 +99,9 @@ int main(int argc, char** argv) {
         return fail(statusFailed, "there is not enough memory for this");
     } catch (const std::exception& error) {
         return fail(statusFailed, error.what());
+    } catch (KivShader::stopReason) {
+        return fail(statusFailed, "a shader has stopped the render, or there is no place for temporary files");
+    } catch (...) {
+        return fail(statusFailed, "a shader plug-in has failed");
     }
 }

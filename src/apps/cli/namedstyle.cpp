@@ -7,6 +7,7 @@
 #include "kivrender/platform/kivtext.h"
 #include "kivrender/settings/kivsettingstable.h"
 #include "kivrender/shader/kivshader.h"
+#include "kivrender/shader/kivshaderguard.h"
 #include "kivrender/shader/kivshadersettings.h"
 
 #include <filesystem>
@@ -83,15 +84,16 @@ void checkSection(const ChosenStyle& style, const KivProfile& file, const KivSha
     for (int i = 0; i < count; ++i) {
         known.emplace_back(table[i].key);
     }
-    for (const std::wstring& wide : file.keys(shader.getTag())) {
+    const std::wstring tag = kivShaderTag(shader);
+    for (const std::wstring& wide : file.keys(tag)) {
         const std::string key = kivToUtf8(wide);
         const int index = kivFindSetting(table, count, key);
-        const std::string value = kivToUtf8(file.read(shader.getTag(), wide).value_or(std::wstring()));
+        const std::string value = kivToUtf8(file.read(tag, wide).value_or(std::wstring()));
         double number = 0.0;
         std::string why = "there is no such setting" + didYouMean(key, known);
         if (index < 0 || !kivParseSetting(table[index], value, &number, &why)) {
             std::string line = "style \"" + kivToUtf8(style.name) + "\", ";
-            line.append(kivToUtf8(shader.getTag())).append(".").append(key).append(": ").append(why);
+            line.append(kivToUtf8(tag)).append(".").append(key).append(": ").append(why);
             complaints.push_back(std::move(line));
         }
     }
@@ -127,9 +129,9 @@ std::vector<std::string> loadStyleSettings(const ChosenStyle& style) {
             continue;
         }
         shader->addRef();
-        shader->createPages(nullptr, nullptr);
+        kivTryShader(*shader, [shader] { shader->createPages(nullptr, nullptr); });
         const bool loaded = shader->loadDataFromStyle(style.path.c_str(), nullptr);
-        const std::string tag = kivToUtf8(shader->getTag());
+        const std::string tag = kivToUtf8(kivShaderTag(*shader));
         checkSection(style, file, *shader, complaints);
         shader->release();
         if (!loaded) {
@@ -153,9 +155,9 @@ std::wstring styleShader(const ChosenStyle& style, const std::wstring& name, boo
         throw std::runtime_error(called + "wants the shader " + shown + ", which is not loaded" +
                                  didYouMean(shown, shaderTags(!combinable, combinable)));
     }
-    if (shader->isCombinable() != combinable) {
+    if (isCombinable(*shader) != combinable) {
         throw std::runtime_error(called + (combinable ? "adds " + shown + ", which paints the surfaces itself"
                                                       : "paints with " + shown + ", which only adds to a picture"));
     }
-    return shader->getTag();
+    return kivShaderTag(*shader);
 }

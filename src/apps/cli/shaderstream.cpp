@@ -6,6 +6,7 @@
 #include "kivrender/platform/kivtext.h"
 #include "kivrender/settings/kivsettingstable.h"
 #include "kivrender/shader/kivshader.h"
+#include "kivrender/shader/kivshaderguard.h"
 
 #include <algorithm>
 #include <optional>
@@ -37,7 +38,7 @@ KivShader* chosenShader(const std::string& name, bool combinable, bool chosen) {
         const std::string near = didYouMean(name, known);
         throw UsageError("unknown shader " + name + (near.empty() ? "; there are: " + list(known) : near));
     }
-    if (shader->isCombinable() != combinable) {
+    if (isCombinable(*shader) != combinable) {
         throw UsageError(combinable ? name + " paints the surfaces itself: give it with --base"
                                     : name + " adds to a picture: give it with --add");
     }
@@ -51,13 +52,15 @@ void save(KivDataManager& stream, const std::wstring& text) {
 
 // The settings of a shader's pages; the pages are made without windows.
 std::vector<KivTablePageSettings*> tableSettings(KivShader& shader) {
-    shader.createPages(nullptr, nullptr);
     std::vector<KivTablePageSettings*> found;
-    for (unsigned int i = 0; KivPageDlg* page = shader.getPage(nullptr, i); ++i) {
-        if (auto* settings = dynamic_cast<KivTablePageSettings*>(page->getSettings())) {
-            found.push_back(settings);
+    kivTryShader(shader, [&] {
+        shader.createPages(nullptr, nullptr);
+        for (unsigned int i = 0; KivPageDlg* page = shader.getPage(nullptr, i); ++i) {
+            if (auto* settings = dynamic_cast<KivTablePageSettings*>(page->getSettings())) {
+                found.push_back(settings);
+            }
         }
-    }
+    });
     return found;
 }
 
@@ -120,12 +123,18 @@ void resetSettings() {
 
 } // namespace
 
+bool isCombinable(const KivShader& shader) {
+    bool combinable = false;
+    kivTryShader(shader, [&] { combinable = shader.isCombinable(); });
+    return combinable;
+}
+
 std::vector<std::string> shaderTags(bool base, bool combinable) {
     std::vector<std::string> tags;
     for (unsigned long i = 0; i < KivShader::shaders(); ++i) {
         const KivShader* shader = KivShader::getByIndex(i);
-        if (shader != nullptr && (shader->isCombinable() ? combinable : base)) {
-            tags.push_back(kivToUtf8(shader->getTag()));
+        if (shader != nullptr && (isCombinable(*shader) ? combinable : base)) {
+            tags.push_back(kivToUtf8(kivShaderTag(*shader)));
         }
     }
     return tags;
@@ -144,7 +153,7 @@ ChosenLook applyLook(const LookOptions& options) {
         look.shaders.nonCombinable = styleShader(*style, style->head.nonCombinable, false);
     } else if (!options.base.empty()) {
         if (const KivShader* shader = chosenShader(options.base, false, options.baseChosen)) {
-            look.shaders.nonCombinable = shader->getTag();
+            look.shaders.nonCombinable = kivShaderTag(*shader);
         }
     }
     if (style && !options.addChosen) {
@@ -154,7 +163,7 @@ ChosenLook applyLook(const LookOptions& options) {
     } else {
         for (const std::string& name : options.add) {
             if (const KivShader* shader = chosenShader(name, true, options.addChosen)) {
-                look.shaders.combinables.emplace_back(shader->getTag());
+                look.shaders.combinables.push_back(kivShaderTag(*shader));
             }
         }
     }

@@ -13,6 +13,9 @@
 
 class KivShader;
 
+// Whether a shader adds to a picture. False for one that fails to say, which is told.
+bool isCombinable(const KivShader& shader);
+
 // The tags of all loaded shaders, of one kind or of both.
 std::vector<std::string> shaderTags(bool base, bool combinable);
 

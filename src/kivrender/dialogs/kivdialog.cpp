@@ -2,6 +2,7 @@
 
 #include "kivrender/platform/kivtoolkit.h"
 #include "kivrender/platform/kivwindow.h"
+#include "kivrender/shader/kivshaderguard.h"
 
 KivDialog::KivDialog(unsigned int templateId, HWND parent, HINSTANCE resources)
     : currentTemplate(templateId), owner(parent), module(resources) {}
@@ -16,7 +17,9 @@ int KivDialog::Create(unsigned int templateId, HWND parent) {
     if (window == nullptr) {
         return 0;
     }
-    window->setListener([this](const KivControlEvent& event) { onControl(event); });
+    // The event comes from a toolkit, through which nothing can be thrown. A page is the code of its plug-in.
+    window->setListener(
+        [this](const KivControlEvent& event) { kivTryModule(module, [this, &event] { onControl(event); }); });
     return 1;
 }
 

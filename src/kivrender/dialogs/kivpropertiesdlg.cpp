@@ -230,7 +230,7 @@ void KivPropertiesDlg::forgetVaried() {
     for (unsigned long i = 0; i < KivShader::shaders(); ++i) {
         KivShader* const shader = KivShader::getByIndex(i);
         for (unsigned int number = 0; KivPageDlg* const page = shader->getPage(this, number); ++number) {
-            page->forgetVaried();
+            kivTryShader(*shader, [page] { page->forgetVaried(); });
         }
     }
 }
@@ -321,7 +321,7 @@ std::wstring KivPropertiesDlg::loadCombinableLine() {
 void KivPropertiesDlg::loadShaderData(const wchar_t* text) {
     if (KivShader* const shader = kivFindShader(text)) {
         shader->addRef();
-        shader->createPages(this, this);
+        kivTryShader(*shader, [&] { shader->createPages(this, this); });
         shader->loadData(dataManager, this);
         shader->release();
     }
@@ -352,7 +352,7 @@ void KivPropertiesDlg::saveData() {
     line = kivNonCombinableHeader;
     KivShader* const base = getSelectedNonCombinable();
     if (checkNonCombinableState() == 1 && base != nullptr) {
-        line += base->getTag();
+        line += kivShaderTag(*base);
     }
     dataManager->saveString(line.c_str());
     dataManager->saveCurrentVaried(nonCombinableVaried);
@@ -360,7 +360,7 @@ void KivPropertiesDlg::saveData() {
     line = kivCombinableHeader;
     for (const std::wstring& name : getCheckedCombinables()) {
         if (KivShader* const shader = KivShader::getByName(name.c_str())) {
-            line += shader->getTag();
+            line += kivShaderTag(*shader);
             line += L';';
         }
     }

@@ -27,14 +27,17 @@ void KivPropertiesDlg::fillShadersTrees() {
     }
     getWindow()->setCheckable(combinableTree);
     for (unsigned long i = 0; i < KivShader::shaders(); ++i) {
-        KivShader* const shader = KivShader::getByIndex(i);
-        getWindow()->insertItem(shader->isCombinable() ? combinableTree : nonCombinableTree, -1, shader->getName(), -1);
+        const KivShader& shader = *KivShader::getByIndex(i);
+        kivTryShader(shader, [&] {
+            getWindow()->insertItem(shader.isCombinable() ? combinableTree : nonCombinableTree, -1, shader.getName(),
+                                    -1);
+        });
     }
 }
 
 void KivPropertiesDlg::initShaderPages(KivShader* shader) {
     shader->addRef();
-    shader->createPages(this, this);
+    kivTryShader(*shader, [&] { shader->createPages(this, this); });
     shader->release();
 }
 
@@ -72,8 +75,12 @@ void KivPropertiesDlg::loadShader(const wchar_t* text) {
     if (shader == nullptr) {
         return;
     }
-    if (shader->isCombinable()) {
-        addCombinableShader(shader->getName());
+    bool combinable = false;
+    if (!kivTryShader(*shader, [&] { combinable = shader->isCombinable(); })) {
+        return;
+    }
+    if (combinable) {
+        addCombinableShader(kivShaderDisplayName(*shader));
         return;
     }
     if (currentNonCombinable != nullptr) {
@@ -91,8 +98,8 @@ void KivPropertiesDlg::loadShader(const wchar_t* text) {
 void KivPropertiesDlg::selectShader(const wchar_t* text) {
     if (text != nullptr) {
         if (KivShader* const shader = kivFindShader(text)) {
-            selectNonCombinableShader(shader->getName());
-            selectCombinableShader(shader->getName());
+            selectNonCombinableShader(kivShaderDisplayName(*shader));
+            selectCombinableShader(kivShaderDisplayName(*shader));
         }
         return;
     }
@@ -127,7 +134,7 @@ void KivPropertiesDlg::selectCombinableShader(const std::wstring& name) {
 // By tag alone, unlike the list of active shaders: a stream with a display name gives pages without a check mark.
 void KivPropertiesDlg::checkCombinableShader(const std::wstring& text) {
     KivShader* const shader = KivShader::getByTag(text.c_str());
-    const int item = shader != nullptr ? findItem(*getWindow(), combinableTree, shader->getName()) : -1;
+    const int item = shader != nullptr ? findItem(*getWindow(), combinableTree, kivShaderDisplayName(*shader)) : -1;
     if (item >= 0) {
         getWindow()->checkItem(combinableTree, item, true);
     }
@@ -147,7 +154,7 @@ void KivPropertiesDlg::addCombinableShader(const std::wstring& text) {
     currentTab = shader == nullptr ? std::max(currentTab, 0) : currentTab;
     const auto end = activeCombinable.begin() + activeCombinableCount;
     if (shader == nullptr || std::any_of(activeCombinable.begin(), end, [shader](KivShader* other) {
-            return std::wstring(other->getTag()) == shader->getTag();
+            return kivShaderTag(*other) == kivShaderTag(*shader);
         })) {
         return;
     }
@@ -161,7 +168,7 @@ void KivPropertiesDlg::addCombinableShader(const std::wstring& text) {
 void KivPropertiesDlg::removeCombinableShader(const std::wstring& text) {
     const auto end = activeCombinable.begin() + activeCombinableCount;
     const auto found = std::find_if(activeCombinable.begin(), end, [&text](KivShader* shader) {
-        return text == shader->getName() || text == shader->getTag();
+        return text == kivShaderDisplayName(*shader) || text == kivShaderTag(*shader);
     });
     if (found == end) {
         return;
@@ -195,7 +202,7 @@ void KivPropertiesDlg::OnSelchangedNonCombinableTree() {
     hideCurrentTab(); // as long as the numbers are the old ones
     const int formerCount = getPageCount(currentNonCombinable);
     nonCombinableVaried = false;
-    loadShader(shader->getTag());
+    loadShader(kivShaderTag(*shader).c_str());
     if (currentTab >= formerCount) {
         currentTab += getPageCount(shader) - formerCount;
     } else {
@@ -209,7 +216,7 @@ void KivPropertiesDlg::OnSetfocusNonCombinableTree() {
     KivShader* const shader = getSelectedNonCombinable();
     if (shader != nullptr && shader != currentNonCombinable) {
         const KivUpdating guard(updating);
-        loadShader(shader->getTag());
+        loadShader(kivShaderTag(*shader).c_str());
     }
 }
 
@@ -225,8 +232,9 @@ void KivPropertiesDlg::OnBnClickedCheckNonCombinable() {
     if (checkNonCombinableState() == 1) {
         getWindow()->enableControl(nonCombinableTree, true);
         KivShader* const shader = getSelectedNonCombinable();
-        loadShader(shader != nullptr ? shader->getTag() : nullptr);
-        selectShader(shader != nullptr ? shader->getTag() : nullptr);
+        const std::wstring tag = shader != nullptr ? kivShaderTag(*shader) : std::wstring();
+        loadShader(shader != nullptr ? tag.c_str() : nullptr);
+        selectShader(shader != nullptr ? tag.c_str() : nullptr);
         currentTab = currentNonCombinable != nullptr ? currentNonCombinable->getCurDialogIndex(this) : currentTab;
     } else {
         currentNonCombinable = nullptr;

@@ -10,6 +10,7 @@
 #include "kivrender/settings/kivcommonsettings.h"
 #include "kivrender/settings/kivdatamanager.h"
 #include "kivrender/shader/kivshader.h"
+#include "kivrender/shader/kivshaderguard.h"
 
 namespace {
 
@@ -69,7 +70,7 @@ bool KivPropertiesDlg::loadStyle(const std::wstring& path) {
     for (unsigned long i = 0; i < KivShader::shaders(); ++i) {
         KivShader* const shader = KivShader::getByIndex(i);
         shader->addRef();
-        shader->createPages(this, this);
+        kivTryShader(*shader, [&] { shader->createPages(this, this); });
         shader->setCurDialogIndex(0, this);
         const bool loaded = shader->loadDataFromStyle(path.c_str(), this);
         shader->release();
@@ -117,11 +118,11 @@ bool KivPropertiesDlg::saveStyle(const std::wstring& path) {
     KivStyleHead head;
     KivShader* const base = getSelectedNonCombinable();
     if (checkNonCombinableState() == 1 && base != nullptr) {
-        head.nonCombinable = base->getTag();
+        head.nonCombinable = kivShaderTag(*base);
     }
     for (const std::wstring& name : getCheckedCombinables()) {
         if (KivShader* const shader = KivShader::getByName(name.c_str())) {
-            head.combinables.emplace_back(shader->getTag());
+            head.combinables.push_back(kivShaderTag(*shader));
         }
     }
     return kivSaveStyle(path, head, this);
@@ -224,7 +225,8 @@ void KivPropertiesDlg::showPreview() {
         renderPreview();
     } else if (shader != nullptr) {
         shader->addRef();
-        previewBitmap.setHBitmap(kivShareBitmap(shader->getPreviewBitmap())); // the shader's own one stays its own
+        // The shader's own one stays its own.
+        kivTryShader(*shader, [&] { previewBitmap.setHBitmap(kivShareBitmap(shader->getPreviewBitmap())); });
         shader->release();
     }
     getWindow()->setPicture(previewPicture, previewBitmap.getHBitmap());
@@ -244,7 +246,7 @@ void KivPropertiesDlg::fillPreviewCommonSettings(KivCommonSettings* settings) co
 // The display name, empty for none.
 std::wstring KivPropertiesDlg::getNonCombinableShaderFromDialog() const {
     KivShader* const shader = checkNonCombinableState() != 0 ? getSelectedNonCombinable() : nullptr;
-    return shader != nullptr ? shader->getName() : std::wstring();
+    return shader != nullptr ? kivShaderDisplayName(*shader) : std::wstring();
 }
 
 void KivPropertiesDlg::renderPreview() {

@@ -4,7 +4,9 @@
 #include "kivrender/platform/kivwindow.h"
 #include "kivrender/settings/kivdatamanager.h"
 #include "kivrender/settings/kivpagesettings.h"
+#include "kivrender/settings/kivstreammark.h"
 #include "kivrender/shader/kivshader.h"
+#include "kivrender/shader/kivshaderguard.h"
 
 bool KivShader::pagesBelongTo(const KivPropertiesDlg* dlg) const {
     return !pages.empty() && pages.front()->getPropertiesDlg() == dlg;
@@ -45,7 +47,7 @@ void KivShader::createPage(KivPageDlg* page, KivPropertiesDlg* dlg) {
 void KivShader::destroyPages(KivPropertiesDlg* dlg) {
     std::vector<KivPageDlg*>& set = pagesBelongTo(dlg) ? pages : secondPages;
     for (KivPageDlg* const page : set) {
-        page->DestroyWindow();
+        kivTryShader(*this, [page] { page->DestroyWindow(); });
     }
     set.clear();
 }
@@ -57,18 +59,24 @@ bool KivShader::saveData(KivDataManager* manager, const KivPropertiesDlg* dlg) {
     } else if (secondPagesBelongTo(dlg)) {
         set = &secondPages;
     }
-    manager->startShader(getTag());
+    KivStreamMark before(*manager);
     bool saved = false;
-    if (set != nullptr && !set->empty()) {
-        for (KivPageDlg* const page : *set) {
-            page->saveData(manager);
+    const bool whole = kivTryShader(*this, [&] {
+        manager->startShader(getTag());
+        if (set != nullptr && !set->empty()) {
+            for (KivPageDlg* const page : *set) {
+                page->saveData(manager);
+            }
+            saved = true;
+        } else {
+            saved = saveDefaultData(manager);
         }
-        saved = true;
-    } else {
-        saved = saveDefaultData(manager);
+    });
+    if (!whole) {
+        before.returnTo();
     }
     manager->endShader();
-    return saved;
+    return whole && saved;
 }
 
 bool KivShader::loadData(KivDataManager* manager, const KivPropertiesDlg* dlg) {
@@ -76,10 +84,11 @@ bool KivShader::loadData(KivDataManager* manager, const KivPropertiesDlg* dlg) {
     if (!first && !secondPagesBelongTo(dlg)) {
         return false;
     }
-    for (KivPageDlg* const page : first ? pages : secondPages) {
-        page->loadData(manager);
-    }
-    return true;
+    return kivTryShader(*this, [&] {
+        for (KivPageDlg* const page : first ? pages : secondPages) {
+            page->loadData(manager);
+        }
+    });
 }
 
 bool KivShader::saveDataOnStyle(const wchar_t* file, const KivPropertiesDlg* dlg) {
@@ -87,12 +96,13 @@ bool KivShader::saveDataOnStyle(const wchar_t* file, const KivPropertiesDlg* dlg
     if (!first && !secondPagesBelongTo(dlg)) {
         return false;
     }
-    for (KivPageDlg* const page : first ? pages : secondPages) {
-        if (KivPageSettings* const settings = page->getSettings()) {
-            settings->save(getTag(), file);
+    return kivTryShader(*this, [&] {
+        for (KivPageDlg* const page : first ? pages : secondPages) {
+            if (KivPageSettings* const settings = page->getSettings()) {
+                settings->save(getTag(), file);
+            }
         }
-    }
-    return true;
+    });
 }
 
 // Without a set of its own the dialog gets true, unlike in saving: there is nothing that could fail to load.
@@ -102,18 +112,23 @@ bool KivShader::loadDataFromStyle(const wchar_t* file, const KivPropertiesDlg* d
         return true;
     }
     const std::vector<KivPageDlg*>& set = first ? pages : secondPages;
-    for (KivPageDlg* const page : set) {
-        KivPageSettings* const settings = page->getSettings();
-        if (settings != nullptr && !settings->load(getTag(), file)) {
-            return false;
+    bool loaded = true;
+    // A shader that throws is told and passed over: the other shaders of the style still load.
+    kivTryShader(*this, [&] {
+        for (KivPageDlg* const page : set) {
+            KivPageSettings* const settings = page->getSettings();
+            if (settings != nullptr && !settings->load(getTag(), file)) {
+                loaded = false;
+                return;
+            }
+            page->loadControls();
         }
-        page->loadControls();
-    }
+    });
     const int shown = first ? curDialogIndex : secondCurDialogIndex;
-    if (shown >= 0 && static_cast<std::size_t>(shown) < set.size()) {
+    if (loaded && shown >= 0 && static_cast<std::size_t>(shown) < set.size()) {
         set[static_cast<std::size_t>(shown)]->redraw();
     }
-    return true;
+    return loaded;
 }
 
 void KivShader::loadPreviewSettingsFromPages() {

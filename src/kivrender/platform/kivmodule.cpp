@@ -1,11 +1,13 @@
 #include "kivrender/platform/kivmodule.h"
 
+#include "kivrender/platform/kivmodulefile.h"
 #include "kivrender/platform/kivtext.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <dirent.h>
 #include <dlfcn.h>
+#include <link.h>
 #include <sys/stat.h>
 
 namespace {
@@ -24,6 +26,11 @@ const wchar_t* kivModuleEnding() {
 }
 
 HINSTANCE kivLoadModule(const std::wstring& path) {
+    const std::wstring fault = kivModuleFileFault(path);
+    if (!fault.empty()) {
+        kivSetModuleError({ENOEXEC, path + L": " + fault});
+        return nullptr;
+    }
     errno = 0;
     void* handle = dlopen(kivToUtf8(path).c_str(), RTLD_NOW | RTLD_LOCAL);
     if (handle == nullptr) {
@@ -31,7 +38,7 @@ HINSTANCE kivLoadModule(const std::wstring& path) {
         // module counts as a bad executable.
         const int code = errno != 0 ? errno : ENOEXEC;
         const char* text = dlerror();
-        lastError = {static_cast<unsigned long>(code), kivFromUtf8(text != nullptr ? text : "")};
+        kivSetModuleError({static_cast<unsigned long>(code), kivFromUtf8(text != nullptr ? text : "")});
     }
     return reinterpret_cast<HINSTANCE>(handle);
 }
@@ -48,6 +55,18 @@ void kivUnloadModule(HINSTANCE module) {
 
 KivModuleError kivLastModuleError() {
     return lastError;
+}
+
+void kivSetModuleError(const KivModuleError& error) {
+    lastError = error;
+}
+
+std::wstring kivModulePath(HINSTANCE module) {
+    link_map* map = nullptr;
+    if (module == nullptr || dlinfo(module, RTLD_DI_LINKMAP, &map) != 0 || map == nullptr) {
+        return {};
+    }
+    return kivFromUtf8(map->l_name);
 }
 
 std::vector<std::wstring> kivListModules(const std::wstring& folder) {

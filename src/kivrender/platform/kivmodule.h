@@ -17,12 +17,17 @@ KIV_API HINSTANCE kivLoadModule(const std::wstring& path);
 KIV_API void* kivFindSymbol(HINSTANCE module, const char* name);
 KIV_API void kivUnloadModule(HINSTANCE module);
 
-// Of the last failed kivLoadModule of this thread: the system's error number (0 if none is known) and its text.
+// Of the last module of this thread that could not be used: the system's error number (0 if none is known) and one line
+// with the file and the reason. A shader plug-in that is left out after loading (KivShader::loadShaders) counts too.
 struct KivModuleError {
     unsigned long code = 0;
     std::wstring text;
 };
 KIV_API KivModuleError kivLastModuleError();
+void kivSetModuleError(const KivModuleError& error);
+
+// The file that a module was loaded from, as the system names it; empty for null.
+std::wstring kivModulePath(HINSTANCE module);
 
 // The names, without the folder, of the files in a folder that end like a module, in name order without regard to case
 // and then by exact name, so that every system meets them in the same order. Empty for a folder that can't be read.

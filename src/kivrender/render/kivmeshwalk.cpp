@@ -5,6 +5,7 @@
 #include "kivrender/scene/kivscene.h"
 #include "kivrender/settings/kivcommonsettings.h"
 #include "kivrender/shader/kivnoncombinableshader.h"
+#include "kivrender/shader/kivshaderguard.h"
 
 #include <GL/gl.h>
 #include <gl2ps.h>
@@ -57,7 +58,7 @@ bool KivMeshWalk::run(const Draw& draw, int tickEvery) const {
     for (unsigned int m = 0; KivMesh* mesh = scene.getMesh(m); ++m) {
         KivNonCombinableShader* shader = shaderOf(mesh);
         if (shader != nullptr && (!settings.doTransparencies() || mesh->isOpaque())) {
-            draw(*shader, *mesh, static_cast<int>(m));
+            kivCallShader(*shader, [&] { draw(*shader, *mesh, static_cast<int>(m)); });
         }
         ++done;
         if (progress == nullptr) {
@@ -85,7 +86,7 @@ bool KivMeshWalk::runOpaque(const Draw& draw, int* counter) const {
         }
         KivNonCombinableShader* shader = shaderOf(mesh);
         if (shader != nullptr) {
-            draw(*shader, *mesh, static_cast<int>(m));
+            kivCallShader(*shader, [&] { draw(*shader, *mesh, static_cast<int>(m)); });
         }
         ++*counter;
         if (progress == nullptr) {

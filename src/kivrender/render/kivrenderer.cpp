@@ -135,10 +135,21 @@ bool KivRenderer::render(KivCommonDataManager* commonData, KivDataManager* data,
         frame.settings.loadDataFromHost(commonData);
     }
     frame.finalSize = size != nullptr ? *size : frame.settings.getResolution();
-    // No guard object: what a shader throws leaves the channel in force, as hosts that catch it know.
-    const bool done = renderFrame(frame, data);
+    // No guard object: a stopReason of a shader leaves the channel in force, as hosts that catch it know.
+    bool done = false;
+    bool failed = false;
+    try {
+        done = renderFrame(frame, data);
+    } catch (const KivShaderFailure& failure) {
+        failed = true;
+        endPrimitive();
+        kivTellFailure(failure);
+    }
     if (!done && frame.settings.doVectorial()) {
         discardVectorPage(*surface);
+    }
+    if (failed) {
+        surface->deleteContext();
     }
     onUnLoad();
     return done;
@@ -277,7 +288,7 @@ bool KivRenderer::loadRenderData(Frame& frame, KivDataManager* data) {
             return false;
         }
         if (KivShader* const shader = kivFindShader(line)) {
-            shader->loadRenderData(data, frame.settings);
+            kivCallShader(*shader, [&] { shader->loadRenderData(data, frame.settings); });
         }
         data->loadString(line);
     }

@@ -63,12 +63,13 @@ public:
     // True when the render ran to its end. False when it was cancelled or no surface could be made; a surface that
     // can't be made is told by the host's message. On true the scene has been emptied: fill it anew for the next
     // render. A cancelled render saves nothing and may leave the scene filled; its OpenGL context then stays current on
-    // this thread until the surface is destroyed or used again.
+    // this thread until the surface is destroyed or used again. False also when a shader has thrown, which the host's
+    // message tells with the plug-in's file; nothing is saved then.
     //
     // Meshes with a triangle that names a vertex which is not there are taken out of the scene first and deleted; a
     // message tells how many.
     //
-    // Throws KivShader::stopReason when no temporary file for a vector page can be made.
+    // Throws KivShader::stopReason when no temporary file for a vector page can be made, or when a shader throws it.
     bool render(KivCommonDataManager* commonData, KivDataManager* data, KivScene* scene, const KivCamera& camera,
                 KivBitmapManager* surface, tagSIZE* size);
 
@@ -79,14 +80,14 @@ public:
     //
     // The scene, usually the host's preview scene, keeps its content and is drawn again with the next call, which
     // replaces the shaders and pages of its meshes. The channel is not put in force. True, with the picture in the
-    // surface, or false if no surface could be made.
+    // surface, or false if no surface could be made or a shader has thrown, which is told once for each reason.
     bool renderPreview(const KivCommonSettings& settings, KivScene* scene, const KivCamera& camera,
                        KivBitmapManager* surface, const wchar_t* shaderName, std::vector<std::wstring> combinableNames,
                        KivShaderCommunication& channel, const KivPropertiesDlg* dlg);
 
     // The ways of settings between the host's storage, streams and objects. All of them run on the host's thread with
-    // no render under way, show no message and return false for a null argument. A text is a tag or, failing that, a
-    // display name of a shader. A text of more than kivMaxPath - 1 characters is cut.
+    // no render under way, show no message unless a shader throws, and return false then and for a null argument. A
+    // text is a tag or, failing that, a display name of a shader. A text of more than kivMaxPath - 1 characters is cut.
 
     // Bring a document's or an object's complete stream from the host's storage into the manager, which is left in
     // saving mode: its load*FromFile operations append what they read. An object's has no three lines of a head. False
@@ -147,6 +148,8 @@ private:
                         KivBitmapManager* surface, tagSIZE size, KivNonCombinableShader* shader, KivProgress* progress);
     // What startRendering leaves behind: false if no surface could be made.
     static bool hasBitmap(KivBitmapManager& surface);
+    // A shader that has failed may have begun a primitive, within which OpenGL refuses everything else.
+    static void endPrimitive();
     // The flag has no effect.
     void setCamera(const KivCamera& camera, bool flag);
     void renderShader(KivShader* shader, const KivCommonSettings& settings, const KivCamera& camera, KivScene* scene,
@@ -177,6 +180,12 @@ private:
     KivNonCombinableShader* getNonCombinableShaderForThisMesh(const KivMesh* mesh, int count,
                                                               KivNonCombinableShader** shaders,
                                                               KivNonCombinableShader* defaultShader) const;
+
+    // --- kivrenderer_preview.cpp
+    bool drawPreview(const KivCommonSettings& settings, KivScene* scene, const KivCamera& camera,
+                     KivBitmapManager* surface, const wchar_t* shaderName,
+                     const std::vector<std::wstring>& combinableNames, KivShaderCommunication& channel,
+                     const KivPropertiesDlg* dlg);
 
     // --- shadows: kivrenderer_shadows.cpp. A list of count shaders is that of all loaded base looks; shader or
     // defaultShader is the one that the style names and may be null.

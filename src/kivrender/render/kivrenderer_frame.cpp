@@ -176,7 +176,7 @@ void KivRenderer::startRendering(const KivCommonSettings& settings, const KivCam
     setCamera(camera, false);
     if (shader != nullptr) {
         // The scene is the caller's own and was const only on its way here.
-        shader->prepareObjectRendering(settings, const_cast<KivScene*>(scene));
+        kivCallShader(*shader, [&] { shader->prepareObjectRendering(settings, const_cast<KivScene*>(scene)); });
     }
     if (settings.doVectorial()) {
         openVectorPage(*surface, settings);
@@ -250,6 +250,12 @@ void KivRenderer::forgetVectorFile(KivBitmapManager& surface) {
     }
 }
 
+void KivRenderer::endPrimitive() {
+    if (kivCurrentGlContext() != nullptr) {
+        glEnd();
+    }
+}
+
 void KivRenderer::setCamera(const KivCamera& camera, bool /*flag*/) {
     // A little more room at the far end than the host says, so that what lies on the plane is not cut.
     const double farPlane = camera.getFrustumFar() * 1.1;
@@ -272,7 +278,7 @@ void KivRenderer::renderShader(KivShader* shader, const KivCommonSettings& setti
                                KivScene* scene, KivProgress* /*progress*/, tagSIZE size, KivBitmapManager* surface,
                                KivShaderCommunication& channel, bool named) {
     if (shader != nullptr) {
-        shader->render(surface, settings, camera, scene, size, channel, named);
+        kivCallShader(*shader, [&] { shader->render(surface, settings, camera, scene, size, channel, named); });
     }
 }
 
@@ -294,10 +300,11 @@ void KivRenderer::renderAllNonCombinableShadersForObjectRendering(const KivCommo
                                                                   KivBitmapManager* surface,
                                                                   KivShaderCommunication& channel) {
     for (KivShader* shader = KivShader::getFirstShader(); shader != nullptr; shader = KivShader::getNextShader()) {
-        if (shader->isCombinable()) {
+        KivNonCombinableShader* const base = kivAsBaseLook(shader);
+        if (base == nullptr) {
             continue;
         }
-        static_cast<KivNonCombinableShader*>(shader)->prepareObjectRendering(settings, scene);
+        kivCallShader(*base, [&] { base->prepareObjectRendering(settings, scene); });
         renderShader(shader, settings, camera, scene, progress, size, surface, channel, false);
         if (isCancelled(progress)) {
             return;
@@ -312,7 +319,7 @@ void KivRenderer::renderAllCombinableShadersForObjectRendering(const KivCommonSe
                                                                KivShaderCommunication& channel) {
     KivCombinableSteps steps(progress, *scene, countCombinableShaders());
     for (KivShader* shader = KivShader::getFirstShader(); shader != nullptr; shader = KivShader::getNextShader()) {
-        if (!shader->isCombinable()) {
+        if (!kivIsCombinable(*shader)) {
             continue;
         }
         renderShader(shader, settings, camera, scene, progress, size, surface, channel, false);
@@ -354,7 +361,7 @@ int KivRenderer::getCombinableShadersFromString(KivCombinableShader** const shad
         KivShader* const shader = kivFindShader(token);
         // A base look in the list counts as an unknown name: it is no shader of this kind.
         shaders[count++] =
-            shader != nullptr && shader->isCombinable() ? static_cast<KivCombinableShader*>(shader) : nullptr;
+            shader != nullptr && kivIsCombinable(*shader) ? static_cast<KivCombinableShader*>(shader) : nullptr;
     }
     return count;
 }
@@ -373,9 +380,8 @@ bool KivRenderer::isInCombinableShadersToRender(KivCombinableShader* shader, Kiv
 int KivRenderer::getAllNonCombinableShaders(KivNonCombinableShader** shaders) {
     int count = 0;
     for (unsigned long i = 0; i < KivShader::shaders(); ++i) {
-        KivShader* const shader = KivShader::getByIndex(i);
-        if (shader != nullptr && !shader->isCombinable()) {
-            shaders[count++] = static_cast<KivNonCombinableShader*>(shader);
+        if (KivNonCombinableShader* const shader = kivAsBaseLook(KivShader::getByIndex(i))) {
+            shaders[count++] = shader;
         }
     }
     return count;
@@ -388,7 +394,8 @@ KivNonCombinableShader* KivRenderer::getNonCombinableShaderForThisMesh(const Kiv
         return defaultShader;
     }
     for (int i = 0; i < count; ++i) {
-        if (mesh->rendersThisShader(shaders[i]->getTag())) {
+        const KivNonCombinableShader& shader = *shaders[i];
+        if (kivCallShader(shader, [&] { return mesh->rendersThisShader(shader.getTag()); })) {
             return shaders[i];
         }
     }

@@ -10,6 +10,7 @@
 #include "kivrender/render/kivbitmapmanager.h"
 #include "kivrender/render/kivmeshwalk.h"
 #include "kivrender/render/kivrenderer.h"
+#include "kivrender/render/kivstreamlines.h"
 #include "kivrender/scene/kivmesh.h"
 #include "kivrender/scene/kivprogress.h"
 #include "kivrender/scene/kivscene.h"
@@ -197,7 +198,8 @@ void KivRenderer::fillDepthForLines(const KivScene* scene, const KivCommonSettin
         KivDrawing::setColor(component(0), component(8), component(16), 1.0F, true);
     }
     glColorMask(GL_FALSE, GL_FALSE, GL_FALSE, GL_FALSE);
-    auto* sketch = dynamic_cast<KivCombinableShader*>(KivShader::getByTag(L"Sketch"));
+    KivShader* const known = KivShader::getByTag(L"Sketch");
+    auto* sketch = known != nullptr && kivIsCombinable(*known) ? static_cast<KivCombinableShader*>(known) : nullptr;
     for (unsigned int i = 0; i < scene->numMeshes(); ++i) {
         const KivMesh* mesh = scene->getMesh(i);
         if (mesh == nullptr || (settings.doTransparencies() && !mesh->isOpaque())) {
@@ -207,7 +209,8 @@ void KivRenderer::fillDepthForLines(const KivScene* scene, const KivCommonSettin
             continue;
         }
         // Without a sketch shader nothing asks for the depth of a mesh that nobody paints.
-        if (sketch != nullptr && sketch->rendersMesh(mesh) && !drawDepthOfMesh(*mesh)) {
+        if (sketch != nullptr && kivCallShader(*sketch, [&] { return sketch->rendersMesh(mesh); }) &&
+            !drawDepthOfMesh(*mesh)) {
             break;
         }
     }

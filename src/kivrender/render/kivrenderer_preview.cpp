@@ -17,11 +17,25 @@ bool KivRenderer::renderPreview(
         return false;
     }
     leaveOutBrokenMeshes(*scene);
+    try {
+        return drawPreview(settings, scene, camera, surface, shaderName, combinableNames, channel, dlg);
+    } catch (const KivShaderFailure& failure) {
+        endPrimitive();
+        surface->deleteContext();
+        kivTellFailureOnce(failure); // a dialog makes previews again and again
+        return false;
+    }
+}
+
+bool KivRenderer::drawPreview(const KivCommonSettings& settings, KivScene* scene, const KivCamera& camera,
+                              KivBitmapManager* surface, const wchar_t* shaderName,
+                              const std::vector<std::wstring>& combinableNames, KivShaderCommunication& channel,
+                              const KivPropertiesDlg* dlg) {
     const tagSIZE size = settings.getResolution();
     KivNonCombinableShader* const shader = shaderName != nullptr ? kivAsBaseLook(kivFindShader(shaderName)) : nullptr;
     scene->deleteSettingsToAllMeshes(); // what the preview before this one has put there
     if (shader != nullptr) {
-        shader->preparePreview(scene, dlg);
+        kivCallShader(*shader, [&] { shader->preparePreview(scene, dlg); });
     }
     startRendering(settings, camera, scene, surface, size, shader, nullptr);
     if (!hasBitmap(*surface)) {
@@ -33,7 +47,7 @@ bool KivRenderer::renderPreview(
         if (combinable == nullptr) {
             continue; // unloaded since the dialog took its name
         }
-        combinable->preparePreview(scene, dlg);
+        kivCallShader(*combinable, [&] { combinable->preparePreview(scene, dlg); });
         renderShader(combinable, settings, camera, scene, nullptr, size, surface, channel, false);
     }
     if (shader != nullptr) {

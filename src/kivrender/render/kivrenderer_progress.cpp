@@ -112,7 +112,7 @@ void KivRenderer::addStepsToProgress(KivProgress* progress, wchar_t* shaderList,
          token = std::wcstok(nullptr, L";", &rest)) {
         KivShader* const shader = kivFindShader(token);
         if (shader != nullptr) {
-            progress->addSteps(shader->getProgressSteps(scene, settings));
+            kivCallShader(*shader, [&] { progress->addSteps(shader->getProgressSteps(scene, settings)); });
         }
     }
 }

@@ -32,6 +32,12 @@ template <class Use> void forEachName(wchar_t* text, Use use) {
     }
 }
 
+// What a shader answers; false, after it was told, if it throws.
+template <class Call> bool agrees(const KivShader& shader, Call call) {
+    bool answer = false;
+    return kivTryShader(shader, [&] { answer = call(); }) && answer;
+}
+
 void saveLine(KivDataManager* manager, const std::wstring& line) {
     manager->saveString(line.c_str());
     manager->saveCurrentVaried(false);
@@ -46,7 +52,7 @@ bool loadShadersFromFile(KivDataManager* manager) {
             return true;
         }
         KivShader* const shader = kivFindShader(line);
-        if (shader != nullptr && !shader->loadDocData(manager)) {
+        if (shader != nullptr && !agrees(*shader, [&] { return shader->loadDocData(manager); })) {
             return false;
         }
     }
@@ -92,7 +98,7 @@ std::unique_ptr<ShaderSettings[]> defaultSettings(KivDataManager* manager) {
     }
     auto records = std::make_unique<ShaderSettings[]>(1);
     manager->setSaving(); // so that the shader reads nothing and gives what it has without a stream
-    if (!shader->loadShaderSettings(manager, &records[0].settings, true)) {
+    if (!agrees(*shader, [&] { return shader->loadShaderSettings(manager, &records[0].settings, true); })) {
         return nullptr;
     }
     kivCopyText(records[0].name, kivMaxPath, name);
@@ -117,7 +123,8 @@ std::unique_ptr<ShaderSettings[]> selectedSettings(KivDataManager* manager, cons
         }
         KivShader* const shader = kivFindShader(line);
         auto* const settings = index < 0 ? &passedOver : &records[static_cast<std::size_t>(index)].settings;
-        if (shader == nullptr || !shader->loadShaderSettings(manager, settings, selected)) {
+        if (shader == nullptr ||
+            !agrees(*shader, [&] { return shader->loadShaderSettings(manager, settings, selected); })) {
             return nullptr;
         }
     }
@@ -198,7 +205,9 @@ bool KivRenderer::loadDataToObject(Kiv3DObject* object, KivDataManager* manager)
         if (shader == nullptr) {
             return false;
         }
-        shader->loadObjectSettings(manager, object);
+        if (!kivTryShader(*shader, [&] { shader->loadObjectSettings(manager, object); })) {
+            return false; // nobody knows where in the stream it has stopped
+        }
         manager->loadString(line);
     }
     KivShader::unLoadAll();
@@ -238,7 +247,7 @@ bool KivRenderer::loadStyle(KivCommonDataManager* commonData, KivDataManager* ma
     KivShader::loadShaders(nullptr);
     for (KivShader* shader = KivShader::getFirstShader(); shader != nullptr; shader = KivShader::getNextShader()) {
         shader->addRef();
-        shader->createPages(nullptr, nullptr);
+        kivTryShader(*shader, [&] { shader->createPages(nullptr, nullptr); });
         const bool loaded = shader->loadDataFromStyle(path, nullptr);
         if (loaded) {
             shader->saveData(manager, nullptr);

@@ -13,6 +13,7 @@
 #include "kivrender/shader/kivdrawing.h"
 #include "kivrender/shader/kivnoncombinableshader.h"
 #include "kivrender/shader/kivshadercommunication.h"
+#include "kivrender/shader/kivshaderguard.h"
 #include "kivrender/shadow/kivshadows.h"
 
 #include <GL/gl.h>
@@ -136,7 +137,7 @@ void KivRenderer::renderAllShadersForTransparency(KivNonCombinableShader* shader
     }
     enableOffsetReversed(factor, units, vectorial);
     for (int i = 0; i < count; ++i) {
-        list[i]->beginTransparency(vectorial);
+        kivCallShader(*list[i], [&] { list[i]->beginTransparency(vectorial); });
     }
     const int numMeshes = static_cast<int>(scene->numMeshes());
     const int chunk = std::max(numMeshes / 10, 1);
@@ -176,7 +177,7 @@ void KivRenderer::renderAllShadersForTransparency(KivNonCombinableShader* shader
         return;
     }
     for (int i = 0; i < count; ++i) {
-        list[i]->endTransparency(vectorial);
+        kivCallShader(*list[i], [&] { list[i]->endTransparency(vectorial); });
     }
 }
 
@@ -210,7 +211,7 @@ bool KivRenderer::renderShadowsAndTransparency(KivNonCombinableShader* shader, K
     KivNonCombinableShader* list[kivMaxShaders] = {};
     const int count = getAllNonCombinableShaders(list);
     for (int i = 0; i < count; ++i) {
-        list[i]->beginTransparency(vectorial);
+        kivCallShader(*list[i], [&] { list[i]->beginTransparency(vectorial); });
     }
     drawTransparentTriangles(scene, camera, settings, count, list, shader, numMeshes, &counter, chunk, surface,
                              &shadows, progress, size, channel, vectorial);
@@ -218,7 +219,7 @@ bool KivRenderer::renderShadowsAndTransparency(KivNonCombinableShader* shader, K
         return false;
     }
     for (int i = 0; i < count; ++i) {
-        list[i]->endTransparency(vectorial);
+        kivCallShader(*list[i], [&] { list[i]->endTransparency(vectorial); });
     }
     return true;
 }
@@ -300,6 +301,9 @@ void KivRenderer::drawTransparentTriangles(KivScene* scene, const KivCamera& cam
     TriangleProgress due(numTriangles, numMeshes, counter);
     int previousIndex = -1;
     KivNonCombinableShader* previousShader = nullptr;
+    const auto endTriangle = [&](KivNonCombinableShader& shader, int index, int former, int pass) {
+        kivCallShader(shader, [&] { shader.endTransparentTriangle(index, former, pass, vectorial); });
+    };
     for (int i = 0; i < numTriangles; ++i) {
         KivMesh* mesh = nullptr;
         int meshIndex = 0;
@@ -309,18 +313,20 @@ void KivRenderer::drawTransparentTriangles(KivScene* scene, const KivCamera& cam
         scene->getOrderedTriangle(static_cast<unsigned int>(i), &mesh, &meshIndex, points, normals);
         KivNonCombinableShader* shader = getNonCombinableShaderForThisMesh(mesh, count, list, defaultShader);
         if (previousShader != nullptr) {
-            previousShader->endTransparentTriangle(meshIndex, previousIndex, 3, vectorial);
+            endTriangle(*previousShader, meshIndex, previousIndex, 3);
         }
         if (shader != nullptr) {
             const auto draw = [&](int pass, const KivLight* light, int lightIndex) {
-                shader->renderTransparentTriangle(points, normals, mesh, scene, camera, settings, meshIndex,
-                                                  previousIndex, defaultShader, shadows, pass, light, lightIndex,
-                                                  numLights, vectorial);
+                kivCallShader(*shader, [&] {
+                    shader->renderTransparentTriangle(points, normals, mesh, scene, camera, settings, meshIndex,
+                                                      previousIndex, defaultShader, shadows, pass, light, lightIndex,
+                                                      numLights, vectorial);
+                });
             };
             draw(1, nullptr, 0);
-            shader->endTransparentTriangle(meshIndex, meshIndex, 1, vectorial);
+            endTriangle(*shader, meshIndex, meshIndex, 1);
             draw(2, nullptr, 0);
-            shader->endTransparentTriangle(meshIndex, previousIndex, 2, vectorial);
+            endTriangle(*shader, meshIndex, previousIndex, 2);
             draw(3, nullptr, 0);
             if (shadows != nullptr) {
                 glEnable(GL_STENCIL_TEST);
@@ -354,7 +360,7 @@ void KivRenderer::finishTransparentTriangles(KivNonCombinableShader* lastShader,
                                              KivProgress* progress, bool vectorial) {
     KivNonCombinableShader* shader = lastShader != nullptr ? lastShader : defaultShader;
     if (lastShader != nullptr) {
-        lastShader->endTransparentTriangle(-1, lastIndex, 3, vectorial);
+        kivCallShader(*lastShader, [&] { lastShader->endTransparentTriangle(-1, lastIndex, 3, vectorial); });
     }
     if (shader == nullptr || progress == nullptr || progress->isCancelled()) {
         return;

@@ -4,6 +4,7 @@
 
 #include "kivrender/shader/kivnoncombinableshader.h"
 #include "kivrender/shader/kivshader.h"
+#include "kivrender/shader/kivshaderguard.h"
 
 #include <cwchar>
 
@@ -21,9 +22,14 @@ inline KivShader* kivFindShader(const wchar_t* text) {
     return shader != nullptr ? shader : KivShader::getByName(text);
 }
 
+// Throws KivShaderFailure.
+inline bool kivIsCombinable(const KivShader& shader) {
+    return kivCallShader(shader, [&shader] { return shader.isCombinable(); });
+}
+
 // A combinable shader is no base look, whatever a stream says: its table of operations is another one.
 inline KivNonCombinableShader* kivAsBaseLook(KivShader* shader) {
-    return shader != nullptr && !shader->isCombinable() ? static_cast<KivNonCombinableShader*>(shader) : nullptr;
+    return shader != nullptr && !kivIsCombinable(*shader) ? static_cast<KivNonCombinableShader*>(shader) : nullptr;
 }
 
 // Whether a line, where one with a shader could stand, says that there are no more. A damaged stream gives the empty

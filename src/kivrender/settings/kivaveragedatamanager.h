@@ -60,6 +60,8 @@ protected:
 
 private:
     friend struct KivTestAccess;
+    friend class KivStreamMark;
+    friend class KivStreamMark;
 
     std::vector<bool> varied;
 };

@@ -126,6 +126,7 @@ protected:
 private:
     friend struct KivTestAccess;
     friend class KivAverageDataManager; // merges the cells of several managers
+    friend class KivStreamMark;         // takes cells back
 
     template <class T> bool append(const T& value);
     template <class T> T next();

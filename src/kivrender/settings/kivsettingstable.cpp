@@ -315,7 +315,7 @@ bool kivReadSetting(const KivSettingInfo& info, std::string_view text, double* v
 
 int kivFindSetting(const KivSettingInfo* table, int count, std::string_view key) {
     for (int i = 0; table != nullptr && i < count; ++i) {
-        if (equalNoCase(table[i].key, key)) {
+        if (table[i].key != nullptr && equalNoCase(table[i].key, key)) {
             return i;
         }
     }

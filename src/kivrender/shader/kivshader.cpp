@@ -1,21 +1,12 @@
 #include "kivrender/shader/kivshader.h"
 
-#include "kivrender/platform/kivmodule.h"
 #include "kivrender/platform/kivtext.h"
+#include "kivrender/shader/kivliveshaders.h"
 #include "kivrender/shader/kivshadermodule.h"
-
-#include <unordered_set>
 
 namespace {
 
 constexpr unsigned long noIndex = static_cast<unsigned long>(-1);
-
-// Every shader object there is, so that addRef and release can tell a stale pointer without following it. Never
-// destroyed: plug-ins may destroy their objects while the process ends.
-std::unordered_set<const KivShader*>& liveShaders() {
-    static auto* live = new std::unordered_set<const KivShader*>;
-    return *live;
-}
 
 } // namespace
 
@@ -26,18 +17,18 @@ unsigned long KivShader::dRefShadersLoaded = 0;
 unsigned long KivShader::dCurShaderIndex = noIndex;
 
 KivShader::KivShader(HINSTANCE pluginModule) : module(pluginModule) {
-    liveShaders().insert(this);
+    KivLiveShaders::add(this);
 }
 
 KivShader::KivShader(const KivShader& other)
     : module(other.module), refCount(other.refCount), curDialogIndex(other.curDialogIndex),
       secondCurDialogIndex(other.secondCurDialogIndex), pages(other.pages), secondPages(other.secondPages),
       pluginData(other.pluginData), doubleSided(other.doubleSided) {
-    liveShaders().insert(this);
+    KivLiveShaders::add(this);
 }
 
 KivShader::~KivShader() {
-    liveShaders().erase(this);
+    KivLiveShaders::remove(this);
 }
 
 HBITMAP KivShader::getBitmap() {
@@ -45,24 +36,7 @@ HBITMAP KivShader::getBitmap() {
 }
 
 unsigned long KivShader::addRef() {
-    return liveShaders().contains(this) ? ++refCount : 0;
-}
-
-unsigned long KivShader::release() {
-    if (!liveShaders().contains(this)) {
-        return static_cast<unsigned long>(-1);
-    }
-    if (--refCount != 0) {
-        return refCount;
-    }
-    HINSTANCE const pluginModule = module;
-    if (auto* destroy = reinterpret_cast<KivShaderDeleteFunction*>(kivFindSymbol(pluginModule, "KivShaderDelete"))) {
-        destroy(this);
-    }
-    // Without that export the object may lie in the module itself, so it is gone with it all the same.
-    liveShaders().erase(this);
-    kivUnloadModule(pluginModule);
-    return 0;
+    return KivLiveShaders::contains(this) ? ++refCount : 0;
 }
 
 unsigned long KivShader::shaders() {

@@ -5,6 +5,7 @@
 //     KivShaderCreate    makes the object, or returns null; passes its own module (kivModuleOf) to the constructor
 //     KivShaderDelete    destroys it; without this export the object is not destroyed, yet the module is unloaded
 //     KivShaderSettings  optional: the table of its settings, see settings/kivsettingstable.h
+//     KivShaderInterfaceVersion  the interface that it was built for, see shader/kivshaderinterface.h
 //
 // Shaders belong to the table and are counted: who holds one across a call takes a reference with addRef and gives it
 // back with release; the last release destroys the shader and unloads its module. Nothing of a plug-in may be used
@@ -19,6 +20,7 @@
 #include "kivrender/platform/kivtypes.h"
 
 #include <cstdint>
+#include <string>
 #include <vector>
 
 class Kiv3DObject;
@@ -96,8 +98,11 @@ public:
     // The table of loaded shaders. Lookups by a style's text try the tag first and then the name.
 
     // Loads every plug-in of the folder, null for "shaders" beside the library, in name order, up to 32. A table that
-    // is loaded is not scanned again: then the call only counts. Returns the number of shaders. A file that can't be
-    // loaded is told in a message box; a library that is no plug-in is passed over.
+    // is loaded is not scanned again: then the call only counts. Returns the number of shaders. A plug-in that can't be
+    // used is left out and told in a message box, with its file and the reason, which kivLastModuleError gives as well:
+    // a file that can't be loaded, one that was built for another interface, one that throws, one without a tag or name
+    // or with that of a shader that is there, one with a faulty table of settings. Passed over without a word are a
+    // library that is no plug-in and a plug-in that makes no shader.
     static unsigned long loadShaders(const wchar_t* path);
     // Undoes one loadShaders; the last one releases all shaders. True.
     static bool unLoadAll();
@@ -141,7 +146,7 @@ public:
     void setCurDialogIndex(int index, const KivPropertiesDlg* dlg);
 
 protected:
-    // Loads one file and makes its shader; null on failure.
+    // Loads one file and makes its shader; null on failure, which is told.
     static KivShader* load(const wchar_t* file);
 
     // The toolbox of the plug-ins.
@@ -167,6 +172,8 @@ private:
     friend struct KivTestAccess;
     friend struct KivShaderModule; // reads the module to find further exports of the plug-in
 
+    static std::wstring accept(KivShader* shader, HINSTANCE plugin);
+    static std::wstring destroy(KivShader* shader, HINSTANCE plugin);
     bool pagesBelongTo(const KivPropertiesDlg* dlg) const;
     bool secondPagesBelongTo(const KivPropertiesDlg* dlg) const;
     template <class Matches> static unsigned long findShader(Matches matches);

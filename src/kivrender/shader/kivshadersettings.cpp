@@ -1,6 +1,8 @@
 #include "kivrender/shader/kivshadersettings.h"
 
 #include "kivrender/platform/kivmodule.h"
+#include "kivrender/settings/kivsettingscheck.h"
+#include "kivrender/shader/kivshaderguard.h"
 #include "kivrender/shader/kivshadermodule.h"
 
 const KivSettingInfo* kivShaderSettings(const KivShader* shader, int* count) {
@@ -9,11 +11,11 @@ const KivSettingInfo* kivShaderSettings(const KivShader* shader, int* count) {
     if (shader != nullptr) {
         if (auto* query = reinterpret_cast<KivShaderSettingsFunction*>(
                 kivFindSymbol(KivShaderModule::of(*shader), "KivShaderSettings"))) {
-            number = query(&table);
+            kivTryShader(*shader, [&] { number = query(&table); });
         }
     }
-    if (table == nullptr || number < 0) {
-        number = 0;
+    if (!kivSettingsFault(table, number).empty()) {
+        number = 0; // another table than the one that was looked at when the plug-in was loaded
     }
     if (count != nullptr) {
         *count = number;

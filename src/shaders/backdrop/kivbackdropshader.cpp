@@ -9,6 +9,7 @@
 #include "kivrender/scene/kivmesh.h"
 #include "kivrender/settings/kivcommonsettings.h"
 #include "kivrender/shader/kivshadercommunication.h"
+#include "kivrender/shader/kivshaderinterface.h"
 #include "kivtableshader.h"
 
 #include <algorithm>
@@ -65,6 +66,8 @@ private:
 };
 
 } // namespace
+
+KIV_SHADER_INTERFACE;
 
 KIV_PLUGIN_EXPORT KivShader* KivShaderCreate() {
     return new KivBackdropShader(kivModuleOf(&KivShaderCreate));

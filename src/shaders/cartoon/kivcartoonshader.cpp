@@ -3,6 +3,7 @@
 #include "kivpageresource.h"
 #include "kivrender/platform/kivmodule.h"
 #include "kivrender/scene/kivscene.h"
+#include "kivrender/shader/kivshaderinterface.h"
 
 namespace {
 
@@ -22,6 +23,8 @@ void KivCartoonShader::reservedSlot(const KivMesh*) {}
 unsigned int KivCartoonShader::getProgressSteps(KivScene* scene, const KivCommonSettings&) {
     return scene->numMeshes() * 3;
 }
+
+KIV_SHADER_INTERFACE;
 
 KIV_PLUGIN_EXPORT KivShader* KivShaderCreate() {
     return new KivCartoonShader(kivModuleOf(&KivShaderCreate));

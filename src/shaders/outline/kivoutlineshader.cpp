@@ -4,6 +4,7 @@
 #include "kivoutlinesettings.h"
 #include "kivpageresource.h"
 #include "kivrender/platform/kivmodule.h"
+#include "kivrender/shader/kivshaderinterface.h"
 
 namespace {
 
@@ -19,6 +20,8 @@ std::unique_ptr<KivLineDrawing> KivOutlineShader::startDrawing(const KivCommonSe
                                                                bool atFront) {
     return std::make_unique<KivOutlineDrawing>(settings, size, communication, atFront);
 }
+
+KIV_SHADER_INTERFACE;
 
 KIV_PLUGIN_EXPORT KivShader* KivShaderCreate() {
     return new KivOutlineShader(kivModuleOf(&KivShaderCreate));

@@ -4,6 +4,7 @@
 #include "kivrender/platform/kivmodule.h"
 #include "kivrender/scene/kivlight.h"
 #include "kivrender/scene/kivscene.h"
+#include "kivrender/shader/kivshaderinterface.h"
 #include "kivsketchdrawing.h"
 #include "kivsketchsettings.h"
 
@@ -65,6 +66,8 @@ std::unique_ptr<KivLineDrawing> KivSketchShader::startDrawing(const KivCommonSet
                                                               bool atFront) {
     return std::make_unique<KivSketchDrawing>(settings, size, communication, atFront, lightOf(scene));
 }
+
+KIV_SHADER_INTERFACE;
 
 KIV_PLUGIN_EXPORT KivShader* KivShaderCreate() {
     return new KivSketchShader(kivModuleOf(&KivShaderCreate));

@@ -2,6 +2,7 @@
 #include "kivrender/dialogs/kivpagedlg.h"
 #include "kivrender/dialogs/kivpropertiesdlg.h"
 #include "kivrender/dialogs/kivstylefile.h"
+#include "kivrender/host/kivlanguage.h"
 #include "kivrender/settings/kivcommonsettings.h"
 #include "kivrender/settings/kivmemorydatamanager.h"
 #include "kivrender/shader/kivshader.h"
@@ -21,6 +22,7 @@ using testing::HasSubstr;
 class HostilePages : public testing::TestWithParam<const char*> {
 protected:
     HostilePages() {
+        EXPECT_TRUE(kivLoadLanguage(L"en"));
         HostileShader::install(plugins.path(), "hostile");
         HostileShader::install(plugins.path(), "add-hostile");
         TestShader::install(plugins.path(), {"plain"});
@@ -98,7 +100,7 @@ TEST_P(HostilePages, EndNothingButWhatWasAskedOfThem) {
         for (const std::wstring& message : host.messages) {
             messages.push_back(kivToUtf8(message));
         }
-        EXPECT_THAT(messages, Contains(HasSubstr("/hostile.so: " + reason)));
+        EXPECT_THAT(messages, Contains(HasSubstr("/hostile.so has failed: " + reason)));
     }
     throwFrom("");
     host.messages.clear();

@@ -1,5 +1,7 @@
 #include "kivrender/scene/kiv3dvector.h"
 
+#include "kivrender/scene/kiv3dpoint.h"
+
 #include <gtest/gtest.h>
 
 #include <cfloat>
@@ -39,6 +41,9 @@ TEST(Kiv3DVector, NormOfTheSmallestAndOfTheInfinite) {
     EXPECT_EQ(Kiv3DVector(DBL_MIN, 0.0, 0.0).norm(), 0.0);
     EXPECT_GT(Kiv3DVector(DBL_MIN * 2.0, 0.0, 0.0).norm(), 0.0);
     EXPECT_EQ(Kiv3DVector(1.0, -infinity, 2.0).norm(), infinity);
+    EXPECT_EQ(Kiv3DVector(infinity, -infinity, 1.0).norm(), infinity) << "no infinity is divided by another";
+    EXPECT_EQ(Kiv3DVector(-infinity, 0.0, infinity).norm(), infinity);
+    EXPECT_EQ(Kiv3DPoint(infinity, 0.0, 0.0).distanceTo(Kiv3DPoint(0.0, infinity, 0.0)), infinity);
     EXPECT_EQ(Kiv3DVector(nan, 0.0, 0.0).norm(), 0.0) << "not greater than the smallest normal number";
     EXPECT_TRUE(std::isnan(Kiv3DVector(1.0, nan, 0.0).norm()));
 }

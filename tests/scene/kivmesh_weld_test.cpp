@@ -114,11 +114,13 @@ TEST(KivMeshWeld, NormalsAndShadersAreNotTakenOverAndTheBoxStays) {
     const Kiv3DVector up(0.0, 0.0, 1.0);
     source.addTriangle({0, 0, 0}, up, {5, 0, 0}, up, {0, 5, 0}, up);
     source.setNonCombinableShader(L"Cartoon");
-    KivMesh welded = meshOf({{0, 0, 0}, {1, 0, 0}, {0, 1, 0}});
+    KivMesh welded;
+    const Kiv3DVector side(1.0, 0.0, 0.0);
+    welded.addTriangle({0, 0, 0}, side, {1, 0, 0}, side, {0, 1, 0}, side);
     welded.addCombinableShader(L"Outline");
     welded.getBoundingBox();
     welded.copyMeshCompacted(source);
-    EXPECT_FALSE(welded.hasNormals());
+    EXPECT_FALSE(welded.hasNormals()) << "neither the source's nor its own of before";
     EXPECT_FALSE(welded.rendersThisShader(L"Cartoon"));
     EXPECT_TRUE(welded.rendersThisShader(L"Outline"));
     EXPECT_EQ(welded.getBoundingBox()->getXMax(), 1.0);

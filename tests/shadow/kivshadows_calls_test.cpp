@@ -171,6 +171,19 @@ void glDrawElements(GLenum mode, GLsizei count, GLenum type, const void* indices
     }
     drawnFromArrays.push_back(drawn);
 }
+// One pixel, of which every light is lost, is all there is to read.
+void glReadPixels(GLint, GLint, GLsizei, GLsizei, GLenum, GLenum, void* pixels) {
+    *static_cast<unsigned char*>(pixels) = 101;
+}
+void glDrawPixels(GLsizei, GLsizei, GLenum, GLenum, const void* pixels) {
+    record("glDrawPixels", *static_cast<const unsigned char*>(pixels));
+}
+void glGetIntegerv(GLenum, GLint* value) {
+    *value = 4;
+}
+void glPixelStorei(GLenum name, GLint value) {
+    record("glPixelStorei", name, value);
+}
 void glBegin(GLenum mode) {
     record("glBegin", mode);
 }
@@ -559,6 +572,15 @@ TEST_F(KivShadowsCalls, StoredVolumeGoesOutTwiceAndIsForgotten) {
     const std::vector<Vertex> sides = primitive(GL_QUADS, 0);
     EXPECT_EQ(sides.size(), 4U * 4U); // no doubling in this form
     EXPECT_EQ(primitive(GL_QUADS, 1), sides);
+    for (std::size_t i = 0; i < sides.size(); ++i) {
+        EXPECT_EQ(sides[i].w, i % 4 < 2 ? 1.0 : 0.0) << "two points of the mesh, two directions";
+        EXPECT_EQ(sides[i].z, i % 4 < 2 ? 1.0 : -8.0);
+    }
+    const std::vector<Vertex> caps = primitive(GL_TRIANGLES, 0);
+    for (std::size_t i = 0; i < caps.size(); ++i) {
+        EXPECT_EQ(caps[i].w, i < 6 ? 1.0 : 0.0) << "all caps at the mesh, then all at infinity";
+    }
+    EXPECT_EQ(primitive(GL_TRIANGLES, 1), caps);
     EXPECT_EQ(primitive(GL_TRIANGLES, 0).size(), 2U * 6U); // the two lit triangles, at the mesh and at infinity
     EXPECT_TRUE(KivTestAccess::sides(shadows).empty());
     EXPECT_TRUE(KivTestAccess::frontCaps(shadows).empty());
@@ -819,6 +841,23 @@ TEST_F(KivShadowsCalls, EmptySceneLeavesTheBoxAtInfinity) {
     EXPECT_EQ(box.getZMax(), -std::numeric_limits<double>::infinity());
     const std::vector<std::string> expected = {call("glMatrixMode", GL_PROJECTION), "glLoadIdentity", "glMultMatrixd"};
     EXPECT_EQ(calls, expected);
+}
+
+// What a byte holds above 100 is 155 lights; further ones must not turn the shadow into light.
+TEST_F(KivShadowsCalls, MoreLightsThanAByteHoldsStayAtItsEnd) {
+    for (const auto& [lights, sum] : {std::pair{1, 101}, {154, 254}, {155, 255}, {156, 255}, {255, 255}, {400, 255}}) {
+        shadows.createInitialStencilBuffer({1, 1});
+        for (int i = 0; i < lights; ++i) {
+            shadows.addCurrentStencil({1, 1});
+        }
+        calls.clear();
+        shadows.saveAndDestroyStencilBuffer({1, 1});
+        EXPECT_EQ(calls, (std::vector<std::string>{
+                             call("glPixelStorei", GL_PACK_ALIGNMENT, 1), call("glPixelStorei", GL_UNPACK_ALIGNMENT, 1),
+                             call("glDrawPixels", sum), call("glPixelStorei", GL_PACK_ALIGNMENT, 4),
+                             call("glPixelStorei", GL_UNPACK_ALIGNMENT, 4)}))
+            << lights;
+    }
 }
 
 TEST_F(KivShadowsCalls, OnlyAmbientLight) {

@@ -342,6 +342,21 @@ TEST(KivMesh, TheBoxIsComputedOnceAndThenStale) {
     EXPECT_EQ(mesh.getBoundingBox()->getXMax(), 1.0);
 }
 
+TEST(KivMesh, TheBoxHoldsAllVertices) {
+    KivMesh mesh;
+    for (const Kiv3DPoint& point : {Kiv3DPoint(1.0, 5.0, -2.0), Kiv3DPoint(4.0, -3.0, 2.0), Kiv3DPoint(-6.0, 1.0, 9.0),
+                                    Kiv3DPoint(0.0, 0.0, 0.0)}) {
+        mesh.addVertex(point);
+    }
+    const KivBox& box = *mesh.getBoundingBox();
+    EXPECT_EQ(box.getXMin(), -6.0);
+    EXPECT_EQ(box.getXMax(), 4.0);
+    EXPECT_EQ(box.getYMin(), -3.0);
+    EXPECT_EQ(box.getYMax(), 5.0);
+    EXPECT_EQ(box.getZMin(), -2.0);
+    EXPECT_EQ(box.getZMax(), 9.0);
+}
+
 TEST(KivMesh, TheBoxOfAnEmptyMeshIsInsideOut) {
     KivMesh mesh;
     const KivBox* box = mesh.getBoundingBox();

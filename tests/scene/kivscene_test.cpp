@@ -120,6 +120,24 @@ TEST(KivScene, CopiesComeWithoutShaderSettings) {
     EXPECT_TRUE(scene.getPolyline(0)->hasObjectSettings()) << "the polyline itself was handed over";
 }
 
+TEST(KivScene, LinesWithPolylinesAndPointsAreRemovedAlone) {
+    KivScene scene;
+    fill(scene);
+    const unsigned int meshes = scene.numMeshes();
+    const unsigned int lights = scene.numLights();
+    ASSERT_GT(scene.numLines(), 0U);
+    ASSERT_GT(scene.numPolyline(), 0U);
+    ASSERT_GT(scene.numPoints(), 0U);
+    scene.removeLines();
+    EXPECT_EQ(scene.numLines(), 0U);
+    EXPECT_EQ(scene.numPolyline(), 0U);
+    EXPECT_GT(scene.numPoints(), 0U);
+    scene.removePoints();
+    EXPECT_EQ(scene.numPoints(), 0U);
+    EXPECT_EQ(scene.numMeshes(), meshes);
+    EXPECT_EQ(scene.numLights(), lights);
+}
+
 TEST(KivScene, RemoveMeshHandsTheMeshBack) {
     KivScene scene;
     fill(scene);

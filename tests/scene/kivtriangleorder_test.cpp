@@ -96,6 +96,10 @@ TEST(KivTriangleOrder, ExactlyOneIsOpaque) {
     scene.addMesh(meshAt({1}, 0.999));
     scene.orderTrianglesTransparent(cameraAt(0, 0, 0));
     EXPECT_EQ(scene.numTriangles(), 1U);
+    KivScene nearly;
+    nearly.addMesh(meshAt({1}, std::nextafter(1.0, 0.0)));
+    nearly.orderTrianglesTransparent(cameraAt(0, 0, 0));
+    EXPECT_EQ(nearly.numTriangles(), 1U);
 }
 
 TEST(KivTriangleOrder, EqualDistancesKeepTheirOrder) {

@@ -171,3 +171,54 @@ TEST(KivMemoryCommonDataManager, SaveThatStopsLeavesTheEarlierValues) {
     EXPECT_TRUE(manager.beginLoadCommonData());
     EXPECT_EQ(manager.loadAntialias(), 1);
 }
+
+TEST(KivMemoryDataManager, AnotherDocumentIsReadFromItsStart) {
+    KivMemoryDataManager manager;
+    manager.setDocument(document());
+    manager.setSaving();
+    wchar_t text[kivMaxPath];
+    EXPECT_TRUE(manager.loadStringFromFile(text));
+    int whole = 0;
+    EXPECT_TRUE(manager.loadIntFromFile(&whole));
+    manager.setDocument(document());
+    text[0] = L'\0';
+    EXPECT_TRUE(manager.loadStringFromFile(text));
+    EXPECT_EQ(std::wstring(text), L"Style:");
+}
+
+// Each cell that comes from a document gets its flag, as every cell that is written does.
+TEST(KivMemoryDataManager, EachCellOfADocumentHasItsFlag) {
+    class Flagged : public KivMemoryDataManager {
+    public:
+        void saveCurrentVaried(bool flag) override {
+            flags.push_back(flag);
+        }
+        std::vector<bool> flags;
+    };
+    Flagged manager;
+    manager.setDocument(document());
+    manager.setSaving();
+    wchar_t text[kivMaxPath];
+    int whole = 0;
+    EXPECT_TRUE(manager.loadStringFromFile(text));
+    EXPECT_TRUE(manager.loadIntFromFile(&whole));
+    EXPECT_FALSE(manager.loadIntFromFile(&whole)) << "a double is next";
+    EXPECT_EQ(manager.flags, (std::vector<bool>{false, false}));
+}
+
+TEST(KivMemoryCommonDataManager, ASaveThatBeginsAgainForgetsTheBrokenOne) {
+    KivMemoryCommonDataManager manager;
+    const int before = [] {
+        KivMemoryCommonDataManager fresh;
+        fresh.beginSaveCommonData();
+        fresh.endSaveCommonData();
+        return fresh.loadAntialias();
+    }();
+    EXPECT_TRUE(manager.beginSaveCommonData());
+    EXPECT_TRUE(manager.saveAntialias(before + 1));
+    EXPECT_TRUE(manager.saveSaveRenderFile(L"broken.png"));
+    EXPECT_TRUE(manager.beginSaveCommonData());
+    EXPECT_TRUE(manager.endSaveCommonData());
+    EXPECT_EQ(manager.loadAntialias(), before);
+    EXPECT_STREQ(manager.loadSaveRenderFile(), L"");
+}

@@ -257,6 +257,24 @@ TEST(KivSettingsTable, ShortStreamLeavesTheRest) {
     EXPECT_EQ(std::wstring(text), L"NextShader");
 }
 
+// A setting that objects disagreed on is not marked so by a stream that ends before it.
+TEST(KivSettingsTable, AShortStreamLeavesNoMarks) {
+    KivTablePageSettings settings = page();
+    for (int i = 0; i < numSettings; ++i) {
+        settings.setVaried(i, true);
+    }
+    KivMemoryDataManager stream;
+    stream.setSaving();
+    stream.saveString(L"Page");
+    stream.setLoading();
+    settings.setDataManager(&stream);
+    settings.loadData();
+    EXPECT_FALSE(settings.isLoaded());
+    for (int i = 0; i < numSettings; ++i) {
+        EXPECT_FALSE(settings.isVaried(i)) << i;
+    }
+}
+
 TEST(KivSettingsTable, NoStream) {
     KivTablePageSettings settings = page();
     settings.saveSettings();

@@ -827,6 +827,45 @@ TEST_F(KivShadowsCalls, ParallelViewsHaveAPlaceForInfinity) {
     }
 }
 
+// A mesh that is kept asks no more questions for its weld; one for which there is no room asks them again.
+TEST_F(KivShadowsCalls, NoMoreVolumesAreKeptThanThereIsRoomFor) {
+    const KivMesh mesh = box();
+    const KivLight light = lightAt(KivLight::pointLight, Kiv3DPoint(0.3, 0.2, 9));
+    const auto pollsOfTheSecondLight = [&](std::size_t budget) {
+        shadows.beginVolumes(budget);
+        shadows.drawShadowVolume(&mesh, &light, false);
+        PollCounter counter;
+        const ScopedProgress scope(counter);
+        shadows.drawShadowVolume(&mesh, &light, false);
+        shadows.endVolumes();
+        return counter.polls;
+    };
+    const long kept = pollsOfTheSecondLight(1 << 20);
+    EXPECT_EQ(pollsOfTheSecondLight(10), kept + 12 + 1 + 1 + 35 + 3) << "the weld's, the edges', and two in between";
+    EXPECT_EQ(pollsOfTheSecondLight(0), pollsOfTheSecondLight(10));
+}
+
+TEST_F(KivShadowsCalls, TheSceneBoxHoldsAllMeshes) {
+    KivScene scene;
+    for (const Kiv3DVector& way : {Kiv3DVector(3, -5, 7), Kiv3DVector(-4, 6, -2), Kiv3DVector()}) {
+        auto* mesh = new KivMesh(box());
+        auto* moved = new KivMesh;
+        for (unsigned int i = 0; i < mesh->getNumVertexs(); ++i) {
+            moved->addVertex(mesh->getVertex(i) + way);
+        }
+        delete mesh;
+        scene.addMesh(moved);
+    }
+    shadows.setInfinitePerspective(KivCamera(), &scene);
+    const KivBox& all = KivTestAccess::sceneBox(shadows);
+    EXPECT_EQ(all.getXMin(), -5.0);
+    EXPECT_EQ(all.getXMax(), 4.0);
+    EXPECT_EQ(all.getYMin(), -6.0);
+    EXPECT_EQ(all.getYMax(), 7.0);
+    EXPECT_EQ(all.getZMin(), -3.0);
+    EXPECT_EQ(all.getZMax(), 8.0);
+}
+
 TEST_F(KivShadowsCalls, EmptySceneLeavesTheBoxAtInfinity) {
     KivScene scene;
     KivCamera camera;
@@ -857,6 +896,9 @@ TEST_F(KivShadowsCalls, MoreLightsThanAByteHoldsStayAtItsEnd) {
                              call("glDrawPixels", sum), call("glPixelStorei", GL_PACK_ALIGNMENT, 4),
                              call("glPixelStorei", GL_UNPACK_ALIGNMENT, 4)}))
             << lights;
+        calls.clear();
+        shadows.saveAndDestroyStencilBuffer({1, 1});
+        EXPECT_TRUE(calls.empty()) << "the sum is gone once it was written";
     }
 }
 

@@ -188,9 +188,6 @@ bool KivEdgesExtraction::SidesByVertex::appendRange(std::size_t range, const Sid
         if (!appendBucket(static_cast<int>(range * rangeVertices + low), sides + start, sides + ends[low], edges)) {
             return false;
         }
-        if (isCancelledAfter(ends[low] - start)) {
-            return false;
-        }
         start = ends[low];
     }
     return true;

@@ -1,9 +1,13 @@
 #include "reference/literallines.h"
+#include "support/pollcost.h"
+#include "vector/readylists.h"
 #include "vector/vectorprogress.h"
 #include "vector/vectortesting.h"
 
 #include "kivrender/vector/collinearlinemerger.h"
 
+#include <algorithm>
+#include <cmath>
 #include <limits>
 
 using vectortest::describe;
@@ -126,6 +130,26 @@ TEST(CollinearLineMerger, AttributesDecideButColourDoesNot) {
     ASSERT_EQ(lines.size(), 2U);
     EXPECT_EQ(lines[0]->lineWidth, 2.0F);
     EXPECT_EQ(lines[1]->vertices[0].r, 1.0F);
+}
+
+TEST(CollinearLineMerger, EveryAttributeKeepsLinesApart) {
+    const auto apart = [](auto change) {
+        OwnedList lines;
+        lines.push_back(line(plain(1, 1), plain(5, 3)));
+        lines.push_back(line(plain(1, 1), plain(5, 3)));
+        change(*lines[1]);
+        merge(lines);
+        return lines.size() == 2;
+    };
+    EXPECT_TRUE(apart([](FeedbackPrimitive& each) { each.offset = true; }));
+    EXPECT_TRUE(apart([](FeedbackPrimitive& each) { each.boundary = true; }));
+    EXPECT_TRUE(apart([](FeedbackPrimitive& each) { each.blend = true; }));
+    EXPECT_TRUE(apart([](FeedbackPrimitive& each) { each.stipplePattern = 1; }));
+    EXPECT_TRUE(apart([](FeedbackPrimitive& each) { each.stippleFactor = 1; }));
+    EXPECT_TRUE(apart([](FeedbackPrimitive& each) { each.blendSource = 1; }));
+    EXPECT_TRUE(apart([](FeedbackPrimitive& each) { each.blendDestination = 1; }));
+    EXPECT_TRUE(apart([](FeedbackPrimitive& each) { each.lineWidth = 1.0000001F; }));
+    EXPECT_FALSE(apart([](FeedbackPrimitive& each) { each.pointSize = 5; }));
 }
 
 TEST(CollinearLineMerger, AnyTwoVeryShortLinesHaveOneDirection) {
@@ -314,6 +338,92 @@ TEST(CollinearLineMerger, AgreesWithTheLiteralForm) {
 TEST(CollinearLineMerger, AgreesWithTheLiteralFormOnLongerLists) {
     for (std::uint32_t seed = 50000; seed < 50060 && !HasFatalFailure(); ++seed)
         compareWithLiteral(seed, 300);
+}
+
+// Lines so far out, for their length, that they have no place in the cells of the index.
+TEST(CollinearLineMerger, LinesFarOutMergeAsOthers) {
+    const auto far = [](float x, float y, float dx) { return line(plain(x, y), plain(x + dx, y)); };
+    OwnedList lines;
+    lines.push_back(far(5e12F, 3, 0x1p21F));
+    lines.push_back(far(1, 1, 2));
+    lines.push_back(far(-5e12F, 3, 0x1p21F));
+    lines.push_back(far(5e12F, 3, 0x1p21F));
+    lines.push_back(far(1, 1, 2));
+    lines.push_back(far(5e12F + 0x1p20F, 3, 0x1p21F));
+    lines.push_back(line(plain(2e10F, 2), plain(2e10F, 2.004F)));
+    lines.push_back(line(plain(2e10F, 2), plain(2e10F, 2.004F)));
+    lines.push_back(line(plain(2e10F, 4), plain(2e10F, 4.004F)));
+    merge(lines);
+    ASSERT_EQ(lines.size(), 5U);
+    std::vector<float> starts;
+    for (const FeedbackPrimitive* each : lines)
+        starts.push_back(std::min(each->vertices[0].x, each->vertices[1].x));
+    std::sort(starts.begin(), starts.end());
+    EXPECT_EQ(starts, (std::vector<float>{-5e12F, 1, 2e10F, 2e10F, 5e12F}));
+}
+
+TEST(CollinearLineMerger, AgreesWithTheLiteralFormFarOut) {
+    int merges = 0;
+    for (std::uint32_t seed = 0; seed < 1500; ++seed) {
+        Random random(seed);
+        static constexpr float distances[] = {1e9F, 3e10F, 1e12F, 1e15F, 1e20F, 0x1p40F};
+        const float away = distances[seed % std::size(distances)];
+        OwnedList lines;
+        for (std::uint32_t i = 0; i < 4 + seed % 20; ++i) {
+            const float x = random.chance(4) ? 1.0F : random.chance(3) ? -away : away;
+            const float y = static_cast<float>(random.below(3));
+            const float length = random.chance(2) ? 0.004F : 0.0625F;
+            const float step = random.chance(3) ? std::nextafter(x, 2 * x) - x : 0.0F;
+            const float up = random.chance(2) ? 0.25F * length : 0.0F;
+            lines.push_back(random.chance(2) ? line(plain(x, y + up), plain(x + step, y + up + length))
+                                             : line(plain(x, y + length), plain(x, y)));
+        }
+        OwnedList expected;
+        vectortest::clone(lines, expected);
+        merge(lines);
+        merges += literal::mergeLines(expected);
+        ASSERT_EQ(describe(lines), describe(expected)) << "seed " << seed;
+    }
+    EXPECT_GT(merges, 3000);
+}
+
+// Each tolerance, just within and just beyond.
+TEST(CollinearLineMerger, TheTolerancesOfLines) {
+    const auto mergesWith = [](float x0, float y0, float x1, float y1) {
+        OwnedList lines;
+        lines.push_back(line(plain(0, 0.5F), plain(1, 0.5F)));
+        lines.push_back(line(plain(x0, y0), plain(x1, y1)));
+        merge(lines);
+        return lines.size() == 1;
+    };
+    // The direction, scaled by its own length, agrees within a millionth on each axis.
+    EXPECT_TRUE(mergesWith(0, 0.5F, 1 + 4e-7F, 0.5F));
+    EXPECT_FALSE(mergesWith(0, 0.5F, 1 + 8e-7F, 0.5F));
+    // A line along x takes one with exactly its height, or such a one that starts and ends within its own start.
+    EXPECT_FALSE(mergesWith(0.25F, 0.5F + 0x1p-23F, 1.25F, 0.5F + 0x1p-23F));
+    // Places by x and by y agree within a millionth of the length.
+    const auto slopedMerges = [](float aside) {
+        OwnedList lines;
+        lines.push_back(line(plain(0, 0.01F), plain(1, 1.01F)));
+        lines.push_back(line(plain(0.25F, 0.26F + aside), plain(1.25F, 1.26F + aside)));
+        merge(lines);
+        return lines.size() == 1;
+    };
+    EXPECT_TRUE(slopedMerges(6e-7F));
+    EXPECT_FALSE(slopedMerges(2e-6F));
+}
+
+TEST(CollinearLineMerger, PollsForACancelByCost) {
+    for (const bool areEqual : {false, true}) {
+        OwnedList model;
+        for (int i = 0; i < 25000; ++i) {
+            const float x = areEqual ? 0.0F : static_cast<float>(i / 2 % 200);
+            const float y = areEqual ? 0.0F : static_cast<float>(i / 400);
+            model.push_back(line(plain(x, y), plain(x + 1, y + 0.5F)));
+        }
+        vectortest::ReadyLists lists(model);
+        PollCost::expectAllowed([&] { merge(lists.take()); });
+    }
 }
 
 TEST(CollinearLineMerger, TheRandomListsMergeAndKeep) {

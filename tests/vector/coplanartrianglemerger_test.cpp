@@ -1,4 +1,6 @@
 #include "reference/literaltriangles.h"
+#include "support/pollcost.h"
+#include "vector/readylists.h"
 #include "vector/trianglesource.h"
 #include "vector/vectorprogress.h"
 #include "vector/vectortesting.h"
@@ -165,6 +167,85 @@ TEST(AverageColour, SmoothTrianglesByTheirMean) {
     EXPECT_FALSE(sameAverageColour(flat.get(), smooth.get()));
     smooth->vertices[1].r = std::nanf("");
     EXPECT_FALSE(sameAverageColour(smooth.get(), smooth.get()));
+}
+
+// Each tolerance, just within and just beyond.
+TEST(FeedbackPlane, TheTolerancesOfPlanes) {
+    FeedbackPlane plane(grey(0, 0, 5), grey(1, 0, 5), grey(0, 1, 5));
+    const auto isCoplanar = [&](double slope, double place) {
+        // Turned by the slope, and then moved so far off the plane, for each unit of distance from its point.
+        const auto at = [&](double x, double y) {
+            return grey(static_cast<float>(x), static_cast<float>(y),
+                        static_cast<float>(5 + slope * (x - 1000) + place * 1000));
+        };
+        const std::unique_ptr<FeedbackPrimitive> primitive(triangle(at(1000, 1), at(1064, 1), at(1000, 65)));
+        SweepTriangle swept(*primitive);
+        return plane.isCoplanar(&swept);
+    };
+    EXPECT_TRUE(isCoplanar(0, 0));
+    EXPECT_TRUE(isCoplanar(0.00138, 0)) << "1 - 0.95e-6";
+    EXPECT_FALSE(isCoplanar(0.00145, 0)) << "1 - 1.05e-6";
+    EXPECT_FALSE(isCoplanar(-0.00145, 0));
+    EXPECT_TRUE(isCoplanar(0, 0.00138));
+    EXPECT_FALSE(isCoplanar(0, 0.00145));
+}
+
+TEST(FeedbackVertex, EqualWithinAThousandth) {
+    for (float FeedbackVertex::*component : {&FeedbackVertex::x, &FeedbackVertex::y, &FeedbackVertex::z}) {
+        for (const float sense : {1.0F, -1.0F}) {
+            FeedbackVertex moved = grey(0, 0);
+            moved.*component = sense * 0.00099F;
+            EXPECT_TRUE(grey(0, 0) == moved);
+            moved.*component = sense * 0.00101F;
+            EXPECT_FALSE(grey(0, 0) == moved);
+        }
+    }
+}
+
+TEST(FeedbackVector, EqualWithinAThousandth) {
+    for (double FeedbackVector::*component : {&FeedbackVector::x, &FeedbackVector::y, &FeedbackVector::z}) {
+        for (const double sense : {1.0, -1.0}) {
+            FeedbackVector moved;
+            moved.*component = sense * 0.00099;
+            EXPECT_TRUE(FeedbackVector() == moved);
+            moved.*component = sense * 0.00101;
+            EXPECT_FALSE(FeedbackVector() == moved);
+        }
+    }
+}
+
+TEST(AverageColour, EachComponentWithinATenMillionth) {
+    for (float FeedbackVertex::*component :
+         {&FeedbackVertex::r, &FeedbackVertex::g, &FeedbackVertex::b, &FeedbackVertex::a}) {
+        for (const float sense : {1.0F, -1.0F}) {
+            const std::unique_ptr<FeedbackPrimitive> first(triangle(grey(0, 0), grey(1, 0), grey(0, 1)));
+            const std::unique_ptr<FeedbackPrimitive> second(triangle(grey(0, 0), grey(1, 0), grey(0, 1)));
+            for (FeedbackVertex& each : first->vertices)
+                each.*component = 0;
+            for (FeedbackVertex& each : second->vertices)
+                each.*component = sense * 0.9e-7F;
+            EXPECT_TRUE(sameAverageColour(first.get(), second.get()));
+            for (FeedbackVertex& each : second->vertices)
+                each.*component = sense * 1.1e-7F;
+            EXPECT_FALSE(sameAverageColour(first.get(), second.get()));
+        }
+    }
+}
+
+TEST(CoplanarGroups, EveryAttributeKeepsTrianglesApart) {
+    const auto apart = [](auto change) {
+        FeedbackPrimitive* second = triangle(grey(1, 1), grey(2, 2), grey(1, 2));
+        change(*second);
+        return numGroups({triangle(grey(1, 1), grey(2, 1), grey(2, 2)), second}) == 2;
+    };
+    EXPECT_TRUE(apart([](FeedbackPrimitive& each) { each.offset = true; }));
+    EXPECT_TRUE(apart([](FeedbackPrimitive& each) { each.boundary = true; }));
+    EXPECT_TRUE(apart([](FeedbackPrimitive& each) { each.blend = true; }));
+    EXPECT_TRUE(apart([](FeedbackPrimitive& each) { each.stipplePattern = 1; }));
+    EXPECT_TRUE(apart([](FeedbackPrimitive& each) { each.stippleFactor = 1; }));
+    EXPECT_TRUE(apart([](FeedbackPrimitive& each) { each.blendSource = 1; }));
+    EXPECT_TRUE(apart([](FeedbackPrimitive& each) { each.blendDestination = 1; }));
+    EXPECT_FALSE(apart([](FeedbackPrimitive& each) { each.pointSize = 5; }));
 }
 
 TEST(CoplanarTriangleMerger, ASquareOfManyBecomesTwo) {
@@ -335,6 +416,56 @@ TEST(CoplanarTriangleMerger, WithEqualSizesTheSweepRunsAlongY) {
     EXPECT_GE(merged(2, 1), 5.0F) << "the left one first";
     EXPECT_LE(merged(1, 2), 2.0F) << "the lower one first";
     EXPECT_LE(merged(1, 1), 2.0F);
+}
+
+void expectPollsByCost(const FeedbackPrimitiveList& model) {
+    vectortest::ReadyLists lists(model);
+    PollCost::expectAllowed(
+        [&] { CoplanarTriangleMerger(CoplanarTriangleMerger::Failed::staysAsItWas).merge(&lists.take(), 7, 2, 1); });
+}
+
+TEST(CoplanarTriangleMerger, PollsByCostAmongTrianglesThatStay) {
+    OwnedList list;
+    for (int i = 0; i < 40000; ++i) {
+        const float x = static_cast<float>(i % 200);
+        const float y = static_cast<float>(i / 200);
+        list.push_back(triangle(grey(x, y), grey(x + 1, y, 0.1F * x), grey(x, y + 1, 0.1F * y)));
+    }
+    expectPollsByCost(list);
+}
+
+TEST(CoplanarTriangleMerger, PollsByCostInOneLargeFace) {
+    OwnedList list;
+    for (int i = 0; i < 30000; ++i)
+        addSquare(list, static_cast<float>(i % 150), static_cast<float>(i / 150));
+    expectPollsByCost(list);
+}
+
+TEST(CoplanarTriangleMerger, PollsByCostAmongCopies) {
+    OwnedList list;
+    for (int i = 0; i < 60000; ++i)
+        list.push_back(triangle(grey(1, 1), grey(2, 1), grey(2, 2)));
+    expectPollsByCost(list);
+}
+
+TEST(CoplanarTriangleMerger, PollsByCostAroundManyHoles) {
+    OwnedList list;
+    addPlate(list, 60);
+    expectPollsByCost(list);
+}
+
+// A star, all of whose points begin on edges that the sweep crosses.
+TEST(CoplanarTriangleMerger, PollsByCostAroundManyPoints) {
+    OwnedList list;
+    constexpr int points = 20000;
+    const auto at = [](int i) {
+        const double angle = 6.283185307179586 * (i % (2 * points)) / (2 * points);
+        const double radius = i % 2 == 0 ? 100 : 90;
+        return grey(static_cast<float>(radius * std::cos(angle)), static_cast<float>(radius * std::sin(angle)));
+    };
+    for (int i = 0; i < 2 * points; ++i)
+        list.push_back(triangle(grey(0, 0), at(i), at(i + 1)));
+    expectPollsByCost(list);
 }
 
 TEST(CoplanarTriangleMerger, ASingleTriangleComesThrough) {

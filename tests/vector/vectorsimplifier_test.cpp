@@ -92,6 +92,50 @@ TEST(VectorSimplifier, LinesThenTrianglesThenTheRest) {
     EXPECT_EQ(outcome[4]->type, 1793);
 }
 
+double areaOf(const FeedbackPrimitiveList& list) {
+    double area = 0;
+    for (const FeedbackPrimitive* each : list) {
+        const FeedbackVertex* v = each->vertices.data();
+        area += std::abs((v[1].x - v[0].x) * (v[2].y - v[0].y) - (v[2].x - v[0].x) * (v[1].y - v[0].y)) / 2.0;
+    }
+    return area;
+}
+
+// A plate with two holes that touch at a corner: no tessellator without combined vertices covers it.
+TEST(VectorSimplifier, AFaceThatCannotBeCoveredKeepsItsTriangles) {
+    OwnedList list;
+    for (int x = 0; x < 4; ++x) {
+        for (int y = 0; y < 4; ++y) {
+            if ((x == 1 && y == 1) || (x == 2 && y == 2))
+                continue;
+            const auto at = [&](int i, int j) {
+                return grey(20 + 40 * static_cast<float>(x + i), 20 + 40 * static_cast<float>(y + j));
+            };
+            list.push_back(triangle(at(0, 0), at(1, 0), at(1, 1)));
+            list.push_back(triangle(at(0, 0), at(1, 1), at(0, 1)));
+        }
+    }
+    OwnedList outcome;
+    ASSERT_TRUE(simplify(list, outcome));
+    EXPECT_EQ(outcome.size(), 28U);
+    EXPECT_NEAR(areaOf(outcome), 14 * 40 * 40, 1);
+}
+
+// The sweep runs along the longer side of the last triangle, in x or y, and so decides the order of the output.
+TEST(VectorSimplifier, TheLastTriangleDecidesTheDirectionOfTheSweep) {
+    const auto firstX = [](float width, float height) {
+        OwnedList list;
+        list.push_back(triangle(grey(50, 150), grey(60, 150), grey(60, 160)));
+        list.push_back(triangle(grey(100, 20), grey(100 + width, 20), grey(100, 20 + height)));
+        OwnedList outcome;
+        EXPECT_TRUE(simplify(list, outcome));
+        return outcome.empty() ? 0.0F : outcome[0]->vertices[0].x;
+    };
+    EXPECT_LT(firstX(20, 10), 61.0F);
+    EXPECT_GT(firstX(10, 20), 99.0F);
+    EXPECT_GT(firstX(16, 16), 99.0F) << "equal sizes: along y";
+}
+
 TEST(VectorSimplifier, AnEmptyPageAndOneOfPoints) {
     OwnedList list;
     OwnedList outcome;

@@ -3,6 +3,7 @@
 #include "kivrender/scene/kivprogress.h"
 #include "kivrender/vector/lineindex.h"
 #include "kivrender/vector/lineshape.h"
+#include "kivrender/vector/pollmeter.h"
 
 #include <functional>
 #include <map>
@@ -41,8 +42,12 @@ class LineMergeRun {
 public:
     explicit LineMergeRun(FeedbackPrimitiveList& list)
         : lines(list), partners(LineIndex::Role::Second), settled(LineIndex::Role::First) {
+        PollMeter poll;
         entries.reserve(lines.size());
         for (const FeedbackPrimitive* line : lines) {
+            // The first merge finds out about the cancel too.
+            if (poll.isCancelledAfter(60))
+                return;
             entries.push_back({LineShape(*line), groups.groupOf(*line), false});
             const int slot = static_cast<int>(entries.size()) - 1;
             partners.insert(slot, entries.back().shape, entries.back().group);

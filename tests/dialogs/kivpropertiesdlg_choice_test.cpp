@@ -23,6 +23,30 @@ TEST_F(KivPropertiesDlgChoice, ABaseLookComesBackOnThePageThatItWasLeftOn) {
     EXPECT_EQ(shownPages(), Pages{paint.getPage(&dialog, 1)});
 }
 
+TEST_F(KivPropertiesDlgChoice, ASelectionOfTheCurrentBaseLookMovesNoMoreThanTheBoldItem) {
+    writeStream(stream, L"", L"Paint", L"");
+    WindowRecord& user = open(&stream);
+    user.controls[Dlg::nonCombinableTree].selection = 1;
+    EXPECT_TRUE(user.focusOn(Dlg::nonCombinableTree));
+    ASSERT_EQ(KivTestAccess::base(dialog), &wash) << "the keyboard came before the new selection was told";
+    EXPECT_TRUE(user.choose(Dlg::nonCombinableTree, 1));
+    EXPECT_FALSE(user.at(Dlg::nonCombinableTree).items[0].bold);
+    EXPECT_TRUE(user.at(Dlg::nonCombinableTree).items[1].bold);
+    EXPECT_EQ(KivTestAccess::base(dialog), &wash);
+    EXPECT_FALSE(dialog.isChanged());
+    EXPECT_TRUE(toolkit.timers.empty());
+}
+
+TEST_F(KivPropertiesDlgChoice, ASelectionThatGoesKeepsTheBaseLook) {
+    writeStream(stream, L"", L"Paint", L"");
+    WindowRecord& user = open(&stream);
+    EXPECT_TRUE(user.choose(Dlg::nonCombinableTree, -1));
+    EXPECT_FALSE(user.at(Dlg::nonCombinableTree).items[0].bold);
+    EXPECT_EQ(KivTestAccess::base(dialog), &paint);
+    EXPECT_EQ(shownPages(), Pages{paint.getPage(&dialog, 0)});
+    EXPECT_FALSE(dialog.isChanged());
+}
+
 // Switches the base look off in the box when its pages are made.
 class ReluctantBaseLook : public ShownBaseLook {
 public:
@@ -116,6 +140,34 @@ TEST_F(KivPropertiesDlgChoice, ACombinableShaderIsFoundByItsNameBeforeItsTag) {
         toolkit.templates.clear();
     }
     KivTestAccess::setShaders({});
+}
+
+// Whoever keeps a reference keeps a plug-in from being unloaded for good.
+TEST_F(KivPropertiesDlgChoice, NoShaderIsHeldBehindWhatAUserDoes) {
+    writeStyle(host.users, L"Mine", {L"Wash", {L"Lines"}});
+    writeStream(stream, L"", L"Paint", L"Lines;");
+    WindowRecord& user = open(&stream);
+    const auto expectFree = [](const char* step) {
+        for (unsigned long i = 0; i < KivShader::shaders(); ++i) {
+            KivShader* const shader = KivShader::getByIndex(i);
+            EXPECT_EQ(shader->addRef(), 2U) << step << ", shader " << i;
+            shader->release();
+        }
+    };
+    expectFree("opened, with still pictures");
+    dialog.saveData();
+    expectFree("saved");
+    EXPECT_TRUE(user.choose(Dlg::nonCombinableTree, 1));
+    EXPECT_TRUE(user.toggle(Dlg::combinableTree, 1));
+    EXPECT_TRUE(user.clickCheck(Dlg::nonCombinableBox));
+    expectFree("chosen");
+    EXPECT_TRUE(user.choose(Dlg::stylesCombo, 0));
+    expectFree("a style loaded");
+    EXPECT_TRUE(user.clickCheck(Dlg::previewBox));
+    toolkit.passTime(400);
+    expectFree("a preview drawn");
+    dialog.DestroyWindow();
+    expectFree("closed");
 }
 
 class ListeningWindow : public RecordingWindow {

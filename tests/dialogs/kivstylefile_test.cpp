@@ -135,6 +135,13 @@ TEST_F(KivStyleFile, WithoutABaseShaderItsKeyIsAbsent) {
     EXPECT_EQ(folder.read("styles/a.kiv"), "[General]\r\nCombinableShader=Outline;\r\n");
 }
 
+TEST_F(KivStyleFile, AHeadThatIsReadHasNothingOfTheOneBefore) {
+    KivStyleHead head{L"Paint", {L"Lines"}};
+    EXPECT_FALSE(kivReadStyleHead(path("missing.kiv"), &head));
+    EXPECT_EQ(head.nonCombinable, L"");
+    EXPECT_TRUE(head.combinables.empty());
+}
+
 TEST_F(KivStyleFile, HeadsOfAllKinds) {
     struct Case {
         const char* bytes;

@@ -179,7 +179,10 @@ TEST_F(SurfaceTest, AContextServesBitmapsOfItsSizeOnly) {
     EXPECT_FALSE(kivMakeGlCurrent(large.getHDC(), small.getHGLRC()));
     EXPECT_EQ(kivCurrentGlContext(), nullptr);
     EXPECT_EQ(kivGlFailure().kind, KivGlFailure::wrongUse);
+    EXPECT_EQ(kivGlFailure().detail, "a bitmap of another size");
     EXPECT_FALSE(kivMakeGlCurrent(nullptr, small.getHGLRC()));
+    EXPECT_EQ(kivGlFailure().kind, KivGlFailure::wrongUse);
+    EXPECT_EQ(kivGlFailure().detail, "a handle that is gone");
     EXPECT_TRUE(kivMakeGlCurrent(small.getHDC(), small.getHGLRC()));
 }
 

@@ -1,6 +1,7 @@
 // The table's look-ups and the counting of references.
 #include "kivrender/shader/kivshader.h"
 
+#include "dialogs/shadertable.h"
 #include "support/plainshader.h"
 #include "support/temphome.h"
 #include "support/testshader.h"
@@ -41,6 +42,19 @@ TEST_F(KivShaderTable, NamesAndTagsAreComparedWithoutCase) {
     EXPECT_EQ(KivShader::getByName(L"beta"), nullptr) << "a name is no tag";
     EXPECT_EQ(KivShader::getByTag(L"bet"), nullptr);
     EXPECT_EQ(KivShader::getByTag(nullptr), nullptr);
+}
+
+TEST(KivShaderLookups, AnEntryThatIsGoneIsPassedOver) {
+    PlainCombinable first(nullptr, L"First", L"Test first");
+    PlainCombinable last(nullptr, L"Last", L"Test last");
+    KivTestAccess::setShaders({&first, nullptr, &last});
+    EXPECT_EQ(KivShader::getByTag(L"last"), &last);
+    EXPECT_EQ(KivShader::getByName(L"test last"), &last);
+    EXPECT_EQ(KivShader::getByTag(L"none"), nullptr);
+    EXPECT_EQ(KivShader::selectByTag(L"first"), nullptr);
+    EXPECT_EQ(KivShader::current(), &first);
+    KivShader::selectByIndex(static_cast<unsigned long>(-1));
+    KivTestAccess::setShaders({});
 }
 
 TEST_F(KivShaderTable, AWalkMeetsEachShaderOnce) {

@@ -1,5 +1,6 @@
 #include "kivrender/vector/hiddenprimitives.h"
 
+#include "kivrender/vector/likeprimitives.h"
 #include "kivrender/vector/screenarea.h"
 #include "kivrender/vector/screentree.h"
 
@@ -11,13 +12,14 @@ namespace {
 // Finds of each primitive whether any part of it is seen.
 class SightVisitor : public ScreenTree::Visitor {
 public:
-    SightVisitor(const std::vector<ScreenFace>& all, std::vector<bool>& found) : faces(all), seen(found) {}
+    SightVisitor(const std::vector<ScreenFace>& all, std::vector<bool>& found, WorkPoll& poll)
+        : faces(all), seen(found), cancel(poll) {}
 
     bool wants(ScreenTree::Numbers numbers) override {
         return !std::all_of(numbers.begin(), numbers.end(), [&](std::uint32_t number) { return isSeen(number); });
     }
     void takeHidden(std::uint32_t, std::uint32_t) override {}
-    void takeSquare(const ScreenTree::Square& square, ScreenTree::Numbers numbers) override;
+    bool takeSquare(const ScreenTree::Square& square, ScreenTree::Numbers numbers) override;
 
 private:
     // With more covers in a square all its faces count as seen, and so does a face that is cut into more pieces.
@@ -33,6 +35,7 @@ private:
 
     const std::vector<ScreenFace>& faces;
     std::vector<bool>& seen;
+    WorkPoll& cancel;
     std::vector<const ScreenFace*> covers; // of the square, nearest first
     std::vector<ScreenArea> pieces;
     std::vector<ScreenArea> left;
@@ -113,7 +116,7 @@ bool SightVisitor::isSeenIn(const ScreenFace& face, const ScreenArea& part) {
     return true;
 }
 
-void SightVisitor::takeSquare(const ScreenTree::Square& square, ScreenTree::Numbers numbers) {
+bool SightVisitor::takeSquare(const ScreenTree::Square& square, ScreenTree::Numbers numbers) {
     covers.clear();
     for (const std::uint32_t number : numbers) {
         if (faces[number].covers)
@@ -122,7 +125,7 @@ void SightVisitor::takeSquare(const ScreenTree::Square& square, ScreenTree::Numb
     if (covers.size() > mostCovers) {
         for (const std::uint32_t number : numbers)
             seen[faces[number].owner] = true;
-        return;
+        return true;
     }
     // What is near hides most.
     std::sort(covers.begin(), covers.end(), [](const ScreenFace* a, const ScreenFace* b) {
@@ -136,7 +139,26 @@ void SightVisitor::takeSquare(const ScreenTree::Square& square, ScreenTree::Numb
         const bool fits = part.clip(square.corner, square.size);
         if (!part.isEmpty())
             seen[face.owner] = !fits || isSeenAt(face, middleOf(part)) || isSeenIn(face, part);
+        if (cancel.isCancelled(50 * covers.size()))
+            return false;
     }
+    return true;
+}
+
+// Primitives at the same place: the last hides the others at once.
+bool addLike(const FeedbackPrimitiveList& list, std::span<const std::uint32_t> members, const PolygonShift& shift,
+             std::vector<ScreenFace>& faces, std::vector<bool>& seen, WorkPoll& cancel) {
+    const std::size_t first = faces.size();
+    for (std::size_t i = members.size(); i-- > 0;) {
+        if (cancel.isCancelled(300))
+            return false;
+        seen[members[i]] = !addScreenFaces(*list[members[i]], members[i], shift, faces);
+        const auto isCover = [](const ScreenFace& face) { return face.covers; };
+        if (faces.size() > first &&
+            std::all_of(faces.begin() + static_cast<std::ptrdiff_t>(first), faces.end(), isCover))
+            break;
+    }
+    return true;
 }
 
 } // namespace
@@ -144,13 +166,19 @@ void SightVisitor::takeSquare(const ScreenTree::Square& square, ScreenTree::Numb
 HiddenPrimitives::HiddenPrimitives(const PolygonShift& offset) : shift(offset) {}
 
 bool HiddenPrimitives::remove(FeedbackPrimitiveList* list) const {
+    WorkPoll cancel;
+    LikePrimitives alike;
+    if (!alike.find(*list, cancel))
+        return false;
     std::vector<ScreenFace> faces;
-    faces.reserve(list->size());
+    faces.reserve(alike.numGroups());
     std::vector<bool> seen(list->size(), false);
-    for (std::size_t i = 0; i < list->size(); ++i)
-        seen[i] = !addScreenFaces(*(*list)[i], static_cast<std::uint32_t>(i), shift, faces);
-    SightVisitor visitor(faces, seen);
-    if (!ScreenTree(faces).walk(visitor))
+    for (std::size_t group = 0; group < alike.numGroups(); ++group) {
+        if (!addLike(*list, alike.members(group), shift, faces, seen, cancel))
+            return false;
+    }
+    SightVisitor visitor(faces, seen, cancel);
+    if (!ScreenTree(faces, cancel).walk(visitor))
         return false;
     FeedbackPrimitiveList left;
     for (std::size_t i = 0; i < list->size(); ++i) {

@@ -1,5 +1,5 @@
 // The order in which a page is painted so that each place shows what is nearest there: from back to front, and where
-// that has no answer for whole primitives, with primitives cut in two.
+// that has no answer for whole primitives, with primitives cut.
 //
 // Sorting by a depth for each primitive, which is the usual way, puts many of them in the wrong order: a large area and
 // a small one before it, a steep one beside a flat one. Here each two that lie over one another are compared where they
@@ -23,14 +23,17 @@ public:
     explicit PaintersOrder(const PolygonShift& offset);
 
     // The list is in the order of drawing and in window coordinates, and has no null slots. Brings it into the order
-    // of painting. Triangles and lines that run through one another, or lie over each other in a circle, may be
-    // replaced by their parts. False when the user has cancelled; the list is then as it was.
+    // of painting. Of triangles and lines that run through one another, or lie over each other in a circle, some are
+    // replaced by parts; what opaque areas hide of those is left out. False when the user has cancelled; the list is
+    // then as it was.
     //
-    // The cost grows like n log n with the primitives and linearly with the number of pairs that lie over one another:
-    // take out what is hidden first.
+    // The cost grows like n log n with the primitives and linearly with the number of pairs that lie over one another
+    // in sight: take out what is hidden first. Primitives at the same place are compared as one. The work is bounded:
+    // where thousands of primitives lie over one another in one place, those that were not compared come in the order
+    // of their mean depths, and exact, which may be null, tells that the order is not exact there.
     // origins, which may be null, gets for each primitive of the new list the place of the one that it is, or is a part
     // of, in the old one.
-    bool sort(FeedbackPrimitiveList* list, std::vector<std::uint32_t>* origins = nullptr) const;
+    bool sort(FeedbackPrimitiveList* list, std::vector<std::uint32_t>* origins = nullptr, bool* exact = nullptr) const;
 
 private:
     PolygonShift shift;

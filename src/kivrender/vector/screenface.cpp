@@ -1,5 +1,7 @@
 #include "kivrender/vector/screenface.h"
 
+#include "kivrender/vector/likeprimitives.h"
+
 #include <algorithm>
 #include <cmath>
 #include <utility>
@@ -109,11 +111,6 @@ ScreenFace stroke(const FeedbackVertex& start, const FeedbackVertex& end, float 
     return face;
 }
 
-bool isOpaque(const FeedbackPrimitive& primitive) {
-    return !primitive.blend && std::all_of(primitive.vertices.begin(), primitive.vertices.end(),
-                                           [](const FeedbackVertex& vertex) { return vertex.a >= 1.0F; });
-}
-
 } // namespace
 
 ScreenLine ScreenLine::through(const ScreenPoint& from, const ScreenPoint& to) {
@@ -122,6 +119,20 @@ ScreenLine ScreenLine::through(const ScreenPoint& from, const ScreenPoint& to) {
     line.b = to.x - from.x;
     line.c = -(static_cast<std::int64_t>(line.a) * from.x + static_cast<std::int64_t>(line.b) * from.y);
     return line;
+}
+
+ScreenPoint ScreenFace::low() const {
+    ScreenPoint place = corners[0];
+    for (int i = 1; i < count; ++i)
+        place = {std::min(place.x, corners[i].x), std::min(place.y, corners[i].y)};
+    return place;
+}
+
+ScreenPoint ScreenFace::high() const {
+    ScreenPoint place = corners[0];
+    for (int i = 1; i < count; ++i)
+        place = {std::max(place.x, corners[i].x), std::max(place.y, corners[i].y)};
+    return place;
 }
 
 double ScreenFace::depthAt(double x, double y) const {
@@ -167,17 +178,9 @@ bool ScreenFace::isApartFrom(const ScreenFace& other) const {
 }
 
 bool ScreenFace::meets(const ScreenPoint& corner, std::int32_t size) const {
-    std::int32_t lowX = corners[0].x;
-    std::int32_t highX = lowX;
-    std::int32_t lowY = corners[0].y;
-    std::int32_t highY = lowY;
-    for (int i = 1; i < count; ++i) {
-        lowX = std::min(lowX, corners[i].x);
-        highX = std::max(highX, corners[i].x);
-        lowY = std::min(lowY, corners[i].y);
-        highY = std::max(highY, corners[i].y);
-    }
-    if (highX <= corner.x || highY <= corner.y || lowX >= corner.x + size || lowY >= corner.y + size)
+    const ScreenPoint lowest = low();
+    const ScreenPoint highest = high();
+    if (highest.x <= corner.x || highest.y <= corner.y || lowest.x >= corner.x + size || lowest.y >= corner.y + size)
         return false;
     for (int i = 0; i < count; ++i) {
         if (side(i).highestOver(corner, size) <= 0)
@@ -222,6 +225,21 @@ bool addScreenFaces(const FeedbackPrimitive& primitive, std::uint32_t owner, con
         face.noise = 0.5 * ScreenGrid::depthNoise + (std::fabs(face.slopeX) + std::fabs(face.slopeY)) * 0x1p-20;
     }
     return faces.size() > first;
+}
+
+PlaneDistance planeDistance(const ScreenFace& first, const ScreenFace& second, const ScreenPoint& low,
+                            const ScreenPoint& high) {
+    const double slopeX = first.slopeX - second.slopeX;
+    const double slopeY = first.slopeY - second.slopeY;
+    const auto planeAtLow = [&low](const ScreenFace& face) {
+        return face.depth + face.slopeX * (static_cast<double>(low.x) - face.corners[0].x) +
+               face.slopeY * (static_cast<double>(low.y) - face.corners[0].y);
+    };
+    const double atLow = planeAtLow(first) - planeAtLow(second) + offsetBetween(first, second);
+    const double alongX = slopeX * (static_cast<double>(high.x) - low.x);
+    const double alongY = slopeY * (static_cast<double>(high.y) - low.y);
+    return {atLow + std::min(alongX, 0.0) + std::min(alongY, 0.0),
+            atLow + std::max(alongX, 0.0) + std::max(alongY, 0.0)};
 }
 
 double offsetBetween(const ScreenFace& first, const ScreenFace& second) {

@@ -6,6 +6,7 @@
 #ifndef KIVRENDER_VECTOR_SCREENFACE_H
 #define KIVRENDER_VECTOR_SCREENFACE_H
 
+#include "kivrender/platform/kivexport.h"
 #include "kivrender/vector/feedbackprimitive.h"
 
 #include <cstddef>
@@ -82,6 +83,9 @@ struct ScreenFace {
     ScreenLine side(int number) const {
         return ScreenLine::through(corners[number], corners[number + 1 < count ? number + 1 : 0]);
     }
+    // The rectangle about it.
+    ScreenPoint low() const;
+    ScreenPoint high() const;
     double depthAt(double x, double y) const;
     // Bounds of the depth over the part of the square that the face covers.
     double lowestOver(const ScreenPoint& corner, std::int32_t size) const;
@@ -98,8 +102,18 @@ struct ScreenFace {
 // Appends the faces of a primitive: one for each triangle of a polygon's fan, one for a line or a point. Appends
 // nothing and returns false when the primitive has no place on the grid: a coordinate that is no number or too far
 // away, or vertices that are missing.
-bool addScreenFaces(const FeedbackPrimitive& primitive, std::uint32_t owner, const PolygonShift& shift,
-                    std::vector<ScreenFace>& faces);
+KIV_API bool addScreenFaces(const FeedbackPrimitive& primitive, std::uint32_t owner, const PolygonShift& shift,
+                            std::vector<ScreenFace>& faces);
+
+// How much farther the plane of the first face lies than that of the second over a rectangle, at least and at most;
+// polygon offset counts.
+struct PlaneDistance {
+    double least = 0;
+    double most = 0;
+};
+
+PlaneDistance planeDistance(const ScreenFace& first, const ScreenFace& second, const ScreenPoint& low,
+                            const ScreenPoint& high);
 
 // What the depth of the first face counts as more when it is compared with that of the second, because one of them was
 // drawn with polygon offset. Between two that were, the offset says nothing: it is there to let lines win.

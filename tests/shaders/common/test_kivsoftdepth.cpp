@@ -1,11 +1,16 @@
 #include "kivsoftdepth.h"
 
 #include "../shapes.h"
+#include "reference/literalsoftdepth.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
+#include <cstdint>
+#include <ctime>
 #include <limits>
+#include <random>
 
 namespace {
 
@@ -16,7 +21,7 @@ KivSurface squareAt(double z, double from, double to) {
     return surface;
 }
 
-int countDrawn(const KivSoftDepth& depth, int size) {
+int countDrawn(KivSoftDepth& depth, int size) {
     int count = 0;
     for (int y = 0; y < size; ++y) {
         for (int x = 0; x < size; ++x) {
@@ -29,7 +34,7 @@ int countDrawn(const KivSoftDepth& depth, int size) {
 } // namespace
 
 TEST(KivSoftDepth, IsEmptyAtFirstAndOutside) {
-    const KivSoftDepth depth(perspectiveView({0, 0, 8}, 0.5, 1.0, 20.0, 32), 0.0, 0.0);
+    KivSoftDepth depth(perspectiveView({0, 0, 8}, 0.5, 1.0, 20.0, 32), 0.0, 0.0);
     EXPECT_EQ(countDrawn(depth, 32), 0);
     EXPECT_EQ(depth.at(-1, 3), 1.0F);
     EXPECT_EQ(depth.at(3, 32), 1.0F);
@@ -167,4 +172,65 @@ TEST(KivSoftDepth, PartsAreReadAsTheyAre) {
             EXPECT_EQ(span.values[static_cast<std::size_t>(y * 20 + x)], depth.at(10 + x, 14 + y));
         }
     }
+}
+
+// Triangles large and small, needles, and such as reach far out of the picture.
+KivSurface anyTriangles(std::uint32_t seed) {
+    std::mt19937 words(seed);
+    const auto number = [&words](double range) { return range * (static_cast<double>(words()) / 0x80000000U - 1.0); };
+    KivSurface surface;
+    const std::uint32_t count = 1 + static_cast<std::uint32_t>(words() % 60);
+    for (std::uint32_t i = 0; i < 3 * count; i += 3) {
+        const std::uint32_t kind = static_cast<std::uint32_t>(words() % 5);
+        const double range = kind == 0 ? 0.1 : kind == 1 ? 1e5 : kind == 2 ? 1e9 : 3.0;
+        const KivVec first = {number(3.0), number(3.0), number(3.0)};
+        surface.points.push_back(first);
+        surface.points.push_back({first.x + number(range), first.y + number(range), number(3.0)});
+        surface.points.push_back(kind == 3 ? KivVec{first.x + 1e-7, first.y, number(3.0)}
+                                           : KivVec{first.x + number(range), first.y + number(range), number(3.0)});
+        surface.triangles.push_back({i, i + 1, i + 2});
+    }
+    return surface;
+}
+
+TEST(KivSoftDepth, IsThatOfTheLiteralForm) {
+    std::size_t drawn = 0;
+    for (std::uint32_t seed = 0; seed < 300; ++seed) {
+        const int size = seed % 3 == 0 ? 150 : 64;
+        const KivView view = seed % 2 == 0 ? parallelView({0, 0, 8}, 3.0, 1.0, 20.0, size)
+                                           : perspectiveView({0, 0, 8}, 0.5, 1.0, 20.0, size);
+        const double slopes = seed % 4 == 0 ? 1.0 : 0.0;
+        KivSoftDepth depth(view, slopes, 4.0 * slopes);
+        LiteralSoftDepth literal(view, slopes, 4.0 * slopes);
+        for (const std::uint32_t part : {0U, 1U}) {
+            depth.draw(anyTriangles(2 * seed + part));
+            literal.draw(anyTriangles(2 * seed + part));
+        }
+        for (int y = 0; y < size; ++y) {
+            for (int x = 0; x < size; ++x) {
+                ASSERT_EQ(depth.at(x, y), literal.at(x, y)) << "seed " << seed << " at " << x << ", " << y;
+                drawn += depth.at(x, y) < 1.0F ? 1U : 0U;
+            }
+        }
+    }
+    EXPECT_GT(drawn, 300000U);
+}
+
+// What lies behind is not drawn pixel by pixel, which would take 250 times as long for 500 sheets as for two.
+TEST(KivSoftDepth, WhatIsHiddenCostsLittle) {
+    const KivView view = parallelView({0, 0, 8}, 1.0, 1.0, 20.0, 1600);
+    const auto timeOf = [&view](int sheets) {
+        double best = 1e9;
+        for (int run = 0; run < 3; ++run) {
+            KivSoftDepth depth(view, 0.0, 0.0);
+            for (int i = 0; i < sheets; ++i) {
+                depth.draw(squareAt(-1.0 + i * 0.001, -0.9, 0.9));
+            }
+            const std::clock_t begin = std::clock();
+            EXPECT_LT(depth.at(800, 800), 1.0F);
+            best = std::min(best, static_cast<double>(std::clock() - begin));
+        }
+        return best;
+    };
+    EXPECT_LT(timeOf(500), 100.0 * timeOf(2));
 }

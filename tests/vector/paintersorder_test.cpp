@@ -461,6 +461,31 @@ TEST(PaintersOrder, CutsEveryCopyAlike) {
     EXPECT_THAT(origins, testing::ElementsAre(0U, 2U, 4U, 6U, 8U, 1U, 3U, 5U, 7U, 9U, 0U, 2U, 4U, 6U, 8U));
 }
 
+// Where the work does not do, what was not compared comes by its depth.
+TEST(PaintersOrder, TellsWhereTheWorkWasCutShort) {
+    OwnedList list;
+    for (int i = 0; i < 1500; ++i) {
+        const float shift = 0.001F * static_cast<float>((i * 7) % 1500);
+        const float depth = 0.9F - 0.0005F * static_cast<float>(i);
+        list.push_back(coloured(triangle(vertex(shift, 0, depth, 0, 0, 0, 0.5F), vertex(9, shift, depth, 0, 0, 0, 0.5F),
+                                         vertex(0, 9, depth, 0, 0, 0, 0.5F)),
+                                i));
+    }
+    std::reverse(list.begin(), list.end());
+    for (const std::size_t work : {std::size_t(0), PaintersOrder::usualWork}) {
+        OwnedList ordered;
+        clone(list, ordered);
+        bool exact = work == 0;
+        PaintersOrder order;
+        order.setWork(work);
+        EXPECT_TRUE(order.sort(&ordered, nullptr, &exact));
+        EXPECT_EQ(exact, work > 0);
+        ASSERT_EQ(ordered.size(), list.size());
+        for (std::size_t i = 0; i < ordered.size(); ++i)
+            ASSERT_EQ(ordered[i]->vertices[0].r, static_cast<float>(i));
+    }
+}
+
 TEST(PaintersOrder, AnyFloatsAtAll) {
     for (std::uint32_t seed = 0; seed < 300; ++seed) {
         Random random(seed);
@@ -499,10 +524,15 @@ TEST(PaintersOrder, StaysWhenTheUserCancels) {
         list.push_back(randomTriangle(random, i));
     const FeedbackPrimitiveList before = list;
     ScopedProgress progress;
-    for (const int after : {0, 1, 2}) {
+    OwnedList other;
+    clone(list, other);
+    EXPECT_TRUE(PaintersOrder().sort(&other));
+    const int polls = progress.polls();
+    EXPECT_GT(polls, 5);
+    for (int after = 0; after < polls; ++after) {
         progress.cancelAfterPolls(after);
-        EXPECT_FALSE(PaintersOrder().sort(&list));
-        EXPECT_EQ(list, before);
+        EXPECT_FALSE(PaintersOrder().sort(&list)) << after;
+        EXPECT_EQ(list, before) << after;
     }
 }
 

@@ -399,6 +399,9 @@ private:
         for (const std::string& message : messages) {
             printWarning(message);
         }
+        if (output.isDrawing() && !KivVectorPage::wasOrderExact()) {
+            warn("so much lies over one another in the drawing that some of it may be painted in the wrong order");
+        }
         addRenderTimings(start, end, host.encodeMilliseconds());
         return true;
     }

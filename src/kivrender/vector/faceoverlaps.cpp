@@ -15,16 +15,10 @@ constexpr std::size_t fewFaces = 64;
 // Squares with more are left to the end, so that where the work is not enough only they have to do without.
 constexpr std::size_t manyFaces = 1024;
 
-// Seen in drawings of real models: 5000 for each face. Of the first, some five seconds, drawings live in which
-// everything lies over everything.
-constexpr std::size_t mostWork = 5000000000;
-constexpr std::size_t mostWorkOfFace = 20000;
-
 } // namespace
 
-FaceOverlaps::FaceOverlaps(const std::vector<ScreenFace>& all, WorkPoll& poll)
-    : faces(all), cancel(poll), compared(all.size()), known(all.size()),
-      workLeft(mostWork + all.size() * mostWorkOfFace) {}
+FaceOverlaps::FaceOverlaps(const std::vector<ScreenFace>& all, WorkPoll& poll, std::size_t work)
+    : faces(all), cancel(poll), compared(all.size()), known(all.size()), workLeft(work) {}
 
 void FaceOverlaps::takeHidden(std::uint32_t face, std::uint32_t cover) {
     if (faces[face].owner == faces[cover].owner)

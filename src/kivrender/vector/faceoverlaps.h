@@ -17,8 +17,8 @@ using OwnerPair = std::pair<std::uint32_t, std::uint32_t>;
 // Pairs that an opaque face hides wherever they meet are left out; both then come before that face.
 class FaceOverlaps : public ScreenTree::Visitor {
 public:
-    // Both must outlive the object.
-    FaceOverlaps(const std::vector<ScreenFace>& all, WorkPoll& poll);
+    // Both must outlive the object. So much work, in units of WorkPoll, is spent on comparing.
+    FaceOverlaps(const std::vector<ScreenFace>& all, WorkPoll& poll, std::size_t work);
 
     bool wants(ScreenTree::Numbers) override {
         return true;
@@ -28,7 +28,7 @@ public:
 
     // Compares what the walk has put off. False when the user has cancelled.
     bool finish();
-    // Whether the work that the faces are worth was enough to compare all that meet.
+    // Whether the work was enough to compare all that meet.
     bool isComplete() const {
         return complete;
     }

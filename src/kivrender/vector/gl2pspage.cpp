@@ -26,6 +26,7 @@ constexpr std::size_t vertexFloats = 7;
 int bufferSize = KivVectorPage::defaultBuffer;
 bool overflowed = false;
 bool exactOrder = true;
+bool orderWasExact = true;
 
 struct Page {
     Page(const wchar_t* path, PageText::Format pageFormat, bool culls)
@@ -164,7 +165,7 @@ bool handOverInOrder(std::span<const float> library) {
     }
     std::vector<std::uint32_t> origins;
     const FeedbackState& last = feedback.state();
-    if (!PaintersOrder(PolygonShift{last.offsetFactor, last.offsetUnits}).sort(list.get(), &origins)) {
+    if (!PaintersOrder(PolygonShift{last.offsetFactor, last.offsetUnits}).sort(list.get(), &origins, &orderWasExact)) {
         return false;
     }
     setDepthsByOrder(*list);
@@ -222,7 +223,7 @@ bool simplifyAndHandOver(std::span<const float> library, const Page& page, float
         return false;
     }
     if (page.inOrder) {
-        if (!PaintersOrder(shift).sort(list.get())) {
+        if (!PaintersOrder(shift).sort(list.get(), nullptr, &orderWasExact)) {
             return false;
         }
         setDepthsByOrder(*list);
@@ -284,6 +285,10 @@ bool KivVectorPage::isExactOrder() {
     return exactOrder;
 }
 
+bool KivVectorPage::wasOrderExact() {
+    return orderWasExact;
+}
+
 bool KivVectorPage::hasOverflowed() {
     return overflowed;
 }
@@ -293,6 +298,7 @@ GLint gl2psBeginPageW(const char* title, const char* producer, GLint viewport[4]
                       GLint nb, GLint buffersize, const wchar_t* filename) {
     gl2psDiscardPage();
     overflowed = false;
+    orderWasExact = exactOrder;
     const GLint printed = format == GL2PS_AI ? GL2PS_PDF : format;
     auto page = std::make_unique<Page>(filename, textFormat(printed), (options & GL2PS_OCCLUSION_CULL) != 0);
     if (page->file.stream() == nullptr) {

@@ -21,6 +21,11 @@ struct KIV_API KivVectorPage {
     static void setExactOrder(bool exact);
     static bool isExactOrder();
 
+    // Whether the last drawing of the process was painted in that order everywhere. Where thousands of areas lie over
+    // one another in one place the work is cut short: those that were not compared come in the order of their mean
+    // depths.
+    static bool wasOrderExact();
+
     // Whether the last drawing of the process was too large for its buffer: render again with a larger one.
     static bool hasOverflowed();
 };

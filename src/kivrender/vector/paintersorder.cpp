@@ -5,7 +5,7 @@
 PaintersOrder::PaintersOrder(const PolygonShift& offset) : shift(offset) {}
 
 bool PaintersOrder::sort(FeedbackPrimitiveList* list, std::vector<std::uint32_t>* origins, bool* exact) const {
-    Painting painting(*list, shift);
+    Painting painting(*list, shift, work == usualWork ? work + workOfPrimitive * list->size() : work);
     if (!painting.findOverlaps() || !painting.findOrder() || !painting.cutCovered())
         return false;
     FeedbackPrimitiveList painted;

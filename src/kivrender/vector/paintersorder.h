@@ -13,11 +13,17 @@
 #include "kivrender/vector/feedbackprimitive.h"
 #include "kivrender/vector/screenface.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
 class KIV_API PaintersOrder {
 public:
+    // The work that comparing may take, in units of about a nanosecond: some five seconds, and more for very large
+    // drawings. Drawings of real models take a quarter of the latter for each primitive.
+    static constexpr std::size_t usualWork = 5000000000;
+    static constexpr std::size_t workOfPrimitive = 20000;
+
     PaintersOrder() = default;
     // How primitives that were drawn with polygon offset lie behind their depth.
     explicit PaintersOrder(const PolygonShift& offset);
@@ -35,8 +41,14 @@ public:
     // of, in the old one.
     bool sort(FeedbackPrimitiveList* list, std::vector<std::uint32_t>* origins = nullptr, bool* exact = nullptr) const;
 
+    // For less work than usual.
+    void setWork(std::size_t most) {
+        work = most;
+    }
+
 private:
     PolygonShift shift;
+    std::size_t work = usualWork;
 };
 
 #endif

@@ -64,7 +64,7 @@ bool Painting::addFaces() {
 bool Painting::findOverlaps() {
     if (!addFaces())
         return false;
-    FaceOverlaps overlaps(faces, cancel);
+    FaceOverlaps overlaps(faces, cancel, mostWork);
     if (!ScreenTree(faces, cancel).walk(overlaps) || !overlaps.finish())
         return false;
     complete = overlaps.isComplete();

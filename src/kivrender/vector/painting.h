@@ -22,7 +22,8 @@
 
 class Painting {
 public:
-    Painting(const FeedbackPrimitiveList& all, const PolygonShift& offset) : list(all), shift(offset) {}
+    Painting(const FeedbackPrimitiveList& all, const PolygonShift& offset, std::size_t work)
+        : list(all), shift(offset), mostWork(work) {}
 
     // All false when the user has cancelled.
     bool findOverlaps();
@@ -61,6 +62,7 @@ private:
 
     const FeedbackPrimitiveList& list;
     PolygonShift shift;
+    std::size_t mostWork;
     WorkPoll cancel;
     LikePrimitives alike;
     std::vector<std::uint32_t> groupOf; // of each primitive

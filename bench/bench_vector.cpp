@@ -473,6 +473,84 @@ void paintersOrder(benchmark::State& state) {
     }
 }
 
+// What is hard to order.
+enum HardKind {
+    crossingAreas,   // large ones through one another
+    crossingNeedles, // across the whole window
+    legs,            // prisms of long thin triangles from one body
+    spines,          // needles in all directions from one place
+    oneTriangle,     // many times over
+    sheets,          // over one another, each a little aside
+};
+
+// Eight sides of a leg from about the middle of the window.
+void addLeg(FeedbackPrimitiveList& list, Words& words) {
+    const double angle = 6.283185307179586 * words.unit();
+    const double x = 470 + 60 * words.unit();
+    const double y = 450 + 60 * words.unit();
+    const double z = 0.475 + 0.05 * words.unit();
+    const double length = 200 + 250 * words.unit();
+    const double endZ = 0.3 + 0.4 * words.unit();
+    const double width = 4 + 8 * words.unit();
+    const auto corner = [&](int side, bool end) {
+        const double turn = 6.283185307179586 * (side % 8) / 8;
+        const double part = end ? 0.5 : 1;
+        const double aside = part * width * std::cos(turn);
+        return vertexAt(static_cast<float>(x + (end ? length * std::cos(angle) : 0) - aside * std::sin(angle)),
+                        static_cast<float>(y + (end ? length * std::sin(angle) : 0) + aside * std::cos(angle)),
+                        static_cast<float>((end ? endZ : z) + part * 0.0005 * width * std::sin(turn)));
+    };
+    for (int side = 0; side < 8; ++side) {
+        add(list, FeedbackToken::polygon, {corner(side, false), corner(side + 1, false), corner(side + 1, true)});
+        add(list, FeedbackToken::polygon, {corner(side, false), corner(side + 1, true), corner(side, true)});
+    }
+}
+
+void makeHard(FeedbackPrimitiveList& list, HardKind kind, int count) {
+    Words words;
+    const auto anywhere = [&words] { return vertexAt(1000 * words.unit(), 1000 * words.unit(), words.unit()); };
+    while (static_cast<int>(list.size()) < count) {
+        const auto place = static_cast<float>(list.size());
+        if (kind == crossingAreas) {
+            add(list, FeedbackToken::polygon, {anywhere(), anywhere(), anywhere()});
+        } else if (kind == crossingNeedles || kind == spines) {
+            const FeedbackVertex tip = anywhere();
+            FeedbackVertex beside = tip;
+            beside.x += 6;
+            beside.y += 6;
+            const FeedbackVertex start = kind == spines ? vertexAt(500 + words.unit(), 500, 0.5F) : anywhere();
+            add(list, FeedbackToken::polygon, {start, tip, beside});
+        } else if (kind == legs) {
+            addLeg(list, words);
+        } else {
+            const float aside = kind == sheets ? 0.1F * place : 0;
+            const float depth = kind == sheets ? 0.2F + 0.6F * place / static_cast<float>(count) : 0.5F;
+            add(list, FeedbackToken::polygon,
+                {vertexAt(100 + aside, 100, depth), vertexAt(900, 200 + aside, depth + 0.1F),
+                 vertexAt(400, 800, depth)});
+        }
+    }
+}
+
+void paintersOrderOfHard(benchmark::State& state, HardKind kind) {
+    std::size_t painted = 0;
+    bool exact = true;
+    for ([[maybe_unused]] auto round : state) {
+        state.PauseTiming();
+        {
+            OwnedList list;
+            makeHard(list, kind, static_cast<int>(state.range(0)));
+            state.ResumeTiming();
+            PaintersOrder().sort(&list, nullptr, &exact);
+            state.PauseTiming();
+            painted = list.size();
+        }
+        state.ResumeTiming();
+    }
+    state.counters["painted"] = static_cast<double>(painted);
+    state.counters["exact"] = exact ? 1 : 0;
+}
+
 void growing(benchmark::internal::Benchmark* bench) {
     bench->RangeMultiplier(10)->Range(1000, 1000000)->Unit(benchmark::kMillisecond);
 }
@@ -515,5 +593,11 @@ BENCHMARK(sortedKeys)->Apply(growing);
 BENCHMARK(simplifyPage)->Apply(growing);
 BENCHMARK(removeHidden)->Apply(growing);
 BENCHMARK(paintersOrder)->Apply(growing);
+BENCHMARK_CAPTURE(paintersOrderOfHard, crossingAreas, crossingAreas)->Apply(growingSlowly);
+BENCHMARK_CAPTURE(paintersOrderOfHard, crossingNeedles, crossingNeedles)->Apply(growingSlowly);
+BENCHMARK_CAPTURE(paintersOrderOfHard, legs, legs)->Apply(growingSlowly)->Arg(912);
+BENCHMARK_CAPTURE(paintersOrderOfHard, spines, spines)->Apply(growingSlowly);
+BENCHMARK_CAPTURE(paintersOrderOfHard, oneTriangle, oneTriangle)->Apply(growingSlowly)->Arg(100000);
+BENCHMARK_CAPTURE(paintersOrderOfHard, sheets, sheets)->Apply(growingSlowly);
 
 } // namespace

@@ -400,7 +400,8 @@ private:
             printWarning(message);
         }
         if (output.isDrawing() && !KivVectorPage::wasOrderExact()) {
-            warn("so much lies over one another in the drawing that some of it may be painted in the wrong order");
+            printWarning(
+                "so much lies over one another in the drawing that some of it may be painted in the wrong order");
         }
         addRenderTimings(start, end, host.encodeMilliseconds());
         return true;

@@ -101,12 +101,14 @@ StudioModel::StudioModel() : imported(builtInModel()) {
     prepare();
 }
 
-bool StudioModel::load(const StudioState& state, std::wstring* message) {
+bool StudioModel::load(const StudioState& state, std::wstring* message,
+                       const std::function<bool(double done)>& progress) {
     KivModel read;
     if (state.models.empty()) {
         read = builtInModel();
     } else {
         KivModelOptions options;
+        options.progress = progress;
         options.upAxis = state.upAxis == 'z'   ? KivModelOptions::Axis::z
                          : state.upAxis == 'y' ? KivModelOptions::Axis::y
                                                : KivModelOptions::Axis::byFormat;

@@ -5,6 +5,7 @@
 #include "apps/studio/studiostate.h"
 #include "import/kivmodelimport.h"
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -16,8 +17,8 @@ public:
     StudioModel();
 
     // Reads the models of the state, or the built-in scene without any. False with one line in message, and all as it
-    // was, if any of them can't be read.
-    bool load(const StudioState& state, std::wstring* message);
+    // was, if any of them can't be read; without a line if progress said so. progress: as in KivModelOptions.
+    bool load(const StudioState& state, std::wstring* message, const std::function<bool(double done)>& progress = {});
 
     const KivModel& model() const;
     const std::vector<Kiv3DPoint>& points() const;

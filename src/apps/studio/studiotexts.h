@@ -149,7 +149,8 @@ enum class StudioText : unsigned int {
     noShaders = 3259,
     colourOfLight = 3260,
     writtenWithoutImages = 3290,
-    pictureCopied = 3291
+    pictureCopied = 3291,
+    readingCancelled = 3292
 };
 
 inline QString studioText(StudioText text) {

@@ -64,8 +64,8 @@ bool StudioWindow::isRendering() const {
     return isFinalRunning;
 }
 
-bool StudioWindow::isDrawing() const {
-    return renderer.isBusy();
+bool StudioWindow::isBusy() const {
+    return renderer.isBusy() || isReading;
 }
 
 bool StudioWindow::isSettled() const {
@@ -286,7 +286,7 @@ void StudioWindow::step(HistoryStep there, HistoryStep back, StudioText failure)
         std::wstring message;
         if (!loadModels(next, &message)) {
             (history.*back)();
-            warn(studioText(failure).arg(kivToQt(message)));
+            warnUnread(failure, message);
             return;
         }
     }

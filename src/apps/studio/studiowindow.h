@@ -52,8 +52,8 @@ public:
     // For tests and pictures of the window.
     const StudioState& state() const;
     bool isRendering() const;
-    // Whether anything is drawn right now, the view included: who asks is called by what the drawing lets through.
-    bool isDrawing() const;
+    // Whether anything is drawn or read right now, the view included: who asks is called by what that lets through.
+    bool isBusy() const;
     // Whether the view shows the document as it is, with nothing left to draw.
     bool isSettled() const;
 
@@ -122,6 +122,9 @@ private:
 
     // --- studiowindow_files.cpp
     bool loadModels(const StudioState& state, std::wstring* message);
+    bool readModels(const StudioState& state, StudioModel* into, std::wstring* message);
+    // message: why models could not be read, empty if the user did not want them any more.
+    void warnUnread(StudioText text, const std::wstring& message);
     bool openDocument(const QString& file);
     bool openModels(const QStringList& files, bool add);
     void openBuiltIn();
@@ -202,8 +205,9 @@ private:
     bool wasShown = false;
     bool isDrawn = false; // the view shows the present state
     bool hasWarnedOfRecovery = false;
-    StudioProgress* running = nullptr; // of the render under way
-    bool isFinalRunning = false;
+    StudioProgress* running = nullptr; // of what is drawn or read
+    bool isFinalRunning = false;       // or a model is read for long
+    bool isReading = false;
 
     std::vector<Result> results;
     int resultNumber = 0;

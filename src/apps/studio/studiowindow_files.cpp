@@ -1,6 +1,7 @@
 // Documents, models, recovery files.
 #include "apps/studio/lookpanel.h"
 #include "apps/studio/objectspanel.h"
+#include "apps/studio/studioevents.h"
 #include "apps/studio/studiomemory.h"
 #include "apps/studio/studiosavedialog.h"
 #include "apps/studio/studioview.h"
@@ -12,9 +13,11 @@
 #include <QDragEnterEvent>
 #include <QDropEvent>
 #include <QFileDialog>
+#include <QLabel>
 #include <QMenu>
 #include <QMessageBox>
 #include <QMimeData>
+#include <QProgressBar>
 #include <QPushButton>
 #include <QScreen>
 #include <QStyle>
@@ -98,12 +101,59 @@ void StudioWindow::start(const StudioState& state, const QString& file) {
 }
 
 bool StudioWindow::loadModels(const StudioState& state, std::wstring* message) {
+    if (!readModels(state, &model, message)) {
+        return false;
+    }
+    if (!model.model().warnings.empty()) {
+        tell(kivToQt(model.model().warnings.front()));
+    }
+    return true;
+}
+
+// A model that is there at once changes nothing in the window; one that takes longer shows how far it is, and the user
+// can cancel it. Meanwhile the window shows what was open.
+bool StudioWindow::readModels(const StudioState& state, StudioModel* into, std::wstring* message) {
+    constexpr qint64 patience = 200; // milliseconds
     tell(studioText(StudioText::readingModel));
     QApplication::setOverrideCursor(Qt::WaitCursor);
-    const bool loaded = model.load(state, message);
-    QApplication::restoreOverrideCursor();
+    StudioProgress progress;
+    progress.pump = [] { StudioEvents::pump(); };
+    QElapsedTimer time;
+    time.start();
+    bool isShown = false;
+    bool isRead = false;
+    isReading = true;
+    {
+        const StudioEvents events(StudioEvents::Held::drop, progressArea, [&progress] { progress.cancel(); });
+        running = &progress;
+        isRead = into->load(state, message, [&](double done) {
+            if (!isShown && time.elapsed() >= patience) {
+                isShown = true;
+                QApplication::restoreOverrideCursor();
+                setRendering(true);
+                stage->setText(studioText(StudioText::readingModel));
+            }
+            bar->setValue(static_cast<int>(done * 1000.0));
+            return !isShown || !progress.isCancelled();
+        });
+        running = nullptr;
+    }
+    isReading = false;
+    if (isShown) {
+        setRendering(false);
+    } else {
+        QApplication::restoreOverrideCursor();
+    }
     tell(QString());
-    return loaded;
+    return isRead;
+}
+
+void StudioWindow::warnUnread(StudioText text, const std::wstring& message) {
+    if (message.empty()) {
+        tell(studioText(StudioText::readingCancelled));
+    } else {
+        warn(studioText(text).arg(kivToQt(message)));
+    }
 }
 
 bool StudioWindow::openDocument(const QString& file) {
@@ -118,7 +168,7 @@ bool StudioWindow::openDocument(const QString& file) {
     }
     std::wstring message;
     if (!loadModels(read, &message)) {
-        warn(studioText(StudioText::cantOpen).arg(kivToQt(message)));
+        warnUnread(StudioText::cantOpen, message);
         return false;
     }
     start(read, QFileInfo(file).absoluteFilePath());
@@ -144,7 +194,7 @@ bool StudioWindow::openModels(const QStringList& files, bool add) {
     const Placement former(model.model());
     std::wstring message;
     if (!loadModels(next, &message)) {
-        warn(studioText(StudioText::cantOpen).arg(kivToQt(message)));
+        warnUnread(StudioText::cantOpen, message);
         return false;
     }
     if (!add || current.models.empty() || !former.keepFor(model.model(), &next)) {
@@ -371,7 +421,7 @@ void StudioWindow::fitToScreen() {
 }
 
 void StudioWindow::closeEvent(QCloseEvent* event) {
-    if (renderer.isBusy() || !mayGo()) {
+    if (isBusy() || !mayGo()) {
         event->ignore();
         return;
     }

@@ -51,7 +51,7 @@ bool StudioWindow::recover(const StudioRecovery::Found& found, const StudioState
     }
     std::wstring message;
     if (!loadModels(work, &message)) {
-        warn(studioText(StudioText::cantRecover).arg(kivToQt(message)));
+        warnUnread(StudioText::cantRecover, message);
         return false;
     }
     start(work, found.document);

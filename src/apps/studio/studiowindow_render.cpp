@@ -69,7 +69,7 @@ QImage drawnSvg(const QString& file, QSize size) {
 } // namespace
 
 void StudioWindow::whenIdle(const std::function<void()>& act) {
-    if (!renderer.isBusy()) {
+    if (!isBusy()) {
         act();
         return;
     }
@@ -91,7 +91,7 @@ void StudioWindow::scheduleView() {
 
 void StudioWindow::drawMoving() {
     const QSize whole = view->pictureRect().size();
-    if (renderer.isBusy() || whole.isEmpty()) {
+    if (isBusy() || whole.isEmpty()) {
         return; // settling comes again
     }
     const double scale = motionScale * view->devicePixelRatioF();
@@ -113,8 +113,7 @@ void StudioWindow::drawMoving() {
 void StudioWindow::drawSettled() {
     const QSize size = (QSizeF(view->pictureRect().size()) * view->devicePixelRatioF()).toSize();
     // Under a dialog it waits: while it lets events through it would hold back those that end the dialog.
-    if (renderer.isBusy() || tabs->currentIndex() != 0 || size.isEmpty() ||
-        QApplication::activeModalWidget() != nullptr) {
+    if (isBusy() || tabs->currentIndex() != 0 || size.isEmpty() || QApplication::activeModalWidget() != nullptr) {
         settling.start();
         return;
     }
@@ -201,7 +200,7 @@ void StudioWindow::showProblems(const StudioPicture& picture, bool wanted) {
 }
 
 void StudioWindow::renderPicture() {
-    if (renderer.isBusy()) {
+    if (isBusy()) {
         return;
     }
     lookPanel->flush();
@@ -310,7 +309,7 @@ void StudioWindow::exportDrawing() {
     const Result* const shown = currentResult();
     StudioState wanted = shown != nullptr ? shown->state : current;
     const QSize size = shown != nullptr ? shown->size : renderSize();
-    const QString file = renderer.isBusy() ? QString() : askForDrawing();
+    const QString file = isBusy() ? QString() : askForDrawing();
     if (file.isEmpty()) {
         return;
     }
@@ -323,8 +322,8 @@ void StudioWindow::exportDrawing() {
     StudioModel former;
     const bool isFormer = wanted.models != current.models || wanted.upAxis != current.upAxis;
     std::wstring message;
-    if (isFormer && !former.load(wanted, &message)) {
-        warn(kivToQt(message));
+    if (isFormer && !readModels(wanted, &former, &message)) {
+        warnUnread(StudioText::cantOpen, message);
         return;
     }
     const StudioPicture picture = renderFinal(isFormer ? former : model, wanted, size, nullptr);

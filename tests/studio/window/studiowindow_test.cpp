@@ -8,9 +8,11 @@
 #include <QComboBox>
 #include <QDialog>
 #include <QDir>
+#include <QDropEvent>
 #include <QJsonDocument>
 #include <QLabel>
 #include <QMessageBox>
+#include <QMimeData>
 #include <QPainter>
 #include <QPushButton>
 #include <QStatusBar>
@@ -55,6 +57,78 @@ TEST_F(StudioWindowTest, AFileThatIsNoModelIsToldAndNothingIsLost) {
     answer("OK");
     EXPECT_FALSE(window->openFiles({write("broken.selvarin", "{\"selvarin\": 1, \"look\": 3}")}));
     EXPECT_TRUE(window->state() == before);
+}
+
+TEST_F(StudioWindowTest, WhatItsReaderDoesNotSurviveIsToldAndNothingIsLost) {
+    openBoxes();
+    trigger(StudioText::viewLeft);
+    const StudioState before = window->state();
+    QString told;
+    whenModal([&told](QWidget* question) {
+        for (QPushButton* const each : question->findChildren<QPushButton*>()) {
+            if (each->text() == "Don't save") {
+                each->click();
+            }
+        }
+        whenModal([&told](QWidget* message) {
+            told = static_cast<QMessageBox*>(message)->text();
+            message->close();
+        });
+    });
+    QMimeData dropped;
+    dropped.setUrls(
+        {QUrl::fromLocalFile(write("cut.ply", "ply\nformat ascii 1.0\nelement vertex 3\nproperty float x\n"))});
+    QDropEvent drop(QPointF(50, 50), Qt::CopyAction, &dropped, Qt::LeftButton, Qt::NoModifier);
+    static_cast<QObject*>(window.get())->event(&drop); // as nothing was dragged over it before
+    EXPECT_TRUE(QTest::qWaitFor([&] { return !told.isEmpty(); }, 20000));
+    EXPECT_TRUE(told.contains("it is cut off within its header")) << told.toStdString();
+    EXPECT_TRUE(window->state() == before);
+    EXPECT_TRUE(window->isWindowModified()) << "and can still be saved";
+    EXPECT_EQ(find<ObjectsPanel>()->count(), 2);
+}
+
+TEST_F(StudioWindowTest, AModelThatIsCutOffIsShownAndTold) {
+    ASSERT_TRUE(window->openFiles({write("cut.ply", "ply\nformat ascii 1.0\nelement vertex 3\nproperty float x\n"
+                                                    "property float y\nproperty float z\nelement face 2\n"
+                                                    "property list uchar int vertex_indices\nend_header\n"
+                                                    "0 0 0\n1 0 0\n0 1 0\n3 0 1 2\n")}));
+    EXPECT_EQ(find<ObjectsPanel>()->count(), 1);
+    EXPECT_TRUE(window->statusBar()->currentMessage().contains("cut off"));
+}
+
+TEST_F(StudioWindowTest, EscapeCancelsTheReadingOfAModel) {
+    openBoxes();
+    const StudioState before = window->state();
+    QByteArray text = "OFF\n600000 600000 0\n";
+    for (int i = 0; i < 600'000; ++i) {
+        text += QByteArray::number(i % 775) + ' ' + QByteArray::number(i / 775) + " 0\n";
+    }
+    for (int i = 0; i < 600'000; ++i) {
+        text += "3 " + QByteArray::number(i) + ' ' + QByteArray::number((i + 1) % 600'000) + ' ' +
+                QByteArray::number((i + 775) % 600'000) + '\n';
+    }
+    const QString file = write("large.off", text);
+    bool pressed = false;
+    // Timers fire while a model is read.
+    QTimer poll;
+    QObject::connect(&poll, &QTimer::timeout, [&] {
+        if (window->isRendering() && !pressed) {
+            pressed = true;
+            EXPECT_TRUE(window->isBusy());
+            EXPECT_FALSE(find<ObjectsPanel>()->isEnabled());
+            QTest::keyClick(window.get(), Qt::Key_Escape);
+        }
+    });
+    poll.start(1);
+    EXPECT_FALSE(window->openFiles({file}));
+    poll.stop();
+    ASSERT_TRUE(pressed) << "events are let through";
+    EXPECT_FALSE(window->isBusy());
+    EXPECT_TRUE(find<ObjectsPanel>()->isEnabled());
+    EXPECT_TRUE(window->state() == before);
+    EXPECT_EQ(find<ObjectsPanel>()->count(), 2);
+    EXPECT_EQ(window->statusBar()->currentMessage(), studioText(StudioText::readingCancelled));
+    settle();
 }
 
 TEST_F(StudioWindowTest, TheLeftButtonTurnsAndUndoTurnsBack) {
@@ -454,14 +528,14 @@ TEST_F(StudioWindowTest, WhatIsAskedForWhileTheViewIsDrawnComesAfterIt) {
     bool answered = false;
     QTimer poll;
     QObject::connect(&poll, &QTimer::timeout, [&] {
-        if (window->isDrawing() && !asked) {
+        if (window->isBusy() && !asked) {
             asked = true;
             trigger(StudioText::keys);
             EXPECT_EQ(QApplication::activeModalWidget(), nullptr);
         }
     });
     whenModal([&](QWidget* modal) {
-        EXPECT_FALSE(window->isDrawing());
+        EXPECT_FALSE(window->isBusy());
         answered = true;
         modal->close();
     });

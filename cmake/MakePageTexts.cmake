@@ -1,5 +1,5 @@
 # cmake -DFOLDER=folder -DOUTPUT=file.cpp -P MakePageTexts.cmake: the source that holds the texts of a shader's property
-# page, page.<code>.txt of that folder, as they stand. Their form is told in src/shaders/common/kivpagetexts.h.
+# page, page.<code>.txt of that folder, as they stand. Their form is told in shaders/kit/kivpagetexts.h.
 cmake_minimum_required(VERSION 3.25)
 
 file(GLOB files "${FOLDER}/page.*.txt")
@@ -21,7 +21,7 @@ foreach(file IN LISTS files)
 endforeach()
 
 file(WRITE "${OUTPUT}" "// Made from page.*.txt by the build.
-#include \"kivpageresource.h\"
+#include \"shaders/kit/kivpageresource.h\"
 
 std::string_view kivPageTextsIn([[maybe_unused]] std::string_view language) {
 ${languages}    return {};

@@ -70,21 +70,13 @@ function(kiv_sources)
   endif()
 endfunction()
 
-# kiv_shader(name sources...): a shader plug-in, src/shaders/<name>, that exports KivShaderCreate and KivShaderDelete. The
-# texts of its property page, page.<language>.txt beside its sources, go into it.
-set(SELVARIN_MAKE_PAGE_TEXTS ${CMAKE_CURRENT_LIST_DIR}/MakePageTexts.cmake)
+# kiv_shader(name sources...): a shader plug-in of ours, src/shaders/<name>: one of the kit (SelvarinShader.cmake), in the
+# folder of the plug-ins.
+include(${CMAKE_CURRENT_LIST_DIR}/SelvarinShader.cmake)
 function(kiv_shader name)
-  file(GLOB texts CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/page.*.txt)
-  set(source ${CMAKE_CURRENT_BINARY_DIR}/page-texts.cpp)
-  add_custom_command(OUTPUT ${source}
-    COMMAND ${CMAKE_COMMAND} -DFOLDER=${CMAKE_CURRENT_SOURCE_DIR} -DOUTPUT=${source} -P ${SELVARIN_MAKE_PAGE_TEXTS}
-    DEPENDS ${texts} ${SELVARIN_MAKE_PAGE_TEXTS} VERBATIM
-    COMMENT "Page texts of ${name}")
-  add_library(shader_${name} MODULE ${ARGN} ${source})
-  set_target_properties(shader_${name} PROPERTIES PREFIX "" OUTPUT_NAME ${name} LIBRARY_OUTPUT_DIRECTORY
-    ${SELVARIN_BIN_DIR}/shaders)
-  kiv_runpath(shader_${name} "$ORIGIN/..")
-  target_link_libraries(shader_${name} PRIVATE selvarin OpenGL::OpenGL)
+  selvarin_add_shader(shader_${name} ${ARGN})
+  set_target_properties(shader_${name} PROPERTIES OUTPUT_NAME ${name} LIBRARY_OUTPUT_DIRECTORY
+    ${SELVARIN_BIN_DIR}/shaders INSTALL_RPATH "$ORIGIN/..")
   install(TARGETS shader_${name} LIBRARY DESTINATION ${SELVARIN_INSTALL_LIBDIR}/shaders)
 endfunction()
 

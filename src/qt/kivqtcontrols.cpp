@@ -7,19 +7,60 @@
 #include "qt/kivqttext.h"
 #include "qt/kivqtwindow.h"
 
+#include <QAbstractSlider>
 #include <QCheckBox>
 #include <QComboBox>
+#include <QDoubleSpinBox>
 #include <QGroupBox>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
+#include <QPlainTextEdit>
 #include <QRadioButton>
+#include <QSpinBox>
 #include <QTabBar>
 #include <QTreeWidget>
 
 namespace {
 
 constexpr int imageRole = Qt::UserRole;
+
+QString plainNumber(double value) {
+    return QString::number(value, 'g', QLocale::FloatingPointShortest);
+}
+
+// Numbers go as plain text, whatever the locale: what a spin box shows may have another point, a prefix or a suffix.
+bool readNumber(const QWidget* widget, QString* text) {
+    if (const auto* const whole = qobject_cast<const QSpinBox*>(widget)) {
+        *text = QString::number(whole->value());
+    } else if (const auto* const number = qobject_cast<const QDoubleSpinBox*>(widget)) {
+        *text = plainNumber(number->value());
+    } else if (const auto* const slider = qobject_cast<const QAbstractSlider*>(widget)) {
+        *text = QString::number(slider->value());
+    } else if (const auto* const field = qobject_cast<const KivNumberField*>(widget)) {
+        *text = plainNumber(field->getValue());
+    } else {
+        return false;
+    }
+    return true;
+}
+
+bool writeNumber(QWidget* widget, const QString& text) {
+    if (auto* const whole = qobject_cast<QSpinBox*>(widget)) {
+        whole->setValue(qRound(text.toDouble()));
+        whole->lineEdit()->setText(whole->text()); // which was empty if the number varied
+    } else if (auto* const number = qobject_cast<QDoubleSpinBox*>(widget)) {
+        number->setValue(text.toDouble());
+        number->lineEdit()->setText(number->text());
+    } else if (auto* const slider = qobject_cast<QAbstractSlider*>(widget)) {
+        slider->setValue(qRound(text.toDouble()));
+    } else if (auto* const field = qobject_cast<KivNumberField*>(widget)) {
+        field->setValue(text.toDouble());
+    } else {
+        return false;
+    }
+    return true;
+}
 
 QColor toColor(std::uint32_t color) {
     return QColor(static_cast<int>(color & 0xFFU), static_cast<int>(color >> 8 & 0xFFU),
@@ -38,8 +79,11 @@ std::wstring KivQtWindow::getText(int control) const {
     if (const auto* const edit = find<QLineEdit>(control)) {
         return kivFromQt(edit->text());
     }
-    if (const auto* const number = find<KivNumberField>(control)) {
-        return kivFromQt(QString::number(number->getValue(), 'g', QLocale::FloatingPointShortest));
+    if (QString number; readNumber(any(control), &number)) {
+        return kivFromQt(number);
+    }
+    if (const auto* const text = find<QPlainTextEdit>(control)) {
+        return kivFromQt(text->toPlainText());
     }
     if (const auto* const label = find<QLabel>(control)) {
         return kivFromQt(label->text());
@@ -59,8 +103,12 @@ void KivQtWindow::setText(int control, const std::wstring& text) {
     const QString shown = kivToQt(text);
     if (auto* const edit = find<QLineEdit>(control)) {
         edit->setText(shown);
-    } else if (auto* const number = find<KivNumberField>(control)) {
-        number->setValue(shown.toDouble());
+    } else if (writeNumber(any(control), shown)) {
+        return;
+    } else if (auto* const area = find<QPlainTextEdit>(control)) {
+        area->setPlainText(shown);
+    } else if (auto* const combo = find<QComboBox>(control); combo != nullptr && combo->isEditable()) {
+        combo->setEditText(shown);
     } else if (auto* const label = find<QLabel>(control)) {
         label->setText(shown);
     } else if (auto* const button = find<QAbstractButton>(control)) {
@@ -83,6 +131,9 @@ void KivQtWindow::setVaried(int control, bool value) {
         } else if (auto* const box = find<QCheckBox>(control)) {
             box->setTristate(true);
             box->setCheckState(Qt::PartiallyChecked);
+        } else if (auto* const spin = find<QAbstractSpinBox>(control)) {
+            const QSignalBlocker quiet(spin);
+            spin->clear(); // the field alone: its number stays
         }
         varied[control] = true;
     } else {
@@ -106,6 +157,9 @@ int KivQtWindow::getCheck(int control) const {
     if (const auto* const box = find<QCheckBox>(control)) {
         return box->checkState() == Qt::PartiallyChecked ? 2 : box->isChecked() ? 1 : 0;
     }
+    if (const auto* const group = find<QGroupBox>(control)) {
+        return group->isChecked() ? 1 : 0;
+    }
     const auto* const button = find<QAbstractButton>(control);
     return button != nullptr && button->isChecked() ? 1 : 0;
 }
@@ -116,6 +170,9 @@ void KivQtWindow::setCheck(int control, int state) {
         box->setTristate(state == 2);
         box->setCheckState(state == 2 ? Qt::PartiallyChecked : state == 1 ? Qt::Checked : Qt::Unchecked);
         return;
+    }
+    if (auto* const group = find<QGroupBox>(control)) {
+        group->setChecked(state == 1);
     }
     auto* const button = find<QAbstractButton>(control);
     if (button == nullptr) {

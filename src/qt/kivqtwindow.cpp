@@ -6,17 +6,22 @@
 #include "qt/kivpagetabs.h"
 #include "qt/kivqttext.h"
 
+#include <QAbstractSlider>
 #include <QApplication>
 #include <QCheckBox>
 #include <QComboBox>
 #include <QDialog>
+#include <QDoubleSpinBox>
+#include <QGroupBox>
 #include <QKeyEvent>
 #include <QLabel>
 #include <QLayout>
 #include <QLineEdit>
 #include <QListWidget>
 #include <QMouseEvent>
+#include <QPlainTextEdit>
 #include <QRadioButton>
+#include <QSpinBox>
 #include <QTabBar>
 #include <QTreeWidget>
 #include <QWheelEvent>
@@ -83,6 +88,10 @@ void KivQtWindow::bind(int control, QWidget* widget) {
             varied.erase(control);
             tell(control, KivControlChange::selected);
         });
+        connect(combo, &QComboBox::editTextChanged, this, [this, control] {
+            varied.erase(control);
+            tell(control, KivControlChange::edited);
+        });
     } else if (auto* const number = qobject_cast<KivNumberField*>(widget)) {
         connect(number, &KivNumberField::edited, this, [this, control] { tell(control, KivControlChange::edited); });
     } else if (auto* const color = qobject_cast<KivColorField*>(widget)) {
@@ -98,7 +107,30 @@ void KivQtWindow::bind(int control, QWidget* widget) {
                 [this, control] { tell(control, KivControlChange::selected); });
     } else {
         bindButton(control, widget);
+        bindNumber(control, widget);
         bindTree(control, widget);
+    }
+}
+
+// Whoever gives a control a value of its own settles it for all objects.
+void KivQtWindow::bindNumber(int control, QWidget* widget) {
+    const auto edited = [this, control] {
+        varied.erase(control);
+        tell(control, KivControlChange::edited);
+    };
+    if (auto* const whole = qobject_cast<QSpinBox*>(widget)) {
+        connect(whole, &QSpinBox::valueChanged, this, edited);
+    } else if (auto* const number = qobject_cast<QDoubleSpinBox*>(widget)) {
+        connect(number, &QDoubleSpinBox::valueChanged, this, edited);
+    } else if (auto* const slider = qobject_cast<QAbstractSlider*>(widget)) {
+        connect(slider, &QAbstractSlider::valueChanged, this, edited);
+    } else if (auto* const text = qobject_cast<QPlainTextEdit*>(widget)) {
+        connect(text, &QPlainTextEdit::textChanged, this, edited);
+    } else if (auto* const group = qobject_cast<QGroupBox*>(widget); group != nullptr && group->isCheckable()) {
+        connect(group, &QGroupBox::clicked, this, [this, control] {
+            varied.erase(control);
+            tell(control, KivControlChange::clicked);
+        });
     }
 }
 

@@ -93,6 +93,7 @@ private:
     QWidget* any(int control) const;
     void bind(int control, QWidget* widget);
     void bindButton(int control, QWidget* widget);
+    void bindNumber(int control, QWidget* widget);
     void bindTree(int control, QWidget* widget);
     void tell(int control, KivControlChange change, int item = -1);
     void onItemChanged(int control, QTreeWidgetItem* item, int column);

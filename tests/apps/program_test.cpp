@@ -243,7 +243,8 @@ TEST(Program, ErrorsAreOneLineAndTheStatusTellsTheirKind) {
     } cases[] = {
         {{},
          2,
-         "a command is needed: render, shaders, styles, preview, style, formats or info (see \"selvarin --help\")"},
+         "a command is needed: render, shaders, styles, preview, style, formats, info or new-shader (see \"selvarin "
+         "--help\")"},
         {{"rendr"}, 2, "unknown command rendr; did you mean render? (see \"selvarin --help\")"},
         {{"render", box, "-o", png, "--simplify"},
          2,

@@ -1,6 +1,7 @@
 // Styles that can't be loaded, saved or removed.
 #include "dialogs/propertiesfixture.h"
 #include "kivrender/dialogs/kivsavestyledlg.h"
+#include "kivrender/host/kivlanguage.h"
 #include "kivrender/platform/kivfolders.h"
 #include "kivrender/settings/kivaveragedatamanager.h"
 
@@ -353,6 +354,29 @@ TEST_F(KivPropertiesDlgStyles, ADesktopThatTellsTheDialogsOwnChecksChangesNothin
     EXPECT_EQ(user.at(Dlg::stylesCombo).selection, -1);
     EXPECT_EQ(KivTestAccess::base(dialog), &wash) << "the style that takes its place in the list is not loaded";
     EXPECT_FALSE(dialog.isChanged());
+}
+
+TEST_F(KivPropertiesDlgStyles, ABadNameIsToldAndTheQuestionStays) {
+    ASSERT_TRUE(kivLoadLanguage(L"en"));
+    WindowRecord& user = open(&stream);
+    const std::vector<std::pair<std::wstring, unsigned int>> tries = {
+        {L"  ", 1050}, {L"a/b", 1051}, {L".a", 1052}, {std::wstring(300, L'n'), 1053}, {L"Good", 0}};
+    toolkit.onWindow = [&](WindowRecord& window) {
+        window.modal = [&, record = toolkit.windows.back().get()] {
+            for (const auto& [name, fault] : tries) {
+                record->type(KivSaveStyleDlg::nameField, name);
+                record->click(kivControlOk);
+            }
+            return 0;
+        };
+    };
+    ASSERT_TRUE(user.click(Dlg::saveStyleButton));
+    ASSERT_EQ(toolkit.messages.size(), 4U);
+    for (std::size_t i = 0; i < 4; ++i) {
+        EXPECT_FALSE(toolkit.messages[i].text.empty());
+        EXPECT_EQ(toolkit.messages[i].text, kivText(tries[i].second));
+    }
+    EXPECT_EQ(styles(user), std::vector<std::wstring>{L"Good 1"});
 }
 
 } // namespace

@@ -4,6 +4,7 @@
 #include "apps/cli/exitstatus.h"
 #include "apps/cli/listcommands.h"
 #include "apps/cli/manual.h"
+#include "apps/cli/newshader.h"
 #include "apps/cli/rendercommand.h"
 #include "apps/cli/startup.h"
 #include "apps/cli/stylecommands.h"
@@ -42,7 +43,7 @@ int runProgramOptions(const Words& words) {
         }
         print(bashCompletion());
     } else {
-        throw UsageError("a command is needed: render, shaders, styles, preview, style, formats or info");
+        throw UsageError("a command is needed: render, shaders, styles, preview, style, formats, info or new-shader");
     }
     return statusDone;
 }
@@ -66,6 +67,9 @@ int run(const Words& words) {
     }
     if (words.command->name == "style") {
         return runStyle(words);
+    }
+    if (words.command->name == "new-shader") {
+        return runNewShader(words);
     }
     if (!words.arguments.empty()) {
         throw UsageError(std::string(words.command->name) + " takes no \"" + words.arguments.front() + "\"");

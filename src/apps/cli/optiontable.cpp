@@ -189,6 +189,10 @@ constexpr std::array commands{
                 styleOptions, false},
     CommandInfo{"formats", "", "List what can be read and written.", plainOptions, false},
     CommandInfo{"info", "MODEL", "Tell what a model holds.", infoOptions, true},
+    CommandInfo{
+        "new-shader", "NAME DIR",
+        "Make the folder DIR with a shader of your own: settings, page, texts in two languages, test, build file.",
+        plainOptions, false},
 };
 
 constexpr std::array examples{

@@ -132,7 +132,11 @@ void KivPropertiesDlg::OnSaveStyle() {
     KivSaveStyleDlg question(getWindow());
     wchar_t folder[kivMaxPath] = {};
     Host* const host = Host::getDefaultHost();
-    if (question.DoModal() != kivControlOk || host == nullptr || !host->getStyleFolder(Host::userFolder, folder) ||
+    const bool hasFolder = host != nullptr && host->getStyleFolder(Host::userFolder, folder);
+    question.objection = [&folder](const std::wstring& name) {
+        return kivStyleNameText(kivCheckStyleName(name, folder));
+    };
+    if (question.DoModal() != kivControlOk || !hasFolder ||
         kivCheckStyleName(question.name, folder) != KivStyleNameFault::none) {
         return;
     }

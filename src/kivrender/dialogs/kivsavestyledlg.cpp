@@ -1,6 +1,14 @@
 #include "kivrender/dialogs/kivsavestyledlg.h"
 
+#include "kivrender/host/kivlanguage.h"
+#include "kivrender/platform/kivtoolkit.h"
 #include "kivrender/platform/kivwindow.h"
+
+namespace {
+
+constexpr unsigned int textProgram = 52;
+
+} // namespace
 
 KivSaveStyleDlg::KivSaveStyleDlg(HWND parent) : KivDialog(saveStyleTemplate, parent) {}
 
@@ -18,8 +26,15 @@ int KivSaveStyleDlg::DoModal() {
 }
 
 void KivSaveStyleDlg::onControl(const KivControlEvent& event) {
-    if (event.change == KivControlChange::clicked &&
-        (event.control == kivControlOk || event.control == kivControlCancel)) {
+    if (event.change != KivControlChange::clicked ||
+        (event.control != kivControlOk && event.control != kivControlCancel)) {
+        return;
+    }
+    const std::wstring fault =
+        event.control == kivControlOk && objection ? objection(getControlText(nameField)) : std::wstring();
+    if (fault.empty()) {
         getWindow()->endModal(event.control);
+    } else {
+        KivToolkit::get().showMessage(getWindow(), fault, kivText(textProgram), KivMessageKind::Error);
     }
 }

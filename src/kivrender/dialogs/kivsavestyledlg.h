@@ -1,9 +1,10 @@
-// Asks the user for the name of a style. Whether the name will do is the caller's affair (dialogs/kivstylefile.h).
+// Asks the user for the name of a style. What names will do is the caller's affair (dialogs/kivstylefile.h).
 #ifndef KIVRENDER_DIALOGS_KIVSAVESTYLEDLG_H
 #define KIVRENDER_DIALOGS_KIVSAVESTYLEDLG_H
 
 #include "kivrender/dialogs/kivdialog.h"
 
+#include <functional>
 #include <string>
 
 class KIV_API KivSaveStyleDlg : public KivDialog {
@@ -19,6 +20,9 @@ public:
     int DoModal();
 
     std::wstring name;
+    // What is wrong with a name, as one line, and empty if it will do. With it the dialog tells the user and stays open
+    // until the name is a good one.
+    std::function<std::wstring(const std::wstring&)> objection;
 
 protected:
     void onControl(const KivControlEvent& event) override;

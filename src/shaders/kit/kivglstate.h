@@ -1,7 +1,7 @@
 // Keeps OpenGL's state for the length of a scope, client state included: what a shader sets for itself does not reach
 // the next one. Made and ended with the same context current.
-#ifndef SHADERS_COMMON_KIVGLSTATE_H
-#define SHADERS_COMMON_KIVGLSTATE_H
+#ifndef SHADERS_KIT_KIVGLSTATE_H
+#define SHADERS_KIT_KIVGLSTATE_H
 
 #include <GL/gl.h>
 

@@ -1,4 +1,4 @@
-#include "kivpageform.h"
+#include "shaders/kit/kivpageform.h"
 
 #include "kivrender/platform/kivtext.h"
 
@@ -153,11 +153,14 @@ private:
             xml += "<property name=\"buddy\"><cstring>control" + name + "</cstring></property>\n</widget></item>\n";
             xml += "<item row=\"" + row + "\" column=\"1\">";
         }
-        xml += std::string("<widget class=\"") + classOf(info.type) + "\" name=\"control" + name + "\">\n";
+        xml += std::string("<widget class=\"") + (entry.spinBox ? spinBoxOf(info) : classOf(info.type)) +
+               "\" name=\"control" + name + "\">\n";
         control(kivPageFirstControl + index);
         text("toolTip", entry.toolTip);
         text(info.type == KivSettingType::Bool ? "text" : "accessibleName", entry.label);
-        if (info.type == KivSettingType::Int || info.type == KivSettingType::Double) {
+        if (entry.spinBox) {
+            addSpinBox(info, entry.unit);
+        } else if (info.type == KivSettingType::Int || info.type == KivSettingType::Double) {
             addNumber(info, entry.unit);
         } else if (info.type == KivSettingType::Colour) {
             xml += "<property name=\"sizePolicy\"><sizepolicy hsizetype=\"Fixed\" vsizetype=\"Fixed\">"
@@ -187,6 +190,36 @@ private:
         return "KivNumberField";
     }
 
+    static const char* spinBoxOf(const KivSettingInfo& info) {
+        return isWhole(info) ? "QSpinBox" : "QDoubleSpinBox";
+    }
+
+    // A word stands apart from its number; how far a sign does is up to the language.
+    static std::string suffixOf(const std::string& unit) {
+        const bool word = (unit[0] >= 'a' && unit[0] <= 'z') || (unit[0] >= 'A' && unit[0] <= 'Z');
+        return word ? " " + unit : unit;
+    }
+
+    // By the properties that the widget has of its own.
+    void addSpinBox(const KivSettingInfo& info, const std::string& unit) {
+        const KivNumberLook look = kivNumberLook(info, unit);
+        const auto number = [&](const char* name, double value) {
+            std::array<char, 400> digits{};
+            char* const end =
+                std::to_chars(digits.data(), digits.data() + digits.size(), value, std::chars_format::fixed).ptr;
+            const std::string type = isWhole(info) ? "number" : "double";
+            xml += std::string("<property name=\"") + name + "\"><" + type + ">" + std::string(digits.data(), end) +
+                   "</" + type + "></property>\n";
+        };
+        if (!isWhole(info)) {
+            xml += "<property name=\"decimals\"><number>" + std::to_string(look.decimals) + "</number></property>\n";
+        }
+        number("minimum", info.minimum);
+        number("maximum", info.maximum);
+        number("singleStep", look.step);
+        text("suffix", unit.empty() ? unit : suffixOf(unit));
+    }
+
     void addNumber(const KivSettingInfo& info, const std::string& unit) {
         const KivNumberLook look = kivNumberLook(info, unit);
         ownNumber("decimals", look.decimals);
@@ -195,9 +228,7 @@ private:
         ownDouble("softMaximum", look.softMaximum);
         ownDouble("step", look.step);
         if (!unit.empty()) {
-            // A word stands apart from its number; how far a sign does is up to the language.
-            const bool word = (unit[0] >= 'a' && unit[0] <= 'z') || (unit[0] >= 'A' && unit[0] <= 'Z');
-            own("suffix", "<string>" + escaped(word ? " " + unit : unit) + "</string>");
+            own("suffix", "<string>" + escaped(suffixOf(unit)) + "</string>");
         }
     }
 

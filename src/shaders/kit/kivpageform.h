@@ -4,10 +4,10 @@
 //
 // Numbers are in a KivNumberField, with the dynamic properties decimals, minimum, maximum, softMaximum (where its
 // slider ends), step and suffix; colours in a KivColorField.
-#ifndef SHADERS_COMMON_KIVPAGEFORM_H
-#define SHADERS_COMMON_KIVPAGEFORM_H
+#ifndef SHADERS_KIT_KIVPAGEFORM_H
+#define SHADERS_KIT_KIVPAGEFORM_H
 
-#include "kivpagetexts.h"
+#include "shaders/kit/kivpagetexts.h"
 
 #include <string>
 

@@ -1,9 +1,9 @@
-#include "kivpageresource.h"
+#include "shaders/kit/kivpageresource.h"
 
-#include "kivpageform.h"
 #include "kivrender/host/kivlanguage.h"
 #include "kivrender/host/kivresources.h"
 #include "kivrender/platform/kivtext.h"
+#include "shaders/kit/kivpageform.h"
 
 #include <algorithm>
 #include <map>
@@ -19,6 +19,11 @@ std::string kivPageLanguage(std::string language) {
         language.resize(std::min(language.find_first_of("-_"), language.size()));
     }
     return kivPageTextsIn(language).empty() ? "en" : language;
+}
+
+std::wstring kivPageTitle() {
+    const std::string language = kivPageLanguage(kivToUtf8(kivText(languageText)));
+    return kivFromUtf8(kivReadPageTexts(kivPageTextsIn(language)).title);
 }
 
 const char* kivPageResource(unsigned int kind, unsigned int id, unsigned long* size, KivTableFunction table) {

@@ -1,8 +1,8 @@
 // The page template of a plug-in with one page: what it exports as KivModuleResource (host/kivresources.h).
-#ifndef SHADERS_COMMON_KIVPAGERESOURCE_H
-#define SHADERS_COMMON_KIVPAGERESOURCE_H
+#ifndef SHADERS_KIT_KIVPAGERESOURCE_H
+#define SHADERS_KIT_KIVPAGERESOURCE_H
 
-#include "kivshaderpage.h"
+#include "shaders/kit/kivshaderpage.h"
 
 #include <string>
 #include <string_view>
@@ -13,6 +13,10 @@ std::string_view kivPageTextsIn(std::string_view language);
 
 // The language of whose texts there is a file: this one, else it without its country, else English.
 std::string kivPageLanguage(std::string language);
+
+// The title of the page in the language in force: the name under which users know a shader without a text in the
+// language modules. Empty without texts.
+std::wstring kivPageTitle();
 
 // The page's form in the language in force, made when it is first asked for and kept until the plug-in goes; null for
 // any other resource. The arguments are those of KivModuleResource.

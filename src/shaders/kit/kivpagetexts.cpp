@@ -1,4 +1,4 @@
-#include "kivpagetexts.h"
+#include "shaders/kit/kivpagetexts.h"
 
 #include <algorithm>
 #include <utility>
@@ -39,7 +39,7 @@ void readLine(KivPageTexts& texts, std::string_view line) {
     if (texts.groups.empty()) {
         texts.groups.emplace_back();
     }
-    KivPageEntry entry{std::move(parts[0]), std::move(parts[1]), std::move(parts[2]), std::move(parts[3]), {}};
+    KivPageEntry entry{std::move(parts[0]), std::move(parts[1]), std::move(parts[2]), std::move(parts[3]), {}, false};
     if (!parts[4].empty()) {
         entry.choices = split(parts[4], '|');
     }
@@ -49,6 +49,8 @@ void readLine(KivPageTexts& texts, std::string_view line) {
 void fitChoices(KivPageEntry& entry, const KivSettingInfo& info) {
     const auto count = static_cast<std::size_t>(kivNumChoices(info));
     if (info.type != KivSettingType::Choice) {
+        const bool isNumber = info.type == KivSettingType::Int || info.type == KivSettingType::Double;
+        entry.spinBox = isNumber && entry.choices == std::vector<std::string>{"spin"};
         entry.choices.clear();
     } else if (entry.choices.size() != count) {
         entry.choices = count > 0 ? split(info.choices, '|') : std::vector<std::string>();
@@ -90,7 +92,7 @@ KivPageTexts kivFitPageTexts(KivPageTexts texts, const KivSettingInfo* table, in
     KivPageGroup rest;
     for (int i = 0; i < count; ++i) {
         if (!found[static_cast<std::size_t>(i)]) {
-            rest.entries.push_back({table[i].key, table[i].key, {}, {}, {}});
+            rest.entries.push_back({table[i].key, table[i].key, {}, {}, {}, false});
             fitChoices(rest.entries.back(), table[i]);
         }
     }

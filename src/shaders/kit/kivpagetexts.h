@@ -6,11 +6,13 @@
 //     [Strokes]
 //     Width     Line width  px  what the tool tip says
 //     Medium    Drawn with  (empty)  what the tool tip says  pencil|ink|charcoal|pastel
+//     Strokes   Strokes     (empty)  what the tool tip says  spin
 //
 // A heading in brackets begins a box of settings. A setting is named by its key in the table; then come its label, its
-// unit and its tool tip, and for a choice the labels of what can be chosen, in the order of the table.
-#ifndef SHADERS_COMMON_KIVPAGETEXTS_H
-#define SHADERS_COMMON_KIVPAGETEXTS_H
+// unit and its tool tip, and for a choice the labels of what can be chosen, in the order of the table. A number is
+// shown as a slider with a field, or, with the word spin, as a plain spin box.
+#ifndef SHADERS_KIT_KIVPAGETEXTS_H
+#define SHADERS_KIT_KIVPAGETEXTS_H
 
 #include "kivrender/settings/kivsettingstable.h"
 
@@ -24,6 +26,7 @@ struct KivPageEntry {
     std::string unit;
     std::string toolTip;
     std::vector<std::string> choices;
+    bool spinBox = false;
 };
 
 struct KivPageGroup {

@@ -1,6 +1,5 @@
-#include "kivshaderpage.h"
+#include "shaders/kit/kivshaderpage.h"
 
-#include "kivpageform.h"
 #include "kivrender/dialogs/kivpropertiesdlg.h"
 #include "kivrender/dialogs/kivupdating.h"
 #include "kivrender/host/kivlanguage.h"
@@ -9,6 +8,7 @@
 #include "kivrender/platform/kivwindow.h"
 #include "kivrender/scene/kiv3dobject.h"
 #include "kivrender/settings/kivdatamanager.h"
+#include "shaders/kit/kivpageform.h"
 
 #include <cstdint>
 

@@ -1,7 +1,7 @@
 // What the shader plug-ins share of their dealings with settings: one page over one table of settings, in documents,
 // streams, style files and on objects.
-#ifndef SHADERS_COMMON_KIVSHADERPAGE_H
-#define SHADERS_COMMON_KIVSHADERPAGE_H
+#ifndef SHADERS_KIT_KIVSHADERPAGE_H
+#define SHADERS_KIT_KIVSHADERPAGE_H
 
 #include "kivrender/dialogs/kivcolorcontrol.h"
 #include "kivrender/dialogs/kivpagedlg.h"

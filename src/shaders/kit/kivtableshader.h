@@ -1,13 +1,14 @@
 // What every shader plug-in with one page over one table of settings does alike: its name and tag, its page, and its
 // settings in documents, streams, style files, on objects and in previews. The plug-in derives from
 // KivTableShader<KivCombinableShader> or KivTableShader<KivNonCombinableShader> and adds the drawing.
-#ifndef SHADERS_COMMON_KIVTABLESHADER_H
-#define SHADERS_COMMON_KIVTABLESHADER_H
+#ifndef SHADERS_KIT_KIVTABLESHADER_H
+#define SHADERS_KIT_KIVTABLESHADER_H
 
 #include "kivrender/scene/kivscene.h"
 #include "kivrender/shader/kivcombinableshader.h"
 #include "kivrender/shader/kivnoncombinableshader.h"
-#include "kivshaderpage.h"
+#include "shaders/kit/kivpageresource.h"
+#include "shaders/kit/kivshaderpage.h"
 
 #include <memory>
 #include <string>
@@ -15,7 +16,8 @@
 
 template <class Base> class KivTableShader : public Base {
 public:
-    // The tag outlives the shader; nameText is the number of the text that users see for it, 0 for the tag itself.
+    // The tag outlives the shader; nameText is the number of the text that users see for it, 0 for the title of its
+    // page, and without that the tag itself.
     KivTableShader(HINSTANCE pluginModule, const wchar_t* shaderTag, const KivTablePageSettings& defaultSettings,
                    unsigned int nameText = 0)
         : Base(pluginModule), plugin(pluginModule), tag(shaderTag), text(nameText), defaults(defaultSettings),
@@ -26,7 +28,10 @@ public:
 
     const wchar_t* getName() const override {
         // Asked for each time: the language can be loaded after the shader.
-        name = kivShaderName(text, tag);
+        name = text == 0 ? kivPageTitle() : std::wstring();
+        if (name.empty()) {
+            name = kivShaderName(text, tag);
+        }
         return name.c_str();
     }
     const wchar_t* getTag() const override {

@@ -1,0 +1,60 @@
+// A base look that gives each facet one colour by the light on it. The plug-in says which colour; this class draws it
+// in plain renders, in previews, with shadows and transparency, into vector pages, and for objects with looks of their
+// own.
+#ifndef SHADERS_KIT_KIVFACETSHADER_H
+#define SHADERS_KIT_KIVFACETSHADER_H
+
+#include "kivrender/scene/kiv3dpoint.h"
+#include "kivrender/scene/kiv3dvector.h"
+#include "shaders/kit/kivshaderpass.h"
+#include "shaders/kit/kivtableshader.h"
+
+#include <array>
+
+// Red, green and blue from 0 to 1; alpha is the material's.
+using KivFacetColour = std::array<double, 3>;
+
+class KivFacetShader : public KivTableShader<KivNonCombinableShader> {
+public:
+    using KivTableShader::KivTableShader;
+
+    // The colour of a facet under so much light, from 0 (none reaches it) to 1. look: the settings that hold for the
+    // mesh, its own or those of the render.
+    virtual KivFacetColour colourOf(const KivMesh& mesh, const KivTablePageSettings& look, double light) const = 0;
+    // How much of the light that falls on a facet's far side counts, from 0 to 1.
+    virtual double lightFromBehind(const KivTablePageSettings& look) const;
+
+    void render(KivBitmapManager* surface, const KivCommonSettings& settings, const KivCamera& camera, KivScene* scene,
+                tagSIZE size, KivShaderCommunication& communication, bool named) override;
+    // Three units for each mesh, as the bar lays out.
+    unsigned int getProgressSteps(KivScene* scene, const KivCommonSettings& settings) override;
+    void prepareObjectRendering(const KivCommonSettings& settings, KivScene* scene) override;
+    void renderMeshDepth(const KivMesh* mesh, const KivCommonSettings& settings, KivScene* scene, KivShadows& shadows,
+                         const KivCamera& camera, bool vectorial) override;
+    using KivTableShader::reservedSlot;
+    void reservedSlot(const KivMesh* mesh) override;
+    void renderMeshPass(const KivMesh* mesh, const KivLight* light, int lightIndex, int numLights,
+                        const KivCommonSettings& settings, KivScene* scene, int pass, const KivCamera& camera,
+                        bool vectorial) override;
+    void beginTransparency(bool vectorial) override;
+    void renderOpaqueMesh(const KivMesh* mesh, const KivCommonSettings& settings, KivScene* scene,
+                          const KivCamera& camera, int meshIndex, KivNonCombinableShader* defaultShader, int pass,
+                          bool vectorial) override;
+    void renderTransparentTriangle(const Kiv3DPoint* points, const Kiv3DVector* normals, const KivMesh* mesh,
+                                   KivScene* scene, const KivCamera& camera, const KivCommonSettings& settings,
+                                   int meshIndex, int previousMeshIndex, KivNonCombinableShader* defaultShader,
+                                   KivShadows* shadows, int pass, const KivLight* light, int lightIndex, int numLights,
+                                   bool vectorial) override;
+    void endTransparentTriangle(int meshIndex, int previousMeshIndex, int pass, bool vectorial) override;
+    void endTransparency(bool vectorial) override;
+
+private:
+    struct Brush;
+
+    void drawMesh(const KivMesh& mesh, const Brush& brush);
+    void drawFacet(const Kiv3DPoint* points, const Kiv3DVector& normal, const KivMesh& mesh, const Brush& brush);
+
+    bool isPageMixed = false; // a vector page that has been told of transparency
+};
+
+#endif

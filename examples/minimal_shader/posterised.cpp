@@ -31,8 +31,8 @@ int settingsTable(const KivSettingInfo** table) {
 
 class Posterised : public KivFacetShader {
 public:
-    explicit Posterised(HINSTANCE module)
-        : KivFacetShader(module, L"Posterised", kivDefaultSettings(L"Posterised", settingsTable)) {}
+    explicit Posterised(HINSTANCE pluginModule)
+        : KivFacetShader(pluginModule, L"Posterised", kivDefaultSettings(L"Posterised", settingsTable)) {}
 
     // The light is brought to one of the tones, from the dark one to the full colour.
     KivFacetColour colourOf(const KivMesh& mesh, const KivTablePageSettings& look, double light) const override {

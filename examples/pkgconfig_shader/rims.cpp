@@ -25,7 +25,8 @@ int settingsTable(const KivSettingInfo** table) {
 
 class Rims : public KivFacetShader {
 public:
-    explicit Rims(HINSTANCE module) : KivFacetShader(module, L"Rims", kivDefaultSettings(L"Rims", settingsTable)) {}
+    explicit Rims(HINSTANCE pluginModule)
+        : KivFacetShader(pluginModule, L"Rims", kivDefaultSettings(L"Rims", settingsTable)) {}
 
     KivFacetColour colourOf(const KivMesh& mesh, const KivTablePageSettings& look, double light) const override {
         const std::uint32_t colour =

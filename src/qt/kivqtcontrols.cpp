@@ -48,10 +48,10 @@ bool readNumber(const QWidget* widget, QString* text) {
 bool writeNumber(QWidget* widget, const QString& text) {
     if (auto* const whole = qobject_cast<QSpinBox*>(widget)) {
         whole->setValue(qRound(text.toDouble()));
-        whole->lineEdit()->setText(whole->text()); // which was empty if the number varied
+        whole->findChild<QLineEdit*>()->setText(whole->text()); // which was empty if the number varied
     } else if (auto* const number = qobject_cast<QDoubleSpinBox*>(widget)) {
         number->setValue(text.toDouble());
-        number->lineEdit()->setText(number->text());
+        number->findChild<QLineEdit*>()->setText(number->text());
     } else if (auto* const slider = qobject_cast<QAbstractSlider*>(widget)) {
         slider->setValue(qRound(text.toDouble()));
     } else if (auto* const field = qobject_cast<KivNumberField*>(widget)) {

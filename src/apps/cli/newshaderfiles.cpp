@@ -55,8 +55,8 @@ double part(std::uint32_t colour, unsigned int component) {
 
 class @Name@ : public KivFacetShader {
 public:
-    explicit @Name@(HINSTANCE module)
-        : KivFacetShader(module, L"@Name@", kivDefaultSettings(L"@Name@", settingsTable)) {}
+    explicit @Name@(HINSTANCE pluginModule)
+        : KivFacetShader(pluginModule, L"@Name@", kivDefaultSettings(L"@Name@", settingsTable)) {}
 
     // light: from 0, where none reaches the facet, to 1.
     KivFacetColour colourOf(const KivMesh& mesh, const KivTablePageSettings& look, double light) const override {

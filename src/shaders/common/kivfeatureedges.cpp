@@ -50,6 +50,11 @@ KivFeatureWing wingOf(const KivSurface& surface, const Record* first, const Reco
             if (triangle == KivFeatureWing::none) {
                 continue;
             }
+            const KivSurface::Triangle& corners = surface.triangles[triangle];
+            if (!kivHasArea(surface.points[corners[0]], surface.points[corners[1]], surface.points[corners[2]])) {
+                wing.filled = true;
+                continue;
+            }
             const std::int32_t corner = thirdCorner(surface.triangles[triangle], wing.a, wing.b);
             (found == 0 ? wing.left : wing.right) = corner;
             triangles[found == 0 ? 0 : 1] = triangle;
@@ -58,6 +63,7 @@ KivFeatureWing wingOf(const KivSurface& surface, const Record* first, const Reco
     }
     wing.triangle = static_cast<std::uint32_t>(triangles[0]);
     wing.junction = found > 2;
+    wing.filled = wing.filled && found < 2;
     if (found == 2) {
         wing.bend = static_cast<float>(kivFeatureBend(surface.points[wing.a], surface.points[wing.b],
                                                       surface.points[wing.left], surface.points[wing.right]));
@@ -205,7 +211,10 @@ std::vector<KivFeatureWing> kivFeatureWings(const KivSurface& surface) {
                records[last].vertex1 == records[first].vertex1) {
             ++last;
         }
-        wings.push_back(wingOf(surface, &records[first], records.data() + last));
+        const KivFeatureWing wing = wingOf(surface, &records[first], records.data() + last);
+        if (wing.left != KivFeatureWing::none) {
+            wings.push_back(wing);
+        }
         first = last;
     }
     return wings;
@@ -282,7 +291,7 @@ std::vector<KivFeatureEdge> kivFeatureEdges(const KivSurface& surface, const std
         KivFeatureEdge edge{wing.a, wing.b, KivFeatureKind::crease, static_cast<std::uint32_t>(wing.left), creases[i]};
         if (wing.right == KivFeatureWing::none) {
             edge.kind = KivFeatureKind::border;
-            if (rules.borders) {
+            if (rules.borders && !wing.filled) {
                 edges.push_back(edge);
             }
             continue;

@@ -23,6 +23,7 @@ struct KivFeatureWing {
     std::int32_t left = none;   // the third corner of one triangle at the edge
     std::int32_t right = none;  // of the other; none at a border
     bool junction = false;      // three or more triangles meet here
+    bool filled = false;        // a triangle without an area closes it: it is no border, and no fold can be told
     bool smooth = false;        // the mesh's own normals run on over the edge: it is meant to look round
     std::uint32_t triangle = 0; // one triangle at the edge
     float bend = 0.0F; // by how much the surface turns at the edge, in degrees: 0 flat, 180 folded back on itself

@@ -67,6 +67,20 @@ void findWindings(KivShadedMesh& model) {
     }
 }
 
+// Those without an area show nothing in a picture, but some readers of drawings make lines of them.
+void removeThoseWithoutArea(KivShadedMesh& model) {
+    std::size_t kept = 0;
+    for (std::size_t i = 0; i < model.triangles.size(); ++i) {
+        const KivSurface::Triangle& t = model.triangles[i];
+        if (kivHasArea(model.points[t[0]], model.points[t[1]], model.points[t[2]])) {
+            model.triangles[kept] = t;
+            model.windings[kept++] = model.windings[i];
+        }
+    }
+    model.triangles.resize(kept);
+    model.windings.resize(kept);
+}
+
 } // namespace
 
 KivShadedMesh kivReadShadedMesh(const KivMesh& mesh, double creaseAngle) {
@@ -77,6 +91,7 @@ KivShadedMesh kivReadShadedMesh(const KivMesh& mesh, double creaseAngle) {
         model.normals = std::move(smooth.normals);
         model.triangles = std::move(smooth.triangles);
         model.windings.assign(model.triangles.size(), 1);
+        removeThoseWithoutArea(model);
         return model;
     }
     const unsigned int numVertexs = mesh.getNumVertexs();
@@ -101,6 +116,7 @@ KivShadedMesh kivReadShadedMesh(const KivMesh& mesh, double creaseAngle) {
     }
     mendNormals(model);
     findWindings(model);
+    removeThoseWithoutArea(model);
     return model;
 }
 

@@ -142,3 +142,9 @@ KivSurface kivReadSurface(const KivMesh& mesh) {
     }
     return surface;
 }
+
+bool kivHasArea(const KivVec& a, const KivVec& b, const KivVec& c) {
+    constexpr double least = 1e-10;
+    const double longest = std::max({kivDot(b - a, b - a), kivDot(c - b, c - b), kivDot(a - c, a - c)});
+    return kivLength(kivCross(b - a, c - a)) > least * longest;
+}

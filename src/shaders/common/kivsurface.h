@@ -35,4 +35,8 @@ std::vector<std::uint32_t> kivWeldPoints(const std::vector<KivVec>& points, std:
 // hold each face twice have no fold between a face and its twin.
 KivSurface kivReadSurface(const KivMesh& mesh);
 
+// Whether three points span a triangle that can be seen. Rounding leaves of one without an area less than this part of
+// the square of its longest side.
+bool kivHasArea(const KivVec& a, const KivVec& b, const KivVec& c);
+
 #endif

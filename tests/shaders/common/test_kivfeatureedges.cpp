@@ -241,3 +241,25 @@ TEST(KivFeatureEdges, ThreeTrianglesAtAnEdgeMakeALine) {
     const auto edges = edgesOf(fins, perspectiveView({3.0, 4.0, 5.0}, 0.5, 1.0, 20.0, 200));
     EXPECT_TRUE(edgesOfKind(edges, KivFeatureKind::crease).contains(Pair(0, 1)));
 }
+
+// One that stands alone has borders on all sides, all of them on one line.
+TEST(KivFeatureEdges, ATriangleWithoutAnAreaHasNoLines) {
+    KivSurface surface;
+    surface.points = {{0, 0, 0}, {1, 1, 0}, {3, 3, 0}, {0, 2, 0}};
+    surface.triangles = {{0, 1, 2}};
+    const KivView view = parallelView({0, 0, 5}, 4, 1, 40, 100);
+    EXPECT_TRUE(edgesOf(surface, view).empty());
+    surface.triangles = {{0, 1, 3}};
+    EXPECT_EQ(edgesOf(surface, view).size(), 3U) << "one with an area has its borders";
+}
+
+// Where the side of one triangle meets two of others, such a one closes the gap.
+TEST(KivFeatureEdges, ATriangleWithoutAnAreaThatClosesAGapShowsNoLine) {
+    KivSurface surface;
+    surface.points = {{0, 0, 0}, {2, 0, 0}, {1, 0, 0}, {1, 2, 0}, {1, -2, 0}};
+    surface.triangles = {{0, 1, 3}, {0, 4, 2}, {2, 4, 1}, {0, 2, 1}};
+    const KivView view = parallelView({0, 0, 5}, 4, 1, 40, 100);
+    const std::set<Pair> borders = edgesOfKind(edgesOf(surface, view), KivFeatureKind::border);
+    EXPECT_EQ(borders, (std::set<Pair>{{0, 3}, {1, 3}, {0, 4}, {1, 4}}));
+    EXPECT_EQ(edgesOf(surface, view).size(), 4U) << "and no silhouette within";
+}

@@ -16,6 +16,7 @@
 #include "support/recordingprogress.h"
 #include "support/testhost.h"
 
+#include <cstring>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <iterator>

@@ -62,7 +62,7 @@ done
 # The plug-in in every kind of render of the command line, in both languages, and as one of several looks.
 for options in --shadows --transparency "--shadows --transparency"; do
     # shellcheck disable=SC2086
-    "$prefix/bin/selvarin" render --demo --base Posterised $options -o "$work/demo.png" -s 200x150 -a 0 -q || fail "$options"
+    "$prefix/bin/selvarin" render --demo --base Posterised $options -o "$work/demo.png" -s 640x480 -q || fail "$options"
     check_picture "$work/demo.png"
 done
 "$prefix/bin/selvarin" render --demo --base Posterised -o "$work/demo.svg" -s 200x150 -q || fail "a drawing"
@@ -123,6 +123,7 @@ cat >"$work/components/windows.cpp" <<'END'
 #include <qt/kivqttoolkit.h>
 #include <qt/kivqtwindow.h>
 #include <QApplication>
+#include <QWidget>
 #include <cstdio>
 int main(int argc, char** argv) {
     QApplication application(argc, argv);

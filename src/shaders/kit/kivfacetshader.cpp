@@ -90,6 +90,18 @@ void KivFacetShader::drawMesh(const KivMesh& mesh, const Brush& brush) {
     KivDrawing::endDrawing(brush.vectorial);
 }
 
+// The far sides step back twice as far as the near ones: along an outline, where a near side is steep, its step would
+// else take it behind them, and they would show in specks.
+void KivFacetShader::drawPlain(const KivMesh& mesh, const Brush& brush, float factor, float units) {
+    for (const bool front : {false, true}) {
+        const float times = front ? 1.0F : 2.0F;
+        const KivPlainPass state(factor * times, units * times);
+        glEnable(GL_CULL_FACE);
+        glCullFace(front ? GL_BACK : GL_FRONT);
+        drawMesh(mesh, brush);
+    }
+}
+
 void KivFacetShader::render(KivBitmapManager* surface, const KivCommonSettings& settings, const KivCamera&,
                             KivScene* scene, tagSIZE, KivShaderCommunication& communication, bool named) {
     float factor = 0.0F;
@@ -100,10 +112,7 @@ void KivFacetShader::render(KivBitmapManager* surface, const KivCommonSettings& 
         if (mesh == nullptr || !kivIsForShader(*mesh, getTag(), named)) {
             continue;
         }
-        {
-            const KivPlainPass pass(factor, units);
-            drawMesh(*mesh, {*scene, settingsOf(*mesh), KivPassPart::full, 0, 1, settings.doVectorial()});
-        }
+        drawPlain(*mesh, {*scene, settingsOf(*mesh), KivPassPart::full, 0, 1, settings.doVectorial()}, factor, units);
         if (KivProgress* const progress = kivCurrentProgress()) {
             progress->advance(2, false);
         }
@@ -149,8 +158,11 @@ void KivFacetShader::beginTransparency(bool) {
 void KivFacetShader::renderOpaqueMesh(const KivMesh* mesh, const KivCommonSettings&, KivScene* scene, const KivCamera&,
                                       int, KivNonCombinableShader*, int pass, bool vectorial) {
     if (pass == 1) {
-        const KivPlainPass state;
-        drawMesh(*mesh, {*scene, settingsOf(*mesh), KivPassPart::full, 0, 1, vectorial});
+        float factor = 0.0F;
+        float units = 0.0F;
+        glGetFloatv(GL_POLYGON_OFFSET_FACTOR, &factor);
+        glGetFloatv(GL_POLYGON_OFFSET_UNITS, &units);
+        drawPlain(*mesh, {*scene, settingsOf(*mesh), KivPassPart::full, 0, 1, vectorial}, factor, units);
     }
 }
 

@@ -52,6 +52,7 @@ private:
     struct Brush;
 
     void drawMesh(const KivMesh& mesh, const Brush& brush);
+    void drawPlain(const KivMesh& mesh, const Brush& brush, float factor, float units);
     void drawFacet(const Kiv3DPoint* points, const Kiv3DVector& normal, const KivMesh& mesh, const Brush& brush);
 
     bool isPageMixed = false; // a vector page that has been told of transparency

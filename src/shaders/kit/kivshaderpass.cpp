@@ -53,12 +53,9 @@ KivLitPass::KivLitPass(int pass, int lightIndex, int numLights) {
     }
 }
 
-KivPlainPass::KivPlainPass() {
+KivPlainPass::KivPlainPass(float offsetFactor, float offsetUnits) {
     paintPlainColours();
     glDisable(GL_BLEND);
-}
-
-KivPlainPass::KivPlainPass(float offsetFactor, float offsetUnits) : KivPlainPass() {
     glEnable(GL_POLYGON_OFFSET_FILL);
     glPolygonOffset(offsetFactor, offsetUnits);
 }

@@ -38,10 +38,9 @@ private:
 };
 
 // The surface of a plain render, or an opaque mesh of a render with transparency: behind by the channel's offset, so
-// that lines on it are seen.
+// that lines on it are seen. Let far sides step back twice as far as near ones, or they show along outlines.
 class KivPlainPass {
 public:
-    KivPlainPass(); // with the offset that is set, for renderOpaqueMesh
     KivPlainPass(float offsetFactor, float offsetUnits);
 
 private:

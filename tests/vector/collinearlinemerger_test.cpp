@@ -416,7 +416,7 @@ TEST(CollinearLineMerger, TheTolerancesOfLines) {
 TEST(CollinearLineMerger, PollsForACancelByCost) {
     for (const bool areEqual : {false, true}) {
         OwnedList model;
-        for (int i = 0; i < 25000; ++i) {
+        for (int i = 0; i < 70000; ++i) {
             const float x = areEqual ? 0.0F : static_cast<float>(i / 2 % 200);
             const float y = areEqual ? 0.0F : static_cast<float>(i / 400);
             model.push_back(line(plain(x, y), plain(x + 1, y + 0.5F)));

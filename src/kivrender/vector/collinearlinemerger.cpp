@@ -4,6 +4,7 @@
 #include "kivrender/vector/lineindex.h"
 #include "kivrender/vector/lineshape.h"
 #include "kivrender/vector/pollmeter.h"
+#include "kivrender/vector/prefetch.h"
 
 #include <functional>
 #include <map>
@@ -41,27 +42,34 @@ private:
 class LineMergeRun {
 public:
     explicit LineMergeRun(FeedbackPrimitiveList& list)
-        : lines(list), partners(LineIndex::Role::Second), settled(LineIndex::Role::First) {
+        : lines(list), partners(LineIndex::Role::Second, list.size()), settled(LineIndex::Role::First, list.size()) {
+        // The first merge finds out about a cancel too.
         PollMeter poll;
         entries.reserve(lines.size());
-        for (const FeedbackPrimitive* line : lines) {
-            // The first merge finds out about the cancel too.
-            if (poll.isCancelledAfter(60))
+        for (std::size_t i = 0; i < lines.size(); ++i) {
+            prefetchAhead(lines, i, 32);
+            if (i + 16 < lines.size())
+                prefetch(lines[i + 16]->vertices.data());
+            entries.push_back({LineShape(*lines[i]), groups.groupOf(*lines[i]), false});
+            if (poll.isCancelledAfter(10))
                 return;
-            entries.push_back({LineShape(*line), groups.groupOf(*line), false});
-            const int slot = static_cast<int>(entries.size()) - 1;
-            partners.insert(slot, entries.back().shape, entries.back().group);
-            unsettledSlots.push(slot);
+        }
+        for (int slot = 0; slot < size(); ++slot) {
+            if (slot + ahead < size())
+                partners.prefetchOwn(entry(slot + ahead).shape, entry(slot + ahead).group);
+            partners.insert(slot, entry(slot).shape, entry(slot).group);
+            if (poll.isCancelledAfter(30))
+                return;
         }
     }
 
     // Merges the first pair. False when there is none, or when the user has cancelled.
     bool mergeNext(CollinearLineMerger& merger) {
-        while (!unsettledSlots.empty() && !kivIsCancelled()) {
-            const int slot = unsettledSlots.top();
-            if (slot >= size() || entry(slot).isSettled) {
-                unsettledSlots.pop();
-                continue;
+        for (int slot = firstUnsettled(); slot < size() && !kivIsCancelled(); slot = firstUnsettled()) {
+            if (slot + ahead < size()) {
+                const Entry& soon = entry(slot + ahead);
+                partners.prefetchAround(soon.shape, soon.group);
+                settled.prefetchOwn(soon.shape, soon.group);
             }
             const LineShape& shape = entry(slot).shape;
             const int partner = partners.firstWhere(shape, entry(slot).group, slot + 1, size(), [&](int other) {
@@ -72,7 +80,6 @@ public:
                 replace(slot, partner, merger);
                 return true;
             }
-            unsettledSlots.pop();
             settle(slot);
         }
         return false;
@@ -92,6 +99,23 @@ private:
         return entries[static_cast<std::size_t>(slot)];
     }
 
+    // The smallest unsettled slot, or one behind all.
+    int firstUnsettled() {
+        while (!unsettledSlots.empty()) {
+            const int slot = unsettledSlots.top();
+            if (slot < size() && !entry(slot).isSettled)
+                return slot;
+            unsettledSlots.pop();
+        }
+        while (fresh < size() && entry(fresh).isSettled)
+            ++fresh;
+        return fresh;
+    }
+    void noteUnsettled(int slot) {
+        if (slot < fresh)
+            unsettledSlots.push(slot);
+    }
+
     void settle(int slot) {
         entry(slot).isSettled = true;
         settled.insert(slot, entry(slot).shape, entry(slot).group);
@@ -99,7 +123,7 @@ private:
     void unsettle(int slot) {
         entry(slot).isSettled = false;
         settled.erase(slot, entry(slot).shape, entry(slot).group);
-        unsettledSlots.push(slot);
+        noteUnsettled(slot);
     }
 
     void withdraw(int slot) {
@@ -118,7 +142,7 @@ private:
             entry(slot) = entries.back();
             entry(slot).isSettled = false;
             partners.insert(slot, entry(slot).shape, entry(slot).group);
-            unsettledSlots.push(slot);
+            noteUnsettled(slot);
         }
         lines.pop_back();
         entries.pop_back();
@@ -143,7 +167,7 @@ private:
         const int slot = size();
         entries.push_back({LineShape(*merged), group, false});
         partners.insert(slot, entry(slot).shape, group);
-        unsettledSlots.push(slot);
+        noteUnsettled(slot);
 
         reached.clear();
         settled.forEach(entry(slot).shape, group, [&](int other) {
@@ -162,7 +186,11 @@ private:
     std::vector<Entry> entries; // parallel to lines
     LineIndex partners;
     LineIndex settled;
-    // May name slots that are settled or gone by now.
+    // How many slots before its turn a line is prepared for.
+    static constexpr int ahead = 8;
+    // The slots before this one that are not settled are in the queue, which may also name slots that are settled or
+    // gone by now.
+    int fresh = 0;
     std::priority_queue<int, std::vector<int>, std::greater<>> unsettledSlots;
     std::vector<int> reached;
 };

@@ -159,7 +159,23 @@ private:
 
 } // namespace
 
-LineIndex::LineIndex(Role lines) : role(lines) {}
+LineIndex::LineIndex(Role lines, std::size_t numLines) : role(lines), buckets(numLines) {}
+
+void LineIndex::prefetchOwn(const LineShape& shape, int group) const {
+    if (!canMerge(shape))
+        return;
+    ownKeys.clear();
+    collectOwnKeys(shape, group);
+    for (const std::uint64_t key : ownKeys)
+        buckets.prefetchKey(key);
+}
+
+void LineIndex::prefetchAround(const LineShape& shape, int group) const {
+    queryKeys.clear();
+    collectQueryKeys(shape, group);
+    for (const std::uint64_t key : queryKeys)
+        buckets.prefetchKey(key);
+}
 
 void LineIndex::insert(int slot, const LineShape& shape, int group) {
     if (!canMerge(shape))
@@ -167,7 +183,7 @@ void LineIndex::insert(int slot, const LineShape& shape, int group) {
     ownKeys.clear();
     collectOwnKeys(shape, group);
     for (const std::uint64_t key : ownKeys)
-        buckets[key].insert(slot);
+        buckets.insert(key, slot);
     count(shape, 1);
 }
 
@@ -177,7 +193,7 @@ void LineIndex::erase(int slot, const LineShape& shape, int group) {
     ownKeys.clear();
     collectOwnKeys(shape, group);
     for (const std::uint64_t key : ownKeys)
-        buckets[key].erase(slot);
+        buckets.erase(key, slot);
     count(shape, -1);
 }
 

@@ -7,10 +7,9 @@
 #define KIVRENDER_VECTOR_LINEINDEX_H
 
 #include "kivrender/vector/lineshape.h"
-#include "kivrender/vector/slotset.h"
+#include "kivrender/vector/slotmap.h"
 
 #include <cstdint>
-#include <unordered_map>
 #include <vector>
 
 class LineIndex {
@@ -18,7 +17,7 @@ public:
     enum class Role { First, Second };
 
     // The role in which the lines stand that the index holds.
-    explicit LineIndex(Role lines);
+    LineIndex(Role lines, std::size_t numLines);
 
     // Only lines of one group, a number that the caller gives, can meet each other. A shape that cannot merge at all,
     // since its ends are no finite distance apart, is not taken up.
@@ -32,11 +31,8 @@ public:
         int best = end;
         queryKeys.clear();
         collectQueryKeys(shape, group);
-        for (const std::uint64_t key : queryKeys) {
-            const auto found = buckets.find(key);
-            if (found != buckets.end())
-                best = found->second.firstWhere(first, best, test);
-        }
+        for (const std::uint64_t key : queryKeys)
+            best = buckets.firstWhere(key, first, best, test);
         return best;
     }
 
@@ -45,15 +41,16 @@ public:
         queryKeys.clear();
         collectQueryKeys(shape, group);
         for (const std::uint64_t key : queryKeys) {
-            const auto found = buckets.find(key);
-            if (found == buckets.end())
-                continue;
-            found->second.firstWhere(0, INT32_MAX, [&](int slot) {
+            buckets.firstWhere(key, 0, INT32_MAX, [&](int slot) {
                 visit(slot);
                 return false;
             });
         }
     }
+
+    // Has at hand what is needed soon to insert a line, or to look for what merges with it.
+    void prefetchOwn(const LineShape& shape, int group) const;
+    void prefetchAround(const LineShape& shape, int group) const;
 
 private:
     void count(const LineShape& shape, int change);
@@ -65,7 +62,7 @@ private:
     static constexpr int numShortLevels = 4;
 
     Role role;
-    std::unordered_map<std::uint64_t, SlotSet> buckets;
+    SlotMap buckets;
     // So that what is empty costs no look-ups.
     int shortPopulation[numShortLevels] = {};
     int farPopulation = 0;

@@ -104,6 +104,20 @@ TEST_F(Image, JpegIsNearlyTheSameAndKeepsColourAtEdges) {
     EXPECT_LE(difference(*image, *back), 8);
 }
 
+// Only the warning that the data end too early makes a picture broken.
+TEST_F(Image, JpegWithBytesBetweenItsSegmentsIsRead) {
+    const auto image = quarters(16, 16);
+    Bytes bytes = image->encode(KivImageFormat::jpeg);
+    ASSERT_GT(bytes.size(), 20U);
+    const std::ptrdiff_t behindFirst =
+        4 + (bytes[4] << 8 | bytes[5]); // the first segment has its length behind its mark
+    bytes.insert(bytes.begin() + behindFirst, {0x12, 0x34});
+    const auto back = KivImage::decode(bytes);
+    ASSERT_TRUE(back);
+    const auto clean = KivImage::decode(image->encode(KivImageFormat::jpeg));
+    EXPECT_EQ(difference(*clean, *back), 0);
+}
+
 TEST_F(Image, PngIsReadByAnotherReader) {
     std::mt19937 random(3);
     for (const std::int32_t width : {1, 7, 1280, 11000}) { // the last one has rows wider than deflate looks back

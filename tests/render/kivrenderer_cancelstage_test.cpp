@@ -134,6 +134,12 @@ TEST_P(KivRendererStageCancel, DuringACallBeginsNoOther) {
         for (const std::string& one : later) {
             EXPECT_TRUE(belongsTo(cancelledCall(), one)) << one;
         }
+        if (beginsWork(cancelledCall()) && cancelledCall().find(" beginTransparency") == std::string::npos) {
+            const auto behind = progress.calls.begin() + static_cast<std::ptrdiff_t>(cancelledAt);
+            EXPECT_TRUE(std::none_of(behind, progress.calls.end(), [](const std::string& told) {
+                return told.starts_with("setText");
+            })) << "no stage begins";
+        }
         EXPECT_FALSE(std::filesystem::exists(home.path() / "p.png"));
         EXPECT_FALSE(std::filesystem::exists(home.path() / "p_depth.png"));
     }
@@ -189,6 +195,7 @@ TEST_F(KivRendererFinishCancel, AtThePaperLeavesThePictureUnreduced) {
     EXPECT_FALSE(render({20, 10}));
     EXPECT_THAT(progress.calls, testing::Not(Contains("setText Drawing the paper image")));
     EXPECT_THAT(progress.calls, testing::Not(Contains("setText Smoothing edges")));
+    EXPECT_THAT(progress.calls, testing::Not(Contains("advance 1 show"))) << "the reduction does not begin";
     EXPECT_EQ(surface.getSize(), (tagSIZE{40, 20}));
     EXPECT_FALSE(isThere("p.png"));
 }

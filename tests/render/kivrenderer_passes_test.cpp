@@ -211,10 +211,13 @@ TEST_F(KivRendererPasses, HalfOpaqueMeshesCastAShadowAndClearerOnesDoNot) {
     EXPECT_EQ(lightAt(box(0.2, 0.2, 1, 1.2, 0.3), one, 0.28, 0.0), 1.0);
 }
 
-// With a frustum of no width no mesh is too small to cast.
-TEST_F(KivRendererPasses, WithoutAFrustumEveryMeshWithTwoSidesCasts) {
-    settings.setShadows(true);
-    const auto pollsForVolumes = [&](std::unique_ptr<KivMesh> mesh) {
+class KivRendererCasting : public KivRendererPasses {
+protected:
+    KivRendererCasting() {
+        settings.setShadows(true);
+    }
+    // How often a cancel is asked for while volumes are drawn: one question and a few more for a mesh that casts none.
+    int pollsForVolumes(std::unique_ptr<KivMesh> mesh) {
         scene.addMesh(mesh.release());
         scene.addLight(*std::make_unique<KivLight>(lamp(0, 0, 3)));
         int before = 0;
@@ -229,7 +232,27 @@ TEST_F(KivRendererPasses, WithoutAFrustumEveryMeshWithTwoSidesCasts) {
         EXPECT_TRUE(render({20, 10}));
         progress.onPoll = nullptr;
         return behind;
-    };
+    }
+};
+
+// Two sides must exceed the limit, not reach it.
+TEST_F(KivRendererCasting, TakesASixtiethOfTheFrustumAndMore) {
+    camera.setFrustumLeft(-30.0);
+    camera.setFrustumRight(30.0);
+    camera.setFrustumBottom(-40.0);
+    camera.setFrustumTop(40.0);
+    const double more = 0.5000001;
+    const int without = pollsForVolumes(box(0.5, 0.5, 0.0, 1.0));
+    EXPECT_EQ(pollsForVolumes(box(0.5, 9.0, 0.0, 1.0)), without);
+    EXPECT_EQ(pollsForVolumes(box(9.0, 0.5, 0.0, 1.0)), without);
+    EXPECT_EQ(pollsForVolumes(box(0.5, 0.5, 0.0, 9.0)), without);
+    EXPECT_GT(pollsForVolumes(box(more, 9.0, 0.0, 1.0)), without);
+    EXPECT_GT(pollsForVolumes(box(9.0, more, 0.0, 1.0)), without);
+    EXPECT_GT(pollsForVolumes(box(0.5, more, 0.0, 1.0000002)), without);
+}
+
+// With a frustum of no width no mesh is too small to cast.
+TEST_F(KivRendererCasting, WithoutAFrustumTakesEveryMeshWithTwoSides) {
     const auto sheet = [](double y) { return box(1e-9, y, 0.0, 0.0); };
     const int withoutVolume = pollsForVolumes(sheet(1e-9)); // small beside a frustum of 2
     camera.setFrustumLeft(0.0);

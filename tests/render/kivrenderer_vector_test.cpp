@@ -4,6 +4,7 @@
 #include "kivrender/vector/kivvectorpage.h"
 #include "kivrender/vector/kivvectorprogress.h"
 #include "render/renderfixture.h"
+#include "support/commalocale.h"
 
 #include <gmock/gmock.h>
 
@@ -156,15 +157,16 @@ TEST_F(KivRendererVector, AnOverflowIsToldAndDoesNotFailTheRender) {
 
 // Kept on purpose: what is put back at the end is the locale that the page itself has set.
 TEST_F(KivRendererVector, NumbersStayInTheCLocaleFromTheFirstDrawingOn) {
-    const std::string before = std::setlocale(LC_NUMERIC, nullptr);
-    // Not every machine has a locale with a comma; the way there is the same with any.
-    const char* const other = std::setlocale(LC_NUMERIC, "C.UTF-8");
-    if (other == nullptr) {
-        GTEST_SKIP() << "there is no locale but C";
+    ASSERT_TRUE(renderOnce());
+    const std::string drawing = home.read("drawing.svg");
+    ASSERT_THAT(drawing, HasSubstr("."));
+    const CommaLocale locale;
+    if (!CommaLocale::isInForce()) {
+        GTEST_SKIP() << "no localedef to make a locale with";
     }
     EXPECT_TRUE(renderOnce());
     EXPECT_STREQ(std::setlocale(LC_NUMERIC, nullptr), "C");
-    std::setlocale(LC_NUMERIC, before.c_str());
+    EXPECT_EQ(home.read("drawing.svg"), drawing);
 }
 
 // Simplification has a step for lines and three more; a plain drawing has one.

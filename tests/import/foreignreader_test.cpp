@@ -93,6 +93,10 @@ TEST_F(ForeignReaderTest, EachWayToEndHasItsLine) {
     EXPECT_THAT(outcome("abort"), MatchesRegex("its reader crashed \\((Aborted|status [0-9]+)\\)"));
     EXPECT_EQ(outcome("exit"), "its reader crashed (status 7)");
     EXPECT_EQ(outcome("memory"), "it needs more memory than 419 MB");
+    // Sanitizers map more addresses than any limit allows: with them only the memory in use counts.
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+    EXPECT_EQ(outcome("reserve"), "Cannot allocate memory");
+#endif
     const std::string text = outcome("text");
     EXPECT_THAT(text, StartsWith("two?lines and ?[31mcolour, xxx"));
     EXPECT_LT(text.size(), 600U);
@@ -179,6 +183,8 @@ TEST_F(ForeignReaderTest, TellsProgressAndCanBeCancelled) {
     EXPECT_EQ(outcome("steps"), "read");
     ASSERT_FALSE(seen.empty());
     EXPECT_TRUE(std::is_sorted(seen.begin(), seen.end()));
+    EXPECT_TRUE(std::any_of(seen.begin(), seen.end(), [](double done) { return done > 0.35 && done < 0.45; }))
+        << "half of the reading, which is most of an import";
     EXPECT_GE(seen.front(), 0.0);
     EXPECT_LE(seen.back(), 1.0);
     int calls = 0;

@@ -18,6 +18,7 @@
 #include <vector>
 
 #include <fcntl.h>
+#include <sys/mman.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -74,6 +75,13 @@ long foreignDescriptors() {
         found = fcntl(i, F_GETFL) >= 0 ? 0 : found;
     }
     return found;
+}
+
+// Addresses that are never used cost nothing, and nobody would see them go.
+long reserveMemory() {
+    const void* const place =
+        mmap(nullptr, std::size_t{1} << 30, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+    return place == MAP_FAILED ? -1 : 0;
 }
 
 void crash() {
@@ -164,6 +172,7 @@ ModelParts obey(const std::string& path, const ReadLimits& /*limits*/, ReaderRep
         {"execute", [&] { return execl("/bin/true", "true", nullptr); }},
         {"signal", [&] { return kill(getppid(), 0); }},
         {"descriptors", foreignDescriptors},
+        {"reserve", reserveMemory},
     };
     const std::map<std::string, void (*)()> deeds{
         {"crash", crash},       {"abort", std::abort},       {"loop", loop},
@@ -187,9 +196,9 @@ ModelParts obey(const std::string& path, const ReadLimits& /*limits*/, ReaderRep
         throw ImportError("two\nlines and \x1B[31mcolour, " + std::string(100'000, 'x'));
     }
     if (deed == "steps") {
-        for (int i = 0; i <= 100; ++i) {
-            report.done(i / 100.0);
-        }
+        report.done(0.5);
+        std::this_thread::sleep_for(std::chrono::milliseconds(200));
+        report.done(1.0);
     }
     return deed == "index" ? badIndex() : deed == "nan" ? badNumber() : triangle();
 }

@@ -1,5 +1,7 @@
 // Every setting of every plug-in changes the picture of a scene that has something for each: a cube and a bumpy sheet
 // without normals, a ball with them, a shiny material, lights from two sides, ambient light, lines and a point.
+#include "kivcartoonsettings.h"
+#include "kivoutlinesettings.h"
 #include "kivrender/scene/kivline.h"
 #include "picture.h"
 
@@ -191,4 +193,21 @@ TEST_F(EverySetting, OfTheSketchChangesThePicture) {
                                  {"CrossHatching", "no"},
                                  {"Lines", "no"},
                                  {"Seed", "7"}});
+}
+
+TEST_F(EverySetting, PercentagesAreParts) {
+    Choices choices;
+    for (const char* key : {"Softness", "Balance", "Shadow", "ShadowSaturation", "ShadowCoolness", "HighlightStrength",
+                            "LightFromBehind", "Saturation", "Lightness", "Duotone", "Ambient", "CastShadowStrength"}) {
+        choices.emplace_back(key, std::to_string(10 + choices.size()));
+    }
+    const KivCartoonLook look = kivCartoonLook(shaderSettings(shaders.cartoon(), choices));
+    const double parts[] = {look.bands.softness, look.bands.balance,     look.paint.shadow,    look.paint.saturation,
+                            look.paint.coolness, look.highlightStrength, look.lightFromBehind, look.saturation,
+                            look.lightness,      look.paint.duotone,     look.ambient,         look.paint.castStrength};
+    for (std::size_t i = 0; i < std::size(parts); ++i) {
+        EXPECT_NEAR(parts[i], 0.1 + 0.01 * static_cast<double>(i), 1e-12) << choices[i].first;
+    }
+    const KivLineLook lines = kivOutlineLook(shaderSettings(shaders.outline(), {{"CreaseLength", "30"}}));
+    EXPECT_NEAR(lines.rules.creaseLength, 0.3, 1e-12);
 }

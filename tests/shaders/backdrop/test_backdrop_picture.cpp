@@ -136,6 +136,17 @@ TEST_F(BackdropPicture, LengthsAreThoseOfTheFinishedPicture) {
     EXPECT_EQ(pixel(56, 200), red);
 }
 
+TEST_F(BackdropPicture, GrainsAreThoseOfTheFinishedPictureToo) {
+    drawSheet(96, {{"Grain", "80"}, {"GrainSize", "6"}});
+    const std::vector<Rgb> coarse = pixels();
+    settings.setAntialias(1);
+    drawSheet(96, {{"Grain", "80"}, {"GrainSize", "3"}});
+    EXPECT_TRUE(pixels() == coarse);
+    settings.setAntialias(0);
+    drawSheet(96, {{"Grain", "80"}, {"GrainSize", "3"}});
+    EXPECT_FALSE(pixels() == coarse);
+}
+
 TEST_F(BackdropPicture, GrainLiesOverEverythingOrOnTheSheetAlone) {
     for (const char* everywhere : {"yes", "no"}) {
         open(64);

@@ -261,6 +261,7 @@ TEST_F(OutlinePicture, DrawsTheLinesAndPointsOfTheScene) {
     EXPECT_FALSE(isInk(pixelAt({0.0, -1.2, 0.0})));
     EXPECT_EQ(pixelAt({0.5, -0.9, 0.0}), (Rgb{255, 0, 0}));
     EXPECT_TRUE(isInk(pixelAt({0.8, 0.6, 0.0})));
+    EXPECT_TRUE(isInk(pixelAt({0.83, 0.6, 0.0}))) << "a point is twice as wide as a line";
     EXPECT_EQ(pixelAt({0.8, 0.52, 0.0}), paperColor);
     EXPECT_EQ(pixelAt({0.05, 0.05, 0.0}), paperColor);
 }

@@ -344,6 +344,18 @@ TEST_F(SketchPicture, IsNotHatchedThroughASurfaceInFront) {
     EXPECT_GT(marks(picture), 200);
 }
 
+TEST_F(SketchPicture, HatchingIsSpacedInPixelsOfTheFinishedPicture) {
+    addMesh(sphereSurface(20, 30), true);
+    addSunFromTheLeft();
+    open(300);
+    look({0.2, 0.1, 6.0}, 1.3, false);
+    const int plain = marks(sketched({{"HatchSpacing", "14"}, {"Width", "3"}, {"CrossHatching", "no"}}));
+    settings.setAntialias(1);
+    const int doubled = marks(sketched({{"HatchSpacing", "7"}, {"Width", "1.5"}, {"CrossHatching", "no"}}));
+    EXPECT_GT(plain, 1000);
+    EXPECT_NEAR(doubled, plain, plain * 0.2);
+}
+
 TEST_F(SketchPicture, DrawsTheLinesAndPointsOfTheScene) {
     addMesh(cubeSurface(0.5));
     KivLine seen(Kiv3DPoint(-1.0, 1.0, 0.0), Kiv3DPoint(1.0, 1.0, 0.0));

@@ -201,7 +201,7 @@ TEST(CommandLine, TellsWrongUse) {
         {{"render", "a.obj", "-o", "a.png", "--light", "directional:0,0,0"},
          "--light: \"directional:0,0,0\" is no light: a directional light needs a direction"},
         {{"render", "a.obj", "-o", "a.png", "--config", "/nowhere/at.all"},
-         "can't read the settings file \"/nowhere/at.all\""},
+         "can't read the settings file \"/nowhere/at.all\": No such file or directory"},
     };
     for (const auto& c : cases) {
         EXPECT_EQ(complaint(c.words), c.message);

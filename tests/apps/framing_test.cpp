@@ -1,4 +1,5 @@
 #include "apps/common/framing.h"
+#include "apps/common/sight.h"
 
 #include <cmath>
 #include <random>
@@ -65,7 +66,7 @@ TEST(Framing, AllPointsFitAndFillThePicture) {
         EXPECT_NEAR(widest, 0.88, 1e-6) << "a margin of 6 % on the tightest side, round " << round;
         EXPECT_NEAR(camera.getFrustumRight() / camera.getFrustumTop(), lens.aspect, 1e-9);
         EXPECT_EQ(camera.getFrustumLeft(), -camera.getFrustumRight());
-        EXPECT_TRUE(seesAny(points, camera));
+        EXPECT_EQ(whyNothingIsSeen(points, camera, 960), "");
     }
 }
 
@@ -81,7 +82,7 @@ TEST(Framing, PlanesAreCloseToTheModel) {
     EXPECT_GT(inside.getFrustumNear(), 0.0);
     EXPECT_GE(inside.getFrustumNear(), inside.getFrustumFar() / 2001.0);
     const KivCamera past = makeCamera(points, Kiv3DPoint(0, 0, -50), axes, Lens());
-    EXPECT_FALSE(seesAny(points, past));
+    EXPECT_EQ(whyNothingIsSeen(points, past, 960), "the whole model is behind it");
     EXPECT_GT(past.getFrustumNear(), 0.0);
     EXPECT_GT(past.getFrustumFar(), past.getFrustumNear());
 }

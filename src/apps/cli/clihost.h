@@ -23,6 +23,9 @@ public:
 
     // Since the last call; lines are joined into one.
     std::vector<std::string> takeMessages();
+    bool hasNoMessage() const {
+        return messages.empty();
+    }
     bool wasImageSaved() const {
         return imageSaved;
     }

@@ -3,7 +3,11 @@
 #include "apps/cli/suggestion.h"
 
 #include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
 #include <fstream>
+#include <sstream>
 
 // CLI11's own headers are not written for these warnings.
 #pragma GCC diagnostic push
@@ -82,6 +86,37 @@ std::string trimmed(const std::string& text) {
     return text.substr(first, text.find_last_not_of(" \t\r") - first + 1);
 }
 
+// Whatever is named may have no end, or not be readable though it opens.
+std::string readSettingsFile(const std::string& path) {
+    constexpr std::size_t largest = 1 << 20;
+    const auto refuse = [&path](const std::string& why) {
+        throw UsageError("can't read the settings file \"" + path + "\": " + why);
+    };
+    std::error_code problem;
+    const std::filesystem::file_status kind = std::filesystem::status(path, problem);
+    if (std::filesystem::is_directory(kind)) {
+        refuse("it is a folder");
+    }
+    if (std::filesystem::is_character_file(kind) || std::filesystem::is_block_file(kind) ||
+        std::filesystem::is_socket(kind)) {
+        refuse("it is a device");
+    }
+    std::ifstream file(path, std::ios::binary);
+    if (!file) {
+        refuse(std::strerror(errno));
+    }
+    std::string text(largest + 1, '\0');
+    file.read(text.data(), static_cast<std::streamsize>(text.size()));
+    if (file.bad()) {
+        refuse("it breaks off");
+    }
+    text.resize(static_cast<std::size_t>(file.gcount()));
+    if (text.size() > largest) {
+        refuse("it is too large, at most " + std::to_string(largest) + " bytes are read");
+    }
+    return text;
+}
+
 } // namespace
 
 std::optional<std::string> Words::value(std::string_view option) const {
@@ -136,10 +171,11 @@ Words parseWords(int argc, const char* const* argv) {
 }
 
 void mergeSettingsFile(const std::string& path, Words& words) {
-    std::ifstream file(path);
-    if (!file) {
-        throw UsageError("can't read the settings file \"" + path + "\"");
-    }
+    mergeSettings(readSettingsFile(path), path, words);
+}
+
+void mergeSettings(const std::string& text, const std::string& path, Words& words) {
+    std::istringstream file(text);
     std::map<std::string, std::vector<std::string>> found;
     std::string line;
     for (int number = 1; std::getline(file, line); ++number) {

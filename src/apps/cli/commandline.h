@@ -36,6 +36,8 @@ Words parseWords(int argc, const char* const* argv);
 // One "name = value" a line, or a name alone for a switch (or with yes or no); what follows a # at the beginning of a
 // line is a comment. Adds to words what the command line leaves open.
 void mergeSettingsFile(const std::string& path, Words& words);
+// The same with the text of such a file; path: what messages call it.
+void mergeSettings(const std::string& text, const std::string& path, Words& words);
 
 struct Triple {
     double x = 0.0;

@@ -2,12 +2,14 @@
 #include "apps/cli/commandline.h"
 #include "apps/cli/errorline.h"
 #include "apps/cli/exitstatus.h"
+#include "apps/cli/leftovers.h"
 #include "apps/cli/listcommands.h"
 #include "apps/cli/manual.h"
 #include "apps/cli/newshader.h"
 #include "apps/cli/rendercommand.h"
 #include "apps/cli/startup.h"
 #include "apps/cli/stylecommands.h"
+#include "apps/common/quietdriver.h"
 #include "kivrender/shader/kivshader.h"
 
 #include <cstdio>
@@ -91,6 +93,8 @@ int fail(int status, const std::string& text) {
 } // namespace
 
 int main(int argc, char** argv) {
+    cleanUpOnSignals();
+    quietDriver();
     try {
         const int status = run(parseWords(argc, argv));
         if (std::fflush(stdout) != 0) {

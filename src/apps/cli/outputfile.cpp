@@ -1,6 +1,9 @@
 #include "apps/cli/outputfile.h"
 
 #include "apps/cli/commandline.h"
+#include "kivrender/platform/kivsystemerror.h"
+#include "kivrender/platform/kivtext.h"
+#include "kivrender/platform/kivwholefile.h"
 
 #include <algorithm>
 #include <array>
@@ -10,6 +13,7 @@
 #include <filesystem>
 #include <memory>
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace fs = std::filesystem;
@@ -55,10 +59,60 @@ std::string companionName(const std::string& name, const std::string& mark) {
     throw std::runtime_error("can't write \"" + name + "\": " + why);
 }
 
-void move(const std::string& from, const std::string& to) {
-    if (std::rename(from.c_str(), to.c_str()) != 0) {
-        fail(to, std::strerror(errno));
+// Where the file of that name really stands.
+std::string behindLinks(const std::string& name) {
+    std::error_code problem;
+    if (!fs::is_symlink(name, problem)) {
+        return name;
     }
+    const fs::path real = fs::canonical(name, problem);
+    if (problem) {
+        fail(name, "it is a link that leads nowhere");
+    }
+    return real.string();
+}
+
+// target: where the links of that name lead.
+void checkPlace(const std::string& name, const std::string& target) {
+    const fs::path path(target);
+    std::error_code problem;
+    if (fs::is_directory(path, problem)) {
+        fail(name, "it is a folder");
+    }
+    const fs::path folder = path.has_parent_path() ? path.parent_path() : fs::path(".");
+    if (!fs::is_directory(folder, problem)) {
+        fail(name, "there is no folder \"" + folder.string() + "\"");
+    }
+    if (access(folder.c_str(), W_OK) != 0 || (fs::exists(path, problem) && access(path.c_str(), W_OK) != 0)) {
+        fail(name, std::strerror(errno));
+    }
+}
+
+// Renames a file or, where that is not possible, copies it.
+void move(const std::string& from, const std::string& to, const std::string& name) {
+    struct stat old = {};
+    const bool exists = stat(to.c_str(), &old) == 0;
+    const bool isPlain = !exists || S_ISREG(old.st_mode);
+    if (exists && isPlain) {
+        // Another's file can be kept his by root alone.
+        [[maybe_unused]] const int owned = chown(from.c_str(), old.st_uid, old.st_gid);
+        chmod(from.c_str(), old.st_mode & 07777);
+    }
+    if (isPlain && std::rename(from.c_str(), to.c_str()) == 0) {
+        return;
+    }
+    if (isPlain && errno != EXDEV) {
+        fail(name, std::strerror(errno));
+    }
+    if (!kivCopyWholeFile(kivFromUtf8(from), kivFromUtf8(to))) {
+        fail(name, kivToUtf8(kivSystemErrorText(kivGetLastError())));
+    }
+    std::remove(from.c_str());
+}
+
+bool isFilled(const std::string& file) {
+    std::error_code problem;
+    return fs::file_size(file, problem) != 0 && !problem;
 }
 
 } // namespace
@@ -98,53 +152,79 @@ std::string outputName(const std::string& pattern, const std::string& model) {
     return name;
 }
 
-OutputFile::OutputFile(const std::string& outputName, std::vector<std::string> companionMarks, Accepts accepted)
-    : name(outputName), companions(std::move(companionMarks)), stream(outputName == "-") {
+OutputFile::OutputFile(const std::string& outputName, const std::vector<std::string>& companionMarks, Accepts accepted)
+    : name(outputName), stream(outputName == "-") {
     const std::string mark = ".selvarin-" + std::to_string(getpid()) + "-";
     if (stream) {
-        if (!companions.empty()) {
-            throw UsageError(std::string(companions.front() == "_depth" ? "--depth-image" : "--shadow-image") +
+        if (!companionMarks.empty()) {
+            throw UsageError(std::string(companionMarks.front() == "_depth" ? "--depth-image" : "--shadow-image") +
                              " writes a second file and needs a name for the picture, not -");
         }
-        work = (fs::temp_directory_path() / (mark + "stream.png")).string();
+        addFile("standard output", (fs::temp_directory_path() / (mark + "stream.png")).string());
         return;
     }
     checkEnding(name, accepted);
-    const fs::path path(name);
-    std::error_code problem;
-    if (fs::is_directory(path, problem)) {
-        fail(name, "it is a folder");
-    }
+    const std::string target = behindLinks(name);
+    const fs::path path(target);
     const fs::path folder = path.has_parent_path() ? path.parent_path() : fs::path(".");
-    if (!fs::is_directory(folder, problem)) {
-        fail(name, "there is no folder \"" + folder.string() + "\"");
+    const std::string work = (folder / (mark + path.filename().string())).string();
+    // The render names what it writes beside the picture after the name that it is given, whose ending is the user's.
+    const std::string ending = fs::path(name).extension().string();
+    const std::string place = work.ends_with(ending) ? work : work + ending;
+    addFile(name, place);
+    for (const std::string& companion : companionMarks) {
+        addFile(companionName(name, companion), companionName(place, companion));
     }
-    if (access(folder.c_str(), W_OK) != 0) {
-        fail(name, std::strerror(errno));
-    }
-    work = (folder / (mark + path.filename().string())).string();
 }
 
 OutputFile::~OutputFile() {
-    std::remove(work.c_str());
-    for (const std::string& mark : companions) {
-        std::remove(companionName(work, mark).c_str());
+    for (const File& file : files) {
+        std::remove(file.work.c_str());
     }
 }
 
-void OutputFile::finish() {
-    std::error_code problem;
-    if (fs::file_size(work, problem) == 0 || problem) {
-        fail(name, "nothing was written");
-    }
+void OutputFile::addFile(const std::string& fileName, const std::string& work) {
+    const std::string target = stream ? "" : behindLinks(fileName);
     if (!stream) {
-        move(work, name);
-        for (const std::string& mark : companions) {
-            move(companionName(work, mark), companionName(name, mark));
+        checkPlace(fileName, target);
+    }
+    files.push_back({fileName, target, work});
+    leftovers.push_back(std::make_unique<Leftover>(work));
+}
+
+std::string OutputFile::missing() const {
+    const auto found = std::find_if(files.begin(), files.end(), [](const File& file) { return !isFilled(file.work); });
+    return found == files.end() ? std::string() : found->name;
+}
+
+std::string OutputFile::inWordsOfTheUser(std::string line) const {
+    // The longest first: the name of a picture may be the beginning of that of another.
+    for (auto file = files.rbegin(); file != files.rend(); ++file) {
+        for (std::size_t at = line.find(file->work); at != std::string::npos;
+             at = line.find(file->work, at + file->name.size())) {
+            line.replace(at, file->work.size(), file->name);
         }
+    }
+    return line;
+}
+
+void OutputFile::finish() {
+    if (const std::string lost = missing(); !lost.empty()) {
+        fail(lost, "nothing was written");
+    }
+    if (stream) {
+        copyToOutput();
         return;
     }
-    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(work.c_str(), "rb"), std::fclose);
+    for (const File& file : files) {
+        move(file.work, file.target, file.name);
+    }
+}
+
+void OutputFile::copyToOutput() const {
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(workName().c_str(), "rb"), std::fclose);
+    // Whoever reads the other end may go away, which ends the program.
+    std::remove(workName().c_str());
     std::array<char, 65536> buffer{};
     for (std::size_t count = 0;
          file != nullptr && (count = std::fread(buffer.data(), 1, buffer.size(), file.get())) > 0;) {

@@ -3,6 +3,9 @@
 #ifndef APPS_CLI_OUTPUTFILE_H
 #define APPS_CLI_OUTPUTFILE_H
 
+#include "apps/cli/leftovers.h"
+
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -27,7 +30,7 @@ public:
     // "-" is standard output. Throws UsageError for an ending that can't be written and std::runtime_error for a place
     // that can't be written to. Further pictures beside it are expected, one for each mark, which stands before the
     // ending: "_depth" goes with a.png as a_depth.png.
-    explicit OutputFile(const std::string& name, std::vector<std::string> companionMarks = {},
+    explicit OutputFile(const std::string& name, const std::vector<std::string>& companionMarks = {},
                         Accepts accepted = Accepts::pictures);
     // Removes what has not been put in place.
     ~OutputFile();
@@ -45,16 +48,29 @@ public:
     }
     // Where the render is to write.
     const std::string& workName() const {
-        return work;
+        return files.front().work;
     }
-    // Moves the picture and those beside it to their names or copies it to standard output. Throws
-    // std::runtime_error.
+    // The first file that a render should have written and has not, by the user's name; empty for none.
+    std::string missing() const;
+    // A line of the library with the user's names in place of those that the render writes to.
+    std::string inWordsOfTheUser(std::string line) const;
+    // Moves the picture and those beside it to their names or copies it to standard output. A file that is replaced
+    // leaves its permissions to the new one, a link stays a link. Throws std::runtime_error.
     void finish();
 
 private:
+    struct File {
+        std::string name;   // the user's
+        std::string target; // where its links lead
+        std::string work;
+    };
+
+    void addFile(const std::string& fileName, const std::string& work);
+    void copyToOutput() const;
+
     std::string name;
-    std::string work;
-    std::vector<std::string> companions;
+    std::vector<File> files; // the picture, then those beside it
+    std::vector<std::unique_ptr<Leftover>> leftovers;
     bool stream = false;
 };
 

@@ -1,5 +1,6 @@
 #include "apps/cli/progressbar.h"
 
+#include "apps/cli/leftovers.h"
 #include "kivrender/platform/kivtext.h"
 
 #include <algorithm>
@@ -13,7 +14,10 @@ namespace {
 
 volatile std::sig_atomic_t interrupted = 0;
 
-void onInterrupt(int /*signal*/) {
+void onInterrupt(int signal) {
+    if (interrupted != 0) {
+        endBySignal(signal);
+    }
     interrupted = 1;
 }
 
@@ -26,13 +30,7 @@ constexpr std::chrono::seconds linePause{5};
 } // namespace
 
 void catchInterrupts() {
-    struct sigaction action = {};
-    action.sa_handler = onInterrupt;
-    sigemptyset(&action.sa_mask);
-    // The second signal finds the default action.
-    action.sa_flags = static_cast<int>(SA_RESETHAND);
-    sigaction(SIGINT, &action, nullptr);
-    sigaction(SIGTERM, &action, nullptr);
+    handleEndSignals(onInterrupt);
 }
 
 bool isInterrupted() {

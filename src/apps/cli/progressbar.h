@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-// From here on SIGINT and SIGTERM ask for a cancel; a second one ends the program at once.
+// From here on SIGHUP, SIGINT and SIGTERM ask for a cancel; a second one ends the program at once.
 void catchInterrupts();
 bool isInterrupted();
 

@@ -6,19 +6,25 @@
 #include "apps/cli/outputfile.h"
 #include "apps/cli/papers.h"
 #include "apps/cli/progressbar.h"
+#include "apps/cli/renderfailure.h"
 #include "apps/cli/shaderstream.h"
 #include "apps/cli/startup.h"
 #include "apps/cli/timings.h"
 #include "apps/common/demoscene.h"
 #include "apps/common/framing.h"
+#include "apps/common/pictureproblem.h"
+#include "apps/common/sight.h"
 #include "import/kivmodelimport.h"
 #include "import/scenebuilder.h"
 #include "kivrender/platform/kivglwarmup.h"
+#include "kivrender/platform/kivsystemerror.h"
+#include "kivrender/platform/kivtemporaryfile.h"
 #include "kivrender/platform/kivtext.h"
 #include "kivrender/render/kivbitmapmanager.h"
 #include "kivrender/render/kivrenderer.h"
 #include "kivrender/settings/kivcommonsettings.h"
 #include "kivrender/settings/kivmemorycommondatamanager.h"
+#include "kivrender/shader/kivshader.h"
 #include "kivrender/vector/kivvectorpage.h"
 
 #include <algorithm>
@@ -83,6 +89,7 @@ public:
         const std::vector<Job> jobs = planJobs(options);
         checkImage(options.backgroundImage);
         paper = findPaper(options.paper);
+        checkImage(paper);
         // What fails without a look at the model fails before the driver is started.
         OutputFiles outputs = openOutputs(jobs.front());
         catchInterrupts();
@@ -176,11 +183,26 @@ private:
         return {enlarge(options.width), enlarge(options.height)};
     }
 
+    // A picture that is broken would be missing in the render, and nobody would say why.
     static void checkImage(const std::string& path) {
-        std::error_code problem;
-        if (!path.empty() && !std::filesystem::is_regular_file(path, problem)) {
-            throw std::runtime_error("can't use \"" + path + "\": there is no such file");
+        const char* why = nullptr;
+        switch (problemOfPicture(kivFromUtf8(path))) {
+        case PictureProblem::none:
+            return;
+        case PictureProblem::missing:
+            why = "there is no such file";
+            break;
+        case PictureProblem::noFile:
+            why = "it is no plain file";
+            break;
+        case PictureProblem::unreadable:
+            why = "it may not be read";
+            break;
+        case PictureProblem::noPicture:
+            why = "it is no whole picture of a kind that can be read: PNG, JPEG, TIFF, BMP or GIF";
+            break;
         }
+        throw std::runtime_error("can't use \"" + path + "\": " + why);
     }
 
     void renderJob(const Job& job, OutputFiles& outputs, CliHost& host) {
@@ -255,8 +277,8 @@ private:
         const std::vector<Kiv3DPoint> points = scenePoints(*model.scene);
         ViewAxes axes;
         const KivCamera camera = chooseCamera(model, points, axes);
-        if (!seesAny(points, camera)) {
-            printWarning("the camera sees nothing: the whole model is behind it");
+        if (const std::string why = whyNothingIsSeen(points, camera, options.height); !why.empty()) {
+            printWarning("the camera sees nothing: " + why);
         }
         for (KivLight& light : chooseLights(model, points, axes)) {
             model.scene->addLight(light);
@@ -392,9 +414,9 @@ private:
         if (isInterrupted()) {
             return false;
         }
-        const bool isWritten = output.isDrawing() ? isFilled(output.workName()) : host.wasImageSaved();
-        if (!done || !isWritten) {
-            throw std::runtime_error(!messages.empty() ? messages.front() : "the picture could not be rendered");
+        const bool isSaved = output.isDrawing() || host.wasImageSaved();
+        if (!done || !isSaved || !output.missing().empty()) {
+            throw std::runtime_error(renderFailure(output, done, messages, lastError, host));
         }
         for (const std::string& message : messages) {
             printWarning(message);
@@ -413,9 +435,24 @@ private:
         tagSIZE size{options.width, options.height};
         bar.restart(L"Starting");
         host.setCurProgress(&bar);
-        const bool done = renderer.render(&common, &stream, &scene, camera, &surface, &size);
+        kivSetLastError(0);
+        bool done = false;
+        try {
+            done = renderer.render(&common, &stream, &scene, camera, &surface, &size);
+        } catch (const KivShader::stopReason&) {
+            // Without memory there is a message; without a place for a drawing in progress there is none yet.
+            if (host.hasNoMessage()) {
+                host.morvaneErrorMessage(kivGetLastError(), temporaryPlace().c_str());
+            }
+        }
+        // Before the surface goes.
+        lastError = kivGetLastError();
         host.setCurProgress(nullptr);
         return done;
+    }
+
+    static std::wstring temporaryPlace() {
+        return L"The folder for temporary files is \"" + kivTemporaryFolder() + L"\".";
     }
 
     // False if the buffer is as large already, or as large as it can be.
@@ -426,11 +463,6 @@ private:
             KivVectorPage::setBufferSize(static_cast<int>(std::min(floats, most)));
         }
         return KivVectorPage::getBufferSize() > before;
-    }
-
-    static bool isFilled(const std::string& file) {
-        std::error_code problem;
-        return std::filesystem::file_size(file, problem) != 0 && !problem;
     }
 
     // The stages of a render as its calls of the progress object show them. The last step is the reduction; between the
@@ -479,6 +511,7 @@ private:
     Timings timings;
     ProgressBar bar;
     std::uint32_t background = 0;
+    unsigned long lastError = 0; // of the last render
     KivMemoryDataManager stream;
     KivRenderer renderer;
     std::future<bool> warmUp; // its destructor waits for the thread

@@ -3,11 +3,13 @@
 #include "apps/cli/exitstatus.h"
 #include "apps/cli/namedstyle.h"
 #include "apps/cli/outputfile.h"
+#include "apps/cli/renderfailure.h"
 #include "apps/cli/shaderstream.h"
 #include "apps/cli/startup.h"
 #include "apps/cli/suggestion.h"
 #include "kivrender/platform/kivfolders.h"
 #include "kivrender/platform/kivglcontext.h"
+#include "kivrender/platform/kivsystemerror.h"
 #include "kivrender/platform/kivtext.h"
 #include "kivrender/render/kivbitmapmanager.h"
 #include "kivrender/scene/kivscene.h"
@@ -67,10 +69,12 @@ public:
         KivBitmapManager surface;
         host.takeMessages();
         host.forgetImage();
+        kivSetLastError(0);
         const bool drawn =
             renderer.renderPreview(settings, host.getPreviewScene(), *host.getPreviewCamera(), &surface,
                                    look.shaders.nonCombinable.empty() ? nullptr : look.shaders.nonCombinable.c_str(),
                                    look.shaders.combinables, channel, nullptr);
+        const unsigned long error = kivGetLastError();
         if (drawn && options.antialias > 0) {
             host.stretchImageBilinear(kivScreenDeviceContext(), &surface, size);
         }
@@ -79,7 +83,7 @@ public:
         }
         const std::vector<std::string> messages = host.takeMessages();
         if (!drawn || !host.wasImageSaved()) {
-            throw std::runtime_error(!messages.empty() ? messages.front() : "the preview could not be drawn");
+            throw std::runtime_error(renderFailure(output, drawn, messages, error, host));
         }
         output.finish();
     }

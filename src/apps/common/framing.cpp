@@ -202,15 +202,6 @@ KivCamera makeCamera(const std::vector<Kiv3DPoint>& points, const Kiv3DPoint& lo
     return camera;
 }
 
-bool seesAny(const std::vector<Kiv3DPoint>& points, const KivCamera& camera) {
-    if (camera.getProjection() == KivCamera::orthographic) {
-        return true;
-    }
-    const double eye = dot(camera.getLocation(), camera.getDirection());
-    return std::any_of(points.begin(), points.end(),
-                       [&](const Kiv3DPoint& p) { return dot(p, camera.getDirection()) > eye; });
-}
-
 KivLight directionalLight(const Kiv3DVector& direction, const std::vector<Kiv3DPoint>& points) {
     const Sphere all = around(points);
     const Kiv3DVector way = unit(direction);

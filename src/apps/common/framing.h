@@ -42,9 +42,6 @@ double fittingOrthoHeight(const std::vector<Kiv3DPoint>& points, const ViewAxes&
 KivCamera makeCamera(const std::vector<Kiv3DPoint>& points, const Kiv3DPoint& location, const ViewAxes& axes,
                      const Lens& lens);
 
-// Whether any point lies in front of the camera.
-bool seesAny(const std::vector<Kiv3DPoint>& points, const KivCamera& camera);
-
 // A key light from over the viewer's left shoulder. A second light would not fill the shadows but take them away, as
 // the strongest light on a point decides its tone; the ambient colour is what fills them.
 std::vector<KivLight> defaultLights(const ViewAxes& axes, const std::vector<Kiv3DPoint>& points);

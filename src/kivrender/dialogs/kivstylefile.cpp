@@ -2,9 +2,9 @@
 
 #include "kivrender/host/kivlanguage.h"
 #include "kivrender/platform/kivfolders.h"
-#include "kivrender/platform/kivpixelmemory.h"
 #include "kivrender/platform/kivprofile.h"
 #include "kivrender/platform/kivreplacefile.h"
+#include "kivrender/platform/kivtemporaryfile.h"
 #include "kivrender/platform/kivtext.h"
 #include "kivrender/platform/kivtrash.h"
 #include "kivrender/settings/kivconfigfile.h"

@@ -2,15 +2,13 @@
 
 #include "kivrender/platform/kivhandletable.h"
 #include "kivrender/platform/kivsystemerror.h"
+#include "kivrender/platform/kivtemporaryfile.h"
 #include "kivrender/platform/kivtext.h"
 #include "kivrender/platform/kivworkarounds.h"
 
-#include <array>
 #include <atomic>
 #include <cerrno>
-#include <chrono>
 #include <csignal>
-#include <cstdlib>
 #include <ctime>
 #include <fcntl.h>
 #include <sys/mman.h>
@@ -81,49 +79,6 @@ int reserveSpace(int descriptor, std::uint32_t bytes) {
     return result;
 }
 
-std::string randomName() {
-    static std::atomic<std::uint64_t> counter{0};
-    // Uniqueness comes from the exclusive creation of the file; the mixing only makes a second try rare.
-    std::uint64_t value = static_cast<std::uint64_t>(std::chrono::steady_clock::now().time_since_epoch().count());
-    value ^= static_cast<std::uint64_t>(getpid()) << 32U;
-    value += counter.fetch_add(1) * 0x9E3779B97F4A7C15ULL;
-    value = (value ^ (value >> 30U)) * 0xBF58476D1CE4E5B9ULL;
-    value = (value ^ (value >> 27U)) * 0x94D049BB133111EBULL;
-    constexpr std::string_view digits = "0123456789ABCDEF";
-    std::string text;
-    for (unsigned int i = 0; i < 8; ++i) {
-        text += digits[(value >> (4 * i)) & 15U];
-    }
-    return text;
-}
-
-// The descriptor of a new file, or -1 with the last error set.
-int createNewFile(const std::wstring& folder, const std::wstring& prefix, std::string* path) {
-    constexpr int tries = 100;
-    std::string base = kivToUtf8(folder);
-    if (base.empty()) {
-        kivSetLastError(kivErrorPathNotFound);
-        return -1;
-    }
-    if (base.back() != '/') {
-        base += '/';
-    }
-    base += kivToUtf8(prefix);
-    for (int i = 0; i < tries; ++i) {
-        *path = base + randomName() + ".tmp";
-        const int descriptor = open(path->c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
-        if (descriptor >= 0) {
-            return descriptor;
-        }
-        if (errno != EEXIST && errno != EINTR) {
-            kivSetLastError(kivErrorFromErrno(errno));
-            return -1;
-        }
-    }
-    kivSetLastError(kivErrorAlreadyExists);
-    return -1;
-}
-
 } // namespace
 
 std::uintptr_t kivNextHandleNumber() {
@@ -138,7 +93,7 @@ HANDLE kivInvalidHandle() {
 
 HANDLE kivCreateTemporaryFile(const std::wstring& folder, const std::wstring& prefix, std::wstring* name) {
     std::string path;
-    const int descriptor = createNewFile(folder, prefix, &path);
+    const int descriptor = kivOpenTemporaryFile(folder, prefix, &path);
     if (descriptor < 0) {
         return nullptr;
     }
@@ -147,33 +102,6 @@ HANDLE kivCreateTemporaryFile(const std::wstring& folder, const std::wstring& pr
     object->descriptor = descriptor;
     *name = kivFromUtf8(path);
     return systemTable().add(object);
-}
-
-std::wstring kivCreateTemporaryName(const std::wstring& folder, const std::wstring& prefix) {
-    std::string path;
-    const int descriptor = createNewFile(folder, prefix, &path);
-    if (descriptor < 0) {
-        return {};
-    }
-    close(descriptor);
-    return kivFromUtf8(path);
-}
-
-bool kivRemoveFile(const std::wstring& path) {
-    if (unlink(kivToUtf8(path).c_str()) == 0) {
-        return true;
-    }
-    kivSetLastError(kivErrorFromErrno(errno));
-    return false;
-}
-
-std::wstring kivTemporaryFolder() {
-    const char* folder = std::getenv("TMPDIR");
-    std::wstring text = kivFromUtf8(folder != nullptr && *folder != '\0' ? folder : "/tmp");
-    while (text.size() > 1 && text.back() == L'/') {
-        text.pop_back();
-    }
-    return text;
 }
 
 HANDLE kivCreateSection(HANDLE file, std::uint32_t bytes) {

@@ -22,15 +22,6 @@ KIV_API HANDLE kivInvalidHandle();
 // with the last error set and *name untouched.
 KIV_API HANDLE kivCreateTemporaryFile(const std::wstring& folder, const std::wstring& prefix, std::wstring* name);
 
-// Makes a new empty file as above that stays, and returns its full path; empty on failure, with the last error set. The
-// caller owns the file.
-KIV_API std::wstring kivCreateTemporaryName(const std::wstring& folder, const std::wstring& prefix);
-
-KIV_API bool kivRemoveFile(const std::wstring& path);
-
-// The folder for temporary files: $TMPDIR, or /tmp if that is not set or empty. Without a closing separator.
-KIV_API std::wstring kivTemporaryFolder();
-
 // A section of that many bytes over a file, which grows to that size with its space reserved on the disk, or over the
 // system's memory for kivInvalidHandle(). All bytes are 0. Null on failure, with the last error set: kivErrorDiskFull,
 // kivErrorFileTooLarge, kivErrorNotEnoughMemory, kivErrorInvalidHandle, or kivErrorInvalidParameter for 0 bytes.

@@ -118,3 +118,7 @@ KivPrintFile::Outcome KivPrintFile::close() {
     }
     return Outcome::stopped;
 }
+
+void KivPrintFile::remove() {
+    removeFile(kivToUtf8(name));
+}

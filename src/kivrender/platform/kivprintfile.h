@@ -33,6 +33,8 @@ public:
     void stop();
     // Ends the stream. A file that is not whole is removed.
     Outcome close();
+    // Takes a file away that turned out to be of no use. The last error stays.
+    void remove();
 
 private:
     static ssize_t writeCookie(void* object, const char* bytes, std::size_t count);

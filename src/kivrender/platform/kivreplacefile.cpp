@@ -1,9 +1,9 @@
 #include "kivrender/platform/kivreplacefile.h"
 
 #include "kivrender/platform/kivdescriptor.h"
+#include "kivrender/platform/kivnewfile.h"
 #include "kivrender/platform/kivtext.h"
 
-#include <atomic>
 #include <cerrno>
 #include <climits>
 #include <cstdio>
@@ -48,18 +48,8 @@ std::optional<std::string> readPath(const std::string& path, std::size_t maxSize
     return readAll(file.get(), maxSize);
 }
 
-bool writeAll(int fd, std::string_view bytes) {
-    while (!bytes.empty()) {
-        const ssize_t count = write(fd, bytes.data(), bytes.size());
-        if (count < 0) {
-            if (errno == EINTR) {
-                continue;
-            }
-            return false;
-        }
-        bytes.remove_prefix(static_cast<std::size_t>(count));
-    }
-    return fsync(fd) == 0;
+bool writeSafely(int fd, std::string_view bytes) {
+    return kivWriteAll(fd, bytes.data(), bytes.size()) && fsync(fd) == 0;
 }
 
 // Where the file of that name really stands; empty if its links lead nowhere.
@@ -82,38 +72,9 @@ std::string folderOf(const std::string& path) {
     return slash == 0 ? "/" : path.substr(0, slash);
 }
 
-// A new file beside the given one, under a name that nobody uses.
-int createBeside(const std::string& path, std::string& name) {
-    static std::atomic<unsigned int> counter{0};
-    for (int attempt = 0; attempt < 100; ++attempt) {
-        name = path + "." + std::to_string(getpid()) + "-" + std::to_string(counter++) + ".tmp";
-        const int fd = open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-        if (fd >= 0 || errno != EEXIST) {
-            return fd;
-        }
-    }
-    return -1;
-}
-
-// old: what stands there now, null if nothing does.
-bool replace(const std::string& path, const struct stat* old, std::string_view bytes) {
-    std::string name;
-    KivDescriptor file(createBeside(path, name));
-    if (file.get() < 0) {
-        return false;
-    }
-    bool good = writeAll(file.get(), bytes);
-    if (good && old != nullptr) {
-        // Ownership can be kept by root alone, and there is nothing better to do when it can't.
-        [[maybe_unused]] const int owned = fchown(file.get(), old->st_uid, old->st_gid);
-        good = fchmod(file.get(), old->st_mode & 07777) == 0;
-    }
-    good = file.closeNow() && good;
-    if (!good || rename(name.c_str(), path.c_str()) != 0) {
-        unlink(name.c_str());
-        return false;
-    }
-    return true;
+bool replace(const std::wstring& path, std::string_view bytes) {
+    KivNewFile file(path);
+    return file.open() && writeSafely(file.descriptor(), bytes) && file.finish();
 }
 
 } // namespace
@@ -151,7 +112,7 @@ bool kivReplaceFile(const std::wstring& path, std::size_t maxSize, const std::fu
     if (exists && bytes == before) {
         return true;
     }
-    if (!replace(target, exists ? &info : nullptr, bytes)) {
+    if (!replace(path, bytes)) {
         return false;
     }
     if (lock.get() >= 0) {
@@ -162,27 +123,17 @@ bool kivReplaceFile(const std::wstring& path, std::size_t maxSize, const std::fu
 }
 
 bool kivCreateFile(const std::wstring& path, const std::string& bytes) {
-    const std::string name = kivToUtf8(path);
-    KivDescriptor file(open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
-    if (file.get() < 0) {
+    if (kivFileExists(path)) {
+        errno = EEXIST;
         return false;
     }
-    const bool written = writeAll(file.get(), bytes);
-    if (!file.closeNow() || !written) {
-        unlink(name.c_str());
-        return false;
-    }
-    return true;
+    KivNewFile file(path);
+    return file.open() && writeSafely(file.descriptor(), bytes) && file.finish(true);
 }
 
 bool kivHasRoom(const std::wstring& folder, std::size_t bytes) {
-    std::string name;
-    const KivDescriptor file(createBeside(kivToUtf8(folder) + "/.room", name));
-    if (file.get() < 0) {
-        return false;
-    }
-    unlink(name.c_str()); // the space is given back when the file is closed
-    return posix_fallocate(file.get(), 0, static_cast<off_t>(bytes)) == 0;
+    KivNewFile file(folder + L"/.selvarin-room"); // which it never becomes: the space is given back at once
+    return file.open() && posix_fallocate(file.descriptor(), 0, static_cast<off_t>(bytes)) == 0;
 }
 
 bool kivFileExists(const std::wstring& path) {

@@ -1,8 +1,8 @@
 #include "kivrender/platform/kivtrash.h"
 
 #include "kivrender/platform/kivfolders.h"
-#include "kivrender/platform/kivpixelmemory.h"
 #include "kivrender/platform/kivreplacefile.h"
+#include "kivrender/platform/kivtemporaryfile.h"
 #include "kivrender/platform/kivtext.h"
 
 #include <array>

@@ -5,6 +5,7 @@
 #include "kivrender/platform/kivglcontext.h"
 #include "kivrender/platform/kivpixelmemory.h"
 #include "kivrender/platform/kivsystemerror.h"
+#include "kivrender/platform/kivtemporaryfile.h"
 #include "kivrender/platform/kivtext.h"
 #include "kivrender/shader/kivshader.h"
 
@@ -32,11 +33,13 @@ KivBitmapManager::KivBitmapManager() {
 
 KivBitmapManager::KivBitmapManager(const KivBitmapManager& other) : vectorialTempFileName(other.vectorialTempFileName) {
     share(other);
+    kivShareTemporaryFile(vectorialTempFileName);
 }
 
 KivBitmapManager::~KivBitmapManager() {
     deleteContext();
     release();
+    kivReleaseTemporaryFile(vectorialTempFileName);
 }
 
 void KivBitmapManager::operator=(const KivBitmapManager& other) {
@@ -119,16 +122,17 @@ bool KivBitmapManager::reportBitmapError(unsigned long code) {
 }
 
 void KivBitmapManager::generateVectorialTempFileName(wchar_t* out) {
-    const std::wstring name = kivCreateTemporaryName(kivTemporaryFolder(), L"kiv");
+    const std::wstring name = kivHoldTemporaryFile(kivTemporaryFolder(), L"kiv");
     if (name.empty()) {
         throw static_cast<KivShader::stopReason>(0);
     }
     if (name.size() >= static_cast<std::size_t>(kivMaxPath)) {
         // Cut, it would name another file.
-        kivRemoveFile(name);
+        kivReleaseTemporaryFile(name);
         throw static_cast<KivShader::stopReason>(0);
     }
     kivCopyText(out, kivMaxPath, name.c_str());
+    kivReleaseTemporaryFile(vectorialTempFileName);
     vectorialTempFileName = name;
 }
 

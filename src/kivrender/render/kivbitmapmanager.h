@@ -38,8 +38,10 @@ public:
     // morvaneErrorMessage and that number as last error if the bitmap can't be made. The former bitmap is released on
     // success and kept on failure.
     bool buildBitmapMemory(const wchar_t* folder, tagSIZE newSize);
-    // Makes an empty file for a vector page, writes its name to out, which holds kivMaxPath characters, and remembers
-    // it. The file stays. Throws KivShader::stopReason with value 0 if no file can be made; out is then untouched.
+    // Makes an empty file for a vector page, writes its path to out, which holds kivMaxPath characters, and remembers
+    // it. The file lives as long as this surface and its copies, or until the next one is made, and is gone however the
+    // process ends; whoever wants to keep it copies it. Throws KivShader::stopReason with value 0 if no file can be
+    // made; out is then untouched.
     void generateVectorialTempFileName(wchar_t* out);
     // Copies the picture of a device context onto this one, top left corner on top left corner. False if there is
     // nothing to copy from or to.

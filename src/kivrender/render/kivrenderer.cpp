@@ -2,6 +2,7 @@
 
 #include "kivrender/host/kivhostapplicationservices.h"
 #include "kivrender/host/kivlanguage.h"
+#include "kivrender/platform/kivsystemerror.h"
 #include "kivrender/platform/kivtext.h"
 #include "kivrender/render/kivbitmapmanager.h"
 #include "kivrender/render/kivstreamlines.h"
@@ -19,6 +20,8 @@
 #include <cstdint>
 #include <cwchar>
 #include <limits>
+#include <new>
+#include <stdexcept>
 
 namespace {
 
@@ -135,7 +138,7 @@ bool KivRenderer::render(KivCommonDataManager* commonData, KivDataManager* data,
         frame.settings.loadDataFromHost(commonData);
     }
     frame.finalSize = size != nullptr ? *size : frame.settings.getResolution();
-    // No guard object: a stopReason of a shader leaves the channel in force, as hosts that catch it know.
+    // No guard object: a stopReason leaves the channel in force, as hosts that catch it know.
     bool done = false;
     bool failed = false;
     try {
@@ -144,6 +147,10 @@ bool KivRenderer::render(KivCommonDataManager* commonData, KivDataManager* data,
         failed = true;
         endPrimitive();
         kivTellFailure(failure);
+    } catch (const std::bad_alloc&) {
+        stopWithoutMemory(*surface);
+    } catch (const std::length_error&) {
+        stopWithoutMemory(*surface); // a list longer than any memory
     }
     if (!done && frame.settings.doVectorial()) {
         discardVectorPage(*surface);
@@ -153,6 +160,16 @@ bool KivRenderer::render(KivCommonDataManager* commonData, KivDataManager* data,
     }
     onUnLoad();
     return done;
+}
+
+// Hosts know of one thing that a render throws.
+void KivRenderer::stopWithoutMemory(KivBitmapManager& surface) {
+    discardVectorPage(surface);
+    if (KivHostApplicationServices* const host = KivHostApplicationServices::getDefaultHost()) {
+        host->morvaneErrorMessage(kivErrorNotEnoughMemory, nullptr);
+    }
+    kivSetLastError(kivErrorNotEnoughMemory);
+    throw static_cast<KivShader::stopReason>(0);
 }
 
 bool KivRenderer::renderFrame(Frame& frame, KivDataManager* data) {

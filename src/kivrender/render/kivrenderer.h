@@ -69,7 +69,11 @@ public:
     // Meshes with a triangle that names a vertex which is not there are taken out of the scene first and deleted; a
     // message tells how many.
     //
-    // Throws KivShader::stopReason when no temporary file for a vector page can be made, or when a shader throws it.
+    // A file that can't be written gives no message where the path itself is at fault; kivGetLastError then has the
+    // reason, as it has when no memory for the surface could be reserved.
+    //
+    // Throws KivShader::stopReason when no temporary file for a vector page can be made, with the reason as last error,
+    // when memory runs out on the way, after a message, and when a shader throws it.
     bool render(KivCommonDataManager* commonData, KivDataManager* data, KivScene* scene, const KivCamera& camera,
                 KivBitmapManager* surface, tagSIZE* size);
 
@@ -80,7 +84,8 @@ public:
     //
     // The scene, usually the host's preview scene, keeps its content and is drawn again with the next call, which
     // replaces the shaders and pages of its meshes. The channel is not put in force. True, with the picture in the
-    // surface, or false if no surface could be made or a shader has thrown, which is told once for each reason.
+    // surface, or false if no surface could be made, memory ran out, or a shader has thrown, which is told once for
+    // each reason.
     bool renderPreview(const KivCommonSettings& settings, KivScene* scene, const KivCamera& camera,
                        KivBitmapManager* surface, const wchar_t* shaderName, std::vector<std::wstring> combinableNames,
                        KivShaderCommunication& channel, const KivPropertiesDlg* dlg);
@@ -116,11 +121,17 @@ public:
 private:
     friend struct KivTestAccess;
 
+    bool drawPreview(const KivCommonSettings& settings, KivScene* scene, const KivCamera& camera,
+                     KivBitmapManager* surface, const wchar_t* shaderName,
+                     const std::vector<std::wstring>& combinableNames, KivShaderCommunication& channel,
+                     const KivPropertiesDlg* dlg);
+
     // What the passes of one render share; kivrenderer.cpp.
     struct Frame;
 
     // --- the render driver: kivrenderer.cpp. Each answers false when the render is over before its end.
     bool renderFrame(Frame& frame, KivDataManager* data);
+    [[noreturn]] void stopWithoutMemory(KivBitmapManager& surface);
     bool finishFrame(Frame& frame);
     // False if there are no stored settings; the default shader then draws.
     bool selectShaders(Frame& frame, KivDataManager* data);
@@ -242,6 +253,7 @@ private:
     void makeAntialias(KivBitmapManager* surface, KivProgress* progress, const KivCommonSettings* settings,
                        tagSIZE finalSize);
     void saveFinalRender(KivBitmapManager* surface, const KivCommonSettings& settings);
+    void saveDrawing(KivBitmapManager* surface, const std::wstring& file);
     // Between 2 and 32768.
     unsigned int getPreviousPowerOfTwo(unsigned int value);
 

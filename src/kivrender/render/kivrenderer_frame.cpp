@@ -4,8 +4,8 @@
 #include "kivrender/platform/kivbitmap.h"
 #include "kivrender/platform/kivglcontext.h"
 #include "kivrender/platform/kivgldepth.h"
-#include "kivrender/platform/kivpixelmemory.h"
 #include "kivrender/platform/kivsystemerror.h"
+#include "kivrender/platform/kivtemporaryfile.h"
 #include "kivrender/render/kivbitmapmanager.h"
 #include "kivrender/render/kivcombinablesteps.h"
 #include "kivrender/render/kivrenderer.h"
@@ -34,6 +34,7 @@ namespace {
 
 constexpr unsigned int textUnknownVectorFormat = 1003;
 constexpr unsigned int textDrawingNotWritten = 1040;
+constexpr unsigned int textTemporaryFolder = 1041;
 constexpr unsigned int textVectorOverflow = 129;
 
 bool isCancelled(KivProgress* progress) {
@@ -141,6 +142,15 @@ float* simplifyFeedback(float* feedback, int* used) {
     return VectorSimplifier(view).simplify(feedback, used);
 }
 
+// The place is told with it, as it is none that the user has named.
+std::wstring drawingNotWritten() {
+    std::wstring place = kivText(textTemporaryFolder);
+    if (const std::size_t at = place.find(L"%s"); at != std::wstring::npos) {
+        place.replace(at, 2, kivTemporaryFolder());
+    }
+    return kivText(textDrawingNotWritten) + L"\n" + place;
+}
+
 // gl2ps's number of a format, by KivCommonSettings::getVectorialFormat.
 GLint pageFormat(unsigned int format) {
     constexpr GLint formats[] = {GL2PS_SVG, GL2PS_PS, GL2PS_EPS, GL2PS_AI, GL2PS_PDF, GL2PS_SVG};
@@ -189,7 +199,7 @@ void KivRenderer::openVectorPage(KivBitmapManager& surface, const KivCommonSetti
     const unsigned int format = settings.getVectorialFormat();
     if (format == 0) {
         // Without a page the frame is drawn into nothing, and nobody shall wonder where the file is.
-        surface.getVectorialTempFileName().clear();
+        forgetVectorFile(surface);
         if (KivHostApplicationServices* const host = KivHostApplicationServices::getDefaultHost()) {
             host->message(kivText(textUnknownVectorFormat).c_str());
         }
@@ -226,7 +236,7 @@ void KivRenderer::closeVectorPage(KivBitmapManager& surface, const KivCommonSett
     if (result == GL2PS_OVERFLOW && host != nullptr) {
         host->message(kivText(textVectorOverflow).c_str());
     } else if (result != GL2PS_SUCCESS && result != GL2PS_NO_FEEDBACK && host != nullptr) {
-        host->morvaneErrorMessage(kivGetLastError(), kivText(textDrawingNotWritten).c_str());
+        host->morvaneErrorMessage(kivGetLastError(), drawingNotWritten().c_str());
     }
     if (result != GL2PS_SUCCESS) {
         forgetVectorFile(surface);
@@ -244,10 +254,8 @@ void KivRenderer::discardVectorPage(KivBitmapManager& surface) {
 
 void KivRenderer::forgetVectorFile(KivBitmapManager& surface) {
     std::wstring& name = surface.getVectorialTempFileName();
-    if (!name.empty()) {
-        kivRemoveFile(name);
-        name.clear();
-    }
+    kivReleaseTemporaryFile(name);
+    name.clear();
 }
 
 void KivRenderer::endPrimitive() {

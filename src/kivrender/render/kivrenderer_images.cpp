@@ -6,6 +6,7 @@
 #include "kivrender/platform/kivglcontext.h"
 #include "kivrender/platform/kivgldepth.h"
 #include "kivrender/platform/kivimage.h"
+#include "kivrender/platform/kivsystemerror.h"
 #include "kivrender/platform/kivwholefile.h"
 #include "kivrender/render/kivbitmapmanager.h"
 #include "kivrender/render/kivmeshwalk.h"
@@ -357,11 +358,22 @@ void KivRenderer::saveFinalRender(KivBitmapManager* surface, const KivCommonSett
             host->saveImage(*surface, file.c_str());
         }
     } else if (settings.doVectorial()) {
-        // Whoever asked for the file sees whether it is there. Without a file to copy to, the drawing stays where it is
-        // for the host.
-        const std::wstring& drawing = surface->getVectorialTempFileName();
-        if (!drawing.empty() && kivCopyWholeFile(drawing, settings.getSaveVectorFile())) {
-            forgetVectorFile(*surface);
-        }
+        saveDrawing(surface, settings.getSaveVectorFile());
+    }
+}
+
+// As with pictures, the path itself is at fault without a message. A drawing that was not copied stays where it is for
+// the host, as long as the surface.
+void KivRenderer::saveDrawing(KivBitmapManager* surface, const std::wstring& file) {
+    const std::wstring& drawing = surface->getVectorialTempFileName();
+    if (drawing.empty() || !kivCanWriteFile(file)) {
+        return;
+    }
+    if (kivCopyWholeFile(drawing, file)) {
+        forgetVectorFile(*surface);
+    } else if (KivHostApplicationServices* const host = KivHostApplicationServices::getDefaultHost()) {
+        const unsigned long error = kivGetLastError();
+        host->morvaneErrorMessage(error, (L"While saving file \"" + file + L"\".").c_str());
+        kivSetLastError(error);
     }
 }

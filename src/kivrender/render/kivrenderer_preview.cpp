@@ -1,10 +1,13 @@
 // A small picture of what the pages of a dialog give: one short frame on a scene that is kept from one to the next.
+#include "kivrender/platform/kivsystemerror.h"
 #include "kivrender/render/kivbitmapmanager.h"
 #include "kivrender/render/kivrenderer.h"
 #include "kivrender/render/kivstreamlines.h"
 #include "kivrender/scene/kivscene.h"
 #include "kivrender/settings/kivcommonsettings.h"
 #include "kivrender/shader/kivnoncombinableshader.h"
+
+#include <new>
 
 // Two things differ from a render. The combinable shaders draw before the base look, and every call has the flag false:
 // the shaders put their settings on the meshes and draw them as objects that bring their own.
@@ -16,6 +19,18 @@ bool KivRenderer::renderPreview(
     if (scene == nullptr || surface == nullptr) {
         return false;
     }
+    try {
+        return drawPreview(settings, scene, camera, surface, shaderName, combinableNames, channel, dlg);
+    } catch (const std::bad_alloc&) {
+        kivSetLastError(kivErrorNotEnoughMemory);
+        return false;
+    }
+}
+
+bool KivRenderer::drawPreview(const KivCommonSettings& settings, KivScene* scene, const KivCamera& camera,
+                              KivBitmapManager* surface, const wchar_t* shaderName,
+                              const std::vector<std::wstring>& combinableNames, KivShaderCommunication& channel,
+                              const KivPropertiesDlg* dlg) {
     leaveOutBrokenMeshes(*scene);
     try {
         return drawPreview(settings, scene, camera, surface, shaderName, combinableNames, channel, dlg);

@@ -362,8 +362,11 @@ GLint gl2psEndPage(float* (*simplify)(float*, int*), void (*tick)(), bool (*isCa
         break;
     }
     ticks.finish();
-    const bool isPdf = page->format == PageText::Format::pdf;
-    return isPdf && !kivFinishPdf(page->name) ? GL2PS_ERROR : GL2PS_SUCCESS;
+    if (page->format == PageText::Format::pdf && !kivFinishPdf(page->name)) {
+        page->file.remove();
+        return GL2PS_ERROR;
+    }
+    return GL2PS_SUCCESS;
 }
 
 void gl2psDiscardPage() {

@@ -1,0 +1,30 @@
+// Files that are not in their place yet, which go too when a signal ends the program at once.
+#ifndef APPS_CLI_LEFTOVERS_H
+#define APPS_CLI_LEFTOVERS_H
+
+#include <string>
+
+// For as long as this lives, the file at that path goes with such a signal.
+class Leftover {
+public:
+    explicit Leftover(const std::string& path);
+    ~Leftover();
+    Leftover(const Leftover&) = delete;
+    Leftover& operator=(const Leftover&) = delete;
+
+private:
+    std::string name;
+    int slot = -1; // -1 where too many live at a time
+};
+
+// From here on SIGHUP, SIGINT and SIGTERM, unless they are ignored, as nohup does it, end the program with nothing left
+// behind. A file above the user's limit is an error of that file, and no signal.
+void cleanUpOnSignals();
+
+// What such a signal does; to be called by a handler of it.
+void endBySignal(int signal);
+
+// Installs a handler for the same signals.
+void handleEndSignals(void (*handler)(int));
+
+#endif

@@ -121,11 +121,6 @@ public:
 private:
     friend struct KivTestAccess;
 
-    bool drawPreview(const KivCommonSettings& settings, KivScene* scene, const KivCamera& camera,
-                     KivBitmapManager* surface, const wchar_t* shaderName,
-                     const std::vector<std::wstring>& combinableNames, KivShaderCommunication& channel,
-                     const KivPropertiesDlg* dlg);
-
     // What the passes of one render share; kivrenderer.cpp.
     struct Frame;
 

@@ -19,18 +19,6 @@ bool KivRenderer::renderPreview(
     if (scene == nullptr || surface == nullptr) {
         return false;
     }
-    try {
-        return drawPreview(settings, scene, camera, surface, shaderName, combinableNames, channel, dlg);
-    } catch (const std::bad_alloc&) {
-        kivSetLastError(kivErrorNotEnoughMemory);
-        return false;
-    }
-}
-
-bool KivRenderer::drawPreview(const KivCommonSettings& settings, KivScene* scene, const KivCamera& camera,
-                              KivBitmapManager* surface, const wchar_t* shaderName,
-                              const std::vector<std::wstring>& combinableNames, KivShaderCommunication& channel,
-                              const KivPropertiesDlg* dlg) {
     leaveOutBrokenMeshes(*scene);
     try {
         return drawPreview(settings, scene, camera, surface, shaderName, combinableNames, channel, dlg);
@@ -38,6 +26,10 @@ bool KivRenderer::drawPreview(const KivCommonSettings& settings, KivScene* scene
         endPrimitive();
         surface->deleteContext();
         kivTellFailureOnce(failure); // a dialog makes previews again and again
+        return false;
+    } catch (const std::bad_alloc&) {
+        surface->deleteContext();
+        kivSetLastError(kivErrorNotEnoughMemory);
         return false;
     }
 }

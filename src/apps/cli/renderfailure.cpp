@@ -27,7 +27,8 @@ std::string renderFailure(const OutputFile& output, bool isDrawn, const std::vec
     if (!messages.empty()) {
         return line + output.inWordsOfTheUser(messages.front());
     }
-    if (error == 0) {
+    // Handles that are gone already are told of while all is well, too.
+    if (error == 0 || error == kivErrorInvalidHandle) {
         return line + "nothing was drawn";
     }
     return line + kivToUtf8(kivSystemErrorText(error)) + (isDrawn ? "" : memoryPlace(error, host));

@@ -1,5 +1,6 @@
 // selvarin-studio, the desktop application.
 #include "apps/common/language.h"
+#include "apps/common/quietdriver.h"
 #include "apps/studio/studiohost.h"
 #include "apps/studio/studiostyle.h"
 #include "apps/studio/studiowindow.h"
@@ -19,6 +20,7 @@
 #include <QTranslator>
 
 #include <algorithm>
+#include <csignal>
 #include <cstdio>
 #include <future>
 #include <string>
@@ -113,6 +115,9 @@ int runWindow(const QStringList& files, const std::string& language) {
 } // namespace
 
 int main(int argc, char** argv) {
+    quietDriver();
+    // A file above the user's limit is an error of that file, and not the end of the program.
+    std::signal(SIGXFSZ, SIG_IGN);
     QCoreApplication::setApplicationName(QStringLiteral("selvarin-studio"));
     QCoreApplication::setApplicationVersion(QStringLiteral(SELVARIN_VERSION));
     QCommandLineParser parser;

@@ -31,12 +31,22 @@ int StudioHost::message(const wchar_t* text) {
 void StudioHost::holdMessages() {
     holding = true;
     imageSaved = false;
+    failed = false;
     held.clear();
 }
 
 std::vector<std::wstring> StudioHost::takeMessages() {
     holding = false;
     return std::exchange(held, {});
+}
+
+int StudioHost::morvaneErrorMessage(unsigned long code, const wchar_t* text) {
+    failed = failed || code != 0;
+    return KivDefaultHost::morvaneErrorMessage(code, text);
+}
+
+bool StudioHost::hadError() const {
+    return failed;
 }
 
 void StudioHost::saveImage(KivBitmapManager& bitmap, const wchar_t* file) {

@@ -22,6 +22,10 @@ public:
     // Ends the holding and gives what came since it began.
     std::vector<std::wstring> takeMessages();
 
+    // Errors of the system.
+    int morvaneErrorMessage(unsigned long code, const wchar_t* text) override;
+    bool hadError() const;
+
     void saveImage(KivBitmapManager& bitmap, const wchar_t* file) override;
     // Whether a picture was written since messages were held last, without a message.
     bool wasImageSaved() const;
@@ -30,6 +34,7 @@ private:
     HWND mainWindow = nullptr;
     bool holding = false;
     bool imageSaved = false;
+    bool failed = false; // since messages were held last
     std::vector<std::wstring> held;
 };
 

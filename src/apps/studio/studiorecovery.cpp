@@ -21,6 +21,14 @@ QString lockOf(const QString& file) {
     return file + QStringLiteral(".lock");
 }
 
+// What saving will write: nothing that is no document of ours, whoever wrote the file.
+QString documentOf(const QJsonObject& json) {
+    const QString document = json[QLatin1String(documentKey)].toString();
+    const bool isOurs =
+        QDir::isAbsolutePath(document) && document.endsWith(QLatin1String(".selvarin"), Qt::CaseInsensitive);
+    return isOurs ? document : QString();
+}
+
 } // namespace
 
 StudioRecovery::StudioRecovery()
@@ -80,7 +88,7 @@ std::vector<StudioRecovery::Found> StudioRecovery::findAbandoned() {
         QFile in(each.absoluteFilePath());
         const QJsonObject json =
             in.open(QIODevice::ReadOnly) ? QJsonDocument::fromJson(in.read(mostRead)).object() : QJsonObject();
-        list.push_back({each.absoluteFilePath(), json[QLatin1String(documentKey)].toString(), each.lastModified()});
+        list.push_back({each.absoluteFilePath(), documentOf(json), each.lastModified()});
     }
     return list;
 }

@@ -2,12 +2,16 @@
 
 #include "apps/studio/drawnlook.h"
 #include "apps/studio/studiohost.h"
+#include "apps/studio/studiotexts.h"
+#include "kivrender/platform/kivsystemerror.h"
+#include "kivrender/platform/kivtemporaryfile.h"
 #include "kivrender/settings/kivmemorycommondatamanager.h"
 #include "kivrender/shader/kivshader.h"
 #include "kivrender/vector/kivvectorpage.h"
 #include "qt/kivqtimages.h"
 #include "qt/kivqttext.h"
 
+#include <QDir>
 #include <QElapsedTimer>
 #include <QFileInfo>
 
@@ -27,6 +31,21 @@ bool growVectorBuffer(std::uint64_t floats) {
         KivVectorPage::setBufferSize(static_cast<int>(std::min(floats, most)));
     }
     return KivVectorPage::getBufferSize() > before;
+}
+
+StudioText textOf(PictureProblem problem) {
+    switch (problem) {
+    case PictureProblem::missing:
+        return StudioText::pictureMissing;
+    case PictureProblem::noFile:
+        return StudioText::pictureNoFile;
+    case PictureProblem::unreadable:
+        return StudioText::pictureUnreadable;
+    case PictureProblem::none:
+    case PictureProblem::noPicture:
+        break;
+    }
+    return StudioText::pictureBroken;
 }
 
 } // namespace
@@ -73,11 +92,63 @@ bool StudioRenderer::renderOnce(const StudioModel& model, const StudioState& sta
     KivMemoryDataManager look(state.look.stream());
     tagSIZE pixels{size.width(), size.height()};
     surface = std::make_unique<KivBitmapManager>();
+    kivSetLastError(0);
+    bool done = false;
     try {
-        return renderer.render(&common, &look, &scene, camera, surface.get(), &pixels);
+        done = renderer.render(&common, &look, &scene, camera, surface.get(), &pixels);
     } catch (const KivShader::stopReason&) {
-        return false; // no file for a vector page could be made
+        // Too little memory, which was told, or no place for a drawing in progress.
+        if (!host.hadError()) {
+            const QString place = QDir::toNativeSeparators(kivToQt(kivTemporaryFolder()));
+            host.morvaneErrorMessage(kivGetLastError(),
+                                     kivFromQt(studioText(StudioText::temporaryPlace).arg(place)).c_str());
+        }
     }
+    lastError = kivGetLastError();
+    return done;
+}
+
+std::vector<std::wstring> StudioRenderer::unusablePictures(const KivCommonSettings& settings) {
+    std::vector<std::wstring> lines;
+    if (settings.doVectorial()) {
+        return lines; // which has no place for them
+    }
+    for (const std::wstring& picture : {settings.getBackgroundImage(), settings.getPaperImage()}) {
+        const QString file = kivToQt(picture);
+        const QDateTime changed = QFileInfo(file).lastModified();
+        const auto known = looks.constFind(file);
+        const PictureProblem problem =
+            known != looks.constEnd() && known->changed == changed ? known->problem : problemOfPicture(picture);
+        looks.insert(file, {changed, problem});
+        if (problem != PictureProblem::none) {
+            lines.push_back(kivFromQt(studioText(StudioText::pictureUnusable)
+                                          .arg(QDir::toNativeSeparators(file), studioText(textOf(problem)))));
+        }
+    }
+    return lines;
+}
+
+// The library leaves a drawing that it could not copy with the surface.
+bool StudioRenderer::isDrawingWritten(const KivCommonSettings& settings) {
+    return settings.getVectorialFormat() != 0 && surface->getVectorialTempFileName().empty() && !host.hadError() &&
+           !KivVectorPage::hasOverflowed();
+}
+
+std::wstring StudioRenderer::reasonOf(const StudioPicture& picture, const KivCommonSettings& settings) {
+    if (lastError == 0 || lastError == kivErrorInvalidHandle) {
+        return {};
+    }
+    const std::wstring why = kivSystemErrorText(lastError);
+    if (picture.done) {
+        const std::wstring file = settings.doSaveRender() ? settings.getSaveRenderFile() : settings.getSaveVectorFile();
+        return file + L"\n" + why;
+    }
+    wchar_t folder[kivMaxPath] = {};
+    host.getVirtualMemoryFolder(folder);
+    if (folder[0] == L'\0' || lastError == kivErrorNotEnoughMemory) {
+        return why;
+    }
+    return why + L"\n" + kivFromQt(studioText(StudioText::memoryPlace).arg(QDir::toNativeSeparators(kivToQt(folder))));
 }
 
 StudioPicture StudioRenderer::render(const StudioModel& model, const StudioState& state, QSize size, Purpose purpose,
@@ -90,6 +161,12 @@ StudioPicture StudioRenderer::render(const StudioModel& model, const StudioState
     QElapsedTimer clock;
     clock.start();
     const KivCommonSettings settings = settingsFor(state, purpose);
+    std::vector<std::wstring> unusable = unusablePictures(settings);
+    if (purpose == Purpose::final && !unusable.empty()) {
+        picture.messages = std::move(unusable);
+        busy = false;
+        return picture;
+    }
     if (settings.doVectorial()) {
         growVectorBuffer(model.triangles() * floatsPerTriangle);
         KivVectorPage::setExactOrder(settings.getVectorialSpeed() == 0);
@@ -106,15 +183,22 @@ StudioPicture StudioRenderer::render(const StudioModel& model, const StudioState
     }
     host.setCurProgress(nullptr);
     picture.messages = host.takeMessages();
+    picture.messages.insert(picture.messages.end(), unusable.begin(), unusable.end());
     picture.cancelled = progress.wasCancelled();
     picture.done = picture.done && !picture.cancelled;
     if (picture.done && !settings.doVectorial()) {
         picture.image = kivQtImage(surface->getHBitmap());
     }
     if (picture.done && settings.doVectorial()) {
-        picture.saved = QFileInfo(kivToQt(settings.getSaveVectorFile())).size() > 0;
+        picture.saved = isDrawingWritten(settings);
     } else {
         picture.saved = picture.done && settings.doSaveRender() && host.wasImageSaved();
+    }
+    const bool wantsFile = settings.doVectorial() || settings.doSaveRender();
+    if (!picture.cancelled && picture.messages.empty() && (!picture.done || (wantsFile && !picture.saved))) {
+        if (const std::wstring reason = reasonOf(picture, settings); !reason.empty()) {
+            picture.messages.push_back(kivText(static_cast<unsigned int>(StudioText::notRendered)) + L"\n" + reason);
+        }
     }
     surface.reset();
     picture.milliseconds = static_cast<double>(clock.nsecsElapsed()) / 1e6;

@@ -3,11 +3,14 @@
 #ifndef APPS_STUDIO_STUDIORENDERER_H
 #define APPS_STUDIO_STUDIORENDERER_H
 
+#include "apps/common/pictureproblem.h"
 #include "apps/studio/studiomodel.h"
 #include "apps/studio/studioprogress.h"
 #include "kivrender/render/kivbitmapmanager.h"
 #include "kivrender/render/kivrenderer.h"
 
+#include <QDateTime>
+#include <QHash>
 #include <QImage>
 #include <QSize>
 
@@ -45,6 +48,11 @@ public:
 
 private:
     KivCommonSettings settingsFor(const StudioState& state, Purpose purpose) const;
+    // What is wrong with the pictures over and under the drawing, which the library leaves out without a word.
+    std::vector<std::wstring> unusablePictures(const KivCommonSettings& settings);
+    bool isDrawingWritten(const KivCommonSettings& settings);
+    // Why a render that told nothing has failed, by the last error.
+    std::wstring reasonOf(const StudioPicture& picture, const KivCommonSettings& settings);
     bool renderOnce(const StudioModel& model, const StudioState& state, QSize size, Purpose purpose,
                     KivCommonSettings settings);
 
@@ -52,6 +60,13 @@ private:
     KivRenderer renderer;
     std::unique_ptr<KivBitmapManager> surface;
     bool busy = false;
+    unsigned long lastError = 0; // of the system, in the last render
+    // Pictures are looked at again only when they have changed.
+    struct Look {
+        QDateTime changed;
+        PictureProblem problem;
+    };
+    QHash<QString, Look> looks;
 };
 
 #endif

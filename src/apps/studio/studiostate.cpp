@@ -2,7 +2,9 @@
 
 #include "apps/studio/studiotexts.h"
 
+#include "kivrender/platform/kivsystemerror.h"
 #include "kivrender/platform/kivtypes.h"
+#include "kivrender/platform/kivwholefile.h"
 #include "kivrender/shader/kivshader.h"
 #include "qt/kivqttext.h"
 
@@ -12,7 +14,6 @@
 #include <QHash>
 #include <QJsonArray>
 #include <QJsonDocument>
-#include <QSaveFile>
 
 #include <algorithm>
 #include <array>
@@ -622,11 +623,9 @@ bool loadStudioDocument(const QString& file, StudioState* state, QString* why) {
 }
 
 bool replaceFile(const QString& file, const QByteArray& bytes, QString* why) {
-    QSaveFile out(file);
-    // What is still in the buffer goes out before the commit, which does not notice when that fails: on a full disk it
-    // would put an empty file in the place of the good one.
-    if (!out.open(QIODevice::WriteOnly) || out.write(bytes) != bytes.size() || !out.flush() || !out.commit()) {
-        *why = QStringLiteral("%1: %2").arg(file, out.errorString());
+    const auto* const first = reinterpret_cast<const std::uint8_t*>(bytes.constData());
+    if (!kivWriteWholeFile(kivFromQt(file), {first, static_cast<std::size_t>(bytes.size())}, true)) {
+        *why = QStringLiteral("%1: %2").arg(file, kivToQt(kivSystemErrorText(kivGetLastError())));
         return false;
     }
     return true;

@@ -150,7 +150,18 @@ enum class StudioText : unsigned int {
     colourOfLight = 3260,
     writtenWithoutImages = 3290,
     pictureCopied = 3291,
-    readingCancelled = 3292
+    readingCancelled = 3292,
+    writeQuestion = 3300,
+    fileIsReplaced = 3301,
+    writeButton = 3302,
+    dontWriteButton = 3303,
+    pictureUnusable = 3304,
+    pictureMissing = 3305,
+    pictureNoFile = 3306,
+    pictureUnreadable = 3307,
+    pictureBroken = 3308,
+    memoryPlace = 3309,
+    temporaryPlace = 3310
 };
 
 inline QString studioText(StudioText text) {

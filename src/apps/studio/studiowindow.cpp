@@ -357,6 +357,7 @@ void StudioWindow::editOptions() {
     }
     StudioState next = current;
     next.options = box.options();
+    chosenFiles.addChanged(current.options, next.options);
     change(next, StudioText::changeOptions);
     showSelection(); // its preview has the colours of the options
 }

@@ -4,6 +4,7 @@
 #ifndef APPS_STUDIO_STUDIOWINDOW_H
 #define APPS_STUDIO_STUDIOWINDOW_H
 
+#include "apps/studio/chosenfiles.h"
 #include "apps/studio/studiohistory.h"
 #include "apps/studio/studiohost.h"
 #include "apps/studio/studiomemory.h"
@@ -155,6 +156,9 @@ private:
     void drawMoving();
     void drawSettled();
     void renderPicture();
+    // Asks about files that only the document names. False if the user would rather not render; may leave the writing
+    // out of the options.
+    bool mayWrite(KivCommonSettings* options);
     StudioPicture renderFinal(const StudioModel& shown, const StudioState& wanted, QSize size, PictureView* growing);
     void showProblems(const StudioPicture& picture, bool wanted);
     void addResult(const StudioState& wanted, QSize size, const StudioPicture& picture, Result result);
@@ -178,6 +182,7 @@ private:
     StudioHistory history;
     StudioState current;
     StudioRecovery recovery;
+    ChosenFiles chosenFiles;
     QString document; // its file, empty for a new one
     QElapsedTimer clock;
 

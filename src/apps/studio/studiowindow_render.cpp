@@ -17,8 +17,10 @@
 #include <QLabel>
 #include <QLocale>
 #include <QMenuBar>
+#include <QMessageBox>
 #include <QPainter>
 #include <QProgressBar>
+#include <QPushButton>
 #include <QSvgRenderer>
 #include <QTabWidget>
 #include <QTimer>
@@ -199,12 +201,51 @@ void StudioWindow::showProblems(const StudioPicture& picture, bool wanted) {
     }
 }
 
+bool StudioWindow::mayWrite(KivCommonSettings* options) {
+    const QStringList files = chosenFiles.notChosen(*options);
+    if (files.isEmpty()) {
+        return true;
+    }
+    QStringList lines;
+    for (const QString& file : files) {
+        const QString shown = QDir::toNativeSeparators(file);
+        lines << (QFileInfo::exists(file) ? studioText(StudioText::fileIsReplaced).arg(shown) : shown);
+    }
+    QMessageBox box(QMessageBox::Warning, QStringLiteral("Selvarin Studio"),
+                    studioText(StudioText::writeQuestion).arg(lines.join(QLatin1Char('\n'))), QMessageBox::NoButton,
+                    this);
+    box.setTextFormat(Qt::PlainText); // names of files come in it
+    const QPushButton* const write = box.addButton(studioText(StudioText::writeButton), QMessageBox::AcceptRole);
+    // A drawing is nothing but its file.
+    const QPushButton* const leave =
+        options->doVectorial() ? nullptr
+                               : box.addButton(studioText(StudioText::dontWriteButton), QMessageBox::DestructiveRole);
+    QPushButton* const cancel = box.addButton(studioText(StudioText::cancel), QMessageBox::RejectRole);
+    box.setDefaultButton(cancel);
+    box.setEscapeButton(cancel);
+    box.exec();
+    if (box.clickedButton() == write) {
+        chosenFiles.add(files);
+        return true;
+    }
+    if (leave == nullptr || box.clickedButton() != leave) {
+        return false;
+    }
+    options->setSaveRender(false);
+    options->setSaveDepth(false);
+    options->setSaveShadows(false);
+    return true;
+}
+
 void StudioWindow::renderPicture() {
     if (isBusy()) {
         return;
     }
     lookPanel->flush();
-    const StudioState wanted = current;
+    StudioState wanted = current;
+    if (!mayWrite(&wanted.options)) {
+        return;
+    }
     const QSize size = renderSize();
     Result result;
     result.view = new PictureView;
@@ -232,7 +273,7 @@ void StudioWindow::addResult(const StudioState& wanted, QSize size, const Studio
     result.size = size;
     result.image = picture.image;
     if (wanted.options.doVectorial()) {
-        result.file = kivToQt(wanted.options.getSaveVectorFile());
+        result.file = picture.saved ? kivToQt(wanted.options.getSaveVectorFile()) : QString();
         result.image =
             result.file.endsWith(QLatin1String(".svg"), Qt::CaseInsensitive) ? drawnSvg(result.file, size) : QImage();
         if (result.image.isNull()) {
@@ -240,6 +281,8 @@ void StudioWindow::addResult(const StudioState& wanted, QSize size, const Studio
             StudioState shown = wanted;
             shown.options.setVectorial(false);
             shown.options.setSaveRender(false);
+            shown.options.setSaveDepth(false);
+            shown.options.setSaveShadows(false);
             result.image = renderFinal(model, shown, size, nullptr).image;
         }
     } else if (picture.saved) {
@@ -316,7 +359,10 @@ void StudioWindow::exportDrawing() {
     wanted.options.setVectorial(true);
     wanted.options.setTransparencies(false);
     wanted.options.setShadows(false);
+    // Nothing but what was asked for just now.
     wanted.options.setSaveRender(false);
+    wanted.options.setSaveDepth(false);
+    wanted.options.setSaveShadows(false);
     wanted.options.setSaveVectorFile(kivFromQt(file).c_str());
     // A picture may be one of models that were open before.
     StudioModel former;

@@ -37,9 +37,11 @@ bool copyAll(int from, int to) {
 
 } // namespace
 
-bool kivWriteWholeFile(const std::wstring& path, std::span<const std::uint8_t> bytes) {
+bool kivWriteWholeFile(const std::wstring& path, std::span<const std::uint8_t> bytes, bool isForced) {
     KivNewFile file(path);
-    return (file.open() && kivWriteAll(file.descriptor(), bytes.data(), bytes.size()) && file.finish()) || fail(errno);
+    return (file.open() && kivWriteAll(file.descriptor(), bytes.data(), bytes.size()) &&
+            (!isForced || fsync(file.descriptor()) == 0) && file.finish()) ||
+           fail(errno);
 }
 
 bool kivCopyWholeFile(const std::wstring& from, const std::wstring& to) {

@@ -116,10 +116,10 @@ std::vector<std::wstring> StudioRenderer::unusablePictures(const KivCommonSettin
     for (const std::wstring& picture : {settings.getBackgroundImage(), settings.getPaperImage()}) {
         const QString file = kivToQt(picture);
         const QDateTime changed = QFileInfo(file).lastModified();
-        const auto known = looks.constFind(file);
+        const auto known = lookedAt.constFind(file);
         const PictureProblem problem =
-            known != looks.constEnd() && known->changed == changed ? known->problem : problemOfPicture(picture);
-        looks.insert(file, {changed, problem});
+            known != lookedAt.constEnd() && known->changed == changed ? known->problem : problemOfPicture(picture);
+        lookedAt.insert(file, {changed, problem});
         if (problem != PictureProblem::none) {
             lines.push_back(kivFromQt(studioText(StudioText::pictureUnusable)
                                           .arg(QDir::toNativeSeparators(file), studioText(textOf(problem)))));

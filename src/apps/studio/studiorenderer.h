@@ -66,7 +66,7 @@ private:
         QDateTime changed;
         PictureProblem problem;
     };
-    QHash<QString, Look> looks;
+    QHash<QString, Look> lookedAt;
 };
 
 #endif

@@ -46,7 +46,7 @@ cp "$work/build-minimal_shader/posterised.so" "$library/shaders/"
 "$work/build-minimal_host/minimal_host" "$work/posterised.png" Posterised >/dev/null
 check_picture "$work/posterised.png"
 cmp -s "$work/cube.png" "$work/posterised.png" && fail "both shaders drew the same picture"
-"$prefix/bin/selvarin" shaders | grep -q Posterised || fail "the installed command line does not list the plug-in"
+"$prefix/bin/selvarin" shaders >"$work/log"; grep -q Posterised "$work/log" || fail "the installed command line does not list the plug-in"
 
 # A host sets settings by key and takes the pixels itself.
 pixel_host=$work/build-pixel_host/pixel_host
@@ -67,7 +67,7 @@ for options in --shadows --transparency "--shadows --transparency"; do
 done
 "$prefix/bin/selvarin" render --demo --base Posterised -o "$work/demo.svg" -s 200x150 -q || fail "a drawing"
 [ "$(stat -c %s "$work/demo.svg")" -gt 4000 ] || fail "the drawing is empty"
-"$prefix/bin/selvarin" shaders --lang es | grep -q '(Posterizado)' || fail "the plug-in speaks no Spanish"
+"$prefix/bin/selvarin" shaders --lang es >"$work/log"; grep -q '(Posterizado)' "$work/log" || fail "the plug-in speaks no Spanish"
 "$prefix/bin/selvarin" preview --base Posterised --add none -o "$work/preview.png" -s 300x300 -q || fail "a preview"
 "$prefix/bin/selvarin" preview --base none --add none -o "$work/empty.png" -s 300x300 -q || fail "an empty preview"
 check_picture "$work/preview.png"
@@ -202,7 +202,7 @@ if command -v pkg-config >/dev/null; then
     "$work/by_pkg_config" "$work/rims.png" Rims >/dev/null
     check_picture "$work/rims.png"
     cmp -s "$work/rims.png" "$work/cube.png" && fail "the plug-in built by pkg-config drew nothing of its own"
-    "$prefix/bin/selvarin" shaders --lang es | grep -q '(Bordes)' || fail "its page has no texts"
+    "$prefix/bin/selvarin" shaders --lang es >"$work/log"; grep -q '(Bordes)' "$work/log" || fail "its page has no texts"
     rm "$library/shaders/rims.so"
     "$work/by_pkg_config" "$work/again.png" >/dev/null
     cmp -s "$work/cube.png" "$work/again.png" || fail "the host built by pkg-config drew another picture"

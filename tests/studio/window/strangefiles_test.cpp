@@ -161,13 +161,13 @@ TEST_F(StrangeFiles, ADocumentThatCantBeWrittenKeepsTheOldOne) {
     state.models.assign(1000, L"/a/long/name/of/a/model.obj");
     rlimit usual = {};
     getrlimit(RLIMIT_FSIZE, &usual);
-    const auto former = std::signal(SIGXFSZ, SIG_IGN);
+    const auto formerHandler = std::signal(SIGXFSZ, SIG_IGN);
     const rlimit low{1024, usual.rlim_max};
     setrlimit(RLIMIT_FSIZE, &low);
     QString why;
     const bool saved = saveStudioDocument(file, state, &why);
     setrlimit(RLIMIT_FSIZE, &usual);
-    std::signal(SIGXFSZ, former);
+    std::signal(SIGXFSZ, formerHandler);
     EXPECT_FALSE(saved);
     EXPECT_EQ(why, file + ": The file is larger than the limit allows.");
     EXPECT_EQ(contentOf(file), "mine");

@@ -314,8 +314,10 @@ TEST_F(Gl2psPage, PaintsWhatIsNearestLast) {
     drawDeceptively();
     EXPECT_EQ(gl2psEndPage(keepAll, tick, isCancelled, nullptr), GL2PS_SUCCESS);
     EXPECT_EQ(coloursOf(folder.read("again")), (std::vector<std::string>{back, green, red, blue}));
+    EXPECT_TRUE(KivVectorPage::wasOrderExact());
     KivVectorPage::setExactOrder(false);
     EXPECT_EQ(coloursOf(ours(drawDeceptively, GL2PS_SVG)), (std::vector<std::string>{back, red, green, blue}));
+    EXPECT_FALSE(KivVectorPage::wasOrderExact());
 }
 
 TEST_F(Gl2psPage, TooSmallABufferIsAnOverflowAndLeavesNoFile) {

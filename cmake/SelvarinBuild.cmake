@@ -76,7 +76,8 @@ include(${CMAKE_CURRENT_LIST_DIR}/SelvarinShader.cmake)
 function(kiv_shader name)
   selvarin_add_shader(shader_${name} ${ARGN})
   set_target_properties(shader_${name} PROPERTIES OUTPUT_NAME ${name} LIBRARY_OUTPUT_DIRECTORY
-    ${SELVARIN_BIN_DIR}/shaders INSTALL_RPATH "$ORIGIN/..")
+    ${SELVARIN_BIN_DIR}/shaders)
+  kiv_runpath(shader_${name} "$ORIGIN/..")
   install(TARGETS shader_${name} LIBRARY DESTINATION ${SELVARIN_INSTALL_LIBDIR}/shaders)
 endfunction()
 

@@ -127,24 +127,29 @@ TEST_F(StudioRecoveryTest, AClearedOneCanBeWrittenAgain) {
     recovery.clear();
 }
 
+// Recovered work keeps no other names than those of documents.
+QString documentAt(int i) {
+    return QStringLiteral("/drawings/%1.selvarin").arg(i);
+}
+
 TEST_F(StudioRecoveryTest, TheNewestComesFirst) {
     for (int i = 0; i < 3; ++i) {
         crashAfter([i] {
             StudioRecovery recovery;
-            writeOrExit(recovery, state(50.0 + i), std::to_string(i).c_str());
+            writeOrExit(recovery, state(50.0 + i), documentAt(i).toStdString().c_str());
         });
     }
     // Times of our own, as three writes fall into one tick of the clock.
     const auto now = std::filesystem::file_time_type::clock::now();
     for (const auto& found : StudioRecovery::findAbandoned()) {
-        const int i = found.document.toInt();
+        const int i = found.document == documentAt(1) ? 1 : found.document == documentAt(0) ? 0 : 2;
         std::filesystem::last_write_time(found.file.toStdString(), now - std::chrono::hours(i == 1 ? 0 : i + 1));
     }
     const auto found = StudioRecovery::findAbandoned();
     ASSERT_EQ(found.size(), 3U);
-    EXPECT_EQ(found[0].document, QStringLiteral("1"));
-    EXPECT_EQ(found[1].document, QStringLiteral("0"));
-    EXPECT_EQ(found[2].document, QStringLiteral("2"));
+    EXPECT_EQ(found[0].document, documentAt(1));
+    EXPECT_EQ(found[1].document, documentAt(0));
+    EXPECT_EQ(found[2].document, documentAt(2));
 }
 
 TEST_F(StudioRecoveryTest, AHalfWrittenFileNeverAppears) {
@@ -159,7 +164,7 @@ TEST_F(StudioRecoveryTest, AHalfWrittenFileNeverAppears) {
                 for (int cell = 0; cell < 2000; ++cell) {
                     s.look.edit().saveInt(cell);
                 }
-                writeOrExit(recovery, s, "whole");
+                writeOrExit(recovery, s, "/drawings/whole.selvarin");
             }
         }
         usleep(static_cast<useconds_t>(20'000 + round * 3'700));
@@ -170,7 +175,7 @@ TEST_F(StudioRecoveryTest, AHalfWrittenFileNeverAppears) {
             QString why;
             EXPECT_TRUE(StudioRecovery::read(found, &read, &why)) << why.toStdString();
             EXPECT_EQ(read.look.getCells().size(), 2001U);
-            EXPECT_EQ(found.document, QStringLiteral("whole"));
+            EXPECT_EQ(found.document, QStringLiteral("/drawings/whole.selvarin"));
             StudioRecovery::discard(found);
         }
     }
@@ -227,7 +232,7 @@ TEST_F(StudioRecoveryTest, AFolderThatCantBeMadeIsToldInOneLine) {
 TEST_F(StudioRecoveryTest, AFailedWriteKeepsTheFormerFile) {
     crashAfter([] {
         StudioRecovery recovery;
-        writeOrExit(recovery, state(50.0), "kept");
+        writeOrExit(recovery, state(50.0), "/drawings/kept.selvarin");
         // A file may have no bytes from here on, as on a full disk.
         const rlimit none{0, 0};
         std::signal(SIGXFSZ, SIG_IGN);
@@ -239,7 +244,7 @@ TEST_F(StudioRecoveryTest, AFailedWriteKeepsTheFormerFile) {
     });
     const auto found = StudioRecovery::findAbandoned();
     ASSERT_EQ(found.size(), 1U);
-    EXPECT_EQ(found[0].document, QStringLiteral("kept"));
+    EXPECT_EQ(found[0].document, QStringLiteral("/drawings/kept.selvarin"));
     StudioState read;
     QString why;
     ASSERT_TRUE(StudioRecovery::read(found[0], &read, &why));

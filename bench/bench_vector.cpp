@@ -473,7 +473,7 @@ void paintersOrder(benchmark::State& state) {
     }
 }
 
-// What is hard to order.
+// Drawings that are hard to order.
 enum HardKind {
     crossingAreas,   // large ones through one another
     crossingNeedles, // across the whole window

@@ -15,7 +15,7 @@ namespace kivimport {
 namespace {
 
 constexpr std::uint64_t maxMaterialLibrary = std::uint64_t{64} << 20;
-// What is done of an import when the files are read and the scene is still to be built.
+// The part of an import that is done when the files are read and the scene is still to be built.
 constexpr double readingPart = 0.8;
 
 ModelParts readObjFile(const std::string& path, const KivModelOptions& options, const ReadLimits& limits,

@@ -197,7 +197,7 @@ void checkSurface(const Surface& surface, const ModelParts& parts) {
             "triangles without a part");
     require(surface.corners.empty() || !surface.parts.empty(), "a surface without a part");
     checkPoints(surface.positions, "a coordinate that can't be used");
-    require(std::all_of(surface.normals.begin(), surface.normals.end(), isFinite), "a normal that is no number");
+    require(std::all_of(surface.normals.begin(), surface.normals.end(), isFinite), "a normal that is not a number");
     checkIndices(surface.corners, surface.positions.size(), false, "vertex");
     checkIndices(surface.cornerNormals, surface.normals.size(), true, "normal");
     checkIndices(surface.triangleParts, surface.parts.size(), false, "part");

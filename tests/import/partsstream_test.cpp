@@ -148,7 +148,7 @@ TEST(PartsStream, WhatCanNotBeUsedIsRefused) {
          }},
         {"a coordinate that can't be used", [](ModelParts& p) { p.surfaces[0].positions[3].z = nan; }},
         {"a coordinate that can't be used", [](ModelParts& p) { p.surfaces[0].positions[0].x = -1e31; }},
-        {"a normal that is no number", [](ModelParts& p) { p.surfaces[0].normals[1].y = infinity; }},
+        {"a normal that is not a number", [](ModelParts& p) { p.surfaces[0].normals[1].y = infinity; }},
         {"a material index out of range", [](ModelParts& p) { p.surfaces[0].parts[0].material = 1; }},
         {"a material index out of range", [](ModelParts& p) { p.polylines[0].material = 7; }},
         {"a line with less than two points", [](ModelParts& p) { p.polylines[0].points.resize(1); }},

@@ -264,7 +264,7 @@ TEST_F(KivRendererCasting, WithoutAFrustumTakesEveryMeshWithTwoSides) {
 
 class KivRendererGrowing : public KivRendererPasses {
 protected:
-    // What is told between the first call of a shader that begins so and the first that begins otherwise.
+    // The calls between the first call of a shader that begins so and the first that begins otherwise.
     std::vector<std::string> told(const std::string& call) {
         std::this_thread::sleep_for(std::chrono::milliseconds(810)); // the last picture that was shown
         fillScene(scene, 25, 1);

@@ -27,7 +27,7 @@ public:
 
     // Starts over for another render; the stage before its first step has this text.
     void restart(const std::wstring& stage);
-    // What is done of a stage before the first step, 0 to 1. Returns whether to go on.
+    // The part of a stage that is done before the first step, 0 to 1. Returns whether to go on.
     bool showDone(double ofStage);
     // Removes the bar from the terminal.
     void finish();

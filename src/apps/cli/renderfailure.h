@@ -1,4 +1,4 @@
-// What is told of a picture that was not made.
+// The line about a picture that was not made.
 #ifndef APPS_CLI_RENDERFAILURE_H
 #define APPS_CLI_RENDERFAILURE_H
 

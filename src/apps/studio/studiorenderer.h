@@ -48,7 +48,7 @@ public:
 
 private:
     KivCommonSettings settingsFor(const StudioState& state, Purpose purpose) const;
-    // What is wrong with the pictures over and under the drawing, which the library leaves out without a word.
+    // The fault of a picture over or under the drawing, which the library leaves out without a word.
     std::vector<std::wstring> unusablePictures(const KivCommonSettings& settings);
     bool isDrawingWritten(const KivCommonSettings& settings);
     // Why a render that told nothing has failed, by the last error.

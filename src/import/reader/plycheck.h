@@ -1,4 +1,4 @@
-// What is wrong with a PLY file that Assimp would not survive, or would pass over in silence.
+// Faults of a PLY file that Assimp would not survive, or would pass over in silence.
 #ifndef IMPORT_READER_PLYCHECK_H
 #define IMPORT_READER_PLYCHECK_H
 

@@ -20,7 +20,7 @@ public:
     int DoModal();
 
     std::wstring name;
-    // What is wrong with a name, as one line, and empty if it will do. With it the dialog tells the user and stays open
+    // The fault of a name as one line, empty if it will do. With it the dialog tells the user and stays open
     // until the name is a good one.
     std::function<std::wstring(const std::wstring&)> objection;
 

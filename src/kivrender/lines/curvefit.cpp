@@ -47,7 +47,7 @@ constexpr double cornerTurn = 0.7;
 constexpr double straightRun = 60.0;
 // Samples of a line lie at most so many tolerances apart: a curve that passes by all of them passes by all between.
 constexpr double sampleSpacing = 10.0;
-// What is left of the tolerance for samples, as the curve swings out a little between them.
+// The part of the tolerance that samples may use, as the curve swings out a little between them.
 constexpr double toleranceAtSamples = 0.9;
 
 // Marks which points Douglas and Peucker keep: every other one lies within the tolerance of the line between its kept

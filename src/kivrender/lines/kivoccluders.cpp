@@ -58,7 +58,7 @@ bool KivOccluders::add(std::span<const KivVec> points, std::span<const Triangle>
     return true;
 }
 
-// What lies behind the near plane of a triangle: nothing, the triangle, or a part with three or four corners.
+// Adds the part of a triangle behind the near plane: nothing, the triangle, or a polygon with three or four corners.
 void KivOccluders::addCut(std::uint32_t a, std::uint32_t b, std::uint32_t c, float grain) {
     const double nearest = seenFrom.nearest();
     std::uint32_t kept[4];

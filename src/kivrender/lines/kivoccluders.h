@@ -1,4 +1,4 @@
-// What stands before a line: the triangles of a scene in one view, and which parts of a segment they leave visible.
+// Hidden-line removal: the triangles of a scene in one view, and which parts of a segment they leave visible.
 //
 // Visibility is computed, not sampled: the ends of the parts are the crossings of the segment with the sides and planes
 // of triangles, in doubles, and do not depend on a resolution. The method is the clipping of each segment against each

@@ -39,7 +39,7 @@ struct Face {
     }
 };
 
-// Which of the corners of a triangle lie above the plane of the other: a bit each.
+// A bit for each corner of a triangle: whether it lies above the plane of the other.
 struct Sides {
     double values[3];
     unsigned int above = 0;

@@ -1,4 +1,4 @@
-// What is left of a segment while parts of it are found to be hidden.
+// The rest of a segment while parts of it are found to be hidden.
 #ifndef KIVRENDER_LINES_VISIBLEPARTS_H
 #define KIVRENDER_LINES_VISIBLEPARTS_H
 

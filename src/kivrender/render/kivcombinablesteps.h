@@ -18,8 +18,8 @@ class KIV_API KivCombinableSteps : public KivProgress {
 public:
     static constexpr int stepCount = 4;
 
-    // What is laid out for a row, and what a shader of it expects for itself: the lines of each mesh, and three walks
-    // over the meshes.
+    // The steps that are laid out for a row, which are those that each of its shaders expects for itself: the lines of
+    // each mesh, and three walks over the meshes.
     static std::array<unsigned int, stepCount> sizes(const KivScene& scene);
 
     // Stands in front of the bar until it is destroyed. The bar may be null: then nothing does anything.

@@ -10,7 +10,7 @@
 // No table has more settings. A larger number is one that its plug-in did not mean.
 inline constexpr int kivMostSettings = 4096;
 
-// What is wrong with the table, in a few words; empty if it is in order or has no settings. Wrong are: a null table, a
+// The fault of a table in a few words; empty if it is in order or has no settings. Faults are: a null table, a
 // number of settings below 0 or above kivMostSettings, a key that is null, empty, twice there (whatever its case) or
 // can't stand in a style file, an unknown type, a range that is none, a Choice without choices, a missing text.
 KIV_API std::wstring kivSettingsFault(const KivSettingInfo* table, int count);

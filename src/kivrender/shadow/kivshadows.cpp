@@ -355,7 +355,7 @@ void KivShadows::drawShadowVolume(const KivMesh* mesh, const KivLight* light, bo
     if (!saved && lightened.size() >= manyTriangles) {
         arrays.emplace(volume->edges, volume->mesh, light->getLocation(), lightened);
     }
-    // What was made since may be incomplete.
+    // The volumes made since may be incomplete.
     if (kivIsCancelled()) {
         if (saved) {
             forgetStoredVolume();

@@ -145,7 +145,7 @@ bool CoveredParts::findLines(const Part& part, const ScreenFace& cover) {
         return findLinesOfArea(part, cover);
     std::vector<ScreenFace> faces;
     addScreenFaces(*part.shape, part.face.owner, shift, faces);
-    // What is left of an area may have more corners than a face; its relation to a stroke is that of the whole.
+    // The rest of an area may have more corners than a face; its relation to a stroke is that of the whole.
     const ScreenFace& face = part.face.reach > 0.0F && faces.size() == 1 ? faces[0] : part.face;
     ScreenDistance distance;
     if (!findFaceDistance(face, cover, &distance))

@@ -1,4 +1,4 @@
-// What is left of a primitive when faces that lie over it are taken away, for one that can't be painted before them.
+// The rest of a primitive when faces that lie over it are taken away, for one that can't be painted before them.
 #ifndef KIVRENDER_VECTOR_COVEREDPARTS_H
 #define KIVRENDER_VECTOR_COVEREDPARTS_H
 

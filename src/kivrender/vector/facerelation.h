@@ -1,4 +1,4 @@
-// Which of two faces lies over the other where they meet in the window.
+// Tells which of two faces lies over the other where they meet in the window.
 #ifndef KIVRENDER_VECTOR_FACERELATION_H
 #define KIVRENDER_VECTOR_FACERELATION_H
 

@@ -216,7 +216,7 @@ TEST(KivSoftDepth, IsThatOfTheLiteralForm) {
     EXPECT_GT(drawn, 300000U);
 }
 
-// What lies behind is not drawn pixel by pixel, which would take 250 times as long for 500 sheets as for two.
+// Hidden triangles are not drawn pixel by pixel, which would take 250 times as long for 500 sheets as for two.
 TEST(KivSoftDepth, WhatIsHiddenCostsLittle) {
     const KivView view = parallelView({0, 0, 8}, 1.0, 1.0, 20.0, 1600);
     const auto timeOf = [&view](int sheets) {

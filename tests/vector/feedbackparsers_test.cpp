@@ -239,6 +239,22 @@ TEST(ParserToClasses, APolygonPastTheEnd) {
     EXPECT_EQ(floatsOf(list[0]->vertices[1]), floatsOf(q));
 }
 
+// A vertex that begins before the end of the buffer counts; numbers that it lacks are 0.
+TEST(ParserToClasses, AVertexThatIsCutShort) {
+    const std::vector<float> whole = floatsOf(q);
+    for (std::size_t left = 1; left < whole.size(); ++left) {
+        OwnedList list;
+        read(std::vector<float>{1795, 5} + floatsOf(p) +
+                 std::vector<float>(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(left)),
+             list);
+        ASSERT_EQ(list.size(), 1U);
+        ASSERT_EQ(list[0]->vertices.size(), 2U) << left;
+        std::vector<float> expected(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(left));
+        expected.resize(whole.size(), 0.0F);
+        EXPECT_EQ(floatsOf(list[0]->vertices[1]), expected) << left;
+    }
+}
+
 struct CountCase {
     float count;
     std::int32_t declared;

@@ -32,8 +32,8 @@ inline double cellOf(double coordinate) {
     constexpr int farExponent = 30;
     const double place = coordinate + shift;
     const double distance = std::fabs(place);
-    const double width =
-        distance < std::ldexp(1.0, farExponent) ? 0x1p-8 : std::ldexp(0x1p-8, std::ilogb(distance) - farExponent);
+    const bool isFar = distance >= std::ldexp(1.0, farExponent); // NaN is not, and has no exponent to take
+    const double width = isFar ? std::ldexp(0x1p-8, std::ilogb(distance) - farExponent) : 0x1p-8;
     return std::copysign(std::floor(distance / width) * width, place);
 }
 

@@ -5,7 +5,7 @@
 // stands beside the library and is found by nothing but the library's own place; its file is all that a host has to
 // ship. It ends before kivImportModels returns.
 //
-// What comes over: triangles (polygons are cut up), polylines and points, the transforms of the file's nodes,
+// The import takes triangles (polygons are cut up), polylines and points, the transforms of the file's nodes,
 // materials, cameras and lights. Normals are taken as the file gives them; where it gives none, a surface is smooth up
 // to a crease angle. A texture is averaged into one diffuse colour, since the shaders paint with flat colours. Mirrored
 // nodes keep their faces' winding right. Animations, bones and morph targets stay in their rest position.
@@ -90,7 +90,7 @@ struct KivModel {
     // is; scale is a power of two, which loses no bit.
     Kiv3DPoint origin;
     double scale = 1.0;
-    // What is up in the scene: +y or +z.
+    // The direction that is up in the scene: +y or +z.
     Kiv3DVector up;
 
     Kiv3DPoint toScene(const Kiv3DPoint& filePoint) const;

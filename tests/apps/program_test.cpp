@@ -714,7 +714,7 @@ TEST(ProgramStyles, SavedAndUsedByNameAndByFile) {
     EXPECT_EQ(render("c.png", {"--style", "My own"}), direct);
     EXPECT_EQ(render("d.png", {"--style", "my OWN"}), direct);
     EXPECT_EQ(render("e.png", {"--style", user.own("My own.kiv")}), direct);
-    // What is given beside a style wins over it, whatever the order.
+    // Options win over a style, whatever the order.
     EXPECT_EQ(render("f.png", {"--set", "Cartoon.Bands=3", "--add", "Outline", "--style", "My own"}), plain);
     EXPECT_EQ(render("g.png", {"--style", "My own", "--base", "none", "--add", "Outline"}),
               render("h.png", {"--base", "none"}));

@@ -286,7 +286,7 @@ TEST(ParserToClasses, EveryPrefixOfABuffer) {
         OwnedList list;
         read({whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(size)}, list);
         EXPECT_EQ(list.size(), (size > 6 ? 1U : 0U) + (size > 18 ? 1U : 0U) + (size > 33 ? 1U : 0U)) << size;
-        // What is cut off reads as nothing.
+        // Floats beyond the cut read as 0.
         if (size == 20) {
             EXPECT_EQ(floatsOf(list[1]->vertices[0])[0], p.x);
             EXPECT_EQ(floatsOf(list[1]->vertices[0])[1], 0.0F);

@@ -163,7 +163,7 @@ private:
         return files;
     }
 
-    // What is written beside a picture.
+    // The files that are written beside a picture.
     std::vector<std::string> companions() const {
         std::vector<std::string> marks;
         if (options.depthImage) {

@@ -61,7 +61,7 @@ KivCommonSettings StudioRenderer::settingsFor(const StudioState& state, Purpose 
     if (purpose == Purpose::final) {
         if (settings.doVectorial()) {
             settings.setPaperImage(L""); // a page would take it for a white sheet over everything
-            // What is filled with the background, to hide lines behind it, has to look like the sheet over it.
+            // Areas that hide lines are filled with the background colour, which has to look like the sheet.
             if (const std::optional<std::uint32_t> sheet = sheetColour(state.look)) {
                 settings.setBackgroundColor(*sheet);
             }

@@ -12,7 +12,7 @@
 
 namespace {
 
-// What stands behind a header, or null without it.
+// Returns the text behind a header, or null if the line does not begin with it.
 const wchar_t* behind(const wchar_t* line, const wchar_t* header) {
     const std::size_t length = std::wcslen(header);
     return std::wcsncmp(line, header, length) == 0 ? line + length : nullptr;
@@ -123,7 +123,7 @@ void KivPropertiesDlg::onControl(const KivControlEvent& event) {
     } else if (event.change == KivControlChange::checkToggle && event.control == combinableTree) {
         OnClickCombinableTree(event.item);
     }
-    // What is selected in the tree of combinable shaders means nothing: its check marks alone do.
+    // The selection in the tree of combinable shaders has no meaning: only its check marks count.
 }
 
 // The window can't be destroyed from within its own event, so closing hides it.

@@ -1,4 +1,4 @@
-// What is done to a PDF file after it was printed.
+// Reworks a PDF file after it was printed.
 #ifndef KIVRENDER_PLATFORM_KIVPDF_H
 #define KIVRENDER_PLATFORM_KIVPDF_H
 

@@ -17,7 +17,7 @@
 
 namespace {
 
-// What can be no regular file's way out over the border between two file systems.
+// Files larger than this are not copied from one file system to another.
 constexpr std::size_t largestCopy = std::size_t{1} << 28;
 
 // As the notes of the wastebasket want a path: every byte that is not plain is written as %XX.

@@ -231,8 +231,8 @@ bool KivRenderer::loadGeneralData(KivDataManager* manager, const wchar_t* path, 
     return true;
 }
 
-// The common settings are no part of a style, so the host gets fresh ones with each: what it had is gone then, and so
-// it has always been.
+// The common settings are no part of a style, so the host gets fresh ones with each and loses those it
+// had.
 bool KivRenderer::loadStyle(KivCommonDataManager* commonData, KivDataManager* manager, const wchar_t* name) {
     KivHostApplicationServices* const host = KivHostApplicationServices::getDefaultHost();
     KivCommonSettings settings;

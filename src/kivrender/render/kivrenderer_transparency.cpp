@@ -44,7 +44,7 @@ void endStep(KivProgress* progress) {
 }
 
 // The vector page learns of the offset in the raster case alone, the reverse of everywhere else; without an open page
-// that has no effect. It has always been so and files depend on it.
+// that has no effect. Files depend on it.
 void enableOffsetReversed(float factor, float units, bool vectorial) {
     glEnable(GL_POLYGON_OFFSET_FILL);
     glPolygonOffset(factor, units);

@@ -107,8 +107,8 @@ private:
     struct Volume;      // a welded mesh with its edges
     struct VolumeCache; // those kept for the further lights
 
-    // Sixteen doubles, column by column.
-    // What stands for infiniteFrustum in a parallel view; the matrix goes with the way the context clips depth.
+    // Fills sixteen doubles, column by column. Takes the place of infiniteFrustum in a parallel view; the matrix
+    // depends on the way the context clips depth.
     void parallelToInfinity(const KivCamera& camera, bool depthFromZero, double* matrix) const;
     void infiniteFrustum(const KivCamera& camera, double* matrix);
     void calculateSceneBoundingBox(const KivScene* scene);

@@ -148,8 +148,8 @@ void KivShadows::showStencil(tagSIZE size) {
     glPixelMapfv(GL_PIXEL_MAP_I_TO_R, entries, red);
     glPixelMapfv(GL_PIXEL_MAP_I_TO_G, entries, green);
     glPixelMapfv(GL_PIXEL_MAP_I_TO_B, entries, blue);
-    // One pixel less in each direction than the size, as it has always been. Rows are tight: drawing colour indices,
-    // llvmpipe takes no account of padding.
+    // One pixel less in each direction than the size: the last row and column are left out. Rows are tight: drawing
+    // colour indices, llvmpipe takes no account of padding.
     const TightRows tight;
     std::vector<std::uint8_t> buffer(pixelCount(size));
     glReadPixels(0, 0, size.cx - 1, size.cy - 1, GL_STENCIL_INDEX, GL_UNSIGNED_BYTE, buffer.data());

@@ -189,7 +189,7 @@ private:
     // How many slots before its turn a line is prepared for.
     static constexpr int ahead = 8;
     // The slots before this one that are not settled are in the queue, which may also name slots that are settled or
-    // gone by now.
+    // gone.
     int fresh = 0;
     std::priority_queue<int, std::vector<int>, std::greater<>> unsettledSlots;
     std::vector<int> reached;

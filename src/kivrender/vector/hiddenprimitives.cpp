@@ -127,7 +127,7 @@ bool SightVisitor::takeSquare(const ScreenTree::Square& square, ScreenTree::Numb
             seen[faces[number].owner] = true;
         return true;
     }
-    // What is near hides most.
+    // Near faces hide most.
     std::sort(covers.begin(), covers.end(), [](const ScreenFace* a, const ScreenFace* b) {
         return a->lowDepth < b->lowDepth || (a->lowDepth == b->lowDepth && a < b);
     });

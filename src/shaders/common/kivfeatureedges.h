@@ -60,9 +60,9 @@ double kivFeatureBend(const KivVec& a, const KivVec& b, const KivVec& left, cons
 // A triangle that is seen exactly edge-on counts as turned away, two such triangles show no line.
 bool kivFeatureIsFold(const KivVec& a, const KivVec& b, const KivVec& left, const KivVec& right, const KivView& view);
 
-// Which of the wings are creases, whatever the view. Rough and scanned surfaces bend sharply at many short edges that
-// are no features: creases that hang together and stay small against the connected piece of surface that they lie on
-// are left out.
+// Tells which of the wings are creases, whatever the view. Rough and scanned surfaces bend sharply at many short edges
+// that are no features: creases that hang together and stay small against the connected piece of surface that they lie
+// on are left out.
 std::vector<bool> kivFeatureCreases(const KivSurface& surface, const std::vector<KivFeatureWing>& wings,
                                     const KivFeatureRules& rules);
 

@@ -19,7 +19,7 @@ public:
     KivSoftDepth(const KivView& seenFrom, double offsetSlopes, double offsetSteps);
 
     // Triangles, whichever way they face; what lies before the near plane is cut off. A pixel whose middle lies on a
-    // side counts as inside, so that neighbours leave no gap. Corners that are no numbers draw nothing.
+    // side counts as inside, so that neighbours leave no gap. Triangles with a NaN draw nothing.
     void draw(const KivSurface& surface);
     // Fills the values of a part of the picture.
     void read(KivDepthImage::Span& span);

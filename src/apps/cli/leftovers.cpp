@@ -48,6 +48,8 @@ void handleEndSignals(void (*handler)(int)) {
         }
         action = {};
         action.sa_handler = handler;
+        // A write that is under way goes on: whoever asks for a cancel is answered by a poll, not by a failed file.
+        action.sa_flags = SA_RESTART;
         sigemptyset(&action.sa_mask);
         sigaction(signal, &action, nullptr);
     }

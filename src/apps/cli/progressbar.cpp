@@ -4,7 +4,7 @@
 #include "kivrender/platform/kivtext.h"
 
 #include <algorithm>
-#include <csignal>
+#include <atomic>
 #include <cstdio>
 #include <numeric>
 
@@ -12,13 +12,14 @@
 
 namespace {
 
-volatile std::sig_atomic_t interrupted = 0;
+std::atomic<bool> interrupted = false;
+static_assert(std::atomic<bool>::is_always_lock_free, "a handler of signals may take no lock");
 
+// Two signals at a time may be handled by two threads, one of which must see the other's.
 void onInterrupt(int signal) {
-    if (interrupted != 0) {
+    if (interrupted.exchange(true)) {
         endBySignal(signal);
     }
-    interrupted = 1;
 }
 
 // A bar that flashes up and goes again is a nuisance, and so is a log full of percentages.
@@ -34,7 +35,7 @@ void catchInterrupts() {
 }
 
 bool isInterrupted() {
-    return interrupted != 0;
+    return interrupted;
 }
 
 ProgressBar::Style ProgressBar::styleFor(bool quiet) {

@@ -1,0 +1,72 @@
+// A drawing as data: its strokes and areas with the objects that they belong to, free of any page format. Renders give
+// it (kivdrawingcollector.h), shaders add to it, writers make files of it, hosts read it.
+//
+// The picture's pixels from its lower left corner are the unit of every place and width; colours have red in the low
+// byte, then green, then blue.
+#ifndef KIVRENDER_LINES_KIVVECTORDRAWING_H
+#define KIVRENDER_LINES_KIVVECTORDRAWING_H
+
+#include "kivrender/geometry/kivvec.h"
+#include "kivrender/lines/curvefit.h"
+#include "kivrender/platform/kivexport.h"
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+// Why a line is there.
+enum class KivStrokeKind : std::uint8_t {
+    contour,      // the surface turns away from the viewer (silhouette)
+    boundary,     // an open surface ends
+    crease,       // the surface bends sharply
+    edge,         // an edge that the model itself names, as CAD files do
+    material,     // two materials meet
+    intersection, // surfaces run into each other without a common edge
+    own,          // a line, polyline or point of the scene, or one that a shader drew without a word about it
+};
+inline constexpr int kivStrokeKinds = 7;
+
+// The name of a kind in files: "contour", "boundary", "crease", "edge", "material", "intersection", "line".
+KIV_API const char* kivNameOf(KivStrokeKind kind);
+
+struct KivStroke {
+    std::uint32_t object = 0; // number in KivVectorDrawing::objects
+    KivStrokeKind kind = KivStrokeKind::contour;
+    bool hidden = false; // something stands before it
+    std::uint32_t color = 0;
+    double width = 1.0;
+    KivCurvePath path;         // a start without pieces is a dot
+    std::vector<KivVec> space; // the same line as a polyline in the model's units; empty where it is not known
+};
+
+// One look of one object that hangs together. Rings by the even-odd rule, the outer one first; areas of equal opacity
+// 1 do not overlap where they were made as regions, and are painted in their order else.
+struct KivArea {
+    std::uint32_t object = 0;
+    std::uint32_t color = 0;
+    double opacity = 1.0;
+    std::vector<KivCurvePath> rings;
+};
+
+struct KivDrawnObject {
+    std::wstring name; // as the model has it; may be empty, repeated and hold any character
+};
+
+struct KivVectorDrawing {
+    double width = 0.0;
+    double height = 0.0;
+    double unitsPerPixel = 0.0; // the model's units in parallel views; 0 where no such number exists
+    std::uint32_t background = 0xFFFFFF;
+    std::wstring title;
+    std::vector<KivDrawnObject> objects; // number 0 stands for what belongs to no object
+    std::vector<KivArea> areas;          // in the order of painting, below all strokes
+    std::vector<KivStroke> strokes;      // in the order of painting
+};
+
+// The drawing that the render under way is to fill, or null: shaders that know lines add them here and draw none. For
+// the thread that renders.
+KIV_API KivVectorDrawing* kivCollectedDrawing();
+// Names that drawing, null for none. Returns the former one.
+KIV_API KivVectorDrawing* kivCollectDrawing(KivVectorDrawing* drawing);
+
+#endif

@@ -57,6 +57,11 @@ struct KivVectorDrawing {
     double height = 0.0;
     double unitsPerPixel = 0.0; // the model's units in parallel views; 0 where no such number exists
     std::uint32_t background = 0xFFFFFF;
+    // Opaque areas are painted with a rim of this width in their own colour: what lies behind two neighbours shines
+    // through between them in viewers that smooth each edge by itself. 0 for none.
+    double areaRim = 0.0;
+    // Set before the render: shaders add hidden strokes too.
+    bool wantsHidden = false;
     std::wstring title;
     std::vector<KivDrawnObject> objects; // number 0 stands for what belongs to no object
     std::vector<KivArea> areas;          // in the order of painting, below all strokes

@@ -3,8 +3,8 @@
 #include "apps/cli/manual.h"
 #include "apps/cli/outputfile.h"
 #include "apps/cli/progressbar.h"
-#include "apps/cli/suggestion.h"
 #include "apps/common/language.h"
+#include "apps/common/suggestion.h"
 #include "programtest.h"
 
 #include <gmock/gmock.h>

@@ -1,6 +1,6 @@
 #include "apps/cli/commandline.h"
 
-#include "apps/cli/suggestion.h"
+#include "apps/common/suggestion.h"
 
 #include <algorithm>
 #include <cerrno>

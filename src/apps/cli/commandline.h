@@ -3,19 +3,14 @@
 #define APPS_CLI_COMMANDLINE_H
 
 #include "apps/cli/optiontable.h"
+#include "apps/common/lookoptions.h"
+#include "apps/common/usageerror.h"
 
 #include <cstdint>
 #include <map>
 #include <optional>
-#include <stdexcept>
 #include <string>
 #include <vector>
-
-// Wrong use: the program ends with status 2 and this line.
-class UsageError : public std::runtime_error {
-public:
-    using std::runtime_error::runtime_error;
-};
 
 struct Words {
     const CommandInfo* command = nullptr;                                 // null: options of the program itself
@@ -53,22 +48,6 @@ struct LightOption {
     Triple direction;   // of a spot
     double angle = 0.0; // degrees, of a spot
     std::uint32_t colour = 0xFFFFFF;
-};
-
-struct SettingOption {
-    std::string shader;
-    std::string key;
-    std::string value;
-};
-
-// What paints: a style, the shaders that are named beside it, and single settings; what stands later wins.
-struct LookOptions {
-    std::string style; // a name, or a file's; empty for none
-    std::string base;  // empty for none
-    std::vector<std::string> add;
-    bool baseChosen = false; // else the style's is taken; without a style one that is not there is left out in silence
-    bool addChosen = false;
-    std::vector<SettingOption> settings;
 };
 
 struct RenderOptions : LookOptions {

@@ -4,16 +4,16 @@
 #include "apps/cli/errorline.h"
 #include "apps/cli/exitstatus.h"
 #include "apps/cli/outputfile.h"
-#include "apps/cli/papers.h"
 #include "apps/cli/progressbar.h"
 #include "apps/cli/renderfailure.h"
-#include "apps/cli/shaderstream.h"
 #include "apps/cli/startup.h"
 #include "apps/cli/timings.h"
 #include "apps/common/demoscene.h"
-#include "apps/common/framing.h"
+#include "apps/common/papers.h"
 #include "apps/common/pictureproblem.h"
+#include "apps/common/shaderstream.h"
 #include "apps/common/sight.h"
+#include "apps/common/viewchoice.h"
 #include "import/kivmodelimport.h"
 #include "import/scenebuilder.h"
 #include "kivrender/platform/kivglwarmup.h"
@@ -38,7 +38,6 @@
 namespace {
 
 constexpr double pi = 3.14159265358979323846;
-constexpr double defaultFov = 30.0;
 // What a triangle takes in the buffer of a vector drawing, with some more for those that are cut.
 constexpr std::uint64_t floatsPerTriangle = 32;
 
@@ -275,15 +274,14 @@ private:
 
     KivCamera prepareScene(const KivModel& model) {
         const std::vector<Kiv3DPoint> points = scenePoints(*model.scene);
-        ViewAxes axes;
-        const KivCamera camera = chooseCamera(model, points, axes);
-        if (const std::string why = whyNothingIsSeen(points, camera, options.height); !why.empty()) {
+        const ChosenView view = chooseCamera(model, points);
+        if (const std::string why = whyNothingIsSeen(points, view.camera, options.height); !why.empty()) {
             printWarning("the camera sees nothing: " + why);
         }
-        for (KivLight& light : chooseLights(model, points, axes)) {
+        for (KivLight& light : chooseLights(model, points, view.axes)) {
             model.scene->addLight(light);
         }
-        return camera;
+        return view.camera;
     }
 
     static Kiv3DPoint pointOf(const Triple& t) {
@@ -293,50 +291,32 @@ private:
         return {t.x, t.y, t.z};
     }
 
-    KivCamera chooseCamera(const KivModel& model, const std::vector<Kiv3DPoint>& points, ViewAxes& axes) const {
-        Lens lens;
-        lens.aspect = static_cast<double>(options.width) / options.height;
-        lens.verticalFov = options.fov.value_or(defaultFov);
-        const bool isFree = !options.eye && !options.target && !options.up && !options.fov && !options.ortho;
-        if (isFree && !model.cameras.empty()) {
-            const KivModelCamera& own = model.cameras.front();
-            axes = viewAxes(own.direction, own.up);
-            lens.verticalFov = own.verticalFov;
-            lens.orthoHeight = own.orthoHeight;
-            return makeCamera(points, own.location, axes, lens);
-        }
-        const Kiv3DVector up = options.up ? vectorOf(*options.up) : model.up;
-        const Kiv3DPoint target = options.target ? model.toScene(pointOf(*options.target)) : Kiv3DPoint(0.0, 0.0, 0.0);
-        Kiv3DVector forward = threeQuarterDirection(model.up);
+    ViewChoice viewChoice(const KivModel& model) const {
+        ViewChoice choice;
+        const auto toScene = [&model](const Triple& t) { return model.toScene(pointOf(t)); };
         if (options.eye) {
-            const Kiv3DPoint eye = model.toScene(pointOf(*options.eye));
-            forward = Kiv3DVector(target.x - eye.x, target.y - eye.y, target.z - eye.z);
-            if (forward.norm() == 0.0) {
-                throw UsageError("--eye and --target are the same place");
-            }
+            choice.eye = toScene(*options.eye);
         }
-        axes = viewAxes(forward, up);
+        if (options.target) {
+            choice.target = toScene(*options.target);
+        }
+        if (options.up) {
+            choice.up = vectorOf(*options.up);
+        }
+        choice.verticalFov = options.fov;
         if (options.ortho) {
-            lens.orthoHeight =
-                *options.ortho > 0.0 ? *options.ortho * model.scale : fittingOrthoHeight(points, axes, lens.aspect);
+            choice.orthoHeight = *options.ortho * model.scale;
         }
-        return makeCamera(points, chooseLocation(model, points, axes, lens, target), axes, lens);
+        return choice;
     }
 
-    // Where nothing says how far away the camera is, the model fills the picture; a target stays in its middle.
-    Kiv3DPoint chooseLocation(const KivModel& model, const std::vector<Kiv3DPoint>& points, const ViewAxes& axes,
-                              const Lens& lens, const Kiv3DPoint& target) const {
-        const bool fits = options.ortho && *options.ortho == 0.0;
-        if (options.eye && !fits) {
-            return model.toScene(pointOf(*options.eye));
+    ChosenView chooseCamera(const KivModel& model, const std::vector<Kiv3DPoint>& points) const {
+        try {
+            return chooseView(viewChoice(model), model.cameras, model.up, points,
+                              static_cast<double>(options.width) / options.height);
+        } catch (const std::invalid_argument&) {
+            throw UsageError("--eye and --target are the same place");
         }
-        const Kiv3DPoint fitting = fittingLocation(points, axes, lens);
-        if (!options.target) {
-            return fitting;
-        }
-        const double back = (target.x - fitting.x) * axes.forward.x + (target.y - fitting.y) * axes.forward.y +
-                            (target.z - fitting.z) * axes.forward.z;
-        return {target.x - axes.forward.x * back, target.y - axes.forward.y * back, target.z - axes.forward.z * back};
     }
 
     std::vector<KivLight> chooseLights(const KivModel& model, const std::vector<Kiv3DPoint>& points,
@@ -346,19 +326,11 @@ private:
         }
         std::vector<KivLight> lights;
         for (const LightOption& option : options.lights) {
-            KivLight light;
-            if (option.kind == LightOption::Kind::directional) {
-                light = directionalLight(vectorOf(option.place), points);
-            } else {
-                light.setStyle(option.kind == LightOption::Kind::spot ? KivLight::spotLight : KivLight::pointLight);
-                light.setLocation(model.toScene(pointOf(option.place)));
-                light.setDirection(vectorOf(option.direction));
-                light.setAttenuation(Kiv3DVector(1.0, 0.0, 0.0));
-                // In radians, as the incidence of light on a surface is worked out in them.
-                light.setSpotAngle(option.angle * pi / 180.0);
-            }
-            light.setDiffuse(option.colour);
-            light.setSpecular(option.colour);
+            KivLight light = option.kind == LightOption::Kind::directional
+                                 ? directionalLight(vectorOf(option.place), points)
+                                 : placedLight(model.toScene(pointOf(option.place)), vectorOf(option.direction),
+                                               option.angle * pi / 180.0);
+            setLightColour(light, option.colour);
             lights.push_back(light);
         }
         return lights;

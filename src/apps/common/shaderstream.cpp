@@ -1,7 +1,8 @@
-#include "apps/cli/shaderstream.h"
+#include "apps/common/shaderstream.h"
 
-#include "apps/cli/namedstyle.h"
-#include "apps/cli/suggestion.h"
+#include "apps/common/namedstyle.h"
+#include "apps/common/suggestion.h"
+#include "apps/common/usageerror.h"
 #include "kivrender/dialogs/kivpagedlg.h"
 #include "kivrender/platform/kivtext.h"
 #include "kivrender/settings/kivsettingstable.h"
@@ -28,7 +29,7 @@ KivShader* findShader(const std::string& name) {
 }
 
 // Null only for a default that is not there.
-KivShader* chosenShader(const std::string& name, bool combinable, bool chosen) {
+KivShader* chosenShader(const std::string& name, bool combinable, bool chosen, const LookWords& words) {
     KivShader* shader = findShader(name);
     const std::vector<std::string> known = shaderTags(!combinable, combinable);
     if (shader == nullptr) {
@@ -39,8 +40,8 @@ KivShader* chosenShader(const std::string& name, bool combinable, bool chosen) {
         throw UsageError("unknown shader " + name + (near.empty() ? "; there are: " + list(known) : near));
     }
     if (isCombinable(*shader) != combinable) {
-        throw UsageError(combinable ? name + " paints the surfaces itself: give it with --base"
-                                    : name + " adds to a picture: give it with --add");
+        throw UsageError(combinable ? name + " paints the surfaces itself: " + words.giveBase
+                                    : name + " adds to a picture: " + words.giveAdded);
     }
     return shader;
 }
@@ -64,13 +65,13 @@ std::vector<KivTablePageSettings*> tableSettings(KivShader& shader) {
     return found;
 }
 
-void applySetting(const SettingOption& option) {
+void applySetting(const SettingOption& option, const LookWords& words) {
     KivShader* shader = findShader(option.shader);
-    const std::string whole = option.shader + "." + option.key;
+    const std::string whole = words.beforeSetting + option.shader + "." + option.key;
     if (shader == nullptr) {
         const std::vector<std::string> known = shaderTags(true, true);
         const std::string near = didYouMean(option.shader, known);
-        throw UsageError("--set " + whole + ": unknown shader " + option.shader +
+        throw UsageError(whole + ": unknown shader " + option.shader +
                          (near.empty() ? "; there are: " + list(known) : near));
     }
     std::vector<std::string> keys;
@@ -78,7 +79,7 @@ void applySetting(const SettingOption& option) {
         std::string why;
         if (settings->find(option.key) >= 0) {
             if (!settings->setText(option.key, option.value, &why)) {
-                std::string complaint = "--set " + whole;
+                std::string complaint = whole;
                 complaint.append(": \"").append(option.value).append("\" is no value for it: ").append(why);
                 throw UsageError(complaint);
             }
@@ -89,7 +90,7 @@ void applySetting(const SettingOption& option) {
         }
     }
     const std::string near = didYouMean(option.key, keys);
-    throw UsageError("--set " + whole + ": " + option.shader + " has no setting " + option.key +
+    throw UsageError(whole + ": " + option.shader + " has no setting " + option.key +
                      (near.empty() ? "; there are: " + list(keys) : near));
 }
 
@@ -145,14 +146,14 @@ ChosenLook applyLook(const LookOptions& options) {
     resetSettings();
     std::optional<ChosenStyle> style;
     if (!options.style.empty()) {
-        style = findStyle(options.style);
+        style = findStyle(options.style, options.words);
         look.style = style->name;
         look.warnings = loadStyleSettings(*style);
     }
     if (style && !options.baseChosen) {
         look.shaders.nonCombinable = styleShader(*style, style->head.nonCombinable, false);
     } else if (!options.base.empty()) {
-        if (const KivShader* shader = chosenShader(options.base, false, options.baseChosen)) {
+        if (const KivShader* shader = chosenShader(options.base, false, options.baseChosen, options.words)) {
             look.shaders.nonCombinable = kivShaderTag(*shader);
         }
     }
@@ -162,13 +163,13 @@ ChosenLook applyLook(const LookOptions& options) {
         }
     } else {
         for (const std::string& name : options.add) {
-            if (const KivShader* shader = chosenShader(name, true, options.addChosen)) {
+            if (const KivShader* shader = chosenShader(name, true, options.addChosen, options.words)) {
                 look.shaders.combinables.push_back(kivShaderTag(*shader));
             }
         }
     }
     for (const SettingOption& setting : options.settings) {
-        applySetting(setting);
+        applySetting(setting, options.words);
     }
     look.background = backdropColour(look.shaders);
     return look;

@@ -1,8 +1,8 @@
-#include "apps/cli/namedstyle.h"
+#include "apps/common/namedstyle.h"
 
-#include "apps/cli/commandline.h"
-#include "apps/cli/shaderstream.h"
-#include "apps/cli/suggestion.h"
+#include "apps/common/shaderstream.h"
+#include "apps/common/suggestion.h"
+#include "apps/common/usageerror.h"
 #include "kivrender/platform/kivprofile.h"
 #include "kivrender/platform/kivtext.h"
 #include "kivrender/settings/kivsettingstable.h"
@@ -101,19 +101,20 @@ void checkSection(const ChosenStyle& style, const KivProfile& file, const KivSha
 
 } // namespace
 
-ChosenStyle findStyle(const std::string& value) {
+ChosenStyle findStyle(const std::string& value, const LookWords& words) {
     const std::wstring name = kivFromUtf8(value);
     if (isFileName(name)) {
         return styleOfFile(name);
     }
     if (kivCheckStyleName(name) != KivStyleNameFault::none) {
-        throw UsageError("--style: \"" + value + "\" is neither a style's name nor a file that ends in .kiv");
+        throw UsageError(words.beforeStyle + ("\"" + value) +
+                         "\" is neither a style's name nor a file that ends in .kiv");
     }
     const std::wstring path = pathOfName(name);
     if (path.empty()) {
         const std::string near = didYouMean(value, styleNames());
         throw UsageError("unknown style " + value +
-                         (near.empty() ? "; \"selvarin styles\" lists those there are" : near));
+                         (near.empty() ? std::string("; ") + words.listOfStyles + " lists those there are" : near));
     }
     ChosenStyle style = styleOfFile(path);
     style.name = withoutEnding(path);

@@ -1,8 +1,8 @@
 // From styles, shader tags and settings by name to the settings of the shaders and the stream that a render reads.
-#ifndef APPS_CLI_SHADERSTREAM_H
-#define APPS_CLI_SHADERSTREAM_H
+#ifndef APPS_COMMON_SHADERSTREAM_H
+#define APPS_COMMON_SHADERSTREAM_H
 
-#include "apps/cli/commandline.h"
+#include "apps/common/lookoptions.h"
 #include "kivrender/dialogs/kivstylefile.h"
 #include "kivrender/settings/kivmemorydatamanager.h"
 

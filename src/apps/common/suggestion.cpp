@@ -1,4 +1,4 @@
-#include "apps/cli/suggestion.h"
+#include "apps/common/suggestion.h"
 
 #include <algorithm>
 

@@ -1,7 +1,8 @@
 // A style as the user names it: by the name that the lists show, or by its file.
-#ifndef APPS_CLI_NAMEDSTYLE_H
-#define APPS_CLI_NAMEDSTYLE_H
+#ifndef APPS_COMMON_NAMEDSTYLE_H
+#define APPS_COMMON_NAMEDSTYLE_H
 
+#include "apps/common/lookoptions.h"
 #include "kivrender/dialogs/kivstylefile.h"
 
 #include <string>
@@ -16,7 +17,7 @@ struct ChosenStyle {
 // What ends in .kiv is a file, anything else a name; case does not matter where no style has the very name. Throws
 // UsageError for what is neither, with the nearest style, and std::runtime_error for a file that is missing or no
 // style.
-ChosenStyle findStyle(const std::string& value);
+ChosenStyle findStyle(const std::string& value, const LookWords& words = {});
 
 // Reads the style's settings into the pages that the shaders have without a dialog. Returns a line for each key of a
 // loaded shader's section that is unknown or has no good value. Throws std::runtime_error if a shader can't read its

@@ -1,4 +1,4 @@
-#include "apps/cli/papers.h"
+#include "apps/common/papers.h"
 
 #include "kivrender/platform/kivmodule.h"
 #include "kivrender/platform/kivtext.h"

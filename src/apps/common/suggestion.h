@@ -1,6 +1,6 @@
 // The nearest known name to one that is not known.
-#ifndef APPS_CLI_SUGGESTION_H
-#define APPS_CLI_SUGGESTION_H
+#ifndef APPS_COMMON_SUGGESTION_H
+#define APPS_COMMON_SUGGESTION_H
 
 #include <string>
 #include <vector>

@@ -1,6 +1,6 @@
 // The drawing papers that lie beside the library, by their names.
-#ifndef APPS_CLI_PAPERS_H
-#define APPS_CLI_PAPERS_H
+#ifndef APPS_COMMON_PAPERS_H
+#define APPS_COMMON_PAPERS_H
 
 #include <string>
 #include <vector>

@@ -3,6 +3,7 @@
 
 #include "kivrender/platform/kivsystemerror.h"
 #include "kivrender/vector/kivvectorpage.h"
+#include "kivrender/vector/libraryfeedback.h"
 #include "kivrender/vector/pagetext.h"
 #include "support/gl_driver.h"
 #include "support/glsurface.h"
@@ -367,6 +368,33 @@ TEST_F(Gl2psPage, AnOpenPageIsGivenUpByTheNextOne) {
 TEST_F(Gl2psPage, WithoutAPageThereIsNoneToEnd) {
     EXPECT_EQ(gl2psEndPage(nullptr, tick, isCancelled, beginOutput), GL2PS_UNINITIALIZED);
     gl2psDiscardPage();
+}
+
+TEST_F(Gl2psPage, ARecordingGivesWhatWasDrawnAndWritesNothing) {
+    std::vector<float> recorded = {1.0F};
+    EXPECT_EQ(gl2psEndRecording(&recorded), GL2PS_UNINITIALIZED);
+    EXPECT_TRUE(recorded.empty());
+    ASSERT_EQ(gl2psBeginRecording(1 << 20), GL2PS_SUCCESS);
+    drawBlending();
+    EXPECT_EQ(gl2psEndRecording(&recorded), GL2PS_SUCCESS);
+    EXPECT_EQ(kivCountFeedback(recorded), 6);
+    LibraryFeedback feedback(recorded);
+    FeedbackItem item;
+    ASSERT_TRUE(feedback.next(item));
+    EXPECT_EQ(item.count, 3);
+    EXPECT_FLOAT_EQ(item.vertices[0], 40.0F);
+    EXPECT_FALSE(feedback.state().blend);
+    ASSERT_TRUE(feedback.next(item));
+    EXPECT_TRUE(feedback.state().blend);
+    EXPECT_EQ(gl2psEndPage(nullptr, tick, isCancelled, beginOutput), GL2PS_UNINITIALIZED);
+
+    ASSERT_EQ(gl2psBeginRecording(1024), GL2PS_SUCCESS);
+    drawMixture();
+    EXPECT_EQ(gl2psEndRecording(&recorded), GL2PS_OVERFLOW);
+    EXPECT_TRUE(recorded.empty());
+    EXPECT_TRUE(KivVectorPage::hasOverflowed());
+    ours(drawMixture, GL2PS_SVG);
+    EXPECT_FALSE(KivVectorPage::hasOverflowed());
 }
 
 TEST_F(Gl2psPage, AFullDiskAndAMissingFolderAreErrors) {

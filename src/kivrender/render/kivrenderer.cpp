@@ -5,6 +5,7 @@
 #include "kivrender/platform/kivsystemerror.h"
 #include "kivrender/platform/kivtext.h"
 #include "kivrender/render/kivbitmapmanager.h"
+#include "kivrender/render/kivdrawingcollector.h"
 #include "kivrender/render/kivstreamlines.h"
 #include "kivrender/scene/kivcamera.h"
 #include "kivrender/scene/kivmesh.h"
@@ -129,6 +130,9 @@ bool KivRenderer::render(KivCommonDataManager* commonData, KivDataManager* data,
                          const KivCamera& camera, KivBitmapManager* surface, tagSIZE* size) {
     if (scene == nullptr || surface == nullptr) {
         return false;
+    }
+    if (KivDrawingCollector* const collector = KivDrawingCollector::current()) {
+        collector->note(*scene);
     }
     leaveOutBrokenMeshes(*scene);
     Frame frame(scene, camera, surface);

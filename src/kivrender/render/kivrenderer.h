@@ -164,6 +164,10 @@ private:
     void openVectorPage(KivBitmapManager& surface, const KivCommonSettings& settings);
     void closeVectorPage(KivBitmapManager& surface, const KivCommonSettings& settings, KivProgress* progress);
     void discardVectorPage(KivBitmapManager& surface);
+    // The same for a drawing that a host collects: kivrenderer_drawing.cpp.
+    static void openCollectedPage(KivBitmapManager& surface, const KivCommonSettings& settings, const KivCamera& camera,
+                                  const KivScene* scene, tagSIZE size);
+    static void closeCollectedPage(KivProgress* progress);
     static void forgetVectorFile(KivBitmapManager& surface);
     void endRendering(KivBitmapManager* surface, const KivCommonSettings& settings, KivProgress* progress);
     void renderAllNonCombinableShadersForObjectRendering(const KivCommonSettings& settings, const KivCamera& camera,

@@ -8,6 +8,7 @@
 #include "kivrender/platform/kivtemporaryfile.h"
 #include "kivrender/render/kivbitmapmanager.h"
 #include "kivrender/render/kivcombinablesteps.h"
+#include "kivrender/render/kivdrawingcollector.h"
 #include "kivrender/render/kivrenderer.h"
 #include "kivrender/render/kivstreamlines.h"
 #include "kivrender/scene/kivcamera.h"
@@ -168,7 +169,8 @@ void KivRenderer::startRendering(const KivCommonSettings& settings, const KivCam
     }
     setSmoothing(settings.getAntialias() != 0);
     clearColor(settings.getBackgroundColor());
-    if (settings.getVectorialFormat() != 0) {
+    KivDrawingCollector* const collector = settings.doVectorial() ? KivDrawingCollector::current() : nullptr;
+    if (settings.getVectorialFormat() != 0 || collector != nullptr) {
         // By the name of the vector file alone, so a raster render with such a name in its settings gets it too.
         glDepthRange(0.1, 1.0);
     }
@@ -188,7 +190,9 @@ void KivRenderer::startRendering(const KivCommonSettings& settings, const KivCam
         // The scene is the caller's own and was const only on its way here.
         kivCallShader(*shader, [&] { shader->prepareObjectRendering(settings, const_cast<KivScene*>(scene)); });
     }
-    if (settings.doVectorial()) {
+    if (collector != nullptr) {
+        openCollectedPage(*surface, settings, camera, scene, size);
+    } else if (settings.doVectorial()) {
         openVectorPage(*surface, settings);
     }
 }
@@ -250,6 +254,9 @@ void KivRenderer::discardVectorPage(KivBitmapManager& surface) {
     gl2psDiscardPage();
     forgetVectorFile(surface);
     savedLocale = nullptr;
+    if (KivDrawingCollector* const collector = KivDrawingCollector::current()) {
+        collector->drop();
+    }
 }
 
 void KivRenderer::forgetVectorFile(KivBitmapManager& surface) {
@@ -292,11 +299,16 @@ void KivRenderer::renderShader(KivShader* shader, const KivCommonSettings& setti
 
 void KivRenderer::endRendering(KivBitmapManager* surface, const KivCommonSettings& settings, KivProgress* progress) {
     kivClipDepthAsUsual(); // the shadows of a parallel view need another way, nothing from here on does
+    const bool isCollected = settings.doVectorial() && KivDrawingCollector::current() != nullptr;
     {
         const ImageStep step(progress, settings.getPaperImage());
-        drawPaperImage(settings, progress);
+        if (!isCollected) {
+            drawPaperImage(settings, progress);
+        }
     }
-    if (settings.doVectorial()) {
+    if (isCollected) {
+        closeCollectedPage(progress);
+    } else if (settings.doVectorial()) {
         closeVectorPage(*surface, settings, progress);
     }
     surface->deleteContext();

@@ -1,6 +1,7 @@
 // The layout of the progress bar: one list of steps for a whole render, made before any pass, with sizes from the
 // scene. The passes walk them in this order.
 #include "kivrender/render/kivcombinablesteps.h"
+#include "kivrender/render/kivdrawingcollector.h"
 #include "kivrender/render/kivrenderer.h"
 #include "kivrender/render/kivstreamlines.h"
 #include "kivrender/scene/kivmesh.h"
@@ -72,7 +73,8 @@ void addVectorSteps(KivProgress& progress, const KivCommonSettings& settings) {
     if (!settings.doVectorial()) {
         return;
     }
-    if (settings.doVectorSimplify()) {
+    const KivDrawingCollector* const collector = KivDrawingCollector::current();
+    if (collector != nullptr ? collector->areas() == KivDrawingCollector::Areas::faces : settings.doVectorSimplify()) {
         KivVectorProgress::vectorLineStep = progress.addDeferredStep();
         KivVectorProgress::vectorStep = progress.addDeferredStep();
         progress.addDeferredStep();

@@ -141,27 +141,8 @@ bool handOverInOrder(std::span<const float> library) {
     LibraryFeedback feedback(library);
     FeedbackItem item;
     while (feedback.next(item)) {
-        auto primitive = std::make_unique<FeedbackPrimitive>();
         states.push_back(feedback.state());
-        primitive->type = static_cast<std::int16_t>(item.token);
-        primitive->vertexCount = item.count;
-        primitive->offset = states.back().offset;
-        primitive->blend = states.back().blend;
-        primitive->lineWidth = states.back().lineWidth;
-        primitive->pointSize = states.back().pointSize;
-        primitive->vertices.resize(static_cast<std::size_t>(item.count));
-        for (std::size_t i = 0; i < primitive->vertices.size(); ++i) {
-            const float* const from = item.vertices + vertexFloats * i;
-            FeedbackVertex& vertex = primitive->vertices[i];
-            vertex.x = from[0];
-            vertex.y = from[1];
-            vertex.z = from[2];
-            vertex.r = from[3];
-            vertex.g = from[4];
-            vertex.b = from[5];
-            vertex.a = from[6];
-        }
-        list->push_back(primitive.release());
+        list->push_back(kivPrimitiveOf(item, states.back()).release());
     }
     std::vector<std::uint32_t> origins;
     const FeedbackState& last = feedback.state();
@@ -367,6 +348,29 @@ GLint gl2psEndPage(float* (*simplify)(float*, int*), void (*tick)(), bool (*isCa
         return GL2PS_ERROR;
     }
     return GL2PS_SUCCESS;
+}
+
+GLint gl2psBeginRecording(GLint buffersize) {
+    // The title, the format and the sort are of no account to a page without a file.
+    return gl2psBeginPageW("", "", nullptr, GL2PS_SVG, GL2PS_NO_SORT, GL2PS_USE_CURRENT_VIEWPORT, GL_RGBA, 0, nullptr,
+                           0, 0, 0, buffersize, L"");
+}
+
+GLint gl2psEndRecording(std::vector<float>* recorded) {
+    recorded->clear();
+    if (openPage == nullptr) {
+        return GL2PS_UNINITIALIZED;
+    }
+    const std::unique_ptr<Page> page = std::move(openPage);
+    const GLint used = glRenderMode(GL_RENDER);
+    if (used < 0) {
+        overflowed = true;
+        return giveUp(*page, GL2PS_OVERFLOW);
+    }
+    void* floats = nullptr;
+    glGetPointerv(GL_FEEDBACK_BUFFER_POINTER, &floats);
+    recorded->assign(static_cast<const float*>(floats), static_cast<const float*>(floats) + used);
+    return giveUp(*page, GL2PS_SUCCESS);
 }
 
 void gl2psDiscardPage() {

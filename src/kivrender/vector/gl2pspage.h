@@ -12,6 +12,8 @@
 
 #include <gl2ps.h>
 
+#include <vector>
+
 // Adobe Illustrator's files are PDF inside.
 inline constexpr GLint GL2PS_AI = 6;
 
@@ -32,6 +34,12 @@ KIV_API GLint gl2psBeginPageW(const char* title, const char* producer, GLint vie
 // file.
 KIV_API GLint gl2psEndPage(float* (*simplify)(float* feedback, int* used), void (*tick)(), bool (*isCancelled)(),
                            void (*beginOutput)(int primitives));
+
+// A page that is only recorded and never printed: nothing is written anywhere. The end gives what was recorded, as
+// LibraryFeedback reads it; GL2PS_SUCCESS, GL2PS_OVERFLOW where the buffer was too small, GL2PS_UNINITIALIZED without a
+// page.
+KIV_API GLint gl2psBeginRecording(GLint buffersize);
+KIV_API GLint gl2psEndRecording(std::vector<float>* recorded);
 
 // Gives an open page up: no file is left. The context that it was opened in may be gone; nothing happens without a
 // page.

@@ -1,7 +1,6 @@
 #include "kivrender/vector/libraryfeedback.h"
 
 #include "kivrender/vector/feedbackinteger.h"
-#include "kivrender/vector/feedbackprimitive.h"
 
 #include <algorithm>
 #include <initializer_list>
@@ -170,6 +169,29 @@ bool LibraryFeedback::next(FeedbackItem& item) {
         }
     }
     return false;
+}
+
+std::unique_ptr<FeedbackPrimitive> kivPrimitiveOf(const FeedbackItem& item, const FeedbackState& state) {
+    auto primitive = std::make_unique<FeedbackPrimitive>();
+    primitive->type = static_cast<std::int16_t>(item.token);
+    primitive->vertexCount = item.count;
+    primitive->offset = state.offset;
+    primitive->blend = state.blend;
+    primitive->lineWidth = state.lineWidth;
+    primitive->pointSize = state.pointSize;
+    primitive->vertices.resize(static_cast<std::size_t>(item.count));
+    for (std::size_t i = 0; i < primitive->vertices.size(); ++i) {
+        const float* const from = item.vertices + vertexFloats * i;
+        FeedbackVertex& vertex = primitive->vertices[i];
+        vertex.x = from[0];
+        vertex.y = from[1];
+        vertex.z = from[2];
+        vertex.r = from[3];
+        vertex.g = from[4];
+        vertex.b = from[5];
+        vertex.a = from[6];
+    }
+    return primitive;
 }
 
 std::vector<float> kivTranslateFeedback(std::span<const float> library, FeedbackState& attributes) {

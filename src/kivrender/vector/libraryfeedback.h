@@ -5,8 +5,10 @@
 #define KIVRENDER_VECTOR_LIBRARYFEEDBACK_H
 
 #include "kivrender/platform/kivexport.h"
+#include "kivrender/vector/feedbackprimitive.h"
 
 #include <cstdint>
+#include <memory>
 #include <span>
 #include <vector>
 
@@ -73,6 +75,9 @@ private:
     std::size_t position = 0;
     FeedbackState current;
 };
+
+// One item with what of the state a primitive tells.
+KIV_API std::unique_ptr<FeedbackPrimitive> kivPrimitiveOf(const FeedbackItem& item, const FeedbackState& state);
 
 // The same drawing with the markers that the stages of simplification know. What they have no marker for is told by
 // attributes: the offset's factor and units, cap and join of lines, as the last primitive had them.

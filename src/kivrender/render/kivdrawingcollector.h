@@ -1,0 +1,84 @@
+// For as long as it lives, the renders of its thread with vectorial settings put their drawing into a KivVectorDrawing
+// and write no file. A host asks the drawing what it wants to know, or has a writer make a file of it.
+//
+//     KivVectorDrawing drawing;
+//     KivDrawingCollector collector(drawing);
+//     collector.setObjectNames({L"house", L"tree"});
+//     settings.setVectorial(true);
+//     if (renderer.render(&common, &data, &scene, camera, &surface, &size) && collector.hasDrawing()) {
+//         write(drawing);
+//     }
+//
+// Each render replaces what was in the drawing. A render that is cancelled, fails or is too large for its buffer
+// (KivVectorPage::hasOverflowed) leaves it empty: hasDrawing tells. The drawing and the collector are the host's; the
+// drawing must outlive the collector. The paper image of the settings is no part of a drawing.
+#ifndef KIVRENDER_RENDER_KIVDRAWINGCOLLECTOR_H
+#define KIVRENDER_RENDER_KIVDRAWINGCOLLECTOR_H
+
+#include "kivrender/lines/kivvectordrawing.h"
+#include "kivrender/platform/kivexport.h"
+
+#include <cstdint>
+#include <string>
+#include <utility>
+#include <vector>
+
+class KivMesh;
+class KivScene;
+
+class KIV_API KivDrawingCollector {
+public:
+    // How the surfaces come out.
+    enum class Areas : std::uint8_t {
+        regions,   // what is visible of one look of one object and hangs together is one area
+        faces,     // triangles in one plane become the fewest that cover them
+        triangles, // as they were drawn
+    };
+
+    // Where a collector exists already, the new one takes its place until it ends.
+    explicit KivDrawingCollector(KivVectorDrawing& into);
+    ~KivDrawingCollector();
+    KivDrawingCollector(const KivDrawingCollector&) = delete;
+    KivDrawingCollector& operator=(const KivDrawingCollector&) = delete;
+
+    void setAreas(Areas value) {
+        kind = value;
+    }
+    Areas areas() const {
+        return kind;
+    }
+    void setTitle(std::wstring value) {
+        title = std::move(value);
+    }
+    // Of the scene's meshes in their order as the scene is handed to the render; those without a name get an empty one.
+    void setObjectNames(std::vector<std::wstring> value) {
+        names = std::move(value);
+    }
+    // Whether the last render filled the drawing.
+    bool hasDrawing() const {
+        return filled;
+    }
+
+    // For the renderer: the collector in force, or null; a scene before anything was taken out of it; a drawing that
+    // begins with the objects of what is left, its end, and a drawing that is given up.
+    static KivDrawingCollector* current();
+    void note(const KivScene& scene);
+    KivVectorDrawing& begin(const KivScene* scene);
+    void end();
+    void drop();
+
+private:
+    void nameObjects(const KivScene& scene);
+
+    KivVectorDrawing& drawing;
+    KivDrawingCollector* former;
+    KivVectorDrawing* formerDrawing = nullptr;
+    Areas kind = Areas::regions;
+    std::wstring title;
+    std::vector<std::wstring> names;
+    std::vector<const KivMesh*> meshes; // that the names belong to
+    bool open = false;
+    bool filled = false;
+};
+
+#endif

@@ -1,0 +1,59 @@
+// What a render recorded of its page, sorted into areas and lines: the way from OpenGL's feedback to a drawing as data.
+#ifndef KIVRENDER_RENDER_RECORDEDPAGE_H
+#define KIVRENDER_RENDER_RECORDEDPAGE_H
+
+#include "kivrender/lines/kivlineview.h"
+#include "kivrender/vector/libraryfeedback.h"
+#include "kivrender/vector/screenface.h"
+
+#include <cstdint>
+#include <span>
+#include <vector>
+
+struct KivVectorDrawing;
+
+// A colour of four parts from 0 to 1 as a drawing has it; the fourth is its opacity.
+struct RecordedPaint {
+    std::uint32_t color = 0;
+    double opacity = 1.0;
+
+    friend bool operator==(const RecordedPaint&, const RecordedPaint&) = default;
+};
+
+// The mean over all corners. What is not blended, or is blended in whole, covers.
+RecordedPaint kivPaintOf(const FeedbackItem& item, const FeedbackState& state);
+
+class RecordedPage {
+public:
+    // The floats stay the caller's and must outlive the page.
+    explicit RecordedPage(std::span<const float> recorded);
+
+    std::size_t size() const {
+        return count;
+    }
+    // How primitives that were drawn with polygon offset lie behind their depth.
+    const PolygonShift& shift() const {
+        return offset;
+    }
+    std::span<const float> floats() const {
+        return library;
+    }
+
+    // Each adds to the drawing; false after a cancel.
+    //
+    // The polygons as they were drawn, without those that are hidden, from back to front.
+    bool addTriangles(KivVectorDrawing& drawing) const;
+    // The same of a buffer that the stages of simplification gave.
+    bool addSimplified(float* simplified, int used, KivVectorDrawing& drawing) const;
+    // Lines and points, as far as no opaque polygon hides them.
+    bool addStrokes(KivVectorDrawing& drawing) const;
+
+private:
+    bool paint(FeedbackPrimitiveList& list, KivVectorDrawing& drawing) const;
+
+    std::span<const float> library;
+    std::size_t count = 0;
+    PolygonShift offset;
+};
+
+#endif

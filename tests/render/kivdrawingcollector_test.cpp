@@ -1,0 +1,424 @@
+// Drawings as data: what a render puts into a collector's drawing, and that it writes nothing meanwhile.
+#include "kivrender/render/kivdrawingcollector.h"
+#include "kivrender/shader/kivdrawing.h"
+#include "kivrender/vector/kivvectorpage.h"
+#include "kivrender/vector/kivvectorprogress.h"
+#include "render/renderfixture.h"
+
+#include <gmock/gmock.h>
+
+#include <GL/gl.h>
+
+#include <algorithm>
+#include <cmath>
+#include <filesystem>
+#include <functional>
+#include <limits>
+
+namespace {
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+constexpr std::uint32_t baseColor = 0x4080C0;
+
+class DrawingCollector : public KivRendererRender {
+protected:
+    DrawingCollector() {
+        std::filesystem::create_directory(home.path() / "temporary");
+        environment.set("TMPDIR", (home.path() / "temporary").string());
+        loadShaders();
+        shader(L"base").color = baseColor;
+        setStyle(L"base", L"", {L"base"});
+        settings.setVectorial(true);
+    }
+    ~DrawingCollector() override {
+        KivVectorPage::setBufferSize(KivVectorPage::defaultBuffer);
+    }
+
+    // Once in each render, before the meshes.
+    void drawAlso(const std::function<void()>& draw) {
+        shader(L"base").onRender = [this, draw](KivShader&, KivBitmapManager*) {
+            if (!drawnAlso) {
+                drawnAlso = true;
+                drawnAtPoll = progress.polls;
+                draw();
+            }
+        };
+    }
+    bool render(tagSIZE size) {
+        drawnAlso = false;
+        return KivRendererRender::render(size);
+    }
+    bool renderSquare() {
+        scene.empty();
+        scene.addMesh(rectangle(-0.5, -0.5, 0.5, 0.5).release());
+        return render({80, 40});
+    }
+
+    ScopedEnvironment environment;
+    KivVectorDrawing drawing;
+    int drawnAtPoll = 0; // of the last render's questions for a cancel
+
+private:
+    bool drawnAlso = false;
+};
+
+double areaOf(const KivArea& area) {
+    double twice = 0.0;
+    for (const KivCurvePath& ring : area.rings) {
+        KivPicturePoint from = ring.start;
+        for (const KivCurvePiece& piece : ring.pieces) {
+            twice += from.x * piece.end.y - from.y * piece.end.x;
+            from = piece.end;
+        }
+    }
+    return std::fabs(twice) / 2.0;
+}
+
+double sumOfAreas(const KivVectorDrawing& drawing) {
+    double sum = 0.0;
+    for (const KivArea& area : drawing.areas) {
+        sum += areaOf(area);
+    }
+    return sum;
+}
+
+TEST_F(DrawingCollector, ARenderFillsTheDrawingAndWritesNoFile) {
+    settings.setSaveVectorFile(home.wide("drawing.svg").c_str());
+    settings.setBackgroundColor(0x123456);
+    KivDrawingCollector collector(drawing);
+    collector.setAreas(KivDrawingCollector::Areas::triangles);
+    collector.setTitle(L"Square");
+    EXPECT_FALSE(collector.hasDrawing());
+    ASSERT_TRUE(renderSquare());
+    EXPECT_TRUE(collector.hasDrawing());
+    EXPECT_EQ(drawing.title, L"Square");
+    EXPECT_EQ(drawing.width, 80.0);
+    EXPECT_EQ(drawing.height, 40.0);
+    EXPECT_EQ(drawing.background, 0x123456U);
+    EXPECT_DOUBLE_EQ(drawing.unitsPerPixel, 2.0 / 80.0);
+    ASSERT_EQ(drawing.areas.size(), 2U);
+    for (const KivArea& area : drawing.areas) {
+        EXPECT_EQ(area.color, baseColor);
+        EXPECT_EQ(area.opacity, 1.0);
+        ASSERT_EQ(area.rings.size(), 1U);
+        EXPECT_TRUE(area.rings[0].closed);
+        EXPECT_EQ(area.rings[0].pieces.size(), 3U);
+        EXPECT_NEAR(areaOf(area), 400.0, 0.1);
+    }
+    EXPECT_FALSE(std::filesystem::exists(home.path() / "drawing.svg"));
+    EXPECT_EQ(home.count("temporary"), 0U);
+    EXPECT_THAT(host.messages, IsEmpty());
+}
+
+TEST_F(DrawingCollector, NoEndingOfAFileNameIsAskedFor) {
+    settings.setSaveVectorFile(home.wide("drawing.txt").c_str());
+    KivDrawingCollector collector(drawing);
+    ASSERT_TRUE(renderSquare());
+    EXPECT_TRUE(collector.hasDrawing());
+    EXPECT_THAT(host.messages, IsEmpty());
+}
+
+TEST_F(DrawingCollector, APerspectiveViewHasNoUnits) {
+    camera.setProjection(KivCamera::perspective);
+    KivDrawingCollector collector(drawing);
+    ASSERT_TRUE(renderSquare());
+    EXPECT_EQ(drawing.unitsPerPixel, 0.0);
+}
+
+TEST_F(DrawingCollector, OnlyRendersWithVectorialSettingsFillIt) {
+    KivDrawingCollector collector(drawing);
+    settings.setVectorial(false);
+    ASSERT_TRUE(renderSquare());
+    EXPECT_FALSE(collector.hasDrawing());
+    EXPECT_THAT(drawing.areas, IsEmpty());
+}
+
+TEST_F(DrawingCollector, ShadersSeeTheDrawingWhileItIsMade) {
+    KivVectorDrawing* seen = nullptr;
+    drawAlso([&] {
+        seen = kivCollectedDrawing();
+        seen->strokes.emplace_back();
+    });
+    KivDrawingCollector collector(drawing);
+    ASSERT_TRUE(renderSquare());
+    EXPECT_EQ(seen, &drawing);
+    EXPECT_EQ(drawing.strokes.size(), 1U);
+    EXPECT_EQ(kivCollectedDrawing(), nullptr);
+}
+
+TEST_F(DrawingCollector, ItsEndLeavesRendersAsTheyWere) {
+    settings.setSaveVectorFile(home.wide("drawing.svg").c_str());
+    ASSERT_TRUE(renderSquare());
+    const std::string file = home.read("drawing.svg");
+    std::filesystem::remove(home.path() / "drawing.svg");
+    {
+        KivVectorDrawing other;
+        const KivDrawingCollector outer(drawing);
+        {
+            const KivDrawingCollector inner(other);
+            ASSERT_TRUE(renderSquare());
+            EXPECT_TRUE(inner.hasDrawing());
+            EXPECT_FALSE(outer.hasDrawing());
+        }
+        ASSERT_TRUE(renderSquare());
+        EXPECT_TRUE(outer.hasDrawing());
+    }
+    EXPECT_EQ(KivDrawingCollector::current(), nullptr);
+    EXPECT_FALSE(std::filesystem::exists(home.path() / "drawing.svg"));
+    ASSERT_TRUE(renderSquare());
+    EXPECT_EQ(home.read("drawing.svg"), file);
+}
+
+TEST_F(DrawingCollector, ObjectsAreTheMeshesOfTheSceneWithTheirNames) {
+    KivDrawingCollector collector(drawing);
+    collector.setObjectNames({L"first", L"broken", L"third"});
+    scene.addMesh(rectangle(-0.9, -0.5, -0.5, 0.5).release());
+    auto broken = rectangle(0.0, 0.0, 0.1, 0.1);
+    broken->addTriangle(0U, 1U, 77U);
+    scene.addMesh(broken.release());
+    scene.addMesh(rectangle(0.5, -0.5, 0.9, 0.5).release());
+    scene.addMesh(rectangle(-0.1, -0.5, 0.1, 0.5).release());
+    ASSERT_TRUE(render({80, 40}));
+    std::vector<std::wstring> names;
+    for (const KivDrawnObject& object : drawing.objects) {
+        names.push_back(object.name);
+    }
+    EXPECT_THAT(names, ElementsAre(L"", L"first", L"third", L"")) << "a broken mesh is left out of a render";
+}
+
+TEST_F(DrawingCollector, WhatIsHiddenIsNoArea) {
+    KivDrawingCollector collector(drawing);
+    collector.setAreas(KivDrawingCollector::Areas::triangles);
+    scene.addMesh(rectangle(-0.5, -0.5, 0.5, 0.5, 0.5).release());
+    scene.addMesh(rectangle(-0.4, -0.4, 0.4, 0.4, 0.0).release());
+    ASSERT_TRUE(render({80, 40}));
+    EXPECT_EQ(drawing.areas.size(), 2U);
+    EXPECT_NEAR(sumOfAreas(drawing), 800.0, 0.1);
+}
+
+TEST_F(DrawingCollector, FacesJoinTrianglesInOnePlane) {
+    KivDrawingCollector collector(drawing);
+    auto strip = std::make_unique<KivMesh>();
+    for (int i = 0; i <= 4; ++i) {
+        strip->addVertex({-0.8 + 0.4 * i, -0.5, 0.0}, {0.0, 0.0, 1.0});
+        strip->addVertex({-0.8 + 0.4 * i, 0.5, 0.0}, {0.0, 0.0, 1.0});
+    }
+    for (unsigned int i = 0; i < 8; i += 2) {
+        strip->addTriangle(i, i + 2, i + 3);
+        strip->addTriangle(i, i + 3, i + 1);
+    }
+    const std::unique_ptr<KivMesh> second(new KivMesh(*strip));
+    scene.addMesh(strip.release());
+    collector.setAreas(KivDrawingCollector::Areas::faces);
+    ASSERT_TRUE(render({80, 40}));
+    EXPECT_EQ(drawing.areas.size(), 2U);
+    EXPECT_NEAR(sumOfAreas(drawing), 64.0 * 20.0, 0.1);
+    collector.setAreas(KivDrawingCollector::Areas::triangles);
+    scene.empty();
+    scene.addMesh(new KivMesh(*second));
+    ASSERT_TRUE(render({80, 40}));
+    EXPECT_EQ(drawing.areas.size(), 8U);
+}
+
+TEST_F(DrawingCollector, GradientsGetTheirMeanAndBlendedAreasTheirOpacity) {
+    KivDrawingCollector collector(drawing);
+    collector.setAreas(KivDrawingCollector::Areas::triangles);
+    drawAlso([] {
+        KivDrawing::enableLighting(false, true);
+        KivDrawing::enableTransparency(true, true);
+        KivDrawing::beginDrawing(true, KivDrawing::triangles);
+        const Kiv3DPoint corners[3] = {{-0.5, -0.5, 0.0}, {0.5, -0.5, 0.0}, {0.0, 0.5, 0.0}};
+        const float reds[3] = {0.0F, 0.4F, 0.8F};
+        for (int i = 0; i < 3; ++i) {
+            KivDrawing::setColor(reds[i], 0.2F, 1.0F, 0.6F, true);
+            KivDrawing::drawPoint(corners[i], true);
+        }
+        KivDrawing::endDrawing(true);
+        KivDrawing::enableTransparency(false, true);
+    });
+    ASSERT_TRUE(render({80, 40}));
+    ASSERT_EQ(drawing.areas.size(), 1U);
+    EXPECT_EQ(drawing.areas[0].color, 0xFF3366U);
+    EXPECT_NEAR(drawing.areas[0].opacity, 0.6, 0.003);
+}
+
+void drawStrip(const std::vector<Kiv3DPoint>& points) {
+    KivDrawing::enableLighting(false, true);
+    KivDrawing::setLineWidth(3.0F, true);
+    KivDrawing::setColor(1.0F, 0.0F, 0.0F, 1.0F, true);
+    KivDrawing::beginDrawing(true, points.size() > 1 ? KivDrawing::lineStrip : KivDrawing::points);
+    for (const Kiv3DPoint& point : points) {
+        KivDrawing::drawPoint(point, true);
+    }
+    KivDrawing::endDrawing(true);
+}
+
+// The square reaches from 20 to 60 pixels.
+TEST_F(DrawingCollector, LinesEndWhereAFaceBeginsToHideThem) {
+    KivDrawingCollector collector(drawing);
+    drawAlso([] { drawStrip({{-0.8, 0.0, -0.5}, {0.1, 0.0, -0.5}, {0.8, 0.0, -0.5}}); });
+    ASSERT_TRUE(renderSquare());
+    ASSERT_EQ(drawing.strokes.size(), 2U);
+    const KivStroke& left = drawing.strokes[0];
+    EXPECT_EQ(left.kind, KivStrokeKind::own);
+    EXPECT_FALSE(left.hidden);
+    EXPECT_EQ(left.color, 0x0000FFU);
+    EXPECT_EQ(left.width, 3.0);
+    ASSERT_EQ(left.path.pieces.size(), 1U);
+    EXPECT_NEAR(left.path.start.x, 8.0, 1e-3);
+    EXPECT_NEAR(left.path.pieces[0].end.x, 20.0, 1e-3);
+    const KivStroke& right = drawing.strokes[1];
+    EXPECT_NEAR(right.path.start.x, 60.0, 1e-3);
+    EXPECT_NEAR(right.path.pieces[0].end.x, 72.0, 1e-3);
+}
+
+TEST_F(DrawingCollector, LinesBeforeAndOnAFaceAreWhole) {
+    KivDrawingCollector collector(drawing);
+    drawAlso([] {
+        drawStrip({{-0.8, 0.1, 0.5}, {0.1, 0.1, 0.5}, {0.8, 0.1, 0.5}});
+        drawStrip({{-0.8, -0.1, 0.0}, {0.8, -0.1, 0.0}});
+    });
+    ASSERT_TRUE(renderSquare());
+    ASSERT_EQ(drawing.strokes.size(), 2U);
+    for (const KivStroke& stroke : drawing.strokes) {
+        ASSERT_EQ(stroke.path.pieces.size(), 1U) << "straight lines in a row are one";
+        EXPECT_NEAR(stroke.path.start.x, 8.0, 1e-3);
+        EXPECT_NEAR(stroke.path.pieces[0].end.x, 72.0, 1e-3);
+    }
+}
+
+TEST_F(DrawingCollector, ALineThatComesBackToItsStartIsClosed) {
+    KivDrawingCollector collector(drawing);
+    const std::vector<Kiv3DPoint> ring = {
+        {-0.2, -0.2, 0.5}, {0.2, -0.2, 0.5}, {0.2, 0.2, 0.5}, {-0.2, 0.2, 0.5}, {-0.2, -0.2, 0.5}};
+    drawAlso([&] { drawStrip(ring); });
+    ASSERT_TRUE(renderSquare());
+    ASSERT_EQ(drawing.strokes.size(), 1U);
+    EXPECT_TRUE(drawing.strokes[0].path.closed);
+    EXPECT_EQ(drawing.strokes[0].path.pieces.size(), 4U);
+
+    // Half of it behind the square: one line from edge to edge, whichever point it begins at.
+    std::vector<Kiv3DPoint> behind;
+    for (const Kiv3DPoint& p : ring) {
+        behind.emplace_back(p.x + 0.5, p.y, -0.5);
+    }
+    drawAlso([&] { drawStrip({behind[1], behind[2], behind[3], behind[0], behind[1]}); });
+    ASSERT_TRUE(renderSquare());
+    ASSERT_EQ(drawing.strokes.size(), 1U);
+    EXPECT_FALSE(drawing.strokes[0].path.closed);
+    EXPECT_EQ(drawing.strokes[0].path.pieces.size(), 3U);
+}
+
+TEST_F(DrawingCollector, PointsAreDotsUnlessTheyAreHidden) {
+    KivDrawingCollector collector(drawing);
+    drawAlso([] {
+        drawStrip({{0.0, 0.0, -0.5}});
+        drawStrip({{0.0, 0.0, 0.5}});
+        drawStrip({{0.8, 0.0, -0.5}});
+    });
+    ASSERT_TRUE(renderSquare());
+    ASSERT_EQ(drawing.strokes.size(), 2U);
+    EXPECT_THAT(drawing.strokes[0].path.pieces, IsEmpty());
+    EXPECT_NEAR(drawing.strokes[0].path.start.x, 40.0, 1e-3);
+    EXPECT_NEAR(drawing.strokes[1].path.start.x, 72.0, 1e-3);
+    EXPECT_EQ(drawing.strokes[1].width, 1.0);
+}
+
+TEST_F(DrawingCollector, NumbersThatAreNoneAreLeftOut) {
+    KivDrawingCollector collector(drawing);
+    constexpr double nan = std::numeric_limits<double>::quiet_NaN();
+    drawAlso([] {
+        drawStrip({{-0.8, 0.0, 0.5}, {nan, 0.0, 0.5}, {0.8, 0.0, 0.5}});
+        drawStrip({{nan, nan, nan}});
+        const Kiv3DPoint corners[3] = {{-0.5, -0.5, nan}, {nan, -0.5, 0.0}, {0.0, 0.5, 0.0}};
+        KivDrawing::beginDrawing(true, KivDrawing::triangles);
+        KivDrawing::drawTriangle(corners, true);
+        KivDrawing::endDrawing(true);
+    });
+    ASSERT_TRUE(renderSquare());
+    for (const KivStroke& stroke : drawing.strokes) {
+        EXPECT_TRUE(std::isfinite(stroke.path.start.x) && std::isfinite(stroke.path.start.y));
+    }
+    for (const KivArea& area : drawing.areas) {
+        EXPECT_TRUE(std::isfinite(areaOf(area)));
+    }
+}
+
+TEST_F(DrawingCollector, ADrawingTooLargeForItsBufferIsToldAndEmpty) {
+    KivDrawingCollector collector(drawing);
+    ASSERT_TRUE(renderSquare());
+    KivVectorPage::setBufferSize(KivVectorPage::smallestBuffer);
+    scene.empty();
+    fillScene(scene, 200);
+    EXPECT_TRUE(render({60, 40}));
+    EXPECT_THAT(host.messages, ElementsAre(kivText(129)));
+    EXPECT_TRUE(KivVectorPage::hasOverflowed());
+    EXPECT_FALSE(collector.hasDrawing());
+    EXPECT_THAT(drawing.areas, IsEmpty());
+    KivVectorPage::setBufferSize(KivVectorPage::defaultBuffer);
+    ASSERT_TRUE(renderSquare());
+    EXPECT_FALSE(KivVectorPage::hasOverflowed());
+    EXPECT_TRUE(collector.hasDrawing());
+}
+
+class DrawingCollectorAreas : public DrawingCollector, public testing::WithParamInterface<KivDrawingCollector::Areas> {
+protected:
+    // Areas before one another, and a line.
+    bool renderOnce(int cancelAtPoll = 0) {
+        drawAlso([] { drawStrip({{0.1, -1.0, -0.5}, {0.1, 0.1, -0.5}, {0.1, 1.0, -0.5}}); });
+        progress.polls = 0;
+        progress.cancelAtPoll = cancelAtPoll;
+        progress.calls.clear();
+        scene.empty();
+        fillScene(scene, 3, 1, 1);
+        scene.addMesh(rectangle(-0.9, -0.3, 0.9, 0.3, 0.5).release());
+        return render({60, 40});
+    }
+};
+
+TEST_P(DrawingCollectorAreas, ACancelAtAnyPollLeavesNothing) {
+    KivDrawingCollector collector(drawing);
+    collector.setAreas(GetParam());
+    ASSERT_TRUE(renderOnce());
+    const int polls = progress.polls;
+    const std::size_t areas = drawing.areas.size();
+    ASSERT_GT(areas, 0U);
+    ASSERT_GT(drawing.strokes.size(), 0U);
+    // A render takes long, and what comes before the shaders is the same without a collector.
+    const int step = std::max(1, (polls - drawnAtPoll) / 6);
+    for (int poll = polls; poll >= drawnAtPoll; poll -= step) {
+        SCOPED_TRACE("cancel at poll " + std::to_string(poll) + " of " + std::to_string(polls));
+        EXPECT_FALSE(renderOnce(poll));
+        EXPECT_FALSE(collector.hasDrawing());
+        EXPECT_THAT(drawing.areas, IsEmpty());
+        EXPECT_THAT(drawing.strokes, IsEmpty());
+        EXPECT_EQ(kivCollectedDrawing(), nullptr);
+    }
+    ASSERT_TRUE(renderOnce());
+    EXPECT_EQ(progress.polls, polls);
+    EXPECT_EQ(drawing.areas.size(), areas);
+    EXPECT_THAT(host.messages, IsEmpty());
+}
+
+TEST_P(DrawingCollectorAreas, TheBarEndsEachStepThatItBegins) {
+    KivDrawingCollector collector(drawing);
+    collector.setAreas(GetParam());
+    ASSERT_TRUE(renderOnce());
+    const auto count = [this](const std::string& call) {
+        return std::count(progress.calls.begin(), progress.calls.end(), call);
+    };
+    EXPECT_EQ(count("beginStep"), count("endStep"));
+    const bool inStages = GetParam() == KivDrawingCollector::Areas::faces;
+    EXPECT_EQ(count("addDeferredStep"), inStages ? 4 : 1);
+    EXPECT_THAT(progress.calls,
+                Contains("setText " + kivToUtf8(kivText(KivVectorProgress::textNumber)) + (inStages ? " (1) " : "")));
+}
+
+INSTANTIATE_TEST_SUITE_P(All, DrawingCollectorAreas,
+                         testing::Values(KivDrawingCollector::Areas::regions, KivDrawingCollector::Areas::faces,
+                                         KivDrawingCollector::Areas::triangles));
+
+} // namespace

@@ -1,5 +1,6 @@
 #include "kivrender/scene/kivmesh.h"
 
+#include "kivrender/scene/kivmeshedges.h"
 #include "kivrender/scene/kivpolyline.h"
 
 #include <algorithm>
@@ -40,6 +41,7 @@ KivMesh::KivMesh(const KivMesh& source) : Kiv3DObject() {
     if (const KivBox* box = source.getBoundingBox()) {
         boundingBox = std::make_unique<KivBox>(*box);
     }
+    kivSetMeshEdges(*this, kivMeshEdges(source));
 }
 
 KivMesh& KivMesh::operator=(const KivMesh& other) {
@@ -54,10 +56,13 @@ KivMesh& KivMesh::operator=(const KivMesh& other) {
     // Each side keeps a box of its own: both will delete theirs. The scratch array of a weld is nobody else's business.
     vertexsFaces.reset();
     boundingBox = other.boundingBox != nullptr ? std::make_unique<KivBox>(*other.boundingBox) : nullptr;
+    kivSetMeshEdges(*this, kivMeshEdges(other));
     return *this;
 }
 
-KivMesh::~KivMesh() = default;
+KivMesh::~KivMesh() {
+    kivSetMeshEdges(*this, nullptr);
+}
 
 bool KivMesh::getTriangle(unsigned int* indices, unsigned int triangle) const {
     const std::size_t count = triangles.size() / 3;

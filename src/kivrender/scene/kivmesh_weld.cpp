@@ -14,6 +14,7 @@
 // So the outcome is the same on every platform; every corner lies within the tolerance of its vertex on each axis; and
 // wherever the comparison does order the corners, the outcome is that of any stable sort of them.
 #include "kivrender/scene/kivmesh.h"
+#include "kivrender/scene/kivmeshedges.h"
 #include "kivrender/scene/kivprogress.h"
 
 #include <algorithm>
@@ -264,6 +265,7 @@ void KivMesh::copyMeshCompacted(const KivMesh& source) {
     vertexs.clear();
     normals.clear();
     triangles.clear();
+    kivSetMeshEdges(*this, nullptr); // vertices get other places
     Places places(source);
     if (places.read() && places.sort()) {
         // A cancel in there only ends the building early: corners that were not reached keep the index -1.

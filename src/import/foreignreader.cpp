@@ -48,6 +48,7 @@ ModelParts ForeignReader::readModel(const std::string& path, const ReadLimits& l
     request.path = path;
     request.readable = {folderOf(path), path};
     request.limits = limits;
+    request.fineness = {options.deflection, options.unitsPerPixel, options.picturePixels};
     ModelParts parts = ReaderSession(options, progress, sizeOf(path)).parts(std::move(request));
     try {
         checkParts(parts, limits);

@@ -166,11 +166,22 @@ std::wstring kivModelReaders() {
 
 const std::vector<KivModelFormat>& kivModelFormats() {
     static const std::vector<KivModelFormat> formats{
-        {L"obj", L"Wavefront OBJ"},      {L"gltf", L"glTF 2.0, text"},
-        {L"glb", L"glTF 2.0, binary"},   {L"stl", L"Stereolithography"},
-        {L"ply", L"Stanford Polygon"},   {L"fbx", L"Autodesk FBX"},
-        {L"3ds", L"Autodesk 3D Studio"}, {L"dae", L"Collada"},
-        {L"off", L"Object File Format"}, {L"dxf", L"AutoCAD drawing exchange"},
+        {L"obj", L"Wavefront OBJ"},
+        {L"gltf", L"glTF 2.0, text"},
+        {L"glb", L"glTF 2.0, binary"},
+        {L"stl", L"Stereolithography"},
+        {L"ply", L"Stanford Polygon"},
+        {L"fbx", L"Autodesk FBX"},
+        {L"3ds", L"Autodesk 3D Studio"},
+        {L"dae", L"Collada"},
+        {L"off", L"Object File Format"},
+        {L"dxf", L"AutoCAD drawing exchange"},
+        {L"3mf", L"3D Manufacturing Format"},
+        {L"step", L"STEP (CAD)"},
+        {L"stp", L"STEP (CAD)"},
+        {L"iges", L"IGES (CAD)"},
+        {L"igs", L"IGES (CAD)"},
+        {L"brep", L"Open CASCADE BREP (CAD)"},
     };
     return formats;
 }

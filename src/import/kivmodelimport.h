@@ -1,14 +1,17 @@
-// Model files to a KivScene: obj by a reader of our own, since a whole command waits for it, everything else by Assimp.
+// Model files to a KivScene: obj by a reader of our own, since a whole command waits for it, files of CAD (STEP, IGES,
+// BREP) by Open CASCADE where that is installed, everything else by Assimp.
 //
-// Assimp, and the codecs of textures, run in a child process with limits of time, memory and file access: a file that
-// makes them crash, loop or grow costs one line and nothing else. The child is the program selvarin-reader, which
-// stands beside the library and is found by nothing but the library's own place; its file is all that a host has to
-// ship. It ends before kivImportModels returns.
+// These libraries, and the codecs of textures, run in a child process with limits of time, memory and file access: a
+// file that makes them crash, loop or grow costs one line and nothing else. The child is the program selvarin-reader,
+// which stands beside the library and is found by nothing but the library's own place; its file is all that a host has
+// to ship. It ends before kivImportModels returns.
 //
 // The import takes triangles (polygons are cut up), polylines and points, the transforms of the file's nodes,
 // materials, cameras and lights. Normals are taken as the file gives them; where it gives none, a surface is smooth up
 // to a crease angle. A texture is averaged into one diffuse colour, since the shaders paint with flat colours. Mirrored
 // nodes keep their faces' winding right. Animations, bones and morph targets stay in their rest position.
+//
+// Meshes of CAD files have the normals of the exact surfaces, and their edges beside them (scene/kivmeshedges.h).
 #ifndef IMPORT_KIVMODELIMPORT_H
 #define IMPORT_KIVMODELIMPORT_H
 
@@ -31,6 +34,12 @@ struct KivModelOptions {
     Axis upAxis = Axis::byFormat;
     // Degrees between the normals of neighbouring faces; above it an edge is sharp. Only for surfaces without normals.
     double creaseAngle = 50.0;
+    // How finely the curved surfaces of CAD files are cut into triangles: by how much these may stand off the surface,
+    // in units of the file; or, where that is 0, so that a picture of so many pixels along its longer side shows no
+    // corner. unitsPerPixel: how much of the model a pixel shows; 0 means that the model fills the picture.
+    double deflection = 0.0;
+    double picturePixels = 1280.0;
+    double unitsPerPixel = 0.0;
     // Bytes of one file, and triangles, lines and points of all files together; what is larger is refused.
     std::uint64_t maxFileSize = std::uint64_t{2} << 30;
     std::uint64_t maxElements = 50'000'000;
@@ -70,6 +79,13 @@ struct KivModelFileInfo {
     std::uint64_t triangles = 0;
     std::uint64_t degenerate = 0; // triangles without an area that were left out
     bool zUp = false;
+    double metresPerUnit = 0.0; // 0 where the file does not say
+};
+
+// An object, group or assembly by the name that the file gives it.
+struct KivModelNode {
+    std::wstring name;
+    int parent = -1; // an earlier node, or -1
 };
 
 struct KivModel {
@@ -83,6 +99,9 @@ struct KivModel {
     std::vector<std::wstring> warnings;
     // Beside the meshes of the scene: the object's name as the file gives it, else that of its material, else nothing.
     std::vector<std::wstring> meshNames;
+    // The tree of the objects' names, parents first, and beside the meshes of the scene the node of each, or -1.
+    std::vector<KivModelNode> nodes;
+    std::vector<int> meshNodes;
     // The bounds of all geometry in the coordinates of the files.
     KivBox bounds;
     // Scene coordinates are (file coordinates - origin) * scale. The tolerances of the mesh and the float matrices of

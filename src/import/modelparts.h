@@ -87,12 +87,34 @@ struct Material {
 
 inline constexpr std::uint32_t noIndex = std::numeric_limits<std::uint32_t>::max();
 
+// One of the names that a file gives to its objects, which stand in a tree.
+struct Node {
+    std::string name;
+    std::uint32_t parent = noIndex; // an earlier node
+};
+
+// An edge of an exact shape, as a run of a surface's edge points.
+struct SurfaceEdge {
+    enum class Kind : std::uint32_t {
+        sharp,   // the surface bends, or ends, or more than two faces meet
+        tangent, // one face runs into the next without a bend
+        seam     // a closed face meets itself
+    };
+
+    Kind kind = Kind::sharp;
+    std::uint32_t part = 0;           // of the surface
+    std::uint32_t material = noIndex; // the edge's own colour
+    std::uint32_t first = 0;          // place in the edge points
+    std::uint32_t count = 0;          // at least 2
+};
+
 // One or more shells of triangles over a common set of positions. Normals are smoothed over the whole surface; each
 // part of it becomes a mesh of its own.
 struct Surface {
     struct Part {
         std::string name;
         std::uint32_t material = noIndex;
+        std::uint32_t node = noIndex;
     };
 
     std::vector<Vec3> positions;
@@ -101,6 +123,10 @@ struct Surface {
     std::vector<std::uint32_t> cornerNormals; // indices of normals or noIndex, one to a corner; empty for none at all
     std::vector<std::uint32_t> triangleParts; // indices of parts, one to a triangle; empty: all belong to the first
     std::vector<Part> parts;
+    // Whether the file knows the edges of the surface. Those below are then all that it has, be they none.
+    bool hasEdges = false;
+    std::vector<std::uint32_t> edgePoints; // indices of positions
+    std::vector<SurfaceEdge> edges;
 };
 
 struct Polyline {
@@ -133,6 +159,8 @@ struct Light {
 struct ModelParts {
     std::string format;
     bool zUp = false;
+    double metresPerUnit = 0.0; // of the coordinates; 0 where the file does not say
+    std::vector<Node> nodes;
     std::vector<Surface> surfaces;
     std::vector<Polyline> polylines;
     std::vector<Vec3> points;
@@ -148,6 +176,13 @@ struct ModelParts {
         }
         return count;
     }
+};
+
+// How finely curved surfaces are cut into triangles.
+struct Fineness {
+    double deflection = 0.0;    // units of the file between surface and triangles at most; 0: by the other two
+    double unitsPerPixel = 0.0; // of the picture in which the model is seen; 0: it fills the picture
+    double picturePixels = 0.0; // along the picture's longer side
 };
 
 struct ReadLimits {

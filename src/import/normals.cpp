@@ -260,6 +260,9 @@ std::uint64_t weldSurface(Surface& surface) {
         for (std::uint32_t& corner : surface.corners) {
             corner = newIndex[corner];
         }
+        for (std::uint32_t& point : surface.edgePoints) {
+            point = newIndex[point];
+        }
     }
     const std::size_t triangles = surface.corners.size() / 3;
     std::size_t kept = 0;

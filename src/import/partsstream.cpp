@@ -19,10 +19,17 @@ template <class Archive> void fields(Archive& archive, Material& m) {
             m.textureLoaded);
 }
 template <class Archive> void fields(Archive& archive, Surface::Part& p) {
-    archive(p.name, p.material);
+    archive(p.name, p.material, p.node);
+}
+template <class Archive> void fields(Archive& archive, Node& n) {
+    archive(n.name, n.parent);
+}
+template <class Archive> void fields(Archive& archive, SurfaceEdge& e) {
+    archive(e.kind, e.part, e.material, e.first, e.count);
 }
 template <class Archive> void fields(Archive& archive, Surface& s) {
-    archive(s.positions, s.normals, s.corners, s.cornerNormals, s.triangleParts, s.parts);
+    archive(s.positions, s.normals, s.corners, s.cornerNormals, s.triangleParts, s.parts, s.hasEdges, s.edgePoints,
+            s.edges);
 }
 template <class Archive> void fields(Archive& archive, Polyline& l) {
     archive(l.points, l.closed, l.material);
@@ -34,10 +41,12 @@ template <class Archive> void fields(Archive& archive, Light& l) {
     archive(l.name, l.kind, l.location, l.direction, l.attenuation, l.spotAngle, l.colour);
 }
 template <class Archive> void fields(Archive& archive, ModelParts& p) {
-    archive(p.format, p.zUp, p.surfaces, p.polylines, p.points, p.materials, p.cameras, p.lights, p.warnings);
+    archive(p.format, p.zUp, p.metresPerUnit, p.nodes, p.surfaces, p.polylines, p.points, p.materials, p.cameras,
+            p.lights, p.warnings);
 }
 template <class Archive> void fields(Archive& archive, ReaderRequest& r) {
-    archive(r.kind, r.path, r.textures, r.readable, r.limits.maxElements, r.maxMemory, r.maxSeconds);
+    archive(r.kind, r.path, r.textures, r.readable, r.limits.maxElements, r.fineness.deflection,
+            r.fineness.unitsPerPixel, r.fineness.picturePixels, r.maxMemory, r.maxSeconds);
 }
 template <class Archive> void fields(Archive& archive, TextureColour& c) {
     archive(c.loaded, c.colour);
@@ -188,6 +197,21 @@ void checkMaterialIndex(std::uint32_t material, const ModelParts& parts) {
     require(material == noIndex || material < parts.materials.size(), "a material index out of range");
 }
 
+void checkEdge(const SurfaceEdge& edge, const Surface& surface, const ModelParts& parts) {
+    require(edge.kind <= SurfaceEdge::Kind::seam, "an unknown kind of edge");
+    require(edge.part < surface.parts.size(), "an edge of no part");
+    checkMaterialIndex(edge.material, parts);
+    require(edge.count >= 2 && edge.first <= surface.edgePoints.size() &&
+                edge.count <= surface.edgePoints.size() - edge.first,
+            "an edge without its points");
+}
+
+void checkNodes(const std::vector<Node>& nodes) {
+    for (std::size_t i = 0; i < nodes.size(); ++i) {
+        require(nodes[i].parent == noIndex || nodes[i].parent < i, "a node above which there is none");
+    }
+}
+
 void checkSurface(const Surface& surface, const ModelParts& parts) {
     require(surface.positions.size() < noIndex && surface.normals.size() < noIndex, "too many vertices");
     require(surface.corners.size() % 3 == 0, "a triangle with less than three corners");
@@ -203,6 +227,11 @@ void checkSurface(const Surface& surface, const ModelParts& parts) {
     checkIndices(surface.triangleParts, surface.parts.size(), false, "part");
     for (const Surface::Part& part : surface.parts) {
         checkMaterialIndex(part.material, parts);
+        require(part.node == noIndex || part.node < parts.nodes.size(), "a part of no node");
+    }
+    checkIndices(surface.edgePoints, surface.positions.size(), false, "edge");
+    for (const SurfaceEdge& edge : surface.edges) {
+        checkEdge(edge, surface, parts);
     }
 }
 
@@ -269,6 +298,8 @@ std::string readText(ByteSource& source) {
 
 void checkParts(const ModelParts& parts, const ReadLimits& limits) {
     checkElements(parts.numTriangles() + parts.polylines.size() + parts.points.size(), limits);
+    require(std::isfinite(parts.metresPerUnit) && parts.metresPerUnit >= 0.0, "a unit that can't be used");
+    checkNodes(parts.nodes);
     for (const Surface& surface : parts.surfaces) {
         checkSurface(surface, parts);
     }

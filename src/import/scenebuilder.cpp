@@ -5,6 +5,7 @@
 #include "kivrender/platform/kivtext.h"
 #include "kivrender/scene/kivline.h"
 #include "kivrender/scene/kivmesh.h"
+#include "kivrender/scene/kivmeshedges.h"
 #include "kivrender/scene/kivpolyline.h"
 
 #include <algorithm>
@@ -34,6 +35,17 @@ std::wstring shownName(std::string name) {
     std::replace_if(
         name.begin(), name.end(), [](unsigned char c) { return c < ' ' || c == 0x7F; }, '?');
     return kivFromUtf8(name);
+}
+
+KivMeshEdge::Kind toKivKind(SurfaceEdge::Kind kind) {
+    switch (kind) {
+    case SurfaceEdge::Kind::tangent:
+        return KivMeshEdge::Kind::tangent;
+    case SurfaceEdge::Kind::seam:
+        return KivMeshEdge::Kind::seam;
+    default:
+        return KivMeshEdge::Kind::sharp;
+    }
 }
 
 // A texture replaces a black colour, as programs that use the texture alone leave the colour at that.
@@ -69,6 +81,11 @@ public:
 
     void addFile(ModelParts& parts, KivModelFileInfo& info) {
         place(parts);
+        firstNode = model.nodes.size();
+        for (const Node& node : parts.nodes) {
+            model.nodes.push_back(
+                {shownName(node.name), node.parent != noIndex ? static_cast<int>(firstNode + node.parent) : -1});
+        }
         materials.assign(parts.materials.size(), KivMaterial());
         materialNames.clear();
         for (const Material& material : parts.materials) {
@@ -224,9 +241,54 @@ private:
         for (const std::uint32_t vertex : members) {
             localIndex[vertex] = noIndex;
         }
+        if (surface.hasEdges) {
+            addEdges(surface, vertices, static_cast<std::uint32_t>(&part - surface.parts.data()), *mesh);
+        }
         scene.addMesh(mesh.release());
         model.meshNames.push_back(nameOf(part));
+        model.meshNodes.push_back(part.node != noIndex ? static_cast<int>(firstNode + part.node) : -1);
         return members.size();
+    }
+
+    // The edges of one part, on its mesh, of which members are the vertices.
+    void addEdges(const Surface& surface, const SurfaceVertices& vertices, std::uint32_t part, KivMesh& mesh) {
+        vertexAt.resize(surface.positions.size(), noIndex);
+        for (std::size_t i = members.size(); i-- > 0;) {
+            vertexAt[vertices.positions[members[i]]] = static_cast<std::uint32_t>(i);
+        }
+        auto edges = std::make_shared<KivMeshEdges>();
+        for (const SurfaceEdge& edge : surface.edges) {
+            if (edge.part == part) {
+                addEdge(surface, edge, mesh, *edges);
+            }
+        }
+        for (const std::uint32_t vertex : members) {
+            vertexAt[vertices.positions[vertex]] = noIndex;
+        }
+        for (const SurfaceEdge& edge : surface.edges) {
+            for (std::uint32_t i = edge.part == part ? 0 : edge.count; i < edge.count; ++i) {
+                vertexAt[surface.edgePoints[edge.first + i]] = noIndex;
+            }
+        }
+        kivSetMeshEdges(mesh, std::move(edges));
+    }
+
+    void addEdge(const Surface& surface, const SurfaceEdge& edge, KivMesh& mesh, KivMeshEdges& edges) {
+        KivMeshEdge& added = edges.edges.emplace_back();
+        added.kind = toKivKind(edge.kind);
+        added.hasColour = edge.material != noIndex;
+        added.colour = added.hasColour ? materials[edge.material].getDiffuse() : 0;
+        added.first = static_cast<std::uint32_t>(edges.vertices.size());
+        added.count = edge.count;
+        for (std::uint32_t i = 0; i < edge.count; ++i) {
+            const std::uint32_t position = surface.edgePoints[edge.first + i];
+            // All triangles at a point may have been without an area.
+            if (vertexAt[position] == noIndex) {
+                vertexAt[position] = mesh.getNumVertexs();
+                mesh.addVertex(toKivPoint(surface.positions[position]), Kiv3DVector(0.0, 0.0, 1.0));
+            }
+            edges.vertices.push_back(vertexAt[position]);
+        }
     }
 
     void addPolyline(const Polyline& line) {
@@ -303,8 +365,10 @@ private:
     KivScene& scene;
     std::vector<KivMaterial> materials;
     std::vector<std::wstring> materialNames; // of the same file
+    std::size_t firstNode = 0;               // of the same file among the nodes of the model
     std::vector<std::uint32_t> localIndex;
     std::vector<std::uint32_t> members;
+    std::vector<std::uint32_t> vertexAt; // of a position, in the mesh at hand
     std::size_t unpainted = 0;
     ImportProgress* progress;
     std::uint64_t trianglesOfAll;
@@ -371,6 +435,7 @@ void assembleModel(std::vector<ModelParts>& files, double creaseAngle, KivModel&
         KivModelFileInfo& info = model.files[i];
         info.format = shownName(files[i].format);
         info.zUp = files[i].zUp;
+        info.metresPerUnit = files[i].metresPerUnit;
         builder.addFile(files[i], info);
     }
 }

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <cstring>
 #include <string>
+#include <vector>
 
 struct BoxFace {
     std::array<int, 4> corner;
@@ -253,6 +254,78 @@ inline std::string redBlueBmp() {
     word(0);
     out += std::string("\x00\x00\xFF\xFF\x00\x00\x00\x00", 8);
     return out;
+}
+
+// What is put into a file of its own within an archive that compresses nothing (zip, APPNOTE.TXT 6.3.3).
+struct ZipEntry {
+    std::string name;
+    std::string content;
+};
+
+inline std::uint32_t zipChecksum(const std::string& content) {
+    std::uint32_t sum = 0xFFFFFFFFU;
+    for (const char c : content) {
+        sum ^= static_cast<unsigned char>(c);
+        for (int bit = 0; bit < 8; ++bit) {
+            sum = (sum >> 1) ^ ((sum & 1U) != 0 ? 0xEDB88320U : 0U);
+        }
+    }
+    return ~sum;
+}
+
+inline std::string zipOf(const std::vector<ZipEntry>& entries) {
+    const auto bytes = [](std::uint32_t value, int count) {
+        std::string text;
+        for (int i = 0; i < count; ++i) {
+            text += static_cast<char>(value >> (8 * i) & 0xFFU);
+        }
+        return text;
+    };
+    std::string files;
+    std::string directory;
+    for (const ZipEntry& entry : entries) {
+        const auto size = static_cast<std::uint32_t>(entry.content.size());
+        const std::string common = bytes(20, 2) + bytes(0, 2) + bytes(0, 2) + bytes(0, 4) +
+                                   bytes(zipChecksum(entry.content), 4) + bytes(size, 4) + bytes(size, 4) +
+                                   bytes(static_cast<std::uint32_t>(entry.name.size()), 2) + bytes(0, 2);
+        directory += bytes(0x02014B50, 4) + bytes(20, 2) + common + bytes(0, 2) + bytes(0, 2) + bytes(0, 2) +
+                     bytes(0, 4) + bytes(static_cast<std::uint32_t>(files.size()), 4) + entry.name;
+        files += bytes(0x04034B50, 4) + common + entry.name + entry.content;
+    }
+    const auto count = static_cast<std::uint32_t>(entries.size());
+    return files + directory + bytes(0x06054B50, 4) + bytes(0, 4) + bytes(count, 2) + bytes(count, 2) +
+           bytes(static_cast<std::uint32_t>(directory.size()), 4) + bytes(static_cast<std::uint32_t>(files.size()), 4) +
+           bytes(0, 2);
+}
+
+inline std::string box3mf() {
+    const std::string head = "<?xml version=\"1.0\"?>";
+    std::string model = head + "<model unit=\"millimeter\" xmlns=\"http://schemas.microsoft.com/3dmanufacturing/core/"
+                               "2015/02\"><resources><object id=\"1\" type=\"model\"><mesh><vertices>";
+    for (const auto& p : boxCorners) {
+        model += "<vertex x=\"" + number(p[0]) + "\" y=\"" + number(p[1]) + "\" z=\"" + number(p[2]) + "\"/>";
+    }
+    model += "</vertices><triangles>";
+    for (const BoxFace& face : boxFaces) {
+        const auto& c = face.corner;
+        for (const std::array<int, 3> t :
+             {std::array<int, 3>{c[0], c[1], c[2]}, std::array<int, 3>{c[0], c[2], c[3]}}) {
+            model += "<triangle v1=\"" + std::to_string(t[0]) + "\" v2=\"" + std::to_string(t[1]) + "\" v3=\"" +
+                     std::to_string(t[2]) + "\"/>";
+        }
+    }
+    model += "</triangles></mesh></object></resources><build><item objectid=\"1\"/></build></model>";
+    return zipOf(
+        {{"[Content_Types].xml",
+          head + "<Types xmlns=\"http://schemas.openxmlformats.org/package/2006/content-types\"><Default "
+                 "Extension=\"rels\" ContentType=\"application/vnd.openxmlformats-package.relationships+xml\"/>"
+                 "<Default Extension=\"model\" "
+                 "ContentType=\"application/vnd.ms-package.3dmanufacturing-3dmodel+xml\"/></Types>"},
+         {"_rels/.rels", head +
+                             "<Relationships xmlns=\"http://schemas.openxmlformats.org/package/2006/relationships\">"
+                             "<Relationship Target=\"/3D/3dmodel.model\" Id=\"rel0\" "
+                             "Type=\"http://schemas.microsoft.com/3dmanufacturing/2013/01/3dmodel\"/></Relationships>"},
+         {"3D/3dmodel.model", model}});
 }
 
 #endif

@@ -82,7 +82,7 @@ TEST(ModelImport, TheSameBoxFromEveryFormat) {
         {"box.obj", boxObj, false},   {"box.stl", boxStl(), true},  {"box.ply", boxPly(), false},
         {"box.off", boxOff(), false}, {"box.dxf", boxDxf(), true},  {"box.dae", boxDae(), false},
         {"box.fbx", boxFbx(), true},  {"box.3ds", box3ds(), true},  {"box.gltf", boxGltf(), false},
-        {"box.glb", boxGlb(), false}, {"UPPER.OBJ", boxObj, false},
+        {"box.glb", boxGlb(), false}, {"UPPER.OBJ", boxObj, false}, {"box.3mf", box3mf(), true},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
@@ -114,7 +114,7 @@ TEST(ModelImport, TheSameBoxFromEveryFormat) {
 }
 
 TEST(ModelImport, EveryListedFormatIsRead) {
-    EXPECT_EQ(kivModelFormats().size(), 10U);
+    EXPECT_EQ(kivModelFormats().size(), 16U);
     for (const KivModelFormat& format : kivModelFormats()) {
         EXPECT_GT(std::wcslen(format.name), 2U);
     }
@@ -380,10 +380,11 @@ TEST(ModelImport, TellsWhatIsWrongWithAFile) {
         {"folder", "folder.obj", "-", "it is a folder"},
         {"empty", "empty.obj", "", "the file is empty"},
         {"unsupported", "scene.xyz", "x",
-         "files that end in .xyz can't be read; try one of obj, gltf, glb, stl, ply, fbx, 3ds, dae, off, dxf"},
+         "files that end in .xyz can't be read; try one of obj, gltf, glb, stl, ply, fbx, 3ds, dae, off, dxf, "
+         "3mf, step, stp, iges, igs, brep"},
         {"no ending", "scene", "x",
          "a name without an ending does not tell what it is; try one of obj, gltf, glb, stl, ply, fbx, 3ds, dae, off, "
-         "dxf"},
+         "dxf, 3mf, step, stp, iges, igs, brep"},
         {"nothing drawn", "points.obj", "v 0 0 0\nv 1 0 0\n", "it has nothing to draw: no faces, lines or points"},
         {"no area", "flat.obj", "v 0 0 0\nv 1 0 0\nv 2 0 0\nf 1 2 3\nf 1 1 1\n",
          "it has nothing to draw: none of its faces has an area"},

@@ -58,7 +58,13 @@ ModelParts everything() {
     surface.corners = {0, 1, 2, 2, 1, 3};
     surface.cornerNormals = {0, 1, 0, noIndex, 1, 0};
     surface.triangleParts = {1, 0};
-    surface.parts = {{"one", 0}, {"two", noIndex}};
+    surface.parts = {{"one", 0, noIndex}, {"two", noIndex, noIndex}};
+    parts.nodes = {{"all", noIndex}, {"a thing", 0}};
+    parts.metresPerUnit = 0.001;
+    surface.parts[1].node = 1;
+    surface.hasEdges = true;
+    surface.edgePoints = {0, 1, 3, 3, 2};
+    surface.edges = {{SurfaceEdge::Kind::tangent, 1, 0, 0, 3}, {SurfaceEdge::Kind::sharp, 0, noIndex, 3, 2}};
     parts.polylines.push_back({{{0, 0, 0}, {1, 2, 3}, {4, 5, 6}}, true, 0});
     parts.points = {{7, 8, 9}};
     Camera& camera = parts.cameras.emplace_back();
@@ -99,6 +105,13 @@ TEST(PartsStream, EverythingComesOver) {
     EXPECT_EQ(read.surfaces[0].positions, parts.surfaces[0].positions);
     EXPECT_EQ(read.surfaces[0].cornerNormals, parts.surfaces[0].cornerNormals);
     EXPECT_EQ(read.surfaces[0].parts[1].name, "two");
+    EXPECT_EQ(read.surfaces[0].parts[1].node, 1U);
+    EXPECT_EQ(read.nodes[1].name, "a thing");
+    EXPECT_EQ(read.metresPerUnit, 0.001);
+    EXPECT_TRUE(read.surfaces[0].hasEdges);
+    EXPECT_EQ(read.surfaces[0].edgePoints, parts.surfaces[0].edgePoints);
+    EXPECT_EQ(read.surfaces[0].edges[0].kind, SurfaceEdge::Kind::tangent);
+    EXPECT_EQ(read.surfaces[0].edges[1].first, 3U);
     EXPECT_TRUE(read.polylines[0].closed);
     EXPECT_EQ(read.lights[0].kind, Light::Kind::spot);
     EXPECT_EQ(read.warnings, parts.warnings);
@@ -151,6 +164,17 @@ TEST(PartsStream, WhatCanNotBeUsedIsRefused) {
         {"a normal that is not a number", [](ModelParts& p) { p.surfaces[0].normals[1].y = infinity; }},
         {"a material index out of range", [](ModelParts& p) { p.surfaces[0].parts[0].material = 1; }},
         {"a material index out of range", [](ModelParts& p) { p.polylines[0].material = 7; }},
+        {"a unit that can't be used", [](ModelParts& p) { p.metresPerUnit = nan; }},
+        {"a node above which there is none", [](ModelParts& p) { p.nodes[1].parent = 1; }},
+        {"a part of no node", [](ModelParts& p) { p.surfaces[0].parts[0].node = 2; }},
+        {"edge index 4 of 4", [](ModelParts& p) { p.surfaces[0].edgePoints[4] = 4; }},
+        {"an unknown kind of edge",
+         [](ModelParts& p) { p.surfaces[0].edges[0].kind = static_cast<SurfaceEdge::Kind>(3); }},
+        {"an edge of no part", [](ModelParts& p) { p.surfaces[0].edges[1].part = 2; }},
+        {"a material index out of range", [](ModelParts& p) { p.surfaces[0].edges[0].material = 1; }},
+        {"an edge without its points", [](ModelParts& p) { p.surfaces[0].edges[1].count = 3; }},
+        {"an edge without its points", [](ModelParts& p) { p.surfaces[0].edges[1].count = 1; }},
+        {"an edge without its points", [](ModelParts& p) { p.surfaces[0].edges[1].first = noIndex; }},
         {"a line with less than two points", [](ModelParts& p) { p.polylines[0].points.resize(1); }},
         {"a line through a place that can't be used", [](ModelParts& p) { p.polylines[0].points[2].x = nan; }},
         {"a point that can't be used", [](ModelParts& p) { p.points[0].y = infinity; }},

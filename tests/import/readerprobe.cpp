@@ -127,6 +127,8 @@ void sendHugeList() {
     sendRaw(ReaderMessage::parts);
     sendRaw(std::uint64_t{0}); // format
     sendRaw(std::uint8_t{0});
+    sendRaw(0.0);              // unit
+    sendRaw(std::uint64_t{0}); // nodes
     sendRaw(std::uint64_t{1}); // surfaces
     sendRaw(std::uint64_t{1} << 60);
     rest();
@@ -137,6 +139,8 @@ void sendWithoutEnd() {
     sendRaw(ReaderMessage::parts);
     sendRaw(std::uint64_t{0});
     sendRaw(std::uint8_t{0});
+    sendRaw(0.0);
+    sendRaw(std::uint64_t{0});
     sendRaw(~std::uint64_t{0}); // surfaces
     const std::array<char, 1 << 16> zeros{};
     while (goesOn) {
@@ -150,7 +154,20 @@ void fallSilent() {
     rest();
 }
 
-ModelParts obey(const std::string& path, const ReadLimits& /*limits*/, ReaderReport& report) {
+// Threads are allowed, and confined as the one that starts them.
+long openSocketInThread() {
+    long result = 0;
+    int why = 0;
+    std::thread([&result, &why] {
+        result = socket(AF_INET, SOCK_STREAM, 0);
+        why = errno;
+    }).join();
+    errno = why;
+    return result;
+}
+
+ModelParts obey(const ReaderRequest& request, ReaderReport& report) {
+    const std::string& path = request.path;
     std::ifstream file(path);
     std::string deed;
     std::string target;
@@ -169,6 +186,7 @@ ModelParts obey(const std::string& path, const ReadLimits& /*limits*/, ReaderRep
         {"socket", [&] { return socket(AF_INET, SOCK_STREAM, 0); }},
         {"local", [&] { return socket(AF_UNIX, SOCK_STREAM, 0); }},
         {"fork", [&] { return fork(); }},
+        {"thread", openSocketInThread},
         {"execute", [&] { return execl("/bin/true", "true", nullptr); }},
         {"signal", [&] { return kill(getppid(), 0); }},
         {"descriptors", foreignDescriptors},

@@ -155,7 +155,7 @@ private:
         if (scene->mMetaData != nullptr && scene->mMetaData->Get("UpAxis", axis)) {
             return axis == 2;
         }
-        return isTurned() || ending() == ".stl";
+        return isTurned() || ending() == ".stl" || ending() == ".3mf";
     }
 
     // --- materials ---

@@ -1,5 +1,6 @@
 // selvarin-reader: reads models and pictures for the importer, in a process of its own. Not for users.
 #include "import/reader/assimpreader.h"
+#include "import/reader/readermodule.h"
 #include "import/reader/readerprogram.h"
 #include "import/readerprotocol.h"
 
@@ -7,8 +8,22 @@
 
 namespace {
 
-kivimport::ReadModel findReader(const std::string& /*path*/) {
-    return kivimport::readByAssimp;
+using namespace kivimport;
+
+ModelParts readWithAssimp(const ReaderRequest& request, ReaderReport& report) {
+    return readByAssimp(request.path, request.limits, report);
+}
+
+ReadModel findReader(const std::string& path) {
+    return isCadFile(path) ? loadReaderModule(cadModuleName).read : readWithAssimp;
+}
+
+std::string describe() {
+    try {
+        return assimpVersion() + ", " + loadReaderModule(cadModuleName).library;
+    } catch (const ImportError&) {
+        return assimpVersion() + ", no Open CASCADE for CAD files";
+    }
 }
 
 } // namespace
@@ -18,5 +33,5 @@ int main(int argc, char** argv) {
         std::fputs("selvarin-reader: Selvarin starts this program to read models; it does nothing by itself\n", stderr);
         return kivimport::readerWrongUse;
     }
-    return kivimport::runReaderProgram(argc, argv, findReader, kivimport::assimpVersion);
+    return kivimport::runReaderProgram(argc, argv, findReader, describe);
 }

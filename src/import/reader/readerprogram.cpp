@@ -139,7 +139,7 @@ void answer(const ReaderRequest& request, Channel& importer, FindReader findRead
         readTextures(request, importer, report);
         return;
     }
-    ModelParts parts = read(request.path, request.limits, report);
+    ModelParts parts = read(request, report);
     importer.message(ReaderMessage::parts);
     writeParts(importer, parts);
     importer.flush();

@@ -8,13 +8,14 @@
 
 #include "import/modelparts.h"
 #include "import/reader/readerreport.h"
+#include "import/readerprotocol.h"
 
 #include <string>
 
 namespace kivimport {
 
-// Reads the file at a path in UTF-8. Throws ImportError.
-using ReadModel = ModelParts (*)(const std::string& path, const ReadLimits& limits, ReaderReport& report);
+// Reads the file at the request's path, in UTF-8. Throws ImportError.
+using ReadModel = ModelParts (*)(const ReaderRequest& request, ReaderReport& report);
 // The reader of a kind of files, by the path that ends in it. Throws ImportError if there is none.
 using FindReader = ReadModel (*)(const std::string& path);
 // The libraries that read, with their versions.

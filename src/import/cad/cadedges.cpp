@@ -1,0 +1,88 @@
+#include "import/cad/cadedges.h"
+
+#include <cmath>
+
+#include <BRep_Tool.hxx>
+#include <Geom2d_Curve.hxx>
+#include <TopExp_Explorer.hxx>
+#include <TopoDS.hxx>
+
+namespace kivimport {
+namespace {
+
+const TopoDS_Face& faceOf(const TopTools_IndexedMapOfShape& faces, std::uint32_t number) {
+    return TopoDS::Face(faces(static_cast<int>(number) + 1));
+}
+
+} // namespace
+
+CadEdges::CadEdges(const TopTools_IndexedMapOfShape& shapeFaces) : faces(shapeFaces) {
+    normals.reserve(static_cast<std::size_t>(faces.Extent()));
+    for (std::uint32_t f = 0; f < static_cast<std::uint32_t>(faces.Extent()); ++f) {
+        const TopoDS_Face& face = faceOf(faces, f);
+        normals.emplace_back(face);
+        for (TopExp_Explorer at(face, TopAbs_EDGE); at.More(); at.Next()) {
+            const TopoDS_Edge& edge = TopoDS::Edge(at.Current());
+            const auto number = static_cast<std::size_t>(edges.Add(edge)) - 1;
+            sidesOf.resize(static_cast<std::size_t>(edges.Extent()));
+            sidesOf[number].push_back({f, edge});
+        }
+    }
+}
+
+std::uint32_t CadEdges::count() const {
+    return static_cast<std::uint32_t>(edges.Extent());
+}
+
+std::uint32_t CadEdges::numberOf(const TopoDS_Edge& edge) const {
+    const int index = edges.FindIndex(edge);
+    return index > 0 ? static_cast<std::uint32_t>(index - 1) : noIndex;
+}
+
+const TopoDS_Edge& CadEdges::edge(std::uint32_t number) const {
+    return TopoDS::Edge(edges(static_cast<int>(number) + 1));
+}
+
+const std::vector<CadEdges::Side>& CadEdges::sides(std::uint32_t number) const {
+    return sidesOf[number];
+}
+
+bool CadEdges::isFree(std::uint32_t number) const {
+    return sidesOf[number].size() == 1 && !BRep_Tool::Degenerated(edge(number));
+}
+
+SurfaceEdge::Kind CadEdges::kindOf(std::uint32_t number) const {
+    const std::vector<Side>& sides = sidesOf[number];
+    if (sides.size() != 2 || bends(sides[0], sides[1])) {
+        return SurfaceEdge::Kind::sharp;
+    }
+    return sides[0].face == sides[1].face ? SurfaceEdge::Kind::seam : SurfaceEdge::Kind::tangent;
+}
+
+// Compares the exact normals of both sides at places along the edge. Not at its ends, where surfaces may have tips and
+// where an edge between two blends is hard to tell.
+bool CadEdges::bends(const Side& one, const Side& other) const {
+    constexpr int places = 7;
+    const double smooth = std::cos(tangentDegrees * std::acos(-1.0) / 180.0);
+    double first[2] = {};
+    double last[2] = {};
+    const Handle(Geom2d_Curve)
+        curves[2] = {BRep_Tool::CurveOnSurface(one.edge, faceOf(faces, one.face), first[0], last[0]),
+                     BRep_Tool::CurveOnSurface(other.edge, faceOf(faces, other.face), first[1], last[1])};
+    if (curves[0].IsNull() || curves[1].IsNull()) {
+        return true;
+    }
+    // Faces that are turned alike run along their edge in opposite directions; in an open shell one may be inside out.
+    const double sense = one.edge.Orientation() == other.edge.Orientation() ? -1.0 : 1.0;
+    for (int i = 0; i < places; ++i) {
+        const double part = (i + 0.5) / places;
+        const Vec3 a = normals[one.face].at(curves[0]->Value(first[0] + (last[0] - first[0]) * part));
+        const Vec3 b = normals[other.face].at(curves[1]->Value(first[1] + (last[1] - first[1]) * part));
+        if (a != Vec3{} && b != Vec3{} && sense * dot(a, b) < smooth) {
+            return true;
+        }
+    }
+    return false;
+}
+
+} // namespace kivimport

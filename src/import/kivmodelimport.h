@@ -94,6 +94,7 @@ struct KivModel {
     std::vector<KivModelCamera> cameras;
     std::vector<KivLight> lights; // in the coordinates of the scene
     std::vector<KivModelMaterial> materials;
+    std::vector<std::wstring> animations; // their names; they are not played
     std::vector<KivModelFileInfo> files;
     // What the user should know though the model can be used: each one line with the file's name.
     std::vector<std::wstring> warnings;

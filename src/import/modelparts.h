@@ -167,7 +167,8 @@ struct ModelParts {
     std::vector<Material> materials;
     std::vector<Camera> cameras;
     std::vector<Light> lights;
-    std::vector<std::string> warnings; // lines for the user, which lack the file's name
+    std::vector<std::string> animations; // their names
+    std::vector<std::string> warnings;   // lines for the user, which lack the file's name
 
     std::uint64_t numTriangles() const {
         std::uint64_t count = 0;

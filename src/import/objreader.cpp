@@ -186,9 +186,21 @@ private:
         const std::string key = objectName + '\n' + std::to_string(currentMaterial);
         const auto [at, isNew] = partNumbers.try_emplace(key, static_cast<std::uint32_t>(surface.parts.size()));
         if (isNew) {
-            surface.parts.push_back({objectName, currentMaterial});
+            surface.parts.push_back({objectName, currentMaterial, nodeOfObject()});
         }
         currentPart = at->second;
+    }
+
+    std::uint32_t nodeOfObject() {
+        if (objectName.empty()) {
+            return noIndex;
+        }
+        const auto [at, isNew] =
+            nodeNumbers.try_emplace(objectName, static_cast<std::uint32_t>(file.parts.nodes.size()));
+        if (isNew) {
+            file.parts.nodes.push_back({objectName, noIndex});
+        }
+        return at->second;
     }
 
     void checkIndices() const {
@@ -248,6 +260,7 @@ private:
     std::uint32_t currentPart = 0;
     std::unordered_map<std::string, std::uint32_t> partNumbers;
     std::unordered_map<std::string, std::uint32_t> materialNumbers;
+    std::unordered_map<std::string, std::uint32_t> nodeNumbers;
 
     std::vector<Corner> face;
     std::vector<Vec3> polygon;

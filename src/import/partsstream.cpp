@@ -42,7 +42,7 @@ template <class Archive> void fields(Archive& archive, Light& l) {
 }
 template <class Archive> void fields(Archive& archive, ModelParts& p) {
     archive(p.format, p.zUp, p.metresPerUnit, p.nodes, p.surfaces, p.polylines, p.points, p.materials, p.cameras,
-            p.lights, p.warnings);
+            p.lights, p.animations, p.warnings);
 }
 template <class Archive> void fields(Archive& archive, ReaderRequest& r) {
     archive(r.kind, r.path, r.textures, r.readable, r.limits.maxElements, r.fineness.deflection,

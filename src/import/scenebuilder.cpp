@@ -127,6 +127,9 @@ public:
             }
         }
         addCamerasAndLights(parts);
+        for (const std::string& name : parts.animations) {
+            model.animations.push_back(shownName(name));
+        }
     }
 
 private:

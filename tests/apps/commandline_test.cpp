@@ -382,3 +382,21 @@ TEST(Language, IsTheFirstPartOfALocalesName) {
         EXPECT_EQ(languageOfLocale(none), "en") << none;
     }
 }
+
+TEST(CommandLine, ObjectsByName) {
+    const KivObjectChoice objects = render({"a.obj", "-o", "a.png", "--only", "a", "--only", "b", "--hide", "c*",
+                                            "--ghost=d/e", "--colour", "x=y=#ff8000"})
+                                        .objects;
+    EXPECT_EQ(objects.only, (std::vector<std::wstring>{L"a", L"b"}));
+    EXPECT_EQ(objects.hide, std::vector<std::wstring>{L"c*"});
+    EXPECT_EQ(objects.ghost, std::vector<std::wstring>{L"d/e"});
+    ASSERT_EQ(objects.colours.size(), 1U);
+    EXPECT_EQ(objects.colours[0].first, L"x=y");
+    EXPECT_EQ(objects.colours[0].second, 0x0080FFU);
+    EXPECT_EQ(complaint({"render", "a.obj", "-o", "a.png", "--colour", "bolt"}),
+              "--colour: \"bolt\" is no colour of an object: PATTERN=#RRGGBB is expected, such as bolt*=#c0c0c0");
+    EXPECT_EQ(complaint({"render", "a.obj", "-o", "a.png", "--only", ""}), "--only: \"\" is no name of an object");
+    EXPECT_EQ(render({"a.step", "-o", "a.png", "--deflection", "0.1"}).deflection, 0.1);
+    EXPECT_EQ(complaint({"render", "a.step", "-o", "a.png", "--deflection", "0"}),
+              "--deflection: \"0\" is no length: a number above 0 is expected");
+}

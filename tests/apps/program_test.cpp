@@ -169,12 +169,50 @@ TEST(Program, InfoTellsWhatAModelHolds) {
     EXPECT_EQ(info.status, 0);
     EXPECT_THAT(info.out, HasSubstr("format:     Wavefront OBJ\nmeshes:     1\ntriangles:  12\nvertices:   24\n"));
     EXPECT_THAT(info.out, HasSubstr("x:          -1 to 1\n"));
-    EXPECT_THAT(info.out, HasSubstr("up:         y\nmaterials:  1\n  blue  #0000ff\n"));
+    EXPECT_THAT(info.out, HasSubstr("units:      unknown\nup:         y\nmaterials:  1\n  blue  #0000ff\n"));
     EXPECT_THAT(run(folder, {"info", folder.path("box.obj"), "--up-axis", "z"}).out, HasSubstr("up:         z\n"));
+    EXPECT_THAT(info.out, HasSubstr("animations: 0\nobjects:\n  blue  12 triangles\n"));
     EXPECT_EQ(run(folder, {"info"}).status, 2);
     const Outcome gone = run(folder, {"info", "gone.obj"});
     EXPECT_EQ(gone.status, 1);
     EXPECT_EQ(gone.err, "selvarin: can't use \"gone.obj\": there is no such file\n");
+}
+
+TEST(Program, InfoIsAlsoForPrograms) {
+    const ProgramFolder folder;
+    const std::string path =
+        folder.write("t\"wo.obj", "v 0 0 0\nv 1 0 0\nv 0 1 0\nv 0 0 1\no a\\b\nf 1 2 3\no c\nf 1 3 4\n");
+    const Outcome info = run(folder, {"info", path, "--json"});
+    EXPECT_EQ(info.status, 0);
+    EXPECT_THAT(info.out, testing::StartsWith("{\n  \"file\": \""));
+    EXPECT_THAT(info.out, HasSubstr("t\\\"wo.obj\",\n  \"format\": \"Wavefront OBJ\",\n  \"meshes\": 2,\n  "
+                                    "\"triangles\": 2,\n"));
+    EXPECT_THAT(info.out, HasSubstr("\"min\": [0, 0, 0],\n  \"max\": [1, 1, 1],\n  \"metresPerUnit\": null,\n"));
+    EXPECT_THAT(info.out, HasSubstr("\"objects\": [{\"name\": \"a\\\\b\", \"triangles\": 1, \"objects\": []}, "
+                                    "{\"name\": \"c\", \"triangles\": 1, \"objects\": []}]\n}\n"));
+}
+
+// What is left is framed: the picture changes with it.
+TEST(Program, ObjectsAreChosenByName) {
+    const ProgramFolder folder;
+    const std::string path =
+        folder.write("two.obj", "v 0 0 0\nv 1 0 0\nv 0 1 0\nv 0 0 1\no left\nf 1 2 3\no right\nf 1 3 4\n");
+    const auto picture = [&](const std::string& name, std::vector<std::string> words) {
+        words.insert(words.begin(), {"render", path, "-o", folder.path(name), "-s", "64x48", "-a", "0", "-q"});
+        const Outcome outcome = run(folder, words);
+        EXPECT_EQ(outcome.status, 0) << outcome.err;
+        return folder.read(name);
+    };
+    const std::string all = picture("all.png", {});
+    const std::string only = picture("only.png", {"--only", "lef*"});
+    EXPECT_NE(only, all);
+    EXPECT_EQ(picture("hide.png", {"--hide", "right"}), only);
+    EXPECT_NE(picture("ghost.png", {"--ghost", "left"}), all);
+    EXPECT_NE(picture("colour.png", {"--colour", "left=#00ff00"}), all);
+    const Outcome none = run(folder, {"render", path, "-o", folder.path("no.png"), "--only", "middle", "-q"});
+    EXPECT_EQ(none.status, 1);
+    EXPECT_THAT(none.err, HasSubstr("no object is called \"middle\"; \"selvarin info MODEL\" lists the objects\n"));
+    EXPECT_THAT(none.err, HasSubstr("--only and --hide leave nothing to draw\n"));
 }
 
 TEST(Program, ErrorsAreOneLineAndTheStatusTellsTheirKind) {

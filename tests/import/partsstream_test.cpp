@@ -79,6 +79,7 @@ ModelParts everything() {
     light.attenuation = {1, 2, 3};
     light.spotAngle = 0.3;
     light.colour = {1.0, 0.5, 0.25};
+    parts.animations = {"walk"};
     parts.warnings = {"careful"};
     return parts;
 }
@@ -114,6 +115,7 @@ TEST(PartsStream, EverythingComesOver) {
     EXPECT_EQ(read.surfaces[0].edges[1].first, 3U);
     EXPECT_TRUE(read.polylines[0].closed);
     EXPECT_EQ(read.lights[0].kind, Light::Kind::spot);
+    EXPECT_EQ(read.animations, parts.animations);
     EXPECT_EQ(read.warnings, parts.warnings);
 }
 

@@ -5,6 +5,7 @@
 #include "apps/cli/optiontable.h"
 #include "apps/common/lookoptions.h"
 #include "apps/common/usageerror.h"
+#include "import/kivmodelobjects.h"
 
 #include <cstdint>
 #include <map>
@@ -68,6 +69,8 @@ struct RenderOptions : LookOptions {
     bool shadows = false;
     bool transparency = false;
     char upAxis = 0; // 'y', 'z', or 0 for the format's
+    KivObjectChoice objects;
+    double deflection = 0.0; // 0: by the picture
     std::optional<Triple> eye;
     std::optional<Triple> target;
     std::optional<Triple> up;

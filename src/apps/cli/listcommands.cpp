@@ -9,7 +9,6 @@
 #include "kivrender/platform/kivglwarmup.h"
 #include "kivrender/platform/kivmodule.h"
 #include "kivrender/platform/kivtext.h"
-#include "kivrender/scene/kivpolyline.h"
 #include "kivrender/settings/kivsettingstable.h"
 #include "kivrender/shader/kivshader.h"
 #include "kivrender/shader/kivshaderguard.h"
@@ -55,38 +54,6 @@ void printShader(const KivShader& shader) {
     }
 }
 
-std::string colourText(std::uint32_t colour) {
-    char text[8];
-    std::snprintf(text, sizeof text, "#%02x%02x%02x", colour & 0xFF, colour >> 8 & 0xFF, colour >> 16 & 0xFF);
-    return text;
-}
-
-void printMaterials(const KivModel& model) {
-    std::printf("materials:  %zu\n", model.materials.size());
-    for (const KivModelMaterial& listed : model.materials) {
-        std::printf("  %s  %s", listed.name.empty() ? "(no name)" : kivToUtf8(listed.name).c_str(),
-                    colourText(listed.material.getDiffuse()).c_str());
-        if (listed.material.getTransparency() < 1.0) {
-            std::printf("  %.0f %% opaque", listed.material.getTransparency() * 100.0);
-        }
-        if (!listed.texture.empty()) {
-            std::printf("  texture %s", kivToUtf8(listed.texture).c_str());
-        }
-        std::printf("\n");
-    }
-}
-
-const char* kindOf(const KivLight& light) {
-    switch (light.getStyle()) {
-    case KivLight::directionalLight:
-        return "directional";
-    case KivLight::spotLight:
-        return "spot";
-    default:
-        return "point";
-    }
-}
-
 } // namespace
 
 int runShaders(const Words& words) {
@@ -118,50 +85,6 @@ int runFormats() {
     std::printf("\nVector drawings that can be written\n");
     for (const PictureFormat& format : drawingFormats()) {
         std::printf("  %-5s %s\n", format.ending, format.name);
-    }
-    return statusDone;
-}
-
-int runInfo(const Words& words) {
-    if (words.arguments.size() != 1) {
-        throw UsageError("info wants one MODEL");
-    }
-    KivModelOptions options;
-    if (const char axis = parseUpAxis(words); axis != 0) {
-        options.upAxis = axis == 'z' ? KivModelOptions::Axis::z : KivModelOptions::Axis::y;
-    }
-    KivModel model;
-    std::wstring message;
-    if (!kivImportModels({kivFromUtf8(words.arguments.front())}, options, model, message)) {
-        throw std::runtime_error(kivToUtf8(message));
-    }
-    for (const std::wstring& warning : model.warnings) {
-        printWarning(kivToUtf8(warning));
-    }
-    const KivModelFileInfo& file = model.files.front();
-    std::printf("file:       %s\n", kivToUtf8(file.path).c_str());
-    std::printf("format:     %s\n", kivToUtf8(file.format).c_str());
-    std::printf("meshes:     %u\n", model.scene->numMeshes());
-    std::printf("triangles:  %llu", static_cast<unsigned long long>(file.triangles));
-    if (file.degenerate > 0) {
-        std::printf("  (%llu without an area left out)", static_cast<unsigned long long>(file.degenerate));
-    }
-    std::printf("\nvertices:   %llu\n", static_cast<unsigned long long>(file.vertices));
-    std::printf("lines:      %u\n", model.scene->numLines() + model.scene->numPolyline());
-    std::printf("points:     %u\n", model.scene->numPoints());
-    KivBox bounds = model.bounds;
-    std::printf("x:          %g to %g\n", bounds.getXMin(), bounds.getXMax());
-    std::printf("y:          %g to %g\n", bounds.getYMin(), bounds.getYMax());
-    std::printf("z:          %g to %g\n", bounds.getZMin(), bounds.getZMax());
-    std::printf("up:         %s\n", file.zUp ? "z" : "y");
-    printMaterials(model);
-    std::printf("cameras:    %zu\n", model.cameras.size());
-    for (const KivModelCamera& camera : model.cameras) {
-        std::printf("  %s\n", camera.name.empty() ? "(no name)" : kivToUtf8(camera.name).c_str());
-    }
-    std::printf("lights:     %zu\n", model.lights.size());
-    for (const KivLight& light : model.lights) {
-        std::printf("  %s %s\n", kindOf(light), colourText(light.getDiffuse()).c_str());
     }
     return statusDone;
 }

@@ -7,7 +7,6 @@
 int runShaders(const Words& words);
 int runFormats();
 // Throws std::runtime_error if the model can't be used.
-int runInfo(const Words& words);
 // What a report of a problem should name.
 int runVersion();
 

@@ -2,6 +2,7 @@
 #include "apps/cli/commandline.h"
 #include "apps/cli/errorline.h"
 #include "apps/cli/exitstatus.h"
+#include "apps/cli/infocommand.h"
 #include "apps/cli/leftovers.h"
 #include "apps/cli/listcommands.h"
 #include "apps/cli/manual.h"

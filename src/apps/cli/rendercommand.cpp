@@ -243,12 +243,16 @@ private:
             parts.push_back(makeDemoModel());
             model.files.emplace_back().path = L"demo";
             kivimport::assembleModel(parts, KivModelOptions().creaseAngle, model);
+            chooseObjects(model);
             return model;
         }
         KivModelOptions modelOptions;
         if (options.upAxis != 0) {
             modelOptions.upAxis = options.upAxis == 'z' ? KivModelOptions::Axis::z : KivModelOptions::Axis::y;
         }
+        modelOptions.deflection = options.deflection;
+        modelOptions.picturePixels = std::max(options.width, options.height);
+        modelOptions.unitsPerPixel = unitsPerPixel();
         std::wstring message;
         modelOptions.progress = [this](double done) { return bar.showDone(done); };
         const bool isRead = kivImportModels(job.models, modelOptions, model, message);
@@ -259,7 +263,38 @@ private:
         for (const std::wstring& warning : model.warnings) {
             printWarning(kivToUtf8(warning));
         }
+        if (isRead) {
+            chooseObjects(model);
+        }
         return model;
+    }
+
+    // How much of the model a pixel shows, where the options tell; 0 where the model is framed.
+    double unitsPerPixel() const {
+        if (options.ortho) {
+            return *options.ortho / options.height;
+        }
+        if (!options.eye || !options.target) {
+            return 0.0;
+        }
+        const double distance = std::hypot(options.target->x - options.eye->x, options.target->y - options.eye->y,
+                                           options.target->z - options.eye->z);
+        const double fov = options.fov.value_or(defaultVerticalFov);
+        return 2.0 * distance * std::tan(fov * pi / 360.0) / options.height;
+    }
+
+    void chooseObjects(KivModel& model) const {
+        if (options.objects.isEmpty()) {
+            return;
+        }
+        const unsigned int before = model.scene->numMeshes();
+        for (const std::wstring& pattern : kivChooseObjects(model, options.objects)) {
+            printWarning("no object is called \"" + kivToUtf8(pattern) +
+                         "\"; \"selvarin info MODEL\" lists the objects");
+        }
+        if (before > 0 && model.scene->numMeshes() == 0) {
+            throw std::runtime_error("--only and --hide leave nothing to draw");
+        }
     }
 
     static std::uint64_t countTriangles(const KivModel& model) {
@@ -343,7 +378,7 @@ private:
         settings.setAntialias(options.antialias);
         settings.setBackgroundColor(background);
         settings.setAmbientLight(options.ambient);
-        settings.setTransparencies(options.transparency);
+        settings.setTransparencies(options.transparency || !options.objects.ghost.empty());
         settings.setPolygonOffset(options.offset);
         if (output.isDrawing()) {
             settings.setVectorial(true);

@@ -1,6 +1,7 @@
 // The values of the options that make pictures.
 #include "apps/cli/commandline.h"
 #include "apps/cli/outputfile.h"
+#include "kivrender/platform/kivtext.h"
 
 #include <algorithm>
 #include <charconv>
@@ -197,6 +198,32 @@ void readLook(const Words& words, LookOptions& options) {
     }
 }
 
+std::vector<std::wstring> readPatterns(const Words& words, std::string_view option) {
+    std::vector<std::wstring> patterns;
+    for (const std::string& text : words.all(option)) {
+        if (text.empty()) {
+            refuse(option, text, "name of an object");
+        }
+        patterns.push_back(kivFromUtf8(text));
+    }
+    return patterns;
+}
+
+void readObjects(const Words& words, KivObjectChoice& objects) {
+    objects.only = readPatterns(words, "only");
+    objects.hide = readPatterns(words, "hide");
+    objects.ghost = readPatterns(words, "ghost");
+    for (const std::string& text : words.all("colour")) {
+        // A name may hold an equals sign, a colour may not.
+        const std::size_t equals = text.rfind('=');
+        std::uint32_t colour = 0;
+        if (equals == std::string::npos || equals == 0 || !readColour(text.substr(equals + 1), colour)) {
+            refuse("colour", text, "colour of an object: PATTERN=#RRGGBB is expected, such as bolt*=#c0c0c0");
+        }
+        objects.colours.emplace_back(kivFromUtf8(text.substr(0, equals)), colour);
+    }
+}
+
 void readView(const Words& words, RenderOptions& options) {
     options.eye = tripleOption(words, "eye");
     options.target = tripleOption(words, "target");
@@ -317,6 +344,9 @@ RenderOptions parseRenderOptions(const Words& words) {
     }
     checkDrawings(options);
     options.upAxis = parseUpAxis(words);
+    readObjects(words, options.objects);
+    options.deflection =
+        numberOption(words, "deflection", 1e-9, 1e9, "length: a number above 0 is expected").value_or(0.0);
     readLook(words, options);
     readView(words, options);
     for (const std::string& text : words.all("light")) {

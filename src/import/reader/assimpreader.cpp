@@ -113,6 +113,9 @@ public:
         walkNodes();
         addCameras();
         addLights();
+        for (unsigned int i = 0; i < scene->mNumAnimations; ++i) {
+            parts.animations.push_back(fromAi(scene->mAnimations[i]->mName));
+        }
         return std::move(parts);
     }
 
@@ -246,14 +249,16 @@ private:
         struct Visit {
             const aiNode* node;
             Transform transform;
+            std::uint32_t parent; // in the tree of names
         };
         // Without recursion: the depth is the file's to choose.
         const Transform base = isTurned() ? turnBack() : Transform{};
-        std::vector<Visit> open{{scene->mRootNode, combine(base, scene->mRootNode->mTransformation)}};
+        std::vector<Visit> open{{scene->mRootNode, combine(base, scene->mRootNode->mTransformation), noIndex}};
         while (!open.empty()) {
             const Visit visit = open.back();
             open.pop_back();
             worldFromNode.try_emplace(fromAi(visit.node->mName), visit.transform);
+            const std::uint32_t node = nodeOf(*visit.node, visit.parent);
             for (unsigned int i = 0; i < visit.node->mNumMeshes; ++i) {
                 const unsigned int number = visit.node->mMeshes[i];
                 if (number >= scene->mNumMeshes) {
@@ -261,18 +266,30 @@ private:
                                       std::to_string(number) + " is out of range, the file has " +
                                       std::to_string(scene->mNumMeshes) + " meshes");
                 }
-                addMesh(*scene->mMeshes[number], fromAi(visit.node->mName), visit.transform);
+                addMesh(*scene->mMeshes[number], node, fromAi(visit.node->mName), visit.transform);
             }
             // Last child first, so that the first is visited first.
             for (unsigned int i = visit.node->mNumChildren; i-- > 0;) {
                 const aiNode* child = visit.node->mChildren[i];
-                open.push_back({child, combine(visit.transform, child->mTransformation)});
+                open.push_back({child, combine(visit.transform, child->mTransformation), node});
             }
         }
         // A file may define meshes that no node shows. It then has nothing to draw, which the caller tells.
     }
 
-    void addMesh(const aiMesh& mesh, const std::string& nodeName, const Transform& transform) {
+    // Programs and Assimp give a name to what holds all other nodes; nobody calls it by that, nor a node of no name.
+    std::uint32_t nodeOf(const aiNode& node, std::uint32_t parent) {
+        const std::string name = fromAi(node.mName);
+        const bool isMadeUpRoot =
+            node.mParent == nullptr && (name.starts_with('<') || name == "ROOT" || name == "RootNode" || name == "3MF");
+        if (name.empty() || isMadeUpRoot) {
+            return parent;
+        }
+        parts.nodes.push_back({name, parent});
+        return static_cast<std::uint32_t>(parts.nodes.size() - 1);
+    }
+
+    void addMesh(const aiMesh& mesh, std::uint32_t node, const std::string& nodeName, const Transform& transform) {
         Surface surface;
         surface.positions.reserve(mesh.mNumVertices);
         for (unsigned int i = 0; i < mesh.mNumVertices; ++i) {
@@ -307,7 +324,7 @@ private:
                 surface.cornerNormals = surface.corners;
             }
             const std::string name = fromAi(mesh.mName);
-            surface.parts.push_back({name.empty() ? nodeName : name, material});
+            surface.parts.push_back({name.empty() ? nodeName : name, material, node});
             parts.surfaces.push_back(std::move(surface));
         }
     }

@@ -113,6 +113,25 @@ TEST_F(DrawingCollector, ARenderFillsTheDrawingAndWritesNoFile) {
     EXPECT_THAT(host.messages, IsEmpty());
 }
 
+TEST_F(DrawingCollector, AreasThatDoNotShareTheirBordersWantRims) {
+    KivDrawingCollector collector(drawing);
+    for (const auto& [areas, rim] :
+         {std::pair(KivDrawingCollector::Areas::triangles, 0.5), std::pair(KivDrawingCollector::Areas::faces, 0.5),
+          std::pair(KivDrawingCollector::Areas::regions, 0.0)}) {
+        collector.setAreas(areas);
+        ASSERT_TRUE(renderSquare());
+        EXPECT_EQ(drawing.areaRim, rim);
+    }
+}
+
+TEST_F(DrawingCollector, WhatTheHostWantsOutlivesRenders) {
+    drawing.wantsHidden = true;
+    KivDrawingCollector collector(drawing);
+    ASSERT_TRUE(renderSquare());
+    EXPECT_TRUE(drawing.wantsHidden);
+    EXPECT_FALSE(drawing.areas.empty());
+}
+
 TEST_F(DrawingCollector, NoEndingOfAFileNameIsAskedFor) {
     settings.setSaveVectorFile(home.wide("drawing.txt").c_str());
     KivDrawingCollector collector(drawing);

@@ -51,7 +51,7 @@ KivVectorDrawing& KivDrawingCollector::begin(const KivScene* scene) {
     if (open) {
         drop();
     }
-    drawing = {};
+    empty();
     drawing.title = title;
     if (scene != nullptr) {
         nameObjects(*scene);
@@ -72,6 +72,13 @@ void KivDrawingCollector::end() {
 
 void KivDrawingCollector::drop() {
     end();
-    drawing = {};
+    empty();
     filled = false;
+}
+
+// What the host has asked for stays.
+void KivDrawingCollector::empty() {
+    const bool wantsHidden = drawing.wantsHidden;
+    drawing = {};
+    drawing.wantsHidden = wantsHidden;
 }

@@ -69,6 +69,7 @@ public:
 
 private:
     void nameObjects(const KivScene& scene);
+    void empty();
 
     KivVectorDrawing& drawing;
     KivDrawingCollector* former;

@@ -20,6 +20,8 @@
 namespace {
 
 constexpr unsigned int textVectorOverflow = 129;
+// Of areas whose borders are not the same curves: half of it lies outside the area.
+constexpr double rimWidth = 0.5;
 
 // In parallel views alone a pixel has a length.
 double unitsPerPixel(const KivCamera& camera, tagSIZE size) {
@@ -113,6 +115,7 @@ void KivRenderer::closeCollectedPage(KivProgress* progress) {
         return;
     }
     const RecordedPage page(recorded);
+    drawing->areaRim = collector.areas() == KivDrawingCollector::Areas::regions ? 0.0 : rimWidth;
     if (addAreas(page, collector.areas(), *drawing, progress) && page.addStrokes(*drawing) && !kivIsCancelled()) {
         collector.end();
     } else {

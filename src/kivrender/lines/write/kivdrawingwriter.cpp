@@ -1,11 +1,16 @@
 #include "kivrender/lines/write/kivdrawingwriter.h"
 
 #include "kivrender/lines/write/drawingsink.h"
+#include "kivrender/lines/write/dxfwriter.h"
+#include "kivrender/lines/write/hpglwriter.h"
+#include "kivrender/lines/write/pdfwriter.h"
+#include "kivrender/lines/write/postscriptwriter.h"
 #include "kivrender/lines/write/sheetlayout.h"
 #include "kivrender/lines/write/svgwriter.h"
 #include "kivrender/platform/kivnewfile.h"
 #include "kivrender/platform/kivsystemerror.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <utility>
@@ -14,8 +19,15 @@ namespace {
 
 constexpr double millimetresPerInch = 25.4;
 
-constexpr std::array<std::pair<std::string_view, KivDrawingFormat>, 1> endings{{
+constexpr std::array<std::pair<std::string_view, KivDrawingFormat>, 8> endings{{
     {"svg", KivDrawingFormat::svg},
+    {"pdf", KivDrawingFormat::pdf},
+    {"ai", KivDrawingFormat::ai},
+    {"eps", KivDrawingFormat::eps},
+    {"ps", KivDrawingFormat::ps},
+    {"dxf", KivDrawingFormat::dxf},
+    {"hpgl", KivDrawingFormat::hpgl},
+    {"plt", KivDrawingFormat::hpgl},
 }};
 
 bool isPage(KivDrawingFormat format) {
@@ -28,19 +40,41 @@ double pixelOf(KivDrawingFormat format) {
     return millimetresPerInch / (isPage(format) ? 72.0 : 96.0);
 }
 
+// DXF is drawn as large as the model itself where nothing else is asked for, as programs measure in it.
+KivSheet sheetFor(KivDrawingFormat format, const KivVectorDrawing& drawing, const KivSheet& sheet) {
+    constexpr double longest = 1e7;
+    const double length = std::max(drawing.width, drawing.height) * drawing.unitsPerPixel * sheet.modelUnit;
+    KivSheet made = sheet;
+    if (format == KivDrawingFormat::dxf && sheet.page == KivSheet::Page::picture && sheet.scale == 0.0 &&
+        length > 0.0 && length < longest) {
+        made.scale = 1.0;
+    }
+    return made;
+}
+
 bool writeFormat(const KivVectorDrawing& drawing, const SheetLayout& layout, KivDrawingFormat format,
                  DrawingSink& sink) {
     switch (format) {
     case KivDrawingFormat::svg:
         return kivWriteSvg(drawing, layout, sink);
-    default:
-        return false;
+    case KivDrawingFormat::pdf:
+    case KivDrawingFormat::ai:
+        return kivWritePdf(drawing, layout, sink);
+    case KivDrawingFormat::eps:
+    case KivDrawingFormat::ps:
+        return kivWritePostScript(drawing, layout, format == KivDrawingFormat::eps, sink);
+    case KivDrawingFormat::dxf:
+        return kivWriteDxf(drawing, layout, sink);
+    case KivDrawingFormat::hpgl:
+        return kivWriteHpgl(drawing, layout, sink);
     }
+    return false;
 }
 
 KivDrawingWritten writeTo(const KivVectorDrawing& drawing, const KivSheet& sheet, KivDrawingFormat format,
                           DrawingSink::Put put, const std::function<bool()>& isCancelled) {
-    const SheetLayout layout(drawing, sheet, pixelOf(format));
+    const KivSheet chosen = sheetFor(format, drawing, sheet);
+    const SheetLayout layout(drawing, chosen, pixelOf(format));
     if (layout.page().problem != KivSheetProblem::none) {
         return KivDrawingWritten::sheetProblem;
     }
@@ -64,7 +98,8 @@ bool kivDrawingFormatOf(std::string_view ending, KivDrawingFormat* format) {
 }
 
 KivSheetPlace kivPlaceOnSheet(const KivVectorDrawing& drawing, const KivSheet& sheet, KivDrawingFormat format) {
-    return SheetLayout(drawing, sheet, pixelOf(format)).page();
+    const KivSheet chosen = sheetFor(format, drawing, sheet);
+    return SheetLayout(drawing, chosen, pixelOf(format)).page();
 }
 
 KivDrawingWritten kivWriteDrawing(const KivVectorDrawing& drawing, const KivSheet& sheet, KivDrawingFormat format,

@@ -11,7 +11,7 @@ namespace {
 constexpr double scaledPixelWidth = 0.2;
 // Coordinates in pixels beyond this are no places of a picture, and would fill a file with digits.
 constexpr double farthest = 1e7;
-constexpr double largestPage = 1e6;
+constexpr double largestPage = 1e7; // ten kilometres
 
 bool isPlace(const KivPicturePoint& p) {
     return std::fabs(p.x) < farthest && std::fabs(p.y) < farthest; // false for NaN

@@ -1,0 +1,154 @@
+#include "kivrender/lines/write/hpglwriter.h"
+
+#include "kivrender/lines/write/pathpolyline.h"
+#include "kivrender/lines/write/travelorder.h"
+
+#include <algorithm>
+#include <cmath>
+#include <vector>
+
+namespace {
+
+constexpr double unitsPerMillimetre = 40.0;
+constexpr double tolerance = 0.0125; // half a unit
+constexpr int hiddenPen = kivStrokeKinds + 1;
+constexpr int pens = hiddenPen;
+constexpr int areaPen = kivStrokeKinds;
+// Small buffers of old plotters take so many corners of an instruction.
+constexpr std::size_t cornersPerInstruction = 64;
+
+using Line = std::vector<KivPicturePoint>;
+
+// The dashes of a line, in millimetres from its beginning on.
+void addDashes(const Line& line, double dash, double gap, std::vector<Line>& dashes) {
+    bool isDrawn = true;
+    double left = dash;
+    Line current = {line.front()};
+    for (std::size_t i = 1; i < line.size(); ++i) {
+        KivPicturePoint from = line[i - 1];
+        double length = std::hypot(line[i].x - from.x, line[i].y - from.y);
+        while (length > left) {
+            const double t = left / length;
+            from = {from.x + (line[i].x - from.x) * t, from.y + (line[i].y - from.y) * t};
+            length -= left;
+            if (isDrawn) {
+                current.push_back(from);
+                dashes.push_back(current);
+            }
+            isDrawn = !isDrawn;
+            left = isDrawn ? dash : gap;
+            current = {from};
+        }
+        left -= length;
+        current.push_back(line[i]);
+    }
+    if (isDrawn && current.size() > 1) {
+        dashes.push_back(current);
+    }
+}
+
+class HpglWriter {
+public:
+    HpglWriter(const SheetLayout& sheetLayout, DrawingSink& out) : layout(sheetLayout), sink(out), lines(pens + 1) {}
+
+    void add(const KivStroke& stroke) {
+        std::vector<Line>& own =
+            lines[static_cast<std::size_t>(stroke.hidden ? hiddenPen : static_cast<int>(stroke.kind) + 1)];
+        Line line = kivPolylineOf(layout.placed(stroke.path), tolerance);
+        const double width = layout.widthOf(stroke);
+        // A pattern that is finer than a tenth of a millimetre can't be plotted.
+        const double dash = std::max(kivDashLength * width, 0.4);
+        if (layout.isDashed(stroke) && line.size() > 1) {
+            addDashes(line, dash, dash * kivDashGap / kivDashLength, own);
+        } else {
+            own.push_back(std::move(line));
+        }
+    }
+    void add(const KivArea& area) {
+        for (const KivCurvePath& ring : area.rings) {
+            lines[areaPen].push_back(kivPolylineOf(layout.placed(ring), tolerance));
+        }
+    }
+
+    bool write() {
+        sink << "IN;\n";
+        for (int pen = 1; pen <= pens; ++pen) {
+            if (!lines[static_cast<std::size_t>(pen)].empty()) {
+                sink << "SP" << pen << ";\n";
+                if (!plot(lines[static_cast<std::size_t>(pen)])) {
+                    return false;
+                }
+            }
+        }
+        sink << "PU;\nSP0;\n";
+        return true;
+    }
+
+private:
+    bool plot(const std::vector<Line>& own) {
+        std::vector<PenLine> ends;
+        for (const Line& line : own) {
+            ends.push_back({line.front(), line.back()});
+        }
+        const std::vector<PenTurn> turns = kivTravelOrder(ends, &at, [this] { return sink.isCancelled(); });
+        for (const PenTurn& turn : turns) {
+            Line line = own[turn.line];
+            if (turn.isReversed) {
+                std::reverse(line.begin(), line.end());
+            }
+            plot(line);
+            if (!sink.goesOn()) {
+                return false;
+            }
+        }
+        return turns.size() == own.size();
+    }
+
+    static int units(double millimetres) {
+        return static_cast<int>(std::lround(millimetres * unitsPerMillimetre));
+    }
+    void put(const KivPicturePoint& p) {
+        sink << units(p.x) << ',' << units(p.y);
+    }
+    void plot(const Line& line) {
+        sink << "PU";
+        put(line.front());
+        sink << ";PD";
+        if (line.size() == 1) {
+            put(line.front());
+        }
+        for (std::size_t i = 1; i < line.size(); ++i) {
+            if (i % cornersPerInstruction == 0) {
+                sink << ";\nPD";
+            } else if (i > 1) {
+                sink << ',';
+            }
+            put(line[i]);
+        }
+        sink << ";\n";
+    }
+
+    const SheetLayout& layout;
+    DrawingSink& sink;
+    std::vector<std::vector<Line>> lines; // by pen
+    KivPicturePoint at;
+};
+
+} // namespace
+
+bool kivWriteHpgl(const KivVectorDrawing& drawing, const SheetLayout& layout, DrawingSink& sink) {
+    HpglWriter writer(layout, sink);
+    if (layout.wanted().outlinesAreas) {
+        for (const KivArea& area : drawing.areas) {
+            if (SheetLayout::isDrawn(area)) {
+                writer.add(area);
+            }
+        }
+    }
+    for (const KivStroke& stroke : drawing.strokes) {
+        if (layout.isDrawn(stroke)) {
+            writer.add(stroke);
+        }
+    }
+    return writer.write();
+}

@@ -107,6 +107,16 @@ protected:
     // a perspective view and everywhere for a parallel one.
     void look(const KivVec& eye, double side, bool perspective) {
         const KivView::Matrix modelview = lookAtOrigin(eye);
+        camera.setProjection(perspective ? KivCamera::perspective : KivCamera::orthographic);
+        camera.setFrustumLeft(-side);
+        camera.setFrustumRight(side);
+        camera.setFrustumBottom(-side);
+        camera.setFrustumTop(side);
+        camera.setFrustumNear(1.0);
+        camera.setFrustumFar(40.0 / 1.1); // the far plane lies a tenth behind
+        camera.setLocation({eye.x, eye.y, eye.z});
+        camera.setDirection({-eye.x, -eye.y, -eye.z});
+        camera.setUp({0.0, 1.0, 0.0});
         view =
             perspective ? perspectiveView(eye, side, 1.0, 40.0, size.cx) : parallelView(eye, side, 1.0, 40.0, size.cx);
         glMatrixMode(GL_PROJECTION);

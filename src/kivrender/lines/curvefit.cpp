@@ -44,6 +44,7 @@ double distanceToSegment(const Point& p, const Point& a, const Point& b) {
 constexpr double cornerTurn = 0.7;
 // A run is straight on purpose, and no piece of a curve, from so many tolerances and from so many times its neighbours
 // on.
+constexpr double coarse = 2.0; // an arc's rise above its chords that makes these a polygon, in tolerances
 constexpr double straightRun = 60.0;
 // Samples of a line lie at most so many tolerances apart: a curve that passes by all of them passes by all between.
 constexpr double sampleSpacing = 10.0;
@@ -299,9 +300,19 @@ private:
     bool isCorner(std::size_t i) const {
         const std::size_t runs = kept.size() - 1;
         if (i == 0 || i == runs) {
-            return !closed || turn(direction(runs - 1), direction(0)) > cornerTurn;
+            return !closed || turnsSharply(runs - 1, 0);
         }
-        return turn(direction(i - 1), direction(i)) > cornerTurn;
+        return turnsSharply(i - 1, i);
+    }
+    // By its angle; or because an arc over the runs would rise clearly above them: what was sampled that coarsely, by
+    // more than the tolerance, is meant as the polygon that it is.
+    bool turnsSharply(std::size_t before, std::size_t after) const {
+        const double angle = turn(direction(before), direction(after));
+        const double run = std::min(runLength(before), runLength(after));
+        return angle > cornerTurn || 0.125 * run * angle > coarse * tolerance;
+    }
+    double runLength(std::size_t run) const {
+        return lengthOf(points[kept[run + 1]] - points[kept[run]]);
     }
 
     // A closed line begins at its sharpest point, so that no corner lies inside a curve.
@@ -325,7 +336,6 @@ private:
     void markLines() {
         const std::size_t runs = kept.size() - 1;
         isLine.assign(runs, false);
-        const auto runLength = [&](std::size_t run) { return lengthOf(points[kept[run + 1]] - points[kept[run]]); };
         for (std::size_t run = 0; run < runs; ++run) {
             const double length = runLength(run);
             const bool endsAtCorners = isCorner(run) && isCorner(run + 1);
@@ -398,4 +408,22 @@ KivCurvePath kivFitCurve(std::span<const KivPicturePoint> polyline, bool closed,
         return {points.empty() ? Point{} : points.front(), {}, false};
     }
     return Outline(std::move(points), ring, tolerance).path();
+}
+
+std::vector<KivPicturePoint> kivFlattenCurve(const KivCurvePath& path, double tolerance) {
+    std::vector<KivPicturePoint> points = {path.start};
+    for (const KivCurvePiece& piece : path.pieces) {
+        if (piece.kind == KivCurvePiece::Kind::cubic) {
+            const Cubic curve = {{points.back(), piece.control[0], piece.control[1], piece.end}};
+            // Between even steps a curve departs from the chord by at most its acceleration times the square of the
+            // step through 8; the acceleration is largest at one of the ends.
+            const double bend = std::max(lengthOf(curve.accelerationAt(0.0)), lengthOf(curve.accelerationAt(1.0)));
+            const int steps = static_cast<int>(std::clamp(std::ceil(std::sqrt(bend / (8.0 * tolerance))), 1.0, 1000.0));
+            for (int i = 1; i < steps; ++i) {
+                points.push_back(curve.at(static_cast<double>(i) / steps));
+            }
+        }
+        points.push_back(piece.end);
+    }
+    return points;
 }

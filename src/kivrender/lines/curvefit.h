@@ -31,4 +31,8 @@ struct KivCurvePath {
 // pixels of one another in the order of the line.
 KIV_API KivCurvePath kivFitCurve(std::span<const KivPicturePoint> polyline, bool closed, double tolerance);
 
+// The points of the path, and as many more on its curves that the lines between them depart from these by no more than
+// tolerance, in pixels. A closed path ends where it began.
+KIV_API std::vector<KivPicturePoint> kivFlattenCurve(const KivCurvePath& path, double tolerance);
+
 #endif

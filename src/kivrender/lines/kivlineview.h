@@ -8,6 +8,7 @@
 #define KIVRENDER_LINES_KIVLINEVIEW_H
 
 #include "kivrender/geometry/kivvec.h"
+#include "kivrender/geometry/kivviewpoint.h"
 #include "kivrender/platform/kivexport.h"
 
 class KivCamera;
@@ -50,6 +51,13 @@ public:
     KivPicturePoint toPicture(const KivVec& point) const {
         const double w = perspective ? nearPlane / point.z : 1.0;
         return {(point.x * w - left) * pixelsAcross, (point.y * w - bottom) * pixelsAlong};
+    }
+    // The width of a pixel at that depth of camera space, in the model's units.
+    double pixelSize(double z) const {
+        return (perspective ? z / nearPlane : 1.0) / pixelsAcross;
+    }
+    KivViewpoint viewpoint() const {
+        return {perspective, perspective ? eye : -forward};
     }
     // A point of camera space in homogeneous coordinates of the picture: where x / z and y / z lie in it. The sight
     // line of a point, unlike its place in the picture, exists behind the eye too, and runs evenly along a segment in

@@ -52,21 +52,21 @@ bool KivOccluders::add(std::span<const KivVec> points, std::span<const Triangle>
         }
         const Triangle& t = triangles[i];
         if (kivIsWhole(points, t)) {
-            addCut(first + t[0], first + t[1], first + t[2], grain);
+            addCut({{first + t[0], first + t[1], first + t[2]}, added + static_cast<std::uint32_t>(i), grain});
         }
     }
+    added += static_cast<std::uint32_t>(triangles.size());
     return true;
 }
 
 // Adds the part of a triangle behind the near plane: nothing, the triangle, or a polygon with three or four corners.
-void KivOccluders::addCut(std::uint32_t a, std::uint32_t b, std::uint32_t c, float grain) {
+void KivOccluders::addCut(const Occluder& triangle) {
     const double nearest = seenFrom.nearest();
     std::uint32_t kept[4];
     int count = 0;
-    const std::uint32_t around[3] = {a, b, c};
     for (int i = 0; i < 3; ++i) {
-        const std::uint32_t from = around[i];
-        const std::uint32_t to = around[i == 2 ? 0 : i + 1];
+        const std::uint32_t from = triangle.corners[i];
+        const std::uint32_t to = triangle.corners[i == 2 ? 0 : i + 1];
         const bool isSeen = corners[from].z >= nearest;
         if (isSeen) {
             kept[count++] = from;
@@ -76,10 +76,10 @@ void KivOccluders::addCut(std::uint32_t a, std::uint32_t b, std::uint32_t c, flo
         }
     }
     if (count >= 3) {
-        addTriangle(kept[0], kept[1], kept[2], grain);
+        addTriangle({{kept[0], kept[1], kept[2]}, triangle.number, triangle.grain});
     }
     if (count == 4) {
-        addTriangle(kept[0], kept[2], kept[3], grain);
+        addTriangle({{kept[0], kept[2], kept[3]}, triangle.number, triangle.grain});
     }
 }
 
@@ -96,11 +96,12 @@ std::uint32_t KivOccluders::pointAtNearPlane(std::uint32_t a, std::uint32_t b) {
     return static_cast<std::uint32_t>(corners.size() - 1);
 }
 
-void KivOccluders::addTriangle(std::uint32_t a, std::uint32_t b, std::uint32_t c, float grain) {
-    const KivOccluderBounds bounds = boundsOf(seenFrom, corners[a], corners[b], corners[c]);
+void KivOccluders::addTriangle(const Occluder& triangle) {
+    const KivOccluderBounds bounds =
+        boundsOf(seenFrom, corners[triangle.corners[0]], corners[triangle.corners[1]], corners[triangle.corners[2]]);
     if (bounds.right >= 0.0F && bounds.left <= seenFrom.width() && bounds.top >= 0.0F &&
         bounds.bottom <= seenFrom.height()) {
-        occluders.push_back({{a, b, c}, grain});
+        occluders.push_back(triangle);
     }
 }
 
@@ -118,6 +119,11 @@ bool KivOccluders::build() {
 }
 
 void KivOccluders::visibleParts(const KivVec& a, const KivVec& b, std::vector<KivLinePart>& parts) const {
+    visibleParts(a, b, {}, parts);
+}
+
+void KivOccluders::visibleParts(const KivVec& a, const KivVec& b, std::span<const std::uint32_t> exempt,
+                                std::vector<KivLinePart>& parts) const {
     parts.clear();
     const KivVec p = seenFrom.toCamera(a);
     const KivVec q = seenFrom.toCamera(b);
@@ -135,7 +141,44 @@ void KivOccluders::visibleParts(const KivVec& a, const KivVec& b, std::vector<Ki
         const KivVec triangle[3] = {corners[occluder.corners[0]], corners[occluder.corners[1]],
                                     corners[occluder.corners[2]]};
         KivLinePart hidden;
-        return !kivHiddenPart(seenFrom, triangle, double{occluder.grain}, p, q, &hidden) || visible.hide(hidden);
+        return !kivHiddenPart(seenFrom, triangle, double{occluder.grain}, p, q, &hidden) ||
+               std::binary_search(exempt.begin(), exempt.end(), occluder.number) || visible.hide(hidden);
     });
     visible.finish();
+}
+
+namespace {
+
+// The depth of a triangle at a place inside it in the picture; infinite outside.
+double depthAt(const KivLineView& view, const KivVec (&corners)[3], const KivPicturePoint& place) {
+    KivPicturePoint p[3];
+    for (int i = 0; i < 3; ++i) {
+        p[i] = view.toPicture(corners[i]);
+    }
+    const auto area = [](const KivPicturePoint& a, const KivPicturePoint& b, const KivPicturePoint& c) {
+        return (b.x - a.x) * (c.y - a.y) - (b.y - a.y) * (c.x - a.x);
+    };
+    const double all = area(p[0], p[1], p[2]);
+    const double parts[3] = {area(place, p[1], p[2]) / all, area(p[0], place, p[2]) / all,
+                             area(p[0], p[1], place) / all};
+    if (!(parts[0] >= 0.0 && parts[1] >= 0.0 && parts[2] >= 0.0)) {
+        return std::numeric_limits<double>::infinity();
+    }
+    // One over the depth runs evenly across a picture with perspective.
+    const auto evenly = [&](double z) { return view.isPerspective() ? 1.0 / z : z; };
+    return evenly(parts[0] * evenly(corners[0].z) + parts[1] * evenly(corners[1].z) + parts[2] * evenly(corners[2].z));
+}
+
+} // namespace
+
+double KivOccluders::nearestAt(const KivPicturePoint& place) const {
+    double nearest = std::numeric_limits<double>::infinity();
+    index->walk(place.x, place.y, place.x, place.y, nearest, [&](std::uint32_t which) {
+        const Occluder& occluder = occluders[which];
+        const KivVec triangle[3] = {corners[occluder.corners[0]], corners[occluder.corners[1]],
+                                    corners[occluder.corners[2]]};
+        nearest = std::min(nearest, depthAt(seenFrom, triangle, place));
+        return true;
+    });
+    return nearest;
 }

@@ -50,6 +50,14 @@ public:
     // to call from several threads at a time.
     void visibleParts(const KivVec& a, const KivVec& b, std::vector<KivLinePart>& parts) const;
 
+    // The same, but that some triangles hide nothing: their numbers, counted over all that were added, in ascending
+    // order.
+    void visibleParts(const KivVec& a, const KivVec& b, std::span<const std::uint32_t> exempt,
+                      std::vector<KivLinePart>& parts) const;
+    // How far in front of the plane through the eye the nearest surface is at a place in the picture; infinite where
+    // there is none.
+    double nearestAt(const KivPicturePoint& place) const;
+
     const KivLineView& view() const {
         return seenFrom;
     }
@@ -61,15 +69,17 @@ public:
 private:
     struct Occluder {
         std::uint32_t corners[3];
+        std::uint32_t number;
         float grain;
     };
-    void addTriangle(std::uint32_t a, std::uint32_t b, std::uint32_t c, float grain);
-    void addCut(std::uint32_t a, std::uint32_t b, std::uint32_t c, float grain);
+    void addTriangle(const Occluder& triangle);
+    void addCut(const Occluder& triangle);
     std::uint32_t pointAtNearPlane(std::uint32_t a, std::uint32_t b);
 
     KivLineView seenFrom;
     std::vector<KivVec> corners; // in camera space
     std::vector<Occluder> occluders;
+    std::uint32_t added = 0; // triangles, whether they hide anything or not
     std::unique_ptr<OccluderIndex> index;
 };
 

@@ -3,6 +3,7 @@
 #include "kivfeaturechains.h"
 #include "kivfeatureedges.h"
 #include "kivglstate.h"
+#include "kivlinepage.h"
 #include "kivrender/scene/kivline.h"
 #include "kivrender/scene/kivmesh.h"
 #include "kivrender/scene/kivpolyline.h"
@@ -41,19 +42,8 @@ KivView viewOfSize(tagSIZE size) {
     return kivCurrentView(std::max(1, static_cast<int>(size.cx)), std::max(1, static_cast<int>(size.cy)));
 }
 
-// How many times as large as a vector page the image is in which lines are looked up: as fine as a picture is drawn,
-// but of no more than that many pixels.
-int magnificationOf(tagSIZE size) {
-    constexpr double mostPixels = 40e6;
-    int times = 4;
-    while (times > 1 && static_cast<double>(size.cx) * size.cy * times * times > mostPixels) {
-        --times;
-    }
-    return times;
-}
-
-// Plain paths are as wide as one of so many steps per pixel, and depart from what was traced by so many pixels.
-constexpr double widthsPerPixel = 10.0;
+// Further lines of a vector page are looked at in steps of so many pixels, and depart by so many.
+constexpr double plainStep = 2.0;
 constexpr double plainTolerance = 0.05;
 
 } // namespace
@@ -63,17 +53,22 @@ void kivSetGlColor(std::uint32_t color) {
                static_cast<GLubyte>((color >> 16U) & 0xffU), 255);
 }
 
-KivLineDrawing::KivLineDrawing(const KivCommonSettings& common, tagSIZE size, KivShaderCommunication& channel,
-                               bool atFront)
-    : communication(channel), vectorial(common.doVectorial()), front(atFront),
-      pixel(common.doVectorial() ? magnificationOf(size) : 1 << std::clamp(common.getAntialias(), 0, 2)) {
-    const int times = vectorial ? static_cast<int>(pixel) : 1;
-    view = viewOfSize({size.cx * times, size.cy * times});
+KivLineDrawing::KivLineDrawing(const KivCommonSettings& common, const KivCamera& camera, tagSIZE size,
+                               KivShaderCommunication& channel, bool atFront)
+    : communication(channel), view(viewOfSize(size)), front(atFront),
+      pixel(common.doVectorial() ? 1 : 1 << std::clamp(common.getAntialias(), 0, 2)) {
+    if (common.doVectorial()) {
+        vectorPage = std::make_unique<KivLinePage>(camera, view.width(), view.height());
+    }
 }
 
 KivLineDrawing::~KivLineDrawing() = default;
 
 void KivLineDrawing::addOwnLines(const KivMesh&, const KivTablePageSettings&) {}
+
+double KivLineDrawing::plainPart(const KivTablePageSettings&) {
+    return 1.0;
+}
 
 const KivLineDrawing::Tool& KivLineDrawing::toolOf(const KivTablePageSettings& page) {
     const auto [place, isNew] = tools.try_emplace(&page);
@@ -93,15 +88,23 @@ const KivLineDrawing::Tool& KivLineDrawing::toolOf(const KivTablePageSettings& p
 }
 
 void KivLineDrawing::addJob(Job job) {
+    job.object = object;
     jobs.push_back(std::move(job));
 }
 
-void KivLineDrawing::addMesh(const KivMesh& mesh, const KivTablePageSettings& page) {
+void KivLineDrawing::addMesh(const KivMesh& mesh, unsigned int number, const KivTablePageSettings& page) {
+    if (vectorPage != nullptr) {
+        object = number + 1; // in the order of the scene; 0 is what belongs to no object
+        vectorPage->addMesh(mesh, object, toolOf(page).look, plainPart(page));
+        addOwnLines(mesh, page);
+        object = 0;
+        return;
+    }
     const KivFeatureRules& rules = toolOf(page).look.rules;
     const KivSurface surface = kivReadSurface(mesh);
     const std::vector<KivFeatureWing> wings = kivFeatureWings(surface);
     const std::vector<bool> creases = kivFeatureCreases(surface, wings, rules);
-    addEdges(surface.points, kivFeatureEdges(surface, wings, creases, view, rules), page);
+    addEdges(surface.points, kivFeatureEdges(surface, wings, creases, view.viewpoint(), rules), page);
     addOwnLines(mesh, page);
 }
 
@@ -148,6 +151,10 @@ void KivLineDrawing::addLineJob(const std::vector<KivVec>& points, bool closed, 
     if (!look.lines || points.empty()) {
         return;
     }
+    if (vectorPage != nullptr) {
+        vectorPage->addCourse(points, closed, color, look, plainPart(page));
+        return;
+    }
     Job job;
     job.closed = closed && points.size() > 2;
     job.kind = KivFeatureKind::crease; // visible or not, with nothing in between
@@ -178,20 +185,17 @@ void KivLineDrawing::addPoint(const Kiv3DPoint& point, const KivTablePageSetting
 }
 
 bool KivLineDrawing::isEmpty() const {
-    return jobs.empty();
+    return jobs.empty() && (vectorPage == nullptr || vectorPage->isEmpty());
 }
 
 void KivLineDrawing::layDepth(const KivMesh& mesh, bool paintedLater) {
+    if (vectorPage != nullptr) {
+        vectorPage->addOccluder(mesh);
+        return;
+    }
     float factor = 0.0F;
     float units = 0.0F;
     communication.getPolygonOffset(&factor, &units);
-    if (vectorial) {
-        if (softDepth == nullptr) {
-            softDepth = std::make_unique<KivSoftDepth>(view, factor, units);
-        }
-        softDepth->draw(kivReadSurface(mesh));
-        return;
-    }
     const KivGlState state;
     glEnable(GL_POLYGON_OFFSET_FILL);
     // A little behind itself, as what paints the surface has an arithmetic of its own and must not fail against it.
@@ -242,17 +246,6 @@ void KivLineDrawing::readDepth() {
             }
         }
     }
-    if (vectorial) {
-        for (KivDepthImage::Span& span : depth.spans()) {
-            if (softDepth != nullptr) {
-                softDepth->read(span);
-            } else {
-                std::fill(span.values.begin(), span.values.end(), 1.0F);
-            }
-        }
-        softDepth.reset();
-        return;
-    }
     const KivGlState state;
     glPixelStorei(GL_PACK_ALIGNMENT, 4);
     glPixelStorei(GL_PACK_ROW_LENGTH, 0);
@@ -264,6 +257,9 @@ void KivLineDrawing::readDepth() {
 }
 
 bool KivLineDrawing::trace() {
+    if (vectorPage != nullptr) {
+        return traceExactly();
+    }
     if (jobs.empty()) {
         return true;
     }
@@ -283,27 +279,68 @@ bool KivLineDrawing::trace() {
         if (job.corners.size() == 1) {
             KivLinePoint dot;
             if (tracer.sees(job.corners[0].clip, &dot)) {
-                if (vectorial) {
-                    dot.halfWidth = static_cast<float>(job.width);
-                    takePlainPath(job, {{dot, dot}, {}, false, false, true, true});
-                } else {
-                    takePoint(job, dot);
-                }
+                takePoint(job, dot);
             }
             continue;
         }
         paths.clear();
         tracer.trace(job.corners, job.closed, job.kind, paths);
         for (const KivLinePath& path : paths) {
-            if (vectorial) {
-                takePlainPath(job, path);
-            } else {
-                takePath(job, path);
-            }
+            takePath(job, path);
         }
     }
     depth = {};
     return true;
+}
+
+bool KivLineDrawing::traceExactly() {
+    if (!vectorPage->find()) {
+        return false;
+    }
+    for (std::size_t i = 0; i < jobs.size(); ++i) {
+        if (i % 64 == 0 && kivIsCancelled()) {
+            return false;
+        }
+        if (jobs[i].width > 0.0) {
+            for (const KivLinePath& path : seenPaths(jobs[i])) {
+                takePlainPath(jobs[i], path);
+            }
+        }
+    }
+    return true;
+}
+
+// The parts of a line that are seen, in steps.
+std::vector<KivLinePath> KivLineDrawing::seenPaths(const Job& job) const {
+    const KivOccluders& occluders = vectorPage->occluders();
+    const KivLineView& lineView = occluders.view();
+    const auto half = static_cast<float>(0.5 * job.width);
+    std::vector<KivLinePath> paths;
+    std::vector<KivLinePart> parts;
+    bool goesOn = false;
+    for (std::size_t i = 0; i + (job.closed ? 0 : 1) < job.corners.size(); ++i) {
+        const KivVec& a = job.corners[i].place;
+        const KivVec& b = job.corners[i + 1 < job.corners.size() ? i + 1 : 0].place;
+        occluders.visibleParts(a, b, parts);
+        for (const KivLinePart& part : parts) {
+            if (!goesOn || part.from > 0.0) {
+                paths.emplace_back();
+            }
+            const KivPicturePoint from = lineView.toPicture(lineView.toCamera(a + (b - a) * part.from));
+            const KivPicturePoint to = lineView.toPicture(lineView.toCamera(a + (b - a) * part.to));
+            const int steps =
+                std::max(1, static_cast<int>(std::ceil(std::hypot(to.x - from.x, to.y - from.y) / plainStep)));
+            for (int k = paths.back().points.empty() ? 0 : 1; k <= steps; ++k) {
+                const double t = part.from + (part.to - part.from) * k / steps;
+                const KivPicturePoint at = lineView.toPicture(lineView.toCamera(a + (b - a) * t));
+                paths.back().points.push_back({static_cast<float>(at.x), static_cast<float>(at.y), half});
+                paths.back().stations.push_back({static_cast<std::uint32_t>(i), static_cast<float>(t)});
+            }
+            goesOn = part.to == 1.0;
+        }
+        goesOn = goesOn && !parts.empty();
+    }
+    return paths;
 }
 
 void KivLineDrawing::takePlainPath(const Job& job, const KivLinePath& path) {
@@ -316,29 +353,18 @@ void KivLineDrawing::addPlainPath(const Job& job, const KivLinePath& path, doubl
         return;
     }
     double sum = 0.0;
+    KivStroke stroke;
+    stroke.object = job.object;
+    stroke.kind = KivStrokeKind::own;
+    stroke.color = job.color;
+    std::vector<KivPicturePoint> points;
     for (const KivLinePoint& point : path.points) {
-        sum += 2.0 * point.halfWidth;
+        sum += 2.0 * static_cast<double>(point.halfWidth);
+        points.push_back({static_cast<double>(point.x), static_cast<double>(point.y)});
     }
-    const double width = part * sum / static_cast<double>(path.points.size()) / pixel;
-    const double rounded = std::round(width * widthsPerPixel) / widthsPerPixel;
-    if (rounded > 0.0) {
-        plainPaths[{job.color, static_cast<float>(rounded)}].push_back(
-            kivThinnedPath(path, static_cast<float>(plainTolerance * pixel)));
-    }
-}
-
-void KivLineDrawing::drawPlainPaths() const {
-    for (const auto& [style, paths] : plainPaths) {
-        kivSetGlColor(style.first);
-        KivDrawing::setLineWidth(style.second, true);
-        for (const KivLinePath& path : paths) {
-            glBegin(path.closed ? GL_LINE_LOOP : GL_LINE_STRIP);
-            for (const KivLinePoint& point : path.points) {
-                glVertex2f(point.x, point.y);
-            }
-            glEnd();
-        }
-    }
+    stroke.width = part * sum / static_cast<double>(path.points.size());
+    stroke.path = kivFitCurve(points, path.closed, plainTolerance);
+    vectorPage->addStroke(std::move(stroke));
 }
 
 void KivLineDrawing::draw() const {
@@ -350,7 +376,7 @@ void KivLineDrawing::draw() const {
     glDisable(GL_CULL_FACE);
     glDisable(GL_STENCIL_TEST);
     glDisable(GL_POLYGON_OFFSET_FILL);
-    if (vectorial || front) {
+    if (vectorPage != nullptr || front) {
         glEnable(GL_DEPTH_TEST);
         glDepthFunc(GL_ALWAYS);
         glDepthMask(GL_TRUE);
@@ -370,8 +396,8 @@ void KivLineDrawing::draw() const {
     glDisableClientState(GL_NORMAL_ARRAY);
     glDisableClientState(GL_TEXTURE_COORD_ARRAY);
     glEnableClientState(GL_VERTEX_ARRAY);
-    if (vectorial) {
-        drawPlainPaths();
+    if (vectorPage != nullptr) {
+        vectorPage->draw();
     } else {
         drawPaths();
     }

@@ -5,9 +5,9 @@
 
 #include "kivdepthimage.h"
 #include "kivfeatureedges.h"
+#include "kivlinelook.h"
 #include "kivlinetracer.h"
 #include "kivrender/platform/kivtypes.h"
-#include "kivsoftdepth.h"
 #include "kivview.h"
 
 #include <cstddef>
@@ -18,48 +18,39 @@
 #include <vector>
 
 class Kiv3DPoint;
+class KivCamera;
 class KivCommonSettings;
 class KivLine;
+class KivLinePage;
 class KivMesh;
 class KivPolyline;
 class KivShaderCommunication;
 class KivTablePageSettings;
-
-// Which lines are found, and how wide they are. Lengths in pixels of the finished picture.
-struct KivLineLook {
-    KivFeatureRules rules;
-    std::uint32_t color = 0;
-    double width[3] = {2.4, 2.4, 1.6}; // by kind
-    bool lines = true;                 // draw the lines, polylines and points of the scene too
-    double lineWidth = 1.6;
-    double detail = 2.0;
-    double shortest = 5.0;
-    double smoothing = 1.5;
-    bool hidden = false; // trace what is hidden as well
-};
 
 // Made with the context of the render current, which must stay so. The steps come in the order of the operations.
 // Settings that are handed over must live as long as the drawing.
 class KivLineDrawing {
 public:
     // size is that of the image that is drawn into. atFront: the lines are to stay in front of what is drawn later.
-    KivLineDrawing(const KivCommonSettings& settings, tagSIZE size, KivShaderCommunication& communication,
-                   bool atFront);
+    KivLineDrawing(const KivCommonSettings& settings, const KivCamera& camera, tagSIZE size,
+                   KivShaderCommunication& communication, bool atFront);
     KivLineDrawing(const KivLineDrawing&) = delete;
     KivLineDrawing& operator=(const KivLineDrawing&) = delete;
     virtual ~KivLineDrawing();
 
-    void addMesh(const KivMesh& mesh, const KivTablePageSettings& page);
+    // number: that of the mesh in the scene.
+    void addMesh(const KivMesh& mesh, unsigned int number, const KivTablePageSettings& page);
     void addPolyline(const KivPolyline& polyline, const KivTablePageSettings& page);
     void addLine(const KivLine& line, const KivTablePageSettings& page);
     void addPoint(const Kiv3DPoint& point, const KivTablePageSettings& page);
     bool isEmpty() const;
 
     // Puts a mesh into the depth buffer alone, pushed back by the polygon offset of the channel. A vector page has no
-    // depth buffer: there every mesh that hides lines is to be laid. paintedLater: another shader is still to paint the
-    // surface, as in previews.
+    // depth buffer: every mesh that hides lines is to be laid here, and hides them exactly. paintedLater: another
+    // shader is still to paint the surface, as in previews.
     void layDepth(const KivMesh& mesh, bool paintedLater);
-    // Looks up every line in the depth buffer. False when the render was cancelled meanwhile.
+    // Looks up every line in the depth buffer, or finds exactly what is seen of it. False when the render was cancelled
+    // meanwhile.
     bool trace();
     void draw() const;
 
@@ -72,18 +63,19 @@ protected:
         std::uint32_t color = 0;
         double width = 0.0; // in pixels of the image; nothing is drawn of a line without
         const KivTablePageSettings* page = nullptr;
-        int mark = 0; // for the derived class; 0 for what is gathered here
+        std::uint32_t object = 0; // in a vector drawing
+        int mark = 0;             // for the derived class; 0 for what is gathered here
     };
 
     virtual KivLineLook lookOf(const KivTablePageSettings& page) const = 0;
     // Called for every mesh, for further lines on it.
     virtual void addOwnLines(const KivMesh& mesh, const KivTablePageSettings& page);
-    // On a vector page paths and points are plain lines and dots, and takePlainPath is called in place of these.
     virtual void takePath(const Job& job, const KivLinePath& path) = 0;
     // A point of the scene that is seen; its width is that of the job.
     virtual void takePoint(const Job& job, const KivLinePoint& point) = 0;
-    // A path of a vector page, as it is unless the derived class makes something else of it by addPlainPath; points are
-    // paths of two equal points.
+    // Of a vector page the lines that are gathered here go out as they are, of this part of their width; of the further
+    // jobs the derived class gets what is seen, and adds what it makes of it by addPlainPath.
+    virtual double plainPart(const KivTablePageSettings& page);
     virtual void takePlainPath(const Job& job, const KivLinePath& path);
     // Draws what was taken, in pixels of the image. Lighting, textures, blending and culling are off, the arrays of
     // vertices are on; the state is put back afterwards.
@@ -96,8 +88,7 @@ protected:
     const KivView& getView() const {
         return view;
     }
-    // One pixel of the finished picture, in pixels of the image. On a vector page the image is one that nobody draws:
-    // lines are looked up in a depth buffer of our own, some times as large as the page.
+    // One pixel of the finished picture, in pixels of the image; 1 on a vector page.
     double getPixel() const {
         return pixel;
     }
@@ -118,19 +109,18 @@ private:
     void addLineJob(const std::vector<KivVec>& points, bool closed, std::uint32_t color,
                     const KivTablePageSettings& page);
     void readDepth();
-    void drawPlainPaths() const;
+    bool traceExactly();
+    std::vector<KivLinePath> seenPaths(const Job& job) const;
 
     KivShaderCommunication& communication;
     KivView view;
-    bool vectorial;
     bool front;
     double pixel;
     std::map<const KivTablePageSettings*, Tool> tools;
     std::vector<Job> jobs;
     KivDepthImage depth;
-    // For vector pages.
-    std::unique_ptr<KivSoftDepth> softDepth;
-    std::map<std::pair<std::uint32_t, float>, std::vector<KivLinePath>> plainPaths; // by colour and width
+    std::uint32_t object = 0;                // the mesh whose own lines are added
+    std::unique_ptr<KivLinePage> vectorPage; // null for a picture
 };
 
 // Makes a colour of the interface OpenGL's current one.

@@ -78,17 +78,18 @@ bool KivLineShader::needsDepth(const KivMesh& mesh, const KivCommonSettings& set
     return preview || !mesh.hasNonCombinable(communication.hasNonCombinable());
 }
 
-void KivLineShader::render(KivBitmapManager* surface, const KivCommonSettings& settings, const KivCamera&,
+void KivLineShader::render(KivBitmapManager* surface, const KivCommonSettings& settings, const KivCamera& camera,
                            KivScene* scene, tagSIZE size, KivShaderCommunication& communication, bool named) {
     Steps steps;
     const bool preview = KivShaderCommunication::getDefaultCommunication() != &communication;
-    const std::unique_ptr<KivLineDrawing> drawing = startDrawing(settings, *scene, size, communication, preview);
+    const std::unique_ptr<KivLineDrawing> drawing =
+        startDrawing(settings, camera, *scene, size, communication, preview);
     // Step 1: the lines of each mesh, and the scene's own.
     steps.begin();
     for (unsigned int i = 0; i < scene->numMeshes(); ++i) {
         const KivMesh* mesh = scene->getMesh(i);
         if (mesh != nullptr && kivIsForShader(*mesh, getTag(), named)) {
-            drawing->addMesh(*mesh, settingsOf(*mesh));
+            drawing->addMesh(*mesh, i, settingsOf(*mesh));
         }
         steps.advance();
         if (kivIsCancelled()) {

@@ -10,9 +10,9 @@
 // In a render the depth buffer is only read. In a preview, which draws the lines before the surfaces, the lines are
 // drawn at the very front and kept there by the depth test.
 //
-// With the vector flag the frame draws nothing that could be read back. What is seen is then found with a depth buffer
-// of our own (kivsoftdepth.h), and the lines go out as plain OpenGL lines before everything else, to be stroked by who
-// shows the page.
+// With the vector flag the frame draws nothing that could be read back. The lines are then those of the library's line
+// engine, cut exactly where something stands before them (kivlinepage.h). They go into the drawing that the render
+// collects; without one they go out as plain OpenGL lines before everything else, to be stroked by who shows the page.
 #ifndef SHADERS_COMMON_KIVLINESHADER_H
 #define SHADERS_COMMON_KIVLINESHADER_H
 
@@ -42,9 +42,9 @@ protected:
     using KivTableShader::KivTableShader;
 
     // The drawing of one picture; see KivLineDrawing's constructor.
-    virtual std::unique_ptr<KivLineDrawing> startDrawing(const KivCommonSettings& settings, KivScene& scene,
-                                                         tagSIZE size, KivShaderCommunication& communication,
-                                                         bool atFront) = 0;
+    virtual std::unique_ptr<KivLineDrawing> startDrawing(const KivCommonSettings& settings, const KivCamera& camera,
+                                                         KivScene& scene, tagSIZE size,
+                                                         KivShaderCommunication& communication, bool atFront) = 0;
 
 private:
     friend struct KivTestAccess;

@@ -1,42 +1,7 @@
-// The triangles of a mesh on shared vertices, as the shader plug-ins walk them: every position once, whatever the mesh
-// repeats, and only triangles that have an area to draw.
-//
-// Positions are welded where they are equal bit for bit (0 and -0 are one). A tolerance would have to know the size of
-// the model: what welds a bolt would collapse a rabbit of a tenth of a unit.
+// A header of the library, under the name that the plug-ins include.
 #ifndef SHADERS_COMMON_KIVSURFACE_H
 #define SHADERS_COMMON_KIVSURFACE_H
 
-#include "kivvec.h"
-
-#include <array>
-#include <cstdint>
-#include <vector>
-
-class KivMesh;
-
-struct KivSurface {
-    using Triangle = std::array<std::uint32_t, 3>;
-
-    std::vector<KivVec> points;
-    std::vector<Triangle> triangles;    // indices into points
-    std::vector<std::uint32_t> sources; // the mesh's own index of each triangle
-    // The normals of the mesh, if it has them, and for each corner of each triangle which one it has there: at a point
-    // where the mesh repeats a vertex the corners may differ.
-    std::vector<KivVec> normals;
-    std::vector<Triangle> cornerNormals;
-};
-
-// For each point the number of the first point at the same position, counted in order of first appearance; count gets
-// how many there are. Points that are not numbers are equal to nothing.
-std::vector<std::uint32_t> kivWeldPoints(const std::vector<KivVec>& points, std::uint32_t* count);
-
-// Reads the mesh through its accessors. Triangles with two equal corners, an index out of range or a corner that is not
-// a finite number are left out, and so is every repetition of a triangle, in whichever winding: two-sided models that
-// hold each face twice have no fold between a face and its twin.
-KivSurface kivReadSurface(const KivMesh& mesh);
-
-// Whether three points span a triangle that can be seen. Rounding leaves of one without an area less than this part of
-// the square of its longest side.
-bool kivHasArea(const KivVec& a, const KivVec& b, const KivVec& c);
+#include "kivrender/geometry/kivsurface.h"
 
 #endif

@@ -3,6 +3,7 @@
 #ifndef SHADERS_COMMON_KIVVIEW_H
 #define SHADERS_COMMON_KIVVIEW_H
 
+#include "kivrender/geometry/kivviewpoint.h"
 #include "kivvec.h"
 
 #include <array>
@@ -59,6 +60,9 @@ public:
     // From a point of the scene towards the viewer; not of unit length in a perspective view.
     KivVec toViewer(const KivVec& point) const {
         return perspective ? eyePoint - point : backward;
+    }
+    KivViewpoint viewpoint() const {
+        return {perspective, perspective ? eyePoint : backward};
     }
     // The directions in space that run to the right, upwards and towards the viewer in the picture, of unit length.
     const KivVec& right() const {

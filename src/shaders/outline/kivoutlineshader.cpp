@@ -15,10 +15,10 @@ constexpr unsigned int nameText = 1010; // the display name in the language modu
 KivOutlineShader::KivOutlineShader(HINSTANCE pluginModule)
     : KivLineShader(pluginModule, L"Outline", kivDefaultSettings(kivOutlineSection, kivOutlineTable), nameText) {}
 
-std::unique_ptr<KivLineDrawing> KivOutlineShader::startDrawing(const KivCommonSettings& settings, KivScene&,
-                                                               tagSIZE size, KivShaderCommunication& communication,
-                                                               bool atFront) {
-    return std::make_unique<KivOutlineDrawing>(settings, size, communication, atFront);
+std::unique_ptr<KivLineDrawing> KivOutlineShader::startDrawing(const KivCommonSettings& settings,
+                                                               const KivCamera& camera, KivScene&, tagSIZE size,
+                                                               KivShaderCommunication& communication, bool atFront) {
+    return std::make_unique<KivOutlineDrawing>(settings, camera, size, communication, atFront);
 }
 
 KIV_SHADER_INTERFACE;

@@ -13,8 +13,9 @@ public:
     explicit KivOutlineShader(HINSTANCE pluginModule);
 
 protected:
-    std::unique_ptr<KivLineDrawing> startDrawing(const KivCommonSettings& settings, KivScene& scene, tagSIZE size,
-                                                 KivShaderCommunication& communication, bool atFront) override;
+    std::unique_ptr<KivLineDrawing> startDrawing(const KivCommonSettings& settings, const KivCamera& camera,
+                                                 KivScene& scene, tagSIZE size, KivShaderCommunication& communication,
+                                                 bool atFront) override;
 };
 
 #endif

@@ -58,9 +58,9 @@ void combine(GLint rgbSource, GLint function, GLint first, GLint second, double 
 
 } // namespace
 
-KivSketchDrawing::KivSketchDrawing(const KivCommonSettings& common, tagSIZE size, KivShaderCommunication& channel,
-                                   bool atFront, KivSketchLight sceneLight)
-    : KivLineDrawing(common, size, channel, atFront), light(std::move(sceneLight)) {}
+KivSketchDrawing::KivSketchDrawing(const KivCommonSettings& common, const KivCamera& camera, tagSIZE size,
+                                   KivShaderCommunication& channel, bool atFront, KivSketchLight sceneLight)
+    : KivLineDrawing(common, camera, size, channel, atFront), light(std::move(sceneLight)) {}
 
 KivLineLook KivSketchDrawing::lookOf(const KivTablePageSettings& page) const {
     return kivSketchLook(page);
@@ -209,14 +209,14 @@ void KivSketchDrawing::takeHatchPath(const Job& job, const KivLinePath& path, co
     }
 }
 
+// Lines that are gone over are darker, but not as often as that happens: the strokes lie on each other.
+double KivSketchDrawing::plainPart(const KivTablePageSettings& page) {
+    const KivSketchStyle& style = styleOf(page);
+    return (1.0 + 0.3 * std::min(style.strokes - 1, 2)) * plainWidth(style, 1.0, 1.0);
+}
+
 void KivSketchDrawing::takePlainPath(const Job& job, const KivLinePath& path) {
     const KivSketchStyle& style = styleOf(*job.page);
-    if (job.mark == 0) {
-        // Lines that are gone over are darker, but not as often as that happens: the strokes lie on each other.
-        const double times = 1.0 + 0.3 * std::min(style.strokes - 1, 2);
-        addPlainPath(job, path, times * plainWidth(style, 1.0, 1.0));
-        return;
-    }
     for (const HatchStroke& stroke : strokesOf(hatchRuns[static_cast<std::size_t>(job.mark) - 1], path)) {
         const auto first = static_cast<std::ptrdiff_t>(stroke.first);
         const auto end = first + static_cast<std::ptrdiff_t>(stroke.weights.size());

@@ -14,14 +14,15 @@
 class KivSketchDrawing final : public KivLineDrawing {
 public:
     // Without a light nothing is hatched.
-    KivSketchDrawing(const KivCommonSettings& settings, tagSIZE size, KivShaderCommunication& communication,
-                     bool atFront, KivSketchLight sceneLight);
+    KivSketchDrawing(const KivCommonSettings& settings, const KivCamera& camera, tagSIZE size,
+                     KivShaderCommunication& communication, bool atFront, KivSketchLight sceneLight);
 
 protected:
     KivLineLook lookOf(const KivTablePageSettings& page) const override;
     void addOwnLines(const KivMesh& mesh, const KivTablePageSettings& page) override;
     void takePath(const Job& job, const KivLinePath& path) override;
     void takePoint(const Job& job, const KivLinePoint& point) override;
+    double plainPart(const KivTablePageSettings& page) override;
     void takePlainPath(const Job& job, const KivLinePath& path) override;
     void drawPaths() const override;
 

@@ -61,10 +61,10 @@ KivSketchLight KivSketchShader::lightOf(KivScene& scene) const {
     };
 }
 
-std::unique_ptr<KivLineDrawing> KivSketchShader::startDrawing(const KivCommonSettings& settings, KivScene& scene,
-                                                              tagSIZE size, KivShaderCommunication& communication,
-                                                              bool atFront) {
-    return std::make_unique<KivSketchDrawing>(settings, size, communication, atFront, lightOf(scene));
+std::unique_ptr<KivLineDrawing> KivSketchShader::startDrawing(const KivCommonSettings& settings,
+                                                              const KivCamera& camera, KivScene& scene, tagSIZE size,
+                                                              KivShaderCommunication& communication, bool atFront) {
+    return std::make_unique<KivSketchDrawing>(settings, camera, size, communication, atFront, lightOf(scene));
 }
 
 KIV_SHADER_INTERFACE;

@@ -18,8 +18,9 @@ public:
     explicit KivSketchShader(HINSTANCE pluginModule);
 
 protected:
-    std::unique_ptr<KivLineDrawing> startDrawing(const KivCommonSettings& settings, KivScene& scene, tagSIZE size,
-                                                 KivShaderCommunication& communication, bool atFront) override;
+    std::unique_ptr<KivLineDrawing> startDrawing(const KivCommonSettings& settings, const KivCamera& camera,
+                                                 KivScene& scene, tagSIZE size, KivShaderCommunication& communication,
+                                                 bool atFront) override;
 
 private:
     // Null if nothing shines.

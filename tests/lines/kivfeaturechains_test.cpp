@@ -1,6 +1,6 @@
-#include "kivfeaturechains.h"
+#include "kivrender/lines/kivfeaturechains.h"
 
-#include "../shapes.h"
+#include "support/surfaceshapes.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,6 @@
-#include "kivfeatureedges.h"
+#include "kivrender/lines/kivfeatureedges.h"
 
-#include "kivrender/scene/kivmesh.h"
-#include "kivrender/shadow/kivedgesextraction.h"
+#include "kivrender/lines/curveorder.h"
 
 #include <algorithm>
 #include <cmath>
@@ -10,7 +9,67 @@
 
 namespace {
 
-using Record = KivEdgesExtraction::edgeInfo;
+// One side of a triangle, in the list of the lower of its two points.
+struct Side {
+    std::uint32_t high;
+    std::uint32_t triangle;
+};
+
+bool operator<(const Side& one, const Side& other) {
+    return one.high < other.high || (one.high == other.high && one.triangle < other.triangle);
+}
+
+// Sides of all triangles, those of one lower point together: point p has those from starts[p] to before starts[p + 1].
+struct Sides {
+    std::vector<std::size_t> starts;
+    std::vector<Side> all;
+};
+
+template <class Visit> bool visitSides(const KivSurface& surface, Visit visit) {
+    for (std::size_t i = 0; i < surface.triangles.size(); ++i) {
+        if (kivIsCancelledAt(i)) {
+            return false;
+        }
+        const KivSurface::Triangle& t = surface.triangles[i];
+        for (std::size_t k = 0; k < 3; ++k) {
+            const auto [low, high] = std::minmax(t[k], t[k == 2 ? 0 : k + 1]);
+            visit(low, Side{high, static_cast<std::uint32_t>(i)});
+        }
+    }
+    return true;
+}
+
+// By counting. False when the user cancelled.
+bool findSides(const KivSurface& surface, Sides& sides) {
+    sides.starts.assign(surface.points.size() + 2, 0);
+    if (!visitSides(surface, [&](std::uint32_t low, const Side&) { ++sides.starts[low + 2]; })) {
+        return false;
+    }
+    for (std::size_t p = 2; p < sides.starts.size(); ++p) {
+        sides.starts[p] += sides.starts[p - 1];
+    }
+    sides.all.resize(surface.triangles.size() * 3);
+    if (!visitSides(surface, [&](std::uint32_t low, const Side& side) { sides.all[sides.starts[low + 1]++] = side; })) {
+        return false;
+    }
+    for (std::size_t p = 0; p < surface.points.size(); ++p) {
+        if (kivIsCancelledAt(p)) {
+            return false;
+        }
+        std::sort(sides.all.begin() + static_cast<std::ptrdiff_t>(sides.starts[p]),
+                  sides.all.begin() + static_cast<std::ptrdiff_t>(sides.starts[p + 1]));
+    }
+    return true;
+}
+
+std::vector<bool> whichHaveArea(const KivSurface& surface) {
+    std::vector<bool> hasArea(surface.triangles.size());
+    for (std::size_t i = 0; i < hasArea.size(); ++i) {
+        const KivSurface::Triangle& t = surface.triangles[i];
+        hasArea[i] = kivHasArea(surface.points[t[0]], surface.points[t[1]], surface.points[t[2]]);
+    }
+    return hasArea;
+}
 
 // The corner of a triangle that is not on the edge.
 std::int32_t thirdCorner(const KivSurface::Triangle& triangle, std::uint32_t a, std::uint32_t b) {
@@ -36,45 +95,31 @@ bool runsOn(const KivSurface& surface, std::int32_t one, std::int32_t other, std
            kivDot(normalAt(surface, one, b), normalAt(surface, other, b)) > near;
 }
 
-// One wing of all records of a pair of points. The extraction gives an edge no third triangle and pairs only triangles
-// that run along it in opposite directions; here all that meet at the edge count, however they are wound.
-KivFeatureWing wingOf(const KivSurface& surface, const Record* first, const Record* last) {
+// All triangles that meet at an edge count, however they are wound.
+KivFeatureWing wingOf(const KivSurface& surface, const std::vector<bool>& hasArea, std::uint32_t low, const Side* first,
+                      const Side* last) {
     KivFeatureWing wing;
-    wing.a = static_cast<std::uint32_t>(first->vertex0);
-    wing.b = static_cast<std::uint32_t>(first->vertex1);
+    wing.a = low;
+    wing.b = first->high;
     int found = 0;
-    std::int32_t triangles[2] = {KivFeatureWing::none, KivFeatureWing::none};
-    for (const Record* record = first; record != last; ++record) {
-        for (const std::int32_t triangle :
-             {static_cast<std::int32_t>(record->triangle0), static_cast<std::int32_t>(record->triangle1)}) {
-            if (triangle == KivFeatureWing::none) {
-                continue;
-            }
-            const KivSurface::Triangle& corners = surface.triangles[triangle];
-            if (!kivHasArea(surface.points[corners[0]], surface.points[corners[1]], surface.points[corners[2]])) {
-                wing.filled = true;
-                continue;
-            }
-            const std::int32_t corner = thirdCorner(surface.triangles[triangle], wing.a, wing.b);
-            (found == 0 ? wing.left : wing.right) = corner;
-            triangles[found == 0 ? 0 : 1] = triangle;
-            ++found;
+    for (const Side* side = first; side != last; ++side) {
+        if (!hasArea[side->triangle]) {
+            wing.filled = true;
+            continue;
         }
+        (found == 0 ? wing.left : wing.right) = thirdCorner(surface.triangles[side->triangle], wing.a, wing.b);
+        (found == 0 ? wing.triangle : wing.other) = side->triangle;
+        ++found;
     }
-    wing.triangle = static_cast<std::uint32_t>(triangles[0]);
     wing.junction = found > 2;
     wing.filled = wing.filled && found < 2;
     if (found == 2) {
         wing.bend = static_cast<float>(kivFeatureBend(surface.points[wing.a], surface.points[wing.b],
                                                       surface.points[wing.left], surface.points[wing.right]));
-        wing.smooth = runsOn(surface, triangles[0], triangles[1], wing.a, wing.b);
+        wing.smooth = runsOn(surface, static_cast<std::int32_t>(wing.triangle), static_cast<std::int32_t>(wing.other),
+                             wing.a, wing.b);
     }
     return wing;
-}
-
-// The part of a vector that is perpendicular to a direction of unit length.
-KivVec across(const KivVec& vector, const KivVec& along) {
-    return vector - along * kivDot(vector, along);
 }
 
 // On which side of the plane through the eye and the edge a point lies: its distance from that plane.
@@ -185,53 +230,58 @@ std::vector<Character> characterOf(const KivSurface& surface, const std::vector<
     return characters;
 }
 
-KivVec planeThroughEye(const KivVec& a, const KivVec& b, const KivView& view) {
+KivVec planeThroughEye(const KivVec& a, const KivVec& b, const KivViewpoint& view) {
     return kivCross(view.toViewer(a), b - a);
 }
 
 } // namespace
 
 std::vector<KivFeatureWing> kivFeatureWings(const KivSurface& surface) {
-    KivMesh mesh;
-    mesh.reserveVertexs(static_cast<unsigned int>(surface.points.size()));
-    mesh.reserveTriangles(static_cast<unsigned int>(surface.triangles.size()));
-    for (const KivVec& p : surface.points) {
-        mesh.addVertex(Kiv3DPoint(p.x, p.y, p.z));
-    }
-    for (const KivSurface::Triangle& t : surface.triangles) {
-        mesh.addTriangle(t[0], t[1], t[2]);
-    }
-    std::vector<Record> records;
-    KivEdgesExtraction::extractEdges(&mesh, records, nullptr, nullptr);
+    Sides sides;
     std::vector<KivFeatureWing> wings;
-    wings.reserve(records.size());
-    for (std::size_t first = 0; first < records.size();) {
-        std::size_t last = first + 1;
-        while (last < records.size() && records[last].vertex0 == records[first].vertex0 &&
-               records[last].vertex1 == records[first].vertex1) {
-            ++last;
+    if (!findSides(surface, sides)) {
+        return wings;
+    }
+    const std::vector<bool> hasArea = whichHaveArea(surface);
+    wings.reserve(surface.triangles.size() * 3 / 2 + 16);
+    for (std::uint32_t low = 0; low < surface.points.size(); ++low) {
+        if (kivIsCancelledAt(low)) {
+            return {};
         }
-        const KivFeatureWing wing = wingOf(surface, &records[first], records.data() + last);
-        if (wing.left != KivFeatureWing::none) {
-            wings.push_back(wing);
+        const Side* const end = sides.all.data() + sides.starts[low + 1];
+        for (const Side* first = sides.all.data() + sides.starts[low]; first != end;) {
+            const Side* last = first + 1;
+            while (last != end && last->high == first->high) {
+                ++last;
+            }
+            const KivFeatureWing wing = wingOf(surface, hasArea, low, first, last);
+            if (wing.left != KivFeatureWing::none) {
+                wings.push_back(wing);
+            }
+            first = last;
         }
-        first = last;
     }
     return wings;
 }
 
 double kivFeatureBend(const KivVec& a, const KivVec& b, const KivVec& left, const KivVec& right) {
-    const KivVec along = kivUnit(b - a);
-    const KivVec u = kivUnit(across(left - a, along));
-    const KivVec v = kivUnit(across(right - a, along));
-    if (kivDot(along, along) == 0.0 || kivDot(u, u) == 0.0 || kivDot(v, v) == 0.0) {
+    const KivVec along = b - a;
+    const double square = kivDot(along, along);
+    if (!(square > 0.0)) {
         return 0.0;
     }
-    const double between = std::acos(std::clamp(kivDot(u, v), -1.0, 1.0));
+    const KivVec u = (left - a) - along * (kivDot(left - a, along) / square);
+    const KivVec v = (right - a) - along * (kivDot(right - a, along) / square);
+    const double lengths = std::sqrt(kivDot(u, u) * kivDot(v, v));
+    if (!(lengths > 0.0) || !std::isfinite(lengths)) {
+        return 0.0;
+    }
+    const double between = std::acos(std::clamp(kivDot(u, v) / lengths, -1.0, 1.0));
     return 180.0 - between * 180.0 / std::numbers::pi;
 }
 
-bool kivFeatureIsFold(const KivVec& a, const KivVec& b, const KivVec& left, const KivVec& right, const KivView& view) {
+bool kivFeatureIsFold(const KivVec& a, const KivVec& b, const KivVec& left, const KivVec& right,
+                      const KivViewpoint& view) {
     const KivVec plane = planeThroughEye(a, b, view);
     const double l = sideOf(plane, a, left);
     const double r = sideOf(plane, a, right);
@@ -244,6 +294,9 @@ std::vector<bool> kivFeatureCreases(const KivSurface& surface, const std::vector
     Groups network(surface.points.size());
     bool any = false;
     for (std::size_t i = 0; i < wings.size(); ++i) {
+        if (kivIsCancelledAt(i)) {
+            return creases;
+        }
         const KivFeatureWing& wing = wings[i];
         const double limit = wing.smooth ? rules.smoothCreaseAngle : rules.creaseAngle;
         if (wing.junction || (wing.right != KivFeatureWing::none && wing.bend > limit)) {
@@ -256,11 +309,18 @@ std::vector<bool> kivFeatureCreases(const KivSurface& surface, const std::vector
         return creases;
     }
     Groups pieces(surface.points.size());
-    for (const KivSurface::Triangle& t : surface.triangles) {
+    for (std::size_t i = 0; i < surface.triangles.size(); ++i) {
+        if (kivIsCancelledAt(i)) {
+            return creases;
+        }
+        const KivSurface::Triangle& t = surface.triangles[i];
         pieces.join(t[0], t[1]);
         pieces.join(t[1], t[2]);
     }
     for (std::uint32_t p = 0; p < surface.points.size(); ++p) {
+        if (kivIsCancelledAt(p)) {
+            return creases;
+        }
         pieces.enter(p, surface.points[p]);
     }
     for (std::size_t i = 0; i < wings.size(); ++i) {
@@ -271,6 +331,9 @@ std::vector<bool> kivFeatureCreases(const KivSurface& surface, const std::vector
     }
     const std::vector<Character> characters = characterOf(surface, wings, creases, network);
     for (std::size_t i = 0; i < wings.size(); ++i) {
+        if (kivIsCancelledAt(i)) {
+            return creases;
+        }
         if (creases[i]) {
             const double part = network.extent(wings[i].a) / pieces.extent(wings[i].a);
             const Character& character = characters[network.find(wings[i].a)];
@@ -282,7 +345,7 @@ std::vector<bool> kivFeatureCreases(const KivSurface& surface, const std::vector
 }
 
 std::vector<KivFeatureEdge> kivFeatureEdges(const KivSurface& surface, const std::vector<KivFeatureWing>& wings,
-                                            const std::vector<bool>& creases, const KivView& view,
+                                            const std::vector<bool>& creases, const KivViewpoint& view,
                                             const KivFeatureRules& rules) {
     std::vector<KivFeatureEdge> edges;
     const std::vector<KivVec>& p = surface.points;

@@ -1,4 +1,4 @@
-#include "kivsurface.h"
+#include "kivrender/geometry/kivsurface.h"
 
 #include "kivrender/scene/kivmesh.h"
 

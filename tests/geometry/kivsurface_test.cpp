@@ -1,7 +1,7 @@
-#include "kivsurface.h"
+#include "kivrender/geometry/kivsurface.h"
 
-#include "../shapes.h"
 #include "kivrender/scene/kivmesh.h"
+#include "support/surfaceshapes.h"
 
 #include <gtest/gtest.h>
 

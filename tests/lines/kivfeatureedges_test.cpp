@@ -1,6 +1,6 @@
-#include "kivfeatureedges.h"
+#include "kivrender/lines/kivfeatureedges.h"
 
-#include "../shapes.h"
+#include "support/surfaceshapes.h"
 
 #include <gtest/gtest.h>
 
@@ -32,7 +32,8 @@ std::set<Pair> edgesOfKind(const std::vector<KivFeatureEdge>& edges, KivFeatureK
     return result;
 }
 
-std::vector<KivFeatureEdge> edgesOf(const KivSurface& surface, const KivView& view, const KivFeatureRules& rules = {}) {
+std::vector<KivFeatureEdge> edgesOf(const KivSurface& surface, const KivViewpoint& view,
+                                    const KivFeatureRules& rules = {}) {
     const std::vector<KivFeatureWing> wings = kivFeatureWings(surface);
     return kivFeatureEdges(surface, wings, kivFeatureCreases(surface, wings, rules), view, rules);
 }
@@ -113,8 +114,7 @@ TEST(KivFeatureIsFold, MatchesTheFacingOfNormalsOnClosedShapes) {
         if (kivLength(eye) < 4.0) {
             continue;
         }
-        for (const KivView& view :
-             {perspectiveView(eye, 0.3, 1.0, 30.0, 200), parallelView(eye, 3.0, 1.0, 30.0, 200)}) {
+        for (const KivViewpoint& view : {KivViewpoint{true, eye}, KivViewpoint{false, eye}}) {
             for (const auto& [pair, triangles] : trianglesByEdge(shape)) {
                 ASSERT_EQ(triangles.size(), 2U);
                 const auto faces = [&](const KivSurface::Triangle& t) {
@@ -140,7 +140,7 @@ TEST(KivFeatureEdges, OfACubeAreItsContourAndCreases) {
     std::mt19937 words(8);
     KivSurface cube = cubeSurface();
     for (int run = 0; run < 8; ++run) {
-        const auto edges = edgesOf(cube, perspectiveView({3.0, 4.0, 5.0}, 0.5, 1.0, 20.0, 200));
+        const auto edges = edgesOf(cube, KivViewpoint{true, {3.0, 4.0, 5.0}});
         EXPECT_EQ(edgesOfKind(edges, KivFeatureKind::silhouette).size(), 6U);
         EXPECT_EQ(edgesOfKind(edges, KivFeatureKind::crease).size(), 6U);
         EXPECT_TRUE(edgesOfKind(edges, KivFeatureKind::border).empty());
@@ -150,7 +150,7 @@ TEST(KivFeatureEdges, OfACubeAreItsContourAndCreases) {
 
 TEST(KivFeatureEdges, OfAFaceSeenEdgeOnKeepTheContour) {
     // Straight from the front the four side faces of a cube are seen edge-on.
-    const auto edges = edgesOf(cubeSurface(), parallelView({0.0, 0.0, 5.0}, 2.0, 1.0, 20.0, 200));
+    const auto edges = edgesOf(cubeSurface(), KivViewpoint{false, {0.0, 0.0, 5.0}});
     const auto contour = edgesOfKind(edges, KivFeatureKind::silhouette);
     for (const Pair& front : {Pair(4, 5), Pair(5, 7), Pair(6, 7), Pair(4, 6)}) {
         EXPECT_TRUE(contour.contains(front)) << front.first << ' ' << front.second;
@@ -161,7 +161,7 @@ TEST(KivFeatureEdges, OfAFaceSeenEdgeOnKeepTheContour) {
 TEST(KivFeatureEdges, CanBeSwitchedOffByKind) {
     KivSurface open = cubeSurface();
     open.triangles.resize(10);
-    const KivView view = perspectiveView({3.0, 4.0, 5.0}, 0.5, 1.0, 20.0, 200);
+    const KivViewpoint view = KivViewpoint{true, {3.0, 4.0, 5.0}};
     for (int mask = 0; mask < 8; ++mask) {
         KivFeatureRules rules;
         rules.silhouettes = (mask & 1) != 0;
@@ -175,7 +175,7 @@ TEST(KivFeatureEdges, CanBeSwitchedOffByKind) {
 }
 
 TEST(KivFeatureEdges, FollowTheCreaseAngle) {
-    const KivView view = perspectiveView({3.0, 4.0, 5.0}, 0.5, 1.0, 20.0, 200);
+    const KivViewpoint view = KivViewpoint{true, {3.0, 4.0, 5.0}};
     KivFeatureRules rules;
     rules.creaseAngle = 89.0;
     EXPECT_EQ(edgesOfKind(edgesOf(cubeSurface(), view, rules), KivFeatureKind::crease).size(), 6U);
@@ -238,7 +238,7 @@ TEST(KivFeatureEdges, ThreeTrianglesAtAnEdgeMakeALine) {
     KivSurface fins;
     fins.points = {{0, 0, 0}, {0, 1, 0}, {1, 0, 0}, {-1, 0, 0.01}, {0, 0, 1}};
     fins.triangles = {{0, 1, 2}, {0, 1, 3}, {1, 0, 4}};
-    const auto edges = edgesOf(fins, perspectiveView({3.0, 4.0, 5.0}, 0.5, 1.0, 20.0, 200));
+    const auto edges = edgesOf(fins, KivViewpoint{true, {3.0, 4.0, 5.0}});
     EXPECT_TRUE(edgesOfKind(edges, KivFeatureKind::crease).contains(Pair(0, 1)));
 }
 
@@ -247,7 +247,7 @@ TEST(KivFeatureEdges, ATriangleWithoutAnAreaHasNoLines) {
     KivSurface surface;
     surface.points = {{0, 0, 0}, {1, 1, 0}, {3, 3, 0}, {0, 2, 0}};
     surface.triangles = {{0, 1, 2}};
-    const KivView view = parallelView({0, 0, 5}, 4, 1, 40, 100);
+    const KivViewpoint view = KivViewpoint{false, {0, 0, 5}};
     EXPECT_TRUE(edgesOf(surface, view).empty());
     surface.triangles = {{0, 1, 3}};
     EXPECT_EQ(edgesOf(surface, view).size(), 3U) << "one with an area has its borders";
@@ -258,7 +258,7 @@ TEST(KivFeatureEdges, ATriangleWithoutAnAreaThatClosesAGapShowsNoLine) {
     KivSurface surface;
     surface.points = {{0, 0, 0}, {2, 0, 0}, {1, 0, 0}, {1, 2, 0}, {1, -2, 0}};
     surface.triangles = {{0, 1, 3}, {0, 4, 2}, {2, 4, 1}, {0, 2, 1}};
-    const KivView view = parallelView({0, 0, 5}, 4, 1, 40, 100);
+    const KivViewpoint view = KivViewpoint{false, {0, 0, 5}};
     const std::set<Pair> borders = edgesOfKind(edgesOf(surface, view), KivFeatureKind::border);
     EXPECT_EQ(borders, (std::set<Pair>{{0, 3}, {1, 3}, {0, 4}, {1, 4}}));
     EXPECT_EQ(edgesOf(surface, view).size(), 4U) << "and no silhouette within";

@@ -1,0 +1,247 @@
+#include "kivrender/lines/doublelines.h"
+
+#include "kivrender/lines/curveorder.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <unordered_map>
+#include <utility>
+
+namespace {
+
+constexpr double nearby = 0.05;   // lines that lie nearer, in pixels, are one
+constexpr double leastRest = 0.1; // what is left of a line between others, in pixels, is rounding
+constexpr double cell = 16.0;
+constexpr std::size_t fullCell = 256; // more lines in one cell, and some may be drawn twice: the time stays bounded
+
+struct Stretch {
+    KivPicturePoint start;
+    KivPicturePoint end;
+};
+
+// A part of a stretch, from 0 at its start to 1 at its end.
+using Part = std::pair<double, double>;
+
+// The lines drawn so far, by cells of the picture.
+class Drawn {
+public:
+    void add(const Stretch& line) {
+        const auto number = static_cast<std::uint32_t>(lines.size());
+        lines.push_back(line);
+        std::uint64_t before = 0;
+        forSteps(line, [&](std::int64_t x, std::int64_t y) {
+            std::vector<std::uint32_t>& here = cells[keyOf(x, y)];
+            if (keyOf(x, y) != before && here.size() < fullCell) {
+                here.push_back(number);
+            }
+            before = keyOf(x, y);
+        });
+    }
+
+    // The parts of the line that lie on lines drawn so far, sorted and joined.
+    const std::vector<Part>& partsOf(const Stretch& line) {
+        found.clear();
+        candidates.clear();
+        forSteps(line, [&](std::int64_t x, std::int64_t y) {
+            for (std::int64_t i = x - 1; i <= x + 1; ++i) {
+                for (std::int64_t k = y - 1; k <= y + 1; ++k) {
+                    const auto here = cells.find(keyOf(i, k));
+                    if (here != cells.end()) {
+                        candidates.insert(candidates.end(), here->second.begin(), here->second.end());
+                    }
+                }
+            }
+        });
+        std::sort(candidates.begin(), candidates.end());
+        candidates.erase(std::unique(candidates.begin(), candidates.end()), candidates.end());
+        for (const std::uint32_t number : candidates) {
+            take(line, lines[number]);
+        }
+        join();
+        return found;
+    }
+
+private:
+    static std::uint64_t keyOf(std::int64_t x, std::int64_t y) {
+        return static_cast<std::uint64_t>(x) << 32U ^ (static_cast<std::uint64_t>(y) & 0xFFFFFFFFU);
+    }
+    // Half a cell at a time, so that no cell is left out but for ones whose neighbours are visited.
+    template <class Visit> static void forSteps(const Stretch& line, Visit visit) {
+        const double dx = line.end.x - line.start.x;
+        const double dy = line.end.y - line.start.y;
+        const int steps = static_cast<int>(std::clamp(std::ceil(std::hypot(dx, dy) / (0.5 * cell)), 1.0, 1e5));
+        for (int i = 0; i <= steps; ++i) {
+            const double part = static_cast<double>(i) / steps;
+            visit(static_cast<std::int64_t>(std::floor((line.start.x + dx * part) / cell)),
+                  static_cast<std::int64_t>(std::floor((line.start.y + dy * part) / cell)));
+        }
+    }
+    void take(const Stretch& line, const Stretch& other) {
+        const double dx = line.end.x - line.start.x;
+        const double dy = line.end.y - line.start.y;
+        const double length = std::hypot(dx, dy);
+        if (!(length > 0.0)) {
+            return;
+        }
+        const auto along = [&](const KivPicturePoint& p) {
+            return ((p.x - line.start.x) * dx + (p.y - line.start.y) * dy) / (length * length);
+        };
+        const auto aside = [&](const KivPicturePoint& p) {
+            return ((p.y - line.start.y) * dx - (p.x - line.start.x) * dy) / length;
+        };
+        double from = along(other.start);
+        double to = along(other.end);
+        double fromAside = aside(other.start);
+        double toAside = aside(other.end);
+        if (from > to) {
+            std::swap(from, to);
+            std::swap(fromAside, toAside);
+        }
+        const double first = std::max(from, 0.0);
+        const double last = std::min(to, 1.0);
+        if (!((last - first) * length > 1e-6)) {
+            return;
+        }
+        const auto asideAt = [&](double t) { return fromAside + (toAside - fromAside) * (t - from) / (to - from); };
+        if (std::fabs(asideAt(first)) <= nearby && std::fabs(asideAt(last)) <= nearby) {
+            found.emplace_back(first, last);
+        }
+    }
+    void join() {
+        std::sort(found.begin(), found.end());
+        std::size_t kept = 0;
+        for (std::size_t i = 1; i < found.size(); ++i) {
+            if (found[i].first <= found[kept].second) {
+                found[kept].second = std::max(found[kept].second, found[i].second);
+            } else {
+                found[++kept] = found[i];
+            }
+        }
+        found.resize(found.empty() ? 0 : kept + 1);
+    }
+
+    std::vector<Stretch> lines;
+    std::unordered_map<std::uint64_t, std::vector<std::uint32_t>> cells;
+    std::vector<std::uint32_t> candidates;
+    std::vector<Part> found;
+};
+
+class Taker {
+public:
+    Taker(const KivLineView& seenFrom, const LineSegments& known) : view(seenFrom), segments(known) {}
+
+    void take(LineCourse& course, LineSight sight) {
+        spans.clear();
+        for (const LineSpan& span : course.spans) {
+            const bool asked = span.sight == sight && segments.all[span.segment].contour == LineSegment::none;
+            if (asked) {
+                split(span);
+            } else {
+                spans.push_back(span);
+            }
+        }
+        course.spans.swap(spans);
+    }
+
+private:
+    void split(const LineSpan& span) {
+        const Stretch line = {span.start, span.end};
+        const std::vector<Part>& parts = drawn.partsOf(line);
+        const std::size_t before = spans.size();
+        double done = 0.0;
+        for (const auto& [from, to] : parts) {
+            if ((from - done) * span.length > leastRest) {
+                push(span, done, from, span.sight);
+                done = from;
+            }
+            push(span, done, to, LineSight::doubled);
+            done = to;
+        }
+        if ((1.0 - done) * span.length > leastRest || parts.empty()) {
+            push(span, done, 1.0, span.sight);
+        } else {
+            push(span, done, 1.0, LineSight::doubled);
+        }
+        for (std::size_t i = before; i < spans.size(); ++i) {
+            if (spans[i].sight != LineSight::doubled) {
+                drawn.add({spans[i].start, spans[i].end});
+            }
+        }
+    }
+    // The part between two places of the span, from 0 to 1 in the picture.
+    void push(const LineSpan& span, double from, double to, LineSight sight) {
+        if (!(from < to)) {
+            return;
+        }
+        LineSpan part = span;
+        part.sight = sight;
+        part.length = span.length * (to - from);
+        const LineSegment& segment = segments.all[span.segment];
+        const double depthFirst = view.toCamera(segment.at(span.first)).z;
+        const double depthLast = view.toCamera(segment.at(span.last)).z;
+        const auto cut = [&](double at, double* parameter, KivPicturePoint* place) {
+            // Even steps in the picture are uneven ones in a view with perspective.
+            const double even =
+                view.isPerspective() ? at * depthFirst / (at * depthFirst + (1.0 - at) * depthLast) : at;
+            *parameter = span.first + (span.last - span.first) * even;
+            *place = {span.start.x + (span.end.x - span.start.x) * at, span.start.y + (span.end.y - span.start.y) * at};
+        };
+        if (from > 0.0) {
+            cut(from, &part.first, &part.start);
+        }
+        if (to < 1.0) {
+            cut(to, &part.last, &part.end);
+        }
+        spans.push_back(part);
+    }
+
+    const KivLineView& view;
+    const LineSegments& segments;
+    Drawn drawn;
+    std::vector<LineSpan> spans;
+};
+
+// What the model says comes before what is found.
+int rankOf(KivStrokeKind kind) {
+    switch (kind) {
+    case KivStrokeKind::contour:
+        return 0;
+    case KivStrokeKind::edge:
+        return 1;
+    case KivStrokeKind::boundary:
+        return 2;
+    case KivStrokeKind::crease:
+        return 3;
+    case KivStrokeKind::material:
+        return 4;
+    case KivStrokeKind::intersection:
+    case KivStrokeKind::own:
+        break;
+    }
+    return 5;
+}
+
+} // namespace
+
+bool kivTakeOutDoubles(const KivLineView& view, const LineSegments& segments, std::vector<LineCourse>& courses) {
+    std::vector<std::uint32_t> order;
+    for (std::uint32_t i = 0; i < courses.size(); ++i) {
+        if (courses[i].kind != KivStrokeKind::own) {
+            order.push_back(i);
+        }
+    }
+    std::stable_sort(order.begin(), order.end(), [&](std::uint32_t a, std::uint32_t b) {
+        return rankOf(courses[a].kind) < rankOf(courses[b].kind);
+    });
+    Taker taker(view, segments);
+    for (const LineSight sight : {LineSight::seen, LineSight::hidden}) {
+        for (std::size_t i = 0; i < order.size(); ++i) {
+            if (kivIsCancelledAt(i)) {
+                return false;
+            }
+            taker.take(courses[order[i]], sight);
+        }
+    }
+    return true;
+}

@@ -1,0 +1,337 @@
+#include "kivrender/lines/kivlineengine.h"
+
+#include "kivrender/lines/doublelines.h"
+#include "kivrender/lines/kivoccluders.h"
+#include "kivrender/lines/kivsurfacecrossings.h"
+#include "kivrender/lines/linejoins.h"
+#include "kivrender/lines/linespans.h"
+#include "kivrender/lines/strokejoins.h"
+#include "kivrender/lines/surfacelines.h"
+#include "kivrender/scene/kivprogress.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <tuple>
+#include <utility>
+
+namespace {
+
+bool isSame(const KivVec& a, const KivVec& b) {
+    return a.x == b.x && a.y == b.y && a.z == b.z;
+}
+
+bool comesBefore(const KivVec& a, const KivVec& b) {
+    return std::tie(a.x, a.y, a.z) < std::tie(b.x, b.y, b.z);
+}
+
+} // namespace
+
+class KivLineEngine::Parts {
+public:
+    explicit Parts(const KivLineView& seenFrom) : occluders(seenFrom), view(seenFrom) {}
+
+    // A body or a line of the scene's own.
+    struct Source {
+        KivLineBody body;
+        KivLineCourse course;
+        bool isBody = false;
+    };
+
+    bool find() {
+        return view.seesAnything() && layOccluders() && findSurfaceLines() && findCrossings() && addCourses() &&
+               dropRepeats() && cutChains() && join();
+    }
+
+    std::vector<Source> sources;
+    KivOccluders occluders;
+    std::vector<KivFoundLine> found;
+
+private:
+    bool layOccluders() {
+        for (std::size_t i = 0; i < sources.size(); ++i) {
+            LineSegments::Source& about = segments.about.emplace_back();
+            const KivLineBody& body = sources[i].body;
+            about.detail = body.rules.detail;
+            about.shortest = body.rules.shortest;
+            if (sources[i].isBody && body.hides) {
+                about.firstTriangle = occluderTriangles;
+                occluderTriangles += static_cast<std::uint32_t>(body.surface.triangles.size());
+                if (!occluders.add(body.surface.points, body.surface.triangles)) {
+                    return false;
+                }
+            }
+        }
+        return occluders.build();
+    }
+
+    bool findSurfaceLines() {
+        for (std::uint32_t i = 0; i < sources.size(); ++i) {
+            const KivLineBody& body = sources[i].body;
+            if (!sources[i].isBody || !body.drawn) {
+                continue;
+            }
+            SurfaceLineRules rules;
+            rules.features = body.rules.features;
+            rules.materials = body.rules.materials;
+            SurfaceLines& surface = segments.about[i].surface;
+            if (!kivSurfaceLines(body.surface, body.materials, view, rules, surface)) {
+                return false;
+            }
+            takeNamedEdges(body, surface.segments);
+            for (const LineSegment& segment : surface.segments) {
+                addSegment(segment, i);
+            }
+            surface.segments = {};
+            if (!body.hides) {
+                std::fill(surface.neighboursFrom.begin(), surface.neighboursFrom.end(), 0);
+            }
+        }
+        return true;
+    }
+    // Edges that the model names are there whatever the bend; the rest of a named edge that turns away stays a contour.
+    static void takeNamedEdges(const KivLineBody& body, std::vector<LineSegment>& lines) {
+        if (body.edges.empty()) {
+            return;
+        }
+        const auto ordered = [](const KivVec& a, const KivVec& b) {
+            return comesBefore(a, b) ? std::pair(a, b) : std::pair(b, a);
+        };
+        const auto isLess = [](const std::pair<KivVec, KivVec>& a, const std::pair<KivVec, KivVec>& b) {
+            return comesBefore(a.first, b.first) || (isSame(a.first, b.first) && comesBefore(a.second, b.second));
+        };
+        std::vector<std::pair<KivVec, KivVec>> named;
+        for (const auto& [a, b] : body.edges) {
+            if (a < body.surface.points.size() && b < body.surface.points.size() && a != b) {
+                named.push_back(ordered(body.surface.points[a], body.surface.points[b]));
+            }
+        }
+        std::sort(named.begin(), named.end(), isLess);
+        std::erase_if(lines, [&](const LineSegment& line) {
+            return line.contour == LineSegment::none && line.kind != KivStrokeKind::contour &&
+                   std::binary_search(named.begin(), named.end(), ordered(line.a, line.b), isLess);
+        });
+        for (const auto& [a, b] : named) {
+            LineSegment line;
+            line.a = a;
+            line.b = b;
+            line.kind = KivStrokeKind::edge;
+            lines.push_back(line);
+        }
+    }
+
+    // The pieces belong to the first of the two bodies.
+    bool findCrossings() {
+        KivSurfaceCrossings crossings;
+        std::vector<std::uint32_t> bodies;
+        for (std::uint32_t i = 0; i < sources.size(); ++i) {
+            const KivLineBody& body = sources[i].body;
+            if (sources[i].isBody && body.drawn && body.rules.intersections) {
+                bodies.push_back(i);
+                if (!crossings.add(body.surface.points, body.surface.triangles)) {
+                    return false;
+                }
+            }
+        }
+        if (!crossings.find()) {
+            return false;
+        }
+        for (const KivCrossing& piece : crossings.pieces()) {
+            if (!isSame(piece.from, piece.to)) {
+                LineSegment line;
+                line.a = piece.from;
+                line.b = piece.to;
+                line.kind = KivStrokeKind::intersection;
+                addSegment(line, bodies[std::min(piece.bodies[0], piece.bodies[1])]);
+            }
+        }
+        return true;
+    }
+
+    bool addCourses() {
+        for (std::uint32_t i = 0; i < sources.size(); ++i) {
+            const KivLineCourse& course = sources[i].course;
+            const std::size_t count = course.points.size();
+            for (std::size_t k = 0; count > 0 && k < (course.closed && count > 2 ? count : count - 1); ++k) {
+                LineSegment line;
+                line.a = course.points[k];
+                line.b = course.points[k + 1 == count ? 0 : k + 1];
+                line.kind = KivStrokeKind::own;
+                if (!isSame(line.a, line.b)) {
+                    addSegment(line, i);
+                }
+            }
+        }
+        return true;
+    }
+
+    void addSegment(const LineSegment& segment, std::uint32_t source) {
+        segments.all.push_back(segment);
+        segments.sources.push_back(source);
+    }
+
+    // Bodies that are there twice have all of their lines twice.
+    bool dropRepeats() {
+        std::vector<KivVec> ends;
+        for (const LineSegment& segment : segments.all) {
+            ends.push_back(segment.at(segment.from));
+            ends.push_back(segment.at(segment.to));
+        }
+        std::uint32_t count = 0;
+        nodes = kivWeldPoints(ends, &count);
+        if (kivIsCancelled()) {
+            return false;
+        }
+        std::vector<std::uint32_t> order(segments.all.size());
+        for (std::uint32_t i = 0; i < order.size(); ++i) {
+            order[i] = i;
+        }
+        const auto key = [this](std::uint32_t i) {
+            const auto [low, high] = std::minmax(nodes[2 * i], nodes[2 * i + 1]);
+            return std::tuple(low, high, segments.all[i].kind, segments.sources[i], i);
+        };
+        std::sort(order.begin(), order.end(), [&](std::uint32_t a, std::uint32_t b) { return key(a) < key(b); });
+        std::vector<bool> isRepeat(order.size(), false);
+        for (std::size_t i = 1; i < order.size(); ++i) {
+            const auto [low, high, kind, source, number] = key(order[i]);
+            const auto [lowBefore, highBefore, kindBefore, sourceBefore, numberBefore] = key(order[i - 1]);
+            isRepeat[number] =
+                low == lowBefore && high == highBefore && kind == kindBefore && kind != KivStrokeKind::own;
+        }
+        std::size_t kept = 0;
+        for (std::size_t i = 0; i < isRepeat.size(); ++i) {
+            if (!isRepeat[i]) {
+                segments.all[kept] = segments.all[i];
+                segments.sources[kept] = segments.sources[i];
+                nodes[2 * kept] = nodes[2 * i];
+                nodes[2 * kept + 1] = nodes[2 * i + 1];
+                ++kept;
+            }
+        }
+        segments.all.resize(kept);
+        segments.sources.resize(kept);
+        nodes.resize(2 * kept);
+        return true;
+    }
+
+    std::uint32_t groupOf(std::uint32_t segment) const {
+        return segments.sources[segment] * kivStrokeKinds + static_cast<std::uint32_t>(segments.all[segment].kind);
+    }
+    bool wantsHidden(std::uint32_t source) const {
+        return sources[source].isBody ? sources[source].body.rules.hidden : sources[source].course.hidden;
+    }
+
+    bool cutChains() {
+        std::vector<LineEnd> ends(nodes.size());
+        for (std::uint32_t i = 0; i < segments.all.size(); ++i) {
+            ends[2 * i] = {nodes[2 * i], groupOf(i), {}};
+            ends[2 * i + 1] = {nodes[2 * i + 1], groupOf(i), {}};
+        }
+        LineSpans spans(occluders, segments);
+        constexpr std::size_t spansPerPoll = 1000; // some milliseconds
+        std::size_t work = spansPerPoll;
+        for (LineChain& chain : kivChainsOf(kivJoinedEnds(ends, LineJunctions::end))) {
+            if (work >= spansPerPoll) {
+                work = 0;
+                if (kivIsCancelled()) {
+                    return false;
+                }
+            }
+            const std::uint32_t first = chain.lines[0];
+            LineCourse course{std::move(chain), segments.sources[first], segments.all[first].kind, {}};
+            if (!spans.cut(course.chain, course.spans)) {
+                return false;
+            }
+            spans.closeGaps(course.spans);
+            spans.takeOutSlight(course.spans);
+            work += course.spans.size() + 1;
+            if (!wantsHidden(course.source)) {
+                for (LineSpan& span : course.spans) {
+                    span.sight = span.sight == LineSight::hidden ? LineSight::absent : span.sight;
+                }
+            }
+            courses.push_back(std::move(course));
+        }
+        return kivTakeOutDoubles(view, segments, courses);
+    }
+
+    bool join() {
+        if (!kivJoinCourses(view, segments, nodes, courses, found)) {
+            return false;
+        }
+        addDots();
+        for (KivFoundLine& line : found) {
+            line.object =
+                sources[line.source].isBody ? sources[line.source].body.object : sources[line.source].course.object;
+        }
+        std::stable_sort(found.begin(), found.end(), [](const KivFoundLine& a, const KivFoundLine& b) {
+            return std::tie(a.source, a.kind) < std::tie(b.source, b.kind);
+        });
+        return true;
+    }
+    // A point is seen if the shortest of lines there is.
+    void addDots() {
+        for (std::uint32_t i = 0; i < sources.size(); ++i) {
+            const KivLineCourse& course = sources[i].course;
+            if (sources[i].isBody || course.points.size() != 1) {
+                continue;
+            }
+            const KivVec place = view.toCamera(course.points[0]);
+            double from = 0.0;
+            double to = 0.0;
+            if (view.clip(place, place, &from, &to)) {
+                const KivPicturePoint point = view.toPicture(place);
+                const bool hidden = occluders.nearestAt(point) < place.z * (1.0 - 1e-6);
+                if (!hidden || course.hidden) {
+                    found.push_back({i, 0, KivStrokeKind::own, hidden, false, true, true, {point}, {course.points[0]}});
+                }
+            }
+        }
+    }
+
+    KivLineView view;
+    std::uint32_t occluderTriangles = 0;
+    LineSegments segments;
+    std::vector<std::uint32_t> nodes; // of the two ends of each segment
+    std::vector<LineCourse> courses;
+};
+
+KivLineEngine::KivLineEngine(const KivLineView& view) : parts(std::make_unique<Parts>(view)) {}
+
+KivLineEngine::~KivLineEngine() = default;
+
+void KivLineEngine::add(KivLineBody body) {
+    parts->sources.push_back({std::move(body), {}, true});
+}
+
+void KivLineEngine::add(KivLineCourse course) {
+    parts->sources.push_back({{}, std::move(course), false});
+}
+
+bool KivLineEngine::find() {
+    if (parts->find()) {
+        return true;
+    }
+    parts->found.clear();
+    return !kivIsCancelled();
+}
+
+const std::vector<KivFoundLine>& KivLineEngine::lines() const {
+    return parts->found;
+}
+
+const KivOccluders& KivLineEngine::occluders() const {
+    return parts->occluders;
+}
+
+KivStroke kivStrokeOf(const KivFoundLine& line, double tolerance) {
+    KivStroke stroke;
+    stroke.object = line.object;
+    stroke.kind = line.kind;
+    stroke.hidden = line.hidden;
+    stroke.path = kivFitCurve(line.picture, line.closed, tolerance);
+    stroke.space = line.space;
+    if (line.closed && !line.space.empty()) {
+        stroke.space.push_back(line.space.front());
+    }
+    return stroke;
+}

@@ -1,0 +1,348 @@
+#include "kivrender/lines/linespans.h"
+
+#include "kivrender/scene/kivprogress.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <utility>
+
+namespace {
+
+// A smooth contour is tested for visibility that many times as far off the mesh as the surface may depart from it.
+constexpr double liftOff = 1.5;
+
+// Exact lines have gaps only where many triangles meet at a corner and rounding decides.
+constexpr double exactGap = 0.25;
+
+// A contour goes on over so many pixels where it lies by no more than so many behind the edge of what hides it.
+constexpr double longestDip = 8.0;
+constexpr double slightDip = 1.5;
+
+// How strongly a fold is drawn is found every so many pixels and evened out over so many to both sides; below faint it
+// is not drawn.
+constexpr double strengthStep = 3.0;
+constexpr double strengthReach = 4.5;
+constexpr double faint = 0.3;
+constexpr double strong = 0.9;
+
+double distance(const KivPicturePoint& a, const KivPicturePoint& b) {
+    return std::hypot(b.x - a.x, b.y - a.y);
+}
+
+// Of runs of equal sight.
+template <class Visit> void forRuns(const std::vector<LineSpan>& spans, Visit visit) {
+    for (std::size_t first = 0; first < spans.size();) {
+        std::size_t end = first;
+        double length = 0.0;
+        for (; end < spans.size() && spans[end].sight == spans[first].sight; ++end) {
+            length += spans[end].length;
+        }
+        visit(first, end, length);
+        first = end;
+    }
+}
+
+} // namespace
+
+bool LineSpans::cut(const LineChain& chain, std::vector<LineSpan>& spans) {
+    spans.clear();
+    findSides(chain);
+    constexpr std::size_t segmentsPerPoll = 1000; // some milliseconds
+    for (std::size_t i = 0; i < chain.lines.size(); ++i) {
+        if (i % segmentsPerPoll == segmentsPerPoll - 1 && kivIsCancelled()) {
+            return false;
+        }
+        addSegment(chain.lines[i], chain.reversed[i], sides[i], spans);
+    }
+    if (chain.closed) {
+        kivTurnToGap(spans);
+    }
+    return true;
+}
+
+void kivTurnToGap(std::vector<LineSpan>& spans) {
+    // The runs of a ring go on over its end.
+    std::size_t begin = 0;
+    while (begin < spans.size() && spans[begin].sight == spans[0].sight) {
+        ++begin;
+    }
+    if (begin == spans.size()) {
+        return;
+    }
+    std::rotate(spans.begin(), spans.begin() + static_cast<std::ptrdiff_t>(begin), spans.end());
+    std::size_t longest = 0;
+    double most = -1.0;
+    forRuns(spans, [&](std::size_t first, std::size_t, double length) {
+        const double counted =
+            spans[first].sight == LineSight::absent ? std::numeric_limits<double>::infinity() : length;
+        if (spans[first].sight != LineSight::seen && counted > most) {
+            most = counted;
+            longest = first;
+        }
+    });
+    std::rotate(spans.begin(), spans.begin() + static_cast<std::ptrdiff_t>(longest), spans.end());
+}
+
+// By the majority of the pieces nearby: in a triangle whose normals are nearly even the side is chance.
+void LineSpans::findSides(const LineChain& chain) {
+    const std::size_t count = chain.lines.size();
+    const auto bulge = [&](std::size_t i) {
+        const std::uint32_t number = chain.lines[i];
+        const LineSegment& segment = segments.all[number];
+        if (segment.contour == LineSegment::none) {
+            return 0;
+        }
+        const SurfaceLines& surface = segments.about[segments.sources[number]].surface;
+        return surface.contours[static_cast<std::size_t>(segment.contour)].bulges ? 1 : -1;
+    };
+    sides.assign(count, 0);
+    constexpr std::size_t reach = 2;
+    for (std::size_t i = 0; i < count; ++i) {
+        int sum = bulge(i);
+        for (std::size_t k = 1; sum != 0 && k <= reach; ++k) {
+            if (i >= k || chain.closed) {
+                sum += bulge((i + count - k % count) % count);
+            }
+            if (i + k < count || chain.closed) {
+                sum += bulge((i + k) % count);
+            }
+        }
+        sides[i] = bulge(i) == 0 ? 0 : sum > 0 ? 1 : sum < 0 ? -1 : bulge(i);
+    }
+}
+
+// The triangles around an interpolated piece: it lies off the mesh's own contour, behind one or the other of them.
+std::span<const std::uint32_t> LineSpans::exemptOf(std::uint32_t number) {
+    const LineSegments::Source& source = segments.about[segments.sources[number]];
+    const auto piece = static_cast<std::size_t>(segments.all[number].contour);
+    exempt.clear();
+    for (std::size_t i = source.surface.neighboursFrom[piece]; i < source.surface.neighboursFrom[piece + 1]; ++i) {
+        exempt.push_back(source.firstTriangle + source.surface.neighbours[i]);
+    }
+    return exempt;
+}
+
+void LineSpans::addSegment(std::uint32_t number, bool reversed, int side, std::vector<LineSpan>& spans) {
+    const LineSegment& segment = segments.all[number];
+    KivVec a = segment.a;
+    KivVec b = segment.b;
+    if (segment.contour == LineSegment::none) {
+        occluders.visibleParts(a, b, parts);
+    } else {
+        const ContourPiece& piece =
+            segments.about[segments.sources[number]].surface.contours[static_cast<std::size_t>(segment.contour)];
+        const double lift = liftOff * piece.rise * side;
+        a = a + piece.normals[0] * lift;
+        b = b + piece.normals[1] * lift;
+        occluders.visibleParts(a, b, exemptOf(number), parts);
+    }
+    KivLinePart inside;
+    const KivLineView& view = occluders.view();
+    if (!view.clip(view.toCamera(a), view.toCamera(b), &inside.from, &inside.to)) {
+        inside = {1.0, 0.0};
+    }
+    inside = {std::max(inside.from, segment.from), std::min(inside.to, segment.to)};
+    const std::size_t before = spans.size();
+    if (!(inside.from < inside.to)) {
+        addSpan(number, segment.from, segment.to, LineSight::absent, spans);
+    } else {
+        double done = inside.from;
+        addSpan(number, segment.from, inside.from, LineSight::absent, spans);
+        for (const KivLinePart& part : parts) {
+            const double from = std::max(part.from, done);
+            const double to = std::min(part.to, inside.to);
+            if (from < to) {
+                addSpan(number, done, from, LineSight::hidden, spans);
+                addSpan(number, from, to, LineSight::seen, spans);
+                done = to;
+            }
+        }
+        addSpan(number, done, inside.to, LineSight::hidden, spans);
+        addSpan(number, inside.to, segment.to, LineSight::absent, spans);
+    }
+    if (reversed) {
+        std::reverse(spans.begin() + static_cast<std::ptrdiff_t>(before), spans.end());
+        for (std::size_t i = before; i < spans.size(); ++i) {
+            std::swap(spans[i].first, spans[i].last);
+            std::swap(spans[i].start, spans[i].end);
+        }
+    }
+}
+
+void LineSpans::addSpan(std::uint32_t number, double first, double last, LineSight sight,
+                        std::vector<LineSpan>& spans) const {
+    if (!(first < last)) {
+        return;
+    }
+    LineSpan span{number, first, last, {}, {}, 0.0, sight};
+    if (sight != LineSight::absent) {
+        const KivLineView& view = occluders.view();
+        span.start = view.toPicture(view.toCamera(segments.all[number].at(first)));
+        span.end = view.toPicture(view.toCamera(segments.all[number].at(last)));
+        span.length = distance(span.start, span.end);
+    }
+    spans.push_back(span);
+}
+
+// The place in the middle of a span, and the way from it in the picture that leads away from the surface.
+LineSpans::Outside LineSpans::outsideOf(const LineSpan& span) const {
+    const LineSegment& segment = segments.all[span.segment];
+    const KivLineView& view = occluders.view();
+    const KivVec middle = segment.at(0.5 * (span.first + span.last));
+    const KivVec there = view.toCamera(middle);
+    Outside outside;
+    outside.depth = there.z;
+    outside.pixel = view.pixelSize(there.z);
+    outside.place = view.toPicture(there);
+    const KivPicturePoint aside = view.toPicture(view.toCamera(middle + segment.open * outside.pixel));
+    const double way = distance(outside.place, aside);
+    if (way > 0.0) {
+        outside.way = {(aside.x - outside.place.x) / way, (aside.y - outside.place.y) / way};
+    }
+    return outside;
+}
+
+double LineSpans::Outside::behind(const KivOccluders& occluders, double pixels) const {
+    return occluders.nearestAt({place.x + way.x * pixels, place.y + way.y * pixels});
+}
+
+// Whether what is hidden there may be seen as well: too short to be meant; or, of an interpolated contour, a dip behind
+// the mesh from which the smooth surface departs.
+bool LineSpans::isGap(const std::vector<LineSpan>& spans, std::size_t first, std::size_t end, double length) const {
+    if (segments.all[spans[first].segment].contour == LineSegment::none) {
+        return length < exactGap;
+    }
+    if (length < lineSpeck) {
+        return true;
+    }
+    if (length > longestDip) {
+        return false;
+    }
+    return std::all_of(spans.begin() + static_cast<std::ptrdiff_t>(first),
+                       spans.begin() + static_cast<std::ptrdiff_t>(end), [&](const LineSpan& span) {
+                           const Outside outside = outsideOf(span);
+                           return outside.behind(occluders, slightDip) >= outside.depth;
+                       });
+}
+
+void LineSpans::closeGaps(std::vector<LineSpan>& spans) const {
+    std::vector<std::pair<std::size_t, std::size_t>> gaps;
+    forRuns(spans, [&](std::size_t first, std::size_t end, double length) {
+        if (spans[first].sight != LineSight::hidden) {
+            return;
+        }
+        // A ring begins with its longest gap.
+        const LineSpan& before = first > 0 ? spans[first - 1] : spans.back();
+        const bool goesOn = before.end.x == spans[first].start.x && before.end.y == spans[first].start.y;
+        if (before.sight == LineSight::seen && goesOn && end < spans.size() && spans[end].sight == LineSight::seen &&
+            isGap(spans, first, end, length)) {
+            gaps.emplace_back(first, end);
+        }
+    });
+    for (const auto& [first, end] : gaps) {
+        for (std::size_t i = first; i < end; ++i) {
+            spans[i].sight = LineSight::seen;
+        }
+    }
+}
+
+// Spans of folds that may be slight, in steps.
+std::vector<LineSpan> LineSpans::inSteps(const std::vector<LineSpan>& spans) const {
+    std::vector<LineSpan> steps;
+    for (const LineSpan& span : spans) {
+        const LineSegment& segment = segments.all[span.segment];
+        const int count = span.sight == LineSight::seen && kivDot(segment.open, segment.open) > 0.0
+                              ? static_cast<int>(std::clamp(std::ceil(span.length / strengthStep), 1.0, 10000.0))
+                              : 1;
+        if (count == 1) {
+            steps.push_back(span);
+            continue;
+        }
+        const KivLineView& view = occluders.view();
+        LineSpan step = span;
+        for (int i = 1; i <= count; ++i) {
+            step.last = i == count ? span.last : span.first + (span.last - span.first) * i / count;
+            step.end = i == count ? span.end : view.toPicture(view.toCamera(segment.at(step.last)));
+            step.length = distance(step.start, step.end);
+            steps.push_back(step);
+            step.first = step.last;
+            step.start = step.end;
+        }
+    }
+    return steps;
+}
+
+// How much deeper is what the fold hides? The small folds of a rough or faceted surface hide next to nothing; drawn in
+// full they would be hairs.
+double LineSpans::strengthAt(const LineSpan& span) const {
+    const LineSegment& segment = segments.all[span.segment];
+    const double detail = segments.about[segments.sources[span.segment]].detail;
+    if (!(kivDot(segment.open, segment.open) > 0.0) || !(detail > 0.0)) {
+        return 1.0;
+    }
+    const Outside outside = outsideOf(span);
+    if (outside.way.x == 0.0 && outside.way.y == 0.0) {
+        return 1.0;
+    }
+    const double behind = std::max(outside.behind(occluders, 1.0), outside.behind(occluders, 2.0));
+    return std::clamp((behind - outside.depth) / outside.pixel / detail, 0.02, 1.0);
+}
+
+void LineSpans::takeOutSlight(std::vector<LineSpan>& spans) const {
+    const bool mayBeSlight = std::any_of(spans.begin(), spans.end(), [&](const LineSpan& span) {
+        const KivVec& open = segments.all[span.segment].open;
+        return kivDot(open, open) > 0.0;
+    });
+    if (!mayBeSlight) {
+        return;
+    }
+    spans = inSteps(spans);
+    std::vector<double> strengths(spans.size(), 1.0);
+    for (std::size_t i = 0; i < spans.size(); ++i) {
+        strengths[i] = spans[i].sight == LineSight::seen ? strengthAt(spans[i]) : 1.0;
+    }
+    std::vector<LineSight> sights(spans.size());
+    const auto even = [&](std::size_t i, std::size_t first, std::size_t end) {
+        double sum = strengths[i] * spans[i].length;
+        double all = spans[i].length;
+        double reach = 0.0;
+        constexpr std::size_t most = 256; // pieces without length reach nowhere
+        for (std::size_t k = i; k > first && i - k < most && reach < strengthReach; --k) {
+            sum += strengths[k - 1] * spans[k - 1].length;
+            all += spans[k - 1].length;
+            reach += spans[k - 1].length;
+        }
+        reach = 0.0;
+        for (std::size_t k = i + 1; k < end && k - i < most && reach < strengthReach; ++k) {
+            sum += strengths[k] * spans[k].length;
+            all += spans[k].length;
+            reach += spans[k].length;
+        }
+        return all > 0.0 ? sum / all : strengths[i];
+    };
+    forRuns(spans, [&](std::size_t first, std::size_t end, double) {
+        for (std::size_t i = first; i < end; ++i) {
+            const bool isSlight = spans[i].sight == LineSight::seen && even(i, first, end) < faint;
+            sights[i] = isSlight ? LineSight::slight : spans[i].sight;
+        }
+    });
+    for (std::size_t i = 0; i < spans.size(); ++i) {
+        spans[i].sight = sights[i];
+    }
+    // A short piece of full strength closes an outline and stays; a short weak one is a hair.
+    forRuns(spans, [&](std::size_t first, std::size_t end, double length) {
+        double strength = 0.0;
+        for (std::size_t i = first; i < end; ++i) {
+            strength += strengths[i] * spans[i].length;
+        }
+        const double shortest = segments.about[segments.sources[spans[first].segment]].shortest;
+        if (spans[first].sight == LineSight::seen && strength < strong * length && strength < shortest) {
+            std::fill(sights.begin() + static_cast<std::ptrdiff_t>(first),
+                      sights.begin() + static_cast<std::ptrdiff_t>(end), LineSight::slight);
+        }
+    });
+    for (std::size_t i = 0; i < spans.size(); ++i) {
+        spans[i].sight = sights[i];
+    }
+}

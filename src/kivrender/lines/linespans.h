@@ -1,0 +1,92 @@
+// A chain of segments in the picture, cut where what stands before it begins and ends.
+#ifndef KIVRENDER_LINES_LINESPANS_H
+#define KIVRENDER_LINES_LINESPANS_H
+
+#include "kivrender/lines/kivlineview.h"
+#include "kivrender/lines/kivoccluders.h"
+#include "kivrender/lines/linejoins.h"
+#include "kivrender/lines/surfacelines.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <vector>
+
+enum class LineSight : std::uint8_t {
+    seen,
+    hidden, // something stands before it
+    absent, // outside the picture
+    slight, // a fold that hides next to nothing
+    doubled // another line lies there
+};
+
+// A part of a segment, in the direction in which its chain is walked: first is above last where that is backwards.
+struct LineSpan {
+    std::uint32_t segment = 0;
+    double first = 0.0;
+    double last = 1.0;
+    KivPicturePoint start;
+    KivPicturePoint end;
+    double length = 0.0; // in pixels; 0 for what is absent
+    LineSight sight = LineSight::seen;
+};
+
+// What is known of the segments, by their numbers.
+struct LineSegments {
+    std::vector<LineSegment> all;
+    std::vector<std::uint32_t> sources; // of the bodies and lines of the engine
+    // Of the sources.
+    struct Source {
+        SurfaceLines surface;            // but for its segments
+        std::uint32_t firstTriangle = 0; // among the occluders
+        double detail = 1.0;             // in pixels: a fold is drawn in full where it steps back by that much
+        double shortest = 5.0;           // in pixels, of weak lines
+    };
+    std::vector<Source> about;
+};
+
+// Lines of which less than this, in pixels, is seen are specks, and so are gaps of contours.
+inline constexpr double lineSpeck = 2.0;
+
+// Turns a ring that is not seen all around so that it begins where its longest part out of sight does.
+void kivTurnToGap(std::vector<LineSpan>& ring);
+
+class LineSpans {
+public:
+    LineSpans(const KivOccluders& inTheWay, const LineSegments& known) : occluders(inTheWay), segments(known) {}
+
+    // Replaces spans by those of a chain, one after the other. False when the user cancelled.
+    bool cut(const LineChain& chain, std::vector<LineSpan>& spans);
+    // Parts of slight folds are taken out of sight, and weak lines that are short.
+    void takeOutSlight(std::vector<LineSpan>& spans) const;
+    // Hidden gaps that are too short to be meant are closed.
+    void closeGaps(std::vector<LineSpan>& spans) const;
+
+private:
+    struct Outside {
+        KivPicturePoint place;
+        KivPicturePoint way; // of unit length; 0 if there is none
+        double depth = 0.0;
+        double pixel = 0.0;
+
+        // The depth of the nearest surface so many pixels along the way.
+        double behind(const KivOccluders& occluders, double pixels) const;
+    };
+
+    void findSides(const LineChain& chain);
+    void addSegment(std::uint32_t number, bool reversed, int side, std::vector<LineSpan>& spans);
+    void addSpan(std::uint32_t number, double first, double last, LineSight sight, std::vector<LineSpan>& spans) const;
+    std::span<const std::uint32_t> exemptOf(std::uint32_t number);
+    std::vector<LineSpan> inSteps(const std::vector<LineSpan>& spans) const;
+    Outside outsideOf(const LineSpan& span) const;
+    bool isGap(const std::vector<LineSpan>& spans, std::size_t first, std::size_t end, double length) const;
+    double strengthAt(const LineSpan& span) const;
+
+    const KivOccluders& occluders;
+    const LineSegments& segments;
+    std::vector<KivLinePart> parts;
+    std::vector<std::uint32_t> exempt;
+    std::vector<int> sides; // to which the surface bulges at the segments of a chain
+};
+
+#endif

@@ -1,0 +1,294 @@
+#include "kivrender/lines/smoothsurface.h"
+
+#include "kivrender/lines/curveorder.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <numbers>
+#include <numeric>
+#include <utility>
+
+namespace {
+
+constexpr double sharpestBend = 150.0; // beyond, a surface is folded back on itself and not round
+constexpr double flatBend = 2.0;       // facets that bend by less show no facets
+
+// Which corner of the triangle the point is.
+std::size_t cornerOf(const KivSurface::Triangle& triangle, std::uint32_t point) {
+    return triangle[0] == point ? 0 : triangle[1] == point ? 1 : 2;
+}
+
+// Whether the triangle runs along the edge from a to b.
+bool runsAlong(const KivSurface::Triangle& triangle, std::uint32_t a, std::uint32_t b) {
+    return triangle[(cornerOf(triangle, a) + 1) % 3] == b;
+}
+
+// Union-find; each entry with its parity against the root.
+class Sets {
+public:
+    explicit Sets(std::size_t count) : parent(count), odd(count, 0) {
+        std::iota(parent.begin(), parent.end(), 0U);
+    }
+    std::uint32_t find(std::uint32_t i, bool* parity) {
+        bool sum = false;
+        while (parent[i] != i) {
+            const std::uint32_t above = parent[i];
+            odd[i] ^= odd[above];
+            parent[i] = parent[above];
+            sum ^= odd[i] != 0;
+            i = parent[i];
+        }
+        *parity = sum;
+        return i;
+    }
+    std::uint32_t find(std::uint32_t i) {
+        bool parity = false;
+        return find(i, &parity);
+    }
+    // Entries that were joined before stay as they were.
+    void join(std::uint32_t i, std::uint32_t j, bool differ = false) {
+        bool first = false;
+        bool second = false;
+        const std::uint32_t a = find(i, &first);
+        const std::uint32_t b = find(j, &second);
+        if (a != b) {
+            parent[std::max(a, b)] = std::min(a, b);
+            odd[std::max(a, b)] = static_cast<std::uint8_t>(first ^ second ^ differ);
+        }
+    }
+
+private:
+    std::vector<std::uint32_t> parent;
+    std::vector<std::uint8_t> odd; // against the parent
+};
+
+class Builder {
+public:
+    Builder(const KivSurface& read, const std::vector<KivFeatureWing>& edges, const std::vector<bool>& sharp,
+            const KivLineView& seenFrom, SmoothSurface& result)
+        : surface(read), wings(edges), creases(sharp), view(seenFrom), smooth(result) {}
+
+    bool build(double mostRise) {
+        return orient() && findSmoothWings(mostRise) && splitCorners() && findNormals();
+    }
+
+private:
+    bool isPair(const KivFeatureWing& wing) const {
+        return wing.right != KivFeatureWing::none && !wing.junction;
+    }
+
+    // Neighbours across an edge count as wound alike where they run along it in opposite directions. What is wound
+    // otherwise is turned, as far as the surface has two sides.
+    bool orient() {
+        smooth.oriented.assign(wings.size(), false);
+        bool all = true;
+        for (std::size_t i = 0; i < wings.size(); ++i) {
+            if (kivIsCancelledAt(i)) {
+                return false;
+            }
+            if (isPair(wings[i])) {
+                smooth.oriented[i] = !turnsAt(wings[i]);
+                all = all && smooth.oriented[i];
+            }
+        }
+        return all || turnTriangles();
+    }
+    bool turnsAt(const KivFeatureWing& wing) const {
+        return runsAlong(surface.triangles[wing.triangle], wing.a, wing.b) ==
+               runsAlong(surface.triangles[wing.other], wing.a, wing.b);
+    }
+    bool turnTriangles() {
+        Sets sets(surface.triangles.size());
+        for (std::size_t i = 0; i < wings.size(); ++i) {
+            if (kivIsCancelledAt(i)) {
+                return false;
+            }
+            if (isPair(wings[i])) {
+                sets.join(wings[i].triangle, wings[i].other, turnsAt(wings[i]));
+            }
+        }
+        turned.resize(surface.triangles.size());
+        for (std::uint32_t t = 0; t < turned.size(); ++t) {
+            bool parity = false;
+            sets.find(t, &parity);
+            turned[t] = parity;
+        }
+        for (std::size_t i = 0; i < wings.size(); ++i) {
+            if (isPair(wings[i])) {
+                smooth.oriented[i] = (turned[wings[i].triangle] != turned[wings[i].other]) == turnsAt(wings[i]);
+            }
+        }
+        return true;
+    }
+
+    bool findSmoothWings(double mostRise) {
+        smooth.smooth.assign(wings.size(), false);
+        double highest = 0.0;
+        std::vector<float> rises(wings.size(), 0.0F);
+        for (std::size_t i = 0; i < wings.size(); ++i) {
+            if (kivIsCancelledAt(i)) {
+                return false;
+            }
+            const KivFeatureWing& wing = wings[i];
+            smooth.smooth[i] = smooth.oriented[i] && !creases[i] && static_cast<double>(wing.bend) < sharpestBend;
+            if (smooth.smooth[i] && static_cast<double>(wing.bend) > flatBend) {
+                const double rise = riseOver(wing);
+                rises[i] = static_cast<float>(rise);
+                highest = std::max(highest, rise);
+            }
+        }
+        return highest <= mostRise || leaveFacets(rises, mostRise);
+    }
+    // In pixels, of the arc over an edge.
+    double riseOver(const KivFeatureWing& wing) const {
+        const KivVec a = view.toCamera(surface.points[wing.a]);
+        const KivVec b = view.toCamera(surface.points[wing.b]);
+        const double depth = 0.5 * (a.z + b.z);
+        if (depth < view.nearest()) {
+            return 0.0;
+        }
+        return 0.125 * kivLength(b - a) * static_cast<double>(wing.bend) * std::numbers::pi / 180.0 /
+               view.pixelSize(depth);
+    }
+    // Parts of the surface whose facets show keep them.
+    bool leaveFacets(const std::vector<float>& rises, double mostRise) {
+        Sets parts(surface.triangles.size());
+        for (std::size_t i = 0; i < wings.size(); ++i) {
+            if (kivIsCancelledAt(i)) {
+                return false;
+            }
+            if (smooth.smooth[i]) {
+                parts.join(wings[i].triangle, wings[i].other);
+            }
+        }
+        std::vector<std::pair<double, double>> sums(surface.triangles.size()); // lengths times rises, lengths
+        for (std::size_t i = 0; i < wings.size(); ++i) {
+            if (rises[i] > 0.0F) {
+                const double length = kivLength(surface.points[wings[i].b] - surface.points[wings[i].a]);
+                auto& [rise, all] = sums[parts.find(wings[i].triangle)];
+                rise += length * static_cast<double>(rises[i]);
+                all += length;
+            }
+        }
+        for (std::size_t i = 0; i < wings.size(); ++i) {
+            if (smooth.smooth[i]) {
+                const auto& [rise, all] = sums[parts.find(wings[i].triangle)];
+                smooth.smooth[i] = rise <= mostRise * all;
+            }
+        }
+        return true;
+    }
+
+    // The corners of the triangles at a point share a normal where smooth edges lead from one to the next.
+    bool splitCorners() {
+        markSmoothSides();
+        smooth.corners.assign(surface.triangles.begin(), surface.triangles.end());
+        std::vector<bool> isSharp(surface.points.size(), false);
+        bool any = false;
+        for (std::size_t i = 0; i < wings.size(); ++i) {
+            if (!smooth.smooth[i]) {
+                isSharp[wings[i].a] = isSharp[wings[i].b] = true;
+                any = true;
+            }
+        }
+        smooth.points.resize(surface.points.size());
+        std::iota(smooth.points.begin(), smooth.points.end(), 0U);
+        return !any || split(isSharp);
+    }
+    void markSmoothSides() {
+        smooth.smoothSides.assign(surface.triangles.size(), 0);
+        for (std::size_t i = 0; i < wings.size(); ++i) {
+            if (smooth.smooth[i]) {
+                for (const std::uint32_t t : {wings[i].triangle, wings[i].other}) {
+                    const KivSurface::Triangle& triangle = surface.triangles[t];
+                    const bool along = runsAlong(triangle, wings[i].a, wings[i].b);
+                    smooth.smoothSides[t] |=
+                        static_cast<std::uint8_t>(1U << cornerOf(triangle, along ? wings[i].a : wings[i].b));
+                }
+            }
+        }
+    }
+    bool split(const std::vector<bool>& isSharp) {
+        const auto own = static_cast<std::uint32_t>(surface.points.size());
+        std::vector<std::uint32_t> places; // the points of corners that may need a normal of their own
+        for (std::size_t t = 0; t < surface.triangles.size(); ++t) {
+            if (kivIsCancelledAt(t)) {
+                return false;
+            }
+            for (std::size_t k = 0; k < 3; ++k) {
+                if (isSharp[surface.triangles[t][k]]) {
+                    smooth.corners[t][k] = own + static_cast<std::uint32_t>(places.size());
+                    places.push_back(surface.triangles[t][k]);
+                }
+            }
+        }
+        Sets fans(places.size());
+        for (std::size_t i = 0; i < wings.size(); ++i) {
+            if (smooth.smooth[i]) {
+                for (const std::uint32_t p : {wings[i].a, wings[i].b}) {
+                    if (isSharp[p]) {
+                        fans.join(cornerAt(wings[i].triangle, p) - own, cornerAt(wings[i].other, p) - own);
+                    }
+                }
+            }
+        }
+        std::vector<std::uint32_t> numbers(places.size(), 0);
+        for (std::uint32_t i = 0; i < places.size(); ++i) {
+            if (fans.find(i) == i) {
+                numbers[i] = static_cast<std::uint32_t>(smooth.points.size());
+                smooth.points.push_back(places[i]);
+            }
+        }
+        for (std::array<std::uint32_t, 3>& corner : smooth.corners) {
+            for (std::uint32_t& c : corner) {
+                c = c < own ? c : numbers[fans.find(c - own)];
+            }
+        }
+        return true;
+    }
+    std::uint32_t cornerAt(std::uint32_t triangle, std::uint32_t point) const {
+        return smooth.corners[triangle][cornerOf(surface.triangles[triangle], point)];
+    }
+
+    bool findNormals() {
+        smooth.normals.assign(smooth.points.size(), KivVec{});
+        for (std::size_t t = 0; t < surface.triangles.size(); ++t) {
+            if (kivIsCancelledAt(t)) {
+                return false;
+            }
+            const KivSurface::Triangle& triangle = surface.triangles[t];
+            const KivVec side[3] = {surface.points[triangle[1]] - surface.points[triangle[0]],
+                                    surface.points[triangle[2]] - surface.points[triangle[1]],
+                                    surface.points[triangle[0]] - surface.points[triangle[2]]};
+            const KivVec across = kivCross(side[0], side[1]) * (!turned.empty() && turned[t] ? -1.0 : 1.0);
+            const double squares[3] = {kivDot(side[0], side[0]), kivDot(side[1], side[1]), kivDot(side[2], side[2])};
+            for (std::size_t k = 0; k < 3; ++k) {
+                const double weight = squares[k] * squares[(k + 2) % 3];
+                if (weight > 0.0) {
+                    KivVec& normal = smooth.normals[smooth.corners[t][k]];
+                    normal = normal + across * (1.0 / weight);
+                }
+            }
+        }
+        for (KivVec& normal : smooth.normals) {
+            normal = kivUnit(normal);
+        }
+        return true;
+    }
+
+    const KivSurface& surface;
+    const std::vector<KivFeatureWing>& wings;
+    const std::vector<bool>& creases;
+    const KivLineView& view;
+    SmoothSurface& smooth;
+    std::vector<bool> turned; // triangles; empty if none is
+};
+
+} // namespace
+
+bool kivSmoothSurface(const KivSurface& surface, const std::vector<KivFeatureWing>& wings,
+                      const std::vector<bool>& creases, const KivLineView& view, double mostRise,
+                      SmoothSurface& smooth) {
+    return Builder(surface, wings, creases, view, smooth).build(mostRise);
+}

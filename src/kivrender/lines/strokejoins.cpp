@@ -1,0 +1,321 @@
+#include "kivrender/lines/strokejoins.h"
+
+#include "kivrender/lines/roundline.h"
+#include "kivrender/scene/kivprogress.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <map>
+#include <tuple>
+#include <utility>
+
+namespace {
+
+// How far into a line its direction is told, in pixels.
+constexpr double directionReach = 4.0;
+
+// Hooks at cusps, and gaps between ends of contours, in pixels.
+constexpr double longestHook = 4.0;
+constexpr double widestGap = 4.0;
+constexpr double smallGap = 0.5;
+constexpr std::size_t mostEnds = 64; // in one place: more are no line to follow
+
+struct Piece {
+    KivFoundLine line;
+    std::uint32_t nodes[2] = {0, 0}; // of its ends; ends that are lost from sight have one of their own
+};
+
+class Joiner {
+public:
+    Joiner(const KivLineView& seenFrom, const LineSegments& known, const std::vector<std::uint32_t>& ofEnds,
+           std::vector<KivFoundLine>& result)
+        : view(seenFrom), segments(known), nodes(ofEnds), found(result) {
+        for (const std::uint32_t node : nodes) {
+            nextNode = std::max(nextNode, node + 1);
+        }
+    }
+
+    // The runs of a chain that are in sight or hidden.
+    void addPieces(LineCourse& course) {
+        std::vector<LineSpan>& spans = course.spans;
+        if (course.chain.closed) {
+            kivTurnToGap(spans);
+        }
+        for (std::size_t first = 0; first < spans.size();) {
+            std::size_t end = first;
+            while (end < spans.size() && spans[end].sight == spans[first].sight) {
+                ++end;
+            }
+            if (spans[first].sight == LineSight::seen || spans[first].sight == LineSight::hidden) {
+                addPiece(course, first, end);
+            }
+            first = end;
+        }
+    }
+
+    void join() {
+        std::vector<LineEnd> ends;
+        ends.reserve(pieces.size() * 2);
+        for (const Piece& piece : pieces) {
+            ends.push_back({piece.nodes[0], groupOf(piece.line), inwardOf(piece.line.picture, false)});
+            ends.push_back({piece.nodes[1], groupOf(piece.line), inwardOf(piece.line.picture, true)});
+        }
+        joinEnds(kivJoinedEnds(ends, LineJunctions::goOn));
+        for (Piece& piece : pieces) {
+            trimHooks(piece.line);
+        }
+        joinEnds(nearEnds());
+        for (Piece& piece : pieces) {
+            if (!isSpeck(piece.line)) {
+                found.push_back(std::move(piece.line));
+            }
+        }
+    }
+
+private:
+    void addPiece(const LineCourse& course, std::size_t first, std::size_t end) {
+        const std::vector<LineSpan>& spans = course.spans;
+        Piece piece;
+        KivFoundLine& line = piece.line;
+        line.source = course.source;
+        line.kind = course.kind;
+        line.hidden = spans[first].sight == LineSight::hidden;
+        line.closed = course.chain.closed && first == 0 && end == spans.size();
+        std::vector<bool> isRound;
+        for (std::size_t i = first; i < end; ++i) {
+            const LineSegment& segment = segments.all[spans[i].segment];
+            if (i == first || spans[i].segment != spans[i - 1].segment) {
+                line.space.push_back(segment.at(spans[i].first));
+                isRound.push_back(segment.contour != LineSegment::none);
+            }
+        }
+        if (!line.closed) {
+            line.space.push_back(segments.all[spans[end - 1].segment].at(spans[end - 1].last));
+            isRound.push_back(false);
+        }
+        kivRoundLine(view, isRound, line.closed, line.space);
+        for (const KivVec& point : line.space) {
+            line.picture.push_back(view.toPicture(view.toCamera(point)));
+        }
+        line.startsFree = nodeAt(spans[first], false, &piece.nodes[0]);
+        line.endsFree = nodeAt(spans[end - 1], true, &piece.nodes[1]);
+        if (line.closed) {
+            // A ring goes on into itself.
+            piece.nodes[0] = piece.nodes[1] = nextNode++;
+            line.startsFree = line.endsFree = false;
+        }
+        pieces.push_back(std::move(piece));
+    }
+    // True if the span ends at an end of its segment.
+    bool nodeAt(const LineSpan& span, bool atEnd, std::uint32_t* node) {
+        const LineSegment& segment = segments.all[span.segment];
+        const double t = atEnd ? span.last : span.first;
+        if (t == segment.from || t == segment.to) {
+            *node = nodes[2 * span.segment + (t == segment.from ? 0 : 1)];
+            return true;
+        }
+        *node = nextNode++;
+        return false;
+    }
+
+    static KivVec inwardOf(const std::vector<KivPicturePoint>& points, bool fromEnd) {
+        const std::size_t count = points.size();
+        const KivPicturePoint& end = points[fromEnd ? count - 1 : 0];
+        KivVec way;
+        for (std::size_t i = 1; i < count; ++i) {
+            const KivPicturePoint& p = points[fromEnd ? count - 1 - i : i];
+            way = {p.x - end.x, p.y - end.y, 0.0};
+            if (kivLength(way) >= directionReach) {
+                break;
+            }
+        }
+        return kivUnit(way);
+    }
+
+    static std::uint32_t groupOf(const KivFoundLine& line) {
+        return (line.source * kivStrokeKinds + static_cast<std::uint32_t>(line.kind)) * 2 + (line.hidden ? 1 : 0);
+    }
+
+    void joinEnds(const std::vector<std::int32_t>& mates) {
+        std::vector<Piece> all;
+        for (const LineChain& chain : kivChainsOf(mates)) {
+            all.push_back({joined(chain), {0, 0}});
+        }
+        pieces.swap(all);
+    }
+    KivFoundLine joined(const LineChain& chain) {
+        KivFoundLine all;
+        for (std::size_t i = 0; i < chain.lines.size(); ++i) {
+            KivFoundLine line = std::move(pieces[chain.lines[i]].line);
+            if (chain.reversed[i]) {
+                std::reverse(line.picture.begin(), line.picture.end());
+                std::reverse(line.space.begin(), line.space.end());
+                std::swap(line.startsFree, line.endsFree);
+            }
+            if (i == 0) {
+                all = std::move(line);
+                continue;
+            }
+            const KivPicturePoint& end = all.picture.back();
+            const bool repeats = end.x == line.picture.front().x && end.y == line.picture.front().y;
+            all.picture.insert(all.picture.end(), line.picture.begin() + (repeats ? 1 : 0), line.picture.end());
+            all.space.insert(all.space.end(), line.space.begin() + (repeats ? 1 : 0), line.space.end());
+            all.endsFree = line.endsFree;
+        }
+        if (chain.closed && !all.closed) {
+            close(all);
+        }
+        return all;
+    }
+    static void close(KivFoundLine& line) {
+        line.closed = line.picture.size() > 3;
+        if (line.closed) {
+            const KivPicturePoint& first = line.picture.front();
+            if (first.x == line.picture.back().x && first.y == line.picture.back().y) {
+                line.picture.pop_back();
+                line.space.pop_back();
+            }
+            line.startsFree = line.endsFree = false;
+        }
+    }
+
+    // A contour that goes out of sight at a cusp is seen for a little on its way back, as far as it lies before the
+    // mesh.
+    static void trimHooks(KivFoundLine& line) {
+        if (line.kind != KivStrokeKind::contour || line.closed) {
+            return;
+        }
+        for (const bool atEnd : {false, true}) {
+            if (atEnd ? !line.endsFree : !line.startsFree) {
+                const std::size_t hook = hookAt(line.picture, atEnd);
+                const auto cut = static_cast<std::ptrdiff_t>(hook);
+                if (atEnd) {
+                    line.picture.resize(line.picture.size() - hook);
+                    line.space.resize(line.space.size() - hook);
+                } else {
+                    line.picture.erase(line.picture.begin(), line.picture.begin() + cut);
+                    line.space.erase(line.space.begin(), line.space.begin() + cut);
+                }
+            }
+        }
+    }
+    // How many points of that end lie on a hook: behind a turn by more than 90 degrees.
+    static std::size_t hookAt(const std::vector<KivPicturePoint>& points, bool atEnd) {
+        const std::size_t count = points.size();
+        const auto at = [&](std::size_t i) { return points[atEnd ? count - 1 - i : i]; };
+        const auto between = [&](std::size_t i, std::size_t k) {
+            return KivVec{at(k).x - at(i).x, at(k).y - at(i).y, 0.0};
+        };
+        std::size_t hook = 0;
+        double length = 0.0;
+        for (std::size_t k = 1; k + 1 < count && length < longestHook; ++k) {
+            const KivVec here = between(k - 1, k);
+            length += kivLength(here);
+            std::size_t further = k + 1;
+            while (further + 1 < count && kivLength(between(k, further)) < lineSpeck) {
+                ++further;
+            }
+            if (length < longestHook && kivDot(between(0, k), between(k, further)) < 0.0) {
+                hook = k;
+            }
+        }
+        return hook;
+    }
+
+    // The contour of a rough surface is made of many loops that pass each other by less than one can see. Ends that lie
+    // next to each other and go on in each other's direction are one line.
+    std::vector<std::int32_t> nearEnds() const {
+        std::vector<std::int32_t> mates(pieces.size() * 2, noLineEnd);
+        std::map<std::pair<std::int64_t, std::int64_t>, std::vector<std::uint32_t>> cells;
+        std::vector<std::tuple<double, std::uint32_t, std::uint32_t>> pairs;
+        for (std::uint32_t end = 0; end < mates.size(); ++end) {
+            const KivFoundLine& line = pieces[end / 2].line;
+            if (line.kind != KivStrokeKind::contour || line.closed || line.picture.size() < 2) {
+                continue;
+            }
+            const KivPicturePoint place = pointAt(end);
+            const auto x = static_cast<std::int64_t>(std::floor(place.x / widestGap));
+            const auto y = static_cast<std::int64_t>(std::floor(place.y / widestGap));
+            for (std::int64_t i = x - 1; i <= x + 1; ++i) {
+                for (std::int64_t k = y - 1; k <= y + 1; ++k) {
+                    const auto cell = cells.find({i, k});
+                    for (const std::uint32_t other :
+                         cell == cells.end() ? std::vector<std::uint32_t>{} : cell->second) {
+                        addPair(end, other, pairs);
+                    }
+                }
+            }
+            std::vector<std::uint32_t>& here = cells[{x, y}];
+            if (here.size() < mostEnds) {
+                here.push_back(end);
+            }
+        }
+        std::sort(pairs.begin(), pairs.end());
+        for (const auto& [distance, one, other] : pairs) {
+            if (mates[one] == noLineEnd && mates[other] == noLineEnd) {
+                mates[one] = static_cast<std::int32_t>(other);
+                mates[other] = static_cast<std::int32_t>(one);
+            }
+        }
+        return mates;
+    }
+    KivPicturePoint pointAt(std::uint32_t end) const {
+        const std::vector<KivPicturePoint>& points = pieces[end / 2].line.picture;
+        return end % 2 == 0 ? points.front() : points.back();
+    }
+    void addPair(std::uint32_t one, std::uint32_t other,
+                 std::vector<std::tuple<double, std::uint32_t, std::uint32_t>>& pairs) const {
+        if (one / 2 == other / 2 || groupOf(pieces[one / 2].line) != groupOf(pieces[other / 2].line)) {
+            return;
+        }
+        const KivPicturePoint a = pointAt(one);
+        const KivPicturePoint b = pointAt(other);
+        const KivVec way = {b.x - a.x, b.y - a.y, 0.0};
+        const double distance = kivLength(way);
+        const KivVec out = -inwardOf(pieces[one / 2].line.picture, one % 2 == 1);
+        const KivVec in = inwardOf(pieces[other / 2].line.picture, other % 2 == 1);
+        const bool goesOn =
+            distance < smallGap || (kivDot(way, out) > 0.7 * distance && kivDot(way, in) > 0.7 * distance);
+        if (distance <= widestGap && kivDot(out, in) > 0.7 && goesOn) {
+            pairs.emplace_back(distance, other, one);
+        }
+    }
+
+    // Too short to be seen: an interpolated contour, or a rest of a line; the edges of a small face stay.
+    static bool isSpeck(const KivFoundLine& line) {
+        double length = 0.0;
+        for (std::size_t i = 1; i < line.picture.size() && length < lineSpeck; ++i) {
+            length += std::hypot(line.picture[i].x - line.picture[i - 1].x, line.picture[i].y - line.picture[i - 1].y);
+        }
+        const bool isWhole = line.closed || (line.startsFree && line.endsFree);
+        return length < lineSpeck && (!isWhole || line.kind == KivStrokeKind::contour || length == 0.0);
+    }
+
+    const KivLineView& view;
+    const LineSegments& segments;
+    const std::vector<std::uint32_t>& nodes;
+    std::vector<KivFoundLine>& found;
+    std::vector<Piece> pieces;
+    std::uint32_t nextNode = 0;
+};
+
+} // namespace
+
+bool kivJoinCourses(const KivLineView& view, const LineSegments& segments, const std::vector<std::uint32_t>& nodes,
+                    std::vector<LineCourse>& courses, std::vector<KivFoundLine>& found) {
+    Joiner joiner(view, segments, nodes, found);
+    std::size_t work = 0;
+    for (LineCourse& course : courses) {
+        work += course.spans.size() + 1;
+        if (work > 10000) {
+            work = 0;
+            if (kivIsCancelled()) {
+                return false;
+            }
+        }
+        joiner.addPieces(course);
+    }
+    joiner.join();
+    return true;
+}

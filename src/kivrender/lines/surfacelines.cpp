@@ -1,0 +1,276 @@
+#include "kivrender/lines/surfacelines.h"
+
+#include "kivrender/lines/curveorder.h"
+#include "kivrender/lines/smoothsurface.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <utility>
+
+namespace {
+
+// What is seen edge-on up to rounding counts as turned away.
+constexpr double edgeOn = 1e-12;
+
+// A point on the arc over an edge (Vlachos and others, 2001, section 3.1), whichever triangle asks.
+KivVec onArc(const KivVec& a, const KivVec& b, const KivVec& normalA, const KivVec& normalB, double t) {
+    const KivVec way = b - a;
+    const KivVec nearA = (a * 2.0 + b - normalA * kivDot(way, normalA)) * (1.0 / 3.0);
+    const KivVec nearB = (b * 2.0 + a + normalB * kivDot(way, normalB)) * (1.0 / 3.0);
+    const double s = 1.0 - t;
+    return a * (s * s * s) + nearA * (3.0 * s * s * t) + nearB * (3.0 * s * t * t) + b * (t * t * t);
+}
+
+// Where a value that runs evenly from one end to the other, on different sides of 0, is 0.
+double zeroBetween(double from, double to) {
+    return std::clamp(from / (from - to), 0.0, 1.0);
+}
+
+class Finder {
+public:
+    Finder(const KivSurface& read, const std::vector<std::uint32_t>& ofTriangles, const KivLineView& view,
+           const SurfaceLineRules& wanted, SurfaceLines& result)
+        : surface(read), materials(ofTriangles), seenFrom(view), viewer(view.viewpoint()), rules(wanted),
+          lines(result) {}
+
+    bool find() {
+        wings = kivFeatureWings(surface);
+        if (wings.empty()) {
+            return !kivIsCancelledAt(0);
+        }
+        creases = kivFeatureCreases(surface, wings, rules.features);
+        if (!kivSmoothSurface(surface, wings, creases, seenFrom, rules.mostRise, smooth)) {
+            return false;
+        }
+        facing.resize(smooth.normals.size());
+        for (std::size_t i = 0; i < facing.size(); ++i) {
+            const KivVec toViewer = viewer.toViewer(surface.points[smooth.points[i]]);
+            facing[i] = kivDot(smooth.normals[i], toViewer) - edgeOn * kivLength(toViewer);
+        }
+        return addEdges() && (!rules.features.silhouettes || (addContours() && findNeighbours()));
+    }
+
+private:
+    bool addEdges() {
+        for (std::size_t i = 0; i < wings.size(); ++i) {
+            if (kivIsCancelledAt(i)) {
+                return false;
+            }
+            if (!smooth.smooth[i]) {
+                addEdge(i);
+            } else if (isMaterialBorder(wings[i])) {
+                add(wings[i], 0.0, 1.0, KivStrokeKind::material);
+            }
+        }
+        return true;
+    }
+
+    void addEdge(std::size_t i) {
+        const KivFeatureWing& wing = wings[i];
+        if (wing.right == KivFeatureWing::none) {
+            if (rules.features.borders && !wing.filled) {
+                add(wing, 0.0, 1.0, KivStrokeKind::boundary);
+            }
+        } else if (wing.junction) {
+            addRest(i, 0.0, 1.0);
+        } else if (smooth.oriented[i]) {
+            addSharp(i);
+        } else if (rules.features.silhouettes &&
+                   kivFeatureIsFold(surface.points[wing.a], surface.points[wing.b], surface.points[wing.left],
+                                    surface.points[wing.right], viewer)) {
+            addFold(i, 0.0, 1.0);
+        } else {
+            addRest(i, 0.0, 1.0);
+        }
+    }
+    // Between where one side turns away and where the other does the edge is a fold.
+    void addSharp(std::size_t i) {
+        const KivFeatureWing& wing = wings[i];
+        const double one[2] = {facingAt(wing.triangle, wing.a), facingAt(wing.triangle, wing.b)};
+        const double other[2] = {facingAt(wing.other, wing.a), facingAt(wing.other, wing.b)};
+        double cuts[4] = {0.0, 1.0, 1.0, 1.0};
+        int count = 1;
+        for (const double* side : {one, other}) {
+            if ((side[0] > 0.0) != (side[1] > 0.0)) {
+                cuts[count++] = zeroBetween(side[0], side[1]);
+            }
+        }
+        cuts[count] = 1.0;
+        if (count == 3 && cuts[1] > cuts[2]) {
+            std::swap(cuts[1], cuts[2]);
+        }
+        bool isFold = (one[0] > 0.0) != (other[0] > 0.0);
+        for (int k = 0; k < count; ++k) {
+            if (cuts[k] < cuts[k + 1]) {
+                if (isFold && rules.features.silhouettes) {
+                    addFold(i, cuts[k], cuts[k + 1]);
+                } else {
+                    addRest(i, cuts[k], cuts[k + 1]);
+                }
+            }
+            isFold = !isFold;
+        }
+    }
+    double facingAt(std::uint32_t triangle, std::uint32_t point) const {
+        const KivSurface::Triangle& t = surface.triangles[triangle];
+        return facing[smooth.corners[triangle][t[0] == point ? 0 : t[1] == point ? 1 : 2]];
+    }
+    void addFold(std::size_t i, double from, double to) {
+        const KivFeatureWing& wing = wings[i];
+        add(wing, from, to, KivStrokeKind::contour);
+        if (!creases[i]) {
+            const KivVec& a = surface.points[wing.a];
+            const KivVec aside = kivUnit(kivCross(surface.points[wing.b] - a, viewer.toViewer(a)));
+            lines.segments.back().open = aside * (kivDot(aside, surface.points[wing.left] - a) > 0.0 ? -1.0 : 1.0);
+        }
+    }
+    void addRest(std::size_t i, double from, double to) {
+        if (creases[i] && rules.features.creases) {
+            add(wings[i], from, to, KivStrokeKind::crease);
+        } else if (isMaterialBorder(wings[i])) {
+            add(wings[i], from, to, KivStrokeKind::material);
+        }
+    }
+    void add(const KivFeatureWing& wing, double from, double to, KivStrokeKind kind) {
+        lines.segments.push_back(
+            {surface.points[wing.a], surface.points[wing.b], from, to, kind, {}, LineSegment::none});
+    }
+    bool isMaterialBorder(const KivFeatureWing& wing) const {
+        return rules.materials && !materials.empty() && wing.right != KivFeatureWing::none &&
+               materials[wing.triangle] != materials[wing.other];
+    }
+
+    bool addContours() {
+        for (std::uint32_t t = 0; t < surface.triangles.size(); ++t) {
+            if (kivIsCancelledAt(t)) {
+                return false;
+            }
+            const std::array<std::uint32_t, 3>& corner = smooth.corners[t];
+            const bool faces[3] = {facing[corner[0]] > 0.0, facing[corner[1]] > 0.0, facing[corner[2]] > 0.0};
+            if (faces[0] != faces[1] || faces[1] != faces[2]) {
+                addContour(t, faces);
+            }
+        }
+        return true;
+    }
+    void addContour(std::uint32_t t, const bool (&faces)[3]) {
+        ContourPiece piece;
+        piece.triangle = t;
+        KivVec ends[2];
+        int found = 0;
+        for (std::size_t k = 0; k < 3; ++k) {
+            const std::size_t next = k == 2 ? 0 : k + 1;
+            piece.rise = std::max(piece.rise, riseOver(t, k, next));
+            if (faces[k] != faces[next] && found < 2) {
+                ends[found] = crossing(t, k, next, &piece.normals[found]);
+                ++found;
+            }
+        }
+        if (ends[0].x == ends[1].x && ends[0].y == ends[1].y && ends[0].z == ends[1].z) {
+            return;
+        }
+        piece.bulges = bulgesOut(t);
+        lines.segments.push_back({ends[0], ends[1], 0.0, 1.0, KivStrokeKind::contour,
+                                  (piece.normals[0] + piece.normals[1]) * (piece.bulges ? 0.5 : -0.5),
+                                  static_cast<std::int32_t>(lines.contours.size())});
+        lines.contours.push_back(piece);
+    }
+    double riseOver(std::uint32_t t, std::size_t k, std::size_t next) const {
+        const KivVec way = surface.points[surface.triangles[t][next]] - surface.points[surface.triangles[t][k]];
+        const KivVec turn = smooth.normals[smooth.corners[t][next]] - smooth.normals[smooth.corners[t][k]];
+        return 0.125 * kivLength(way) * kivLength(turn);
+    }
+    // On the arc over a smooth side, on the line of a sharp one. The same point and normal from both sides.
+    KivVec crossing(std::uint32_t t, std::size_t k, std::size_t next, KivVec* normal) const {
+        std::uint32_t a = smooth.corners[t][k];
+        std::uint32_t b = smooth.corners[t][next];
+        const bool isSmooth = (smooth.smoothSides[t] & (1U << k)) != 0;
+        if (smooth.points[b] < smooth.points[a]) {
+            std::swap(a, b);
+        }
+        const double at = zeroBetween(facing[a], facing[b]);
+        *normal = kivUnit(smooth.normals[a] + (smooth.normals[b] - smooth.normals[a]) * at);
+        const KivVec& from = surface.points[smooth.points[a]];
+        const KivVec& to = surface.points[smooth.points[b]];
+        if (at == 0.0 || at == 1.0) {
+            return at == 0.0 ? from : to;
+        }
+        return isSmooth ? onArc(from, to, smooth.normals[a], smooth.normals[b], at) : from + (to - from) * at;
+    }
+    // Whether what faces the viewer lies before what turns away. Of a closed body the rest of the contour is hidden by
+    // the body itself; of an open sheet it bulges to the other side.
+    bool bulgesOut(std::uint32_t t) const {
+        const KivSurface::Triangle& triangle = surface.triangles[t];
+        const KivVec p[3] = {surface.points[triangle[0]], surface.points[triangle[1]], surface.points[triangle[2]]};
+        const KivVec across = kivCross(p[1] - p[0], p[2] - p[0]);
+        KivVec slope;
+        for (std::size_t k = 0; k < 3; ++k) {
+            slope = slope + kivCross(across, p[(k + 2) % 3] - p[(k + 1) % 3]) * facing[smooth.corners[t][k]];
+        }
+        return kivDot(slope, viewer.toViewer(p[0])) > 0.0;
+    }
+
+    bool findNeighbours() {
+        lines.neighboursFrom.assign(1, 0);
+        std::vector<std::uint32_t> slots(surface.points.size(), 0); // 0: no contour passes
+        std::uint32_t count = 0;
+        for (const ContourPiece& piece : lines.contours) {
+            for (const std::uint32_t p : surface.triangles[piece.triangle]) {
+                slots[p] = slots[p] == 0 ? ++count : slots[p];
+            }
+        }
+        std::vector<std::pair<std::uint32_t, std::uint32_t>> around; // slots and their triangles
+        for (std::uint32_t t = 0; t < surface.triangles.size(); ++t) {
+            if (kivIsCancelledAt(t)) {
+                return false;
+            }
+            for (const std::uint32_t p : surface.triangles[t]) {
+                if (slots[p] > 0) {
+                    around.emplace_back(slots[p], t);
+                }
+            }
+        }
+        std::sort(around.begin(), around.end());
+        std::vector<std::size_t> starts(count + 2, around.size());
+        for (std::size_t i = around.size(); i > 0; --i) {
+            starts[around[i - 1].first] = i - 1;
+        }
+        constexpr std::size_t largestFan = 64; // the apex of a cone of very many triangles is one place
+        for (std::size_t i = 0; i < lines.contours.size(); ++i) {
+            if (kivIsCancelledAt(i)) {
+                return false;
+            }
+            const std::size_t begin = lines.neighbours.size();
+            for (const std::uint32_t p : surface.triangles[lines.contours[i].triangle]) {
+                const std::size_t end = std::min(starts[slots[p] + 1], starts[slots[p]] + largestFan);
+                for (std::size_t k = starts[slots[p]]; k < end; ++k) {
+                    lines.neighbours.push_back(around[k].second);
+                }
+            }
+            const auto first = lines.neighbours.begin() + static_cast<std::ptrdiff_t>(begin);
+            std::sort(first, lines.neighbours.end());
+            lines.neighbours.erase(std::unique(first, lines.neighbours.end()), lines.neighbours.end());
+            lines.neighboursFrom.push_back(lines.neighbours.size());
+        }
+        return true;
+    }
+
+    const KivSurface& surface;
+    const std::vector<std::uint32_t>& materials;
+    const KivLineView& seenFrom;
+    KivViewpoint viewer;
+    const SurfaceLineRules& rules;
+    SurfaceLines& lines;
+    std::vector<KivFeatureWing> wings;
+    std::vector<bool> creases;
+    SmoothSurface smooth;
+    std::vector<double> facing; // of the normals: above 0 towards the viewer
+};
+
+} // namespace
+
+bool kivSurfaceLines(const KivSurface& surface, const std::vector<std::uint32_t>& materials, const KivLineView& view,
+                     const SurfaceLineRules& rules, SurfaceLines& lines) {
+    return Finder(surface, materials, view, rules, lines).find();
+}

@@ -1,5 +1,6 @@
 // The steps that a render begins are those that it has laid out, with the shaders that come with the library.
 #include "kivrender/render/kivcombinablesteps.h"
+#include "kivrender/render/kivprogressforecast.h"
 #include "render/shippedlooks.h"
 #include "support/rawrandom.h"
 
@@ -39,6 +40,19 @@ protected:
     long laidOut() const {
         return static_cast<long>(progress.steps.size()) + count("addDeferredStep");
     }
+    // Times that are times, and no more shares of them than a step has units. The deferred steps are the last but one.
+    void expectForecastFits(const std::string& what) const {
+        std::size_t number = 0;
+        for (const KivStepForecast& step : kivProgressForecast().steps) {
+            for (const double time : {step.gap, step.lead, step.units, step.tail}) {
+                EXPECT_TRUE(time >= 0.0 && time < 1e6) << what << ", step " << number;
+            }
+            if (number + 1 + static_cast<std::size_t>(count("addDeferredStep")) < progress.steps.size()) {
+                EXPECT_LE(step.shares.size(), progress.steps[number]) << what << ", step " << number;
+            }
+            ++number;
+        }
+    }
 };
 
 TEST_P(KivRendererSteps, BegunAreThoseLaidOut) {
@@ -56,6 +70,8 @@ TEST_P(KivRendererSteps, BegunAreThoseLaidOut) {
                 const std::string all = kivToUtf8(std::wstring(combinables) + L" on " + base + L" " + image);
                 EXPECT_EQ(count("beginStep"), laidOut()) << all;
                 EXPECT_LE(count("endStep"), count("beginStep")) << all;
+                EXPECT_EQ(static_cast<long>(kivProgressForecast().steps.size()), laidOut()) << all;
+                expectForecastFits(all);
             }
         }
     }

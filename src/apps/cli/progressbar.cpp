@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <atomic>
 #include <cstdio>
-#include <numeric>
 
 #include <unistd.h>
 
@@ -27,6 +26,7 @@ constexpr std::chrono::milliseconds barDelay{600};
 constexpr std::chrono::milliseconds barPause{100};
 constexpr std::chrono::seconds lineDelay{3};
 constexpr std::chrono::seconds linePause{5};
+constexpr unsigned int pollsPerLook = 8;
 
 } // namespace
 
@@ -53,10 +53,9 @@ ProgressBar::~ProgressBar() {
 
 void ProgressBar::restart(const std::wstring& newStage) {
     finish();
-    steps.clear();
-    current = -1;
+    estimate.restart();
+    isRendering = false;
     doneBefore = 0.0;
-    done = 0;
     stage = newStage;
     log.clear();
     started = Clock::now();
@@ -78,49 +77,37 @@ void ProgressBar::finish() {
 }
 
 double ProgressBar::fraction() const {
-    const double total = std::accumulate(steps.begin(), steps.end(), 0.0);
-    if (total <= 0.0 || current < 0) {
-        return doneBefore;
-    }
-    const auto begun = static_cast<std::size_t>(std::min<int>(current, static_cast<int>(steps.size())));
-    const double before = std::accumulate(steps.begin(), steps.begin() + static_cast<std::ptrdiff_t>(begun), 0.0);
-    const double now = begun < steps.size() ? std::min(done, steps[begun]) : 0.0;
-    return std::min((before + now) / total, 1.0);
+    return isRendering ? estimate.done() : doneBefore;
 }
 
 void ProgressBar::addSteps(unsigned int size) {
-    steps.push_back(size);
+    estimate.addSteps(size);
 }
 
 int ProgressBar::addDeferredStep() {
-    steps.push_back(0);
-    return static_cast<int>(steps.size() - 1);
+    return estimate.addDeferredStep();
 }
 
 void ProgressBar::progressSlot3() {}
 
 void ProgressBar::beginStep() {
-    ++current;
-    done = 0;
+    isRendering = true;
+    estimate.beginStep();
     record(Event::Kind::begin, {});
     draw();
 }
 
 void ProgressBar::advance(unsigned int units, bool /*show*/) {
-    done += units;
+    estimate.advance(units);
     draw();
 }
 
 void ProgressBar::setStepSize(int step, unsigned int size) {
-    if (step >= 0 && static_cast<std::size_t>(step) < steps.size()) {
-        steps[static_cast<std::size_t>(step)] = size;
-    }
+    estimate.setStepSize(step, size);
 }
 
 void ProgressBar::endStep() {
-    if (current >= 0 && static_cast<std::size_t>(current) < steps.size()) {
-        done = steps[static_cast<std::size_t>(current)];
-    }
+    estimate.endStep();
     record(Event::Kind::end, {});
     draw();
 }
@@ -134,6 +121,11 @@ void ProgressBar::setText(const wchar_t* text) {
 }
 
 bool ProgressBar::isCancelled() {
+    // In the midst of a long unit nothing else comes. Most questions come in loops of a microsecond, and the clock
+    // takes its time too.
+    if (++polls % pollsPerLook == 0) {
+        draw();
+    }
     return isInterrupted();
 }
 

@@ -3,6 +3,7 @@
 #ifndef APPS_CLI_PROGRESSBAR_H
 #define APPS_CLI_PROGRESSBAR_H
 
+#include "kivrender/render/kivprogressestimate.h"
 #include "kivrender/scene/kivprogress.h"
 
 #include <chrono>
@@ -32,7 +33,7 @@ public:
     // Removes the bar from the terminal.
     void finish();
 
-    // 0 to 1, over all steps that are known.
+    // 0 to 1: of the time of the render, or of a stage before its first step.
     double fraction() const;
 
     void addSteps(unsigned int size) override;
@@ -63,10 +64,10 @@ private:
     void record(Event::Kind kind, const std::wstring& text);
 
     Style style;
-    std::vector<unsigned int> steps;
-    int current = -1;        // the step that has begun last
-    double doneBefore = 0.0; // of the stage before the first step
-    unsigned int done = 0;
+    KivProgressEstimate estimate;
+    bool isRendering = false; // a step has begun
+    double doneBefore = 0.0;  // of the stage before the first step
+    unsigned int polls = 0;
     std::wstring stage;
     std::vector<Event> log;
     Clock::time_point started = Clock::now();

@@ -1,7 +1,5 @@
 #include "apps/studio/studioprogress.h"
 
-#include <algorithm>
-
 namespace {
 
 // Milliseconds: short enough for a hand on the mouse, long enough to cost nothing.
@@ -28,25 +26,22 @@ bool StudioProgress::wasCancelled() const {
 }
 
 void StudioProgress::addSteps(unsigned int size) {
-    sizes.push_back(size);
+    estimate.addSteps(size);
 }
 
 int StudioProgress::addDeferredStep() {
-    sizes.push_back(0);
-    return static_cast<int>(sizes.size()) - 1;
+    return estimate.addDeferredStep();
 }
 
 void StudioProgress::progressSlot3() {}
 
 void StudioProgress::beginStep() {
-    ++current;
-    running = true;
-    units = 0;
+    estimate.beginStep();
     report(true);
 }
 
 void StudioProgress::advance(unsigned int count, bool show) {
-    units += count;
+    estimate.advance(count);
     report(false);
     if (show && onPicture && isDue(lastPicture, pictureInterval)) {
         onPicture();
@@ -55,13 +50,11 @@ void StudioProgress::advance(unsigned int count, bool show) {
 }
 
 void StudioProgress::setStepSize(int step, unsigned int size) {
-    if (step >= 0 && static_cast<std::size_t>(step) < sizes.size()) {
-        sizes[static_cast<std::size_t>(step)] = size;
-    }
+    estimate.setStepSize(step, size);
 }
 
 void StudioProgress::endStep() {
-    running = false;
+    estimate.endStep();
     report(true);
 }
 
@@ -73,6 +66,7 @@ void StudioProgress::setText(const wchar_t* text) {
 }
 
 bool StudioProgress::isCancelled() {
+    report(false); // in the midst of a long unit nothing else comes
     if (pump && !cancelled && isDue(lastPump, pumpInterval)) {
         pump();
     }
@@ -80,18 +74,7 @@ bool StudioProgress::isCancelled() {
 }
 
 double StudioProgress::done() const {
-    double all = 0.0;
-    double before = 0.0;
-    for (std::size_t i = 0; i < sizes.size(); ++i) {
-        const double size = sizes[i];
-        all += size;
-        if (static_cast<int>(i) < current || (static_cast<int>(i) == current && !running)) {
-            before += size;
-        } else if (static_cast<int>(i) == current) {
-            before += std::min(size, static_cast<double>(units));
-        }
-    }
-    return all > 0.0 ? before / all : 0.0;
+    return estimate.done();
 }
 
 void StudioProgress::report(bool always) {

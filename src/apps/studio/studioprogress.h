@@ -5,13 +5,13 @@
 #ifndef APPS_STUDIO_STUDIOPROGRESS_H
 #define APPS_STUDIO_STUDIOPROGRESS_H
 
+#include "kivrender/render/kivprogressestimate.h"
 #include "kivrender/scene/kivprogress.h"
 
 #include <QElapsedTimer>
 
 #include <functional>
 #include <string>
-#include <vector>
 
 class StudioProgress : public KivProgress {
 public:
@@ -36,16 +36,13 @@ public:
     void setText(const wchar_t* text) override;
     bool isCancelled() override;
 
-    // From 0 to 1: each step counts by its size, a finished one whole.
+    // From 0 to 1: the part of the render's time that has passed.
     double done() const;
 
 private:
     void report(bool always);
 
-    std::vector<unsigned int> sizes;
-    int current = -1;       // the step that runs or ran last
-    bool running = false;   // it has not ended
-    unsigned int units = 0; // of the current step
+    KivProgressEstimate estimate;
     std::wstring stage;
     bool cancelled = false;
     QElapsedTimer lastPump;

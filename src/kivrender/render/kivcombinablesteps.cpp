@@ -1,6 +1,7 @@
 #include "kivrender/render/kivcombinablesteps.h"
 
 #include "kivrender/host/kivprogressfilter.h"
+#include "kivrender/render/kivmeshwalk.h"
 #include "kivrender/scene/kivscene.h"
 
 #include <algorithm>
@@ -83,6 +84,7 @@ void KivCombinableSteps::endShader() {
     shadersDone = std::min(shadersDone + 1, shaderCount);
     ownStep = -1;
     ownUnits = 0.0;
+    kivWaitForDrawing(bar);
     if (bar != nullptr && !bar->isCancelled()) {
         reach(place(), false);
     }
@@ -94,10 +96,14 @@ void KivCombinableSteps::finish() {
     }
 }
 
+// In its third step a shader reads back what was drawn until then.
 void KivCombinableSteps::beginStep() {
     ++ownStep;
     ownUnits = 0.0;
     reach(place(), true);
+    if (ownStep == 2) {
+        kivWaitForDrawing(bar);
+    }
 }
 
 void KivCombinableSteps::advance(unsigned int units, bool show) {

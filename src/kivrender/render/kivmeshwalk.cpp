@@ -1,5 +1,6 @@
 #include "kivrender/render/kivmeshwalk.h"
 
+#include "kivrender/platform/kivglwait.h"
 #include "kivrender/scene/kivmesh.h"
 #include "kivrender/scene/kivprogress.h"
 #include "kivrender/scene/kivscene.h"
@@ -25,6 +26,12 @@ void kivSetPolygonOffset(float factor, float units, bool vectorial) {
     glPolygonOffset(factor, units);
     if (vectorial) {
         gl2psEnable(GL2PS_POLYGON_OFFSET_FILL);
+    }
+}
+
+void kivWaitForDrawing(KivProgress* progress) {
+    if (progress != nullptr) {
+        kivWaitForGl([progress] { return !progress->isCancelled(); });
     }
 }
 

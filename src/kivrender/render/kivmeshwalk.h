@@ -20,6 +20,10 @@ inline constexpr unsigned int kivTextShadowVolumes = 81;
 // The offset of surfaces, here and in an open vector page. Both 0 switch it off.
 void kivSetPolygonOffset(float factor, float units, bool vectorial);
 
+// Until everything is drawn or the user has cancelled, so that the time belongs to the step that drew it. At once
+// without a progress object.
+void kivWaitForDrawing(KivProgress* progress);
+
 class KivMeshWalk {
 public:
     using ShaderOf = std::function<KivNonCombinableShader*(const KivMesh*)>;

@@ -6,6 +6,8 @@
 #include "kivrender/platform/kivtext.h"
 #include "kivrender/render/kivbitmapmanager.h"
 #include "kivrender/render/kivdrawingcollector.h"
+#include "kivrender/render/kivmeshwalk.h"
+#include "kivrender/render/kivrenderforecast.h"
 #include "kivrender/render/kivstreamlines.h"
 #include "kivrender/scene/kivcamera.h"
 #include "kivrender/scene/kivmesh.h"
@@ -48,6 +50,20 @@ std::int32_t scaledSide(std::int32_t side, int level) {
     const std::int64_t factor = std::int64_t{1} << std::clamp(level, 0, 30);
     return static_cast<std::int32_t>(std::clamp<std::int64_t>(side * factor, std::numeric_limits<std::int32_t>::min(),
                                                               std::numeric_limits<std::int32_t>::max()));
+}
+
+// For bars that show time; one that does not ask loses next to nothing by it.
+void forecastProgress(tagSIZE size, tagSIZE finalSize, const KivScene& scene, const KivCamera& camera,
+                      const KivCommonSettings& settings, bool hasNonCombinable, int namedShaders) {
+    int combinables = 0;
+    for (unsigned long i = 0; i < KivShader::shaders(); ++i) {
+        const KivShader* const shader = KivShader::getByIndex(i);
+        combinables += shader != nullptr && kivIsCombinable(*shader) ? 1 : 0;
+    }
+    const KivSceneWork work(scene, camera, size);
+    const double finalPixels = static_cast<double>(finalSize.cx) * finalSize.cy / 1e6;
+    kivSetProgressForecast(
+        KivRenderForecast(work, settings, finalPixels, hasNonCombinable, namedShaders, combinables).get());
 }
 
 } // namespace
@@ -191,6 +207,8 @@ bool KivRenderer::renderFrame(Frame& frame, KivDataManager* data) {
     if (frame.progress != nullptr) {
         calculateProgress(frame.progress, frame.scene, settings, frame.nonCombinable != nullptr,
                           frame.combinableCount != 0);
+        forecastProgress(frame.size, frame.finalSize, *frame.scene, frame.camera, settings,
+                         frame.nonCombinable != nullptr, frame.combinableCount);
     }
     if (settings.doTransparencies()) {
         orderTriangles(frame);
@@ -241,6 +259,7 @@ bool KivRenderer::drawParallelDepth(Frame& frame) {
 
 // From the finished passes to the finished files. Depth first, while the context lives.
 bool KivRenderer::finishFrame(Frame& frame) {
+    kivWaitForDrawing(frame.progress);
     if (isCancelled(frame.progress)) {
         return false;
     }
@@ -338,6 +357,7 @@ bool KivRenderer::renderPlain(Frame& frame) {
     if (isCancelled(progress)) {
         return false;
     }
+    kivWaitForDrawing(progress);
     if (progress != nullptr) {
         progress->endStep();
     }

@@ -327,6 +327,7 @@ void KivRenderer::drawPaperImage(const KivCommonSettings& settings, KivProgress*
     glBlendFunc(GL_ZERO, GL_SRC_COLOR);
     drawPaperQuad();
     glDisable(GL_BLEND);
+    kivWaitForDrawing(progress);
     glFinish();
     // The texture ends with the context, which follows at once.
 }

@@ -99,6 +99,7 @@ void KivRenderer::renderAllMeshesForShadowsRendering(KivNonCombinableShader* sha
             return;
         }
     }
+    kivWaitForDrawing(progress);
     walk.endStep();
     glDisable(GL_STENCIL_TEST);
 }
@@ -132,7 +133,11 @@ bool KivRenderer::renderShadowVolumes(KivShadows& shadows, KivScene* scene, cons
                 progress->advance(1, false);
             }
         }
-        glFlush();
+        kivWaitForDrawing(progress);
+        if (progress != nullptr && progress->isCancelled()) {
+            shadows.endVolumes();
+            return false;
+        }
         shadows.addCurrentStencil(size);
     }
     shadows.endVolumes();

@@ -153,6 +153,7 @@ void KivRenderer::renderAllShadersForTransparency(KivNonCombinableShader* shader
             glDepthMask(GL_FALSE); // and so it stays
         }
     }
+    kivWaitForDrawing(progress);
     endStep(progress);
     if (!renderNamedCombinableShaders(combinables, combinableCount, settings, camera, scene, progress, size, surface,
                                       channel)) {
@@ -235,6 +236,7 @@ bool KivRenderer::shadeTransparentTriangles(KivScene* scene, const KivCamera& ca
     float units = 0;
     channel.getPolygonOffset(&factor, &units);
     enableOffsetReversed(factor, units, vectorial);
+    kivWaitForDrawing(progress);
     const SavedDepth opaqueDepth(size);
     glColorMask(GL_FALSE, GL_FALSE, GL_FALSE, GL_FALSE);
     glPolygonMode(GL_FRONT_AND_BACK, GL_FILL);
@@ -366,5 +368,6 @@ void KivRenderer::finishTransparentTriangles(KivNonCombinableShader* lastShader,
         return;
     }
     shader->flushAndShow(surface, vectorial);
+    kivWaitForDrawing(progress);
     progress->endStep();
 }

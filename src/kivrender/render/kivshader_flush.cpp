@@ -1,4 +1,5 @@
 // The growing picture on the host's screen during a render.
+#include "kivrender/platform/kivglwait.h"
 #include "kivrender/render/kivbitmapmanager.h"
 #include "kivrender/scene/kivprogress.h"
 #include "kivrender/shader/kivshader.h"
@@ -29,6 +30,7 @@ void KivShader::flushAndShow(KivBitmapManager* surface, bool /*vectorial*/) {
         progress->advance(1, false);
         return;
     }
+    kivWaitForGl([progress] { return !progress->isCancelled(); });
     if (wglLockBitmap(surface) != nullptr) {
         progress->advance(1, true);
         surface->lock();

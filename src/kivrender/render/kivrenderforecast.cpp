@@ -1,0 +1,339 @@
+#include "kivrender/render/kivrenderforecast.h"
+
+#include "kivrender/settings/kivcommonsettings.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <numeric>
+
+namespace {
+
+// Milliseconds for a thousand triangles, or for a million pixels, of the picture or of the area of what is drawn in it.
+// Seen on two cores of llvmpipe with the shaders that come with the library; others are taken to be like them. Volumes
+// are by far the worst where a light draws many, and every look at a buffer costs as much as drawing into it.
+namespace cost {
+constexpr double orderTriangles = 1.3;
+constexpr double paintTriangles = 0.85;
+constexpr double paintArea = 7.0;
+constexpr double shineArea = 18.0; // bent surfaces that shine are divided finely
+constexpr double paintMesh = 0.3;  // of each one, whatever its size
+constexpr double recordMesh = 0.45;
+constexpr double showPixels = 10.0; // the growing picture, once at least
+constexpr double depthTriangles = 0.7;
+constexpr double depthArea = 5.0;
+constexpr double volumeTriangles = 2.3;
+constexpr double volumePixels = 45.0; // the stencils of a light and their sum
+constexpr double volumeArea = 1.9;
+constexpr double litTriangles = 0.8;
+constexpr double litArea = 12.0;
+constexpr double litPixels = 5.0;
+constexpr double litShineArea = 40.0;
+constexpr double lineMesh = 0.03;
+constexpr double lineTriangles = 0.47;
+constexpr double softTriangles = 3.0;
+constexpr double softPixels = 1.0;
+constexpr double traceLines = 1.4; // of as many lines as a smooth surface has, the root of triangles times meshes
+constexpr double tracePlainLines = 2.5;
+constexpr double tracePixels = 1.3; // the depth buffer is read back
+constexpr double strokeLines = 0.5;
+constexpr double strokePixels = 0.6;
+constexpr double saveDepth = 5.0;
+constexpr double restoreDepth = 6.5;
+constexpr double glassTriangles = 6.0;
+constexpr double glassLights = 3.0;
+constexpr double glassArea = 10.0;
+constexpr double readBack = 1.5;
+constexpr double reduce = 2.8;
+constexpr double encode = 14.0;
+constexpr double encodePaper = 33.0; // of grain there is more to pack
+constexpr double paper = 14.0;
+constexpr double background = 10.0;
+constexpr double translate = 0.5;
+constexpr double pagePrimitives = 8.0;
+constexpr double joinLines = 0.5;
+constexpr double mergeTriangles = 2.3;
+constexpr double tessellateFaces = 2.0;
+constexpr double simplePrimitives = 7.5;
+} // namespace cost
+
+// Of what a drawing has for each triangle of the scene: those that show light and shade are divided.
+constexpr double piecesPerTriangle = 1.25;
+constexpr double piecesPerShinyTriangle = 3.5;
+constexpr double linesPerLine = 0.1; // of which the shaders make several
+constexpr double facesPerTriangle = 0.6;
+// Of what is drawn that OpenGL has left for the end, when it is waited for.
+constexpr double leftForEnd = 0.25;
+// How much of the time of a page goes by before the first primitive is told: the order of painting.
+constexpr double untold = 0.7;
+
+double piecesOf(const KivSceneWork::Mesh& mesh) {
+    return mesh.triangles * (mesh.isShiny ? piecesPerShinyTriangle : piecesPerTriangle);
+}
+
+unsigned int countOf(double number) {
+    return static_cast<unsigned int>(std::clamp(number, 1.0, 4e9));
+}
+
+} // namespace
+
+KivRenderForecast::KivRenderForecast(const KivSceneWork& sceneWork, const KivCommonSettings& common, double finalSize,
+                                     bool hasNonCombinable, int namedShaders, int allCombinables)
+    : work(sceneWork), settings(common), finalPixels(finalSize) {
+    addOrdering();
+    addImage(!settings.getBackgroundImage().empty(), cost::background);
+    if (settings.doShadows()) {
+        addShadowedSurfaces();
+    } else if (settings.doTransparencies()) {
+        addOpaqueSurfaces();
+    } else {
+        addPlainSurfaces(hasNonCombinable);
+    }
+    if (namedShaders > 0) {
+        addRow(namedShaders, true);
+    }
+    addRow(allCombinables, false);
+    addTransparent();
+    addImage(!settings.getPaperImage().empty(), cost::paper);
+    addVectorPage();
+    finish();
+}
+
+KivStepForecast& KivRenderForecast::add() {
+    return forecast.steps.emplace_back();
+}
+
+// In the passes; the rest comes as transparent triangles.
+bool KivRenderForecast::isDrawn(const KivSceneWork::Mesh& mesh) const {
+    return !settings.doTransparencies() || mesh.isOpaque;
+}
+
+double KivRenderForecast::sum(double (*of)(const KivSceneWork::Mesh&), bool opaqueOnly) const {
+    double all = 0.0;
+    for (const KivSceneWork::Mesh& mesh : work.meshes) {
+        all += !opaqueOnly || isDrawn(mesh) ? of(mesh) : 0.0;
+    }
+    return all;
+}
+
+double KivRenderForecast::paintTime(const KivSceneWork::Mesh& mesh) const {
+    if (settings.doVectorial()) {
+        return cost::recordMesh + cost::paintTriangles * piecesOf(mesh) / piecesPerTriangle;
+    }
+    const double shine = mesh.isShiny ? cost::shineArea : 0.0;
+    return cost::paintMesh + cost::paintTriangles * mesh.triangles + (cost::paintArea + shine) * mesh.area;
+}
+
+void KivRenderForecast::addOrdering() {
+    if (settings.doTransparencies()) {
+        const double all = sum([](const KivSceneWork::Mesh& mesh) { return mesh.triangles; }, false);
+        const double opaque = sum([](const KivSceneWork::Mesh& mesh) { return mesh.triangles; }, true);
+        add().units = cost::orderTriangles * (all - opaque);
+    }
+}
+
+void KivRenderForecast::addImage(bool shown, double perPixel) {
+    if (shown) {
+        add().lead = settings.doVectorial() ? 0.0 : perPixel * work.pixels;
+    }
+}
+
+// Three units for each mesh. The first look at the growing picture, and what the meshes draw, come with the last of
+// them or at the end, as OpenGL draws when it is waited for.
+void KivRenderForecast::addPlainSurfaces(bool hasNonCombinable) {
+    KivStepForecast& step = add();
+    if (!hasNonCombinable) {
+        return;
+    }
+    double show = settings.doVectorial() ? 0.0 : cost::showPixels * work.pixels;
+    for (const KivSceneWork::Mesh& mesh : work.meshes) {
+        const double time = paintTime(mesh);
+        const double own = std::min(time, cost::paintMesh + cost::paintTriangles * mesh.triangles);
+        const double later = settings.doVectorial() ? 0.0 : leftForEnd * (time - own);
+        step.shares.insert(step.shares.end(), {own, 0.0, time - own - later + show});
+        step.units += time - later + show;
+        step.tail += later;
+        show = 0.0;
+    }
+}
+
+void KivRenderForecast::addOpaqueSurfaces() {
+    KivStepForecast& step = add();
+    step.lead = settings.doVectorial() ? 0.0 : cost::showPixels * work.pixels;
+    for (const KivSceneWork::Mesh& mesh : work.meshes) {
+        if (mesh.isOpaque) {
+            step.units += paintTime(mesh);
+            step.shares.push_back(paintTime(mesh));
+        }
+    }
+    step.shares.resize(step.shares.size() * 3, 0.0); // the other two passes are seldom used
+}
+
+void KivRenderForecast::addShadowedSurfaces() {
+    KivStepForecast& depth = add();
+    depth.tail = cost::showPixels * work.pixels;
+    for (const KivSceneWork::Mesh& mesh : work.meshes) {
+        const double time =
+            isDrawn(mesh) ? cost::paintMesh + cost::depthTriangles * mesh.triangles + cost::depthArea * mesh.area : 0.0;
+        depth.units += time;
+        depth.shares.push_back(time);
+    }
+    addVolumes(false);
+    KivStepForecast& lit = add();
+    const std::size_t meshes = work.meshes.size();
+    // The passes with ambient light and with what shines, then those of all lights, which tell a unit for a mesh.
+    lit.shares.resize(meshes * (2 + work.lights), 0.0);
+    lit.tail = cost::litPixels * work.pixels;
+    for (std::size_t i = 0; i < meshes; ++i) {
+        const KivSceneWork::Mesh& mesh = work.meshes[i];
+        if (!isDrawn(mesh)) {
+            continue;
+        }
+        const double shine = mesh.isShiny ? cost::litShineArea : 0.0;
+        const double first =
+            cost::paintMesh + cost::litTriangles * mesh.triangles + (cost::litArea + shine) * mesh.area;
+        const double again = (cost::litArea * mesh.area + cost::litTriangles / 3.0 * mesh.triangles) * work.lights;
+        lit.shares[i] = first;
+        lit.units += first;
+        if (work.lights > 0 && work.lights <= meshes) {
+            lit.shares[2 * meshes + i] = again;
+            lit.units += again;
+        } else {
+            lit.tail += again; // too few meshes to tell anything
+        }
+    }
+}
+
+// What a light's volumes draw is done when its stencils are read: with the first unit of the next light, or at the end.
+void KivRenderForecast::addVolumes(bool withGlass) {
+    KivStepForecast& step = add();
+    step.lead = 0.1 * cost::volumePixels * work.pixels;
+    step.gap = withGlass ? cost::saveDepth * work.pixels : 0.0;
+    double reading = cost::volumePixels * work.pixels;
+    std::vector<double> ofLight;
+    for (const KivSceneWork::Mesh& mesh : work.meshes) {
+        // Sides reach from the outline, as long as a square's of the mesh's area, over half the picture; front and
+        // back.
+        const double sides = 2.0 * std::sqrt(mesh.area / 2.0 * 1e6) * work.side / 1e6;
+        reading += cost::volumeArea * (sides + 2.0 * mesh.area);
+        ofLight.push_back(cost::paintMesh + cost::volumeTriangles * mesh.triangles);
+    }
+    for (unsigned int light = 0; light < work.lights; ++light) {
+        const std::size_t first = step.shares.size();
+        step.shares.insert(step.shares.end(), ofLight.begin(), ofLight.end());
+        if (light > 0 && first < step.shares.size()) {
+            step.shares[first] += reading;
+        }
+    }
+    step.units = std::accumulate(step.shares.begin(), step.shares.end(), 0.0);
+    step.tail = work.lights > 0 ? reading : 0.0;
+}
+
+// What one shader of a row tells in the four steps that it believes to have: in the first a unit for each mesh,
+// polyline and the rest, in the others one for each mesh and the rest. Those of the last two come all at once.
+std::vector<double> KivRenderForecast::lineUnits(bool named) const {
+    const bool vectorial = settings.doVectorial();
+    const std::size_t meshes = work.meshes.size();
+    const std::size_t first = meshes + work.polylines + 1;
+    const std::size_t further = meshes + 1;
+    std::vector<double> times(first + 3 * further, 0.0);
+    double triangles = 0.0;
+    for (std::size_t i = 0; i < meshes; ++i) {
+        const KivSceneWork::Mesh& mesh = work.meshes[i];
+        if (named || mesh.hasOwnLook) {
+            times[i] = cost::lineMesh + cost::lineTriangles * mesh.triangles;
+            times[first + i] = vectorial ? cost::softTriangles * mesh.triangles : 0.0;
+            triangles += mesh.triangles;
+        }
+    }
+    if (triangles > 0.0) {
+        const double lines = std::sqrt(triangles * static_cast<double>(meshes));
+        // Lines of a page are looked up in a buffer finer than the page.
+        const double looked =
+            vectorial ? cost::softPixels * std::min(work.pixels * 16.0, 40.0) : cost::tracePixels * work.pixels;
+        times[first + further] = (vectorial ? cost::tracePlainLines : cost::traceLines) * lines + looked;
+        times[first + 2 * further] = cost::strokeLines * lines + (vectorial ? 0.0 : cost::strokePixels * work.pixels);
+    }
+    return times;
+}
+
+// All shaders one after the other, on as many units as one has. Each object is drawn by one of those that the style
+// does not name.
+void KivRenderForecast::addRow(int shaders, bool named) {
+    const std::vector<double> times = lineUnits(named);
+    const std::size_t all = times.size();
+    const auto count = static_cast<std::size_t>(std::max(shaders, 1));
+    std::vector<double> told(all, 0.0);
+    for (std::size_t i = 0; i < all * count; ++i) {
+        told[i / count] += times[i % all] / (named ? 1.0 : static_cast<double>(count));
+    }
+    const std::size_t further = work.meshes.size() + 1;
+    std::size_t from = 0;
+    for (const std::size_t to : {all - 3 * further, all - 2 * further, all - further, all}) {
+        KivStepForecast& step = add();
+        step.shares.assign(told.begin() + static_cast<std::ptrdiff_t>(from),
+                           told.begin() + static_cast<std::ptrdiff_t>(to));
+        step.units = std::accumulate(step.shares.begin(), step.shares.end(), 0.0);
+        from = to;
+    }
+}
+
+void KivRenderForecast::addTransparent() {
+    if (!settings.doTransparencies()) {
+        return;
+    }
+    const auto triangles = [](const KivSceneWork::Mesh& mesh) { return mesh.triangles; };
+    const auto area = [](const KivSceneWork::Mesh& mesh) { return mesh.area; };
+    const double glass = sum(triangles, false) - sum(triangles, true);
+    const double glassArea = sum(area, false) - sum(area, true);
+    const unsigned int lights = settings.doShadows() ? work.lights : 0;
+    if (settings.doShadows()) {
+        KivStepForecast& depth = add();
+        depth.gap = cost::saveDepth * work.pixels;
+        depth.units = cost::depthTriangles * glass * 5.0;
+        addVolumes(true);
+    }
+    KivStepForecast& step = add();
+    step.gap = settings.doShadows() ? cost::restoreDepth * work.pixels : 0.0;
+    step.units = (cost::glassTriangles + cost::glassLights * lights) * glass;
+    step.tail = settings.doVectorial() ? 0.0 : cost::glassArea * glassArea * (1.0 + lights);
+}
+
+void KivRenderForecast::addVectorPage() {
+    if (!settings.doVectorial()) {
+        return;
+    }
+    const double pieces = sum(piecesOf, false);
+    const double triangles = sum([](const KivSceneWork::Mesh& mesh) { return mesh.triangles; }, false);
+    const double lines = linesPerLine * std::sqrt(triangles * static_cast<double>(work.meshes.size()));
+    const double primitives = std::max(pieces + lines, 0.001);
+    const auto addStage = [this](double thousands, double perThousand, double lead) {
+        KivStepForecast& step = add();
+        step.guess = countOf(thousands * 1e3);
+        step.lead = perThousand * thousands * lead;
+        step.units = perThousand * thousands * (1.0 - lead);
+    };
+    if (settings.doVectorSimplify()) {
+        addStage(lines, cost::joinLines, 1.0);
+        forecast.steps.back().gap = cost::translate * primitives;
+        addStage(pieces, cost::mergeTriangles, 0.25);
+        addStage(pieces * facesPerTriangle, cost::tessellateFaces, 0.0);
+        addStage(primitives * 2.0, cost::simplePrimitives / 2.0, untold);
+    } else {
+        addStage(primitives, cost::pagePrimitives, untold);
+    }
+}
+
+// The picture is read back before its reduction, which ends it, and written behind it.
+void KivRenderForecast::finish() {
+    KivStepForecast& step = add();
+    if (settings.doVectorial()) {
+        step.gap = 2.0;
+        forecast.after = 3.0;
+        return;
+    }
+    step.gap = cost::readBack * work.pixels;
+    step.lead = settings.getAntialias() > 0 ? cost::reduce * work.pixels : 0.0;
+    const double encode = settings.getPaperImage().empty() ? cost::encode : cost::encodePaper;
+    forecast.after = settings.doSaveRender() ? encode * finalPixels : 0.0;
+}

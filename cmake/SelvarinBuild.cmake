@@ -96,7 +96,7 @@ function(kiv_test name)
   # A host makes its folders and keeps its preferences where these point to: never in the home of whoever runs the tests.
   set(home ${CMAKE_BINARY_DIR}/tests/home)
   set(environment "LC_ALL=C.UTF-8" "XDG_CONFIG_HOME=${home}/config" "XDG_DATA_HOME=${home}/data"
-    "XDG_CONFIG_DIRS=${home}/machine" "LSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/tests/lsan.supp:print_suppressions=0"
+    "XDG_CACHE_HOME=${home}/cache" "XDG_CONFIG_DIRS=${home}/machine" "SELVARIN_PLUGIN_TRIAL=off" "LSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/tests/lsan.supp:print_suppressions=0"
     "TSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/tests/tsan.supp" ${ARG_ENVIRONMENT})
   gtest_discover_tests(${name} DISCOVERY_TIMEOUT 120 TEST_LIST ${name}_TESTS
     PROPERTIES TIMEOUT ${ARG_TIMEOUT} LABELS "${ARG_LABELS}")

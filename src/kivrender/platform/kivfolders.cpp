@@ -89,6 +89,11 @@ std::wstring kivConfigFolder() {
     return kivFromUtf8(configFolder());
 }
 
+std::wstring kivCacheFolder() {
+    const std::string set = fromEnvironment("XDG_CACHE_HOME");
+    return kivFromUtf8(set.empty() ? underHome("/.cache") : withoutClosingSlashes(set));
+}
+
 std::wstring kivMachineConfigFolder() {
     const std::string set = fromEnvironment("XDG_CONFIG_DIRS");
     const std::string first = withoutClosingSlashes(set.substr(0, set.find(':')));

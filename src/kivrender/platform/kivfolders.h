@@ -14,6 +14,8 @@
 KIV_API std::wstring kivDataFolder();
 // $XDG_CONFIG_HOME, or ~/.config.
 KIV_API std::wstring kivConfigFolder();
+// $XDG_CACHE_HOME, or ~/.cache.
+std::wstring kivCacheFolder();
 // The first of $XDG_CONFIG_DIRS, or /etc/xdg.
 KIV_API std::wstring kivMachineConfigFolder();
 // The user's documents as user-dirs.dirs in kivConfigFolder names them, or the home folder.

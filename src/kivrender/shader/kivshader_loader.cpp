@@ -1,10 +1,11 @@
 // The scan of the plug-ins' folder. A plug-in that can't be used is left out with one line that names its file and the
-// reason; nothing that it does, short of a crash of its own, ends the scan.
+// reason; nothing that it does ends the scan.
 #include "kivrender/platform/kivmodule.h"
 #include "kivrender/platform/kivthrown.h"
 #include "kivrender/platform/kivtoolkit.h"
 #include "kivrender/shader/kivliveshaders.h"
 #include "kivrender/shader/kivplugincheck.h"
+#include "kivrender/shader/kivplugintrial.h"
 #include "kivrender/shader/kivshader.h"
 
 #include <algorithm>
@@ -55,9 +56,16 @@ unsigned long KivShader::loadShaders(const wchar_t* path) {
     }
     const std::wstring folder = (path != nullptr ? std::wstring(path) : kivLibraryFolder() + L"/shaders") + L"/";
     dCurShaderIndex = static_cast<unsigned long>(-1);
+    KivPluginTrial trial;
     for (const std::wstring& name : kivListModules(folder)) {
         if (dShaders == kivMaxShaders) {
             break; // further modules are not even opened
+        }
+        const std::wstring fault = trial.faultOf(folder + name);
+        if (!fault.empty()) {
+            noteFault((folder + name).c_str(), fault);
+            showLoadError();
+            continue;
         }
         if (KivShader* const shader = load((folder + name).c_str())) {
             lShaders[dShaders++] = shader;

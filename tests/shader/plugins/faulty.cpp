@@ -4,6 +4,8 @@
 #include "kivrender/shader/kivshaderinterface.h"
 #include "support/plainshader.h"
 
+#include <csignal>
+#include <cstdlib>
 #include <limits>
 #include <stdexcept>
 
@@ -27,12 +29,55 @@
 #define FAULT_WRONG_KIND 18
 #define FAULT_NULL_MODULE 19
 #define FAULT_THROWS_LATER 20
+#define FAULT_THROWS_WHILE_LOADED 21
+#define FAULT_ABORTS_WHILE_LOADED 22
+#define FAULT_CRASHES_WHILE_LOADED 23
+#define FAULT_EXITS_WHILE_LOADED 24
+#define FAULT_LOOPS_WHILE_LOADED 25
+#define FAULT_CRASHES_IN_NAME 26
+#define FAULT_EXITS_FROM_CREATE 27
+#define FAULT_LOOPS_IN_CREATE 28
+#define FAULT_ABORTS_IN_SETTINGS 29
+#define FAULT_CRASHES_IN_DELETE 30
+#define FAULT_CRASHES_WHILE_UNLOADED 31
 
 int faultyAnchor = 0;
 
 namespace {
 
 bool lookedAt = false; // the library's check of a new shader is over
+
+// What no compiler may take for something that never happens.
+[[maybe_unused]] void crash() {
+    std::raise(SIGSEGV);
+}
+
+[[maybe_unused]] void loop() {
+    for (volatile bool goOn = true; goOn;) {
+    }
+}
+
+// An object of the module itself.
+struct Constructed {
+    Constructed() {
+#if FAULT == FAULT_THROWS_WHILE_LOADED
+        throw std::runtime_error("no place");
+#elif FAULT == FAULT_ABORTS_WHILE_LOADED
+        std::abort();
+#elif FAULT == FAULT_CRASHES_WHILE_LOADED
+        crash();
+#elif FAULT == FAULT_EXITS_WHILE_LOADED
+        std::exit(0);
+#elif FAULT == FAULT_LOOPS_WHILE_LOADED
+        loop();
+#endif
+    }
+    ~Constructed() {
+#if FAULT == FAULT_CRASHES_WHILE_UNLOADED
+        crash();
+#endif
+    }
+} constructed;
 
 class Faulty : public PlainCombinable {
 public:
@@ -46,6 +91,9 @@ public:
 #if FAULT == FAULT_THROWS_FROM_NAME
         throw std::runtime_error("no name");
 #elif FAULT == FAULT_NULL_NAME
+        return nullptr;
+#elif FAULT == FAULT_CRASHES_IN_NAME
+        crash();
         return nullptr;
 #else
         if (FAULT == FAULT_THROWS_LATER && lookedAt) {
@@ -99,6 +147,11 @@ KIV_PLUGIN_EXPORT KivShader* KivShaderCreate() {
     throw std::runtime_error("no paint\nleft");
 #elif FAULT == FAULT_OTHER_INTERFACE
     std::abort(); // nothing of such a plug-in may be called
+#elif FAULT == FAULT_EXITS_FROM_CREATE
+    std::exit(7);
+#elif FAULT == FAULT_LOOPS_IN_CREATE
+    loop();
+    return nullptr;
 #elif FAULT == FAULT_NO_SHADER
     static long long memory[64] = {};
     return reinterpret_cast<KivShader*>(memory);
@@ -113,6 +166,8 @@ KIV_PLUGIN_EXPORT void KivShaderDelete([[maybe_unused]] KivShader* shader) {
     throw std::runtime_error("no end");
 #elif FAULT == FAULT_NO_SHADER
     std::abort(); // it was none
+#elif FAULT == FAULT_CRASHES_IN_DELETE
+    crash();
 #else
     delete shader;
 #endif
@@ -129,10 +184,13 @@ const KivSettingInfo table[] = {
 } // namespace
 
 #if FAULT == FAULT_NONE_BUT_SETTINGS || FAULT == FAULT_NULL_KEY || FAULT == FAULT_TOO_MANY_SETTINGS ||                 \
-    FAULT == FAULT_THROWS_FROM_SETTINGS
+    FAULT == FAULT_THROWS_FROM_SETTINGS || FAULT == FAULT_ABORTS_IN_SETTINGS
 KIV_PLUGIN_EXPORT int KivShaderSettings(const KivSettingInfo** out) {
     if (FAULT == FAULT_THROWS_FROM_SETTINGS) {
         throw std::runtime_error("no table");
+    }
+    if (FAULT == FAULT_ABORTS_IN_SETTINGS) {
+        std::abort();
     }
     *out = table;
     return FAULT == FAULT_TOO_MANY_SETTINGS ? std::numeric_limits<int>::max() : 2;

@@ -2,6 +2,7 @@
 #include "kivrender/vector/gl2pspage.h"
 
 #include "kivrender/platform/kivsystemerror.h"
+#include "kivrender/scene/kiv3dpoint.h"
 #include "kivrender/vector/kivvectorpage.h"
 #include "kivrender/vector/libraryfeedback.h"
 #include "kivrender/vector/pagetext.h"
@@ -319,6 +320,67 @@ TEST_F(Gl2psPage, PaintsWhatIsNearestLast) {
     KivVectorPage::setExactOrder(false);
     EXPECT_EQ(coloursOf(ours(drawDeceptively, GL2PS_SVG)), (std::vector<std::string>{back, red, green, blue}));
     EXPECT_FALSE(KivVectorPage::wasOrderExact());
+}
+
+void corners(const Kiv3DPoint& a, const Kiv3DPoint& b, const Kiv3DPoint& c) {
+    glBegin(GL_TRIANGLES);
+    for (const Kiv3DPoint& corner : {a, b, c}) {
+        glVertex3d(corner.x, corner.y, corner.z);
+    }
+    glEnd();
+}
+
+// Triangles that are a line in the picture: without an area, whatever the order of the corners, and real ones that are
+// seen edge-on along a line that is not a round number of pixels anywhere.
+void drawWithoutAnArea() {
+    glColor3f(0.3F, 0.1F, 0.2F);
+    corners({-0.5, -0.5, 0.0}, {0.1, 0.2, 0.0}, {0.7, 0.9, 0.0});
+    corners({-0.5, -0.5, 0.0}, {0.7, 0.9, 0.1}, {0.1, 0.2, 0.2});
+    corners({0.2, 0.3, 0.0}, {0.2, 0.3, 0.4}, {0.6, 0.1, 0.0});
+    corners({0.2, 0.3, 0.1}, {0.2, 0.3, 0.1}, {0.2, 0.3, 0.1});
+    glPushMatrix();
+    for (int i = 0; i < 20; ++i) {
+        glRotated(17.3, 0.0, 0.0, 1.0);
+        corners({-0.7, 0.031, -0.4}, {0.613, 0.031, 0.1}, {0.2, 0.031, 0.7});
+    }
+    glPopMatrix();
+}
+
+TEST_F(Gl2psPage, FillsWithoutAnAreaPrintNothing) {
+    const auto thinLine = [] {
+        glColor3f(1.0F, 0.0F, 0.0F);
+        line(-0.4F, -0.3F, 0.1F);
+    };
+    for (const GLint format : {GL2PS_SVG, GL2PS_PS, GL2PS_PDF}) {
+        for (const bool inOrder : {false, true}) {
+            KivVectorPage::setExactOrder(inOrder);
+            const std::string empty = ours([] {}, format);
+            EXPECT_EQ(ours(drawWithoutAnArea, format), empty) << format << inOrder;
+            const std::string one = ours(thinLine, format);
+            EXPECT_NE(one, empty);
+            EXPECT_EQ(ours(
+                          [&] {
+                              drawWithoutAnArea();
+                              thinLine();
+                          },
+                          format),
+                      one)
+                << format << inOrder << ": a line stays";
+        }
+    }
+}
+
+TEST_F(Gl2psPage, ThinTrianglesAndThoseWithBoundariesStay) {
+    const std::string empty = ours([] {}, GL2PS_SVG);
+    // A thousandth of a pixel high, and so small a one.
+    EXPECT_NE(ours([] { corners({-0.5, 0.0, 0.0}, {0.5, 0.0, 0.0}, {0.0, 0.00005, 0.0}); }, GL2PS_SVG), empty);
+    EXPECT_NE(ours([] { corners({0.0, 0.0, 0.0}, {0.0001, 0.0, 0.0}, {0.0, 0.0001, 0.0}); }, GL2PS_SVG), empty);
+    const auto drawBounded = [] {
+        gl2psEnable(GL2PS_POLYGON_BOUNDARY);
+        corners({-0.5, -0.5, 0.0}, {0.1, 0.2, 0.0}, {0.7, 0.9, 0.0});
+        gl2psDisable(GL2PS_POLYGON_BOUNDARY);
+    };
+    EXPECT_EQ(ours(drawBounded, GL2PS_SVG), theirs(drawBounded, GL2PS_SVG));
 }
 
 TEST_F(Gl2psPage, TooSmallABufferIsAnOverflowAndLeavesNoFile) {

@@ -12,6 +12,7 @@
 #include "kivrender/vector/parsertoclasses.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdlib>
 #include <memory>
 #include <span>
@@ -65,6 +66,27 @@ char boundaryOf(bool boundary, int corner, int count) {
     return static_cast<char>(2 | (corner == 2 ? 1 : 0) | (corner == count - 1 ? 4 : 0));
 }
 
+// Whether a filled triangle shows anything: not one whose corners lie on a line in the picture, of which some readers
+// of drawings make a line all the same. Of a triangle that is seen edge-on rounding leaves no more than this height, in
+// parts of its largest coordinate.
+bool hasArea(const GL2PSvertex (&corners)[3]) {
+    constexpr double rounding = 0x1p-21; // four units in the last place of a float
+    double longest = 0.0;
+    double largest = 0.0;
+    for (int i = 0; i < 3; ++i) {
+        const float* const a = corners[i].xyz;
+        const float* const b = corners[(i + 1) % 3].xyz;
+        longest = std::max(longest, std::hypot(static_cast<double>(b[0]) - a[0], static_cast<double>(b[1]) - a[1]));
+        largest = std::max({largest, std::abs(static_cast<double>(a[0])), std::abs(static_cast<double>(a[1]))});
+    }
+    const float* const a = corners[0].xyz;
+    const float* const b = corners[1].xyz;
+    const float* const c = corners[2].xyz;
+    const double twice = (static_cast<double>(b[0]) - a[0]) * (static_cast<double>(c[1]) - a[1]) -
+                         (static_cast<double>(b[1]) - a[1]) * (static_cast<double>(c[0]) - a[0]);
+    return std::abs(twice) > longest * largest * rounding;
+}
+
 void handOver(const FeedbackItem& item, const FeedbackState& state) {
     const GLint offset = state.offset ? 1 : 0;
     GL2PSvertex corners[3];
@@ -82,6 +104,10 @@ void handOver(const FeedbackItem& item, const FeedbackState& state) {
             corners[0] = vertexOf(item.vertices, state);
             corners[1] = vertexOf(item.vertices + vertexFloats * static_cast<std::size_t>(corner - 1), state);
             corners[2] = vertexOf(item.vertices + vertexFloats * static_cast<std::size_t>(corner), state);
+            // With its sides as lines it is more than a fill.
+            if (!state.boundary && !hasArea(corners)) {
+                continue;
+            }
             gl2psAddPolyPrimitive(GL2PS_TRIANGLE, 3, corners, offset, state.offsetFactor, state.offsetUnits,
                                   state.stipplePattern, state.stippleFactor, state.lineWidth, state.lineCap,
                                   state.lineJoin, boundaryOf(state.boundary, corner, item.count));

@@ -10,6 +10,11 @@ namespace {
 
 constexpr double pi = 3.14159265358979323846;
 
+// In units of WorkWatch, where memory is large and far.
+constexpr std::size_t costOfWeld = 15;
+constexpr std::size_t costOfStep = 2;
+constexpr std::size_t costOfFace = 25;
+
 // A zero of either sign hashes and compares alike.
 std::uint64_t hashOf(const Vec3& p) {
     const auto word = [](double v) { return std::bit_cast<std::uint64_t>(v + 0.0); };
@@ -20,12 +25,13 @@ std::uint64_t hashOf(const Vec3& p) {
 }
 
 // Replaces equal positions by their first one; returns the new index of each old one, or nothing if all were different.
-std::vector<std::uint32_t> weldPositions(std::vector<Vec3>& positions) {
+std::vector<std::uint32_t> weldPositions(std::vector<Vec3>& positions, WorkWatch& watch) {
     const std::size_t slots = std::bit_ceil(positions.size() * 2 + 2);
     std::vector<std::uint32_t> table(slots, noIndex);
     std::vector<std::uint32_t> newIndex(positions.size());
     std::uint32_t count = 0;
     for (std::size_t i = 0; i < positions.size(); ++i) {
+        watch.add(costOfWeld);
         std::size_t slot = hashOf(positions[i]) & (slots - 1);
         while (table[slot] != noIndex && !(positions[table[slot]] == positions[i])) {
             slot = (slot + 1) & (slots - 1);
@@ -91,8 +97,8 @@ std::array<double, 3> anglesOf(const Surface& surface, const std::uint32_t* corn
 // Walking the triangles in order for the former keeps to the memory that is near.
 class VertexMaker {
 public:
-    VertexMaker(const Surface& source, double creaseAngle)
-        : surface(source), cosCrease(std::cos(std::clamp(creaseAngle, 0.0, 180.0) * (pi / 180.0))),
+    VertexMaker(const Surface& source, double creaseAngle, WorkWatch& workWatch)
+        : surface(source), watch(workWatch), cosCrease(std::cos(std::clamp(creaseAngle, 0.0, 180.0) * (pi / 180.0))),
           cosHalfCrease(std::cos(std::clamp(creaseAngle, 0.0, 180.0) * (pi / 360.0))), faces(source.corners.size() / 3),
           means(source.positions.size()), isOne(source.positions.size(), 1) {}
 
@@ -105,6 +111,7 @@ public:
         vertices.corners.resize(surface.corners.size());
         std::vector<std::uint32_t> vertexOf(surface.positions.size(), noIndex);
         for (std::uint32_t p = 0; p < surface.positions.size(); ++p) {
+            watch.add(costOfStep);
             if (start[p] != start[p + 1]) {
                 makeSeveral(p);
             } else if (isOne[p] != 0 && means[p] != Vec3{}) {
@@ -112,6 +119,7 @@ public:
             }
         }
         for (std::size_t c = 0; c < surface.corners.size(); ++c) {
+            watch.add(costOfStep);
             if (isOne[surface.corners[c]] != 0) {
                 vertices.corners[c] = vertexOf[surface.corners[c]];
             }
@@ -122,6 +130,7 @@ public:
 private:
     void addUpFaces() {
         for (std::size_t t = 0; t < faces.size(); ++t) {
+            watch.add(costOfFace);
             const std::uint32_t* corner = &surface.corners[t * 3];
             faces[t] = faceNormal(surface, corner);
             const std::array<double, 3> angles = anglesOf(surface, corner);
@@ -130,6 +139,7 @@ private:
             }
         }
         for (Vec3& mean : means) {
+            watch.add(costOfStep);
             mean = unit(mean);
         }
     }
@@ -138,6 +148,7 @@ private:
     // mean: every pair is then within the whole of it. One without a mean is in no triangle, or is looked at later.
     void findOneNormals() {
         for (std::size_t c = 0; c < surface.corners.size(); ++c) {
+            watch.add(costOfStep);
             const std::uint32_t p = surface.corners[c];
             const Vec3& face = faces[c / 3];
             const bool bends = means[p] == Vec3{} || (face != Vec3{} && dot(face, means[p]) < cosHalfCrease);
@@ -158,6 +169,7 @@ private:
     void groupCorners() {
         start.assign(surface.positions.size() + 1, 0);
         for (const std::uint32_t p : surface.corners) {
+            watch.add(costOfStep);
             start[p + 1] += isOne[p] != 0 ? 0 : 1;
         }
         for (std::size_t i = 1; i < start.size(); ++i) {
@@ -166,6 +178,7 @@ private:
         cornersAt.resize(start.back());
         std::vector<std::uint32_t> next(start.begin(), start.end() - 1);
         for (std::uint32_t c = 0; c < surface.corners.size(); ++c) {
+            watch.add(costOfStep);
             if (isOne[surface.corners[c]] == 0) {
                 cornersAt[next[surface.corners[c]]++] = c;
             }
@@ -186,6 +199,7 @@ private:
         }
         const auto first = static_cast<std::uint32_t>(vertices.normals.size());
         for (std::size_t i = 0; i < count; ++i) {
+            watch.add(costOfStep + std::min(count, manyCorners));
             Vec3 normal = givenNormal(corners[i]);
             if (normal == Vec3{}) {
                 normal = count <= manyCorners ? groups[groupOf[i]] : orMean(faces[corners[i] / 3], position);
@@ -215,6 +229,7 @@ private:
             while (!open.empty()) {
                 const std::uint32_t at = corners[open.back()];
                 open.pop_back();
+                watch.add(costOfFace + count);
                 sum = sum + faces[at / 3] * anglesOf(surface, &surface.corners[at / 3 * 3])[at % 3];
                 for (std::size_t j = 0; j < count; ++j) {
                     if (groupOf[j] == noIndex && areClose(at / 3, corners[j] / 3)) {
@@ -239,6 +254,7 @@ private:
     }
 
     const Surface& surface;
+    WorkWatch& watch;
     double cosCrease;
     double cosHalfCrease;
     std::vector<Vec3> faces; // normals, unit length or zero
@@ -254,10 +270,11 @@ private:
 
 } // namespace
 
-std::uint64_t weldSurface(Surface& surface) {
-    const std::vector<std::uint32_t> newIndex = weldPositions(surface.positions);
+std::uint64_t weldSurface(Surface& surface, WorkWatch watch) {
+    const std::vector<std::uint32_t> newIndex = weldPositions(surface.positions, watch);
     if (!newIndex.empty()) {
         for (std::uint32_t& corner : surface.corners) {
+            watch.add(costOfStep);
             corner = newIndex[corner];
         }
         for (std::uint32_t& point : surface.edgePoints) {
@@ -267,6 +284,7 @@ std::uint64_t weldSurface(Surface& surface) {
     const std::size_t triangles = surface.corners.size() / 3;
     std::size_t kept = 0;
     for (std::size_t t = 0; t < triangles; ++t) {
+        watch.add(costOfWeld);
         if (!hasArea(surface, &surface.corners[t * 3])) {
             continue;
         }
@@ -293,8 +311,8 @@ std::uint64_t weldSurface(Surface& surface) {
     return triangles - kept;
 }
 
-SurfaceVertices makeVertices(const Surface& surface, double creaseAngle) {
-    return VertexMaker(surface, creaseAngle).make();
+SurfaceVertices makeVertices(const Surface& surface, double creaseAngle, WorkWatch watch) {
+    return VertexMaker(surface, creaseAngle, watch).make();
 }
 
 } // namespace kivimport

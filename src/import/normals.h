@@ -3,13 +3,14 @@
 #define IMPORT_NORMALS_H
 
 #include "import/modelparts.h"
+#include "import/workwatch.h"
 
 namespace kivimport {
 
 // Makes positions that are exactly equal one (files that know no shared vertices repeat each of them), and removes the
 // triangles that have no area left: two corners at one position, or all three on a line. Returns how many were removed.
 // Positions keep the order of their first occurrence, triangles keep theirs. The points of edges are welded along.
-std::uint64_t weldSurface(Surface& surface);
+std::uint64_t weldSurface(Surface& surface, WorkWatch watch = {});
 
 struct SurfaceVertices {
     std::vector<std::uint32_t> positions; // index into the surface's positions, one to a vertex, ascending
@@ -20,7 +21,7 @@ struct SurfaceVertices {
 // Gives every corner its normal: the file's own where it has a direction, else the mean of those faces around the
 // position that are linked with this corner's face by angles of at most creaseAngle (degrees), each weighted by its
 // angle at the position. Corners of one position with equal normals share a vertex. The surface must be welded.
-SurfaceVertices makeVertices(const Surface& surface, double creaseAngle);
+SurfaceVertices makeVertices(const Surface& surface, double creaseAngle, WorkWatch watch = {});
 
 } // namespace kivimport
 

@@ -73,6 +73,9 @@ KivMaterial toKivMaterial(const Material& source) {
     return material;
 }
 
+// In units of WorkWatch.
+constexpr std::size_t costOfTriangle = 6;
+
 class SceneBuilder {
 public:
     SceneBuilder(double angle, KivModel& target, ImportProgress* importProgress, std::uint64_t allTriangles)
@@ -97,10 +100,8 @@ public:
         }
         for (Surface& surface : parts.surfaces) {
             const std::uint64_t given = surface.corners.size() / 3;
-            report(0);
-            info.degenerate += weldSurface(surface);
-            report(given / 3);
-            orientSurface(surface);
+            info.degenerate += weldSurface(surface, watchAt(0));
+            orientSurface(surface, watchAt(given / 3));
             report(given / 2);
             info.triangles += surface.corners.size() / 3;
             for (const Surface::Part& part : surface.parts) {
@@ -138,6 +139,12 @@ private:
         if (progress != nullptr) {
             progress->report(static_cast<double>(builtTriangles + further) / static_cast<double>(trianglesOfAll));
         }
+    }
+
+    // The same again and again during long work.
+    WorkWatch watchAt(std::uint64_t further) const {
+        report(further);
+        return WorkWatch([this, further] { report(further); });
     }
 
     Vec3 placed(const Vec3& p) const {
@@ -179,7 +186,7 @@ private:
 
     // One mesh for each part that has triangles. Returns the number of vertices.
     std::uint64_t addSurface(const Surface& surface) {
-        const SurfaceVertices vertices = makeVertices(surface, creaseAngle);
+        const SurfaceVertices vertices = makeVertices(surface, creaseAngle, watchAt(surface.corners.size() / 6));
         const std::size_t numTriangles = vertices.corners.size() / 3;
         std::vector<std::size_t> sizes(surface.parts.size(), 0);
         for (std::size_t t = 0; t < numTriangles; ++t) {
@@ -219,7 +226,9 @@ private:
         mesh->setMaterial(material);
         // A vertex between two parts comes into both meshes.
         members.clear();
+        WorkWatch watch = watchAt(surface.corners.size() / 4);
         for (std::size_t t = 0; t < numTriangles; ++t) {
+            watch.add(costOfTriangle);
             for (std::size_t i = 0; i < 3; ++i) {
                 const std::uint32_t vertex = vertices.corners[triangles[t] * std::size_t{3} + i];
                 if (localIndex[vertex] == noIndex) {
@@ -233,11 +242,13 @@ private:
         mesh->reserveNormals(static_cast<unsigned int>(members.size()));
         mesh->reserveTriangles(static_cast<unsigned int>(numTriangles));
         for (std::size_t i = 0; i < members.size(); ++i) {
+            watch.add(costOfTriangle);
             localIndex[members[i]] = static_cast<std::uint32_t>(i);
             mesh->addVertex(toKivPoint(surface.positions[vertices.positions[members[i]]]),
                             toKivVector(vertices.normals[members[i]]));
         }
         for (std::size_t t = 0; t < numTriangles; ++t) {
+            watch.add(costOfTriangle);
             const std::uint32_t* corner = &vertices.corners[triangles[t] * std::size_t{3}];
             mesh->addTriangle(localIndex[corner[0]], localIndex[corner[1]], localIndex[corner[2]]);
         }

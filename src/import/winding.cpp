@@ -6,6 +6,9 @@
 namespace kivimport {
 namespace {
 
+// Of a corner, in units of WorkWatch.
+constexpr std::size_t costOfCorner = 6;
+
 // One side of a triangle, its lower position first.
 struct Side {
     std::uint32_t low = 0;
@@ -53,12 +56,13 @@ std::uint32_t rootOf(std::vector<std::uint32_t>& parents, std::uint32_t p) {
     return p;
 }
 
-bool hasPieceOfNegativeVolume(const Surface& surface) {
+bool hasPieceOfNegativeVolume(const Surface& surface, WorkWatch& watch) {
     std::vector<std::uint32_t> parents(surface.positions.size());
     for (std::uint32_t p = 0; p < parents.size(); ++p) {
         parents[p] = p;
     }
     for (std::size_t c = 0; c < surface.corners.size(); c += 3) {
+        watch.add(3 * costOfCorner);
         const std::uint32_t a = rootOf(parents, surface.corners[c]);
         const std::uint32_t b = rootOf(parents, surface.corners[c + 1]);
         const std::uint32_t d = rootOf(parents, surface.corners[c + 2]);
@@ -67,6 +71,7 @@ bool hasPieceOfNegativeVolume(const Surface& surface) {
     }
     std::vector<double> sums(parents.size(), 0.0);
     for (std::size_t t = 0; t < surface.corners.size() / 3; ++t) {
+        watch.add(costOfCorner);
         const std::uint32_t root = rootOf(parents, surface.corners[t * 3]);
         sums[root] += volume(surface, t, surface.positions[root]);
     }
@@ -76,10 +81,11 @@ bool hasPieceOfNegativeVolume(const Surface& surface) {
 // Where the triangles around a position close up and agree, each edge is left along once and come along once; a sum
 // over all then vanishes if the one counts positive, the other negative. Numbers that are unlike each other stand for
 // the edges.
-std::vector<std::uint64_t> sumsAround(const Surface& surface) {
+std::vector<std::uint64_t> sumsAround(const Surface& surface, WorkWatch& watch) {
     const auto mark = [](std::uint64_t v) { return (v + 1) * 0x9E3779B97F4A7C15U ^ v << 32; };
     std::vector<std::uint64_t> sums(surface.positions.size(), 0);
     for (std::size_t c = 0; c < surface.corners.size(); ++c) {
+        watch.add(costOfCorner);
         const std::uint32_t from = surface.corners[c];
         const std::uint32_t to = endOf(surface, c);
         sums[from] += mark(to);
@@ -89,8 +95,8 @@ std::vector<std::uint64_t> sumsAround(const Surface& surface) {
 }
 
 // Whether any edge is run along twice in the same direction. Only ends of edges at rims and at faults are looked at.
-bool hasEdgeRunTwice(const Surface& surface) {
-    const std::vector<std::uint64_t> sums = sumsAround(surface);
+bool hasEdgeRunTwice(const Surface& surface, WorkWatch& watch) {
+    const std::vector<std::uint64_t> sums = sumsAround(surface, watch);
     std::vector<std::pair<std::uint32_t, std::uint32_t>> runs;
     for (std::size_t c = 0; c < surface.corners.size(); ++c) {
         if (sums[surface.corners[c]] != 0) {
@@ -103,9 +109,9 @@ bool hasEdgeRunTwice(const Surface& surface) {
 
 class Orienter {
 public:
-    explicit Orienter(Surface& target)
-        : surface(target), neighbours(target.corners.size(), noIndex), turned(target.corners.size() / 3, 0),
-          piece(target.corners.size() / 3, noIndex) {
+    Orienter(Surface& target, WorkWatch& workWatch)
+        : surface(target), watch(workWatch), neighbours(target.corners.size(), noIndex),
+          turned(target.corners.size() / 3, 0), piece(target.corners.size() / 3, noIndex) {
         linkNeighbours();
     }
 
@@ -128,6 +134,7 @@ private:
             while (end < sides.size() && sides[i].sameEdge(sides[end])) {
                 ++end;
             }
+            watch.add((end - i) * costOfCorner);
             if (end - i == 2) {
                 neighbours[sides[i].corner] = sides[i + 1].corner;
                 neighbours[sides[i + 1].corner] = sides[i].corner;
@@ -149,6 +156,7 @@ private:
         double sum = 0.0;
         const Vec3 from = surface.positions[surface.corners[first * 3]];
         for (std::size_t i = 0; i < members.size(); ++i) {
+            watch.add(3 * costOfCorner);
             const std::uint32_t t = members[i];
             numTurned += turned[t];
             sum += volume(surface, t, from) * (turned[t] != 0 ? -1.0 : 1.0);
@@ -178,6 +186,7 @@ private:
     }
 
     Surface& surface;
+    WorkWatch& watch;
     std::vector<std::uint32_t> neighbours; // across the side that begins at a corner: the other's corner
     std::vector<std::uint8_t> turned;
     std::vector<std::uint32_t> piece;
@@ -186,14 +195,14 @@ private:
 
 } // namespace
 
-std::uint64_t orientSurface(Surface& surface) {
+std::uint64_t orientSurface(Surface& surface, WorkWatch watch) {
     if (surface.corners.empty() || !surface.cornerNormals.empty()) {
         return 0;
     }
-    if (!hasPieceOfNegativeVolume(surface) && !hasEdgeRunTwice(surface)) {
+    if (!hasPieceOfNegativeVolume(surface, watch) && !hasEdgeRunTwice(surface, watch)) {
         return 0;
     }
-    return Orienter(surface).orient();
+    return Orienter(surface, watch).orient();
 }
 
 } // namespace kivimport

@@ -3,6 +3,7 @@
 #define IMPORT_WINDING_H
 
 #include "import/modelparts.h"
+#include "import/workwatch.h"
 
 namespace kivimport {
 
@@ -12,7 +13,7 @@ namespace kivimport {
 // were turned. The surface must be welded.
 //
 // Nearly all files are right, so whether there is anything to do is found out first, in a fraction of the time.
-std::uint64_t orientSurface(Surface& surface);
+std::uint64_t orientSurface(Surface& surface, WorkWatch watch = {});
 
 } // namespace kivimport
 

@@ -2,6 +2,7 @@
 
 #include "import/objreader.h"
 #include "importtestfiles.h"
+#include "support/pollcost.h"
 
 #include <cmath>
 #include <random>
@@ -201,5 +202,58 @@ TEST(Normals, EqualTheLiteralForm) {
                     << "roughness " << roughness << " crease " << crease << " corner " << c;
             }
         }
+    }
+}
+
+// --- a cancel in the middle of one very large surface
+
+// Hills of so many squares a side; every triangle has three positions of its own.
+Surface largeSurface(int side) {
+    Surface surface;
+    const auto at = [](int x, int y) { return Vec3{x * 0.7, y * 0.7, 3.0 * std::sin(0.3 * x) * std::cos(0.2 * y)}; };
+    for (int y = 0; y < side; ++y) {
+        for (int x = 0; x < side; ++x) {
+            for (const Vec3& p : {at(x, y), at(x + 1, y), at(x + 1, y + 1), at(x, y), at(x + 1, y + 1), at(x, y + 1)}) {
+                surface.corners.push_back(static_cast<std::uint32_t>(surface.positions.size()));
+                surface.positions.push_back(p);
+            }
+        }
+    }
+    return surface;
+}
+
+WorkWatch endsWhenCancelled() {
+    return WorkWatch([] {
+        if (kivIsCancelled()) {
+            throw ImportCancelled();
+        }
+    });
+}
+
+template <class Work> void untilCancelled(Work work) {
+    try {
+        work();
+    } catch (const ImportCancelled&) {
+        // as the import itself ends
+    }
+}
+
+TEST(Normals, AskForACancelByCostWhileOneSurfaceIsWelded) {
+    const Surface given = largeSurface(450);
+    PollCost::expectAllowed([&given] {
+        untilCancelled([&given] {
+            Surface surface = given;
+            weldSurface(surface, endsWhenCancelled());
+        });
+    });
+}
+
+TEST(Normals, AskForACancelByCostWhileVerticesAreMade) {
+    Surface surface = largeSurface(750);
+    weldSurface(surface);
+    for (const double crease : {50.0, 5.0}) { // one normal to a position, and several
+        PollCost::expectAllowed([&surface, crease] {
+            untilCancelled([&surface, crease] { makeVertices(surface, crease, endsWhenCancelled()); });
+        });
     }
 }

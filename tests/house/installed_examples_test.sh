@@ -7,7 +7,7 @@ set -euo pipefail
 source=$1 build=$2 sanitize=${3:-}
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
-export XDG_CONFIG_HOME=$work/config XDG_DATA_HOME=$work/data LC_ALL=C.UTF-8
+export XDG_CONFIG_HOME=$work/config XDG_DATA_HOME=$work/data XDG_CACHE_HOME=$work/cache LC_ALL=C.UTF-8
 
 fail() { echo "FAILED: $*" >&2; exit 1; }
 quietly() { "$@" >"$work/log" 2>&1 || { cat "$work/log" >&2; fail "$*"; }; }

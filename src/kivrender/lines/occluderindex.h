@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <vector>
 
 // In pixels; nearest in the units of camera space. Rounded outwards, so that floats are enough.
@@ -30,6 +31,10 @@ public:
     // Calls visit(entry) for every entry whose rectangle the segment from (x0, y0) to (x1, y1) may meet and that
     // reaches nearer than farthest; entries that lie nearer come earlier on the whole. Stops when visit answers false.
     template <class Visit> void walk(double x0, double y0, double x1, double y1, double farthest, Visit visit) const;
+
+    // Calls visit(entry) for every entry whose rectangle may hold the point and that reaches nearer than what visit
+    // answered last, nearer ones first on the whole.
+    template <class Visit> void probe(double x, double y, Visit visit) const;
 
 private:
     static constexpr std::size_t leafSize = 4;
@@ -89,6 +94,45 @@ void OccluderIndex::walk(double x0, double y0, double x1, double y1, double fart
         for (std::size_t i = std::size_t{place.node} * leafSize; i < end; ++i) {
             if (meets(boxes[i], line) && !visit(order[i])) {
                 return;
+            }
+        }
+    }
+}
+
+template <class Visit> void OccluderIndex::probe(double x, double y, Visit visit) const {
+    double reach = std::numeric_limits<double>::infinity();
+    const auto isMet = [&](const KivOccluderBounds& box) {
+        return box.left <= x && x <= box.right && box.bottom <= y && y <= box.top && box.nearest <= reach;
+    };
+    struct Place {
+        std::uint32_t level;
+        std::uint32_t node;
+    };
+    Place open[80]; // two for each of at most 32 levels
+    int count = 0;
+    if (!levels.empty()) {
+        open[count++] = {static_cast<std::uint32_t>(levels.size() - 1), 0};
+    }
+    while (count > 0) {
+        const Place place = open[--count];
+        if (!isMet(levels[place.level][place.node])) {
+            continue;
+        }
+        if (place.level > 0) {
+            const std::vector<KivOccluderBounds>& below = levels[place.level - 1];
+            const std::uint32_t first = place.node * 2;
+            const bool hasSecond = first + 1 < below.size();
+            const std::uint32_t nearer = hasSecond && below[first + 1].nearest < below[first].nearest ? 1 : 0;
+            if (hasSecond) {
+                open[count++] = {place.level - 1, first + 1 - nearer};
+            }
+            open[count++] = {place.level - 1, first + nearer};
+            continue;
+        }
+        const std::size_t end = std::min<std::size_t>(order.size(), (std::size_t{place.node} + 1) * leafSize);
+        for (std::size_t i = std::size_t{place.node} * leafSize; i < end; ++i) {
+            if (isMet(boxes[i])) {
+                reach = visit(order[i]);
             }
         }
     }

@@ -1,0 +1,92 @@
+// What is visible of a picture's faces as a planar subdivision: for each look what hangs together is one region with
+// holes, neighbours share their borders exactly, and no two overlap.
+//
+//     KivVisibleRegions picture(width, height);
+//     picture.add(corners, look); // once for each face
+//     if (picture.find()) {
+//         for (const KivVisibleRegion& region : picture.regions()) ...
+//     }
+//
+// The lines that may part two looks (edges between looks, folds, open edges, lines where faces run through one another)
+// are cut down to what is visible of them, exactly and not by a depth buffer, and rounded onto a grid on which they
+// cross in common points alone (snap rounding: Hobby, Practical segment intersection with finite precision output,
+// 1999; Guibas and Marimont, Rounding arrangements dynamically, 1995). Of each cell of that arrangement a point inside
+// is asked for its nearest face; a line with the same look on both sides is no border, and goes. So a line too many
+// costs time alone.
+//
+// Faces may overlap, cross, be repeated or degenerate, and need not share corners; of those in one plane the one that
+// was added later lies on top. The time goes with n log n and the number of visible crossings.
+#ifndef KIVRENDER_LINES_KIVVISIBLEREGIONS_H
+#define KIVRENDER_LINES_KIVVISIBLEREGIONS_H
+
+#include "kivrender/lines/curvefit.h"
+#include "kivrender/platform/kivexport.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <vector>
+
+// A corner of a face as it is seen: in pixels from the picture's lower left corner, and a depth that is linear over a
+// flat face in the picture, as that of OpenGL's window coordinates is; what is smaller is nearer.
+struct KivSeenCorner {
+    double x = 0.0;
+    double y = 0.0;
+    double depth = 0.0;
+};
+
+struct KivVisibleRegion {
+    std::uint32_t look = 0;
+    double area = 0.0;               // in square pixels
+    std::vector<KivCurvePath> rings; // the outer one first, counterclockwise, then the holes, clockwise
+};
+
+class KIV_API KivVisibleRegions {
+public:
+    // Looks below this number; the last one is kept for itself.
+    static constexpr std::uint32_t mostLooks = 0xFFFFFFFF;
+
+    KivVisibleRegions(double width, double height);
+    ~KivVisibleRegions();
+    KivVisibleRegions(const KivVisibleRegions&) = delete;
+    KivVisibleRegions& operator=(const KivVisibleRegions&) = delete;
+
+    // A convex face of three or more corners, wound either way. Left out if a number is not finite, if it lies beyond
+    // 32768 pixels, or if nothing is left of it in the picture.
+    void add(std::span<const KivSeenCorner> corners, std::uint32_t look);
+
+    // How far the drawn border may lie from the true one, in pixels.
+    void setTolerance(double pixels) {
+        tolerance = pixels;
+    }
+    // Regions with less area, in square pixels, become part of the neighbour with which they have most of their border
+    // in common.
+    void setSmallestArea(double pixels) {
+        smallestArea = pixels;
+    }
+    // The same among looks of one body: bodies holds one number for each look, looks beyond it are bodies of their own.
+    void setSmallestTone(double pixels, std::vector<std::uint32_t> bodies) {
+        smallestTone = pixels;
+        bodyOfLook = std::move(bodies);
+    }
+
+    // False when the user cancelled; there are no regions then.
+    bool find();
+    // In the order of their looks.
+    const std::vector<KivVisibleRegion>& regions() const {
+        return found;
+    }
+
+private:
+    double width;
+    double height;
+    double tolerance = 0.1;
+    double smallestArea = 0.05;
+    double smallestTone = 0.0;
+    std::vector<std::uint32_t> bodyOfLook;
+    std::unique_ptr<class RegionFaces> faces;
+    std::vector<KivVisibleRegion> found;
+};
+
+#endif

@@ -1,0 +1,342 @@
+#include "kivrender/lines/regions/regioncrossings.h"
+
+#include "kivrender/lines/curveorder.h"
+#include "kivrender/lines/regions/polledsort.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <utility>
+
+namespace {
+
+// Squares are divided down to a sixteenth of a pixel, or to so few faces.
+constexpr std::int32_t smallestSquare = 64;
+constexpr std::size_t fewFaces = 6;
+// Where more than that meet in the smallest square, as around the tip of a cone, nothing is gained by comparing all.
+constexpr std::size_t manyFaces = 48;
+constexpr std::size_t workPerPoll = 1U << 16U; // in faces of squares
+
+using FacePair = std::pair<std::uint32_t, std::uint32_t>;
+
+struct Seen {
+    std::uint32_t face;
+    double low; // bounds of the depth over the square
+    double high;
+};
+
+struct Square {
+    GridPoint corner;
+    std::int32_t side;
+
+    GridPoint at(int i) const {
+        return {corner.x + (i % 2 != 0 ? side : 0), corner.y + (i / 2 != 0 ? side : 0)};
+    }
+};
+
+class CrossingSearch {
+public:
+    explicit CrossingSearch(const RegionFaces& all) : faces(all) {
+        planes.reserve(all.faces().size());
+        for (std::uint32_t i = 0; i < all.faces().size(); ++i) {
+            planes.push_back(all.planeOf(i));
+        }
+    }
+
+    bool findPairs(std::vector<FacePair>& into) {
+        pairs = &into;
+        Square whole = {{0, 0}, smallestSquare};
+        for (const RegionCorner& c : faces.corners()) {
+            while (whole.side < std::max(c.place.x, c.place.y)) {
+                whole.side *= 2;
+            }
+        }
+        std::vector<Seen> list;
+        list.reserve(faces.faces().size());
+        for (std::uint32_t i = 0; i < faces.faces().size(); ++i) {
+            list.push_back({i, planes[i].low, planes[i].high});
+        }
+        return divide(whole, std::move(list));
+    }
+
+    enum class Relation { apart, cross, tie };
+
+    // How two faces lie to one another in the part of the picture that both cover, with the line in which they cross.
+    Relation relationOf(const FacePair& pair, RegionLine* line) const {
+        const std::vector<Place> polygon = commonPart(pair.first, pair.second);
+        if (!hasArea(polygon)) {
+            return Relation::apart;
+        }
+        std::vector<double> ahead;
+        for (const Place& p : polygon) {
+            ahead.push_back(planes[pair.first].at(p.x, p.y) - planes[pair.second].at(p.x, p.y));
+        }
+        const double noise = faces.noiseOf(pair.first) + faces.noiseOf(pair.second);
+        if (std::none_of(ahead.begin(), ahead.end(), [=](double d) { return std::fabs(d) > noise; })) {
+            return Relation::tie;
+        }
+        RegionCorner ends[2];
+        int count = 0;
+        for (std::size_t i = 0; i < polygon.size(); ++i) {
+            const std::size_t k = i + 1 < polygon.size() ? i + 1 : 0;
+            if ((ahead[i] < 0.0) == (ahead[k] < 0.0)) {
+                continue;
+            }
+            if (count == 2) {
+                return Relation::apart;
+            }
+            const double t = ahead[i] / (ahead[i] - ahead[k]);
+            const double x = polygon[i].x + t * (polygon[k].x - polygon[i].x);
+            const double y = polygon[i].y + t * (polygon[k].y - polygon[i].y);
+            ends[count++] = {{static_cast<std::int32_t>(std::lround(x)), static_cast<std::int32_t>(std::lround(y))},
+                             std::clamp(planes[pair.first].at(x, y), planes[pair.first].low, planes[pair.first].high)};
+        }
+        if (count != 2) {
+            return Relation::apart;
+        }
+        *line = {ends[0], ends[1], noise, std::max(pair.first, pair.second), {}};
+        return Relation::cross;
+    }
+
+private:
+    struct Place {
+        double x;
+        double y;
+    };
+
+    static bool hasArea(const std::vector<Place>& polygon) {
+        double twice = 0.0;
+        for (std::size_t i = 2; i < polygon.size(); ++i) {
+            twice += (polygon[i - 1].x - polygon[0].x) * (polygon[i].y - polygon[0].y) -
+                     (polygon[i - 1].y - polygon[0].y) * (polygon[i].x - polygon[0].x);
+        }
+        return twice > 1.0;
+    }
+
+    bool divide(const Square& square, std::vector<Seen> list) {
+        work += list.size() + 1;
+        if (work > workPerPoll) {
+            work = 0;
+            if (kivIsCancelled()) {
+                return false;
+            }
+        }
+        leaveOutHidden(square, list);
+        if (!mayCross(list)) {
+            return true;
+        }
+        if (list.size() <= fewFaces || square.side <= smallestSquare) {
+            addPairs(list);
+            return true;
+        }
+        const std::int32_t half = square.side / 2;
+        for (int i = 0; i < 4; ++i) {
+            const Square part = {Square{square.corner, half}.at(i), half};
+            std::vector<Seen> inPart;
+            for (const Seen& seen : list) {
+                if (meets(seen.face, part)) {
+                    inPart.push_back(seen);
+                }
+            }
+            if (!divide(part, std::move(inPart))) {
+                return false;
+            }
+        }
+        return true;
+    }
+
+    // How a face lies to a square: apart from it, over a part, or over all of it.
+    bool meets(std::uint32_t face, const Square& square) const {
+        const RegionFaces::Face& f = faces.faces()[face];
+        GridPoint low = place(f, 0);
+        GridPoint high = low;
+        for (int i = 1; i < 3; ++i) {
+            low = {std::min(low.x, place(f, i).x), std::min(low.y, place(f, i).y)};
+            high = {std::max(high.x, place(f, i).x), std::max(high.y, place(f, i).y)};
+        }
+        if (high.x < square.corner.x || high.y < square.corner.y || low.x > square.corner.x + square.side ||
+            low.y > square.corner.y + square.side) {
+            return false;
+        }
+        for (int i = 0; i < 3; ++i) {
+            bool isBeside = true;
+            for (int k = 0; k < 4 && isBeside; ++k) {
+                isBeside = gridSide(place(f, i), place(f, i == 2 ? 0 : i + 1), square.at(k)) < 0;
+            }
+            if (isBeside) {
+                return false;
+            }
+        }
+        return true;
+    }
+    bool fills(std::uint32_t face, const Square& square) const {
+        const RegionFaces::Face& f = faces.faces()[face];
+        for (int i = 0; i < 3; ++i) {
+            for (int k = 0; k < 4; ++k) {
+                if (gridSide(place(f, i), place(f, i == 2 ? 0 : i + 1), square.at(k)) < 0) {
+                    return false;
+                }
+            }
+        }
+        return true;
+    }
+    const GridPoint& place(const RegionFaces::Face& face, int i) const {
+        return faces.corners()[face.corners[i]].place;
+    }
+
+    // Behind the nearest face that fills the square, or in the plane of the last one that does.
+    void leaveOutHidden(const Square& square, std::vector<Seen>& list) const {
+        double horizon = std::numeric_limits<double>::infinity();
+        std::uint32_t last = 0;
+        bool isFilled = false;
+        for (Seen& seen : list) {
+            const RegionPlane& plane = planes[seen.face];
+            seen.low = plane.high;
+            seen.high = plane.low;
+            for (int k = 0; k < 4; ++k) {
+                const GridPoint corner = square.at(k);
+                const double depth = std::clamp(plane.at(corner.x, corner.y), plane.low, plane.high);
+                seen.low = std::min(seen.low, depth);
+                seen.high = std::max(seen.high, depth);
+            }
+            if (fills(seen.face, square)) {
+                horizon = std::min(horizon, seen.high + 2.0 * faces.noiseOf(seen.face));
+                last = isFilled ? std::max(last, seen.face) : seen.face;
+                isFilled = true;
+            }
+        }
+        if (!isFilled) {
+            return;
+        }
+        std::erase_if(list, [&](const Seen& seen) {
+            return (seen.low > horizon && seen.low - 2.0 * faces.noiseOf(seen.face) > horizon) ||
+                   (seen.face < last && isNowhereBefore(seen.face, last, square));
+        });
+    }
+    bool isNowhereBefore(std::uint32_t face, std::uint32_t other, const Square& square) const {
+        const double noise = 0.5 * (faces.noiseOf(face) + faces.noiseOf(other));
+        for (int k = 0; k < 4; ++k) {
+            const GridPoint corner = square.at(k);
+            if (planes[other].at(corner.x, corner.y) - planes[face].at(corner.x, corner.y) > noise) {
+                return false;
+            }
+        }
+        return true;
+    }
+
+    // Whether two looks lie in the same range of depths.
+    bool mayCross(const std::vector<Seen>& list) {
+        constexpr std::size_t mostRanges = 16;
+        ranges.clear();
+        for (const Seen& seen : list) {
+            const std::uint32_t look = faces.faces()[seen.face].look;
+            const auto range =
+                std::find_if(ranges.begin(), ranges.end(), [=](const Range& r) { return r.look == look; });
+            if (range != ranges.end()) {
+                range->low = std::min(range->low, seen.low);
+                range->high = std::max(range->high, seen.high);
+            } else if (ranges.size() == mostRanges) {
+                return true;
+            } else {
+                ranges.push_back({look, seen.low, seen.high});
+            }
+        }
+        std::sort(ranges.begin(), ranges.end(), [](const Range& p, const Range& q) { return p.low < q.low; });
+        for (std::size_t i = 1; i < ranges.size(); ++i) {
+            if (ranges[i].low <= ranges[i - 1].high) {
+                return true;
+            }
+        }
+        return false;
+    }
+
+    void addPairs(const std::vector<Seen>& list) {
+        if (list.size() > manyFaces) {
+            return;
+        }
+        for (std::size_t i = 0; i < list.size(); ++i) {
+            for (std::size_t k = i + 1; k < list.size(); ++k) {
+                const bool differ = faces.faces()[list[i].face].look != faces.faces()[list[k].face].look;
+                if (differ && list[i].low <= list[k].high && list[k].low <= list[i].high) {
+                    pairs->emplace_back(std::min(list[i].face, list[k].face), std::max(list[i].face, list[k].face));
+                }
+            }
+        }
+    }
+
+    std::vector<Place> commonPart(std::uint32_t first, std::uint32_t second) const {
+        std::vector<Place> polygon;
+        for (int i = 0; i < 3; ++i) {
+            const GridPoint& p = place(faces.faces()[first], i);
+            polygon.push_back({static_cast<double>(p.x), static_cast<double>(p.y)});
+        }
+        std::vector<Place> rest;
+        for (int side = 0; side < 3 && polygon.size() >= 3; ++side) {
+            const GridPoint& a = place(faces.faces()[second], side);
+            const GridPoint& b = place(faces.faces()[second], side == 2 ? 0 : side + 1);
+            const auto value = [&](const Place& p) {
+                return (static_cast<double>(b.x) - a.x) * (p.y - a.y) - (static_cast<double>(b.y) - a.y) * (p.x - a.x);
+            };
+            rest.clear();
+            for (std::size_t i = 0; i < polygon.size(); ++i) {
+                const Place& p = polygon[i];
+                const Place& q = polygon[i + 1 < polygon.size() ? i + 1 : 0];
+                const double vp = value(p);
+                const double vq = value(q);
+                if (vp >= 0.0) {
+                    rest.push_back(p);
+                }
+                if ((vp >= 0.0) != (vq >= 0.0)) {
+                    const double t = vp / (vp - vq);
+                    rest.push_back({p.x + t * (q.x - p.x), p.y + t * (q.y - p.y)});
+                }
+            }
+            polygon.swap(rest);
+        }
+        return polygon;
+    }
+
+    struct Range {
+        std::uint32_t look;
+        double low;
+        double high;
+    };
+
+    const RegionFaces& faces;
+    std::vector<RegionPlane> planes;
+    std::vector<FacePair>* pairs = nullptr;
+    std::vector<Range> ranges;
+    std::size_t work = 0;
+};
+
+} // namespace
+
+bool findRegionCrossings(const RegionFaces& faces, RegionCrossings& crossings) {
+    crossings.ties.assign(faces.faces().size(), false);
+    if (faces.faces().empty()) {
+        return true;
+    }
+    std::vector<FacePair> pairs;
+    CrossingSearch search(faces);
+    if (!search.findPairs(pairs) || !polledSortUnique(pairs)) {
+        return false;
+    }
+    for (std::size_t i = 0; i < pairs.size(); ++i) {
+        if (kivIsCancelledAt(i * 8)) {
+            return false;
+        }
+        RegionLine line;
+        switch (search.relationOf(pairs[i], &line)) {
+        case CrossingSearch::Relation::cross:
+            crossings.lines.push_back(line);
+            break;
+        case CrossingSearch::Relation::tie:
+            crossings.ties[pairs[i].first] = true;
+            crossings.ties[pairs[i].second] = true;
+            break;
+        case CrossingSearch::Relation::apart:
+            break;
+        }
+    }
+    return true;
+}

@@ -1,0 +1,180 @@
+#include "kivrender/lines/regions/snaprounding.h"
+
+#include "kivrender/lines/curveorder.h"
+#include "kivrender/lines/occluderindex.h"
+#include "kivrender/lines/regions/polledsort.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace {
+
+constexpr int mostRounds = 8;
+
+float outwards(double value, float towards) {
+    return std::nextafter(static_cast<float>(value), towards);
+}
+
+KivOccluderBounds boundsOf(const GridPoint& a, const GridPoint& b) {
+    constexpr float most = std::numeric_limits<float>::max();
+    constexpr double half = 0.5;
+    return {outwards(offRegionGrid(std::min(a.x, b.x) - half), -most),
+            outwards(offRegionGrid(std::max(a.x, b.x) + half), most),
+            outwards(offRegionGrid(std::min(a.y, b.y) - half), -most),
+            outwards(offRegionGrid(std::max(a.y, b.y) + half), most), 0.0F};
+}
+
+template <class Visit> void walkAlong(const OccluderIndex& index, const GridSegment& segment, Visit visit) {
+    index.walk(offRegionGrid(segment.a.x), offRegionGrid(segment.a.y), offRegionGrid(segment.b.x),
+               offRegionGrid(segment.b.y), 1.0, visit);
+}
+
+int signOf(std::int64_t value) {
+    return value > 0 ? 1 : value < 0 ? -1 : 0;
+}
+
+// The rounded place where two segments cross that have no end in common; false if they do not. Places where one ends
+// on the other are hot already.
+bool crossing(const GridSegment& p, const GridSegment& q, GridPoint* place) {
+    const std::int64_t a = gridSide(q.a, q.b, p.a);
+    const std::int64_t b = gridSide(q.a, q.b, p.b);
+    if (signOf(a) * signOf(b) >= 0 || signOf(gridSide(p.a, p.b, q.a)) * signOf(gridSide(p.a, p.b, q.b)) >= 0) {
+        return false;
+    }
+    const double t = static_cast<double>(a) / (static_cast<double>(a) - static_cast<double>(b));
+    *place = {p.a.x + static_cast<std::int32_t>(std::lround(t * (static_cast<double>(p.b.x) - p.a.x))),
+              p.a.y + static_cast<std::int32_t>(std::lround(t * (static_cast<double>(p.b.y) - p.a.y)))};
+    return true;
+}
+
+// Whether a segment passes through the square about a place, its sides taken as in it: the place lies no farther from
+// the line than the square reaches in that direction, and within the box of the segment.
+bool passesThrough(const GridSegment& s, const GridPoint& place) {
+    if (place.x < std::min(s.a.x, s.b.x) || place.x > std::max(s.a.x, s.b.x) || place.y < std::min(s.a.y, s.b.y) ||
+        place.y > std::max(s.a.y, s.b.y)) {
+        return false;
+    }
+    const std::int64_t reach = std::abs(std::int64_t{s.b.x} - s.a.x) + std::abs(std::int64_t{s.b.y} - s.a.y);
+    return 2 * std::abs(gridSide(s.a, s.b, place)) <= reach;
+}
+
+// One round over all segments.
+class Round {
+public:
+    explicit Round(std::vector<GridSegment>& all) : segments(all) {}
+
+    // False when the user cancelled.
+    bool run(bool* changed) {
+        return findHotPlaces() && bend(changed);
+    }
+
+private:
+    bool findHotPlaces() {
+        std::vector<KivOccluderBounds> bounds;
+        bounds.reserve(segments.size());
+        for (const GridSegment& s : segments) {
+            bounds.push_back(boundsOf(s.a, s.b));
+            hot.push_back(s.a);
+            hot.push_back(s.b);
+        }
+        OccluderIndex index;
+        if (!index.build(bounds)) {
+            return false;
+        }
+        for (std::uint32_t i = 0; i < segments.size(); ++i) {
+            if (kivIsCancelledAt(i * std::size_t{16})) {
+                return false;
+            }
+            std::size_t visits = 0;
+            bool isCancelled = false;
+            walkAlong(index, segments[i], [&](std::uint32_t other) {
+                GridPoint place;
+                if (other > i && crossing(segments[i], segments[other], &place)) {
+                    hot.push_back(place);
+                }
+                isCancelled = ++visits % 4096 == 0 && kivIsCancelledAt(0);
+                return !isCancelled;
+            });
+            if (isCancelled || !makeRoom()) {
+                return false;
+            }
+        }
+        return polledSortUnique(hot);
+    }
+    // Many segments may cross in one place.
+    bool makeRoom() {
+        if (hot.size() <= 2 * segments.size() + 2 * known) {
+            return true;
+        }
+        const bool sorted = polledSortUnique(hot);
+        known = hot.size();
+        return sorted;
+    }
+
+    bool bend(bool* changed) {
+        std::vector<KivOccluderBounds> bounds;
+        bounds.reserve(hot.size());
+        for (const GridPoint& place : hot) {
+            bounds.push_back(boundsOf(place, place));
+        }
+        OccluderIndex index;
+        if (!index.build(bounds)) {
+            return false;
+        }
+        std::vector<GridSegment> bent;
+        bent.reserve(segments.size());
+        std::vector<GridPoint> way;
+        for (std::size_t i = 0; i < segments.size(); ++i) {
+            if (kivIsCancelledAt(i * 16)) {
+                return false;
+            }
+            const GridSegment& s = segments[i];
+            way.clear();
+            walkAlong(index, s, [&](std::uint32_t place) {
+                if (passesThrough(s, hot[place])) {
+                    way.push_back(hot[place]);
+                }
+                return true;
+            });
+            sortAlong(s, way);
+            for (std::size_t k = 0; k + 1 < way.size(); ++k) {
+                bent.push_back(way[k] < way[k + 1] ? GridSegment{way[k], way[k + 1]} : GridSegment{way[k + 1], way[k]});
+            }
+        }
+        if (!polledSortUnique(bent)) {
+            return false;
+        }
+        *changed = bent != segments;
+        segments.swap(bent);
+        return true;
+    }
+    // Along the segment; beside it as the plane is sorted, so that two segments through the same places agree.
+    static void sortAlong(const GridSegment& s, std::vector<GridPoint>& way) {
+        const std::int64_t x = std::int64_t{s.b.x} - s.a.x;
+        const std::int64_t y = std::int64_t{s.b.y} - s.a.y;
+        std::sort(way.begin(), way.end(), [&](const GridPoint& p, const GridPoint& q) {
+            const std::int64_t ahead = x * (std::int64_t{p.x} - q.x) + y * (std::int64_t{p.y} - q.y);
+            return ahead != 0 ? ahead < 0 : p < q;
+        });
+    }
+
+    std::vector<GridSegment>& segments;
+    std::vector<GridPoint> hot;
+    std::size_t known = 0;
+};
+
+} // namespace
+
+bool snapRound(std::vector<GridSegment>& segments) {
+    if (!polledSortUnique(segments)) {
+        return false;
+    }
+    bool changed = true;
+    for (int round = 0; changed && round < mostRounds; ++round) {
+        if (!Round(segments).run(&changed)) {
+            return false;
+        }
+    }
+    return true;
+}

@@ -1,0 +1,252 @@
+#include "kivrender/lines/kivvisibleregions.h"
+
+#include "lines/regionchecks.h"
+#include "support/pollcounter.h"
+#include "support/rawrandom.h"
+
+#include <gmock/gmock.h>
+
+#include <limits>
+
+namespace {
+
+using testing::IsEmpty;
+
+SeenFace square(double left, double bottom, double right, double top, double depth, std::uint32_t look) {
+    return {{{left, bottom, depth}, {right, bottom, depth}, {right, top, depth}, {left, top, depth}}, look};
+}
+
+double areaOf(const std::vector<KivVisibleRegion>& regions, std::uint32_t look) {
+    double sum = 0.0;
+    for (const KivVisibleRegion& region : regions) {
+        sum += region.look == look ? region.area : 0.0;
+    }
+    return sum;
+}
+
+TEST(VisibleRegions, NothingGivesNothing) {
+    EXPECT_THAT(regionsOf({}, 10, 10), IsEmpty());
+    EXPECT_THAT(regionsOf({square(1, 1, 1, 5, 0.5, 0)}, 10, 10), IsEmpty());
+}
+
+TEST(VisibleRegions, ASquareIsOneRingOfFourLines) {
+    const auto regions = regionsOf({square(2, 3, 7, 9, 0.5, 4)}, 10, 10);
+    ASSERT_EQ(regions.size(), 1U);
+    EXPECT_EQ(regions[0].look, 4U);
+    EXPECT_NEAR(regions[0].area, 30.0, 1e-9);
+    ASSERT_EQ(regions[0].rings.size(), 1U);
+    EXPECT_EQ(regions[0].rings[0].pieces.size(), 4U);
+}
+
+TEST(VisibleRegions, ASquareOnASquareMakesAHole) {
+    const std::vector<SeenFace> faces = {square(4, 4, 6, 6, 0.2, 1), square(2, 2, 8, 8, 0.5, 0)};
+    const auto regions = regionsOf(faces, 10, 10);
+    ASSERT_EQ(regions.size(), 2U);
+    EXPECT_EQ(regions[0].look, 0U);
+    EXPECT_EQ(regions[0].rings.size(), 2U);
+    EXPECT_NEAR(regions[0].area, 32.0, 1e-9);
+    EXPECT_EQ(regions[1].rings.size(), 1U);
+    expectRightLooks(faces, regions, 10, 10, 40, 0.02);
+}
+
+TEST(VisibleRegions, AStackShowsEachSquareThatReachesBeyondTheOneBefore) {
+    std::vector<SeenFace> faces;
+    for (int i = 0; i < 8; ++i) {
+        faces.push_back(square(1 + i, 1 + i, 19 - i, 19 - i, 0.9 - 0.1 * i, static_cast<std::uint32_t>(i)));
+    }
+    faces.push_back(square(3, 3, 12, 12, 0.95, 77)); // behind everything
+    const auto regions = regionsOf(faces, 20, 20);
+    EXPECT_EQ(regions.size(), 8U);
+    expectRightLooks(faces, regions, 20, 20, 50, 0.02);
+}
+
+TEST(VisibleRegions, OfTwoInOnePlaneTheLaterLiesOnTop) {
+    const std::vector<SeenFace> faces = {square(2, 2, 8, 8, 0.5, 0), square(5, 5, 9, 9, 0.5, 1)};
+    const auto regions = regionsOf(faces, 10, 10);
+    EXPECT_NEAR(areaOf(regions, 1), 16.0, 1e-9);
+    EXPECT_NEAR(areaOf(regions, 0), 27.0, 1e-9);
+    const auto reversed = regionsOf({faces[1], faces[0]}, 10, 10);
+    EXPECT_NEAR(areaOf(reversed, 0), 36.0, 1e-9);
+    EXPECT_NEAR(areaOf(reversed, 1), 7.0, 1e-9);
+}
+
+TEST(VisibleRegions, FacesThatCrossArePartedWhereTheyDo) {
+    const SeenFace flat = square(1, 1, 9, 9, 0.5, 0);
+    const SeenFace steep = {{{2, 2, 0.3}, {8, 2, 0.7}, {8, 8, 0.7}, {2, 8, 0.3}}, 1};
+    const auto regions = regionsOf({flat, steep}, 10, 10);
+    ASSERT_EQ(regions.size(), 2U);
+    EXPECT_NEAR(areaOf(regions, 1), 18.0, 0.01);
+    EXPECT_NEAR(areaOf(regions, 0), 46.0, 0.01);
+    expectRightLooks({flat, steep}, regions, 10, 10, 60, 0.02);
+}
+
+TEST(VisibleRegions, ThreeBarsOverOneAnotherInACircle) {
+    std::vector<SeenFace> faces;
+    for (int i = 0; i < 3; ++i) {
+        const double turn = 2.0943951 * i + 0.1;
+        const auto at = [&](double along, double aside, double depth) {
+            return KivSeenCorner{10.0 + along * std::cos(turn) - aside * std::sin(turn),
+                                 10.0 + along * std::sin(turn) + aside * std::cos(turn), depth};
+        };
+        faces.push_back({{at(-8, 2, 0.2), at(8, 2, 0.8), at(8, 4, 0.8), at(-8, 4, 0.2)}, static_cast<std::uint32_t>(i)});
+    }
+    const auto regions = regionsOf(faces, 20, 20);
+    expectRightLooks(faces, regions, 20, 20, 80, 0.03);
+    EXPECT_EQ(regions.size(), 6U) << "each bar is cut in two by the next";
+}
+
+TEST(VisibleRegions, ACheckerboardOfOneLookIsOneRegionAndOfTwoIsAll) {
+    std::vector<SeenFace> faces;
+    for (int y = 0; y < 8; ++y) {
+        for (int x = 0; x < 8; ++x) {
+            faces.push_back(square(x, y, x + 1, y + 1, 0.5, static_cast<std::uint32_t>((x + y) % 2)));
+        }
+    }
+    const auto regions = regionsOf(faces, 8, 8);
+    EXPECT_EQ(regions.size(), 64U) << "what touches in a corner does not hang together";
+    expectRightLooks(faces, regions, 8, 8, 64, 0.02);
+    for (SeenFace& face : faces) {
+        face.look = 3;
+    }
+    const auto one = regionsOf(faces, 8, 8);
+    ASSERT_EQ(one.size(), 1U);
+    EXPECT_EQ(one[0].rings[0].pieces.size(), 4U);
+}
+
+TEST(VisibleRegions, TJunctionsAndDuplicatesMakeNoBorders) {
+    const std::vector<SeenFace> faces = {square(1, 1, 5, 9, 0.5, 0),   square(5, 1, 9, 4, 0.5, 0),
+                                         square(5, 4, 9, 9, 0.5, 0),   square(5, 4, 9, 9, 0.5, 0),
+                                         {{{1, 1, 0.5}, {5, 1, 0.5}, {5, 9, 0.5}}, 0}};
+    const auto regions = regionsOf(faces, 10, 10);
+    ASSERT_EQ(regions.size(), 1U);
+    ASSERT_EQ(regions[0].rings.size(), 1U);
+    EXPECT_EQ(regions[0].rings[0].pieces.size(), 4U);
+    EXPECT_NEAR(regions[0].area, 64.0, 1e-9);
+}
+
+TEST(VisibleRegions, WhatReachesBeyondThePictureIsCutAtItsEdge) {
+    const std::vector<SeenFace> faces = {square(-5, -5, 5, 25, 0.5, 0), {{{-100, 3, 0.4}, {300, 3, 0.4}, {4, 60, 0.1}}, 1}};
+    const auto regions = regionsOf(faces, 10, 20);
+    expectRightLooks(faces, regions, 10, 20, 50, 0.02);
+    for (const KivVisibleRegion& region : regions) {
+        for (const KivCurvePath& ring : region.rings) {
+            for (const KivPicturePoint& p : flattened(ring)) {
+                EXPECT_TRUE(p.x >= 0.0 && p.x <= 10.0 && p.y >= 0.0 && p.y <= 20.0);
+            }
+        }
+    }
+}
+
+TEST(VisibleRegions, NumbersThatAreNoneAreLeftOut) {
+    constexpr double nan = std::numeric_limits<double>::quiet_NaN();
+    constexpr double huge = 1e30;
+    const auto regions = regionsOf({square(1, 1, nan, 5, 0.5, 0), square(1, 1, 5, 5, nan, 1), square(1, 1, huge, 5, 0.5, 2),
+                                    square(2, 2, 4, 4, 0.5, 3)},
+                                   10, 10);
+    ASSERT_EQ(regions.size(), 1U);
+    EXPECT_EQ(regions[0].look, 3U);
+}
+
+TEST(VisibleRegions, SpecksJoinTheNeighbourWithMostOfTheirBorder) {
+    std::vector<SeenFace> faces = {square(1, 1, 5, 9, 0.5, 0), square(5, 1, 9, 9, 0.5, 1),
+                                   square(4.5, 4, 5.1, 4.5, 0.4, 2)};
+    KivVisibleRegions picture(10, 10);
+    for (const SeenFace& face : faces) {
+        picture.add(face.corners, face.look);
+    }
+    ASSERT_TRUE(picture.find());
+    EXPECT_EQ(picture.regions().size(), 3U);
+    picture.setSmallestArea(0.5);
+    ASSERT_TRUE(picture.find());
+    ASSERT_EQ(picture.regions().size(), 2U);
+    EXPECT_NEAR(picture.regions()[0].area, 32.05, 1e-3);
+    EXPECT_NEAR(picture.regions()[1].area, 31.95, 1e-3);
+}
+
+TEST(VisibleRegions, TonesThatAreSpecksJoinTonesOfTheirOwnBodyAlone) {
+    const std::vector<SeenFace> faces = {square(1, 1, 9, 9, 0.5, 0), square(4, 4, 6, 6, 0.4, 1),
+                                         square(2, 2, 3, 3, 0.4, 2)};
+    KivVisibleRegions picture(10, 10);
+    for (const SeenFace& face : faces) {
+        picture.add(face.corners, face.look);
+    }
+    picture.setSmallestTone(12.0, {7, 7, 8});
+    ASSERT_TRUE(picture.find());
+    ASSERT_EQ(picture.regions().size(), 2U);
+    EXPECT_NEAR(picture.regions()[0].area, 63.0, 1e-9);
+    EXPECT_EQ(picture.regions()[1].look, 2U);
+}
+
+std::vector<SeenFace> soup(unsigned int seed, int count, int places, int depths, int looks) {
+    RawRandom random(seed);
+    const auto below = [&](int n) { return static_cast<int>(random.below(static_cast<unsigned int>(n))); };
+    std::vector<SeenFace> faces;
+    for (int i = 0; i < count; ++i) {
+        SeenFace face;
+        for (int k = 0; k < 3; ++k) {
+            face.corners.push_back({static_cast<double>(below(places + 1)), static_cast<double>(below(places + 1)),
+                                    (below(depths) + 1.0) / (depths + 1.0)});
+        }
+        face.look = static_cast<std::uint32_t>(below(looks));
+        faces.push_back(face);
+    }
+    return faces;
+}
+
+class RegionSoup : public testing::TestWithParam<int> {};
+
+// On a coarse grid nearly everything is degenerate: corners on sides, sides on sides, planes in planes.
+TEST_P(RegionSoup, ShowsWhatIsNearest) {
+    const auto seed = static_cast<unsigned int>(GetParam());
+    for (const int depths : {1, 2, 5, 40}) {
+        SCOPED_TRACE("depths " + std::to_string(depths));
+        const int places = 4 + static_cast<int>(seed % 5) * 3;
+        const auto faces = soup(seed * 77 + static_cast<unsigned int>(depths), 6 + static_cast<int>(seed % 7) * 5,
+                                places, depths, 4);
+        const auto regions = regionsOf(faces, places, places);
+        expectRightLooks(faces, regions, places, places, 40, 0.04 * places / 10.0);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Seeds, RegionSoup, testing::Range(0, 60));
+
+TEST(VisibleRegions, TheSameFacesGiveTheSameRegions) {
+    const auto faces = soup(5, 60, 20, 9, 5);
+    const auto first = regionsOf(faces, 20, 20);
+    const auto second = regionsOf(faces, 20, 20);
+    ASSERT_EQ(first.size(), second.size());
+    for (std::size_t i = 0; i < first.size(); ++i) {
+        ASSERT_EQ(first[i].look, second[i].look);
+        ASSERT_EQ(first[i].rings.size(), second[i].rings.size());
+        for (std::size_t k = 0; k < first[i].rings.size(); ++k) {
+            const auto a = flattened(first[i].rings[k]);
+            const auto b = flattened(second[i].rings[k]);
+            ASSERT_EQ(a.size(), b.size());
+            EXPECT_TRUE(std::equal(a.begin(), a.end(), b.begin(), [](const KivPicturePoint& p, const KivPicturePoint& q) {
+                return p.x == q.x && p.y == q.y;
+            }));
+        }
+    }
+}
+
+TEST(VisibleRegions, ACancelAtAnyPollGivesNothing) {
+    const auto faces = soup(5, 600, 20, 9, 5);
+    KivVisibleRegions picture(20, 20);
+    for (const SeenFace& face : faces) {
+        picture.add(face.corners, face.look);
+    }
+    PollCounter all;
+    {
+        const ScopedProgress shown(all);
+        ASSERT_TRUE(picture.find());
+    }
+    ASSERT_GT(all.polls, 10);
+    for (long poll = 1; poll <= all.polls; poll += std::max(1L, all.polls / 40)) {
+        PollCounter counter(poll);
+        const ScopedProgress shown(counter);
+        EXPECT_FALSE(picture.find());
+        EXPECT_THAT(picture.regions(), IsEmpty());
+    }
+}
+
+} // namespace

@@ -88,7 +88,8 @@ TEST(VisibleRegions, ThreeBarsOverOneAnotherInACircle) {
             return KivSeenCorner{10.0 + along * std::cos(turn) - aside * std::sin(turn),
                                  10.0 + along * std::sin(turn) + aside * std::cos(turn), depth};
         };
-        faces.push_back({{at(-8, 2, 0.2), at(8, 2, 0.8), at(8, 4, 0.8), at(-8, 4, 0.2)}, static_cast<std::uint32_t>(i)});
+        faces.push_back(
+            {{at(-8, 2, 0.2), at(8, 2, 0.8), at(8, 4, 0.8), at(-8, 4, 0.2)}, static_cast<std::uint32_t>(i)});
     }
     const auto regions = regionsOf(faces, 20, 20);
     expectRightLooks(faces, regions, 20, 20, 80, 0.03);
@@ -114,8 +115,10 @@ TEST(VisibleRegions, ACheckerboardOfOneLookIsOneRegionAndOfTwoIsAll) {
 }
 
 TEST(VisibleRegions, TJunctionsAndDuplicatesMakeNoBorders) {
-    const std::vector<SeenFace> faces = {square(1, 1, 5, 9, 0.5, 0),   square(5, 1, 9, 4, 0.5, 0),
-                                         square(5, 4, 9, 9, 0.5, 0),   square(5, 4, 9, 9, 0.5, 0),
+    const std::vector<SeenFace> faces = {square(1, 1, 5, 9, 0.5, 0),
+                                         square(5, 1, 9, 4, 0.5, 0),
+                                         square(5, 4, 9, 9, 0.5, 0),
+                                         square(5, 4, 9, 9, 0.5, 0),
                                          {{{1, 1, 0.5}, {5, 1, 0.5}, {5, 9, 0.5}}, 0}};
     const auto regions = regionsOf(faces, 10, 10);
     ASSERT_EQ(regions.size(), 1U);
@@ -125,7 +128,8 @@ TEST(VisibleRegions, TJunctionsAndDuplicatesMakeNoBorders) {
 }
 
 TEST(VisibleRegions, WhatReachesBeyondThePictureIsCutAtItsEdge) {
-    const std::vector<SeenFace> faces = {square(-5, -5, 5, 25, 0.5, 0), {{{-100, 3, 0.4}, {300, 3, 0.4}, {4, 60, 0.1}}, 1}};
+    const std::vector<SeenFace> faces = {square(-5, -5, 5, 25, 0.5, 0),
+                                         {{{-100, 3, 0.4}, {300, 3, 0.4}, {4, 60, 0.1}}, 1}};
     const auto regions = regionsOf(faces, 10, 20);
     expectRightLooks(faces, regions, 10, 20, 50, 0.02);
     for (const KivVisibleRegion& region : regions) {
@@ -140,8 +144,8 @@ TEST(VisibleRegions, WhatReachesBeyondThePictureIsCutAtItsEdge) {
 TEST(VisibleRegions, NumbersThatAreNoneAreLeftOut) {
     constexpr double nan = std::numeric_limits<double>::quiet_NaN();
     constexpr double huge = 1e30;
-    const auto regions = regionsOf({square(1, 1, nan, 5, 0.5, 0), square(1, 1, 5, 5, nan, 1), square(1, 1, huge, 5, 0.5, 2),
-                                    square(2, 2, 4, 4, 0.5, 3)},
+    const auto regions = regionsOf({square(1, 1, nan, 5, 0.5, 0), square(1, 1, 5, 5, nan, 1),
+                                    square(1, 1, huge, 5, 0.5, 2), square(2, 2, 4, 4, 0.5, 3)},
                                    10, 10);
     ASSERT_EQ(regions.size(), 1U);
     EXPECT_EQ(regions[0].look, 3U);
@@ -201,8 +205,8 @@ TEST_P(RegionSoup, ShowsWhatIsNearest) {
     for (const int depths : {1, 2, 5, 40}) {
         SCOPED_TRACE("depths " + std::to_string(depths));
         const int places = 4 + static_cast<int>(seed % 5) * 3;
-        const auto faces = soup(seed * 77 + static_cast<unsigned int>(depths), 6 + static_cast<int>(seed % 7) * 5,
-                                places, depths, 4);
+        const auto faces =
+            soup(seed * 77 + static_cast<unsigned int>(depths), 6 + static_cast<int>(seed % 7) * 5, places, depths, 4);
         const auto regions = regionsOf(faces, places, places);
         expectRightLooks(faces, regions, places, places, 40, 0.04 * places / 10.0);
     }
@@ -222,9 +226,10 @@ TEST(VisibleRegions, TheSameFacesGiveTheSameRegions) {
             const auto a = flattened(first[i].rings[k]);
             const auto b = flattened(second[i].rings[k]);
             ASSERT_EQ(a.size(), b.size());
-            EXPECT_TRUE(std::equal(a.begin(), a.end(), b.begin(), [](const KivPicturePoint& p, const KivPicturePoint& q) {
-                return p.x == q.x && p.y == q.y;
-            }));
+            EXPECT_TRUE(
+                std::equal(a.begin(), a.end(), b.begin(), [](const KivPicturePoint& p, const KivPicturePoint& q) {
+                    return p.x == q.x && p.y == q.y;
+                }));
         }
     }
 }

@@ -59,12 +59,11 @@ inline std::vector<KivPicturePoint> flattened(const KivCurvePath& path) {
             const double t = static_cast<double>(i) / steps;
             const double s = 1.0 - t;
             const KivPicturePoint* const c = piece.control;
-            points.push_back(steps == 1
-                                 ? piece.end
-                                 : KivPicturePoint{s * s * s * from.x + 3 * s * s * t * c[0].x + 3 * s * t * t * c[1].x +
-                                                       t * t * t * piece.end.x,
-                                                   s * s * s * from.y + 3 * s * s * t * c[0].y + 3 * s * t * t * c[1].y +
-                                                       t * t * t * piece.end.y});
+            points.push_back(steps == 1 ? piece.end
+                                        : KivPicturePoint{s * s * s * from.x + 3 * s * s * t * c[0].x +
+                                                              3 * s * t * t * c[1].x + t * t * t * piece.end.x,
+                                                          s * s * s * from.y + 3 * s * s * t * c[0].y +
+                                                              3 * s * t * t * c[1].y + t * t * t * piece.end.y});
         }
     }
     return points;

@@ -79,8 +79,7 @@ bool KivVisibleRegions::find() {
     if (!faces->build() || !arrange(*faces, map) || !findLooks(*faces, map, looks)) {
         return false;
     }
-    RegionMerge merged(map, std::move(looks),
-                       {smallestArea * squareSteps, smallestTone * squareSteps, &bodyOfLook});
+    RegionMerge merged(map, std::move(looks), {smallestArea * squareSteps, smallestTone * squareSteps, &bodyOfLook});
     if (merged.run() && makeRegionRings(map, merged, tolerance, found)) {
         return true;
     }

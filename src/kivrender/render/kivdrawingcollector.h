@@ -47,6 +47,21 @@ public:
     Areas areas() const {
         return kind;
     }
+    // Of regions, in pixels: how far a drawn border may lie from the true one.
+    void setTolerance(double pixels) {
+        tolerance = pixels;
+    }
+    double getTolerance() const {
+        return tolerance;
+    }
+    // In square pixels: a visible tone of an object with less area becomes part of the tone of that object around it.
+    // Tones of fine meshes are ragged where light falls along the surface.
+    void setSmallestTone(double area) {
+        smallestTone = area;
+    }
+    double getSmallestTone() const {
+        return smallestTone;
+    }
     void setTitle(std::wstring value) {
         title = std::move(value);
     }
@@ -75,6 +90,8 @@ private:
     KivDrawingCollector* former;
     KivVectorDrawing* formerDrawing = nullptr;
     Areas kind = Areas::regions;
+    double tolerance = 0.1;
+    double smallestTone = 12.0;
     std::wstring title;
     std::vector<std::wstring> names;
     std::vector<const KivMesh*> meshes; // that the names belong to

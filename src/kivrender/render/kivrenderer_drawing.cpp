@@ -71,13 +71,19 @@ void endStep(KivProgress* progress, std::size_t size) {
     }
 }
 
-bool addAreas(const RecordedPage& page, KivDrawingCollector::Areas areas, KivVectorDrawing& drawing,
+bool addAreas(const RecordedPage& page, const KivDrawingCollector& collector, KivVectorDrawing& drawing,
               KivProgress* progress) {
+    const KivDrawingCollector::Areas areas = collector.areas();
     if (areas == KivDrawingCollector::Areas::faces) {
         return addFaces(page, drawing, progress);
     }
     beginStep(progress, page.size());
-    if (!page.addTriangles(drawing)) {
+    RegionRules rules;
+    rules.tolerance = collector.getTolerance();
+    rules.smallestTone = collector.getSmallestTone();
+    const bool done =
+        areas == KivDrawingCollector::Areas::regions ? page.addRegions(drawing, rules) : page.addTriangles(drawing);
+    if (!done) {
         return false;
     }
     endStep(progress, page.size());
@@ -116,7 +122,7 @@ void KivRenderer::closeCollectedPage(KivProgress* progress) {
     }
     const RecordedPage page(recorded);
     drawing->areaRim = collector.areas() == KivDrawingCollector::Areas::regions ? 0.0 : rimWidth;
-    if (addAreas(page, collector.areas(), *drawing, progress) && page.addStrokes(*drawing) && !kivIsCancelled()) {
+    if (addAreas(page, collector, *drawing, progress) && page.addStrokes(*drawing) && !kivIsCancelled()) {
         collector.end();
     } else {
         collector.drop();

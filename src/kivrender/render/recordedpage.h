@@ -23,6 +23,13 @@ struct RecordedPaint {
 // The mean over all corners. What is not blended, or is blended in whole, covers.
 RecordedPaint kivPaintOf(const FeedbackItem& item, const FeedbackState& state);
 
+// How regions are drawn; see KivDrawingCollector.
+struct RegionRules {
+    double tolerance = 0.1;
+    double smallestArea = 0.05;
+    double smallestTone = 0.0;
+};
+
 class RecordedPage {
 public:
     // The floats stay the caller's and must outlive the page.
@@ -41,6 +48,9 @@ public:
 
     // Each adds to the drawing; false after a cancel.
     //
+    // What is visible of each look as regions: of opaque polygons side by side, and above them those of blended ones,
+    // from back to front by look.
+    bool addRegions(KivVectorDrawing& drawing, const RegionRules& rules) const;
     // The polygons as they were drawn, without those that are hidden, from back to front.
     bool addTriangles(KivVectorDrawing& drawing) const;
     // The same of a buffer that the stages of simplification gave.

@@ -30,8 +30,8 @@ double distance(const GridPoint& p, const GridPoint& q) {
 GridPoint nearestOn(const GridSegment& s, const GridPoint& p) {
     const double x = static_cast<double>(s.b.x) - s.a.x;
     const double y = static_cast<double>(s.b.y) - s.a.y;
-    const double along = ((static_cast<double>(p.x) - s.a.x) * x + (static_cast<double>(p.y) - s.a.y) * y) /
-                         (x * x + y * y);
+    const double along =
+        ((static_cast<double>(p.x) - s.a.x) * x + (static_cast<double>(p.y) - s.a.y) * y) / (x * x + y * y);
     const double t = std::clamp(along, 0.0, 1.0);
     return {s.a.x + static_cast<std::int32_t>(std::lround(t * x)),
             s.a.y + static_cast<std::int32_t>(std::lround(t * y))};

@@ -12,7 +12,7 @@ namespace {
 
 // Squares are divided down to a sixteenth of a pixel, or to so few faces.
 constexpr std::int32_t smallestSquare = 64;
-constexpr std::size_t fewFaces = 6;
+constexpr std::size_t fewFaces = 24;
 // Where more than that meet in the smallest square, as around the tip of a cone, nothing is gained by comparing all.
 constexpr std::size_t manyFaces = 48;
 constexpr std::size_t workPerPoll = 1U << 16U; // in faces of squares
@@ -257,11 +257,30 @@ private:
         for (std::size_t i = 0; i < list.size(); ++i) {
             for (std::size_t k = i + 1; k < list.size(); ++k) {
                 const bool differ = faces.faces()[list[i].face].look != faces.faces()[list[k].face].look;
-                if (differ && list[i].low <= list[k].high && list[k].low <= list[i].high) {
+                if (differ && list[i].low <= list[k].high && list[k].low <= list[i].high &&
+                    !areApart(list[i].face, list[k].face)) {
                     pairs->emplace_back(std::min(list[i].face, list[k].face), std::max(list[i].face, list[k].face));
                 }
             }
         }
+    }
+
+    // Two triangles are apart when a side of one of them has the other wholly on its right, as neighbours in a mesh do.
+    bool areApart(std::uint32_t first, std::uint32_t second) const {
+        return hasSideBetween(faces.faces()[first], faces.faces()[second]) ||
+               hasSideBetween(faces.faces()[second], faces.faces()[first]);
+    }
+    bool hasSideBetween(const RegionFaces::Face& f, const RegionFaces::Face& g) const {
+        for (int i = 0; i < 3; ++i) {
+            int onRight = 0;
+            while (onRight < 3 && gridSide(place(f, i), place(f, i == 2 ? 0 : i + 1), place(g, onRight)) <= 0) {
+                ++onRight;
+            }
+            if (onRight == 3) {
+                return true;
+            }
+        }
+        return false;
     }
 
     std::vector<Place> commonPart(std::uint32_t first, std::uint32_t second) const {

@@ -60,10 +60,14 @@ void clip(std::vector<KivSeenCorner>& polygon, std::vector<KivSeenCorner>& rest,
 
 void clipToPicture(std::vector<KivSeenCorner>& polygon, double width, double height) {
     std::vector<KivSeenCorner> rest;
-    clip(polygon, rest, [](const KivSeenCorner& c) { return c.x; }, [](KivSeenCorner& c) { c.x = 0.0; });
-    clip(polygon, rest, [=](const KivSeenCorner& c) { return width - c.x; }, [=](KivSeenCorner& c) { c.x = width; });
-    clip(polygon, rest, [](const KivSeenCorner& c) { return c.y; }, [](KivSeenCorner& c) { c.y = 0.0; });
-    clip(polygon, rest, [=](const KivSeenCorner& c) { return height - c.y; }, [=](KivSeenCorner& c) { c.y = height; });
+    clip(
+        polygon, rest, [](const KivSeenCorner& c) { return c.x; }, [](KivSeenCorner& c) { c.x = 0.0; });
+    clip(
+        polygon, rest, [=](const KivSeenCorner& c) { return width - c.x; }, [=](KivSeenCorner& c) { c.x = width; });
+    clip(
+        polygon, rest, [](const KivSeenCorner& c) { return c.y; }, [](KivSeenCorner& c) { c.y = 0.0; });
+    clip(
+        polygon, rest, [=](const KivSeenCorner& c) { return height - c.y; }, [=](KivSeenCorner& c) { c.y = height; });
 }
 
 } // namespace
@@ -226,35 +230,36 @@ void RegionFaces::visibleParts(const RegionLine& line, std::vector<KivLinePart>&
     };
     index.walk(offRegionGrid(line.a.place.x), offRegionGrid(line.a.place.y), offRegionGrid(line.b.place.x),
                offRegionGrid(line.b.place.y), farthest, [&](std::uint32_t number) {
-        const Face& face = triangles[number];
-        KivLinePart inside;
-        if (!insidePart(face, line, 0.0, &inside)) {
-            return true;
-        }
-        const RegionPlane plane = planeOf(number);
-        const double noise = noiseOf(plane) + line.noise;
-        const auto behind = [&](double t) {
-            const auto [x, y] = at(t);
-            return line.a.depth + t * (line.b.depth - line.a.depth) - std::clamp(plane.at(x, y), plane.low, plane.high);
-        };
-        const auto hide = [&](KivLinePart part, double margin) {
-            const double from = behind(part.from) - margin;
-            const double to = behind(part.to) - margin;
-            KivLinePart deep = {0.0, 1.0};
-            if ((from <= 0.0 && to <= 0.0) || !keepAbove(from, to, &deep)) {
-                return true;
-            }
-            const double length = part.to - part.from;
-            return rest.hide({deep.from > 0.0 ? part.from + deep.from * length : part.from,
-                              deep.to < 1.0 ? part.from + deep.to * length : part.to});
-        };
-        if (!hide(inside, noise)) {
-            return false;
-        }
-        if (liesOver(number, plane, line, noise) && insidePart(face, line, tieMargin, &inside)) {
-            return hide(inside, -noise);
-        }
-        return true;
-    });
+                   const Face& face = triangles[number];
+                   KivLinePart inside;
+                   if (!insidePart(face, line, 0.0, &inside)) {
+                       return true;
+                   }
+                   const RegionPlane plane = planeOf(number);
+                   const double noise = noiseOf(plane) + line.noise;
+                   const auto behind = [&](double t) {
+                       const auto [x, y] = at(t);
+                       return line.a.depth + t * (line.b.depth - line.a.depth) -
+                              std::clamp(plane.at(x, y), plane.low, plane.high);
+                   };
+                   const auto hide = [&](KivLinePart part, double margin) {
+                       const double from = behind(part.from) - margin;
+                       const double to = behind(part.to) - margin;
+                       KivLinePart deep = {0.0, 1.0};
+                       if ((from <= 0.0 && to <= 0.0) || !keepAbove(from, to, &deep)) {
+                           return true;
+                       }
+                       const double length = part.to - part.from;
+                       return rest.hide({deep.from > 0.0 ? part.from + deep.from * length : part.from,
+                                         deep.to < 1.0 ? part.from + deep.to * length : part.to});
+                   };
+                   if (!hide(inside, noise)) {
+                       return false;
+                   }
+                   if (liesOver(number, plane, line, noise) && insidePart(face, line, tieMargin, &inside)) {
+                       return hide(inside, -noise);
+                   }
+                   return true;
+               });
     rest.finish();
 }

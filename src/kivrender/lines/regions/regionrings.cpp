@@ -24,8 +24,8 @@ struct Chain {
 void appendReversed(const Chain& chain, Pieces& pieces) {
     for (std::size_t i = chain.pieces.size(); i-- > 0;) {
         const KivCurvePiece& piece = chain.pieces[i];
-        pieces.push_back({piece.kind, {piece.control[1], piece.control[0]},
-                          i > 0 ? chain.pieces[i - 1].end : chain.start});
+        pieces.push_back(
+            {piece.kind, {piece.control[1], piece.control[0]}, i > 0 ? chain.pieces[i - 1].end : chain.start});
     }
 }
 
@@ -157,8 +157,8 @@ private:
             }
             if (number[region] == PlanarMap::none) {
                 number[region] = static_cast<std::uint32_t>(regions.size());
-                regions.push_back({merged.lookOf(region),
-                                   merged.areaOf(region) / (RegionGrid::steps * RegionGrid::steps), {}});
+                regions.push_back(
+                    {merged.lookOf(region), merged.areaOf(region) / (RegionGrid::steps * RegionGrid::steps), {}});
             }
             addRing(h, done, regions[number[region]]);
         }

@@ -1,0 +1,206 @@
+// Areas of a recorded page as visible regions.
+#include "kivrender/lines/kivvectordrawing.h"
+#include "kivrender/lines/kivvisibleregions.h"
+#include "kivrender/render/recordedpage.h"
+#include "kivrender/scene/kivprogress.h"
+
+#include <algorithm>
+#include <limits>
+#include <map>
+#include <tuple>
+
+namespace {
+
+constexpr std::size_t vertexFloats = 7;
+constexpr std::size_t itemsPerPoll = 4096;
+
+// What polygons of one look have in common. Of what is seen through, the far side and the near side are two looks: both
+// are seen.
+struct Look {
+    std::uint32_t object = 0;
+    RecordedPaint paint;
+    bool isDepthOnly = false; // covers in the colour of the page, and is no area
+    bool isTurned = false;
+
+    bool isOpaque() const {
+        return paint.opacity >= 1.0;
+    }
+    auto key() const {
+        return std::tie(object, paint.color, paint.opacity, isDepthOnly, isTurned);
+    }
+    friend bool operator<(const Look& p, const Look& q) {
+        return p.key() < q.key();
+    }
+};
+
+struct Box {
+    double left = std::numeric_limits<double>::infinity();
+    double right = -left;
+    double bottom = left;
+    double top = -left;
+
+    void include(double x, double y) {
+        left = std::min(left, x);
+        right = std::max(right, x);
+        bottom = std::min(bottom, y);
+        top = std::max(top, y);
+    }
+    bool meets(const Box& other) const {
+        return left <= other.right && right >= other.left && bottom <= other.top && top >= other.bottom;
+    }
+};
+
+bool isTurned(const FeedbackItem& item) {
+    double twice = 0.0;
+    for (int i = 0; i < item.count; ++i) {
+        const float* const a = item.vertices + vertexFloats * i;
+        const float* const b = item.vertices + vertexFloats * (i + 1 < item.count ? i + 1 : 0);
+        twice += static_cast<double>(a[0]) * b[1] - static_cast<double>(a[1]) * b[0];
+    }
+    return twice < 0.0;
+}
+
+class RegionPage {
+public:
+    RegionPage(std::span<const float> recorded, const RegionRules& regionRules, KivVectorDrawing& into)
+        : library(recorded), rules(regionRules), drawing(into) {}
+
+    bool add() {
+        if (!listLooks() || !addOpaque()) {
+            return false;
+        }
+        std::vector<std::uint32_t> blended;
+        for (std::uint32_t i = 0; i < looks.size(); ++i) {
+            if (!looks[i].isOpaque()) {
+                blended.push_back(i);
+            }
+        }
+        // From back to front by the middle of what was drawn.
+        std::stable_sort(blended.begin(), blended.end(),
+                         [&](std::uint32_t p, std::uint32_t q) { return meanDepth(p) > meanDepth(q); });
+        return std::all_of(blended.begin(), blended.end(), [&](std::uint32_t look) { return addBlended(look); });
+    }
+
+private:
+    // Calls take for each polygon with its look. False when the user cancelled.
+    template <class Take> bool forEach(Take take) {
+        LibraryFeedback feedback(library);
+        FeedbackItem item;
+        for (std::size_t i = 0; feedback.next(item); ++i) {
+            if (i % itemsPerPoll == 0 && kivIsCancelled()) {
+                return false;
+            }
+            if (item.token == FeedbackToken::polygon && item.count >= 3) {
+                take(item, feedback.state());
+            }
+        }
+        return true;
+    }
+    Look lookOf(const FeedbackItem& item, const FeedbackState& state) const {
+        Look look;
+        look.paint = kivPaintOf(item, state);
+        look.isDepthOnly = state.offset && look.isOpaque() && look.paint.color == drawing.background;
+        look.isTurned = !look.isOpaque() && isTurned(item);
+        return look;
+    }
+    bool listLooks() {
+        return forEach([&](const FeedbackItem& item, const FeedbackState& state) {
+            const Look look = lookOf(item, state);
+            const auto [place, isNew] = numbers.try_emplace(look, static_cast<std::uint32_t>(looks.size()));
+            if (isNew) {
+                looks.push_back(look);
+                boxes.emplace_back();
+                depths.emplace_back();
+            }
+            lookOfPolygon.push_back(place->second);
+            for (int i = 0; i < item.count; ++i) {
+                const float* const v = item.vertices + vertexFloats * i;
+                boxes[place->second].include(v[0], v[1]);
+                depths[place->second].first += v[2];
+                depths[place->second].second += 1.0;
+            }
+        });
+    }
+    double meanDepth(std::uint32_t look) const {
+        return depths[look].first / depths[look].second;
+    }
+
+    void addFace(KivVisibleRegions& picture, const FeedbackItem& item, std::uint32_t look) {
+        corners.clear();
+        for (int i = 0; i < item.count; ++i) {
+            const float* const v = item.vertices + vertexFloats * i;
+            corners.push_back({v[0], v[1], v[2]});
+        }
+        picture.add(corners, look);
+    }
+    bool addOpaque() {
+        KivVisibleRegions picture(drawing.width, drawing.height);
+        picture.setTolerance(rules.tolerance);
+        picture.setSmallestArea(rules.smallestArea);
+        // What belongs to no object is drawn by a shader as it wants it, however small.
+        std::vector<std::uint32_t> bodies;
+        for (std::uint32_t i = 0; i < looks.size(); ++i) {
+            bodies.push_back(looks[i].object != 0 ? looks[i].object : KivVisibleRegions::mostLooks - 1 - i);
+        }
+        picture.setSmallestTone(rules.smallestTone, std::move(bodies));
+        std::size_t polygon = 0;
+        const bool all = forEach([&](const FeedbackItem& item, const FeedbackState&) {
+            const std::uint32_t look = lookOfPolygon[polygon++];
+            if (looks[look].isOpaque()) {
+                addFace(picture, item, look);
+            }
+        });
+        if (!all || !picture.find()) {
+            return false;
+        }
+        for (const KivVisibleRegion& region : picture.regions()) {
+            if (!looks[region.look].isDepthOnly) {
+                addArea(looks[region.look], region);
+            }
+        }
+        return true;
+    }
+    // Hidden by what is opaque alone.
+    bool addBlended(std::uint32_t look) {
+        KivVisibleRegions picture(drawing.width, drawing.height);
+        picture.setTolerance(rules.tolerance);
+        picture.setSmallestArea(rules.smallestArea);
+        std::size_t polygon = 0;
+        const bool all = forEach([&](const FeedbackItem& item, const FeedbackState&) {
+            const std::uint32_t own = lookOfPolygon[polygon++];
+            if (own == look) {
+                addFace(picture, item, 1);
+            } else if (looks[own].isOpaque() && boxes[own].meets(boxes[look])) {
+                addFace(picture, item, 0);
+            }
+        });
+        if (!all || !picture.find()) {
+            return false;
+        }
+        for (const KivVisibleRegion& region : picture.regions()) {
+            if (region.look == 1) {
+                addArea(looks[look], region);
+            }
+        }
+        return true;
+    }
+    void addArea(const Look& look, const KivVisibleRegion& region) {
+        drawing.areas.push_back({look.object, look.paint.color, look.paint.opacity, region.rings});
+    }
+
+    std::span<const float> library;
+    RegionRules rules;
+    KivVectorDrawing& drawing;
+    std::map<Look, std::uint32_t> numbers;
+    std::vector<Look> looks;
+    std::vector<Box> boxes;
+    std::vector<std::pair<double, double>> depths; // the sum and the number of corners
+    std::vector<std::uint32_t> lookOfPolygon;
+    std::vector<KivSeenCorner> corners;
+};
+
+} // namespace
+
+bool RecordedPage::addRegions(KivVectorDrawing& drawing, const RegionRules& rules) const {
+    return RegionPage(library, rules, drawing).add();
+}

@@ -1,12 +1,14 @@
 #include "kivrender/geometry/kivsurface.h"
 
 #include "kivrender/scene/kivmesh.h"
+#include "kivrender/scene/kivmeshedges.h"
 #include "support/surfaceshapes.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <limits>
+#include <memory>
 
 namespace {
 
@@ -97,4 +99,42 @@ TEST(KivReadSurface, KeepsTheNormalsOfEachCorner) {
     EXPECT_EQ(surface.triangles[0][0], surface.triangles[1][0]);
     EXPECT_EQ(surface.normals[surface.cornerNormals[0][0]].z, 1.0);
     EXPECT_EQ(surface.normals[surface.cornerNormals[1][0]].x, 1.0);
+}
+
+TEST(KivReadSurface, NamedEdgesFollowTheWeld) {
+    KivMesh mesh = unweldedCube();
+    EXPECT_FALSE(kivReadSurface(mesh).namesEdges);
+    auto named = std::make_shared<KivMeshEdges>();
+    // The mesh's first two triangles are 0 2 3 and 0 3 1 of the cube: points 0 1 2 and 0 2 3 of the surface.
+    named->vertices = {0, 1, 2, 3, 5, 2, 4, 9999, 0, 3};
+    named->edges.push_back({KivMeshEdge::Kind::sharp, false, 0, 0, 3});
+    named->edges.push_back({KivMeshEdge::Kind::tangent, false, 0, 3, 3});
+    named->edges.push_back({KivMeshEdge::Kind::seam, false, 0, 0, 2});
+    named->edges.push_back({KivMeshEdge::Kind::sharp, false, 0, 6, 2});
+    named->edges.push_back({KivMeshEdge::Kind::sharp, false, 0, 8, 2});
+    kivSetMeshEdges(mesh, named);
+    const KivSurface surface = kivReadSurface(mesh);
+    EXPECT_TRUE(surface.namesEdges);
+    ASSERT_EQ(surface.namedEdges.size(), 4U) << "no seam, no vertex that is not there, no edge without a length";
+    const auto at = [&surface](std::uint32_t a, std::uint32_t b) { return kivNamedEdge(surface, a, b); };
+    ASSERT_NE(at(0, 1), nullptr);
+    EXPECT_FALSE(at(0, 1)->tangent);
+    ASSERT_NE(at(1, 2), nullptr);
+    EXPECT_FALSE(at(1, 2)->tangent);
+    ASSERT_NE(at(0, 3), nullptr);
+    EXPECT_TRUE(at(0, 3)->tangent);
+    ASSERT_NE(at(2, 3), nullptr);
+    EXPECT_TRUE(at(2, 3)->tangent);
+    EXPECT_EQ(at(0, 2), nullptr);
+    EXPECT_EQ(at(3, 2), nullptr);
+}
+
+TEST(KivReadSurface, WhatIsTangentAndSharpIsSharp) {
+    KivMesh mesh = unweldedCube();
+    auto named = std::make_shared<KivMeshEdges>();
+    named->vertices = {0, 1};
+    named->edges.push_back({KivMeshEdge::Kind::tangent, false, 0, 0, 2});
+    named->edges.push_back({KivMeshEdge::Kind::sharp, false, 0, 0, 2});
+    kivSetMeshEdges(mesh, named);
+    EXPECT_FALSE(kivNamedEdge(kivReadSurface(mesh), 0, 1)->tangent);
 }

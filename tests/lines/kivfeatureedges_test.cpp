@@ -263,3 +263,33 @@ TEST(KivFeatureEdges, ATriangleWithoutAnAreaThatClosesAGapShowsNoLine) {
     EXPECT_EQ(borders, (std::set<Pair>{{0, 3}, {1, 3}, {0, 4}, {1, 4}}));
     EXPECT_EQ(edgesOf(surface, view).size(), 4U) << "and no silhouette within";
 }
+
+// A cube that names its edges, some of them: the others are none, whatever they bend.
+TEST(KivFeatureCreases, OfASurfaceThatNamesItsEdgesAreThese) {
+    KivSurface cube = cubeSurface();
+    cube.namesEdges = true;
+    cube.namedEdges = {{4, 5, false}, {4, 7, true}, {5, 7, false}}; // 4 to 7 is the diagonal of a side
+    const KivViewpoint inFront{false, {0.1, 0.2, 8.0}};
+    for (const bool tangents : {true, false}) {
+        KivFeatureRules rules;
+        rules.silhouettes = false;
+        rules.tangents = tangents;
+        const auto edges = edgesOf(cube, inFront, rules);
+        EXPECT_EQ(edgesOfKind(edges, KivFeatureKind::crease), std::set<Pair>({{4, 5}, {5, 7}}));
+        EXPECT_EQ(edgesOfKind(edges, KivFeatureKind::tangent), tangents ? std::set<Pair>({{4, 7}}) : std::set<Pair>());
+        rules.silhouettes = true;
+        EXPECT_EQ(edgesOfKind(edgesOf(cube, inFront, rules), KivFeatureKind::silhouette).size(), 6U)
+            << "folds are seen whether they are named or not";
+    }
+}
+
+// Where colours meet a part is in two meshes, and only one of them names the edge.
+TEST(KivFeatureEdges, EndsOfASurfaceThatNamesItsEdgesAreNoBorders) {
+    KivSurface cube = cubeSurface();
+    cube.triangles.resize(4); // the sides z = -1 and z = 1
+    cube.namesEdges = true;
+    cube.namedEdges = {{4, 5, false}};
+    const auto edges = edgesOf(cube, KivViewpoint{false, {0.1, 0.2, 8.0}});
+    EXPECT_TRUE(edgesOfKind(edges, KivFeatureKind::border).empty());
+    EXPECT_EQ(edgesOfKind(edges, KivFeatureKind::crease), std::set<Pair>({{4, 5}}));
+}

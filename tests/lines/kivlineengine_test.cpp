@@ -447,6 +447,31 @@ TEST(KivLineEngine, NamedEdgesAndMaterialBordersAreLines) {
     }
 }
 
+// A sheet of four corners, bent along its diagonal; seen from above.
+TEST(KivLineEngine, ASurfaceThatNamesItsEdgesHasThese) {
+    LineBody sheet;
+    sheet.points = {{-1.0, -1.0, 0.0}, {1.0, -1.0, 2.0}, {1.0, 1.0, 0.0}, {-1.0, 1.0, 2.0}};
+    sheet.triangles = {{0, 1, 2}, {0, 2, 3}};
+    const KivCamera camera = cameraAt(false, {0.0, 0.0, 8.0}, 1.5);
+    const double pixels = size / 3.0;
+    const auto linesWith = [&](std::vector<KivSurface::NamedEdge> named, bool tangents) {
+        std::vector<KivLineBody> bodies;
+        bodies.push_back(engineBody(sheet));
+        bodies[0].surface.namesEdges = true;
+        bodies[0].surface.namedEdges = std::move(named);
+        bodies[0].rules.features.tangents = tangents;
+        return linesOf(camera, std::move(bodies));
+    };
+    EXPECT_TRUE(linesWith({}, true).empty()) << "neither the bend nor the ends are edges";
+    const auto sharp = linesWith({{0, 2, false}, {1, 2, false}}, true);
+    EXPECT_NEAR(lengthOf(ofKind(sharp, Kind::edge)), (2.0 * std::sqrt(2.0) + 2.0) * pixels, 1e-6);
+    EXPECT_EQ(sharp.size(), ofKind(sharp, Kind::edge).size());
+    const auto tangent = linesWith({{0, 2, true}}, true);
+    EXPECT_NEAR(lengthOf(ofKind(tangent, Kind::tangent)), 2.0 * std::sqrt(2.0) * pixels, 1e-6);
+    EXPECT_EQ(tangent.size(), 1U);
+    EXPECT_TRUE(linesWith({{0, 2, true}}, false).empty());
+}
+
 TEST(KivLineEngine, BodiesMayHideAndNotBeDrawnAndTheOtherWayRound) {
     const LineBody behind = boxBody({-0.5, -0.5, -4.0}, {0.5, 0.5, -3.0});
     const LineBody wall = boxBody({-1.0, -1.0, 0.0}, {1.0, 1.0, 0.1});

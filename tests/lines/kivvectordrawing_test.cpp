@@ -13,6 +13,7 @@ TEST(KivVectorDrawing, EachKindHasANameOfItsOwn) {
     EXPECT_EQ(names.size(), static_cast<std::size_t>(kivStrokeKinds));
     EXPECT_STREQ(kivNameOf(KivStrokeKind::contour), "contour");
     EXPECT_STREQ(kivNameOf(KivStrokeKind::own), "line");
+    EXPECT_STREQ(kivNameOf(KivStrokeKind::tangent), "tangent");
 }
 
 TEST(KivVectorDrawing, OneIsCollectedAtATime) {

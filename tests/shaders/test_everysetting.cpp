@@ -1,11 +1,14 @@
 // Every setting of every plug-in changes the picture of a scene that has something for each: a cube and a bumpy sheet
-// without normals, a ball with them, a shiny material, lights from two sides, ambient light, lines and a point.
+// without normals, a cube that names an edge, a ball with them, a shiny material, lights from two sides, ambient light,
+// lines and a point.
 #include "kivcartoonsettings.h"
 #include "kivoutlinesettings.h"
 #include "kivrender/scene/kivline.h"
+#include "kivrender/scene/kivmeshedges.h"
 #include "picture.h"
 
 #include <algorithm>
+#include <memory>
 #include <set>
 
 namespace {
@@ -22,6 +25,8 @@ protected:
         addMesh(sphereSurface(7, 10), true);
         addMesh(moved(cubeSurface(0.7), {2.0, 0.6, -0.4}));
         addMesh(bumpySheet());
+        addMesh(moved(cubeSurface(0.5), {-1.8, 1.0, 0.8}));
+        nameEdge(*scene.getMesh(3));
         for (unsigned int i = 0; i < scene.numMeshes(); ++i) {
             KivMaterial material;
             material.setDiffuse(clay);
@@ -37,6 +42,14 @@ protected:
         settings.setAmbientLight(0x705040);
         open(220);
         look({2.0, 2.4, 6.0}, 3.1, false);
+    }
+
+    // The diagonal of the front side is one over which the surface runs on.
+    static void nameEdge(const KivMesh& cube) {
+        auto named = std::make_shared<KivMeshEdges>();
+        named->vertices = {4, 7};
+        named->edges.push_back({KivMeshEdge::Kind::tangent, false, 0, 0, 2});
+        kivSetMeshEdges(cube, named);
     }
 
     static KivSurface moved(KivSurface surface, const KivVec& by) {
@@ -164,7 +177,8 @@ TEST_F(EverySetting, OfTheOutlineChangesThePicture) {
                                   {"ShortestLine", "1000", {{"ShortestLine", "0"}, {"Detail", "60"}}},
                                   {"Smoothing", "50", {{"Smoothing", "0"}}},
                                   {"Lines", "no"},
-                                  {"LineWidth", "7"}});
+                                  {"LineWidth", "7"},
+                                  {"Tangents", "none"}});
 }
 
 TEST_F(EverySetting, OfTheSketchChangesThePicture) {
@@ -192,7 +206,8 @@ TEST_F(EverySetting, OfTheSketchChangesThePicture) {
                                  {"HatchAngle", "-20"},
                                  {"CrossHatching", "no"},
                                  {"Lines", "no"},
-                                 {"Seed", "7"}});
+                                 {"Seed", "7"},
+                                 {"Tangents", "none"}});
 }
 
 TEST_F(EverySetting, PercentagesAreParts) {

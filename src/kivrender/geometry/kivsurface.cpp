@@ -1,10 +1,14 @@
 #include "kivrender/geometry/kivsurface.h"
 
 #include "kivrender/scene/kivmesh.h"
+#include "kivrender/scene/kivmeshedges.h"
 
 #include <algorithm>
 #include <bit>
 #include <cstddef>
+#include <memory>
+#include <tuple>
+#include <utility>
 
 namespace {
 
@@ -64,6 +68,28 @@ private:
     std::vector<std::uint32_t> slots;
     std::size_t mask;
 };
+
+// place: the point of each vertex.
+void readNamedEdges(const KivMesh& mesh, const std::vector<std::uint32_t>& place, KivSurface& surface) {
+    const std::shared_ptr<const KivMeshEdges> named = kivMeshEdges(mesh);
+    if (named == nullptr) {
+        return;
+    }
+    surface.namesEdges = true;
+    for (const KivMeshEdge& edge : named->edges) {
+        for (std::uint32_t i = 1; edge.kind != KivMeshEdge::Kind::seam && i < edge.count; ++i) {
+            const std::uint32_t from = named->vertices[edge.first + i - 1];
+            const std::uint32_t to = named->vertices[edge.first + i];
+            if (from < place.size() && to < place.size() && place[from] != place[to]) {
+                surface.namedEdges.push_back({std::min(place[from], place[to]), std::max(place[from], place[to]),
+                                              edge.kind == KivMeshEdge::Kind::tangent});
+            }
+        }
+    }
+    std::sort(surface.namedEdges.begin(), surface.namedEdges.end(), [](const auto& one, const auto& other) {
+        return std::tie(one.a, one.b, one.tangent) < std::tie(other.a, other.b, other.tangent);
+    });
+}
 
 } // namespace
 
@@ -140,7 +166,15 @@ KivSurface kivReadSurface(const KivMesh& mesh) {
             }
         }
     }
+    readNamedEdges(mesh, place, surface);
     return surface;
+}
+
+const KivSurface::NamedEdge* kivNamedEdge(const KivSurface& surface, std::uint32_t a, std::uint32_t b) {
+    const auto at = std::lower_bound(
+        surface.namedEdges.begin(), surface.namedEdges.end(), std::pair(a, b),
+        [](const KivSurface::NamedEdge& edge, const auto& ends) { return std::pair(edge.a, edge.b) < ends; });
+    return at != surface.namedEdges.end() && at->a == a && at->b == b ? &*at : nullptr;
 }
 
 bool kivHasArea(const KivVec& a, const KivVec& b, const KivVec& c) {

@@ -17,6 +17,11 @@ class KivMesh;
 
 struct KivSurface {
     using Triangle = std::array<std::uint32_t, 3>;
+    struct NamedEdge {
+        std::uint32_t a = 0; // the lower of the two points
+        std::uint32_t b = 0;
+        bool tangent = false; // the surface runs on over it without a bend
+    };
 
     std::vector<KivVec> points;
     std::vector<Triangle> triangles;    // indices into points
@@ -25,6 +30,9 @@ struct KivSurface {
     // where the mesh repeats a vertex the corners may differ.
     std::vector<KivVec> normals;
     std::vector<Triangle> cornerNormals;
+    // Whether the mesh names its edges (kivmeshedges.h). Those below are then all the creases and borders that it has.
+    bool namesEdges = false;
+    std::vector<NamedEdge> namedEdges; // ascending by their points, without seams
 };
 
 // For each point the number of the first point at the same position, counted in order of first appearance; count gets
@@ -35,6 +43,9 @@ KIV_API std::vector<std::uint32_t> kivWeldPoints(const std::vector<KivVec>& poin
 // a finite number are left out, and so is every repetition of a triangle, in whichever winding: two-sided models that
 // hold each face twice have no fold between a face and its twin.
 KIV_API KivSurface kivReadSurface(const KivMesh& mesh);
+
+// The named edge between two points of a surface, a below b, or null. One that is tangent and sharp at once is sharp.
+KIV_API const KivSurface::NamedEdge* kivNamedEdge(const KivSurface& surface, std::uint32_t a, std::uint32_t b);
 
 // Whether three points span a triangle that can be seen. Rounding leaves of one without an area less than this part of
 // the square of its longest side.

@@ -215,11 +215,13 @@ int rankOf(KivStrokeKind kind) {
         return 3;
     case KivStrokeKind::material:
         return 4;
+    case KivStrokeKind::tangent:
+        return 5;
     case KivStrokeKind::intersection:
     case KivStrokeKind::own:
         break;
     }
-    return 5;
+    return 6;
 }
 
 } // namespace

@@ -230,6 +230,16 @@ std::vector<Character> characterOf(const KivSurface& surface, const std::vector<
     return characters;
 }
 
+std::vector<bool> namedCreases(const KivSurface& surface, const std::vector<KivFeatureWing>& wings,
+                               const KivFeatureRules& rules) {
+    std::vector<bool> creases(wings.size(), false);
+    for (std::size_t i = 0; i < wings.size() && !kivIsCancelledAt(i); ++i) {
+        const KivSurface::NamedEdge* const named = kivNamedEdge(surface, wings[i].a, wings[i].b);
+        creases[i] = named != nullptr && (rules.tangents || !named->tangent);
+    }
+    return creases;
+}
+
 KivVec planeThroughEye(const KivVec& a, const KivVec& b, const KivViewpoint& view) {
     return kivCross(view.toViewer(a), b - a);
 }
@@ -290,6 +300,9 @@ bool kivFeatureIsFold(const KivVec& a, const KivVec& b, const KivVec& left, cons
 
 std::vector<bool> kivFeatureCreases(const KivSurface& surface, const std::vector<KivFeatureWing>& wings,
                                     const KivFeatureRules& rules) {
+    if (surface.namesEdges) {
+        return namedCreases(surface, wings, rules);
+    }
     std::vector<bool> creases(wings.size(), false);
     Groups network(surface.points.size());
     bool any = false;
@@ -352,18 +365,23 @@ std::vector<KivFeatureEdge> kivFeatureEdges(const KivSurface& surface, const std
     for (std::size_t i = 0; i < wings.size(); ++i) {
         const KivFeatureWing& wing = wings[i];
         KivFeatureEdge edge{wing.a, wing.b, KivFeatureKind::crease, static_cast<std::uint32_t>(wing.left), creases[i]};
-        if (wing.right == KivFeatureWing::none) {
+        if (creases[i] && surface.namesEdges && kivNamedEdge(surface, wing.a, wing.b)->tangent) {
+            edge.kind = KivFeatureKind::tangent;
+            edge.sharp = false;
+        }
+        // Where colours meet, a part is in two meshes and ends in neither: named edges are creases there too.
+        if (wing.right == KivFeatureWing::none && !surface.namesEdges) {
             edge.kind = KivFeatureKind::border;
             if (rules.borders && !wing.filled) {
                 edges.push_back(edge);
             }
             continue;
         }
-        if (rules.silhouettes && !wing.junction &&
+        if (rules.silhouettes && !wing.junction && wing.right != KivFeatureWing::none &&
             kivFeatureIsFold(p[wing.a], p[wing.b], p[wing.left], p[wing.right], view)) {
             edge.kind = KivFeatureKind::silhouette;
             edges.push_back(edge);
-        } else if (rules.creases && creases[i]) {
+        } else if (creases[i] && (rules.creases || edge.kind == KivFeatureKind::tangent)) {
             edges.push_back(edge);
         }
     }

@@ -13,7 +13,9 @@
 #include <cstdint>
 #include <vector>
 
-enum class KivFeatureKind : std::uint8_t { silhouette, border, crease };
+// A tangent edge is one of a model that names its edges: there one face runs into the next without a bend.
+enum class KivFeatureKind : std::uint8_t { silhouette, border, crease, tangent };
+inline constexpr int kivFeatureKinds = 4;
 
 // An edge with what lies beside it, whatever the view.
 struct KivFeatureWing {
@@ -48,6 +50,7 @@ struct KivFeatureRules {
     bool creases = true;
     double creaseAngle = 40.0;       // degrees; what bends by more is a crease
     double smoothCreaseAngle = 75.0; // the same for edges over which the mesh's normals run on
+    bool tangents = true;            // tangent edges, where the model names its edges
     double creaseLength = 0.05;      // creases that hang together reach over at least this part of their piece's size
 };
 
@@ -65,7 +68,7 @@ KIV_API bool kivFeatureIsFold(const KivVec& a, const KivVec& b, const KivVec& le
 
 // Tells which of the wings are creases, whatever the view. Rough and scanned surfaces bend sharply at many short edges
 // that are no features: creases that hang together and stay small against the connected piece of surface that they lie
-// on are left out.
+// on are left out. A surface that names its edges has these, and no others.
 KIV_API std::vector<bool> kivFeatureCreases(const KivSurface& surface, const std::vector<KivFeatureWing>& wings,
                                             const KivFeatureRules& rules);
 

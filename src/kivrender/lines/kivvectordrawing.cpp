@@ -10,7 +10,7 @@ thread_local KivVectorDrawing* collected = nullptr;
 
 const char* kivNameOf(KivStrokeKind kind) {
     static constexpr const char* names[kivStrokeKinds] = {"contour",  "boundary",     "crease", "edge",
-                                                          "material", "intersection", "line"};
+                                                          "material", "intersection", "line",   "tangent"};
     return names[static_cast<int>(kind)];
 }
 

@@ -23,10 +23,11 @@ enum class KivStrokeKind : std::uint8_t {
     material,     // two materials meet
     intersection, // surfaces run into each other without a common edge
     own,          // a line, polyline or point of the scene, or one that a shader drew without a word about it
+    tangent,      // an edge that the model names, over which one face runs into the next without a bend
 };
-inline constexpr int kivStrokeKinds = 7;
+inline constexpr int kivStrokeKinds = 8;
 
-// The name of a kind in files: "contour", "boundary", "crease", "edge", "material", "intersection", "line".
+// The name of a kind in files: "contour", "boundary", "crease", "edge", "material", "intersection", "line", "tangent".
 KIV_API const char* kivNameOf(KivStrokeKind kind);
 
 struct KivStroke {

@@ -39,7 +39,9 @@ public:
         if (wings.empty()) {
             return !kivIsCancelledAt(0);
         }
-        creases = kivFeatureCreases(surface, wings, rules.features);
+        KivFeatureRules sharp = rules.features;
+        sharp.tangents = false; // contours run on over them
+        creases = kivFeatureCreases(surface, wings, sharp);
         if (!kivSmoothSurface(surface, wings, creases, seenFrom, rules.mostRise, smooth)) {
             return false;
         }
@@ -57,6 +59,9 @@ private:
             if (kivIsCancelledAt(i)) {
                 return false;
             }
+            if (surface.namesEdges && rules.features.tangents) {
+                addTangent(wings[i]);
+            }
             if (!smooth.smooth[i]) {
                 addEdge(i);
             } else if (isMaterialBorder(wings[i])) {
@@ -66,9 +71,17 @@ private:
         return true;
     }
 
+    void addTangent(const KivFeatureWing& wing) {
+        const KivSurface::NamedEdge* const named = kivNamedEdge(surface, wing.a, wing.b);
+        if (named != nullptr && named->tangent) {
+            add(wing, 0.0, 1.0, KivStrokeKind::tangent);
+        }
+    }
     void addEdge(std::size_t i) {
         const KivFeatureWing& wing = wings[i];
-        if (wing.right == KivFeatureWing::none) {
+        if (wing.right == KivFeatureWing::none && surface.namesEdges) {
+            addRest(i, 0.0, 1.0); // where colours meet, a part is in two meshes and ends in neither
+        } else if (wing.right == KivFeatureWing::none) {
             if (rules.features.borders && !wing.filled) {
                 add(wing, 0.0, 1.0, KivStrokeKind::boundary);
             }
@@ -127,7 +140,7 @@ private:
     }
     void addRest(std::size_t i, double from, double to) {
         if (creases[i] && rules.features.creases) {
-            add(wings[i], from, to, KivStrokeKind::crease);
+            add(wings[i], from, to, surface.namesEdges ? KivStrokeKind::edge : KivStrokeKind::crease);
         } else if (isMaterialBorder(wings[i])) {
             add(wings[i], from, to, KivStrokeKind::material);
         }

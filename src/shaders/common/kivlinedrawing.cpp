@@ -75,7 +75,7 @@ const KivLineDrawing::Tool& KivLineDrawing::toolOf(const KivTablePageSettings& p
     Tool& tool = place->second;
     if (isNew) {
         tool.look = lookOf(page);
-        for (int kind = 0; kind < 3; ++kind) {
+        for (int kind = 0; kind < kivFeatureKinds; ++kind) {
             tool.pen.width[kind] = tool.look.width[kind] * pixel;
         }
         tool.pen.pixel = pixel;

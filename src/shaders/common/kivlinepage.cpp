@@ -72,6 +72,8 @@ double KivLinePage::widthOf(const Source& source, KivStrokeKind kind) {
         return source.look.width[static_cast<int>(KivFeatureKind::border)];
     case KivStrokeKind::own:
         return source.look.lineWidth * (source.course.points.size() == 1 ? 2.0 : 1.0);
+    case KivStrokeKind::tangent:
+        return source.look.width[static_cast<int>(KivFeatureKind::tangent)];
     case KivStrokeKind::crease:
     case KivStrokeKind::edge:
     case KivStrokeKind::material:

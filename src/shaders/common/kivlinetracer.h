@@ -39,12 +39,12 @@ struct KivLinePath {
 
 // All lengths in pixels of the image that is drawn into.
 struct KivLinePen {
-    double width[3] = {8.0, 8.0, 6.0}; // by kind
-    double pixel = 4.0;                // one pixel of the finished picture
-    double detail = 4.0;               // a fold is drawn in full where what it hides lies at least that much deeper
-    double shortest = 16.0;            // shorter lines in the inside of a shape are left out
-    double smoothing = 4.0;            // kinks shorter than this are rounded
-    bool hidden = false;               // paths of what is hidden are wanted too
+    double width[kivFeatureKinds] = {8.0, 8.0, 6.0, 3.0}; // by kind
+    double pixel = 4.0;                                   // one pixel of the finished picture
+    double detail = 4.0;    // a fold is drawn in full where what it hides lies at least that much deeper
+    double shortest = 16.0; // shorter lines in the inside of a shape are left out
+    double smoothing = 4.0; // kinks shorter than this are rounded
+    bool hidden = false;    // paths of what is hidden are wanted too
 };
 
 // A corner of a line in three dimensions on its way into the picture.

@@ -1,6 +1,7 @@
 #include "kivshadedmesh.h"
 
 #include "kivrender/scene/kivmesh.h"
+#include "kivrender/scene/kivmeshedges.h"
 #include "kivsmoothnormals.h"
 
 #include <algorithm>
@@ -94,6 +95,7 @@ KivShadedMesh kivReadShadedMesh(const KivMesh& mesh, double creaseAngle) {
         removeThoseWithoutArea(model);
         return model;
     }
+    model.isExact = kivMeshEdges(mesh) != nullptr;
     const unsigned int numVertexs = mesh.getNumVertexs();
     const unsigned int numTriangles = mesh.getNumTriangles();
     model.points.resize(numVertexs);
@@ -122,7 +124,7 @@ KivShadedMesh kivReadShadedMesh(const KivMesh& mesh, double creaseAngle) {
 
 int kivEvenPasses(const KivShadedMesh& model, const KivView& view, double pixels) {
     constexpr int most = 24;
-    if (!(pixels > 0.0) || model.triangles.empty()) {
+    if (!(pixels > 0.0) || model.triangles.empty() || model.isExact) {
         return 0;
     }
     // A thousand triangles tell the usual length of a side well enough.

@@ -17,6 +17,8 @@ struct KivShadedMesh {
     std::vector<KivSurface::Triangle> triangles;
     // For each triangle +1 if its winding runs anticlockwise round the normal of its outer side, -1 if clockwise.
     std::vector<std::int8_t> windings;
+    // The normals are those of the exact surface under a mesh that names its edges (kivmeshedges.h).
+    bool isExact = false;
 };
 
 // Reads the mesh through its accessors. Its own normals are used as they are, brought to unit length; a vertex whose
@@ -26,7 +28,8 @@ struct KivShadedMesh {
 KivShadedMesh kivReadShadedMesh(const KivMesh& mesh, double creaseAngle);
 
 // How many passes of kivEvenNormals reach over that many pixels in this view: an even spread grows with the root of the
-// passes, and one pass with the length of a side. At most 24, and none for what has no triangles.
+// passes, and one pass with the length of a side. At most 24, and none for what has no triangles or has exact normals:
+// a flat face would take on those of the blends around it.
 int kivEvenPasses(const KivShadedMesh& model, const KivView& view, double pixels);
 
 #endif

@@ -18,6 +18,7 @@ enum Setting {
     smoothingSetting,
     linesSetting,
     lineWidthSetting,
+    tangentsSetting,
     numSettings
 };
 
@@ -42,6 +43,8 @@ const KivSettingInfo table[numSettings] = {
      nullptr},
     {"Lines", KivSettingType::Bool, 0, 1, 1, L"Draw the lines, polylines and points of the scene", nullptr},
     {"LineWidth", KivSettingType::Double, 0, 50, 1.6, L"Width of the scene's lines, in pixels", nullptr},
+    {"Tangents", KivSettingType::Choice, 0, 2, 1,
+     L"How edges of CAD models are drawn where one face runs into the next without a bend", "none|thin|full"},
 };
 
 } // namespace
@@ -63,6 +66,10 @@ KivLineLook kivOutlineLook(const KivTablePageSettings& settings) {
     look.width[static_cast<int>(KivFeatureKind::silhouette)] = settings.getValue(silhouetteWidthSetting);
     look.width[static_cast<int>(KivFeatureKind::border)] = settings.getValue(borderWidthSetting);
     look.width[static_cast<int>(KivFeatureKind::crease)] = settings.getValue(creaseWidthSetting);
+    const int tangents = settings.getInt(tangentsSetting);
+    look.rules.tangents = tangents != 0;
+    look.width[static_cast<int>(KivFeatureKind::tangent)] =
+        look.width[static_cast<int>(KivFeatureKind::crease)] * (tangents == 2 ? 1.0 : kivThinTangent);
     look.lines = settings.getBool(linesSetting);
     look.lineWidth = settings.getValue(lineWidthSetting);
     look.detail = settings.getValue(detailSetting);

@@ -28,6 +28,7 @@ enum Setting {
     crossHatchingSetting,
     linesSetting,
     seedSetting,
+    tangentsSetting,
     numSettings
 };
 
@@ -67,6 +68,8 @@ const KivSettingInfo table[numSettings] = {
     {"CrossHatching", KivSettingType::Bool, 0, 1, 1, L"Hatch the darkest parts crosswise", nullptr},
     {"Lines", KivSettingType::Bool, 0, 1, 1, L"Draw the lines, polylines and points of the scene", nullptr},
     {"Seed", KivSettingType::Int, 0, 1000000, 1, L"Another number is another drawing of the same hand", nullptr},
+    {"Tangents", KivSettingType::Choice, 0, 2, 1,
+     L"How edges of CAD models are drawn where one face runs into the next without a bend", "none|thin|full"},
 };
 
 // Inner lines are drawn lighter than the contour.
@@ -115,6 +118,10 @@ KivLineLook kivSketchLook(const KivTablePageSettings& settings) {
     look.width[static_cast<int>(KivFeatureKind::silhouette)] = style.width;
     look.width[static_cast<int>(KivFeatureKind::border)] = style.width;
     look.width[static_cast<int>(KivFeatureKind::crease)] = style.width * creasePart;
+    const int tangents = settings.getInt(tangentsSetting);
+    look.rules.tangents = tangents != 0;
+    look.width[static_cast<int>(KivFeatureKind::tangent)] =
+        look.width[static_cast<int>(KivFeatureKind::crease)] * (tangents == 2 ? 1.0 : kivThinTangent);
     look.lines = settings.getBool(linesSetting);
     look.lineWidth = style.width;
     look.detail = settings.getValue(detailSetting);

@@ -62,6 +62,17 @@ TEST(HpglWriter, EachKindHasItsPen) {
     EXPECT_EQ(plot.lines.size(), 4U);
 }
 
+// Plotters hold eight pens.
+TEST(HpglWriter, TangentEdgesHaveThePenOfEdges) {
+    KivVectorDrawing drawing = sampleDrawing();
+    drawing.strokes.resize(2);
+    drawing.strokes[0].kind = KivStrokeKind::edge;
+    drawing.strokes[1].kind = KivStrokeKind::tangent;
+    const Plot plot = plotted(written(drawing, KivDrawingFormat::hpgl, halfScaleSheet()));
+    EXPECT_EQ(plot.lines.size(), 1U);
+    EXPECT_EQ(plot.lines.at(4).size(), 2U);
+}
+
 TEST(HpglWriter, TrueToScaleInFortiethsOfAMillimetre) {
     const Plot plot = plotted(written(sampleDrawing(), KivDrawingFormat::hpgl, halfScaleSheet()));
     for (const auto& line : plot.lines.at(1)) {

@@ -11,9 +11,17 @@ namespace {
 
 constexpr double unitsPerMillimetre = 40.0;
 constexpr double tolerance = 0.0125; // half a unit
-constexpr int hiddenPen = kivStrokeKinds + 1;
+// Plotters hold eight pens.
+constexpr int areaPen = 7;
+constexpr int hiddenPen = 8;
 constexpr int pens = hiddenPen;
-constexpr int areaPen = kivStrokeKinds;
+
+int penOf(const KivStroke& stroke) {
+    // Tangent edges have the pen of other edges.
+    const KivStrokeKind kind = stroke.kind == KivStrokeKind::tangent ? KivStrokeKind::edge : stroke.kind;
+    return stroke.hidden ? hiddenPen : static_cast<int>(kind) + 1;
+}
+
 // Small buffers of old plotters take so many corners of an instruction.
 constexpr std::size_t cornersPerInstruction = 64;
 
@@ -52,8 +60,7 @@ public:
     HpglWriter(const SheetLayout& sheetLayout, DrawingSink& out) : layout(sheetLayout), sink(out), lines(pens + 1) {}
 
     void add(const KivStroke& stroke) {
-        std::vector<Line>& own =
-            lines[static_cast<std::size_t>(stroke.hidden ? hiddenPen : static_cast<int>(stroke.kind) + 1)];
+        std::vector<Line>& own = lines[static_cast<std::size_t>(penOf(stroke))];
         Line line = kivPolylineOf(layout.placed(stroke.path), tolerance);
         const double width = layout.widthOf(stroke);
         // A pattern that is finer than a tenth of a millimetre can't be plotted.

@@ -1,10 +1,15 @@
 // The stages of a render: sizes, choice of shaders, order, results, failures.
 #include "kivrender/platform/kivglcontext.h"
+#include "kivrender/platform/kivsystemerror.h"
+#include "kivrender/platform/kivtext.h"
 #include "render/renderfixture.h"
 
 #include <GL/gl.h>
+#include <filesystem>
 #include <gmock/gmock.h>
+#include <new>
 #include <optional>
+#include <stdexcept>
 
 namespace {
 
@@ -441,6 +446,38 @@ TEST_F(KivRendererRender, WhatAShaderThrowsReachesTheHost) {
     EXPECT_TRUE(render({20, 10}));
     EXPECT_EQ(pixelOf(surface, 10, 5), 0xFFFFFFU);
     EXPECT_EQ(KivShaderCommunication::getDefaultCommunication(), nullptr);
+}
+
+// In every branch, from a place where nothing of the library's own is told of it: the host's progress object.
+TEST_F(KivRendererRender, WithoutMemoryAHostGetsAMessageAndOneKindOfThrow) {
+    loadShaders();
+    setStyle(L"base", L"");
+    const std::string page = (home.path() / "page.svg").string();
+    for (const bool isTooLong : {false, true}) {
+        for (const bool vectorial : {false, true}) {
+            settings.setVectorial(vectorial);
+            settings.setSaveVectorFile(kivFromUtf8(page).c_str());
+            fillScene(scene, 2);
+            progress.polls = 0;
+            progress.onPoll = [this, isTooLong] {
+                if (progress.polls == 5) {
+                    isTooLong ? throw std::length_error("a list") : throw std::bad_alloc();
+                }
+            };
+            host.errors.clear();
+            kivSetLastError(0);
+            EXPECT_THROW(render({20, 10}), KivShader::stopReason);
+            EXPECT_THAT(host.errors, ElementsAre(kivErrorNotEnoughMemory));
+            EXPECT_EQ(kivGetLastError(), kivErrorNotEnoughMemory);
+            EXPECT_FALSE(std::filesystem::exists(page));
+            progress.onPoll = nullptr;
+            scene.empty();
+            fillScene(scene, 2);
+            EXPECT_TRUE(render({20, 10})) << "the next one works";
+            EXPECT_EQ(std::filesystem::exists(page), vectorial);
+            std::filesystem::remove(page);
+        }
+    }
 }
 
 TEST_F(KivRendererRender, TheSameRenderGivesTheSamePicture) {

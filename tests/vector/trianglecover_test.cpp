@@ -1,7 +1,7 @@
 #include "vector/vectortesting.h"
 
-#include "kivrender/vector/pollmeter.h"
 #include "kivrender/vector/trianglecover.h"
+#include "kivrender/vector/workpoll.h"
 
 using vectortest::OwnedList;
 using vectortest::triangle;
@@ -45,7 +45,7 @@ TEST(TriangleCover, CopiesAreThoseOfTheTriangles) {
     SweepTriangle swept(*list[0]);
     SweepTriangle* const all[] = {&swept};
     OwnedList copies;
-    PollMeter poll;
+    WorkPoll poll;
     EXPECT_TRUE(TriangleCover::appendCopies(all, copies, poll));
     ASSERT_EQ(copies.size(), 1U);
     EXPECT_EQ(copies[0]->vertexCount, 3);

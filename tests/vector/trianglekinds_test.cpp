@@ -20,7 +20,7 @@ struct Kinds {
             sweep.push_back(owned.back().get());
         }
         kinds = std::make_unique<TriangleKinds>(sweep, painted);
-        PollMeter poll;
+        WorkPoll poll;
         EXPECT_TRUE(kinds->compute(poll));
     }
     bool isAround(int seed, int other) const {

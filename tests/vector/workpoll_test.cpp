@@ -20,8 +20,11 @@ TEST(WorkPoll, AsksAtOnceAndThenAfterSoMuchWork) {
     for (std::size_t i = 0; i < 10 * WorkPoll::workBetween; i += 1000)
         EXPECT_FALSE(poll.isCancelled(1000));
     EXPECT_EQ(progress.polls(), 10);
+    EXPECT_FALSE(poll.isCancelled());
     progress.cancelAfterPolls(0);
+    EXPECT_FALSE(poll.isCancelled()) << "nothing has been asked again";
     EXPECT_TRUE(poll.isCancelled(WorkPoll::workBetween));
+    EXPECT_TRUE(poll.isCancelled());
     for (int i = 0; i < 5; ++i)
         EXPECT_TRUE(poll.isCancelled(WorkPoll::workBetween)) << "without another question";
     EXPECT_EQ(progress.polls(), 11);

@@ -3,8 +3,8 @@
 #include "kivrender/scene/kivprogress.h"
 #include "kivrender/vector/lineindex.h"
 #include "kivrender/vector/lineshape.h"
-#include "kivrender/vector/pollmeter.h"
 #include "kivrender/vector/prefetch.h"
+#include "kivrender/vector/workpoll.h"
 
 #include <functional>
 #include <map>
@@ -44,21 +44,21 @@ public:
     explicit LineMergeRun(FeedbackPrimitiveList& list)
         : lines(list), partners(LineIndex::Role::Second, list.size()), settled(LineIndex::Role::First, list.size()) {
         // The first merge finds out about a cancel too.
-        PollMeter poll;
+        WorkPoll poll;
         entries.reserve(lines.size());
         for (std::size_t i = 0; i < lines.size(); ++i) {
             prefetchAhead(lines, i, 32);
             if (i + 16 < lines.size())
                 prefetch(lines[i + 16]->vertices.data());
             entries.push_back({LineShape(*lines[i]), groups.groupOf(*lines[i]), false});
-            if (poll.isCancelledAfter(10))
+            if (poll.isCancelled(100))
                 return;
         }
         for (int slot = 0; slot < size(); ++slot) {
             if (slot + ahead < size())
                 partners.prefetchOwn(entry(slot + ahead).shape, entry(slot + ahead).group);
             partners.insert(slot, entry(slot).shape, entry(slot).group);
-            if (poll.isCancelledAfter(30))
+            if (poll.isCancelled(300))
                 return;
         }
     }

@@ -122,7 +122,7 @@ const CoplanarSweep::Candidate* CoplanarSweep::nextCandidate() {
         } else {
             popCandidate();
         }
-        poll.isCancelledAfter(2);
+        poll.isCancelled(20);
     }
     return nullptr;
 }

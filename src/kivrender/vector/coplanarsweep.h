@@ -7,9 +7,9 @@
 #include "kivrender/vector/feedbackprimitive.h"
 #include "kivrender/vector/firstbeyond.h"
 #include "kivrender/vector/outlinesides.h"
-#include "kivrender/vector/pollmeter.h"
 #include "kivrender/vector/sidegrid.h"
 #include "kivrender/vector/trianglekinds.h"
+#include "kivrender/vector/workpoll.h"
 
 #include <memory>
 #include <optional>
@@ -53,7 +53,7 @@ private:
 
     std::vector<SweepTriangle*>& sweep;
     FeedbackPrimitiveList& primitives;
-    PollMeter poll;
+    WorkPoll poll;
     TriangleKinds kinds;
     SideGrid grid;
     OutlineSides outline;

@@ -6,10 +6,10 @@
 #include "kivrender/vector/coplanarsweep.h"
 #include "kivrender/vector/kivvectorprogress.h"
 #include "kivrender/vector/outlinetessellator.h"
-#include "kivrender/vector/pollmeter.h"
 #include "kivrender/vector/prefetch.h"
 #include "kivrender/vector/sweeporder.h"
 #include "kivrender/vector/trianglecover.h"
+#include "kivrender/vector/workpoll.h"
 
 namespace {
 
@@ -43,7 +43,7 @@ void CoplanarTriangleMerger::sortTriangles(std::vector<SweepTriangle*>& sweep, F
 // Fills the sweep and sorts both lists. What belongs together in the sweep is made one after another, so that it lies
 // together in memory. On false, when the user has cancelled, the sweep is empty.
 bool CoplanarTriangleMerger::fillSweep(FeedbackPrimitiveList& triangles, int axis, std::vector<SweepTriangle*>& sweep) {
-    PollMeter poll;
+    WorkPoll poll;
     std::vector<float> keys;
     keys.reserve(triangles.size());
     for (const FeedbackPrimitive* triangle : triangles) {
@@ -51,7 +51,7 @@ bool CoplanarTriangleMerger::fillSweep(FeedbackPrimitiveList& triangles, int axi
         swept.axis = axis;
         swept.computeExtents();
         keys.push_back(swept.minExtent);
-        poll.isCancelledAfter(2);
+        poll.isCancelled(20);
     }
     arrange(triangles, sweepOrder(keys, poll));
     if (poll.isCancelled())
@@ -64,7 +64,7 @@ bool CoplanarTriangleMerger::fillSweep(FeedbackPrimitiveList& triangles, int axi
         sweep.push_back(new SweepTriangle(*triangles[i]));
         sweep.back()->axis = axis;
         sweep.back()->computeExtents();
-        if (poll.isCancelledAfter(8)) {
+        if (poll.isCancelled(80)) {
             for (SweepTriangle* each : sweep)
                 delete each;
             sweep.clear();
@@ -104,7 +104,7 @@ bool CoplanarTriangleMerger::tessellateGroups(std::vector<std::unique_ptr<Coplan
                                               const FeedbackPrimitiveList& seeds, KivProgress* progress,
                                               FeedbackPrimitiveList& result) {
     OutlineTessellator tessellator;
-    PollMeter poll;
+    WorkPoll poll;
     for (std::size_t k = 0; k < groups.size(); ++k) {
         prefetchAhead(seeds, k);
         std::unique_ptr<FeedbackPrimitiveList> pieces(tessellator.tessellate(groups[k].get()));

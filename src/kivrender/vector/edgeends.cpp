@@ -1,7 +1,7 @@
 #include "kivrender/vector/edgeends.h"
 
-#include "kivrender/vector/pollmeter.h"
 #include "kivrender/vector/vertexcells.h"
+#include "kivrender/vector/workpoll.h"
 
 #include <algorithm>
 
@@ -18,11 +18,11 @@ bool EdgeEnds::takeAll() {
     isWalked = edges.size() <= mostWalked;
     if (isWalked)
         return true;
-    PollMeter poll;
+    WorkPoll poll;
     cells.reserve(edges.size() * 2);
     for (std::size_t index = 0; index < edges.size(); ++index) {
         add(index);
-        if (poll.isCancelledAfter(50))
+        if (poll.isCancelled(500))
             return false;
     }
     return true;

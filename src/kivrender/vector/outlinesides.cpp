@@ -66,7 +66,7 @@ void OutlineSides::unlink(int side) {
         heads[keyOf(side) & (heads.size() - 1)] = behind;
 }
 
-void OutlineSides::collectAround(int triangle, unsigned which, PollMeter& poll) {
+void OutlineSides::collectAround(int triangle, unsigned which, WorkPoll& poll) {
     const FeedbackEdge edge = sideOf(all, 3 * triangle + static_cast<int>(which));
     VertexCells::forEachKeyAround(VertexCells::middle(*edge.from, *edge.to), [&](std::uint64_t key) {
         int walked = 0;
@@ -75,11 +75,11 @@ void OutlineSides::collectAround(int triangle, unsigned which, PollMeter& poll) 
             if (sameEnds(edge, sideOf(all, side)))
                 shared.emplace_back(side, 1U << which);
         }
-        poll.isCancelledAfter(1 + walked);
+        poll.isCancelled(10 * static_cast<std::size_t>(1 + walked));
     });
 }
 
-void OutlineSides::collectShared(int triangle, PollMeter& poll) {
+void OutlineSides::collectShared(int triangle, WorkPoll& poll) {
     shared.clear();
     for (unsigned which = 0; which < 3; ++which) {
         if (!heads.empty()) {
@@ -94,7 +94,7 @@ void OutlineSides::collectShared(int triangle, PollMeter& poll) {
     }
 }
 
-unsigned OutlineSides::closeShared(int triangle, PollMeter& poll) {
+unsigned OutlineSides::closeShared(int triangle, WorkPoll& poll) {
     collectShared(triangle, poll);
     unsigned open = 7;
     for (int from = 0; open != 0;) {

@@ -3,7 +3,7 @@
 #define KIVRENDER_VECTOR_OUTLINESIDES_H
 
 #include "kivrender/vector/coplanargroup.h"
-#include "kivrender/vector/pollmeter.h"
+#include "kivrender/vector/workpoll.h"
 
 #include <cstdint>
 #include <utility>
@@ -23,15 +23,15 @@ public:
     }
     // Closes what the triangle shares with the outline, in the order of the edges: each side closes the first edge with
     // the same ends that is left, and the last edge comes to its place. Returns the sides that stay open, as bits.
-    unsigned closeShared(int triangle, PollMeter& poll);
+    unsigned closeShared(int triangle, WorkPoll& poll);
 
 private:
     // A side of the outline, and which sides of the triangle have its ends.
     using Match = std::pair<int, unsigned>;
 
     std::uint64_t keyOf(int side) const;
-    void collectShared(int triangle, PollMeter& poll);
-    void collectAround(int triangle, unsigned which, PollMeter& poll);
+    void collectShared(int triangle, WorkPoll& poll);
+    void collectAround(int triangle, unsigned which, WorkPoll& poll);
     void remove(int side);
     void link(int side);
     void unlink(int side);

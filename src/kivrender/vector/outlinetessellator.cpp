@@ -2,9 +2,9 @@
 
 #include "kivrender/vector/outlinecontours.h"
 #include "kivrender/vector/outlinesides.h"
-#include "kivrender/vector/pollmeter.h"
 #include "kivrender/vector/tessellationcost.h"
 #include "kivrender/vector/trianglecover.h"
+#include "kivrender/vector/workpoll.h"
 
 #include <GL/glu.h>
 
@@ -189,7 +189,7 @@ OutlineTessellator::Covered OutlineTessellator::coverOutline(std::vector<Feedbac
 
 // Covers a part of a group.
 OutlineTessellator::Covered OutlineTessellator::coverPiece(const std::vector<SweepTriangle*>& triangles,
-                                                           FeedbackPrimitiveList& list, PollMeter& poll) {
+                                                           FeedbackPrimitiveList& list, WorkPoll& poll) {
     std::vector<FeedbackEdge> edges;
     OutlineSides outline(triangles);
     outline.begin(edges);
@@ -199,7 +199,7 @@ OutlineTessellator::Covered OutlineTessellator::coverPiece(const std::vector<Swe
             if ((open & (1U << side)) != 0)
                 outline.append(3 * triangle + side);
         }
-        if (poll.isCancelledAfter(20))
+        if (poll.isCancelled(200))
             return Covered::Cancelled;
     }
     const std::size_t before = list.size();
@@ -215,7 +215,7 @@ OutlineTessellator::Covered OutlineTessellator::coverPiece(const std::vector<Swe
 
 // False when the user has cancelled.
 bool OutlineTessellator::coverInPieces(const std::vector<SweepTriangle*>& triangles, FeedbackPrimitiveList& list) {
-    PollMeter poll;
+    WorkPoll poll;
     std::vector<std::vector<SweepTriangle*>> open = {triangles};
     while (!open.empty()) {
         const std::vector<SweepTriangle*> piece = std::move(open.back());
@@ -227,7 +227,7 @@ bool OutlineTessellator::coverInPieces(const std::vector<SweepTriangle*>& triang
             open.push_back(std::move(second));
             open.push_back(std::move(first));
         }
-        if (covered == Covered::Cancelled || poll.isCancelledAfter(20 * static_cast<int>(piece.size())))
+        if (covered == Covered::Cancelled || poll.isCancelled(200 * piece.size()))
             return false;
     }
     return true;

@@ -11,7 +11,7 @@
 #include <vector>
 
 class GLUtesselator;
-class PollMeter;
+class WorkPoll;
 
 class KIV_API OutlineTessellator {
 public:
@@ -48,7 +48,7 @@ private:
     void cover(const std::vector<FeedbackVertex*>& vertices, const std::vector<int>& contourEnds);
     void appendResult(const std::vector<FeedbackVertex*>& vertices, FeedbackPrimitiveList& list) const;
     bool coverInPieces(const std::vector<SweepTriangle*>& triangles, FeedbackPrimitiveList& list);
-    Covered coverPiece(const std::vector<SweepTriangle*>& triangles, FeedbackPrimitiveList& list, PollMeter& poll);
+    Covered coverPiece(const std::vector<SweepTriangle*>& triangles, FeedbackPrimitiveList& list, WorkPoll& poll);
 
     std::int32_t primitiveType = 0;
     std::vector<std::int32_t> currentIndices;

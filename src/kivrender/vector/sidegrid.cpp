@@ -59,14 +59,14 @@ void SideGrid::sizeSlabs(const std::vector<std::uint32_t>& counts) {
     starts.assign(static_cast<std::size_t>(base) + 1, 0);
 }
 
-bool SideGrid::build(PollMeter& poll) {
+bool SideGrid::build(WorkPoll& poll) {
     makeSlabs();
     const int numSides = static_cast<int>(triangles.size()) * 3;
     std::vector<std::uint32_t> counts(slabs.size(), 0);
     for (int number = 0; number < numSides; ++number) {
         if (allKinds.canMerge(number / 3))
             ++counts[slabOf(cellOnAxis(number))];
-        if (poll.isCancelledAfter(4))
+        if (poll.isCancelled(40))
             return false;
     }
     sizeSlabs(counts);
@@ -77,7 +77,7 @@ bool SideGrid::build(PollMeter& poll) {
             cells[static_cast<std::size_t>(number)] = static_cast<std::uint32_t>(cell);
             ++starts[cell + 1];
         }
-        if (poll.isCancelledAfter(8))
+        if (poll.isCancelled(80))
             return false;
     }
     std::partial_sum(starts.begin(), starts.end(), starts.begin());

@@ -3,9 +3,9 @@
 #define KIVRENDER_VECTOR_SIDEGRID_H
 
 #include "kivrender/vector/coplanargroup.h"
-#include "kivrender/vector/pollmeter.h"
 #include "kivrender/vector/trianglekinds.h"
 #include "kivrender/vector/vertexcells.h"
+#include "kivrender/vector/workpoll.h"
 
 #include <cstdint>
 #include <vector>
@@ -18,7 +18,7 @@ public:
     SideGrid(const std::vector<SweepTriangle*>& sweep, const TriangleKinds& triangleKinds);
 
     // Must come first, and once. False when the user has cancelled.
-    bool build(PollMeter& poll);
+    bool build(WorkPoll& poll);
 
     void take(int triangle) {
         isTaken[static_cast<std::size_t>(triangle)] = true;
@@ -31,7 +31,7 @@ public:
     // to; none if there is none. It must be asked for triangles of that kind alone, but may see others.
     static constexpr int none = INT32_MAX;
     template <class Accepts>
-    int firstMatch(const FeedbackEdge& edge, const std::vector<std::uint64_t>& kinds, PollMeter& poll,
+    int firstMatch(const FeedbackEdge& edge, const std::vector<std::uint64_t>& kinds, WorkPoll& poll,
                    const Accepts& accepts) {
         int best = none;
         const FeedbackVector place = VertexCells::middle(*edge.from, *edge.to);
@@ -48,7 +48,7 @@ public:
                     break;
                 }
             }
-            poll.isCancelledAfter(2 + walked);
+            poll.isCancelled(10 * static_cast<std::size_t>(2 + walked));
         };
         forEachCellAround(place, kinds, visitCell);
         return best;

@@ -10,7 +10,7 @@ namespace {
 
 class SweepSort {
 public:
-    SweepSort(std::vector<SweepEntry>& toSort, PollMeter& cancelPoll) : entries(toSort), poll(cancelPoll) {
+    SweepSort(std::vector<SweepEntry>& toSort, WorkPoll& cancelPoll) : entries(toSort), poll(cancelPoll) {
         mostDivisions = 2 * static_cast<int>(std::bit_width(entries.size())) + 8;
     }
 
@@ -26,7 +26,7 @@ public:
                 divideBadly(range);
             else
                 divide(range);
-            poll.isCancelledAfter(static_cast<int>((range.end - range.begin) / 4));
+            poll.isCancelled(static_cast<std::size_t>(range.end - range.begin) * 5 / 2);
         }
     }
 
@@ -59,7 +59,8 @@ private:
         while (sequence.size() > plainSize) {
             const auto [begin, end] = sequence.divide(entries);
             ranges.push_back({begin, end, 0});
-            if (poll.isCancelledAfter(20 + 40 * static_cast<int>(end - begin)) || end - begin > sequence.size() / 8)
+            if (poll.isCancelled(200 + 400 * static_cast<std::size_t>(end - begin)) ||
+                end - begin > sequence.size() / 8)
                 break;
         }
         sequence.write(entries);
@@ -70,14 +71,14 @@ private:
     static constexpr std::size_t plainSize = 48;
 
     std::vector<SweepEntry>& entries;
-    PollMeter& poll;
+    WorkPoll& poll;
     std::vector<Range> ranges;
     int mostDivisions;
 };
 
 } // namespace
 
-std::vector<int> sweepOrder(const std::vector<float>& keys, PollMeter& poll) {
+std::vector<int> sweepOrder(const std::vector<float>& keys, WorkPoll& poll) {
     std::vector<SweepEntry> entries;
     entries.reserve(keys.size());
     for (const float key : keys)
@@ -91,6 +92,6 @@ std::vector<int> sweepOrder(const std::vector<float>& keys, PollMeter& poll) {
 }
 
 std::vector<int> sweepOrder(const std::vector<float>& keys) {
-    PollMeter poll;
+    WorkPoll poll;
     return sweepOrder(keys, poll);
 }

@@ -10,7 +10,7 @@
 #define KIVRENDER_VECTOR_SWEEPORDER_H
 
 #include "kivrender/platform/kivexport.h"
-#include "kivrender/vector/pollmeter.h"
+#include "kivrender/vector/workpoll.h"
 
 #include <vector>
 
@@ -18,6 +18,6 @@
 // greater than any key, and not comparable among themselves.
 KIV_API std::vector<int> sweepOrder(const std::vector<float>& keys);
 // The same; after a cancel, which the meter tells, the order is of no use, but still has each index once.
-KIV_API std::vector<int> sweepOrder(const std::vector<float>& keys, PollMeter& poll);
+KIV_API std::vector<int> sweepOrder(const std::vector<float>& keys, WorkPoll& poll);
 
 #endif

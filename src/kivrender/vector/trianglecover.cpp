@@ -1,7 +1,7 @@
 #include "kivrender/vector/trianglecover.h"
 
 #include "kivrender/vector/feedbackvector.h"
-#include "kivrender/vector/pollmeter.h"
+#include "kivrender/vector/workpoll.h"
 
 #include <cmath>
 
@@ -31,13 +31,13 @@ bool TriangleCover::hasSameArea(std::span<SweepTriangle* const> triangles, std::
 }
 
 bool TriangleCover::appendCopies(std::span<SweepTriangle* const> triangles, FeedbackPrimitiveList& list,
-                                 PollMeter& poll) {
+                                 WorkPoll& poll) {
     for (const SweepTriangle* triangle : triangles) {
         auto* const copy = new FeedbackPrimitive;
         list.push_back(copy);
         copy->vertices.assign(triangle->vertices, triangle->vertices + 3);
         copy->vertexCount = 3;
-        if (poll.isCancelledAfter(10))
+        if (poll.isCancelled(100))
             return false;
     }
     return true;

@@ -8,7 +8,7 @@
 
 #include <span>
 
-class PollMeter;
+class WorkPoll;
 
 namespace TriangleCover {
 
@@ -18,7 +18,7 @@ KIV_API bool hasSameArea(std::span<SweepTriangle* const> triangles, std::span<Fe
 
 // Appends copies of the triangles, with the attributes of new primitives but for the vertex count. False when the user
 // has cancelled.
-KIV_API bool appendCopies(std::span<SweepTriangle* const> triangles, FeedbackPrimitiveList& list, PollMeter& poll);
+KIV_API bool appendCopies(std::span<SweepTriangle* const> triangles, FeedbackPrimitiveList& list, WorkPoll& poll);
 
 } // namespace TriangleCover
 

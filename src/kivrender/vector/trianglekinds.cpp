@@ -74,7 +74,7 @@ void collect(int attributes, const std::array<double, 4>& colour, const Feedback
 TriangleKinds::TriangleKinds(const std::vector<SweepTriangle*>& sweep, const FeedbackPrimitiveList& primitives)
     : triangles(sweep), painted(primitives) {}
 
-bool TriangleKinds::compute(PollMeter& poll) {
+bool TriangleKinds::compute(WorkPoll& poll) {
     AttributeSets sets;
     std::vector<std::uint64_t> own;
     kinds.reserve(triangles.size());
@@ -92,7 +92,7 @@ bool TriangleKinds::compute(PollMeter& poll) {
                               std::all_of(kind.colour.begin(), kind.colour.end(),
                                           [](double component) { return std::isfinite(component); });
         keys.push_back(!isFinite ? alone : own.front() == alone ? alone + 1 : own.front());
-        if (poll.isCancelledAfter(30))
+        if (poll.isCancelled(300))
             return false;
     }
     return true;

@@ -5,7 +5,7 @@
 #include "kivrender/platform/kivexport.h"
 #include "kivrender/vector/feedbackplane.h"
 #include "kivrender/vector/feedbackprimitive.h"
-#include "kivrender/vector/pollmeter.h"
+#include "kivrender/vector/workpoll.h"
 
 #include <array>
 #include <cstdint>
@@ -19,7 +19,7 @@ public:
     TriangleKinds(const std::vector<SweepTriangle*>& sweep, const FeedbackPrimitiveList& primitives);
 
     // Must come first, and once. False when the user has cancelled.
-    bool compute(PollMeter& poll);
+    bool compute(WorkPoll& poll);
 
     // False for a triangle that no other can join and that can join none, such as one too thin to have a plane.
     bool canMerge(int triangle) const {

@@ -9,7 +9,7 @@
 // Work is counted in units of about a nanosecond of a slow processor.
 class WorkPoll {
 public:
-    static constexpr std::size_t workBetween = 4000000;
+    static constexpr std::size_t workBetween = 2000000;
 
     // Notes work that is about to be done. True once the user has cancelled, without another question from then on.
     bool isCancelled(std::size_t work) {
@@ -18,6 +18,10 @@ public:
             done = 0;
             cancelled = kivIsCancelled();
         }
+        return cancelled;
+    }
+    // As the last answer was.
+    bool isCancelled() const {
         return cancelled;
     }
 

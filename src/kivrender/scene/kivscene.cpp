@@ -190,55 +190,108 @@ void KivScene::orderTrianglesVectorial(const KivCamera& camera) {
     orderTriangles(camera, false);
 }
 
-void KivScene::orderTriangles(const KivCamera& camera, bool transparentOnly) {
-    constexpr unsigned int trianglesPerPoll = 16384;
-    constexpr std::size_t entriesPerPoll = 65536;
-    const Kiv3DPoint eye = camera.getLocation();
-    // Each distance is computed once, however often the triangle is compared.
-    const auto entryOf = [&](const KivMesh& mesh, meshTriangle record) {
-        const Kiv3DPoint middle = mesh.getTriangleBaricentre(static_cast<unsigned int>(record.triangle));
-        return KivTriangleOrder::Entry{middle.squaredDistanceTo(eye), record};
+namespace {
+
+// The triangles of a scene with their distances from an eye. Each distance is computed once, however often the triangle
+// is compared.
+class TriangleEntries {
+public:
+    using Entry = KivTriangleOrder::Entry;
+    using Record = KivScene::meshTriangle;
+
+    TriangleEntries(const KivScene& theScene, const Kiv3DPoint& theEye) : scene(theScene), eye(theEye) {}
+
+    // Both false after a cancel.
+    bool add(std::size_t expected, bool transparentOnly);
+    // Those of the records whose triangles are there, in their order.
+    bool lookUp(const std::vector<Record>& records, std::vector<Entry>& list) const;
+
+    std::vector<Entry> added;
+
+private:
+    static constexpr std::size_t trianglesPerPoll = 16384;
+    static constexpr std::size_t notAdded = ~std::size_t{0};
+
+    struct Mesh {
+        const KivMesh* mesh;
+        unsigned int count;
+        std::size_t first; // of its triangles among those added
     };
 
-    std::vector<KivTriangleOrder::Entry> added;
-    added.reserve(totalTriangles);
-    constexpr std::size_t notAdded = ~std::size_t{0};
-    std::vector<std::size_t> firstOfMesh(meshes.size(), notAdded);
-    for (unsigned int i = 0; i < numMeshes(); ++i) {
-        const KivMesh* mesh = getMesh(i);
+    Entry entryOf(const KivMesh& mesh, const Record& record) const {
+        const Kiv3DPoint middle = mesh.getTriangleBaricentre(static_cast<unsigned int>(record.triangle));
+        return {middle.squaredDistanceTo(eye), record};
+    }
+    const Mesh& meshOf(const Record& record) const {
+        return meshes[static_cast<std::size_t>(record.mesh)];
+    }
+    // The mesh may have been removed since, and one with fewer triangles have its number now.
+    bool isThere(const Record& record) const {
+        return static_cast<std::size_t>(record.mesh) < meshes.size() &&
+               static_cast<unsigned int>(record.triangle) < meshOf(record).count;
+    }
+    const Entry* addedOf(const Record& record) const {
+        const std::size_t first = meshOf(record).first;
+        return first != notAdded ? &added[first + static_cast<unsigned int>(record.triangle)] : nullptr;
+    }
+
+    const KivScene& scene;
+    Kiv3DPoint eye;
+    std::vector<Mesh> meshes;
+};
+
+bool TriangleEntries::add(std::size_t expected, bool transparentOnly) {
+    added.reserve(expected);
+    meshes.reserve(scene.numMeshes());
+    for (unsigned int i = 0; i < scene.numMeshes(); ++i) {
+        const KivMesh* mesh = scene.getMesh(i);
+        meshes.push_back({mesh, mesh != nullptr ? mesh->getNumTriangles() : 0, notAdded});
         if (mesh == nullptr || (transparentOnly && !(mesh->getMaterial()->getTransparency() < 1.0))) {
             continue;
         }
-        firstOfMesh[i] = added.size();
-        const unsigned int count = mesh->getNumTriangles();
-        for (unsigned int t = 0; t < count; ++t) {
+        meshes.back().first = added.size();
+        for (unsigned int t = 0; t < meshes.back().count; ++t) {
             if (t % trianglesPerPoll == trianglesPerPoll - 1 && kivIsCancelled()) {
-                return;
+                return false;
             }
             added.push_back(entryOf(*mesh, {static_cast<int>(i), static_cast<int>(t)}));
         }
     }
+    return true;
+}
 
-    // What the list holds already is looked up among the new entries where it can be: in the order of the list,
-    // triangles and vertices lie far apart in memory.
-    std::vector<KivTriangleOrder::Entry> list;
-    list.reserve(orderedTriangles.size());
-    for (std::size_t i = 0; i < orderedTriangles.size(); ++i) {
+// Looked up among the new entries where they can be: in the order of the list, triangles and vertices lie far apart in
+// memory, and so do the entries, which are fetched ahead of their use.
+bool TriangleEntries::lookUp(const std::vector<Record>& records, std::vector<Entry>& list) const {
+    constexpr std::size_t ahead = 32;
+    list.reserve(records.size());
+    for (std::size_t i = 0; i < records.size(); ++i) {
         if (i % trianglesPerPoll == trianglesPerPoll - 1 && kivIsCancelled()) {
-            return;
+            return false;
         }
-        const meshTriangle record = orderedTriangles[i];
-        // The mesh may have been removed since, and one with fewer triangles have its number now.
-        const KivMesh* mesh = getMesh(static_cast<unsigned int>(record.mesh));
-        const auto triangle = static_cast<unsigned int>(record.triangle);
-        if (mesh == nullptr || triangle >= mesh->getNumTriangles()) {
-            continue;
+        if (i + ahead < records.size() && isThere(records[i + ahead])) {
+            __builtin_prefetch(addedOf(records[i + ahead]));
         }
-        const std::size_t first = firstOfMesh[static_cast<std::size_t>(record.mesh)];
-        list.push_back(first != notAdded ? added[first + triangle] : entryOf(*mesh, record));
+        const Record record = records[i];
+        if (isThere(record)) {
+            const Entry* const known = addedOf(record);
+            list.push_back(known != nullptr ? *known : entryOf(*meshOf(record).mesh, record));
+        }
+    }
+    return true;
+}
+
+} // namespace
+
+void KivScene::orderTriangles(const KivCamera& camera, bool transparentOnly) {
+    constexpr std::size_t entriesPerPoll = 65536;
+    TriangleEntries entries(*this, camera.getLocation());
+    std::vector<KivTriangleOrder::Entry> list;
+    if (!entries.add(totalTriangles, transparentOnly) || !entries.lookUp(orderedTriangles, list)) {
+        return;
     }
     const bool areAllThere = list.size() == orderedTriangles.size();
-    if ((added.empty() && areAllThere) || !KivTriangleOrder::insertAll(list, std::move(added))) {
+    if ((entries.added.empty() && areAllThere) || !KivTriangleOrder::insertAll(list, std::move(entries.added))) {
         return;
     }
     std::vector<meshTriangle> ordered;

@@ -5,8 +5,12 @@
 #include <algorithm>
 #include <bit>
 #include <cmath>
+#include <cstddef>
 #include <cstdint>
 #include <iterator>
+#include <limits>
+#include <memory>
+#include <optional>
 #include <span>
 #include <utility>
 
@@ -23,16 +27,32 @@ std::uint64_t keyOf(const Entry& entry) {
     return ~std::bit_cast<std::uint64_t>(entry.distance);
 }
 
+// The least and the largest key of a range.
+struct KeyRange {
+    std::uint64_t least;
+    std::uint64_t largest;
+
+    explicit KeyRange(const Entry& first) : least(keyOf(first)), largest(least) {}
+    void widen(const Entry& entry) {
+        least = std::min(least, keyOf(entry));
+        largest = std::max(largest, keyOf(entry));
+    }
+};
+
 // A stable sort by key in a number of steps that does not grow with the logarithm of the count. Each step deals a range
 // out to buckets by the highest digit in which its keys differ, from one buffer to the other, until ranges are short;
 // from the second step on, all of a range is in the processor's cache.
 class BucketSort {
 public:
-    explicit BucketSort(std::vector<Entry>& entries) : values(entries), scratch(entries.size()) {}
+    // There is one entry at least.
+    BucketSort(std::vector<Entry>& entries, const KeyRange& range)
+        : values(entries), keys(range),
+          memory(std::make_unique_for_overwrite<std::byte[]>(entries.size() * sizeof(Entry))),
+          scratch(reinterpret_cast<Entry*>(memory.get())) {}
 
     // False after a cancel, with the entries in any order.
     bool sort() {
-        return values.empty() || sort(values.data(), scratch.data(), values.size());
+        return sort(values.data(), scratch, values.size(), keys);
     }
 
 private:
@@ -42,18 +62,18 @@ private:
     static constexpr std::size_t manyEntries = std::size_t{1} << 17;
     static constexpr int digitBitsOfMany = 8;
 
-    // The range begins at `from`, in either buffer; `other` is its place in the other one.
     bool sort(Entry* from, Entry* other, std::size_t count) {
-        std::uint64_t least = keyOf(*from);
-        std::uint64_t largest = least;
-        const auto widen = [&](const Entry& entry) {
-            least = std::min(least, keyOf(entry));
-            largest = std::max(largest, keyOf(entry));
-        };
-        if (count > fewEntries && !forEach(from, count, widen)) {
+        KeyRange range(*from);
+        if (count > fewEntries && !forEach(from, count, [&](const Entry& entry) { range.widen(entry); })) {
             return false;
         }
-        if (least == largest) {
+        return sort(from, other, count, range);
+    }
+
+    // The range begins at `from`, in either buffer; `other` is its place in the other one. What is short needs no keys.
+    bool sort(Entry* from, Entry* other, std::size_t count, const KeyRange& range) {
+        const auto [least, largest] = range;
+        if (count <= fewEntries || least == largest) {
             finish(from, other, count);
             return true;
         }
@@ -124,7 +144,10 @@ private:
     }
 
     std::vector<Entry>& values;
-    std::vector<Entry> scratch;
+    KeyRange keys;
+    // Not filled beforehand: each step writes a place before it reads it.
+    std::unique_ptr<std::byte[]> memory;
+    Entry* scratch;
     std::size_t sincePoll = 0;
 };
 
@@ -134,13 +157,40 @@ bool KivTriangleOrder::isMoreTriangles(const Entry& a, const Entry& b) {
     return a.distance > b.distance;
 }
 
+namespace {
+
+// Whether all distances are numbers, each no larger than the one before it.
+bool isInOrder(const std::vector<Entry>& list) {
+    double last = std::numeric_limits<double>::infinity();
+    return std::ranges::all_of(
+        list, [&last](const Entry& entry) { return entry.distance <= std::exchange(last, entry.distance); });
+}
+
+// The keys of distances that are all numbers, or nothing.
+std::optional<KeyRange> keysOf(const std::vector<Entry>& entries) {
+    KeyRange keys(entries.front());
+    bool isNumber = true;
+    for (const Entry& entry : entries) {
+        isNumber = isNumber && !std::isnan(entry.distance);
+        keys.widen(entry);
+    }
+    return isNumber ? std::optional(keys) : std::nullopt;
+}
+
+} // namespace
+
 bool KivTriangleOrder::insertAll(std::vector<Entry>& list, std::vector<Entry>&& added) {
-    const auto isNumber = [](const Entry& entry) { return !std::isnan(entry.distance); };
-    if (!std::ranges::all_of(list, isNumber) || !std::ranges::all_of(added, isNumber) ||
-        !std::ranges::is_sorted(list, isMoreTriangles)) {
+    if (!isInOrder(list)) {
         return insertOneByOne(list, added);
     }
-    if (!BucketSort(added).sort()) {
+    if (added.empty()) {
+        return true;
+    }
+    const std::optional<KeyRange> keys = keysOf(added);
+    if (!keys) {
+        return insertOneByOne(list, added);
+    }
+    if (!BucketSort(added, *keys).sort()) {
         return false;
     }
     if (list.empty()) {

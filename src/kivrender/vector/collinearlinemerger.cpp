@@ -6,6 +6,8 @@
 #include "kivrender/vector/prefetch.h"
 #include "kivrender/vector/workpoll.h"
 
+#include <algorithm>
+#include <array>
 #include <functional>
 #include <map>
 #include <queue>
@@ -54,9 +56,13 @@ public:
             if (poll.isCancelled(100))
                 return;
         }
+        LineIndex::Keys keys;
         for (int slot = 0; slot < size(); ++slot) {
-            if (slot + ahead < size())
-                partners.prefetchOwn(entry(slot + ahead).shape, entry(slot + ahead).group);
+            constexpr int ahead = 8;
+            if (slot + ahead < size()) {
+                partners.keysOf(entry(slot + ahead).shape, entry(slot + ahead).group, keys);
+                partners.prefetchPlaces(keys);
+            }
             partners.insert(slot, entry(slot).shape, entry(slot).group);
             if (poll.isCancelled(300))
                 return;
@@ -66,11 +72,7 @@ public:
     // Merges the first pair. False when there is none, or when the user has cancelled.
     bool mergeNext(CollinearLineMerger& merger) {
         for (int slot = firstUnsettled(); slot < size() && !kivIsCancelled(); slot = firstUnsettled()) {
-            if (slot + ahead < size()) {
-                const Entry& soon = entry(slot + ahead);
-                partners.prefetchAround(soon.shape, soon.group);
-                settled.prefetchOwn(soon.shape, soon.group);
-            }
+            prepareFront();
             const LineShape& shape = entry(slot).shape;
             const int partner = partners.firstWhere(shape, entry(slot).group, slot + 1, size(), [&](int other) {
                 return entry(other).group == entry(slot).group &&
@@ -97,6 +99,58 @@ private:
     }
     Entry& entry(int slot) {
         return entries[static_cast<std::size_t>(slot)];
+    }
+
+    // The keys of lines that are looked at soon, in a ring.
+    class Soon {
+    public:
+        LineIndex::Keys& of(int slot) {
+            return keys[static_cast<std::size_t>(slot) % keys.size()];
+        }
+
+    private:
+        std::array<LineIndex::Keys, 16> keys;
+    };
+    // How many slots before its turn each step of preparing a line is made. A look-up goes through memory from place to
+    // place (the table, a set, its members, lines), each of which is found in the one before.
+    static constexpr int stepLength = 4;
+    static constexpr int stepsAhead = 3 * stepLength;
+
+    // Fetches ahead what the query of the slots in front needs.
+    void prepareFront() {
+        for (; prepared < std::min(fresh + stepsAhead, size()); ++prepared) {
+            const Entry& soon = entry(prepared);
+            partners.keysAround(soon.shape, soon.group, front.of(prepared));
+            partners.prefetchPlaces(front.of(prepared));
+            // Where it is entered itself, and looked for again when it has grown; nearly all keys are the same.
+            settled.prefetchPlaces(front.of(prepared));
+            prefetch(lines[static_cast<std::size_t>(prepared)]);
+            if (const int slot = prepared - stepLength; slot >= 0) {
+                partners.prefetchSets(front.of(slot));
+                prefetch(lines[static_cast<std::size_t>(slot)]->vertices.data());
+            }
+            if (const int slot = prepared - 3 * stepLength / 2; slot >= 0)
+                partners.prefetchMembers(front.of(slot));
+            if (const int slot = prepared - 2 * stepLength; slot >= 0)
+                partners.forEachSoon(front.of(slot), slot + 1, [&](int other) { prefetchEntry(other); });
+            if (const int slot = prepared - 5 * stepLength / 2; slot >= 0)
+                partners.forEachSoon(front.of(slot), slot + 1,
+                                     [&](int other) { prefetch(lines[static_cast<std::size_t>(other)]); });
+        }
+    }
+    // The same for what it takes to withdraw the last lines: each merge moves one of them.
+    void prepareBack() {
+        if (const int slot = size() - 1 - stepsAhead; slot >= 0) {
+            partners.keysOf(entry(slot).shape, entry(slot).group, back.of(slot));
+            partners.prefetchPlaces(back.of(slot));
+        }
+        partners.prefetchSets(back.of(std::max(size() - 1 - stepsAhead + stepLength, 0)));
+        partners.prefetchMembers(back.of(std::max(size() - 1 - stepLength, 0)));
+    }
+    void prefetchEntry(int slot) {
+        prefetch(&entry(slot).shape);
+        prefetch(&entry(slot).isSettled);
+        prefetch(&lines[static_cast<std::size_t>(slot)]);
     }
 
     // The smallest unsettled slot, or one behind all.
@@ -149,6 +203,7 @@ private:
     }
 
     void replace(int first, int second, CollinearLineMerger& merger) {
+        prepareBack();
         withdraw(first);
         withdraw(second);
         const int group = entry(first).group;
@@ -186,8 +241,9 @@ private:
     std::vector<Entry> entries; // parallel to lines
     LineIndex partners;
     LineIndex settled;
-    // How many slots before its turn a line is prepared for.
-    static constexpr int ahead = 8;
+    Soon front;
+    Soon back;
+    int prepared = 0; // the first slot that is not
     // The slots before this one that are not settled are in the queue, which may also name slots that are settled or
     // gone.
     int fresh = 0;

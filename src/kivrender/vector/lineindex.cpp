@@ -161,27 +161,36 @@ private:
 
 LineIndex::LineIndex(Role lines, std::size_t numLines) : role(lines), buckets(numLines) {}
 
-void LineIndex::prefetchOwn(const LineShape& shape, int group) const {
-    if (!canMerge(shape))
-        return;
-    ownKeys.clear();
-    collectOwnKeys(shape, group);
-    for (const std::uint64_t key : ownKeys)
+void LineIndex::keysOf(const LineShape& shape, int group, Keys& keys) const {
+    keys.clear();
+    if (canMerge(shape))
+        collectOwnKeys(shape, group, keys);
+}
+
+void LineIndex::keysAround(const LineShape& shape, int group, Keys& keys) const {
+    keys.clear();
+    collectQueryKeys(shape, group, keys);
+}
+
+void LineIndex::prefetchPlaces(const Keys& keys) const {
+    for (const std::uint64_t key : keys)
         buckets.prefetchKey(key);
 }
 
-void LineIndex::prefetchAround(const LineShape& shape, int group) const {
-    queryKeys.clear();
-    collectQueryKeys(shape, group);
-    for (const std::uint64_t key : queryKeys)
-        buckets.prefetchKey(key);
+void LineIndex::prefetchSets(const Keys& keys) const {
+    for (const std::uint64_t key : keys)
+        buckets.prefetchSet(key);
+}
+
+void LineIndex::prefetchMembers(const Keys& keys) const {
+    for (const std::uint64_t key : keys)
+        buckets.prefetchMembers(key);
 }
 
 void LineIndex::insert(int slot, const LineShape& shape, int group) {
     if (!canMerge(shape))
         return;
-    ownKeys.clear();
-    collectOwnKeys(shape, group);
+    keysOf(shape, group, ownKeys);
     for (const std::uint64_t key : ownKeys)
         buckets.insert(key, slot);
     count(shape, 1);
@@ -190,8 +199,7 @@ void LineIndex::insert(int slot, const LineShape& shape, int group) {
 void LineIndex::erase(int slot, const LineShape& shape, int group) {
     if (!canMerge(shape))
         return;
-    ownKeys.clear();
-    collectOwnKeys(shape, group);
+    keysOf(shape, group, ownKeys);
     for (const std::uint64_t key : ownKeys)
         buckets.erase(key, slot);
     count(shape, -1);
@@ -206,43 +214,43 @@ void LineIndex::count(const LineShape& shape, int change) {
 }
 
 // The keys under which a line is stored.
-void LineIndex::collectOwnKeys(const LineShape& shape, int group) const {
+void LineIndex::collectOwnKeys(const LineShape& shape, int group, Keys& keys) const {
     const bool mayCross = isScaledWithin(shape, crossLimit);
     const FeedbackVertex& start = shape.start;
     if (role == Role::Second) {
         if (isScaledWithin(shape, pointPartnerLimit))
-            ownKeys.push_back(keyOf(KeyKind::PointPartner, group));
+            keys.push_back(keyOf(KeyKind::PointPartner, group));
         if (mayCross) {
-            ownKeys.push_back(keyOf(KeyKind::CrossX, group, {std::floor(start.x / crossCell)}));
-            ownKeys.push_back(keyOf(KeyKind::CrossY, group, {std::floor(start.y / crossCell)}));
+            keys.push_back(keyOf(KeyKind::CrossX, group, {std::floor(start.x / crossCell)}));
+            keys.push_back(keyOf(KeyKind::CrossY, group, {std::floor(start.y / crossCell)}));
         }
     } else if (shape.isPoint()) {
-        ownKeys.push_back(keyOf(KeyKind::PointRow, group));
+        keys.push_back(keyOf(KeyKind::PointRow, group));
         return;
     } else if (mayCross) {
         if (FeedbackVector2::isTiny(shape.along.y))
-            ownKeys.push_back(keyOf(KeyKind::CrossX, group, {std::floor(start.x / crossCell)}));
+            keys.push_back(keyOf(KeyKind::CrossX, group, {std::floor(start.x / crossCell)}));
         if (FeedbackVector2::isTiny(shape.along.x))
-            ownKeys.push_back(keyOf(KeyKind::CrossY, group, {std::floor(start.y / crossCell)}));
+            keys.push_back(keyOf(KeyKind::CrossY, group, {std::floor(start.y / crossCell)}));
     }
-    ownKeys.push_back(StoredPlace(shape).key(group));
+    keys.push_back(StoredPlace(shape).key(group));
 }
 
 // The keys under which lines may be stored that merge with the shape.
-void LineIndex::collectQueryKeys(const LineShape& shape, int group) const {
+void LineIndex::collectQueryKeys(const LineShape& shape, int group, Keys& keys) const {
     if (!canMerge(shape))
         return;
     const bool isFirst = role == Role::Second;
     if (isFirst && shape.isPoint()) {
-        queryKeys.push_back(keyOf(KeyKind::PointPartner, group));
+        keys.push_back(keyOf(KeyKind::PointPartner, group));
         return;
     }
     if (!isFirst && isScaledWithin(shape, pointPartnerLimit))
-        queryKeys.push_back(keyOf(KeyKind::PointRow, group));
+        keys.push_back(keyOf(KeyKind::PointRow, group));
     if (isScaledWithin(shape, crossLimit)) {
         const auto collect = [&](KeyKind kind, double place) {
             forEachCell(place - crossReach, place + crossReach, crossCell,
-                        [&](double cell) { queryKeys.push_back(keyOf(kind, group, {cell})); });
+                        [&](double cell) { keys.push_back(keyOf(kind, group, {cell})); });
         };
         if (!isFirst || FeedbackVector2::isTiny(shape.along.y))
             collect(KeyKind::CrossX, shape.start.x);
@@ -250,15 +258,15 @@ void LineIndex::collectQueryKeys(const LineShape& shape, int group) const {
             collect(KeyKind::CrossY, shape.start.y);
     }
     if (farPopulation > 0)
-        queryKeys.push_back(keyOf(KeyKind::Far, group));
+        keys.push_back(keyOf(KeyKind::Far, group));
     const double squared = squaredLength(shape);
     if (squared - squaredLengthTolerance < longSquaredLength)
-        collectShortKeys(shape, group);
+        collectShortKeys(shape, group, keys);
     if (squared + squaredLengthTolerance >= longSquaredLength)
-        collectLongKeys(shape, group);
+        collectLongKeys(shape, group, keys);
 }
 
-void LineIndex::collectShortKeys(const LineShape& shape, int group) const {
+void LineIndex::collectShortKeys(const LineShape& shape, int group, Keys& keys) const {
     const double squared = squaredLength(shape);
     const double length = std::sqrt(squared);
     const double longest = std::sqrt(squared + squaredLengthTolerance);
@@ -271,13 +279,13 @@ void LineIndex::collectShortKeys(const LineShape& shape, int group) const {
         const double reach = 0.5001 * (length + std::min(longest, shortLengths[level])) + 2e-6 + 1e-4 * width;
         forEachCell(place.x - reach, place.x + reach, width, [&](double x) {
             forEachCell(place.y - reach, place.y + reach, width, [&](double y) {
-                queryKeys.push_back(keyOf(KeyKind::Short, group, {static_cast<double>(level), x, y}));
+                keys.push_back(keyOf(KeyKind::Short, group, {static_cast<double>(level), x, y}));
             });
         });
     }
 }
 
-void LineIndex::collectLongKeys(const LineShape& shape, int group) const {
+void LineIndex::collectLongKeys(const LineShape& shape, int group, Keys& keys) {
     const double squared = squaredLength(shape);
     const double length = std::sqrt(squared);
     const double reach = 0.5001 * (length + std::sqrt(squared + squaredLengthTolerance)) + 2e-6;
@@ -294,7 +302,7 @@ void LineIndex::collectLongKeys(const LineShape& shape, int group) const {
         const double off = frame.off(place);
         forEachCell(along - reach - slack, along + reach + slack, frame.widthAlong, [&](double cellAlong) {
             forEachCell(off - reachOff, off + reachOff, frame.widthOff,
-                        [&](double cellOff) { queryKeys.push_back(frame.key(group, cellAlong, cellOff)); });
+                        [&](double cellOff) { keys.push_back(frame.key(group, cellAlong, cellOff)); });
         });
     };
     const auto collectSense = [&](const FeedbackVector2& scaled) {

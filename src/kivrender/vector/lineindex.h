@@ -29,8 +29,8 @@ public:
     template <class Test>
     int firstWhere(const LineShape& shape, int group, int first, int end, const Test& test) const {
         int best = end;
-        queryKeys.clear();
-        collectQueryKeys(shape, group);
+        keysAround(shape, group, queryKeys);
+        prefetchPlaces(queryKeys); // all at once, not each after the other
         for (const std::uint64_t key : queryKeys)
             best = buckets.firstWhere(key, first, best, test);
         return best;
@@ -38,8 +38,8 @@ public:
 
     // Calls visit for every slot that could merge with the shape; a slot may come twice.
     template <class Visit> void forEach(const LineShape& shape, int group, const Visit& visit) const {
-        queryKeys.clear();
-        collectQueryKeys(shape, group);
+        keysAround(shape, group, queryKeys);
+        prefetchPlaces(queryKeys); // all at once, not each after the other
         for (const std::uint64_t key : queryKeys) {
             buckets.firstWhere(key, 0, INT32_MAX, [&](int slot) {
                 visit(slot);
@@ -48,16 +48,34 @@ public:
         }
     }
 
-    // Has at hand what is needed soon to insert a line, or to look for what merges with it.
-    void prefetchOwn(const LineShape& shape, int group) const;
-    void prefetchAround(const LineShape& shape, int group) const;
+    // The keys under which a line is stored, and those under which lines may be that merge with it. Later changes of
+    // the index can make them out of date, which does no harm where they are used to prefetch.
+    using Keys = std::vector<std::uint64_t>;
+    void keysOf(const LineShape& shape, int group, Keys& keys) const;
+    void keysAround(const LineShape& shape, int group, Keys& keys) const;
+
+    // Has at hand what is needed soon of these keys, one step after the other: each needs what the one before brought.
+    void prefetchPlaces(const Keys& keys) const;
+    void prefetchSets(const Keys& keys) const;
+    void prefetchMembers(const Keys& keys) const;
+    // Calls visit for the first slots behind `first` that the keys name.
+    template <class Visit> void forEachSoon(const Keys& keys, int first, const Visit& visit) const {
+        constexpr int few = 3;
+        for (const std::uint64_t key : keys) {
+            int visited = 0;
+            buckets.firstWhere(key, first, INT32_MAX, [&](int slot) {
+                visit(slot);
+                return ++visited == few;
+            });
+        }
+    }
 
 private:
     void count(const LineShape& shape, int change);
-    void collectOwnKeys(const LineShape& shape, int group) const;
-    void collectQueryKeys(const LineShape& shape, int group) const;
-    void collectLongKeys(const LineShape& shape, int group) const;
-    void collectShortKeys(const LineShape& shape, int group) const;
+    void collectOwnKeys(const LineShape& shape, int group, Keys& keys) const;
+    void collectQueryKeys(const LineShape& shape, int group, Keys& keys) const;
+    static void collectLongKeys(const LineShape& shape, int group, Keys& keys);
+    void collectShortKeys(const LineShape& shape, int group, Keys& keys) const;
 
     static constexpr int numShortLevels = 4;
 
@@ -67,8 +85,8 @@ private:
     int shortPopulation[numShortLevels] = {};
     int farPopulation = 0;
     // Kept between calls for their memory alone.
-    mutable std::vector<std::uint64_t> ownKeys;
-    mutable std::vector<std::uint64_t> queryKeys;
+    mutable Keys ownKeys;
+    mutable Keys queryKeys;
 };
 
 #endif

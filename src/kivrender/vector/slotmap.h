@@ -63,8 +63,17 @@ public:
         }
         return end;
     }
+    // Has at hand what a look-up needs, one step after the other: each needs what the one before has brought.
     void prefetchKey(std::uint64_t key) const {
         prefetch(&table[key & (table.size() - 1)]);
+    }
+    void prefetchSet(std::uint64_t key) const {
+        if (const SlotSet* set = likelySet(key))
+            prefetch(set);
+    }
+    void prefetchMembers(std::uint64_t key) const {
+        if (const SlotSet* set = likelySet(key))
+            set->prefetchMembers();
     }
 
 private:
@@ -90,6 +99,11 @@ private:
     }
     const SlotSet& setOf(const Entry& entry) const {
         return sets[static_cast<std::size_t>(none - 1 - entry.first)];
+    }
+    // The set of the key if the key stands where most do.
+    const SlotSet* likelySet(std::uint64_t key) const {
+        const Entry& entry = table[key & (table.size() - 1)];
+        return entry.key == key && entry.first < none && entry.first != vacant ? &setOf(entry) : nullptr;
     }
     // Keys that have lost their slots stay behind.
     void grow() {

@@ -3,6 +3,8 @@
 #ifndef KIVRENDER_VECTOR_SLOTSET_H
 #define KIVRENDER_VECTOR_SLOTSET_H
 
+#include "kivrender/vector/prefetch.h"
+
 #include <algorithm>
 #include <memory>
 #include <set>
@@ -34,6 +36,10 @@ public:
     template <class Test> int firstWhere(int first, int end, const Test& test) const {
         return large ? firstWhere(large->lower_bound(first), large->end(), end, test)
                      : firstWhere(std::lower_bound(small.begin(), small.end(), first), small.end(), end, test);
+    }
+
+    void prefetchMembers() const {
+        prefetch(small.data());
     }
 
 private:

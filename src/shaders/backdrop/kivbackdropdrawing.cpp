@@ -23,17 +23,35 @@ void addCorner(double x, double y) {
     glVertex3d(x, y, -1.0);
 }
 
+// Corners that are drawn from an array. What a vector page records is drawn so: each buffer of vertices that glBegin
+// fills while feedback is recorded stays in the memory of Mesa's software driver for good (seen with 22.3).
+class Corners {
+public:
+    // At the far end of the depth range, too.
+    void add(double x, double y) {
+        places.insert(places.end(), {static_cast<GLfloat>(x), static_cast<GLfloat>(y), -1.0F});
+    }
+    void draw(GLenum mode) const {
+        glEnableClientState(GL_VERTEX_ARRAY);
+        glVertexPointer(3, GL_FLOAT, 0, places.data());
+        glDrawArrays(mode, 0, static_cast<GLsizei>(places.size() / 3));
+    }
+
+private:
+    std::vector<GLfloat> places;
+};
+
 struct Sheet {
     double width;
     double height;
 
     void area(double left, double bottom, double right, double top) const {
-        glBegin(GL_QUADS);
-        addCorner(left, bottom);
-        addCorner(right, bottom);
-        addCorner(right, top);
-        addCorner(left, top);
-        glEnd();
+        Corners corners;
+        corners.add(left, bottom);
+        corners.add(right, bottom);
+        corners.add(right, top);
+        corners.add(left, top);
+        corners.draw(GL_QUADS);
     }
 };
 
@@ -95,16 +113,16 @@ void drawColorSteps(const KivBackdropLook& look, const Sheet& sheet) {
             sheet.area(0.0, sheet.height * (1.0 - to), sheet.width, sheet.height * (1.0 - from));
             continue;
         }
-        glBegin(GL_QUADS);
+        Corners corners;
         for (int k = 0; k < sides; ++k) {
             const double a = 2.0 * std::numbers::pi * k / sides;
             const double b = 2.0 * std::numbers::pi * (k + 1) / sides;
-            addCorner(x + from * radius * std::cos(a), y + from * radius * std::sin(a));
-            addCorner(x + to * radius * std::cos(a), y + to * radius * std::sin(a));
-            addCorner(x + to * radius * std::cos(b), y + to * radius * std::sin(b));
-            addCorner(x + from * radius * std::cos(b), y + from * radius * std::sin(b));
+            corners.add(x + from * radius * std::cos(a), y + from * radius * std::sin(a));
+            corners.add(x + to * radius * std::cos(a), y + to * radius * std::sin(a));
+            corners.add(x + to * radius * std::cos(b), y + to * radius * std::sin(b));
+            corners.add(x + from * radius * std::cos(b), y + from * radius * std::sin(b));
         }
-        glEnd();
+        corners.draw(GL_QUADS);
     }
 }
 
@@ -129,19 +147,19 @@ void drawDots(const Sheet& sheet, double spacing, double radius) {
     const double rowHeight = spacing * std::numbers::sqrt3 / 2.0;
     const int rows = static_cast<int>(sheet.height / rowHeight) + 2;
     const int columns = static_cast<int>(sheet.width / spacing) + 2;
-    glBegin(GL_TRIANGLES);
+    Corners corners;
     for (int row = 0; row < rows; ++row) {
         for (int column = 0; column < columns; ++column) {
             const double x = (column + (row % 2 == 0 ? 0.0 : 0.5)) * spacing;
             const double y = row * rowHeight;
             for (int k = 1; k + 1 < sides; ++k) {
-                addCorner(x + ring[0], y + ring[1]);
-                addCorner(x + ring[2 * k], y + ring[2 * k + 1]);
-                addCorner(x + ring[2 * k + 2], y + ring[2 * k + 3]);
+                corners.add(x + ring[0], y + ring[1]);
+                corners.add(x + ring[2 * k], y + ring[2 * k + 1]);
+                corners.add(x + ring[2 * k + 2], y + ring[2 * k + 3]);
             }
         }
     }
-    glEnd();
+    corners.draw(GL_TRIANGLES);
 }
 
 void drawPattern(const KivBackdropLook& look, const Sheet& sheet, double pixel) {
@@ -245,6 +263,9 @@ void kivDrawBackdrop(const KivBackdropLook& look, tagSIZE size, double pixel, bo
     for (const GLenum what : {GL_LIGHTING, GL_TEXTURE_1D, GL_TEXTURE_2D, GL_BLEND, GL_CULL_FACE, GL_STENCIL_TEST,
                               GL_POLYGON_OFFSET_FILL, GL_FOG}) {
         glDisable(what);
+    }
+    for (const GLenum array : {GL_COLOR_ARRAY, GL_NORMAL_ARRAY, GL_TEXTURE_COORD_ARRAY}) {
+        glDisableClientState(array);
     }
     glEnable(GL_DEPTH_TEST);
     glDepthFunc(GL_LEQUAL);

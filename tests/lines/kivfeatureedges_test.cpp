@@ -5,7 +5,9 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
 #include <map>
+#include <numbers>
 #include <set>
 
 namespace {
@@ -232,6 +234,86 @@ TEST(KivFeatureCreases, KeepASmallPartOfItsOwn) {
     }
     const auto creases = kivFeatureCreases(both, kivFeatureWings(both), {});
     EXPECT_EQ(std::count(creases.begin(), creases.end(), true), 24);
+}
+
+namespace {
+
+// Creases of a piece that is 10 across: a chain of edges of that length one after the other, each turned against the
+// one before by the angle (degrees), each with a bend of its own. How many of them stay.
+std::size_t creasesLeft(double length, double turn, const std::vector<float>& bends) {
+    KivSurface piece;
+    piece.points = {{0, 0, 0}, {8, 0, 0}, {8, 6, 0}};
+    piece.triangles = {{0, 1, 2}};
+    std::vector<KivFeatureWing> wings;
+    KivVec at{4, 2, 0};
+    for (std::size_t i = 0; i <= bends.size(); ++i) {
+        const auto point = static_cast<std::uint32_t>(piece.points.size());
+        piece.points.push_back(at);
+        piece.triangles.push_back({0, 1, point});
+        // To one side and back, so that the chain goes on.
+        const double angle = (i % 2 != 0 ? -0.5 : 0.5) * turn * std::numbers::pi / 180.0;
+        at = at + KivVec{std::cos(angle), std::sin(angle), 0} * length;
+        if (i < bends.size()) {
+            KivFeatureWing wing;
+            wing.a = point;
+            wing.b = point + 1;
+            wing.left = 0;
+            wing.right = 1;
+            wing.bend = bends[i];
+            wings.push_back(wing);
+        }
+    }
+    KivFeatureRules rules;
+    rules.creaseAngle = 40.0;
+    rules.creaseLength = 0.05;
+    const std::vector<bool> creases = kivFeatureCreases(piece, wings, rules);
+    return static_cast<std::size_t>(std::count(creases.begin(), creases.end(), true));
+}
+
+} // namespace
+
+TEST(KivFeatureCreases, LeaveOutOneEdgeOrTwoThatBendOnlyJustEnough) {
+    EXPECT_EQ(creasesLeft(1.0, 0.0, {50}), 0U);
+    EXPECT_EQ(creasesLeft(1.0, 0.0, {50, 60}), 0U);
+    EXPECT_EQ(creasesLeft(1.0, 0.0, {50, 79}), 0U) << "64.5 in the mean";
+    EXPECT_EQ(creasesLeft(1.0, 0.0, {50, 81}), 2U) << "65.5";
+    EXPECT_EQ(creasesLeft(1.0, 0.0, {66}), 1U);
+    EXPECT_EQ(creasesLeft(0.9, 0.0, {50, 50, 50}), 3U) << "three are a line";
+    EXPECT_EQ(creasesLeft(2.9, 0.0, {50}), 0U);
+    EXPECT_EQ(creasesLeft(3.1, 0.0, {50}), 1U) << "what reaches over three tenths of its piece stays";
+}
+
+TEST(KivFeatureCreases, LeaveOutWhatWandersFromEdgeToEdge) {
+    const std::vector<float> weak(5, 50.0F);
+    EXPECT_EQ(creasesLeft(0.55, 32.0, weak), 0U);
+    EXPECT_EQ(creasesLeft(0.55, 28.0, weak), 5U) << "what bends gently runs on";
+    EXPECT_EQ(creasesLeft(0.55, 32.0, {50, 50, 50, 50}), 4U) << "four edges may turn";
+    EXPECT_EQ(creasesLeft(0.55, 32.0, std::vector<float>(5, 66.0F)), 5U) << "and so may strong bends";
+    EXPECT_EQ(creasesLeft(0.65, 32.0, weak), 5U) << "and what reaches over three tenths of its piece";
+}
+
+// Three triangles on one side of their edge: a fold by any two of them. Where surfaces meet is a crease from wherever
+// it is seen, so that the line does not change its kind as the view turns.
+TEST(KivFeatureEdges, AJunctionIsNoSilhouette) {
+    KivSurface fan;
+    fan.points = {{0, 0, 0}, {0, 1, 0}, {1, 0.5, 0.4}, {1, 0.5, -0.4}, {1, 0.5, 0}};
+    fan.triangles = {{0, 1, 2}, {0, 1, 3}, {1, 0, 4}};
+    const KivViewpoint view{false, {0.0, 0.0, 5.0}};
+    const auto kinds = [&](const KivFeatureRules& rules) {
+        std::vector<KivFeatureKind> found;
+        for (const KivFeatureEdge& edge : edgesOf(fan, view, rules)) {
+            if (edge.a == 0 && edge.b == 1) {
+                found.push_back(edge.kind);
+            }
+        }
+        return found;
+    };
+    EXPECT_EQ(kinds({}), std::vector{KivFeatureKind::crease});
+    KivFeatureRules rules;
+    rules.creases = false;
+    EXPECT_TRUE(kinds(rules).empty());
+    fan.triangles.pop_back();
+    EXPECT_EQ(kinds(rules), std::vector{KivFeatureKind::silhouette}) << "two of them are one";
 }
 
 TEST(KivFeatureEdges, ThreeTrianglesAtAnEdgeMakeALine) {

@@ -122,6 +122,33 @@ TEST_F(KivRendererRender, StepsOfListedShadersComeFromThem) {
     EXPECT_THAT(steps(L"base;nobody;;Test add-more;"), ElementsAre(7, 7));
 }
 
+// The passes over all meshes, ten without light and ten with their colours, move the bar mesh by mesh; of those under
+// each light only as many do that all lights together come to about ten.
+TEST_F(KivRendererRender, MeshesUnderSeveralLightsMoveTheBarOnceInAll) {
+    loadShaders();
+    setStyle(L"base", L"");
+    settings.setShadows(true);
+    for (const auto& [lights, moves] : {std::pair(1, 10 + 10 + 10), std::pair(2, 10 + 10 + 2 * 5),
+                                        std::pair(3, 10 + 10 + 3 * 3), std::pair(11, 10 + 10)}) {
+        scene.empty();
+        fillScene(scene, 10, lights, 0);
+        progress.calls.clear();
+        ASSERT_TRUE(render({20, 10}));
+        std::vector<int> ofSteps;
+        for (const std::string& call : progress.calls) {
+            if (call == "beginStep") {
+                ofSteps.push_back(0);
+            } else if (call.starts_with("advance") && !ofSteps.empty()) {
+                ++ofSteps.back();
+            }
+        }
+        ASSERT_GT(ofSteps.size(), 3U);
+        EXPECT_EQ(ofSteps[0], 10) << "depth";
+        EXPECT_EQ(ofSteps[1], 10 * lights) << "volumes";
+        EXPECT_EQ(ofSteps[2], moves) << lights;
+    }
+}
+
 class KivShaderFlush : public KivRendererRender {
 protected:
     KivShaderFlush() {

@@ -1,6 +1,7 @@
 #include "vector/vectortesting.h"
 
 #include "kivrender/vector/trianglekinds.h"
+#include "support/pollcounter.h"
 
 #include <algorithm>
 #include <cmath>
@@ -120,6 +121,30 @@ TEST(TriangleKinds, ATriangleWithoutPlaneOrColourIsAlone) {
         EXPECT_FALSE(kinds.belongs(each, each)) << each;
     }
     EXPECT_TRUE(kinds.kinds->canMerge(4));
+}
+
+// By cost, which the meter counts: about a millisecond between two polls.
+TEST(TriangleKinds, PollsByCostAndEndsAfterACancel) {
+    constexpr int count = 20000;
+    OwnedList list;
+    for (int i = 0; i < count; ++i)
+        list.push_back(triangle(vertex(1, 1), vertex(2, 1), vertex(1, 2)));
+    std::vector<std::unique_ptr<SweepTriangle>> owned;
+    std::vector<SweepTriangle*> sweep;
+    for (const FeedbackPrimitive* each : list)
+        sweep.push_back(owned.emplace_back(std::make_unique<SweepTriangle>(*each)).get());
+    PollCounter never;
+    {
+        const ScopedProgress scoped(never);
+        PollMeter meter;
+        EXPECT_TRUE(TriangleKinds(sweep, list).compute(meter));
+    }
+    EXPECT_GE(never.polls, count / 5000);
+    PollCounter second(2);
+    const ScopedProgress scoped(second);
+    PollMeter meter;
+    EXPECT_FALSE(TriangleKinds(sweep, list).compute(meter));
+    EXPECT_EQ(second.polls, 2) << "nothing is asked after that";
 }
 
 } // namespace

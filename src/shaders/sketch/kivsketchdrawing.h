@@ -27,6 +27,8 @@ protected:
     void drawPaths() const override;
 
 private:
+    friend struct KivTestAccess;
+
     // What lies below comes first.
     enum class Layer : std::uint8_t { hatching, hidden, lines };
     struct Batch {

@@ -1,0 +1,126 @@
+// From the file of a CAD program to the lines of a drawing, held to what the exact shape shows.
+#include "../../lines/linecameras.h"
+#include "../importtestfiles.h"
+#include "cadfiles.h"
+#include "import/kivmodelimport.h"
+#include "kivrender/geometry/kivsurface.h"
+#include "kivrender/lines/kivlineengine.h"
+#include "kivrender/platform/kivtext.h"
+#include "kivrender/scene/kivmesh.h"
+
+#include <cmath>
+#include <numbers>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using Kind = KivStrokeKind;
+
+constexpr double pixels = 4096.0;
+constexpr double halfWidth = 100.0; // units of the scene
+constexpr double perUnit = pixels / (2.0 * halfWidth);
+constexpr double elevation = 0.5; // radians, of the viewer above the horizon
+
+KivVec towardsViewer() {
+    constexpr double azimuth = 0.3;
+    return {std::cos(elevation) * std::cos(azimuth), std::cos(elevation) * std::sin(azimuth), std::sin(elevation)};
+}
+
+// Of one part that is written and read.
+KivModel modelOf(const TopoDS_Shape& shape) {
+    const TestFolder folder;
+    writeStep(folder.path("part.step"), documentOf(shape, "part"));
+    KivModelOptions options;
+    options.picturePixels = pixels;
+    KivModel model;
+    std::wstring message;
+    EXPECT_TRUE(kivImportModels({kivFromUtf8(folder.path("part.step"))}, options, model, message))
+        << kivToUtf8(message);
+    return model;
+}
+
+// In a parallel view from above the horizon.
+std::vector<KivFoundLine> linesOf(const KivModel& model, bool tangents = true) {
+    const KivCamera camera = lineCamera(KivCamera::orthographic, towardsViewer() * 1000.0, halfWidth, 1.0, 2000.0);
+    KivLineEngine engine(KivLineView(camera, pixels, pixels));
+    KivLineBody body;
+    body.surface = kivReadSurface(*model.scene->getMesh(0));
+    body.rules.features.tangents = tangents;
+    engine.add(std::move(body));
+    EXPECT_TRUE(engine.find());
+    return engine.lines();
+}
+
+double lengthOf(const KivFoundLine& line) {
+    double sum = 0.0;
+    for (std::size_t i = line.closed ? 0 : 1; i < line.picture.size(); ++i) {
+        const KivPicturePoint& from = line.picture[i == 0 ? line.picture.size() - 1 : i - 1];
+        sum += std::hypot(line.picture[i].x - from.x, line.picture[i].y - from.y);
+    }
+    return sum;
+}
+
+double lengthOf(const std::vector<KivFoundLine>& lines) {
+    double sum = 0.0;
+    for (const KivFoundLine& line : lines) {
+        sum += lengthOf(line);
+    }
+    return sum;
+}
+
+// Of an ellipse, by Ramanujan (1914).
+double perimeter(double a, double b) {
+    return std::numbers::pi * (3.0 * (a + b) - std::sqrt((3.0 * a + b) * (a + 3.0 * b)));
+}
+
+} // namespace
+
+TEST(CadLines, ACylinderShowsItsRimsAndItsOutlineAndNoFacet) {
+    const KivModel model = modelOf(cylinder());
+    const std::vector<KivFoundLine> lines = linesOf(model);
+    const Kiv3DPoint axis = model.toScene({0.0, 0.0, 0.0});
+    const double radius = 10.0 * model.scale;
+    for (const KivFoundLine& line : lines) {
+        EXPECT_TRUE(line.kind == Kind::edge || line.kind == Kind::contour) << kivNameOf(line.kind);
+        for (const KivVec& p : line.space) {
+            EXPECT_NEAR(std::hypot(p.x - axis.x, p.y - axis.y) * perUnit, radius * perUnit, 0.5);
+        }
+    }
+    const double rim = perimeter(radius, radius * std::sin(elevation));
+    const double expected = 1.5 * rim + 2.0 * 30.0 * model.scale * std::cos(elevation);
+    EXPECT_NEAR(lengthOf(lines) / perUnit, expected, expected * 0.01);
+}
+
+TEST(CadLines, TheOutlineOfABallIsRoundToHalfAPixel) {
+    const KivModel model = modelOf(sphereWithHoles());
+    const Kiv3DPoint centre = model.toScene({0.0, 0.0, 0.0});
+    int onOutline = 0;
+    for (const KivFoundLine& line : linesOf(model)) {
+        EXPECT_TRUE(line.kind == Kind::edge || line.kind == Kind::contour) << kivNameOf(line.kind);
+        for (const KivVec& p : line.space) {
+            const KivVec away = p - KivVec{centre.x, centre.y, centre.z};
+            const double across = kivLength(away - towardsViewer() * kivDot(away, towardsViewer()));
+            const bool isAtHole = std::hypot(away.x, away.z) < 3.2 * model.scale;
+            if (across > 19.0 * model.scale && !isAtHole) {
+                ++onOutline;
+                EXPECT_NEAR(across * perUnit, 20.0 * model.scale * perUnit, 0.5);
+            }
+        }
+    }
+    EXPECT_GT(onOutline, 100);
+}
+
+TEST(CadLines, TangentEdgesAreLinesOfTheirOwnAndMayBeLeftOut) {
+    const KivModel model = modelOf(filletedBox());
+    double tangent = 0.0;
+    for (const KivFoundLine& line : linesOf(model)) {
+        tangent += line.kind == Kind::tangent ? lengthOf(line) : 0.0;
+    }
+    // Four of the eight upright ones are seen: two sides, with two ends each.
+    const double seen = 4.0 * 20.0 * model.scale * std::cos(elevation);
+    EXPECT_NEAR(tangent / perUnit, seen, seen * 0.01);
+    for (const KivFoundLine& line : linesOf(model, false)) {
+        EXPECT_NE(line.kind, Kind::tangent);
+    }
+}

@@ -436,13 +436,19 @@ void choosePlacement(KivModel& model) {
 
 void assembleModel(std::vector<ModelParts>& files, double creaseAngle, KivModel& model, ImportProgress* progress) {
     model.bounds = emptyBounds();
-    std::uint64_t triangles = 0;
     for (const ModelParts& parts : files) {
         addBounds(parts, model.bounds);
-        triangles += parts.numTriangles();
     }
     choosePlacement(model);
     model.up = files.front().zUp ? Kiv3DVector(0.0, 0.0, 1.0) : Kiv3DVector(0.0, 1.0, 0.0);
+    fillModel(files, creaseAngle, model, progress);
+}
+
+void fillModel(std::vector<ModelParts>& files, double creaseAngle, KivModel& model, ImportProgress* progress) {
+    std::uint64_t triangles = 0;
+    for (const ModelParts& parts : files) {
+        triangles += parts.numTriangles();
+    }
     model.scene = std::make_unique<KivScene>();
     SceneBuilder builder(creaseAngle, model, progress, triangles);
     for (std::size_t i = 0; i < files.size(); ++i) {

@@ -23,6 +23,9 @@ void choosePlacement(KivModel& model);
 void assembleModel(std::vector<ModelParts>& files, double creaseAngle, KivModel& model,
                    ImportProgress* progress = nullptr);
 
+// The same where model.bounds, its placement and up are chosen already.
+void fillModel(std::vector<ModelParts>& files, double creaseAngle, KivModel& model, ImportProgress* progress = nullptr);
+
 // The paint of the number-th object that has no material: a handful of tones that sit well together on paper.
 Colour defaultColour(std::size_t number);
 

@@ -13,6 +13,7 @@
 #include "apps/common/pictureproblem.h"
 #include "apps/common/shaderstream.h"
 #include "apps/common/sight.h"
+#include "apps/common/vectorbuffer.h"
 #include "apps/common/viewchoice.h"
 #include "import/kivmodelimport.h"
 #include "import/scenebuilder.h"
@@ -38,8 +39,6 @@
 namespace {
 
 constexpr double pi = 3.14159265358979323846;
-// What a triangle takes in the buffer of a vector drawing, with some more for those that are cut.
-constexpr std::uint64_t floatsPerTriangle = 32;
 
 // One view: the models that make its scene, and its files.
 struct Job {
@@ -184,24 +183,10 @@ private:
 
     // A picture that is broken would be missing in the render, and nobody would say why.
     static void checkImage(const std::string& path) {
-        const char* why = nullptr;
-        switch (problemOfPicture(kivFromUtf8(path))) {
-        case PictureProblem::none:
-            return;
-        case PictureProblem::missing:
-            why = "there is no such file";
-            break;
-        case PictureProblem::noFile:
-            why = "it is no plain file";
-            break;
-        case PictureProblem::unreadable:
-            why = "it may not be read";
-            break;
-        case PictureProblem::noPicture:
-            why = "it is no whole picture of a kind that can be read: PNG, JPEG, TIFF, BMP or GIF";
-            break;
+        const PictureProblem problem = problemOfPicture(kivFromUtf8(path));
+        if (problem != PictureProblem::none) {
+            throw std::runtime_error("can't use \"" + path + "\": " + pictureProblemText(problem));
         }
-        throw std::runtime_error("can't use \"" + path + "\": " + why);
     }
 
     void renderJob(const Job& job, OutputFiles& outputs, CliHost& host) {
@@ -403,15 +388,14 @@ private:
         KivMemoryCommonDataManager common;
         settings.saveDataOnHost(&common);
         if (output.isDrawing()) {
-            growVectorBuffer(triangles * floatsPerTriangle);
+            growVectorBuffer(triangles * vectorFloatsPerTriangle);
         }
         host.forgetImage();
         host.takeMessages();
         const Timings::Clock::time_point start = Timings::Clock::now();
         bool done = drawOnce(scene, camera, common, host);
         // Nobody can know how large a drawing becomes before it is drawn.
-        while (done && output.isDrawing() && KivVectorPage::hasOverflowed() &&
-               growVectorBuffer(std::uint64_t{4} * static_cast<std::uint64_t>(KivVectorPage::getBufferSize()))) {
+        while (done && output.isDrawing() && KivVectorPage::hasOverflowed() && growVectorBuffer()) {
             host.takeMessages();
             done = drawOnce(scene, camera, common, host);
         }
@@ -448,7 +432,7 @@ private:
             done = renderer.render(&common, &stream, &scene, camera, &surface, &size);
         } catch (const KivShader::stopReason&) {
             // Without memory there is a message; without a place for a drawing in progress there is none yet.
-            if (host.hasNoMessage()) {
+            if (host.numMessages() == 0) {
                 host.morvaneErrorMessage(kivGetLastError(), temporaryPlace().c_str());
             }
         }
@@ -460,16 +444,6 @@ private:
 
     static std::wstring temporaryPlace() {
         return L"The folder for temporary files is \"" + kivTemporaryFolder() + L"\".";
-    }
-
-    // False if the buffer is as large already, or as large as it can be.
-    static bool growVectorBuffer(std::uint64_t floats) {
-        const int before = KivVectorPage::getBufferSize();
-        if (floats > static_cast<std::uint64_t>(before)) {
-            constexpr std::uint64_t most = KivVectorPage::largestBuffer;
-            KivVectorPage::setBufferSize(static_cast<int>(std::min(floats, most)));
-        }
-        return KivVectorPage::getBufferSize() > before;
     }
 
     // The stages of a render as its calls of the progress object show them. The last step is the reduction; between the

@@ -5,20 +5,6 @@
 #include "kivrender/platform/kivsystemerror.h"
 #include "kivrender/platform/kivtext.h"
 
-namespace {
-
-// Where the memory of a picture was to be, if that is a folder.
-std::string memoryPlace(unsigned long error, CliHost& host) {
-    wchar_t folder[kivMaxPath] = {};
-    host.getVirtualMemoryFolder(folder);
-    if (folder[0] == L'\0' || error == kivErrorNotEnoughMemory) {
-        return {};
-    }
-    return " The folder for the picture's memory is \"" + kivToUtf8(folder) + "\".";
-}
-
-} // namespace
-
 std::string renderFailure(const OutputFile& output, bool isDrawn, const std::vector<std::string>& messages,
                           unsigned long error, CliHost& host) {
     const std::string lost = output.missing();

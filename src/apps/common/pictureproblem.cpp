@@ -25,3 +25,19 @@ PictureProblem problemOfPicture(const std::wstring& file) {
     }
     return KivImage::load(file) != nullptr ? PictureProblem::none : PictureProblem::noPicture;
 }
+
+const char* pictureProblemText(PictureProblem problem) {
+    switch (problem) {
+    case PictureProblem::none:
+        break;
+    case PictureProblem::missing:
+        return "there is no such file";
+    case PictureProblem::noFile:
+        return "it is no plain file";
+    case PictureProblem::unreadable:
+        return "it may not be read";
+    case PictureProblem::noPicture:
+        return "it is no whole picture of a kind that can be read: PNG, JPEG, TIFF, BMP or GIF";
+    }
+    return "";
+}

@@ -15,4 +15,7 @@ enum class PictureProblem {
 // Reads the whole picture, since only that tells whether it is whole. An empty name is no problem.
 PictureProblem problemOfPicture(const std::wstring& file);
 
+// The end of a complaint in English; empty for none.
+const char* pictureProblemText(PictureProblem problem);
+
 #endif

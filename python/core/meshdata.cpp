@@ -1,0 +1,215 @@
+#include "core/meshdata.h"
+
+#include "import/polygons.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace py = pybind11;
+
+namespace {
+
+std::string shapeOf(const py::array& array) {
+    return py::str(array.attr("shape")).cast<std::string>();
+}
+
+std::string typeOf(const py::array& array) {
+    return py::str(array.dtype()).cast<std::string>();
+}
+
+// Which item of an array with rows of that many columns.
+std::string placeOf(const std::string& what, std::size_t number, py::ssize_t columns) {
+    const auto n = static_cast<py::ssize_t>(number);
+    return columns == 0 ? what + "[" + std::to_string(n) + "]"
+                        : what + "[" + std::to_string(n / columns) + ", " + std::to_string(n % columns) + "]";
+}
+
+// Not one item is copied: the bytes may lie at any place, aligned or not.
+template <class Number> Number itemAt(const char* at) {
+    Number number;
+    std::memcpy(&number, at, sizeof number);
+    return number;
+}
+
+template <class Number>
+std::vector<kivimport::Vec3> pointsOf(const py::array& array, const std::string& what,
+                                      const std::optional<Transform>& transform) {
+    const auto rows = static_cast<std::size_t>(array.shape(0));
+    const char* const data = static_cast<const char*>(array.data());
+    const py::ssize_t rowStride = array.strides(0);
+    const py::ssize_t stride = array.strides(1);
+    std::vector<kivimport::Vec3> points(rows);
+    bool areUsable = true;
+    {
+        const py::gil_scoped_release released;
+        for (std::size_t i = 0; i < rows; ++i) {
+            const char* const row = data + static_cast<py::ssize_t>(i) * rowStride;
+            kivimport::Vec3 p{static_cast<double>(itemAt<Number>(row)),
+                              static_cast<double>(itemAt<Number>(row + stride)),
+                              static_cast<double>(itemAt<Number>(row + 2 * stride))};
+            if (transform) {
+                const Transform& m = *transform;
+                p = {m[0] * p.x + m[1] * p.y + m[2] * p.z + m[3], m[4] * p.x + m[5] * p.y + m[6] * p.z + m[7],
+                     m[8] * p.x + m[9] * p.y + m[10] * p.z + m[11]};
+            }
+            points[i] = p;
+            areUsable &= kivimport::isUsable(p);
+        }
+    }
+    if (!areUsable) {
+        const auto bad = std::find_if_not(points.begin(), points.end(), kivimport::isUsable);
+        const kivimport::Vec3& p = *bad;
+        const std::string place = what + "[" + std::to_string(bad - points.begin()) + "]";
+        throw py::value_error(kivimport::isFinite(p) ? place + " lies beyond 1e30, farther out than can be drawn"
+                                                     : place + " is not finite");
+    }
+    return points;
+}
+
+// The top bit tells whether a number is below 0 or not below the limit: without a branch a loop of these is quick.
+template <class Number> std::uint64_t signsOf(Number value, std::uint64_t limit) {
+    const auto wide = static_cast<std::uint64_t>(value);
+    return wide | (limit - 1 - wide);
+}
+
+template <class Number>
+std::uint64_t convert(const char* data, std::size_t count, std::uint64_t limit, std::uint32_t* to) {
+    std::uint64_t signs = 0;
+    for (std::size_t i = 0; i < count; ++i) {
+        const auto value = itemAt<Number>(data + i * sizeof(Number));
+        signs |= signsOf(value, limit);
+        to[i] = static_cast<std::uint32_t>(value);
+    }
+    return signs;
+}
+
+template <class Number>
+std::vector<std::uint32_t> indicesOf(const py::array& array, const std::string& what, std::uint64_t limit,
+                                     const std::string& limitName) {
+    const py::ssize_t columns = array.ndim() == 2 ? array.shape(1) : 0;
+    const auto inner = static_cast<std::size_t>(array.ndim() == 2 ? array.shape(1) : 1);
+    const auto rows = static_cast<std::size_t>(array.shape(0));
+    const py::ssize_t rowStride = array.strides(0);
+    const py::ssize_t stride = array.ndim() == 2 ? array.strides(1) : 0;
+    const char* const data = static_cast<const char*>(array.data());
+    // A negative number becomes a huge one.
+    const auto isGood = [limit](Number value) { return static_cast<std::uint64_t>(value) < limit; };
+    const auto at = [&](std::size_t row, std::size_t column) {
+        return itemAt<Number>(data + static_cast<py::ssize_t>(row) * rowStride +
+                              static_cast<py::ssize_t>(column) * stride);
+    };
+    const bool isContiguous = stride == static_cast<py::ssize_t>(sizeof(Number)) || array.ndim() == 1;
+    std::vector<std::uint32_t> indices(rows * inner);
+    std::uint64_t signs = 0;
+    {
+        const py::gil_scoped_release released;
+        if (isContiguous && rowStride == static_cast<py::ssize_t>(inner * sizeof(Number))) {
+            signs = convert<Number>(data, indices.size(), limit, indices.data());
+        } else {
+            for (std::size_t i = 0; i < indices.size(); ++i) {
+                const Number value = at(i / inner, i % inner);
+                signs |= signsOf(value, limit);
+                indices[i] = static_cast<std::uint32_t>(value);
+            }
+        }
+    }
+    if ((signs >> 63) != 0) {
+        std::size_t bad = 0;
+        while (isGood(at(bad / inner, bad % inner))) {
+            ++bad;
+        }
+        const Number value = at(bad / inner, bad % inner);
+        throw py::value_error(placeOf(what, bad, columns) + " is " + std::to_string(value) + ", but there are " +
+                              std::to_string(limit) + " " + limitName);
+    }
+    return indices;
+}
+
+} // namespace
+
+std::vector<kivimport::Vec3> readPoints(const py::array& array, const std::string& what,
+                                        const std::optional<Transform>& transform) {
+    if (array.ndim() != 2 || array.shape(1) != 3) {
+        throw py::value_error(what + " must have the shape (N, 3), not " + shapeOf(array));
+    }
+    if (static_cast<std::uint64_t>(array.shape(0)) >= kivimport::noIndex) {
+        throw py::value_error(what + " has more rows than a mesh can hold");
+    }
+    if (py::isinstance<py::array_t<float>>(array)) {
+        return pointsOf<float>(array, what, transform);
+    }
+    if (py::isinstance<py::array_t<double>>(array)) {
+        return pointsOf<double>(array, what, transform);
+    }
+    throw py::type_error(what + " must be float32 or float64, not " + typeOf(array));
+}
+
+std::vector<std::uint32_t> readIndices(const py::array& array, const std::string& what, std::uint64_t limit,
+                                       const std::string& limitName) {
+    if (array.ndim() != 1 && array.ndim() != 2) {
+        throw py::value_error(what + " must have one or two dimensions, not the shape " + shapeOf(array));
+    }
+    if (py::isinstance<py::array_t<std::int64_t>>(array)) {
+        return indicesOf<std::int64_t>(array, what, limit, limitName);
+    }
+    if (py::isinstance<py::array_t<std::int32_t>>(array)) {
+        return indicesOf<std::int32_t>(array, what, limit, limitName);
+    }
+    if (py::isinstance<py::array_t<std::uint32_t>>(array)) {
+        return indicesOf<std::uint32_t>(array, what, limit, limitName);
+    }
+    if (py::isinstance<py::array_t<std::uint64_t>>(array)) {
+        return indicesOf<std::uint64_t>(array, what, limit, limitName);
+    }
+    throw py::type_error(what + " must be int32, int64, uint32 or uint64, not " + typeOf(array));
+}
+
+void triangulateAll(kivimport::Surface& surface, const std::vector<std::uint32_t>& corners,
+                    const std::vector<std::uint64_t>& offsets) {
+    std::vector<std::uint32_t> parts;
+    std::vector<kivimport::Vec3> polygon;
+    std::vector<std::uint32_t> triangles;
+    for (std::size_t face = 0; face + 1 < offsets.size(); ++face) {
+        const std::uint64_t begin = offsets[face];
+        const std::uint64_t end = offsets[face + 1];
+        if (end < begin + 3 || end > corners.size() || end - begin > kivimport::maxPolygonCorners) {
+            throw py::value_error("faces[" + std::to_string(face) + "] has " + std::to_string(end - begin) +
+                                  " corners; from 3 to " + std::to_string(kivimport::maxPolygonCorners) +
+                                  " can be drawn");
+        }
+        polygon.clear();
+        for (std::uint64_t i = begin; i < end; ++i) {
+            polygon.push_back(surface.positions[corners[i]]);
+        }
+        triangles.clear();
+        kivimport::triangulate(polygon, triangles);
+        for (const std::uint32_t corner : triangles) {
+            surface.corners.push_back(corners[begin + corner]);
+        }
+        if (!surface.triangleParts.empty()) {
+            parts.insert(parts.end(), triangles.size() / 3, surface.triangleParts[face]);
+        }
+    }
+    surface.triangleParts = std::move(parts);
+}
+
+PaddedCells readPadded(const py::array& array, const std::string& what) {
+    const std::vector<std::uint32_t> numbers =
+        readIndices(array, what, std::numeric_limits<std::uint32_t>::max(), "numbers below the limit");
+    PaddedCells cells;
+    cells.offsets.push_back(0);
+    for (std::size_t at = 0; at < numbers.size();) {
+        const std::size_t count = numbers[at];
+        if (count >= numbers.size() - at) {
+            throw py::value_error(what + "[" + std::to_string(at) + "] announces " + std::to_string(count) +
+                                  " corners, but the array ends before them");
+        }
+        for (std::size_t i = 1; i <= count; ++i) {
+            cells.places.push_back(at + i);
+        }
+        cells.offsets.push_back(cells.places.size());
+        at += count + 1;
+    }
+    return cells;
+}

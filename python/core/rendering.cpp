@@ -1,0 +1,297 @@
+#include "core/rendering.h"
+
+#include "apps/common/papers.h"
+#include "apps/common/pictureproblem.h"
+#include "apps/common/sight.h"
+#include "apps/common/vectorbuffer.h"
+#include "apps/common/viewchoice.h"
+#include "core/looks.h"
+#include "kivrender/platform/kivsystemerror.h"
+#include "kivrender/platform/kivtext.h"
+#include "kivrender/render/kivbitmapmanager.h"
+#include "kivrender/settings/kivcommonsettings.h"
+#include "kivrender/settings/kivmemorycommondatamanager.h"
+#include "kivrender/settings/kivmemorydatamanager.h"
+#include "kivrender/shader/kivshader.h"
+#include "kivrender/vector/kivvectorpage.h"
+
+#include <algorithm>
+#include <exception>
+
+namespace {
+
+// Thrown where the progress was cancelled; its object has the reason.
+class Stopped : public std::exception {};
+
+Kiv3DPoint pointOf(const Vector3& v) {
+    return {v[0], v[1], v[2]};
+}
+Kiv3DVector vectorOf(const Vector3& v) {
+    return {v[0], v[1], v[2]};
+}
+
+ViewChoice choiceOf(const ViewRequest& view, const Placement& place) {
+    ViewChoice choice;
+    if (view.eye) {
+        choice.eye = place.toScene(pointOf(*view.eye));
+        // The middle of the scene, unless another place is named.
+        choice.target = Kiv3DPoint(0.0, 0.0, 0.0);
+    }
+    if (view.target) {
+        choice.target = place.toScene(pointOf(*view.target));
+    }
+    if (view.direction) {
+        choice.direction = vectorOf(*view.direction);
+        if (view.eye && !view.target) {
+            const Kiv3DPoint eye = *choice.eye;
+            choice.target =
+                Kiv3DPoint(eye.x + choice.direction->x, eye.y + choice.direction->y, eye.z + choice.direction->z);
+        }
+    }
+    if (view.up) {
+        choice.up = vectorOf(*view.up);
+    }
+    choice.verticalFov = view.fov;
+    if (view.height) {
+        choice.orthoHeight = *view.height * place.scale;
+    }
+    return choice;
+}
+
+// A scene without anything in it has a picture, too: that of its background.
+std::vector<Kiv3DPoint> pointsToShow(const KivScene& scene) {
+    std::vector<Kiv3DPoint> points = scenePoints(scene);
+    if (points.empty()) {
+        points = {{-1.0, -1.0, -1.0}, {1.0, 1.0, 1.0}};
+    }
+    return points;
+}
+
+void checkImage(const std::string& file, const char* what) {
+    const PictureProblem problem = problemOfPicture(kivFromUtf8(file));
+    if (problem != PictureProblem::none) {
+        throw RenderError(std::string(what) + ": can't use \"" + file + "\": " + pictureProblemText(problem));
+    }
+}
+
+KivCommonSettings settingsOf(const RenderRequest& request, std::uint32_t background) {
+    KivCommonSettings settings;
+    settings.setAntialias(request.antialias);
+    settings.setBackgroundColor(background);
+    settings.setAmbientLight(request.ambient);
+    settings.setTransparencies(request.transparency);
+    settings.setPolygonOffset(request.offset);
+    return settings;
+}
+
+// One scene under one camera with its lights and shaders, ready to be drawn any number of times.
+class Drawing {
+public:
+    Drawing(LibraryUse& use, PythonScene& scene, const RenderRequest& renderRequest, RenderProgress& renderProgress,
+            std::vector<std::string>& lines)
+        : library(use), request(renderRequest), progress(renderProgress), warnings(lines),
+          place(prepareAndDress(scene)), drawn(scene.objects()) {
+        look = buildShaderStream(request.look, stream);
+        warnings.insert(warnings.end(), look.warnings.begin(), look.warnings.end());
+        const std::vector<Kiv3DPoint> points = pointsToShow(drawn.scene());
+        view = chooseView(choiceOf(request.view, place), scene.camerasAt(place), scene.up(), points,
+                          static_cast<double>(request.width) / request.height);
+        if (const std::string why = whyNothingIsSeen(points, view.camera, request.height); !why.empty()) {
+            warnings.push_back("the camera sees nothing: " + why);
+        }
+        std::vector<KivLight> lights = scene.lightsAt(place, points);
+        if (lights.empty()) {
+            lights = defaultLights(view.axes, points);
+        }
+        for (KivLight& light : lights) {
+            drawn.scene().addLight(light);
+        }
+    }
+
+    static Placement prepare(PythonScene& scene, RenderProgress& progress) {
+        return scene.prepare([&progress] {
+            if (!progress.show(0.0, L"Preparing the scene")) {
+                throw Stopped();
+            }
+        });
+    }
+
+    // The colour behind the scene: a backdrop has one of its own.
+    std::uint32_t backgroundOr(std::uint32_t colour) const {
+        return look.background.value_or(colour);
+    }
+    bool hasBackdrop() const {
+        return look.background.has_value();
+    }
+    const ChosenView& chosenView() const {
+        return view;
+    }
+    const Placement& placement() const {
+        return place;
+    }
+
+    // Throws Stopped and RenderError.
+    void draw(KivCommonSettings& settings, KivBitmapManager& surface) {
+        KivMemoryCommonDataManager common;
+        settings.saveDataOnHost(&common);
+        library->host.takeMessages();
+        library->hasDrawn = true;
+        // A render empties its scene: it gets a copy, which shares the meshes.
+        KivScene copy(drawn.scene());
+        tagSIZE size{request.width, request.height};
+        progress.restart();
+        library->host.setCurProgress(&progress);
+        kivSetLastError(0);
+        bool done = false;
+        try {
+            done = library->renderer.render(&common, &stream, &copy, view.camera, &surface, &size);
+        } catch (const KivShader::stopReason&) {
+            if (library->host.numMessages() == 0) {
+                library->host.morvaneErrorMessage(kivGetLastError(), nullptr);
+            }
+        }
+        const unsigned long error = kivGetLastError();
+        library->host.setCurProgress(nullptr);
+        if (!progress.show(1.0, L"")) {
+            throw Stopped();
+        }
+        const std::vector<std::string> messages = library->host.takeMessages();
+        if (!done) {
+            throw RenderError("can't draw the scene: " + reason(messages, error));
+        }
+        warnings.insert(warnings.end(), messages.begin(), messages.end());
+    }
+
+    HBITMAP drawBitmap(KivCommonSettings settings) {
+        KivBitmapManager surface;
+        draw(settings, surface);
+        return kivShareBitmap(surface.getHBitmap());
+    }
+
+private:
+    // Looks go through the shaders' own pages: the stream of the picture comes after them.
+    Placement prepareAndDress(PythonScene& scene) const {
+        const Placement chosen = prepare(scene, progress);
+        std::shared_ptr<const ObjectLooks> shared = std::make_shared<ObjectLooks>();
+        const auto isSplit = [](const auto& object) { return object->isVisible && object->isSplit(); };
+        if (std::any_of(scene.objects().begin(), scene.objects().end(), isSplit)) {
+            shared = objectLooksOf(request.look);
+        }
+        for (const auto& object : scene.objects()) {
+            object->dress(*shared);
+        }
+        return chosen;
+    }
+
+    std::string reason(const std::vector<std::string>& messages, unsigned long error) {
+        if (!messages.empty()) {
+            return messages.front();
+        }
+        if (error == 0 || error == kivErrorInvalidHandle) {
+            return "nothing was drawn";
+        }
+        return kivToUtf8(kivSystemErrorText(error)) + memoryPlace(error, library->host);
+    }
+
+    LibraryUse& library;
+    const RenderRequest& request;
+    RenderProgress& progress;
+    std::vector<std::string>& warnings;
+    Placement place;
+    DrawnScene drawn;
+    KivMemoryDataManager stream;
+    ChosenLook look;
+    ChosenView view;
+};
+
+} // namespace
+
+ResolvedView resolveView(LibraryUse& /*library*/, PythonScene& scene, const ViewRequest& view, double aspect,
+                         RenderProgress& progress) {
+    const Placement place = Drawing::prepare(scene, progress);
+    DrawnScene drawn(scene.objects());
+    const ChosenView chosen =
+        chooseView(choiceOf(view, place), scene.camerasAt(place), scene.up(), pointsToShow(drawn.scene()), aspect);
+    const Kiv3DPoint eye = place.toModel(chosen.camera.getLocation());
+    const auto tripleOf = [](const Kiv3DVector& v) { return Vector3{v.x, v.y, v.z}; };
+    ResolvedView resolved;
+    resolved.eye = {eye.x, eye.y, eye.z};
+    resolved.direction = tripleOf(chosen.axes.forward);
+    resolved.up = tripleOf(chosen.axes.up);
+    if (chosen.lens.orthoHeight > 0.0) {
+        resolved.height = chosen.lens.orthoHeight / place.scale;
+    } else {
+        resolved.fov = chosen.lens.verticalFov;
+    }
+    resolved.nearPlane = chosen.camera.getFrustumNear() / place.scale;
+    resolved.farPlane = chosen.camera.getFrustumFar() / place.scale;
+    return resolved;
+}
+
+std::shared_ptr<PictureData> renderPicture(LibraryUse& library, PythonScene& scene, const RenderRequest& request,
+                                           RenderProgress& progress, std::vector<std::string>& warnings) {
+    checkImage(request.backgroundImage, "background_image");
+    const std::string paper = findPaper(request.paper);
+    checkImage(paper, "paper");
+    try {
+        Drawing drawing(library, scene, request, progress, warnings);
+        KivCommonSettings settings = settingsOf(request, drawing.backgroundOr(request.background.value_or(0)));
+        settings.setShadows(request.shadows);
+        settings.setBackgroundImage(kivFromUtf8(request.backgroundImage).c_str());
+        settings.setPaperImage(kivFromUtf8(paper).c_str());
+        const std::wstring beside = request.temporaryFolder + L"/beside";
+        settings.setSaveRenderFile((beside + L".bmp").c_str());
+        settings.setSaveDepth(request.wantsDepth);
+        settings.setSaveShadows(request.wantsShadow);
+        auto picture = std::make_shared<PictureData>(drawing.drawBitmap(settings));
+        if (request.wantsDepth) {
+            picture->depth = readGrey(beside + L"_depth.bmp");
+        }
+        if (request.wantsShadow) {
+            picture->shadow = readGrey(beside + L"_shadow.bmp");
+        }
+        if (!request.background && !drawing.hasBackdrop()) {
+            settings.setSaveDepth(false);
+            settings.setSaveShadows(false);
+            settings.setBackgroundColor(0xFFFFFF);
+            const PictureData overWhite(drawing.drawBitmap(settings));
+            picture->takeOpacity(overWhite);
+        }
+        return picture;
+    } catch (const Stopped&) {
+        return nullptr;
+    }
+}
+
+bool renderPage(LibraryUse& library, PythonScene& scene, const RenderRequest& request, bool simplify,
+                const std::wstring& file, RenderProgress& progress, std::vector<std::string>& warnings) {
+    try {
+        Drawing drawing(library, scene, request, progress, warnings);
+        KivCommonSettings settings = settingsOf(request, drawing.backgroundOr(request.background.value_or(0xFFFFFF)));
+        settings.setVectorial(true);
+        settings.setVectorSimplify(simplify);
+        settings.setSaveVectorFile(file.c_str());
+        std::uint64_t triangles = 0;
+        for (const auto& object : scene.objects()) {
+            triangles += object->isVisible ? object->numTriangles() : 0;
+        }
+        growVectorBuffer(triangles * vectorFloatsPerTriangle);
+        const std::size_t before = warnings.size();
+        do {
+            warnings.resize(before);
+            KivBitmapManager surface;
+            drawing.draw(settings, surface);
+        } while (KivVectorPage::hasOverflowed() && growVectorBuffer());
+        if (KivVectorPage::hasOverflowed()) {
+            throw RenderError("the drawing is too large: " +
+                              (warnings.size() > before ? warnings.back() : std::string("its buffer is full")));
+        }
+        if (!KivVectorPage::wasOrderExact()) {
+            warnings.emplace_back(
+                "so much lies over one another in the drawing that some of it may be painted in the wrong order");
+        }
+        return true;
+    } catch (const Stopped&) {
+        return false;
+    }
+}

@@ -1,0 +1,191 @@
+"""Progress, cancels, threads, forks, memory, and the program behind ``python -m``."""
+
+import _thread
+import os
+import subprocess
+import sys
+import threading
+import time
+
+import numpy as np
+import pytest
+from conftest import CUBE_FACES, CUBE_VERTICES
+
+import selvarin
+
+
+@pytest.fixture(scope="module")
+def large():
+    """A scene that takes some seconds at full size."""
+    scene = selvarin.Scene()
+    scene.add_demo()
+    selvarin.render(scene, (16, 12), antialias=0)
+    return scene
+
+
+BIG = {"size": (1600, 1200), "antialias": 2, "shadows": True}
+
+
+def test_progress_grows_and_has_words(large):
+    calls = []
+    selvarin.render(large, (640, 480), antialias=1, progress=lambda done, text: calls.append((done, text)))
+    assert len(calls) >= 2
+    assert all(0.0 <= done <= 1.0 for done, _ in calls) and any(text for _, text in calls)
+
+
+def test_false_cancels(large, small):
+    start = time.monotonic()
+    with pytest.raises(selvarin.Cancelled):
+        selvarin.render(large, progress=lambda done, text: False, **BIG)
+    selvarin.render(large, **small)
+    assert issubclass(selvarin.Cancelled, selvarin.Error)
+    assert time.monotonic() - start < 60
+
+
+def test_what_a_callback_raises_comes_out(large, small):
+    class Own(Exception):
+        pass
+
+    def callback(done, text):
+        raise Own("from inside")
+
+    with pytest.raises(Own, match="from inside"):
+        selvarin.render(large, progress=callback, **BIG)
+    assert selvarin.render(large, **small).width == 80
+
+
+def test_ctrl_c_cancels(large, small):
+    timer = threading.Timer(0.3, _thread.interrupt_main)
+    timer.start()
+    with pytest.raises(KeyboardInterrupt):
+        for _ in range(50):
+            selvarin.render(large, **BIG)
+    timer.join()
+    assert selvarin.render(large, **small).width == 80
+
+
+def test_a_callback_can_not_use_the_library(large, small):
+    with pytest.raises(selvarin.RenderError, match="a render is under way in this very thread"):
+        selvarin.render(large, progress=lambda done, text: selvarin.styles() and None, **BIG)
+    assert selvarin.render(large, **small).width == 80
+
+
+def test_a_bar_is_drawn_and_removed(large, capfd):
+    selvarin.render(large, (640, 480), antialias=1, progress=True)
+    err = capfd.readouterr().err
+    assert "%" in err and err.endswith("\r\033[K")
+    selvarin.render(large, (640, 480), antialias=1, progress=False)
+    assert capfd.readouterr().err == ""
+
+
+def test_threads_get_their_pictures(small):
+    def scene_of(color):
+        scene = selvarin.Scene()
+        scene.add_mesh(CUBE_VERTICES, CUBE_FACES, color=color)
+        return scene
+
+    colors = ["#ff0000", "#00ff00", "#0000ff", "#ffff00"]
+    expected = [selvarin.render(scene_of(color), **small).pixels for color in colors]
+    wrong = []
+
+    def work(number):
+        for _ in range(5):
+            if not np.array_equal(selvarin.render(scene_of(colors[number]), **small).pixels, expected[number]):
+                wrong.append(number)
+
+    threads = [threading.Thread(target=work, args=(i,)) for i in range(4)]
+    for thread in threads:
+        thread.start()
+    for thread in threads:
+        thread.join(120)
+    assert not wrong and not any(thread.is_alive() for thread in threads)
+
+
+def test_other_threads_run_while_a_picture_is_drawn(large):
+    turns = []
+    stop = threading.Event()
+
+    def count():
+        while not stop.is_set():
+            turns.append(time.monotonic())
+            time.sleep(0.001)
+
+    counter = threading.Thread(target=count)
+    counter.start()
+    try:
+        begin = time.monotonic()
+        selvarin.render(large, (800, 600), antialias=2)
+        end = time.monotonic()
+    finally:
+        stop.set()
+        counter.join()
+    inside = [t for t in turns if begin < t < end]
+    assert len(inside) > 10
+    # Only what needs no interpreter lock keeps the longest gap below the whole.
+    assert max(np.diff([begin, *inside, end])) < (end - begin) / 2
+
+
+FORK = """
+import os, sys, numpy as np, selvarin
+scene = selvarin.Scene()
+scene.add_mesh(np.eye(3), [[0, 1, 2]])
+if sys.argv[1] == "drawn":
+    selvarin.render(scene, (8, 6), antialias=0)
+child = os.fork()
+if child == 0:
+    try:
+        print(selvarin.render(scene, (8, 6), antialias=0), flush=True)
+    except selvarin.RenderError as error:
+        print(error, flush=True)
+    os._exit(0)
+os.waitpid(child, 0)
+print(selvarin.render(scene, (8, 6), antialias=0))
+"""
+
+
+@pytest.mark.parametrize("before, answer", [("drawn", "spawn"), ("fresh", "<Picture of 8 x 6 pixels>")])
+def test_forks(before, answer):
+    out = subprocess.run([sys.executable, "-c", FORK, before], capture_output=True, text=True, timeout=120, check=True)
+    child, parent = out.stdout.splitlines()
+    assert answer in child
+    assert parent == "<Picture of 8 x 6 pixels>"
+
+
+def resident():
+    with open("/proc/self/statm") as file:
+        return int(file.read().split()[1]) * os.sysconf("SC_PAGE_SIZE")
+
+
+def test_memory_stays_flat(cube, small):
+    colored = np.linspace(0.0, 1.0, 18).reshape(6, 3)
+    cube.add_mesh(CUBE_VERTICES + 2, CUBE_FACES, face_colors=colored).style = "Comic"
+
+    def some(count):
+        for _ in range(count):
+            selvarin.render(cube, **small)
+
+    some(20)
+    before = resident()
+    some(100)
+    assert resident() - before < 4 << 20
+
+
+def test_scenes_are_given_back(small):
+    def one():
+        scene = selvarin.Scene()
+        scene.add_mesh(np.random.default_rng(1).random((30000, 3)), np.arange(30000).reshape(-1, 3))
+        selvarin.render(scene, **small)
+
+    for _ in range(3):
+        one()
+    before = resident()
+    for _ in range(6):
+        one()
+    assert resident() - before < 6 << 20
+
+
+def test_the_command_line():
+    run = [sys.executable, "-m", "selvarin"]
+    assert subprocess.run([*run, "--version"], capture_output=True, text=True).stdout.startswith("selvarin 2")
+    wrong = subprocess.run([*run, "nonsense"], capture_output=True, text=True)
+    assert wrong.returncode == 2 and "selvarin" in wrong.stderr

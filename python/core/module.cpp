@@ -1,5 +1,6 @@
 // selvarin._core: what the package's Python files stand on. Its functions take what those have prepared already; users
 // do not call them.
+#include "core/drawings.h"
 #include "core/looks.h"
 #include "core/meshdata.h"
 #include "core/pictures.h"
@@ -230,20 +231,23 @@ py::tuple render(PythonScene& scene, const py::dict& options, py::object callbac
     return py::make_tuple(picture, warnings);
 }
 
-py::list drawPage(PythonScene& scene, const py::dict& options, bool simplify, const std::string& file,
-                  py::object callback) {
+py::tuple draw(PythonScene& scene, const py::dict& options, const std::string& areas, bool hidden,
+               const std::string& title, py::object callback) {
     const RenderRequest request = requestOf(options);
+    const AreaKind kind = areas == "regions" ? AreaKind::regions
+                          : areas == "faces" ? AreaKind::faces
+                                             : AreaKind::triangles;
     RenderProgress progress(std::move(callback));
     std::vector<std::string> warnings;
-    bool isDrawn = false;
+    std::shared_ptr<DrawingData> drawing;
     {
         LibraryUse library;
-        isDrawn = renderPage(library, scene, request, simplify, kivFromUtf8(file), progress, warnings);
+        drawing = renderDrawing(library, scene, request, kind, hidden, kivFromUtf8(title), progress, warnings);
     }
-    if (!isDrawn) {
+    if (!drawing) {
         progress.rethrow();
     }
-    return py::cast(warnings);
+    return py::make_tuple(drawing, warnings);
 }
 
 py::dict resolve(PythonScene& scene, const py::dict& camera, double aspect) {
@@ -387,7 +391,7 @@ void defineScene(py::module_& module) {
         .def_property_readonly("num_lights", &PythonScene::numLights)
         .def_property_readonly("objects", [](const PythonScene& s) { return s.objects(); })
         .def("render", render)
-        .def("draw_page", drawPage)
+        .def("draw", draw)
         .def("resolve", resolve);
 }
 
@@ -403,14 +407,28 @@ void definePicture(py::module_& module) {
              [](const PictureData& p, const std::string& ending) { return bytesOf([&] { return p.encode(ending); }); });
 }
 
+void defineDrawing(py::module_& module) {
+    py::class_<DrawingData, std::shared_ptr<DrawingData>>(module, "DrawingData")
+        .def_property_readonly("width", [](const DrawingData& d) { return d.drawing.width; })
+        .def_property_readonly("height", [](const DrawingData& d) { return d.drawing.height; })
+        .def_property_readonly("units_per_pixel", [](const DrawingData& d) { return d.drawing.unitsPerPixel; })
+        .def("strokes", &DrawingData::strokes)
+        .def("areas", &DrawingData::areas)
+        .def("encode", [](const DrawingData& d, const std::string& ending, const py::dict& sheet) {
+            return d.encode(ending, sheetOf(sheet));
+        });
+}
+
 } // namespace
 
 PYBIND11_MODULE(_core, module) {
     module.doc() = "The compiled half of selvarin.";
+    module.attr("version") = SELVARIN_VERSION;
     registerErrors(module);
     defineObjects(module);
     defineScene(module);
     definePicture(module);
+    defineDrawing(module);
     module.def("encode", [](const py::array_t<std::uint8_t, py::array::c_style>& array, const std::string& ending) {
         const auto rows = static_cast<std::int32_t>(array.shape(0));
         const auto columns = static_cast<std::int32_t>(array.shape(1));

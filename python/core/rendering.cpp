@@ -9,6 +9,7 @@
 #include "kivrender/platform/kivsystemerror.h"
 #include "kivrender/platform/kivtext.h"
 #include "kivrender/render/kivbitmapmanager.h"
+#include "kivrender/render/kivdrawingcollector.h"
 #include "kivrender/settings/kivcommonsettings.h"
 #include "kivrender/settings/kivmemorycommondatamanager.h"
 #include "kivrender/settings/kivmemorydatamanager.h"
@@ -123,8 +124,8 @@ public:
     bool hasBackdrop() const {
         return look.background.has_value();
     }
-    const ChosenView& chosenView() const {
-        return view;
+    const std::vector<std::wstring>& meshNames() const {
+        return drawn.meshNames();
     }
     const Placement& placement() const {
         return place;
@@ -263,14 +264,20 @@ std::shared_ptr<PictureData> renderPicture(LibraryUse& library, PythonScene& sce
     }
 }
 
-bool renderPage(LibraryUse& library, PythonScene& scene, const RenderRequest& request, bool simplify,
-                const std::wstring& file, RenderProgress& progress, std::vector<std::string>& warnings) {
+std::shared_ptr<DrawingData> renderDrawing(LibraryUse& library, PythonScene& scene, const RenderRequest& request,
+                                           AreaKind areas, bool hidden, const std::wstring& title,
+                                           RenderProgress& progress, std::vector<std::string>& warnings) {
     try {
         Drawing drawing(library, scene, request, progress, warnings);
         KivCommonSettings settings = settingsOf(request, drawing.backgroundOr(request.background.value_or(0xFFFFFF)));
         settings.setVectorial(true);
-        settings.setVectorSimplify(simplify);
-        settings.setSaveVectorFile(file.c_str());
+        auto result = std::make_shared<DrawingData>();
+        result->place = drawing.placement();
+        result->drawing.wantsHidden = hidden;
+        KivDrawingCollector collector(result->drawing);
+        collector.setAreas(static_cast<KivDrawingCollector::Areas>(areas));
+        collector.setTitle(title);
+        collector.setObjectNames(drawing.meshNames());
         std::uint64_t triangles = 0;
         for (const auto& object : scene.objects()) {
             triangles += object->isVisible ? object->numTriangles() : 0;
@@ -281,17 +288,19 @@ bool renderPage(LibraryUse& library, PythonScene& scene, const RenderRequest& re
             warnings.resize(before);
             KivBitmapManager surface;
             drawing.draw(settings, surface);
-        } while (KivVectorPage::hasOverflowed() && growVectorBuffer());
-        if (KivVectorPage::hasOverflowed()) {
-            throw RenderError("the drawing is too large: " +
-                              (warnings.size() > before ? warnings.back() : std::string("its buffer is full")));
+        } while (!collector.hasDrawing() && KivVectorPage::hasOverflowed() && growVectorBuffer());
+        if (!collector.hasDrawing()) {
+            throw RenderError(
+                "can't draw the scene: " +
+                (warnings.size() > before ? warnings.back() : std::string("the drawing is too large for its buffer")));
         }
         if (!KivVectorPage::wasOrderExact()) {
             warnings.emplace_back(
                 "so much lies over one another in the drawing that some of it may be painted in the wrong order");
         }
-        return true;
+        result->drawing.unitsPerPixel /= drawing.placement().scale;
+        return result;
     } catch (const Stopped&) {
-        return false;
+        return nullptr;
     }
 }

@@ -3,6 +3,7 @@
 #define CORE_RENDERING_H
 
 #include "apps/common/lookoptions.h"
+#include "core/drawings.h"
 #include "core/pictures.h"
 #include "core/pythonscene.h"
 #include "core/renderprogress.h"
@@ -62,8 +63,12 @@ ResolvedView resolveView(LibraryUse& library, PythonScene& scene, const ViewRequ
 std::shared_ptr<PictureData> renderPicture(LibraryUse& library, PythonScene& scene, const RenderRequest& request,
                                            RenderProgress& progress, std::vector<std::string>& warnings);
 
-// The same to a file of a vector format, told by its ending.
-bool renderPage(LibraryUse& library, PythonScene& scene, const RenderRequest& request, bool simplify,
-                const std::wstring& file, RenderProgress& progress, std::vector<std::string>& warnings);
+// How the surfaces of a drawing come out.
+enum class AreaKind { regions, faces, triangles };
+
+// The same as lines and areas; hidden: also of lines that something stands before.
+std::shared_ptr<DrawingData> renderDrawing(LibraryUse& library, PythonScene& scene, const RenderRequest& request,
+                                           AreaKind areas, bool hidden, const std::wstring& title,
+                                           RenderProgress& progress, std::vector<std::string>& warnings);
 
 #endif

@@ -19,18 +19,18 @@ import os as _os
 from . import _core
 from ._camera import Camera
 from ._core import Cancelled, Error, ModelError, RenderError
-from ._drawing import Drawing, draw
+from ._drawing import Area, Drawing, Stroke, draw
 from ._picture import Picture, render
 from ._scene import Scene, SceneObject
 from ._style import SettingInfo, ShaderInfo, Style, StyleInfo, papers, shaders, styles
 from ._warnings import SelvarinWarning
 
 __all__ = [
-    "Camera", "Cancelled", "Drawing", "Error", "ModelError", "Picture", "RenderError", "Scene", "SceneObject",
-    "SelvarinWarning", "SettingInfo", "ShaderInfo", "Style", "StyleInfo", "draw", "formats", "papers", "render",
+    "Area", "Camera", "Cancelled", "Drawing", "Error", "ModelError", "Picture", "RenderError", "Scene", "SceneObject",
+    "SelvarinWarning", "SettingInfo", "ShaderInfo", "Stroke", "Style", "StyleInfo", "draw", "formats", "papers", "render",
     "shaders", "styles",
 ]
-__version__ = "2.0.0"
+__version__: str = _core.version
 
 
 def formats() -> "dict[str, str]":

@@ -1,5 +1,5 @@
 # The guides show code from the examples, which other tests build and run. Each block that begins with
-# "```cpp examples/..." must stand in that file, line for line (indentation as in the file), so that a guide cannot rot.
+# "```cpp examples/..." (or cmake, or python) must stand in that file, line for line (indentation as in the file), so that a guide cannot rot.
 file(GLOB guides ${ROOT}/docs/*.md ${ROOT}/README.md)
 set(blocks 0)
 set(faults 0)
@@ -9,11 +9,11 @@ foreach(guide ${guides})
   string(REPLACE ";" "<semicolon>" text "${text}")
   string(REPLACE "[" "<open>" text "${text}")
   string(REPLACE "]" "<close>" text "${text}")
-  string(REGEX MATCHALL "```(cpp|cmake) examples/[^\n]*\n[^`]*```" found "${text}")
+  string(REGEX MATCHALL "```(cpp|cmake|python) examples/[^\n]*\n[^`]*```" found "${text}")
   foreach(block ${found})
     math(EXPR blocks "${blocks}+1")
-    string(REGEX REPLACE "^```(cpp|cmake) (examples/[^\n]*)\n.*$" "\\2" file "${block}")
-    string(REGEX REPLACE "^```(cpp|cmake) examples/[^\n]*\n([^`]*)```$" "\\2" code "${block}")
+    string(REGEX REPLACE "^```(cpp|cmake|python) (examples/[^\n]*)\n.*$" "\\2" file "${block}")
+    string(REGEX REPLACE "^```(cpp|cmake|python) examples/[^\n]*\n([^`]*)```$" "\\2" code "${block}")
     if(NOT EXISTS ${ROOT}/${file})
       message("${guide}: shows code of ${file}, which does not exist")
       math(EXPR faults "${faults}+1")

@@ -160,6 +160,8 @@ def test_memory_stays_flat(cube, small):
     colored = np.linspace(0.0, 1.0, 18).reshape(6, 3)
     cube.add_mesh(CUBE_VERTICES + 2, CUBE_FACES, face_colors=colored).style = "Comic"
 
+    small["size"] = (40, 30)
+
     def some(count):
         for _ in range(count):
             selvarin.render(cube, **small)

@@ -1,0 +1,49 @@
+#!/usr/bin/env bash
+# wheel_test.sh SOURCES BUILD PYTHON: the wheel in a virtual environment on a prefix of its own, and the same from the
+# sources by pip. Neither uses the network or the build tree.
+set -euo pipefail
+sources=$1 build=$2 python=$3
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+export SELVARIN_BUILD_DIR=$build PIP_DISABLE_PIP_VERSION_CHECK=1
+fail() { echo "FAILED: $*"; exit 1; }
+
+# The package's own build folders lie in the sources: not beside those of somebody who works there.
+cp -r "$sources"/{CMakeLists.txt,pyproject.toml,setup.py,python,scripts} "$work"
+mkdir -p "$work/docs" && cp "$sources/docs/python.md" "$work/docs/" 2>/dev/null || echo >"$work/docs/python.md"
+
+PYTHON=$python "$work/scripts/wheel" --outdir "$work/dist"
+wheel=$(echo "$work"/dist/selvarin-*.whl)
+[ -f "$wheel" ] || fail "no wheel"
+"$python" -m venv --system-site-packages "$work/one"
+"$python" -m venv --system-site-packages "$work/two"
+"$work/one/bin/python" -m pip install -q --no-index --no-deps "$wheel"
+(cd "$work" && ./two/bin/python -m pip install -q --no-index --no-deps --no-build-isolation .)
+mkdir "$work/elsewhere"
+cd "$work/elsewhere"
+unset SELVARIN_BUILD_DIR
+printf 'OFF\n4 4 0\n0 0 0\n1 0 0\n0 1 0\n0 0 1\n3 0 2 1\n3 0 1 3\n3 1 2 3\n3 0 3 2\n' >tetra.off
+"$build/bin/selvarin" render tetra.off -o expected.png -s 80x60 -a 0 -q
+
+for place in one two; do
+    site=$("$work/$place/bin/python" -c 'import os, selvarin; print(os.path.dirname(selvarin.__file__))')
+    case $site in "$work/$place/"*) ;; *) fail "imported from $site" ;; esac
+    "$sources/scripts/check-runpath" "$site"
+    readelf -d "$site"/_core*.so | grep -q 'RUNPATH.*\[$ORIGIN/native\]' || fail "the module's RUNPATH"
+    "$work/$place/bin/python" - <<'PYTHON'
+import selvarin
+assert selvarin._core.library_folder().startswith(selvarin.__path__[0]), selvarin._core.library_folder()
+assert len(selvarin.styles()) > 10 and len(selvarin.shaders()) >= 4 and len(selvarin.papers()) >= 4
+scene = selvarin.Scene()
+scene.load("tetra.off")
+selvarin.render(scene, (80, 60), antialias=0).save("picture.png")
+selvarin.draw(scene, (80, 60)).save("drawing.svg")
+PYTHON
+    cmp expected.png picture.png || fail "another picture than that of the command line"
+    grep -q '<path' drawing.svg || fail "an empty drawing"
+    "$work/$place/bin/selvarin" --version | grep -q '^selvarin 2' || fail "the program"
+    "$work/$place/bin/python" -m selvarin render tetra.off -o program.png -s 80x60 -a 0 -q
+    cmp expected.png program.png || fail "the program draws another picture"
+    rm picture.png program.png drawing.svg
+done
+[ -f "$work/one/lib/python3"*/site-packages/selvarin/py.typed ] || fail "py.typed"

@@ -47,7 +47,7 @@ class BuildByCMake(build_ext):
         for item in sorted((source / "bin").iterdir()):
             if item.is_dir():
                 shutil.copytree(item, native / item.name)
-            elif item.name == "selvarin" or item.name.startswith(("libselvarin", "selvarin-reader", "selvarin-cad")):
+            elif item.name != "selvarin-studio":
                 shutil.copy2(item, native / item.name)
 
 

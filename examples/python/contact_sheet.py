@@ -3,6 +3,7 @@
 import sys
 
 import numpy as np
+from matplotlib import image
 
 import selvarin
 
@@ -17,13 +18,7 @@ def main(folder, model=None, size=(240, 180), columns=5):
     blank = np.full_like(pictures[0], 255)
     pictures += [blank] * (-len(pictures) % columns)
     rows = [np.hstack(pictures[i:i + columns]) for i in range(0, len(pictures), columns)]
-    sheet = np.vstack(rows)
-    try:
-        from PIL import Image
-        Image.fromarray(sheet).save(folder + "/contact_sheet.png")
-    except ImportError:
-        from matplotlib import image
-        image.imsave(folder + "/contact_sheet.png", sheet)
+    image.imsave(folder + "/contact_sheet.png", np.vstack(rows))
 
 
 if __name__ == "__main__":

@@ -132,7 +132,7 @@ public:
     }
 
     // Throws Stopped and RenderError.
-    void draw(KivCommonSettings& settings, KivBitmapManager& surface) {
+    void draw(KivCommonSettings& settings, KivBitmapManager& surface, double from = 0.0, double to = 1.0) {
         KivMemoryCommonDataManager common;
         settings.saveDataOnHost(&common);
         library->host.takeMessages();
@@ -140,7 +140,7 @@ public:
         // A render empties its scene: it gets a copy, which shares the meshes.
         KivScene copy(drawn.scene());
         tagSIZE size{request.width, request.height};
-        progress.restart();
+        progress.restart(from, to);
         library->host.setCurProgress(&progress);
         kivSetLastError(0);
         bool done = false;
@@ -153,7 +153,7 @@ public:
         }
         const unsigned long error = kivGetLastError();
         library->host.setCurProgress(nullptr);
-        if (!progress.show(1.0, L"")) {
+        if (!progress.show(to, L"")) {
             throw Stopped();
         }
         const std::vector<std::string> messages = library->host.takeMessages();
@@ -163,9 +163,9 @@ public:
         warnings.insert(warnings.end(), messages.begin(), messages.end());
     }
 
-    HBITMAP drawBitmap(KivCommonSettings settings) {
+    HBITMAP drawBitmap(KivCommonSettings settings, double from, double to) {
         KivBitmapManager surface;
-        draw(settings, surface);
+        draw(settings, surface, from, to);
         return kivShareBitmap(surface.getHBitmap());
     }
 
@@ -244,18 +244,19 @@ std::shared_ptr<PictureData> renderPicture(LibraryUse& library, PythonScene& sce
         settings.setSaveRenderFile((beside + L".bmp").c_str());
         settings.setSaveDepth(request.wantsDepth);
         settings.setSaveShadows(request.wantsShadow);
-        auto picture = std::make_shared<PictureData>(drawing.drawBitmap(settings));
+        const bool isTwice = !request.background && !drawing.hasBackdrop();
+        auto picture = std::make_shared<PictureData>(drawing.drawBitmap(settings, 0.0, isTwice ? 0.5 : 1.0));
         if (request.wantsDepth) {
             picture->depth = readGrey(beside + L"_depth.bmp");
         }
         if (request.wantsShadow) {
             picture->shadow = readGrey(beside + L"_shadow.bmp");
         }
-        if (!request.background && !drawing.hasBackdrop()) {
+        if (isTwice) {
             settings.setSaveDepth(false);
             settings.setSaveShadows(false);
             settings.setBackgroundColor(0xFFFFFF);
-            const PictureData overWhite(drawing.drawBitmap(settings));
+            const PictureData overWhite(drawing.drawBitmap(settings, 0.5, 1.0));
             picture->takeOpacity(overWhite);
         }
         return picture;

@@ -3,8 +3,6 @@
 #include "core/runtime.h"
 #include "kivrender/platform/kivtext.h"
 
-#include <algorithm>
-#include <numeric>
 #include <utility>
 
 namespace {
@@ -17,15 +15,15 @@ constexpr std::chrono::milliseconds timeBetweenCalls{40};
 RenderProgress::RenderProgress(py::object progressCallback)
     : callback(std::move(progressCallback)), asked(Clock::now()) {}
 
-void RenderProgress::restart() {
-    steps.clear();
-    current = -1;
-    done = 0;
-    before = 0.0;
+void RenderProgress::restart(double from, double to) {
+    estimate.restart();
+    begin = from;
+    end = to;
 }
 
 bool RenderProgress::show(double ofAll, const wchar_t* text) {
-    before = ofAll;
+    begin = ofAll;
+    end = ofAll;
     stage = text;
     ask();
     return !cancelled;
@@ -41,14 +39,7 @@ void RenderProgress::rethrow() {
 }
 
 double RenderProgress::fraction() const {
-    const double total = std::accumulate(steps.begin(), steps.end(), 0.0);
-    if (total <= 0.0 || current < 0) {
-        return before;
-    }
-    const std::size_t begun = std::min(static_cast<std::size_t>(current), steps.size());
-    const double passed = std::accumulate(steps.begin(), steps.begin() + static_cast<std::ptrdiff_t>(begun), 0.0);
-    const double now = begun < steps.size() ? std::min(done, steps[begun]) : 0.0;
-    return std::min((passed + now) / total, 1.0);
+    return begin + (end - begin) * estimate.done();
 }
 
 void RenderProgress::ask() {
@@ -75,37 +66,31 @@ void RenderProgress::ask() {
 }
 
 void RenderProgress::addSteps(unsigned int size) {
-    steps.push_back(size);
+    estimate.addSteps(size);
 }
 
 int RenderProgress::addDeferredStep() {
-    steps.push_back(0);
-    return static_cast<int>(steps.size() - 1);
+    return estimate.addDeferredStep();
 }
 
 void RenderProgress::progressSlot3() {}
 
 void RenderProgress::beginStep() {
-    ++current;
-    done = 0;
+    estimate.beginStep();
     ask();
 }
 
 void RenderProgress::advance(unsigned int units, bool /*show*/) {
-    done += units;
+    estimate.advance(units);
     ask();
 }
 
 void RenderProgress::setStepSize(int step, unsigned int size) {
-    if (step >= 0 && static_cast<std::size_t>(step) < steps.size()) {
-        steps[static_cast<std::size_t>(step)] = size;
-    }
+    estimate.setStepSize(step, size);
 }
 
 void RenderProgress::endStep() {
-    if (current >= 0 && static_cast<std::size_t>(current) < steps.size()) {
-        done = steps[static_cast<std::size_t>(current)];
-    }
+    estimate.endStep();
     ask();
 }
 

@@ -3,6 +3,7 @@
 #ifndef CORE_RENDERPROGRESS_H
 #define CORE_RENDERPROGRESS_H
 
+#include "kivrender/render/kivprogressestimate.h"
 #include "kivrender/scene/kivprogress.h"
 
 #include <chrono>
@@ -33,8 +34,8 @@ public:
     void setText(const wchar_t* text) override;
     bool isCancelled() override;
 
-    // Starts over: the next render lays out its steps anew.
-    void restart();
+    // Another render begins, which is that part of the whole.
+    void restart(double from, double to);
 
 private:
     using Clock = std::chrono::steady_clock;
@@ -48,10 +49,9 @@ private:
     bool cancelled = false;
     Clock::time_point asked;
     std::wstring stage;
-    std::vector<unsigned int> steps;
-    int current = -1; // the step that has begun last
-    unsigned int done = 0;
-    double before = 0.0; // of what comes before the first step
+    KivProgressEstimate estimate;
+    double begin = 0.0; // of the part of the whole that is under way; end is no more than that without a render
+    double end = 0.0;
 };
 
 #endif

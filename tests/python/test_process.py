@@ -31,6 +31,7 @@ def test_progress_grows_and_has_words(large):
     selvarin.render(large, (640, 480), antialias=1, progress=lambda done, text: calls.append((done, text)))
     assert len(calls) >= 2
     assert all(0.0 <= done <= 1.0 for done, _ in calls) and any(text for _, text in calls)
+    assert [done for done, _ in calls] == sorted(done for done, _ in calls)
 
 
 def test_false_cancels(large, small):

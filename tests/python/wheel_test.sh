@@ -10,7 +10,8 @@ fail() { echo "FAILED: $*"; exit 1; }
 
 # The package's own build folders lie in the sources: not beside those of somebody who works there.
 cp -r "$sources"/{CMakeLists.txt,pyproject.toml,setup.py,python,scripts} "$work"
-mkdir -p "$work/docs" && cp "$sources/docs/python.md" "$work/docs/" 2>/dev/null || echo >"$work/docs/python.md"
+mkdir "$work/docs"
+cp "$sources/docs/python.md" "$work/docs"
 
 PYTHON=$python "$work/scripts/wheel" --outdir "$work/dist"
 wheel=$(echo "$work"/dist/selvarin-*.whl)

@@ -74,6 +74,8 @@ HOSTILE = [
     (([object()] * 3, TRIANGLES), TypeError, "vertices must be numbers, not object"),
     ((np.where(CUBE_VERTICES > 0, np.nan, 0.0), TRIANGLES), ValueError, "vertices[1] is not finite"),
     ((np.full((8, 3), np.inf), TRIANGLES), ValueError, "vertices[0] is not finite"),
+    ((np.concatenate([CUBE_VERTICES[:7], [[1.0, 1.0, np.nan]]]), TRIANGLES), ValueError, "vertices[7] is not finite"),
+    ((np.concatenate([CUBE_VERTICES[:7], [[1.0, np.inf, 1.0]]]), TRIANGLES), ValueError, "vertices[7] is not finite"),
     ((CUBE_VERTICES * 1e31, TRIANGLES), ValueError, "vertices[1] lies beyond 1e30"),
     ((CUBE_VERTICES, TRIANGLES + 1), ValueError, "is 8, but there are 8 vertices"),
     ((CUBE_VERTICES, TRIANGLES - 1), ValueError, "faces[0, 0] is -1, but there are 8 vertices"),

@@ -215,4 +215,37 @@ TEST(CurveFit, AHundredThousandPointsAreDoneInNoTime) {
     EXPECT_GT(path.pieces.size(), 50U);
 }
 
+TEST(KivFitCurve, ACoarsePolygonStaysOne) {
+    std::vector<KivPicturePoint> polygon;
+    for (int i = 0; i < 32; ++i) {
+        polygon.push_back({150.0 * std::cos(i * 0.19634954), 150.0 * std::sin(i * 0.19634954)});
+    }
+    const KivCurvePath path = kivFitCurve(polygon, true, 0.1);
+    ASSERT_EQ(path.pieces.size(), 32U) << "its sides lie seven tenths of a pixel within the circle";
+    for (const KivCurvePiece& piece : path.pieces) {
+        EXPECT_EQ(piece.kind, KivCurvePiece::Kind::line);
+    }
+    EXPECT_LT(kivFitCurve(polygon, true, 1.0).pieces.size(), 16U);
+}
+
+TEST(KivFlattenCurve, KeepsToTheCurveAndHasNoMorePointsThanThatTakes) {
+    const KivCurvePath path = {{0.0, 0.0},
+                               {{KivCurvePiece::Kind::line, {}, {10.0, 0.0}},
+                                {KivCurvePiece::Kind::cubic, {{65.2, 0.0}, {110.0, 44.8}}, {110.0, 100.0}}},
+                               false};
+    for (const double tolerance : {0.01, 0.1, 1.0}) {
+        const std::vector<KivPicturePoint> points = kivFlattenCurve(path, tolerance);
+        double most = 0.0;
+        for (std::size_t i = 2; i < points.size(); ++i) {
+            const double x = 0.5 * (points[i - 1].x + points[i].x) - 10.0;
+            const double y = 0.5 * (points[i - 1].y + points[i].y) - 100.0;
+            most = std::max(most, std::fabs(std::hypot(x, y) - 100.0));
+        }
+        EXPECT_LT(most, tolerance + 0.03) << "the cubic is nearly a quarter of a circle";
+        EXPECT_LT(static_cast<double>(points.size()), 4.0 + 16.0 / std::sqrt(tolerance));
+        EXPECT_EQ(points.back().y, 100.0);
+    }
+    EXPECT_EQ(kivFlattenCurve({{3.0, 4.0}, {}, false}, 0.1).size(), 1U);
+}
+
 } // namespace

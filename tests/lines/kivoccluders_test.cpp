@@ -328,6 +328,43 @@ TEST(KivOccluders, RaysAgreeOnSoupsOfTrianglesOnACoarseGrid) {
     EXPECT_LE(wrong, judged / 1000) << "of " << judged;
 }
 
+TEST(KivOccluders, ExemptTrianglesHideNothing) {
+    const Body sheets = {
+        {{-5.0, -5.0, 3.0}, {5.0, -5.0, 3.0}, {0.0, 9.0, 3.0}, {-5.0, -5.0, 4.0}, {0.0, -5.0, 4.0}, {-2.5, 9.0, 4.0}},
+        {{0, 1, 2}, {3, 4, 5}}};
+    const Body none = {{{0.0, 0.0, 0.0}}, {{0, 0, 0}}};
+    const Scene scene(front, {none, sheets}); // the first triangle counts, though it hides nothing
+    const auto lengthWithout = [&](std::vector<std::uint32_t> exempt) {
+        std::vector<KivLinePart> parts;
+        scene.occluders.visibleParts({-2.0, 0.0, 0.0}, {2.0, 0.0, 0.0}, exempt, parts);
+        double length = 0.0;
+        for (const KivLinePart& part : parts) {
+            length += part.to - part.from;
+        }
+        return length;
+    };
+    EXPECT_EQ(lengthWithout({}), 0.0);
+    EXPECT_EQ(lengthWithout({0, 2}), 0.0);
+    EXPECT_GT(lengthWithout({1}), 0.3);
+    EXPECT_LT(lengthWithout({1}), 0.8);
+    EXPECT_EQ(lengthWithout({1, 2}), 1.0);
+}
+
+TEST(KivOccluders, TellsTheNearestDepthAtAPlace) {
+    for (const auto kind : {KivCamera::perspective, KivCamera::orthographic}) {
+        // A plane that falls away to the right.
+        const Body plane = {{{-5.0, -5.0, 2.0}, {5.0, -5.0, -2.0}, {0.0, 9.0, 0.0}}, {{0, 1, 2}}};
+        const Body behind = {{{-9.0, -9.0, -5.0}, {9.0, -9.0, -5.0}, {0.0, 20.0, -5.0}}, {{0, 1, 2}}};
+        const Scene scene(lineCamera(kind, {0.0, 0.0, 20.0}, kind == KivCamera::perspective ? 0.25 : 5.0, 1.0, 100.0),
+                          {behind, plane});
+        const KivLineView& view = scene.occluders.view();
+        const KivVec point = {1.0, 0.5, -0.4};
+        EXPECT_NEAR(scene.occluders.nearestAt(view.toPicture(view.toCamera(point))), 20.4, 1e-9);
+        EXPECT_NEAR(scene.occluders.nearestAt(view.toPicture(view.toCamera({-4.0, 4.0, -5.0}))), 25.0, 1e-9);
+        EXPECT_TRUE(std::isinf(scene.occluders.nearestAt({1.0, 399.0})));
+    }
+}
+
 TEST(KivOccluders, PollsWhileItTakesAndSortsTriangles) {
     const Body ring = ringBody({0.0, 0.0, 0.0}, 1.5, 0.6, 700, 500);
     PollCost::expectAllowed([&] {

@@ -253,6 +253,33 @@ TEST(KivSurfaceCrossings, BrokenTrianglesAreLeftOut) {
     EXPECT_TRUE(crossingsOf({LineBody{}}).empty());
 }
 
+// Neighbours on calm surfaces are not compared; where corners are not shared, nobody knows of neighbours.
+TEST(KivSurfaceCrossings, ATubeThroughItselfHasTheSameLinesHoweverItsCornersAreShared) {
+    LineBody tube = ringBody({0.0, 0.0, 0.0}, 1.0, 1.3, 60, 45);
+    for (KivVec& p : tube.points) {
+        const double wave = 1.0 + 0.02 * std::sin(17.0 * p.x) * std::sin(13.0 * p.y) * std::sin(19.0 * p.z);
+        p = p * wave;
+    }
+    LineBody loose;
+    for (const LineBody::Triangle& t : tube.triangles) {
+        const auto first = static_cast<std::uint32_t>(loose.points.size());
+        for (const std::uint32_t corner : t) {
+            loose.points.push_back(tube.points[corner]);
+        }
+        loose.triangles.push_back({first, first + 1, first + 2});
+    }
+    const std::vector<KivCrossing> shared = crossingsOf({tube});
+    const std::vector<KivCrossing> apart = crossingsOf({loose});
+    EXPECT_GT(shared.size(), 300U);
+    ASSERT_EQ(shared.size(), apart.size());
+    for (std::size_t i = 0; i < shared.size(); ++i) {
+        EXPECT_EQ(shared[i].triangles[0], apart[i].triangles[0]);
+        EXPECT_EQ(shared[i].triangles[1], apart[i].triangles[1]);
+        EXPECT_EQ(kivLength(shared[i].from - apart[i].from), 0.0);
+        EXPECT_EQ(kivLength(shared[i].to - apart[i].to), 0.0);
+    }
+}
+
 TEST(KivSurfaceCrossings, PollsAllTheTime) {
     const LineBody ring = ringBody({0.0, 0.0, 0.0}, 1.5, 0.6, 300, 150);
     const LineBody other = ringBody({1.5, 0.0, 0.0}, 1.5, 0.6, 150, 75);

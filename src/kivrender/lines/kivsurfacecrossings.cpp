@@ -1,5 +1,6 @@
 #include "kivrender/lines/kivsurfacecrossings.h"
 
+#include "kivrender/lines/calmpatches.h"
 #include "kivrender/lines/curveorder.h"
 #include "kivrender/lines/linegrain.h"
 #include "kivrender/lines/trianglecrossing.h"
@@ -26,6 +27,10 @@ struct KivSurfaceCrossings::Pair {
     std::uint32_t nodes[2];
 };
 
+KivSurfaceCrossings::KivSurfaceCrossings() : patches(std::make_unique<CalmPatches>()) {}
+
+KivSurfaceCrossings::~KivSurfaceCrossings() = default;
+
 bool KivSurfaceCrossings::add(std::span<const KivVec> points, std::span<const Triangle> triangles) {
     const auto first = static_cast<std::uint32_t>(corners.size());
     for (const KivVec& p : points) {
@@ -51,7 +56,7 @@ bool KivSurfaceCrossings::find() {
     levels.clear();
     alongEdges.clear();
     witnesses.clear();
-    if (faces.empty() || !sortAlongCurve() || !buildLevels() || !join()) {
+    if (faces.empty() || !sortAlongCurve() || !buildLevels() || !findPatches() || !join()) {
         return faces.empty();
     }
     takeAlongEdges();
@@ -155,6 +160,41 @@ template <class Box> bool overlap(const Box& a, const Box& b) {
 
 } // namespace
 
+bool KivSurfaceCrossings::findPatches() {
+    std::vector<CalmPatches::Corners> triangles(faces.size());
+    for (std::size_t i = 0; i < faces.size(); ++i) {
+        triangles[i] = {faces[i].corners[0], faces[i].corners[1], faces[i].corners[2]};
+    }
+    patches = std::make_unique<CalmPatches>();
+    if (!patches->find(corners, triangles)) {
+        return false;
+    }
+    patchOfNode.clear();
+    std::size_t together = leafSize;
+    for (std::size_t size = leafSize; size <= CalmPatches::runSize && patchOfNode.size() < levels.size(); size *= 2) {
+        std::vector<std::uint32_t> level(levels[patchOfNode.size()].size(), CalmPatches::none);
+        const std::size_t below = patchOfNode.empty() ? faces.size() : patchOfNode.back().size();
+        for (std::size_t i = 0; i < below; ++i) {
+            const std::uint32_t patch = patchOfNode.empty() ? patches->patchOf(i) : patchOfNode.back()[i];
+            std::uint32_t& node = level[i / together];
+            node = i % together == 0 || node == patch ? patch : CalmPatches::none;
+        }
+        patchOfNode.push_back(std::move(level));
+        together = 2;
+    }
+    return true;
+}
+
+// Whether nothing under the two nodes can cross.
+bool KivSurfaceCrossings::keepApart(const Pair& pair) const {
+    if (std::max(pair.levels[0], pair.levels[1]) >= patchOfNode.size()) {
+        return false;
+    }
+    const std::uint32_t one = patchOfNode[pair.levels[0]][pair.nodes[0]];
+    const std::uint32_t other = patchOfNode[pair.levels[1]][pair.nodes[1]];
+    return one != CalmPatches::none && other != CalmPatches::none && patches->keepApart(one, other);
+}
+
 // Every pair of leaves whose boxes overlap, a leaf with itself among them, comes once: the larger node is divided
 // first.
 bool KivSurfaceCrossings::join() {
@@ -173,7 +213,8 @@ bool KivSurfaceCrossings::join() {
         }
         const auto pushIfMeeting = [&](const Pair& next) {
             if (next.nodes[0] < levels[next.levels[0]].size() && next.nodes[1] < levels[next.levels[1]].size() &&
-                overlap(levels[next.levels[0]][next.nodes[0]], levels[next.levels[1]][next.nodes[1]])) {
+                overlap(levels[next.levels[0]][next.nodes[0]], levels[next.levels[1]][next.nodes[1]]) &&
+                !keepApart(next)) {
                 open.push_back(next);
             }
         };
@@ -201,7 +242,7 @@ void KivSurfaceCrossings::testLeaves(std::size_t one, std::size_t other) {
     const std::size_t otherEnd = std::min(faces.size(), (other + 1) * leafSize);
     for (std::size_t i = one * leafSize; i < oneEnd; ++i) {
         for (std::size_t k = one == other ? i + 1 : other * leafSize; k < otherEnd; ++k) {
-            if (overlap(boxes[i], boxes[k])) {
+            if (overlap(boxes[i], boxes[k]) && !patches->keepApart(patches->patchOf(i), patches->patchOf(k))) {
                 test(faces[i], faces[k]);
             }
         }

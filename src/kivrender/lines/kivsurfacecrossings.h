@@ -17,9 +17,12 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <span>
 #include <utility>
 #include <vector>
+
+class CalmPatches;
 
 // The piece that two triangles have in common. Pieces of one line meet in equal points.
 struct KivCrossing {
@@ -33,6 +36,11 @@ struct KivCrossing {
 class KIV_API KivSurfaceCrossings {
 public:
     using Triangle = std::array<std::uint32_t, 3>;
+
+    KivSurfaceCrossings();
+    ~KivSurfaceCrossings();
+    KivSurfaceCrossings(const KivSurfaceCrossings&) = delete;
+    KivSurfaceCrossings& operator=(const KivSurfaceCrossings&) = delete;
 
     // Adds a body; points are in the model's units. Triangles with an index out of range or a corner that is not finite
     // are left out. Coordinates count as rounded to a millionth of the body's largest one. False when the user
@@ -68,6 +76,8 @@ private:
 
     bool sortAlongCurve();
     bool buildLevels();
+    bool findPatches();
+    bool keepApart(const Pair& pair) const;
     bool join();
     void testLeaves(std::size_t one, std::size_t other);
     void test(const Face& one, const Face& other);
@@ -77,9 +87,11 @@ private:
     std::vector<KivVec> corners;
     std::vector<Face> faces; // along a space-filling curve once find was called
     std::vector<Body> bodies;
-    std::vector<std::uint32_t> numbers;   // of the faces in their bodies, by the order of adding
-    std::vector<Box> boxes;               // of the faces
-    std::vector<std::vector<Box>> levels; // of a binary tree over them, leaves first
+    std::vector<std::uint32_t> numbers;                  // of the faces in their bodies, by the order of adding
+    std::vector<Box> boxes;                              // of the faces
+    std::vector<std::vector<Box>> levels;                // of a binary tree over them, leaves first
+    std::unique_ptr<CalmPatches> patches;                // of the faces
+    std::vector<std::vector<std::uint32_t>> patchOfNode; // of the lower levels, where all of a node is in one
     std::vector<std::pair<Witness, KivCrossing>> alongEdges;
     std::vector<Witness> witnesses;
     std::vector<KivCrossing> found;

@@ -27,6 +27,7 @@ protected:
         addMesh(bumpySheet());
         addMesh(moved(cubeSurface(0.5), {-1.8, 1.0, 0.8}));
         nameEdge(*scene.getMesh(3));
+        addMesh(moved(cubeSurface(0.4), {2.0, -1.5, -0.2})); // stands in the sheet
         for (unsigned int i = 0; i < scene.numMeshes(); ++i) {
             KivMaterial material;
             material.setDiffuse(clay);
@@ -178,7 +179,8 @@ TEST_F(EverySetting, OfTheOutlineChangesThePicture) {
                                   {"Smoothing", "50", {{"Smoothing", "0"}}},
                                   {"Lines", "no"},
                                   {"LineWidth", "7"},
-                                  {"Tangents", "none"}});
+                                  {"Tangents", "none"},
+                                  {"Intersections", "no"}});
 }
 
 TEST_F(EverySetting, OfTheSketchChangesThePicture) {
@@ -207,7 +209,8 @@ TEST_F(EverySetting, OfTheSketchChangesThePicture) {
                                  {"CrossHatching", "no"},
                                  {"Lines", "no"},
                                  {"Seed", "7"},
-                                 {"Tangents", "none"}});
+                                 {"Tangents", "none"},
+                                 {"Intersections", "no"}});
 }
 
 TEST_F(EverySetting, PercentagesAreParts) {

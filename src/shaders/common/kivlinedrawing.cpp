@@ -106,6 +106,50 @@ void KivLineDrawing::addMesh(const KivMesh& mesh, unsigned int number, const Kiv
     const std::vector<bool> creases = kivFeatureCreases(surface, wings, rules);
     addEdges(surface.points, kivFeatureEdges(surface, wings, creases, view.viewpoint(), rules), page);
     addOwnLines(mesh, page);
+    if (toolOf(page).look.intersections) {
+        crossings.add(surface.points, surface.triangles);
+        crossingPages.push_back(&page);
+    }
+}
+
+// Each line belongs to the first of the two meshes.
+bool KivLineDrawing::addCrossings() {
+    if (!crossings.find()) {
+        return false;
+    }
+    std::map<const KivTablePageSettings*, std::vector<const KivCrossing*>> piecesOf;
+    for (const KivCrossing& piece : crossings.pieces()) {
+        piecesOf[crossingPages[piece.bodies[0]]].push_back(&piece);
+    }
+    for (const KivTablePageSettings* page : crossingPages) {
+        const auto pieces = piecesOf.find(page);
+        if (pieces != piecesOf.end()) {
+            addCrossings(pieces->second, *page);
+            piecesOf.erase(pieces);
+        }
+    }
+    return true;
+}
+
+void KivLineDrawing::addCrossings(const std::vector<const KivCrossing*>& pieces, const KivTablePageSettings& page) {
+    std::vector<KivVec> points;
+    for (const KivCrossing* piece : pieces) {
+        points.push_back(piece->from);
+        points.push_back(piece->to);
+    }
+    std::uint32_t count = 0;
+    const std::vector<std::uint32_t> numbers = kivWeldPoints(points, &count);
+    std::vector<KivVec> places(count);
+    for (std::size_t i = 0; i < points.size(); ++i) {
+        places[numbers[i]] = points[i];
+    }
+    std::vector<KivFeatureEdge> edges;
+    for (std::size_t i = 0; i < points.size(); i += 2) {
+        if (numbers[i] != numbers[i + 1]) {
+            edges.push_back({numbers[i], numbers[i + 1], KivFeatureKind::crease, numbers[i], true});
+        }
+    }
+    addEdges(places, edges, page);
 }
 
 void KivLineDrawing::addEdges(const std::vector<KivVec>& points, const std::vector<KivFeatureEdge>& edges,

@@ -7,6 +7,7 @@
 #include "kivfeatureedges.h"
 #include "kivlinelook.h"
 #include "kivlinetracer.h"
+#include "kivrender/lines/kivsurfacecrossings.h"
 #include "kivrender/platform/kivtypes.h"
 #include "kivview.h"
 
@@ -40,6 +41,9 @@ public:
 
     // number: that of the mesh in the scene.
     void addMesh(const KivMesh& mesh, unsigned int number, const KivTablePageSettings& page);
+    // Adds the lines where the meshes run into each other, once all are added. False when the render was cancelled
+    // meanwhile.
+    bool addCrossings();
     void addPolyline(const KivPolyline& polyline, const KivTablePageSettings& page);
     void addLine(const KivLine& line, const KivTablePageSettings& page);
     void addPoint(const Kiv3DPoint& point, const KivTablePageSettings& page);
@@ -108,6 +112,7 @@ private:
                   const KivTablePageSettings& page);
     void addLineJob(const std::vector<KivVec>& points, bool closed, std::uint32_t color,
                     const KivTablePageSettings& page);
+    void addCrossings(const std::vector<const KivCrossing*>& pieces, const KivTablePageSettings& page);
     void readDepth();
     bool traceExactly();
     std::vector<KivLinePath> seenPaths(const Job& job) const;
@@ -119,8 +124,10 @@ private:
     std::map<const KivTablePageSettings*, Tool> tools;
     std::vector<Job> jobs;
     KivDepthImage depth;
-    std::uint32_t object = 0;                // the mesh whose own lines are added
-    std::unique_ptr<KivLinePage> vectorPage; // null for a picture
+    KivSurfaceCrossings crossings;
+    std::vector<const KivTablePageSettings*> crossingPages; // of the meshes that may cross
+    std::uint32_t object = 0;                               // the mesh whose own lines are added
+    std::unique_ptr<KivLinePage> vectorPage;                // null for a picture
 };
 
 // Makes a colour of the interface OpenGL's current one.

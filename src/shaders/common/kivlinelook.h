@@ -20,7 +20,8 @@ struct KivLineLook {
     double detail = 2.0;
     double shortest = 5.0;
     double smoothing = 1.5;
-    bool hidden = false; // trace what is hidden as well
+    bool intersections = true; // lines where surfaces run into each other, as wide as creases
+    bool hidden = false;       // trace what is hidden as well
 };
 
 #endif

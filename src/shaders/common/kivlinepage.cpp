@@ -7,6 +7,7 @@
 #include <GL/gl.h>
 
 #include <cmath>
+#include <utility>
 
 namespace {
 
@@ -46,6 +47,7 @@ void KivLinePage::addMesh(const KivMesh& mesh, std::uint32_t object, const KivLi
     source.body.hides = false;
     source.body.rules.features = look.rules;
     source.body.rules.hidden = collected != nullptr && (collected->wantsHidden || look.hidden);
+    source.body.rules.intersections = look.intersections;
     source.body.rules.detail = look.detail;
     source.body.rules.shortest = look.shortest;
 }

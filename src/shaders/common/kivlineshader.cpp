@@ -96,6 +96,9 @@ void KivLineShader::render(KivBitmapManager* surface, const KivCommonSettings& s
             return;
         }
     }
+    if (!drawing->addCrossings()) {
+        return;
+    }
     for (unsigned int i = 0; i < scene->numPolyline(); ++i) {
         const KivPolyline* polyline = scene->getPolyline(i);
         if (polyline != nullptr && kivIsForShader(*polyline, getTag(), named)) {

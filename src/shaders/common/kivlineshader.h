@@ -1,11 +1,11 @@
 // A combinable shader that draws lines, but for the lines themselves: its dealings with settings, pages and the
 // progress bar, which objects are its own, and the order of the steps.
 //
-// Lines are found per mesh (kivfeatureedges.h), joined to long chains (kivfeaturechains.h) and tested along their
-// middle against the depth buffer that the base shader left (kivlinetracer.h). The depth buffer holds the surfaces
-// pushed back by the channel's polygon offset, so that a line on a surface passes and a line behind it does not. Where
-// no base shader lays the depth of a mesh, this shader does, so that lines alone make a drawing with hidden lines
-// removed.
+// Lines are found per mesh (kivfeatureedges.h) and where meshes cross (kivsurfacecrossings.h), joined to long chains
+// (kivfeaturechains.h) and tested along their middle against the depth buffer that the base shader left
+// (kivlinetracer.h). The depth buffer holds the surfaces pushed back by the channel's polygon offset, so that a line on
+// a surface passes and a line behind it does not. Where no base shader lays the depth of a mesh, this shader does, so
+// that lines alone make a drawing with hidden lines removed.
 //
 // In a render the depth buffer is only read. In a preview, which draws the lines before the surfaces, the lines are
 // drawn at the very front and kept there by the depth test.

@@ -19,6 +19,7 @@ enum Setting {
     linesSetting,
     lineWidthSetting,
     tangentsSetting,
+    intersectionsSetting,
     numSettings
 };
 
@@ -45,6 +46,8 @@ const KivSettingInfo table[numSettings] = {
     {"LineWidth", KivSettingType::Double, 0, 50, 1.6, L"Width of the scene's lines, in pixels", nullptr},
     {"Tangents", KivSettingType::Choice, 0, 2, 1,
      L"How edges of CAD models are drawn where one face runs into the next without a bend", "none|thin|full"},
+    {"Intersections", KivSettingType::Bool, 0, 1, 1, L"Lines where surfaces run into each other without a common edge",
+     nullptr},
 };
 
 } // namespace
@@ -60,6 +63,7 @@ KivLineLook kivOutlineLook(const KivTablePageSettings& settings) {
     look.rules.silhouettes = settings.getBool(silhouettesSetting);
     look.rules.borders = settings.getBool(bordersSetting);
     look.rules.creases = settings.getBool(creasesSetting);
+    look.intersections = settings.getBool(intersectionsSetting);
     look.rules.creaseAngle = settings.getValue(creaseAngleSetting);
     look.rules.smoothCreaseAngle = settings.getValue(smoothCreaseAngleSetting);
     look.rules.creaseLength = settings.getValue(creaseLengthSetting) * 0.01;

@@ -29,6 +29,7 @@ enum Setting {
     linesSetting,
     seedSetting,
     tangentsSetting,
+    intersectionsSetting,
     numSettings
 };
 
@@ -70,6 +71,8 @@ const KivSettingInfo table[numSettings] = {
     {"Seed", KivSettingType::Int, 0, 1000000, 1, L"Another number is another drawing of the same hand", nullptr},
     {"Tangents", KivSettingType::Choice, 0, 2, 1,
      L"How edges of CAD models are drawn where one face runs into the next without a bend", "none|thin|full"},
+    {"Intersections", KivSettingType::Bool, 0, 1, 1,
+     L"Strokes where surfaces run into each other without a common edge", nullptr},
 };
 
 // Inner lines are drawn lighter than the contour.
@@ -112,6 +115,7 @@ KivLineLook kivSketchLook(const KivTablePageSettings& settings) {
     look.rules.silhouettes = settings.getBool(silhouettesSetting);
     look.rules.borders = settings.getBool(bordersSetting);
     look.rules.creases = settings.getBool(creasesSetting);
+    look.intersections = settings.getBool(intersectionsSetting);
     look.rules.creaseAngle = settings.getValue(creaseAngleSetting);
     look.rules.smoothCreaseAngle = settings.getValue(smoothCreaseAngleSetting);
     look.rules.creaseLength = settings.getValue(creaseLengthSetting) * 0.01;

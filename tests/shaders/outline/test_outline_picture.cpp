@@ -1,11 +1,13 @@
 #include "../picture.h"
 #include "kivoutlinesettings.h"
+#include "kivrender/lines/kivvectordrawing.h"
 #include "kivrender/scene/kivline.h"
 #include "kivrender/scene/kivpolyline.h"
 #include "kivrender/vector/gl2pspage.h"
 #include "support/temphome.h"
 
 #include <algorithm>
+#include <map>
 
 namespace {
 
@@ -401,6 +403,45 @@ TEST_F(OutlinePicture, GivesTheVisibleLinesToAVectorPage) {
         }
     }
     EXPECT_NEAR(length, expected, expected * 0.02);
+}
+
+// A render that collects its drawing gets the lines as strokes, and OpenGL none.
+TEST_F(OutlinePicture, GivesStrokesToADrawingThatIsCollected) {
+    KivMesh* other = addMesh(cubeSurface(0.2));
+    other->addCombinableShader(L"Other");
+    addMesh(cubeSurface());
+    KivLine line(Kiv3DPoint(-4.0, 0.0, 0.0), Kiv3DPoint(4.0, 0.0, 0.0));
+    scene.addLine(line);
+    open(200);
+    look({3.0, 2.2, 4.0}, 2.2, false);
+    settings.setVectorial(true);
+    choose(shaders.outline(),
+           {{"Colour", "#203040"}, {"SilhouetteWidth", "3.5"}, {"CreaseWidth", "1.5"}, {"LineWidth", "2"}});
+    for (const bool wantsHidden : {false, true}) {
+        KivVectorDrawing drawing;
+        drawing.wantsHidden = wantsHidden;
+        KivVectorDrawing* const former = kivCollectDrawing(&drawing);
+        std::vector<GLfloat> feedback(1000);
+        glFeedbackBuffer(static_cast<GLsizei>(feedback.size()), GL_3D_COLOR, feedback.data());
+        glRenderMode(GL_FEEDBACK);
+        draw(shaders.outline());
+        EXPECT_EQ(glRenderMode(GL_RENDER), 0);
+        EXPECT_EQ(kivCollectDrawing(former), &drawing);
+        std::map<std::pair<KivStrokeKind, bool>, int> counts;
+        for (const KivStroke& stroke : drawing.strokes) {
+            ++counts[{stroke.kind, stroke.hidden}];
+            EXPECT_EQ(stroke.color, 0x403020U);
+            EXPECT_FALSE(stroke.space.empty());
+            const bool own = stroke.kind == KivStrokeKind::own;
+            EXPECT_EQ(stroke.object, own ? 0U : 2U) << "its number in the scene, and one";
+            EXPECT_EQ(stroke.width, own ? 2.0 : stroke.kind == KivStrokeKind::contour ? 3.5 : 1.5);
+        }
+        EXPECT_EQ((counts[{KivStrokeKind::contour, false}]), 1);
+        EXPECT_GE((counts[{KivStrokeKind::crease, false}]), 1);
+        EXPECT_EQ((counts[{KivStrokeKind::own, false}]), 2) << "on both sides of the cube";
+        EXPECT_EQ((counts[{KivStrokeKind::own, true}]), wantsHidden ? 1 : 0);
+        EXPECT_EQ((counts[{KivStrokeKind::crease, true}] > 0), wantsHidden);
+    }
 }
 
 TEST_F(OutlinePicture, LinesAndPointsOfAVectorPageHaveTheirWidth) {

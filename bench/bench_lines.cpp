@@ -1,5 +1,7 @@
 // Exact visibility: from triangles to the visible parts of every edge on the contour, for 10 thousand to 2 million
-// triangles, and of long lines across all of them; and the lines where surfaces cross.
+// triangles, and of long lines across all of them; the lines where surfaces cross; and all of it together, from a mesh
+// to its strokes.
+#include "kivrender/lines/kivlineengine.h"
 #include "kivrender/lines/kivoccluders.h"
 #include "kivrender/lines/kivsurfacecrossings.h"
 
@@ -13,6 +15,7 @@
 #include <cmath>
 #include <cstdint>
 #include <memory>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -128,6 +131,33 @@ void crossings(benchmark::State& state) {
     state.SetComplexityN(state.range(0));
 }
 
+// The whole way, as a vector page goes it.
+void strokes(benchmark::State& state) {
+    const Sample sample = sampleOf(state.range(0));
+    KivMesh mesh;
+    for (const KivVec& p : sample.points) {
+        mesh.addVertex(Kiv3DPoint(p.x, p.y, p.z));
+    }
+    for (const KivOccluders::Triangle& t : sample.triangles) {
+        mesh.addTriangle(t[0], t[1], t[2]);
+    }
+    std::size_t count = 0;
+    for (auto _ : state) {
+        KivLineEngine engine(KivLineView(camera(), 1280.0, 1280.0));
+        KivLineBody body;
+        body.surface = kivReadSurface(mesh);
+        engine.add(std::move(body));
+        engine.find();
+        count = 0;
+        for (const KivFoundLine& line : engine.lines()) {
+            count += kivStrokeOf(line).path.pieces.empty() ? 0 : 1;
+        }
+    }
+    state.counters["strokes"] = static_cast<double>(count);
+    state.SetComplexityN(state.range(0));
+}
+
+BENCHMARK(strokes)->Unit(benchmark::kMillisecond)->Arg(10000)->Arg(100000)->Arg(1000000)->Arg(2000000)->Complexity();
 BENCHMARK(crossings)->Unit(benchmark::kMillisecond)->Arg(10000)->Arg(100000)->Arg(1000000)->Arg(2000000)->Complexity();
 BENCHMARK(contours)->Unit(benchmark::kMillisecond)->Arg(10000)->Arg(100000)->Arg(1000000)->Arg(2000000)->Complexity();
 BENCHMARK(longLines)->Unit(benchmark::kMillisecond)->Arg(10000)->Arg(100000)->Arg(1000000)->Complexity();

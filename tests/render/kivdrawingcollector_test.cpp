@@ -85,6 +85,17 @@ double sumOfAreas(const KivVectorDrawing& drawing) {
     return sum;
 }
 
+void drawStrip(const std::vector<Kiv3DPoint>& points) {
+    KivDrawing::enableLighting(false, true);
+    KivDrawing::setLineWidth(3.0F, true);
+    KivDrawing::setColor(1.0F, 0.0F, 0.0F, 1.0F, true);
+    KivDrawing::beginDrawing(true, points.size() > 1 ? KivDrawing::lineStrip : KivDrawing::points);
+    for (const Kiv3DPoint& point : points) {
+        KivDrawing::drawPoint(point, true);
+    }
+    KivDrawing::endDrawing(true);
+}
+
 TEST_F(DrawingCollector, ARenderFillsTheDrawingAndWritesNoFile) {
     settings.setSaveVectorFile(home.wide("drawing.svg").c_str());
     settings.setBackgroundColor(0x123456);
@@ -208,6 +219,62 @@ TEST_F(DrawingCollector, ObjectsAreTheMeshesOfTheSceneWithTheirNames) {
     EXPECT_THAT(names, ElementsAre(L"", L"first", L"third", L"")) << "a broken mesh is left out of a render";
 }
 
+TEST_F(DrawingCollector, ShadersTellWhichObjectTheyDraw) {
+    const auto drawObject = [](const KivMesh* mesh, float red) {
+        KivDrawing::enableLighting(false, true);
+        KivDrawing::setColor(red, 0.0F, 0.0F, 1.0F, true);
+        KivDrawing::beginObject(mesh, true);
+        KivDrawing::beginDrawing(true, KivDrawing::triangles);
+        for (unsigned int t = 0; t < mesh->getNumTriangles(); ++t) {
+            Kiv3DPoint points[3];
+            mesh->getTriangle(points, t);
+            KivDrawing::drawTriangle(points, true);
+        }
+        KivDrawing::endDrawing(true);
+    };
+    shader(L"base").draws = false;
+    for (const auto areas : {KivDrawingCollector::Areas::regions, KivDrawingCollector::Areas::triangles}) {
+        KivDrawingCollector collector(drawing);
+        collector.setAreas(areas);
+        drawAlso([&] {
+            drawObject(scene.getMesh(0), 1.0F);
+            drawObject(scene.getMesh(1), 1.0F);
+            KivDrawing::beginObject(nullptr, true);
+            drawStrip({{-0.9, 0.8, 0.5}, {0.9, 0.8, 0.5}});
+            KivDrawing::beginObject(scene.getMesh(1), true);
+            drawStrip({{-0.9, -0.8, 0.5}, {0.9, -0.8, 0.5}});
+            const Kiv3DObject stranger;
+            KivDrawing::beginObject(&stranger, true);
+            drawStrip({{-0.9, 0.9, 0.5}, {0.9, 0.9, 0.5}});
+        });
+        scene.empty();
+        scene.addMesh(rectangle(-0.5, -0.5, 0.0, 0.5).release());
+        scene.addMesh(rectangle(0.0, -0.5, 0.5, 0.5).release());
+        ASSERT_TRUE(render({80, 40}));
+        double sums[3] = {};
+        for (const KivArea& area : drawing.areas) {
+            ASSERT_LT(area.object, 3U);
+            sums[area.object] += areaOf(area);
+        }
+        EXPECT_EQ(sums[0], 0.0);
+        EXPECT_NEAR(sums[1], 400.0, 0.5);
+        EXPECT_NEAR(sums[2], 400.0, 0.5);
+        ASSERT_EQ(drawing.strokes.size(), 3U);
+        EXPECT_EQ(drawing.strokes[0].object, 0U);
+        EXPECT_EQ(drawing.strokes[1].object, 2U);
+        EXPECT_EQ(drawing.strokes[2].object, 0U);
+    }
+}
+
+TEST_F(DrawingCollector, WithoutACollectorNoObjectIsTold) {
+    settings.setSaveVectorFile(home.wide("drawing.svg").c_str());
+    ASSERT_TRUE(renderSquare());
+    const std::string file = home.read("drawing.svg");
+    drawAlso([&] { KivDrawing::beginObject(scene.getMesh(0), true); });
+    ASSERT_TRUE(renderSquare());
+    EXPECT_EQ(home.read("drawing.svg"), file);
+}
+
 TEST_F(DrawingCollector, WhatIsHiddenIsNoArea) {
     KivDrawingCollector collector(drawing);
     collector.setAreas(KivDrawingCollector::Areas::triangles);
@@ -264,18 +331,37 @@ TEST_F(DrawingCollector, GradientsGetTheirMeanAndBlendedAreasTheirOpacity) {
     EXPECT_NEAR(drawing.areas[0].opacity, 0.6, 0.003);
 }
 
-void drawStrip(const std::vector<Kiv3DPoint>& points) {
-    KivDrawing::enableLighting(false, true);
-    KivDrawing::setLineWidth(3.0F, true);
-    KivDrawing::setColor(1.0F, 0.0F, 0.0F, 1.0F, true);
-    KivDrawing::beginDrawing(true, points.size() > 1 ? KivDrawing::lineStrip : KivDrawing::points);
-    for (const Kiv3DPoint& point : points) {
-        KivDrawing::drawPoint(point, true);
+// The square reaches from 20 to 60 pixels.
+// What is seen through lies over what is opaque, and is cut by what is before it.
+TEST_F(DrawingCollector, BlendedAreasAreRegionsAboveTheOthers) {
+    KivDrawingCollector collector(drawing);
+    drawAlso([] {
+        glDisable(GL_POLYGON_OFFSET_FILL); // which moves a slope in a page as in a picture
+        KivDrawing::enableLighting(false, true);
+        KivDrawing::enableTransparency(true, true);
+        KivDrawing::setColor(0.0F, 0.0F, 1.0F, 0.5F, true);
+        KivDrawing::beginDrawing(true, KivDrawing::triangles);
+        const Kiv3DPoint corners[4] = {{-0.8, -0.2, -0.5}, {0.8, -0.2, 0.5}, {0.8, 0.2, 0.5}, {-0.8, 0.2, -0.5}};
+        const Kiv3DPoint upper[3] = {corners[0], corners[2], corners[3]};
+        KivDrawing::drawTriangle(corners, true);
+        KivDrawing::drawTriangle(upper, true);
+        KivDrawing::endDrawing(true);
+        KivDrawing::enableTransparency(false, true);
+    });
+    ASSERT_TRUE(renderSquare());
+    ASSERT_EQ(drawing.areas.size(), 3U);
+    EXPECT_EQ(drawing.areas[0].opacity, 1.0);
+    EXPECT_NEAR(areaOf(drawing.areas[0]), 800.0, 0.1) << "an opaque area is whole behind what is seen through";
+    double blended = 0.0;
+    for (const std::size_t i : {1U, 2U}) {
+        EXPECT_NEAR(drawing.areas[i].opacity, 0.5, 0.003);
+        EXPECT_EQ(drawing.areas[i].color, 0xFF0000U);
+        blended += areaOf(drawing.areas[i]);
     }
-    KivDrawing::endDrawing(true);
+    // All of its 64 by 8 pixels but for the 20 on the left that lie behind the square.
+    EXPECT_NEAR(blended, 8.0 * 44.0, 0.5);
 }
 
-// The square reaches from 20 to 60 pixels.
 TEST_F(DrawingCollector, LinesEndWhereAFaceBeginsToHideThem) {
     KivDrawingCollector collector(drawing);
     drawAlso([] { drawStrip({{-0.8, 0.0, -0.5}, {0.1, 0.0, -0.5}, {0.8, 0.0, -0.5}}); });

@@ -7,6 +7,7 @@
 #include "kivrender/scene/kivcamera.h"
 #include "kivrender/scene/kivprogress.h"
 #include "kivrender/settings/kivcommonsettings.h"
+#include "kivrender/shader/kivobjectnumbers.h"
 #include "kivrender/vector/gl2pspage.h"
 #include "kivrender/vector/kivvectorpage.h"
 #include "kivrender/vector/kivvectorprogress.h"
@@ -104,12 +105,14 @@ void KivRenderer::openCollectedPage(KivBitmapManager& surface, const KivCommonSe
         GLfloat pointSize = 1.0F;
         glGetFloatv(GL_POINT_SIZE, &pointSize);
         gl2psPointSize(pointSize);
+        kivNumberObjects(scene);
     }
 }
 
 void KivRenderer::closeCollectedPage(KivProgress* progress) {
     KivDrawingCollector& collector = *KivDrawingCollector::current();
     std::vector<float> recorded;
+    kivNumberObjects(nullptr);
     const GLint result = gl2psEndRecording(&recorded);
     KivHostApplicationServices* const host = KivHostApplicationServices::getDefaultHost();
     if (result == GL2PS_OVERFLOW && host != nullptr) {

@@ -17,7 +17,9 @@
 #include "kivrender/scene/kivscene.h"
 #include "kivrender/settings/kivcommonsettings.h"
 #include "kivrender/shader/kivcombinableshader.h"
+#include "kivrender/shader/kivdrawing.h"
 #include "kivrender/shader/kivnoncombinableshader.h"
+#include "kivrender/shader/kivobjectnumbers.h"
 #include "kivrender/vector/gl2pspage.h"
 #include "kivrender/vector/kivvectorpage.h"
 #include "kivrender/vector/kivvectorprogress.h"
@@ -252,6 +254,7 @@ void KivRenderer::closeVectorPage(KivBitmapManager& surface, const KivCommonSett
 // What a render that ended early left of its drawing goes: the page, and the file that kept the name for it.
 void KivRenderer::discardVectorPage(KivBitmapManager& surface) {
     gl2psDiscardPage();
+    kivNumberObjects(nullptr);
     forgetVectorFile(surface);
     savedLocale = nullptr;
     if (KivDrawingCollector* const collector = KivDrawingCollector::current()) {
@@ -293,6 +296,7 @@ void KivRenderer::renderShader(KivShader* shader, const KivCommonSettings& setti
                                KivScene* scene, KivProgress* /*progress*/, tagSIZE size, KivBitmapManager* surface,
                                KivShaderCommunication& channel, bool named) {
     if (shader != nullptr) {
+        KivDrawing::beginObject(nullptr, settings.doVectorial());
         kivCallShader(*shader, [&] { shader->render(surface, settings, camera, scene, size, channel, named); });
     }
 }

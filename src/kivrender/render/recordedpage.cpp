@@ -88,28 +88,43 @@ RecordedPage::RecordedPage(std::span<const float> recorded) : library(recorded) 
     }
 }
 
-bool RecordedPage::paint(FeedbackPrimitiveList& list, KivVectorDrawing& drawing) const {
-    if (!HiddenPrimitives(offset).remove(&list) || !PaintersOrder(offset).sort(&list)) {
+bool RecordedPage::paint(FeedbackPrimitiveList& list, const ObjectsOfPrimitives& objects,
+                         KivVectorDrawing& drawing) const {
+    if (!HiddenPrimitives(offset).remove(&list)) {
+        return false;
+    }
+    std::vector<std::uint32_t> before;
+    for (const FeedbackPrimitive* primitive : list) {
+        const auto place = objects.find(primitive);
+        before.push_back(place != objects.end() && place->second < drawing.objects.size() ? place->second : 0);
+    }
+    std::vector<std::uint32_t> origins;
+    if (!PaintersOrder(offset).sort(&list, &origins)) {
         return false;
     }
     drawing.areas.reserve(drawing.areas.size() + list.size());
-    for (const FeedbackPrimitive* primitive : list) {
-        drawing.areas.push_back(areaOf(*primitive));
+    for (std::size_t i = 0; i < list.size(); ++i) {
+        drawing.areas.push_back(areaOf(*list[i]));
+        drawing.areas.back().object = before[origins[i]];
     }
     return true;
 }
 
 bool RecordedPage::addTriangles(KivVectorDrawing& drawing) const {
     const OwnedList list(new FeedbackPrimitiveList);
+    ObjectsOfPrimitives objects;
     LibraryFeedback feedback(library);
     FeedbackItem item;
     while (feedback.next(item)) {
         if (item.token == FeedbackToken::polygon && item.count >= 3) {
             list->push_back(kivPrimitiveOf(item, feedback.state()).release());
             list->back()->blendSource = feedback.state().blendSource;
+            if (feedback.state().object != 0) {
+                objects.emplace(list->back(), feedback.state().object);
+            }
         }
     }
-    return paint(*list, drawing);
+    return paint(*list, objects, drawing);
 }
 
 bool RecordedPage::addSimplified(float* simplified, int used, KivVectorDrawing& drawing) const {
@@ -123,5 +138,5 @@ bool RecordedPage::addSimplified(float* simplified, int used, KivVectorDrawing& 
     FeedbackPrimitiveList others(rest, list->end());
     list->erase(rest, list->end());
     deletePrimitives(others);
-    return paint(*list, drawing);
+    return paint(*list, {}, drawing);
 }

@@ -8,6 +8,7 @@
 
 #include <cstdint>
 #include <span>
+#include <unordered_map>
 #include <vector>
 
 struct KivVectorDrawing;
@@ -53,13 +54,17 @@ public:
     bool addRegions(KivVectorDrawing& drawing, const RegionRules& rules) const;
     // The polygons as they were drawn, without those that are hidden, from back to front.
     bool addTriangles(KivVectorDrawing& drawing) const;
-    // The same of a buffer that the stages of simplification gave.
+    // The same of a buffer that the stages of simplification gave, in which faces of all objects run together: they
+    // belong to none.
     bool addSimplified(float* simplified, int used, KivVectorDrawing& drawing) const;
     // Lines and points, as far as no opaque polygon hides them.
     bool addStrokes(KivVectorDrawing& drawing) const;
 
 private:
-    bool paint(FeedbackPrimitiveList& list, KivVectorDrawing& drawing) const;
+    // Those that belong to none are not in it.
+    using ObjectsOfPrimitives = std::unordered_map<const FeedbackPrimitive*, std::uint32_t>;
+
+    bool paint(FeedbackPrimitiveList& list, const ObjectsOfPrimitives& objects, KivVectorDrawing& drawing) const;
 
     std::span<const float> library;
     std::size_t count = 0;

@@ -98,6 +98,7 @@ private:
     }
     Look lookOf(const FeedbackItem& item, const FeedbackState& state) const {
         Look look;
+        look.object = state.object < drawing.objects.size() ? state.object : 0;
         look.paint = kivPaintOf(item, state);
         look.isDepthOnly = state.offset && look.isOpaque() && look.paint.color == drawing.background;
         look.isTurned = !look.isOpaque() && isTurned(item);

@@ -19,6 +19,7 @@ constexpr std::size_t itemsPerPoll = 4096;
 struct RecordedLine {
     RecordedPaint paint;
     double width = 1.0;
+    std::uint32_t object = 0;
     std::vector<KivVec> points; // places of the window's scene; one for a dot
 };
 
@@ -52,18 +53,19 @@ std::vector<RecordedLine> linesOf(std::span<const float> library) {
         }
         const RecordedPaint paint = kivPaintOf(item, feedback.state());
         const double width = isPoint ? feedback.state().pointSize : feedback.state().lineWidth;
+        const std::uint32_t object = feedback.state().object;
         const KivVec from = placeOf(item.vertices);
         if (isPoint) {
-            lines.push_back({paint, width, {from}});
+            lines.push_back({paint, width, object, {from}});
             continue;
         }
         const KivVec to = placeOf(item.vertices + vertexFloats);
         RecordedLine* const last = lines.empty() ? nullptr : &lines.back();
         if (last != nullptr && last->points.size() > 1 && isSame(last->points.back(), from) && last->paint == paint &&
-            last->width == width) {
+            last->width == width && last->object == object) {
             last->points.push_back(to);
         } else {
-            lines.push_back({paint, width, {from, to}});
+            lines.push_back({paint, width, object, {from, to}});
         }
     }
     return lines;
@@ -193,6 +195,7 @@ private:
     void addStroke(const RecordedLine& line, const std::vector<KivPicturePoint>& run, bool closed) {
         KivStroke stroke;
         stroke.kind = KivStrokeKind::own;
+        stroke.object = line.object < drawing.objects.size() ? line.object : 0;
         stroke.color = line.paint.color;
         stroke.width = line.width;
         stroke.path = kivFitCurve(run, closed, strokeTolerance);

@@ -1,13 +1,21 @@
 #include "kivrender/shader/kivdrawing.h"
 
 #include "kivrender/scene/kivline.h"
+#include "kivrender/scene/kivmesh.h"
 #include "kivrender/scene/kivpolyline.h"
+#include "kivrender/scene/kivscene.h"
+#include "kivrender/shader/kivobjectnumbers.h"
 #include "kivrender/shader/kivshadercommunication.h"
 
 #include <GL/gl.h>
 #include <gl2ps.h>
 
+#include <unordered_map>
+
 namespace {
+
+thread_local std::unordered_map<const Kiv3DObject*, unsigned int> objectNumbers;
+thread_local unsigned int currentObject = 0;
 
 struct Color {
     GLfloat parts[4];
@@ -30,6 +38,27 @@ void sendNormal(const Kiv3DVector& normal) {
 }
 
 } // namespace
+
+void kivNumberObjects(const KivScene* scene) {
+    objectNumbers.clear();
+    currentObject = 0;
+    for (unsigned int i = 0; scene != nullptr && i < scene->numMeshes(); ++i) {
+        objectNumbers.emplace(scene->getMesh(i), i + 1);
+    }
+}
+
+void KivDrawing::beginObject(const Kiv3DObject* object, bool vectorial) {
+    if (!vectorial || objectNumbers.empty()) {
+        return;
+    }
+    const auto place = objectNumbers.find(object);
+    const unsigned int number = place != objectNumbers.end() ? place->second : 0;
+    if (number != currentObject) {
+        glPassThrough(static_cast<GLfloat>(kivObjectMarker));
+        glPassThrough(static_cast<GLfloat>(number));
+        currentObject = number;
+    }
+}
 
 void KivDrawing::beginDrawing(bool /*vectorial*/, objectType type) {
     switch (type) {

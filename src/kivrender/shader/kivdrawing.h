@@ -14,11 +14,16 @@
 
 #include <cstdint>
 
+class Kiv3DObject;
 class KivLine;
 class KivPolyline;
 
 class KIV_API KivDrawing {
 public:
+    // What is drawn from here on belongs to that object of the scene, or to none of them: a drawing with objects keeps
+    // it together (KivDrawingCollector). Not between beginDrawing and endDrawing. In raster pictures nothing happens.
+    static void beginObject(const Kiv3DObject* object, bool vectorial);
+
     // The numbers are part of the interface.
     enum objectType : std::int32_t { triangles = 0, lineStrip = 1, points = 2, polygon = 3 };
 

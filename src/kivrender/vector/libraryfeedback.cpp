@@ -1,5 +1,6 @@
 #include "kivrender/vector/libraryfeedback.h"
 
+#include "kivrender/shader/kivobjectnumbers.h"
 #include "kivrender/vector/feedbackinteger.h"
 
 #include <algorithm>
@@ -132,6 +133,9 @@ void LibraryFeedback::readMarker() {
         break;
     case LibraryMarker::blendDestination:
         current.blendDestination = feedbackInteger(operand());
+        break;
+    case kivObjectMarker:
+        current.object = static_cast<std::uint32_t>(std::max(0, feedbackInteger(operand())));
         break;
     default:
         break;

@@ -45,6 +45,7 @@ struct FeedbackState {
     bool blend = false;
     std::int32_t blendSource = 0;
     std::int32_t blendDestination = 0;
+    std::uint32_t object = 0; // as KivDrawing::beginObject names it
 };
 
 // One item: a point, line or polygon of count vertices of seven floats each, in the buffer.

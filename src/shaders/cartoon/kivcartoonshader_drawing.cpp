@@ -9,6 +9,7 @@
 #include "kivrender/scene/kivprogress.h"
 #include "kivrender/scene/kivscene.h"
 #include "kivrender/settings/kivcommonsettings.h"
+#include "kivrender/shader/kivdrawing.h"
 #include "kivrender/shader/kivshadercommunication.h"
 #include "kivsmoothnormals.h"
 
@@ -275,6 +276,7 @@ void KivCartoonShader::render(KivBitmapManager* surface, const KivCommonSettings
             const KivCartoonLook look = lookOf(*mesh);
             buildBatch(modelOf(*mesh, look, settings), *mesh, look, settings, *scene, scratch);
             KivCartoonPainter painter;
+            KivDrawing::beginObject(mesh, vectorial);
             painter.draw(scratch, colorsOf(*mesh, look, settings), KivCartoonLayer::full, 1, vectorial);
         }
         if (KivProgress* progress = kivCurrentProgress()) {
@@ -296,6 +298,7 @@ void KivCartoonShader::renderMeshDepth(const KivMesh* mesh, const KivCommonSetti
     // The mesh's own triangles, as the shadow volumes end in them.
     buildBatch(kivReadShadedMesh(*mesh, look.smoothAngle), *mesh, look, settings, *scene, scratch, Division::none);
     KivCartoonPainter painter;
+    KivDrawing::beginObject(mesh, vectorial);
     bringForward(depthSlopes, depthSteps);
     glDisable(GL_BLEND);
     painter.draw(scratch, colorsOf(*mesh, look, settings), KivCartoonLayer::black, 1, vectorial);
@@ -312,6 +315,7 @@ void KivCartoonShader::renderMeshPass(const KivMesh* mesh, const KivLight* light
     }
     const KivCartoonBatch& batch = batchOf(*mesh, look, settings, *scene);
     KivCartoonPainter painter;
+    KivDrawing::beginObject(mesh, vectorial);
     glEnable(GL_BLEND);
     glBlendFunc(GL_ONE, GL_ONE);
     bringForward(paintSlopes, paintSteps);
@@ -341,6 +345,7 @@ void KivCartoonShader::renderOpaqueMesh(const KivMesh* mesh, const KivCommonSett
     const KivCartoonLook look = lookOf(*mesh);
     buildBatch(modelOf(*mesh, look, settings), *mesh, look, settings, *scene, scratch);
     KivCartoonPainter painter;
+    KivDrawing::beginObject(mesh, vectorial);
     glDisable(GL_BLEND);
     painter.draw(scratch, colorsOf(*mesh, look, settings), KivCartoonLayer::full, 1, vectorial);
 }

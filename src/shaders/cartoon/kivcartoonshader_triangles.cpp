@@ -346,6 +346,7 @@ void KivCartoonShader::drawVectorTriangle(const KivShadedMesh& model, const KivM
     const KivGlState state;
     glEnable(GL_BLEND);
     glDepthFunc(GL_LEQUAL);
+    KivDrawing::beginObject(&mesh, true);
     KivCartoonPainter local;
     KivCartoonPainter& painter = trianglePainter != nullptr ? *trianglePainter : local;
     if (pass == 1) {

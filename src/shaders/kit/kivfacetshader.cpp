@@ -80,6 +80,7 @@ void KivFacetShader::drawFacet(const Kiv3DPoint* points, const Kiv3DVector& norm
 }
 
 void KivFacetShader::drawMesh(const KivMesh& mesh, const Brush& brush) {
+    KivDrawing::beginObject(&mesh, brush.vectorial);
     KivDrawing::beginDrawing(brush.vectorial, KivDrawing::triangles);
     for (unsigned int t = 0; t < mesh.getNumTriangles(); ++t) {
         Kiv3DPoint points[3];
@@ -185,6 +186,7 @@ void KivFacetShader::renderTransparentTriangle(const Kiv3DPoint* points, const K
         normal = Kiv3DVector(-normal.x, -normal.y, -normal.z);
     }
     const KivTransparentPass state(pass, lightIndex, numLights);
+    KivDrawing::beginObject(mesh, vectorial);
     KivDrawing::beginDrawing(vectorial, KivDrawing::triangles);
     drawFacet(points, normal, *mesh, {*scene, settingsOf(*mesh), part, lightIndex, numLights, vectorial});
     KivDrawing::endDrawing(vectorial);

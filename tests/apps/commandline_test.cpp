@@ -163,7 +163,40 @@ TEST(CommandLine, TellsWrongUse) {
         {{"--vresion"}, "unknown option --vresion; did you mean --version?"},
         {{"render", "a.obj", "-o", "a.png", "--antialas", "1"}, "unknown option --antialas; did you mean --antialias?"},
         {{"render", "a.obj", "-o", "a.png", "--simplify"},
-         "--simplify is for vector drawings: give -o a name that ends in svg, pdf, eps, ps or ai"},
+         "--simplify is for vector drawings: give -o a name that ends in svg, pdf, eps, ps, ai, dxf, hpgl or plt"},
+        {{"render", "a.obj", "-o", "a.png", "--page", "A4"},
+         "--page is for vector drawings: give -o a name that ends in svg, pdf, eps, ps, ai, dxf, hpgl or plt"},
+        {{"render", "a.obj", "-o", "a.svg", "--areas", "dots"},
+         "--areas: \"dots\" is no kind of areas: regions, faces or triangles is expected"},
+        {{"render", "a.obj", "-o", "a.svg", "--areas", "triangles", "--simplify"},
+         "--simplify and --areas triangles exclude each other: simplified areas are faces"},
+        {{"render", "a.obj", "-o", "a.svg", "--page", "A11"},
+         "--page: \"A11\" is no page: A0 to A6, letter, legal, tabloid, WxH with a unit, fit or picture is expected"},
+        {{"render", "a.obj", "-o", "a.svg", "--landscape"}, "--landscape needs a paper: --page A4, for example"},
+        {{"render", "a.obj", "-o", "a.svg", "--margin", "5mm"}, "--margin needs a page: --page fit or a paper"},
+        {{"render", "a.obj", "-o", "a.svg", "--page", "A4", "--margin", "5px"},
+         "--margin: \"5px\" is no length: a number with mm, cm, in or pt is expected"},
+        {{"render", "a.obj", "-o", "a.svg", "--page", "A4", "--margin", "11cm"},
+         "--margin: nothing of the page is left between margins of 11cm"},
+        {{"render", "a.obj", "-o", "a.svg", "--page", "19x19mm"},
+         "--margin: nothing of the page is left between margins of 10mm"},
+        {{"render", "a.obj", "-o", "a.svg", "--scale", "0:1"}, "--scale: \"0:1\" is no scale: 1:2 or 5:1 is expected"},
+        {{"render", "a.obj", "-o", "a.svg", "--units", "parsec"},
+         "--units: \"parsec\" is no unit: one of um mm cm dm m km inch in ft is expected"},
+        {{"render", "a.obj", "-o", "a.svg", "--hidden", "dotted"},
+         "--hidden: \"dotted\" is no look of hidden lines: none, thin or dashed is expected"},
+        {{"render", "a.obj", "-o", "a.svg", "--line-group", "0.6"},
+         "--line-group: \"0.6\" is no line group: one of 0.25 0.35 0.5 0.7 1 1.4 2 is expected"},
+        {{"render", "a.obj", "-o", "a.svg", "--pen", "outline=1mm"},
+         "--pen: \"outline=1mm\" is no pen: KIND=WIDTH is expected, such as contour=0.5mm,crease=0.25mm"},
+        {{"render", "a.obj", "-o", "a.svg", "--view", "above"},
+         "--view: \"above\" is no view: front, back, left, right, top, bottom, iso or dimetric is expected"},
+        {{"render", "a.obj", "-o", "a.svg", "--view", "top", "--eye", "0,0,1"},
+         "--eye and --view exclude each other: a standard view says where the camera stands"},
+        {{"render", "a.obj", "-o", "a.svg", "--view", "top", "--up", "0,0,1"},
+         "--up and --view exclude each other: a standard view says where the camera stands"},
+        {{"render", "a.obj", "-o", "a.svg", "--view", "iso", "--fov", "30"},
+         "--fov and --view iso exclude each other: that view is a parallel projection"},
         {{"render", "a.obj", "-o", "a.png", "-o", "a.svg", "-o", "a.png"}, "-o a.png is given twice"},
         {{"render", "a.obj", "-o", "a.svg", "--shadows"},
          "--shadows: a vector drawing has no shadows; write a picture in a run of its own"},
@@ -208,6 +241,47 @@ TEST(CommandLine, TellsWrongUse) {
     }
     EXPECT_THAT(complaint({"render", "a.obj", "-o", "a.png", "--light", "lamp:1,2,3"}),
                 HasSubstr("is no light: directional:"));
+}
+
+TEST(CommandLine, DrawingsByDefaultAndOnASheet) {
+    const DrawingOptions plain = render({"a.obj", "-o", "a.svg"}).drawing;
+    EXPECT_EQ(plain.areas, KivDrawingCollector::Areas::regions);
+    EXPECT_EQ(plain.sheet.page, KivSheet::Page::picture);
+    EXPECT_EQ(plain.sheet.hidden, KivSheet::Hidden::none);
+    EXPECT_EQ(plain.sheet.scale, 0.0);
+    EXPECT_FALSE(plain.unitsChosen);
+    EXPECT_EQ(render({"a.obj", "-o", "a.svg", "--simplify"}).drawing.areas, KivDrawingCollector::Areas::faces);
+    EXPECT_EQ(render({"a.obj", "-o", "a.svg", "--areas", "triangles"}).drawing.areas,
+              KivDrawingCollector::Areas::triangles);
+
+    const RenderOptions o =
+        render({"a.obj",        "-o",   "a.dxf",   "--areas",    "triangles", "--page",       "A3",       "--landscape",
+                "--margin",     "15mm", "--scale", "1:2",        "--units",   "inch",         "--hidden", "dashed",
+                "--line-group", "0.7",  "--pen",   "crease=1pt", "--pen",     "hidden=0.2mm", "--view",   "iso"});
+    EXPECT_EQ(o.drawing.areas, KivDrawingCollector::Areas::triangles);
+    const KivSheet& sheet = o.drawing.sheet;
+    EXPECT_EQ(sheet.page, KivSheet::Page::paper);
+    EXPECT_EQ(sheet.width, 420.0);
+    EXPECT_EQ(sheet.height, 297.0);
+    EXPECT_EQ(sheet.margin, 15.0);
+    EXPECT_EQ(sheet.scale, 0.5);
+    EXPECT_EQ(sheet.modelUnit, 25.4);
+    EXPECT_TRUE(o.drawing.unitsChosen);
+    EXPECT_EQ(sheet.hidden, KivSheet::Hidden::dashed);
+    EXPECT_EQ(sheet.pen[static_cast<int>(KivStrokeKind::contour)], 0.7);
+    EXPECT_NEAR(sheet.pen[static_cast<int>(KivStrokeKind::crease)], 25.4 / 72, 1e-9);
+    EXPECT_EQ(sheet.hiddenPen, 0.2);
+    EXPECT_EQ(o.view, StandardView::iso);
+    // A scale makes a sheet of what would be a picture.
+    EXPECT_EQ(render({"a.obj", "-o", "a.svg", "--scale", "2:1"}).drawing.sheet.page, KivSheet::Page::fit);
+}
+
+// The table of options names what the sheet knows.
+TEST(CommandLine, PapersUnitsAndGroupsAreThoseOfTheSheet) {
+    const CommandInfo& command = *findCommand("render");
+    EXPECT_EQ(findOption(command.options, "page")->choices, kivPageNames());
+    EXPECT_EQ(findOption(command.options, "units")->choices, kivUnitNames());
+    EXPECT_EQ(findOption(command.options, "line-group")->choices, kivLineGroupNames());
 }
 
 TEST(CommandLine, SettingsFile) {

@@ -6,12 +6,14 @@
 #include "programtest.h"
 #include "support/similarity.h"
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
 #include <functional>
 #include <numbers>
+#include <regex>
 
 #include <fcntl.h>
 #include <png.h>
@@ -293,6 +295,129 @@ TEST_P(Drawing, AreasAndLinesLookLikeThePicture) {
 
 TEST_P(Drawing, SimplifiedItStillLooksLikeThePicture) {
     compare({"--base", "Cartoon", "--add", "Outline", "--simplify"}, {"svg", "ai", "ps"}, 0.93);
+}
+
+// --- true to scale ---
+
+// What a page of PDF or PostScript shows, in millimetres: width and height.
+std::array<double, 2> inkOf(const std::string& file) {
+    std::FILE* const pipe = popen(("gs -q -dSAFER -dBATCH -dNOPAUSE -sDEVICE=bbox " + file + " 2>&1").c_str(), "r");
+    std::array<double, 4> box{};
+    for (std::array<char, 256> line{}; std::fgets(line.data(), line.size(), pipe) != nullptr;) {
+        std::sscanf(line.data(), "%%%%HiResBoundingBox: %lf %lf %lf %lf", &box[0], &box[1], &box[2], &box[3]);
+    }
+    EXPECT_EQ(pclose(pipe), 0) << file;
+    return {(box[2] - box[0]) * 25.4 / 72.0, (box[3] - box[1]) * 25.4 / 72.0};
+}
+
+struct Extent {
+    double low = 1e30;
+    double high = -1e30;
+
+    void add(double v) {
+        low = std::min(low, v);
+        high = std::max(high, v);
+    }
+    double size() const {
+        return high - low;
+    }
+};
+
+// The places that lines of a DXF file begin and end at.
+std::array<double, 2> extentOfDxf(const std::string& text) {
+    Extent x;
+    Extent y;
+    std::istringstream stream(text.substr(text.find("\nENTITIES\n")));
+    std::string code;
+    std::string value;
+    while (std::getline(stream, code) && std::getline(stream, value) && value != "OBJECTS") {
+        if (code == "10" || code == "11") {
+            x.add(std::stod(value));
+        } else if (code == "20" || code == "21") {
+            y.add(std::stod(value));
+        }
+    }
+    return {x.size(), y.size()};
+}
+
+std::array<double, 2> extentOfHpgl(const std::string& text) {
+    Extent x;
+    Extent y;
+    const std::regex place("(-?[0-9]+),(-?[0-9]+)");
+    for (std::sregex_iterator found(text.begin(), text.end(), place), end; found != end; ++found) {
+        x.add(std::stod((*found)[1]) / 40.0);
+        y.add(std::stod((*found)[2]) / 40.0);
+    }
+    return {x.size(), y.size()};
+}
+
+// A box of 100 by 60 by 40 millimetres is half as large on paper, in every format.
+TEST(DrawingOnPaper, IsTrueToScaleInEachFormat) {
+    const ProgramFolder folder;
+    ModelWriter model(folder);
+    model.addBox("0.5 0.5 0.5", 7, -3, 2, 50, 30, 20);
+    std::vector<std::string> words = {std::string(SELVARIN_BIN_DIR) + "/selvarin",
+                                      "render",
+                                      model.write(),
+                                      "-q",
+                                      "--base",
+                                      "none",
+                                      "--view",
+                                      "front",
+                                      "--page",
+                                      "A4",
+                                      "--scale",
+                                      "1:2",
+                                      "--pen",
+                                      "all=0.5mm"};
+    const std::vector<std::string> endings = {"svg", "pdf", "eps", "ps", "ai", "dxf", "hpgl", "plt"};
+    for (const std::string& ending : endings) {
+        words.insert(words.end(), {"-o", folder.path("a." + ending)});
+    }
+    ASSERT_EQ(runTool(words), 0);
+    ASSERT_EQ(runTool({"rsvg-convert", "-f", "pdf", "-o", folder.path("svg.pdf"), folder.path("a.svg")}), 0);
+    for (const std::string& ending : endings) {
+        const bool isPlot = ending == "hpgl" || ending == "plt";
+        const std::array<double, 2> size = ending == "dxf" ? extentOfDxf(folder.read("a.dxf"))
+                                           : isPlot        ? extentOfHpgl(folder.read("a." + ending))
+                                                    : inkOf(folder.path(ending == "svg" ? "svg.pdf" : "a." + ending));
+        // Ink is wider by the pen.
+        const double pen = ending == "dxf" || isPlot ? 0.0 : 0.5;
+        EXPECT_NEAR(size[0], 50.0 + pen, 0.1) << ending;
+        EXPECT_NEAR(size[1], 30.0 + pen, 0.1) << ending;
+    }
+}
+
+TEST(DrawingOnPaper, WhatDoesNotFitIsToldAndLeavesNothing) {
+    const ProgramFolder folder;
+    ModelWriter model(folder);
+    model.addBox("0.5 0.5 0.5", 0, 0, 0, 50, 30, 20);
+    const std::string program = std::string(SELVARIN_BIN_DIR) + "/selvarin";
+    const std::string file = folder.path("a.svg");
+    const std::vector<std::string> words = {program, "render", model.write(), "-q", "--base", "none", "-o", file};
+    const auto with = [&words](const std::vector<std::string>& more) {
+        std::vector<std::string> all = words;
+        all.insert(all.end(), more.begin(), more.end());
+        return all;
+    };
+    EXPECT_EQ(runTool(with({"--view", "top", "--page", "A6", "--scale", "2:1"})), 1);
+    EXPECT_FALSE(std::filesystem::exists(file));
+    EXPECT_EQ(runTool(with({"--scale", "1:2"})), 2); // in perspective
+    EXPECT_FALSE(std::filesystem::exists(file));
+    EXPECT_EQ(runTool(with({"--view", "top", "--page", "A6", "--landscape", "--scale", "1:1"})), 0);
+    EXPECT_NE(folder.read("a.svg").find("width=\"148mm\" height=\"105mm\""), std::string::npos);
+}
+
+// glTF is in metres unless someone says otherwise; other formats in millimetres.
+TEST(DrawingOnPaper, UnitsAreThoseThatAreTold) {
+    const ProgramFolder folder;
+    ModelWriter model(folder);
+    model.addBox("0.5 0.5 0.5", 0, 0, 0, 5, 3, 2);
+    const std::string program = std::string(SELVARIN_BIN_DIR) + "/selvarin";
+    ASSERT_EQ(runTool({program, "render", model.write(), "-q", "--base", "none", "-o", folder.path("a.plt"), "--view",
+                       "front", "--scale", "1:1", "--units", "cm"}),
+              0);
+    EXPECT_NEAR(extentOfHpgl(folder.read("a.plt"))[0], 100.0, 0.2);
 }
 
 INSTANTIATE_TEST_SUITE_P(Scenes, Drawing,

@@ -4,8 +4,11 @@
 
 #include "apps/cli/optiontable.h"
 #include "apps/common/lookoptions.h"
+#include "apps/common/standardview.h"
 #include "apps/common/usageerror.h"
 #include "import/kivmodelobjects.h"
+#include "kivrender/lines/write/kivsheet.h"
+#include "kivrender/render/kivdrawingcollector.h"
 
 #include <cstdint>
 #include <map>
@@ -51,6 +54,18 @@ struct LightOption {
     std::uint32_t colour = 0xFFFFFF;
 };
 
+// What holds for vector drawings alone.
+struct DrawingOptions {
+    KivDrawingCollector::Areas areas = KivDrawingCollector::Areas::regions;
+    KivSheet sheet;           // its background is painted where the user wants one
+    bool unitsChosen = false; // else the model's format tells
+};
+
+// Throws UsageError.
+DrawingOptions parseDrawingOptions(const Words& words);
+// The first option that is given and is for drawings alone; empty for none.
+std::string givenDrawingOption(const Words& words);
+
 struct RenderOptions : LookOptions {
     std::vector<std::string> models;
     bool demo = false;
@@ -65,7 +80,7 @@ struct RenderOptions : LookOptions {
     std::string paper;
     bool depthImage = false;
     bool shadowImage = false;
-    bool simplify = false; // of vector drawings
+    DrawingOptions drawing;
     bool shadows = false;
     bool transparency = false;
     char upAxis = 0; // 'y', 'z', or 0 for the format's
@@ -76,6 +91,7 @@ struct RenderOptions : LookOptions {
     std::optional<Triple> up;
     std::optional<double> fov;
     std::optional<double> ortho;
+    std::optional<StandardView> view;
     std::vector<LightOption> lights;
     double offset = 5.0;
     std::string memoryFolder;
@@ -84,6 +100,9 @@ struct RenderOptions : LookOptions {
 };
 
 RenderOptions parseRenderOptions(const Words& words);
+
+// Throws UsageError: the option's value is no such thing as was expected.
+[[noreturn]] void refuseValue(std::string_view option, const std::string& value, const std::string& expected);
 
 // Of a picture of the preview scene.
 struct PreviewOptions : LookOptions {

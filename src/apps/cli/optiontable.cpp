@@ -69,9 +69,32 @@ constexpr std::array renderOptions{
                "Also write how many lights reach each point as a grey image, \"_shadow\" added to the name; needs "
                "--shadows."},
 
-    OptionInfo{"simplify", 0, "", "", "Picture", false, nothing, "",
+    OptionInfo{"areas", 0, "KIND", "regions", "Drawing", false, choices, "regions faces triangles",
+               "How surfaces come into vector drawings: what hangs together in one colour as one area, flat faces in "
+               "few pieces, or each triangle by itself."},
+    OptionInfo{"simplify", 0, "", "", "Drawing", false, nothing, "",
                "In vector drawings, join what is drawn twice, make flat faces of few triangles, leave out what is "
-               "hidden."},
+               "hidden: --areas faces."},
+    OptionInfo{
+        "page", 0, "SIZE", "picture", "Drawing", false, choices,
+        "A0 A1 A2 A3 A4 A5 A6 letter legal tabloid fit picture",
+        "Paper of a vector drawing, upright: a name, or WxH with mm, cm, in or pt behind it. fit cuts the page to "
+        "what is drawn; picture is the picture's own frame."},
+    OptionInfo{"landscape", 0, "", "", "Drawing", false, nothing, "", "Turn the paper on its side."},
+    OptionInfo{"margin", 0, "LENGTH", "10mm, 2mm of fit", "Drawing", false, nothing, "",
+               "What stays free on each side of the page, in mm, cm, in or pt."},
+    OptionInfo{"scale", 0, "PAPER:MODEL", "", "Drawing", false, nothing, "",
+               "Scale of a parallel view: at 1:2, 100 mm of the model are 50 mm on the paper. Without it the drawing "
+               "fills the page."},
+    OptionInfo{"units", 0, "UNIT", "by format", "Drawing", false, choices, "um mm cm dm m km inch in ft",
+               "The unit of the model's coordinates, for --scale and DXF: metres in glTF, else millimetres."},
+    OptionInfo{"hidden", 0, "LOOK", "none", "Drawing", false, choices, "none thin dashed",
+               "Lines that something hides, in vector drawings."},
+    OptionInfo{"line-group", 0, "WIDTH", "", "Drawing", false, choices, "0.25 0.35 0.5 0.7 1 1.4 2",
+               "Line widths of ISO 128 by the wide line in mm: contours and boundaries are wide, all others narrow."},
+    OptionInfo{"pen", 0, "KIND=WIDTH[,...]", "", "Drawing", true, nothing, "",
+               "Line widths of a vector drawing in mm or pt by kind: contour, boundary, crease, edge, material, "
+               "intersection, line, hidden, all. May be repeated."},
 
     OptionInfo{"demo", 0, "", "", "Model", false, nothing, "", "Render the built-in scene; no model is needed."},
     OptionInfo{"up-axis", 0, "AXIS", "by format", "Model", false, choices, "y z", "What is up in the model: y or z."},
@@ -104,6 +127,8 @@ constexpr std::array renderOptions{
     OptionInfo{"fov", 0, "DEGREES", "30", "View", false, nothing, "", "Vertical field of view, 1 to 170."},
     OptionInfo{"ortho", 0, "HEIGHT", "", "View", false, nothing, "",
                "Parallel projection that shows HEIGHT units of the model; 0 fits the model."},
+    OptionInfo{"view", 0, "NAME", "", "View", false, choices, "front back left right top bottom iso dimetric",
+               "A standard view, parallel unless --fov is given; the model fills the picture."},
 
     OptionInfo{
         "light", 0, "KIND:X,Y,Z[:#RRGGBB]", "", "Light", true, nothing, "",
@@ -213,6 +238,8 @@ constexpr std::array examples{
                 "another size, two tones, white paper"},
     ExampleInfo{"selvarin render house.dae -o plan.png --ortho 0 --eye 0,100,0 --up 0,0,-1 --add none",
                 "straight from above, without lines"},
+    ExampleInfo{"selvarin render part.step -o part.pdf --base none --view iso --page A4 --landscape --scale 1:2",
+                "lines on paper, half as large as the part"},
     ExampleInfo{"selvarin render bunny.obj -o bunny.png --style Comic --set Outline.Colour=#203040",
                 "a style, with ink of another colour"},
     ExampleInfo{"selvarin style save 'My comic' --style Comic --set Cartoon.Bands=2", "a style of your own"},

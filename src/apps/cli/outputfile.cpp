@@ -132,9 +132,14 @@ const std::vector<PictureFormat>& pictureFormats() {
 
 const std::vector<PictureFormat>& drawingFormats() {
     static const std::vector<PictureFormat> formats{
-        {"svg", "Scalable Vector Graphics"}, {"pdf", "Portable Document Format"},
-        {"eps", "Encapsulated PostScript"},  {"ps", "PostScript"},
+        {"svg", "Scalable Vector Graphics"},
+        {"pdf", "Portable Document Format"},
+        {"eps", "Encapsulated PostScript"},
+        {"ps", "PostScript"},
         {"ai", "Adobe Illustrator"},
+        {"dxf", "Drawing Exchange Format, for CAD"},
+        {"hpgl", "Hewlett-Packard Graphics Language, for plotters"},
+        {"plt", "Hewlett-Packard Graphics Language, for plotters"},
     };
     return formats;
 }
@@ -190,6 +195,12 @@ void OutputFile::addFile(const std::string& fileName, const std::string& work) {
     }
     files.push_back({fileName, target, work});
     leftovers.push_back(std::make_unique<Leftover>(work));
+}
+
+KivDrawingFormat OutputFile::drawingFormat() const {
+    KivDrawingFormat format = KivDrawingFormat::svg;
+    kivDrawingFormatOf(endingOf(name), &format);
+    return format;
 }
 
 std::string OutputFile::missing() const {

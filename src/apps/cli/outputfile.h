@@ -4,6 +4,7 @@
 #define APPS_CLI_OUTPUTFILE_H
 
 #include "apps/cli/leftovers.h"
+#include "kivrender/lines/write/kivdrawingwriter.h"
 
 #include <memory>
 #include <string>
@@ -43,6 +44,8 @@ public:
     bool isDrawing() const {
         return isDrawingName(name);
     }
+    // Of a drawing.
+    KivDrawingFormat drawingFormat() const;
     bool isStream() const {
         return stream;
     }

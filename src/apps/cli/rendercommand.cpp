@@ -1,6 +1,7 @@
 #include "apps/cli/rendercommand.h"
 
 #include "apps/cli/clihost.h"
+#include "apps/cli/drawingfiles.h"
 #include "apps/cli/errorline.h"
 #include "apps/cli/exitstatus.h"
 #include "apps/cli/outputfile.h"
@@ -101,6 +102,7 @@ public:
             printWarning("--background does not show, as the backdrop covers it; use --set Backdrop.Colour");
         }
         background = look.background.value_or(options.background);
+        isBackgroundWanted = look.background || options.backgroundChosen;
         program.host().setMemoryFolder(kivFromUtf8(options.memoryFolder));
         timings.add("shaders", timings.lap());
         // The driver is as slow to start as a model is to read, and there is a second core for it.
@@ -205,8 +207,14 @@ private:
             warmUp.get();
             timings.add("wait for OpenGL", timings.lap());
         }
+        if (options.drawing.sheet.scale > 0.0 && camera.getProjection() != KivCamera::orthographic) {
+            throw UsageError("--scale needs a parallel view; add --ortho 0 or --view front, for example");
+        }
+        DrawingFiles drawing(options.drawing);
         for (const auto& output : outputs) {
-            if (!draw(*model.scene, camera, triangles, *output, host)) {
+            const bool isDone = output->isDrawing() ? drawVector(model, camera, triangles, *output, drawing, host)
+                                                    : drawPicture(*model.scene, camera, *output, host);
+            if (!isDone) {
                 return;
             }
         }
@@ -324,6 +332,12 @@ private:
             choice.up = vectorOf(*options.up);
         }
         choice.verticalFov = options.fov;
+        if (options.view) {
+            const StandardDirections directions = standardDirections(*options.view, model.up);
+            choice.direction = directions.forward;
+            choice.up = directions.up;
+            choice.orthoHeight = options.fov ? std::nullopt : std::optional(0.0);
+        }
         if (options.ortho) {
             choice.orthoHeight = *options.ortho * model.scale;
         }
@@ -367,8 +381,6 @@ private:
         settings.setPolygonOffset(options.offset);
         if (output.isDrawing()) {
             settings.setVectorial(true);
-            settings.setVectorSimplify(options.simplify);
-            settings.setSaveVectorFile(kivFromUtf8(output.workName()).c_str());
             return settings;
         }
         settings.setBackgroundImage(kivFromUtf8(options.backgroundImage).c_str());
@@ -382,42 +394,76 @@ private:
     }
 
     // False if it was cancelled.
-    bool draw(const KivScene& scene, const KivCamera& camera, std::uint64_t triangles, const OutputFile& output,
-              CliHost& host) {
-        KivCommonSettings settings = settingsFor(output);
+    bool drawPicture(const KivScene& scene, const KivCamera& camera, const OutputFile& output, CliHost& host) {
         KivMemoryCommonDataManager common;
-        settings.saveDataOnHost(&common);
-        if (output.isDrawing()) {
-            growVectorBuffer(triangles * vectorFloatsPerTriangle);
-        }
+        settingsFor(output).saveDataOnHost(&common);
         host.forgetImage();
         host.takeMessages();
         const Timings::Clock::time_point start = Timings::Clock::now();
-        bool done = drawOnce(scene, camera, common, host);
-        // Nobody can know how large a drawing becomes before it is drawn.
-        while (done && output.isDrawing() && KivVectorPage::hasOverflowed() && growVectorBuffer()) {
-            host.takeMessages();
-            done = drawOnce(scene, camera, common, host);
-        }
+        const bool done = drawOnce(scene, camera, common, host);
         const Timings::Clock::time_point end = Timings::Clock::now();
         bar.finish();
-        const std::vector<std::string> messages = host.takeMessages();
         if (isInterrupted()) {
             return false;
         }
-        const bool isSaved = output.isDrawing() || host.wasImageSaved();
-        if (!done || !isSaved || !output.missing().empty()) {
-            throw std::runtime_error(renderFailure(output, done, messages, lastError, host));
+        tellOutcome(output, done, done && host.wasImageSaved(), host);
+        addRenderTimings(start, end, host.encodeMilliseconds());
+        return true;
+    }
+
+    // The same; the view is rendered for the first of its drawings alone.
+    bool drawVector(const KivModel& model, const KivCamera& camera, std::uint64_t triangles, const OutputFile& output,
+                    DrawingFiles& drawing, CliHost& host) {
+        host.forgetImage();
+        host.takeMessages();
+        if (!drawing.isCollected()) {
+            growVectorBuffer(triangles * vectorFloatsPerTriangle);
+            KivMemoryCommonDataManager common;
+            settingsFor(output).saveDataOnHost(&common);
+            const Timings::Clock::time_point start = Timings::Clock::now();
+            drawing.collect(model, [&] { return drawGrowing(*model.scene, camera, common, host); });
+            addRenderTimings(start, Timings::Clock::now(), 0.0);
+        }
+        bool isWritten = false;
+        if (drawing.isCollected()) {
+            timings.lap();
+            kivSetLastError(0);
+            isWritten = drawing.write(output, isBackgroundWanted);
+            lastError = kivGetLastError();
+            timings.add("writing", timings.lap());
+        }
+        bar.finish();
+        if (isInterrupted()) {
+            return false;
+        }
+        tellOutcome(output, drawing.isCollected(), isWritten, host);
+        if (!KivVectorPage::wasOrderExact()) {
+            printWarning(
+                "so much lies over one another in the drawing that some of it may be painted in the wrong order");
+        }
+        return true;
+    }
+
+    // Nobody can know how large a drawing becomes before it is drawn.
+    bool drawGrowing(const KivScene& scene, const KivCamera& camera, KivMemoryCommonDataManager& common,
+                     CliHost& host) {
+        bool done = drawOnce(scene, camera, common, host);
+        while (done && KivVectorPage::hasOverflowed() && growVectorBuffer()) {
+            host.takeMessages();
+            done = drawOnce(scene, camera, common, host);
+        }
+        return done;
+    }
+
+    // Throws where there is no file; what else the library has told are warnings.
+    void tellOutcome(const OutputFile& output, bool isDrawn, bool isSaved, CliHost& host) {
+        const std::vector<std::string> messages = host.takeMessages();
+        if (!isDrawn || !isSaved || !output.missing().empty()) {
+            throw std::runtime_error(renderFailure(output, isDrawn, messages, lastError, host));
         }
         for (const std::string& message : messages) {
             printWarning(message);
         }
-        if (output.isDrawing() && !KivVectorPage::wasOrderExact()) {
-            printWarning(
-                "so much lies over one another in the drawing that some of it may be painted in the wrong order");
-        }
-        addRenderTimings(start, end, host.encodeMilliseconds());
-        return true;
     }
 
     // A render empties its scene: each has a copy, which shares the meshes.
@@ -492,7 +538,8 @@ private:
     Timings timings;
     ProgressBar bar;
     std::uint32_t background = 0;
-    unsigned long lastError = 0; // of the last render
+    bool isBackgroundWanted = false; // on paper too
+    unsigned long lastError = 0;     // of the last render
     KivMemoryDataManager stream;
     KivRenderer renderer;
     std::future<bool> warmUp; // its destructor waits for the thread

@@ -9,10 +9,6 @@
 
 namespace {
 
-[[noreturn]] void refuse(std::string_view option, const std::string& value, const std::string& expected) {
-    throw UsageError("--" + std::string(option) + ": \"" + value + "\" is no " + expected);
-}
-
 bool readNumber(std::string_view text, double& number) {
     if (text.starts_with('+')) {
         text.remove_prefix(1);
@@ -74,7 +70,7 @@ std::uint32_t colourOption(const Words& words, std::string_view option) {
     const std::string text = valueOrInitial(words, option);
     std::uint32_t colour = 0;
     if (!readColour(text, colour)) {
-        refuse(option, text, "colour: #rrggbb is expected");
+        refuseValue(option, text, "colour: #rrggbb is expected");
     }
     return colour;
 }
@@ -86,7 +82,7 @@ std::optional<Triple> tripleOption(const Words& words, std::string_view option) 
     }
     std::vector<double> n;
     if (!readNumbers(*text, 3, n)) {
-        refuse(option, *text, "place: X,Y,Z is expected");
+        refuseValue(option, *text, "place: X,Y,Z is expected");
     }
     return Triple{n[0], n[1], n[2]};
 }
@@ -99,7 +95,7 @@ std::optional<double> numberOption(const Words& words, std::string_view option, 
     }
     double number = 0.0;
     if (!readNumber(*text, number) || number < least || number > most) {
-        refuse(option, *text, expected);
+        refuseValue(option, *text, expected);
     }
     return number;
 }
@@ -109,14 +105,14 @@ template <class Options> void readSize(const Words& words, Options& options) {
     const std::size_t cross = text.find_first_of("xX");
     if (cross == std::string::npos || !readInteger(text.substr(0, cross), options.width) ||
         !readInteger(text.substr(cross + 1), options.height) || options.width < 1 || options.height < 1) {
-        refuse("size", text, "size: WIDTHxHEIGHT is expected, such as 1280x960");
+        refuseValue("size", text, "size: WIDTHxHEIGHT is expected, such as 1280x960");
     }
 }
 
 int readAntialias(const Words& words) {
     const std::string level = valueOrInitial(words, "antialias");
     if (level != "0" && level != "1" && level != "2") {
-        refuse("antialias", level, "level: 0, 1 or 2 is expected");
+        refuseValue("antialias", level, "level: 0, 1 or 2 is expected");
     }
     return level[0] - '0';
 }
@@ -131,7 +127,7 @@ LightOption readLight(const std::string& text) {
     const std::vector<std::string> pieces = split(text, ':');
     LightOption light;
     if (pieces.size() < 2 || pieces.size() > 3 || (pieces.size() == 3 && !readColour(pieces[2], light.colour))) {
-        refuse("light", text, expected);
+        refuseValue("light", text, expected);
     }
     std::string place = pieces[1];
     std::vector<double> n;
@@ -139,25 +135,25 @@ LightOption readLight(const std::string& text) {
         light.kind = LightOption::Kind::spot;
         const std::size_t at = place.find('@');
         if (at == std::string::npos || !readNumbers(place.substr(at + 1), 4, n)) {
-            refuse("light", text, expected);
+            refuseValue("light", text, expected);
         }
         light.direction = {n[0], n[1], n[2]};
         light.angle = n[3];
         if (isZero(light.direction) || light.angle <= 0.0 || light.angle > 90.0) {
-            refuse("light", text, "light: a spot needs a direction and an ANGLE from 0 to 90");
+            refuseValue("light", text, "light: a spot needs a direction and an ANGLE from 0 to 90");
         }
         place.resize(at);
     } else if (pieces[0] == "point" || pieces[0] == "directional") {
         light.kind = pieces[0] == "point" ? LightOption::Kind::point : LightOption::Kind::directional;
     } else {
-        refuse("light", text, expected);
+        refuseValue("light", text, expected);
     }
     if (!readNumbers(place, 3, n)) {
-        refuse("light", text, expected);
+        refuseValue("light", text, expected);
     }
     light.place = {n[0], n[1], n[2]};
     if (light.kind == LightOption::Kind::directional && isZero(light.place)) {
-        refuse("light", text, "light: a directional light needs a direction");
+        refuseValue("light", text, "light: a directional light needs a direction");
     }
     return light;
 }
@@ -166,7 +162,7 @@ SettingOption readSetting(const std::string& text) {
     const std::size_t equals = text.find('=');
     const std::size_t dot = text.find('.');
     if (equals == std::string::npos || dot == std::string::npos || dot == 0 || dot + 1 >= equals) {
-        refuse("set", text, "setting: TAG.KEY=VALUE is expected, such as Cartoon.Bands=3");
+        refuseValue("set", text, "setting: TAG.KEY=VALUE is expected, such as Cartoon.Bands=3");
     }
     return {text.substr(0, dot), text.substr(dot + 1, equals - dot - 1), text.substr(equals + 1)};
 }
@@ -202,7 +198,7 @@ std::vector<std::wstring> readPatterns(const Words& words, std::string_view opti
     std::vector<std::wstring> patterns;
     for (const std::string& text : words.all(option)) {
         if (text.empty()) {
-            refuse(option, text, "name of an object");
+            refuseValue(option, text, "name of an object");
         }
         patterns.push_back(kivFromUtf8(text));
     }
@@ -218,9 +214,27 @@ void readObjects(const Words& words, KivObjectChoice& objects) {
         const std::size_t equals = text.rfind('=');
         std::uint32_t colour = 0;
         if (equals == std::string::npos || equals == 0 || !readColour(text.substr(equals + 1), colour)) {
-            refuse("colour", text, "colour of an object: PATTERN=#RRGGBB is expected, such as bolt*=#c0c0c0");
+            refuseValue("colour", text, "colour of an object: PATTERN=#RRGGBB is expected, such as bolt*=#c0c0c0");
         }
         objects.colours.emplace_back(kivFromUtf8(text.substr(0, equals)), colour);
+    }
+}
+
+void readStandardView(const Words& words, RenderOptions& options) {
+    const auto name = words.value("view");
+    if (!name) {
+        return;
+    }
+    options.view = standardViewOf(*name);
+    if (!options.view) {
+        refuseValue("view", *name, "view: front, back, left, right, top, bottom, iso or dimetric is expected");
+    }
+    if (options.eye || options.up) {
+        throw UsageError(std::string(options.eye ? "--eye" : "--up") +
+                         " and --view exclude each other: a standard view says where the camera stands");
+    }
+    if (options.fov && isAlwaysParallel(*options.view)) {
+        throw UsageError("--fov and --view " + *name + " exclude each other: that view is a parallel projection");
     }
 }
 
@@ -233,6 +247,7 @@ void readView(const Words& words, RenderOptions& options) {
     if (options.fov && options.ortho) {
         throw UsageError("--fov and --ortho exclude each other: a parallel projection has no field of view");
     }
+    readStandardView(words, options);
     if (options.up && isZero(*options.up)) {
         throw UsageError("--up: 0,0,0 is no direction");
     }
@@ -251,10 +266,12 @@ void readOutputs(const Words& words, RenderOptions& options) {
 }
 
 // What has a meaning for drawings alone, or for pictures alone.
-void checkDrawings(const RenderOptions& options) {
+void checkDrawings(const Words& words, const RenderOptions& options) {
     const auto drawings = std::count_if(options.outputs.begin(), options.outputs.end(), isDrawingName);
-    if (options.simplify && drawings == 0) {
-        throw UsageError("--simplify is for vector drawings: give -o a name that ends in svg, pdf, eps, ps or ai");
+    if (const std::string given = givenDrawingOption(words); !given.empty() && drawings == 0) {
+        throw UsageError(
+            "--" + given +
+            " is for vector drawings: give -o a name that ends in svg, pdf, eps, ps, ai, dxf, hpgl or plt");
     }
     if (drawings == 0) {
         return;
@@ -285,6 +302,10 @@ PreviewOptions readPreview(const Words& words) {
 
 } // namespace
 
+void refuseValue(std::string_view option, const std::string& value, const std::string& expected) {
+    throw UsageError("--" + std::string(option) + ": \"" + value + "\" is no " + expected);
+}
+
 LookOptions parseLookOptions(const Words& words) {
     LookOptions options;
     readLook(words, options);
@@ -313,7 +334,7 @@ PreviewOptions parseStylesOptions(const Words& words) {
 char parseUpAxis(const Words& words) {
     const auto text = words.value("up-axis");
     if (text && *text != "y" && *text != "z") {
-        refuse("up-axis", *text, "axis: y or z is expected");
+        refuseValue("up-axis", *text, "axis: y or z is expected");
     }
     return text ? text->front() : '\0';
 }
@@ -336,13 +357,13 @@ RenderOptions parseRenderOptions(const Words& words) {
     options.paper = words.value("paper").value_or("");
     options.depthImage = words.has("depth-image");
     options.shadowImage = words.has("shadow-image");
-    options.simplify = words.has("simplify");
     options.shadows = words.has("shadows");
     options.transparency = words.has("transparency");
     if (options.shadowImage && !options.shadows) {
         throw UsageError("--shadow-image needs --shadows");
     }
-    checkDrawings(options);
+    options.drawing = parseDrawingOptions(words);
+    checkDrawings(words, options);
     options.upAxis = parseUpAxis(words);
     readObjects(words, options.objects);
     options.deflection =

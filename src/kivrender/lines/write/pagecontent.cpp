@@ -123,9 +123,11 @@ bool PageContent::paintAreas() {
 
 void PageContent::paint(const KivArea& area) {
     const bool isOpaque = area.opacity >= 1.0;
+    // PostScript paints every pixel that a shape touches, so that less of a rim is needed.
+    const double rimShare = kind == Kind::pdf ? 1.0 : 0.25;
     const bool isMixed = kind == Kind::postScript && !isOpaque;
     const std::string wanted = isMixed ? mixed(area) : color(area.color);
-    const double rim = isOpaque ? layout.rim() * kivPointsPerMillimetre : 0.0;
+    const double rim = isOpaque ? layout.rim() * rimShare * kivPointsPerMillimetre : 0.0;
     if (wanted != fillColor) {
         fillColor = wanted;
         sink << wanted << " rg\n";

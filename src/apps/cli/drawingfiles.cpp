@@ -1,0 +1,97 @@
+#include "apps/cli/drawingfiles.h"
+
+#include "apps/cli/outputfile.h"
+#include "apps/cli/progressbar.h"
+#include "import/kivmodelimport.h"
+#include "kivrender/lines/write/kivdrawingwriter.h"
+#include "kivrender/platform/kivtext.h"
+
+#include <cmath>
+#include <filesystem>
+#include <stdexcept>
+#include <string>
+
+namespace {
+
+// The names of the models without their folders and endings.
+std::wstring titleOf(const KivModel& model) {
+    std::wstring title;
+    for (const KivModelFileInfo& file : model.files) {
+        title += (title.empty() ? L"" : L", ") + std::filesystem::path(file.path).stem().wstring();
+    }
+    return title;
+}
+
+// glTF says that its unit is the metre; other formats leave it open or say so beside their coordinates.
+double unitOf(const KivModel& model) {
+    for (const KivModelFileInfo& file : model.files) {
+        const std::wstring ending = std::filesystem::path(file.path).extension().wstring();
+        if (kivEqualNoCase(ending, L".gltf") || kivEqualNoCase(ending, L".glb")) {
+            return 1000.0;
+        }
+    }
+    return 1.0;
+}
+
+std::string lengthText(double millimetres) {
+    std::string text = std::to_string(std::lround(millimetres * 10.0));
+    text.insert(0, text.size() < 2 ? 2 - text.size() : 0, '0');
+    const bool isWhole = text.back() == '0';
+    return text.substr(0, text.size() - 1) + (isWhole ? std::string() : "." + text.substr(text.size() - 1));
+}
+
+std::string sizeText(double width, double height) {
+    return lengthText(width) + " x " + lengthText(height) + " mm";
+}
+
+std::string problemText(const KivSheetPlace& place, const KivSheet& sheet) {
+    switch (place.problem) {
+    case KivSheetProblem::noScale:
+        return "--scale needs a parallel view; add --ortho 0 or --view";
+    case KivSheetProblem::noRoom:
+        return "the margins leave no room for the drawing; use a smaller --margin or a larger --page";
+    case KivSheetProblem::tooLarge:
+        return "the drawing measures " + sizeText(place.drawnWidth, place.drawnHeight) +
+               " at that scale, and the page has room for " +
+               sizeText(sheet.width - 2.0 * sheet.margin, sheet.height - 2.0 * sheet.margin) +
+               "; use a smaller --scale or a larger --page";
+    case KivSheetProblem::impossible:
+    case KivSheetProblem::none:
+        break;
+    }
+    return "no page is that large or that small; use another --scale or --units";
+}
+
+} // namespace
+
+bool DrawingFiles::collect(const KivModel& model, const std::function<bool()>& render) {
+    drawing.wantsHidden = options.sheet.hidden != KivSheet::Hidden::none;
+    KivDrawingCollector collector(drawing);
+    collector.setAreas(options.areas);
+    collector.setTitle(titleOf(model));
+    collector.setObjectNames(model.meshNames);
+    collected = render() && collector.hasDrawing();
+    // The scene is the model scaled.
+    drawing.unitsPerPixel /= model.scale;
+    formatUnit = unitOf(model);
+    return collected;
+}
+
+KivSheet DrawingFiles::sheetFor(bool background) const {
+    KivSheet sheet = options.sheet;
+    sheet.paintsBackground = background || (sheet.page == KivSheet::Page::picture && sheet.scale == 0.0);
+    sheet.modelUnit = options.unitsChosen ? sheet.modelUnit : formatUnit;
+    return sheet;
+}
+
+bool DrawingFiles::write(const OutputFile& output, bool background) const {
+    const KivSheet sheet = sheetFor(background);
+    const KivDrawingFormat format = output.drawingFormat();
+    const KivDrawingWritten written =
+        kivWriteDrawing(drawing, sheet, format, kivFromUtf8(output.workName()), isInterrupted);
+    if (written == KivDrawingWritten::sheetProblem) {
+        throw std::runtime_error("can't write \"" + output.finalName() +
+                                 "\": " + problemText(kivPlaceOnSheet(drawing, sheet, format), sheet));
+    }
+    return written == KivDrawingWritten::done;
+}

@@ -1,0 +1,37 @@
+// The vector drawings of one view: it is rendered once, and each file is written from it.
+#ifndef APPS_CLI_DRAWINGFILES_H
+#define APPS_CLI_DRAWINGFILES_H
+
+#include "apps/cli/commandline.h"
+#include "kivrender/lines/kivvectordrawing.h"
+
+#include <functional>
+#include <string>
+
+struct KivModel;
+class OutputFile;
+
+class DrawingFiles {
+public:
+    explicit DrawingFiles(const DrawingOptions& wanted) : options(wanted) {}
+
+    // Renders model's view into the drawing by way of render, which answers whether it came to its end. False if there
+    // is no drawing then.
+    bool collect(const KivModel& model, const std::function<bool()>& render);
+    bool isCollected() const {
+        return collected;
+    }
+    // background: whether it is to be seen on paper. False with the last error set, or after a cancel. Throws
+    // std::runtime_error where the drawing can't be put on its sheet.
+    bool write(const OutputFile& output, bool background) const;
+
+private:
+    KivSheet sheetFor(bool background) const;
+
+    const DrawingOptions& options;
+    KivVectorDrawing drawing;
+    double formatUnit = 1.0; // millimetres in a unit of the model, by its format
+    bool collected = false;
+};
+
+#endif

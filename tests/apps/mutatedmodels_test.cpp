@@ -4,6 +4,7 @@
 // became of them.
 #include "import/boxmodels.h"
 #include "import/importtestfiles.h"
+#include "import/narrowfbx.h"
 #include "programtest.h"
 
 #include <cstdio>
@@ -60,6 +61,7 @@ std::vector<Seed> seeds() {
                 list.push_back({ending, content});
             }
         }
+        list.push_back({"fbx", NarrowFbx(exported(*scene, "fbx")).content()});
     }
     return list;
 }
@@ -190,7 +192,7 @@ int numberFrom(const char* name, int otherwise) {
 TEST(MutatedModels, GiveAPictureOrALine) {
     const ProgramFolder folder;
     const std::vector<Seed> list = seeds();
-    ASSERT_EQ(list.size(), 16U);
+    ASSERT_EQ(list.size(), 17U);
     for (const Seed& seed : list) {
         const std::string model = folder.write("good." + seed.ending, seed.content);
         EXPECT_EQ(run(folder, {"info", model}).status, 0) << seed.ending << ", " << seed.content.size() << " bytes";

@@ -94,7 +94,7 @@ constexpr std::array renderOptions{
                "Line widths of ISO 128 by the wide line in mm: contours and boundaries are wide, all others narrow."},
     OptionInfo{"pen", 0, "KIND=WIDTH[,...]", "", "Drawing", true, nothing, "",
                "Line widths of a vector drawing in mm or pt by kind: contour, boundary, crease, edge, material, "
-               "intersection, line, hidden, all. May be repeated."},
+               "intersection, line, tangent, hidden, all. May be repeated."},
 
     OptionInfo{"demo", 0, "", "", "Model", false, nothing, "", "Render the built-in scene; no model is needed."},
     OptionInfo{"up-axis", 0, "AXIS", "by format", "Model", false, choices, "y z", "What is up in the model: y or z."},

@@ -60,6 +60,15 @@ TEST(HpglWriter, EachKindHasItsPen) {
     EXPECT_EQ(plot.lines.at(7).size(), 1U); // a point of the scene
     EXPECT_GT(plot.lines.at(8).size(), 5U); // dashes of what is hidden
     EXPECT_EQ(plot.lines.size(), 4U);
+    // No plotter has more than eight.
+    KivVectorDrawing drawing = sampleDrawing();
+    for (int kind = 0; kind < kivStrokeKinds; ++kind) {
+        drawing.strokes.push_back(drawing.strokes[0]);
+        drawing.strokes.back().kind = static_cast<KivStrokeKind>(kind);
+    }
+    const Plot all = plotted(written(drawing, KivDrawingFormat::hpgl));
+    EXPECT_EQ(all.lines.size(), 8U);
+    EXPECT_EQ(all.lines.rbegin()->first, 8);
 }
 
 // Plotters hold eight pens.

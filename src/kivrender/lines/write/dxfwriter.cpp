@@ -2,7 +2,7 @@
 
 #include "kivrender/lines/write/drawingnames.h"
 #include "kivrender/lines/write/dxfframe.h"
-#include "kivrender/lines/write/pathpolyline.h"
+#include "kivrender/lines/write/pathcircle.h"
 
 #include <algorithm>
 #include <array>
@@ -198,7 +198,7 @@ private:
                 continue;
             }
             for (const KivCurvePath& ring : area.rings) {
-                BulgedLine line{kivPolylineOf(layout.placed(ring), areaTolerance), {}};
+                BulgedLine line{kivFlattenCurve(layout.placed(ring), areaTolerance), {}};
                 if (line.corners.size() > 1) {
                     line.corners.pop_back();
                 }

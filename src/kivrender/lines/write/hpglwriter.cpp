@@ -1,6 +1,5 @@
 #include "kivrender/lines/write/hpglwriter.h"
 
-#include "kivrender/lines/write/pathpolyline.h"
 #include "kivrender/lines/write/travelorder.h"
 
 #include <algorithm>
@@ -61,7 +60,7 @@ public:
 
     void add(const KivStroke& stroke) {
         std::vector<Line>& own = lines[static_cast<std::size_t>(penOf(stroke))];
-        Line line = kivPolylineOf(layout.placed(stroke.path), tolerance);
+        Line line = kivFlattenCurve(layout.placed(stroke.path), tolerance);
         const double width = layout.widthOf(stroke);
         // A pattern that is finer than a tenth of a millimetre can't be plotted.
         const double dash = std::max(kivDashLength * width, 0.4);
@@ -73,7 +72,7 @@ public:
     }
     void add(const KivArea& area) {
         for (const KivCurvePath& ring : area.rings) {
-            lines[areaPen].push_back(kivPolylineOf(layout.placed(ring), tolerance));
+            lines[areaPen].push_back(kivFlattenCurve(layout.placed(ring), tolerance));
         }
     }
 

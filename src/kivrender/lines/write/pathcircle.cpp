@@ -1,24 +1,7 @@
-#include "kivrender/lines/write/pathpolyline.h"
+#include "kivrender/lines/write/pathcircle.h"
 
 #include <algorithm>
 #include <cmath>
-
-namespace {
-
-constexpr int mostSteps = 1000;
-
-// A polyline of n even steps deviates from a cubic by at most an eighth of its largest second derivative by n squared.
-int stepsFor(const KivPicturePoint& start, const KivCurvePiece& cubic, double tolerance) {
-    const auto bend = [](const KivPicturePoint& a, const KivPicturePoint& b, const KivPicturePoint& c) {
-        return std::hypot(a.x - 2.0 * b.x + c.x, a.y - 2.0 * b.y + c.y);
-    };
-    const double most =
-        std::max(bend(start, cubic.control[0], cubic.control[1]), bend(cubic.control[0], cubic.control[1], cubic.end));
-    const double steps = std::ceil(std::sqrt(6.0 * most / (8.0 * tolerance)));
-    return static_cast<int>(std::clamp(steps, 1.0, static_cast<double>(mostSteps)));
-}
-
-} // namespace
 
 KivPicturePoint kivPointOn(const KivPicturePoint& start, const KivCurvePiece& cubic, double t) {
     const double s = 1.0 - t;
@@ -27,19 +10,6 @@ KivPicturePoint kivPointOn(const KivPicturePoint& start, const KivCurvePiece& cu
     };
     return {mix(start.x, cubic.control[0].x, cubic.control[1].x, cubic.end.x),
             mix(start.y, cubic.control[0].y, cubic.control[1].y, cubic.end.y)};
-}
-
-std::vector<KivPicturePoint> kivPolylineOf(const KivCurvePath& path, double tolerance) {
-    std::vector<KivPicturePoint> line = {path.start};
-    for (const KivCurvePiece& piece : path.pieces) {
-        const KivPicturePoint from = line.back();
-        const int steps = piece.kind == KivCurvePiece::Kind::cubic ? stepsFor(from, piece, tolerance) : 1;
-        for (int i = 1; i < steps; ++i) {
-            line.push_back(kivPointOn(from, piece, static_cast<double>(i) / steps));
-        }
-        line.push_back(piece.end);
-    }
-    return line;
 }
 
 std::optional<PathCircle> kivCircleThrough(std::span<const KivPicturePoint> points, double tolerance) {

@@ -1,15 +1,11 @@
-// Paths as polylines, and the circles that curves stand for.
-#ifndef KIVRENDER_LINES_WRITE_PATHPOLYLINE_H
-#define KIVRENDER_LINES_WRITE_PATHPOLYLINE_H
+// The circles that curves stand for.
+#ifndef KIVRENDER_LINES_WRITE_PATHCIRCLE_H
+#define KIVRENDER_LINES_WRITE_PATHCIRCLE_H
 
 #include "kivrender/lines/curvefit.h"
 
 #include <optional>
 #include <span>
-#include <vector>
-
-// The corners of a polyline that lies within tolerance of the path; a closed one ends where it begins.
-std::vector<KivPicturePoint> kivPolylineOf(const KivCurvePath& path, double tolerance);
 
 // The point of a cubic from start at t from 0 to 1.
 KivPicturePoint kivPointOn(const KivPicturePoint& start, const KivCurvePiece& cubic, double t);

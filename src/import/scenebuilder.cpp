@@ -12,6 +12,7 @@
 #include <array>
 #include <cmath>
 #include <limits>
+#include <tuple>
 
 namespace kivimport {
 namespace {
@@ -204,6 +205,7 @@ private:
                 static_cast<std::uint32_t>(t);
         }
         localIndex.assign(vertices.normals.size(), noIndex);
+        findSides(surface);
         std::uint64_t count = 0;
         for (std::size_t part = 0; part < sizes.size(); ++part) {
             if (sizes[part] > 0) {
@@ -264,6 +266,57 @@ private:
         return members.size();
     }
 
+    // A side of a triangle, for edges of parts that are cut up by colour.
+    struct Side {
+        std::uint32_t low = 0;
+        std::uint32_t high = 0;
+        std::uint32_t third = 0; // the corner that is not on it
+        std::uint32_t part = 0;
+
+        friend bool operator<(const Side& one, const Side& other) {
+            return std::tie(one.low, one.high) < std::tie(other.low, other.high);
+        }
+    };
+
+    void findSides(const Surface& surface) {
+        sides.clear();
+        if (!surface.hasEdges || surface.parts.size() < 2 || surface.triangleParts.empty()) {
+            return;
+        }
+        for (std::size_t i = 0; i < surface.corners.size(); ++i) {
+            const std::size_t first = i / 3 * 3;
+            const std::uint32_t a = surface.corners[i];
+            const std::uint32_t b = surface.corners[first + (i + 1) % 3];
+            sides.push_back(
+                {std::min(a, b), std::max(a, b), surface.corners[first + (i + 2) % 3], surface.triangleParts[i / 3]});
+        }
+        std::stable_sort(sides.begin(), sides.end());
+    }
+
+    // The third corner of the one triangle of another part at a stretch of an edge; noIndex if there is none, or the
+    // part itself is on both sides.
+    std::uint32_t cornerBeyond(std::uint32_t a, std::uint32_t b, std::uint32_t part) const {
+        const auto [begin, end] = std::equal_range(sides.begin(), sides.end(), Side{std::min(a, b), std::max(a, b)});
+        if (end - begin != 2 || (begin->part == part) == ((begin + 1)->part == part)) {
+            return noIndex;
+        }
+        return begin->part == part ? (begin + 1)->third : begin->third;
+    }
+
+    void addBeyond(const Surface& surface, const SurfaceEdge& edge, KivMeshEdges& edges) const {
+        edges.beyond.resize(edges.vertices.size());
+        KivMeshEdge& added = edges.edges.back();
+        added.hasBeyond = !sides.empty();
+        for (std::uint32_t i = 0; added.hasBeyond && i + 1 < edge.count; ++i) {
+            const std::uint32_t corner =
+                cornerBeyond(surface.edgePoints[edge.first + i], surface.edgePoints[edge.first + i + 1], edge.part);
+            added.hasBeyond = corner != noIndex;
+            if (added.hasBeyond) {
+                edges.beyond[added.first + i] = toKivPoint(surface.positions[corner]);
+            }
+        }
+    }
+
     // The edges of one part, on its mesh, of which members are the vertices.
     void addEdges(const Surface& surface, const SurfaceVertices& vertices, std::uint32_t part, KivMesh& mesh) {
         vertexAt.resize(surface.positions.size(), noIndex);
@@ -303,6 +356,7 @@ private:
             }
             edges.vertices.push_back(vertexAt[position]);
         }
+        addBeyond(surface, edge, edges);
     }
 
     void addPolyline(const Polyline& line) {
@@ -382,6 +436,7 @@ private:
     std::size_t firstNode = 0;               // of the same file among the nodes of the model
     std::vector<std::uint32_t> localIndex;
     std::vector<std::uint32_t> members;
+    std::vector<Side> sides;             // of the surface at hand, sorted
     std::vector<std::uint32_t> vertexAt; // of a position, in the mesh at hand
     std::size_t unpainted = 0;
     ImportProgress* progress;

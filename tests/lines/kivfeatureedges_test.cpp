@@ -375,3 +375,19 @@ TEST(KivFeatureEdges, EndsOfASurfaceThatNamesItsEdgesAreNoBorders) {
     EXPECT_TRUE(edgesOfKind(edges, KivFeatureKind::border).empty());
     EXPECT_EQ(edgesOfKind(edges, KivFeatureKind::crease), std::set<Pair>({{4, 5}}));
 }
+
+// What is beyond tells whether the end of a mesh is an outline.
+TEST(KivFeatureEdges, AnEndWithSomethingBeyondMayBeAFold) {
+    KivSurface sheet;
+    sheet.points = {{0.0, 0.0, 0.0}, {1.0, 0.0, 0.0}, {0.0, 1.0, 0.0}};
+    sheet.triangles = {{0, 1, 2}};
+    sheet.namesEdges = true;
+    const KivViewpoint above{false, {0.0, 0.0, 1.0}};
+    for (const bool folds : {true, false}) {
+        sheet.namedEdges = {{0, 1, false, true, {0.5, folds ? 0.2 : -0.2, -1.0}}};
+        const auto edges = edgesOf(sheet, above);
+        ASSERT_EQ(edges.size(), 1U);
+        EXPECT_EQ(edges[0].kind, folds ? KivFeatureKind::silhouette : KivFeatureKind::crease);
+        EXPECT_TRUE(edges[0].sharp);
+    }
+}

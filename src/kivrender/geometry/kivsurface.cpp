@@ -81,8 +81,15 @@ void readNamedEdges(const KivMesh& mesh, const std::vector<std::uint32_t>& place
             const std::uint32_t from = named->vertices[edge.first + i - 1];
             const std::uint32_t to = named->vertices[edge.first + i];
             if (from < place.size() && to < place.size() && place[from] != place[to]) {
-                surface.namedEdges.push_back({std::min(place[from], place[to]), std::max(place[from], place[to]),
-                                              edge.kind == KivMeshEdge::Kind::tangent});
+                KivSurface::NamedEdge& added = surface.namedEdges.emplace_back();
+                added.a = std::min(place[from], place[to]);
+                added.b = std::max(place[from], place[to]);
+                added.tangent = edge.kind == KivMeshEdge::Kind::tangent;
+                added.hasBeyond = edge.hasBeyond && named->beyond.size() == named->vertices.size();
+                if (added.hasBeyond) {
+                    const Kiv3DPoint& p = named->beyond[edge.first + i - 1];
+                    added.beyond = {p.x, p.y, p.z};
+                }
             }
         }
     }

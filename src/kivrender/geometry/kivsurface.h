@@ -21,6 +21,9 @@ struct KivSurface {
         std::uint32_t a = 0; // the lower of the two points
         std::uint32_t b = 0;
         bool tangent = false; // the surface runs on over it without a bend
+        // Where the mesh ends there and another one goes on: a point of that one's face beside the edge.
+        bool hasBeyond = false;
+        KivVec beyond{};
     };
 
     std::vector<KivVec> points;

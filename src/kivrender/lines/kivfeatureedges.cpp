@@ -230,6 +230,13 @@ std::vector<Character> characterOf(const KivSurface& surface, const std::vector<
     return characters;
 }
 
+bool isFold(const KivSurface& surface, const KivFeatureWing& wing, const KivViewpoint& view) {
+    const std::vector<KivVec>& p = surface.points;
+    return wing.right != KivFeatureWing::none
+               ? kivFeatureIsFold(p[wing.a], p[wing.b], p[wing.left], p[wing.right], view)
+               : kivFeatureFoldsBeyond(surface, wing, view);
+}
+
 std::vector<bool> namedCreases(const KivSurface& surface, const std::vector<KivFeatureWing>& wings,
                                const KivFeatureRules& rules) {
     std::vector<bool> creases(wings.size(), false);
@@ -357,11 +364,17 @@ std::vector<bool> kivFeatureCreases(const KivSurface& surface, const std::vector
     return creases;
 }
 
+bool kivFeatureFoldsBeyond(const KivSurface& surface, const KivFeatureWing& wing, const KivViewpoint& view) {
+    const KivSurface::NamedEdge* const named = kivNamedEdge(surface, wing.a, wing.b);
+    return named != nullptr && named->hasBeyond &&
+           kivFeatureIsFold(surface.points[wing.a], surface.points[wing.b], surface.points[wing.left], named->beyond,
+                            view);
+}
+
 std::vector<KivFeatureEdge> kivFeatureEdges(const KivSurface& surface, const std::vector<KivFeatureWing>& wings,
                                             const std::vector<bool>& creases, const KivViewpoint& view,
                                             const KivFeatureRules& rules) {
     std::vector<KivFeatureEdge> edges;
-    const std::vector<KivVec>& p = surface.points;
     for (std::size_t i = 0; i < wings.size(); ++i) {
         const KivFeatureWing& wing = wings[i];
         KivFeatureEdge edge{wing.a, wing.b, KivFeatureKind::crease, static_cast<std::uint32_t>(wing.left), creases[i]};
@@ -369,7 +382,7 @@ std::vector<KivFeatureEdge> kivFeatureEdges(const KivSurface& surface, const std
             edge.kind = KivFeatureKind::tangent;
             edge.sharp = false;
         }
-        // Where colours meet, a part is in two meshes and ends in neither: named edges are creases there too.
+        // Where colours meet, a part is in two meshes and ends in neither: named edges are creases or folds there too.
         if (wing.right == KivFeatureWing::none && !surface.namesEdges) {
             edge.kind = KivFeatureKind::border;
             if (rules.borders && !wing.filled) {
@@ -377,8 +390,7 @@ std::vector<KivFeatureEdge> kivFeatureEdges(const KivSurface& surface, const std
             }
             continue;
         }
-        if (rules.silhouettes && !wing.junction && wing.right != KivFeatureWing::none &&
-            kivFeatureIsFold(p[wing.a], p[wing.b], p[wing.left], p[wing.right], view)) {
+        if (rules.silhouettes && !wing.junction && isFold(surface, wing, view)) {
             edge.kind = KivFeatureKind::silhouette;
             edges.push_back(edge);
         } else if (creases[i] && (rules.creases || edge.kind == KivFeatureKind::tangent)) {

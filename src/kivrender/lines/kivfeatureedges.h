@@ -66,6 +66,10 @@ KIV_API double kivFeatureBend(const KivVec& a, const KivVec& b, const KivVec& le
 KIV_API bool kivFeatureIsFold(const KivVec& a, const KivVec& b, const KivVec& left, const KivVec& right,
                               const KivViewpoint& view);
 
+// The same for an edge at which the surface ends and a named edge tells what is beyond (KivSurface::NamedEdge). False
+// for all other edges.
+KIV_API bool kivFeatureFoldsBeyond(const KivSurface& surface, const KivFeatureWing& wing, const KivViewpoint& view);
+
 // Tells which of the wings are creases, whatever the view. Rough and scanned surfaces bend sharply at many short edges
 // that are no features: creases that hang together and stay small against the connected piece of surface that they lie
 // on are left out. A surface that names its edges has these, and no others.

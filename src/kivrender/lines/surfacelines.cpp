@@ -77,10 +77,18 @@ private:
             add(wing, 0.0, 1.0, KivStrokeKind::tangent);
         }
     }
+    // Where colours meet, a part is in two meshes and ends in neither.
+    void addColourBorder(std::size_t i) {
+        if (rules.features.silhouettes && kivFeatureFoldsBeyond(surface, wings[i], viewer)) {
+            addFold(i, 0.0, 1.0);
+        } else {
+            addRest(i, 0.0, 1.0);
+        }
+    }
     void addEdge(std::size_t i) {
         const KivFeatureWing& wing = wings[i];
         if (wing.right == KivFeatureWing::none && surface.namesEdges) {
-            addRest(i, 0.0, 1.0); // where colours meet, a part is in two meshes and ends in neither
+            addColourBorder(i);
         } else if (wing.right == KivFeatureWing::none) {
             if (rules.features.borders && !wing.filled) {
                 add(wing, 0.0, 1.0, KivStrokeKind::boundary);

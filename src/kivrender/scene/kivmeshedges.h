@@ -8,6 +8,7 @@
 #define KIVRENDER_SCENE_KIVMESHEDGES_H
 
 #include "kivrender/platform/kivexport.h"
+#include "kivrender/scene/kiv3dpoint.h"
 
 #include <cstdint>
 #include <memory>
@@ -27,11 +28,16 @@ struct KivMeshEdge {
     std::uint32_t colour = 0; // of the edge itself, red in the lowest byte
     std::uint32_t first = 0;  // place in KivMeshEdges::vertices
     std::uint32_t count = 0;  // at least 2; a closed edge ends at the vertex that it began with
+    // The face on its other side belongs to another mesh, as where two colours of a part meet.
+    bool hasBeyond = false;
 };
 
 struct KivMeshEdges {
     std::vector<std::uint32_t> vertices; // indices of the mesh, those of each edge in a row
     std::vector<KivMeshEdge> edges;
+    // For edges that have something beyond, at the place of the vertex at which each stretch begins: a point of the
+    // other mesh's face beside it. It tells from where the edge is an outline. As many as there are vertices, or none.
+    std::vector<Kiv3DPoint> beyond;
 };
 
 // Gives the mesh its edges, or none for null. The indices are not checked. The mesh forgets them when it is deleted or

@@ -83,6 +83,24 @@ TEST(CadImport, EachColourOfAPartIsAMeshAndEachEdgeIsOnOneOfThem) {
     const int ofPlate = countOf(*kivMeshEdges(*model.scene->getMesh(0)), Kind::sharp) +
                         countOf(*kivMeshEdges(*model.scene->getMesh(1)), Kind::sharp);
     EXPECT_EQ(ofPlate, 12);
+    // Four of them lie between the colours. One mesh has them, and knows what is on their other side.
+    int between = 0;
+    for (unsigned int i = 0; i < 2; ++i) {
+        const auto edges = kivMeshEdges(*model.scene->getMesh(i));
+        ASSERT_EQ(edges->beyond.size(), edges->vertices.size());
+        for (const KivMeshEdge& edge : edges->edges) {
+            between += edge.hasBeyond ? 1 : 0;
+            const Kiv3DPoint top = model.toScene({0.0, 0.0, 5.0});
+            const Kiv3DPoint at = model.scene->getMesh(i)->getVertex(edges->vertices[edge.first]);
+            const Kiv3DPoint& beyond = edges->beyond[edge.first];
+            const bool isUpper = model.scene->getMesh(i)->getNumTriangles() == 2;
+            if (edge.hasBeyond) {
+                EXPECT_EQ(at.z, top.z);
+                EXPECT_EQ(beyond.z == top.z, !isUpper);
+            }
+        }
+    }
+    EXPECT_EQ(between, 4);
 }
 
 TEST(CadImport, CanBeCancelled) {

@@ -4,6 +4,7 @@
 #include "kivrender/lines/kivlineengine.h"
 #include "kivrender/lines/kivoccluders.h"
 #include "kivrender/lines/kivsurfacecrossings.h"
+#include "kivrender/lines/kivvisibleregions.h"
 
 #include "kivrender/scene/kivcamera.h"
 #include "kivrender/scene/kivmesh.h"
@@ -158,6 +159,33 @@ void strokes(benchmark::State& state) {
 }
 
 BENCHMARK(strokes)->Unit(benchmark::kMillisecond)->Arg(10000)->Arg(100000)->Arg(1000000)->Arg(2000000)->Complexity();
+// Visible regions of the ring in three tones, as a toon picture has them.
+void regions(benchmark::State& state) {
+    const Sample sample = sampleOf(state.range(0));
+    const KivLineView view(camera(), 1280.0, 1280.0);
+    std::size_t count = 0;
+    for (auto _ : state) {
+        KivVisibleRegions picture(1280.0, 1280.0);
+        for (const KivOccluders::Triangle& t : sample.triangles) {
+            std::array<KivSeenCorner, 3> corners;
+            KivVec middle;
+            for (std::size_t i = 0; i < 3; ++i) {
+                const KivVec p = view.toCamera(sample.points[t[i]]);
+                const KivPicturePoint seen = view.toPicture(p);
+                corners[i] = {seen.x, seen.y, 1.0 - 1.0 / p.z};
+                middle = middle + sample.points[t[i]] * (1.0 / 3.0);
+            }
+            const double light = middle.x + middle.y;
+            picture.add(corners, light > 1.0 ? 2U : light > 0.0 ? 1U : 0U);
+        }
+        picture.find();
+        count = picture.regions().size();
+    }
+    state.counters["regions"] = static_cast<double>(count);
+    state.SetComplexityN(state.range(0));
+}
+
+BENCHMARK(regions)->Unit(benchmark::kMillisecond)->Arg(10000)->Arg(100000)->Arg(1000000)->Complexity();
 BENCHMARK(crossings)->Unit(benchmark::kMillisecond)->Arg(10000)->Arg(100000)->Arg(1000000)->Arg(2000000)->Complexity();
 BENCHMARK(contours)->Unit(benchmark::kMillisecond)->Arg(10000)->Arg(100000)->Arg(1000000)->Arg(2000000)->Complexity();
 BENCHMARK(longLines)->Unit(benchmark::kMillisecond)->Arg(10000)->Arg(100000)->Arg(1000000)->Complexity();

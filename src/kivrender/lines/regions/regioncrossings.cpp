@@ -126,7 +126,7 @@ private:
             return true;
         }
         if (list.size() <= fewFaces || square.side <= smallestSquare) {
-            addPairs(list);
+            addPairs(square, list);
             return true;
         }
         const std::int32_t half = square.side / 2;
@@ -250,7 +250,21 @@ private:
         return false;
     }
 
-    void addPairs(const std::vector<Seen>& list) {
+    // Whether one face is not before the other, or behind it, all over a square.
+    bool changesPlaces(std::uint32_t first, std::uint32_t second, const Square& square) const {
+        const double noise = faces.noiseOf(first) + faces.noiseOf(second);
+        bool isBefore = false;
+        bool isBehind = false;
+        for (int k = 0; k < 4; ++k) {
+            const GridPoint corner = square.at(k);
+            const double ahead = planes[first].at(corner.x, corner.y) - planes[second].at(corner.x, corner.y);
+            isBefore = isBefore || ahead < noise;
+            isBehind = isBehind || ahead > -noise;
+        }
+        return isBefore && isBehind;
+    }
+
+    void addPairs(const Square& square, const std::vector<Seen>& list) {
         if (list.size() > manyFaces) {
             return;
         }
@@ -258,7 +272,7 @@ private:
             for (std::size_t k = i + 1; k < list.size(); ++k) {
                 const bool differ = faces.faces()[list[i].face].look != faces.faces()[list[k].face].look;
                 if (differ && list[i].low <= list[k].high && list[k].low <= list[i].high &&
-                    !areApart(list[i].face, list[k].face)) {
+                    changesPlaces(list[i].face, list[k].face, square) && !areApart(list[i].face, list[k].face)) {
                     pairs->emplace_back(std::min(list[i].face, list[k].face), std::max(list[i].face, list[k].face));
                 }
             }

@@ -1,0 +1,145 @@
+// A drawing's regions against the picture of the same scene: with shaders that come with the library.
+#include "kivrender/render/kivdrawingcollector.h"
+#include "lines/regionchecks.h"
+#include "render/shippedlooks.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace {
+
+class DrawingRegions : public ShippedLooks {
+protected:
+    static constexpr int width = 320;
+    static constexpr int height = 240;
+
+    DrawingRegions() {
+        loadShipped({"cartoon"});
+        setStyle(L"Cartoon", L"");
+        settings.setBackgroundColor(0xE0F0FF);
+        camera.setLocation({1.5, -3.0, 3.0});
+        camera.setDirection({-1.5, 3.0, -2.8});
+        camera.setUp({0.0, 0.0, 1.0});
+        camera.setFrustumLeft(-1.4);
+        camera.setFrustumRight(1.4);
+        camera.setFrustumBottom(-1.05);
+        camera.setFrustumTop(1.05);
+        camera.setFrustumNear(1.0);
+        camera.setFrustumFar(20.0);
+    }
+
+    // Things on one another and through one another: a slab, a ball in it, a ring around the ball, a box.
+    void addHeap() {
+        scene.empty();
+        add(closedBox({-0.9, -0.9, -0.2}, {0.9, 0.9, 0.0}), 0x6080A0);
+        add(closedSphere({-0.2, 0.1, 0.2}, 0.5, 48, 24), 0x3040E0);
+        add(closedRing({0.1, 0.1, 0.3}, 0.6, 0.12, 64, 16), 0x30C0E0);
+        add(closedBox({0.2, -0.6, 0.0}, {0.6, -0.2, 0.5}), 0x40A040);
+        KivLight lamp;
+        lamp.setStyle(KivLight::directionalLight);
+        lamp.setDirection({-0.5, 1.0, -1.0});
+        scene.addLight(lamp);
+    }
+    void add(std::unique_ptr<KivMesh> mesh, std::uint32_t color) {
+        KivMaterial material;
+        material.setDiffuse(color);
+        mesh->setMaterial(material);
+        scene.addMesh(mesh.release());
+    }
+    void drawPicture() {
+        addHeap();
+        settings.setVectorial(false);
+        ASSERT_TRUE(render({width, height}));
+        pixels = picture();
+    }
+    void drawDrawing(double smallestTone) {
+        addHeap();
+        settings.setVectorial(true);
+        KivDrawingCollector collector(drawing);
+        collector.setSmallestTone(smallestTone);
+        ASSERT_TRUE(render({width, height}));
+        ASSERT_TRUE(collector.hasDrawing());
+    }
+    // Red in the low byte, as in drawings; the bottom row first.
+    std::uint32_t pixel(int x, int y) const {
+        const std::uint8_t* const p = &pixels[3 * (static_cast<std::size_t>(y) * width + x)];
+        return p[2] | static_cast<std::uint32_t>(p[1]) << 8U | static_cast<std::uint32_t>(p[0]) << 16U;
+    }
+    // One colour on all pixels around.
+    bool isPlain(int x, int y) const {
+        for (int dy = -1; dy <= 1; ++dy) {
+            for (int dx = -1; dx <= 1; ++dx) {
+                if (pixel(x + dx, y + dy) != pixel(x, y)) {
+                    return false;
+                }
+            }
+        }
+        return true;
+    }
+    static bool areAlike(std::uint32_t p, std::uint32_t q) {
+        for (const unsigned int shift : {0U, 8U, 16U}) {
+            if (std::abs(static_cast<int>(p >> shift & 255U) - static_cast<int>(q >> shift & 255U)) > 2) {
+                return false;
+            }
+        }
+        return true;
+    }
+    std::vector<KivVisibleRegion> regions() const {
+        std::vector<KivVisibleRegion> result;
+        for (std::uint32_t i = 0; i < drawing.areas.size(); ++i) {
+            result.push_back({i, 0.0, drawing.areas[i].rings});
+        }
+        return result;
+    }
+
+    std::vector<std::uint8_t> pixels;
+    KivVectorDrawing drawing;
+};
+
+TEST_F(DrawingRegions, ShowTheColoursOfThePictureWithoutAGapOrAnOverlap) {
+    drawPicture();
+    drawDrawing(0.0);
+    expectSharedBorders(regions());
+    const FlatRegions flat(regions());
+    int asked = 0;
+    int right = 0;
+    int plain = 0;
+    for (int y = 1; y + 1 < height; ++y) {
+        for (int x = 1; x + 1 < width; ++x) {
+            if (!isPlain(x, y)) {
+                continue;
+            }
+            ++asked;
+            const std::vector<std::uint32_t> at = flat.at(x + 0.5, y + 0.5);
+            EXPECT_LE(at.size(), 1U) << "two areas at " << x << ", " << y;
+            const std::uint32_t color = at.empty() ? drawing.background : drawing.areas[at[0]].color;
+            right += areAlike(color, pixel(x, y)) ? 1 : 0;
+            plain += at.empty() ? 1 : 0;
+        }
+    }
+    EXPECT_GT(asked, width * height * 3 / 4);
+    EXPECT_GT(plain, width * height / 10);
+    EXPECT_LT(plain, asked * 3 / 4);
+    EXPECT_GE(right, asked * 0.995);
+}
+
+TEST_F(DrawingRegions, AreFewAndKnowTheirObjects) {
+    drawDrawing(12.0);
+    EXPECT_GT(drawing.areas.size(), 6U);
+    EXPECT_LT(drawing.areas.size(), 60U);
+    EXPECT_EQ(drawing.areaRim, 0.0);
+    std::vector<int> areas(drawing.objects.size(), 0);
+    ASSERT_EQ(areas.size(), 5U);
+    for (const KivArea& area : drawing.areas) {
+        ++areas.at(area.object);
+    }
+    EXPECT_EQ(areas[0], 0) << "all is drawn by a shader that tells its objects";
+    for (std::size_t i = 1; i < areas.size(); ++i) {
+        EXPECT_GT(areas[i], 0) << "object " << i;
+    }
+    const std::size_t few = drawing.areas.size();
+    drawDrawing(0.0);
+    EXPECT_GE(drawing.areas.size(), few);
+}
+
+} // namespace

@@ -1,12 +1,14 @@
 // The bar of real renders against the time that they take. Time is the processor time of the whole process, as other
 // programs on the machine must not matter; what is allowed is generous all the same.
 #include "kivrender/render/kivprogressestimate.h"
+#include "kivrender/render/kivrenderforecast.h"
 #include "render/shippedlooks.h"
 #include "support/pollcost.h"
 
 #include <algorithm>
 #include <cmath>
 #include <ctime>
+#include <numeric>
 #include <utility>
 
 namespace {
@@ -82,6 +84,71 @@ private:
     std::chrono::steady_clock::time_point lastLook;
     double start = 0.0;
 };
+
+// Pictures of 1280 by 960, antialiased four times, as they were timed on two cores of llvmpipe: what the scene is, and
+// milliseconds of processor time of each step with its gap.
+struct Recorded {
+    const char* name;
+    int meshes;
+    double triangles; // of all, in thousands
+    double area;      // in the picture, in millions of pixels
+    unsigned int lights;
+    bool shadows;
+    bool vectorial;
+    std::vector<double> steps;
+};
+
+KivProgressForecast forecastOf(const Recorded& picture) {
+    const KivScene none;
+    KivSceneWork work(none, KivCamera(), {picture.vectorial ? 1280 : 5120, picture.vectorial ? 960 : 3840});
+    work.lights = picture.lights;
+    work.meshes.resize(static_cast<std::size_t>(picture.meshes));
+    for (KivSceneWork::Mesh& mesh : work.meshes) {
+        mesh.triangles = picture.triangles / picture.meshes;
+        mesh.area = picture.area / picture.meshes;
+    }
+    KivCommonSettings settings;
+    settings.setAntialias(2);
+    settings.setShadows(picture.shadows);
+    settings.setVectorial(picture.vectorial);
+    return KivRenderForecast(work, settings, 1.2, true, 1, 3).get();
+}
+
+TEST(KivRenderForecast, IsLikeWhatWasTimed) {
+    const Recorded pictures[] = {
+        {"bunny", 1, 69.4, 12.8, 1, false, false, {382, 37, 0, 22, 7, 0, 0, 0, 0, 98}},
+        {"bunny with shadows", 1, 69.4, 12.8, 1, true, false, {426, 1391, 424, 40, 0, 19, 21, 0, 0, 0, 0, 100}},
+        {"with those of three lights", 1, 69.4, 12.8, 3, true, false, {503, 3418, 801, 42, 0, 19, 21, 0, 0, 0, 0, 99}},
+        {"1000 cubes", 1000, 12.0, 42.0, 1, false, false, {620, 28, 0, 174, 83, 0, 0, 0, 0, 92}},
+        {"1000 cubes with shadows",
+         1000,
+         12.0,
+         42.0,
+         1,
+         true,
+         false,
+         {570, 4215, 1062, 27, 0, 162, 14, 0, 0, 51, 0, 94}},
+        {"bunny as a drawing", 1, 69.4, 0.8, 1, false, true, {87, 40, 304, 33, 21, 0, 0, 0, 0, 652, 0}},
+    };
+    for (const Recorded& picture : pictures) {
+        const KivProgressForecast forecast = forecastOf(picture);
+        ASSERT_EQ(forecast.steps.size(), picture.steps.size()) << picture.name;
+        const double all = std::accumulate(picture.steps.begin(), picture.steps.end(), 0.0);
+        double sum = 0.0;
+        for (std::size_t i = 0; i < picture.steps.size(); ++i) {
+            const double expected = forecast.steps[i].total();
+            sum += expected;
+            if (picture.steps[i] >= 0.08 * all) { // the others move no bar
+                EXPECT_GE(expected, picture.steps[i] / 2.0) << picture.name << ", step " << i;
+                EXPECT_LE(expected, picture.steps[i] * 2.0) << picture.name << ", step " << i;
+            } else {
+                EXPECT_LE(expected, 0.2 * all) << picture.name << ", step " << i;
+            }
+        }
+        EXPECT_GE(sum, 0.65 * all) << picture.name;
+        EXPECT_LE(sum, 1.5 * all) << picture.name;
+    }
+}
 
 struct Picture {
     const char* name;

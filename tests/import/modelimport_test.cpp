@@ -106,6 +106,8 @@ TEST(ModelImport, TheSameBoxFromEveryFormat) {
         EXPECT_EQ(model.files[0].degenerate, 0U);
         EXPECT_FALSE(model.files[0].format.empty());
         EXPECT_NE(model.files[0].format, L"unknown");
+        const bool isGltf = std::string(c.name).find(".gl") != std::string::npos;
+        EXPECT_EQ(model.files[0].metresPerUnit, isGltf ? 1.0 : 0.0);
         EXPECT_TRUE(model.materials.empty())
             << "none is in the file, found " << (model.materials.empty() ? "" : kivToUtf8(model.materials[0].name));
         EXPECT_NE(mesh.getMaterial()->getDiffuse(), 0U) << "what has no material gets a colour";

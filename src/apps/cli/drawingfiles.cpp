@@ -22,12 +22,11 @@ std::wstring titleOf(const KivModel& model) {
     return title;
 }
 
-// glTF says that its unit is the metre; other formats leave it open or say so beside their coordinates.
+// Millimetres, of the first file that says; most formats leave it open.
 double unitOf(const KivModel& model) {
     for (const KivModelFileInfo& file : model.files) {
-        const std::wstring ending = std::filesystem::path(file.path).extension().wstring();
-        if (kivEqualNoCase(ending, L".gltf") || kivEqualNoCase(ending, L".glb")) {
-            return 1000.0;
+        if (file.metresPerUnit > 0.0) {
+            return file.metresPerUnit * 1000.0;
         }
     }
     return 1.0;

@@ -87,7 +87,8 @@ constexpr std::array renderOptions{
                "Scale of a parallel view: at 1:2, 100 mm of the model are 50 mm on the paper. Without it the drawing "
                "fills the page."},
     OptionInfo{"units", 0, "UNIT", "by format", "Drawing", false, choices, "um mm cm dm m km inch in ft",
-               "The unit of the model's coordinates, for --scale and DXF: metres in glTF, else millimetres."},
+               "The unit of the model's coordinates, for --scale and DXF: what a CAD file says, metres in glTF, else "
+               "millimetres."},
     OptionInfo{"hidden", 0, "LOOK", "none", "Drawing", false, choices, "none thin dashed",
                "Lines that something hides, in vector drawings."},
     OptionInfo{"line-group", 0, "WIDTH", "", "Drawing", false, choices, "0.25 0.35 0.5 0.7 1 1.4 2",

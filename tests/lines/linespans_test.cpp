@@ -1,0 +1,162 @@
+#include "kivrender/lines/linespans.h"
+
+#include "linebodies.h"
+#include "linecameras.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <vector>
+
+namespace {
+
+// One pixel is one unit; the middle of the picture is the origin. A box stands before the lines, its upper side at 0.
+class Scene {
+public:
+    Scene()
+        : occluders(
+              KivLineView(lineCamera(KivCamera::orthographic, {0.0, 0.0, 50.0}, 100.0, 1.0, 200.0), 200.0, 200.0)) {
+        const LineBody box = boxBody({-50.0, -50.0, 5.0}, {50.0, 0.0, 10.0});
+        EXPECT_TRUE(occluders.add(box.points, box.triangles));
+        EXPECT_TRUE(occluders.build());
+        segments.about.resize(1);
+        segments.about[0].surface.neighboursFrom = {0};
+    }
+
+    // A piece of a contour that has its surface below, or an edge.
+    void add(const KivVec& a, const KivVec& b, bool isContour) {
+        LineSegment segment;
+        segment.a = a;
+        segment.b = b;
+        segment.kind = isContour ? KivStrokeKind::contour : KivStrokeKind::crease;
+        if (isContour) {
+            SurfaceLines& surface = segments.about[0].surface;
+            segment.open = {0.0, 1.0, 0.0};
+            segment.contour = static_cast<std::int32_t>(surface.contours.size());
+            ContourPiece piece;
+            piece.normals[0] = piece.normals[1] = {0.0, 1.0, 0.0};
+            surface.contours.push_back(piece);
+            surface.neighboursFrom.push_back(0);
+        }
+        segments.all.push_back(segment);
+        segments.sources.push_back(0);
+    }
+    // The length in pixels of what is in that sight, with small gaps closed.
+    double length(LineSight sight) {
+        LineChain chain;
+        for (std::uint32_t i = 0; i < segments.all.size(); ++i) {
+            chain.lines.push_back(i);
+            chain.reversed.push_back(false);
+        }
+        LineSpans cutter(occluders, segments);
+        std::vector<LineSpan> spans;
+        EXPECT_TRUE(cutter.cut(chain, spans));
+        cutter.closeGaps(spans);
+        cutter.takeOutSlight(spans);
+        double sum = 0.0;
+        for (const LineSpan& span : spans) {
+            sum += span.sight == sight ? span.length : 0.0;
+        }
+        return sum;
+    }
+
+    KivOccluders occluders;
+    LineSegments segments;
+};
+
+// From above the box's edge down behind it by depth pixels, along it for so many, and up again.
+void addDip(Scene& scene, double depth, double along, bool isContour) {
+    scene.add({-30.0, 20.0, 0.0}, {-0.5 * along, 0.0, 0.0}, isContour);
+    scene.add({-0.5 * along, 0.0, 0.0}, {0.0, -depth, 0.0}, isContour);
+    scene.add({0.0, -depth, 0.0}, {0.5 * along, 0.0, 0.0}, isContour);
+    scene.add({0.5 * along, 0.0, 0.0}, {30.0, 20.0, 0.0}, isContour);
+}
+
+TEST(LineSpans, AContourGoesOnOverSlightDips) {
+    struct Case {
+        double depth;
+        double along;
+        bool isContour;
+        bool isClosed;
+    };
+    for (const Case& c : {Case{1.0, 6.0, true, true}, Case{4.0, 6.0, true, false}, Case{1.0, 14.0, true, false},
+                          Case{0.7, 1.0, true, true}, Case{1.0, 6.0, false, false}, Case{0.05, 0.2, false, true}}) {
+        Scene scene;
+        addDip(scene, c.depth, c.along, c.isContour);
+        EXPECT_EQ(scene.length(LineSight::hidden) == 0.0, c.isClosed) << c.depth << ' ' << c.along;
+    }
+}
+
+TEST(LineSpans, FoldsThatHideNextToNothingAreSlight) {
+    // Before the box, at a depth just before it: the line runs over its face.
+    for (const double step : {0.1, 5.0}) {
+        Scene scene;
+        scene.segments.about[0].detail = 1.0;
+        scene.add({-30.0, -20.0, 10.0 + step}, {30.0, -20.0, 10.0 + step}, true);
+        EXPECT_EQ(scene.length(LineSight::slight) > 0.0, step < 1.0) << step;
+        EXPECT_NEAR(scene.length(LineSight::slight) + scene.length(LineSight::seen), 60.0, 1e-6);
+    }
+    Scene edge;
+    edge.add({-30.0, -20.0, 10.1}, {30.0, -20.0, 10.1}, false);
+    EXPECT_NEAR(edge.length(LineSight::seen), 60.0, 1e-9) << "an edge is drawn wherever it is seen";
+    Scene all;
+    all.segments.about[0].detail = 0.0;
+    all.add({-30.0, -20.0, 10.1}, {30.0, -20.0, 10.1}, true);
+    EXPECT_NEAR(all.length(LineSight::seen), 60.0, 1e-9);
+}
+
+TEST(LineSpans, WeakLinesThatAreShortAreLeftOut) {
+    for (const double shortest : {5.0, 50.0}) {
+        Scene scene;
+        scene.segments.about[0].shortest = shortest;
+        scene.segments.about[0].detail = 1.0;
+        scene.add({-10.0, -20.0, 10.6}, {10.0, -20.0, 10.6}, true); // twenty pixels of six tenths
+        EXPECT_EQ(scene.length(LineSight::seen) > 0.0, shortest < 12.0);
+    }
+}
+
+TEST(LineSpans, TheTrianglesAroundAContourHideNoneOfIt) {
+    for (const bool isAround : {false, true}) {
+        Scene scene;
+        scene.add({-30.0, -20.0, 0.0}, {30.0, -20.0, 0.0}, true);
+        SurfaceLines& surface = scene.segments.about[0].surface;
+        for (std::uint32_t i = 0; isAround && i < 12; ++i) {
+            surface.neighbours.push_back(i);
+        }
+        surface.neighboursFrom[1] = surface.neighbours.size();
+        EXPECT_NEAR(scene.length(LineSight::hidden), isAround ? 0.0 : 60.0, 1e-9);
+    }
+}
+
+// Pieces a little behind the edge of the box, tested for visibility off the surface: one says that it bulges downwards.
+TEST(LineSpans, TheMajorityTellsToWhichSideAContourBulges) {
+    for (const int odd : {1, 4}) {
+        Scene scene;
+        for (int i = 0; i < 5; ++i) {
+            scene.add({-30.0 + 12.0 * i, -0.5, 0.0}, {-18.0 + 12.0 * i, -0.5, 0.0}, true);
+            ContourPiece& piece = scene.segments.about[0].surface.contours.back();
+            piece.rise = 1.0;
+            piece.bulges = i != 2 && (odd == 1 || i % 2 != 0 || i == 4);
+        }
+        EXPECT_EQ(scene.length(LineSight::hidden) == 0.0, odd == 1);
+    }
+}
+
+TEST(LineSpans, ARingBeginsAtItsLongestGap) {
+    Scene scene;
+    std::vector<LineSpan> spans(6);
+    const LineSight sights[] = {LineSight::seen,   LineSight::hidden, LineSight::seen,
+                                LineSight::hidden, LineSight::hidden, LineSight::seen};
+    const double lengths[] = {4.0, 3.0, 9.0, 2.0, 2.0, 1.0};
+    for (std::uint32_t i = 0; i < 6; ++i) {
+        spans[i].segment = i;
+        spans[i].sight = sights[i];
+        spans[i].length = lengths[i];
+    }
+    kivTurnToGap(spans);
+    EXPECT_EQ(spans[0].segment, 3U);
+    EXPECT_EQ(spans.back().segment, 2U);
+}
+
+} // namespace

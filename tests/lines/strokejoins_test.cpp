@@ -1,0 +1,117 @@
+#include "kivrender/lines/strokejoins.h"
+
+#include "linecameras.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <utility>
+#include <vector>
+
+namespace {
+
+// One pixel is one unit; the middle of the picture is the origin.
+const KivLineView view(lineCamera(KivCamera::orthographic, {0.0, 0.0, 20.0}, 100.0, 1.0, 100.0), 200.0, 200.0);
+
+class Drawing {
+public:
+    Drawing() {
+        segments.about.resize(1);
+    }
+
+    // A chain through these points, out of sight before its first and after its last segment.
+    void add(const std::vector<KivVec>& points, KivStrokeKind kind = KivStrokeKind::contour) {
+        LineCourse course;
+        course.kind = kind;
+        for (std::size_t i = 1; i < points.size(); ++i) {
+            LineSegment segment;
+            segment.a = points[i - 1];
+            segment.b = points[i];
+            segment.kind = kind;
+            const auto number = static_cast<std::uint32_t>(segments.all.size());
+            segments.all.push_back(segment);
+            segments.sources.push_back(0);
+            nodes.push_back(nextNode++);
+            nodes.push_back(nextNode);
+            course.chain.lines.push_back(number);
+            course.chain.reversed.push_back(false);
+            // The line is lost from sight a little before its ends.
+            const double first = i == 1 ? 1e-9 : 0.0;
+            const double last = i + 1 == points.size() ? 1.0 - 1e-9 : 1.0;
+            LineSpan span{number, first, last, {}, {}, kivLength(segment.b - segment.a), LineSight::seen};
+            span.start = view.toPicture(view.toCamera(segment.at(first)));
+            span.end = view.toPicture(view.toCamera(segment.at(last)));
+            course.spans.push_back(span);
+        }
+        ++nextNode;
+        courses.push_back(std::move(course));
+    }
+
+    std::vector<KivFoundLine> lines() {
+        std::vector<KivFoundLine> found;
+        EXPECT_TRUE(kivJoinCourses(view, segments, nodes, courses, found));
+        return found;
+    }
+
+private:
+    LineSegments segments;
+    std::vector<std::uint32_t> nodes;
+    std::vector<LineCourse> courses;
+    std::uint32_t nextNode = 0;
+};
+
+TEST(StrokeJoins, ContoursThatNearlyMeetAndGoOnAreOneLine) {
+    struct Case {
+        KivVec from;
+        KivVec to;
+        KivStrokeKind kind;
+        std::size_t lines;
+    };
+    const Case cases[] = {
+        {{3.0, 0.0, 0.0}, {30.0, 0.0, 0.0}, KivStrokeKind::contour, 1},   // three pixels on
+        {{3.0, 0.5, 0.0}, {30.0, 2.0, 0.0}, KivStrokeKind::contour, 1},   // a little aside
+        {{5.0, 0.0, 0.0}, {30.0, 0.0, 0.0}, KivStrokeKind::contour, 2},   // too far
+        {{2.0, 0.0, 0.0}, {2.0, 30.0, 0.0}, KivStrokeKind::contour, 2},   // another way
+        {{0.0, 3.0, 0.0}, {30.0, 3.0, 0.0}, KivStrokeKind::contour, 2},   // beside it
+        {{-3.0, 0.0, 0.0}, {-30.0, 0.0, 0.0}, KivStrokeKind::contour, 2}, // back
+        {{3.0, 0.0, 0.0}, {30.0, 0.0, 0.0}, KivStrokeKind::crease, 2},    // exact lines end where they end
+    };
+    for (const Case& c : cases) {
+        Drawing drawing;
+        drawing.add({{-30.0, 0.0, 0.0}, {0.0, 0.0, 0.0}}, c.kind);
+        drawing.add({c.from, c.to}, c.kind);
+        EXPECT_EQ(drawing.lines().size(), c.lines) << c.from.x << ' ' << c.from.y << ' ' << c.to.x << ' ' << c.to.y;
+    }
+}
+
+TEST(StrokeJoins, HooksAtCuspsGo) {
+    const std::vector<KivVec> line = {
+        {-30.0, 0.0, 0.0}, {-10.0, 0.0, 0.0}, {0.0, 0.0, 0.0}, {-1.0, 0.5, 0.0}, {-2.0, 0.9, 0.0}};
+    for (const bool backwards : {false, true}) {
+        Drawing drawing;
+        drawing.add(backwards ? std::vector<KivVec>(line.rbegin(), line.rend()) : line);
+        const std::vector<KivFoundLine> lines = drawing.lines();
+        ASSERT_EQ(lines.size(), 1U);
+        const KivVec& end = backwards ? lines[0].space.front() : lines[0].space.back();
+        EXPECT_NEAR(end.x, 0.0, 1e-6);
+        EXPECT_EQ(lines[0].space.size(), lines[0].picture.size());
+    }
+    Drawing creases;
+    creases.add(line, KivStrokeKind::crease);
+    EXPECT_NEAR(creases.lines()[0].space.back().x, -2.0, 1e-6) << "what an edge does it does";
+    Drawing turning;
+    turning.add({{-30.0, 0.0, 0.0}, {0.0, 0.0, 0.0}, {-20.0, 10.0, 0.0}});
+    EXPECT_NEAR(turning.lines()[0].space.back().x, -20.0, 1e-6) << "a long way back is no hook";
+}
+
+TEST(StrokeJoins, SpecksGoAndSmallFacesStay) {
+    Drawing specks;
+    specks.add({{0.0, 0.0, 0.0}, {1.5, 0.0, 0.0}});
+    specks.add({{0.0, 9.0, 0.0}, {1.5, 9.0, 0.0}}, KivStrokeKind::crease);
+    EXPECT_TRUE(specks.lines().empty());
+    Drawing large;
+    large.add({{0.0, 0.0, 0.0}, {2.5, 0.0, 0.0}});
+    EXPECT_EQ(large.lines().size(), 1U);
+}
+
+} // namespace

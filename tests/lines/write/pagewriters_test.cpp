@@ -177,6 +177,20 @@ TEST(PostScriptWriter, HoldsTheSameOperatorsAsPdf) {
     EXPECT_GT(eps.find("0 0 0 RG"), eps.find("0.8 0.4 0.2 rg"));
 }
 
+// PostScript has one colour for lines and areas: that of a rim is gone when the next area has been filled.
+TEST(PostScriptWriter, AStrokeHasItsColourAfterAnAreaOfAnother) {
+    KivVectorDrawing drawing = sampleDrawing();
+    drawing.areaRim = 0.5;
+    drawing.areas[0].color = 0; // as the strokes
+    drawing.areas.push_back(drawing.areas[0]);
+    drawing.areas[1].color = 0x0000FF;
+    drawing.areas[1].opacity = 0.5; // without a rim
+    const std::string eps = written(drawing, KivDrawingFormat::eps);
+    const std::size_t area = eps.find("1 0.5 0.5 rg");
+    ASSERT_NE(area, std::string::npos);
+    EXPECT_NE(eps.find("0 0 0 RG", area), std::string::npos);
+}
+
 TEST(PageWriters, TheLocaleChangesNothing) {
     const std::string pdf = written(sampleDrawing(), KivDrawingFormat::pdf, halfScaleSheet());
     const std::string ps = written(sampleDrawing(), KivDrawingFormat::ps, halfScaleSheet());

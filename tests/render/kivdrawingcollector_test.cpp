@@ -362,6 +362,27 @@ TEST_F(DrawingCollector, BlendedAreasAreRegionsAboveTheOthers) {
     EXPECT_NEAR(blended, 8.0 * 44.0, 0.5);
 }
 
+// Through glass its far side is seen, too.
+TEST_F(DrawingCollector, TheFarAndTheNearSideOfWhatIsSeenThroughAreTwoAreas) {
+    KivDrawingCollector collector(drawing);
+    drawAlso([] {
+        KivDrawing::enableLighting(false, true);
+        KivDrawing::enableTransparency(true, true);
+        KivDrawing::setColor(0.0F, 0.0F, 1.0F, 0.5F, true);
+        KivDrawing::beginDrawing(true, KivDrawing::triangles);
+        const Kiv3DPoint near[3] = {{-0.4, -0.4, 0.5}, {0.4, -0.4, 0.5}, {0.0, 0.4, 0.5}};
+        const Kiv3DPoint far[3] = {{-0.4, -0.4, 0.2}, {0.0, 0.4, 0.2}, {0.4, -0.4, 0.2}};
+        KivDrawing::drawTriangle(near, true);
+        KivDrawing::drawTriangle(far, true);
+        KivDrawing::endDrawing(true);
+        KivDrawing::enableTransparency(false, true);
+    });
+    ASSERT_TRUE(render({80, 40}));
+    ASSERT_EQ(drawing.areas.size(), 2U);
+    EXPECT_NEAR(areaOf(drawing.areas[0]), 256.0, 0.5);
+    EXPECT_NEAR(areaOf(drawing.areas[1]), 256.0, 0.5);
+}
+
 TEST_F(DrawingCollector, LinesEndWhereAFaceBeginsToHideThem) {
     KivDrawingCollector collector(drawing);
     drawAlso([] { drawStrip({{-0.8, 0.0, -0.5}, {0.1, 0.0, -0.5}, {0.8, 0.0, -0.5}}); });

@@ -26,8 +26,10 @@ def main(folder):
     scene = selvarin.Scene()
     scene.add_mesh(*turned(FLANGE), color="#9fb4c4", name="flange", crease_angle=30)
     selvarin.render(scene, (800, 700), Camera.view("isometric"), "Technical").save(folder + "/part.png")
+    # Bends of 45 degrees are edges of this part.
+    lines = selvarin.Style(base="none", settings={"Outline.CreaseAngle": 30, "Outline.SmoothCreaseAngle": 30})
     for name in ("front", "top"):
-        drawing = selvarin.draw(scene, (1000, 1000), Camera.view(name, parallel=True), selvarin.Style(base="none"))
+        drawing = selvarin.draw(scene, (1000, 1000), Camera.view(name, parallel=True), lines)
         drawing.save(f"{folder}/part-{name}.pdf", page="A4", scale="1:1", line_group="0.5")
         drawing.save(f"{folder}/part-{name}.dxf", page="fit", scale="1:1")
 

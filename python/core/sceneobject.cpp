@@ -3,6 +3,7 @@
 #include "core/runtime.h"
 #include "import/scenebuilder.h"
 #include "kivrender/platform/kivtext.h"
+#include "kivrender/scene/kivmeshedges.h"
 
 #include <algorithm>
 #include <cmath>
@@ -43,6 +44,7 @@ std::unique_ptr<KivMesh> movedMesh(const KivMesh& mesh, const Placement& from, c
         mesh.getTriangle(corners, i);
         moved->addTriangle(corners[0], corners[1], corners[2]);
     }
+    kivSetMeshEdges(*moved, kivMeshEdges(mesh)); // by vertices, whose numbers stay
     return moved;
 }
 

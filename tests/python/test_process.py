@@ -174,9 +174,15 @@ def test_memory_stays_flat(cube, small):
 
 
 def test_scenes_are_given_back(small):
+    n = 120
+    x, y = np.meshgrid(np.arange(n, dtype=float), np.arange(n, dtype=float))
+    vertices = np.stack([x, y, np.sin(x / 20.0)], axis=-1).reshape(-1, 3)
+    i = np.arange(n * n).reshape(n, n)
+    faces = np.stack([i[:-1, :-1], i[:-1, 1:], i[1:, 1:], i[1:, :-1]], axis=-1).reshape(-1, 4)
+
     def one():
         scene = selvarin.Scene()
-        scene.add_mesh(np.random.default_rng(1).random((30000, 3)), np.arange(30000).reshape(-1, 3))
+        scene.add_mesh(vertices, faces)
         selvarin.render(scene, **small)
 
     for _ in range(3):

@@ -187,7 +187,9 @@ double KivProgressEstimate::rest(double now) const {
     // How much longer the machine takes than was forecast, first without what has not been told yet.
     const double margin = inertia * whole;
     const double known = (reported - began + margin) / (passed + at + margin);
-    const double pace = (now - began + margin) / (passed + at + std::min(waited / known, next - at) + margin);
+    // Of what a unit takes longer than that, half is its own affair.
+    const double excess = std::max(waited - (next - at) * known, 0.0) / 2.0;
+    const double pace = (now - began - excess + margin) / (passed + at + std::min(waited / known, next - at) + margin);
     // The more of the step is done, the more its own pace counts.
     const double part = all > 0.0 ? at / all : 0.0;
     const double own = pace * (1.0 - part) + (at > 0.0 ? (reported - entered) / at * part : 0.0);

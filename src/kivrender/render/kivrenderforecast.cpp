@@ -1,5 +1,6 @@
 #include "kivrender/render/kivrenderforecast.h"
 
+#include "kivrender/render/kivdrawingcollector.h"
 #include "kivrender/settings/kivcommonsettings.h"
 
 #include <algorithm>
@@ -55,6 +56,8 @@ constexpr double joinLines = 0.5;
 constexpr double mergeTriangles = 2.3;
 constexpr double tessellateFaces = 2.0;
 constexpr double simplePrimitives = 7.5;
+constexpr double collectedFaces = 12.0; // of areas and strokes as data
+constexpr double collectedRegions = 28.0;
 } // namespace cost
 
 // Of what a drawing has for each triangle of the scene: those that show light and shade are divided.
@@ -307,20 +310,28 @@ void KivRenderForecast::addVectorPage() {
     const double triangles = sum([](const KivSceneWork::Mesh& mesh) { return mesh.triangles; }, false);
     const double lines = linesPerLine * std::sqrt(triangles * static_cast<double>(work.meshes.size()));
     const double primitives = std::max(pieces + lines, 0.001);
-    const auto addStage = [this](double thousands, double perThousand, double lead) {
+    const auto addStage = [this](double thousands, double perThousand, double leading) {
         KivStepForecast& step = add();
         step.guess = countOf(thousands * 1e3);
-        step.lead = perThousand * thousands * lead;
-        step.units = perThousand * thousands * (1.0 - lead);
+        step.lead = perThousand * thousands * leading;
+        step.units = perThousand * thousands * (1.0 - leading);
     };
-    if (settings.doVectorSimplify()) {
+    // The same four steps or one as are laid out.
+    const KivDrawingCollector* const collector = KivDrawingCollector::current();
+    const bool isMerged =
+        collector != nullptr ? collector->areas() == KivDrawingCollector::Areas::faces : settings.doVectorSimplify();
+    const double perPrimitive = collector != nullptr ? (isMerged ? cost::collectedFaces : cost::collectedRegions)
+                                : isMerged           ? cost::simplePrimitives
+                                                     : cost::pagePrimitives;
+    const double lead = collector != nullptr ? 0.95 : untold;
+    if (isMerged) {
         addStage(lines, cost::joinLines, 1.0);
         forecast.steps.back().gap = cost::translate * primitives;
         addStage(pieces, cost::mergeTriangles, 0.25);
         addStage(pieces * facesPerTriangle, cost::tessellateFaces, 0.0);
-        addStage(primitives * 2.0, cost::simplePrimitives / 2.0, untold);
+        addStage(primitives * 2.0, perPrimitive / 2.0, lead);
     } else {
-        addStage(primitives, cost::pagePrimitives, untold);
+        addStage(primitives, perPrimitive, lead);
     }
 }
 

@@ -1,5 +1,7 @@
 // The bar of real renders against the time that they take. Time is the processor time of the whole process, as other
 // programs on the machine must not matter; what is allowed is generous all the same.
+#include "kivrender/lines/kivvectordrawing.h"
+#include "kivrender/render/kivdrawingcollector.h"
 #include "kivrender/render/kivprogressestimate.h"
 #include "kivrender/render/kivrenderforecast.h"
 #include "render/shippedlooks.h"
@@ -211,5 +213,28 @@ INSTANTIATE_TEST_SUITE_P(
                     Picture{"ThreeLights", true, false, false, 3}, Picture{"Transparent", false, true, false, 1},
                     Picture{"Both", true, true, false, 1}, Picture{"Drawing", false, false, true, 1}),
     [](const auto& picture) { return picture.param.name; });
+
+// A collected drawing has the steps that its areas need, whatever the settings say of simplification.
+class KivRenderForecastCollected : public ShippedLooks {};
+
+TEST_F(KivRenderForecastCollected, HasAsManyStepsAsAreLaidOut) {
+    loadShipped({"cartoon", "outline"});
+    setStyle(L"Cartoon", L"Outline");
+    settings.setVectorial(true);
+    for (const auto areas : {KivDrawingCollector::Areas::faces, KivDrawingCollector::Areas::regions}) {
+        for (const bool simplify : {false, true}) {
+            settings.setVectorSimplify(simplify);
+            KivVectorDrawing drawing;
+            KivDrawingCollector collector(drawing);
+            collector.setAreas(areas);
+            progress.calls.clear();
+            progress.steps.clear();
+            addThings();
+            ASSERT_TRUE(render({40, 30}));
+            const auto deferred = std::count(progress.calls.begin(), progress.calls.end(), "addDeferredStep");
+            EXPECT_EQ(kivProgressForecast().steps.size(), progress.steps.size() + static_cast<std::size_t>(deferred));
+        }
+    }
+}
 
 } // namespace

@@ -190,7 +190,7 @@ TEST(KivSurfaceCrossings, FindsWhatComparingAllPairsFinds) {
         std::vector<LineBody> bodies(1 + random.below(3));
         const bool isCoarse = random.chance(2);
         for (LineBody& body : bodies) {
-            const unsigned int count = random.below(round < 40 ? 30 : 150);
+            const unsigned int count = random.below(round < 40 ? 30 : 90);
             for (unsigned int i = 0; i < 3 * count; ++i) {
                 const auto coordinate = [&] { return isCoarse ? random.below(6) - 2.0 : random.between(-2.0, 3.0); };
                 body.points.push_back({coordinate(), coordinate(), coordinate()});
@@ -289,6 +289,32 @@ TEST(KivSurfaceCrossings, PollsAllTheTime) {
             crossings.find();
         }
     });
+}
+
+// As many crossings as pairs are no lines of a shape, and would take time with the square of the triangles.
+TEST(KivSurfaceCrossings, AHeapOfTrianglesHasNone) {
+    RawRandom random(7);
+    const auto soupOf = [&random](int triangles) {
+        LineBody soup;
+        for (int i = 0; i < 3 * triangles; ++i) {
+            soup.points.push_back({random.between(0.0, 1.0), random.between(0.0, 1.0), random.between(0.0, 1.0)});
+        }
+        for (std::uint32_t i = 0; i < static_cast<std::uint32_t>(triangles); ++i) {
+            soup.triangles.push_back({3 * i, 3 * i + 1, 3 * i + 2});
+        }
+        return soup;
+    };
+    const auto find = [](const LineBody& body, KivSurfaceCrossings& crossings) {
+        return crossings.add(body.points, body.triangles) && crossings.find();
+    };
+    KivSurfaceCrossings few;
+    ASSERT_TRUE(find(soupOf(100), few));
+    EXPECT_FALSE(few.isHeap());
+    EXPECT_GT(few.pieces().size(), 100U);
+    KivSurfaceCrossings many;
+    ASSERT_TRUE(find(soupOf(20000), many));
+    EXPECT_TRUE(many.isHeap());
+    EXPECT_TRUE(many.pieces().empty());
 }
 
 TEST(KivSurfaceCrossings, ACancelIsTold) {

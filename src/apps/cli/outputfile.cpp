@@ -102,7 +102,7 @@ void move(const std::string& from, const std::string& to, const std::string& nam
         return;
     }
     if (isPlain && errno != EXDEV) {
-        fail(name, std::strerror(errno));
+        fail(name, kivToUtf8(kivSystemErrorText(kivErrorFromErrno(errno))));
     }
     if (!kivCopyWholeFile(kivFromUtf8(from), kivFromUtf8(to))) {
         fail(name, kivToUtf8(kivSystemErrorText(kivGetLastError())));

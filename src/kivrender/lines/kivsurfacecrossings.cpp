@@ -15,6 +15,13 @@ namespace {
 
 constexpr std::size_t leafSize = 4;
 
+// A heap of triangles that cross one another at random has as many crossings as pairs. Parts that are stuck into each
+// other have far fewer than triangles.
+constexpr std::size_t piecesOfAnyHeap = 20000;
+constexpr std::size_t piecesPerFace = 4;
+constexpr std::size_t testsOfAnyHeap = 20'000'000;
+constexpr std::size_t testsPerFace = 400;
+
 float outwards(double value, float towards) {
     return std::nextafter(static_cast<float>(value), towards);
 }
@@ -56,8 +63,13 @@ bool KivSurfaceCrossings::find() {
     levels.clear();
     alongEdges.clear();
     witnesses.clear();
+    heap = false;
     if (faces.empty() || !sortAlongCurve() || !buildLevels() || !findPatches() || !join()) {
         return faces.empty();
+    }
+    if (heap) {
+        found.clear();
+        return true;
     }
     takeAlongEdges();
     std::sort(found.begin(), found.end(), [](const KivCrossing& a, const KivCrossing& b) {
@@ -201,6 +213,7 @@ bool KivSurfaceCrossings::join() {
     const auto top = static_cast<std::uint32_t>(levels.size() - 1);
     std::vector<Pair> open = {{{top, top}, {0, 0}}};
     std::size_t visits = 0;
+    std::size_t tests = 0;
     while (!open.empty()) {
         if (kivIsCancelledAt(visits++)) {
             return false;
@@ -209,6 +222,12 @@ bool KivSurfaceCrossings::join() {
         open.pop_back();
         if (pair.levels[0] == 0 && pair.levels[1] == 0) {
             testLeaves(pair.nodes[0], pair.nodes[1]);
+            tests += leafSize * leafSize;
+            heap = found.size() + alongEdges.size() > std::max(piecesOfAnyHeap, piecesPerFace * faces.size()) ||
+                   tests > std::max(testsOfAnyHeap, testsPerFace * faces.size());
+            if (heap) {
+                return true;
+            }
             continue;
         }
         const auto pushIfMeeting = [&](const Pair& next) {

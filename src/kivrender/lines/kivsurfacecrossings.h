@@ -47,8 +47,13 @@ public:
     // cancelled.
     bool add(std::span<const KivVec> points, std::span<const Triangle> triangles);
     // Looks for the pieces of everything added, in the order of their triangles. False when the user cancelled; what
-    // was found until then stays.
+    // was found until then stays. The work is bounded: of a heap whose triangles cross one another all over, more than
+    // 20 thousand times and four times a triangle, no piece is given.
     bool find();
+    // Whether the last find gave up over such a heap.
+    bool isHeap() const {
+        return heap;
+    }
     const std::vector<KivCrossing>& pieces() const {
         return found;
     }
@@ -95,6 +100,7 @@ private:
     std::vector<std::pair<Witness, KivCrossing>> alongEdges;
     std::vector<Witness> witnesses;
     std::vector<KivCrossing> found;
+    bool heap = false;
 };
 
 #endif

@@ -253,6 +253,41 @@ TEST(KivLineEngine, FacetsThatShowKeepTheirEdges) {
     EXPECT_EQ(ofKind(lines, Kind::contour).size(), 1U);
 }
 
+// A turned part of few steps: its bends of 34 degrees are no creases, and its outline is that of its steps all the
+// same.
+TEST(KivLineEngine, BendsBetweenWideFacetsAreNotRounded) {
+    const std::vector<std::pair<double, double>> profile = {{0.0, 0.0},  {0.5, 0.0}, {0.5, 1.1},
+                                                            {0.6, 1.25}, {0.6, 1.4}, {0.0, 1.4}};
+    constexpr std::uint32_t columns = 96;
+    LineBody part;
+    for (const auto& [radius, height] : profile) {
+        for (std::uint32_t k = 0; k < columns; ++k) {
+            const double angle = 2.0 * std::numbers::pi * k / columns;
+            part.points.push_back({radius * std::cos(angle), radius * std::sin(angle), height});
+        }
+    }
+    for (std::uint32_t row = 0; row + 1 < profile.size(); ++row) {
+        for (std::uint32_t k = 0; k < columns; ++k) {
+            const std::uint32_t here = row * columns;
+            const std::uint32_t next = (k + 1) % columns;
+            part.triangles.push_back({here + k, here + next, here + columns + next});
+            part.triangles.push_back({here + k, here + columns + next, here + columns + k});
+        }
+    }
+    const std::vector<KivFoundLine> lines =
+        linesOf(cameraAt(false, {0.0, -6.0, 0.7}, 2.0), std::vector<LineBody>{part});
+    double widest = 0.0;
+    for (const KivFoundLine& line : ofKind(lines, Kind::contour)) {
+        for (const KivVec& p : line.space) {
+            if (p.z > 0.05 && p.z < 1.05) {
+                EXPECT_NEAR(std::hypot(p.x, p.y), 0.5, 0.003);
+            }
+            widest = std::max(widest, std::hypot(p.x, p.y));
+        }
+    }
+    EXPECT_NEAR(widest, 0.6, 2.0 / 150.0) << "two pixels: less wide facets may be a curve's";
+}
+
 // A pyramid comes up through a plate: their crossing is a square, seen from above all around.
 TEST(KivLineEngine, ACrossingSeenAllAroundIsOneClosedStroke) {
     LineBody pyramid;

@@ -7,12 +7,16 @@
 #include <cstddef>
 #include <numbers>
 #include <numeric>
+#include <tuple>
 #include <utility>
 
 namespace {
 
 constexpr double sharpestBend = 150.0; // beyond, a surface is folded back on itself and not round
 constexpr double flatBend = 2.0;       // facets that bend by less show no facets
+// Of an arc against those of its part in the middle: one that rises as much more stands for no curve. A turned part of
+// many columns bends by little between them, and by much where its profile does.
+constexpr double mostUneven = 10.0;
 
 // Which corner of the triangle the point is.
 std::size_t cornerOf(const KivSurface::Triangle& triangle, std::uint32_t point) {
@@ -126,6 +130,7 @@ private:
         smooth.smooth.assign(wings.size(), false);
         double highest = 0.0;
         std::vector<float> rises(wings.size(), 0.0F);
+        std::vector<float> swells(wings.size(), 0.0F);
         for (std::size_t i = 0; i < wings.size(); ++i) {
             if (kivIsCancelledAt(i)) {
                 return false;
@@ -133,27 +138,39 @@ private:
             const KivFeatureWing& wing = wings[i];
             smooth.smooth[i] = smooth.oriented[i] && !creases[i] && static_cast<double>(wing.bend) < sharpestBend;
             if (smooth.smooth[i] && static_cast<double>(wing.bend) > flatBend) {
-                const double rise = riseOver(wing);
+                const double rise = riseOver(wing, lengthOf(wing));
+                const double swell = riseOver(wing, widthBeside(wing));
                 rises[i] = static_cast<float>(rise);
-                highest = std::max(highest, rise);
+                swells[i] = static_cast<float>(swell);
+                highest = std::max({highest, rise, swell});
             }
         }
-        return highest <= mostRise || leaveFacets(rises, mostRise);
+        return highest <= mostRise || (leaveUneven(swells, mostRise) && leaveFacets(rises, mostRise));
     }
-    // In pixels, of the arc over an edge.
-    double riseOver(const KivFeatureWing& wing) const {
-        const KivVec a = view.toCamera(surface.points[wing.a]);
-        const KivVec b = view.toCamera(surface.points[wing.b]);
-        const double depth = 0.5 * (a.z + b.z);
+    double lengthOf(const KivFeatureWing& wing) const {
+        return kivLength(surface.points[wing.b] - surface.points[wing.a]);
+    }
+    // Across the edge, of the wider of its triangles.
+    double widthBeside(const KivFeatureWing& wing) const {
+        const KivVec& a = surface.points[wing.a];
+        const KivVec edge = surface.points[wing.b] - a;
+        double most = 0.0;
+        for (const std::int32_t corner : {wing.left, wing.right}) {
+            most = std::max(most, kivLength(kivCross(edge, surface.points[static_cast<std::size_t>(corner)] - a)));
+        }
+        const double length = kivLength(edge);
+        return length > 0.0 ? most / length : 0.0;
+    }
+    // In pixels, of an arc of that length that turns by the edge's bend.
+    double riseOver(const KivFeatureWing& wing, double length) const {
+        const double depth = 0.5 * (view.toCamera(surface.points[wing.a]).z + view.toCamera(surface.points[wing.b]).z);
         if (depth < view.nearest()) {
             return 0.0;
         }
-        return 0.125 * kivLength(b - a) * static_cast<double>(wing.bend) * std::numbers::pi / 180.0 /
-               view.pixelSize(depth);
+        return 0.125 * length * static_cast<double>(wing.bend) * std::numbers::pi / 180.0 / view.pixelSize(depth);
     }
-    // Parts of the surface whose facets show keep them.
-    bool leaveFacets(const std::vector<float>& rises, double mostRise) {
-        Sets parts(surface.triangles.size());
+    // The triangles on either side of smooth edges belong to one part.
+    bool joinParts(Sets& parts) const {
         for (std::size_t i = 0; i < wings.size(); ++i) {
             if (kivIsCancelledAt(i)) {
                 return false;
@@ -162,10 +179,56 @@ private:
                 parts.join(wings[i].triangle, wings[i].other);
             }
         }
+        return true;
+    }
+    // Edges over which the arc would rise by more than the picture bears, and by far more than over most of their part,
+    // are no curve's.
+    bool leaveUneven(const std::vector<float>& swells, double mostRise) {
+        Sets parts(surface.triangles.size());
+        if (!joinParts(parts)) {
+            return false;
+        }
+        std::vector<std::pair<std::uint32_t, std::uint32_t>> bent; // parts and wings
+        for (std::uint32_t i = 0; i < wings.size(); ++i) {
+            if (swells[i] > 0.0F) {
+                bent.emplace_back(parts.find(wings[i].triangle), i);
+            }
+        }
+        std::sort(bent.begin(), bent.end(), [&](const auto& x, const auto& y) {
+            return std::tie(x.first, swells[x.second], x.second) < std::tie(y.first, swells[y.second], y.second);
+        });
+        for (std::size_t from = 0, to = 0; from < bent.size(); from = to) {
+            double all = 0.0;
+            for (to = from; to < bent.size() && bent[to].first == bent[from].first; ++to) {
+                all += lengthOf(wings[bent[to].second]);
+            }
+            std::size_t middle = from;
+            for (double sum = 0.0; middle < to; ++middle) {
+                sum += lengthOf(wings[bent[middle].second]);
+                if (2.0 * sum >= all) {
+                    break;
+                }
+            }
+            const double usual = static_cast<double>(swells[bent[std::min(middle, to - 1)].second]);
+            for (std::size_t i = from; i < to; ++i) {
+                const auto swell = static_cast<double>(swells[bent[i].second]);
+                if (swell > std::max(mostRise, mostUneven * usual)) {
+                    smooth.smooth[bent[i].second] = false;
+                }
+            }
+        }
+        return true;
+    }
+    // Parts of the surface whose facets show keep them.
+    bool leaveFacets(const std::vector<float>& rises, double mostRise) {
+        Sets parts(surface.triangles.size());
+        if (!joinParts(parts)) {
+            return false;
+        }
         std::vector<std::pair<double, double>> sums(surface.triangles.size()); // lengths times rises, lengths
         for (std::size_t i = 0; i < wings.size(); ++i) {
-            if (rises[i] > 0.0F) {
-                const double length = kivLength(surface.points[wings[i].b] - surface.points[wings[i].a]);
+            if (rises[i] > 0.0F && smooth.smooth[i]) {
+                const double length = lengthOf(wings[i]);
                 auto& [rise, all] = sums[parts.find(wings[i].triangle)];
                 rise += length * static_cast<double>(rises[i]);
                 all += length;

@@ -12,6 +12,8 @@ namespace {
 
 // What is seen edge-on up to rounding counts as turned away.
 constexpr double edgeOn = 1e-12;
+// Of an edge, where one side turns away just before the other does by rounding alone.
+constexpr double shortestPart = 1e-9;
 
 // A point on the arc over an edge (Vlachos and others, 2001, section 3.1), whichever triangle asks.
 KivVec onArc(const KivVec& a, const KivVec& b, const KivVec& normalA, const KivVec& normalB, double t) {
@@ -123,7 +125,7 @@ private:
         }
         bool isFold = (one[0] > 0.0) != (other[0] > 0.0);
         for (int k = 0; k < count; ++k) {
-            if (cuts[k] < cuts[k + 1]) {
+            if (cuts[k + 1] - cuts[k] > shortestPart) {
                 if (isFold && rules.features.silhouettes) {
                     addFold(i, cuts[k], cuts[k + 1]);
                 } else {

@@ -74,7 +74,7 @@ template <class Number> bool isPacked(const py::array& array) {
            reinterpret_cast<std::uintptr_t>(array.data()) % alignof(Number) == 0;
 }
 
-// What lies as it is needed goes in as it is.
+// Arrays that already have the right layout are taken unchanged.
 bool copyPoints(const py::array& array, std::vector<kivimport::Vec3>& points) {
     const auto rows = static_cast<std::size_t>(array.shape(0));
     const auto* const from = static_cast<const kivimport::Vec3*>(array.data());

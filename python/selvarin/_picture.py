@@ -98,7 +98,7 @@ def render(scene: Any, size: Tuple[int, int] = (1280, 960), camera: Optional[Cam
         called some 20 times a second on this thread, and False as its answer cancels the render.
 
     Raises ValueError, RenderError for a picture that can't be made (with the reason), Cancelled, and KeyboardInterrupt.
-    What is odd about a picture that was made comes as a SelvarinWarning.
+    Oddities of a picture that was made all the same come as a SelvarinWarning.
     """
     drawn = as_scene(scene)
     if shadow_map and not shadows:

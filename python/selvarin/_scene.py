@@ -190,7 +190,7 @@ class Scene:
         normals: (N, 3) of any length; without them a surface is smooth up to crease_angle, in degrees, between faces.
 
         Raises ValueError for wrong shapes, numbers that are not finite and indices that are out of range, each with its
-        place, and TypeError for what are no numbers.
+        place, and TypeError for anything but numbers.
         """
         opacity = _checked_opacity(opacity)
         if faces is None:

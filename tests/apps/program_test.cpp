@@ -193,7 +193,7 @@ TEST(Program, InfoIsAlsoForPrograms) {
                                     "{\"name\": \"c\", \"triangles\": 1, \"objects\": []}]\n}\n"));
 }
 
-// What is left is framed: the picture changes with it.
+// The remaining objects are framed: the picture changes with them.
 TEST(Program, ObjectsAreChosenByName) {
     const ProgramFolder folder;
     const std::string path =

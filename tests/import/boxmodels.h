@@ -256,7 +256,7 @@ inline std::string redBlueBmp() {
     return out;
 }
 
-// What is put into a file of its own within an archive that compresses nothing (zip, APPNOTE.TXT 6.3.3).
+// A file within an archive that compresses nothing (zip, APPNOTE.TXT 6.3.3).
 struct ZipEntry {
     std::string name;
     std::string content;

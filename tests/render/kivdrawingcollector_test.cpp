@@ -332,7 +332,7 @@ TEST_F(DrawingCollector, GradientsGetTheirMeanAndBlendedAreasTheirOpacity) {
 }
 
 // The square reaches from 20 to 60 pixels.
-// What is seen through lies over what is opaque, and is cut by what is before it.
+// Transparent areas lie over opaque ones and are cut by those before them.
 TEST_F(DrawingCollector, BlendedAreasAreRegionsAboveTheOthers) {
     KivDrawingCollector collector(drawing);
     drawAlso([] {

@@ -183,7 +183,7 @@ TEST_F(KivPluginTrialTest, OffLoadsAtOnce) {
     EXPECT_EQ(cacheFile(), "");
 }
 
-// What comes with the library costs a start nothing; a copy of it under another folder is somebody's.
+// A plug-in that comes with the library costs a start nothing; a copy of it under another folder is somebody's.
 TEST_F(KivPluginTrialTest, ThoseOfTheLibraryAreTrusted) {
     KivPluginTrial trial;
     const std::wstring own = kivLibraryFolder() + L"/shaders/cartoon.so";

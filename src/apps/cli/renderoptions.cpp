@@ -265,7 +265,7 @@ void readOutputs(const Words& words, RenderOptions& options) {
     }
 }
 
-// What has a meaning for drawings alone, or for pictures alone.
+// Options that make sense for drawings alone, or for pictures alone.
 void checkDrawings(const Words& words, const RenderOptions& options) {
     const auto drawings = std::count_if(options.outputs.begin(), options.outputs.end(), isDrawingName);
     if (const std::string given = givenDrawingOption(words); !given.empty() && drawings == 0) {

@@ -47,7 +47,7 @@ std::uint32_t CadPalette::surfaceOf(const XCAFPrs_Style& style) {
 CadStyles::CadStyles(const TDF_Label& part, CadPalette& palette) {
     XCAFPrs_IndexedDataMapOfShapeStyle styles;
     XCAFPrs::CollectStyleSettings(part, TopLoc_Location(), styles);
-    // What is inside decides: a face before its shell, a shell before its solid.
+    // The innermost shape decides: a face before its shell, a shell before its solid.
     for (int type = TopAbs_COMPOUND; type <= TopAbs_EDGE; ++type) {
         for (int i = 1; i <= styles.Extent(); ++i) {
             const TopoDS_Shape& shape = styles.FindKey(i);

@@ -107,7 +107,7 @@ public:
         parts.format = formatName();
         parts.zUp = isZUp();
         isLinear = parts.format.starts_with("glTF");
-        parts.metresPerUnit = isLinear ? 1.0 : 0.0; // by its specification, section 3.4
+        parts.metresPerUnit = isLinear ? 1.0 : 0.0; // glTF 2.0, section 3.4
         for (unsigned int i = 0; i < scene->mNumMaterials; ++i) {
             addMaterial(*scene->mMaterials[i]);
         }

@@ -13,7 +13,7 @@
 // surface, its contour is that of the surface (see Bénard and Hertzmann, Line Drawings from 3D Models: A Tutorial,
 // 2019, chapters 4 and 5): visibility of such a line leaves out the triangles that it passes.
 //
-// What is seen does not depend on the size of the picture, but for what is too small to be drawn there: specks of less
+// Visibility does not depend on the size of the picture, but for what is too small to be drawn there: specks of less
 // than two pixels, folds that step back by next to nothing, facets that rise by less than two pixels above the mesh.
 #ifndef KIVRENDER_LINES_KIVLINEENGINE_H
 #define KIVRENDER_LINES_KIVLINEENGINE_H
@@ -87,7 +87,7 @@ public:
 
     // In the order of their sources, of the kinds, and of the edges of the surface.
     const std::vector<KivFoundLine>& lines() const;
-    // What stands before lines in this view, once they were found.
+    // The occluders of this view, once lines were found.
     const KivOccluders& occluders() const;
 
 private:

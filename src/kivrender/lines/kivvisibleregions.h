@@ -1,4 +1,4 @@
-// What is visible of a picture's faces as a planar subdivision: for each look what hangs together is one region with
+// The visible parts of a picture's faces as a planar subdivision: for each look what hangs together is one region with
 // holes, neighbours share their borders exactly, and no two overlap.
 //
 //     KivVisibleRegions picture(width, height);

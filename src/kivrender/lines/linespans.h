@@ -31,7 +31,7 @@ struct LineSpan {
     LineSight sight = LineSight::seen;
 };
 
-// What is known of the segments, by their numbers.
+// Properties of the segments, by their numbers.
 struct LineSegments {
     std::vector<LineSegment> all;
     std::vector<std::uint32_t> sources; // of the bodies and lines of the engine

@@ -8,7 +8,7 @@
 #include <cstdint>
 #include <vector>
 
-// What is left of the chains, joined where ends of one source and kind meet: two that meet alone, else those that go on
+// The remaining chains, joined where ends of one source and kind meet: two that meet alone, else those that go on
 // most nearly straight. Specks go. nodes: of the two ends of each segment. False when the user cancelled.
 bool kivJoinCourses(const KivLineView& view, const LineSegments& segments, const std::vector<std::uint32_t>& nodes,
                     std::vector<LineCourse>& courses, std::vector<KivFoundLine>& found);

@@ -10,7 +10,7 @@
 
 namespace {
 
-// What is seen edge-on up to rounding counts as turned away.
+// Faces that are edge-on up to rounding count as turned away.
 constexpr double edgeOn = 1e-12;
 // Of an edge, where one side turns away just before the other does by rounding alone.
 constexpr double shortestPart = 1e-9;

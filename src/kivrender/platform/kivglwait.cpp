@@ -11,7 +11,7 @@
 namespace {
 
 constexpr GLuint64 nanosecondsBetween = 10'000'000;
-// What is smaller is drawn in a moment.
+// Smaller pictures are drawn in a moment.
 constexpr GLint leastPixels = 1 << 18;
 
 bool isLarge() {

@@ -10,7 +10,7 @@ namespace {
 // How much of the whole forecast the first steps need to be believed about the machine: a single step is too often
 // wrong for its own reasons.
 constexpr double inertia = 0.15;
-// What is left of a unit that has taken longer than was expected, as a part of the time that it has taken.
+// The remainder of a unit that has taken longer than was expected, as a part of the time that it has taken.
 constexpr double overrun = 0.1;
 
 double steadyMilliseconds() {

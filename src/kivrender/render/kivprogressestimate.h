@@ -2,7 +2,7 @@
 // calls on and asks done() whenever it draws, also while it answers isCancelled, which comes many times a second where
 // no unit ends for long.
 //
-// What has passed is known, so only what is left is estimated: by the forecast of the render, stretched by how the
+// The time that has passed is known, so only the rest is estimated: by the forecast of the render, stretched by how the
 // steps that are done compare with theirs, and by the units of the running step. Within a unit time itself moves the
 // bar, ever slower if the unit takes longer than expected. Without a forecast for just these steps each counts by its
 // size.

@@ -49,7 +49,7 @@ public:
 
     // Each adds to the drawing; false after a cancel.
     //
-    // What is visible of each look as regions: of opaque polygons side by side, and above them those of blended ones,
+    // The visible parts of each look as regions: of opaque polygons side by side, and above them those of blended ones,
     // from back to front by look.
     bool addRegions(KivVectorDrawing& drawing, const RegionRules& rules) const;
     // The polygons as they were drawn, without those that are hidden, from back to front.

@@ -20,8 +20,9 @@ class KivPolyline;
 
 class KIV_API KivDrawing {
 public:
-    // What is drawn from here on belongs to that object of the scene, or to none of them: a drawing with objects keeps
-    // it together (KivDrawingCollector). Not between beginDrawing and endDrawing. In raster pictures nothing happens.
+    // Everything drawn from here on belongs to that object of the scene, or to none of them: a drawing with objects
+    // keeps it together (KivDrawingCollector). Not between beginDrawing and endDrawing. In raster pictures nothing
+    // happens.
     static void beginObject(const Kiv3DObject* object, bool vectorial);
 
     // The numbers are part of the interface.

@@ -51,7 +51,7 @@ std::unique_ptr<Page> openPage;
 
 GL2PSvertex vertexOf(const float* floats, const FeedbackState& state) {
     GL2PSvertex vertex = {{floats[0], floats[1], floats[2]}, {floats[3], floats[4], floats[5], floats[6]}};
-    // What is not blended, or is blended in whole, covers.
+    // A primitive that is not blended, or blended in full, covers.
     if (!state.blend || state.blendSource == GL_ONE) {
         vertex.rgba[3] = 1.0F;
     }

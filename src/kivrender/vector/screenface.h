@@ -100,7 +100,7 @@ struct ScreenFace {
 };
 
 // Appends the faces of a primitive: one for each triangle of a polygon's fan, one for a line or a point. Appends
-// nothing and returns false when the primitive has no place on the grid: a coordinate that is no number or too far
+// nothing and returns false when the primitive has no place on the grid: a coordinate that is NaN or too far
 // away, or vertices that are missing.
 KIV_API bool addScreenFaces(const FeedbackPrimitive& primitive, std::uint32_t owner, const PolygonShift& shift,
                             std::vector<ScreenFace>& faces);

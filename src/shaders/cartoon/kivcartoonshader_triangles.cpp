@@ -245,7 +245,7 @@ void KivCartoonShader::Triangles::flush() {
     runs.clear();
 }
 
-// What lies where so many lights are lost.
+// The places where so many lights are lost.
 void KivCartoonShader::Triangles::drawLevel(int level) {
     if (lightsLost > 0) {
         glEnable(GL_STENCIL_TEST);

@@ -30,7 +30,7 @@ public:
 
     // Finds the lines and hands them on. False when the user cancelled.
     bool find();
-    // What stands before lines, once they were found.
+    // The occluders, once lines were found.
     const KivOccluders& occluders() const {
         return engine.occluders();
     }

@@ -22,9 +22,9 @@ struct KivShadedMesh {
 };
 
 // Reads the mesh through its accessors. Its own normals are used as they are, brought to unit length; a vertex whose
-// normal has no length or is no number gets one from the triangles around it. A mesh without normals gets them from its
+// normal has no length or is NaN gets one from the triangles around it. A mesh without normals gets them from its
 // shape, smooth over bends up to creaseAngle (degrees). Which side of a triangle is its outer one is told by its
-// normals, whatever its winding. Triangles with an index out of range or a corner that is no number are left out.
+// normals, whatever its winding. Triangles with an index out of range or a corner that is NaN are left out.
 KivShadedMesh kivReadShadedMesh(const KivMesh& mesh, double creaseAngle);
 
 // How many passes of kivEvenNormals reach over that many pixels in this view: an even spread grows with the root of the

@@ -165,7 +165,7 @@ void KivShaderPage::onControl(const KivControlEvent& event) {
             pickColour(index);
         }
     } else if (number && event.change == KivControlChange::left) {
-        // What was typed is brought into range where the user can see it.
+        // A number that was typed is brought into range where the user can see it.
         take(index);
         if (!owned.isVaried(index) &&
             getWindow()->getText(event.control) != shown[static_cast<std::size_t>(index)].text) {

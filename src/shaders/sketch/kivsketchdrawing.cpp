@@ -333,7 +333,7 @@ void KivSketchDrawing::drawPaths() const {
     glColorMask(GL_TRUE, GL_TRUE, GL_TRUE, GL_FALSE);
     glShadeModel(GL_SMOOTH);
     if (isAtFront()) {
-        // What is drawn later fills the grain of the strokes.
+        // Later paint fills the grain of the strokes.
         glEnable(GL_ALPHA_TEST);
         glAlphaFunc(GL_GREATER, 0.3F);
     }

@@ -29,7 +29,7 @@ protected:
 private:
     friend struct KivTestAccess;
 
-    // What lies below comes first.
+    // The lowest layer comes first.
     enum class Layer : std::uint8_t { hatching, hidden, lines };
     struct Batch {
         Layer layer;

@@ -1,4 +1,4 @@
-// What comes of shapes that are known on paper: edges, normals, colours, names, units, places.
+// Shapes that are known on paper, as they are read: edges, normals, colours, names, units, places.
 #include "import/cad/cadreader.h"
 
 #include "../importtestfiles.h"

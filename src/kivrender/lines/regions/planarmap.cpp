@@ -138,7 +138,7 @@ private:
     };
     using Status = std::set<std::uint32_t, Order>;
 
-    // What lies right below a vertex after its edges on the left are gone, and the cells that end there are counted.
+    // The edge right below a vertex after its edges on the left are gone, and the cells that end there are counted.
     void pass(std::uint32_t v) {
         const GridPoint& at = map.places[v];
         const std::uint32_t begin = map.first[v];

@@ -1,4 +1,4 @@
-// What stands around the entities of a DXF file: header, tables, blocks and objects, as AC1015 wants them.
+// The frame around the entities of a DXF file: header, tables, blocks and objects, as AC1015 wants them.
 #ifndef KIVRENDER_LINES_WRITE_DXFFRAME_H
 #define KIVRENDER_LINES_WRITE_DXFFRAME_H
 

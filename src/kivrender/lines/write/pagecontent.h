@@ -1,4 +1,4 @@
-// What is painted on a page, in the operators of PDF; a page of PostScript defines the same names. In points from the
+// The content of a page, in the operators of PDF; a page of PostScript defines the same names. In points from the
 // lower left corner.
 #ifndef KIVRENDER_LINES_WRITE_PAGECONTENT_H
 #define KIVRENDER_LINES_WRITE_PAGECONTENT_H

@@ -117,7 +117,7 @@ void SheetLayout::measure() {
     keepInPicture();
 }
 
-// What lies beyond the picture does not show, and a picture in which nothing is drawn counts as a whole.
+// Anything beyond the picture does not show, and a picture in which nothing is drawn counts as a whole.
 void SheetLayout::keepInPicture() {
     low = {std::max(low.x, 0.0), std::max(low.y, 0.0)};
     high = {std::min(high.x, drawing.width), std::min(high.y, drawing.height)};

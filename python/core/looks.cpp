@@ -39,6 +39,7 @@ struct ListedShader {
     std::string tag;
     std::string name;
     bool isBase;
+    bool coversBackground;
     std::vector<ListedSetting> settings;
 };
 struct ListedStyle {
@@ -48,7 +49,7 @@ struct ListedStyle {
 };
 
 ListedShader listed(const KivShader& shader) {
-    ListedShader entry{kivToUtf8(kivShaderTag(shader)), {}, !isCombinable(shader), {}};
+    ListedShader entry{kivToUtf8(kivShaderTag(shader)), {}, !isCombinable(shader), coversBackground(shader), {}};
     kivTryShader(shader, [&] {
         const wchar_t* const name = shader.getName();
         entry.name = kivToUtf8(name != nullptr ? name : L"");
@@ -141,6 +142,29 @@ std::shared_ptr<const ObjectLooks> objectLooksOf(const LookOptions& look) {
     return looks;
 }
 
+py::dict resolvedLook(const LookOptions& look) {
+    ChosenLook chosen;
+    std::vector<SettingText> texts;
+    {
+        const LibraryUse library;
+        chosen = applyLook(look);
+        texts = settingsOfLook(chosen);
+    }
+    py::list added;
+    for (const std::wstring& tag : chosen.shaders.combinables) {
+        added.append(kivToUtf8(tag));
+    }
+    py::list settings;
+    for (const SettingText& text : texts) {
+        settings.append(py::make_tuple(text.shader, text.key, text.value));
+    }
+    py::dict result;
+    result["base"] = kivToUtf8(chosen.shaders.nonCombinable);
+    result["added"] = added;
+    result["settings"] = settings;
+    return result;
+}
+
 py::list listStyles() {
     std::vector<ListedStyle> found;
     {
@@ -184,6 +208,7 @@ py::list listShaders() {
         entry["tag"] = shader.tag;
         entry["name"] = shader.name;
         entry["is_base"] = shader.isBase;
+        entry["covers_background"] = shader.coversBackground;
         py::list settings;
         for (const ListedSetting& setting : shader.settings) {
             settings.append(toPython(setting));

@@ -16,6 +16,9 @@ LookOptions lookOfPython(const pybind11::object& style, const pybind11::object& 
 // The same on objects. The library's lock is held.
 std::shared_ptr<const ObjectLooks> objectLooksOf(const LookOptions& look);
 
+// What such a look comes to, with nothing left to a style: a dictionary of base, added and settings, in the same form.
+pybind11::dict resolvedLook(const LookOptions& look);
+
 // [(name, path, base, [added], the file's first comment)] and [(tag, name, is it a base, [(key, kind, minimum, maximum,
 // default, text, choices)])], as lists of dictionaries.
 pybind11::list listStyles();

@@ -38,20 +38,18 @@ std::uint32_t packed(const Colour3& c) {
 
 // --- geometry ---
 
-kivimport::Material materialOf(const Colour3& colour, double opacity) {
-    kivimport::Material material;
-    material.diffuse = colourOf(colour);
-    material.opacity = opacity;
-    return material;
-}
+// Red, green, blue, opacity and gloss, all from 0 to 1.
+using Paint = std::array<double, 5>;
 
-// The colour of an object: its own, or the next of those that take turns.
-Colour3 chosenColour(PythonScene& scene, const std::optional<Colour3>& colour) {
-    if (colour) {
-        return *colour;
-    }
-    const kivimport::Colour next = kivimport::defaultColour(scene.nextColour());
-    return {next.r, next.g, next.b};
+kivimport::Material materialOf(const Paint& paint) {
+    kivimport::Material material;
+    material.diffuse = {paint[0], paint[1], paint[2]};
+    material.opacity = paint[3];
+    // As the readers of glTF understand what is not rough (section 3.9.2).
+    constexpr double exponentOfPolished = 1000.0;
+    material.specular = {paint[4], paint[4], paint[4]};
+    material.shininess = paint[4] * paint[4] * exponentOfPolished;
+    return material;
 }
 
 ObjectPointer add(PythonScene& scene, const std::string& name, ObjectKind kind, kivimport::ModelParts parts,
@@ -68,31 +66,39 @@ void takeNormals(kivimport::Surface& surface, const py::array& normals) {
     }
 }
 
-// faces: (M, 3), or the corners of polygons one behind the other with their offsets. parts: for each face the number of
-// its colour.
+// The next of the colours that take turns.
+kivimport::Material nextMaterial(PythonScene& scene, double opacity) {
+    kivimport::Material material;
+    material.diffuse = kivimport::defaultColour(scene.nextColour());
+    material.opacity = opacity;
+    return material;
+}
+
+// faces: (M, 3), or the corners of polygons one behind the other with their offsets. facePaints: for each face the
+// number of its paint; without any paint the object gets the next colour with that opacity.
 ObjectPointer addMesh(PythonScene& scene, const py::array& vertices, const py::array& faces,
                       const std::optional<std::vector<std::uint64_t>>& offsets, const std::string& name,
                       const std::optional<Transform>& transform, const std::optional<py::array>& normals,
-                      const std::vector<Colour3>& colours, const std::optional<py::array>& faceColours, double opacity,
+                      const std::vector<Paint>& paints, const std::optional<py::array>& facePaints, double opacity,
                       double crease) {
     kivimport::ModelParts parts;
     kivimport::Surface& surface = parts.surfaces.emplace_back();
     surface.positions = readPoints(vertices, "vertices", transform);
     std::vector<std::uint32_t> corners = readIndices(faces, "faces", surface.positions.size(), "vertices");
     const std::size_t numFaces = offsets ? offsets->size() - 1 : corners.size() / 3;
-    if (colours.empty()) {
-        parts.materials.push_back(materialOf(chosenColour(scene, {}), opacity));
+    if (paints.empty()) {
+        parts.materials.push_back(nextMaterial(scene, opacity));
     }
-    for (const Colour3& colour : colours) {
-        parts.materials.push_back(materialOf(colour, opacity));
+    for (const Paint& paint : paints) {
+        parts.materials.push_back(materialOf(paint));
     }
     for (std::uint32_t i = 0; i < parts.materials.size(); ++i) {
         surface.parts.push_back({name, i});
     }
-    if (faceColours) {
-        surface.triangleParts = readIndices(*faceColours, "face_colors", colours.size(), "colours");
+    if (facePaints) {
+        surface.triangleParts = readIndices(*facePaints, "face_materials", paints.size(), "materials");
         if (surface.triangleParts.size() != numFaces) {
-            throw py::value_error("there are " + std::to_string(surface.triangleParts.size()) + " colours for " +
+            throw py::value_error("there are " + std::to_string(surface.triangleParts.size()) + " materials for " +
                                   std::to_string(numFaces) + " faces");
         }
     }
@@ -116,7 +122,7 @@ ObjectPointer addLines(PythonScene& scene, const py::array& points, const py::ar
     const std::vector<kivimport::Vec3> all = readPoints(points, "points", transform);
     const std::vector<std::uint32_t> indices = readIndices(places, "lines", all.size(), "points");
     kivimport::ModelParts parts;
-    parts.materials.push_back(materialOf(colour, 1.0));
+    parts.materials.push_back(materialOf({colour[0], colour[1], colour[2], 1.0, 0.0}));
     for (std::size_t i = 0; i + 1 < offsets.size(); ++i) {
         if (offsets[i + 1] > indices.size() || offsets[i + 1] < offsets[i] + 2) {
             throw py::value_error("lines[" + std::to_string(i) + "] has fewer than two points");
@@ -187,6 +193,7 @@ ViewRequest viewOf(const py::dict& from) {
     view.up = given<Vector3>(from, "up");
     view.fov = given<double>(from, "fov");
     view.height = given<double>(from, "height");
+    view.window = from["window"].cast<std::array<double, 4>>();
     return view;
 }
 
@@ -444,6 +451,7 @@ PYBIND11_MODULE(_core, module) {
         const LibraryUse library;
         return applyLook(look).warnings;
     });
+    module.def("resolved_look", [](const py::dict& from) { return resolvedLook(lookOf(from)); });
     module.def("formats", [] {
         std::vector<std::pair<std::string, std::string>> formats;
         for (const KivModelFormat& format : kivModelFormats()) {

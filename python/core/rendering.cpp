@@ -59,6 +59,18 @@ ViewChoice choiceOf(const ViewRequest& view, const Placement& place) {
     return choice;
 }
 
+// The part of a symmetrical frustum that a picture shows: a lens that is shifted, or a detail.
+void cutToWindow(KivCamera& camera, const std::array<double, 4>& window) {
+    const double left = camera.getFrustumLeft();
+    const double bottom = camera.getFrustumBottom();
+    const double width = camera.getFrustumRight() - left;
+    const double height = camera.getFrustumTop() - bottom;
+    camera.setFrustumLeft(left + width * window[0]);
+    camera.setFrustumBottom(bottom + height * window[1]);
+    camera.setFrustumRight(left + width * window[2]);
+    camera.setFrustumTop(bottom + height * window[3]);
+}
+
 // A scene without anything in it has a picture, too: that of its background.
 std::vector<Kiv3DPoint> pointsToShow(const KivScene& scene) {
     std::vector<Kiv3DPoint> points = scenePoints(scene);
@@ -96,7 +108,10 @@ public:
         warnings.insert(warnings.end(), look.warnings.begin(), look.warnings.end());
         const std::vector<Kiv3DPoint> points = pointsToShow(drawn.scene());
         view = chooseView(choiceOf(request.view, place), scene.camerasAt(place), scene.up(), points,
-                          static_cast<double>(request.width) / request.height);
+                          request.view.viewAspect(static_cast<double>(request.width) / request.height));
+        if (request.view.window != ViewRequest().window) {
+            cutToWindow(view.camera, request.view.window);
+        }
         if (const std::string why = whyNothingIsSeen(points, view.camera, request.height); !why.empty()) {
             warnings.push_back("the camera sees nothing: " + why);
         }
@@ -211,8 +226,8 @@ ResolvedView resolveView(LibraryUse& /*library*/, PythonScene& scene, const View
                          RenderProgress& progress) {
     const Placement place = Drawing::prepare(scene, progress);
     DrawnScene drawn(scene.objects());
-    const ChosenView chosen =
-        chooseView(choiceOf(view, place), scene.camerasAt(place), scene.up(), pointsToShow(drawn.scene()), aspect);
+    const ChosenView chosen = chooseView(choiceOf(view, place), scene.camerasAt(place), scene.up(),
+                                         pointsToShow(drawn.scene()), view.viewAspect(aspect));
     const Kiv3DPoint eye = place.toModel(chosen.camera.getLocation());
     const auto tripleOf = [](const Kiv3DVector& v) { return Vector3{v.x, v.y, v.z}; };
     ResolvedView resolved;

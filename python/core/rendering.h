@@ -25,6 +25,13 @@ struct ViewRequest {
     std::optional<Vector3> up;
     std::optional<double> fov;    // degrees, vertical
     std::optional<double> height; // of a parallel view; 0 fits the scene
+    // What the picture shows of the view: left, lower, right and upper side, where the view reaches from 0 to 1.
+    std::array<double, 4> window{0.0, 0.0, 1.0, 1.0};
+
+    // width / height of the view, of which the picture has that aspect.
+    double viewAspect(double pictureAspect) const {
+        return pictureAspect * (window[3] - window[1]) / (window[2] - window[0]);
+    }
 };
 
 struct RenderRequest {

@@ -21,14 +21,14 @@ from ._camera import Camera
 from ._core import Cancelled, Error, ModelError, RenderError
 from ._drawing import Area, Drawing, Stroke, draw
 from ._picture import Picture, render
-from ._scene import Scene, SceneObject
+from ._scene import Material, Scene, SceneObject
 from ._style import SettingInfo, ShaderInfo, Style, StyleInfo, papers, shaders, styles
 from ._warnings import SelvarinWarning
 
 __all__ = [
-    "Area", "Camera", "Cancelled", "Drawing", "Error", "ModelError", "Picture", "RenderError", "Scene", "SceneObject",
-    "SelvarinWarning", "SettingInfo", "ShaderInfo", "Stroke", "Style", "StyleInfo", "draw", "formats", "papers", "render",
-    "shaders", "styles",
+    "Area", "Camera", "Cancelled", "Drawing", "Error", "Material", "ModelError", "Picture", "RenderError", "Scene",
+    "SceneObject", "SelvarinWarning", "SettingInfo", "ShaderInfo", "Stroke", "Style", "StyleInfo", "draw", "formats",
+    "papers", "render", "shaders", "styles",
 ]
 __version__: str = _core.version
 

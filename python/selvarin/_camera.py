@@ -1,7 +1,7 @@
 """How a scene is seen."""
 
 import math
-from dataclasses import dataclass
+from dataclasses import dataclass, replace
 from typing import TYPE_CHECKING, Any, Dict, Optional, Sequence, Tuple
 
 if TYPE_CHECKING:
@@ -46,6 +46,9 @@ class Camera:
     up: Optional[Vector] = None
     fov: Optional[float] = None
     height: Optional[float] = None
+    #: What the picture shows of the view: left, lower, right and upper side, where the view reaches from 0 to 1. Beyond
+    #: that the lens is shifted; inside it the picture is a detail.
+    window: Tuple[float, float, float, float] = (0.0, 0.0, 1.0, 1.0)
     # A place on the sphere around a scene whose z is up, which is turned for scenes whose y is.
     _place: Optional[Vector] = None
 
@@ -58,6 +61,11 @@ class Camera:
             raise ValueError(f"fov: degrees from 0.01 to 170 are expected, not {self.fov!r}")
         if self.height is not None and not (math.isfinite(self.height) and self.height >= 0.0):
             raise ValueError(f"height: a number from 0 is expected, not {self.height!r}")
+        window = tuple(float(side) for side in self.window)
+        if len(window) != 4 or not all(math.isfinite(s) for s in window) or window[0] >= window[2] \
+                or window[1] >= window[3]:
+            raise ValueError(f"window: left, lower, right and upper side are expected, not {self.window!r}")
+        object.__setattr__(self, "window", window)
         if self.eye is not None and self.eye == self.target:
             raise ValueError("eye and target are the same place")
 
@@ -107,19 +115,26 @@ class Camera:
     def _around(place: Vector, parallel: bool, fov: float) -> "Camera":
         return Camera(fov=None if parallel else float(fov), height=0.0 if parallel else None, _place=place)
 
+    def cropped(self, left: float, lower: float, right: float, upper: float) -> "Camera":
+        """The same view of which a picture shows only that part, from 0 to 1 of what it shows now; (0.1, 0, 1.1, 1) shifts
+        the lens to the right by a tenth of the picture's width."""
+        x, y = self.window[:2]
+        width, height = self.window[2] - x, self.window[3] - y
+        return replace(self, window=(x + width * left, y + height * lower, x + width * right, y + height * upper))
+
     def frame(self, scene: "Scene", size: Tuple[float, float] = (4, 3)) -> "Camera":
         """The same view moved so that the visible objects fill a picture of this shape (width, height), with all its
         numbers filled in."""
         here = self.resolved(scene, size)
         return Camera(None, None, here.direction, here.up, here.fov,
-                      None if here.height is None else 0.0).resolved(scene, size)
+                      None if here.height is None else 0.0, self.window).resolved(scene, size)
 
     def resolved(self, scene: "Scene", size: Tuple[float, float] = (4, 3)) -> "Camera":
         """With all numbers filled in as a render of this shape would choose them."""
         found = scene._core.resolve(self._request(scene.up), float(size[0]) / float(size[1]))
         perspective = found["height"] == 0.0
         return Camera(found["eye"], None, found["direction"], found["up"], found["fov"] if perspective else None,
-                      None if perspective else found["height"])
+                      None if perspective else found["height"], self.window)
 
     def _request(self, up: str) -> Dict[str, Any]:
         direction = self.direction
@@ -127,4 +142,4 @@ class Camera:
             x, y, z = (-c for c in self._place)
             direction = (x, y, z) if up == "z" else (x, z, -y)
         return {"eye": self.eye, "target": self.target, "direction": direction, "up": self.up, "fov": self.fov,
-                "height": self.height}
+                "height": self.height, "window": self.window}

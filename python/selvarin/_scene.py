@@ -4,7 +4,7 @@ import errno
 import math
 import os
 from fnmatch import fnmatchcase
-from typing import Any, Iterator, List, Optional, Sequence, Tuple, Union
+from typing import Any, Iterator, List, NamedTuple, Optional, Sequence, Tuple, Union
 
 import numpy as np
 
@@ -17,6 +17,15 @@ from ._style import Style, as_style
 from ._warnings import warn_all
 
 PathLike = Union[str, "os.PathLike[str]"]
+
+
+class Material(NamedTuple):
+    """What a face is painted with. opacity and gloss are from 0 to 1; looks that have highlights draw them on what is
+    glossy."""
+
+    color: Color = "#cccccc"
+    opacity: float = 1.0
+    gloss: float = 0.0
 
 
 class SceneObject:
@@ -175,7 +184,8 @@ class Scene:
 
     def add_mesh(self, vertices: Any, faces: Any = None, *, color: Optional[Color] = None, face_colors: Any = None,
                  vertex_colors: Any = None, opacity: float = 1.0, name: Optional[str] = None, transform: Any = None,
-                 normals: Any = None, crease_angle: float = 50.0, max_colors: int = 256) -> SceneObject:
+                 normals: Any = None, crease_angle: float = 50.0, max_colors: int = 256,
+                 materials: Optional[Sequence[Material]] = None, face_materials: Any = None) -> SceneObject:
         """Adds a mesh.
 
         vertices: (N, 3) numbers; float32 and float64 are read where they lie. Or, without faces, a mesh of trimesh,
@@ -186,6 +196,8 @@ class Scene:
         face_colors: (M, 3); vertex_colors: (N, 3), of which each face gets the mean. Floats from 0 to 1 or whole
             numbers from 0 to 255; at most max_colors are told apart, as each is a surface of its own.
         opacity: from 0 to 1, which is opaque.
+        materials: a Material, or several with face_materials, (M,) whole numbers, which say the one of each face; in place
+            of colours and opacity.
         transform: (4, 4), moves column vectors.
         normals: (N, 3) of any length; without them a surface is smooth up to crease_angle, in degrees, between faces.
 
@@ -199,24 +211,27 @@ class Scene:
                 face_colors, vertex_colors = own_face_colors, own_vertex_colors
         else:
             vertices, faces = as_points(vertices, "vertices"), as_faces(faces)
-        if sum(c is not None for c in (color, face_colors, vertex_colors)) > 1:
-            raise ValueError("give one of color, face_colors and vertex_colors")
+        if sum(c is not None for c in (color, face_colors, vertex_colors, materials)) > 1:
+            raise ValueError("give one of color, face_colors, vertex_colors and materials")
         if not (math.isfinite(crease_angle) and 0.0 <= crease_angle <= 180.0):
             raise ValueError(f"crease_angle: degrees from 0 to 180 are expected, not {crease_angle!r}")
         if vertex_colors is not None:
             face_colors = _face_means(vertices, faces, vertex_colors)
         elif face_colors is not None:
             face_colors = parse_colors(face_colors, len(faces), "face_colors")
-        palette: List[Any] = [] if color is None else [parse_color(color)]
+        paints: List[Any] = [] if color is None else [(*parse_color(color), opacity, 0.0)]
         parts = None
+        if materials is not None:
+            paints, parts = _paints(materials, face_materials)
+            opacity = min(paint[3] for paint in paints)
         if face_colors is not None and len(faces):
             if not 1 <= max_colors <= 4096:
                 raise ValueError(f"max_colors: 1 to 4096 is expected, not {max_colors!r}")
             colors, parts = palette_of(face_colors, max_colors)
-            palette = [tuple(c) for c in colors]
+            paints = [(*c, opacity, 0.0) for c in colors]
         core = self._core.add_mesh(vertices, faces.corners, faces.offsets, name or f"mesh {len(self._objects) + 1}",
                                    as_transform(transform), None if normals is None else as_points(normals, "normals"),
-                                   palette, parts, opacity, float(crease_angle))
+                                   paints, parts, opacity, float(crease_angle))
         return self._taken(core, opacity)
 
     def add_lines(self, points: Any, lines: Any = None, *, color: Color = "#29262b", closed: bool = False,
@@ -305,10 +320,22 @@ class Scene:
         return f"<Scene of {len(self._objects)} objects>"
 
 
-def _checked_opacity(opacity: float) -> float:
+def _checked_opacity(opacity: float, what: str = "opacity") -> float:
     if not 0.0 <= float(opacity) <= 1.0:
-        raise ValueError(f"opacity: a number from 0 to 1 is expected, not {opacity!r}")
+        raise ValueError(f"{what}: a number from 0 to 1 is expected, not {opacity!r}")
     return float(opacity)
+
+
+def _paints(materials: Sequence[Material], face_materials: Any) -> Tuple[List[Any], Optional[np.ndarray]]:
+    paints = [(*parse_color(m.color), _checked_opacity(m.opacity), _checked_opacity(m.gloss, "gloss"))
+              for m in materials]
+    if not paints:
+        raise ValueError("materials is empty")
+    if face_materials is None:
+        if len(paints) > 1:
+            raise ValueError("several materials want face_materials")
+        return paints, None
+    return paints, as_indices(face_materials, "face_materials").reshape(-1)
 
 
 def _face_means(vertices: np.ndarray, faces: Any, vertex_colors: Any) -> np.ndarray:

@@ -27,12 +27,14 @@ class SettingInfo:
 
 @dataclass(frozen=True)
 class ShaderInfo:
-    """A shader. A base paints the surfaces, of which a picture has one at most; any number of others add to it."""
+    """A shader. A base paints the surfaces, of which a picture has one at most; any number of others add to it. One that
+    covers the background leaves nothing of its colour, and no picture with it is see-through."""
 
     tag: str
     name: str
     is_base: bool
     settings: Tuple[SettingInfo, ...]
+    covers_background: bool = False
 
     def setting(self, key: str) -> SettingInfo:
         """The setting of that key, whatever its case. Raises KeyError."""
@@ -54,8 +56,8 @@ class StyleInfo:
 
 def shaders() -> List[ShaderInfo]:
     """All shaders with their settings."""
-    return [ShaderInfo(s["tag"], s["name"], s["is_base"], tuple(SettingInfo(**i) for i in s["settings"]))
-            for s in _core.shaders()]
+    return [ShaderInfo(s["tag"], s["name"], s["is_base"], tuple(SettingInfo(**i) for i in s["settings"]),
+                       s["covers_background"]) for s in _core.shaders()]
 
 
 def styles() -> List[StyleInfo]:
@@ -106,6 +108,13 @@ class Style:
 
     def __iter__(self) -> Iterator[str]:
         return iter(self._settings)
+
+    def resolved(self) -> "Style":
+        """The same look with nothing left to a style: base and add are the shaders that draw, and there is a value for
+        each of their settings, as text."""
+        found = _core.resolved_look(self._request())
+        settings = {f"{shader}.{key}": value for shader, key, value in found["settings"]}
+        return Style(None, settings, base=found["base"] or "none", add=found["added"])
 
     def __repr__(self) -> str:
         return f"Style({self.name!r}, {self._settings!r}, base={self.base!r}, add={self.add!r})"

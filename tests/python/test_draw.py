@@ -38,6 +38,7 @@ def test_areas_and_strokes_are_arrays(drawing):
     assert np.allclose(space[:, [0, 2]].max(axis=0), (3, 1), atol=1e-3)
     areas = drawing.areas()
     assert areas and all(area.opacity == 1.0 and area.rings[0].shape[1] == 2 for area in areas)
+    assert {area.object for area in areas if area.color != "#ffffff"} == {"red cube", "green & cube"}
     reddish = [a for a in areas if int(a.color[1:3], 16) > int(a.color[3:5], 16)]
     rings = np.concatenate([ring for area in reddish for ring in area.rings])
     assert np.allclose([rings.min(axis=0), rings.max(axis=0)], [red.min(axis=0), red.max(axis=0)], atol=1.0)

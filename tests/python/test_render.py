@@ -201,6 +201,38 @@ def test_opacity_lets_through(cube, small):
     assert np.array_equal(selvarin.render(cube, transparency=False, **small).pixels, opaque)
 
 
+def test_faces_have_materials(small):
+    red, glass = selvarin.Material("#ff0000", gloss=1.0), selvarin.Material((0, 1, 0), opacity=0.4)
+    scene = selvarin.Scene()
+    both = scene.add_mesh(CUBE_VERTICES, CUBE_FACES, materials=[red, glass], face_materials=[0, 0, 1, 0, 0, 0])
+    assert both.opacity == 0.4
+    pixels = selvarin.render(scene, camera=FRONT, **small).pixels[20:40, 30:50, :3].astype(int)
+    assert np.all(pixels[..., 1] > pixels[..., 2]) and np.all(pixels[..., 1] - pixels[..., 0] < 150), "seen through"
+    scene = selvarin.Scene()
+    scene.add_mesh(CUBE_VERTICES, CUBE_FACES, materials=[red])
+    scene.add_light("directional", direction=(0, 1, 0))
+    shining = selvarin.render(scene, camera=FRONT, **small).pixels
+    scene = selvarin.Scene()
+    scene.add_mesh(CUBE_VERTICES, CUBE_FACES, color="#ff0000")
+    scene.add_light("directional", direction=(0, 1, 0))
+    dull = selvarin.render(scene, camera=FRONT, **small).pixels
+    assert shining[30, 40, 1] > dull[30, 40, 1] + 30
+
+
+@pytest.mark.parametrize("arguments, text", [
+    ({"materials": []}, "materials is empty"),
+    ({"materials": [selvarin.Material()] * 2}, "several materials want face_materials"),
+    ({"materials": [selvarin.Material()], "color": "red"}, "give one of"),
+    ({"materials": [selvarin.Material(gloss=2)]}, "gloss: a number from 0 to 1"),
+    ({"materials": [selvarin.Material()], "face_materials": [0, 0, 1, 0, 0, 0]}, "face_materials[2] is 1"),
+    ({"materials": [selvarin.Material()], "face_materials": [0]}, "1 materials for 6 faces"),
+])
+def test_materials_are_checked(arguments, text):
+    with pytest.raises(ValueError) as caught:
+        selvarin.Scene().add_mesh(CUBE_VERTICES, CUBE_FACES, **arguments)
+    assert text in str(caught.value)
+
+
 def test_many_colours_get_one_outline(small):
     """Colours by vertex make many meshes; their borders are no lines."""
     n = 24
@@ -274,7 +306,20 @@ def test_a_framed_camera_shows_everything(cube, small):
     assert flat.fov is None and 1.0 < flat.height < 3.0
 
 
+@pytest.mark.parametrize("camera", [Camera.look_at((3, -4, 2), (0.5, 0.5, 0.5), fov=30), FRONT])
+def test_a_window_shows_a_part_of_the_view_and_shifts_the_lens(cube, small, camera):
+    whole = selvarin.render(cube, camera=camera, **{**small, "size": (160, 120)}).pixels
+    detail = selvarin.render(cube, camera=camera.cropped(0.25, 0.5, 0.75, 1.0), **small).pixels
+    assert covered(selvarin.render(cube, camera=camera, **small)) > 0.05
+    assert np.mean(detail != whole[:60, 40:120]) < 0.02
+    shifted = selvarin.render(cube, camera=camera.cropped(0.25, 0.0, 1.25, 1.0), **{**small, "size": (160, 120)}).pixels
+    assert np.mean(shifted[:, :120] != whole[:, 40:]) < 0.02
+    assert np.mean(whole[:, :120] != whole[:, 40:]) > 0.05
+    assert camera.cropped(0.5, 0, 1, 1).cropped(0.5, 0, 1, 1).window == (0.75, 0, 1, 1)
+
+
 @pytest.mark.parametrize("make", [
+    lambda: Camera(window=(0, 0, 0, 1)), lambda: Camera(window=(0, 0, 1)), lambda: FRONT.cropped(0, 0, np.nan, 1),
     lambda: Camera.look_at((0, 0, 0), (0, 0, 0)), lambda: Camera.look_at((0, 0), (0, 0, 1)),
     lambda: Camera.perspective(fov=0), lambda: Camera.perspective(fov=180), lambda: Camera.parallel(height=-1),
     lambda: Camera.perspective(up=(0, 0, 0)), lambda: Camera.view("above"), lambda: Camera.from_angles(np.nan, 0),
@@ -348,6 +393,21 @@ def test_settings_change_the_picture_and_bad_ones_change_nothing(cube, small):
         style["Outline.Colour"] = "nonsense"
     assert np.array_equal(selvarin.render(cube, style=style, **small).pixels, second)
     assert np.array_equal(selvarin.render(cube, style="Comic", **small).pixels, first)
+
+
+@pytest.mark.parametrize("style", [Style("Comic"), Style(), Style("Pencil", {"Sketch.Wobble": 3}), Style(base="none")])
+def test_a_resolved_style_is_the_same_look_without_its_style(cube, small, style):
+    resolved = style.resolved()
+    assert resolved.name == "" and resolved.base is not None
+    covering = {shader.tag for shader in selvarin.shaders() if shader.covers_background}
+    assert covering == {"Backdrop"}
+    shaders = {shader.tag: shader for shader in selvarin.shaders()}
+    used = resolved.add + ([] if resolved.base == "none" else [resolved.base])
+    assert set(resolved) == {f"{tag}.{setting.key}" for tag in used for setting in shaders[tag].settings}
+    for key in style:
+        assert float(resolved[key]) == float(style[key])
+    assert np.array_equal(selvarin.render(cube, style=resolved, **small).pixels,
+                          selvarin.render(cube, style=style, **small).pixels)
 
 
 def test_a_style_file_that_is_none(tmp_path, cube, small):

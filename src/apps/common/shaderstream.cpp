@@ -98,8 +98,8 @@ void applySetting(const SettingOption& option, const LookWords& words) {
 // backdrop shader lays over that colour everywhere else.
 std::optional<std::uint32_t> backdropColour(const KivStyleHead& shaders) {
     for (const std::wstring& tag : shaders.combinables) {
-        KivShader* const shader = tag == L"Backdrop" ? KivShader::getByTag(tag.c_str()) : nullptr;
-        if (shader == nullptr) {
+        KivShader* const shader = KivShader::getByTag(tag.c_str());
+        if (shader == nullptr || !coversBackground(*shader)) {
             continue;
         }
         for (KivTablePageSettings* settings : tableSettings(*shader)) {
@@ -130,6 +130,10 @@ bool isCombinable(const KivShader& shader) {
     return combinable;
 }
 
+bool coversBackground(const KivShader& shader) {
+    return kivShaderTag(shader) == L"Backdrop";
+}
+
 std::vector<std::string> shaderTags(bool base, bool combinable) {
     std::vector<std::string> tags;
     for (unsigned long i = 0; i < KivShader::shaders(); ++i) {
@@ -139,6 +143,25 @@ std::vector<std::string> shaderTags(bool base, bool combinable) {
         }
     }
     return tags;
+}
+
+std::vector<SettingText> settingsOfLook(const ChosenLook& look) {
+    std::vector<std::wstring> tags{look.shaders.nonCombinable};
+    tags.insert(tags.end(), look.shaders.combinables.begin(), look.shaders.combinables.end());
+    std::vector<SettingText> texts;
+    for (const std::wstring& tag : tags) {
+        KivShader* const shader = tag.empty() ? nullptr : KivShader::getByTag(tag.c_str());
+        if (shader == nullptr) {
+            continue;
+        }
+        for (const KivTablePageSettings* settings : tableSettings(*shader)) {
+            for (int i = 0; i < settings->getNumSettings(); ++i) {
+                const KivSettingInfo& info = settings->getInfo(i);
+                texts.push_back({kivToUtf8(tag), info.key, kivFormatSetting(info, settings->getValue(i))});
+            }
+        }
+    }
+    return texts;
 }
 
 ChosenLook applyLook(const LookOptions& options) {

@@ -16,6 +16,9 @@ class KivShader;
 // Whether a shader adds to a picture. False for one that fails to say, which is told.
 bool isCombinable(const KivShader& shader);
 
+// Whether a shader paints all that lies behind the scene, so that no colour or picture of a background shows.
+bool coversBackground(const KivShader& shader);
+
 // The tags of all loaded shaders, of one kind or of both.
 std::vector<std::string> shaderTags(bool base, bool combinable);
 
@@ -26,6 +29,16 @@ struct ChosenLook {
     std::vector<std::string> warnings;       // one line each: what the style holds and nobody understands
     std::optional<std::uint32_t> background; // the colour of a backdrop, red in the low byte; nothing without one
 };
+
+// One setting of a look, its value as text.
+struct SettingText {
+    std::string shader;
+    std::string key;
+    std::string value;
+};
+
+// All settings of the shaders of a look as applyLook has left them, the base shader's first.
+std::vector<SettingText> settingsOfLook(const ChosenLook& look);
 
 // Sets the settings of all loaded shaders: their defaults, the style's, those of single options. Throws UsageError for
 // a style, shader or key that is not known, with the nearest known one, and for a value out of range, and

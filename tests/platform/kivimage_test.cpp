@@ -252,6 +252,52 @@ TEST_F(Image, AlphaIsDropped) {
     EXPECT_EQ(image->pixel(1, 0), 0x3C3228U);
 }
 
+// The number of an entry of a TIFF's first directory, in little-endian files; -1 for none.
+int tiffEntry(const std::vector<std::uint8_t>& file, int tag) {
+    const auto number = [&](std::size_t at, int bytes) {
+        int value = 0;
+        for (int i = bytes - 1; i >= 0; --i) {
+            value = value << 8 | file.at(at + static_cast<std::size_t>(i));
+        }
+        return value;
+    };
+    const auto directory = static_cast<std::size_t>(number(4, 4));
+    for (int i = 0; i < number(directory, 2); ++i) {
+        const std::size_t entry = directory + 2 + std::size_t{12} * static_cast<std::size_t>(i);
+        if (number(entry, 2) == tag) {
+            return number(entry + 8, 2);
+        }
+    }
+    return -1;
+}
+
+TEST_F(Image, PngAndTiffKeepStraightAlpha) {
+    auto image = KivImage::createWithAlpha({2, 1});
+    const std::uint8_t pixels[] = {10, 20, 200, 128, 250, 0, 30, 0}; // blue first; colours stay beside an alpha of 0
+    std::copy(std::begin(pixels), std::end(pixels), image->row(0));
+    const std::vector<std::uint8_t> png = image->encode(KivImageFormat::png);
+    png_image reader = {};
+    reader.version = PNG_IMAGE_VERSION;
+    ASSERT_NE(png_image_begin_read_from_memory(&reader, png.data(), png.size()), 0);
+    EXPECT_NE(reader.format & PNG_FORMAT_FLAG_ALPHA, 0U);
+    reader.format = PNG_FORMAT_BGRA;
+    std::uint8_t read[8] = {};
+    ASSERT_NE(png_image_finish_read(&reader, nullptr, read, 0, nullptr), 0);
+    EXPECT_TRUE(std::equal(std::begin(pixels), std::end(pixels), read));
+
+    const std::vector<std::uint8_t> tiff = image->encode(KivImageFormat::tiff);
+    EXPECT_EQ(tiffEntry(tiff, 277), 4) << "samples in a pixel";
+    EXPECT_EQ(tiffEntry(tiff, 338), 2) << "the fourth is alpha, by which colours are not multiplied";
+    const auto back = KivImage::decode(tiff);
+    ASSERT_NE(back, nullptr);
+    EXPECT_EQ(back->pixel(0, 0), 0x050A64U) << "libtiff lays straight alpha over black";
+
+    for (const KivImageFormat format : {KivImageFormat::bmp, KivImageFormat::gif, KivImageFormat::jpeg}) {
+        EXPECT_FALSE(KivImage::keepsAlpha(format));
+        EXPECT_NE(KivImage::decode(image->encode(format)), nullptr);
+    }
+}
+
 TEST_F(Image, FlipAndPart) {
     auto image = quarters(6, 5);
     const std::uint32_t top = image->pixel(0, 0);

@@ -1,5 +1,8 @@
 #include "apps/cli/clihost.h"
 
+#include "kivrender/platform/kivsystemerror.h"
+#include "kivrender/platform/kivtext.h"
+
 #include <chrono>
 
 void CliHost::saveImage(KivBitmapManager& bitmap, const wchar_t* file) {
@@ -8,6 +11,20 @@ void CliHost::saveImage(KivBitmapManager& bitmap, const wchar_t* file) {
     KivDefaultHost::saveImage(bitmap, file);
     imageSaved = numMessages() == before;
     encodeTime += std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
+}
+
+bool CliHost::savePicture(const KivImage& picture, const std::string& file) {
+    const std::wstring name = kivFromUtf8(file);
+    GUID encoder{};
+    const KivImageStatus status = getEncoderClsidFromFileName(name.c_str(), &encoder) < 0
+                                      ? KivImageStatus::unknownFormat
+                                      : picture.save(name, encoder);
+    if (status == KivImageStatus::systemError) {
+        morvaneErrorMessage(kivGetLastError(), (L"While saving file \"" + name + L"\".").c_str());
+    } else if (status != KivImageStatus::ok) {
+        message((L"the picture can't be encoded (" + std::to_wstring(static_cast<int>(status)) + L")").c_str());
+    }
+    return status == KivImageStatus::ok;
 }
 
 void CliHost::forgetImage() {

@@ -3,12 +3,16 @@
 #define APPS_CLI_CLIHOST_H
 
 #include "apps/common/messagehost.h"
+#include "kivrender/platform/kivimage.h"
 
 // Messages are kept for the command to tell: an error is one line on standard error.
 class CliHost : public MessageHost {
 public:
     // Also takes the time, and remembers whether it went without a message.
     void saveImage(KivBitmapManager& bitmap, const wchar_t* file) override;
+
+    // Writes a picture that the program itself has made; the ending of the name tells the format. False with a message.
+    bool savePicture(const KivImage& picture, const std::string& file);
 
     bool wasImageSaved() const {
         return imageSaved;

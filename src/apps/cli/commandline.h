@@ -74,7 +74,8 @@ struct RenderOptions : LookOptions {
     std::int32_t height = 960;
     int antialias = 2;
     std::uint32_t background = 0;
-    bool backgroundChosen = false;
+    bool backgroundChosen = false; // a colour
+    bool noBackground = false;     // what is not drawn stays transparent
     std::uint32_t ambient = 0;
     std::string backgroundImage;
     std::string paper;

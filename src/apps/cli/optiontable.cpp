@@ -58,7 +58,9 @@ constexpr std::array renderOptions{
         "standard output. May be repeated, for several files of the same view."},
     OptionInfo{"size", 's', "WxH", "1280x960", "Picture", false, nothing, "", "Size in pixels."},
     antialiasOption,
-    backgroundOption,
+    OptionInfo{"background", 0, "#RRGGBB|none", "#f7f2e8", "Picture", false, nothing, "",
+               "Background colour. With none all that is not drawn stays transparent, in PNG and TIFF: shadows lie on "
+               "what they fall on, paper on what is drawn, and a style's backdrop is left out."},
     OptionInfo{"background-image", 0, "FILE", "", "Picture", false, file, "",
                "An image behind the scene, centred and at its own size."},
     OptionInfo{"paper", 0, "NAME|FILE", "", "Picture", false, file, "",

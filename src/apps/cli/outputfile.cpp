@@ -148,6 +148,11 @@ bool isDrawingName(const std::string& name) {
     return hasEnding(drawingFormats(), endingOf(name));
 }
 
+bool keepsTransparency(const std::string& name) {
+    const std::string ending = endingOf(name);
+    return ending == "png" || ending == "tif" || ending == "tiff";
+}
+
 std::string outputName(const std::string& pattern, const std::string& model) {
     constexpr const char* field = "{model}";
     std::string name = pattern;

@@ -20,6 +20,8 @@ const std::vector<PictureFormat>& drawingFormats();
 
 // Whether a name's ending is that of a drawing.
 bool isDrawingName(const std::string& name);
+// Whether pictures of that ending can be transparent.
+bool keepsTransparency(const std::string& name);
 
 // Puts the model's name into a pattern for {model}.
 std::string outputName(const std::string& pattern, const std::string& model);

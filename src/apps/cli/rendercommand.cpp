@@ -9,6 +9,7 @@
 #include "apps/cli/renderfailure.h"
 #include "apps/cli/startup.h"
 #include "apps/cli/timings.h"
+#include "apps/common/coverage.h"
 #include "apps/common/demoscene.h"
 #include "apps/common/papers.h"
 #include "apps/common/pictureproblem.h"
@@ -39,6 +40,8 @@
 
 namespace {
 
+constexpr std::uint32_t black = 0x000000;
+constexpr std::uint32_t white = 0xFFFFFF;
 constexpr double pi = 3.14159265358979323846;
 
 // One view: the models that make its scene, and its files.
@@ -395,10 +398,13 @@ private:
 
     // False if it was cancelled.
     bool drawPicture(const KivScene& scene, const KivCamera& camera, const OutputFile& output, CliHost& host) {
-        KivMemoryCommonDataManager common;
-        settingsFor(output).saveDataOnHost(&common);
         host.forgetImage();
         host.takeMessages();
+        if (options.noBackground) {
+            return drawWithoutBackground(scene, camera, output, host);
+        }
+        KivMemoryCommonDataManager common;
+        settingsFor(output).saveDataOnHost(&common);
         const Timings::Clock::time_point start = Timings::Clock::now();
         const bool done = drawOnce(scene, camera, common, host);
         const Timings::Clock::time_point end = Timings::Clock::now();
@@ -409,6 +415,49 @@ private:
         tellOutcome(output, done, done && host.wasImageSaved(), host);
         addRenderTimings(start, end, host.encodeMilliseconds());
         return true;
+    }
+
+    bool drawWithoutBackground(const KivScene& scene, const KivCamera& camera, const OutputFile& output,
+                               CliHost& host) {
+        KivCommonSettings settings = settingsFor(output);
+        std::unique_ptr<KivImage> onPaper;
+        if (!paper.empty()) {
+            onPaper = drawInMemory(scene, camera, settings, black, host);
+            settings.setPaperImage(L"");
+        }
+        const bool isDrawn = paper.empty() || onPaper != nullptr;
+        const auto onBlack = isDrawn ? drawInMemory(scene, camera, settings, black, host) : nullptr;
+        settings.setSaveDepth(false); // once is enough
+        settings.setSaveShadows(false);
+        const auto onWhite = onBlack ? drawInMemory(scene, camera, settings, white, host) : nullptr;
+        bar.finish();
+        if (isInterrupted()) {
+            return false;
+        }
+        bool isSaved = false;
+        if (onWhite) {
+            timings.lap();
+            const auto picture = pictureWithoutBackground(*onBlack, *onWhite, onPaper.get());
+            isSaved = picture && host.savePicture(*picture, output.workName());
+            lastError = kivGetLastError();
+            timings.add("coverage and encoding", timings.lap());
+        }
+        tellOutcome(output, onWhite != nullptr, isSaved, host);
+        return true;
+    }
+
+    // The picture of one of several renders; null if there is none.
+    std::unique_ptr<KivImage> drawInMemory(const KivScene& scene, const KivCamera& camera, KivCommonSettings settings,
+                                           std::uint32_t backgroundColour, CliHost& host) {
+        settings.setSaveRender(false);
+        settings.setBackgroundColor(backgroundColour);
+        KivMemoryCommonDataManager common;
+        settings.saveDataOnHost(&common);
+        std::unique_ptr<KivImage> picture;
+        const Timings::Clock::time_point start = Timings::Clock::now();
+        const bool done = drawOnce(scene, camera, common, host, &picture);
+        addRenderTimings(start, Timings::Clock::now(), 0.0);
+        return done ? std::move(picture) : nullptr;
     }
 
     // The same; the view is rendered for the first of its drawings alone.
@@ -466,8 +515,9 @@ private:
         }
     }
 
-    // A render empties its scene: each has a copy, which shares the meshes.
-    bool drawOnce(KivScene scene, const KivCamera& camera, KivMemoryCommonDataManager& common, CliHost& host) {
+    // A render empties its scene: each has a copy, which shares the meshes. picture: gets a copy of what was drawn.
+    bool drawOnce(KivScene scene, const KivCamera& camera, KivMemoryCommonDataManager& common, CliHost& host,
+                  std::unique_ptr<KivImage>* picture = nullptr) {
         KivBitmapManager surface;
         tagSIZE size{options.width, options.height};
         bar.restart(L"Starting");
@@ -481,6 +531,10 @@ private:
             if (host.numMessages() == 0) {
                 host.morvaneErrorMessage(kivGetLastError(), temporaryPlace().c_str());
             }
+        }
+        if (done && picture != nullptr) {
+            const std::unique_ptr<KivImage> look = KivImage::fromBitmap(surface.getHBitmap());
+            *picture = look ? look->part({0, 0, look->width(), look->height()}) : nullptr;
         }
         // Before the surface goes.
         lastError = kivGetLastError();

@@ -265,6 +265,26 @@ void readOutputs(const Words& words, RenderOptions& options) {
     }
 }
 
+void readBackground(const Words& words, RenderOptions& options) {
+    options.noBackground = words.value("background") == "none";
+    options.withoutBackdrop = options.noBackground;
+    options.backgroundImage = words.value("background-image").value_or("");
+    if (!options.noBackground) {
+        options.background = colourOption(words, "background");
+        options.backgroundChosen = words.has("background");
+        return;
+    }
+    if (!options.backgroundImage.empty()) {
+        throw UsageError("--background none and --background-image exclude each other");
+    }
+    for (const std::string& name : options.outputs) {
+        if (name != "-" && !isDrawingName(name) && !keepsTransparency(name)) {
+            throw UsageError("--background none: \"" + name +
+                             "\" can't be transparent; give -o a name that ends in png, tif or tiff");
+        }
+    }
+}
+
 // Options that make sense for drawings alone, or for pictures alone.
 void checkDrawings(const Words& words, const RenderOptions& options) {
     const auto drawings = std::count_if(options.outputs.begin(), options.outputs.end(), isDrawingName);
@@ -350,10 +370,8 @@ RenderOptions parseRenderOptions(const Words& words) {
     readOutputs(words, options);
     readSize(words, options);
     options.antialias = readAntialias(words);
-    options.background = colourOption(words, "background");
-    options.backgroundChosen = words.has("background");
+    readBackground(words, options);
     options.ambient = colourOption(words, "ambient");
-    options.backgroundImage = words.value("background-image").value_or("");
     options.paper = words.value("paper").value_or("");
     options.depthImage = words.has("depth-image");
     options.shadowImage = words.has("shadow-image");

@@ -28,6 +28,7 @@ struct LookOptions {
     bool baseChosen = false; // else the style's is taken; without a style one that is not there is left out in silence
     bool addChosen = false;
     std::vector<SettingOption> settings;
+    bool withoutBackdrop = false; // no shader paints what lies behind the scene
     LookWords words;
 };
 

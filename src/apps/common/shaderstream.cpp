@@ -191,6 +191,12 @@ ChosenLook applyLook(const LookOptions& options) {
             }
         }
     }
+    if (options.withoutBackdrop) {
+        std::erase_if(look.shaders.combinables, [](const std::wstring& tag) {
+            const KivShader* const shader = KivShader::getByTag(tag.c_str());
+            return shader != nullptr && coversBackground(*shader);
+        });
+    }
     for (const SettingOption& setting : options.settings) {
         applySetting(setting, options.words);
     }

@@ -86,11 +86,23 @@ bool KivImage::allocate() {
 }
 
 std::unique_ptr<KivImage> KivImage::create(tagSIZE size) {
+    return createBlank(size, Layout::rgb24);
+}
+
+std::unique_ptr<KivImage> KivImage::createWithAlpha(tagSIZE size) {
+    return createBlank(size, Layout::rgba32);
+}
+
+bool KivImage::keepsAlpha(KivImageFormat format) {
+    return format == KivImageFormat::png || format == KivImageFormat::tiff;
+}
+
+std::unique_ptr<KivImage> KivImage::createBlank(tagSIZE size, Layout layout) {
     if (size.cx <= 0 || size.cy <= 0 ||
         !kivImageSizeAllowed(static_cast<std::uint64_t>(size.cx), static_cast<std::uint64_t>(size.cy), pixelLimit)) {
         return nullptr;
     }
-    std::unique_ptr<KivImage> image(new KivImage(size, Layout::rgb24));
+    std::unique_ptr<KivImage> image(new KivImage(size, layout));
     if (!image->allocate()) {
         return nullptr;
     }
@@ -168,6 +180,7 @@ std::size_t KivImage::rowBytes() const {
     case Layout::indexed8:
         return paddedRow(width(), 1);
     case Layout::rgb32:
+    case Layout::rgba32:
         break;
     }
     return paddedRow(width(), 4);

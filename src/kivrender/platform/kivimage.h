@@ -1,9 +1,10 @@
 // A picture that is read from, written to or made for an image file: bmp, png, gif, jpeg, tiff.
 //
 // Rows run from the top down. A picture is 24 bits a pixel (blue, green, red), or 8 bits with a palette, or a look at a
-// bitmap of 32 bits (blue, green, red and a byte without meaning). What is loaded always has 24 bits: alpha is dropped,
-// 16 bits a channel become 8, of several frames the first counts. Nothing here prints or throws; a file that is broken,
-// cut off, of another kind or larger than the limit is refused.
+// bitmap of 32 bits (blue, green, red and a byte without meaning), or 32 bits with straight alpha (blue, green, red,
+// alpha: the colours are not multiplied with it). What is loaded always has 24 bits: alpha is dropped, 16 bits a
+// channel become 8, of several frames the first counts. PNG and TIFF keep alpha, all other files drop it. Nothing here
+// prints or throws; a file that is broken, cut off, of another kind or larger than the limit is refused.
 //
 // Writing puts a whole file in place or leaves what was there; the same picture gives the same bytes.
 #ifndef KIVRENDER_PLATFORM_KIVIMAGE_H
@@ -44,7 +45,7 @@ enum class KivImageStatus : std::int32_t {
 
 class KIV_API KivImage {
 public:
-    enum class Layout { rgb24, indexed8, rgb32 };
+    enum class Layout { rgb24, indexed8, rgb32, rgba32 };
 
     // The largest picture: pixels in all, and in one direction.
     static constexpr std::uint64_t pixelLimit = std::uint64_t{1} << 28;
@@ -52,6 +53,8 @@ public:
 
     // A black picture of 24 bits. Null for a size that is not positive or above the limits, and without memory.
     static std::unique_ptr<KivImage> create(tagSIZE size);
+    // The same of 32 bits, transparent all over.
+    static std::unique_ptr<KivImage> createWithAlpha(tagSIZE size);
     // 8 bits, copied from rows that lie stride bytes apart, the first one at the top; the palette is a grey ramp.
     static std::unique_ptr<KivImage> createIndexed(tagSIZE size, const std::uint8_t* rows, std::size_t stride);
     // A look at a bitmap without a copy: the bitmap must outlive it, and its pixels stay the bitmap's. Null for a
@@ -61,6 +64,8 @@ public:
     // maxPixels is not decoded.
     static std::unique_ptr<KivImage> load(const std::wstring& file, std::uint64_t maxPixels = pixelLimit);
     static std::unique_ptr<KivImage> decode(std::span<const std::uint8_t> bytes, std::uint64_t maxPixels = pixelLimit);
+    // Whether files of the format keep alpha.
+    static bool keepsAlpha(KivImageFormat format);
 
     KivImage(const KivImage&) = delete;
     KivImage& operator=(const KivImage&) = delete;
@@ -114,6 +119,7 @@ public:
 private:
     KivImage(tagSIZE size, Layout layout);
 
+    static std::unique_ptr<KivImage> createBlank(tagSIZE size, Layout layout);
     bool allocate();
 
     tagSIZE pictureSize;

@@ -104,6 +104,18 @@ PixPointer indexedPix(const KivImage& image) {
     return pix;
 }
 
+void fillWithAlpha(const KivImage& image, Pix& pix) {
+    pixSetSpp(&pix, 4);
+    l_uint32* line = pixGetData(&pix);
+    for (std::int32_t y = 0; y < image.height(); ++y, line += pixGetWpl(&pix)) {
+        const std::uint8_t* from = image.row(y);
+        for (std::int32_t x = 0; x < image.width(); ++x, from += 4) {
+            line[x] = static_cast<l_uint32>(from[2]) << L_RED_SHIFT | static_cast<l_uint32>(from[1]) << L_GREEN_SHIFT |
+                      static_cast<l_uint32>(from[0]) << L_BLUE_SHIFT | static_cast<l_uint32>(from[3]) << L_ALPHA_SHIFT;
+        }
+    }
+}
+
 PixPointer toPix(const KivImage& image) {
     silence();
     PixPointer pix = image.layout() == KivImage::Layout::indexed8
@@ -117,6 +129,10 @@ PixPointer toPix(const KivImage& image) {
     if (image.layout() == KivImage::Layout::indexed8) {
         return pix;
     }
+    if (image.layout() == KivImage::Layout::rgba32) {
+        fillWithAlpha(image, *pix);
+        return pix;
+    }
     std::vector<std::uint8_t> row(std::size_t{3} * static_cast<std::size_t>(image.width()));
     l_uint32* line = pixGetData(pix.get());
     for (std::int32_t y = 0; y < image.height(); ++y, line += pixGetWpl(pix.get())) {
@@ -128,6 +144,34 @@ PixPointer toPix(const KivImage& image) {
         }
     }
     return pix;
+}
+
+// Leptonica says of every fourth sample that the colours are multiplied with it (seen with 1.82): the entry
+// ExtraSamples of TIFF 6.0, section 18, becomes 2, unassociated alpha.
+void sayAlphaIsStraight(std::vector<std::uint8_t>& file) {
+    constexpr std::uint32_t extraSamples = 338;
+    constexpr std::uint8_t unassociated = 2;
+    if (file.size() < 8) {
+        return;
+    }
+    Cursor cursor(file, file[0] == 'M');
+    const std::size_t directory = cursor.number(4, 4);
+    const std::uint32_t count = cursor.number(directory, 2);
+    for (std::uint32_t i = 0; i < count; ++i) {
+        const std::size_t entry = directory + 2 + std::size_t{12} * i;
+        const std::size_t value = entry + 8 + (file[0] == 'M' ? 1 : 0);
+        if (cursor.number(entry, 2) == extraSamples && value < file.size()) {
+            file[value] = unassociated;
+        }
+    }
+}
+
+// The low byte of every pixel is 0 again, as the search for a palette expects.
+void dropAlpha(Pix* pix) {
+    if (pix != nullptr && pixGetSpp(pix) == 4) {
+        pixSetSpp(pix, 3);
+        pixSetComponentArbitrary(pix, L_ALPHA_CHANNEL, 0);
+    }
 }
 
 // Takes over what Leptonica wrote.
@@ -322,7 +366,8 @@ std::unique_ptr<KivImage> kivReadTiff(KivImageBytes bytes, std::uint64_t maxPixe
 }
 
 std::vector<std::uint8_t> kivWriteBmp(const KivImage& image) {
-    const PixPointer pix = toPix(image);
+    PixPointer pix = toPix(image);
+    dropAlpha(pix.get());
     l_uint8* data = nullptr;
     std::size_t size = 0;
     const l_ok failed = pix ? pixWriteMemBmp(&data, &size, pix.get()) : 1;
@@ -331,6 +376,7 @@ std::vector<std::uint8_t> kivWriteBmp(const KivImage& image) {
 
 std::vector<std::uint8_t> kivWriteGif(const KivImage& image) {
     PixPointer pix = toPix(image);
+    dropAlpha(pix.get());
     if (pix && pixGetDepth(pix.get()) == 32) {
         PixPointer exact = withExactPalette(pix.get());
         // Without dithering: flat areas stay flat.
@@ -348,5 +394,9 @@ std::vector<std::uint8_t> kivWriteTiff(const KivImage& image) {
     l_uint8* data = nullptr;
     std::size_t size = 0;
     const l_ok failed = pix ? pixWriteMemTiff(&data, &size, pix.get(), IFF_TIFF_LZW) : 1;
-    return takeBytes(failed, data, size);
+    std::vector<std::uint8_t> bytes = takeBytes(failed, data, size);
+    if (image.layout() == KivImage::Layout::rgba32) {
+        sayAlphaIsStraight(bytes);
+    }
+    return bytes;
 }

@@ -49,19 +49,40 @@ void appendChunk(std::vector<std::uint8_t>& out, const char* name, KivImageBytes
     appendBigEndian(out, libdeflate_crc32(0, out.data() + start, out.size() - start));
 }
 
+bool hasAlpha(const KivImage& image) {
+    return image.layout() == KivImage::Layout::rgba32;
+}
+
+std::size_t bytesPerPixel(const KivImage& image) {
+    return image.layout() == KivImage::Layout::indexed8 ? 1 : hasAlpha(image) ? 4 : 3;
+}
+
+// Red, green, blue and alpha.
+void copyRowRgba(const KivImage& image, std::int32_t y, std::uint8_t* to) {
+    const std::uint8_t* from = image.row(y);
+    for (std::int32_t x = 0; x < image.width(); ++x, from += 4, to += 4) {
+        to[0] = from[2];
+        to[1] = from[1];
+        to[2] = from[0];
+        to[3] = from[3];
+    }
+}
+
 // All rows as PNG wants them: a byte with the row's filter, then the pixels.
 std::vector<std::uint8_t> filteredRows(const KivImage& image) {
     // Flat colours compress best unfiltered, as long as the row above lies within the 32 KiB that deflate looks back.
     // Wider rows are stored as the difference from the row above.
     constexpr std::size_t window = 32768;
     const bool indexed = image.layout() == KivImage::Layout::indexed8;
-    const std::size_t rowSize = static_cast<std::size_t>(image.width()) * (indexed ? 1 : 3);
+    const std::size_t rowSize = static_cast<std::size_t>(image.width()) * bytesPerPixel(image);
     const bool difference = !indexed && rowSize + 1 >= window;
     std::vector<std::uint8_t> rows((rowSize + 1) * static_cast<std::size_t>(image.height()));
     for (std::int32_t y = 0; y < image.height(); ++y) {
         std::uint8_t* to = rows.data() + (rowSize + 1) * static_cast<std::size_t>(y);
         if (indexed) {
             std::memcpy(to + 1, image.row(y), rowSize);
+        } else if (hasAlpha(image)) {
+            copyRowRgba(image, y, to + 1);
         } else {
             image.copyRowRgb(y, to + 1);
         }
@@ -141,7 +162,7 @@ std::vector<std::uint8_t> kivWritePng(const KivImage& image) {
     appendBigEndian(chunk, static_cast<std::uint32_t>(image.width()));
     appendBigEndian(chunk, static_cast<std::uint32_t>(image.height()));
     chunk.push_back(8); // bits
-    chunk.push_back(indexed ? PNG_COLOR_TYPE_PALETTE : PNG_COLOR_TYPE_RGB);
+    chunk.push_back(indexed ? PNG_COLOR_TYPE_PALETTE : hasAlpha(image) ? PNG_COLOR_TYPE_RGB_ALPHA : PNG_COLOR_TYPE_RGB);
     chunk.insert(chunk.end(), 3, std::uint8_t{0}); // compression, filters, no interlacing: one kind each
     appendChunk(out, "IHDR", chunk);
 

@@ -1,0 +1,91 @@
+#include "apps/common/coverage.h"
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+namespace {
+
+constexpr int full = 255;
+
+std::uint8_t quotient(int colour, int alpha) {
+    return static_cast<std::uint8_t>(std::min(full, (colour * full + alpha / 2) / alpha));
+}
+
+// Blue, green, red and alpha.
+struct Pixel {
+    std::array<double, 3> colour{}; // 0 to 255, not multiplied
+    double alpha = 1.0;
+};
+
+Pixel pixelAt(const KivImage& image, std::int32_t x, std::int32_t y) {
+    const std::uint32_t colour = image.pixel(x, y);
+    Pixel pixel;
+    for (std::size_t c = 0; c < 3; ++c) {
+        pixel.colour[2 - c] = colour >> (8 * c) & 0xFF;
+    }
+    if (image.layout() == KivImage::Layout::rgba32) {
+        pixel.alpha = image.row(y)[std::size_t{4} * static_cast<std::size_t>(x) + 3] / 255.0;
+    }
+    return pixel;
+}
+
+} // namespace
+
+std::unique_ptr<KivImage> pictureWithoutBackground(const KivImage& onBlack, const KivImage& onWhite,
+                                                   const KivImage* onPaper) {
+    std::unique_ptr<KivImage> result = KivImage::createWithAlpha(onBlack.size());
+    if (!result) {
+        return nullptr;
+    }
+    const std::size_t rowSize = std::size_t{3} * static_cast<std::size_t>(result->width());
+    std::vector<std::uint8_t> black(rowSize);
+    std::vector<std::uint8_t> white(rowSize);
+    std::vector<std::uint8_t> colours(rowSize);
+    for (std::int32_t y = 0; y < result->height(); ++y) {
+        onBlack.copyRowRgb(y, black.data());
+        onWhite.copyRowRgb(y, white.data());
+        (onPaper != nullptr ? *onPaper : onBlack).copyRowRgb(y, colours.data());
+        std::uint8_t* to = result->row(y);
+        for (std::size_t at = 0; at < rowSize; at += 3, to += 4) {
+            int shining = 0;
+            int brightest = 0;
+            for (std::size_t c = 0; c < 3; ++c) {
+                shining += std::max(0, white[at + c] - black[at + c]);
+                brightest = std::max<int>(brightest, colours[at + c]);
+            }
+            // Each channel tells the coverage, rounded by itself. No colour is brighter than its coverage.
+            const int alpha = std::max(full - (shining + 1) / 3, brightest);
+            if (alpha > 0) {
+                to[0] = quotient(colours[at + 2], alpha);
+                to[1] = quotient(colours[at + 1], alpha);
+                to[2] = quotient(colours[at], alpha);
+                to[3] = static_cast<std::uint8_t>(alpha);
+            }
+        }
+    }
+    return result;
+}
+
+std::unique_ptr<KivImage> laidOver(const KivImage& above, const KivImage& below) {
+    std::unique_ptr<KivImage> result = KivImage::createWithAlpha(below.size());
+    if (!result) {
+        return nullptr;
+    }
+    for (std::int32_t y = 0; y < result->height(); ++y) {
+        std::uint8_t* to = result->row(y);
+        for (std::int32_t x = 0; x < result->width(); ++x, to += 4) {
+            const Pixel a = pixelAt(above, x, y);
+            const Pixel b = pixelAt(below, x, y);
+            const double shows = b.alpha * (1.0 - a.alpha);
+            const double alpha = a.alpha + shows;
+            for (std::size_t c = 0; c < 3 && alpha > 0.0; ++c) {
+                to[c] = static_cast<std::uint8_t>((a.colour[c] * a.alpha + b.colour[c] * shows) / alpha + 0.5);
+            }
+            to[3] = static_cast<std::uint8_t>(alpha * 255.0 + 0.5);
+        }
+    }
+    return result;
+}

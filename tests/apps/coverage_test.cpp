@@ -1,0 +1,88 @@
+#include "apps/common/coverage.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cmath>
+#include <cstdlib>
+
+namespace {
+
+using Rgb = std::array<int, 3>;
+
+std::unique_ptr<KivImage> plain(const std::vector<Rgb>& pixels) {
+    auto image = KivImage::create({static_cast<std::int32_t>(pixels.size()), 1});
+    for (std::size_t x = 0; x < pixels.size(); ++x) {
+        for (std::size_t c = 0; c < 3; ++c) {
+            image->row(0)[x * 3 + 2 - c] = static_cast<std::uint8_t>(pixels[x][c]);
+        }
+    }
+    return image;
+}
+
+std::array<int, 4> at(const KivImage& image, std::int32_t x) {
+    const std::uint8_t* const p = image.row(0) + 4 * x;
+    return {p[2], p[1], p[0], p[3]};
+}
+
+// What a colour that covers so much of a pixel makes of a background, as a picture stores it.
+Rgb covering(const Rgb& colour, double share, int background) {
+    Rgb mixed{};
+    for (std::size_t c = 0; c < 3; ++c) {
+        mixed[c] = static_cast<int>(std::lround(colour[c] * share + background * (1.0 - share)));
+    }
+    return mixed;
+}
+
+TEST(Coverage, ColoursAreDividedByWhatTheyCover) {
+    const auto picture = pictureWithoutBackground(*plain({{100, 50, 0}, {0, 0, 0}, {50, 25, 0}, {0, 0, 0}}),
+                                                  *plain({{100, 50, 0}, {255, 255, 255}, {178, 153, 128}, {0, 0, 0}}));
+    EXPECT_EQ(at(*picture, 0), (std::array<int, 4>{100, 50, 0, 255}));
+    EXPECT_EQ(at(*picture, 1), (std::array<int, 4>{0, 0, 0, 0})) << "nothing there";
+    EXPECT_EQ(at(*picture, 2), (std::array<int, 4>{100, 50, 0, 127})) << "half of the pixel";
+    EXPECT_EQ(at(*picture, 3), (std::array<int, 4>{0, 0, 0, 255})) << "black covers as well";
+}
+
+TEST(Coverage, LiesRightOverAnyColourWhateverThePixelHolds) {
+    int numRough = 0;
+    for (int red = 0; red <= 255; red += 15) {
+        for (int part = 0; part <= 64; ++part) {
+            const Rgb colour{red, 255 - red, 255};
+            const double share = part / 64.0;
+            const auto picture =
+                pictureWithoutBackground(*plain({covering(colour, share, 0)}), *plain({covering(colour, share, 255)}));
+            for (const int ground : {0, 40, 128, 200, 255}) {
+                const auto over = laidOver(*picture, *plain({{ground, ground, ground}}));
+                const Rgb expected = covering(colour, share, ground);
+                for (std::size_t c = 0; c < 3; ++c) {
+                    const int difference = std::abs(at(*over, 0)[c] - expected[c]);
+                    numRough += difference == 2 ? 1 : 0;
+                    EXPECT_LE(difference, 2) << red << ' ' << part << ' ' << ground;
+                }
+            }
+        }
+    }
+    EXPECT_LT(numRough, 20) << "of 17 thousand";
+}
+
+TEST(Coverage, PaperColoursWhatIsThereAndCoversNoMore) {
+    const auto picture =
+        pictureWithoutBackground(*plain({{200, 100, 60}, {0, 0, 0}}), *plain({{200, 100, 60}, {255, 255, 255}}),
+                                 plain({{100, 50, 30}, {0, 0, 0}}).get());
+    EXPECT_EQ(at(*picture, 0), (std::array<int, 4>{100, 50, 30, 255}));
+    EXPECT_EQ(at(*picture, 1), (std::array<int, 4>{0, 0, 0, 0}));
+}
+
+TEST(Coverage, OverAPictureThatIsTransparentItselfAlphasAdd) {
+    auto half = KivImage::createWithAlpha({1, 1});
+    const std::array<std::uint8_t, 4> red{0, 0, 200, 128}; // blue first
+    std::copy(red.begin(), red.end(), half->row(0));
+    const auto twice = laidOver(*half, *half);
+    EXPECT_EQ(at(*twice, 0), (std::array<int, 4>{200, 0, 0, 192}));
+    const auto empty = KivImage::createWithAlpha({1, 1});
+    EXPECT_EQ(at(*laidOver(*half, *empty), 0), (std::array<int, 4>{200, 0, 0, 128}));
+    EXPECT_EQ(at(*laidOver(*empty, *half), 0), (std::array<int, 4>{200, 0, 0, 128}));
+    EXPECT_EQ(at(*laidOver(*empty, *empty), 0), (std::array<int, 4>{0, 0, 0, 0}));
+}
+
+} // namespace

@@ -3,7 +3,7 @@
 #include "core/runtime.h"
 #include "import/scenebuilder.h"
 #include "kivrender/platform/kivtext.h"
-#include "kivrender/scene/kivmeshedges.h"
+#include "kivrender/scene/kivplacedmesh.h"
 
 #include <algorithm>
 #include <cmath>
@@ -44,7 +44,10 @@ std::unique_ptr<KivMesh> movedMesh(const KivMesh& mesh, const Placement& from, c
         mesh.getTriangle(corners, i);
         moved->addTriangle(corners[0], corners[1], corners[2]);
     }
-    kivSetMeshEdges(*moved, kivMeshEdges(mesh)); // by vertices, whose numbers stay
+    // The numbers of the vertices stay.
+    kivSetMeshEdges(*moved, kivMovedMeshEdges(kivPlacedMeshEdges(mesh), [&from, &to](const Kiv3DPoint& point) {
+        return to.toScene(from.toModel(point));
+    }));
     return moved;
 }
 

@@ -129,6 +129,22 @@ struct Surface {
     std::vector<SurfaceEdge> edges;
 };
 
+// A surface at one of its places.
+struct SurfaceInstance {
+    std::uint32_t surface = 0;
+    // Where the axes of the surface lead: of one length, at right angles; and where its origin lies.
+    Vec3 x{1.0, 0.0, 0.0};
+    Vec3 y{0.0, 1.0, 0.0};
+    Vec3 z{0.0, 0.0, 1.0};
+    Vec3 origin;
+    std::uint32_t node = noIndex; // of the object, which gives the surface's parts their name too; noIndex: their own
+    std::uint32_t material = noIndex; // of those parts that have none
+
+    Vec3 placed(const Vec3& p) const {
+        return x * p.x + y * p.y + z * p.z + origin;
+    }
+};
+
 struct Polyline {
     std::vector<Vec3> points;
     bool closed = false;
@@ -162,6 +178,8 @@ struct ModelParts {
     double metresPerUnit = 0.0; // of the coordinates; 0 where the file does not say
     std::vector<Node> nodes;
     std::vector<Surface> surfaces;
+    // Empty: each surface stands once and as it is. Otherwise all that stands, in the order of the file.
+    std::vector<SurfaceInstance> instances;
     std::vector<Polyline> polylines;
     std::vector<Vec3> points;
     std::vector<Material> materials;
@@ -170,10 +188,14 @@ struct ModelParts {
     std::vector<std::string> animations; // their names
     std::vector<std::string> warnings;   // lines for the user, which lack the file's name
 
+    // Those of a surface as often as it stands.
     std::uint64_t numTriangles() const {
         std::uint64_t count = 0;
-        for (const Surface& surface : surfaces) {
-            count += surface.corners.size() / 3;
+        for (const SurfaceInstance& instance : instances) {
+            count += surfaces[instance.surface].corners.size() / 3;
+        }
+        for (std::size_t i = 0; instances.empty() && i < surfaces.size(); ++i) {
+            count += surfaces[i].corners.size() / 3;
         }
         return count;
     }

@@ -31,6 +31,9 @@ template <class Archive> void fields(Archive& archive, Surface& s) {
     archive(s.positions, s.normals, s.corners, s.cornerNormals, s.triangleParts, s.parts, s.hasEdges, s.edgePoints,
             s.edges);
 }
+template <class Archive> void fields(Archive& archive, SurfaceInstance& i) {
+    archive(i.surface, i.x, i.y, i.z, i.origin, i.node, i.material);
+}
 template <class Archive> void fields(Archive& archive, Polyline& l) {
     archive(l.points, l.closed, l.material);
 }
@@ -41,8 +44,8 @@ template <class Archive> void fields(Archive& archive, Light& l) {
     archive(l.name, l.kind, l.location, l.direction, l.attenuation, l.spotAngle, l.colour);
 }
 template <class Archive> void fields(Archive& archive, ModelParts& p) {
-    archive(p.format, p.zUp, p.metresPerUnit, p.nodes, p.surfaces, p.polylines, p.points, p.materials, p.cameras,
-            p.lights, p.animations, p.warnings);
+    archive(p.format, p.zUp, p.metresPerUnit, p.nodes, p.surfaces, p.instances, p.polylines, p.points, p.materials,
+            p.cameras, p.lights, p.animations, p.warnings);
 }
 template <class Archive> void fields(Archive& archive, ReaderRequest& r) {
     archive(r.kind, r.path, r.textures, r.readable, r.limits.maxElements, r.fineness.deflection,
@@ -235,6 +238,41 @@ void checkSurface(const Surface& surface, const ModelParts& parts) {
     }
 }
 
+// Of one length and at right angles, as normals turn along only then.
+bool areAxes(const SurfaceInstance& instance) {
+    constexpr double tolerance = 1e-6;
+    const double size = length(instance.x);
+    const double slack = tolerance * size;
+    return size > 0.0 && isUsable(instance.x) && isUsable(instance.y) && isUsable(instance.z) &&
+           std::fabs(length(instance.y) - size) <= slack && std::fabs(length(instance.z) - size) <= slack &&
+           std::fabs(dot(instance.x, instance.y)) <= slack * size &&
+           std::fabs(dot(instance.y, instance.z)) <= slack * size &&
+           std::fabs(dot(instance.z, instance.x)) <= slack * size;
+}
+
+// reach: of each surface, the largest of its coordinates.
+void checkInstance(const SurfaceInstance& instance, const ModelParts& parts, const std::vector<double>& reach) {
+    require(instance.node == noIndex || instance.node < parts.nodes.size(), "an instance of no node");
+    checkMaterialIndex(instance.material, parts);
+    require(areAxes(instance), "an instance that is not placed by axes at right angles");
+    const double farthest = 3.0 * length(instance.x) * reach[instance.surface];
+    require(isUsable(instance.origin) && farthest + length(instance.origin) <= maxCoordinate,
+            "an instance at a place that can't be used");
+}
+
+void checkInstances(const ModelParts& parts) {
+    std::vector<double> reach;
+    for (const Surface& surface : parts.surfaces) {
+        double& largest = reach.emplace_back(0.0);
+        for (const Vec3& p : surface.positions) {
+            largest = std::max({largest, std::fabs(p.x), std::fabs(p.y), std::fabs(p.z)});
+        }
+    }
+    for (const SurfaceInstance& instance : parts.instances) {
+        checkInstance(instance, parts, reach);
+    }
+}
+
 bool isColour(const Colour& c) {
     const auto inRange = [](double v) { return v >= 0.0 && v <= 1.0; };
     return inRange(c.r) && inRange(c.g) && inRange(c.b);
@@ -297,12 +335,16 @@ std::string readText(ByteSource& source) {
 }
 
 void checkParts(const ModelParts& parts, const ReadLimits& limits) {
+    for (const SurfaceInstance& instance : parts.instances) {
+        require(instance.surface < parts.surfaces.size(), "an instance of no surface");
+    }
     checkElements(parts.numTriangles() + parts.polylines.size() + parts.points.size(), limits);
     require(std::isfinite(parts.metresPerUnit) && parts.metresPerUnit >= 0.0, "a unit that can't be used");
     checkNodes(parts.nodes);
     for (const Surface& surface : parts.surfaces) {
         checkSurface(surface, parts);
     }
+    checkInstances(parts);
     for (const Polyline& line : parts.polylines) {
         require(line.points.size() >= 2, "a line with less than two points");
         checkPoints(line.points, "a line through a place that can't be used");

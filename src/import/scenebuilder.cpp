@@ -6,6 +6,7 @@
 #include "kivrender/scene/kivline.h"
 #include "kivrender/scene/kivmesh.h"
 #include "kivrender/scene/kivmeshedges.h"
+#include "kivrender/scene/kivplacedmesh.h"
 #include "kivrender/scene/kivpolyline.h"
 
 #include <algorithm>
@@ -84,6 +85,7 @@ public:
           trianglesOfAll(allTriangles) {}
 
     void addFile(ModelParts& parts, KivModelFileInfo& info) {
+        listInstances(parts);
         place(parts);
         firstNode = model.nodes.size();
         for (const Node& node : parts.nodes) {
@@ -99,18 +101,11 @@ public:
         for (std::size_t i = 0; i < parts.materials.size(); ++i) {
             materials[i] = toKivMaterial(parts.materials[i]);
         }
-        for (Surface& surface : parts.surfaces) {
-            const std::uint64_t given = surface.corners.size() / 3;
-            info.degenerate += weldSurface(surface, watchAt(0));
-            orientSurface(surface, watchAt(given / 3));
-            report(given / 2);
-            info.triangles += surface.corners.size() / 3;
-            for (const Surface::Part& part : surface.parts) {
-                markUsed(part.material, used);
+        for (const SurfaceInstance& instance : instances) {
+            addInstance(parts, instance, info);
+            for (const ShapePart& part : shapes[instance.surface].parts) {
+                markUsed(materialOf(part, instance), used);
             }
-            info.vertices += addSurface(surface);
-            surface = {};
-            builtTriangles += given;
         }
         for (const Polyline& line : parts.polylines) {
             markUsed(line.material, used);
@@ -153,14 +148,115 @@ private:
                 (p.z - model.origin.z) * model.scale};
     }
 
+    // A part of a surface as a mesh, without a material.
+    struct ShapePart {
+        std::unique_ptr<KivMesh> mesh;        // null without triangles, and once it is in the scene or shared
+        std::shared_ptr<const KivMesh> shape; // when it is shared
+        std::wstring name;
+        std::uint32_t material = noIndex;
+        std::uint32_t node = noIndex;
+        std::uint64_t vertices = 0; // without those that only edges have
+    };
+    struct Shape {
+        std::vector<ShapePart> parts;
+        std::uint64_t given = 0;      // triangles of the file
+        std::uint64_t degenerate = 0; // of these
+        bool isBuilt = false;
+        bool isShared = false; // it stands elsewhere than where it is, or more than once
+    };
+
+    static bool isInPlace(const SurfaceInstance& instance) {
+        const SurfaceInstance inPlace;
+        return instance.x == inPlace.x && instance.y == inPlace.y && instance.z == inPlace.z &&
+               instance.origin == inPlace.origin;
+    }
+
+    void listInstances(const ModelParts& parts) {
+        instances = parts.instances;
+        shapes.clear();
+        shapes.resize(parts.surfaces.size());
+        for (std::uint32_t i = 0; parts.instances.empty() && i < parts.surfaces.size(); ++i) {
+            instances.emplace_back().surface = i;
+        }
+        std::vector<int> uses(shapes.size(), 0);
+        for (const SurfaceInstance& instance : instances) {
+            Shape& shape = shapes[instance.surface];
+            shape.isShared = ++uses[instance.surface] > 1 || !isInPlace(instance) || shape.isShared;
+        }
+    }
+
+    KivMeshPlacement placementOf(const SurfaceInstance& instance) const {
+        return {toKivVector(instance.x), toKivVector(instance.y), toKivVector(instance.z),
+                toKivPoint(placed(instance.origin))};
+    }
+
+    static std::uint32_t materialOf(const ShapePart& part, const SurfaceInstance& instance) {
+        return part.material != noIndex ? part.material : instance.material;
+    }
+
+    void addInstance(ModelParts& parts, const SurfaceInstance& instance, KivModelFileInfo& info) {
+        Shape& shape = shapes[instance.surface];
+        if (!shape.isBuilt) {
+            buildShape(parts.surfaces[instance.surface], shape);
+        }
+        info.degenerate += shape.degenerate;
+        for (ShapePart& part : shape.parts) {
+            if (std::unique_ptr<KivMesh> mesh = meshOf(part, shape.isShared, instance)) {
+                info.triangles += mesh->getNumTriangles();
+                info.vertices += part.vertices;
+                KivMaterial material;
+                material = materialOf(materialOf(part, instance));
+                mesh->setMaterial(material);
+                scene.addMesh(mesh.release());
+                const std::uint32_t node = instance.node != noIndex ? instance.node : part.node;
+                model.meshNodes.push_back(node != noIndex ? static_cast<int>(firstNode + node) : -1);
+                model.meshNames.push_back(instance.node != noIndex ? model.nodes[firstNode + node].name : part.name);
+            }
+        }
+        builtTriangles += shape.given;
+    }
+
+    std::unique_ptr<KivMesh> meshOf(ShapePart& part, bool isShared, const SurfaceInstance& instance) const {
+        if (!isShared) {
+            return std::move(part.mesh);
+        }
+        if (part.mesh != nullptr) {
+            part.shape = std::move(part.mesh);
+        }
+        if (part.shape == nullptr) {
+            return nullptr;
+        }
+        auto mesh = std::make_unique<KivPlacedMesh>(part.shape, placementOf(instance));
+        kivSetMeshEdges(*mesh, kivMeshEdges(*part.shape));
+        return mesh;
+    }
+
+    // Leaves nothing of the surface.
+    void buildShape(Surface& surface, Shape& shape) {
+        shape.isBuilt = true;
+        shape.given = surface.corners.size() / 3;
+        shape.degenerate = weldSurface(surface, watchAt(0));
+        orientSurface(surface, watchAt(shape.given / 3));
+        report(shape.given / 2);
+        makeMeshes(surface, shape);
+        surface = {};
+    }
+
+    // Shapes lie around their own origin.
     void place(ModelParts& parts) const {
         const auto placeAll = [this](std::vector<Vec3>& points) {
             for (Vec3& p : points) {
                 p = placed(p);
             }
         };
-        for (Surface& surface : parts.surfaces) {
-            placeAll(surface.positions);
+        for (std::size_t i = 0; i < parts.surfaces.size(); ++i) {
+            if (!shapes[i].isShared) {
+                placeAll(parts.surfaces[i].positions);
+                continue;
+            }
+            for (Vec3& p : parts.surfaces[i].positions) {
+                p = p * model.scale;
+            }
         }
         for (Polyline& line : parts.polylines) {
             placeAll(line.points);
@@ -185,8 +281,8 @@ private:
         return toKivMaterial(plain);
     }
 
-    // One mesh for each part that has triangles. Returns the number of vertices.
-    std::uint64_t addSurface(const Surface& surface) {
+    // One mesh for each part that has triangles.
+    void makeMeshes(const Surface& surface, Shape& shape) {
         const SurfaceVertices vertices = makeVertices(surface, creaseAngle, watchAt(surface.corners.size() / 6));
         const std::size_t numTriangles = vertices.corners.size() / 3;
         std::vector<std::size_t> sizes(surface.parts.size(), 0);
@@ -206,13 +302,17 @@ private:
         }
         localIndex.assign(vertices.normals.size(), noIndex);
         findSides(surface);
-        std::uint64_t count = 0;
-        for (std::size_t part = 0; part < sizes.size(); ++part) {
-            if (sizes[part] > 0) {
-                count += addMesh(surface, vertices, surface.parts[part], triangles.data() + start[part], sizes[part]);
+        for (std::size_t i = 0; i < sizes.size(); ++i) {
+            const Surface::Part& source = surface.parts[i];
+            ShapePart& part = shape.parts.emplace_back();
+            part.name = nameOf(source);
+            part.material = source.material;
+            part.node = source.node;
+            if (sizes[i] > 0) {
+                part.mesh = makeMesh(surface, vertices, source, triangles.data() + start[i], sizes[i]);
+                part.vertices = members.size();
             }
         }
-        return count;
     }
 
     // Files that group by material alone name no objects.
@@ -220,12 +320,11 @@ private:
         return part.name.empty() && part.material != noIndex ? materialNames[part.material] : shownName(part.name);
     }
 
-    std::uint64_t addMesh(const Surface& surface, const SurfaceVertices& vertices, const Surface::Part& part,
-                          const std::uint32_t* triangles, std::size_t numTriangles) {
+    // Leaves the numbers of its vertices in members.
+    std::unique_ptr<KivMesh> makeMesh(const Surface& surface, const SurfaceVertices& vertices,
+                                      const Surface::Part& part, const std::uint32_t* triangles,
+                                      std::size_t numTriangles) {
         auto mesh = std::make_unique<KivMesh>();
-        KivMaterial material;
-        material = materialOf(part.material);
-        mesh->setMaterial(material);
         // A vertex between two parts comes into both meshes.
         members.clear();
         WorkWatch watch = watchAt(surface.corners.size() / 4);
@@ -260,10 +359,7 @@ private:
         if (surface.hasEdges) {
             addEdges(surface, vertices, static_cast<std::uint32_t>(&part - surface.parts.data()), *mesh);
         }
-        scene.addMesh(mesh.release());
-        model.meshNames.push_back(nameOf(part));
-        model.meshNodes.push_back(part.node != noIndex ? static_cast<int>(firstNode + part.node) : -1);
-        return members.size();
+        return mesh;
     }
 
     // A side of a triangle, for edges of parts that are cut up by colour.
@@ -434,6 +530,8 @@ private:
     std::vector<KivMaterial> materials;
     std::vector<std::wstring> materialNames; // of the same file
     std::size_t firstNode = 0;               // of the same file among the nodes of the model
+    std::vector<SurfaceInstance> instances;  // of the same file
+    std::vector<Shape> shapes;               // of each surface
     std::vector<std::uint32_t> localIndex;
     std::vector<std::uint32_t> members;
     std::vector<Side> sides;             // of the surface at hand, sorted
@@ -462,9 +560,15 @@ void addBounds(const ModelParts& parts, KivBox& bounds) {
         low = {std::min(low.x, p.x), std::min(low.y, p.y), std::min(low.z, p.z)};
         high = {std::max(high.x, p.x), std::max(high.y, p.y), std::max(high.z, p.z)};
     };
-    for (const Surface& surface : parts.surfaces) {
+    for (std::size_t i = 0; parts.instances.empty() && i < parts.surfaces.size(); ++i) {
+        for (const std::uint32_t corner : parts.surfaces[i].corners) {
+            add(parts.surfaces[i].positions[corner]);
+        }
+    }
+    for (const SurfaceInstance& instance : parts.instances) {
+        const Surface& surface = parts.surfaces[instance.surface];
         for (const std::uint32_t corner : surface.corners) {
-            add(surface.positions[corner]);
+            add(instance.placed(surface.positions[corner]));
         }
     }
     for (const Polyline& line : parts.polylines) {

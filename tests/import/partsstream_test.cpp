@@ -65,6 +65,7 @@ ModelParts everything() {
     surface.hasEdges = true;
     surface.edgePoints = {0, 1, 3, 3, 2};
     surface.edges = {{SurfaceEdge::Kind::tangent, 1, 0, 0, 3}, {SurfaceEdge::Kind::sharp, 0, noIndex, 3, 2}};
+    parts.instances = {{0, {0, 2, 0}, {-2, 0, 0}, {0, 0, 2}, {5, 6, 7}, 1, 0}};
     parts.polylines.push_back({{{0, 0, 0}, {1, 2, 3}, {4, 5, 6}}, true, 0});
     parts.points = {{7, 8, 9}};
     Camera& camera = parts.cameras.emplace_back();
@@ -113,6 +114,10 @@ TEST(PartsStream, EverythingComesOver) {
     EXPECT_EQ(read.surfaces[0].edgePoints, parts.surfaces[0].edgePoints);
     EXPECT_EQ(read.surfaces[0].edges[0].kind, SurfaceEdge::Kind::tangent);
     EXPECT_EQ(read.surfaces[0].edges[1].first, 3U);
+    EXPECT_EQ(read.instances.at(0).y, parts.instances[0].y);
+    EXPECT_EQ(read.instances.at(0).origin, parts.instances[0].origin);
+    EXPECT_EQ(read.instances.at(0).node, 1U);
+    EXPECT_EQ(read.instances.at(0).material, 0U);
     EXPECT_TRUE(read.polylines[0].closed);
     EXPECT_EQ(read.lights[0].kind, Light::Kind::spot);
     EXPECT_EQ(read.animations, parts.animations);
@@ -177,6 +182,28 @@ TEST(PartsStream, WhatCanNotBeUsedIsRefused) {
         {"an edge without its points", [](ModelParts& p) { p.surfaces[0].edges[1].count = 3; }},
         {"an edge without its points", [](ModelParts& p) { p.surfaces[0].edges[1].count = 1; }},
         {"an edge without its points", [](ModelParts& p) { p.surfaces[0].edges[1].first = noIndex; }},
+        {"an instance of no surface", [](ModelParts& p) { p.instances[0].surface = 1; }},
+        {"an instance of no node", [](ModelParts& p) { p.instances[0].node = 2; }},
+        {"a material index out of range", [](ModelParts& p) { p.instances[0].material = 1; }},
+        {"an instance that is not placed by axes at right angles",
+         [](ModelParts& p) {
+             p.instances[0].y = {-2, 0.1, 0};
+         }},
+        {"an instance that is not placed by axes at right angles",
+         [](ModelParts& p) {
+             p.instances[0].z = {0, 0, 3};
+         }},
+        {"an instance that is not placed by axes at right angles",
+         [](ModelParts& p) { p.instances[0].x = p.instances[0].y = p.instances[0].z = {}; }},
+        {"an instance that is not placed by axes at right angles", [](ModelParts& p) { p.instances[0].z.z = nan; }},
+        {"an instance at a place that can't be used", [](ModelParts& p) { p.instances[0].origin.y = infinity; }},
+        {"an instance at a place that can't be used",
+         [](ModelParts& p) {
+             p.instances[0].x = {1e20, 0, 0};
+             p.instances[0].y = {0, 1e20, 0};
+             p.instances[0].z = {0, 0, 1e20};
+             p.surfaces[0].positions[0] = {1e20, 0, 0};
+         }},
         {"a line with less than two points", [](ModelParts& p) { p.polylines[0].points.resize(1); }},
         {"a line through a place that can't be used", [](ModelParts& p) { p.polylines[0].points[2].x = nan; }},
         {"a point that can't be used", [](ModelParts& p) { p.points[0].y = infinity; }},
@@ -200,6 +227,10 @@ TEST(PartsStream, WhatCanNotBeUsedIsRefused) {
         }
     }
     EXPECT_THROW(checkParts(everything(), {3}), ImportError); // two triangles, a line and a point
+    ModelParts twice = everything();
+    twice.instances.push_back(twice.instances[0]);
+    EXPECT_NO_THROW(checkParts(twice, {6}));
+    EXPECT_THROW(checkParts(twice, {5}), ImportError) << "an instance counts as often as it stands";
 }
 
 // Whatever arrives is refused or sound.

@@ -102,7 +102,9 @@ private:
     struct Prototype {
         TopoDS_Shape shape;
         std::unique_ptr<CadStyles> styles;
-        std::optional<CadPart> part;
+        std::optional<CadPart> part; // without its surface, once that is among the parts
+        std::uint32_t surface = noIndex;
+        int uses = 0;
     };
     struct Instance {
         std::size_t prototype;
@@ -135,6 +137,7 @@ private:
             }
             instances.push_back({prototypeOf(node.RefLabel), node.Location.Transformation(), trail.back(),
                                  palette.surfaceOf(node.Style)});
+            ++prototypes[instances.back().prototype].uses;
         }
     }
 
@@ -191,12 +194,16 @@ private:
             Prototype& prototype = prototypes[instances[i].prototype];
             if (!prototype.part && !prototype.shape.IsNull()) {
                 prototype.part = takeMesh(prototype.shape, *prototype.styles, deflection, losses);
+                takeSurface(prototype, instances[i]);
             }
             if (prototype.part) {
-                elements += prototype.part->surface.corners.size() / 3 + prototype.part->wires.size();
+                elements += trianglesOf(prototype) + prototype.part->wires.size();
                 checkElements(elements, request.limits);
-                place(*prototype.part, instances[i]);
+                place(prototype, instances[i]);
             }
+        }
+        if (std::all_of(prototypes.begin(), prototypes.end(), [](const Prototype& each) { return each.uses == 1; })) {
+            parts.instances.clear(); // each stands once and as it is
         }
     }
 
@@ -207,31 +214,59 @@ private:
         return {at.X() / unit, at.Y() / unit, at.Z() / unit};
     }
 
-    void place(const CadPart& part, const Instance& instance) {
-        if (!part.surface.corners.empty()) {
-            Surface& surface = parts.surfaces.emplace_back(part.surface);
-            for (Vec3& p : surface.positions) {
-                p = placed(p, instance.placement);
-            }
-            for (Vec3& n : surface.normals) {
-                const gp_Vec turned = gp_Vec(n.x, n.y, n.z).Transformed(instance.placement);
-                n = unit_(turned);
-            }
-            if (instance.placement.IsNegative()) {
-                turnTriangles(surface);
-            }
-            for (Surface::Part& each : surface.parts) {
-                each.name = parts.nodes[instance.node].name;
-                each.node = instance.node;
-                each.material = each.material != noIndex ? each.material : instance.material;
+    std::uint64_t trianglesOf(const Prototype& prototype) const {
+        return prototype.surface != noIndex ? parts.surfaces[prototype.surface].corners.size() / 3 : 0;
+    }
+
+    // The surface of a part that stands once is at its place in the file; several instances share one.
+    void takeSurface(Prototype& prototype, const Instance& first) {
+        if (prototype.part->surface.corners.empty()) {
+            return;
+        }
+        prototype.surface = static_cast<std::uint32_t>(parts.surfaces.size());
+        Surface& surface = parts.surfaces.emplace_back(std::move(prototype.part->surface));
+        const bool isShared = prototype.uses > 1;
+        const gp_Trsf placement = isShared ? gp_Trsf() : first.placement;
+        for (Vec3& p : surface.positions) {
+            p = placed(p, placement);
+        }
+        for (Vec3& n : surface.normals) {
+            n = unit_(gp_Vec(n.x, n.y, n.z).Transformed(placement));
+        }
+        if (placement.IsNegative()) {
+            turnTriangles(surface);
+        }
+        for (Surface::Part& each : surface.parts) {
+            each.name = isShared ? std::string() : parts.nodes[first.node].name;
+            each.node = isShared ? noIndex : first.node;
+            each.material = isShared || each.material != noIndex ? each.material : first.material;
+        }
+    }
+
+    void place(const Prototype& prototype, const Instance& instance) {
+        if (prototype.surface != noIndex) {
+            SurfaceInstance& added = parts.instances.emplace_back();
+            added.surface = prototype.surface;
+            if (prototype.uses > 1) {
+                const gp_Mat axes = instance.placement.VectorialPart();
+                added.x = toVec(axes.Column(1));
+                added.y = toVec(axes.Column(2));
+                added.z = toVec(axes.Column(3));
+                added.origin = toVec(instance.placement.TranslationPart()) * (1.0 / unit);
+                added.node = instance.node;
+                added.material = instance.material;
             }
         }
-        for (const Polyline& wire : part.wires) {
+        for (const Polyline& wire : prototype.part->wires) {
             Polyline& line = parts.polylines.emplace_back(wire);
             for (Vec3& p : line.points) {
                 p = placed(p, instance.placement);
             }
         }
+    }
+
+    static Vec3 toVec(const gp_XYZ& v) {
+        return {v.X(), v.Y(), v.Z()};
     }
 
     static Vec3 unit_(const gp_Vec& v) {

@@ -8,8 +8,8 @@
 
 namespace kivimport {
 
-// Parts in the order of the file's tree, each instance with triangles of its own, in the units of the file. Throws
-// ImportError.
+// Objects in the order of the file's tree, in the units of the file; a part with several instances has its triangles
+// once. Throws ImportError.
 ModelParts readCad(const ReaderRequest& request, ReaderReport& report);
 
 } // namespace kivimport

@@ -1,7 +1,7 @@
 #include "kivrender/geometry/kivsurface.h"
 
 #include "kivrender/scene/kivmesh.h"
-#include "kivrender/scene/kivmeshedges.h"
+#include "kivrender/scene/kivplacedmesh.h"
 
 #include <algorithm>
 #include <bit>
@@ -71,7 +71,7 @@ private:
 
 // place: the point of each vertex.
 void readNamedEdges(const KivMesh& mesh, const std::vector<std::uint32_t>& place, KivSurface& surface) {
-    const std::shared_ptr<const KivMeshEdges> named = kivMeshEdges(mesh);
+    const std::shared_ptr<const KivMeshEdges> named = kivPlacedMeshEdges(mesh);
     if (named == nullptr) {
         return;
     }

@@ -1,6 +1,7 @@
 #include "kivrender/scene/kivmesh.h"
 
 #include "kivrender/scene/kivmeshedges.h"
+#include "kivrender/scene/kivplacedmesh.h"
 #include "kivrender/scene/kivpolyline.h"
 
 #include <algorithm>
@@ -11,6 +12,28 @@ namespace {
 // Two corners this near to each other on every axis are one vertex.
 constexpr double weldTolerance = 0.0001;
 
+// Appends all that the accessors of the source give.
+void copyGeometry(const KivMesh& source, KivMesh& target) {
+    const unsigned int vertexCount = source.getNumVertexs();
+    target.reserveVertexs(vertexCount);
+    for (unsigned int i = 0; i < vertexCount; ++i) {
+        target.addVertex(source.getVertex(i));
+    }
+    if (source.hasNormals()) {
+        target.reserveNormals(vertexCount);
+        for (unsigned int i = 0; i < vertexCount; ++i) {
+            target.addNormal(source.getNormal(i));
+        }
+    }
+    const unsigned int triangleCount = source.getNumTriangles();
+    target.reserveTriangles(triangleCount);
+    for (unsigned int t = 0; t < triangleCount; ++t) {
+        unsigned int indices[3] = {};
+        source.getTriangle(indices, t);
+        target.addTriangle(indices[0], indices[1], indices[2]);
+    }
+}
+
 } // namespace
 
 KivMesh::KivMesh() = default;
@@ -18,30 +41,13 @@ KivMesh::KivMesh() = default;
 // The shader settings belong to the one object that they were set on, so a copy starts without any.
 // NOLINTNEXTLINE(bugprone-copy-constructor-init)
 KivMesh::KivMesh(const KivMesh& source) : Kiv3DObject() {
-    const unsigned int vertexCount = source.getNumVertexs();
-    reserveVertexs(vertexCount);
-    for (unsigned int i = 0; i < vertexCount; ++i) {
-        addVertex(source.getVertex(i));
-    }
-    if (source.hasNormals()) {
-        reserveNormals(vertexCount);
-        for (unsigned int i = 0; i < vertexCount; ++i) {
-            addNormal(source.getNormal(i));
-        }
-    }
-    const unsigned int triangleCount = source.getNumTriangles();
-    reserveTriangles(triangleCount);
-    for (unsigned int t = 0; t < triangleCount; ++t) {
-        unsigned int indices[3] = {};
-        source.getTriangle(indices, t);
-        addTriangle(indices[0], indices[1], indices[2]);
-    }
+    copyGeometry(source, *this);
     // Assigned, since copy construction of a material changes its diffuse colour.
     material = source.material;
     if (const KivBox* box = source.getBoundingBox()) {
         boundingBox = std::make_unique<KivBox>(*box);
     }
-    kivSetMeshEdges(*this, kivMeshEdges(source));
+    kivSetMeshEdges(*this, kivPlacedMeshEdges(source));
 }
 
 KivMesh& KivMesh::operator=(const KivMesh& other) {
@@ -52,11 +58,14 @@ KivMesh& KivMesh::operator=(const KivMesh& other) {
     triangles = other.triangles;
     vertexs = other.vertexs;
     normals = other.normals;
+    if (dynamic_cast<const KivPlacedMesh*>(&other) != nullptr) {
+        copyGeometry(other, *this); // whose own arrays are empty
+    }
     material = other.material;
     // Each side keeps a box of its own: both will delete theirs. The scratch array of a weld is nobody else's business.
     vertexsFaces.reset();
     boundingBox = other.boundingBox != nullptr ? std::make_unique<KivBox>(*other.boundingBox) : nullptr;
-    kivSetMeshEdges(*this, kivMeshEdges(other));
+    kivSetMeshEdges(*this, kivPlacedMeshEdges(other));
     return *this;
 }
 

@@ -1,5 +1,6 @@
 #include "kivrender/scene/kivmeshedges.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cstddef>
 #include <mutex>
@@ -45,4 +46,14 @@ std::shared_ptr<const KivMeshEdges> kivMeshEdges(const KivMesh& mesh) {
     const std::scoped_lock lock(all.guard);
     const auto found = all.entries.find(&mesh);
     return found != all.entries.end() ? found->second : nullptr;
+}
+
+std::shared_ptr<const KivMeshEdges> kivMovedMeshEdges(const std::shared_ptr<const KivMeshEdges>& edges,
+                                                      const std::function<Kiv3DPoint(const Kiv3DPoint& point)>& move) {
+    if (edges == nullptr || edges->beyond.empty()) {
+        return edges;
+    }
+    auto moved = std::make_shared<KivMeshEdges>(*edges);
+    std::transform(moved->beyond.begin(), moved->beyond.end(), moved->beyond.begin(), move);
+    return moved;
 }

@@ -11,6 +11,7 @@
 #include "kivrender/scene/kiv3dpoint.h"
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -37,6 +38,7 @@ struct KivMeshEdges {
     std::vector<KivMeshEdge> edges;
     // For edges that have something beyond, at the place of the vertex at which each stretch begins: a point of the
     // other mesh's face beside it. It tells from where the edge is an outline. As many as there are vertices, or none.
+    // Those of a placed mesh (kivplacedmesh.h) are in the coordinates of its shape.
     std::vector<Kiv3DPoint> beyond;
 };
 
@@ -46,5 +48,11 @@ KIV_API void kivSetMeshEdges(const KivMesh& mesh, std::shared_ptr<const KivMeshE
 
 // Null for a plain mesh. Costs a look into a table; loops keep the answer.
 KIV_API std::shared_ptr<const KivMeshEdges> kivMeshEdges(const KivMesh& mesh);
+
+// The edges for a mesh that was moved: move says where each point comes to lie. The same object where nothing in it is
+// a place. Null stays null.
+KIV_API std::shared_ptr<const KivMeshEdges>
+kivMovedMeshEdges(const std::shared_ptr<const KivMeshEdges>& edges,
+                  const std::function<Kiv3DPoint(const Kiv3DPoint& point)>& move);
 
 #endif

@@ -1,16 +1,31 @@
 #include "cadfiles.h"
 
 #include <cmath>
+#include <numbers>
 #include <stdexcept>
 
 #include <BRepAlgoAPI_Cut.hxx>
 #include <BRepAlgoAPI_Fuse.hxx>
+#include <BRepBuilderAPI_MakeEdge.hxx>
+#include <BRepBuilderAPI_MakeFace.hxx>
+#include <BRepBuilderAPI_MakePolygon.hxx>
+#include <BRepBuilderAPI_MakeWire.hxx>
 #include <BRepFilletAPI_MakeFillet.hxx>
+#include <BRepLib.hxx>
+#include <BRepOffsetAPI_ThruSections.hxx>
 #include <BRepPrimAPI_MakeBox.hxx>
 #include <BRepPrimAPI_MakeCylinder.hxx>
+#include <BRepPrimAPI_MakePrism.hxx>
+#include <BRepPrimAPI_MakeRevol.hxx>
 #include <BRepPrimAPI_MakeSphere.hxx>
 #include <BRepTools.hxx>
 #include <BRep_Tool.hxx>
+#include <GCE2d_MakeSegment.hxx>
+#include <GC_MakeArcOfCircle.hxx>
+#include <Geom2d_Ellipse.hxx>
+#include <Geom2d_TrimmedCurve.hxx>
+#include <Geom_CylindricalSurface.hxx>
+#include <Geom_TrimmedCurve.hxx>
 #include <IGESCAFControl_Writer.hxx>
 #include <IGESControl_Controller.hxx>
 #include <Interface_Static.hxx>
@@ -28,7 +43,10 @@
 #include <XCAFDoc_ColorTool.hxx>
 #include <XCAFDoc_DocumentTool.hxx>
 #include <XCAFDoc_ShapeTool.hxx>
+#include <gp.hxx>
 #include <gp_Ax2.hxx>
+#include <gp_Ax2d.hxx>
+#include <gp_Ax3.hxx>
 
 namespace {
 
@@ -109,6 +127,70 @@ TopoDS_Shape bolt() {
         .Shape();
 }
 
+TopoDS_Shape bottle() {
+    const auto point = [](double r, double z) { return gp_Pnt(r, 0.0, z); };
+    BRepBuilderAPI_MakeWire outline;
+    const auto line = [&](const gp_Pnt& a, const gp_Pnt& b) { outline.Add(BRepBuilderAPI_MakeEdge(a, b)); };
+    // An eighth of a turn tells which way round.
+    const auto arc = [&](const gp_Pnt& a, const gp_Pnt& centre, double from, double radius, const gp_Pnt& b) {
+        const double middle = from + std::numbers::pi / 4.0;
+        const gp_Pnt on = point(centre.X() + radius * std::cos(middle), centre.Z() + radius * std::sin(middle));
+        outline.Add(BRepBuilderAPI_MakeEdge(GC_MakeArcOfCircle(a, on, b).Value()));
+    };
+    constexpr double pi = std::numbers::pi;
+    line(point(0.0, 0.0), point(17.0, 0.0));
+    arc(point(17.0, 0.0), point(17.0, 3.0), -pi / 2.0, 3.0, point(20.0, 3.0));
+    line(point(20.0, 3.0), point(20.0, 38.0));
+    arc(point(20.0, 38.0), point(12.0, 38.0), 0.0, 8.0, point(12.0, 46.0));
+    arc(point(12.0, 46.0), point(12.0, 50.0), -pi, 4.0, point(8.0, 50.0));
+    line(point(8.0, 50.0), point(8.0, 64.0));
+    line(point(8.0, 64.0), point(7.0, 64.0));
+    line(point(7.0, 64.0), point(7.0, 45.0));
+    line(point(7.0, 45.0), point(0.0, 45.0));
+    line(point(0.0, 45.0), point(0.0, 0.0));
+    return BRepPrimAPI_MakeRevol(BRepBuilderAPI_MakeFace(outline.Wire()).Face(), gp::OZ()).Shape();
+}
+
+TopoDS_Shape gear() {
+    constexpr int teeth = 16;
+    BRepBuilderAPI_MakePolygon outline;
+    for (int i = 0; i < teeth * 4; ++i) {
+        const double turn = 2.0 * std::numbers::pi * (i + (i % 4 == 1 || i % 4 == 3 ? 0.4 : 0.0)) / (teeth * 4);
+        const double radius = i % 4 < 2 ? 20.0 : 16.0;
+        outline.Add(gp_Pnt(radius * std::cos(turn), radius * std::sin(turn), 0.0));
+    }
+    outline.Close();
+    const TopoDS_Shape wheel =
+        BRepPrimAPI_MakePrism(BRepBuilderAPI_MakeFace(outline.Wire()).Face(), gp_Vec(0.0, 0.0, 8.0)).Shape();
+    return BRepAlgoAPI_Cut(wheel, BRepPrimAPI_MakeCylinder(6.0, 8.0).Shape()).Shape();
+}
+
+TopoDS_Shape threadedRod() {
+    // On a cylinder a straight line of its parameters is a helix. Two closed ones, on cylinders of their own, with a
+    // solid between them: a ridge that begins and ends in a point.
+    constexpr double height = 20.0;
+    const gp_Ax3 axes(gp_Pnt(0.0, 0.0, 5.0), gp_Dir(0.0, 0.0, 1.0));
+    const double steep = std::atan2(height, 4.0 * std::numbers::pi);
+    const double half = std::hypot(height, 4.0 * std::numbers::pi) / 2.0;
+    const gp_Ax2d along(gp_Pnt2d(2.0 * std::numbers::pi, height / 2.0), gp_Dir2d(std::cos(steep), std::sin(steep)));
+    BRepOffsetAPI_ThruSections ridge(true);
+    ridge.CheckCompatibility(false);
+    for (const bool isOuter : {false, true}) {
+        const Handle(Geom_CylindricalSurface) surface = new Geom_CylindricalSurface(axes, isOuter ? 9.0 : 7.8);
+        const Handle(Geom2d_Ellipse) ellipse = new Geom2d_Ellipse(along, half, isOuter ? 0.4 : 1.2);
+        const Handle(Geom2d_TrimmedCurve) arc = new Geom2d_TrimmedCurve(ellipse, 0.0, std::numbers::pi);
+        const gp_Pnt2d begin = ellipse->Value(0.0);
+        const gp_Pnt2d end = ellipse->Value(std::numbers::pi);
+        const Handle(Geom2d_TrimmedCurve) back = GCE2d_MakeSegment(end, begin).Value();
+        const TopoDS_Wire wire =
+            BRepBuilderAPI_MakeWire(BRepBuilderAPI_MakeEdge(arc, surface), BRepBuilderAPI_MakeEdge(back, surface))
+                .Wire();
+        BRepLib::BuildCurves3d(wire);
+        ridge.AddWire(wire);
+    }
+    return BRepAlgoAPI_Fuse(BRepPrimAPI_MakeCylinder(8.0, 30.0).Shape(), ridge.Shape()).Shape();
+}
+
 Handle(TDocStd_Document) boltedPlate(int count) {
     const Handle(TDocStd_Document) document = emptyDocument();
     const Handle(XCAFDoc_ShapeTool) shapes = XCAFDoc_DocumentTool::ShapeTool(document->Main());
@@ -133,6 +215,20 @@ Handle(TDocStd_Document) boltedPlate(int count) {
         setName(instance, ("bolt " + std::to_string(i + 1)).c_str());
     }
     setName(shapes->AddComponent(all, group, TopLoc_Location()), "bolts");
+    shapes->UpdateAssemblies();
+    return document;
+}
+
+Handle(TDocStd_Document) assemblyOf(const TopoDS_Shape& part, const std::vector<gp_Trsf>& places) {
+    const Handle(TDocStd_Document) document = emptyDocument();
+    const Handle(XCAFDoc_ShapeTool) shapes = XCAFDoc_DocumentTool::ShapeTool(document->Main());
+    const TDF_Label all = shapes->NewShape();
+    setName(all, "all");
+    const TDF_Label label = shapes->AddShape(part, false);
+    setName(label, "part");
+    for (std::size_t i = 0; i < places.size(); ++i) {
+        setName(shapes->AddComponent(all, label, places[i]), ("part " + std::to_string(i + 1)).c_str());
+    }
     shapes->UpdateAssemblies();
     return document;
 }

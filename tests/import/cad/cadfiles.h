@@ -3,9 +3,11 @@
 #define TESTS_IMPORT_CAD_CADFILES_H
 
 #include <string>
+#include <vector>
 
 #include <TDocStd_Document.hxx>
 #include <TopoDS_Shape.hxx>
+#include <gp_Trsf.hxx>
 
 // 40 by 30 by 20 from the origin, its upright edges rounded by 5.
 TopoDS_Shape filletedBox();
@@ -15,10 +17,19 @@ TopoDS_Shape cylinder();
 TopoDS_Shape sphereWithHoles();
 // A shank of radius 2, 10 long, with a head of radius 4, 3 high.
 TopoDS_Shape bolt();
+// A body of revolution with a round shoulder and a neck that is open above; every face runs smoothly into the next on
+// the way from the foot to the lip. 40 wide, 64 high, upright on the origin.
+TopoDS_Shape bottle();
+// 16 teeth between the radii 16 and 20, 8 high, with a bore of radius 6. Upright on the origin.
+TopoDS_Shape gear();
+// A cylinder of radius 8, 30 high, with a ridge that winds round it twice. Upright on the origin.
+TopoDS_Shape threadedRod();
 
 // An assembly "plate with bolts": a blue plate "base" of 100 by 100 by 5, with a red upper side, and `count` bolts
 // named "bolt 1" and so on, ten in a row, in a group "bolts". They are yellow.
 Handle(TDocStd_Document) boltedPlate(int count);
+// An assembly "all" of one part at several places, named "part 1" and so on.
+Handle(TDocStd_Document) assemblyOf(const TopoDS_Shape& part, const std::vector<gp_Trsf>& places);
 Handle(TDocStd_Document) documentOf(const TopoDS_Shape& shape, const char* name);
 
 // unit: as Open CASCADE's writers name it, "MM" or "INCH". Throws if the file can't be written.

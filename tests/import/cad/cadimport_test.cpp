@@ -12,6 +12,8 @@
 #include <fstream>
 #include <sstream>
 
+#include <malloc.h>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -101,6 +103,45 @@ TEST(CadImport, EachColourOfAPartIsAMeshAndEachEdgeIsOnOneOfThem) {
         }
     }
     EXPECT_EQ(between, 4);
+}
+
+// Bytes that the process has taken from its heap.
+std::size_t heapInUse() {
+    const struct mallinfo2 heap = mallinfo2();
+    return heap.uordblks + heap.hblkhd;
+}
+
+TEST(CadImport, InstancesShareTheirTriangles) {
+    constexpr int more = 1000;
+    const TestFolder folder;
+    KivModelOptions options;
+    options.deflection = 0.0005;
+    std::size_t taken[2] = {};
+    KivModel models[2];
+    for (const int i : {0, 1}) {
+        writeStep(folder.path("p.stp"), boltedPlate(2 + i * more));
+        const std::size_t before = heapInUse();
+        ASSERT_EQ(import(folder.path("p.stp"), models[i], options), "");
+        taken[i] = heapInUse() - before;
+    }
+    if (heapInUse() == 0) {
+        GTEST_SKIP() << "the heap of a sanitizer does not count";
+    }
+    ASSERT_EQ(models[1].scene->numMeshes(), models[0].scene->numMeshes() + more);
+    const KivMesh& bolt = *models[1].scene->getMesh(models[1].scene->numMeshes() - 1);
+    ASSERT_GT(bolt.getNumTriangles(), 1000U);
+    EXPECT_EQ(models[1].files[0].triangles - models[0].files[0].triangles, more * bolt.getNumTriangles());
+    EXPECT_LT(taken[1] - taken[0], more * std::size_t{1024});
+    EXPECT_EQ(kivMeshEdges(bolt), kivMeshEdges(*models[1].scene->getMesh(2)));
+    std::printf("%zu bytes for each of %d instances of %u triangles\n", (taken[1] - taken[0]) / more, more,
+                bolt.getNumTriangles());
+    // The last one stands where its number says.
+    KivMesh copy(bolt);
+    const KivBox& box = *copy.getBoundingBox();
+    const Kiv3DPoint low = models[1].toScene({1.0 + (more + 1) % 10 * 10.0, 1.0 + (more + 1) / 10 * 10.0, 5.0});
+    EXPECT_NEAR(box.getXMin(), low.x, 1e-3 * models[1].scale);
+    EXPECT_NEAR(box.getYMin(), low.y, 1e-3 * models[1].scale);
+    EXPECT_NEAR(box.getZMin(), low.z, 1e-9);
 }
 
 TEST(CadImport, CanBeCancelled) {

@@ -2,13 +2,16 @@
 #include "../../lines/linecameras.h"
 #include "../importtestfiles.h"
 #include "cadfiles.h"
+#include "import/cad/cadreader.h"
 #include "import/kivmodelimport.h"
 #include "kivrender/geometry/kivsurface.h"
 #include "kivrender/lines/kivlineengine.h"
 #include "kivrender/platform/kivtext.h"
 #include "kivrender/scene/kivmesh.h"
+#include "sampledlines.h"
 
 #include <cmath>
+#include <cstdlib>
 #include <numbers>
 
 #include <gtest/gtest.h>
@@ -27,27 +30,35 @@ KivVec towardsViewer() {
     return {std::cos(elevation) * std::cos(azimuth), std::cos(elevation) * std::sin(azimuth), std::sin(elevation)};
 }
 
-// Of one part that is written and read.
-KivModel modelOf(const TopoDS_Shape& shape) {
-    const TestFolder folder;
-    writeStep(folder.path("part.step"), documentOf(shape, "part"));
+KivModel modelOf(const std::string& path) {
     KivModelOptions options;
     options.picturePixels = pixels;
     KivModel model;
     std::wstring message;
-    EXPECT_TRUE(kivImportModels({kivFromUtf8(folder.path("part.step"))}, options, model, message))
-        << kivToUtf8(message);
+    EXPECT_TRUE(kivImportModels({kivFromUtf8(path)}, options, model, message)) << kivToUtf8(message);
     return model;
+}
+
+// Of one part that is written and read.
+KivModel modelOf(const TopoDS_Shape& shape) {
+    const TestFolder folder;
+    writeStep(folder.path("part.step"), documentOf(shape, "part"));
+    return modelOf(folder.path("part.step"));
+}
+
+KivLineView obliqueView() {
+    return {lineCamera(KivCamera::orthographic, towardsViewer() * 1000.0, halfWidth, 1.0, 2000.0), pixels, pixels};
 }
 
 // In a parallel view from above the horizon.
 std::vector<KivFoundLine> linesOf(const KivModel& model, bool tangents = true) {
-    const KivCamera camera = lineCamera(KivCamera::orthographic, towardsViewer() * 1000.0, halfWidth, 1.0, 2000.0);
-    KivLineEngine engine(KivLineView(camera, pixels, pixels));
-    KivLineBody body;
-    body.surface = kivReadSurface(*model.scene->getMesh(0));
-    body.rules.features.tangents = tangents;
-    engine.add(std::move(body));
+    KivLineEngine engine(obliqueView());
+    for (std::size_t i = 0; i < model.scene->numMeshes(); ++i) {
+        KivLineBody body;
+        body.surface = kivReadSurface(*model.scene->getMesh(static_cast<unsigned int>(i)));
+        body.rules.features.tangents = tangents;
+        engine.add(std::move(body));
+    }
     EXPECT_TRUE(engine.find());
     return engine.lines();
 }
@@ -111,6 +122,24 @@ TEST(CadLines, TheOutlineOfABallIsRoundToHalfAPixel) {
     EXPECT_GT(onOutline, 100);
 }
 
+TEST(CadLines, TheOutlineOfAFilletIsRoundToHalfAPixel) {
+    const KivModel model = modelOf(filletedBox());
+    int onFillet = 0;
+    for (const KivFoundLine& line : linesOf(model, false)) {
+        for (const KivVec& p : line.space) {
+            // In millimetres, from the axis of the next fillet outwards.
+            const double x = std::fabs(p.x / model.scale + model.origin.x - 20.0) - 15.0;
+            const double y = std::fabs(p.y / model.scale + model.origin.y - 15.0) - 10.0;
+            if (x > 0.1 && y > 0.1) {
+                ++onFillet;
+                EXPECT_NEAR(std::hypot(x, y) * model.scale * perUnit, 5.0 * model.scale * perUnit, 0.5);
+            }
+        }
+    }
+    // Rims of three fillets, and the contours of two.
+    EXPECT_GT(onFillet, 100);
+}
+
 TEST(CadLines, TangentEdgesAreLinesOfTheirOwnAndMayBeLeftOut) {
     const KivModel model = modelOf(filletedBox());
     double tangent = 0.0;
@@ -123,4 +152,78 @@ TEST(CadLines, TangentEdgesAreLinesOfTheirOwnAndMayBeLeftOut) {
     for (const KivFoundLine& line : linesOf(model, false)) {
         EXPECT_NE(line.kind, Kind::tangent);
     }
+}
+
+// The lines of whole drawings, held to what rays see of a tessellation that is ten times as fine.
+class SampledCadLines : public testing::Test {
+protected:
+    void compare(const Handle(TDocStd_Document) & document, double deflection) {
+        const TestFolder folder;
+        const std::string path = folder.path("part.step");
+        writeStep(path, document);
+        compare(path, deflection);
+    }
+
+    // deflection: of the fine tessellation, in millimetres.
+    void compare(const std::string& path, double deflection) {
+        const KivModel model = modelOf(path);
+        kivimport::ReaderRequest request;
+        request.path = path;
+        request.limits = {50'000'000};
+        request.fineness.deflection = deflection;
+        SilentReport report;
+        const kivimport::ModelParts fine = kivimport::readCad(request, report);
+        const auto toScene = [&model](const kivimport::Vec3& p) {
+            const Kiv3DPoint at = model.toScene({p.x, p.y, p.z});
+            return KivVec{at.x, at.y, at.z};
+        };
+        const SampledLines expected = sampleLines(fine, obliqueView(), deflection * model.scale, toScene);
+        double found[kivStrokeKinds] = {};
+        for (const KivFoundLine& line : linesOf(model)) {
+            found[static_cast<int>(line.kind)] += lengthOf(line);
+        }
+        const auto of = [&found](Kind kind) { return found[static_cast<int>(kind)]; };
+        // An edge of which one face is seen is a contour to the engine.
+        const double whole = expected.edges + expected.contours;
+        std::printf("edges and contours %.0f of %.0f, tangent edges %.0f of %.0f\n", of(Kind::edge) + of(Kind::contour),
+                    whole, of(Kind::tangent), expected.tangents);
+        EXPECT_NEAR(of(Kind::edge) + of(Kind::contour), whole, whole * 0.01);
+        EXPECT_NEAR(of(Kind::tangent), expected.tangents, whole * 0.01);
+        for (const Kind none : {Kind::boundary, Kind::crease, Kind::material, Kind::intersection, Kind::own}) {
+            EXPECT_EQ(of(none), 0.0) << kivNameOf(none);
+        }
+    }
+};
+
+TEST_F(SampledCadLines, OfABoxWithRoundedEdges) {
+    compare(documentOf(filletedBox(), "box"), 0.002);
+}
+
+TEST_F(SampledCadLines, OfABottle) {
+    compare(documentOf(bottle(), "bottle"), 0.005);
+}
+
+TEST_F(SampledCadLines, OfAGear) {
+    compare(documentOf(gear(), "gear"), 0.002);
+}
+
+TEST_F(SampledCadLines, OfASphereWithHoles) {
+    compare(documentOf(sphereWithHoles(), "ball"), 0.01);
+}
+
+TEST_F(SampledCadLines, OfFiftyBoltsOnAPlate) {
+    compare(boltedPlate(50), 0.002);
+}
+
+TEST_F(SampledCadLines, OfAThread) {
+    compare(documentOf(threadedRod(), "rod"), 0.005);
+}
+
+// A file of one's own: SELVARIN_CAD_FILE names it.
+TEST_F(SampledCadLines, OfTheFileThatIsNamed) {
+    const char* const named = std::getenv("SELVARIN_CAD_FILE");
+    if (named == nullptr) {
+        GTEST_SKIP() << "SELVARIN_CAD_FILE names no file";
+    }
+    compare(std::string(named), 0.02);
 }

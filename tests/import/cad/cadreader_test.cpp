@@ -12,6 +12,7 @@
 #include <utility>
 
 #include <gmock/gmock.h>
+#include <gp_Ax1.hxx>
 #include <gtest/gtest.h>
 
 namespace {
@@ -120,9 +121,11 @@ std::string pathOf(const ModelParts& parts, std::uint32_t node) {
     return at.parent == noIndex ? at.name : pathOf(parts, at.parent) + "/" + at.name;
 }
 
-Vec3 lowest(const Surface& surface) {
-    Vec3 low = surface.positions.front();
-    for (const Vec3& p : surface.positions) {
+Vec3 lowest(const ModelParts& parts, const SurfaceInstance& instance) {
+    const Surface& surface = parts.surfaces.at(instance.surface);
+    Vec3 low = instance.placed(surface.positions.front());
+    for (const Vec3& each : surface.positions) {
+        const Vec3 p = instance.placed(each);
         low = {std::min(low.x, p.x), std::min(low.y, p.y), std::min(low.z, p.z)};
     }
     return low;
@@ -197,7 +200,8 @@ TEST_F(CadReaderTest, AnAssemblyKeepsItsTreeItsColoursAndItsPlaces) {
     EXPECT_TRUE(parts.zUp);
     EXPECT_DOUBLE_EQ(parts.metresPerUnit, 1e-3);
     EXPECT_THAT(parts.warnings, IsEmpty());
-    ASSERT_EQ(parts.surfaces.size(), 13U);
+    ASSERT_EQ(parts.surfaces.size(), 2U) << "the bolts share one";
+    ASSERT_EQ(parts.instances.size(), 13U);
 
     const Surface& plate = parts.surfaces[0];
     EXPECT_EQ(pathOf(parts, plate.parts[0].node), "plate with bolts/base");
@@ -209,15 +213,29 @@ TEST_F(CadReaderTest, AnAssemblyKeepsItsTreeItsColoursAndItsPlaces) {
         expectColour(colour, isUpper ? 0.9 : 0.2, isUpper ? 0.1 : 0.4, isUpper ? 0.1 : 0.8);
     }
     for (std::size_t i = 0; i < 12; ++i) {
-        const Surface& each = parts.surfaces[i + 1];
-        EXPECT_EQ(pathOf(parts, each.parts[0].node), "plate with bolts/bolts/bolt " + std::to_string(i + 1));
-        EXPECT_EQ(each.corners, parts.surfaces[1].corners);
-        const Vec3 low = lowest(each);
+        const SurfaceInstance& each = parts.instances[i + 1];
+        EXPECT_EQ(pathOf(parts, each.node), "plate with bolts/bolts/bolt " + std::to_string(i + 1));
+        EXPECT_EQ(each.surface, 1U);
+        const Vec3 low = lowest(parts, each);
         EXPECT_NEAR(low.x, 1.0 + static_cast<double>(i % 10) * 10.0, 0.02); // on the circle of a polygon
         EXPECT_NEAR(low.y, 1.0 + static_cast<double>(i / 10) * 10.0, 0.02);
         EXPECT_NEAR(low.z, 5.0, 1e-9);
-        expectColour(materialOf(parts, each, 0), 0.9, 0.8, 0.2);
+        expectColour(materialOf(parts, parts.surfaces[1], 0), 0.9, 0.8, 0.2);
     }
+}
+
+TEST_F(CadReaderTest, InstancesAreTurnedInTheUnitsOfTheFile) {
+    gp_Trsf turn;
+    turn.SetRotation(gp_Ax1(gp_Pnt(), gp_Dir(1.0, 0.0, 0.0)), pi / 2.0);
+    writeStep(folder.path("inch.step"), assemblyOf(bolt(), {turn, gp_Trsf()}), "INCH");
+    const ModelParts inch = readFile(requestOf(folder.path("inch.step")));
+    ASSERT_EQ(inch.surfaces.size(), 1U);
+    ASSERT_EQ(inch.instances.size(), 2U);
+    // The bolt's axis, z from 0 to 13 mm, lies along -y.
+    const Vec3 low = lowest(inch, inch.instances[0]);
+    EXPECT_NEAR(low.y * 25.4, -13.0, 1e-6);
+    EXPECT_NEAR(low.z * 25.4, -4.0, 0.02);
+    EXPECT_NEAR(lowest(inch, inch.instances[1]).z, 0.0, 1e-9);
 }
 
 TEST_F(CadReaderTest, CoordinatesAreInTheUnitsOfTheFile) {

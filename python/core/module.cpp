@@ -15,6 +15,8 @@
 #include "kivrender/platform/kivmodule.h"
 #include "kivrender/platform/kivtext.h"
 
+#include <numeric>
+
 #include <pybind11/numpy.h>
 #include <pybind11/pybind11.h>
 #include <pybind11/stl.h>
@@ -58,11 +60,17 @@ ObjectPointer add(PythonScene& scene, const std::string& name, ObjectKind kind, 
     return scene.add(std::make_shared<SceneObject>(kivFromUtf8(name), kind, std::move(parts), crease));
 }
 
-void takeNormals(kivimport::Surface& surface, const py::array& normals) {
+// One to a vertex, or one to a corner of the triangles.
+void takeNormals(kivimport::Surface& surface, const py::array& normals, bool byCorner) {
     surface.normals = readPoints(normals, "normals");
-    if (surface.normals.size() != surface.positions.size()) {
+    const std::size_t expected = byCorner ? surface.corners.size() : surface.positions.size();
+    if (surface.normals.size() != expected) {
         throw py::value_error("normals has " + std::to_string(surface.normals.size()) + " rows, but there are " +
-                              std::to_string(surface.positions.size()) + " vertices");
+                              std::to_string(expected) + (byCorner ? " corners" : " vertices"));
+    }
+    surface.cornerNormals = surface.corners;
+    if (byCorner) {
+        std::iota(surface.cornerNormals.begin(), surface.cornerNormals.end(), 0U);
     }
 }
 
@@ -79,8 +87,8 @@ kivimport::Material nextMaterial(PythonScene& scene, double opacity) {
 ObjectPointer addMesh(PythonScene& scene, const py::array& vertices, const py::array& faces,
                       const std::optional<std::vector<std::uint64_t>>& offsets, const std::string& name,
                       const std::optional<Transform>& transform, const std::optional<py::array>& normals,
-                      const std::vector<Paint>& paints, const std::optional<py::array>& facePaints, double opacity,
-                      double crease) {
+                      bool normalsByCorner, const std::vector<Paint>& paints,
+                      const std::optional<py::array>& facePaints, double opacity, double crease) {
     kivimport::ModelParts parts;
     kivimport::Surface& surface = parts.surfaces.emplace_back();
     surface.positions = readPoints(vertices, "vertices", transform);
@@ -109,8 +117,7 @@ ObjectPointer addMesh(PythonScene& scene, const py::array& vertices, const py::a
         surface.corners = std::move(corners);
     }
     if (normals) {
-        takeNormals(surface, *normals);
-        surface.cornerNormals = surface.corners;
+        takeNormals(surface, *normals, normalsByCorner);
     }
     return add(scene, name, ObjectKind::mesh, std::move(parts), crease);
 }
@@ -409,6 +416,9 @@ void definePicture(py::module_& module) {
                                [](const std::shared_ptr<PictureData>& p) { return greyOf(p, &PictureData::depth); })
         .def_property_readonly("shadow",
                                [](const std::shared_ptr<PictureData>& p) { return greyOf(p, &PictureData::shadow); })
+        .def_property_readonly("depth_range",
+                               [](const PictureData& p) { return std::make_pair(p.nearPlane, p.farPlane); })
+        .def_property_readonly("is_perspective", [](const PictureData& p) { return p.isPerspective; })
         .def_property_readonly("is_opaque", &PictureData::isOpaque)
         .def("encode",
              [](const PictureData& p, const std::string& ending) { return bytesOf([&] { return p.encode(ending); }); });

@@ -47,7 +47,10 @@ public:
     // The bytes of a file; ending: png, jpg, tif, bmp or gif. Throws py::value_error for another.
     std::string encode(const std::string& ending) const;
 
-    GreyPicture depth;  // empty unless it was asked for
+    GreyPicture depth;      // empty unless it was asked for
+    double nearPlane = 0.0; // in the user's own units: where the depth begins and ends
+    double farPlane = 0.0;
+    bool isPerspective = false;
     GreyPicture shadow; // likewise
 
 private:

@@ -142,6 +142,12 @@ public:
     const std::vector<std::wstring>& meshNames() const {
         return drawn.meshNames();
     }
+    // Where the depth of the picture begins and ends.
+    void tellDepths(PictureData& picture) const {
+        picture.nearPlane = view.camera.getFrustumNear() / place.scale;
+        picture.farPlane = view.camera.getFrustumFar() / place.scale;
+        picture.isPerspective = view.camera.getProjection() == KivCamera::perspective;
+    }
     const Placement& placement() const {
         return place;
     }
@@ -263,6 +269,7 @@ std::shared_ptr<PictureData> renderPicture(LibraryUse& library, PythonScene& sce
         auto picture = std::make_shared<PictureData>(drawing.drawBitmap(settings, 0.0, isTwice ? 0.5 : 1.0));
         if (request.wantsDepth) {
             picture->depth = readGrey(beside + L"_depth.bmp");
+            drawing.tellDepths(*picture);
         }
         if (request.wantsShadow) {
             picture->shadow = readGrey(beside + L"_shadow.bmp");

@@ -50,6 +50,18 @@ class Picture:
         """(height, width, 4)."""
         return self.pixels.shape
 
+    @property
+    def distances(self) -> Optional[np.ndarray]:
+        """(height, width) float32: how far before the plane of the eye things are, in the scene's units, infinite where
+        nothing is. As coarse as ``depth``, of which it is made. None unless that was asked for."""
+        if self.depth is None:
+            return None
+        near, far = self._core.depth_range
+        part = np.arange(256) / 255.0
+        steps = near * far / (far - part * (far - near)) if self._core.is_perspective else near + part * (far - near)
+        steps[255] = np.inf
+        return steps.astype(np.float32)[self.depth]
+
     def __array__(self, dtype: Any = None, copy: Optional[bool] = None) -> np.ndarray:
         if dtype is not None and np.dtype(dtype) != self.pixels.dtype:
             return self.pixels.astype(dtype)

@@ -199,7 +199,7 @@ class Scene:
         materials: a Material, or several with face_materials, (M,) whole numbers, which say the one of each face; in place
             of colours and opacity.
         transform: (4, 4), moves column vectors.
-        normals: (N, 3) of any length; without them a surface is smooth up to crease_angle, in degrees, between faces.
+        normals: (N, 3) by vertex or, of triangles, (M, 3, 3) by corner, of any length; without them a surface is smooth up to crease_angle, in degrees, between faces.
 
         Raises ValueError for wrong shapes, numbers that are not finite and indices that are out of range, each with its
         place, and TypeError for anything but numbers.
@@ -230,8 +230,7 @@ class Scene:
             colors, parts = palette_of(face_colors, max_colors)
             paints = [(*c, opacity, 0.0) for c in colors]
         core = self._core.add_mesh(vertices, faces.corners, faces.offsets, name or f"mesh {len(self._objects) + 1}",
-                                   as_transform(transform), None if normals is None else as_points(normals, "normals"),
-                                   paints, parts, opacity, float(crease_angle))
+                                   as_transform(transform), *_normals(normals, faces, transform), paints, parts, opacity, float(crease_angle))
         return self._taken(core, opacity)
 
     def add_lines(self, points: Any, lines: Any = None, *, color: Color = "#29262b", closed: bool = False,
@@ -324,6 +323,24 @@ def _checked_opacity(opacity: float, what: str = "opacity") -> float:
     if not 0.0 <= float(opacity) <= 1.0:
         raise ValueError(f"{what}: a number from 0 to 1 is expected, not {opacity!r}")
     return float(opacity)
+
+
+def _normals(normals: Any, faces: Any, transform: Any) -> Tuple[Optional[np.ndarray], bool]:
+    # Their rows, and whether there is one for each corner.
+    if normals is None:
+        return None, False
+    array = as_points(normals, "normals")
+    by_corner = array.ndim == 3
+    if by_corner:
+        if faces.offsets is not None or array.shape[1:] != (3, 3):
+            raise ValueError(f"normals by corner must have the shape (M, 3, 3), of triangles, not {array.shape}")
+        array = array.reshape(-1, 3)
+    if transform is not None and array.ndim == 2 and array.shape[1] == 3:
+        # At right angles to a surface that is stretched; see Turkowski 1990, Properties of surface-normal transformations.
+        matrix = np.asarray(transform, dtype=float)[:3, :3]
+        if abs(np.linalg.det(matrix)) > 0.0:
+            array = array @ np.linalg.inv(matrix)
+    return array, by_corner
 
 
 def _paints(materials: Sequence[Material], face_materials: Any) -> Tuple[List[Any], Optional[np.ndarray]]:

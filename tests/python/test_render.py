@@ -219,6 +219,35 @@ def test_faces_have_materials(small):
     assert shining[30, 40, 1] > dull[30, 40, 1] + 30
 
 
+def test_distances_are_those_of_the_scene(cube, small):
+    for camera in (Camera.view("front", parallel=True), Camera.look_at((0.5, -3, 0.5), (0.5, 0, 0.5))):
+        picture = selvarin.render(cube, camera=camera, depth=True, **small)
+        assert picture.distances.shape == (60, 80) and np.isinf(picture.distances[0, 0])
+    assert picture.distances[30, 40] == pytest.approx(3.0, abs=0.02)
+    assert selvarin.render(cube, **small).distances is None
+
+
+def test_normals_go_with_the_transform_and_stand_at_corners(small):
+    normals = CUBE_VERTICES - 0.5
+    turn = np.array([[0, -1, 0, 0], [1, 0, 0, 0], [0, 0, 3, 0], [0, 0, 0, 1.0]])
+
+    def drawn(normals, transform=None):
+        scene = selvarin.Scene()
+        vertices = CUBE_VERTICES if transform is not None else CUBE_VERTICES @ turn[:3, :3].T
+        scene.add_mesh(vertices, triangles, color="red", normals=normals, transform=transform)
+        return selvarin.render(scene, **small).pixels
+
+    triangles = CUBE_FACES[:, [[0, 1, 2], [0, 2, 3]]].reshape(-1, 3)
+    expected = drawn(normals @ np.linalg.inv(turn[:3, :3]))
+    assert np.array_equal(drawn(normals, turn), expected)
+    assert np.mean(drawn(normals) != expected) > 0.02
+    assert np.array_equal(drawn(normals[triangles], turn), expected)
+    with pytest.raises(ValueError, match="normals by corner"):
+        drawn(np.zeros((12, 2, 3)))
+    with pytest.raises(ValueError, match="but there are 36 corners"):
+        drawn(np.zeros((11, 3, 3)))
+
+
 @pytest.mark.parametrize("arguments, text", [
     ({"materials": []}, "materials is empty"),
     ({"materials": [selvarin.Material()] * 2}, "several materials want face_materials"),

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # wheel_test.sh SOURCES BUILD PYTHON: the wheel in a virtual environment on a prefix of its own, and the same from the
-# sources by pip. Neither uses the network or the build tree.
+# sources by pip; the add-on from its zip in a Blender that has nothing else. None uses the network or the build tree.
 set -euo pipefail
 sources=$1 build=$2 python=$3
 work=$(mktemp -d)
@@ -9,7 +9,7 @@ export SELVARIN_BUILD_DIR=$build PIP_DISABLE_PIP_VERSION_CHECK=1
 fail() { echo "FAILED: $*"; exit 1; }
 
 # The package's own build folders lie in the sources: not beside those of somebody who works there.
-cp -r "$sources"/{CMakeLists.txt,pyproject.toml,setup.py,python,scripts} "$work"
+cp -r "$sources"/{CMakeLists.txt,pyproject.toml,setup.py,blender,python,scripts} "$work"
 mkdir "$work/docs"
 cp "$sources/docs/python.md" "$work/docs"
 
@@ -48,3 +48,20 @@ PYTHON
     rm picture.png program.png drawing.svg
 done
 [ -f "$work/one/lib/python3"*/site-packages/selvarin/py.typed ] || fail "py.typed"
+
+zip=$(echo "$work"/dist/selvarin-blender-*.zip)
+[ -f "$zip" ] || fail "no add-on"
+blender=$(command -v "${BLENDER:-blender}") || { echo "the add-on is not tried: Blender is not installed"; exit 0; }
+HOME=$work/user XDG_CONFIG_HOME=$work/user/config BLENDER_USER_SCRIPTS=$work/user/scripts "$blender" -b --factory-startup --python-exit-code 1 --python-expr "
+import bpy
+bpy.ops.preferences.addon_install(filepath='$zip')
+bpy.ops.preferences.addon_enable(module='selvarin_render')
+import selvarin
+assert selvarin.__file__.startswith('$work/user/scripts'), selvarin.__file__
+render = bpy.context.scene.render
+render.engine = 'SELVARIN'
+render.resolution_x, render.resolution_y, render.filepath = 80, 60, '$work/elsewhere/f12.png'
+bpy.context.scene.selvarin.look.style = 'Comic'
+bpy.ops.render.render(write_still=True)
+" >blender.log 2>&1 || { cat blender.log; fail "the add-on from its zip"; }
+[ -s f12.png ] || { cat blender.log; fail "the add-on draws nothing"; }

@@ -3,12 +3,11 @@
 #define APPS_CLI_COMMANDLINE_H
 
 #include "apps/cli/optiontable.h"
+#include "apps/common/drawingoptions.h"
 #include "apps/common/lookoptions.h"
 #include "apps/common/standardview.h"
 #include "apps/common/usageerror.h"
 #include "import/kivmodelobjects.h"
-#include "kivrender/lines/write/kivsheet.h"
-#include "kivrender/render/kivdrawingcollector.h"
 
 #include <cstdint>
 #include <map>
@@ -52,13 +51,6 @@ struct LightOption {
     Triple direction;   // of a spot
     double angle = 0.0; // degrees, of a spot
     std::uint32_t colour = 0xFFFFFF;
-};
-
-// What holds for vector drawings alone.
-struct DrawingOptions {
-    KivDrawingCollector::Areas areas = KivDrawingCollector::Areas::regions;
-    KivSheet sheet;           // its background is painted where the user wants one
-    bool unitsChosen = false; // else the model's format tells
 };
 
 // Throws UsageError.

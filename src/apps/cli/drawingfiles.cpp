@@ -7,30 +7,10 @@
 #include "kivrender/platform/kivtext.h"
 
 #include <cmath>
-#include <filesystem>
 #include <stdexcept>
 #include <string>
 
 namespace {
-
-// The names of the models without their folders and endings.
-std::wstring titleOf(const KivModel& model) {
-    std::wstring title;
-    for (const KivModelFileInfo& file : model.files) {
-        title += (title.empty() ? L"" : L", ") + std::filesystem::path(file.path).stem().wstring();
-    }
-    return title;
-}
-
-// Millimetres, of the first file that says; most formats leave it open.
-double unitOf(const KivModel& model) {
-    for (const KivModelFileInfo& file : model.files) {
-        if (file.metresPerUnit > 0.0) {
-            return file.metresPerUnit * 1000.0;
-        }
-    }
-    return 1.0;
-}
 
 std::string lengthText(double millimetres) {
     std::string text = std::to_string(std::lround(millimetres * 10.0));
@@ -64,33 +44,18 @@ std::string problemText(const KivSheetPlace& place, const KivSheet& sheet) {
 } // namespace
 
 bool DrawingFiles::collect(const KivModel& model, const std::function<bool()>& render) {
-    drawing.wantsHidden = options.sheet.hidden != KivSheet::Hidden::none;
-    KivDrawingCollector collector(drawing);
-    collector.setAreas(options.areas);
-    collector.setTitle(titleOf(model));
-    collector.setObjectNames(model.meshNames);
-    collected = render() && collector.hasDrawing();
-    // The scene is the model scaled.
-    drawing.unitsPerPixel /= model.scale;
-    formatUnit = unitOf(model);
-    return collected;
-}
-
-KivSheet DrawingFiles::sheetFor(bool background) const {
-    KivSheet sheet = options.sheet;
-    sheet.paintsBackground = background || (sheet.page == KivSheet::Page::picture && sheet.scale == 0.0);
-    sheet.modelUnit = options.unitsChosen ? sheet.modelUnit : formatUnit;
-    return sheet;
+    isFilled = collected.collect(model, model.meshNames, options, render);
+    return isFilled;
 }
 
 bool DrawingFiles::write(const OutputFile& output, bool background) const {
-    const KivSheet sheet = sheetFor(background);
+    const KivSheet sheet = collected.sheetFor(options, background);
     const KivDrawingFormat format = output.drawingFormat();
     const KivDrawingWritten written =
-        kivWriteDrawing(drawing, sheet, format, kivFromUtf8(output.workName()), isInterrupted);
+        kivWriteDrawing(collected.drawing, sheet, format, kivFromUtf8(output.workName()), isInterrupted);
     if (written == KivDrawingWritten::sheetProblem) {
         throw std::runtime_error("can't write \"" + output.finalName() +
-                                 "\": " + problemText(kivPlaceOnSheet(drawing, sheet, format), sheet));
+                                 "\": " + problemText(kivPlaceOnSheet(collected.drawing, sheet, format), sheet));
     }
     return written == KivDrawingWritten::done;
 }

@@ -2,8 +2,7 @@
 #ifndef APPS_CLI_DRAWINGFILES_H
 #define APPS_CLI_DRAWINGFILES_H
 
-#include "apps/cli/commandline.h"
-#include "kivrender/lines/kivvectordrawing.h"
+#include "apps/common/collecteddrawing.h"
 
 #include <functional>
 #include <string>
@@ -19,19 +18,16 @@ public:
     // is no drawing then.
     bool collect(const KivModel& model, const std::function<bool()>& render);
     bool isCollected() const {
-        return collected;
+        return isFilled;
     }
     // background: whether it is to be seen on paper. False with the last error set, or after a cancel. Throws
     // std::runtime_error where the drawing can't be put on its sheet.
     bool write(const OutputFile& output, bool background) const;
 
 private:
-    KivSheet sheetFor(bool background) const;
-
     const DrawingOptions& options;
-    KivVectorDrawing drawing;
-    double formatUnit = 1.0; // millimetres in a unit of the model, by its format
-    bool collected = false;
+    CollectedDrawing collected;
+    bool isFilled = false;
 };
 
 #endif

@@ -3,6 +3,7 @@
 #include "apps/studio/studiotexts.h"
 
 #include <QDialogButtonBox>
+#include <QLineEdit>
 #include <QMessageBox>
 #include <QPushButton>
 #include <QVBoxLayout>
@@ -17,6 +18,11 @@ OptionsBox::OptionsBox(const KivCommonSettings& options, SIZE proportions, QWidg
         widget->setParent(this, Qt::Widget); // no window of its own here
         column->addWidget(widget);
         page.OnActivate(1);
+        for (QLineEdit* const field : widget->findChildren<QLineEdit*>()) {
+            if (field->property("control").toInt() == KivOptionsDlg::vectorField) {
+                field->setToolTip(studioText(StudioText::vectorFileTip)); // the library's is that of other hosts
+            }
+        }
     }
     auto* const buttons = new QDialogButtonBox(this);
     buttons->addButton(studioText(StudioText::ok), QDialogButtonBox::AcceptRole)->setDefault(true);

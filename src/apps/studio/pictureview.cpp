@@ -10,7 +10,6 @@
 
 namespace {
 
-constexpr double largestZoom = 16.0;
 constexpr double margin = 12.0;
 constexpr double dividerReach = 8.0;
 
@@ -33,12 +32,21 @@ void PictureView::setCaption(const QString& text) {
     update();
 }
 
+QSizeF PictureView::contentSize() const {
+    return left.size();
+}
+
+void PictureView::setLargestZoom(double newFactor) {
+    largest = newFactor;
+}
+
 double PictureView::fittingZoom() const {
-    if (left.isNull()) {
+    const QSizeF content = contentSize();
+    if (content.isEmpty()) {
         return 1.0;
     }
-    const double across = (width() - 2 * margin) / left.width();
-    const double down = (height() - 2 * margin) / left.height();
+    const double across = (width() - 2 * margin) / content.width();
+    const double down = (height() - 2 * margin) / content.height();
     return std::clamp(std::min(across, down), 0.01, 1.0);
 }
 
@@ -47,7 +55,7 @@ double PictureView::zoom() const {
 }
 
 void PictureView::zoomTo(double newFactor) {
-    factor = std::clamp(newFactor, std::min(0.05, fittingZoom()), largestZoom);
+    factor = std::clamp(newFactor, std::min(0.05, fittingZoom()), largest);
     update();
 }
 
@@ -67,7 +75,7 @@ void PictureView::setDivider(double newPart) {
 }
 
 QRectF PictureView::place() const {
-    const QSizeF size = QSizeF(left.size()) * zoom();
+    const QSizeF size = contentSize() * zoom();
     return {QPointF(width() / 2.0 - middle.x() * size.width(), height() / 2.0 - middle.y() * size.height()), size};
 }
 
@@ -79,12 +87,11 @@ void PictureView::paintEvent(QPaintEvent*) {
     QPainter painter(this);
     QColor ground = palette().color(QPalette::Window);
     painter.fillRect(rect(), ground.lightness() < 128 ? ground.darker(130) : ground.darker(112));
-    if (left.isNull()) {
+    if (contentSize().isEmpty()) {
         return;
     }
     const QRectF whole = place();
-    painter.setRenderHint(QPainter::SmoothPixmapTransform, zoom() < 2.0);
-    painter.drawImage(whole, left);
+    drawContent(painter, whole);
     if (!right.isNull()) {
         const double x = dividerX();
         painter.save();
@@ -98,6 +105,11 @@ void PictureView::paintEvent(QPaintEvent*) {
         painter.drawEllipse(QPointF(x, height() / 2.0), 7, 7);
     }
     drawCaption(painter);
+}
+
+void PictureView::drawContent(QPainter& painter, const QRectF& whole) const {
+    painter.setRenderHint(QPainter::SmoothPixmapTransform, zoom() < 2.0);
+    painter.drawImage(whole, left);
 }
 
 void PictureView::drawCaption(QPainter& painter) const {
@@ -116,13 +128,13 @@ void PictureView::drawCaption(QPainter& painter) const {
 
 // The point of the picture under the mouse stays under it.
 void PictureView::zoomAt(double newFactor, const QPointF& point) {
-    if (left.isNull()) {
+    if (contentSize().isEmpty()) {
         return;
     }
     const QRectF before = place();
     const QPointF inside((point.x() - before.left()) / before.width(), (point.y() - before.top()) / before.height());
-    factor = std::clamp(newFactor, std::min(0.05, fittingZoom()), largestZoom);
-    const QSizeF size = QSizeF(left.size()) * factor;
+    factor = std::clamp(newFactor, std::min(0.05, fittingZoom()), largest);
+    const QSizeF size = contentSize() * factor;
     middle = QPointF(inside.x() - (point.x() - width() / 2.0) / size.width(),
                      inside.y() - (point.y() - height() / 2.0) / size.height());
     middle = QPointF(std::clamp(middle.x(), 0.0, 1.0), std::clamp(middle.y(), 0.0, 1.0));

@@ -24,6 +24,11 @@ public:
     void setDivider(double part);
 
 protected:
+    // In pixels of the screen where the zoom is 1, and what is drawn there.
+    virtual QSizeF contentSize() const;
+    virtual void drawContent(QPainter& painter, const QRectF& place) const;
+    void setLargestZoom(double factor);
+
     void paintEvent(QPaintEvent* event) override;
     void wheelEvent(QWheelEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
@@ -44,7 +49,8 @@ private:
     QImage left;
     QImage right;
     QString caption;
-    double factor = 0.0;      // 0: fitted
+    double factor = 0.0; // 0: fitted
+    double largest = 16.0;
     QPointF middle{0.5, 0.5}; // what part of the picture is in the middle of the window
     double part = 0.5;
     QPointF grabbed;

@@ -1,7 +1,14 @@
 #include "apps/studio/studiohost.h"
 
+#include "apps/studio/drawingfile.h"
 #include "apps/studio/previewmodel.h"
+#include "kivrender/platform/kivtext.h"
+#include "kivrender/platform/kivtoolkit.h"
+#include "qt/kivqttext.h"
 
+#include <QFileInfo>
+
+#include <algorithm>
 #include <utility>
 
 StudioHost::StudioHost() {
@@ -47,6 +54,37 @@ int StudioHost::morvaneErrorMessage(unsigned long code, const wchar_t* text) {
 
 bool StudioHost::hadError() const {
     return failed;
+}
+
+int StudioHost::getVectorialFilename(HWND owner, wchar_t* name, unsigned long size, int open) {
+    kivCopyText(name, size, std::wstring_view());
+    KivFileRequest request;
+    std::wstring filters; // zeros stand between its texts
+    for (const StudioSaveKind& kind : drawingKinds()) {
+        const QString pattern = QStringLiteral("*.") + kind.endings.join(QStringLiteral(";*."));
+        filters += kivFromQt(kind.title + QStringLiteral(" (") + pattern + QLatin1Char(')')) + L'\0';
+        filters += kivFromQt(pattern) + L'\0';
+        request.endings.push_back(L'.' + kivFromQt(kind.endings.first()));
+    }
+    filters += L'\0';
+    request.owner = owner;
+    request.open = open != 0;
+    request.pathMustExist = true;
+    request.fileMustExist = request.open;
+    request.overwritePrompt = !request.open;
+    request.filters = filters.c_str();
+    request.folder = drawingsFolder;
+    if (!KivToolkit::get().pickFile(request)) {
+        return 0;
+    }
+    if (QFileInfo(kivToQt(request.file)).suffix().isEmpty()) {
+        const std::size_t row =
+            std::clamp<std::size_t>(static_cast<std::size_t>(request.filter), 1, request.endings.size());
+        request.file += request.endings[row - 1];
+    }
+    drawingsFolder = kivFromQt(QFileInfo(kivToQt(request.file)).absolutePath());
+    kivCopyText(name, size, request.file);
+    return 1;
 }
 
 void StudioHost::saveImage(KivBitmapManager& bitmap, const wchar_t* file) {

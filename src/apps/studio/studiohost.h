@@ -26,12 +26,16 @@ public:
     int morvaneErrorMessage(unsigned long code, const wchar_t* text) override;
     bool hadError() const;
 
+    // Offers the kinds of drawings that the program writes.
+    int getVectorialFilename(HWND owner, wchar_t* name, unsigned long size, int open) override;
+
     void saveImage(KivBitmapManager& bitmap, const wchar_t* file) override;
     // Whether a picture was written since messages were held last, without a message.
     bool wasImageSaved() const;
 
 private:
     HWND mainWindow = nullptr;
+    std::wstring drawingsFolder; // where a drawing was chosen last
     bool holding = false;
     bool imageSaved = false;
     bool failed = false; // since messages were held last

@@ -8,6 +8,9 @@
 // Of the moment: all of them are the same memory.
 QSettings studioMemory();
 
+// The key of the options that drawings had last.
+inline constexpr const char* drawingKey = "drawing";
+
 // Each kind of file has a folder of its own in the dialogs.
 enum class StudioFolder { models, documents, pictures, drawings };
 

@@ -1,5 +1,7 @@
 #include "apps/studio/studiorenderer.h"
 
+#include "apps/common/vectorbuffer.h"
+#include "apps/studio/drawingfile.h"
 #include "apps/studio/drawnlook.h"
 #include "apps/studio/studiohost.h"
 #include "apps/studio/studiotexts.h"
@@ -19,19 +21,6 @@
 #include <optional>
 
 namespace {
-
-// What a triangle takes in the buffer of a vector drawing, with some more for those that are cut.
-constexpr std::uint64_t floatsPerTriangle = 32;
-
-// False if the buffer is as large already, or as large as it can be.
-bool growVectorBuffer(std::uint64_t floats) {
-    const int before = KivVectorPage::getBufferSize();
-    if (floats > static_cast<std::uint64_t>(before)) {
-        constexpr std::uint64_t most = KivVectorPage::largestBuffer;
-        KivVectorPage::setBufferSize(static_cast<int>(std::min(floats, most)));
-    }
-    return KivVectorPage::getBufferSize() > before;
-}
 
 StudioText textOf(PictureProblem problem) {
     switch (problem) {
@@ -128,10 +117,45 @@ std::vector<std::wstring> StudioRenderer::unusablePictures(const KivCommonSettin
     return lines;
 }
 
-// The library leaves a drawing that it could not copy with the surface.
-bool StudioRenderer::isDrawingWritten(const KivCommonSettings& settings) {
-    return settings.getVectorialFormat() != 0 && surface->getVectorialTempFileName().empty() && !host.hadError() &&
-           !KivVectorPage::hasOverflowed();
+bool StudioRenderer::draw(const StudioModel& model, const StudioState& state, QSize size, Purpose purpose,
+                          const KivCommonSettings& settings, StudioProgress& progress, StudioPicture* picture) {
+    const StudioModel::OwnLooks looks(model, purpose == Purpose::motion ? StudioState() : state);
+    const auto drawOnce = [&] {
+        host.holdMessages();
+        return renderOnce(model, state, size, purpose, settings);
+    };
+    if (!settings.doVectorial()) {
+        return drawOnce();
+    }
+    growVectorBuffer(model.triangles() * vectorFloatsPerTriangle);
+    KivVectorPage::setExactOrder(settings.getVectorialSpeed() == 0);
+    auto drawing = std::make_shared<CollectedDrawing>();
+    const bool isCollected = drawing->collect(model.model(), model.model().meshNames, state.drawing, [&] {
+        bool done = drawOnce();
+        // Nobody can know how large a drawing becomes before it is drawn.
+        while (done && !progress.wasCancelled() && KivVectorPage::hasOverflowed() && growVectorBuffer()) {
+            done = drawOnce();
+        }
+        return done;
+    });
+    picture->drawing = drawing;
+    return isCollected;
+}
+
+// To the file that the options name, if they do.
+void StudioRenderer::writeDrawing(const StudioState& state, StudioProgress& progress, StudioPicture* picture) {
+    const QString file = kivToQt(state.options.getSaveVectorFile());
+    if (file.isEmpty()) {
+        return;
+    }
+    QString why;
+    const CollectedDrawing& made = *picture->drawing;
+    picture->saved = writeDrawingFile(
+        made.drawing, made.sheetFor(state.drawing, sheetColour(state.look).has_value()), file,
+        [&progress] { return progress.isCancelled(); }, &why);
+    if (!why.isEmpty()) {
+        picture->messages.push_back(kivFromQt(studioText(StudioText::notSaved).arg(why)));
+    }
 }
 
 std::wstring StudioRenderer::reasonOf(const StudioPicture& picture, const KivCommonSettings& settings) {
@@ -140,8 +164,7 @@ std::wstring StudioRenderer::reasonOf(const StudioPicture& picture, const KivCom
     }
     const std::wstring why = kivSystemErrorText(lastError);
     if (picture.done) {
-        const std::wstring file = settings.doSaveRender() ? settings.getSaveRenderFile() : settings.getSaveVectorFile();
-        return file + L"\n" + why;
+        return settings.getSaveRenderFile() + L"\n" + why;
     }
     wchar_t folder[kivMaxPath] = {};
     host.getVirtualMemoryFolder(folder);
@@ -167,35 +190,22 @@ StudioPicture StudioRenderer::render(const StudioModel& model, const StudioState
         busy = false;
         return picture;
     }
-    if (settings.doVectorial()) {
-        growVectorBuffer(model.triangles() * floatsPerTriangle);
-        KivVectorPage::setExactOrder(settings.getVectorialSpeed() == 0);
-    }
     host.setCurProgress(&progress);
-    {
-        const StudioModel::OwnLooks looks(model, purpose == Purpose::motion ? StudioState() : state);
-        do {
-            host.holdMessages();
-            picture.done = renderOnce(model, state, size, purpose, settings);
-            // Nobody can know how large a drawing becomes before it is drawn.
-        } while (picture.done && !progress.wasCancelled() && settings.doVectorial() && KivVectorPage::hasOverflowed() &&
-                 growVectorBuffer(std::uint64_t{4} * static_cast<std::uint64_t>(KivVectorPage::getBufferSize())));
-    }
+    picture.done = draw(model, state, size, purpose, settings, progress, &picture);
     host.setCurProgress(nullptr);
     picture.messages = host.takeMessages();
     picture.messages.insert(picture.messages.end(), unusable.begin(), unusable.end());
+    if (picture.done && settings.doVectorial()) {
+        writeDrawing(state, progress, &picture);
+    }
     picture.cancelled = progress.wasCancelled();
     picture.done = picture.done && !picture.cancelled;
     if (picture.done && !settings.doVectorial()) {
         picture.image = kivQtImage(surface->getHBitmap());
+        picture.saved = settings.doSaveRender() && host.wasImageSaved();
     }
-    if (picture.done && settings.doVectorial()) {
-        picture.saved = isDrawingWritten(settings);
-    } else {
-        picture.saved = picture.done && settings.doSaveRender() && host.wasImageSaved();
-    }
-    const bool wantsFile = settings.doVectorial() || settings.doSaveRender();
-    if (!picture.cancelled && picture.messages.empty() && (!picture.done || (wantsFile && !picture.saved))) {
+    const bool lacksFile = !settings.doVectorial() && settings.doSaveRender() && !picture.saved;
+    if (!picture.cancelled && picture.messages.empty() && (!picture.done || lacksFile)) {
         if (const std::wstring reason = reasonOf(picture, settings); !reason.empty()) {
             picture.messages.push_back(kivText(static_cast<unsigned int>(StudioText::notRendered)) + L"\n" + reason);
         }

@@ -3,6 +3,7 @@
 #ifndef APPS_STUDIO_STUDIORENDERER_H
 #define APPS_STUDIO_STUDIORENDERER_H
 
+#include "apps/common/collecteddrawing.h"
 #include "apps/common/pictureproblem.h"
 #include "apps/studio/studiomodel.h"
 #include "apps/studio/studioprogress.h"
@@ -25,6 +26,7 @@ struct StudioPicture {
     bool cancelled = false;
     bool saved = false; // the file that the options ask for was written
     QImage image;       // null for a vector drawing
+    std::shared_ptr<const CollectedDrawing> drawing;
     std::vector<std::wstring> messages;
     double milliseconds = 0.0;
 };
@@ -50,7 +52,10 @@ private:
     KivCommonSettings settingsFor(const StudioState& state, Purpose purpose) const;
     // The fault of a picture over or under the drawing, which the library leaves out without a word.
     std::vector<std::wstring> unusablePictures(const KivCommonSettings& settings);
-    bool isDrawingWritten(const KivCommonSettings& settings);
+    // Whether the picture is done.
+    bool draw(const StudioModel& model, const StudioState& state, QSize size, Purpose purpose,
+              const KivCommonSettings& settings, StudioProgress& progress, StudioPicture* picture);
+    void writeDrawing(const StudioState& state, StudioProgress& progress, StudioPicture* picture);
     // Why a render that told nothing has failed, by the last error.
     std::wstring reasonOf(const StudioPicture& picture, const KivCommonSettings& settings);
     bool renderOnce(const StudioModel& model, const StudioState& state, QSize size, Purpose purpose,

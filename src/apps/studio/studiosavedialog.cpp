@@ -3,8 +3,11 @@
 #include <QDir>
 #include <QFileDialog>
 #include <QFileInfo>
+#include <QGridLayout>
 #include <QMessageBox>
 #include <QPushButton>
+#include <QScrollArea>
+#include <QScrollBar>
 
 #include <algorithm>
 
@@ -50,12 +53,36 @@ void refuse(QWidget* parent, StudioText text, const QString& ending) {
     box.exec();
 }
 
+// Only Qt's own dialog has room for more.
+void putBeside(QFileDialog& dialog, QWidget* widget) {
+    if (widget == nullptr) {
+        return;
+    }
+    dialog.setOption(QFileDialog::DontUseNativeDialog);
+    auto* const scroll = new QScrollArea(&dialog);
+    scroll->setWidget(widget);
+    scroll->setWidgetResizable(true);
+    scroll->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    scroll->setFrameShape(QFrame::NoFrame);
+    scroll->setMinimumWidth(widget->sizeHint().width() + scroll->verticalScrollBar()->sizeHint().width() + 12);
+    if (auto* const grid = qobject_cast<QGridLayout*>(dialog.layout())) {
+        grid->addWidget(scroll, 0, grid->columnCount(), grid->rowCount(), 1);
+    }
+    dialog.resize(dialog.sizeHint().width() + scroll->minimumWidth(), std::max(dialog.sizeHint().height(), 430));
+}
+
 } // namespace
+
+QString kindTitle(unsigned int text) {
+    const QString title = kivToQt(kivText(text));
+    return title.left(title.indexOf(QLatin1String(" (")));
+}
 
 QString askWhereToSave(QWidget* parent, const StudioSaveWish& wish) {
     QFileDialog dialog(parent, wish.title);
     dialog.setAcceptMode(QFileDialog::AcceptSave);
     dialog.setFileMode(QFileDialog::AnyFile);
+    putBeside(dialog, wish.beside);
     QStringList filters;
     for (const StudioSaveKind& kind : wish.kinds) {
         filters << filterOf(kind);

@@ -25,7 +25,11 @@ struct StudioSaveWish {
     // Tells of an ending that is none of these, after which the dialog comes again. Without it, the ending is added
     // behind.
     std::optional<StudioText> refusal;
+    QWidget* beside = nullptr; // stands in the dialog, which becomes its owner
 };
+
+// The title of a kind of files, by the number of a text of the library's lists; there the endings stand behind it.
+QString kindTitle(unsigned int text);
 
 // The file with its path; empty for none.
 QString askWhereToSave(QWidget* parent, const StudioSaveWish& wish);

@@ -403,8 +403,17 @@ StudioLight readLight(const QJsonObject& json) {
     return light;
 }
 
-constexpr const char* ourKeys[] = {"selvarin", "models", "upAxis",  "camera",     "lights",
-                                   "options",  "look",   "objects", "objectLooks"};
+// Of a document that says nothing of drawings: older programs knew one switch.
+DrawingOptions impliedDrawing(const KivCommonSettings& options) {
+    DrawingOptions drawing = plainDrawingOptions();
+    if (options.doVectorSimplify()) {
+        drawing.areas = KivDrawingCollector::Areas::faces;
+    }
+    return drawing;
+}
+
+constexpr const char* ourKeys[] = {"selvarin", "models", "upAxis",  "camera",      "lights",
+                                   "options",  "look",   "objects", "objectLooks", "drawing"};
 
 } // namespace
 
@@ -487,6 +496,9 @@ QJsonObject StudioState::toJson(const QString& folder) const {
     }
     json["options"] = optionsObject(options);
     json["look"] = streamArray(look.stream());
+    if (!(drawing == impliedDrawing(options))) {
+        json["drawing"] = drawingObject(drawing);
+    }
     if (!objects.empty()) {
         json["objectLooks"] = objectsArray(objects);
     }
@@ -531,6 +543,8 @@ bool StudioState::fromJson(const QJsonObject& json, const QString& folder, QStri
         read.lights.push_back(readLight(light.toObject()));
     }
     read.options = readOptions(json["options"].toObject());
+    read.drawing =
+        json.contains("drawing") ? readDrawingOptions(json["drawing"].toObject()) : impliedDrawing(read.options);
     if (!readStream(json["look"], &read.look)) {
         *why = studioText(StudioText::damagedLook);
         return false;
@@ -550,8 +564,8 @@ bool StudioState::fromJson(const QJsonObject& json, const QString& folder, QStri
 
 bool StudioState::operator==(const StudioState& other) const {
     return models == other.models && upAxis == other.upAxis && camera == other.camera && hasLights == other.hasLights &&
-           lights == other.lights && equalOptions(options, other.options) && look == other.look &&
-           objects == other.objects && unknown == other.unknown;
+           lights == other.lights && equalOptions(options, other.options) && drawing == other.drawing &&
+           look == other.look && objects == other.objects && unknown == other.unknown;
 }
 
 namespace {

@@ -2,6 +2,7 @@
 #ifndef APPS_STUDIO_STUDIOSTATE_H
 #define APPS_STUDIO_STUDIOSTATE_H
 
+#include "apps/studio/drawingjson.h"
 #include "apps/studio/studiocamera.h"
 #include "apps/studio/studiolook.h"
 #include "kivrender/settings/kivcommonsettings.h"
@@ -35,6 +36,7 @@ struct StudioState {
     bool hasLights = false;
     std::vector<StudioLight> lights;
     KivCommonSettings options;
+    DrawingOptions drawing = plainDrawingOptions();
     StudioLook look;           // of the whole document
     StudioObjectLooks objects; // of the meshes that have one of their own
     QJsonObject unknown;       // what a newer program has written into the document

@@ -4,11 +4,13 @@
 #include "apps/studio/lookpanel.h"
 #include "apps/studio/objectspanel.h"
 #include "apps/studio/optionsbox.h"
+#include "apps/studio/studiomemory.h"
 #include "apps/studio/studioview.h"
 
 #include <QDockWidget>
 #include <QFileInfo>
 #include <QHBoxLayout>
+#include <QJsonDocument>
 #include <QLabel>
 #include <QLocale>
 #include <QMessageBox>
@@ -36,6 +38,8 @@ StudioWindow::StudioWindow(StudioHost& studioHost, KivQtToolkit& studioToolkit)
     clock.start();
     current = StudioState::fresh();
     current.look = StudioState::freshLook();
+    current.drawing = readDrawingOptions(
+        QJsonDocument::fromJson(studioMemory().value(QLatin1String(drawingKey)).toByteArray()).object());
     makePanels();
     makeMenus();
     connectPanels();
@@ -357,6 +361,10 @@ void StudioWindow::editOptions() {
     }
     StudioState next = current;
     next.options = box.options();
+    if (next.options.doVectorSimplify() != current.options.doVectorSimplify()) {
+        using enum KivDrawingCollector::Areas;
+        next.drawing.areas = next.options.doVectorSimplify() ? faces : regions;
+    }
     chosenFiles.addChanged(current.options, next.options);
     change(next, StudioText::changeOptions);
     showSelection(); // its preview has the colours of the options

@@ -24,6 +24,7 @@
 #include <vector>
 
 class CompareView;
+class DrawingPage;
 class LightsPanel;
 class LookPanel;
 class ObjectsPanel;
@@ -69,6 +70,7 @@ private:
     struct Result {
         QWidget* page = nullptr;
         PictureView* view = nullptr;
+        DrawingPage* drawing = nullptr; // of a vector drawing
         QString name;
         QImage image;
         StudioState state; // that it was made of
@@ -76,7 +78,7 @@ private:
         QString file; // of a drawing
     };
     // Kinds of changes that merge in the history.
-    enum Kind { noKind, lookKind, cameraKind, lightsKind, movedLightKind };
+    enum Kind { noKind, lookKind, cameraKind, lightsKind, movedLightKind, drawingKind };
 
     // --- studiowindow.cpp: the window and the document
     void makePanels();
@@ -156,6 +158,9 @@ private:
     void drawMoving();
     void drawSettled();
     void renderPicture();
+    // Of lines and areas, without a file.
+    void renderDrawing();
+    void renderTab(StudioState wanted);
     // Asks about files that only the document names. False if the user would rather not render; may leave the writing
     // out of the options.
     bool mayWrite(KivCommonSettings* options);
@@ -165,10 +170,14 @@ private:
     Result* currentResult();
     void savePicture();
     QString askForPicture();
-    QString askForDrawing();
+    // options: those of the page, which the user may change.
+    QString askForDrawing(DrawingOptions* options, bool areasToo);
     void exportDrawing();
+    bool exportShown(const Result& result);
+    void keepDrawingOptions(const DrawingOptions& options);
     void copyPicture();
     void tellWritten(const StudioState& wanted, const QString& file);
+    void showDrawing(Result& result, const StudioPicture& picture);
     void compare();
     void closeTab(int index);
     void updateCompare();

@@ -1,4 +1,6 @@
 // Documents, models, recovery files.
+#include "apps/studio/drawingfile.h"
+#include "apps/studio/drawingform.h"
 #include "apps/studio/lookpanel.h"
 #include "apps/studio/objectspanel.h"
 #include "apps/studio/studioevents.h"
@@ -63,12 +65,6 @@ struct Placement {
     double scale;
     std::vector<std::wstring> meshes;
 };
-
-// The title of a kind of files, by the number of a text of the library's lists; there the endings stand behind it.
-QString kindTitle(unsigned int text) {
-    const QString title = kivToQt(kivText(text));
-    return title.left(title.indexOf(QLatin1String(" (")));
-}
 
 } // namespace
 
@@ -361,16 +357,19 @@ QString StudioWindow::askForPicture() {
     return file;
 }
 
-QString StudioWindow::askForDrawing() {
+QString StudioWindow::askForDrawing(DrawingOptions* options, bool areasToo) {
     StudioSaveWish wish;
     wish.title = studioText(StudioText::exportDrawing).remove(QLatin1Char('&'));
     wish.file = placeFor(StudioFolder::drawings, QStringLiteral(".svg"));
-    wish.kinds = {{kindTitle(86), {"svg"}},
-                  {kindTitle(75), {"pdf"}},
-                  {kindTitle(70), {"eps"}},
-                  {kindTitle(4), {"ps"}},
-                  {kindTitle(76), {"ai"}}};
+    wish.kinds = drawingKinds();
     wish.refusal = StudioText::noDrawingEnding;
+    auto* const form = new DrawingForm;
+    form->setOptions(*options);
+    if (!areasToo) {
+        form->hideAreas();
+    }
+    connect(form, &DrawingForm::changed, form, [form, options] { *options = form->options(); });
+    wish.beside = form;
     QString file = askWhereToSave(this, wish);
     if (!file.isEmpty()) {
         rememberFolder(StudioFolder::drawings, file);

@@ -48,6 +48,7 @@ void StudioWindow::makeMenus() {
     makeViewMenu();
     QMenu* const render = menuBar()->addMenu(studioText(StudioText::renderMenu));
     addAction(render, StudioText::render, Qt::Key_F5, [this] { renderPicture(); });
+    addAction(render, StudioText::renderDrawing, Qt::SHIFT | Qt::Key_F5, [this] { renderDrawing(); });
     addAction(render, StudioText::options, Qt::CTRL | Qt::Key_Comma, [this] { editOptions(); });
     render->addSeparator();
     addAction(render, StudioText::compare, Qt::CTRL | Qt::Key_D, [this] { compare(); });

@@ -1,9 +1,12 @@
 // Drawing the view, rendering pictures, and what becomes of them.
 #include "apps/studio/compareview.h"
+#include "apps/studio/drawingfile.h"
+#include "apps/studio/drawingpage.h"
 #include "apps/studio/drawnlook.h"
 #include "apps/studio/lookpanel.h"
 #include "apps/studio/pictureview.h"
 #include "apps/studio/studioevents.h"
+#include "apps/studio/studiomemory.h"
 #include "apps/studio/studioview.h"
 #include "apps/studio/studiowindow.h"
 #include "kivrender/platform/kivbitmap.h"
@@ -14,14 +17,13 @@
 #include <QDir>
 #include <QDockWidget>
 #include <QFileInfo>
+#include <QJsonDocument>
 #include <QLabel>
 #include <QLocale>
 #include <QMenuBar>
 #include <QMessageBox>
-#include <QPainter>
 #include <QProgressBar>
 #include <QPushButton>
-#include <QSvgRenderer>
 #include <QTabWidget>
 #include <QTimer>
 #include <QToolBar>
@@ -54,18 +56,14 @@ bool toBitmap(const QImage& image, KivBitmapManager* bitmap) {
     return true;
 }
 
-// A drawing as a picture to look at; null for what can't be shown.
-QImage drawnSvg(const QString& file, QSize size) {
-    QSvgRenderer drawing(file);
-    if (!drawing.isValid()) {
-        return {};
-    }
-    QImage image(size, QImage::Format_RGB32);
-    image.fill(Qt::white);
-    QPainter painter(&image);
-    painter.setRenderHint(QPainter::Antialiasing);
-    drawing.render(&painter);
-    return image;
+// Lets them ask for a drawing and nothing beside it; file: empty for none.
+void makeDrawing(KivCommonSettings* options, const QString& file) {
+    options->setVectorial(true);
+    options->setShadows(false);
+    options->setSaveRender(false);
+    options->setSaveDepth(false);
+    options->setSaveShadows(false);
+    options->setSaveVectorFile(kivFromQt(file).c_str());
 }
 
 } // namespace
@@ -243,20 +241,42 @@ void StudioWindow::renderPicture() {
     }
     lookPanel->flush();
     StudioState wanted = current;
-    if (!mayWrite(&wanted.options)) {
+    if (mayWrite(&wanted.options)) {
+        renderTab(wanted);
+    }
+}
+
+void StudioWindow::renderDrawing() {
+    if (isBusy()) {
         return;
     }
+    lookPanel->flush();
+    StudioState wanted = current;
+    makeDrawing(&wanted.options, QString());
+    renderTab(wanted);
+}
+
+void StudioWindow::renderTab(StudioState wanted) {
     const QSize size = renderSize();
+    const bool isDrawing = wanted.options.doVectorial();
     Result result;
-    result.view = new PictureView;
-    result.page = result.view;
+    if (isDrawing) {
+        result.drawing = new DrawingPage;
+        result.view = result.drawing->view();
+        result.page = result.drawing;
+        if (wanted.drawing.sheet.hidden == KivSheet::Hidden::none) {
+            wanted.drawing.sheet.hidden = KivSheet::Hidden::dashed; // so that they are there to be switched on
+        }
+    } else {
+        result.view = new PictureView;
+        result.page = result.view;
+    }
     result.view->setPictures(view->picture().scaled(size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation));
-    result.name = studioText(wanted.options.doVectorial() ? StudioText::drawingTab : StudioText::pictureTab)
-                      .arg(resultNumber + 1);
+    result.name = studioText(isDrawing ? StudioText::drawingTab : StudioText::pictureTab).arg(resultNumber + 1);
     tabs->addTab(result.page, result.name);
     tabs->setCurrentWidget(result.page);
     const StudioPicture picture = renderFinal(model, wanted, size, result.view);
-    const bool wantsFile = wanted.options.doVectorial() || wanted.options.doSaveRender();
+    const bool wantsFile = isDrawing ? !wanted.options.getSaveVectorFile().empty() : wanted.options.doSaveRender();
     showProblems(picture, wantsFile);
     if (!picture.done) {
         delete result.page;
@@ -265,6 +285,7 @@ void StudioWindow::renderPicture() {
         return;
     }
     ++resultNumber;
+    wanted.drawing = current.drawing;
     addResult(wanted, size, picture, result);
 }
 
@@ -272,23 +293,12 @@ void StudioWindow::addResult(const StudioState& wanted, QSize size, const Studio
     result.state = wanted;
     result.size = size;
     result.image = picture.image;
-    if (wanted.options.doVectorial()) {
-        result.file = picture.saved ? kivToQt(wanted.options.getSaveVectorFile()) : QString();
-        result.image =
-            result.file.endsWith(QLatin1String(".svg"), Qt::CaseInsensitive) ? drawnSvg(result.file, size) : QImage();
-        if (result.image.isNull()) {
-            // No page of that kind can be shown here: the same scene as pixels tells how it looks.
-            StudioState shown = wanted;
-            shown.options.setVectorial(false);
-            shown.options.setSaveRender(false);
-            shown.options.setSaveDepth(false);
-            shown.options.setSaveShadows(false);
-            result.image = renderFinal(model, shown, size, nullptr).image;
-        }
-    } else if (picture.saved) {
-        result.file = kivToQt(wanted.options.getSaveRenderFile());
+    if (result.drawing != nullptr) {
+        showDrawing(result, picture);
+    } else {
+        result.file = picture.saved ? kivToQt(wanted.options.getSaveRenderFile()) : QString();
+        result.view->setPictures(result.image);
     }
-    result.view->setPictures(result.image);
     QString caption = studioText(StudioText::pictureCaption)
                           .arg(size.width())
                           .arg(size.height())
@@ -303,6 +313,22 @@ void StudioWindow::addResult(const StudioState& wanted, QSize size, const Studio
     results.push_back(result);
     updateCompare();
     updateActions();
+}
+
+void StudioWindow::showDrawing(Result& result, const StudioPicture& picture) {
+    result.file = picture.saved ? kivToQt(result.state.options.getSaveVectorFile()) : QString();
+    DrawingPage* const page = result.drawing;
+    page->setDrawing(picture.drawing, result.state.drawing, sheetColour(result.state.look).has_value());
+    result.image = page->view()->image();
+    connect(page, &DrawingPage::optionsChanged, this, [this, page] { keepDrawingOptions(page->options()); });
+    connect(page, &DrawingPage::shownChanged, this, [this, page] {
+        for (Result& each : results) {
+            if (each.drawing == page) {
+                each.image = page->view()->image();
+            }
+        }
+        updateCompare();
+    });
 }
 
 StudioWindow::Result* StudioWindow::currentResult() {
@@ -349,21 +375,23 @@ void StudioWindow::copyPicture() {
 // Of the result that is shown, else of the document as it is.
 void StudioWindow::exportDrawing() {
     lookPanel->flush();
+    if (isBusy()) {
+        return;
+    }
     const Result* const shown = currentResult();
+    if (shown != nullptr && shown->drawing != nullptr) {
+        exportShown(*shown);
+        return;
+    }
     StudioState wanted = shown != nullptr ? shown->state : current;
     const QSize size = shown != nullptr ? shown->size : renderSize();
-    const QString file = isBusy() ? QString() : askForDrawing();
+    wanted.drawing = current.drawing;
+    const QString file = askForDrawing(&wanted.drawing, true);
     if (file.isEmpty()) {
         return;
     }
-    wanted.options.setVectorial(true);
-    wanted.options.setTransparencies(false);
-    wanted.options.setShadows(false);
-    // Nothing but what was asked for just now.
-    wanted.options.setSaveRender(false);
-    wanted.options.setSaveDepth(false);
-    wanted.options.setSaveShadows(false);
-    wanted.options.setSaveVectorFile(kivFromQt(file).c_str());
+    keepDrawingOptions(wanted.drawing);
+    makeDrawing(&wanted.options, file);
     // A picture may be one of models that were open before.
     StudioModel former;
     const bool isFormer = wanted.models != current.models || wanted.upAxis != current.upAxis;
@@ -377,6 +405,39 @@ void StudioWindow::exportDrawing() {
     if (picture.done && picture.saved) {
         tellWritten(wanted, file);
     }
+}
+
+// What its tab shows, on the sheet that it shows. False if there is no file.
+bool StudioWindow::exportShown(const Result& result) {
+    const StudioState state = result.state;
+    DrawingPage* const page = result.drawing;
+    DrawingOptions options = page->options();
+    const QString file = askForDrawing(&options, false);
+    if (file.isEmpty()) {
+        return false;
+    }
+    page->setOptions(options);
+    keepDrawingOptions(options);
+    QString why;
+    if (!writeDrawingFile(page->shown(), page->sheet(), file, {}, &why)) {
+        warn(studioText(StudioText::notSaved).arg(why));
+        return false;
+    }
+    tellWritten(state, file);
+    return true;
+}
+
+// The document keeps them, and so do those that are begun later.
+void StudioWindow::keepDrawingOptions(const DrawingOptions& options) {
+    studioMemory().setValue(QLatin1String(drawingKey),
+                            QJsonDocument(drawingObject(options)).toJson(QJsonDocument::Compact));
+    if (current.drawing == options) {
+        return;
+    }
+    StudioState next = current;
+    next.drawing = options;
+    next.options.setVectorSimplify(options.areas == KivDrawingCollector::Areas::faces);
+    change(next, StudioText::changeDrawing, drawingKind);
 }
 
 // Says too what a drawing can't hold.

@@ -109,13 +109,13 @@ TEST_F(StudioWindowSaving, AnEndingThatCantBeWrittenIsToldAndTheDialogComesAgain
     EXPECT_EQ(start(homeFolder() + "/pic.gif", 3), "GIF");
 
     heard.clear();
-    chooseFile(homeFolder() + "/drawing.dxf");
+    chooseFile(homeFolder() + "/drawing.docx");
     QTimer::singleShot(300, qApp, [this] {
         hear("OK");
         QTimer::singleShot(300, qApp, [] { QTest::keyClick(QApplication::activeModalWidget(), Qt::Key_Escape); });
     });
     trigger(StudioText::exportDrawing);
-    EXPECT_EQ(heard, QStringList{"Selvarin can't write .dxf; it writes SVG, PDF, EPS, PostScript and AI."});
+    EXPECT_EQ(heard, QStringList{"Selvarin can't write .docx; it writes SVG, PDF, DXF, EPS, PostScript, AI and HPGL."});
 }
 
 TEST_F(StudioWindowSaving, APictureIsPngUnlessSomebodySaysOtherwise) {

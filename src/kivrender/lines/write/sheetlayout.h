@@ -4,12 +4,13 @@
 #define KIVRENDER_LINES_WRITE_SHEETLAYOUT_H
 
 #include "kivrender/lines/write/kivdrawingwriter.h"
+#include "kivrender/platform/kivexport.h"
 
 // The pattern of a dashed line of width d: ISO 128-20, line 02, has dashes of 12 d and gaps of 3 d.
 inline constexpr double kivDashLength = 12.0;
 inline constexpr double kivDashGap = 3.0;
 
-class SheetLayout {
+class KIV_API SheetLayout {
 public:
     // pixel: the millimetres of a pixel where the sheet does not say. Both others are kept by reference.
     SheetLayout(const KivVectorDrawing& drawing, const KivSheet& sheet, double pixel);

@@ -1,0 +1,18 @@
+// The options of vector drawings in documents and in the program's memory.
+#ifndef APPS_STUDIO_DRAWINGJSON_H
+#define APPS_STUDIO_DRAWINGJSON_H
+
+#include "apps/common/drawingoptions.h"
+
+#include <QJsonObject>
+
+// As a new document has them: the picture's frame, whole areas, nothing hidden.
+DrawingOptions plainDrawingOptions();
+
+QJsonObject drawingObject(const DrawingOptions& options);
+// What is missing or no such value is as in a new document; numbers are brought into their range.
+DrawingOptions readDrawingOptions(const QJsonObject& json);
+
+bool operator==(const DrawingOptions& a, const DrawingOptions& b);
+
+#endif

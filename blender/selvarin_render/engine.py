@@ -6,9 +6,9 @@ from typing import Any, Callable, List, NamedTuple, Optional, Tuple
 import bpy
 import numpy as np
 
-from . import library, looks
+from . import library, looks, viewport
 from .colors import as_pass
-from .export import Exporter, camera_of, world_color
+from .export import Exporter, camera_of, view_of, world_color
 from .properties import PASSES
 
 #: Set while an operator exports a drawing: called with the engine and its dependency graph in place of a render, as only
@@ -48,6 +48,12 @@ def frame_of(engine: Any, render: Any) -> Frame:
                  (left / width, lower / height, right / width, upper / height))
 
 
+def background_of(scene: Any) -> Any:
+    if scene.selvarin.background == "COLOR":
+        return tuple(scene.selvarin.background_color)
+    return world_color(scene.world)
+
+
 class Job:
     """The pictures of one render."""
 
@@ -75,11 +81,7 @@ class Job:
         return not wants_cancel(self.engine)
 
     def background(self) -> Any:
-        if self.is_transparent:
-            return None
-        if self.options.background == "COLOR":
-            return tuple(self.options.background_color)
-        return world_color(self.depsgraph.scene.world)
+        return None if self.is_transparent else background_of(self.depsgraph.scene)
 
     def style(self) -> Any:
         """A see-through picture has no sheet behind it."""
@@ -176,6 +178,59 @@ class SelvarinEngine(bpy.types.RenderEngine):
         self.error_set(text)
         self.report({"ERROR"}, text)
 
+    # --- the view in Rendered shading ---
+
+    def view_update(self, _context: Any, _depsgraph: Any) -> None:
+        self._subject = None
+        viewer = getattr(self, "_viewer", None)
+        if viewer is not None:
+            viewer.give_way()
+
+    def view_draw(self, context: Any, depsgraph: Any) -> None:
+        if library.selvarin is None:
+            self.update_stats("", library.problem)
+            return
+        if getattr(self, "_viewer", None) is None:
+            self._viewer = viewport.Viewer(self.tag_redraw)
+        viewer = self._viewer
+        view = viewport.View((context.region.width, context.region.height), view_in(context.region_data))
+        if viewer.is_busy():
+            if viewer.shown is None or viewer.shown.view != view:
+                viewer.give_way()
+        else:
+            if getattr(self, "_subject", None) is None:
+                self._subject = subject_of(depsgraph)
+            viewer.ask(self._subject, view)
+        self.update_stats("", viewer.problem)
+        if viewer.shown is not None:
+            show(viewer.shown.pixels, view.size)
+
+    def __del__(self) -> None:
+        viewer = getattr(self, "_viewer", None)
+        if viewer is not None:
+            viewer.stop()
+
+
+def subject_of(depsgraph: Any) -> viewport.Subject:
+    options = depsgraph.scene.selvarin
+    return viewport.Subject(Exporter(depsgraph).run(), looks.style_of(options.look), background_of(depsgraph.scene),
+                            tuple(options.ambient), options.shadows)
+
+
+def view_in(region_data: Any) -> Any:
+    """The camera of a view, which may look through that of the scene."""
+    return view_of(np.array(region_data.view_matrix.inverted(), dtype=float), np.array(region_data.window_matrix))
+
+
+def show(pixels: np.ndarray, size: Tuple[int, int]) -> None:
+    """Fills the view. Blender turns its linear light into colours of the screen afterwards."""
+    import gpu
+    from gpu_extras.presets import draw_texture_2d
+    height, width = pixels.shape[:2]
+    values = as_pass(pixels)
+    buffer = gpu.types.Buffer("FLOAT", values.size, values.ravel())
+    draw_texture_2d(gpu.types.GPUTexture((width, height), format="RGBA16F", data=buffer), (0, 0), *size)
+
 
 # --- panels of Blender's own that make sense here ---
 
@@ -204,6 +259,7 @@ def register() -> None:
 
 
 def unregister() -> None:
+    viewport.stop_all()
     for panel in bpy.types.Panel.__subclasses__():
         getattr(panel, "COMPAT_ENGINES", set()).discard(SelvarinEngine.bl_idname)
     bpy.utils.unregister_class(SelvarinEngine)

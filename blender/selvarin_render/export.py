@@ -125,19 +125,22 @@ def _arrays_of(obj: Any, depsgraph: Any) -> Optional[MeshArrays]:
 def camera_of(camera: Any, depsgraph: Any, size: Tuple[int, int],
               border: Tuple[float, float, float, float] = (0.0, 0.0, 1.0, 1.0)) -> Any:
     """size: of the whole picture in pixels; border: the part of it that is drawn, from 0 to 1."""
-    matrix = np.array(camera.matrix_world, dtype=float)
-    eye, direction, up = tuple(matrix[:3, 3]), tuple(-matrix[:3, 2]), tuple(matrix[:3, 1])
     projection = np.array(camera.calc_matrix_camera(depsgraph, x=size[0], y=size[1]))
+    return view_of(np.array(camera.matrix_world, dtype=float), projection).cropped(*border)
+
+
+def view_of(matrix: np.ndarray, projection: np.ndarray) -> Any:
+    """From the place of a camera, which looks along its -z axis, and a projection as OpenGL has them."""
+    eye, direction, up = tuple(matrix[:3, 3]), tuple(-matrix[:3, 2]), tuple(matrix[:3, 1])
     Camera = library.selvarin.Camera
-    if camera.data.type == "ORTHO":
+    if projection[3, 3] != 0.0:  # a parallel one
         view = Camera.parallel(eye, direction=direction, up=up, height=2.0 / projection[1, 1])
         shift = -projection[0, 3] / 2.0, -projection[1, 3] / 2.0
     else:
         fov = math.degrees(2.0 * math.atan(1.0 / projection[1, 1]))
         view = Camera.perspective(eye, direction=direction, up=up, fov=min(max(fov, 0.01), 170.0))
         shift = projection[0, 2] / 2.0, projection[1, 2] / 2.0
-    shifted = view.cropped(shift[0], shift[1], 1.0 + shift[0], 1.0 + shift[1])
-    return shifted.cropped(*border)
+    return view.cropped(shift[0], shift[1], 1.0 + shift[0], 1.0 + shift[1])
 
 
 # --- world ---

@@ -1,15 +1,23 @@
 #include "apps/cli/clihost.h"
 
+#include "apps/cli/thumbnail.h"
 #include "kivrender/platform/kivsystemerror.h"
 #include "kivrender/platform/kivtext.h"
+#include "kivrender/render/kivbitmapmanager.h"
 
 #include <chrono>
+#include <mutex>
 
 void CliHost::saveImage(KivBitmapManager& bitmap, const wchar_t* file) {
     const auto start = std::chrono::steady_clock::now();
     const std::size_t before = numMessages();
     KivDefaultHost::saveImage(bitmap, file);
     imageSaved = numMessages() == before;
+    if (imageSaved && !thumbnail.empty()) {
+        const std::lock_guard locked(bitmap);
+        saveThumbnail(bitmap.getHBitmap(), thumbnail);
+        thumbnail.clear();
+    }
     encodeTime += std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
 }
 

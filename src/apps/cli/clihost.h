@@ -22,9 +22,15 @@ public:
     }
     void forgetImage();
 
+    // Where a small copy of the next picture that is saved goes, a PNG; empty for none.
+    void setThumbnail(const std::wstring& file) {
+        thumbnail = file;
+    }
+
 private:
     bool imageSaved = false;
     double encodeTime = 0.0;
+    std::wstring thumbnail;
 };
 
 #endif

@@ -87,6 +87,7 @@ struct RenderOptions : LookOptions {
     std::optional<StandardView> view;
     std::vector<LightOption> lights;
     double offset = 5.0;
+    std::int32_t tile = 0; // 0: no tiles unless the picture needs them
     std::string memoryFolder;
     bool timings = false;
     bool quiet = false;

@@ -5,6 +5,8 @@
 
 namespace {
 
+std::vector<std::string>* collected = nullptr;
+
 std::string oneLine(std::string text) {
     std::replace_if(
         text.begin(), text.end(), [](unsigned char c) { return c < ' ' || c == 0x7F; }, '?');
@@ -18,6 +20,14 @@ void printError(const std::string& text) {
     std::fprintf(stderr, "selvarin: %s\n", oneLine(text).c_str());
 }
 
+void collectWarnings(std::vector<std::string>* list) {
+    collected = list;
+}
+
 void printWarning(const std::string& text) {
+    if (collected != nullptr) {
+        collected->push_back(oneLine(text));
+        return;
+    }
     printError("warning: " + text);
 }

@@ -1,4 +1,5 @@
 // selvarin, the command line.
+#include "apps/cli/cataloguecommand.h"
 #include "apps/cli/commandline.h"
 #include "apps/cli/errorline.h"
 #include "apps/cli/exitstatus.h"
@@ -46,7 +47,8 @@ int runProgramOptions(const Words& words) {
         }
         print(bashCompletion());
     } else {
-        throw UsageError("a command is needed: render, shaders, styles, preview, style, formats, info or new-shader");
+        throw UsageError(
+            "a command is needed: render, catalogue, shaders, styles, preview, style, formats, info or new-shader");
     }
     return statusDone;
 }
@@ -64,6 +66,9 @@ int run(const Words& words) {
     }
     if (words.command->name == "render") {
         return runRender(parseRenderOptions(words));
+    }
+    if (words.command->name == "catalogue") {
+        return runCatalogue(words);
     }
     if (words.command->name == "info") {
         return runInfo(words);

@@ -141,6 +141,9 @@ constexpr std::array renderOptions{
 
     OptionInfo{"offset", 0, "UNITS", "5", "Fine tuning", false, nothing, "",
                "How far surfaces step back from the lines drawn on them, in steps of the depth buffer."},
+    OptionInfo{"tile", 0, "PIXELS", "", "Fine tuning", false, nothing, "",
+               "Draw the picture in tiles of so many pixels, as those larger than OpenGL's limit always are, in little "
+               "memory; for png and tif."},
     OptionInfo{"memory-folder", 0, "DIR", "", "Fine tuning", false, folder, "",
                "Where the picture's memory goes as a file; for pictures larger than the memory."},
     OptionInfo{"timings", 0, "", "", "Fine tuning", false, nothing, "", "Tell on standard error what took how long."},
@@ -153,6 +156,46 @@ constexpr std::array renderOptions{
     langOption,
     help,
 };
+
+constexpr std::array ownCatalogueOptions{
+    OptionInfo{"output", 'o', "DIR", "", "Catalogue", false, folder, "",
+               "The folder for the pictures, report.json and index.html. It is made if it is not there."},
+    OptionInfo{"jobs", 'j', "NUMBER", "by the cores", "Catalogue", false, nothing, "",
+               "How many processes draw at a time."},
+    OptionInfo{"format", 0, "ENDING[,ENDING...]", "png", "Catalogue", false, nothing, "",
+               "The formats of outputs that the table gives no ending."},
+    OptionInfo{"timeout", 0, "SECONDS", "300", "Catalogue", false, nothing, "",
+               "A picture that takes longer is given up and reported."},
+    OptionInfo{"again", 0, "", "", "Catalogue", false, nothing, "",
+               "Draw everything, also what an earlier run has drawn and nothing has changed of."},
+};
+
+// Of its pictures a catalogue takes all that render does, but for what is one picture's alone.
+constexpr bool isForCatalogue(const OptionInfo& option) {
+    return option.name != "output" && option.name != "demo" && option.name != "timings";
+}
+
+constexpr std::size_t numCatalogueOptions = [] {
+    std::size_t count = ownCatalogueOptions.size();
+    for (const OptionInfo& option : renderOptions) {
+        count += isForCatalogue(option) ? 1 : 0;
+    }
+    return count;
+}();
+
+constexpr std::array<OptionInfo, numCatalogueOptions> catalogueOptions = [] {
+    std::array<OptionInfo, numCatalogueOptions> all{};
+    std::size_t count = 0;
+    for (const OptionInfo& option : ownCatalogueOptions) {
+        all[count++] = option;
+    }
+    for (const OptionInfo& option : renderOptions) {
+        if (isForCatalogue(option)) {
+            all[count++] = option;
+        }
+    }
+    return all;
+}();
 
 constexpr std::array shadersOptions{
     OptionInfo{"quiet", 'q', "", "", "General", false, nothing, "", "Tags alone, one a line."},
@@ -220,6 +263,10 @@ constexpr std::array commands{
     CommandInfo{"render", "MODEL... -o FILE [options]",
                 "Render a picture. Several models make one scene; with {model} in FILE each gets a picture of its own.",
                 renderOptions, true},
+    CommandInfo{"catalogue", "TABLE|FOLDER -o DIR [options]",
+                "Draw many pictures: one for each line of a table (CSV, or JSON lines), or for each model of a folder. "
+                "A run that was ended goes on where it was.",
+                catalogueOptions, true},
     CommandInfo{"shaders", "", "List the shaders with their settings.", shadersOptions, false},
     CommandInfo{"styles", "", "List the styles: name, whose it is, file.", stylesOptions, false},
     CommandInfo{"preview", "-o FILE [options]", "Draw a look on the preview scene.", previewOptions, false},
@@ -245,6 +292,7 @@ constexpr std::array examples{
                 "lines on paper, half as large as the part"},
     ExampleInfo{"selvarin render bunny.obj -o bunny.png --style Comic --set Outline.Colour=#203040",
                 "a style, with ink of another colour"},
+    ExampleInfo{"selvarin catalogue parts.csv -o pictures --style Comic", "a picture for each line of a table"},
     ExampleInfo{"selvarin style save 'My comic' --style Comic --set Cartoon.Bands=2", "a style of your own"},
     ExampleInfo{"selvarin render *.obj -o 'pictures/{model}.png' -q", "a picture of each"},
 };

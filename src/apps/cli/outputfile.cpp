@@ -153,6 +153,10 @@ bool keepsTransparency(const std::string& name) {
     return ending == "png" || ending == "tif" || ending == "tiff";
 }
 
+bool isPictureName(const std::string& name) {
+    return hasEnding(pictureFormats(), endingOf(name));
+}
+
 std::string outputName(const std::string& pattern, const std::string& model) {
     constexpr const char* field = "{model}";
     std::string name = pattern;

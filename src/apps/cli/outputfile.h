@@ -23,6 +23,9 @@ bool isDrawingName(const std::string& name);
 // Whether pictures of that ending can be transparent.
 bool keepsTransparency(const std::string& name);
 
+// The same of a picture of pixels.
+bool isPictureName(const std::string& name);
+
 // Puts the model's name into a pattern for {model}.
 std::string outputName(const std::string& pattern, const std::string& model);
 

@@ -5,6 +5,7 @@
 #include "apps/cli/errorline.h"
 #include "apps/cli/exitstatus.h"
 #include "apps/cli/outputfile.h"
+#include "apps/cli/poster.h"
 #include "apps/cli/progressbar.h"
 #include "apps/cli/renderfailure.h"
 #include "apps/cli/startup.h"
@@ -25,6 +26,7 @@
 #include "kivrender/platform/kivtext.h"
 #include "kivrender/render/kivbitmapmanager.h"
 #include "kivrender/render/kivrenderer.h"
+#include "kivrender/render/kivtiledrender.h"
 #include "kivrender/settings/kivcommonsettings.h"
 #include "kivrender/settings/kivmemorycommondatamanager.h"
 #include "kivrender/shader/kivshader.h"
@@ -97,6 +99,24 @@ public:
         catchInterrupts();
         const Program program;
         timings.add("start-up", timings.lap());
+        return drawJobs(jobs, outputs, program.host());
+    }
+
+    int runWithin(CliHost& host) {
+        const std::vector<Job> jobs = planJobs(options);
+        checkImage(options.backgroundImage);
+        paper = findPaper(options.paper);
+        checkImage(paper);
+        OutputFiles outputs = openOutputs(jobs.front());
+        return drawJobs(jobs, outputs, host);
+    }
+
+    std::uint64_t numTriangles() const {
+        return drawnTriangles;
+    }
+
+private:
+    int drawJobs(const std::vector<Job>& jobs, OutputFiles& outputs, CliHost& host) {
         const ChosenLook look = buildShaderStream(options, stream);
         for (const std::string& warning : look.warnings) {
             printWarning(warning);
@@ -106,13 +126,17 @@ public:
         }
         background = look.background.value_or(options.background);
         isBackgroundWanted = look.background || options.backgroundChosen;
-        program.host().setMemoryFolder(kivFromUtf8(options.memoryFolder));
+        host.setMemoryFolder(kivFromUtf8(options.memoryFolder));
         timings.add("shaders", timings.lap());
         // The driver is as slow to start as a model is to read, and there is a second core for it.
-        warmUp = std::async(std::launch::async, [size = renderSize()] { return kivWarmUpGl(size); });
+        static bool isWarm = false;
+        if (!isWarm) {
+            warmUp = std::async(std::launch::async, [size = renderSize()] { return kivWarmUpGl(size); });
+            isWarm = true;
+        }
         std::size_t numFailed = 0;
         for (const Job& job : jobs) {
-            numFailed += tryJob(job, jobs.size() > 1, outputs, program.host()) ? 0 : 1;
+            numFailed += tryJob(job, jobs.size() > 1, outputs, host) ? 0 : 1;
             outputs.clear();
             if (isInterrupted()) {
                 return statusCancelled;
@@ -125,7 +149,6 @@ public:
         return statusDone;
     }
 
-private:
     // What goes wrong with one of many models is told, and the others still come. outputs: of the job, if they are open
     // already.
     bool tryJob(const Job& job, bool isOneOfMany, OutputFiles& outputs, CliHost& host) {
@@ -159,11 +182,21 @@ private:
     OutputFiles openOutputs(const Job& job) const {
         OutputFiles files;
         for (const std::string& name : job.outputs) {
+            if (isPoster() && !isDrawingName(name)) {
+                checkPosterName(name);
+                if (options.noBackground) {
+                    throw UsageError("--background none is not for pictures drawn in tiles; choose a smaller size");
+                }
+            }
             files.push_back(
                 std::make_unique<OutputFile>(name, isDrawingName(name) ? std::vector<std::string>() : companions(),
                                              OutputFile::Accepts::picturesAndDrawings));
         }
         return files;
+    }
+
+    bool isPoster() const {
+        return options.tile > 0 || kivNeedsTiles({options.width, options.height}, options.antialias);
     }
 
     // The files that are written beside a picture.
@@ -204,6 +237,7 @@ private:
             return;
         }
         const std::uint64_t triangles = countTriangles(model);
+        drawnTriangles = triangles;
         const KivCamera camera = prepareScene(model);
         timings.add("framing", timings.lap());
         if (warmUp.valid()) {
@@ -400,6 +434,9 @@ private:
     bool drawPicture(const KivScene& scene, const KivCamera& camera, const OutputFile& output, CliHost& host) {
         host.forgetImage();
         host.takeMessages();
+        if (isPoster()) {
+            return drawInTiles(scene, camera, output, host);
+        }
         if (options.noBackground) {
             return drawWithoutBackground(scene, camera, output, host);
         }
@@ -414,6 +451,22 @@ private:
         }
         tellOutcome(output, done, done && host.wasImageSaved(), host);
         addRenderTimings(start, end, host.encodeMilliseconds());
+        return true;
+    }
+
+    // The same for a picture that is larger than a surface.
+    bool drawInTiles(const KivScene& scene, const KivCamera& camera, const OutputFile& output, CliHost& host) {
+        const KivCommonSettings settings = settingsFor(output);
+        timings.lap();
+        const PosterOutcome outcome = drawPoster({{options.width, options.height}, options.tile, settings}, renderer,
+                                                 stream, scene, camera, host, bar);
+        timings.add("tiles", timings.lap());
+        bar.finish();
+        if (isInterrupted()) {
+            return false;
+        }
+        lastError = outcome.error;
+        tellOutcome(output, outcome.isDrawn, outcome.isSaved, host);
         return true;
     }
 
@@ -594,6 +647,7 @@ private:
     std::uint32_t background = 0;
     bool isBackgroundWanted = false; // on paper too
     unsigned long lastError = 0;     // of the last render
+    std::uint64_t drawnTriangles = 0;
     KivMemoryDataManager stream;
     KivRenderer renderer;
     std::future<bool> warmUp; // its destructor waits for the thread
@@ -603,4 +657,10 @@ private:
 
 int runRender(const RenderOptions& options) {
     return RenderCommand(options).run();
+}
+
+RenderTold renderWithin(const RenderOptions& options, CliHost& host) {
+    RenderCommand command(options);
+    command.runWithin(host);
+    return {command.numTriangles()};
 }

@@ -392,6 +392,8 @@ RenderOptions parseRenderOptions(const Words& words) {
         options.lights.push_back(readLight(text));
     }
     options.offset = numberOption(words, "offset", -1e6, 1e6, "number of units").value_or(5.0);
+    options.tile = static_cast<std::int32_t>(
+        numberOption(words, "tile", 32, 4000, "number of pixels: 32 to 4000 is expected").value_or(0.0));
     options.memoryFolder = words.value("memory-folder").value_or("");
     options.timings = words.has("timings");
     options.quiet = words.has("quiet");

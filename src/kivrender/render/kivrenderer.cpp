@@ -17,6 +17,7 @@
 #include "kivrender/settings/kivdatamanager.h"
 #include "kivrender/shader/kivcombinableshader.h"
 #include "kivrender/shader/kivnoncombinableshader.h"
+#include "kivrender/shader/kivpicturetile.h"
 #include "kivrender/shadow/kivshadows.h"
 
 #include <algorithm>
@@ -262,6 +263,11 @@ bool KivRenderer::finishFrame(Frame& frame) {
     kivWaitForDrawing(frame.progress);
     if (isCancelled(frame.progress)) {
         return false;
+    }
+    const KivPictureTile* const tile = kivPictureTile();
+    if (tile != nullptr && tile->isSurvey) {
+        frame.surface->deleteContext();
+        return true;
     }
     saveDepthBuffer(frame.size, frame.progress, frame.settings);
     endRendering(frame.surface, frame.settings, frame.progress);

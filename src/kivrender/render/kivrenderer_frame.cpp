@@ -20,6 +20,7 @@
 #include "kivrender/shader/kivdrawing.h"
 #include "kivrender/shader/kivnoncombinableshader.h"
 #include "kivrender/shader/kivobjectnumbers.h"
+#include "kivrender/shader/kivpicturetile.h"
 #include "kivrender/vector/gl2pspage.h"
 #include "kivrender/vector/kivvectorpage.h"
 #include "kivrender/vector/kivvectorprogress.h"
@@ -179,14 +180,14 @@ void KivRenderer::startRendering(const KivCommonSettings& settings, const KivCam
     glEnable(GL_DEPTH_TEST);
     glDepthFunc(GL_LEQUAL);
     glPolygonMode(GL_FRONT_AND_BACK, GL_FILL);
-    glViewport(0, 0, size.cx, size.cy);
+    kivSetPictureViewport(size);
     {
         const ImageStep step(progress, settings.getBackgroundImage());
         drawBackgroundImage(settings, size, progress);
     }
     glClear(GL_DEPTH_BUFFER_BIT);
     glMatrixMode(GL_PROJECTION);
-    glLoadIdentity();
+    kivLoadPictureProjection();
     setCamera(camera, false);
     if (shader != nullptr) {
         // The scene is the caller's own and was const only on its way here.
@@ -297,7 +298,8 @@ void KivRenderer::renderShader(KivShader* shader, const KivCommonSettings& setti
                                KivShaderCommunication& channel, bool named) {
     if (shader != nullptr) {
         KivDrawing::beginObject(nullptr, settings.doVectorial());
-        kivCallShader(*shader, [&] { shader->render(surface, settings, camera, scene, size, channel, named); });
+        const tagSIZE whole = kivPictureSize(size);
+        kivCallShader(*shader, [&] { shader->render(surface, settings, camera, scene, whole, channel, named); });
     }
 }
 

@@ -18,14 +18,17 @@
 #include "kivrender/settings/kivcommonsettings.h"
 #include "kivrender/shader/kivcombinableshader.h"
 #include "kivrender/shader/kivdrawing.h"
+#include "kivrender/shader/kivpicturetile.h"
 
 #include <GL/gl.h>
 #include <GL/glext.h>
 #include <algorithm>
+#include <cmath>
 #include <gl2ps.h>
 #include <memory>
 #include <mutex>
 #include <new>
+#include <tuple>
 #include <vector>
 
 namespace {
@@ -80,6 +83,39 @@ std::pair<std::int32_t, std::int32_t> visibleSources(std::int32_t length, std::i
     const auto begin = static_cast<std::int32_t>(hidden / 4 * 4);
     const std::int32_t end = std::min(length, (length - begin + 3) / 4 * 4);
     return {begin, std::max(begin + 1, end)};
+}
+
+// The same in one direction for a tile of the view: the pixels from begin to end of it.
+std::pair<std::int32_t, std::int32_t> tileSources(std::int32_t length, std::int32_t times, std::int32_t view,
+                                                  std::int64_t begin, std::int64_t end) {
+    constexpr std::int64_t spare = 8;
+    const std::int64_t place = (view - std::int64_t{length} * times) / 2;
+    const std::int64_t first = std::clamp<std::int64_t>((begin - place) / times - spare, 0, length);
+    const std::int64_t last = std::clamp<std::int64_t>((end - place) / times + spare, 0, length);
+    return {static_cast<std::int32_t>(first / 4 * 4),
+            static_cast<std::int32_t>(std::min<std::int64_t>(length, (last + 3) / 4 * 4))};
+}
+
+// The sources of a background picture that can be seen in a frame, rows counted from below. A side is empty where a
+// tile shows nothing of it. Enlarged rows are stretched to a multiple of 4 pixels: as long as they can be had, all
+// tiles take the columns that the whole view would.
+tagRECT seenSources(tagSIZE picture, std::int32_t times, tagSIZE size) {
+    const KivPictureTile* const tile = kivPictureTile();
+    auto [x0, x1] = visibleSources(picture.cx, times, kivPictureSize(size).cx);
+    if (tile != nullptr && std::int64_t{x1 - x0} * times > KivImage::sideLimit) {
+        std::tie(x0, x1) = tileSources(picture.cx, times, tile->picture.cx, tile->left, tile->left + size.cx);
+    }
+    const auto [y0, y1] = tile != nullptr
+                              ? tileSources(picture.cy, times, tile->picture.cy, tile->bottom, tile->bottom + size.cy)
+                              : visibleSources(picture.cy, times, size.cy);
+    return {x0, y0, x1, y1};
+}
+
+// Where a picture of that length lies that stands centred in the view. A raster position between two pixels is rounded
+// away from zero, which must not depend on the tile.
+float centredPlace(float length, std::int32_t view, bool isTile, std::int32_t tileBegin) {
+    const float place = (static_cast<float>(view) - length) / 2;
+    return isTile ? std::round(place) - static_cast<float>(tileBegin) : place;
 }
 
 void drawPicture(const KivImage& picture) {
@@ -161,24 +197,32 @@ void KivRenderer::drawBackgroundImage(const KivCommonSettings& settings, tagSIZE
     std::int32_t left = 0;
     std::int32_t below = 0;
     if (times > 1) {
-        const auto [x0, x1] = visibleSources(picture->width(), times, size.cx);
-        const auto [y0, y1] = visibleSources(picture->height(), times, size.cy);
-        const std::int32_t under = picture->height() - y1;
-        if (auto part = picture->part({x0, y0, x1, y1})) {
-            if (auto enlarged = stretch(part.get(), {(x1 - x0) * times, (y1 - y0) * times})) {
+        const tagRECT seen = seenSources(picture->size(), times, size);
+        if (seen.left >= seen.right || seen.top >= seen.bottom) {
+            return;
+        }
+        const std::int32_t top = picture->height() - seen.bottom;
+        const std::int32_t bottom = picture->height() - seen.top;
+        if (auto part = picture->part({seen.left, top, seen.right, bottom})) {
+            if (auto enlarged =
+                    stretch(part.get(), {(seen.right - seen.left) * times, (seen.bottom - seen.top) * times})) {
                 picture = std::move(enlarged);
-                left = x0 * times;
-                below = under * times;
+                left = seen.left * times;
+                below = seen.top * times;
             }
         }
     }
     picture->flip();
-    moveRasterPosition((static_cast<float>(size.cx) - width) / 2, (static_cast<float>(size.cy) - height) / 2);
+    const KivPictureTile* const tile = kivPictureTile();
+    const tagSIZE whole = kivPictureSize(size);
+    const float x = centredPlace(width, whole.cx, tile != nullptr, tile != nullptr ? tile->left : 0);
+    const float y = centredPlace(height, whole.cy, tile != nullptr, tile != nullptr ? tile->bottom : 0);
+    moveRasterPosition(x, y);
     moveRasterPosition(static_cast<float>(left), static_cast<float>(below));
     drawPicture(*picture);
     // Back to where a fresh context has it: the summed shadows and the depth of the opaque scene are drawn there.
     moveRasterPosition(-static_cast<float>(left), -static_cast<float>(below));
-    moveRasterPosition((width - static_cast<float>(size.cx)) / 2, (height - static_cast<float>(size.cy)) / 2);
+    moveRasterPosition(-x, -y);
 }
 
 void KivRenderer::fillDepthForLines(const KivScene* scene, const KivCommonSettings& settings,
@@ -222,9 +266,9 @@ bool KivRenderer::drawDepth(const KivScene& scene, const KivCamera& camera, tagS
                             const std::function<bool(const KivMesh&)>& isDrawn) {
     glPushAttrib(GL_ALL_ATTRIB_BITS);
     kivClipDepthAsUsual();
-    glViewport(0, 0, size.cx, size.cy);
+    kivSetPictureViewport(size);
     glMatrixMode(GL_PROJECTION);
-    glLoadIdentity();
+    kivLoadPictureProjection();
     setCamera(camera, false);
     for (const GLenum off : {GL_STENCIL_TEST, GL_BLEND, GL_LIGHTING, GL_CULL_FACE, GL_TEXTURE_1D, GL_TEXTURE_2D}) {
         glDisable(off);
@@ -270,6 +314,10 @@ void KivRenderer::saveDepthBuffer(tagSIZE size, [[maybe_unused]] KivProgress* pr
         image = kivReducedImage(*host, std::move(image), times);
     }
     image->flip();
+    if (KivPictureTile* const tile = kivPictureTile()) {
+        tile->depth = std::move(image);
+        return;
+    }
     image->save(file, encoder);
 }
 
@@ -299,7 +347,7 @@ void KivRenderer::drawPaperImage(const KivCommonSettings& settings, KivProgress*
     paper->flip();
 
     glMatrixMode(GL_PROJECTION);
-    glLoadIdentity();
+    kivLoadPictureProjection();
     glOrtho(-1.0, 1.0, -1.0, 1.0, -1.0, 1.0);
     glMatrixMode(GL_TEXTURE);
     glLoadIdentity();

@@ -7,6 +7,7 @@
 #include "kivrender/scene/kivprogress.h"
 #include "kivrender/scene/kivscene.h"
 #include "kivrender/scene/kivsingleprecision.h"
+#include "kivrender/shader/kivpicturetile.h"
 
 #include <GL/gl.h>
 #include <gl2ps.h>
@@ -191,7 +192,7 @@ void KivShadows::setInfinitePerspective(const KivCamera& camera, const KivScene*
         parallelToInfinity(camera, kivClipDepthFromZero(), matrix);
     }
     glMatrixMode(GL_PROJECTION);
-    glLoadIdentity();
+    kivLoadPictureProjection();
     glMultMatrixd(matrix);
 }
 

@@ -7,6 +7,7 @@
 #include "kivrender/scene/kivlight.h"
 #include "kivrender/scene/kivscene.h"
 #include "kivrender/settings/kivcommonsettings.h"
+#include "kivrender/shader/kivpicturetile.h"
 
 #include <GL/gl.h>
 
@@ -131,8 +132,12 @@ void KivShadows::copyStencilToBitmap(const wchar_t* fileName, tagSIZE size, int 
                 image = kivReducedImage(*host, std::move(image), 1 << level);
             }
             image->flip();
-            // As with every picture beside the render, a failed save is not told.
-            static_cast<void>(image->save(fileName, encoder));
+            if (KivPictureTile* const tile = kivPictureTile()) {
+                tile->shadow = std::move(image);
+            } else {
+                // As with every picture beside the render, a failed save is not told.
+                static_cast<void>(image->save(fileName, encoder));
+            }
         }
     }
     glEnable(GL_BLEND);

@@ -2,6 +2,7 @@
 
 #include "kivbackdropgrain.h"
 #include "kivglstate.h"
+#include "kivrender/shader/kivpicturetile.h"
 
 #include <GL/gl.h>
 
@@ -274,7 +275,7 @@ void kivDrawBackdrop(const KivBackdropLook& look, tagSIZE size, double pixel, bo
     const Sheet sheet{static_cast<double>(size.cx), static_cast<double>(size.cy)};
     glMatrixMode(GL_PROJECTION);
     glPushMatrix();
-    glLoadIdentity();
+    kivLoadPictureProjection();
     glOrtho(0.0, sheet.width, 0.0, sheet.height, 0.0, 1.0);
     glMatrixMode(GL_MODELVIEW);
     glPushMatrix();

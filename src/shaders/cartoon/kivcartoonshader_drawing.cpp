@@ -10,6 +10,7 @@
 #include "kivrender/scene/kivscene.h"
 #include "kivrender/settings/kivcommonsettings.h"
 #include "kivrender/shader/kivdrawing.h"
+#include "kivrender/shader/kivpicturetile.h"
 #include "kivrender/shader/kivshadercommunication.h"
 #include "kivsmoothnormals.h"
 
@@ -78,7 +79,8 @@ void drawHighlights(KivCartoonPainter& painter, const KivCartoonBatch& batch, co
 KivView viewOfContext() {
     GLint viewport[4] = {0, 0, 1, 1};
     glGetIntegerv(GL_VIEWPORT, viewport);
-    return kivCurrentView(viewport[2], viewport[3]);
+    const tagSIZE whole = kivPictureSize({viewport[2], viewport[3]});
+    return kivCurrentView(whole.cx, whole.cy);
 }
 
 } // namespace

@@ -11,8 +11,8 @@ constexpr std::int32_t wanted = -2;
 
 } // namespace
 
-KivDepthImage::KivDepthImage(int width, int height)
-    : pixelsWide(width), pixelsHigh(height), tilesWide((width + tile - 1) / tile),
+KivDepthImage::KivDepthImage(int width, int height, int left, int bottom)
+    : frameLeft(left), frameBottom(bottom), pixelsWide(width), pixelsHigh(height), tilesWide((width + tile - 1) / tile),
       tilesHigh((height + tile - 1) / tile), spanOfTile(static_cast<std::size_t>(tilesWide) * tilesHigh, notWanted) {}
 
 void KivDepthImage::want(const KivWindowPoint& a, const KivWindowPoint& b, double margin) {
@@ -28,8 +28,8 @@ void KivDepthImage::want(const KivWindowPoint& a, const KivWindowPoint& b, doubl
     };
     for (int i = 0; i <= steps; ++i) {
         const double t = static_cast<double>(i) / steps;
-        const double x = a.x + (b.x - a.x) * t;
-        const double y = a.y + (b.y - a.y) * t;
+        const double x = a.x + (b.x - a.x) * t - frameLeft;
+        const double y = a.y + (b.y - a.y) * t - frameBottom;
         for (int row = cell(y - reach, tilesHigh); row <= cell(y + reach, tilesHigh); ++row) {
             for (int column = cell(x - reach, tilesWide); column <= cell(x + reach, tilesWide); ++column) {
                 spanOfTile[static_cast<std::size_t>(row) * tilesWide + column] = wanted;
@@ -61,7 +61,9 @@ std::vector<KivDepthImage::Span>& KivDepthImage::spans() {
     return read;
 }
 
-float KivDepthImage::at(int x, int y) const {
+float KivDepthImage::at(int pictureX, int pictureY) const {
+    const int x = pictureX - frameLeft;
+    const int y = pictureY - frameBottom;
     if (x < 0 || y < 0 || x >= pixelsWide || y >= pixelsHigh) {
         return 1.0F;
     }

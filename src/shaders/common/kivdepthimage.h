@@ -14,7 +14,7 @@ class KivDepthImage {
 public:
     static constexpr int tile = 64;
 
-    // A row of tiles that is read as one, with its pixels row after row.
+    // A row of tiles that is read as one, with its pixels row after row; its place is that in the frame.
     struct Span {
         int left = 0;
         int bottom = 0;
@@ -24,7 +24,8 @@ public:
     };
 
     KivDepthImage() = default;
-    KivDepthImage(int width, int height);
+    // left, bottom: where the lower left pixel of the frame lies in the picture whose places are asked for.
+    KivDepthImage(int width, int height, int left = 0, int bottom = 0);
 
     // Asks for every pixel within margin of a straight piece between two places in the picture.
     void want(const KivWindowPoint& a, const KivWindowPoint& b, double margin);
@@ -37,6 +38,8 @@ public:
     float farthest(int x, int y) const;
 
 private:
+    int frameLeft = 0;
+    int frameBottom = 0;
     int pixelsWide = 0;
     int pixelsHigh = 0;
     int tilesWide = 0;

@@ -10,6 +10,7 @@
 #include "kivrender/scene/kivprogress.h"
 #include "kivrender/settings/kivcommonsettings.h"
 #include "kivrender/shader/kivdrawing.h"
+#include "kivrender/shader/kivpicturetile.h"
 #include "kivrender/shader/kivshadercommunication.h"
 #include "kivsurface.h"
 #include "kivthinnedpath.h"
@@ -45,6 +46,11 @@ KivView viewOfSize(tagSIZE size) {
 // Further lines of a vector page are looked at in steps of so many pixels, and depart by so many.
 constexpr double plainStep = 2.0;
 constexpr double plainTolerance = 0.05;
+
+// As far as a fold looks for what it hides, and a pixel for rounding.
+double depthReach(double pixel) {
+    return 2.0 + 2.0 * pixel;
+}
 
 } // namespace
 
@@ -269,11 +275,8 @@ void KivLineDrawing::layDepth(const KivMesh& mesh, bool paintedLater) {
                    surface.triangles.data());
 }
 
-// Reads the parts of the depth buffer that the lines pass over.
-void KivLineDrawing::readDepth() {
-    depth = KivDepthImage(view.width(), view.height());
-    // As far as a fold looks for what it hides, and a pixel for rounding.
-    const double margin = 2.0 + 2.0 * pixel;
+// Asks for the parts of the depth buffer that the lines pass over; of a tile, if there is one.
+void KivLineDrawing::wantDepth(double margin, const KivLineTile* tile) {
     for (const Job& job : jobs) {
         const std::size_t count = job.corners.size();
         for (std::size_t i = 0; i < count; ++i) {
@@ -284,12 +287,17 @@ void KivLineDrawing::readDepth() {
             if (kivClipSegment(a, b, &from, &to)) {
                 const KivClipPoint first = kivMix(a, b, from);
                 const KivClipPoint last = kivMix(a, b, to);
-                if (first.w > 0.0 && last.w > 0.0) {
+                if (first.w > 0.0 && last.w > 0.0 &&
+                    (tile == nullptr || tile->mayHold(view.window(first), view.window(last)))) {
                     depth.want(view.window(first), view.window(last), margin);
                 }
             }
         }
     }
+}
+
+void KivLineDrawing::readDepth(const KivLineTile* tile) {
+    wantDepth(depthReach(pixel), tile);
     const KivGlState state;
     glPixelStorei(GL_PACK_ALIGNMENT, 4);
     glPixelStorei(GL_PACK_ROW_LENGTH, 0);
@@ -307,7 +315,47 @@ bool KivLineDrawing::trace() {
     if (jobs.empty()) {
         return true;
     }
-    readDepth();
+    depth = KivDepthImage(view.width(), view.height());
+    readDepth(nullptr);
+    return traceJobs();
+}
+
+bool KivLineDrawing::survey(const KivPictureTile& tile) {
+    if (jobs.empty()) {
+        return true;
+    }
+    surveyed.resize(jobs.size());
+    // Beside the edge of a tile there is no depth to look up; the next one reaches as far beyond it. Lines that leave
+    // the picture end on its very edge.
+    const double reach = depthReach(pixel);
+    const auto inset = [reach](bool atEdge) { return atEdge ? -1.0 : reach; };
+    KivLineTile place;
+    place.left = tile.left + inset(tile.left == 0);
+    place.bottom = tile.bottom + inset(tile.bottom == 0);
+    place.right = tile.left + tile.size.cx - inset(tile.left + tile.size.cx == tile.picture.cx);
+    place.top = tile.bottom + tile.size.cy - inset(tile.bottom + tile.size.cy == tile.picture.cy);
+    for (KivLineSights& sights : surveyed) {
+        sights.tile = place;
+        sights.next = 0;
+        sights.isRecording = true;
+    }
+    depth = KivDepthImage(tile.size.cx, tile.size.cy, tile.left, tile.bottom);
+    readDepth(&place);
+    return traceJobs();
+}
+
+bool KivLineDrawing::traceSurveyed() {
+    traced = true;
+    for (KivLineSights& sights : surveyed) {
+        sights.isRecording = false;
+        sights.next = 0;
+    }
+    const bool done = traceJobs();
+    surveyed = {};
+    return done;
+}
+
+bool KivLineDrawing::traceJobs() {
     std::vector<KivLinePath> paths;
     for (std::size_t i = 0; i < jobs.size(); ++i) {
         if (i % 256 == 0 && kivIsCancelled()) {
@@ -320,17 +368,21 @@ bool KivLineDrawing::trace() {
         KivLinePen pen = toolOf(*job.page).pen;
         pen.width[static_cast<int>(job.kind)] = job.width;
         KivLineTracer tracer(view, depth, pen);
+        const bool isRecording = !surveyed.empty() && surveyed[i].isRecording;
+        if (!surveyed.empty()) {
+            tracer.use(surveyed[i]);
+        }
         if (job.corners.size() == 1) {
             KivLinePoint dot;
-            if (tracer.sees(job.corners[0].clip, &dot)) {
+            if (tracer.sees(job.corners[0].clip, &dot) && !isRecording) {
                 takePoint(job, dot);
             }
             continue;
         }
         paths.clear();
         tracer.trace(job.corners, job.closed, job.kind, paths);
-        for (const KivLinePath& path : paths) {
-            takePath(job, path);
+        for (std::size_t k = 0; k < paths.size() && !isRecording; ++k) {
+            takePath(job, paths[k]);
         }
     }
     depth = {};
@@ -429,7 +481,7 @@ void KivLineDrawing::draw() const {
     }
     glMatrixMode(GL_PROJECTION);
     glPushMatrix();
-    glLoadIdentity();
+    kivLoadPictureProjection();
     // At the near end of the depth range, for lines that have to stay in front: that of depth 0 is where depth is
     // clipped.
     glOrtho(0.0, view.width(), 0.0, view.height(), view.hasFineDepth() ? -1.0 : 0.0, 1.0);

@@ -27,6 +27,7 @@ class KivMesh;
 class KivPolyline;
 class KivShaderCommunication;
 class KivTablePageSettings;
+struct KivPictureTile;
 
 // Made with the context of the render current, which must stay so. The steps come in the order of the operations.
 // Settings that are handed over must live as long as the drawing.
@@ -57,6 +58,14 @@ public:
     // meanwhile.
     bool trace();
     void draw() const;
+
+    // Of a picture that is drawn in tiles: records what is seen of each line in the tile, and after all tiles trace
+    // goes by that. Both false when the render was cancelled meanwhile.
+    bool survey(const KivPictureTile& tile);
+    bool traceSurveyed();
+    bool isTraced() const {
+        return traced;
+    }
 
 protected:
     // A line in space with what it is drawn with.
@@ -113,7 +122,9 @@ private:
     void addLineJob(const std::vector<KivVec>& points, bool closed, std::uint32_t color,
                     const KivTablePageSettings& page);
     void addCrossings(const std::vector<const KivCrossing*>& pieces, const KivTablePageSettings& page);
-    void readDepth();
+    void wantDepth(double margin, const KivLineTile* tile);
+    void readDepth(const KivLineTile* tile);
+    bool traceJobs();
     bool traceExactly();
     std::vector<KivLinePath> seenPaths(const Job& job) const;
 
@@ -123,6 +134,8 @@ private:
     double pixel;
     std::map<const KivTablePageSettings*, Tool> tools;
     std::vector<Job> jobs;
+    std::vector<KivLineSights> surveyed; // of the jobs
+    bool traced = false;
     KivDepthImage depth;
     KivSurfaceCrossings crossings;
     std::vector<const KivTablePageSettings*> crossingPages; // of the meshes that may cross

@@ -5,6 +5,7 @@
 #include "kivrender/scene/kivprogress.h"
 #include "kivrender/scene/kivscene.h"
 #include "kivrender/settings/kivcommonsettings.h"
+#include "kivrender/shader/kivpicturetile.h"
 #include "kivrender/shader/kivshadercommunication.h"
 
 namespace {
@@ -78,59 +79,107 @@ bool KivLineShader::needsDepth(const KivMesh& mesh, const KivCommonSettings& set
     return preview || !mesh.hasNonCombinable(communication.hasNonCombinable());
 }
 
-void KivLineShader::render(KivBitmapManager* surface, const KivCommonSettings& settings, const KivCamera& camera,
-                           KivScene* scene, tagSIZE size, KivShaderCommunication& communication, bool named) {
+// The lines of each mesh, and the scene's own. False when the render was cancelled meanwhile.
+bool KivLineShader::gather(KivLineDrawing& drawing, KivScene& scene, bool named) const {
     Steps steps;
-    const bool preview = KivShaderCommunication::getDefaultCommunication() != &communication;
-    const std::unique_ptr<KivLineDrawing> drawing =
-        startDrawing(settings, camera, *scene, size, communication, preview);
-    // Step 1: the lines of each mesh, and the scene's own.
     steps.begin();
-    for (unsigned int i = 0; i < scene->numMeshes(); ++i) {
-        const KivMesh* mesh = scene->getMesh(i);
+    for (unsigned int i = 0; i < scene.numMeshes(); ++i) {
+        const KivMesh* mesh = scene.getMesh(i);
         if (mesh != nullptr && kivIsForShader(*mesh, getTag(), named)) {
-            drawing->addMesh(*mesh, i, settingsOf(*mesh));
+            drawing.addMesh(*mesh, i, settingsOf(*mesh));
         }
         steps.advance();
         if (kivIsCancelled()) {
-            return;
+            return false;
         }
     }
-    if (!drawing->addCrossings()) {
-        return;
+    if (!drawing.addCrossings()) {
+        return false;
     }
-    for (unsigned int i = 0; i < scene->numPolyline(); ++i) {
-        const KivPolyline* polyline = scene->getPolyline(i);
+    for (unsigned int i = 0; i < scene.numPolyline(); ++i) {
+        const KivPolyline* polyline = scene.getPolyline(i);
         if (polyline != nullptr && kivIsForShader(*polyline, getTag(), named)) {
-            drawing->addPolyline(*polyline, settingsOf(*polyline));
+            drawing.addPolyline(*polyline, settingsOf(*polyline));
         }
         steps.advance();
     }
-    addObjects(*drawing, *scene, named);
+    addObjects(drawing, scene, named);
     steps.advance();
     steps.end();
-    // Step 2: the depth of what hides lines and is not drawn yet.
+    return true;
+}
+
+// The depth of what hides lines and is not drawn yet.
+bool KivLineShader::layDepth(KivLineDrawing& drawing, KivScene& scene, const KivCommonSettings& settings,
+                             const KivShaderCommunication& communication, bool preview) const {
+    Steps steps;
     steps.begin();
-    for (unsigned int i = 0; i < scene->numMeshes() && !drawing->isEmpty(); ++i) {
-        const KivMesh* mesh = scene->getMesh(i);
+    for (unsigned int i = 0; i < scene.numMeshes() && !drawing.isEmpty(); ++i) {
+        const KivMesh* mesh = scene.getMesh(i);
         if (mesh != nullptr && needsDepth(*mesh, settings, communication, preview)) {
-            drawing->layDepth(*mesh, preview);
+            drawing.layDepth(*mesh, preview);
         }
         steps.advance();
         if (kivIsCancelled()) {
-            return;
+            return false;
         }
     }
     steps.end();
-    // Step 3: which of the lines are seen.
+    return true;
+}
+
+void KivLineShader::render(KivBitmapManager* surface, const KivCommonSettings& settings, const KivCamera& camera,
+                           KivScene* scene, tagSIZE size, KivShaderCommunication& communication, bool named) {
+    const bool preview = KivShaderCommunication::getDefaultCommunication() != &communication;
+    KivPictureTile* const tile = preview || settings.doVectorial() ? nullptr : kivPictureTile();
+    if (tile != nullptr) {
+        renderTile(*tile, settings, camera, *scene, communication, named);
+        return;
+    }
+    const std::unique_ptr<KivLineDrawing> drawing =
+        startDrawing(settings, camera, *scene, size, communication, preview);
+    if (!gather(*drawing, *scene, named) || !layDepth(*drawing, *scene, settings, communication, preview)) {
+        return;
+    }
+    Steps steps;
+    // Which of the lines are seen.
     steps.begin();
     if (!drawing->trace()) {
         return;
     }
     steps.end();
-    // Step 4: the strokes.
+    // The strokes.
     steps.begin();
     drawing->draw();
     flushAndShow(surface, settings.doVectorial());
     steps.end();
+}
+
+// How a line is drawn depends on where it is seen along all its length, which no tile knows: the lines are surveyed in
+// all tiles before any are drawn.
+void KivLineShader::renderTile(KivPictureTile& tile, const KivCommonSettings& settings, const KivCamera& camera,
+                               KivScene& scene, KivShaderCommunication& communication, bool named) {
+    Surveyed& kept = surveyed[named ? 1 : 0];
+    if (kept.picture != tile.number || kept.drawing == nullptr) {
+        kept.picture = tile.number;
+        kept.drawing = startDrawing(settings, camera, scene, tile.picture, communication, false);
+        if (!gather(*kept.drawing, scene, named)) {
+            kept.drawing.reset();
+            return;
+        }
+    }
+    tile.isSurveyWanted = tile.isSurveyWanted || !kept.drawing->isEmpty();
+    if (!layDepth(*kept.drawing, scene, settings, communication, false)) {
+        return;
+    }
+    if (tile.isSurvey) {
+        kept.drawing->survey(tile);
+        return;
+    }
+    if (kept.drawing->isTraced() || kept.drawing->traceSurveyed()) {
+        kept.drawing->draw();
+    }
+    if (tile.isLast) {
+        kept.drawing.reset();
+    }
 }

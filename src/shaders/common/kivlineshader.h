@@ -18,9 +18,11 @@
 
 #include "kivtableshader.h"
 
+#include <cstdint>
 #include <memory>
 
 class KivLineDrawing;
+struct KivPictureTile;
 
 class KivLineShader : public KivTableShader<KivCombinableShader> {
 public:
@@ -49,8 +51,20 @@ protected:
 private:
     friend struct KivTestAccess;
 
-    bool isVectorial = false; // the render that runs
+    // What is found for the tiles of one picture.
+    struct Surveyed {
+        std::uint64_t picture = 0; // its number
+        std::unique_ptr<KivLineDrawing> drawing;
+    };
 
+    bool isVectorial = false; // the render that runs
+    Surveyed surveyed[2];     // for the style's call and for the sweep over the objects
+
+    bool gather(KivLineDrawing& drawing, KivScene& scene, bool named) const;
+    bool layDepth(KivLineDrawing& drawing, KivScene& scene, const KivCommonSettings& settings,
+                  const KivShaderCommunication& communication, bool preview) const;
+    void renderTile(KivPictureTile& tile, const KivCommonSettings& settings, const KivCamera& camera, KivScene& scene,
+                    KivShaderCommunication& communication, bool named);
     void addObjects(KivLineDrawing& drawing, KivScene& scene, bool named) const;
     bool needsDepth(const KivMesh& mesh, const KivCommonSettings& settings, const KivShaderCommunication& communication,
                     bool preview) const;

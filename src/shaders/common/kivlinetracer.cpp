@@ -53,6 +53,33 @@ float KivLineTracer::weigh(const KivWindowPoint& place, const KivVec& open, KivF
     return static_cast<float>(std::clamp(step / pen.detail, 0.02, 1.0));
 }
 
+bool KivLineTile::mayHold(const KivWindowPoint& a, const KivWindowPoint& b) const {
+    return std::max(a.x, b.x) >= left && std::min(a.x, b.x) < right && std::max(a.y, b.y) >= bottom &&
+           std::min(a.y, b.y) < top;
+}
+
+float KivLineTracer::weightOf(const KivWindowPoint& place, const KivVec& open, KivFeatureKind kind) const {
+    if (sights == nullptr) {
+        return weigh(place, open, kind);
+    }
+    if (sights->isRecording) {
+        sights->weights.resize(std::max(sights->weights.size(), sights->next + 1));
+        if (sights->tile.holds(place.x, place.y)) {
+            sights->weights[sights->next] = weigh(place, open, kind);
+        }
+    }
+    return sights->weights[sights->next++];
+}
+
+// Samples that lie in another tile.
+void KivLineTracer::passOver(std::size_t count) {
+    sights->next += count;
+    sights->weights.resize(std::max(sights->weights.size(), sights->next));
+    if (samples.empty()) {
+        samples.push_back({});
+    }
+}
+
 bool KivLineTracer::sees(const KivClipPoint& point, KivLinePoint* place) const {
     double from = 0.0;
     double to = 1.0;
@@ -62,7 +89,7 @@ bool KivLineTracer::sees(const KivClipPoint& point, KivLinePoint* place) const {
     const KivWindowPoint at = view.window(point);
     place->x = static_cast<float>(at.x);
     place->y = static_cast<float>(at.y);
-    return weigh(at, {}, KivFeatureKind::crease) > 0.0F;
+    return weightOf(at, {}, KivFeatureKind::crease) > 0.0F;
 }
 
 void KivLineTracer::sampleEdge(const std::vector<KivLineCorner>& corners, std::size_t corner, KivFeatureKind kind,
@@ -95,6 +122,13 @@ void KivLineTracer::sampleEdge(const std::vector<KivLineCorner>& corners, std::s
     }
     const int steps = std::max(1, static_cast<int>(std::ceil(length / sampleStep)));
     const bool begins = samples.empty();
+    if (sights != nullptr && sights->isRecording && !sights->tile.mayHold(start, end)) {
+        passOver(static_cast<std::size_t>(steps) + (begins ? 1 : 0));
+        if (last < 1.0) {
+            breakOff(kind, paths);
+        }
+        return;
+    }
     for (int i = begins ? 0 : 1; i <= steps; ++i) {
         const double t = static_cast<double>(i) / steps;
         const KivWindowPoint place = {start.x + dx * t, start.y + dy * t, start.z + (end.z - start.z) * t};
@@ -102,7 +136,7 @@ void KivLineTracer::sampleEdge(const std::vector<KivLineCorner>& corners, std::s
         const double part = first + (last - first) * t * a.w / (t * a.w + (1.0 - t) * b.w);
         samples.push_back({static_cast<float>(place.x),
                            static_cast<float>(place.y),
-                           weigh(place, open, kind),
+                           weightOf(place, open, kind),
                            {static_cast<std::uint32_t>(corner), static_cast<float>(part)}});
     }
     if (last < 1.0) {

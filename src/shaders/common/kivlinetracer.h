@@ -56,6 +56,29 @@ struct KivLineCorner {
     KivVec place{}; // in space
 };
 
+// A part of the picture, in pixels of the image.
+struct KivLineTile {
+    double left = 0.0;
+    double bottom = 0.0;
+    double right = 0.0;
+    double top = 0.0;
+
+    bool holds(double x, double y) const {
+        return x >= left && x < right && y >= bottom && y < top;
+    }
+    // Whether a straight piece between two places may have samples in the tile.
+    bool mayHold(const KivWindowPoint& a, const KivWindowPoint& b) const;
+};
+
+// What is seen of a line's samples, for a picture that is drawn in tiles: nobody has the depth of all of it at once. In
+// a survey each tile records the samples that lie in it; afterwards they are there in the order of the samples.
+struct KivLineSights {
+    std::vector<float> weights;
+    std::size_t next = 0;
+    bool isRecording = false;
+    KivLineTile tile; // that is recorded
+};
+
 class KivLineTracer {
 public:
     // Both must outlive the tracer.
@@ -66,6 +89,11 @@ public:
     // side of a corner is that of the edge that begins there. A closed line does not repeat its first corner.
     void trace(const std::vector<KivLineCorner>& corners, bool closed, KivFeatureKind kind,
                std::vector<KivLinePath>& paths);
+
+    // From here on lines and points are looked up there, or recorded, each in the order of the calls.
+    void use(KivLineSights& recorded) {
+        sights = &recorded;
+    }
 
     // Whether a single point is seen; then where it is in the picture, its width untouched.
     bool sees(const KivClipPoint& point, KivLinePoint* place) const;
@@ -90,6 +118,8 @@ private:
     void sampleEdge(const std::vector<KivLineCorner>& corners, std::size_t corner, KivFeatureKind kind,
                     std::vector<KivLinePath>& paths);
     float weigh(const KivWindowPoint& place, const KivVec& open, KivFeatureKind kind) const;
+    float weightOf(const KivWindowPoint& place, const KivVec& open, KivFeatureKind kind) const;
+    void passOver(std::size_t count);
     void breakOff(KivFeatureKind kind, std::vector<KivLinePath>& paths);
     void finishPiece(bool closed, bool endsFree, KivFeatureKind kind, std::vector<KivLinePath>& paths);
     void bridgeGaps();
@@ -99,6 +129,7 @@ private:
     const KivView& view;
     const KivDepthImage& depth;
     const KivLinePen& pen;
+    KivLineSights* sights = nullptr;
     std::vector<Sample> samples;
     bool broken = false;   // the line left the view since it began
     bool freeStart = true; // the piece at hand begins where the line does

@@ -1,6 +1,7 @@
 #include "kivview.h"
 
 #include "kivrender/platform/kivgldepth.h"
+#include "kivrender/shader/kivpicturetile.h"
 
 #include <GL/gl.h>
 
@@ -101,6 +102,7 @@ KivView kivCurrentView(int width, int height) {
     glGetDoublev(GL_MODELVIEW_MATRIX, modelview.data());
     glGetDoublev(GL_PROJECTION_MATRIX, projection.data());
     glGetDoublev(GL_DEPTH_RANGE, range);
+    kivRemovePicturePlace(projection.data());
     const bool fine = kivIsDepthClippedFromZero();
     if (fine) {
         for (std::size_t column = 0; column < 16; column += 4) {

@@ -1,0 +1,242 @@
+#include "kivrender/render/kivtiledrender.h"
+
+#include "kivrender/platform/kivimage.h"
+#include "kivrender/render/kivbitmapmanager.h"
+#include "kivrender/render/kivrenderer.h"
+#include "kivrender/scene/kivcamera.h"
+#include "kivrender/scene/kivprogress.h"
+#include "kivrender/scene/kivscene.h"
+#include "kivrender/settings/kivcommonsettings.h"
+#include "kivrender/settings/kivmemorycommondatamanager.h"
+#include "kivrender/shader/kivpicturetile.h"
+
+#include <algorithm>
+#include <memory>
+#include <new>
+#include <vector>
+
+namespace {
+
+// The longest side of a surface with the software driver; others have the same or more.
+constexpr std::int32_t longestSide = 16384;
+
+// A tile's frame has at most this side: with colour, depth, stencil and what is read back of them about 1.5 GB.
+constexpr std::int32_t frameSide = 8192;
+
+// What the rows of one row of tiles may take at most, as long as tiles are not flatter than the grid.
+constexpr std::size_t rowBytes = std::size_t{1} << 28;
+
+// In pixels of the finished picture: as wide as the reduction looks, lines look for what they hide, and wide lines and
+// points reach over the edge of a projection.
+constexpr std::int32_t margin = 32;
+// Tiles begin at multiples of this, so that stipple patterns run on.
+constexpr std::int32_t grid = 32;
+
+// A tile without its margins, in pixels of the finished picture from the top down.
+struct Cell {
+    std::int32_t left;
+    std::int32_t top;
+    std::int32_t right;
+    std::int32_t bottom;
+};
+
+std::uint64_t nextPictureNumber() {
+    static std::uint64_t number = 0;
+    return ++number;
+}
+
+class TiledRender {
+public:
+    TiledRender(KivRenderer& driver, const KivCommonSettings& wanted, KivDataManager* shaderData,
+                const KivScene& drawnScene, const KivCamera& view, const KivTiledPicture& whole)
+        : renderer(driver), data(shaderData), scene(drawnScene), camera(view), picture(whole),
+          factor(1 << std::clamp(wanted.getAntialias(), 0, 2)), settings(wanted) {
+        settings.setVectorial(false);
+        settings.setSaveRender(false);
+        settings.setSaveVectorFile(L"");
+        // A name makes the render gather the images beside it; with a tile they come back in memory.
+        settings.setSaveRenderFile(L"tile.png");
+        settings.setSaveDepth(static_cast<bool>(picture.depth));
+        settings.setSaveShadows(static_cast<bool>(picture.shadow));
+        number = nextPictureNumber();
+        layOut();
+    }
+
+    KivTiledOutcome run() {
+        const bool isSurveyed = survey();
+        if (outcome != KivTiledOutcome::done) {
+            return outcome;
+        }
+        rounds = isSurveyed ? 2 : 1;
+        for (std::size_t row = 0; row + 1 < rows.size() && outcome == KivTiledOutcome::done; ++row) {
+            drawRow(row);
+        }
+        return outcome;
+    }
+
+private:
+    // Rows of tiles are counted from the picture's lower edge, where those of OpenGL are.
+    void layOut() {
+        const std::int32_t net = frameSide / factor - 2 * margin;
+        const std::int32_t side = std::max(grid, (picture.tileSide > 0 ? picture.tileSide : net) / grid * grid);
+        for (std::int32_t x = 0; x < picture.size.cx; x += side) {
+            columns.push_back(x);
+        }
+        columns.push_back(picture.size.cx);
+        const std::size_t bytes = static_cast<std::size_t>(picture.size.cx) * 5;
+        const auto most = static_cast<std::int32_t>(std::min<std::size_t>(rowBytes / bytes, frameSide)) / grid * grid;
+        const std::int32_t high = std::max(grid, std::min(side, most));
+        for (std::int32_t y = 0; y < picture.size.cy; y += high) {
+            rows.push_back(picture.size.cy - y);
+        }
+        rows.push_back(0);
+        std::reverse(rows.begin(), rows.end());
+    }
+
+    Cell cellAt(std::size_t row, std::size_t column) const {
+        return {columns[column], rows[row], columns[column + 1], rows[row + 1]};
+    }
+
+    // The cell with its margins.
+    Cell around(const Cell& cell) const {
+        return {std::max(0, cell.left - margin), std::max(0, cell.top - margin),
+                std::min(picture.size.cx, cell.right + margin), std::min(picture.size.cy, cell.bottom + margin)};
+    }
+
+    // Whether the tiles have been surveyed.
+    bool survey() {
+        const std::size_t across = columns.size() - 1;
+        const std::size_t count = (rows.size() - 1) * across;
+        rounds = 2;
+        for (std::size_t i = 0; i < count; ++i) {
+            KivPictureTile tile = tileOf(around(cellAt(i / across, i % across)));
+            tile.isSurvey = true;
+            KivBitmapManager surface;
+            if (!draw(tile, surface)) {
+                return false;
+            }
+            if (!tile.isSurveyWanted) {
+                numDone = 0;
+                return false;
+            }
+        }
+        return true;
+    }
+
+    void drawRow(std::size_t row) {
+        const std::int32_t height = rows[row + 1] - rows[row];
+        const auto pixels = static_cast<std::size_t>(picture.size.cx) * static_cast<std::size_t>(height);
+        colours.assign(pixels * 3, 0);
+        depths.assign(picture.depth ? pixels : 0, 0);
+        shadows.assign(picture.shadow ? pixels : 0, 0);
+        for (std::size_t column = 0; column + 1 < columns.size(); ++column) {
+            const Cell cell = cellAt(row, column);
+            const Cell whole = around(cell);
+            KivPictureTile tile = tileOf(whole);
+            tile.isLast = row + 2 == rows.size() && column + 2 == columns.size();
+            KivBitmapManager surface;
+            if (!draw(tile, surface) || !keep(tile, surface, cell, whole)) {
+                return;
+            }
+        }
+        hand(height);
+    }
+
+    KivPictureTile tileOf(const Cell& whole) const {
+        KivPictureTile tile;
+        tile.picture = {picture.size.cx * factor, picture.size.cy * factor};
+        tile.left = whole.left * factor;
+        tile.bottom = (picture.size.cy - whole.bottom) * factor;
+        tile.size = {(whole.right - whole.left) * factor, (whole.bottom - whole.top) * factor};
+        tile.number = number;
+        tile.isProjected = picture.isProjected;
+        return tile;
+    }
+
+    bool draw(KivPictureTile& tile, KivBitmapManager& surface) {
+        const KivPictureTileScope current(tile);
+        KivMemoryCommonDataManager common;
+        settings.saveDataOnHost(&common);
+        KivScene copy = scene;
+        tagSIZE size{tile.size.cx / factor, tile.size.cy / factor};
+        if (!renderer.render(&common, data, &copy, camera, &surface, &size)) {
+            outcome = kivIsCancelled() ? KivTiledOutcome::cancelled : KivTiledOutcome::notDrawn;
+            return false;
+        }
+        ++numDone;
+        const auto count = static_cast<double>((rows.size() - 1) * (columns.size() - 1) * rounds);
+        if (picture.progress && !picture.progress(static_cast<double>(numDone) / count)) {
+            outcome = KivTiledOutcome::cancelled;
+            return false;
+        }
+        return true;
+    }
+
+    // Puts what a tile shows without its margins into the row.
+    bool keep(const KivPictureTile& tile, KivBitmapManager& surface, const Cell& cell, const Cell& whole) {
+        const std::unique_ptr<KivImage> colour = KivImage::fromBitmap(surface.getHBitmap());
+        if (!colour || (picture.depth && !tile.depth) || (picture.shadow && !tile.shadow)) {
+            outcome = KivTiledOutcome::notDrawn;
+            return false;
+        }
+        const auto width = static_cast<std::size_t>(cell.right - cell.left);
+        const auto skipped = static_cast<std::size_t>(cell.left - whole.left);
+        std::vector<std::uint8_t> rgb(static_cast<std::size_t>(colour->width()) * 3);
+        for (std::int32_t y = cell.top; y < cell.bottom; ++y) {
+            const std::int32_t from = y - whole.top;
+            const std::size_t at = static_cast<std::size_t>(y - cell.top) * static_cast<std::size_t>(picture.size.cx) +
+                                   static_cast<std::size_t>(cell.left);
+            colour->copyRowRgb(from, rgb.data());
+            std::copy_n(rgb.data() + skipped * 3, width * 3, colours.data() + at * 3);
+            keepGrey(tile.depth.get(), from, skipped, width, depths.data() + at);
+            keepGrey(tile.shadow.get(), from, skipped, width, shadows.data() + at);
+        }
+        return true;
+    }
+
+    static void keepGrey(const KivImage* image, std::int32_t row, std::size_t skipped, std::size_t width,
+                         std::uint8_t* out) {
+        for (std::size_t x = 0; image != nullptr && x < width; ++x) {
+            out[x] = static_cast<std::uint8_t>(image->pixel(static_cast<std::int32_t>(skipped + x), row));
+        }
+    }
+
+    void hand(std::int32_t height) {
+        const bool taken = picture.colour(colours.data(), height) &&
+                           (!picture.depth || picture.depth(depths.data(), height)) &&
+                           (!picture.shadow || picture.shadow(shadows.data(), height));
+        if (!taken) {
+            outcome = KivTiledOutcome::notTaken;
+        }
+    }
+
+    KivRenderer& renderer;
+    KivDataManager* data;
+    const KivScene& scene;
+    const KivCamera& camera;
+    const KivTiledPicture& picture;
+    std::int32_t factor; // of the frame's pixels to those of the finished picture
+    KivCommonSettings settings;
+    std::uint64_t number;
+    std::vector<std::int32_t> columns; // where tiles begin, and the picture's end
+    std::vector<std::int32_t> rows;
+    std::size_t rounds = 1;
+    std::size_t numDone = 0;
+    // Of one row of tiles.
+    std::vector<std::uint8_t> colours;
+    std::vector<std::uint8_t> depths;
+    std::vector<std::uint8_t> shadows;
+    KivTiledOutcome outcome = KivTiledOutcome::done;
+};
+
+} // namespace
+
+bool kivNeedsTiles(tagSIZE size, int antialias) {
+    const std::int64_t factor = 1 << std::clamp(antialias, 0, 2);
+    return size.cx * factor > longestSide || size.cy * factor > longestSide;
+}
+
+KivTiledOutcome kivRenderTiled(KivRenderer& renderer, const KivCommonSettings& settings, KivDataManager* data,
+                               const KivScene& scene, const KivCamera& camera, const KivTiledPicture& picture) {
+    return TiledRender(renderer, settings, data, scene, camera, picture).run();
+}

@@ -1,0 +1,63 @@
+// A picture that is larger than a surface is drawn in tiles, each in a frame of its own. What a shader draws with the
+// matrices that it finds lies in the right place of every tile. The size that it is given is that of the whole picture,
+// and so a projection over the whole picture in pixels is right too, if it is loaded onto kivLoadPictureProjection in
+// place of glLoadIdentity. Only what looks at single pixels of the frame has to ask for the tile.
+//
+// Tiles overlap by a margin that is cut off afterwards: what lies in it may depend on the tile's edge.
+#ifndef KIVRENDER_SHADER_KIVPICTURETILE_H
+#define KIVRENDER_SHADER_KIVPICTURETILE_H
+
+#include "kivrender/platform/kivexport.h"
+#include "kivrender/platform/kivtypes.h"
+
+#include <cstdint>
+#include <memory>
+
+class KivImage;
+
+// All lengths in pixels of the frame, which are smaller than those of the finished picture where that is reduced.
+struct KivPictureTile {
+    tagSIZE picture{};        // of the whole
+    std::int32_t left = 0;    // of this tile in it, from the lower left corner
+    std::int32_t bottom = 0;  // the same
+    tagSIZE size{};           // of this tile with its margins
+    std::uint64_t number = 0; // of the picture; the tiles of another one have another
+    // All tiles are drawn twice where a shader asks for it: a survey lets it look at the depth of the whole picture
+    // before it draws anything. What it draws in a survey is not seen.
+    bool isSurvey = false;
+    // The survey goes on to all tiles only if somebody has said so in its first.
+    bool isSurveyWanted = false;
+    bool isLast = false; // of the picture's tiles: what was kept for them can go
+    // The images beside the render come here in place of files, reduced as the picture is.
+    std::shared_ptr<KivImage> depth;
+    std::shared_ptr<KivImage> shadow;
+    // Puts the tile's place into the projection even where a viewport could take it; for tests.
+    bool isProjected = false;
+};
+
+// The tile that is being drawn; null when the picture is drawn as a whole. It ends with the frame.
+KIV_API KivPictureTile* kivPictureTile();
+
+// Makes a tile the current one of this process for as long as the object lives.
+class KIV_API KivPictureTileScope {
+public:
+    explicit KivPictureTileScope(KivPictureTile& tile);
+    KivPictureTileScope(const KivPictureTileScope&) = delete;
+    KivPictureTileScope& operator=(const KivPictureTileScope&) = delete;
+    ~KivPictureTileScope();
+};
+
+// The size of the picture that a frame of that size is a part of.
+KIV_API tagSIZE kivPictureSize(tagSIZE frame);
+
+// The viewport of a frame of that size: over the whole picture, whose lower left corner then lies outside of the frame,
+// or over the tile where the picture is larger than any viewport.
+KIV_API void kivSetPictureViewport(tagSIZE frame);
+
+// In place of glLoadIdentity for a projection; what is multiplied onto it is laid out for the whole picture.
+KIV_API void kivLoadPictureProjection();
+
+// Takes from a projection, column by column, what kivLoadPictureProjection has put into it.
+KIV_API void kivRemovePicturePlace(double* projection);
+
+#endif

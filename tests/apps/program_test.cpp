@@ -228,8 +228,8 @@ TEST(Program, ErrorsAreOneLineAndTheStatusTellsTheirKind) {
     } cases[] = {
         {{},
          2,
-         "a command is needed: render, shaders, styles, preview, style, formats, info or new-shader (see \"selvarin "
-         "--help\")"},
+         "a command is needed: render, catalogue, shaders, styles, preview, style, formats, info or new-shader (see "
+         "\"selvarin --help\")"},
         {{"rendr"}, 2, "unknown command rendr; did you mean render? (see \"selvarin --help\")"},
         {{"render", box, "-o", png, "--simplify"},
          2,
@@ -280,10 +280,36 @@ TEST(Program, ErrorsAreOneLineAndTheStatusTellsTheirKind) {
     const Outcome broken = run(folder, {"render", folder.path("text.stl"), "-o", png});
     EXPECT_EQ(broken.status, 1);
     EXPECT_EQ(countLines(broken.err), 1) << broken.err;
-    const Outcome large = run(folder, {"render", box, "-o", png, "-s", "20000x20000", "-a", "0"});
+    const Outcome large = run(folder, {"render", box, "-o", folder.path("a.jpg"), "-s", "20000x20000", "-a", "0"});
     EXPECT_EQ(large.status, 1);
-    EXPECT_EQ(countLines(large.err), 1) << large.err;
-    EXPECT_FALSE(std::filesystem::exists(png));
+    EXPECT_EQ(large.err, "selvarin: can't write \"" + folder.path("a.jpg") +
+                             "\": a picture of that size is written row by row, as png or tif\n");
+    EXPECT_FALSE(std::filesystem::exists(folder.path("a.jpg")));
+}
+
+TEST(Program, APictureLargerThanASurfaceIsDrawnInTiles) {
+    const ProgramFolder folder;
+    const std::string png = folder.path("wide.png");
+    const Outcome outcome = run(folder, {"render", writeBlueBox(folder), "-o", png, "-s", "17000x64", "-a", "0",
+                                         "--background", "#ff8000", "--depth-image"});
+    ASSERT_EQ(outcome.status, 0) << outcome.err;
+    const Picture picture = readPng(png);
+    ASSERT_EQ(picture.width, 17000U);
+    ASSERT_EQ(picture.height, 64U);
+    EXPECT_EQ(picture.at(0, 0), (std::array<int, 3>{255, 128, 0}));
+    EXPECT_EQ(picture.at(16999, 63), (std::array<int, 3>{255, 128, 0}));
+    EXPECT_NE(picture.at(8500, 32), (std::array<int, 3>{255, 128, 0})) << "the box stands in the middle";
+    EXPECT_EQ(readPng(folder.path("wide_depth.png")).width, 17000U);
+}
+
+TEST(Program, APosterThatIsCancelledLeavesTheOldFile) {
+    const ProgramFolder folder;
+    const std::string png = folder.write("old.png", "old");
+    const Outcome outcome =
+        run(folder, {"render", writeBlueBox(folder), "-o", png, "-s", "3000x3000", "--tile", "200"}, 1200);
+    EXPECT_EQ(outcome.status, 130) << outcome.err;
+    EXPECT_EQ(folder.read("old.png"), "old");
+    EXPECT_EQ(folder.names(), (std::vector<std::string>{"box.mtl", "box.obj", "old.png"}));
 }
 
 TEST(Program, RendersABlueBoxOnItsBackground) {

@@ -309,7 +309,7 @@ TEST(Program, APosterThatIsCancelledLeavesTheOldFile) {
         run(folder, {"render", writeBlueBox(folder), "-o", png, "-s", "3000x3000", "--tile", "200"}, 1200);
     EXPECT_EQ(outcome.status, 130) << outcome.err;
     EXPECT_EQ(folder.read("old.png"), "old");
-    EXPECT_EQ(folder.names(), (std::vector<std::string>{"box.mtl", "box.obj", "old.png"}));
+    EXPECT_EQ(folder.names(), (std::vector<std::string>{"blue.mtl", "box.obj", "old.png"}));
 }
 
 TEST(Program, RendersABlueBoxOnItsBackground) {

@@ -62,7 +62,9 @@ private:
         }
         const auto firstNormal = static_cast<std::uint32_t>(surface.normals.size());
         takeNodes(face, mesh, placement);
+        const std::size_t firstCorner = surface.corners.size();
         takeTriangles(mesh, firstNormal, (face.Orientation() == TopAbs_REVERSED) != placement.IsNegative());
+        turnStrayNormals(firstCorner, firstNormal);
     }
 
     std::uint32_t partOf(std::uint32_t material) {
@@ -152,6 +154,24 @@ private:
                 surface.cornerNormals.push_back(firstNormal + static_cast<std::uint32_t>(nodes[k] - 1));
             }
             surface.triangleParts.push_back(partOfFace.back());
+        }
+    }
+
+    // Close to a pole the parameters may step over it, and there the normal is that of the far side.
+    void turnStrayNormals(std::size_t firstCorner, std::uint32_t firstNormal) {
+        std::vector<Vec3> facets(surface.normals.size() - firstNormal);
+        for (std::size_t i = firstCorner; i < surface.corners.size(); i += 3) {
+            const Vec3& a = surface.positions[surface.corners[i]];
+            const Vec3 across =
+                cross(surface.positions[surface.corners[i + 1]] - a, surface.positions[surface.corners[i + 2]] - a);
+            for (std::size_t k = 0; k < 3; ++k) {
+                Vec3& sum = facets[surface.cornerNormals[i + k] - firstNormal];
+                sum = sum + across;
+            }
+        }
+        for (std::size_t i = 0; i < facets.size(); ++i) {
+            Vec3& normal = surface.normals[firstNormal + i];
+            normal = dot(normal, facets[i]) < 0.0 ? normal * -1.0 : normal;
         }
     }
 

@@ -9,17 +9,17 @@ namespace {
 constexpr double finest = 0.02;  // chords rise by no more, in pixels
 constexpr double sharpest = 0.5; // the cosine of the largest turn that is rounded, 60 degrees
 constexpr int mostSteps = 16;
+constexpr double mostUneven = 3.0; // of the lengths of neighbours
 
 // Of edges.
 constexpr double gentle = 0.94;     // the cosine of the largest turn, 20 degrees
-constexpr double mostUneven = 3.0;  // of the lengths of neighbours
 constexpr double slightRise = 0.25; // in pixels
 
 class Rounder {
 public:
-    Rounder(const KivLineView& seenFrom, const std::vector<bool>& roundPieces, bool isClosed,
-            const std::vector<KivVec>& line)
-        : view(seenFrom), isRound(roundPieces), closed(isClosed), points(line) {}
+    Rounder(const KivLineView& seenFrom, const std::vector<bool>& roundPieces,
+            const std::vector<KivVec>& surfaceNormals, bool isClosed, const std::vector<KivVec>& line)
+        : view(seenFrom), isRound(roundPieces), normals(surfaceNormals), closed(isClosed), points(line) {}
 
     std::vector<KivVec> rounded() const {
         std::vector<KivVec> result;
@@ -52,6 +52,10 @@ private:
         if (!(kivDot(in, out) > (isRound[i] ? sharpest : gentle) * inLength * outLength) || (!isRound[i] && isUneven)) {
             return kivUnit(chord);
         }
+        if (isUneven && !normals.empty() && kivLength(normals[i]) > 0.0) {
+            const KivVec longer = inLength > outLength ? in : out;
+            return kivUnit(longer - normals[i] * kivDot(longer, normals[i]));
+        }
         return kivUnit(in * (outLength / inLength) + out * (inLength / outLength));
     }
     void addBetween(std::size_t i, std::vector<KivVec>& result) const {
@@ -80,14 +84,16 @@ private:
 
     const KivLineView& view;
     const std::vector<bool>& isRound;
+    const std::vector<KivVec>& normals;
     bool closed;
     const std::vector<KivVec>& points;
 };
 
 } // namespace
 
-void kivRoundLine(const KivLineView& view, const std::vector<bool>& isRound, bool closed, std::vector<KivVec>& points) {
+void kivRoundLine(const KivLineView& view, const std::vector<bool>& isRound, const std::vector<KivVec>& normals,
+                  bool closed, std::vector<KivVec>& points) {
     if (points.size() > 2) {
-        points = Rounder(view, isRound, closed, points).rounded();
+        points = Rounder(view, isRound, normals, closed, points).rounded();
     }
 }

@@ -12,6 +12,11 @@
 // picture shows no chords. isRound: of the pieces, each by its first point. The others are edges of a mesh. They stay
 // straight but where several of about one length turn a little and the cubic rises above them by next to nothing, as
 // along the rim of a finely cut cylinder.
-void kivRoundLine(const KivLineView& view, const std::vector<bool>& isRound, bool closed, std::vector<KivVec>& points);
+//
+// normals: of the surface at each point, of unit length, or of no length where they are not known; empty for none at
+// all. Where round pieces of very unlike lengths meet, three points tell no curve: the short one may be in a tight bend
+// from which the long one runs out straight. A contour is seen at right angles to the normal, so that tells its slope.
+void kivRoundLine(const KivLineView& view, const std::vector<bool>& isRound, const std::vector<KivVec>& normals,
+                  bool closed, std::vector<KivVec>& points);
 
 #endif

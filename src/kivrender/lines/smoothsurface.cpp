@@ -337,6 +337,30 @@ private:
         for (KivVec& normal : smooth.normals) {
             normal = kivUnit(normal);
         }
+        return !hasExactNormals() || takeExactNormals();
+    }
+    // Programs write all kinds of normals along with meshes; only those of a CAD file are known to be of the surface.
+    bool hasExactNormals() const {
+        return surface.namesEdges && !surface.normals.empty() &&
+               surface.cornerNormals.size() == surface.triangles.size();
+    }
+    // Facets tell little of a surface whose triangles are as long as it is, such as a blend along the side of a box: at
+    // a corner of the box they would mix in what goes on around it.
+    bool takeExactNormals() {
+        std::vector<KivVec> sums(smooth.normals.size());
+        for (std::size_t t = 0; t < surface.triangles.size(); ++t) {
+            if (kivIsCancelledAt(t)) {
+                return false;
+            }
+            for (std::size_t k = 0; k < 3; ++k) {
+                KivVec& sum = sums[smooth.corners[t][k]];
+                sum = sum + surface.normals[surface.cornerNormals[t][k]] * (!turned.empty() && turned[t] ? -1.0 : 1.0);
+            }
+        }
+        for (std::size_t i = 0; i < sums.size(); ++i) {
+            const KivVec normal = kivUnit(sums[i]);
+            smooth.normals[i] = kivLength(normal) > 0.0 ? normal : smooth.normals[i]; // none at the tip of a cone
+        }
         return true;
     }
 

@@ -25,9 +25,9 @@ struct SmoothSurface {
 
 // An edge is smooth if it is no crease and the picture shows no facets there: over all of a part between creases, in
 // the mean of its bent edges, the arc over an edge rises by less than mostRise pixels above it; and it does not bend by
-// far more than the part around it. False when the user cancelled. The normals follow Max (Weights for Computing Vertex
-// Normals from Facet Normals, 1999), which are those of a sphere for points on a sphere, however these are joined to
-// triangles.
+// far more than the part around it. False when the user cancelled. The normals are those of the exact surface if there
+// is one under the mesh. Otherwise they follow Max (Weights for Computing Vertex Normals from Facet Normals, 1999),
+// which are those of a sphere for points on a sphere, however these are joined to triangles.
 bool kivSmoothSurface(const KivSurface& surface, const std::vector<KivFeatureWing>& wings,
                       const std::vector<bool>& creases, const KivLineView& view, double mostRise,
                       SmoothSurface& smooth);

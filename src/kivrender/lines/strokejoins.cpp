@@ -83,18 +83,21 @@ private:
         line.hidden = spans[first].sight == LineSight::hidden;
         line.closed = course.chain.closed && first == 0 && end == spans.size();
         std::vector<bool> isRound;
+        std::vector<KivVec> normals;
         for (std::size_t i = first; i < end; ++i) {
             const LineSegment& segment = segments.all[spans[i].segment];
             if (i == first || spans[i].segment != spans[i - 1].segment) {
                 line.space.push_back(segment.at(spans[i].first));
                 isRound.push_back(segment.contour != LineSegment::none);
+                normals.push_back(normalAt(course, segment, spans[i].first));
             }
         }
         if (!line.closed) {
             line.space.push_back(segments.all[spans[end - 1].segment].at(spans[end - 1].last));
             isRound.push_back(false);
+            normals.push_back({});
         }
-        kivRoundLine(view, isRound, line.closed, line.space);
+        kivRoundLine(view, isRound, normals, line.closed, line.space);
         for (const KivVec& point : line.space) {
             line.picture.push_back(view.toPicture(view.toCamera(point)));
         }
@@ -106,6 +109,15 @@ private:
             line.startsFree = line.endsFree = false;
         }
         pieces.push_back(std::move(piece));
+    }
+    // Of the smooth surface under a contour.
+    KivVec normalAt(const LineCourse& course, const LineSegment& segment, double t) const {
+        if (segment.contour == LineSegment::none) {
+            return {};
+        }
+        const ContourPiece& piece =
+            segments.about[course.source].surface.contours[static_cast<std::size_t>(segment.contour)];
+        return kivUnit(piece.normals[0] * (1.0 - t) + piece.normals[1] * t);
     }
     // True if the span ends at an end of its segment.
     bool nodeAt(const LineSpan& span, bool atEnd, std::uint32_t* node) {

@@ -108,6 +108,15 @@ TopoDS_Shape filletedBox() {
     return fillets.Shape();
 }
 
+TopoDS_Shape roundedBox() {
+    const TopoDS_Shape box = BRepPrimAPI_MakeBox(120.0, 60.0, 30.0).Shape();
+    BRepFilletAPI_MakeFillet fillets(box);
+    for (TopExp_Explorer at(box, TopAbs_EDGE); at.More(); at.Next()) {
+        fillets.Add(6.0, TopoDS::Edge(at.Current()));
+    }
+    return fillets.Shape();
+}
+
 TopoDS_Shape cylinder() {
     return BRepPrimAPI_MakeCylinder(10.0, 30.0).Shape();
 }

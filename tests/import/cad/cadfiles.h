@@ -11,6 +11,8 @@
 
 // 40 by 30 by 20 from the origin, its upright edges rounded by 5.
 TopoDS_Shape filletedBox();
+// 120 by 60 by 30 from the origin, all its edges and corners rounded by 6.
+TopoDS_Shape roundedBox();
 // Radius 10, 30 high, upright on the origin.
 TopoDS_Shape cylinder();
 // Radius 20 around the origin; a hole of radius 5 along x, and one of radius 3 along y that ends in it.

@@ -140,6 +140,40 @@ TEST(CadLines, TheOutlineOfAFilletIsRoundToHalfAPixel) {
     EXPECT_GT(onFillet, 100);
 }
 
+TEST(CadLines, TheOutlineOfALongBlendIsStraight) {
+    const KivModel model = modelOf(roundedBox());
+    const KivLineView view = obliqueView();
+    // The box through the centres of the corners. The outline lies 6 outside its picture.
+    std::vector<KivPicturePoint> core;
+    for (int i = 0; i < 8; ++i) {
+        const Kiv3DPoint p =
+            model.toScene({(i & 1) != 0 ? 114.0 : 6.0, (i & 2) != 0 ? 54.0 : 6.0, (i & 4) != 0 ? 24.0 : 6.0});
+        core.push_back(view.toPicture(view.toCamera({p.x, p.y, p.z})));
+    }
+    const auto distance = [&core](const KivPicturePoint& p) {
+        // From a convex figure: the largest over all directions of how far the point lies beyond it.
+        double most = 0.0;
+        for (int i = 0; i < 3600; ++i) {
+            const double turn = std::numbers::pi / 1800.0 * i;
+            double least = 1e9;
+            for (const KivPicturePoint& corner : core) {
+                least = std::min(least, (p.x - corner.x) * std::cos(turn) + (p.y - corner.y) * std::sin(turn));
+            }
+            most = std::max(most, least);
+        }
+        return most;
+    };
+    int count = 0;
+    for (const KivFoundLine& line : linesOf(model, false)) {
+        EXPECT_EQ(line.kind, Kind::contour) << kivNameOf(line.kind);
+        for (const KivPicturePoint& p : line.picture) {
+            ++count;
+            EXPECT_NEAR(distance(p), 6.0 * model.scale * perUnit, 0.5);
+        }
+    }
+    EXPECT_GT(count, 20);
+}
+
 TEST(CadLines, TangentEdgesAreLinesOfTheirOwnAndMayBeLeftOut) {
     const KivModel model = modelOf(filletedBox());
     double tangent = 0.0;

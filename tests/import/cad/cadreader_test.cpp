@@ -173,6 +173,18 @@ TEST_F(CadReaderTest, NormalsAreThoseOfTheSurface) {
     EXPECT_GT(onLids, 30);
 }
 
+TEST_F(CadReaderTest, NormalsAreThoseOfTheSurfaceAtPolesToo) {
+    const Surface surface = stepOf(roundedBox()).surfaces.at(0);
+    for (std::size_t i = 0; i < surface.corners.size(); ++i) {
+        const Vec3& at = surface.positions[surface.corners[i]];
+        const auto outside = [](double x, double size) {
+            return std::min(x - 6.0, 0.0) + std::max(x - size + 6.0, 0.0);
+        };
+        const Vec3 away{outside(at.x, 120.0), outside(at.y, 60.0), outside(at.z, 30.0)};
+        EXPECT_GT(dot(surface.normals[surface.cornerNormals[i]], unit(away)), 1.0 - 1e-9);
+    }
+}
+
 TEST_F(CadReaderTest, HolesInASphereHaveSharpEdges) {
     const ModelParts parts = stepOf(sphereWithHoles());
     auto sums = edgesOf(parts);

@@ -1,0 +1,46 @@
+#include "kivrender/lines/surfacelines.h"
+
+#include "linecameras.h"
+
+#include <cmath>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+// Two flat triangles that stand for a long strip which is round across its length: at x = -1 and 1 its normals lean
+// outwards by a third.
+KivSurface strip() {
+    KivSurface surface;
+    surface.points = {{-1, -10, 0}, {1, -10, 0}, {1, 10, 0}, {-1, 10, 0}};
+    surface.triangles = {{0, 1, 2}, {0, 2, 3}};
+    surface.sources = {0, 1};
+    const double size = std::hypot(1.0, 0.33);
+    surface.normals = {{-0.33 / size, 0.0, 1.0 / size}, {0.33 / size, 0.0, 1.0 / size}};
+    surface.cornerNormals = {{0, 1, 1}, {0, 1, 0}};
+    surface.namesEdges = true;
+    surface.namedEdges = {
+        {0, 1, false, false, {}}, {0, 3, false, false, {}}, {1, 2, false, false, {}}, {2, 3, false, false, {}}};
+    return surface;
+}
+
+std::size_t contoursOf(const KivSurface& surface) {
+    // Nearly from the side, so that one border of the strip faces the viewer and the other does not.
+    const KivCamera camera = lineCamera(KivCamera::orthographic, {100.0, 0.0, 10.0}, 20.0, 1.0, 200.0);
+    SurfaceLines lines;
+    EXPECT_TRUE(kivSurfaceLines(surface, {}, KivLineView(camera, 400.0, 400.0), {}, lines));
+    return lines.contours.size();
+}
+
+} // namespace
+
+TEST(SurfaceLines, TheContourOfAnExactSurfaceGoesByItsNormals) {
+    EXPECT_EQ(contoursOf(strip()), 2U) << "one piece in each triangle";
+}
+
+TEST(SurfaceLines, NormalsOfAPlainMeshAreItsFacets) {
+    KivSurface plain = strip();
+    plain.namesEdges = false;
+    plain.namedEdges.clear();
+    EXPECT_EQ(contoursOf(plain), 0U);
+}

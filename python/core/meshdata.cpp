@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <bit>
 #include <cmath>
+#include <future>
 #include <limits>
 #include <type_traits>
 
@@ -187,7 +188,54 @@ std::vector<std::uint32_t> indicesOf(const py::array& array, const std::string& 
     return indices;
 }
 
+// Indices that another thread reads. It takes the interpreter's lock now and then, so that whoever waits for it must
+// not hold that.
+class IndexReading {
+public:
+    IndexReading(const py::array& array, std::uint64_t limit)
+        : future(std::async(std::launch::async, [&array, limit] {
+              const py::gil_scoped_acquire interpreter;
+              return readIndices(array, "faces", limit, "vertices");
+          })) {}
+    ~IndexReading() {
+        wait();
+    }
+    IndexReading(const IndexReading&) = delete;
+    IndexReading& operator=(const IndexReading&) = delete;
+
+    std::vector<std::uint32_t> take() {
+        wait();
+        return future.get();
+    }
+
+private:
+    void wait() const {
+        if (future.valid()) {
+            const py::gil_scoped_release released;
+            future.wait();
+        }
+    }
+
+    std::future<std::vector<std::uint32_t>> future;
+};
+
+// Below this a thread costs more than it saves.
+constexpr py::ssize_t worthAThread = 200'000;
+
 } // namespace
+
+MeshArrays readMesh(const py::array& vertices, const py::array& faces, const std::optional<Transform>& transform) {
+    MeshArrays mesh;
+    if (vertices.ndim() == 2 && faces.size() >= worthAThread) {
+        IndexReading reading(faces, static_cast<std::uint64_t>(vertices.shape(0)));
+        mesh.positions = readPoints(vertices, "vertices", transform);
+        mesh.corners = reading.take();
+        return mesh;
+    }
+    mesh.positions = readPoints(vertices, "vertices", transform);
+    mesh.corners = readIndices(faces, "faces", mesh.positions.size(), "vertices");
+    return mesh;
+}
 
 std::vector<kivimport::Vec3> readPoints(const py::array& array, const std::string& what,
                                         const std::optional<Transform>& transform) {

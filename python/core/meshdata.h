@@ -25,6 +25,14 @@ std::vector<kivimport::Vec3> readPoints(const pybind11::array& array, const std:
 std::vector<std::uint32_t> readIndices(const pybind11::array& array, const std::string& what, std::uint64_t limit,
                                        const std::string& limitName);
 
+// Vertices (N, 3) and faces as the two above read them. Large ones are read side by side.
+struct MeshArrays {
+    std::vector<kivimport::Vec3> positions;
+    std::vector<std::uint32_t> corners;
+};
+MeshArrays readMesh(const pybind11::array& vertices, const pybind11::array& faces,
+                    const std::optional<Transform>& transform);
+
 // Polygons one behind the other, the number-th from offsets[number] to offsets[number + 1], as triangles. parts, one to
 // a polygon, becomes one to a triangle. Throws py::value_error for a polygon of fewer than three corners or too many.
 void triangulateAll(kivimport::Surface& surface, const std::vector<std::uint32_t>& corners,

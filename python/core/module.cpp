@@ -91,8 +91,8 @@ ObjectPointer addMesh(PythonScene& scene, const py::array& vertices, const py::a
                       const std::optional<py::array>& facePaints, double opacity, double crease) {
     kivimport::ModelParts parts;
     kivimport::Surface& surface = parts.surfaces.emplace_back();
-    surface.positions = readPoints(vertices, "vertices", transform);
-    std::vector<std::uint32_t> corners = readIndices(faces, "faces", surface.positions.size(), "vertices");
+    auto [positions, corners] = readMesh(vertices, faces, transform);
+    surface.positions = std::move(positions);
     const std::size_t numFaces = offsets ? offsets->size() - 1 : corners.size() / 3;
     if (paints.empty()) {
         parts.materials.push_back(nextMaterial(scene, opacity));

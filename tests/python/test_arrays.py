@@ -263,3 +263,21 @@ def test_few_colours_are_kept_and_many_become_fewer():
 def test_faces_have_the_mean_of_their_vertices():
     faces = as_faces([[0, 1, 2], [0, 1, 2, 3]])
     assert np.array_equal(faces.mean_of(np.array([[0.0], [3.0], [6.0], [7.0]])), [[3.0], [4.0]])
+
+
+def test_large_meshes_are_checked_as_small_ones_are():
+    """Their vertices and faces are read side by side; the vertices' fault is told first."""
+    vertices = np.random.default_rng(1).random((1000, 3))
+    faces = np.arange(300_000).reshape(-1, 3) % 1000
+    scene = selvarin.Scene()
+    assert scene.add_mesh(vertices, faces).num_triangles == 100_000
+    bad_faces, bad_vertices = faces.copy(), vertices.copy()
+    bad_faces[70_000, 2], bad_vertices[7, 0] = 1000, np.nan
+    for _ in range(20):
+        with pytest.raises(ValueError, match="faces\\[70000, 2\\] is 1000, but there are 1000 vertices"):
+            scene.add_mesh(vertices, bad_faces)
+        with pytest.raises(ValueError, match="vertices\\[7\\] is not finite"):
+            scene.add_mesh(bad_vertices, bad_faces)
+    with pytest.raises(ValueError, match="vertices must have the shape"):
+        scene.add_mesh(vertices[:, :2], bad_faces)
+    assert len(scene) == 1

@@ -228,7 +228,8 @@ TEST(Program, ErrorsAreOneLineAndTheStatusTellsTheirKind) {
     } cases[] = {
         {{},
          2,
-         "a command is needed: render, catalogue, shaders, styles, preview, style, formats, info or new-shader (see "
+         "a command is needed: render, animate, catalogue, shaders, styles, preview, style, formats, info or "
+         "new-shader (see "
          "\"selvarin --help\")"},
         {{"rendr"}, 2, "unknown command rendr; did you mean render? (see \"selvarin --help\")"},
         {{"render", box, "-o", png, "--simplify"},

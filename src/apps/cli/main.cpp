@@ -1,4 +1,5 @@
 // selvarin, the command line.
+#include "apps/cli/animatecommand.h"
 #include "apps/cli/cataloguecommand.h"
 #include "apps/cli/commandline.h"
 #include "apps/cli/errorline.h"
@@ -47,8 +48,8 @@ int runProgramOptions(const Words& words) {
         }
         print(bashCompletion());
     } else {
-        throw UsageError(
-            "a command is needed: render, catalogue, shaders, styles, preview, style, formats, info or new-shader");
+        throw UsageError("a command is needed: render, animate, catalogue, shaders, styles, preview, style, formats, "
+                         "info or new-shader");
     }
     return statusDone;
 }
@@ -66,6 +67,9 @@ int run(const Words& words) {
     }
     if (words.command->name == "render") {
         return runRender(parseRenderOptions(words));
+    }
+    if (words.command->name == "animate") {
+        return runAnimate(words);
     }
     if (words.command->name == "catalogue") {
         return runCatalogue(words);

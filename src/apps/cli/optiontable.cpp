@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
 
 namespace {
 
@@ -170,32 +171,59 @@ constexpr std::array ownCatalogueOptions{
                "Draw everything, also what an earlier run has drawn and nothing has changed of."},
 };
 
-// Of its pictures a catalogue takes all that render does, but for what is one picture's alone.
-constexpr bool isForCatalogue(const OptionInfo& option) {
-    return option.name != "output" && option.name != "demo" && option.name != "timings";
+constexpr std::array ownAnimateOptions{
+    OptionInfo{"output", 'o', "FILE", "", "Film", false, file, "",
+               "A film, by its ending mp4, webm or gif; or frames, pictures or vector drawings, with %04d for a number "
+               "of four digits in their name."},
+    OptionInfo{"turntable", 0, "DEGREES", "360", "Film", false, nothing, "",
+               "Turn the model so far about its upright axis in the film's time."},
+    OptionInfo{
+        "path", 0, "FILE", "", "Film", false, file, "",
+        "Move the camera through the keys in a file, one a line: time in seconds, the eye's X Y Z, the target's X "
+        "Y Z, and perhaps the vertical field of view."},
+    OptionInfo{"fps", 0, "NUMBER", "25", "Film", false, nothing, "", "Frames in a second."},
+    OptionInfo{"seconds", 0, "NUMBER", "8, or by the path", "Film", false, nothing, "", "How long the film is."},
+    OptionInfo{"from", 0, "FRAME", "", "Film", false, nothing, "", "The first frame to draw; the film's first is 0."},
+    OptionInfo{"to", 0, "FRAME", "", "Film", false, nothing, "", "The last frame to draw."},
+    OptionInfo{"demo", 0, "", "", "Film", false, nothing, "", "Film the built-in scene; no model is needed."},
+    OptionInfo{"keep-part", 0, "", "", "Film", false, nothing, "",
+               "After a cancel keep the film as far as it is drawn; without this there is none."},
+};
+
+// Such commands take all that render does, but for what is one picture's alone.
+constexpr bool isShared(const OptionInfo& option) {
+    for (const std::string_view own : {"output", "demo", "timings"}) {
+        if (option.name == own) {
+            return false;
+        }
+    }
+    return true;
 }
 
-constexpr std::size_t numCatalogueOptions = [] {
-    std::size_t count = ownCatalogueOptions.size();
+constexpr std::size_t numShared = [] {
+    std::size_t count = 0;
     for (const OptionInfo& option : renderOptions) {
-        count += isForCatalogue(option) ? 1 : 0;
+        count += isShared(option) ? 1 : 0;
     }
     return count;
 }();
 
-constexpr std::array<OptionInfo, numCatalogueOptions> catalogueOptions = [] {
-    std::array<OptionInfo, numCatalogueOptions> all{};
+template <std::size_t own> constexpr auto withShared(const std::array<OptionInfo, own>& options) {
+    std::array<OptionInfo, own + numShared> all{};
     std::size_t count = 0;
-    for (const OptionInfo& option : ownCatalogueOptions) {
+    for (const OptionInfo& option : options) {
         all[count++] = option;
     }
     for (const OptionInfo& option : renderOptions) {
-        if (isForCatalogue(option)) {
+        if (isShared(option)) {
             all[count++] = option;
         }
     }
     return all;
-}();
+}
+
+constexpr auto catalogueOptions = withShared(ownCatalogueOptions);
+constexpr auto animateOptions = withShared(ownAnimateOptions);
 
 constexpr std::array shadersOptions{
     OptionInfo{"quiet", 'q', "", "", "General", false, nothing, "", "Tags alone, one a line."},
@@ -263,6 +291,8 @@ constexpr std::array commands{
     CommandInfo{"render", "MODEL... -o FILE [options]",
                 "Render a picture. Several models make one scene; with {model} in FILE each gets a picture of its own.",
                 renderOptions, true},
+    CommandInfo{"animate", "MODEL... -o FILE [options]",
+                "Draw a film: a model that turns, or a camera that moves along a path.", animateOptions, true},
     CommandInfo{"catalogue", "TABLE|FOLDER -o DIR [options]",
                 "Draw many pictures: one for each line of a table (CSV, or JSON lines), or for each model of a folder. "
                 "A run that was ended goes on where it was.",
@@ -292,6 +322,7 @@ constexpr std::array examples{
                 "lines on paper, half as large as the part"},
     ExampleInfo{"selvarin render bunny.obj -o bunny.png --style Comic --set Outline.Colour=#203040",
                 "a style, with ink of another colour"},
+    ExampleInfo{"selvarin animate bunny.obj -o bunny.mp4 --seconds 6", "a model that turns"},
     ExampleInfo{"selvarin catalogue parts.csv -o pictures --style Comic", "a picture for each line of a table"},
     ExampleInfo{"selvarin style save 'My comic' --style Comic --set Cartoon.Bands=2", "a style of your own"},
     ExampleInfo{"selvarin render *.obj -o 'pictures/{model}.png' -q", "a picture of each"},

@@ -32,6 +32,9 @@ bool hasEnding(const std::vector<PictureFormat>& formats, const std::string& end
 }
 
 void checkEnding(const std::string& name, OutputFile::Accepts accepted) {
+    if (accepted == OutputFile::Accepts::films) {
+        return; // whoever writes them has looked
+    }
     const std::string ending = endingOf(name);
     const bool drawings = accepted == OutputFile::Accepts::picturesAndDrawings;
     if (hasEnding(pictureFormats(), ending) || (drawings && hasEnding(drawingFormats(), ending))) {

@@ -31,7 +31,7 @@ std::string outputName(const std::string& pattern, const std::string& model);
 
 class OutputFile {
 public:
-    enum class Accepts { pictures, picturesAndDrawings };
+    enum class Accepts { pictures, picturesAndDrawings, films };
 
     // "-" is standard output. Throws UsageError for an ending that can't be written and std::runtime_error for a place
     // that can't be written to. Further pictures beside it are expected, one for each mark, which stands before the

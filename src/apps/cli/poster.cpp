@@ -15,25 +15,6 @@
 
 namespace {
 
-// The bar shows tiles; what happens within one only has to hear of a cancel.
-class CancelOnly : public KivProgress {
-public:
-    void addSteps(unsigned int) override {}
-    int addDeferredStep() override {
-        return 0;
-    }
-    void progressSlot3() override {}
-    void beginStep() override {}
-    void advance(unsigned int, bool) override {}
-    void setStepSize(int, unsigned int) override {}
-    void endStep() override {}
-    void progressSlot8() override {}
-    void setText(const wchar_t*) override {}
-    bool isCancelled() override {
-        return isInterrupted();
-    }
-};
-
 using Writer = std::unique_ptr<KivPictureWriter>;
 
 KivTakeRows rowsTo(const Writer& writer) {
@@ -75,7 +56,7 @@ PosterOutcome drawPoster(const Poster& poster, KivRenderer& renderer, KivDataMan
     picture.depth = rowsTo(depth);
     picture.shadow = rowsTo(shadow);
     picture.progress = [&bar](double done) { return bar.showDone(done); };
-    CancelOnly cancel;
+    CancelProgress cancel;
     bar.restart(L"Drawing tiles");
     host.setCurProgress(&cancel);
     kivSetLastError(0);

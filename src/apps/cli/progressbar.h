@@ -76,4 +76,23 @@ private:
     int lastPercent = -1;
 };
 
+// For renders that are parts of what a bar shows: they only have to hear of a cancel.
+class CancelProgress : public KivProgress {
+public:
+    void addSteps(unsigned int /*size*/) override {}
+    int addDeferredStep() override {
+        return 0;
+    }
+    void progressSlot3() override {}
+    void beginStep() override {}
+    void advance(unsigned int /*units*/, bool /*show*/) override {}
+    void setStepSize(int /*step*/, unsigned int /*size*/) override {}
+    void endStep() override {}
+    void progressSlot8() override {}
+    void setText(const wchar_t* /*text*/) override {}
+    bool isCancelled() override {
+        return isInterrupted();
+    }
+};
+
 #endif

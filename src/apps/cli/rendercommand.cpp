@@ -115,8 +115,117 @@ public:
         return drawnTriangles;
     }
 
+    int runFrames(FrameMaker& maker) {
+        checkImage(options.backgroundImage);
+        paper = findPaper(options.paper);
+        checkImage(paper);
+        catchInterrupts();
+        const Program program;
+        chooseLook(program.host());
+        const std::vector<Job> jobs = planJobs(options);
+        bar.restart(L"Reading the model");
+        KivModel model = readModel(jobs.front());
+        if (isInterrupted()) {
+            return statusCancelled;
+        }
+        return drawFrames(model, maker, program.host()) ? statusDone : statusCancelled;
+    }
+
 private:
+    // False if it was cancelled.
+    bool drawFrames(KivModel& model, FrameMaker& maker, CliHost& host) {
+        const std::vector<Kiv3DPoint> points = maker.framed(scenePoints(*model.scene), model);
+        const ChosenView chosen = chooseFilmCamera(model, points, maker);
+        const KivScene bare = *model.scene;
+        const std::uint64_t triangles = countTriangles(model);
+        CancelProgress cancel;
+        otherProgress = &cancel;
+        bar.restart(L"Drawing frames");
+        const auto start = Timings::Clock::now();
+        for (std::size_t i = 0; i < maker.count(); ++i) {
+            const ChosenView view = maker.view(i, chosen, points, model);
+            model.scene = std::make_unique<KivScene>(bare);
+            for (KivLight& light : chooseLights(model, points, view.axes)) {
+                model.scene->addLight(light);
+            }
+            if (!drawFrame(i, model, view.camera, triangles, maker, host)) {
+                return false;
+            }
+            showFrames(i + 1, maker.count(), Timings::milliseconds(Timings::Clock::now() - start) / 1000.0);
+        }
+        bar.finish();
+        maker.finish();
+        return true;
+    }
+
+    ChosenView chooseFilmCamera(const KivModel& model, const std::vector<Kiv3DPoint>& points,
+                                const FrameMaker& maker) const {
+        const ChosenView chosen = chooseCamera(model, points);
+        ViewChoice choice = viewChoice(model);
+        if (!choice.isFree() || model.cameras.empty() || !maker.fitsOwnCamera()) {
+            return chosen;
+        }
+        choice.direction = chosen.axes.forward;
+        choice.up = chosen.axes.up;
+        return chooseView(choice, {}, model.up, points, static_cast<double>(options.width) / options.height);
+    }
+
+    bool drawFrame(std::size_t frame, const KivModel& model, const KivCamera& camera, std::uint64_t triangles,
+                   FrameMaker& maker, CliHost& host) {
+        if (const std::string name = maker.drawingName(frame); !name.empty()) {
+            OutputFile output(name, {}, OutputFile::Accepts::picturesAndDrawings);
+            DrawingFiles drawing(options.drawing);
+            if (!drawVector(model, camera, triangles, output, drawing, host)) {
+                return false;
+            }
+            output.finish();
+            return true;
+        }
+        host.takeMessages();
+        const auto picture = drawInMemory(*model.scene, camera, settingsFor(false, ""), background, host);
+        if (isInterrupted()) {
+            return false;
+        }
+        if (!picture) {
+            const std::vector<std::string> messages = host.takeMessages();
+            throw std::runtime_error("can't render frame " + std::to_string(frame) + ": " +
+                                     (messages.empty() ? kivToUtf8(kivSystemErrorText(lastError)) : messages.front()));
+        }
+        maker.take(frame, *picture);
+        return true;
+    }
+
+    void showFrames(std::size_t done, std::size_t count, double seconds) {
+        const double left = seconds / static_cast<double>(done) * static_cast<double>(count - done);
+        bar.setText(
+            (std::to_wstring(done) + L" of " + std::to_wstring(count) + L" frames, " + timeText(left) + L" left")
+                .c_str());
+        bar.showDone(static_cast<double>(done) / static_cast<double>(count));
+    }
+
+    static std::wstring timeText(double seconds) {
+        const auto whole = static_cast<long>(std::ceil(seconds));
+        return whole < 120 ? std::to_wstring(whole) + L" s" : std::to_wstring((whole + 59) / 60) + L" min";
+    }
+
     int drawJobs(const std::vector<Job>& jobs, OutputFiles& outputs, CliHost& host) {
+        chooseLook(host);
+        std::size_t numFailed = 0;
+        for (const Job& job : jobs) {
+            numFailed += tryJob(job, jobs.size() > 1, outputs, host) ? 0 : 1;
+            outputs.clear();
+            if (isInterrupted()) {
+                return statusCancelled;
+            }
+        }
+        if (numFailed > 0) {
+            throw std::runtime_error(std::to_string(numFailed) + " of " + std::to_string(jobs.size()) +
+                                     " models failed");
+        }
+        return statusDone;
+    }
+
+    void chooseLook(CliHost& host) {
         const ChosenLook look = buildShaderStream(options, stream);
         for (const std::string& warning : look.warnings) {
             printWarning(warning);
@@ -134,19 +243,6 @@ private:
             warmUp = std::async(std::launch::async, [size = renderSize()] { return kivWarmUpGl(size); });
             isWarm = true;
         }
-        std::size_t numFailed = 0;
-        for (const Job& job : jobs) {
-            numFailed += tryJob(job, jobs.size() > 1, outputs, host) ? 0 : 1;
-            outputs.clear();
-            if (isInterrupted()) {
-                return statusCancelled;
-            }
-        }
-        if (numFailed > 0) {
-            throw std::runtime_error(std::to_string(numFailed) + " of " + std::to_string(jobs.size()) +
-                                     " models failed");
-        }
-        return statusDone;
     }
 
     // What goes wrong with one of many models is told, and the others still come. outputs: of the job, if they are open
@@ -410,13 +506,17 @@ private:
     // --- the render ---
 
     KivCommonSettings settingsFor(const OutputFile& output) const {
+        return settingsFor(output.isDrawing(), output.workName());
+    }
+
+    KivCommonSettings settingsFor(bool isDrawing, const std::string& workName) const {
         KivCommonSettings settings;
         settings.setAntialias(options.antialias);
         settings.setBackgroundColor(background);
         settings.setAmbientLight(options.ambient);
         settings.setTransparencies(options.transparency || !options.objects.ghost.empty());
         settings.setPolygonOffset(options.offset);
-        if (output.isDrawing()) {
+        if (isDrawing) {
             settings.setVectorial(true);
             return settings;
         }
@@ -426,7 +526,7 @@ private:
         settings.setSaveShadows(options.shadowImage);
         settings.setShadows(options.shadows);
         settings.setSaveRender(true);
-        settings.setSaveRenderFile(kivFromUtf8(output.workName()).c_str());
+        settings.setSaveRenderFile(kivFromUtf8(workName).c_str());
         return settings;
     }
 
@@ -573,8 +673,10 @@ private:
                   std::unique_ptr<KivImage>* picture = nullptr) {
         KivBitmapManager surface;
         tagSIZE size{options.width, options.height};
-        bar.restart(L"Starting");
-        host.setCurProgress(&bar);
+        if (otherProgress == nullptr) {
+            bar.restart(L"Starting");
+        }
+        host.setCurProgress(otherProgress != nullptr ? otherProgress : &bar);
         kivSetLastError(0);
         bool done = false;
         try {
@@ -648,6 +750,7 @@ private:
     bool isBackgroundWanted = false; // on paper too
     unsigned long lastError = 0;     // of the last render
     std::uint64_t drawnTriangles = 0;
+    KivProgress* otherProgress = nullptr; // in place of the bar, which shows more than one render
     KivMemoryDataManager stream;
     KivRenderer renderer;
     std::future<bool> warmUp; // its destructor waits for the thread
@@ -657,6 +760,10 @@ private:
 
 int runRender(const RenderOptions& options) {
     return RenderCommand(options).run();
+}
+
+int runFrames(const RenderOptions& options, FrameMaker& maker) {
+    return RenderCommand(options).runFrames(maker);
 }
 
 RenderTold renderWithin(const RenderOptions& options, CliHost& host) {

@@ -1,0 +1,296 @@
+#include "apps/cli/animatecommand.h"
+
+#include "apps/cli/camerapath.h"
+#include "apps/cli/exitstatus.h"
+#include "apps/cli/filmwriter.h"
+#include "apps/cli/outputfile.h"
+#include "apps/cli/rendercommand.h"
+#include "apps/cli/turntable.h"
+#include "kivrender/platform/kivimage.h"
+#include "kivrender/platform/kivsystemerror.h"
+#include "kivrender/platform/kivtext.h"
+
+#include <algorithm>
+#include <charconv>
+#include <chrono>
+#include <cmath>
+#include <cstdio>
+#include <filesystem>
+#include <memory>
+#include <numbers>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr double mostFrames = 1e6;
+
+struct FilmOptions {
+    std::string output;
+    int framesPerSecond = 25;
+    double seconds = 0.0;
+    double turn = 360.0; // degrees
+    std::optional<CameraPath> path;
+    std::size_t from = 0; // frames
+    std::size_t to = 0;   // behind the last one
+    bool keepsPart = false;
+    bool quiet = false;
+};
+
+double number(const Words& words, const char* name, double initial, double least, double most) {
+    const auto text = words.value(name);
+    if (!text) {
+        return initial;
+    }
+    double value = 0.0;
+    const auto [end, problem] = std::from_chars(text->data(), text->data() + text->size(), value);
+    if (problem != std::errc{} || end != text->data() + text->size() || !(value >= least && value <= most)) {
+        char expected[96];
+        std::snprintf(expected, sizeof expected, "number: %g to %g is expected", least, most);
+        refuseValue(name, *text, expected);
+    }
+    return value;
+}
+
+// The name of a frame: %d, or %04d for four digits, stands for its number.
+std::string frameName(const std::string& pattern, std::size_t frame) {
+    const std::size_t at = pattern.find('%');
+    if (at == std::string::npos) {
+        return {};
+    }
+    std::size_t end = at + 1;
+    std::size_t width = 0;
+    while (end < pattern.size() && pattern[end] >= '0' && pattern[end] <= '9' && width < 20) {
+        width = width * 10 + static_cast<std::size_t>(pattern[end++] - '0');
+    }
+    if (end >= pattern.size() || pattern[end] != 'd' || width > 20 || pattern.find('%', end) != std::string::npos) {
+        return {};
+    }
+    std::string digits = std::to_string(frame);
+    digits.insert(0, width > digits.size() ? width - digits.size() : 0, '0');
+    return pattern.substr(0, at) + digits + pattern.substr(end + 1);
+}
+
+void checkOutput(const std::string& output) {
+    if (output.empty()) {
+        throw UsageError("-o FILE is needed: film.mp4, film.webm, film.gif or frames/%04d.png");
+    }
+    if (FilmWriter::isFilmName(output) && output.find('%') == std::string::npos) {
+        return;
+    }
+    const std::string name = frameName(output, 1);
+    if (name.empty()) {
+        throw UsageError("\"" + output +
+                         "\": a film ends in mp4, webm or gif, and the name of frames has their number in it, such as "
+                         "frames/%04d.png");
+    }
+    if (!isPictureName(name) && !isDrawingName(name)) {
+        throw UsageError("\"" + output + "\": frames can't be written so; see \"selvarin formats\"");
+    }
+}
+
+FilmOptions readOptions(const Words& words) {
+    FilmOptions options;
+    options.output = words.value("output").value_or("");
+    checkOutput(options.output);
+    options.framesPerSecond = static_cast<int>(number(words, "fps", 25, 1, 240));
+    options.turn = number(words, "turntable", 360, -36000, 36000);
+    if (const auto path = words.value("path")) {
+        if (words.has("turntable")) {
+            throw UsageError("--turntable and --path are two ways to move; leave one out");
+        }
+        options.path = CameraPath::fromFile(*path);
+    }
+    const double length = options.path ? options.path->end() - options.path->begin() : 8.0;
+    options.seconds = number(words, "seconds", length, 1e-3, 1e6);
+    const double frames = std::max(1.0, std::round(options.seconds * options.framesPerSecond));
+    if (frames > mostFrames) {
+        throw UsageError("that would be more than a million frames");
+    }
+    options.from = static_cast<std::size_t>(number(words, "from", 0, 0, mostFrames));
+    options.to = static_cast<std::size_t>(number(words, "to", frames - 1, 0, mostFrames)) + 1;
+    options.to = std::min(options.to, static_cast<std::size_t>(frames));
+    if (options.from >= options.to) {
+        throw UsageError("--from and --to leave no frame");
+    }
+    options.keepsPart = words.has("keep-part");
+    options.quiet = words.has("quiet");
+    return options;
+}
+
+// How the camera moves, and where the pictures go.
+class Film : public FrameMaker {
+public:
+    Film(const FilmOptions& wanted, const RenderOptions& renderOptions) : options(wanted), render(renderOptions) {
+        if (isFilm()) {
+            if (render.width % 2 != 0 || render.height % 2 != 0) {
+                throw UsageError("a film has an even width and height");
+            }
+            file = std::make_unique<FilmFile>(options.output);
+            writer = std::make_unique<FilmWriter>(file->work(), tagSIZE{render.width, render.height},
+                                                  options.framesPerSecond);
+        } else {
+            const fs::path folder = fs::path(frameName(options.output, 0)).parent_path();
+            std::error_code problem;
+            fs::create_directories(folder.empty() ? fs::path(".") : folder, problem);
+        }
+    }
+
+    std::size_t count() const override {
+        return options.to - options.from;
+    }
+
+    std::vector<Kiv3DPoint> framed(const std::vector<Kiv3DPoint>& points, const KivModel& model) const override {
+        return options.path ? points : sweptPoints(points, model.up);
+    }
+
+    bool fitsOwnCamera() const override {
+        return !options.path;
+    }
+
+    ChosenView view(std::size_t index, const ChosenView& chosen, const std::vector<Kiv3DPoint>& points,
+                    const KivModel& model) const override {
+        const auto frame = static_cast<double>(options.from + index);
+        return options.path ? viewOnPath(frame, chosen, points, model) : turnedView(frame, chosen, points, model);
+    }
+
+    std::string drawingName(std::size_t index) const override {
+        const std::string name = isFilm() ? std::string() : frameName(options.output, options.from + index);
+        return isDrawingName(name) ? name : std::string();
+    }
+
+    void take(std::size_t index, const KivImage& picture) override {
+        if (writer) {
+            writer->add(picture);
+        } else {
+            savePicture(frameName(options.output, options.from + index), picture);
+        }
+        ++numTaken;
+    }
+
+    void finish() override {
+        if (writer) {
+            writer->finish();
+            file->finish();
+        }
+    }
+
+    // After a cancel: a film that ends early, where that is wanted.
+    void finishPart() {
+        if (writer && options.keepsPart && numTaken > 0) {
+            finish();
+        }
+    }
+
+    std::size_t numFrames() const {
+        return numTaken;
+    }
+
+private:
+    // A file under another name until it is complete.
+    class FilmFile {
+    public:
+        explicit FilmFile(const std::string& name) : output(name, {}, OutputFile::Accepts::films) {}
+        const std::string& work() const {
+            return output.workName();
+        }
+        void finish() {
+            output.finish();
+        }
+
+    private:
+        OutputFile output;
+    };
+
+    bool isFilm() const {
+        return FilmWriter::isFilmName(options.output) && options.output.find('%') == std::string::npos;
+    }
+
+    // The model turns and the camera stands: the camera goes round the other way, and its lights with it.
+    ChosenView turnedView(double frame, const ChosenView& chosen, const std::vector<Kiv3DPoint>& points,
+                          const KivModel& model) const {
+        const double frames = std::max(1.0, std::round(options.seconds * options.framesPerSecond));
+        const double angle = -options.turn * std::numbers::pi / 180.0 * frame / frames;
+        const Kiv3DPoint middle = middleOf(points);
+        const Kiv3DPoint eye = chosen.camera.getLocation();
+        const Kiv3DVector out = turned({eye.x - middle.x, eye.y - middle.y, eye.z - middle.z}, model.up, angle);
+        ChosenView view = chosen;
+        view.axes = {turned(chosen.axes.right, model.up, angle), turned(chosen.axes.up, model.up, angle),
+                     turned(chosen.axes.forward, model.up, angle)};
+        view.camera = makeCamera(points, {middle.x + out.x, middle.y + out.y, middle.z + out.z}, view.axes, view.lens);
+        return view;
+    }
+
+    ChosenView viewOnPath(double frame, const ChosenView& chosen, const std::vector<Kiv3DPoint>& points,
+                          const KivModel& model) const {
+        const CameraPath& path = *options.path;
+        const double length = path.end() - path.begin();
+        const CameraKey key = path.at(path.begin() + frame / options.framesPerSecond * length / options.seconds);
+        const Kiv3DPoint eye = model.toScene({key.eye.x, key.eye.y, key.eye.z});
+        const Kiv3DPoint target = model.toScene({key.target.x, key.target.y, key.target.z});
+        ChosenView view = chosen;
+        view.lens.verticalFov = key.fov.value_or(chosen.lens.verticalFov);
+        view.axes = viewAxes({target.x - eye.x, target.y - eye.y, target.z - eye.z}, model.up);
+        view.camera = makeCamera(points, eye, view.axes, view.lens);
+        return view;
+    }
+
+    static void savePicture(const std::string& name, const KivImage& picture) {
+        const auto encoders = kivImageEncoders();
+        const std::string ending = fs::path(name).extension().string();
+        const std::wstring wide = kivFromUtf8(ending.substr(1));
+        for (const KivImageEncoder& encoder : encoders) {
+            const bool fits = std::any_of(std::begin(encoder.endings), std::end(encoder.endings),
+                                          [&](const wchar_t* e) { return e != nullptr && kivEqualNoCase(wide, e); });
+            if (fits) {
+                if (picture.save(kivFromUtf8(name), encoder.id) != KivImageStatus::ok) {
+                    throw std::runtime_error("can't write \"" + name +
+                                             "\": " + kivToUtf8(kivSystemErrorText(kivGetLastError())));
+                }
+                return;
+            }
+        }
+    }
+
+    const FilmOptions& options;
+    const RenderOptions& render;
+    std::unique_ptr<FilmFile> file;
+    std::unique_ptr<FilmWriter> writer; // goes before the file
+    std::size_t numTaken = 0;
+};
+
+// What is left of the words is one picture's.
+Words pictureWords(const Words& words) {
+    Words picture = words;
+    picture.command = findCommand("render");
+    for (const char* own : {"turntable", "path", "fps", "seconds", "from", "to", "keep-part", "lang", "config"}) {
+        picture.options.erase(own);
+    }
+    picture.options["output"] = {"frame.png"};
+    const std::string output = words.value("output").value_or("");
+    if (const std::string name = frameName(output, 0); isDrawingName(name)) {
+        picture.options["output"] = {"frame" + fs::path(name).extension().string()};
+    }
+    return picture;
+}
+
+} // namespace
+
+int runAnimate(const Words& words) {
+    const FilmOptions options = readOptions(words);
+    const RenderOptions render = parseRenderOptions(pictureWords(words));
+    if (render.noBackground) {
+        throw UsageError("--background none is for single pictures");
+    }
+    const auto start = std::chrono::steady_clock::now();
+    Film film(options, render);
+    const int status = runFrames(render, film);
+    if (status == statusCancelled) {
+        film.finishPart();
+    } else if (!options.quiet) {
+        const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;
+        std::printf("%s: %dx%d, %zu frames, %.1f s\n", options.output.c_str(), render.width, render.height,
+                    film.count(), taken.count());
+    }
+    return status;
+}

@@ -6,6 +6,7 @@
 #include "kivrender/scene/kivline.h"
 #include "kivrender/scene/kivmesh.h"
 #include "kivrender/scene/kivmeshedges.h"
+#include "kivrender/scene/kivmeshnormals.h"
 #include "kivrender/scene/kivplacedmesh.h"
 #include "kivrender/scene/kivpolyline.h"
 
@@ -228,6 +229,7 @@ private:
         }
         auto mesh = std::make_unique<KivPlacedMesh>(part.shape, placementOf(instance));
         kivSetMeshEdges(*mesh, kivMeshEdges(*part.shape));
+        kivSetNormalsFromTriangles(*mesh, kivHasNormalsFromTriangles(*part.shape));
         return mesh;
     }
 
@@ -356,6 +358,7 @@ private:
         for (const std::uint32_t vertex : members) {
             localIndex[vertex] = noIndex;
         }
+        kivSetNormalsFromTriangles(*mesh, !surface.hasEdges && surface.cornerNormals.empty());
         if (surface.hasEdges) {
             addEdges(surface, vertices, static_cast<std::uint32_t>(&part - surface.parts.data()), *mesh);
         }

@@ -154,6 +154,38 @@ TEST(KivScene, RemoveMeshHandsTheMeshBack) {
     EXPECT_EQ(first->getNumTriangles(), 1U);
 }
 
+TEST(KivScene, ReplaceMeshDeletesWhatNoOtherSceneHas) {
+    KivScene scene;
+    fill(scene);
+    const int alive = CountedMesh::alive;
+    auto* const replacement = new CountedMesh;
+    scene.replaceMesh(0, replacement);
+    EXPECT_EQ(scene.getMesh(0), replacement);
+    EXPECT_EQ(CountedMesh::alive, alive);
+    const KivScene copy(scene);
+    auto* const other = new CountedMesh;
+    scene.replaceMesh(0, other);
+    EXPECT_EQ(scene.getMesh(0), other);
+    EXPECT_EQ(copy.getMesh(0), replacement);
+    EXPECT_EQ(CountedMesh::alive, alive + 1);
+    // Nothing happens out of range.
+    CountedMesh own;
+    scene.replaceMesh(99, &own);
+    scene.replaceMesh(1, nullptr);
+    EXPECT_NE(scene.getMesh(1), nullptr);
+}
+
+TEST(KivScene, ReplaceMeshEmptiesTheOrderedList) {
+    KivScene scene;
+    scene.addMesh(triangles(3));
+    scene.orderTrianglesVectorial(KivCamera());
+    ASSERT_EQ(scene.numTriangles(), 3U);
+    scene.replaceMesh(0, triangles(2));
+    EXPECT_EQ(scene.numTriangles(), 0U);
+    scene.orderTrianglesVectorial(KivCamera());
+    EXPECT_EQ(scene.numTriangles(), 2U);
+}
+
 TEST(KivScene, RemoveMeshOfAMissingOneErasesTheEntry) {
     KivScene scene;
     scene.addMesh(nullptr);

@@ -5,6 +5,7 @@
 #include "kivoutlinesettings.h"
 #include "kivrender/scene/kivline.h"
 #include "kivrender/scene/kivmeshedges.h"
+#include "kivrender/shader/kivshadershape.h"
 #include "picture.h"
 
 #include <algorithm>
@@ -94,7 +95,11 @@ protected:
     }
 
     // All rows of the plug-in's table must be among the changes, but for those that only passes of shadows show.
-    void expectAll(KivShader& shader, const std::vector<Change>& changes, const std::set<std::string>& ofPasses = {}) {
+    // What is drawn in the place of a mesh is the business of the render.
+    void expectAll(KivShader& shader, const std::vector<Change>& changes, std::set<std::string> ofPasses = {}) {
+        if (&shader != &shaders.backdrop()) {
+            ofPasses.insert("SmoothShape");
+        }
         std::set<std::string> left;
         int count = 0;
         const KivSettingInfo* table = kivShaderSettings(&shader, &count);
@@ -211,6 +216,24 @@ TEST_F(EverySetting, OfTheSketchChangesThePicture) {
                                  {"Seed", "7"},
                                  {"Tangents", "none"},
                                  {"Intersections", "no"}});
+}
+
+TEST_F(EverySetting, TheShapeIsAskedForAsTheSettingsSay) {
+    const KivMesh& mesh = *scene.getMesh(0);
+    for (KivShader* const shader :
+         std::initializer_list<KivShader*>{&shaders.cartoon(), &shaders.outline(), &shaders.sketch()}) {
+        choose(*shader, {});
+        EXPECT_TRUE(kivShaderShape(*shader, mesh).smooth);
+        choose(*shader, {{"SmoothShape", "no"}});
+        EXPECT_FALSE(kivShaderShape(*shader, mesh).smooth);
+    }
+    choose(shaders.cartoon(), {{"SmoothAngle", "70"}});
+    EXPECT_EQ(kivShaderShape(shaders.cartoon(), mesh).smoothAngle, 70.0);
+    choose(shaders.cartoon(), {{"Flat", "yes"}});
+    EXPECT_FALSE(kivShaderShape(shaders.cartoon(), mesh).smooth);
+    choose(shaders.outline(), {{"CreaseAngle", "30"}});
+    EXPECT_EQ(kivShaderShape(shaders.outline(), mesh).smoothAngle, 30.0);
+    EXPECT_FALSE(kivShaderShape(shaders.backdrop(), mesh).smooth);
 }
 
 TEST_F(EverySetting, PercentagesAreParts) {

@@ -8,6 +8,7 @@
 #include "kivrender/render/kivdrawingcollector.h"
 #include "kivrender/render/kivmeshwalk.h"
 #include "kivrender/render/kivrenderforecast.h"
+#include "kivrender/render/kivshapedscene.h"
 #include "kivrender/render/kivstreamlines.h"
 #include "kivrender/scene/kivcamera.h"
 #include "kivrender/scene/kivmesh.h"
@@ -17,6 +18,7 @@
 #include "kivrender/settings/kivdatamanager.h"
 #include "kivrender/shader/kivcombinableshader.h"
 #include "kivrender/shader/kivnoncombinableshader.h"
+#include "kivrender/shader/kivobjectnumbers.h"
 #include "kivrender/shader/kivpicturetile.h"
 #include "kivrender/shadow/kivshadows.h"
 
@@ -225,6 +227,10 @@ bool KivRenderer::renderFrame(Frame& frame, KivDataManager* data) {
     if (hasData && !loadRenderData(frame, data)) {
         return false;
     }
+    KivShapedScene shaped(*frame.scene, frame.camera, frame.finalSize, shaperOf(frame));
+    if (shaped.isChanged()) {
+        followShape(frame);
+    }
     fillDepthForLines(frame.scene, settings, communication);
     if (!renderPasses(frame)) {
         return false;
@@ -232,8 +238,38 @@ bool KivRenderer::renderFrame(Frame& frame, KivDataManager* data) {
     if (!drawParallelDepth(frame)) {
         return false;
     }
+    shaped.forget();
     frame.scene->empty(); // a scene is drawn once; its memory is of more use to what comes now
     return finishFrame(frame);
+}
+
+// What was found of the meshes that are replaced now.
+void KivRenderer::followShape(Frame& frame) {
+    if (frame.settings.doTransparencies()) {
+        frame.scene->orderTrianglesTransparent(frame.camera);
+    }
+    if (frame.settings.doVectorial() && KivDrawingCollector::current() != nullptr) {
+        kivNumberObjects(frame.scene);
+    }
+}
+
+// The base look of a mesh decides on its shape; where there is none, the first of the line shaders that draw it.
+std::function<const KivShader*(const KivMesh&)> KivRenderer::shaperOf(Frame& frame) {
+    std::vector<KivNonCombinableShader*> bases(kivMaxShaders, nullptr);
+    bases.resize(static_cast<std::size_t>(getAllNonCombinableShaders(bases.data())));
+    return [this, &frame, bases](const KivMesh& mesh) mutable -> const KivShader* {
+        if (const KivShader* const base = getNonCombinableShaderForThisMesh(&mesh, static_cast<int>(bases.size()),
+                                                                            bases.data(), frame.nonCombinable)) {
+            return base;
+        }
+        for (int i = 0; i < frame.combinableCount; ++i) {
+            const KivShader* const lines = frame.combinables[i];
+            if (lines != nullptr && (!mesh.hasObjectSettings() || mesh.rendersThisShader(lines->getTag()))) {
+                return lines;
+            }
+        }
+        return nullptr;
+    };
 }
 
 // With shadows a parallel view is drawn as from an eye very far away, whose depths all lie next to 0: the depth image

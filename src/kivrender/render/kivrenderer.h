@@ -136,6 +136,8 @@ private:
     static void orderTriangles(Frame& frame);
     bool drawParallelDepth(Frame& frame);
     bool loadRenderData(Frame& frame, KivDataManager* data);
+    std::function<const KivShader*(const KivMesh&)> shaperOf(Frame& frame);
+    static void followShape(Frame& frame);
     bool renderPasses(Frame& frame);
     bool renderPlain(Frame& frame);
     bool renderWithTransparency(Frame& frame);

@@ -1,6 +1,7 @@
 #include "kivrender/scene/kivmesh.h"
 
 #include "kivrender/scene/kivmeshedges.h"
+#include "kivrender/scene/kivmeshnormals.h"
 #include "kivrender/scene/kivplacedmesh.h"
 #include "kivrender/scene/kivpolyline.h"
 
@@ -48,6 +49,7 @@ KivMesh::KivMesh(const KivMesh& source) : Kiv3DObject() {
         boundingBox = std::make_unique<KivBox>(*box);
     }
     kivSetMeshEdges(*this, kivPlacedMeshEdges(source));
+    kivSetNormalsFromTriangles(*this, kivHasNormalsFromTriangles(source));
 }
 
 KivMesh& KivMesh::operator=(const KivMesh& other) {
@@ -66,11 +68,13 @@ KivMesh& KivMesh::operator=(const KivMesh& other) {
     vertexsFaces.reset();
     boundingBox = other.boundingBox != nullptr ? std::make_unique<KivBox>(*other.boundingBox) : nullptr;
     kivSetMeshEdges(*this, kivPlacedMeshEdges(other));
+    kivSetNormalsFromTriangles(*this, kivHasNormalsFromTriangles(other));
     return *this;
 }
 
 KivMesh::~KivMesh() {
     kivSetMeshEdges(*this, nullptr);
+    kivSetNormalsFromTriangles(*this, false);
 }
 
 bool KivMesh::getTriangle(unsigned int* indices, unsigned int triangle) const {

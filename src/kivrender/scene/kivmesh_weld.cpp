@@ -15,6 +15,7 @@
 // wherever the comparison does order the corners, the outcome is that of any stable sort of them.
 #include "kivrender/scene/kivmesh.h"
 #include "kivrender/scene/kivmeshedges.h"
+#include "kivrender/scene/kivmeshnormals.h"
 #include "kivrender/scene/kivprogress.h"
 
 #include <algorithm>
@@ -266,6 +267,7 @@ void KivMesh::copyMeshCompacted(const KivMesh& source) {
     normals.clear();
     triangles.clear();
     kivSetMeshEdges(*this, nullptr); // vertices get other places
+    kivSetNormalsFromTriangles(*this, false);
     Places places(source);
     if (places.read() && places.sort()) {
         // A cancel in there only ends the building early: corners that were not reached keep the index -1.

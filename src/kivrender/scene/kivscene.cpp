@@ -55,6 +55,18 @@ void KivScene::removeMesh(unsigned int index) {
     meshes.erase(meshes.begin() + index);
 }
 
+void KivScene::replaceMesh(unsigned int index, KivMesh* mesh) {
+    if (index >= meshes.size() || mesh == nullptr) {
+        return;
+    }
+    if (const KivMesh* former = meshes[index]->get()) {
+        totalTriangles -= former->getNumTriangles();
+    }
+    totalTriangles += mesh->getNumTriangles();
+    meshes[index] = KivShared<KivMesh>::keep(mesh);
+    orderedTriangles.clear();
+}
+
 unsigned int KivScene::removeBrokenMeshes() {
     const auto isBroken = [](const auto& reference) {
         const KivMesh* mesh = reference->get();

@@ -48,6 +48,9 @@ public:
     // Takes the mesh out without deleting it: it is the caller's then. Later meshes move down by one, which an ordered
     // list does not follow. Does nothing for an index out of range.
     void removeMesh(unsigned int index);
+    // Puts another mesh in the place of one, which goes unless another scene refers to it too. Takes ownership. Empties
+    // the ordered list. Does nothing for an index out of range; the mesh stays the caller's then, and null is none.
+    void replaceMesh(unsigned int index, KivMesh* mesh);
     // Deletes the meshes with a triangle that names a vertex which the mesh does not have, and returns their number:
     // what is drawn of a scene reads vertices unchecked. A render calls it first. Looks at every triangle once.
     unsigned int removeBrokenMeshes();

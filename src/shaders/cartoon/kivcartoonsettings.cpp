@@ -25,6 +25,7 @@ enum Setting {
     ambientSetting,
     castStrengthSetting,
     castColourSetting,
+    smoothShapeSetting,
     numSettings
 };
 
@@ -65,6 +66,8 @@ const KivSettingInfo table[numSettings] = {
      nullptr},
     {"CastShadowColour", KivSettingType::Colour, 0, 0xFFFFFF, 0xFFFFFF,
      L"What cast shadows are tinted with; white leaves them in the tone of the darkest band", nullptr},
+    {"SmoothShape", KivSettingType::Bool, 0, 1, 1,
+     L"Meshes without normals are drawn as the smooth surface that they stand for", nullptr},
 };
 
 } // namespace
@@ -91,6 +94,7 @@ KivCartoonLook kivCartoonLook(const KivTablePageSettings& settings) {
     look.flat = settings.getBool(flatSetting);
     look.doubleSided = settings.getBool(doubleSidedSetting);
     look.lightFromBehind = settings.getValue(behindSetting) * percent;
+    look.smoothShape = settings.getBool(smoothShapeSetting);
     look.smoothAngle = settings.getValue(smoothAngleSetting);
     look.evenness = settings.getValue(evennessSetting);
     look.saturation = settings.getValue(colourSaturationSetting) * percent;

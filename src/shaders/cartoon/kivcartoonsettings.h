@@ -21,9 +21,10 @@ struct KivCartoonLook {
     bool flat = false;
     bool doubleSided = false;
     double lightFromBehind = 0.5; // 0 to 1
-    double smoothAngle = 45.0;    // degrees
-    double evenness = 3.0;        // pixels of the finished picture
-    double saturation = 0.0;      // of the materials, -1 to 1
+    bool smoothShape = true;
+    double smoothAngle = 45.0; // degrees
+    double evenness = 3.0;     // pixels of the finished picture
+    double saturation = 0.0;   // of the materials, -1 to 1
     double lightness = 0.0;
     double ambient = 1.0; // share of the scene's ambient light that counts
 };

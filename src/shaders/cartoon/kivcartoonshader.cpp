@@ -24,6 +24,12 @@ unsigned int KivCartoonShader::getProgressSteps(KivScene* scene, const KivCommon
     return scene->numMeshes() * 3;
 }
 
+// Faces that are each painted in one tone are those of the mesh.
+KivShapeWish KivCartoonShader::shapeOf(const Kiv3DObject& object) const {
+    const KivCartoonLook look = lookOf(object);
+    return {look.smoothShape && !look.flat, look.smoothAngle};
+}
+
 KIV_SHADER_INTERFACE;
 
 KIV_PLUGIN_EXPORT KivShader* KivShaderCreate() {
@@ -36,6 +42,10 @@ KIV_PLUGIN_EXPORT void KivShaderDelete(KivShader* shader) {
 
 KIV_PLUGIN_EXPORT int KivShaderSettings(const KivSettingInfo** table) {
     return kivCartoonTable(table);
+}
+
+KIV_PLUGIN_EXPORT void KivShaderShape(const KivShader* shader, const Kiv3DObject* object, KivShapeWish* wish) {
+    *wish = static_cast<const KivCartoonShader*>(shader)->shapeOf(*object);
 }
 
 KIV_PLUGIN_EXPORT const char* KivModuleResource(unsigned int kind, unsigned int id, unsigned long* size) {

@@ -27,6 +27,7 @@
 
 #include "kivcartoonpainter.h"
 #include "kivcartoonsettings.h"
+#include "kivrender/geometry/kivshapewish.h"
 #include "kivrender/scene/kiv3dpoint.h"
 #include "kivrender/scene/kiv3dvector.h"
 #include "kivshadedmesh.h"
@@ -66,6 +67,9 @@ public:
                                    bool vectorial) override;
     void endTransparentTriangle(int meshIndex, int previousMeshIndex, int pass, bool vectorial) override;
     void endTransparency(bool vectorial) override;
+
+    // What is drawn in the place of the triangles of an object.
+    KivShapeWish shapeOf(const Kiv3DObject& object) const;
 
 private:
     class Lights;    // asks the toolbox of this shader

@@ -209,8 +209,12 @@ KivShadedMesh KivCartoonShader::modelOf(const KivMesh& mesh, const KivCartoonLoo
     KivShadedMesh model = kivReadShadedMesh(mesh, look.smoothAngle);
     if (!look.flat) {
         const double pixel = settings.doVectorial() ? 1.0 : 1 << std::clamp(settings.getAntialias(), 0, 2);
-        const int passes = kivEvenPasses(model, viewOfContext(), look.evenness * pixel);
-        kivEvenNormals(model.points, model.triangles, model.normals, passes);
+        // What can't be large enough to matter is not looked for.
+        if (kivEvenPasses(model, viewOfContext(), look.evenness * pixel) > 0) {
+            const double reach = kivEvenReach(look.evenness, kivNoiseOf(model));
+            const int passes = kivEvenPasses(model, viewOfContext(), reach * pixel);
+            kivEvenNormals(model.points, model.triangles, model.normals, passes);
+        }
     }
     return model;
 }

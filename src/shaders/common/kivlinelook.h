@@ -21,6 +21,7 @@ struct KivLineLook {
     double shortest = 5.0;
     double smoothing = 1.5;
     bool intersections = true; // lines where surfaces run into each other, as wide as creases
+    bool smoothShape = true;   // in place of the triangles, where no base look draws
     bool hidden = false;       // trace what is hidden as well
 };
 

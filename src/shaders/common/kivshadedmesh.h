@@ -21,11 +21,23 @@ struct KivShadedMesh {
     bool isExact = false;
 };
 
+// The angle up to which importers make smooth normals, more or less.
+inline constexpr double kivUsualSmoothAngle = 45.0;
+
 // Reads the mesh through its accessors. Its own normals are used as they are, brought to unit length; a vertex whose
 // normal has no length or is NaN gets one from the triangles around it. A mesh without normals gets them from its
-// shape, smooth over bends up to creaseAngle (degrees). Which side of a triangle is its outer one is told by its
-// normals, whatever its winding. Triangles with an index out of range or a corner that is NaN are left out.
+// shape, smooth over bends up to creaseAngle (degrees), and so does one whose normals were made from its triangles,
+// unless the angle is the usual one. Which side of a triangle is its outer one is told by its normals, whatever its
+// winding. Triangles with an index out of range or a corner that is NaN are left out.
 KivShadedMesh kivReadShadedMesh(const KivMesh& mesh, double creaseAngle);
+
+// How noisy the surface is: 0 for one that bends evenly from vertex to vertex, 1 for a rough scan.
+double kivNoiseOf(const KivShadedMesh& model);
+
+// Over how many pixels normals are evened out where so many are asked for: up to this many for noise alone, what is
+// asked for beyond whatever the surface.
+inline constexpr double kivNoiseReach = 10.0;
+double kivEvenReach(double pixels, double noise);
 
 // How many passes of kivEvenNormals reach over that many pixels in this view: an even spread grows with the root of the
 // passes, and one pass with the length of a side. At most 24, and none for what has no triangles or has exact normals:

@@ -20,6 +20,7 @@ enum Setting {
     lineWidthSetting,
     tangentsSetting,
     intersectionsSetting,
+    smoothShapeSetting,
     numSettings
 };
 
@@ -48,6 +49,8 @@ const KivSettingInfo table[numSettings] = {
      L"How edges of CAD models are drawn where one face runs into the next without a bend", "none|thin|full"},
     {"Intersections", KivSettingType::Bool, 0, 1, 1, L"Lines where surfaces run into each other without a common edge",
      nullptr},
+    {"SmoothShape", KivSettingType::Bool, 0, 1, 1,
+     L"Without a base look, meshes without normals are drawn as the smooth surface that they stand for", nullptr},
 };
 
 } // namespace
@@ -64,6 +67,7 @@ KivLineLook kivOutlineLook(const KivTablePageSettings& settings) {
     look.rules.borders = settings.getBool(bordersSetting);
     look.rules.creases = settings.getBool(creasesSetting);
     look.intersections = settings.getBool(intersectionsSetting);
+    look.smoothShape = settings.getBool(smoothShapeSetting);
     look.rules.creaseAngle = settings.getValue(creaseAngleSetting);
     look.rules.smoothCreaseAngle = settings.getValue(smoothCreaseAngleSetting);
     look.rules.creaseLength = settings.getValue(creaseLengthSetting) * 0.01;

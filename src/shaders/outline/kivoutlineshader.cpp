@@ -21,6 +21,11 @@ std::unique_ptr<KivLineDrawing> KivOutlineShader::startDrawing(const KivCommonSe
     return std::make_unique<KivOutlineDrawing>(settings, camera, size, communication, atFront);
 }
 
+KivShapeWish KivOutlineShader::shapeOf(const Kiv3DObject& object) const {
+    const KivLineLook look = kivOutlineLook(settingsOf(object));
+    return {look.smoothShape, look.rules.creaseAngle};
+}
+
 KIV_SHADER_INTERFACE;
 
 KIV_PLUGIN_EXPORT KivShader* KivShaderCreate() {
@@ -33,6 +38,10 @@ KIV_PLUGIN_EXPORT void KivShaderDelete(KivShader* shader) {
 
 KIV_PLUGIN_EXPORT int KivShaderSettings(const KivSettingInfo** table) {
     return kivOutlineTable(table);
+}
+
+KIV_PLUGIN_EXPORT void KivShaderShape(const KivShader* shader, const Kiv3DObject* object, KivShapeWish* wish) {
+    *wish = static_cast<const KivOutlineShader*>(shader)->shapeOf(*object);
 }
 
 KIV_PLUGIN_EXPORT const char* KivModuleResource(unsigned int kind, unsigned int id, unsigned long* size) {

@@ -5,12 +5,16 @@
 #define SHADERS_OUTLINE_KIVOUTLINESHADER_H
 
 #include "kivlineshader.h"
+#include "kivrender/geometry/kivshapewish.h"
 
 #include <memory>
 
 class KivOutlineShader final : public KivLineShader {
 public:
     explicit KivOutlineShader(HINSTANCE pluginModule);
+
+    // What is drawn in the place of the triangles of an object that no base look draws.
+    KivShapeWish shapeOf(const Kiv3DObject& object) const;
 
 protected:
     std::unique_ptr<KivLineDrawing> startDrawing(const KivCommonSettings& settings, const KivCamera& camera,

@@ -14,7 +14,7 @@
 namespace {
 
 // How a model without normals is lit: smooth over bends up to this, in degrees.
-constexpr double smoothUpTo = 40.0;
+constexpr double smoothUpTo = kivUsualSmoothAngle;
 
 // Bumps of a surface that are smaller than this many pixels are not modelled: the hatching stays calm.
 constexpr double evenOver = 12.0;

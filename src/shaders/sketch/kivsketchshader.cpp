@@ -67,6 +67,11 @@ std::unique_ptr<KivLineDrawing> KivSketchShader::startDrawing(const KivCommonSet
     return std::make_unique<KivSketchDrawing>(settings, camera, size, communication, atFront, lightOf(scene));
 }
 
+KivShapeWish KivSketchShader::shapeOf(const Kiv3DObject& object) const {
+    const KivLineLook look = kivSketchLook(settingsOf(object));
+    return {look.smoothShape, look.rules.creaseAngle};
+}
+
 KIV_SHADER_INTERFACE;
 
 KIV_PLUGIN_EXPORT KivShader* KivShaderCreate() {
@@ -79,6 +84,10 @@ KIV_PLUGIN_EXPORT void KivShaderDelete(KivShader* shader) {
 
 KIV_PLUGIN_EXPORT int KivShaderSettings(const KivSettingInfo** table) {
     return kivSketchTable(table);
+}
+
+KIV_PLUGIN_EXPORT void KivShaderShape(const KivShader* shader, const Kiv3DObject* object, KivShapeWish* wish) {
+    *wish = static_cast<const KivSketchShader*>(shader)->shapeOf(*object);
 }
 
 KIV_PLUGIN_EXPORT const char* KivModuleResource(unsigned int kind, unsigned int id, unsigned long* size) {

@@ -9,6 +9,7 @@
 #define SHADERS_SKETCH_KIVSKETCHSHADER_H
 
 #include "kivlineshader.h"
+#include "kivrender/geometry/kivshapewish.h"
 #include "kivsketchhatch.h"
 
 #include <memory>
@@ -16,6 +17,9 @@
 class KivSketchShader final : public KivLineShader {
 public:
     explicit KivSketchShader(HINSTANCE pluginModule);
+
+    // What is drawn in the place of the triangles of an object that no base look draws.
+    KivShapeWish shapeOf(const Kiv3DObject& object) const;
 
 protected:
     std::unique_ptr<KivLineDrawing> startDrawing(const KivCommonSettings& settings, const KivCamera& camera,

@@ -306,7 +306,7 @@ TEST_F(SketchHatching, IsThatOfItsAngleAndOneAcross) {
 
             const double pixel = 1 << level;
             const KivView& view = KivTestAccess::view(drawing);
-            KivShadedMesh shaded = kivReadShadedMesh(*mesh, 40.0);
+            KivShadedMesh shaded = kivReadShadedMesh(*mesh, kivUsualSmoothAngle);
             kivEvenNormals(shaded.points, shaded.triangles, shaded.normals, kivEvenPasses(shaded, view, 12.0 * pixel));
             KivSketchTones tones(shaded, lightFromTheLeft);
             std::vector<KivSketchHatchLine> expected =

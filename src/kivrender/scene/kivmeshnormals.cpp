@@ -1,0 +1,20 @@
+#include "kivrender/scene/kivmeshnormals.h"
+
+#include "kivrender/scene/kivmeshtable.h"
+
+namespace {
+
+KivMeshTable<bool>& registry() {
+    static auto& instance = *new KivMeshTable<bool>;
+    return instance;
+}
+
+} // namespace
+
+void kivSetNormalsFromTriangles(const KivMesh& mesh, bool fromTriangles) {
+    registry().set(mesh, fromTriangles);
+}
+
+bool kivHasNormalsFromTriangles(const KivMesh& mesh) {
+    return registry().get(mesh);
+}

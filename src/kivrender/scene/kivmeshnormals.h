@@ -1,0 +1,18 @@
+// Whether a mesh has its normals from its own triangles, as an importer makes them for files that bring none. Such
+// normals tell nothing of the shape that the triangles do not: it may be found anew, by other rules.
+//
+// The mark lies beside the mesh and not in it, so that the mesh keeps its binary form. Copies of a mesh have it too.
+#ifndef KIVRENDER_SCENE_KIVMESHNORMALS_H
+#define KIVRENDER_SCENE_KIVMESHNORMALS_H
+
+#include "kivrender/platform/kivexport.h"
+
+class KivMesh;
+
+// The mesh forgets it when it is deleted or is assigned to. May be called from several threads, for different meshes.
+KIV_API void kivSetNormalsFromTriangles(const KivMesh& mesh, bool fromTriangles);
+
+// Costs a look into a table; loops keep the answer.
+KIV_API bool kivHasNormalsFromTriangles(const KivMesh& mesh);
+
+#endif

@@ -1,0 +1,19 @@
+#include "kivrender/shader/kivshadershape.h"
+
+#include "kivrender/platform/kivmodule.h"
+#include "kivrender/shader/kivshaderguard.h"
+#include "kivrender/shader/kivshadermodule.h"
+
+#include <algorithm>
+#include <cmath>
+
+KivShapeWish kivShaderShape(const KivShader& shader, const Kiv3DObject& object) {
+    KivShapeWish wish;
+    auto* const query =
+        reinterpret_cast<KivShaderShapeFunction*>(kivFindSymbol(KivShaderModule::of(shader), "KivShaderShape"));
+    if (query == nullptr || !kivTryShader(shader, [&] { query(&shader, &object, &wish); })) {
+        return {};
+    }
+    wish.smoothAngle = std::isfinite(wish.smoothAngle) ? std::clamp(wish.smoothAngle, 0.0, 180.0) : 0.0;
+    return wish;
+}

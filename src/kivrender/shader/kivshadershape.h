@@ -1,0 +1,15 @@
+// What a plug-in asks for of the shape under a mesh.
+#ifndef KIVRENDER_SHADER_KIVSHADERSHAPE_H
+#define KIVRENDER_SHADER_KIVSHADERSHAPE_H
+
+#include "kivrender/geometry/kivshapewish.h"
+#include "kivrender/platform/kivexport.h"
+
+class Kiv3DObject;
+class KivShader;
+
+// What the shader's plug-in answers as KivShaderShape, with the settings of the render that runs. The triangles as they
+// are for a shader without a module, a plug-in without the export and one that throws, which is told.
+KIV_API KivShapeWish kivShaderShape(const KivShader& shader, const Kiv3DObject& object);
+
+#endif

@@ -1,0 +1,184 @@
+#include "kivrender/geometry/kivsmoothshape.h"
+
+#include "kivrender/scene/kivmesh.h"
+#include "kivrender/scene/kivmeshedges.h"
+#include "kivrender/scene/kivmeshnormals.h"
+#include "shapemodels.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <map>
+#include <set>
+
+namespace {
+
+KivMesh meshOf(const ShapeModel& model) {
+    KivMesh mesh;
+    for (const KivVec& p : model.points) {
+        mesh.addVertex(Kiv3DPoint(p.x, p.y, p.z));
+    }
+    for (const KivSurface::Triangle& t : model.triangles) {
+        mesh.addTriangle(t[0], t[1], t[2]);
+    }
+    return mesh;
+}
+
+// The same with the normals that point away from the middle.
+KivMesh roundMeshOf(const ShapeModel& model) {
+    KivMesh mesh;
+    for (const KivVec& p : model.points) {
+        mesh.addVertex(Kiv3DPoint(p.x, p.y, p.z), Kiv3DVector(p.x, p.y, p.z));
+    }
+    for (const KivSurface::Triangle& t : model.triangles) {
+        mesh.addTriangle(t[0], t[1], t[2]);
+    }
+    return mesh;
+}
+
+// A parallel view from the front.
+KivShapeView viewAt(double pixelsPerUnit) {
+    KivShapeView view;
+    view.pixelsPerUnit = pixelsPerUnit;
+    return view;
+}
+
+using Place = std::array<double, 3>;
+using Sides = std::map<std::pair<Place, Place>, int>;
+
+// How often each side is there, over all meshes, whichever way.
+void countSides(const KivMesh& mesh, Sides& sides) {
+    for (unsigned int t = 0; t < mesh.getNumTriangles(); ++t) {
+        Kiv3DPoint p[3];
+        mesh.getTriangle(p, t);
+        for (int k = 0; k < 3; ++k) {
+            const Place a = {p[k].x, p[k].y, p[k].z};
+            const Place b = {p[(k + 1) % 3].x, p[(k + 1) % 3].y, p[(k + 1) % 3].z};
+            ++sides[std::minmax(a, b)];
+        }
+    }
+}
+
+} // namespace
+
+TEST(KivSmoothShapes, ACoarseBallBecomesRoundToAFractionOfAPixel) {
+    const KivMesh ball = meshOf(ballModel(24));
+    const double pixels = 300.0;
+    const auto shapes = kivSmoothShapes({{&ball, 45.0}}, viewAt(pixels));
+    ASSERT_EQ(shapes.size(), 1U);
+    ASSERT_NE(shapes[0], nullptr);
+    EXPECT_EQ(shapes[0]->getNumTriangles() % ball.getNumTriangles(), 0U);
+    double least = 2.0;
+    double most = 0.0;
+    for (unsigned int t = 0; t < shapes[0]->getNumTriangles(); ++t) {
+        Kiv3DPoint p[3];
+        shapes[0]->getTriangle(p, t);
+        for (int k = 0; k < 3; ++k) {
+            const double r = std::sqrt(p[k].x * p[k].x + p[k].y * p[k].y + p[k].z * p[k].z);
+            least = std::min(least, r);
+            most = std::max(most, r);
+            const KivVec m = {(p[k].x + p[(k + 1) % 3].x) / 2, (p[k].y + p[(k + 1) % 3].y) / 2,
+                              (p[k].z + p[(k + 1) % 3].z) / 2};
+            EXPECT_LT((r - kivLength(m)) * pixels, 0.35); // chords keep to their arcs
+        }
+    }
+    EXPECT_LT(most - least, 0.015); // and the body is a ball
+}
+
+TEST(KivSmoothShapes, FineTrianglesStayAsTheyAre) {
+    const KivMesh ball = meshOf(ballModel(96));
+    EXPECT_TRUE(kivSmoothShapes({{&ball, 45.0}}, viewAt(50.0)).empty());
+    EXPECT_FALSE(kivSmoothShapes({{&ball, 45.0}}, viewAt(1000.0)).empty());
+}
+
+TEST(KivSmoothShapes, FlatFacesBetweenSharpEdgesStayAsTheyAre) {
+    const KivMesh cube = meshOf(cubeModel());
+    EXPECT_TRUE(kivSmoothShapes({{&cube, 45.0}}, viewAt(1000.0)).empty());
+    // A greater angle makes it a pebble.
+    EXPECT_FALSE(kivSmoothShapes({{&cube, 100.0}}, viewAt(1000.0)).empty());
+}
+
+TEST(KivSmoothShapes, NormalsThatTheFileBringsAndNamedEdgesKeepTheMesh) {
+    const KivMesh own = roundMeshOf(ballModel(12));
+    EXPECT_TRUE(kivSmoothShapes({{&own, 45.0}}, viewAt(300.0)).empty());
+    KivMesh found = own;
+    kivSetNormalsFromTriangles(found, true);
+    EXPECT_FALSE(kivSmoothShapes({{&found, 45.0}}, viewAt(300.0)).empty());
+    KivMesh named = meshOf(ballModel(12));
+    EXPECT_FALSE(kivSmoothShapes({{&named, 45.0}}, viewAt(300.0)).empty());
+    kivSetMeshEdges(named, std::make_shared<KivMeshEdges>());
+    EXPECT_TRUE(kivSmoothShapes({{&named, 45.0}}, viewAt(300.0)).empty());
+}
+
+// Two halves of a ball in two materials: one closed surface without a gap, whose normals run on over the seam.
+TEST(KivSmoothShapes, PartsOfOneSurfaceStayTogether) {
+    const ShapeModel ball = ballModel(16);
+    ShapeModel halves[2] = {{ball.points, {}}, {ball.points, {}}};
+    for (const KivSurface::Triangle& t : ball.triangles) {
+        const double x = ball.points[t[0]].x + ball.points[t[1]].x + ball.points[t[2]].x;
+        halves[x > 0.1 ? 0 : 1].triangles.push_back(t);
+    }
+    const KivMesh first = meshOf(halves[0]);
+    const KivMesh second = meshOf(halves[1]);
+    const auto shapes = kivSmoothShapes({{&first, 45.0}, {&second, 45.0}}, viewAt(200.0));
+    ASSERT_EQ(shapes.size(), 2U);
+    ASSERT_NE(shapes[0], nullptr);
+    ASSERT_NE(shapes[1], nullptr);
+    Sides sides;
+    countSides(*shapes[0], sides);
+    countSides(*shapes[1], sides);
+    for (const auto& [side, count] : sides) {
+        EXPECT_EQ(count, 2);
+    }
+    std::map<Place, Kiv3DVector> normals;
+    for (unsigned int v = 0; v < shapes[0]->getNumVertexs(); ++v) {
+        const Kiv3DPoint p = shapes[0]->getVertex(v);
+        normals[{p.x, p.y, p.z}] = shapes[0]->getNormal(v);
+    }
+    int common = 0;
+    for (unsigned int v = 0; v < shapes[1]->getNumVertexs(); ++v) {
+        const Kiv3DPoint p = shapes[1]->getVertex(v);
+        if (const auto found = normals.find({p.x, p.y, p.z}); found != normals.end()) {
+            const Kiv3DVector n = shapes[1]->getNormal(v);
+            EXPECT_DOUBLE_EQ(found->second.x, n.x);
+            EXPECT_DOUBLE_EQ(found->second.z, n.z);
+            ++common;
+        }
+    }
+    EXPECT_GT(common, 16);
+}
+
+TEST(KivSmoothShapes, MaterialAndSettingsGoAlong) {
+    KivMesh ball = meshOf(ballModel(12));
+    KivMaterial material;
+    material.setDiffuse(0x123456);
+    ball.setMaterial(material);
+    ball.setNonCombinableShader(L"Cartoon");
+    const auto shapes = kivSmoothShapes({{&ball, 45.0}}, viewAt(300.0));
+    ASSERT_EQ(shapes.size(), 1U);
+    EXPECT_EQ(shapes[0]->getMaterial()->getDiffuse(), ball.getMaterial()->getDiffuse());
+    EXPECT_TRUE(shapes[0]->rendersThisShader(L"Cartoon"));
+}
+
+TEST(KivSmoothShapes, WhatLiesBehindTheEyeAsksForNothing) {
+    const KivMesh ball = meshOf(ballModel(12));
+    KivShapeView view = viewAt(300.0);
+    view.perspective = true;
+    view.eye = {0.0, 0.0, 4.0};
+    EXPECT_FALSE(kivSmoothShapes({{&ball, 45.0}}, view).empty());
+    view.eye = {0.0, 0.0, -4.0};
+    EXPECT_TRUE(kivSmoothShapes({{&ball, 45.0}}, view).empty());
+}
+
+TEST(KivSmoothShapes, BrokenMeshesDoNoHarm) {
+    KivMesh empty;
+    KivMesh odd = meshOf(ballModel(8));
+    odd.addVertex(Kiv3DPoint(std::nan(""), 0.0, 0.0));
+    odd.addTriangle(0, 1, odd.getNumVertexs() - 1);
+    odd.addTriangle(0, 0, 1);
+    odd.addTriangle(2, 3, 4000);
+    const auto shapes = kivSmoothShapes({{&empty, 45.0}, {&odd, 45.0}}, viewAt(300.0));
+    ASSERT_EQ(shapes.size(), 2U);
+    EXPECT_EQ(shapes[0], nullptr);
+    EXPECT_TRUE(shapes[1]->hasAllVertexs());
+}

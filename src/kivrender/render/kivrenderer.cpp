@@ -227,7 +227,7 @@ bool KivRenderer::renderFrame(Frame& frame, KivDataManager* data) {
     if (hasData && !loadRenderData(frame, data)) {
         return false;
     }
-    KivShapedScene shaped(*frame.scene, frame.camera, frame.finalSize, shaperOf(frame));
+    KivShapedScene shaped(*frame.scene, frame.camera, wholeSize(frame), shaperOf(frame));
     if (shaped.isChanged()) {
         followShape(frame);
     }
@@ -241,6 +241,15 @@ bool KivRenderer::renderFrame(Frame& frame, KivDataManager* data) {
     shaped.forget();
     frame.scene->empty(); // a scene is drawn once; its memory is of more use to what comes now
     return finishFrame(frame);
+}
+
+// Of the finished picture; the tiles of one picture have the same shapes.
+tagSIZE KivRenderer::wholeSize(const Frame& frame) {
+    const tagSIZE whole = kivPictureSize(frame.size);
+    const auto reduced = [](std::int64_t side, std::int32_t finalSide, std::int32_t frameSide) {
+        return static_cast<std::int32_t>(frameSide > 0 ? side * finalSide / frameSide : 0);
+    };
+    return {reduced(whole.cx, frame.finalSize.cx, frame.size.cx), reduced(whole.cy, frame.finalSize.cy, frame.size.cy)};
 }
 
 // What was found of the meshes that are replaced now.

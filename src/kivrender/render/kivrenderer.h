@@ -137,6 +137,7 @@ private:
     bool drawParallelDepth(Frame& frame);
     bool loadRenderData(Frame& frame, KivDataManager* data);
     std::function<const KivShader*(const KivMesh&)> shaperOf(Frame& frame);
+    static tagSIZE wholeSize(const Frame& frame);
     static void followShape(Frame& frame);
     bool renderPasses(Frame& frame);
     bool renderPlain(Frame& frame);

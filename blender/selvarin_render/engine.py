@@ -10,6 +10,7 @@ from . import library, looks, viewport
 from .colors import as_pass
 from .export import Exporter, camera_of, view_of, world_color
 from .properties import PASSES
+from .threads import in_thread
 
 #: Set while an operator exports a drawing: called with the engine and its dependency graph in place of a render, as only
 #: a render sees the scene with the modifiers and the visibility of renders.
@@ -90,9 +91,10 @@ class Job:
     def picture(self, parts: Tuple[float, float], style: Any, background: Any, **wanted: Any) -> Any:
         self._parts = parts
         paper = "" if self.options.paper == looks.NONE else self.options.paper
-        return library.selvarin.render(self.scene, self.frame.size, self.camera, style, background=background,
-                                       antialias=int(self.options.antialias), ambient=tuple(self.options.ambient),
-                                       paper=paper or None, progress=self.progress, **wanted)
+        return in_thread(lambda progress: library.selvarin.render(
+            self.scene, self.frame.size, self.camera, style, background=background, paper=paper or None,
+            antialias=int(self.options.antialias), ambient=tuple(self.options.ambient), progress=progress, **wanted),
+            self.progress)
 
 
 def _fill(result_pass: Any, values: np.ndarray) -> None:
@@ -209,6 +211,9 @@ class SelvarinEngine(bpy.types.RenderEngine):
         viewer = getattr(self, "_viewer", None)
         if viewer is not None:
             viewer.stop()
+        inherited = getattr(super(), "__del__", None)  # from Blender 4.4
+        if inherited is not None:
+            inherited()
 
 
 def subject_of(depsgraph: Any) -> viewport.Subject:

@@ -8,6 +8,7 @@ from bpy.props import BoolProperty, EnumProperty, StringProperty
 from bpy_extras.io_utils import ExportHelper
 
 from . import engine, library
+from .threads import in_thread
 
 _FORMATS = (("SVG", "SVG", "For web pages and drawing programs"), ("PDF", "PDF", "For print"),
             ("EPS", "EPS", "For typesetting"), ("DXF", "DXF", "For CAD programs"))
@@ -73,9 +74,11 @@ class SELVARIN_OT_export_drawing(bpy.types.Operator, ExportHelper):
 
         def draw(render_engine: Any, depsgraph: Any) -> None:
             job = engine.Job(render_engine, depsgraph)
-            drawing = library.selvarin.draw(
-                job.scene, job.frame.size, job.camera, job.style(), background=job.background() or "#ffffff",
-                ambient=tuple(job.options.ambient), hidden=self.hidden, title=scene.name, progress=job.progress)
+            style, background = job.style(), job.background() or "#ffffff"
+            drawing = in_thread(lambda progress: library.selvarin.draw(
+                job.scene, job.frame.size, job.camera, style, background=background,
+                ambient=tuple(job.options.ambient), hidden=self.hidden, title=scene.name, progress=progress),
+                job.progress)
             sheet = {"hidden": "dashed" if self.hidden else "none"}
             if job.is_transparent:
                 sheet["background"] = False

@@ -45,7 +45,10 @@ def tube(name, paint, location, radius, depth, along="z", top=None):
                                     location=location, rotation=turn)
     obj = finish(name, paint)
     bpy.ops.object.shade_smooth()
-    obj.data.use_auto_smooth = True  # an edge of 30 degrees and more stays one
+    if hasattr(obj.data, "use_auto_smooth"):  # until Blender 4.0; later there is an operator
+        obj.data.use_auto_smooth = True  # an edge of 30 degrees and more stays one
+    else:
+        bpy.ops.object.shade_smooth_by_angle()
     return obj
 
 

@@ -3,6 +3,7 @@
 import math
 import os
 import signal
+import time
 
 import addon_utils
 import bpy
@@ -151,6 +152,34 @@ def test_an_object_has_a_look_of_its_own(scene, render):
     assert first.selvarin.use_look is False
 
 
+def test_an_instanced_collection_has_the_look_of_its_empty(scene, render):
+    cube = add_cube()
+    collection = bpy.data.collections.new("Cubes")
+    collection.objects.link(cube)
+    scene.collection.objects.unlink(cube)
+    empty = bpy.data.objects.new("Instance", None)
+    empty.instance_type, empty.instance_collection = "COLLECTION", collection
+    scene.collection.objects.link(empty)
+    assert np.any(reddish(render()))
+    empty.selvarin.use_look, empty.selvarin.look.base = True, "none"
+    assert not np.any(reddish(render()))
+
+
+def test_each_view_layer_is_drawn_with_what_it_has(scene, monkeypatch):
+    from selvarin_render import engine
+    add_cube()
+    bare = scene.view_layers.new("Bare")
+    collection = bpy.data.collections.new("Cubes")
+    scene.collection.children.link(collection)
+    collection.objects.link(bpy.data.objects["Cube"])
+    scene.collection.objects.unlink(bpy.data.objects["Cube"])
+    bare.layer_collection.children["Cubes"].exclude = True
+    filled = []
+    monkeypatch.setattr(engine, "_fill", lambda _, values: filled.append(values))
+    bpy.ops.render.render()
+    assert [bool(np.any(values[:, 0] > values[:, 1] + 0.3)) for values in filled] == [True, False]
+
+
 def test_a_setting_changes_the_picture_and_can_be_animated(scene, render):
     add_cube()
     settings = scene.selvarin.look.shader_Outline
@@ -236,3 +265,40 @@ def test_what_the_library_refuses_is_told(scene):
         bpy.ops.render.render()
     scene.render.resolution_x = 64
     bpy.ops.render.render()
+
+
+def test_the_library_draws_in_a_thread_of_its_own(scene, monkeypatch, tmp_path):
+    """In Blender's window the main thread has an OpenGL context, beside which it can't have another."""
+    import threading
+
+    import selvarin
+    add_cube()
+    names = []
+
+    def noting(work):
+        def run(*given, **named):
+            names.append(threading.current_thread().name)
+            return work(*given, **named)
+        return run
+
+    monkeypatch.setattr(selvarin, "render", noting(selvarin.render))
+    monkeypatch.setattr(selvarin, "draw", noting(selvarin.draw))
+    bpy.ops.render.render()
+    bpy.ops.selvarin.export_drawing(filepath=str(tmp_path / "drawing.svg"))
+    assert names == ["selvarin", "selvarin"]
+
+
+def test_a_thread_gives_what_it_has_found_and_heeds_the_answer():
+    from selvarin_render.threads import in_thread
+    assert in_thread(lambda progress: progress(0.5, "half"), lambda done, text: True) is True
+    with pytest.raises(ValueError, match="why"):
+        in_thread(lambda progress: (_ for _ in ()).throw(ValueError("why")), lambda done, text: True)
+    told = []
+
+    def until_cancelled(progress):
+        while progress(0.25, "drawing"):
+            time.sleep(0.001)
+        return "cancelled"
+
+    assert in_thread(until_cancelled, lambda done, text: told.append((done, text)) or len(told) < 3) == "cancelled"
+    assert told == [(0.25, "drawing")] * 3

@@ -208,7 +208,8 @@ class SelvarinEngine(bpy.types.RenderEngine):
             show(viewer.shown.pixels, view.size)
 
     def __del__(self) -> None:
-        viewer = getattr(self, "_viewer", None)
+        # What Blender has removed already refuses its attributes by the usual way.
+        viewer = object.__getattribute__(self, "__dict__").get("_viewer")
         if viewer is not None:
             viewer.stop()
         inherited = getattr(super(), "__del__", None)  # from Blender 4.4

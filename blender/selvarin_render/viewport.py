@@ -95,7 +95,10 @@ class Viewer:
             pass
         except (RuntimeError, ValueError, OSError, MemoryError) as error:
             self.problem = str(error) or "there is not enough memory"
-        self._redraw()
+        try:
+            self._redraw()
+        except ReferenceError:
+            pass  # the view was closed meanwhile
 
 
 def stop_all() -> None:

@@ -1,5 +1,6 @@
 """The view in Rendered shading, as far as it needs no window: its thread, and what it is asked for."""
 
+import threading
 import time
 from types import SimpleNamespace
 
@@ -127,3 +128,19 @@ def test_what_goes_wrong_is_told_once(scene, view):
     view.wait()
     view.draw()
     assert "can't draw the scene" in view.engine.problems[-1]
+
+
+def test_a_view_that_was_closed_stops_its_picture(scene, view, monkeypatch):
+    from selvarin_render import viewport
+    from selvarin_render.engine import subject_of, view_in
+
+    def closed():
+        raise ReferenceError("StructRNA of type SelvarinEngine has been removed")
+
+    viewer = viewport.Viewer(closed)
+    viewer.ask(subject_of(view.depsgraph), viewport.View((8000, 6000), view_in(view.context().region_data)))
+
+    escaped = []
+    monkeypatch.setattr(threading, "excepthook", lambda given: escaped.append(given.exc_value))
+    viewer.stop()
+    assert not viewer.is_busy() and viewer.shown is None and not escaped

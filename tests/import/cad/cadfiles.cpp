@@ -248,10 +248,12 @@ Handle(TDocStd_Document) documentOf(const TopoDS_Shape& shape, const char* name)
     return document;
 }
 
-void writeStep(const std::string& path, const Handle(TDocStd_Document) & document, const char* unit) {
+void writeStep(const std::string& path, const Handle(TDocStd_Document) & document, const char* unit,
+               const char* schema) {
     Message::DefaultMessenger()->ChangePrinters().Clear();
     STEPCAFControl_Controller::Init();
     Interface_Static::SetCVal("write.step.unit", unit);
+    Interface_Static::SetCVal("write.step.schema", schema);
     STEPCAFControl_Writer writer;
     if (!writer.Transfer(document, STEPControl_AsIs) || writer.Write(path.c_str()) != IFSelect_RetDone) {
         throw std::runtime_error("can't write " + path);

@@ -35,7 +35,9 @@ Handle(TDocStd_Document) assemblyOf(const TopoDS_Shape& part, const std::vector<
 Handle(TDocStd_Document) documentOf(const TopoDS_Shape& shape, const char* name);
 
 // unit: as Open CASCADE's writers name it, "MM" or "INCH". Throws if the file can't be written.
-void writeStep(const std::string& path, const Handle(TDocStd_Document) & document, const char* unit = "MM");
+// schema: "AP203", "AP214IS" or "AP242DIS".
+void writeStep(const std::string& path, const Handle(TDocStd_Document) & document, const char* unit = "MM",
+               const char* schema = "AP214IS");
 void writeIges(const std::string& path, const Handle(TDocStd_Document) & document, const char* unit = "MM");
 void writeBrep(const std::string& path, const TopoDS_Shape& shape);
 

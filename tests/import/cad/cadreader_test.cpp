@@ -12,8 +12,17 @@
 #include <utility>
 
 #include <gmock/gmock.h>
-#include <gp_Ax1.hxx>
 #include <gtest/gtest.h>
+
+#include <BRepBuilderAPI_Transform.hxx>
+#include <BRep_Builder.hxx>
+#include <TDF_LabelSequence.hxx>
+#include <TDataStd_Name.hxx>
+#include <TopExp_Explorer.hxx>
+#include <TopoDS_Compound.hxx>
+#include <XCAFDoc_DocumentTool.hxx>
+#include <XCAFDoc_ShapeTool.hxx>
+#include <gp_Ax1.hxx>
 
 namespace {
 
@@ -267,6 +276,71 @@ TEST_F(CadReaderTest, CoordinatesAreInTheUnitsOfTheFile) {
     }
     writeBrep(folder.path("none.brep"), cylinder());
     EXPECT_EQ(readFile(requestOf(folder.path("none.brep"))).metresPerUnit, 0.0);
+}
+
+TEST_F(CadReaderTest, EverySchemaAndUnitOfStepIsTheSamePart) {
+    for (const char* const schema : {"AP203", "AP214IS", "AP242DIS"}) {
+        for (const auto& [unit, metres] : {std::pair{"MM", 1e-3}, {"INCH", 0.0254}, {"M", 1.0}}) {
+            writeStep(folder.path("b.step"), documentOf(filletedBox(), "box"), unit, schema);
+            const ModelParts parts = readFile(requestOf(folder.path("b.step")));
+            auto sums = edgesOf(parts);
+            EXPECT_DOUBLE_EQ(parts.metresPerUnit, metres) << schema << unit;
+            EXPECT_EQ(sums[Kind::sharp].count, 16) << schema << unit;
+            EXPECT_NEAR(sums[Kind::tangent].length * metres, 0.160, 1e-6) << schema << unit;
+            EXPECT_EQ(parts.nodes.at(0).name, "box");
+        }
+    }
+}
+
+TEST_F(CadReaderTest, NamesComeAsTheyAre) {
+    const std::string name = "L'\xC3\xA9"
+                             "crou \"M8\" \xE8\x9E\xBA";
+    const Handle(TDocStd_Document) document = documentOf(bolt(), "");
+    TDF_LabelSequence labels;
+    XCAFDoc_DocumentTool::ShapeTool(document->Main())->GetFreeShapes(labels);
+    TDataStd_Name::Set(labels.First(), TCollection_ExtendedString(name.c_str(), true));
+    writeStep(folder.path("n.step"), document);
+    EXPECT_EQ(readFile(requestOf(folder.path("n.step"))).nodes.at(0).name, name);
+}
+
+TEST_F(CadReaderTest, AShellIsASurfaceWithBordersAndAWireIsALine) {
+    const TopoDS_Shape face = TopExp_Explorer(cylinder(), TopAbs_FACE).Current();
+    const ModelParts open = stepOf(face);
+    ASSERT_EQ(open.surfaces.size(), 1U);
+    auto sums = edgesOf(open);
+    EXPECT_EQ(sums[Kind::sharp].count, 2);
+    EXPECT_EQ(sums[Kind::seam].count, 1);
+    const ModelParts line = stepOf(TopExp_Explorer(face, TopAbs_WIRE).Current());
+    EXPECT_TRUE(line.surfaces.empty());
+    double whole = 0.0;
+    for (const Polyline& each : line.polylines) {
+        for (std::size_t i = 1; i < each.points.size(); ++i) {
+            whole += length(each.points[i] - each.points[i - 1]);
+        }
+    }
+    EXPECT_NEAR(whole, 40.0 * pi + 30.0, 0.2);
+}
+
+TEST_F(CadReaderTest, HugeAndTinyPartsAreAsFine) {
+    for (const double size : {1e-3, 1e6}) {
+        gp_Trsf scale;
+        scale.SetScaleFactor(size);
+        const ModelParts parts = stepOf(BRepBuilderAPI_Transform(cylinder(), scale, true).Shape());
+        ASSERT_EQ(parts.surfaces.size(), 1U) << size;
+        auto sums = edgesOf(parts);
+        EXPECT_NEAR(sums[Kind::sharp].length / size, 40.0 * pi, 40.0 * pi * 0.002) << size;
+        EXPECT_EQ(openSides(parts.surfaces[0]), 0) << size;
+    }
+}
+
+TEST_F(CadReaderTest, NothingToDrawIsNoFault) {
+    BRep_Builder builder;
+    TopoDS_Compound empty;
+    builder.MakeCompound(empty);
+    writeBrep(folder.path("empty.brep"), empty);
+    const ModelParts parts = readFile(requestOf(folder.path("empty.brep")));
+    EXPECT_EQ(parts.numTriangles(), 0U);
+    EXPECT_TRUE(parts.polylines.empty());
 }
 
 TEST_F(CadReaderTest, EveryFormatKnowsTheSameEdges) {

@@ -1,4 +1,5 @@
 #include "apps/cli/commandline.h"
+#include "apps/cli/completion.h"
 
 #include "apps/cli/manual.h"
 #include "apps/cli/outputfile.h"
@@ -335,7 +336,7 @@ TEST(Suggestion, NearestName) {
 
 TEST(Manual, NamesEveryCommandOptionAndDefault) {
     const std::string page = manualPage();
-    const std::string rules = bashCompletion();
+    const std::string rules = completionFor("bash");
     EXPECT_THAT(helpText(80), HasSubstr("--version"));
     for (const CommandInfo& command : commandTable()) {
         const std::string help = helpText(command, 80);

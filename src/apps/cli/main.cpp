@@ -2,6 +2,7 @@
 #include "apps/cli/animatecommand.h"
 #include "apps/cli/cataloguecommand.h"
 #include "apps/cli/commandline.h"
+#include "apps/cli/completion.h"
 #include "apps/cli/errorline.h"
 #include "apps/cli/exitstatus.h"
 #include "apps/cli/infocommand.h"
@@ -43,10 +44,11 @@ int runProgramOptions(const Words& words) {
     } else if (words.has("man")) {
         print(manualPage());
     } else if (const auto shell = words.value("completion")) {
-        if (*shell != "bash") {
-            throw UsageError("--completion: there are rules for bash only");
+        const std::string rules = completionFor(*shell);
+        if (rules.empty()) {
+            throw UsageError("--completion: there are rules for bash, zsh and fish, none for " + *shell);
         }
-        print(bashCompletion());
+        print(rules);
     } else {
         throw UsageError("a command is needed: render, animate, catalogue, shaders, styles, preview, style, formats, "
                          "info or new-shader");

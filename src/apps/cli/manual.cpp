@@ -131,48 +131,6 @@ void appendTroffOptions(std::string& out, std::span<const OptionInfo> options) {
     }
 }
 
-void appendCompletionOf(std::string& out, const OptionInfo& option) {
-    std::string names = "--" + std::string(option.name);
-    if (option.letter != 0) {
-        names = std::string("-") + option.letter + "|" + names;
-    }
-    switch (option.completes) {
-    case Completes::file:
-        out += "        " + names + ") COMPREPLY=($(compgen -f -- \"$word\")); return ;;\n";
-        break;
-    case Completes::folder:
-        out += "        " + names + ") COMPREPLY=($(compgen -d -- \"$word\")); return ;;\n";
-        break;
-    case Completes::shader:
-        out += "        " + names +
-               ") COMPREPLY=($(compgen -W \"none $(\"$1\" shaders -q 2>/dev/null)\" -- \"$word\")); return ;;\n";
-        break;
-    case Completes::style:
-        // Names may have blanks, so that only line ends part them.
-        out += "        " + names +
-               ") local IFS=$'\\n'; COMPREPLY=($(compgen -f -X '!*.kiv' -- \"$word\"; compgen -W \"$(\"$1\" styles -q "
-               "2>/dev/null)\" -- \"$word\")); return ;;\n";
-        break;
-    case Completes::choices:
-        out += "        " + names + ") COMPREPLY=($(compgen -W \"" + std::string(option.choices) +
-               "\" -- \"$word\")); return ;;\n";
-        break;
-    case Completes::nothing:
-        if (!option.argument.empty()) {
-            out += "        " + names + ") return ;;\n";
-        }
-        break;
-    }
-}
-
-std::string optionWords(std::span<const OptionInfo> options) {
-    std::string words;
-    for (const OptionInfo& option : options) {
-        words += (words.empty() ? "--" : " --") + std::string(option.name);
-    }
-    return words;
-}
-
 } // namespace
 
 std::string helpText(int width) {
@@ -242,31 +200,4 @@ std::string manualPage() {
         out += ".TP\n.B " + troff(example.command) + "\n" + troff(example.text) + "\n";
     }
     return out;
-}
-
-std::string bashCompletion() {
-    std::string out = "# bash completion for selvarin; written by \"selvarin --completion bash\"\n"
-                      "_selvarin() {\n"
-                      "    local word=$2 previous=$3\n"
-                      "    local command=${COMP_WORDS[1]}\n"
-                      "    if [ \"$COMP_CWORD\" -eq 1 ]; then\n"
-                      "        COMPREPLY=($(compgen -W \"";
-    for (const CommandInfo& command : commandTable()) {
-        out += std::string(command.name) + " ";
-    }
-    out += optionWords(programOptions()) +
-           "\" -- \"$word\"))\n        return\n    fi\n    case \"$command:$previous\" in\n";
-    out += "    --completion:*) COMPREPLY=($(compgen -W \"bash\" -- \"$word\")); return ;;\n    esac\n";
-    for (const CommandInfo& command : commandTable()) {
-        out += "    if [ \"$command\" = " + std::string(command.name) + " ]; then\n        case \"$previous\" in\n";
-        for (const OptionInfo& option : command.options) {
-            appendCompletionOf(out, option);
-        }
-        out += "        esac\n        if [[ $word == -* ]]; then\n            COMPREPLY=($(compgen -W \"" +
-               optionWords(command.options) + "\" -- \"$word\"))\n";
-        out += command.takesModels ? "        else\n            COMPREPLY=($(compgen -f -- \"$word\"))\n        fi\n"
-                                   : "        fi\n";
-        out += "    fi\n";
-    }
-    return out + "}\ncomplete -o filenames -F _selvarin selvarin\n";
 }

@@ -12,6 +12,5 @@ std::string helpText(int width);
 std::string helpText(const CommandInfo& command, int width);
 // The manual page, section 1, in troff.
 std::string manualPage();
-std::string bashCompletion();
 
 #endif

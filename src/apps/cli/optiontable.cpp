@@ -283,7 +283,7 @@ constexpr std::array topOptions{
     help,
     OptionInfo{"version", 0, "", "", "General", false, nothing, "", "Show what a report of a problem should name."},
     OptionInfo{"man", 0, "", "", "General", false, nothing, "", "Write the manual page to standard output."},
-    OptionInfo{"completion", 0, "SHELL", "", "General", false, choices, "bash",
+    OptionInfo{"completion", 0, "SHELL", "", "General", false, choices, "bash zsh fish",
                "Write the shell's completion rules to standard output."},
 };
 

@@ -334,9 +334,10 @@ TEST(KivOccluders, ExemptTrianglesHideNothing) {
         {{0, 1, 2}, {3, 4, 5}}};
     const Body none = {{{0.0, 0.0, 0.0}}, {{0, 0, 0}}};
     const Scene scene(front, {none, sheets}); // the first triangle counts, though it hides nothing
+    std::vector<KivLinePart> excused;
     const auto lengthWithout = [&](std::vector<std::uint32_t> exempt) {
         std::vector<KivLinePart> parts;
-        scene.occluders.visibleParts({-2.0, 0.0, 0.0}, {2.0, 0.0, 0.0}, exempt, parts);
+        scene.occluders.visibleParts({-2.0, 0.0, 0.0}, {2.0, 0.0, 0.0}, exempt, parts, excused);
         double length = 0.0;
         for (const KivLinePart& part : parts) {
             length += part.to - part.from;
@@ -348,6 +349,11 @@ TEST(KivOccluders, ExemptTrianglesHideNothing) {
     EXPECT_GT(lengthWithout({1}), 0.3);
     EXPECT_LT(lengthWithout({1}), 0.8);
     EXPECT_EQ(lengthWithout({1, 2}), 1.0);
+    ASSERT_EQ(excused.size(), 2U);
+    const auto widest = std::max_element(excused.begin(), excused.end(),
+                                         [](const auto& a, const auto& b) { return a.to - a.from < b.to - b.from; });
+    EXPECT_EQ(widest->from, 0.0);
+    EXPECT_EQ(widest->to, 1.0);
 }
 
 TEST(KivOccluders, TellsTheNearestDepthAtAPlace) {

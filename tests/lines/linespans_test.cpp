@@ -36,6 +36,7 @@ public:
             segment.contour = static_cast<std::int32_t>(surface.contours.size());
             ContourPiece piece;
             piece.normals[0] = piece.normals[1] = {0.0, 1.0, 0.0};
+            piece.reach = 10.0;
             surface.contours.push_back(piece);
             surface.neighboursFrom.push_back(0);
         }
@@ -116,16 +117,31 @@ TEST(LineSpans, WeakLinesThatAreShortAreLeftOut) {
     }
 }
 
-TEST(LineSpans, TheTrianglesAroundAContourHideNoneOfIt) {
+TEST(LineSpans, TheTrianglesAroundAContourHideNoneOfItNextToTheirEdge) {
     for (const bool isAround : {false, true}) {
-        Scene scene;
-        scene.add({-30.0, -20.0, 0.0}, {30.0, -20.0, 0.0}, true);
-        SurfaceLines& surface = scene.segments.about[0].surface;
-        for (std::uint32_t i = 0; isAround && i < 12; ++i) {
-            surface.neighbours.push_back(i);
+        for (const double below : {0.3, 20.0}) {
+            Scene scene;
+            scene.add({-30.0, -below, 0.0}, {30.0, -below, 0.0}, true);
+            SurfaceLines& surface = scene.segments.about[0].surface;
+            for (std::uint32_t i = 0; isAround && i < 12; ++i) {
+                surface.neighbours.push_back(i);
+            }
+            surface.neighboursFrom[1] = surface.neighbours.size();
+            EXPECT_NEAR(scene.length(LineSight::hidden), isAround && below < 1.0 ? 0.0 : 60.0, 1e-9) << below;
         }
-        surface.neighboursFrom[1] = surface.neighbours.size();
-        EXPECT_NEAR(scene.length(LineSight::hidden), isAround ? 0.0 : 60.0, 1e-9);
+    }
+}
+
+// A piece that shows over the edge once it is lifted, behind a box that is part of the same surface or stands far
+// before it.
+TEST(LineSpans, ALiftedContourStaysBehindWhatIsFarBeforeIt) {
+    for (const double reach : {10.0, 1.0}) {
+        Scene scene;
+        scene.add({-30.0, -0.7, 0.0}, {30.0, -0.7, 0.0}, true);
+        ContourPiece& piece = scene.segments.about[0].surface.contours.back();
+        piece.rise = 1.0;
+        piece.reach = reach;
+        EXPECT_NEAR(scene.length(LineSight::hidden), reach > 5.0 ? 0.0 : 60.0, 1e-9);
     }
 }
 

@@ -119,11 +119,23 @@ bool KivOccluders::build() {
 }
 
 void KivOccluders::visibleParts(const KivVec& a, const KivVec& b, std::vector<KivLinePart>& parts) const {
-    visibleParts(a, b, {}, parts);
+    findParts(a, b, parts, [](std::uint32_t, const KivLinePart&) { return true; });
 }
 
 void KivOccluders::visibleParts(const KivVec& a, const KivVec& b, std::span<const std::uint32_t> exempt,
-                                std::vector<KivLinePart>& parts) const {
+                                std::vector<KivLinePart>& parts, std::vector<KivLinePart>& excused) const {
+    excused.clear();
+    findParts(a, b, parts, [&](std::uint32_t number, const KivLinePart& hidden) {
+        if (!std::binary_search(exempt.begin(), exempt.end(), number)) {
+            return true;
+        }
+        excused.push_back(hidden);
+        return false;
+    });
+}
+
+template <class Hides>
+void KivOccluders::findParts(const KivVec& a, const KivVec& b, std::vector<KivLinePart>& parts, Hides hides) const {
     parts.clear();
     const KivVec p = seenFrom.toCamera(a);
     const KivVec q = seenFrom.toCamera(b);
@@ -142,7 +154,7 @@ void KivOccluders::visibleParts(const KivVec& a, const KivVec& b, std::span<cons
                                     corners[occluder.corners[2]]};
         KivLinePart hidden;
         return !kivHiddenPart(seenFrom, triangle, double{occluder.grain}, p, q, &hidden) ||
-               std::binary_search(exempt.begin(), exempt.end(), occluder.number) || visible.hide(hidden);
+               !hides(occluder.number, hidden) || visible.hide(hidden);
     });
     visible.finish();
 }

@@ -51,9 +51,9 @@ public:
     void visibleParts(const KivVec& a, const KivVec& b, std::vector<KivLinePart>& parts) const;
 
     // The same, but that some triangles hide nothing: their numbers, counted over all that were added, in ascending
-    // order.
+    // order. excused gets what they would have hidden, in no order, with overlaps.
     void visibleParts(const KivVec& a, const KivVec& b, std::span<const std::uint32_t> exempt,
-                      std::vector<KivLinePart>& parts) const;
+                      std::vector<KivLinePart>& parts, std::vector<KivLinePart>& excused) const;
     // How far in front of the plane through the eye the nearest surface is at a place in the picture; infinite where
     // there is none.
     double nearestAt(const KivPicturePoint& place) const;
@@ -67,6 +67,10 @@ public:
     }
 
 private:
+    // Answers whether a triangle hides a part, too.
+    template <class Hides>
+    void findParts(const KivVec& a, const KivVec& b, std::vector<KivLinePart>& parts, Hides hides) const;
+
     struct Occluder {
         std::uint32_t corners[3];
         std::uint32_t number;

@@ -12,6 +12,12 @@ namespace {
 // A smooth contour is tested for visibility that many times as far off the mesh as the surface may depart from it.
 constexpr double liftOff = 1.5;
 
+// What is seen of a smooth contour is checked every so many pixels, where its lift comes to more than so many.
+constexpr double seenStep = 1.0;
+constexpr double slightLift = 0.5;
+// The mesh beside a contour stands before it by no more than so many sides of its triangles.
+constexpr double ownReach = 2.0;
+
 // Exact lines have gaps only where many triangles meet at a corner and rounding decides.
 constexpr double exactGap = 0.25;
 
@@ -123,6 +129,40 @@ std::span<const std::uint32_t> LineSpans::exemptOf(std::uint32_t number) {
     return exempt;
 }
 
+// The lift and the exempt triangles let a piece be seen that lies behind its own part of the mesh by no more than this
+// departs from the smooth surface. What lies far before it, or before what is farther out, hides it.
+void LineSpans::checkSeen(std::uint32_t number, const ContourPiece& piece) {
+    checked.clear();
+    for (const KivLinePart& part : parts) {
+        LineSpan span{number, part.from, part.to, {}, {}, 0.0, LineSight::seen};
+        measure(span);
+        const double wanted = std::ceil(span.length / seenStep);
+        const int steps = wanted > 1.0 ? static_cast<int>(std::min(wanted, 1000.0)) : 1;
+        for (int i = 0; i < steps; ++i) {
+            span.first = part.from + (part.to - part.from) * i / steps;
+            span.last = i + 1 == steps ? part.to : part.from + (part.to - part.from) * (i + 1) / steps;
+            if (isSeen(span, piece)) {
+                if (checked.empty() || checked.back().to != span.first) {
+                    checked.push_back({span.first, span.last});
+                }
+                checked.back().to = span.last;
+            }
+        }
+    }
+    parts.swap(checked);
+}
+bool LineSpans::isSeen(const LineSpan& step, const ContourPiece& piece) const {
+    const double middle = 0.5 * (step.first + step.last);
+    const Outside outside = outsideOf(step);
+    const double lift = liftOff * piece.rise / outside.pixel;
+    if (lift > slightLift && outside.behind(occluders, 0.0) < outside.depth - ownReach * piece.reach) {
+        return false;
+    }
+    return std::none_of(excused.begin(), excused.end(),
+                        [middle](const KivLinePart& part) { return part.from < middle && middle < part.to; }) ||
+           outside.behind(occluders, lift + slightLift) >= outside.depth;
+}
+
 void LineSpans::addSegment(std::uint32_t number, bool reversed, int side, std::vector<LineSpan>& spans) {
     const LineSegment& segment = segments.all[number];
     KivVec a = segment.a;
@@ -135,7 +175,8 @@ void LineSpans::addSegment(std::uint32_t number, bool reversed, int side, std::v
         const double lift = liftOff * piece.rise * side;
         a = a + piece.normals[0] * lift;
         b = b + piece.normals[1] * lift;
-        occluders.visibleParts(a, b, exemptOf(number), parts);
+        occluders.visibleParts(a, b, exemptOf(number), parts, excused);
+        checkSeen(number, piece);
     }
     KivLinePart inside;
     const KivLineView& view = occluders.view();
@@ -177,12 +218,16 @@ void LineSpans::addSpan(std::uint32_t number, double first, double last, LineSig
     }
     LineSpan span{number, first, last, {}, {}, 0.0, sight};
     if (sight != LineSight::absent) {
-        const KivLineView& view = occluders.view();
-        span.start = view.toPicture(view.toCamera(segments.all[number].at(first)));
-        span.end = view.toPicture(view.toCamera(segments.all[number].at(last)));
-        span.length = distance(span.start, span.end);
+        measure(span);
     }
     spans.push_back(span);
+}
+
+void LineSpans::measure(LineSpan& span) const {
+    const KivLineView& view = occluders.view();
+    span.start = view.toPicture(view.toCamera(segments.all[span.segment].at(span.first)));
+    span.end = view.toPicture(view.toCamera(segments.all[span.segment].at(span.last)));
+    span.length = distance(span.start, span.end);
 }
 
 // The place in the middle of a span, and the way from it in the picture that leads away from the surface.

@@ -77,6 +77,9 @@ private:
     void addSegment(std::uint32_t number, bool reversed, int side, std::vector<LineSpan>& spans);
     void addSpan(std::uint32_t number, double first, double last, LineSight sight, std::vector<LineSpan>& spans) const;
     std::span<const std::uint32_t> exemptOf(std::uint32_t number);
+    void checkSeen(std::uint32_t number, const ContourPiece& piece);
+    bool isSeen(const LineSpan& step, const ContourPiece& piece) const;
+    void measure(LineSpan& span) const;
     std::vector<LineSpan> inSteps(const std::vector<LineSpan>& spans) const;
     Outside outsideOf(const LineSpan& span) const;
     bool isGap(const std::vector<LineSpan>& spans, std::size_t first, std::size_t end, double length) const;
@@ -85,6 +88,8 @@ private:
     const KivOccluders& occluders;
     const LineSegments& segments;
     std::vector<KivLinePart> parts;
+    std::vector<KivLinePart> excused; // what triangles around the segment would hide of it
+    std::vector<KivLinePart> checked;
     std::vector<std::uint32_t> exempt;
     std::vector<int> sides; // to which the surface bulges at the segments of a chain
 };

@@ -185,6 +185,7 @@ private:
         for (std::size_t k = 0; k < 3; ++k) {
             const std::size_t next = k == 2 ? 0 : k + 1;
             piece.rise = std::max(piece.rise, riseOver(t, k, next));
+            piece.reach = std::max(piece.reach, lengthOf(t, k, next));
             if (faces[k] != faces[next] && found < 2) {
                 ends[found] = crossing(t, k, next, &piece.normals[found]);
                 ++found;
@@ -199,10 +200,12 @@ private:
                                   static_cast<std::int32_t>(lines.contours.size())});
         lines.contours.push_back(piece);
     }
+    double lengthOf(std::uint32_t t, std::size_t k, std::size_t next) const {
+        return kivLength(surface.points[surface.triangles[t][next]] - surface.points[surface.triangles[t][k]]);
+    }
     double riseOver(std::uint32_t t, std::size_t k, std::size_t next) const {
-        const KivVec way = surface.points[surface.triangles[t][next]] - surface.points[surface.triangles[t][k]];
         const KivVec turn = smooth.normals[smooth.corners[t][next]] - smooth.normals[smooth.corners[t][k]];
-        return 0.125 * kivLength(way) * kivLength(turn);
+        return 0.125 * lengthOf(t, k, next) * kivLength(turn);
     }
     // On the arc over a smooth side, on the line of a sharp one. The same point and normal from both sides.
     KivVec crossing(std::uint32_t t, std::size_t k, std::size_t next, KivVec* normal) const {

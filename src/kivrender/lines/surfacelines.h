@@ -40,6 +40,7 @@ struct LineSegment {
 struct ContourPiece {
     KivVec normals[2];          // of the surface, at both ends
     double rise = 0.0;          // the mesh departs from the smooth surface by no more, in the model's units
+    double reach = 0.0;         // the longest side of its triangle
     std::uint32_t triangle = 0; // of the surface
     bool bulges = true;         // towards the side that the normals point to
 };

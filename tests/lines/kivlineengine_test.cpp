@@ -238,6 +238,26 @@ TEST(KivLineEngine, ACylinderHasAClosedContourAndOneCrease) {
     EXPECT_LE(crease.path.pieces.size(), 16U);
 }
 
+// Where the contour of a coarse mesh arrives at a rim, the facets there turn otherwise than the round surface.
+TEST(KivLineEngine, TheContourOfACoarseCylinderRunsOntoItsRims) {
+    RawRandom random(31);
+    for (int i = 0; i < 200; ++i) {
+        const unsigned int columns = 20 + random.below(40);
+        const LineBody cylinder = cylinderBody(1.0, random.between(0.3, 1.0), columns);
+        const double angle = random.between(0.0, 2.0 * std::numbers::pi);
+        const double height = random.between(0.15, 0.95);
+        const double aside = 7.0 * std::sqrt(1.0 - height * height);
+        const KivVec eye = {aside * std::cos(angle), aside * std::sin(angle), 7.0 * height};
+        const std::vector<KivFoundLine> lines =
+            linesOf(cameraAt(i % 2 == 0, eye, 2.0), std::vector<LineBody>{cylinder});
+        EXPECT_EQ(ofKind(lines, Kind::contour).size(), 1U)
+            << columns << " columns seen from " << angle << ' ' << height;
+        for (const KivFoundLine& line : ofKind(lines, Kind::contour)) {
+            EXPECT_TRUE(line.closed) << columns << " columns seen from " << angle << ' ' << height;
+        }
+    }
+}
+
 // A coarse prism shows its facets: its contour runs along its edges, whatever the normals say.
 TEST(KivLineEngine, FacetsThatShowKeepTheirEdges) {
     const LineBody prism = cylinderBody(1.0, 1.0, 10);

@@ -33,6 +33,7 @@ public:
         if (isContour) {
             SurfaceLines& surface = segments.about[0].surface;
             segment.open = {0.0, 1.0, 0.0};
+            segment.isInterpolated = segment.mayBeSlight = true;
             segment.contour = static_cast<std::int32_t>(surface.contours.size());
             ContourPiece piece;
             piece.normals[0] = piece.normals[1] = {0.0, 1.0, 0.0};

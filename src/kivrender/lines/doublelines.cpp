@@ -134,7 +134,7 @@ public:
     void take(LineCourse& course, LineSight sight) {
         spans.clear();
         for (const LineSpan& span : course.spans) {
-            const bool asked = span.sight == sight && segments.all[span.segment].contour == LineSegment::none;
+            const bool asked = span.sight == sight && !segments.all[span.segment].isInterpolated;
             if (asked) {
                 split(span);
             } else {

@@ -297,7 +297,7 @@ std::vector<LineSpan> LineSpans::inSteps(const std::vector<LineSpan>& spans) con
     std::vector<LineSpan> steps;
     for (const LineSpan& span : spans) {
         const LineSegment& segment = segments.all[span.segment];
-        const int count = span.sight == LineSight::seen && kivDot(segment.open, segment.open) > 0.0
+        const int count = span.sight == LineSight::seen && segment.mayBeSlight
                               ? static_cast<int>(std::clamp(std::ceil(span.length / strengthStep), 1.0, 10000.0))
                               : 1;
         if (count == 1) {
@@ -323,7 +323,7 @@ std::vector<LineSpan> LineSpans::inSteps(const std::vector<LineSpan>& spans) con
 double LineSpans::strengthAt(const LineSpan& span) const {
     const LineSegment& segment = segments.all[span.segment];
     const double detail = segments.about[segments.sources[span.segment]].detail;
-    if (!(kivDot(segment.open, segment.open) > 0.0) || !(detail > 0.0)) {
+    if (!segment.mayBeSlight || !(detail > 0.0)) {
         return 1.0;
     }
     const Outside outside = outsideOf(span);
@@ -335,10 +335,8 @@ double LineSpans::strengthAt(const LineSpan& span) const {
 }
 
 void LineSpans::takeOutSlight(std::vector<LineSpan>& spans) const {
-    const bool mayBeSlight = std::any_of(spans.begin(), spans.end(), [&](const LineSpan& span) {
-        const KivVec& open = segments.all[span.segment].open;
-        return kivDot(open, open) > 0.0;
-    });
+    const bool mayBeSlight = std::any_of(spans.begin(), spans.end(),
+                                         [&](const LineSpan& span) { return segments.all[span.segment].mayBeSlight; });
     if (!mayBeSlight) {
         return;
     }

@@ -88,7 +88,7 @@ private:
             const LineSegment& segment = segments.all[spans[i].segment];
             if (i == first || spans[i].segment != spans[i - 1].segment) {
                 line.space.push_back(segment.at(spans[i].first));
-                isRound.push_back(segment.contour != LineSegment::none);
+                isRound.push_back(segment.isInterpolated);
                 normals.push_back(normalAt(course, segment, spans[i].first));
             }
         }
@@ -112,7 +112,7 @@ private:
     }
     // Of the smooth surface under a contour.
     KivVec normalAt(const LineCourse& course, const LineSegment& segment, double t) const {
-        if (segment.contour == LineSegment::none) {
+        if (!segment.isInterpolated) {
             return {};
         }
         const ContourPiece& piece =

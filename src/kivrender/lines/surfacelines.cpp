@@ -127,7 +127,7 @@ private:
         for (int k = 0; k < count; ++k) {
             if (cuts[k + 1] - cuts[k] > shortestPart) {
                 if (isFold && rules.features.silhouettes) {
-                    addFold(i, cuts[k], cuts[k + 1]);
+                    addSharpFold(i, cuts[k], cuts[k + 1]);
                 } else {
                     addRest(i, cuts[k], cuts[k + 1]);
                 }
@@ -135,18 +135,54 @@ private:
             isFold = !isFold;
         }
     }
-    double facingAt(std::uint32_t triangle, std::uint32_t point) const {
+    std::uint32_t normalAt(std::uint32_t triangle, std::uint32_t point) const {
         const KivSurface::Triangle& t = surface.triangles[triangle];
-        return facing[smooth.corners[triangle][t[0] == point ? 0 : t[1] == point ? 1 : 2]];
+        return smooth.corners[triangle][t[0] == point ? 0 : t[1] == point ? 1 : 2];
+    }
+    double facingAt(std::uint32_t triangle, std::uint32_t point) const {
+        return facing[normalAt(triangle, point)];
+    }
+    // The triangle itself, whatever its normals say; its side is that of the normals.
+    bool facesViewer(std::uint32_t triangle) const {
+        const KivSurface::Triangle& t = surface.triangles[triangle];
+        const KivVec across =
+            kivCross(surface.points[t[1]] - surface.points[t[0]], surface.points[t[2]] - surface.points[t[0]]);
+        double side = 0.0;
+        for (const std::uint32_t corner : smooth.corners[triangle]) {
+            side += kivDot(across, smooth.normals[corner]);
+        }
+        return kivDot(across, viewer.toViewer(surface.points[t[0]])) * side > 0.0;
     }
     void addFold(std::size_t i, double from, double to) {
         const KivFeatureWing& wing = wings[i];
         add(wing, from, to, KivStrokeKind::contour);
-        if (!creases[i]) {
-            const KivVec& a = surface.points[wing.a];
-            const KivVec aside = kivUnit(kivCross(surface.points[wing.b] - a, viewer.toViewer(a)));
-            lines.segments.back().open = aside * (kivDot(aside, surface.points[wing.left] - a) > 0.0 ? -1.0 : 1.0);
+        LineSegment& fold = lines.segments.back();
+        const KivVec& a = surface.points[wing.a];
+        const KivVec aside = kivUnit(kivCross(surface.points[wing.b] - a, viewer.toViewer(a)));
+        fold.open = aside * (kivDot(aside, surface.points[wing.left] - a) > 0.0 ? -1.0 : 1.0);
+        fold.mayBeSlight = !creases[i];
+    }
+    // Next to where a contour arrives at a sharp edge or leaves it, the mesh may turn otherwise than the smooth surface
+    // that it stands for: the fold then lies a little behind the mesh, as the contour does.
+    void addSharpFold(std::size_t i, double from, double to) {
+        addFold(i, from, to);
+        for (const std::uint32_t t : {wings[i].triangle, wings[i].other}) {
+            const double middle = 0.5 * (from + to);
+            const double turned = facingAt(t, wings[i].a) * (1.0 - middle) + facingAt(t, wings[i].b) * middle;
+            if (smooth.smoothSides[t] != 0 && (turned > 0.0) != facesViewer(t)) {
+                addContourPiece(t, wings[i]);
+                return;
+            }
         }
+    }
+    void addContourPiece(std::uint32_t t, const KivFeatureWing& wing) {
+        LineSegment& fold = lines.segments.back();
+        ContourPiece piece = pieceOf(t);
+        piece.normals[0] = smooth.normals[normalAt(t, wing.a)];
+        piece.normals[1] = smooth.normals[normalAt(t, wing.b)];
+        piece.bulges = kivDot(piece.normals[0] + piece.normals[1], fold.open) > 0.0;
+        fold.contour = static_cast<std::int32_t>(lines.contours.size());
+        lines.contours.push_back(piece);
     }
     void addRest(std::size_t i, double from, double to) {
         if (creases[i] && rules.features.creases) {
@@ -157,7 +193,7 @@ private:
     }
     void add(const KivFeatureWing& wing, double from, double to, KivStrokeKind kind) {
         lines.segments.push_back(
-            {surface.points[wing.a], surface.points[wing.b], from, to, kind, {}, LineSegment::none});
+            {surface.points[wing.a], surface.points[wing.b], from, to, kind, {}, LineSegment::none, false, false});
     }
     bool isMaterialBorder(const KivFeatureWing& wing) const {
         return rules.materials && !materials.empty() && wing.right != KivFeatureWing::none &&
@@ -178,14 +214,11 @@ private:
         return true;
     }
     void addContour(std::uint32_t t, const bool (&faces)[3]) {
-        ContourPiece piece;
-        piece.triangle = t;
+        ContourPiece piece = pieceOf(t);
         KivVec ends[2];
         int found = 0;
         for (std::size_t k = 0; k < 3; ++k) {
             const std::size_t next = k == 2 ? 0 : k + 1;
-            piece.rise = std::max(piece.rise, riseOver(t, k, next));
-            piece.reach = std::max(piece.reach, lengthOf(t, k, next));
             if (faces[k] != faces[next] && found < 2) {
                 ends[found] = crossing(t, k, next, &piece.normals[found]);
                 ++found;
@@ -197,8 +230,18 @@ private:
         piece.bulges = bulgesOut(t);
         lines.segments.push_back({ends[0], ends[1], 0.0, 1.0, KivStrokeKind::contour,
                                   (piece.normals[0] + piece.normals[1]) * (piece.bulges ? 0.5 : -0.5),
-                                  static_cast<std::int32_t>(lines.contours.size())});
+                                  static_cast<std::int32_t>(lines.contours.size()), true, true});
         lines.contours.push_back(piece);
+    }
+    ContourPiece pieceOf(std::uint32_t t) const {
+        ContourPiece piece;
+        piece.triangle = t;
+        for (std::size_t k = 0; k < 3; ++k) {
+            const std::size_t next = k == 2 ? 0 : k + 1;
+            piece.rise = std::max(piece.rise, riseOver(t, k, next));
+            piece.reach = std::max(piece.reach, lengthOf(t, k, next));
+        }
+        return piece;
     }
     double lengthOf(std::uint32_t t, std::size_t k, std::size_t next) const {
         return kivLength(surface.points[surface.triangles[t][next]] - surface.points[surface.triangles[t][k]]);

@@ -27,10 +27,10 @@ struct LineSegment {
     double from = 0.0;
     double to = 1.0;
     KivStrokeKind kind = KivStrokeKind::crease;
-    // Away from the surface, in space, for a fold that may be slight; no length for a line that is drawn wherever it is
-    // seen.
-    KivVec open;
-    std::int32_t contour = none; // number of what is known of an interpolated piece
+    KivVec open;                 // of a contour: away from the surface, in space; no length where it is not known
+    std::int32_t contour = none; // number of what is known of a piece of a smooth surface's contour
+    bool isInterpolated = false; // runs through a triangle, not along an edge
+    bool mayBeSlight = false;    // is not drawn wherever it is seen, but where it hides something
 
     KivVec at(double t) const {
         return t == 0.0 ? a : t == 1.0 ? b : a + (b - a) * t;

@@ -160,6 +160,41 @@ TEST(LineSpans, TheMajorityTellsToWhichSideAContourBulges) {
     }
 }
 
+// A contour that comes from above the box and goes down behind it, the last pixels within what its triangles excuse.
+TEST(LineSpans, TheEndOfAContourBehindItsOwnMeshIsABarb) {
+    struct Case {
+        double reach;  // 5 or more: the box is the mesh beside it
+        double behind; // of what is drawn, in pixels
+        bool isContour;
+        bool isBarb;
+    };
+    for (const Case& c : {Case{10.0, 4.0, true, true}, Case{10.0, 12.0, true, false}, Case{1.0, 4.0, true, false},
+                          Case{10.0, 4.0, false, false}}) {
+        Scene scene;
+        scene.add({-30.0, 20.0, 0.0}, {-10.0, 0.0, 0.0}, c.isContour);
+        scene.add({-10.0, 0.0, 0.0}, {-10.0 + c.behind, -0.3, 0.0}, c.isContour);
+        scene.add({-10.0 + c.behind, -0.3, 0.0}, {30.0, -20.0, 0.0}, c.isContour);
+        std::vector<LineSpan> spans(3);
+        for (std::uint32_t i = 0; i < 3; ++i) {
+            if (c.isContour) {
+                scene.segments.about[0].surface.contours[i].reach = c.reach;
+            }
+            spans[i].segment = i;
+            const LineSegment& segment = scene.segments.all[i];
+            spans[i].start = {segment.a.x + 100.0, segment.a.y + 100.0};
+            spans[i].end = {segment.b.x + 100.0, segment.b.y + 100.0};
+            spans[i].length = kivLength(segment.b - segment.a);
+            spans[i].sight = i < 2 ? LineSight::seen : LineSight::hidden;
+        }
+        LineSpans(scene.occluders, scene.segments).markBarbs(spans);
+        double barb = 0.0;
+        for (const LineSpan& span : spans) {
+            barb += span.isBarb ? span.length : 0.0;
+        }
+        EXPECT_NEAR(barb, c.isBarb ? c.behind : 0.0, 0.1) << c.reach << ' ' << c.behind;
+    }
+}
+
 TEST(LineSpans, ARingBeginsAtItsLongestGap) {
     Scene scene;
     std::vector<LineSpan> spans(6);

@@ -47,6 +47,11 @@ public:
         courses.push_back(std::move(course));
     }
 
+    // The last segment of the last chain is a barb.
+    void addBarb() {
+        courses.back().spans.back().isBarb = true;
+    }
+
     std::vector<KivFoundLine> lines() {
         std::vector<KivFoundLine> found;
         EXPECT_TRUE(kivJoinCourses(view, segments, nodes, courses, found));
@@ -81,6 +86,29 @@ TEST(StrokeJoins, ContoursThatNearlyMeetAndGoOnAreOneLine) {
         drawing.add({{-30.0, 0.0, 0.0}, {0.0, 0.0, 0.0}}, c.kind);
         drawing.add({c.from, c.to}, c.kind);
         EXPECT_EQ(drawing.lines().size(), c.lines) << c.from.x << ' ' << c.from.y << ' ' << c.to.x << ' ' << c.to.y;
+    }
+}
+
+// Two contours in one direction, the first with an end that turns aside by 60 degrees.
+TEST(StrokeJoins, BarbsGoWhereALineGoesOnWithoutThem) {
+    for (const bool isBarb : {false, true}) {
+        for (const double gap : {3.0, 10.0}) {
+            Drawing drawing;
+            drawing.add({{-30.0, 0.0, 0.0}, {0.0, 0.0, 0.0}, {3.0, 5.2, 0.0}});
+            if (isBarb) {
+                drawing.addBarb();
+            }
+            drawing.add({{gap, 0.0, 0.0}, {30.0, 0.0, 0.0}});
+            const std::vector<KivFoundLine> lines = drawing.lines();
+            ASSERT_EQ(lines.size(), isBarb && gap < 4.0 ? 1U : 2U) << gap;
+            if (lines.size() == 1) {
+                for (const KivPicturePoint& p : lines[0].picture) {
+                    EXPECT_NEAR(p.y, 100.0, 0.01);
+                }
+            } else {
+                EXPECT_NEAR(lines[0].picture.back().y, 105.2, 0.01) << "it stays else";
+            }
+        }
     }
 }
 

@@ -242,6 +242,7 @@ private:
                 return false;
             }
             spans.closeGaps(course.spans);
+            spans.markBarbs(course.spans);
             spans.takeOutSlight(course.spans);
             work += course.spans.size() + 1;
             if (!wantsHidden(course.source)) {

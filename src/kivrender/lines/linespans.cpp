@@ -17,6 +17,7 @@ constexpr double seenStep = 1.0;
 constexpr double slightLift = 0.5;
 // The mesh beside a contour stands before it by no more than so many sides of its triangles.
 constexpr double ownReach = 2.0;
+constexpr double onMesh = 0.01; // in pixels: nearer is on it
 
 // Exact lines have gaps only where many triangles meet at a corner and rounding decides.
 constexpr double exactGap = 0.25;
@@ -99,8 +100,7 @@ void LineSpans::findSides(const LineChain& chain) {
         if (segment.contour == LineSegment::none) {
             return 0;
         }
-        const SurfaceLines& surface = segments.about[segments.sources[number]].surface;
-        return surface.contours[static_cast<std::size_t>(segment.contour)].bulges ? 1 : -1;
+        return pieceOf(number).bulges ? 1 : -1;
     };
     sides.assign(count, 0);
     constexpr std::size_t reach = 2;
@@ -116,6 +116,11 @@ void LineSpans::findSides(const LineChain& chain) {
         }
         sides[i] = bulge(i) == 0 ? 0 : sum > 0 ? 1 : sum < 0 ? -1 : bulge(i);
     }
+}
+
+const ContourPiece& LineSpans::pieceOf(std::uint32_t number) const {
+    const SurfaceLines& surface = segments.about[segments.sources[number]].surface;
+    return surface.contours[static_cast<std::size_t>(segments.all[number].contour)];
 }
 
 // The triangles around an interpolated piece: it lies off the mesh's own contour, behind one or the other of them.
@@ -134,7 +139,7 @@ std::span<const std::uint32_t> LineSpans::exemptOf(std::uint32_t number) {
 void LineSpans::checkSeen(std::uint32_t number, const ContourPiece& piece) {
     checked.clear();
     for (const KivLinePart& part : parts) {
-        LineSpan span{number, part.from, part.to, {}, {}, 0.0, LineSight::seen};
+        LineSpan span{number, part.from, part.to, {}, {}, 0.0, LineSight::seen, false};
         measure(span);
         const double wanted = std::ceil(span.length / seenStep);
         const int steps = wanted > 1.0 ? static_cast<int>(std::min(wanted, 1000.0)) : 1;
@@ -170,8 +175,7 @@ void LineSpans::addSegment(std::uint32_t number, bool reversed, int side, std::v
     if (segment.contour == LineSegment::none) {
         occluders.visibleParts(a, b, parts);
     } else {
-        const ContourPiece& piece =
-            segments.about[segments.sources[number]].surface.contours[static_cast<std::size_t>(segment.contour)];
+        const ContourPiece& piece = pieceOf(number);
         const double lift = liftOff * piece.rise * side;
         a = a + piece.normals[0] * lift;
         b = b + piece.normals[1] * lift;
@@ -216,7 +220,7 @@ void LineSpans::addSpan(std::uint32_t number, double first, double last, LineSig
     if (!(first < last)) {
         return;
     }
-    LineSpan span{number, first, last, {}, {}, 0.0, sight};
+    LineSpan span{number, first, last, {}, {}, 0.0, sight, false};
     if (sight != LineSight::absent) {
         measure(span);
     }
@@ -318,6 +322,48 @@ std::vector<LineSpan> LineSpans::inSteps(const std::vector<LineSpan>& spans) con
     return steps;
 }
 
+// Whether the mesh beside the contour itself stands before the middle of the span.
+bool LineSpans::isBehindItself(const LineSpan& span) const {
+    const LineSegment& segment = segments.all[span.segment];
+    if (segment.contour == LineSegment::none || span.sight == LineSight::absent) {
+        return false;
+    }
+    const ContourPiece& piece = pieceOf(span.segment);
+    const Outside outside = outsideOf(span);
+    const double before = outside.depth - outside.behind(occluders, 0.0);
+    return before > onMesh * outside.pixel && before <= ownReach * piece.reach;
+}
+
+// A contour that goes out of sight at a cusp passes a little way behind the mesh before it counts as hidden; drawn,
+// that would be a barb.
+void LineSpans::markBarbs(std::vector<LineSpan>& spans) const {
+    if (!mayBeSlight(spans)) {
+        return;
+    }
+    spans = inSteps(spans);
+    const auto count = static_cast<std::ptrdiff_t>(spans.size());
+    const auto trim = [&](std::ptrdiff_t from, std::ptrdiff_t step) {
+        double length = 0.0;
+        std::ptrdiff_t end = from;
+        const auto at = [&](std::ptrdiff_t i) -> LineSpan& { return spans[static_cast<std::size_t>(i)]; };
+        while (end >= 0 && end < count && at(end).sight == LineSight::seen && length < longestDip &&
+               isBehindItself(at(end))) {
+            length += at(end).length;
+            end += step;
+        }
+        for (std::ptrdiff_t i = from; length < longestDip && i != end; i += step) {
+            at(i).isBarb = true;
+        }
+    };
+    for (std::ptrdiff_t i = 0; i < count; ++i) {
+        if (spans[static_cast<std::size_t>(i)].sight == LineSight::hidden &&
+            isBehindItself(spans[static_cast<std::size_t>(i)])) {
+            trim(i + 1, 1);
+            trim(i - 1, -1);
+        }
+    }
+}
+
 // How much deeper is what the fold hides? The small folds of a rough or faceted surface hide next to nothing; drawn in
 // full they would be hairs.
 double LineSpans::strengthAt(const LineSpan& span) const {
@@ -332,6 +378,11 @@ double LineSpans::strengthAt(const LineSpan& span) const {
     }
     const double behind = std::max(outside.behind(occluders, 1.0), outside.behind(occluders, 2.0));
     return std::clamp((behind - outside.depth) / outside.pixel / detail, 0.02, 1.0);
+}
+
+bool LineSpans::mayBeSlight(const std::vector<LineSpan>& spans) const {
+    return std::any_of(spans.begin(), spans.end(),
+                       [&](const LineSpan& span) { return segments.all[span.segment].mayBeSlight; });
 }
 
 void LineSpans::takeOutSlight(std::vector<LineSpan>& spans) const {

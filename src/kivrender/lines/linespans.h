@@ -29,6 +29,7 @@ struct LineSpan {
     KivPicturePoint end;
     double length = 0.0; // in pixels; 0 for what is absent
     LineSight sight = LineSight::seen;
+    bool isBarb = false; // lies behind the mesh, at the end of what is seen of a smooth contour
 };
 
 // Properties of the segments, by their numbers.
@@ -57,6 +58,8 @@ public:
 
     // Replaces spans by those of a chain, one after the other. False when the user cancelled.
     bool cut(const LineChain& chain, std::vector<LineSpan>& spans);
+    // Ends at cusps of contours become barbs.
+    void markBarbs(std::vector<LineSpan>& spans) const;
     // Parts of slight folds are taken out of sight, and weak lines that are short.
     void takeOutSlight(std::vector<LineSpan>& spans) const;
     // Hidden gaps that are too short to be meant are closed.
@@ -83,6 +86,9 @@ private:
     std::vector<LineSpan> inSteps(const std::vector<LineSpan>& spans) const;
     Outside outsideOf(const LineSpan& span) const;
     bool isGap(const std::vector<LineSpan>& spans, std::size_t first, std::size_t end, double length) const;
+    const ContourPiece& pieceOf(std::uint32_t number) const;
+    bool isBehindItself(const LineSpan& span) const;
+    bool mayBeSlight(const std::vector<LineSpan>& spans) const;
     double strengthAt(const LineSpan& span) const;
 
     const KivOccluders& occluders;

@@ -24,6 +24,15 @@ constexpr std::size_t mostEnds = 64; // in one place: more are no line to follow
 struct Piece {
     KivFoundLine line;
     std::uint32_t nodes[2] = {0, 0}; // of its ends; ends that are lost from sight have one of their own
+    double barbs[2] = {0.0, 0.0};    // so much of the ends, in pixels, is a barb if the line goes on without it
+};
+
+// An end of a piece as it may be joined to another: with its barb or without.
+struct JoinEnd {
+    std::uint32_t end = 0;
+    bool isCut = false;
+    KivPicturePoint place;
+    KivVec inward;
 };
 
 class Joiner {
@@ -63,7 +72,7 @@ public:
         }
         joinEnds(kivJoinedEnds(ends, LineJunctions::goOn));
         for (Piece& piece : pieces) {
-            trimHooks(piece.line);
+            trimHooks(piece);
         }
         joinEnds(nearEnds());
         for (Piece& piece : pieces) {
@@ -107,6 +116,8 @@ private:
             // A ring goes on into itself.
             piece.nodes[0] = piece.nodes[1] = nextNode++;
             line.startsFree = line.endsFree = false;
+        } else {
+            findBarbs(spans, first, end, piece);
         }
         pieces.push_back(std::move(piece));
     }
@@ -118,6 +129,14 @@ private:
         const ContourPiece& piece =
             segments.about[course.source].surface.contours[static_cast<std::size_t>(segment.contour)];
         return kivUnit(piece.normals[0] * (1.0 - t) + piece.normals[1] * t);
+    }
+    static void findBarbs(const std::vector<LineSpan>& spans, std::size_t first, std::size_t end, Piece& piece) {
+        for (std::size_t i = first; i < end && spans[i].isBarb; ++i) {
+            piece.barbs[0] += spans[i].length;
+        }
+        for (std::size_t i = end; i > first && spans[i - 1].isBarb; --i) {
+            piece.barbs[1] += spans[i - 1].length;
+        }
     }
     // True if the span ends at an end of its segment.
     bool nodeAt(const LineSpan& span, bool atEnd, std::uint32_t* node) {
@@ -152,7 +171,11 @@ private:
     void joinEnds(const std::vector<std::int32_t>& mates) {
         std::vector<Piece> all;
         for (const LineChain& chain : kivChainsOf(mates)) {
-            all.push_back({joined(chain), {0, 0}});
+            const Piece& first = pieces[chain.lines.front()];
+            const Piece& last = pieces[chain.lines.back()];
+            const double barbs[2] = {first.barbs[chain.reversed.front() ? 1 : 0],
+                                     last.barbs[chain.reversed.back() ? 0 : 1]};
+            all.push_back({joined(chain), {0, 0}, {barbs[0], barbs[1]}});
         }
         pieces.swap(all);
     }
@@ -194,13 +217,16 @@ private:
 
     // A contour that goes out of sight at a cusp is seen for a little on its way back, as far as it lies before the
     // mesh.
-    static void trimHooks(KivFoundLine& line) {
+    static void trimHooks(Piece& piece) {
+        KivFoundLine& line = piece.line;
         if (line.kind != KivStrokeKind::contour || line.closed) {
             return;
         }
         for (const bool atEnd : {false, true}) {
             if (atEnd ? !line.endsFree : !line.startsFree) {
                 const std::size_t hook = hookAt(line.picture, atEnd);
+                double& barb = piece.barbs[atEnd ? 1 : 0];
+                barb = hook > 0 ? 0.0 : barb;
                 const auto cut = static_cast<std::ptrdiff_t>(hook);
                 if (atEnd) {
                     line.picture.resize(line.picture.size() - hook);
@@ -236,61 +262,102 @@ private:
     }
 
     // The contour of a rough surface is made of many loops that pass each other by less than one can see. Ends that lie
-    // next to each other and go on in each other's direction are one line.
-    std::vector<std::int32_t> nearEnds() const {
+    // next to each other and go on in each other's direction are one line, without the barbs that they have at cusps.
+    std::vector<std::int32_t> nearEnds() {
         std::vector<std::int32_t> mates(pieces.size() * 2, noLineEnd);
+        const std::vector<JoinEnd> ends = endsToJoin();
         std::map<std::pair<std::int64_t, std::int64_t>, std::vector<std::uint32_t>> cells;
         std::vector<std::tuple<double, std::uint32_t, std::uint32_t>> pairs;
-        for (std::uint32_t end = 0; end < mates.size(); ++end) {
-            const KivFoundLine& line = pieces[end / 2].line;
-            if (line.kind != KivStrokeKind::contour || line.closed || line.picture.size() < 2) {
-                continue;
-            }
-            const KivPicturePoint place = pointAt(end);
-            const auto x = static_cast<std::int64_t>(std::floor(place.x / widestGap));
-            const auto y = static_cast<std::int64_t>(std::floor(place.y / widestGap));
+        for (std::uint32_t number = 0; number < ends.size(); ++number) {
+            const auto x = static_cast<std::int64_t>(std::floor(ends[number].place.x / widestGap));
+            const auto y = static_cast<std::int64_t>(std::floor(ends[number].place.y / widestGap));
             for (std::int64_t i = x - 1; i <= x + 1; ++i) {
                 for (std::int64_t k = y - 1; k <= y + 1; ++k) {
                     const auto cell = cells.find({i, k});
                     for (const std::uint32_t other :
                          cell == cells.end() ? std::vector<std::uint32_t>{} : cell->second) {
-                        addPair(end, other, pairs);
+                        addPair(ends, number, other, pairs);
                     }
                 }
             }
             std::vector<std::uint32_t>& here = cells[{x, y}];
             if (here.size() < mostEnds) {
-                here.push_back(end);
+                here.push_back(number);
             }
         }
         std::sort(pairs.begin(), pairs.end());
-        for (const auto& [distance, one, other] : pairs) {
-            if (mates[one] == noLineEnd && mates[other] == noLineEnd) {
-                mates[one] = static_cast<std::int32_t>(other);
-                mates[other] = static_cast<std::int32_t>(one);
+        for (const auto& [distance, first, second] : pairs) {
+            const JoinEnd& one = ends[first];
+            const JoinEnd& other = ends[second];
+            if (mates[one.end] == noLineEnd && mates[other.end] == noLineEnd) {
+                mates[one.end] = static_cast<std::int32_t>(other.end);
+                mates[other.end] = static_cast<std::int32_t>(one.end);
+                cutBarb(one);
+                cutBarb(other);
             }
         }
         return mates;
     }
-    KivPicturePoint pointAt(std::uint32_t end) const {
-        const std::vector<KivPicturePoint>& points = pieces[end / 2].line.picture;
-        return end % 2 == 0 ? points.front() : points.back();
+    std::vector<JoinEnd> endsToJoin() const {
+        std::vector<JoinEnd> ends;
+        for (std::uint32_t end = 0; end < pieces.size() * 2; ++end) {
+            const Piece& piece = pieces[end / 2];
+            const KivFoundLine& line = piece.line;
+            const bool atEnd = end % 2 == 1;
+            if (line.kind != KivStrokeKind::contour || line.closed || line.picture.size() < 2) {
+                continue;
+            }
+            ends.push_back(
+                {end, false, atEnd ? line.picture.back() : line.picture.front(), inwardOf(line.picture, atEnd)});
+            if (piece.barbs[end % 2] > 0.0) {
+                KivFoundLine rest = line;
+                if (cutAt(rest, atEnd, piece.barbs[end % 2])) {
+                    ends.push_back(
+                        {end, true, atEnd ? rest.picture.back() : rest.picture.front(), inwardOf(rest.picture, atEnd)});
+                }
+            }
+        }
+        return ends;
     }
-    void addPair(std::uint32_t one, std::uint32_t other,
+    // Takes so many pixels off one end, rounded up to whole points. False if nothing would be left.
+    static bool cutAt(KivFoundLine& line, bool atEnd, double pixels) {
+        const std::size_t count = line.picture.size();
+        std::size_t cut = 0;
+        for (double length = 0.0; cut + 1 < count && length < pixels - 1e-3; ++cut) {
+            const KivPicturePoint& p = line.picture[atEnd ? count - 1 - cut : cut];
+            const KivPicturePoint& q = line.picture[atEnd ? count - 2 - cut : cut + 1];
+            length += std::hypot(p.x - q.x, p.y - q.y);
+        }
+        if (cut + 2 > count) {
+            return false;
+        }
+        const auto from = static_cast<std::ptrdiff_t>(atEnd ? count - cut : 0);
+        const auto to = static_cast<std::ptrdiff_t>(atEnd ? count : cut);
+        line.picture.erase(line.picture.begin() + from, line.picture.begin() + to);
+        line.space.erase(line.space.begin() + from, line.space.begin() + to);
+        return true;
+    }
+    void cutBarb(const JoinEnd& end) {
+        Piece& piece = pieces[end.end / 2];
+        if (end.isCut) {
+            cutAt(piece.line, end.end % 2 == 1, piece.barbs[end.end % 2]);
+        }
+    }
+    void addPair(const std::vector<JoinEnd>& ends, std::uint32_t first, std::uint32_t second,
                  std::vector<std::tuple<double, std::uint32_t, std::uint32_t>>& pairs) const {
-        if (one / 2 == other / 2 || groupOf(pieces[one / 2].line) != groupOf(pieces[other / 2].line)) {
+        const JoinEnd& one = ends[first];
+        const JoinEnd& other = ends[second];
+        if (one.end / 2 == other.end / 2 || groupOf(pieces[one.end / 2].line) != groupOf(pieces[other.end / 2].line)) {
             return;
         }
-        const KivPicturePoint a = pointAt(one);
-        const KivPicturePoint b = pointAt(other);
-        const KivVec way = {b.x - a.x, b.y - a.y, 0.0};
+        const KivVec way = {other.place.x - one.place.x, other.place.y - one.place.y, 0.0};
         const double distance = kivLength(way);
-        const KivVec out = -inwardOf(pieces[one / 2].line.picture, one % 2 == 1);
-        const KivVec in = inwardOf(pieces[other / 2].line.picture, other % 2 == 1);
+        const KivVec out = -one.inward;
+        const KivVec& in = other.inward;
         const bool goesOn =
             distance < smallGap || (kivDot(way, out) > 0.7 * distance && kivDot(way, in) > 0.7 * distance);
         if (distance <= widestGap && kivDot(out, in) > 0.7 && goesOn) {
-            pairs.emplace_back(distance, other, one);
+            pairs.emplace_back(distance, second, first);
         }
     }
 

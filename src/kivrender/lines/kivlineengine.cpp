@@ -329,7 +329,9 @@ KivStroke kivStrokeOf(const KivFoundLine& line, double tolerance) {
     stroke.object = line.object;
     stroke.kind = line.kind;
     stroke.hidden = line.hidden;
-    stroke.path = kivFitCurve(line.picture, line.closed, tolerance);
+    constexpr double shareOfArcs = 0.9; // the rest is for the cubics in its place
+    stroke.arc = kivFitEllipseArc(line.picture, line.closed, shareOfArcs * tolerance);
+    stroke.path = stroke.arc ? kivPathOf(*stroke.arc, tolerance) : kivFitCurve(line.picture, line.closed, tolerance);
     stroke.space = line.space;
     if (line.closed && !line.space.empty()) {
         stroke.space.push_back(line.space.front());

@@ -95,8 +95,8 @@ private:
     std::unique_ptr<Parts> parts;
 };
 
-// The line as a stroke of straight lines and curves that depart from it by at most tolerance pixels. Colour and width
-// stay as they are by default.
+// The line as a stroke of straight lines and curves, or one circle or arc, that depart from it by at most tolerance
+// pixels. Colour and width stay as they are by default.
 KIV_API KivStroke kivStrokeOf(const KivFoundLine& line, double tolerance = 0.1);
 
 #endif

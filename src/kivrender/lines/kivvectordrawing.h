@@ -8,9 +8,11 @@
 
 #include "kivrender/geometry/kivvec.h"
 #include "kivrender/lines/curvefit.h"
+#include "kivrender/lines/kivellipsearc.h"
 #include "kivrender/platform/kivexport.h"
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -36,8 +38,9 @@ struct KivStroke {
     bool hidden = false; // something stands before it
     std::uint32_t color = 0;
     double width = 1.0;
-    KivCurvePath path;         // a start without pieces is a dot
-    std::vector<KivVec> space; // the same line as a polyline in the model's units; empty where it is not known
+    KivCurvePath path;                // a start without pieces is a dot
+    std::vector<KivVec> space;        // the same line as a polyline in the model's units; empty where it is not known
+    std::optional<KivEllipseArc> arc; // what the whole path is, where it is a circle, an ellipse or an arc of one
 };
 
 // One look of one object that hangs together. Rings by the even-odd rule, the outer one first; areas of equal opacity

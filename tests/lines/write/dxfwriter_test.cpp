@@ -167,6 +167,7 @@ TEST(DxfWriter, EzdxfReadsWhatWasWritten) {
     written.add("arc", quarter(false));
     written.add("back", quarter(true));
     written.add("slot", slot());
+    written.add("arcs", arcDrawing());
     KivCurvePath spline = polylinePath({{0, 0}, {100, 0}});
     spline.pieces.push_back({KivCurvePiece::Kind::cubic, {{150, 0}, {200, 100}}, {300, 20}});
     written.add("spline", spline);
@@ -177,7 +178,7 @@ TEST(DxfWriter, EzdxfReadsWhatWasWritten) {
     written.add("nothing", nothing);
 
     std::map<std::string, DxfFile> files = written.read();
-    EXPECT_EQ(files.size(), 9U);
+    EXPECT_EQ(files.size(), 10U);
     for (const auto& [name, file] : files) {
         EXPECT_TRUE(file.lines("problem").empty()) << name << "\n" << file.text;
     }
@@ -198,6 +199,13 @@ TEST(DxfWriter, EzdxfReadsWhatWasWritten) {
     EXPECT_TRUE(polyline[0].starts_with("LWPOLYLINE CONTOUR 1.000 6.000 100.000 40.000 0.414 110.000 50.000 0.414 "
                                         "100.000 60.000 0.000 50.000 60.000 0.414"))
         << polyline[0];
+    // In half units; of the last one both ends, seven tenths of a turn apart.
+    EXPECT_EQ(
+        files["arcs"].lines("entity"),
+        (Lines{"CIRCLE CONTOUR 50.000 50.000 20.000",
+               "ELLIPSE CONTOUR 125.000 50.000 25.981 15.000 0.333 150.981 65.000 150.981 65.000 6.283",
+               "ARC CONTOUR 50.000 110.000 20.000 30.000 150.000", "ARC CONTOUR 50.000 110.000 15.000 270.000 30.000",
+               "ELLIPSE CONTOUR 125.000 110.000 25.981 -15.000 0.333 130.000 118.660 148.164 93.058 4.398"}));
     // The middle of the knots is the corner between the two pieces.
     EXPECT_EQ(files["spline"].lines("entity"), Lines{"SPLINE CONTOUR 0.000 0.000 50.000 0.000 150.000 10.000"});
 

@@ -1,7 +1,10 @@
 #include "foreignprogram.h"
 #include "sampledrawings.h"
 
+#include <algorithm>
+#include <array>
 #include <cmath>
+#include <cstdio>
 #include <cstdlib>
 #include <map>
 
@@ -148,6 +151,49 @@ TEST(HpglWriter, LongLinesAreCutIntoInstructions) {
         longest = std::max(longest, to - from);
     }
     EXPECT_LT(longest, 1000U);
+}
+
+TEST(HpglWriter, CirclesAndTheirArcsAreSuch) {
+    const std::string hpgl = written(arcDrawing(), KivDrawingFormat::hpgl, halfScaleSheet());
+    // A quarter of a millimetre a pixel, forty units a millimetre.
+    EXPECT_NE(hpgl.find("PU3375,5349;CI400,5;"), std::string::npos) << hpgl;
+    EXPECT_NE(hpgl.find("PU3375,6249;PD;AA3375,6549,120,5;"), std::string::npos) << "from the nearer end: " << hpgl;
+    EXPECT_NE(hpgl.find("PU3721,6749;PD;AA3375,6549,120,5;"), std::string::npos) << hpgl;
+    EXPECT_EQ(std::count(hpgl.begin(), hpgl.end(), 'A'), 4) << "two arcs; ellipses are lines";
+    KivVectorDrawing hidden = arcDrawing();
+    hidden.strokes.resize(1);
+    hidden.strokes[0].hidden = true;
+    EXPECT_EQ(written(hidden, KivDrawingFormat::hpgl).find("CI"), std::string::npos) << "dashes are lines";
+}
+
+// The way of the pen as hp2xx follows it, by arcs and by the lines in their place.
+TEST(HpglWriter, Hp2xxDrawsArcsWhereTheirLinesAre) {
+    SKIP_WITHOUT("hp2xx");
+    const ForeignFolder folder;
+    KivVectorDrawing drawing = arcDrawing();
+    std::vector<std::array<int, 4>> bounds;
+    for (const char* name : {"arcs", "lines"}) {
+        for (std::size_t i = 0; i < drawing.strokes.size(); ++i) {
+            KivVectorDrawing one = drawing;
+            one.strokes = {drawing.strokes[i]};
+            const std::string file = folder.write(name, written(one, KivDrawingFormat::hpgl, halfScaleSheet()));
+            const std::string eps = folder.path(std::string(name) + ".eps");
+            ASSERT_EQ(runForeign("hp2xx -t -m eps -f " + eps + " -p 11111111 " + file).status, 0);
+            const std::string text = folder.read(std::string(name) + ".eps");
+            const std::size_t box = text.find("%%BoundingBox:");
+            ASSERT_NE(box, std::string::npos);
+            std::array<int, 4>& found = bounds.emplace_back();
+            ASSERT_EQ(std::sscanf(text.c_str() + box, "%%%%BoundingBox: %d %d %d %d", &found[0], &found[1], &found[2],
+                                  &found[3]),
+                      4);
+        }
+        std::for_each(drawing.strokes.begin(), drawing.strokes.end(), [](KivStroke& stroke) { stroke.arc.reset(); });
+    }
+    for (std::size_t i = 0; i < drawing.strokes.size(); ++i) {
+        for (std::size_t k = 0; k < 4; ++k) {
+            EXPECT_NEAR(bounds[i][k], bounds[i + drawing.strokes.size()][k], 1) << i << ' ' << k;
+        }
+    }
 }
 
 TEST(HpglWriter, Hp2xxReadsIt) {

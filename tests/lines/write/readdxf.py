@@ -16,6 +16,10 @@ def numbers_of(entity):
         return place(entity.dxf.center) + [entity.dxf.radius]
     if kind == "ARC":
         return place(entity.dxf.center) + [entity.dxf.radius, entity.dxf.start_angle, entity.dxf.end_angle]
+    if kind == "ELLIPSE":
+        ends = [v for p in entity.vertices((entity.dxf.start_param, entity.dxf.end_param)) for v in place(p)]
+        axis = place(entity.dxf.major_axis)
+        return place(entity.dxf.center) + axis + [entity.dxf.ratio] + ends + [entity.dxf.end_param - entity.dxf.start_param]
     if kind == "LWPOLYLINE":
         return [int(entity.closed), len(entity)] + [v for point in entity.get_points("xyb") for v in point]
     if kind == "SPLINE":

@@ -80,6 +80,23 @@ inline KivVectorDrawing sampleDrawing() {
     return drawing;
 }
 
+// A circle, a turned ellipse, arcs of 120 degrees of a circle either way, and most of an ellipse.
+inline KivVectorDrawing arcDrawing() {
+    constexpr double turn = 6.283185307179586;
+    KivVectorDrawing drawing = sampleDrawing();
+    drawing.areas.clear();
+    drawing.strokes.clear();
+    for (const KivEllipseArc& arc :
+         {KivEllipseArc{{100, 100}, 40, 40, 0, 0, turn}, KivEllipseArc{{250, 100}, 60, 20, turn / 12, 0, turn},
+          KivEllipseArc{{100, 220}, 40, 40, 0, turn / 12, turn / 3},
+          KivEllipseArc{{100, 220}, 30, 30, 0, turn / 12, -turn / 3},
+          KivEllipseArc{{250, 220}, 60, 20, -turn / 12, turn / 4, 0.7 * turn}}) {
+        drawing.strokes.push_back(makeStroke(KivStrokeKind::contour, kivPathOf(arc, 0.01)));
+        drawing.strokes.back().arc = arc;
+    }
+    return drawing;
+}
+
 inline std::string written(const KivVectorDrawing& drawing, KivDrawingFormat format, const KivSheet& sheet = {}) {
     std::string text;
     if (kivWriteDrawing(drawing, sheet, format, &text, {}) != KivDrawingWritten::done) {

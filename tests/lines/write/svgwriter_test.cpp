@@ -203,6 +203,48 @@ TEST(SvgWriter, NamesOfAnyKindGiveAValidFile) {
     EXPECT_EQ(countPaths(root), 6U + names.size() + 1U);
 }
 
+TEST(SvgWriter, CirclesAndEllipsesAreSuch) {
+    const std::string text = written(arcDrawing(), KivDrawingFormat::svg);
+    EXPECT_NE(text.find("<circle cx=\"100\" cy=\"200\" r=\"40\"/>"), std::string::npos) << text;
+    EXPECT_NE(text.find("<ellipse cx=\"250\" cy=\"200\" rx=\"60\" ry=\"20\" transform=\"rotate(-30 250 200)\"/>"),
+              std::string::npos)
+        << text;
+    // From 30 to 150 degrees over the top, in two pieces.
+    EXPECT_NE(text.find("d=\"M134.641 60A40 40 0 0 0 100 40A40 40 0 0 0 65.359 60\""), std::string::npos) << text;
+    EXPECT_NE(text.find("d=\"M125.9808 65A30 30 0 0 1 125.9808 95A30 30 0 0 1 100 110\""), std::string::npos) << text;
+    EXPECT_EQ(countPaths(parsed(arcDrawing())), 3U);
+}
+
+// Painted as it is and without a word about arcs.
+TEST(SvgWriter, LibrsvgPaintsArcsWhereTheirPathsAre) {
+    SKIP_WITHOUT("rsvg-convert");
+    SKIP_WITHOUT("gs");
+    const ForeignFolder folder;
+    KivVectorDrawing drawing = arcDrawing();
+    std::vector<GreyPicture> pictures;
+    for (const char* name : {"arcs", "paths"}) {
+        folder.write(std::string(name) + ".svg", written(drawing, KivDrawingFormat::svg));
+        const std::string file = folder.path(name);
+        ASSERT_EQ(runForeign("rsvg-convert -f pdf -o " + file + ".pdf " + file + ".svg").status, 0);
+        ASSERT_EQ(
+            runForeign("gs -q -dSAFER -dBATCH -dNOPAUSE -dGraphicsAlphaBits=4 -sDEVICE=pgmraw -r192 -sOutputFile=" +
+                       file + ".pgm " + file + ".pdf")
+                .status,
+            0);
+        pictures.push_back(readPgm(folder.read(std::string(name) + ".pgm")));
+        std::for_each(drawing.strokes.begin(), drawing.strokes.end(), [](KivStroke& stroke) { stroke.arc.reset(); });
+    }
+    ASSERT_EQ(pictures[0].values.size(), pictures[1].values.size());
+    int dark = 0;
+    int other = 0;
+    for (std::size_t i = 0; i < pictures[0].values.size(); ++i) {
+        dark += pictures[1].values[i] < 128 ? 1 : 0;
+        other += std::abs(pictures[0].values[i] - pictures[1].values[i]) > 128 ? 1 : 0;
+    }
+    EXPECT_GT(dark, 2000);
+    EXPECT_LT(other, dark / 100);
+}
+
 TEST(SvgWriter, TheLocaleAndTheRunChangeNothing) {
     const std::string plain = written(sampleDrawing(), KivDrawingFormat::svg);
     const CommaLocale locale;

@@ -18,6 +18,7 @@ constexpr double areaTolerance = 0.01; // of polylines in place of curves
 // Curves that lie on a circle within this many pixels are a part of it: half of what they deviate from their line.
 constexpr double circleTolerance = 0.05;
 constexpr int samplesPerPiece = 8;
+constexpr double wholeTurn = 2.0 * std::numbers::pi;
 constexpr const char* hiddenLayer = "HIDDEN";
 constexpr const char* areaLayer = "AREAS";
 
@@ -25,9 +26,14 @@ double angleOf(const PathCircle& circle, const KivPicturePoint& p) {
     return std::atan2(p.y - circle.centre.y, p.x - circle.centre.x);
 }
 
+// From 0 to a whole turn.
+double turned(double radians) {
+    const double rest = std::remainder(radians, wholeTurn);
+    return rest < 0.0 ? rest + wholeTurn : rest;
+}
+
 double degrees(double radians) {
-    const double turned = radians * 180.0 / std::numbers::pi;
-    return turned < 0.0 ? turned + 360.0 : turned;
+    return radians * 180.0 / std::numbers::pi;
 }
 
 std::string upper(std::string text) {
@@ -100,9 +106,20 @@ std::optional<PathCircle> circleOf(const KivCurvePath& path, double tolerance, s
 double sweepOf(const PathCircle& circle, const std::vector<KivPicturePoint>& samples) {
     double sweep = 0.0;
     for (std::size_t i = 1; i < samples.size(); ++i) {
-        sweep += std::remainder(angleOf(circle, samples[i]) - angleOf(circle, samples[i - 1]), 2.0 * std::numbers::pi);
+        sweep += std::remainder(angleOf(circle, samples[i]) - angleOf(circle, samples[i - 1]), wholeTurn);
     }
     return sweep;
+}
+
+KivEllipseArc arcOf(const PathCircle& circle, const KivCurvePath& path, const std::vector<KivPicturePoint>& samples) {
+    const double sweep = sweepOf(circle, samples);
+    const bool isWhole = path.closed || std::fabs(sweep) > wholeTurn - 1e-6;
+    return {circle.centre,
+            circle.radius,
+            circle.radius,
+            0.0,
+            angleOf(circle, path.start),
+            isWhole ? std::copysign(wholeTurn, sweep) : sweep};
 }
 
 class DxfWriter {
@@ -215,7 +232,7 @@ private:
     bool writeStrokes() {
         for (const KivStroke& stroke : drawing.strokes) {
             if (layout.isDrawn(stroke)) {
-                writeStroke(stroke, layout.placed(stroke.path));
+                writeStroke(stroke);
             }
             if (!text.out().goesOn()) {
                 return false;
@@ -224,14 +241,19 @@ private:
         return true;
     }
 
-    void writeStroke(const KivStroke& stroke, const KivCurvePath& path) {
+    void writeStroke(const KivStroke& stroke) {
+        if (stroke.arc) {
+            writeArc(stroke, layout.placed(*stroke.arc));
+            return;
+        }
+        const KivCurvePath path = layout.placed(stroke.path);
         std::vector<KivPicturePoint> samples;
         if (path.pieces.empty()) {
             begin("POINT", stroke).add(100, "AcDbPoint").addPoint(10, path.start);
         } else if (path.pieces.size() == 1 && path.pieces[0].kind == KivCurvePiece::Kind::line) {
             begin("LINE", stroke).add(100, "AcDbLine").addPoint(10, path.start).addPoint(11, path.pieces[0].end);
         } else if (const std::optional<PathCircle> circle = circleOf(path, tolerance, samples)) {
-            writeArc(stroke, path, *circle, sweepOf(*circle, samples));
+            writeArc(stroke, arcOf(*circle, path, samples));
         } else if (const std::optional<BulgedLine> line = bulgedLine(path, tolerance)) {
             begin("LWPOLYLINE", stroke);
             writePolyline(*line, path.closed);
@@ -241,14 +263,22 @@ private:
         }
     }
 
-    void writeArc(const KivStroke& stroke, const KivCurvePath& path, const PathCircle& circle, double sweep) {
-        const bool isWhole = path.closed || std::fabs(sweep) > 2.0 * std::numbers::pi - 1e-6;
-        begin(isWhole ? "CIRCLE" : "ARC", stroke).add(100, "AcDbCircle").addPoint(10, circle.centre);
-        text.add(40, circle.radius);
-        if (!isWhole) {
-            const KivPicturePoint& from = sweep > 0.0 ? path.start : path.pieces.back().end;
-            const KivPicturePoint& to = sweep > 0.0 ? path.pieces.back().end : path.start;
-            text.add(100, "AcDbArc").add(50, degrees(angleOf(circle, from))).add(51, degrees(angleOf(circle, to)));
+    void writeArc(const KivStroke& stroke, const KivEllipseArc& arc) {
+        const double first = arc.sweep > 0.0 ? arc.from : arc.from + arc.sweep;
+        const double last = first + std::fabs(arc.sweep);
+        if (!arc.isCircle()) {
+            const KivPicturePoint end = arc.at(0.0);
+            begin("ELLIPSE", stroke).add(100, "AcDbEllipse").addPoint(10, arc.centre);
+            text.addPoint(11, {end.x - arc.centre.x, end.y - arc.centre.y}).add(210, 0.0).add(220, 0.0).add(230, 1.0);
+            text.add(40, arc.across / arc.along);
+            text.add(41, arc.isWhole() ? 0.0 : turned(first))
+                .add(42, arc.isWhole() ? wholeTurn : turned(first) + last - first);
+            return;
+        }
+        begin(arc.isWhole() ? "CIRCLE" : "ARC", stroke).add(100, "AcDbCircle").addPoint(10, arc.centre);
+        text.add(40, arc.along);
+        if (!arc.isWhole()) {
+            text.add(100, "AcDbArc").add(50, degrees(turned(first))).add(51, degrees(turned(last)));
         }
     }
 

@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <numbers>
+#include <optional>
 #include <vector>
 
 namespace {
@@ -26,8 +28,23 @@ constexpr std::size_t cornersPerInstruction = 64;
 
 using Line = std::vector<KivPicturePoint>;
 
+// A line, or a circle or an arc of one.
+struct Mark {
+    Line line;
+    std::optional<KivEllipseArc> circle;
+
+    // Plotters draw a whole circle around the place of the pen and put it back there.
+    PenLine ends() const {
+        if (!circle) {
+            return {line.front(), line.back()};
+        }
+        return circle->isWhole() ? PenLine{circle->centre, circle->centre}
+                                 : PenLine{circle->at(circle->from), circle->at(circle->from + circle->sweep)};
+    }
+};
+
 // The dashes of a line, in millimetres from its beginning on.
-void addDashes(const Line& line, double dash, double gap, std::vector<Line>& dashes) {
+void addDashes(const Line& line, double dash, double gap, std::vector<Mark>& dashes) {
     bool isDrawn = true;
     double left = dash;
     Line current = {line.front()};
@@ -40,7 +57,7 @@ void addDashes(const Line& line, double dash, double gap, std::vector<Line>& das
             length -= left;
             if (isDrawn) {
                 current.push_back(from);
-                dashes.push_back(current);
+                dashes.push_back({current, {}});
             }
             isDrawn = !isDrawn;
             left = isDrawn ? dash : gap;
@@ -50,16 +67,20 @@ void addDashes(const Line& line, double dash, double gap, std::vector<Line>& das
         current.push_back(line[i]);
     }
     if (isDrawn && current.size() > 1) {
-        dashes.push_back(current);
+        dashes.push_back({current, {}});
     }
 }
 
 class HpglWriter {
 public:
-    HpglWriter(const SheetLayout& sheetLayout, DrawingSink& out) : layout(sheetLayout), sink(out), lines(pens + 1) {}
+    HpglWriter(const SheetLayout& sheetLayout, DrawingSink& out) : layout(sheetLayout), sink(out), marks(pens + 1) {}
 
     void add(const KivStroke& stroke) {
-        std::vector<Line>& own = lines[static_cast<std::size_t>(penOf(stroke))];
+        std::vector<Mark>& own = marks[static_cast<std::size_t>(penOf(stroke))];
+        if (stroke.arc && stroke.arc->isCircle() && !layout.isDashed(stroke)) {
+            own.push_back({{}, layout.placed(*stroke.arc)});
+            return;
+        }
         Line line = kivFlattenCurve(layout.placed(stroke.path), tolerance);
         const double width = layout.widthOf(stroke);
         // A pattern that is finer than a tenth of a millimetre can't be plotted.
@@ -67,21 +88,21 @@ public:
         if (layout.isDashed(stroke) && line.size() > 1) {
             addDashes(line, dash, dash * kivDashGap / kivDashLength, own);
         } else {
-            own.push_back(std::move(line));
+            own.push_back({std::move(line), {}});
         }
     }
     void add(const KivArea& area) {
         for (const KivCurvePath& ring : area.rings) {
-            lines[areaPen].push_back(kivFlattenCurve(layout.placed(ring), tolerance));
+            marks[areaPen].push_back({kivFlattenCurve(layout.placed(ring), tolerance), {}});
         }
     }
 
     bool write() {
         sink << "IN;\n";
         for (int pen = 1; pen <= pens; ++pen) {
-            if (!lines[static_cast<std::size_t>(pen)].empty()) {
+            if (!marks[static_cast<std::size_t>(pen)].empty()) {
                 sink << "SP" << pen << ";\n";
-                if (!plot(lines[static_cast<std::size_t>(pen)])) {
+                if (!plot(marks[static_cast<std::size_t>(pen)])) {
                     return false;
                 }
             }
@@ -91,23 +112,48 @@ public:
     }
 
 private:
-    bool plot(const std::vector<Line>& own) {
+    bool plot(const std::vector<Mark>& own) {
         std::vector<PenLine> ends;
-        for (const Line& line : own) {
-            ends.push_back({line.front(), line.back()});
+        for (const Mark& mark : own) {
+            ends.push_back(mark.ends());
         }
         const std::vector<PenTurn> turns = kivTravelOrder(ends, &at, [this] { return sink.isCancelled(); });
         for (const PenTurn& turn : turns) {
-            Line line = own[turn.line];
-            if (turn.isReversed) {
-                std::reverse(line.begin(), line.end());
+            const Mark& mark = own[turn.line];
+            if (mark.circle) {
+                plot(*mark.circle, turn.isReversed);
+            } else {
+                Line line = mark.line;
+                if (turn.isReversed) {
+                    std::reverse(line.begin(), line.end());
+                }
+                plot(line);
             }
-            plot(line);
             if (!sink.goesOn()) {
                 return false;
             }
         }
         return turns.size() == own.size();
+    }
+    // Plotters draw chords, of five degrees unless they are told how many; many take whole degrees alone.
+    static int chordOf(const KivEllipseArc& circle) {
+        const double angle = 2.0 * std::acos(std::max(1.0 - tolerance / circle.along, -1.0));
+        return static_cast<int>(std::clamp(std::floor(degrees(angle)), 1.0, 5.0));
+    }
+    void plot(const KivEllipseArc& circle, bool isReversed) {
+        sink << "PU";
+        if (circle.isWhole()) {
+            put(circle.centre);
+            sink << ";CI" << units(circle.along) << ',' << chordOf(circle) << ";\n";
+            return;
+        }
+        put(circle.at(isReversed ? circle.from + circle.sweep : circle.from));
+        sink << ";PD;AA";
+        put(circle.centre);
+        sink << ',' << degrees(isReversed ? -circle.sweep : circle.sweep) << ',' << chordOf(circle) << ";\n";
+    }
+    static double degrees(double radians) {
+        return radians * 180.0 / std::numbers::pi;
     }
 
     static int units(double millimetres) {
@@ -136,7 +182,7 @@ private:
 
     const SheetLayout& layout;
     DrawingSink& sink;
-    std::vector<std::vector<Line>> lines; // by pen
+    std::vector<std::vector<Mark>> marks; // by pen
     KivPicturePoint at;
 };
 

@@ -24,6 +24,11 @@ bool isPlaced(const KivCurvePath& path) {
            });
 }
 
+bool isPlacedArc(const KivEllipseArc& arc) {
+    return isPlace(arc.centre) && arc.across > 0.0 && arc.across <= arc.along && arc.along < farthest &&
+           std::isfinite(arc.turn) && std::fabs(arc.from) < farthest && std::fabs(arc.sweep) < farthest;
+}
+
 bool isLength(double v) {
     return v > 0.0 && v < largestPage;
 }
@@ -59,9 +64,17 @@ KivCurvePath SheetLayout::placed(const KivCurvePath& path) const {
     return made;
 }
 
+KivEllipseArc SheetLayout::placed(const KivEllipseArc& arc) const {
+    KivEllipseArc made = arc;
+    made.centre = place(arc.centre);
+    made.along *= found.millimetresPerPixel;
+    made.across *= found.millimetresPerPixel;
+    return made;
+}
+
 bool SheetLayout::isDrawn(const KivStroke& stroke) const {
     return (!stroke.hidden || sheet.hidden != KivSheet::Hidden::none) && stroke.width > 0.0 &&
-           stroke.width < farthest && isPlaced(stroke.path);
+           stroke.width < farthest && isPlaced(stroke.path) && (!stroke.arc || isPlacedArc(*stroke.arc));
 }
 
 bool SheetLayout::isDrawn(const KivArea& area) {

@@ -25,6 +25,7 @@ public:
         return {left + p.x * found.millimetresPerPixel, bottom + p.y * found.millimetresPerPixel};
     }
     KivCurvePath placed(const KivCurvePath& path) const;
+    KivEllipseArc placed(const KivEllipseArc& arc) const;
 
     // Whether it belongs on the sheet: wanted, of a width, and finite.
     bool isDrawn(const KivStroke& stroke) const;

@@ -7,8 +7,10 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <numbers>
 #include <set>
 #include <span>
+#include <string>
 
 namespace {
 
@@ -99,6 +101,60 @@ private:
     Steps at;
     char last = 0;
     bool needsGap = false;
+};
+
+// A circle, an ellipse or an arc of one as an element: in units of the file, whose y axis points down, so that what
+// runs counter-clockwise has angles that fall.
+class ArcText {
+public:
+    ArcText(const SheetLayout& sheetLayout, double fileUnit) : layout(sheetLayout), unit(fileUnit) {}
+
+    // From "<circle" on, with these attributes.
+    std::string element(const KivEllipseArc& arc, const std::string& attributes) const {
+        const KivEllipseArc placed = layout.placed(arc);
+        if (!arc.isWhole()) {
+            return "<path" + attributes + " d=\"" + data(placed) + "\"/>\n";
+        }
+        const KivPicturePoint middle = inFile(placed.centre);
+        const std::string centre = " cx=\"" + number(middle.x) + "\" cy=\"" + number(middle.y) + "\"";
+        if (arc.isCircle()) {
+            return "<circle" + attributes + centre + " r=\"" + number(placed.along / unit) + "\"/>\n";
+        }
+        const std::string turn = angle(arc);
+        return "<ellipse" + attributes + centre + " rx=\"" + number(placed.along / unit) + "\" ry=\"" +
+               number(placed.across / unit) +
+               (turn == "0"
+                    ? "\""
+                    : "\" transform=\"rotate(" + turn + ' ' + number(middle.x) + ' ' + number(middle.y) + ")\"") +
+               "/>\n";
+    }
+
+private:
+    // In pieces of at most a quarter: near half an ellipse the digits of its radii would move its middle.
+    std::string data(const KivEllipseArc& placed) const {
+        const KivPicturePoint start = inFile(placed.at(placed.from));
+        std::string text = "M" + number(start.x) + ' ' + number(start.y);
+        const int pieces = static_cast<int>(std::ceil(std::fabs(placed.sweep) / (0.5 * std::numbers::pi)));
+        const std::string shape = "A" + number(placed.along / unit) + ' ' + number(placed.across / unit) + ' ' +
+                                  angle(placed) + (placed.sweep > 0.0 ? " 0 0 " : " 0 1 ");
+        for (int i = 1; i <= pieces; ++i) {
+            const KivPicturePoint end = inFile(placed.at(placed.from + placed.sweep * i / pieces));
+            text += shape + number(end.x) + ' ' + number(end.y);
+        }
+        return text;
+    }
+    KivPicturePoint inFile(const KivPicturePoint& placed) const {
+        return {placed.x / unit, (layout.page().pageHeight - placed.y) / unit};
+    }
+    static std::string angle(const KivEllipseArc& arc) {
+        return arc.isCircle() ? "0" : kivNumberText(-arc.turn * 180.0 / std::numbers::pi, 4);
+    }
+    static std::string number(double value) {
+        return kivNumberText(value, 4);
+    }
+
+    const SheetLayout& layout;
+    double unit;
 };
 
 class SvgWriter {
@@ -250,16 +306,23 @@ private:
     // The strokes of a group, and its end.
     bool writeStrokes(const StrokeGroup& group) {
         for (const std::size_t number : group.strokes) {
-            const KivStroke& stroke = drawing.strokes[number];
-            PathText path(layout, unit, decimals);
-            path.add(stroke.path);
-            sink << "<path" << classes.attributes(stroke) << " d=\"" << path.data() << "\"/>\n";
+            write(drawing.strokes[number]);
             if (!sink.goesOn()) {
                 return false;
             }
         }
         sink << "</g>\n";
         return true;
+    }
+
+    void write(const KivStroke& stroke) {
+        if (stroke.arc) {
+            sink << ArcText(layout, unit).element(*stroke.arc, classes.attributes(stroke));
+            return;
+        }
+        PathText path(layout, unit, decimals);
+        path.add(stroke.path);
+        sink << "<path" << classes.attributes(stroke) << " d=\"" << path.data() << "\"/>\n";
     }
 
     bool writeAreas(const AreaRun& run) {

@@ -164,6 +164,9 @@ TEST(KivLineEngine, ASphereIsOneCircle) {
         const KivStroke stroke = kivStrokeOf(lines[0]);
         EXPECT_TRUE(stroke.path.closed);
         EXPECT_LE(stroke.path.pieces.size(), 24U);
+        ASSERT_TRUE(stroke.arc.has_value());
+        EXPECT_TRUE(stroke.arc->isCircle() && stroke.arc->isWhole());
+        EXPECT_NEAR(stroke.arc->along, radius, 0.1);
         for (const KivPicturePoint& p : kivFlattenCurve(stroke.path, 0.01)) {
             EXPECT_NEAR(std::hypot(p.x - 0.5 * size, p.y - 0.5 * size), radius, 0.2);
         }
@@ -236,6 +239,11 @@ TEST(KivLineEngine, ACylinderHasAClosedContourAndOneCrease) {
     EXPECT_NEAR(pictureLength(lines[1]), halfRim, 1.0);
     const KivStroke crease = kivStrokeOf(lines[1]);
     EXPECT_LE(crease.path.pieces.size(), 16U);
+    ASSERT_TRUE(crease.arc.has_value());
+    EXPECT_NEAR(crease.arc->along, pixels, 0.2);
+    EXPECT_NEAR(crease.arc->across, tilt * pixels, 0.2);
+    EXPECT_NEAR(std::fabs(crease.arc->sweep), std::numbers::pi, 0.02);
+    EXPECT_FALSE(kivStrokeOf(lines[0]).arc.has_value()) << "two sides and half a rim";
 }
 
 // Where the contour of a coarse mesh arrives at a rim, the facets there turn otherwise than the round surface.

@@ -4,6 +4,7 @@
 #include "kivrender/platform/kivimage.h"
 #include "render/shippedlooks.h"
 
+#include <GL/gl.h>
 #include <algorithm>
 #include <cstdlib>
 #include <numeric>
@@ -206,6 +207,57 @@ TEST_F(TiledRender, IsNeededWhereTheFrameIsLargerThanASurface) {
     EXPECT_TRUE(kivNeedsTiles({16385, 1}, 0));
     EXPECT_TRUE(kivNeedsTiles({1, 4097}, 2));
     EXPECT_FALSE(kivNeedsTiles({4096, 4096}, 2));
+}
+
+// A plug-in that knows nothing of tiles, with a projection of its own over the size that it is told.
+void drawChequers(int width, int height) {
+    glMatrixMode(GL_PROJECTION);
+    glLoadIdentity();
+    glOrtho(0.0, width, 0.0, height, -1.0, 1.0);
+    glMatrixMode(GL_MODELVIEW);
+    glLoadIdentity();
+    glDisable(GL_LIGHTING);
+    glDisable(GL_DEPTH_TEST);
+    for (int y = 0; y < height; y += 7) {
+        for (int x = 0; x < width; x += 11) {
+            glColor3ub(static_cast<GLubyte>(x), static_cast<GLubyte>(y), static_cast<GLubyte>(x * y));
+            glRecti(x, y, x + 11, y + 7);
+        }
+    }
+}
+
+class TiledForeignShader : public KivRendererRender {};
+
+TEST_F(TiledForeignShader, IsToldTheWholeSizeAndItsProjectionIsRight) {
+    constexpr int width = 201;
+    constexpr int height = 155;
+    loadShaders({"base"});
+    setStyle(L"base", L"");
+    shader(L"base").draws = false;
+    shader(L"base").onRender = [](KivShader&, KivBitmapManager*) { drawChequers(width, height); };
+    ASSERT_TRUE(render({width, height}));
+    const auto whole = KivImage::fromBitmap(surface.getHBitmap());
+    ASSERT_TRUE(whole);
+    std::vector<std::uint8_t> rows;
+    KivTiledPicture picture;
+    picture.size = {width, height};
+    picture.tileSide = 64;
+    picture.colour = [&rows](const std::uint8_t* from, std::int32_t count) {
+        rows.insert(rows.end(), from, from + static_cast<std::size_t>(count) * width * 3);
+        return true;
+    };
+    progress.calls.clear();
+    ASSERT_EQ(kivRenderTiled(renderer, settings, &data, scene, camera, picture), KivTiledOutcome::done);
+    for (const std::string& call : callsOfShaders()) {
+        if (call.find(" render ") != std::string::npos) {
+            EXPECT_NE(call.find("201x155"), std::string::npos) << call;
+        }
+    }
+    std::vector<std::uint8_t> row(std::size_t{width} * 3);
+    for (int y = 0; y < height; ++y) {
+        whole->copyRowRgb(y, row.data());
+        ASSERT_TRUE(std::equal(row.begin(), row.end(), rows.begin() + static_cast<std::ptrdiff_t>(y) * width * 3)) << y;
+    }
 }
 
 } // namespace

@@ -1,9 +1,10 @@
 # Library, plug-ins and language modules stand together in <libdir>/selvarin, as the library looks for its plug-ins
 # beside itself.
 include(CMakePackageConfigHelpers)
+set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME development)
 
 install(TARGETS selvarin EXPORT SelvarinTargets
-  LIBRARY DESTINATION ${SELVARIN_INSTALL_LIBDIR}
+  LIBRARY DESTINATION ${SELVARIN_INSTALL_LIBDIR} COMPONENT library
   FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/selvarin)
 set(SELVARIN_PACKAGE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/Selvarin)
 install(EXPORT SelvarinTargets NAMESPACE Selvarin:: DESTINATION ${SELVARIN_PACKAGE_DIR})

@@ -9,6 +9,7 @@
 
 #include <array>
 #include <map>
+#include <random>
 #include <set>
 
 namespace {
@@ -158,6 +159,24 @@ TEST(KivSmoothShapes, MaterialAndSettingsGoAlong) {
     ASSERT_EQ(shapes.size(), 1U);
     EXPECT_EQ(shapes[0]->getMaterial()->getDiffuse(), ball.getMaterial()->getDiffuse());
     EXPECT_TRUE(shapes[0]->rendersThisShader(L"Cartoon"));
+}
+
+// The surface between noisy points bends evenly, and tells nothing of them.
+TEST(KivSmoothShapes, TheNoiseOfTheMeshGoesAlong) {
+    ShapeModel model = ballModel(16);
+    const KivMesh clean = meshOf(model);
+    std::mt19937 words(3);
+    for (KivVec& p : model.points) {
+        p = p * (1.0 + 0.0002 * static_cast<double>(words() % 1001));
+    }
+    const KivMesh rough = meshOf(model);
+    for (const auto& [mesh, isRough] : {std::pair(&clean, false), std::pair(&rough, true)}) {
+        const auto shapes = kivSmoothShapes({{mesh, 180.0}}, viewAt(300.0));
+        ASSERT_EQ(shapes.size(), 1U);
+        const KivMeshNoise noise = kivMeshNoise(*shapes[0]);
+        EXPECT_EQ(noise.noise > 0.1, isRough) << noise.noise;
+        EXPECT_EQ(noise.divisions * noise.divisions * mesh->getNumTriangles(), shapes[0]->getNumTriangles());
+    }
 }
 
 TEST(KivSmoothShapes, WhatLiesBehindTheEyeAsksForNothing) {

@@ -1,6 +1,7 @@
 #include "kivrender/geometry/kivsmoothshape.h"
 
 #include "kivrender/geometry/kivloopsurface.h"
+#include "kivrender/geometry/kivnormalnoise.h"
 #include "kivrender/geometry/kivshapecreases.h"
 #include "kivrender/scene/kivmesh.h"
 #include "kivrender/scene/kivmeshedges.h"
@@ -212,6 +213,7 @@ private:
         if (steps == 0) {
             return false;
         }
+        const KivMeshNoise noise = {noiseOf(surface), static_cast<double>(1U << static_cast<unsigned int>(steps))};
         for (int i = 0; i < steps; ++i) {
             surface = kivLoopStep(surface);
         }
@@ -220,6 +222,7 @@ private:
         for (const std::uint32_t i : members) {
             const std::size_t count = surfaces[i].triangles.size() << (2 * steps);
             result[i] = meshOf(*requests[i].mesh, limit, first, count);
+            kivSetMeshNoise(*result[i], noise);
             first += count;
         }
         return true;
@@ -280,6 +283,19 @@ private:
                 }
             }
         }
+    }
+
+    static double noiseOf(const KivLoopSurface& surface) {
+        std::vector<KivVec> normals(surface.points.size());
+        for (const Triangle& t : surface.triangles) {
+            const KivVec& a = surface.points[t[0]];
+            const KivVec face = kivUnit(kivCross(surface.points[t[1]] - a, surface.points[t[2]] - a));
+            for (const std::uint32_t p : t) {
+                normals[p] = normals[p] + face;
+            }
+        }
+        std::transform(normals.begin(), normals.end(), normals.begin(), kivUnit);
+        return kivNormalNoise(normals, surface.triangles);
     }
 
     // Each step leaves a quarter of the rise.

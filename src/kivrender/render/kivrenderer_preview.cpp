@@ -2,12 +2,27 @@
 #include "kivrender/platform/kivsystemerror.h"
 #include "kivrender/render/kivbitmapmanager.h"
 #include "kivrender/render/kivrenderer.h"
+#include "kivrender/render/kivshapedscene.h"
 #include "kivrender/render/kivstreamlines.h"
 #include "kivrender/scene/kivscene.h"
 #include "kivrender/settings/kivcommonsettings.h"
 #include "kivrender/shader/kivnoncombinableshader.h"
 
 #include <new>
+
+namespace {
+
+// Null if none of them is loaded.
+KivShader* firstKnown(const std::vector<std::wstring>& names) {
+    for (const std::wstring& name : names) {
+        if (KivShader* const shader = kivFindShader(name.c_str())) {
+            return shader;
+        }
+    }
+    return nullptr;
+}
+
+} // namespace
 
 // Two things differ from a render. The combinable shaders draw before the base look, and every call has the flag false:
 // the shaders put their settings on the meshes and draw them as objects that bring their own.
@@ -48,13 +63,22 @@ bool KivRenderer::drawPreview(const KivCommonSettings& settings, KivScene* scene
     if (!hasBitmap(*surface)) {
         return false;
     }
+    // The base look decides on the shape; without one the first of the line shaders does.
+    KivShader* const lines = shader == nullptr ? firstKnown(combinableNames) : nullptr;
+    if (lines != nullptr) {
+        kivCallShader(*lines, [&] { lines->preparePreview(scene, dlg); });
+    }
+    const KivShader* const shaper = shader != nullptr ? shader : lines;
+    const KivShapedScene shaped(*scene, camera, size, [shaper](const KivMesh&) { return shaper; });
     fillDepthForLines(scene, settings, channel);
     for (const std::wstring& name : combinableNames) {
         KivShader* const combinable = kivFindShader(name.c_str());
         if (combinable == nullptr) {
             continue; // unloaded since the dialog took its name
         }
-        kivCallShader(*combinable, [&] { combinable->preparePreview(scene, dlg); });
+        if (combinable != lines) {
+            kivCallShader(*combinable, [&] { combinable->preparePreview(scene, dlg); });
+        }
         renderShader(combinable, settings, camera, scene, nullptr, size, surface, channel, false);
     }
     if (shader != nullptr) {

@@ -50,6 +50,7 @@ KivMesh::KivMesh(const KivMesh& source) : Kiv3DObject() {
     }
     kivSetMeshEdges(*this, kivPlacedMeshEdges(source));
     kivSetNormalsFromTriangles(*this, kivHasNormalsFromTriangles(source));
+    kivSetMeshNoise(*this, kivMeshNoise(source));
 }
 
 KivMesh& KivMesh::operator=(const KivMesh& other) {
@@ -69,12 +70,14 @@ KivMesh& KivMesh::operator=(const KivMesh& other) {
     boundingBox = other.boundingBox != nullptr ? std::make_unique<KivBox>(*other.boundingBox) : nullptr;
     kivSetMeshEdges(*this, kivPlacedMeshEdges(other));
     kivSetNormalsFromTriangles(*this, kivHasNormalsFromTriangles(other));
+    kivSetMeshNoise(*this, kivMeshNoise(other));
     return *this;
 }
 
 KivMesh::~KivMesh() {
     kivSetMeshEdges(*this, nullptr);
     kivSetNormalsFromTriangles(*this, false);
+    kivSetMeshNoise(*this, {});
 }
 
 bool KivMesh::getTriangle(unsigned int* indices, unsigned int triangle) const {

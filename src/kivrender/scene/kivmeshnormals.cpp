@@ -9,6 +9,11 @@ KivMeshTable<bool>& registry() {
     return instance;
 }
 
+KivMeshTable<KivMeshNoise>& noises() {
+    static auto& instance = *new KivMeshTable<KivMeshNoise>;
+    return instance;
+}
+
 } // namespace
 
 void kivSetNormalsFromTriangles(const KivMesh& mesh, bool fromTriangles) {
@@ -17,4 +22,12 @@ void kivSetNormalsFromTriangles(const KivMesh& mesh, bool fromTriangles) {
 
 bool kivHasNormalsFromTriangles(const KivMesh& mesh) {
     return registry().get(mesh);
+}
+
+void kivSetMeshNoise(const KivMesh& mesh, const KivMeshNoise& noise) {
+    noises().set(mesh, noise);
+}
+
+KivMeshNoise kivMeshNoise(const KivMesh& mesh) {
+    return noises().get(mesh);
 }

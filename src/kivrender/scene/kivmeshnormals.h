@@ -15,4 +15,14 @@ KIV_API void kivSetNormalsFromTriangles(const KivMesh& mesh, bool fromTriangles)
 // Costs a look into a table; loops keep the answer.
 KIV_API bool kivHasNormalsFromTriangles(const KivMesh& mesh);
 
+// The same for a mesh that stands in the place of a coarser one: its normals run evenly over what was noise.
+struct KivMeshNoise {
+    double noise = 0.0;     // of the coarser mesh, 0 clean to 1 rough
+    double divisions = 0.0; // parts of each of its sides; 0 for a mesh that stands for itself
+
+    friend bool operator==(const KivMeshNoise&, const KivMeshNoise&) = default;
+};
+KIV_API void kivSetMeshNoise(const KivMesh& mesh, const KivMeshNoise& noise);
+KIV_API KivMeshNoise kivMeshNoise(const KivMesh& mesh);
+
 #endif

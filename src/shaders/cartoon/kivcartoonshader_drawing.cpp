@@ -211,7 +211,8 @@ KivShadedMesh KivCartoonShader::modelOf(const KivMesh& mesh, const KivCartoonLoo
         const double pixel = settings.doVectorial() ? 1.0 : 1 << std::clamp(settings.getAntialias(), 0, 2);
         // What can't be large enough to matter is not looked for.
         if (kivEvenPasses(model, viewOfContext(), look.evenness * pixel) > 0) {
-            const double reach = kivEvenReach(look.evenness, kivNoiseOf(model));
+            const double noise = kivNoiseOf(model, kivUsualSide(model, viewOfContext()) / pixel);
+            const double reach = kivEvenReach(look.evenness, noise);
             const int passes = kivEvenPasses(model, viewOfContext(), reach * pixel);
             kivEvenNormals(model.points, model.triangles, model.normals, passes);
         }

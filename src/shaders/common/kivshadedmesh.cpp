@@ -1,5 +1,6 @@
 #include "kivshadedmesh.h"
 
+#include "kivrender/geometry/kivnormalnoise.h"
 #include "kivrender/scene/kivmesh.h"
 #include "kivrender/scene/kivmeshedges.h"
 #include "kivrender/scene/kivmeshnormals.h"
@@ -20,13 +21,6 @@ KivVec faceOf(const KivShadedMesh& model, const KivSurface::Triangle& t) {
     const KivVec& a = model.points[t[0]];
     return kivCross(model.points[t[1]] - a, model.points[t[2]] - a);
 }
-
-// By how much a normal departs from the mean of its neighbours, against how much it departs from each: the mean of a
-// surface that bends evenly is its own normal, while noise of one vertex and the next, which have nothing to do with
-// each other, gives three quarters. Seen on meshes of designers and sculptors up to 0.28 in the middle, on scans 0.38,
-// on those with noise of a tenth of a side 0.6.
-constexpr double cleanPart = 0.28;
-constexpr double noisyPart = 0.4;
 
 // Gives vertices without a usable normal the mean of their triangles, larger ones counting more.
 void mendNormals(KivShadedMesh& model) {
@@ -105,6 +99,7 @@ KivShadedMesh kivReadShadedMesh(const KivMesh& mesh, double creaseAngle) {
         return model;
     }
     model.isExact = kivMeshEdges(mesh) != nullptr;
+    model.noise = kivMeshNoise(mesh);
     const unsigned int numVertexs = mesh.getNumVertexs();
     const unsigned int numTriangles = mesh.getNumTriangles();
     model.points.resize(numVertexs);
@@ -131,52 +126,21 @@ KivShadedMesh kivReadShadedMesh(const KivMesh& mesh, double creaseAngle) {
     return model;
 }
 
-double kivNoiseOf(const KivShadedMesh& model) {
-    // Of each vertex the sum of the normals around it, in which each neighbour inside the surface is there twice, and
-    // how far the neighbours' normals are from its own.
-    struct Around {
-        KivVec sum;
-        double apart = 0.0;
-        double count = 0.0;
-    };
-    std::vector<Around> around(model.points.size());
-    const auto add = [&](std::uint32_t p, std::uint32_t q) {
-        const double apart = kivLength(model.normals[p] - model.normals[q]);
-        for (const auto& [at, other] : {std::pair(p, q), std::pair(q, p)}) {
-            around[at].sum = around[at].sum + model.normals[other];
-            around[at].apart += apart;
-            around[at].count += 1.0;
-        }
-    };
-    for (const KivSurface::Triangle& t : model.triangles) {
-        add(t[0], t[1]);
-        add(t[1], t[2]);
-        add(t[2], t[0]);
-    }
-    std::vector<double> parts;
-    parts.reserve(around.size());
-    for (std::size_t p = 0; p < around.size(); ++p) {
-        if (around[p].apart > 1e-9) {
-            parts.push_back(kivLength(around[p].sum - model.normals[p] * around[p].count) / around[p].apart);
-        }
-    }
-    if (parts.empty()) {
-        return 0.0;
-    }
-    const auto middle = parts.begin() + static_cast<std::ptrdiff_t>(parts.size() / 2);
-    std::nth_element(parts.begin(), middle, parts.end());
-    const double t = std::clamp((*middle - cleanPart) / (noisyPart - cleanPart), 0.0, 1.0);
-    return t * t * (3.0 - 2.0 * t);
+double kivNoiseOf(const KivShadedMesh& model, double usualSide) {
+    // Roughness of a mesh whose triangles are large in the picture is its shape.
+    const bool isDivided = model.noise.divisions > 0.0;
+    const double side = isDivided ? usualSide * model.noise.divisions : usualSide;
+    const double share = std::clamp(2.0 - side / kivNoiseReach, 0.0, 1.0);
+    return share > 0.0 ? share * (isDivided ? model.noise.noise : kivNormalNoise(model.normals, model.triangles)) : 0.0;
 }
 
 double kivEvenReach(double pixels, double noise) {
     return noise * std::min(pixels, kivNoiseReach) + std::max(0.0, pixels - kivNoiseReach);
 }
 
-int kivEvenPasses(const KivShadedMesh& model, const KivView& view, double pixels) {
-    constexpr int most = 24;
-    if (!(pixels > 0.0) || model.triangles.empty() || model.isExact) {
-        return 0;
+double kivUsualSide(const KivShadedMesh& model, const KivView& view) {
+    if (model.triangles.empty()) {
+        return 0.0;
     }
     // A thousand triangles tell the usual length of a side well enough.
     const std::size_t step = std::max<std::size_t>(1, model.triangles.size() / 1000);
@@ -191,10 +155,18 @@ int kivEvenPasses(const KivShadedMesh& model, const KivView& view, double pixels
         }
     }
     if (lengths.empty()) {
-        return 0;
+        return 0.0;
     }
     std::nth_element(lengths.begin(), lengths.begin() + static_cast<std::ptrdiff_t>(lengths.size() / 2), lengths.end());
-    const double usual = lengths[lengths.size() / 2];
+    return lengths[lengths.size() / 2];
+}
+
+int kivEvenPasses(const KivShadedMesh& model, const KivView& view, double pixels) {
+    constexpr int most = 24;
+    if (!(pixels > 0.0) || model.isExact) {
+        return 0;
+    }
+    const double usual = kivUsualSide(model, view);
     const double ratio = usual > 0.0 ? pixels / usual : 0.0;
     return std::isfinite(ratio) ? static_cast<int>(std::min<double>(most, std::floor(ratio * ratio))) : 0;
 }

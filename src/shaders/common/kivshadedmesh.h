@@ -2,6 +2,7 @@
 #ifndef SHADERS_COMMON_KIVSHADEDMESH_H
 #define SHADERS_COMMON_KIVSHADEDMESH_H
 
+#include "kivrender/scene/kivmeshnormals.h"
 #include "kivsurface.h"
 #include "kivview.h"
 
@@ -19,6 +20,7 @@ struct KivShadedMesh {
     std::vector<std::int8_t> windings;
     // The normals are those of the exact surface under a mesh that names its edges (kivmeshedges.h).
     bool isExact = false;
+    KivMeshNoise noise; // of the mesh in whose place this one stands
 };
 
 // The angle up to which importers make smooth normals, more or less.
@@ -31,8 +33,12 @@ inline constexpr double kivUsualSmoothAngle = 45.0;
 // winding. Triangles with an index out of range or a corner that is NaN are left out.
 KivShadedMesh kivReadShadedMesh(const KivMesh& mesh, double creaseAngle);
 
-// How noisy the surface is: 0 for one that bends evenly from vertex to vertex, 1 for a rough scan.
-double kivNoiseOf(const KivShadedMesh& model);
+// The length of most sides, in pixels of the image.
+double kivUsualSide(const KivShadedMesh& model, const KivView& view);
+
+// How noisy the surface is: 0 for one that bends evenly from vertex to vertex, 1 for a rough scan. usualSide: as above,
+// in pixels of the finished picture.
+double kivNoiseOf(const KivShadedMesh& model, double usualSide);
 
 // Over how many pixels normals are evened out where so many are asked for: up to this many for noise alone, what is
 // asked for beyond whatever the surface.

@@ -48,9 +48,19 @@ KivShadedMesh roughBall(double roughness) {
 } // namespace
 
 TEST(KivNoiseOf, TellsARoughSurfaceFromOneThatBendsEvenly) {
-    EXPECT_EQ(kivNoiseOf(roughBall(0.0)), 0.0);
-    EXPECT_EQ(kivNoiseOf(roughBall(0.03)), 1.0);
-    EXPECT_EQ(kivNoiseOf(KivShadedMesh{}), 0.0);
+    EXPECT_EQ(kivNoiseOf(roughBall(0.0), 3.0), 0.0);
+    EXPECT_EQ(kivNoiseOf(roughBall(0.03), 3.0), 1.0);
+    EXPECT_EQ(kivNoiseOf(KivShadedMesh{}, 3.0), 0.0);
+}
+
+// What is as large as the triangles of the mesh is shape if they are large in the picture.
+TEST(KivNoiseOf, CountsByItsSizeInThePicture) {
+    KivShadedMesh rough = roughBall(0.03);
+    EXPECT_EQ(kivNoiseOf(rough, kivNoiseReach), 1.0);
+    EXPECT_EQ(kivNoiseOf(rough, 2.0 * kivNoiseReach), 0.0);
+    rough.noise = {0.5, 4.0};
+    EXPECT_EQ(kivNoiseOf(rough, 0.25 * kivNoiseReach), 0.5);
+    EXPECT_EQ(kivNoiseOf(rough, 0.5 * kivNoiseReach), 0.0);
 }
 
 TEST(KivEvenReach, ACleanSurfaceIsEvenedOutOnlyByWhatIsAskedForBeyondNoise) {

@@ -7,7 +7,7 @@
 
 #include <algorithm>
 #include <set>
-#include <tuple>
+#include <utility>
 
 namespace {
 
@@ -29,8 +29,9 @@ double distance(const KivVec& a, const KivVec& b) {
 
 // Stepping and finding the limit is the same as finding the limit at once: the points of the mesh are on one surface.
 TEST(KivLoopSurface, StepsLeadToTheSameSurface) {
-    for (const double angle : {45.0, 180.0}) {
-        const KivLoopSurface coarse = surfaceOf(cubeModel(), angle);
+    const std::pair<ShapeModel, double> models[] = {{cubeModel(), 45.0}, {cubeModel(), 180.0}, {prismModel(10), 45.0}};
+    for (const auto& [model, angle] : models) {
+        const KivLoopSurface coarse = surfaceOf(model, angle);
         const KivLoopSurface finer = kivLoopStep(kivLoopStep(coarse));
         const KivLoopLimit first = kivLoopLimit(coarse);
         const KivLoopLimit second = kivLoopLimit(finer);

@@ -3,6 +3,7 @@
 #ifndef KIVRENDER_RENDER_KIVSHAPEDSCENE_H
 #define KIVRENDER_RENDER_KIVSHAPEDSCENE_H
 
+#include "kivrender/platform/kivexport.h"
 #include "kivrender/platform/kivtypes.h"
 #include "kivrender/scene/kivscene.h"
 
@@ -13,7 +14,7 @@ class KivCamera;
 class KivMesh;
 class KivShader;
 
-class KivShapedScene {
+class KIV_API KivShapedScene {
 public:
     // The shader whose wish counts for a mesh, or null.
     using ShaderOf = std::function<const KivShader*(const KivMesh&)>;

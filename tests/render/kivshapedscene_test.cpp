@@ -1,0 +1,78 @@
+#include "kivrender/render/kivshapedscene.h"
+
+#include "kivrender/scene/kivcamera.h"
+#include "kivrender/scene/kivmesh.h"
+#include "kivrender/shader/kivshader.h"
+#include "support/closedshapes.h"
+#include "support/temphome.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+namespace {
+
+// A coarse ball that fills the picture, and the one shader that is asked.
+class KivShapedSceneTest : public testing::Test {
+protected:
+    KivShapedSceneTest() {
+        std::filesystem::copy_file(SELVARIN_BIN_DIR "/shaders/cartoon.so", folder.path() / "cartoon.so");
+        EXPECT_EQ(KivShader::loadShaders(folder.wide().c_str()), 1U);
+        scene.addMesh(closedSphere({0.0, 0.0, 0.0}, 1.0, 16, 8).release());
+        camera.setProjection(KivCamera::orthographic);
+        camera.setLocation({0.0, 0.0, 5.0});
+        camera.setDirection({0.0, 0.0, -1.0});
+        camera.setUp({0.0, 1.0, 0.0});
+        camera.setFrustumLeft(-1.2);
+        camera.setFrustumRight(1.2);
+        camera.setFrustumBottom(-1.2);
+        camera.setFrustumTop(1.2);
+        camera.setFrustumNear(1.0);
+        camera.setFrustumFar(10.0);
+    }
+    ~KivShapedSceneTest() override {
+        KivShader::unLoadAll();
+    }
+
+    static const KivShader* cartoon(const KivMesh&) {
+        return KivShader::getByIndex(0);
+    }
+
+    TempFolder folder;
+    KivScene scene;
+    KivCamera camera;
+};
+
+} // namespace
+
+TEST_F(KivShapedSceneTest, TheSceneHasItsOwnMeshesAgain) {
+    const KivMesh* const own = scene.getMesh(0);
+    const unsigned int triangles = own->getNumTriangles();
+    {
+        const KivShapedScene shaped(scene, camera, {400, 400}, cartoon);
+        EXPECT_TRUE(shaped.isChanged());
+        ASSERT_EQ(scene.numMeshes(), 1U);
+        EXPECT_GT(scene.getMesh(0)->getNumTriangles(), triangles);
+        EXPECT_TRUE(scene.getMesh(0)->hasNormals());
+    }
+    ASSERT_EQ(scene.getMesh(0), own);
+    EXPECT_EQ(own->getNumTriangles(), triangles);
+}
+
+TEST_F(KivShapedSceneTest, NothingIsPutBackIntoASceneThatIsEmptied) {
+    {
+        KivShapedScene shaped(scene, camera, {400, 400}, cartoon);
+        shaped.forget();
+        scene.empty();
+    }
+    EXPECT_EQ(scene.numMeshes(), 0U);
+}
+
+TEST_F(KivShapedSceneTest, NoShaderAndASmallPictureLeaveTheTriangles) {
+    const KivMesh* const own = scene.getMesh(0);
+    const KivShapedScene none(scene, camera, {400, 400}, [](const KivMesh&) { return nullptr; });
+    EXPECT_FALSE(none.isChanged());
+    const KivShapedScene small(scene, camera, {8, 8}, cartoon);
+    EXPECT_FALSE(small.isChanged());
+    EXPECT_EQ(scene.getMesh(0), own);
+}

@@ -38,6 +38,7 @@ TEST(KivShapeCreases, AnglesAboveTheBendsLeaveNone) {
 
 TEST(KivShapeCreases, APrismKeepsItsRimsAndLosesTheEdgesOfItsRoundSide) {
     EXPECT_EQ(numCreases(prismModel(24)), 48U);
+    EXPECT_EQ(numCreases(prismModel(10)), 20U); // whose sides bend by more than those of round bodies do
 }
 
 TEST(KivShapeCreases, ABallHasNone) {

@@ -21,6 +21,9 @@ constexpr double leastBeside = 1.5; // degrees: less is flat
 constexpr double bandFrom = 25.0;
 constexpr double bandTo = 60.0;
 constexpr double roundShare = 0.5;
+// Degrees. A body without flat faces has next to no edges that bend by less; the diagonals of planks and prisms do.
+constexpr double exactlyFlat = 0.1;
+constexpr double mostFlat = 0.2; // of the length of all edges
 
 struct Box {
     KivVec low{std::numeric_limits<double>::max(), std::numeric_limits<double>::max(),
@@ -84,16 +87,18 @@ private:
     }
 
     bool hasAllBends() const {
+        double all = 0.0;
+        double flat = 0.0;
         double between = 0.0;
         double sharp = 0.0;
         for (std::size_t e = 0; e < bend.size(); ++e) {
-            if (bend[e] > bandFrom) {
-                const double length = lengthOf(adjacency.edges[e]);
-                between += bend[e] <= bandTo ? length : 0.0;
-                sharp += bend[e] > bandTo ? length : 0.0;
-            }
+            const double length = lengthOf(adjacency.edges[e]);
+            all += length;
+            flat += bend[e] <= exactlyFlat && isPair(adjacency.edges[e]) ? length : 0.0;
+            between += bend[e] > bandFrom && bend[e] <= bandTo ? length : 0.0;
+            sharp += bend[e] > bandTo ? length : 0.0;
         }
-        return between > roundShare * sharp;
+        return between > roundShare * sharp && flat < mostFlat * all;
     }
 
     // The bend of the other edges of the flatter of the two triangles.

@@ -21,11 +21,12 @@ using Triangle = KivSurface::Triangle;
 constexpr std::uint32_t none = 0xffffffffU;
 
 // In pixels: how far triangles may lie from the surface over most of their sides.
-constexpr double tolerance = 0.1;
+constexpr double tolerance = 0.2;
 constexpr double mostSides = 0.95;
 constexpr std::size_t samples = 4000; // triangles tell the usual rise well enough
 constexpr int mostSteps = 4;
-constexpr std::size_t mostTriangles = 600000;
+// Of the result: finer meshes are drawn as they are, as dividing them would take longer than drawing them.
+constexpr std::size_t mostTriangles = 100000;
 // Where two sharp edges turn by more than this into each other, they meet in a corner. Its cosine.
 constexpr double cornerTurn = 0.5;
 

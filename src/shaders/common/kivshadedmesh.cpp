@@ -127,9 +127,10 @@ KivShadedMesh kivReadShadedMesh(const KivMesh& mesh, double creaseAngle) {
 }
 
 double kivNoiseOf(const KivShadedMesh& model, double usualSide) {
-    // Roughness of a mesh whose triangles are large in the picture is its shape.
+    // Roughness of a mesh whose triangles are large in the picture is its shape; the more so of one that was coarse
+    // enough to be divided, as its bends are those of a few triangles.
     const bool isDivided = model.noise.divisions > 0.0;
-    const double side = isDivided ? usualSide * model.noise.divisions : usualSide;
+    const double side = isDivided ? 4.0 * usualSide * model.noise.divisions : usualSide;
     const double share = std::clamp(2.0 - side / kivNoiseReach, 0.0, 1.0);
     return share > 0.0 ? share * (isDivided ? model.noise.noise : kivNormalNoise(model.normals, model.triangles)) : 0.0;
 }

@@ -59,8 +59,8 @@ TEST(KivNoiseOf, CountsByItsSizeInThePicture) {
     EXPECT_EQ(kivNoiseOf(rough, kivNoiseReach), 1.0);
     EXPECT_EQ(kivNoiseOf(rough, 2.0 * kivNoiseReach), 0.0);
     rough.noise = {0.5, 4.0};
-    EXPECT_EQ(kivNoiseOf(rough, 0.25 * kivNoiseReach), 0.5);
-    EXPECT_EQ(kivNoiseOf(rough, 0.5 * kivNoiseReach), 0.0);
+    EXPECT_EQ(kivNoiseOf(rough, kivNoiseReach / 16.0), 0.5);
+    EXPECT_EQ(kivNoiseOf(rough, kivNoiseReach / 8.0), 0.0);
 }
 
 TEST(KivEvenReach, ACleanSurfaceIsEvenedOutOnlyByWhatIsAskedForBeyondNoise) {

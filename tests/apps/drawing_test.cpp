@@ -89,12 +89,12 @@ Rgb reduced(const Rgb& large) {
     return small;
 }
 
-// A drawing as its viewer shows it at the size of the picture.
-Rgb shown(const ProgramFolder& folder, const std::string& ending) {
+// A drawing as its viewer shows it, so many times as large as the picture.
+Rgb viewed(const ProgramFolder& folder, const std::string& ending, int zoom) {
     const std::string file = folder.path("a." + ending);
     const std::string png = folder.path(ending + ".png");
-    const std::string w = std::to_string(width * times);
-    const std::string h = std::to_string(height * times);
+    const std::string w = std::to_string(width * zoom);
+    const std::string h = std::to_string(height * zoom);
     int status = -1;
     if (ending == "svg") {
         status = runTool({"rsvg-convert", "-w", w, "-h", h, "-o", png, file});
@@ -103,12 +103,17 @@ Rgb shown(const ProgramFolder& folder, const std::string& ending) {
             {"pdftocairo", "-png", "-singlefile", "-scale-to-x", w, "-scale-to-y", h, file, folder.path(ending)});
     } else {
         // A page of PostScript has no size of its own, an encapsulated one has its box.
-        status =
-            runTool({"gs", "-q", "-dSAFER", "-dBATCH", "-dNOPAUSE", "-dEPSCrop", "-dFIXEDMEDIA", "-g" + w + "x" + h,
-                     "-sDEVICE=png16m", "-r" + std::to_string(72 * times), "-sOutputFile=" + png, file});
+        status = runTool({"gs", "-q", "-dSAFER", "-dBATCH", "-dNOPAUSE", "-dEPSCrop", "-dFIXEDMEDIA",
+                          "-dGraphicsAlphaBits=4", "-g" + w + "x" + h, "-sDEVICE=png16m",
+                          "-r" + std::to_string(72 * zoom), "-sOutputFile=" + png, file});
     }
     EXPECT_EQ(status, 0) << "the viewer of ." << ending << " (see scripts/packages.txt)";
-    return reduced(readPng(png));
+    return readPng(png);
+}
+
+// At the size of the picture.
+Rgb shown(const ProgramFolder& folder, const std::string& ending) {
+    return reduced(viewed(folder, ending, times));
 }
 
 // Writes models as Wavefront files, each part in a colour of its own.
@@ -295,6 +300,59 @@ TEST_P(Drawing, AreasAndLinesLookLikeThePicture) {
 
 TEST_P(Drawing, SimplifiedItStillLooksLikeThePicture) {
     compare({"--base", "Cartoon", "--add", "Outline", "--simplify"}, {"svg", "ai", "ps"}, 0.93);
+}
+
+// --- seams ---
+
+struct Seams {
+    int inside = 0; // pixels with no paper near
+    int seen = 0;   // of these: how many have more than a trace of the paper in them
+};
+
+// By the same drawing on two papers.
+Seams seamsOf(const Rgb& onBlack, const Rgb& onWhite) {
+    constexpr int reach = 3;
+    constexpr int trace = 8;
+    constexpr int paper = 250;
+    const auto shareAt = [&](int x, int y) {
+        const std::size_t i = 3 * (static_cast<std::size_t>(y) * onBlack.width + x);
+        return std::abs(onWhite.bytes[i] - onBlack.bytes[i]);
+    };
+    Seams seams;
+    for (int y = reach; y + reach < onBlack.height; ++y) {
+        for (int x = reach; x + reach < onBlack.width; ++x) {
+            bool isInside = true;
+            for (int i = 0; i < 49 && isInside; ++i) {
+                isInside = shareAt(x + i % 7 - reach, y + i / 7 - reach) < paper;
+            }
+            seams.inside += isInside ? 1 : 0;
+            seams.seen += isInside && shareAt(x, y) > trace ? 1 : 0;
+        }
+    }
+    return seams;
+}
+
+TEST(DrawingSeams, NoPaperShinesThroughBetweenAreas) {
+    const ProgramFolder folders[2];
+    for (const ProgramFolder& folder : folders) {
+        ModelWriter model(folder);
+        writeBalls(model);
+        ASSERT_EQ(runTool({std::string(SELVARIN_BIN_DIR) + "/selvarin", "render", model.write(), "-q", "-s",
+                           std::to_string(width) + "x" + std::to_string(height), "--base", "Cartoon", "--add", "none",
+                           "--background", &folder == &folders[0] ? "#000000" : "#ffffff", "-o", folder.path("a.svg"),
+                           "-o", folder.path("a.pdf"), "-o", folder.path("a.eps")}),
+                  0);
+    }
+    for (const std::string ending : {"svg", "pdf", "eps"}) {
+        for (const int zoom : {1, 4}) {
+            const Rgb onBlack = viewed(folders[0], ending, zoom);
+            const Rgb onWhite = viewed(folders[1], ending, zoom);
+            ASSERT_EQ(onBlack.bytes.size(), onWhite.bytes.size());
+            const Seams seams = seamsOf(onBlack, onWhite);
+            EXPECT_GT(seams.inside, width * height * zoom * zoom / 4) << ending << " at " << zoom;
+            EXPECT_LE(seams.seen, 4 * zoom) << ending << " at " << zoom;
+        }
+    }
 }
 
 // --- true to scale ---

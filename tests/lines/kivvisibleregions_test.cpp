@@ -214,6 +214,94 @@ TEST_P(RegionSoup, ShowsWhatIsNearest) {
 
 INSTANTIATE_TEST_SUITE_P(Seeds, RegionSoup, testing::Range(0, 60));
 
+// With the ranks as they stand.
+std::vector<KivVisibleRegion> paintedRegionsOf(const std::vector<SeenFace>& faces, double size,
+                                               std::vector<std::uint32_t> ranks) {
+    KivVisibleRegions picture(size, size);
+    picture.setTolerance(0.001);
+    picture.setUnderlap(1.0, std::move(ranks));
+    for (const SeenFace& face : faces) {
+        picture.add(face.corners, face.look);
+    }
+    EXPECT_TRUE(picture.find());
+    return picture.regions();
+}
+
+// The same regions with what they paint as their rings.
+std::vector<KivVisibleRegion> asPainted(std::vector<KivVisibleRegion> regions) {
+    for (KivVisibleRegion& region : regions) {
+        if (!region.painted.empty()) {
+            region.rings = region.painted;
+        }
+    }
+    return regions;
+}
+
+TEST(VisibleRegions, GoOnUnderThoseThatArePaintedLater) {
+    const std::vector<SeenFace> faces = {square(2, 2, 10, 18, 0.5, 0), square(10, 2, 18, 18, 0.5, 1),
+                                         square(6, 6, 14, 14, 0.2, 2)};
+    const auto regions = paintedRegionsOf(faces, 20, {1, 0, 2});
+    expectSharedBorders(regions);
+    const FlatRegions painted(asPainted(regions));
+    EXPECT_THAT(painted.at(9.5, 4), testing::UnorderedElementsAre(0U, 1U)) << "the second goes under the first";
+    EXPECT_THAT(painted.at(10.5, 4), testing::ElementsAre(1U));
+    EXPECT_THAT(painted.at(6.5, 10), testing::UnorderedElementsAre(0U, 2U));
+    EXPECT_THAT(painted.at(13.5, 10), testing::UnorderedElementsAre(1U, 2U));
+    EXPECT_THAT(painted.at(8, 10), testing::ElementsAre(2U)) << "no farther than told";
+    EXPECT_THAT(painted.at(1.5, 10), IsEmpty()) << "never over the paper";
+    EXPECT_THAT(painted.at(18.5, 10), IsEmpty());
+    EXPECT_TRUE(regions[2].painted.empty()) << "nothing is painted over the last";
+}
+
+TEST(VisibleRegions, GoOnUnderNothingThatIsNotPainted) {
+    const std::vector<SeenFace> faces = {square(2, 2, 10, 18, 0.5, 0), square(10, 2, 18, 18, 0.5, 1)};
+    for (const auto& region : paintedRegionsOf(faces, 20, {0, KivVisibleRegions::unpainted})) {
+        EXPECT_TRUE(region.painted.empty());
+    }
+    for (const auto& region : paintedRegionsOf(faces, 20, {0})) {
+        EXPECT_TRUE(region.painted.empty());
+    }
+}
+
+class PaintedSoup : public testing::TestWithParam<int> {};
+
+TEST_P(PaintedSoup, ShowsTheSameWhenPaintedInOrder) {
+    RawRandom random(static_cast<std::uint32_t>(GetParam()) + 900);
+
+    std::vector<SeenFace> faces;
+    std::vector<std::uint32_t> ranks;
+    for (std::uint32_t i = 0; i < 12; ++i) {
+        SeenFace face{{}, i};
+        for (int k = 0; k < 3; ++k) {
+            face.corners.push_back({random.between(0, 60), random.between(0, 60), random.between(0.1, 0.9)});
+        }
+        faces.push_back(face);
+        ranks.push_back((i * 7 + 3) % 12);
+    }
+    const FlatRegions painted(asPainted(paintedRegionsOf(faces, 60, ranks)));
+    int asked = 0;
+    for (double y = 0.7; y < 60; y += 1.3) {
+        for (double x = 0.6; x < 60; x += 1.3) {
+            const std::uint32_t look = nearestLook(faces, x, y);
+            bool isAlone = true;
+            for (int k = 0; k < 8 && isAlone; ++k) {
+                isAlone =
+                    nearestLook(faces, x + 0.3 * std::cos(0.785398 * k), y + 0.3 * std::sin(0.785398 * k)) == look;
+            }
+            if (isAlone) {
+                const std::vector<std::uint32_t> seen = painted.at(x, y);
+                const auto top =
+                    std::max_element(seen.begin(), seen.end(), [&](auto p, auto q) { return ranks[p] < ranks[q]; });
+                EXPECT_EQ(top == seen.end() ? nothingSeen : *top, look) << "at " << x << ", " << y;
+                ++asked;
+            }
+        }
+    }
+    EXPECT_GT(asked, 1000);
+}
+
+INSTANTIATE_TEST_SUITE_P(Seeds, PaintedSoup, testing::Range(0, 20));
+
 TEST(VisibleRegions, TheSameFacesGiveTheSameRegions) {
     const auto faces = soup(5, 60, 20, 9, 5);
     const auto first = regionsOf(faces, 20, 20);

@@ -43,13 +43,20 @@ struct KivStroke {
     std::optional<KivEllipseArc> arc; // what the whole path is, where it is a circle, an ellipse or an arc of one
 };
 
-// One look of one object that hangs together. Rings by the even-odd rule, the outer one first; areas of equal opacity
-// 1 do not overlap where they were made as regions, and are painted in their order else.
+// One look of one object that hangs together. Rings by the even-odd rule, the outer one first; the rings of areas of
+// opacity 1 do not overlap where they were made as regions, and are painted in their order else.
 struct KivArea {
     std::uint32_t object = 0;
     std::uint32_t color = 0;
     double opacity = 1.0;
     std::vector<KivCurvePath> rings;
+    // What to paint in place of the rings, where that is not the same: areas that are painted later cover what is more,
+    // and nothing shines through between them and this one in viewers that smooth each area by itself.
+    std::vector<KivCurvePath> painted;
+
+    const std::vector<KivCurvePath>& paintedRings() const {
+        return painted.empty() ? rings : painted;
+    }
 };
 
 struct KivDrawnObject {

@@ -80,7 +80,10 @@ bool KivVisibleRegions::find() {
         return false;
     }
     RegionMerge merged(map, std::move(looks), {smallestArea * squareSteps, smallestTone * squareSteps, &bodyOfLook});
-    if (merged.run() && makeRegionRings(map, merged, tolerance, found)) {
+    const auto lookAt = [this](const KivPicturePoint& p) {
+        return faces->lookAt(p.x * RegionGrid::steps, p.y * RegionGrid::steps);
+    };
+    if (merged.run() && makeRegionRings(map, merged, {tolerance, underlap, &rankOfLook, lookAt}, found)) {
         return true;
     }
     found.clear();

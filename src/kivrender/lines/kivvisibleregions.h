@@ -40,6 +40,8 @@ struct KivVisibleRegion {
     std::uint32_t look = 0;
     double area = 0.0;               // in square pixels
     std::vector<KivCurvePath> rings; // the outer one first, counterclockwise, then the holes, clockwise
+    // With an underlap: the same rings where they go on under neighbours that are painted later.
+    std::vector<KivCurvePath> painted;
 };
 
 class KIV_API KivVisibleRegions {
@@ -71,6 +73,15 @@ public:
         bodyOfLook = std::move(bodies);
     }
 
+    // The rank of a look whose regions are not painted.
+    static constexpr std::uint32_t unpainted = 0xFFFFFFFF;
+    // For viewers that smooth each area by itself: regions are painted in the order of the ranks, one for each look,
+    // and go on by so many pixels under those of higher rank; looks beyond the ranks are not painted. 0 for none.
+    void setUnderlap(double pixels, std::vector<std::uint32_t> ranks) {
+        underlap = pixels;
+        rankOfLook = std::move(ranks);
+    }
+
     // False when the user cancelled; there are no regions then.
     bool find();
     // In the order of their looks.
@@ -85,6 +96,8 @@ private:
     double smallestArea = 0.05;
     double smallestTone = 0.0;
     std::vector<std::uint32_t> bodyOfLook;
+    double underlap = 0.0;
+    std::vector<std::uint32_t> rankOfLook;
     std::unique_ptr<class RegionFaces> faces;
     std::vector<KivVisibleRegion> found;
 };

@@ -29,6 +29,7 @@ struct RegionRules {
     double tolerance = 0.1;
     double smallestArea = 0.05;
     double smallestTone = 0.0;
+    double underlap = 1.0; // as KivVisibleRegions::setUnderlap
 };
 
 class RecordedPage {

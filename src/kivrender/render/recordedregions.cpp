@@ -60,6 +60,11 @@ bool isTurned(const FeedbackItem& item) {
     return twice < 0.0;
 }
 
+// Of light as the eye has it (ITU-R BT.601), in thousandths.
+std::uint32_t brightness(std::uint32_t color) {
+    return 299 * (color & 0xFFU) + 587 * (color >> 8U & 0xFFU) + 114 * (color >> 16U & 0xFFU);
+}
+
 class RegionPage {
 public:
     RegionPage(std::span<const float> recorded, const RegionRules& regionRules, KivVectorDrawing& into)
@@ -144,6 +149,8 @@ private:
             bodies.push_back(looks[i].object != 0 ? looks[i].object : KivVisibleRegions::mostLooks - 1 - i);
         }
         picture.setSmallestTone(rules.smallestTone, std::move(bodies));
+        const std::vector<std::uint32_t> ranks = paintingRanks();
+        picture.setUnderlap(rules.underlap, ranks);
         std::size_t polygon = 0;
         const bool all = forEach([&](const FeedbackItem& item, const FeedbackState&) {
             const std::uint32_t look = lookOfPolygon[polygon++];
@@ -154,12 +161,37 @@ private:
         if (!all || !picture.find()) {
             return false;
         }
+        std::vector<const KivVisibleRegion*> painted;
         for (const KivVisibleRegion& region : picture.regions()) {
-            if (!looks[region.look].isDepthOnly) {
-                addArea(looks[region.look], region);
+            if (ranks[region.look] != KivVisibleRegions::unpainted) {
+                painted.push_back(&region);
             }
         }
+        std::stable_sort(painted.begin(), painted.end(), [&](const KivVisibleRegion* p, const KivVisibleRegion* q) {
+            return ranks[p->look] < ranks[q->look];
+        });
+        for (const KivVisibleRegion* region : painted) {
+            addArea(looks[region->look], *region);
+        }
         return true;
+    }
+    // Object after object, lighter tones over darker ones.
+    std::vector<std::uint32_t> paintingRanks() const {
+        std::vector<std::uint32_t> order;
+        for (std::uint32_t i = 0; i < looks.size(); ++i) {
+            if (looks[i].isOpaque() && !looks[i].isDepthOnly) {
+                order.push_back(i);
+            }
+        }
+        std::stable_sort(order.begin(), order.end(), [&](std::uint32_t p, std::uint32_t q) {
+            return std::tuple(looks[p].object, brightness(looks[p].paint.color)) <
+                   std::tuple(looks[q].object, brightness(looks[q].paint.color));
+        });
+        std::vector<std::uint32_t> ranks(looks.size(), KivVisibleRegions::unpainted);
+        for (std::uint32_t i = 0; i < order.size(); ++i) {
+            ranks[order[i]] = i;
+        }
+        return ranks;
     }
     // Hidden by what is opaque alone.
     bool addBlended(std::uint32_t look) {
@@ -186,7 +218,7 @@ private:
         return true;
     }
     void addArea(const Look& look, const KivVisibleRegion& region) {
-        drawing.areas.push_back({look.object, look.paint.color, look.paint.opacity, region.rings});
+        drawing.areas.push_back({look.object, look.paint.color, look.paint.opacity, region.rings, region.painted});
     }
 
     std::span<const float> library;

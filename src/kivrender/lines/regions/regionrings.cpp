@@ -1,6 +1,7 @@
 #include "kivrender/lines/regions/regionrings.h"
 
 #include "kivrender/lines/curveorder.h"
+#include "kivrender/lines/regions/underlap.h"
 
 #include <algorithm>
 #include <cmath>
@@ -14,10 +15,19 @@ KivPicturePoint pictureOf(const GridPoint& p) {
     return {offRegionGrid(p.x), offRegionGrid(p.y)};
 }
 
+// What lies under another region is not seen.
+constexpr double underTolerance = 0.2;
+
 // A border between two nodes, or one that closes in itself.
 struct Chain {
     KivPicturePoint start;
     Pieces pieces;
+};
+
+// The same as the region paints it that another one is painted over; without pieces where it is no other line.
+struct UnderChain {
+    Chain chain;
+    std::uint32_t region = PlanarMap::none;
 };
 
 // Appends the chain backwards.
@@ -29,10 +39,22 @@ void appendReversed(const Chain& chain, Pieces& pieces) {
     }
 }
 
+// Appends a chain in one of its two directions, after its start if it is the first.
+void appendChain(const Chain& chain, bool forwards, KivCurvePath& ring) {
+    if (ring.pieces.empty()) {
+        ring.start = forwards ? chain.start : chain.pieces.back().end;
+    }
+    if (forwards) {
+        ring.pieces.insert(ring.pieces.end(), chain.pieces.begin(), chain.pieces.end());
+    } else {
+        appendReversed(chain, ring.pieces);
+    }
+}
+
 class RingMaker {
 public:
-    RingMaker(const PlanarMap& planar, const RegionMerge& merge, double most)
-        : map(planar), merged(merge), tolerance(most), chainOf(planar.halfEdges(), PlanarMap::none) {}
+    RingMaker(const PlanarMap& planar, const RegionMerge& merge, const RingRules& ringRules)
+        : map(planar), merged(merge), rules(ringRules), chainOf(planar.halfEdges(), PlanarMap::none) {}
 
     bool run(std::vector<KivVisibleRegion>& regions) {
         findNodes();
@@ -102,16 +124,54 @@ private:
             h = next(h);
         } while (h != start);
         chains.push_back({line.front(), {}});
+        under.emplace_back();
         const bool isClosed = map.origin(start) == map.target(way.back());
         if (!isClosed) {
-            fit(0, line.size() - 1, chains.back());
+            fit(0, line.size() - 1, chains.back(), rules.tolerance);
         } else if (isNode[map.origin(start)]) {
             const std::size_t farthest = farthestPoint();
-            fit(0, farthest, chains.back());
-            fit(farthest, line.size() - 1, chains.back());
+            fit(0, farthest, chains.back(), rules.tolerance);
+            fit(farthest, line.size() - 1, chains.back(), rules.tolerance);
         } else {
             line.pop_back();
-            fitRing(chains.back());
+            fitRing(chains.back(), rules.tolerance);
+        }
+        if (rules.underlap > 0.0) {
+            goUnder(start, isClosed && !isNode[map.origin(start)]);
+        }
+    }
+    // Regions that are not painted come first: others lie beside them as beside the paper.
+    std::int64_t rankOf(std::uint32_t look) const {
+        const std::uint32_t rank = look < rules.ranks->size() ? (*rules.ranks)[look] : KivVisibleRegions::unpainted;
+        return rank != KivVisibleRegions::unpainted ? std::int64_t{rank} : -1;
+    }
+    void goUnder(std::uint32_t halfEdge, bool isRing) {
+        const std::uint32_t left = regionOf(halfEdge);
+        const std::uint32_t right = regionOf(PlanarMap::twin(halfEdge));
+        const bool onLeft = rankOf(merged.lookOf(left)) > rankOf(merged.lookOf(right));
+        const std::uint32_t look = merged.lookOf(onLeft ? right : left);
+        const std::int64_t rank = rankOf(look);
+        if (rank < 0) {
+            return;
+        }
+        const auto at = [&](const KivPicturePoint& p) {
+            const std::uint32_t there = rules.lookAt(p);
+            return there == look          ? UnderlapPlace::itself
+                   : rankOf(there) > rank ? UnderlapPlace::paintedLater
+                                          : UnderlapPlace::other;
+        };
+        const Chain& own = chains.back();
+        line = moveUnder({own.start, own.pieces, isRing}, {rules.underlap, onLeft, at});
+        if (line.empty()) {
+            return;
+        }
+        under.back() = {{line.front(), {}}, onLeft ? right : left};
+        if (isRing) {
+            fitRing(under.back().chain, underTolerance);
+        } else {
+            const std::size_t middle = line.size() / 2; // the ends may be one place
+            fit(0, middle, under.back().chain, underTolerance);
+            fit(middle, line.size() - 1, under.back().chain, underTolerance);
         }
     }
     std::size_t farthestPoint() const {
@@ -126,12 +186,12 @@ private:
         }
         return best;
     }
-    void fit(std::size_t from, std::size_t to, Chain& chain) const {
+    void fit(std::size_t from, std::size_t to, Chain& chain, double tolerance) const {
         const std::span<const KivPicturePoint> part(line.data() + from, to - from + 1);
         const KivCurvePath path = kivFitCurve(part, false, tolerance);
         append(path, line[to], chain);
     }
-    void fitRing(Chain& chain) const {
+    void fitRing(Chain& chain, double tolerance) const {
         const KivCurvePath path = kivFitCurve(line, true, tolerance);
         chain.start = path.start; // a closed line begins where it turns most
         append(path, path.start, chain);
@@ -147,6 +207,7 @@ private:
     bool trace(std::vector<KivVisibleRegion>& regions) {
         std::vector<std::uint32_t> number(map.cells().size(), PlanarMap::none);
         std::vector<bool> done(map.halfEdges(), false);
+        std::vector<bool> goesUnder;
         for (std::uint32_t h = 0; h < map.halfEdges(); ++h) {
             if (kivIsCancelledAt(h)) {
                 return false;
@@ -158,17 +219,29 @@ private:
             if (number[region] == PlanarMap::none) {
                 number[region] = static_cast<std::uint32_t>(regions.size());
                 regions.push_back(
-                    {merged.lookOf(region), merged.areaOf(region) / (RegionGrid::steps * RegionGrid::steps), {}});
+                    {merged.lookOf(region), merged.areaOf(region) / (RegionGrid::steps * RegionGrid::steps), {}, {}});
+                goesUnder.push_back(false);
             }
-            addRing(h, done, regions[number[region]]);
+            if (addRing(h, done, regions[number[region]])) {
+                goesUnder[number[region]] = true;
+            }
+        }
+        for (std::size_t i = 0; i < regions.size(); ++i) {
+            if (!goesUnder[i]) {
+                regions[i].painted.clear();
+            }
         }
         std::stable_sort(regions.begin(), regions.end(),
                          [](const KivVisibleRegion& p, const KivVisibleRegion& q) { return p.look < q.look; });
         return true;
     }
-    void addRing(std::uint32_t start, std::vector<bool>& done, KivVisibleRegion& region) const {
+    // True if the ring goes on under another region.
+    bool addRing(std::uint32_t start, std::vector<bool>& done, KivVisibleRegion& region) const {
+        const std::uint32_t own = regionOf(start);
         KivCurvePath ring;
-        ring.closed = true;
+        KivCurvePath painted;
+        ring.closed = painted.closed = true;
+        bool isUnder = false;
         double area = 0.0;
         std::uint32_t last = PlanarMap::none;
         // A ring begins with a chain.
@@ -188,20 +261,19 @@ private:
             if (chainOf[h] != last || isNode[map.origin(h)]) {
                 last = chainOf[h];
                 const Chain& chain = chains[last / 2];
-                const bool forwards = last % 2 == 0;
-                if (ring.pieces.empty()) {
-                    ring.start = forwards ? chain.start : chain.pieces.back().end;
-                }
-                if (forwards) {
-                    ring.pieces.insert(ring.pieces.end(), chain.pieces.begin(), chain.pieces.end());
-                } else {
-                    appendReversed(chain, ring.pieces);
-                }
+                const UnderChain& below = under[last / 2];
+                appendChain(chain, last % 2 == 0, ring);
+                appendChain(below.region == own ? below.chain : chain, last % 2 == 0, painted);
+                isUnder = isUnder || below.region == own;
             }
             h = next(h);
         } while (h != first);
         // The outer ring alone runs counterclockwise.
         region.rings.insert(area > 0.0 ? region.rings.begin() : region.rings.end(), std::move(ring));
+        if (rules.underlap > 0.0) {
+            region.painted.insert(area > 0.0 ? region.painted.begin() : region.painted.end(), std::move(painted));
+        }
+        return isUnder;
     }
     // The border before a half-edge around the same region.
     std::uint32_t previous(std::uint32_t halfEdge) const {
@@ -215,16 +287,17 @@ private:
 
     const PlanarMap& map;
     const RegionMerge& merged;
-    double tolerance;
+    const RingRules& rules;
     std::vector<bool> isNode;
     std::vector<std::uint32_t> chainOf; // of each half-edge: twice the chain's number, and one more against its way
     std::vector<Chain> chains;
+    std::vector<UnderChain> under; // of each chain
     std::vector<KivPicturePoint> line;
 };
 
 } // namespace
 
-bool makeRegionRings(const PlanarMap& map, const RegionMerge& merged, double tolerance,
+bool makeRegionRings(const PlanarMap& map, const RegionMerge& merged, const RingRules& rules,
                      std::vector<KivVisibleRegion>& regions) {
-    return RingMaker(map, merged, tolerance).run(regions);
+    return RingMaker(map, merged, rules).run(regions);
 }

@@ -144,7 +144,8 @@ void PageContent::paint(const KivArea& area) {
     if (isSeenThrough) {
         sink << "q /O" << static_cast<int>(placeIn(opacityTexts, kivNumberText(area.opacity))) << " gs\n";
     }
-    std::for_each(area.rings.begin(), area.rings.end(), [this](const KivCurvePath& ring) { add(ring); });
+    std::for_each(area.paintedRings().begin(), area.paintedRings().end(),
+                  [this](const KivCurvePath& ring) { add(ring); });
     sink << (rim > 0.0 ? "B*\n" : "f*\n") << (isSeenThrough ? "Q\n" : "");
 }
 

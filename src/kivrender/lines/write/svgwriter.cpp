@@ -329,7 +329,7 @@ private:
         for (const std::size_t number : run.areas) {
             const KivArea& area = drawing.areas[number];
             PathText path(layout, unit, decimals);
-            for (const KivCurvePath& ring : area.rings) {
+            for (const KivCurvePath& ring : area.paintedRings()) {
                 path.add(ring);
             }
             sink << "<path" << classes.attributes(area) << " d=\"" << path.data() << "\"/>\n";

@@ -302,6 +302,10 @@ TEST_P(Drawing, SimplifiedItStillLooksLikeThePicture) {
     compare({"--base", "Cartoon", "--add", "Outline", "--simplify"}, {"svg", "ai", "ps"}, 0.93);
 }
 
+TEST_P(Drawing, ShadowsLookLikeThoseOfThePicture) {
+    compare({"--base", "Cartoon", "--add", "none", "--shadows"}, {"svg"}, 0.95);
+}
+
 // --- seams ---
 
 struct Seams {

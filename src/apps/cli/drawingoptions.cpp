@@ -17,6 +17,9 @@ KivDrawingCollector::Areas readAreas(const Words& words) {
     if (text != "regions" && text != "faces" && text != "triangles") {
         refuseValue("areas", text, "kind of areas: regions, faces or triangles is expected");
     }
+    if (words.has("shadows") && text != "regions") {
+        throw UsageError("--shadows and --areas " + text + " exclude each other: shadows are cut out of regions");
+    }
     if (words.has("simplify") && words.has("areas") && text != "faces") {
         throw UsageError("--simplify and --areas " + text + " exclude each other: simplified areas are faces");
     }

@@ -516,6 +516,7 @@ private:
         settings.setAmbientLight(options.ambient);
         settings.setTransparencies(options.transparency || !options.objects.ghost.empty());
         settings.setPolygonOffset(options.offset);
+        settings.setShadows(options.shadows);
         if (isDrawing) {
             settings.setVectorial(true);
             return settings;
@@ -524,7 +525,6 @@ private:
         settings.setPaperImage(kivFromUtf8(paper).c_str());
         settings.setSaveDepth(options.depthImage);
         settings.setSaveShadows(options.shadowImage);
-        settings.setShadows(options.shadows);
         settings.setSaveRender(true);
         settings.setSaveRenderFile(kivFromUtf8(workName).c_str());
         return settings;

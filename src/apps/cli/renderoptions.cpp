@@ -296,9 +296,6 @@ void checkDrawings(const Words& words, const RenderOptions& options) {
     if (drawings == 0) {
         return;
     }
-    if (options.shadows) {
-        throw UsageError("--shadows: a vector drawing has no shadows; write a picture in a run of its own");
-    }
     if (drawings == static_cast<std::ptrdiff_t>(options.outputs.size())) {
         for (const auto& [isGiven, name] :
              {std::pair(options.depthImage, "--depth-image"), std::pair(!options.paper.empty(), "--paper"),

@@ -1,6 +1,7 @@
 #include "kivrender/lines/kivvisibleregions.h"
 
 #include "kivrender/lines/curveorder.h"
+#include "kivrender/lines/kivcastshadows.h"
 #include "kivrender/lines/regions/gaps.h"
 #include "kivrender/lines/regions/planarmap.h"
 #include "kivrender/lines/regions/regionborders.h"
@@ -9,6 +10,7 @@
 #include "kivrender/lines/regions/regionrings.h"
 #include "kivrender/lines/regions/snaprounding.h"
 
+#include <functional>
 #include <map>
 #include <utility>
 
@@ -17,10 +19,13 @@ namespace {
 constexpr double squareSteps = RegionGrid::steps * RegionGrid::steps;
 constexpr int mostGapRounds = 3;
 
+// The look at a point in grid steps.
+using ShownAt = std::function<std::uint32_t(double x, double y)>;
+
 // The arrangement of all that may part two looks.
-bool arrange(const RegionFaces& faces, PlanarMap& map) {
+bool arrange(const RegionFaces& faces, const std::vector<RegionLine>& further, PlanarMap& map) {
     std::vector<GridSegment> borders;
-    if (!findRegionBorders(faces, borders) || !snapRound(borders)) {
+    if (!findRegionBorders(faces, further, borders) || !snapRound(borders)) {
         return false;
     }
     bool changed = true;
@@ -33,13 +38,13 @@ bool arrange(const RegionFaces& faces, PlanarMap& map) {
 }
 
 // What most of the samples of a cell show, each counted with the room about it.
-std::uint32_t lookOf(const RegionFaces& faces, const PlanarMap::Cell& cell) {
+std::uint32_t lookOf(const ShownAt& shownAt, const PlanarMap::Cell& cell) {
     std::uint32_t best = RegionFaces::noLook;
     double most = 0.0;
     std::map<std::uint32_t, double> room;
     for (const PlanarMap::Sample& sample : cell.samples) {
         if (sample.room > 0.0) {
-            const std::uint32_t look = faces.lookAt(sample.x, sample.y);
+            const std::uint32_t look = shownAt(sample.x, sample.y);
             const double sum = room[look] += sample.room;
             if (sum > most) {
                 most = sum;
@@ -50,13 +55,13 @@ std::uint32_t lookOf(const RegionFaces& faces, const PlanarMap::Cell& cell) {
     return best;
 }
 
-bool findLooks(const RegionFaces& faces, const PlanarMap& map, std::vector<std::uint32_t>& looks) {
+bool findLooks(const ShownAt& shownAt, const PlanarMap& map, std::vector<std::uint32_t>& looks) {
     looks.assign(map.cells().size(), RegionFaces::noLook);
     for (std::size_t i = 1; i < looks.size(); ++i) {
         if (kivIsCancelledAt(i * 16)) {
             return false;
         }
-        looks[i] = lookOf(faces, map.cells()[i]);
+        looks[i] = lookOf(shownAt, map.cells()[i]);
     }
     return true;
 }
@@ -75,13 +80,27 @@ void KivVisibleRegions::add(std::span<const KivSeenCorner> corners, std::uint32_
 bool KivVisibleRegions::find() {
     found.clear();
     PlanarMap map;
+    std::vector<RegionLine> outlines;
     std::vector<std::uint32_t> looks;
-    if (!faces->build() || !arrange(*faces, map) || !findLooks(*faces, map, looks)) {
+    const auto shownAt = [this](double x, double y) {
+        const std::uint32_t face = faces->faceAt(x, y);
+        if (face == RegionFaces::noFace) {
+            return RegionFaces::noLook;
+        }
+        const std::uint32_t look = faces->faces()[face].look;
+        const unsigned int lost = shadows != nullptr ? shadows->lostAt(*faces, face, x, y) : 0;
+        return lost > 0 ? shadedLook(look, lost, offRegionGrid(x), offRegionGrid(y)) : look;
+    };
+    if (!faces->build() || (shadows != nullptr && !shadows->findBorders(*faces, outlines)) ||
+        !arrange(*faces, outlines, map) || !findLooks(shownAt, map, looks)) {
         return false;
     }
+    if (shadows != nullptr) {
+        looksAreListed();
+    }
     RegionMerge merged(map, std::move(looks), {smallestArea * squareSteps, smallestTone * squareSteps, &bodyOfLook});
-    const auto lookAt = [this](const KivPicturePoint& p) {
-        return faces->lookAt(p.x * RegionGrid::steps, p.y * RegionGrid::steps);
+    const auto lookAt = [&](const KivPicturePoint& p) {
+        return shownAt(p.x * RegionGrid::steps, p.y * RegionGrid::steps);
     };
     if (merged.run() && makeRegionRings(map, merged, {tolerance, underlap, &rankOfLook, lookAt}, found)) {
         return true;

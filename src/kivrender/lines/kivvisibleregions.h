@@ -24,6 +24,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <span>
 #include <vector>
@@ -35,6 +36,8 @@ struct KivSeenCorner {
     double y = 0.0;
     double depth = 0.0;
 };
+
+class KivCastShadows;
 
 struct KivVisibleRegion {
     std::uint32_t look = 0;
@@ -82,6 +85,16 @@ public:
         rankOfLook = std::move(ranks);
     }
 
+    // Shadows divide the regions: where so many lights are lost a face with a look shows the look that the function
+    // answers, at a point in pixels. The shadows stay the caller's and are used by find. Once all cells have their
+    // looks find calls listed, which may give bodies and ranks anew, with those of looks that shadows have made.
+    using ShadedLook = std::function<std::uint32_t(std::uint32_t look, unsigned int lost, double x, double y)>;
+    void setShadows(KivCastShadows* cast, ShadedLook shaded, std::function<void()> listed) {
+        shadows = cast;
+        shadedLook = std::move(shaded);
+        looksAreListed = std::move(listed);
+    }
+
     // False when the user cancelled; there are no regions then.
     bool find();
     // In the order of their looks.
@@ -98,6 +111,9 @@ private:
     std::vector<std::uint32_t> bodyOfLook;
     double underlap = 0.0;
     std::vector<std::uint32_t> rankOfLook;
+    KivCastShadows* shadows = nullptr;
+    ShadedLook shadedLook;
+    std::function<void()> looksAreListed;
     std::unique_ptr<class RegionFaces> faces;
     std::vector<KivVisibleRegion> found;
 };

@@ -1,5 +1,6 @@
 #include "kivrender/render/kivdrawingcollector.h"
 
+#include "kivrender/render/collectedshadows.h"
 #include "kivrender/scene/kivmesh.h"
 #include "kivrender/scene/kivscene.h"
 
@@ -52,6 +53,7 @@ KivVectorDrawing& KivDrawingCollector::begin(const KivScene* scene) {
         drop();
     }
     empty();
+    shadows.reset();
     drawing.title = title;
     if (scene != nullptr) {
         nameObjects(*scene);
@@ -67,6 +69,7 @@ void KivDrawingCollector::end() {
         kivCollectDrawing(formerDrawing);
         open = false;
         filled = true;
+        shadows.reset();
     }
 }
 

@@ -10,8 +10,10 @@
 //     }
 //
 // Each render replaces what was in the drawing. A render that is cancelled, fails or is too large for its buffer
-// (KivVectorPage::hasOverflowed) leaves it empty: hasDrawing tells. The drawing and the collector are the host's; the
-// drawing must outlive the collector. The paper image of the settings is no part of a drawing.
+// (KivVectorPage::hasOverflowed) leaves it empty: hasDrawing tells. With shadows in the settings regions have their
+// areas: as shaders paint what no light reaches, between outlines that are computed and not sampled. The drawing and
+// the collector are the host's; the drawing must outlive the collector. The paper image of the settings is no part of a
+// drawing.
 #ifndef KIVRENDER_RENDER_KIVDRAWINGCOLLECTOR_H
 #define KIVRENDER_RENDER_KIVDRAWINGCOLLECTOR_H
 
@@ -19,12 +21,14 @@
 #include "kivrender/platform/kivexport.h"
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
 
 class KivMesh;
 class KivScene;
+struct CollectedShadows;
 
 class KIV_API KivDrawingCollector {
 public:
@@ -81,6 +85,10 @@ public:
     KivVectorDrawing& begin(const KivScene* scene);
     void end();
     void drop();
+    // What a render with shadows has recorded beside its page; null without shadows.
+    std::unique_ptr<CollectedShadows>& collectedShadows() {
+        return shadows;
+    }
 
 private:
     void nameObjects(const KivScene& scene);
@@ -97,6 +105,7 @@ private:
     std::vector<const KivMesh*> meshes; // that the names belong to
     bool open = false;
     bool filled = false;
+    std::unique_ptr<CollectedShadows> shadows;
 };
 
 #endif

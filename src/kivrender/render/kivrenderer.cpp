@@ -86,6 +86,7 @@ struct KivRenderer::Frame {
     KivNonCombinableShader* nonCombinable = nullptr;
     KivCombinableShader* combinables[kivMaxShaders] = {};
     int combinableCount = 0;
+    bool hasShadowsAsAreas = false;
 };
 
 void KivRenderer::leaveOutBrokenMeshes(KivScene& scene) {
@@ -197,11 +198,16 @@ void KivRenderer::stopWithoutMemory(KivBitmapManager& surface) {
 
 bool KivRenderer::renderFrame(Frame& frame, KivDataManager* data) {
     const KivCommonSettings& settings = frame.settings;
+    if (settings.doShadows() && settings.doVectorial() && KivDrawingCollector::current() != nullptr) {
+        // The drawing is recorded as it is without shadows; these divide its areas.
+        frame.hasShadowsAsAreas = true;
+        frame.settings.setShadows(false);
+    }
     frame.size = frame.finalSize;
     if (!settings.doVectorial()) {
         frame.size = {scaledSide(frame.finalSize.cx, settings.getAntialias()),
                       scaledSide(frame.finalSize.cy, settings.getAntialias())};
-    } else if (!settings.doShadows() && !settings.doTransparencies()) {
+    } else if (!settings.doShadows() && !settings.doTransparencies() && !frame.hasShadowsAsAreas) {
         optimizeScene(frame.scene, frame.camera);
     }
     communication.setPolygonOffset(polygonOffsetFactor, static_cast<float>(settings.getPolygonOffset()));
@@ -235,7 +241,9 @@ bool KivRenderer::renderFrame(Frame& frame, KivDataManager* data) {
     if (!renderPasses(frame)) {
         return false;
     }
-    if (!drawParallelDepth(frame)) {
+    if (!drawParallelDepth(frame) ||
+        (frame.hasShadowsAsAreas &&
+         !recordShadows(frame.nonCombinable, settings, frame.camera, *frame.scene, frame.surface))) {
         return false;
     }
     shaped.forget();

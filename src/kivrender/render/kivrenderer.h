@@ -171,6 +171,9 @@ private:
     static void openCollectedPage(KivBitmapManager& surface, const KivCommonSettings& settings, const KivCamera& camera,
                                   const KivScene* scene, tagSIZE size);
     static void closeCollectedPage(KivProgress* progress);
+    // Ends the recording of the page, and records what the shadows on it show. False when cancelled.
+    bool recordShadows(KivNonCombinableShader* defaultShader, const KivCommonSettings& settings,
+                       const KivCamera& camera, KivScene& scene, KivBitmapManager* surface);
     static void forgetVectorFile(KivBitmapManager& surface);
     void endRendering(KivBitmapManager* surface, const KivCommonSettings& settings, KivProgress* progress);
     void renderAllNonCombinableShadersForObjectRendering(const KivCommonSettings& settings, const KivCamera& camera,

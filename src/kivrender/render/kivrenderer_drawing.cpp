@@ -1,12 +1,19 @@
 // A frame whose drawing a host collects: it is recorded as every vector page is, and becomes data instead of a file.
 #include "kivrender/host/kivhostapplicationservices.h"
 #include "kivrender/host/kivlanguage.h"
+#include "kivrender/render/collectedshadows.h"
 #include "kivrender/render/kivdrawingcollector.h"
+#include "kivrender/render/kivmeshwalk.h"
 #include "kivrender/render/kivrenderer.h"
+#include "kivrender/render/kivshadowcaster.h"
 #include "kivrender/render/recordedpage.h"
 #include "kivrender/scene/kivcamera.h"
+#include "kivrender/scene/kivlight.h"
+#include "kivrender/scene/kivmesh.h"
 #include "kivrender/scene/kivprogress.h"
+#include "kivrender/scene/kivscene.h"
 #include "kivrender/settings/kivcommonsettings.h"
+#include "kivrender/shader/kivnoncombinableshader.h"
 #include "kivrender/shader/kivobjectnumbers.h"
 #include "kivrender/vector/gl2pspage.h"
 #include "kivrender/vector/kivvectorpage.h"
@@ -38,6 +45,54 @@ FeedbackView viewOfContext() {
     glGetDoublev(GL_PROJECTION_MATRIX, view.projection);
     glGetIntegerv(GL_VIEWPORT, view.viewport);
     return view;
+}
+
+// To the picture's places and depths.
+KivProjectiveMap pictureFromWorld() {
+    const FeedbackView view = viewOfContext();
+    double depths[2] = {0.0, 1.0};
+    glGetDoublev(GL_DEPTH_RANGE, depths);
+    const double half[3] = {0.5 * view.viewport[2], 0.5 * view.viewport[3], 0.5 * (depths[1] - depths[0])};
+    const double middle[3] = {view.viewport[0] + half[0], view.viewport[1] + half[1], depths[0] + half[2]};
+    KivProjectiveMap clip{}; // OpenGL keeps columns first
+    for (std::size_t row = 0; row < 4; ++row) {
+        for (std::size_t column = 0; column < 4; ++column) {
+            for (std::size_t k = 0; k < 4; ++k) {
+                clip[4 * row + column] += view.projection[4 * k + row] * view.modelView[4 * column + k];
+            }
+        }
+    }
+    KivProjectiveMap map = clip;
+    for (std::size_t row = 0; row < 3; ++row) {
+        for (std::size_t column = 0; column < 4; ++column) {
+            map[4 * row + column] = half[row] * clip[4 * row + column] + middle[row] * clip[12 + column];
+        }
+    }
+    return map;
+}
+
+KivVec vecOf(const Kiv3DPoint& p) {
+    return {p.x, p.y, p.z};
+}
+
+// False when the user cancelled.
+bool addCasters(KivMesh& mesh, KivCastShadows& cast) {
+    constexpr unsigned int trianglesPerPoll = 4096;
+    for (unsigned int t = 0; t < mesh.getNumTriangles(); ++t) {
+        if (t % trianglesPerPoll == 0 && kivIsCancelled()) {
+            return false;
+        }
+        Kiv3DPoint corners[3];
+        if (mesh.getTriangle(corners, t)) {
+            cast.addCaster({vecOf(corners[0]), vecOf(corners[1]), vecOf(corners[2])});
+        }
+    }
+    return true;
+}
+
+bool castsLight(const KivLight& light) {
+    return light.getStyle() == KivLight::directionalLight || light.getStyle() == KivLight::pointLight ||
+           light.getStyle() == KivLight::spotLight;
 }
 
 // The walk of the stages of simplification, the last of which is left open, belongs to it.
@@ -72,8 +127,8 @@ void endStep(KivProgress* progress, std::size_t size) {
     }
 }
 
-bool addAreas(const RecordedPage& page, const KivDrawingCollector& collector, KivVectorDrawing& drawing,
-              KivProgress* progress) {
+bool addAreas(const RecordedPage& page, const KivDrawingCollector& collector, CollectedShadows* shadows,
+              KivVectorDrawing& drawing, KivProgress* progress) {
     const KivDrawingCollector::Areas areas = collector.areas();
     if (areas == KivDrawingCollector::Areas::faces) {
         return addFaces(page, drawing, progress);
@@ -82,6 +137,7 @@ bool addAreas(const RecordedPage& page, const KivDrawingCollector& collector, Ki
     RegionRules rules;
     rules.tolerance = collector.getTolerance();
     rules.smallestTone = collector.getSmallestTone();
+    rules.shadows = shadows;
     const bool done =
         areas == KivDrawingCollector::Areas::regions ? page.addRegions(drawing, rules) : page.addTriangles(drawing);
     if (!done) {
@@ -109,11 +165,54 @@ void KivRenderer::openCollectedPage(KivBitmapManager& surface, const KivCommonSe
     }
 }
 
+bool KivRenderer::recordShadows(KivNonCombinableShader* defaultShader, const KivCommonSettings& settings,
+                                const KivCamera& camera, KivScene& scene, KivBitmapManager* surface) {
+    KivNonCombinableShader* list[kivMaxShaders] = {};
+    const int count = getAllNonCombinableShaders(list);
+    const auto shaderOf = [&](const KivMesh* mesh) {
+        return getNonCombinableShaderForThisMesh(mesh, count, list, defaultShader);
+    };
+    auto shadows = std::make_unique<CollectedShadows>(pictureFromWorld());
+    shadows->result = gl2psEndRecording(&shadows->page);
+    const KivMeshWalk walk(scene, settings, surface, nullptr, shaderOf);
+    for (int pass = 1; pass <= 2; ++pass) {
+        std::vector<float>& recorded = pass == 1 ? shadows->withoutAny : shadows->emission;
+        if (kivIsCancelled()) {
+            return false;
+        }
+        if (gl2psBeginRecording(KivVectorPage::getBufferSize()) != GL2PS_SUCCESS) {
+            continue;
+        }
+        walk.run([&](KivNonCombinableShader& shader, KivMesh& mesh, int) {
+            shader.renderMeshPass(&mesh, nullptr, 0, 0, settings, &scene, pass, camera, true);
+        });
+        if (const GLint result = gl2psEndRecording(&recorded); result != GL2PS_SUCCESS && result != GL2PS_NO_FEEDBACK) {
+            shadows->result = result;
+        }
+    }
+    for (unsigned int m = 0; KivMesh* mesh = scene.getMesh(m); ++m) {
+        if (shaderOf(mesh) != nullptr && kivCastsShadow(*mesh, camera, settings) && !addCasters(*mesh, shadows->cast)) {
+            return false;
+        }
+    }
+    for (unsigned int l = 0; l < scene.numLights(); ++l) {
+        if (const KivLight* light = scene.getLight(l); light != nullptr && castsLight(*light)) {
+            shadows->cast.addLight(vecOf(light->getLocation())); // shadows spread from there, whatever the style
+        }
+    }
+    KivDrawingCollector::current()->collectedShadows() = std::move(shadows);
+    return !kivIsCancelled();
+}
+
 void KivRenderer::closeCollectedPage(KivProgress* progress) {
     KivDrawingCollector& collector = *KivDrawingCollector::current();
     std::vector<float> recorded;
     kivNumberObjects(nullptr);
-    const GLint result = gl2psEndRecording(&recorded);
+    CollectedShadows* const shadows = collector.collectedShadows().get();
+    const GLint result = shadows != nullptr ? shadows->result : gl2psEndRecording(&recorded);
+    if (shadows != nullptr) {
+        recorded.swap(shadows->page);
+    }
     KivHostApplicationServices* const host = KivHostApplicationServices::getDefaultHost();
     if (result == GL2PS_OVERFLOW && host != nullptr) {
         host->message(kivText(textVectorOverflow).c_str());
@@ -125,7 +224,7 @@ void KivRenderer::closeCollectedPage(KivProgress* progress) {
     }
     const RecordedPage page(recorded);
     drawing->areaRim = collector.areas() == KivDrawingCollector::Areas::regions ? 0.0 : rimWidth;
-    if (addAreas(page, collector, *drawing, progress) && page.addStrokes(*drawing) && !kivIsCancelled()) {
+    if (addAreas(page, collector, shadows, *drawing, progress) && page.addStrokes(*drawing) && !kivIsCancelled()) {
         collector.end();
     } else {
         collector.drop();

@@ -2,6 +2,7 @@
 #include "kivrender/host/kivlanguage.h"
 #include "kivrender/render/kivmeshwalk.h"
 #include "kivrender/render/kivrenderer.h"
+#include "kivrender/render/kivshadowcaster.h"
 #include "kivrender/scene/kivcamera.h"
 #include "kivrender/scene/kivmesh.h"
 #include "kivrender/scene/kivprogress.h"
@@ -18,14 +19,6 @@ namespace {
 
 // Welded meshes and their edges are kept for the further lights of a pass up to this size.
 constexpr std::size_t volumeMemory = std::size_t{1} << 29;
-
-// A mesh that is smaller than this part of the picture's short side on two axes casts no shadow: a small object or a
-// thin rod would cost as much as any and show next to nothing.
-bool isLargeEnoughToCast(KivMesh& mesh, const KivCamera& camera) {
-    const double limit = camera.getMinFrustumSize() / 60.0;
-    const KivBox& box = *mesh.getBoundingBox();
-    return (box.getXSize() > limit ? 1 : 0) + (box.getYSize() > limit ? 1 : 0) + (box.getZSize() > limit ? 1 : 0) >= 2;
-}
 
 } // namespace
 
@@ -119,10 +112,8 @@ bool KivRenderer::renderShadowVolumes(KivShadows& shadows, KivScene* scene, cons
     for (int l = 0; l < numLights; ++l) {
         const KivLight* light = scene->getLight(static_cast<unsigned int>(l));
         for (unsigned int m = 0; KivMesh* mesh = scene->getMesh(m); ++m) {
-            // Half-opaque meshes cast a shadow though they are drawn with the transparent ones.
-            const bool dense = !settings.doTransparencies() || mesh->getMaterial()->getTransparency() >= 0.5;
-            if (getNonCombinableShaderForThisMesh(mesh, count, list, defaultShader) != nullptr && dense &&
-                isLargeEnoughToCast(*mesh, camera)) {
+            if (getNonCombinableShaderForThisMesh(mesh, count, list, defaultShader) != nullptr &&
+                kivCastsShadow(*mesh, camera, settings)) {
                 shadows.drawShadowVolume(mesh, light, false);
             }
             if (progress != nullptr) {

@@ -11,6 +11,7 @@
 #include <unordered_map>
 #include <vector>
 
+struct CollectedShadows;
 struct KivVectorDrawing;
 
 // A colour of four parts from 0 to 1 as a drawing has it; the fourth is its opacity.
@@ -30,6 +31,7 @@ struct RegionRules {
     double smallestArea = 0.05;
     double smallestTone = 0.0;
     double underlap = 1.0; // as KivVisibleRegions::setUnderlap
+    CollectedShadows* shadows = nullptr;
 };
 
 class RecordedPage {

@@ -2,6 +2,7 @@
 #include "kivrender/lines/kivvectordrawing.h"
 #include "kivrender/lines/kivvisibleregions.h"
 #include "kivrender/render/recordedpage.h"
+#include "kivrender/render/shadowtones.h"
 #include "kivrender/scene/kivprogress.h"
 
 #include <algorithm>
@@ -143,14 +144,18 @@ private:
         KivVisibleRegions picture(drawing.width, drawing.height);
         picture.setTolerance(rules.tolerance);
         picture.setSmallestArea(rules.smallestArea);
-        // What belongs to no object is drawn by a shader as it wants it, however small.
-        std::vector<std::uint32_t> bodies;
-        for (std::uint32_t i = 0; i < looks.size(); ++i) {
-            bodies.push_back(looks[i].object != 0 ? looks[i].object : KivVisibleRegions::mostLooks - 1 - i);
+        describeLooks(picture);
+        if (rules.shadows != nullptr) {
+            if (!tones.read(*rules.shadows, drawing.width, drawing.height)) {
+                return false;
+            }
+            picture.setShadows(
+                &rules.shadows->cast,
+                [this](std::uint32_t look, unsigned int lost, double x, double y) {
+                    return shadedLook(look, lost, x, y);
+                },
+                [this, &picture] { describeLooks(picture); });
         }
-        picture.setSmallestTone(rules.smallestTone, std::move(bodies));
-        const std::vector<std::uint32_t> ranks = paintingRanks();
-        picture.setUnderlap(rules.underlap, ranks);
         std::size_t polygon = 0;
         const bool all = forEach([&](const FeedbackItem& item, const FeedbackState&) {
             const std::uint32_t look = lookOfPolygon[polygon++];
@@ -161,6 +166,7 @@ private:
         if (!all || !picture.find()) {
             return false;
         }
+        const std::vector<std::uint32_t> ranks = paintingRanks();
         std::vector<const KivVisibleRegion*> painted;
         for (const KivVisibleRegion& region : picture.regions()) {
             if (ranks[region.look] != KivVisibleRegions::unpainted) {
@@ -174,6 +180,28 @@ private:
             addArea(looks[region->look], *region);
         }
         return true;
+    }
+    void describeLooks(KivVisibleRegions& picture) const {
+        // What belongs to no object is drawn by a shader as it wants it, however small.
+        std::vector<std::uint32_t> bodies;
+        for (std::uint32_t i = 0; i < looks.size(); ++i) {
+            bodies.push_back(looks[i].object != 0 ? looks[i].object : KivVisibleRegions::mostLooks - 1 - i);
+        }
+        picture.setSmallestTone(rules.smallestTone, std::move(bodies));
+        picture.setUnderlap(rules.underlap, paintingRanks());
+    }
+    // What belongs to no object stands before no light.
+    std::uint32_t shadedLook(std::uint32_t look, unsigned int lost, double x, double y) {
+        if (looks[look].object == 0 || looks[look].isDepthOnly) {
+            return look;
+        }
+        Look shaded = looks[look];
+        shaded.paint.color = tones.colorAt(shaded.paint.color, x, y, lost);
+        const auto [place, isNew] = numbers.try_emplace(shaded, static_cast<std::uint32_t>(looks.size()));
+        if (isNew) {
+            looks.push_back(shaded);
+        }
+        return place->second;
     }
     // Object after object, lighter tones over darker ones.
     std::vector<std::uint32_t> paintingRanks() const {
@@ -230,6 +258,7 @@ private:
     std::vector<std::pair<double, double>> depths; // the sum and the number of corners
     std::vector<std::uint32_t> lookOfPolygon;
     std::vector<KivSeenCorner> corners;
+    ShadowTones tones;
 };
 
 } // namespace

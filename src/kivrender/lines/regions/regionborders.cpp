@@ -130,7 +130,11 @@ public:
     }
 
     bool addCrossings() {
-        for (const RegionLine& line : crossings.lines) {
+        return addLines(crossings.lines);
+    }
+
+    bool addLines(const std::vector<RegionLine>& lines) {
+        for (const RegionLine& line : lines) {
             if (kivIsCancelledAt(count++ * 16)) {
                 return false;
             }
@@ -192,10 +196,8 @@ private:
 
 } // namespace
 
-bool findRegionBorders(const RegionFaces& faces, std::vector<GridSegment>& borders) {
+bool findRegionBorders(const RegionFaces& faces, const std::vector<RegionLine>& further,
+                       std::vector<GridSegment>& borders) {
     BorderFinder finder(faces, borders);
-    if (!finder.addEdges() || !finder.addCrossings()) {
-        return false;
-    }
-    return true;
+    return finder.addEdges() && finder.addCrossings() && finder.addLines(further);
 }

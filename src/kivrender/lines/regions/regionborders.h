@@ -7,8 +7,9 @@
 #include <vector>
 
 // Edges whose two sides are not the same look, folds, open edges, and lines where faces of different looks cross. Their
-// visible parts are added, on the grid and a little beyond where something begins to hide them, so that they reach it.
-// False when the user cancelled.
-bool findRegionBorders(const RegionFaces& faces, std::vector<GridSegment>& borders);
+// visible parts are added, on the grid and a little beyond where something begins to hide them, so that they reach it;
+// and those of further lines that lie on the faces. False when the user cancelled.
+bool findRegionBorders(const RegionFaces& faces, const std::vector<RegionLine>& further,
+                       std::vector<GridSegment>& borders);
 
 #endif

@@ -172,7 +172,7 @@ bool RegionFaces::covers(const Face& face, double x, double y) const {
 }
 
 // First how far the nearest face may reach, then the last of those that may be as near.
-std::uint32_t RegionFaces::lookAt(double x, double y) const {
+std::uint32_t RegionFaces::faceAt(double x, double y) const {
     double reach = std::numeric_limits<double>::infinity();
     const auto visit = [&](auto take) {
         index.probe(offRegionGrid(x), offRegionGrid(y), [&](std::uint32_t number) {
@@ -193,7 +193,24 @@ std::uint32_t RegionFaces::lookAt(double x, double y) const {
             last = std::max(last, number);
         }
     });
-    return isCovered ? triangles[last].look : noLook;
+    return isCovered ? last : noFace;
+}
+
+std::uint32_t RegionFaces::lookAt(double x, double y) const {
+    const std::uint32_t face = faceAt(x, y);
+    return face != noFace ? triangles[face].look : noLook;
+}
+
+bool RegionFaces::isCoveredBefore(double x, double y, double depth) const {
+    bool isCovered = false;
+    index.probe(offRegionGrid(x), offRegionGrid(y), [&](std::uint32_t number) {
+        if (!isCovered && covers(triangles[number], x, y)) {
+            const RegionPlane plane = planeOf(number);
+            isCovered = std::clamp(plane.at(x, y), plane.low, plane.high) < depth;
+        }
+        return isCovered ? -std::numeric_limits<double>::infinity() : depth;
+    });
+    return isCovered;
 }
 
 // Where the segment runs inside the triangle, by more than the margin in steps.

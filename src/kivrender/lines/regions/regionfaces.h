@@ -67,8 +67,12 @@ public:
     RegionPlane planeOf(std::uint32_t face) const;
     // How much a depth on the face may be wrong.
     double noiseOf(std::uint32_t face) const;
-    // The look of the nearest face at a point in grid steps.
+    static constexpr std::uint32_t noFace = std::numeric_limits<std::uint32_t>::max();
+    // The nearest face at a point in grid steps, and its look.
+    std::uint32_t faceAt(double x, double y) const;
     std::uint32_t lookAt(double x, double y) const;
+    // Whether a face covers a point in grid steps nearer than the depth.
+    bool isCoveredBefore(double x, double y, double depth) const;
     // The visible parts in ascending order. Replaces what was in parts.
     void visibleParts(const RegionLine& line, std::vector<KivLinePart>& parts) const;
 

@@ -266,6 +266,11 @@ TEST(CommandLine, DrawingsByDefaultAndOnASheet) {
                 "--margin",     "15mm", "--scale", "1:2",        "--units",   "inch",         "--hidden", "dashed",
                 "--line-group", "0.7",  "--pen",   "crease=1pt", "--pen",     "hidden=0.2mm", "--view",   "iso"});
     EXPECT_EQ(o.drawing.areas, KivDrawingCollector::Areas::triangles);
+    EXPECT_NEAR(static_cast<double>(o.width) / o.height, 420.0 / 297.0, 1e-3) << "the proportions of the sheet";
+    EXPECT_NEAR(o.width * o.height, 1280 * 960, 1280);
+    EXPECT_EQ(render({"a.obj", "-o", "a.svg", "--page", "A4", "-s", "100x100"}).width, 100);
+    EXPECT_EQ(render({"a.obj", "-o", "a.svg", "-o", "a.png", "--page", "A4"}).width, 1280);
+    EXPECT_EQ(render({"a.obj", "-o", "a.svg", "--page", "fit"}).width, 1280);
     const KivSheet& sheet = o.drawing.sheet;
     EXPECT_EQ(sheet.page, KivSheet::Page::paper);
     EXPECT_EQ(sheet.width, 420.0);

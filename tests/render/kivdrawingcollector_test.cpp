@@ -309,6 +309,56 @@ TEST_F(DrawingCollector, FacesJoinTrianglesInOnePlane) {
     EXPECT_EQ(drawing.areas.size(), 8U);
 }
 
+TEST_F(DrawingCollector, FacesThatAreJoinedKnowTheirObjects) {
+    KivDrawingCollector collector(drawing);
+    collector.setAreas(KivDrawingCollector::Areas::faces);
+    shader(L"base").draws = false;
+    drawAlso([this] {
+        KivDrawing::enableLighting(false, true);
+        KivDrawing::setColor(1.0F, 0.0F, 0.0F, 1.0F, true);
+        for (unsigned int m = 0; m < 2; ++m) {
+            const KivMesh* const mesh = scene.getMesh(m);
+            KivDrawing::beginObject(mesh, true);
+            KivDrawing::beginDrawing(true, KivDrawing::triangles);
+            for (unsigned int t = 0; t < mesh->getNumTriangles(); ++t) {
+                Kiv3DPoint points[3];
+                mesh->getTriangle(points, t);
+                KivDrawing::drawTriangle(points, true);
+            }
+            KivDrawing::endDrawing(true);
+        }
+    });
+    scene.empty();
+    scene.addMesh(rectangle(-0.5, -0.5, 0.5, 0.0, 0.0).release());
+    scene.addMesh(rectangle(-0.25, -0.5, 0.25, 0.5, 0.5).release());
+    ASSERT_TRUE(render({80, 40}));
+    double sums[3] = {};
+    for (const KivArea& area : drawing.areas) {
+        ASSERT_LT(area.object, 3U);
+        sums[area.object] += areaOf(area);
+    }
+    EXPECT_EQ(sums[0], 0.0);
+    EXPECT_NEAR(sums[2], 400.0, 0.5) << "20 by 20, before the other";
+    EXPECT_NEAR(sums[1], 400.0, 0.5) << "40 by 10";
+}
+
+TEST_F(DrawingCollector, TellsWhetherTheOrderOfAreasIsExact) {
+    KivDrawingCollector collector(drawing);
+    const auto isExact = [&](KivDrawingCollector::Areas areas) {
+        collector.setAreas(areas);
+        scene.empty();
+        scene.addMesh(rectangle(-0.5, -0.5, 0.5, 0.0, 0.0).release());
+        scene.addMesh(rectangle(-0.25, -0.5, 0.25, 0.5, 0.5).release());
+        EXPECT_TRUE(render({80, 40}));
+        return KivVectorPage::wasOrderExact();
+    };
+    EXPECT_TRUE(isExact(KivDrawingCollector::Areas::triangles));
+    EXPECT_TRUE(isExact(KivDrawingCollector::Areas::faces));
+    KivVectorPage::setExactOrder(false);
+    EXPECT_TRUE(isExact(KivDrawingCollector::Areas::regions)) << "they lie side by side";
+    KivVectorPage::setExactOrder(true);
+}
+
 TEST_F(DrawingCollector, GradientsGetTheirMeanAndBlendedAreasTheirOpacity) {
     KivDrawingCollector collector(drawing);
     collector.setAreas(KivDrawingCollector::Areas::triangles);

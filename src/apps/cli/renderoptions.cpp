@@ -307,6 +307,18 @@ void checkDrawings(const Words& words, const RenderOptions& options) {
     }
 }
 
+// What covers the picture covers the sheet, too, where both have the same proportions. The pixels are as many as else.
+void matchSheet(const Words& words, RenderOptions& options) {
+    const KivSheet& sheet = options.drawing.sheet;
+    if (words.has("size") || sheet.page != KivSheet::Page::paper ||
+        !std::all_of(options.outputs.begin(), options.outputs.end(), isDrawingName)) {
+        return;
+    }
+    const double pixels = static_cast<double>(options.width) * options.height;
+    options.width = std::max(1, static_cast<std::int32_t>(std::lround(std::sqrt(pixels * sheet.width / sheet.height))));
+    options.height = std::max(1, static_cast<std::int32_t>(std::lround(pixels / options.width)));
+}
+
 PreviewOptions readPreview(const Words& words) {
     PreviewOptions options;
     readSize(words, options);
@@ -379,6 +391,7 @@ RenderOptions parseRenderOptions(const Words& words) {
     }
     options.drawing = parseDrawingOptions(words);
     checkDrawings(words, options);
+    matchSheet(words, options);
     options.upAxis = parseUpAxis(words);
     readObjects(words, options.objects);
     options.deflection =

@@ -44,7 +44,7 @@ struct KivStroke {
 };
 
 // One look of one object that hangs together. Rings by the even-odd rule, the outer one first; the rings of areas of
-// opacity 1 do not overlap where they were made as regions, and are painted in their order else.
+// opacity 1 do not overlap where they were made as regions, but for backdrops, and are painted in their order else.
 struct KivArea {
     std::uint32_t object = 0;
     std::uint32_t color = 0;
@@ -53,6 +53,8 @@ struct KivArea {
     // What to paint in place of the rings, where that is not the same: areas that are painted later cover what is more,
     // and nothing shines through between them and this one in viewers that smooth each area by itself.
     std::vector<KivCurvePath> painted;
+    // Lies behind everything, in whole, and covers the sheet that the drawing is put on, in the picture's proportions.
+    bool isBackdrop = false;
 
     const std::vector<KivCurvePath>& paintedRings() const {
         return painted.empty() ? rings : painted;

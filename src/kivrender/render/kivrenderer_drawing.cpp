@@ -175,20 +175,19 @@ bool KivRenderer::recordShadows(KivNonCombinableShader* defaultShader, const Kiv
     auto shadows = std::make_unique<CollectedShadows>(pictureFromWorld());
     shadows->result = gl2psEndRecording(&shadows->page);
     const KivMeshWalk walk(scene, settings, surface, nullptr, shaderOf);
-    for (int pass = 1; pass <= 2; ++pass) {
-        std::vector<float>& recorded = pass == 1 ? shadows->withoutAny : shadows->emission;
+    // A recording that was too large stays the last one, and known as such.
+    for (int pass = 1; pass <= 2 && shadows->result == GL2PS_SUCCESS; ++pass) {
         if (kivIsCancelled()) {
             return false;
         }
-        if (gl2psBeginRecording(KivVectorPage::getBufferSize()) != GL2PS_SUCCESS) {
-            continue;
+        shadows->result = gl2psBeginRecording(KivVectorPage::getBufferSize());
+        if (shadows->result != GL2PS_SUCCESS) {
+            break;
         }
         walk.run([&](KivNonCombinableShader& shader, KivMesh& mesh, int) {
             shader.renderMeshPass(&mesh, nullptr, 0, 0, settings, &scene, pass, camera, true);
         });
-        if (const GLint result = gl2psEndRecording(&recorded); result != GL2PS_SUCCESS && result != GL2PS_NO_FEEDBACK) {
-            shadows->result = result;
-        }
+        shadows->result = gl2psEndRecording(pass == 1 ? &shadows->withoutAny : &shadows->emission);
     }
     for (unsigned int m = 0; KivMesh* mesh = scene.getMesh(m); ++m) {
         if (shaderOf(mesh) != nullptr && kivCastsShadow(*mesh, camera, settings) && !addCasters(*mesh, shadows->cast)) {

@@ -1,8 +1,11 @@
 #include "kivrender/render/recordedpage.h"
 
 #include "kivrender/lines/kivvectordrawing.h"
+#include "kivrender/render/recordedobjects.h"
 #include "kivrender/scene/kivprogress.h"
+#include "kivrender/vector/gl2pspage.h"
 #include "kivrender/vector/hiddenprimitives.h"
+#include "kivrender/vector/kivvectorpage.h"
 #include "kivrender/vector/paintersorder.h"
 #include "kivrender/vector/parsertoclasses.h"
 
@@ -99,9 +102,15 @@ bool RecordedPage::paint(FeedbackPrimitiveList& list, const ObjectsOfPrimitives&
         before.push_back(place != objects.end() && place->second < drawing.objects.size() ? place->second : 0);
     }
     std::vector<std::uint32_t> origins;
-    if (!PaintersOrder(offset).sort(&list, &origins)) {
+    bool isExact = true;
+    PaintersOrder order(offset);
+    if (!KivVectorPage::isExactOrder()) {
+        order.setWork(0);
+    }
+    if (!order.sort(&list, &origins, &isExact)) {
         return false;
     }
+    kivNoteOrder(isExact);
     drawing.areas.reserve(drawing.areas.size() + list.size());
     for (std::size_t i = 0; i < list.size(); ++i) {
         drawing.areas.push_back(areaOf(*list[i]));
@@ -138,5 +147,18 @@ bool RecordedPage::addSimplified(float* simplified, int used, KivVectorDrawing& 
     FeedbackPrimitiveList others(rest, list->end());
     list->erase(rest, list->end());
     deletePrimitives(others);
-    return paint(*list, {}, drawing);
+    RecordedObjects recorded;
+    if (!recorded.read(library)) {
+        return false;
+    }
+    ObjectsOfPrimitives objects;
+    for (std::size_t i = 0; i < list->size(); ++i) {
+        if (i % 4096 == 0 && kivIsCancelled()) {
+            return false;
+        }
+        if (const std::uint32_t object = recorded.objectOf(*(*list)[i]); object != 0) {
+            objects.emplace((*list)[i], object);
+        }
+    }
+    return paint(*list, objects, drawing);
 }

@@ -57,8 +57,8 @@ public:
     bool addRegions(KivVectorDrawing& drawing, const RegionRules& rules) const;
     // The polygons as they were drawn, without those that are hidden, from back to front.
     bool addTriangles(KivVectorDrawing& drawing) const;
-    // The same of a buffer that the stages of simplification gave, in which faces of all objects run together: they
-    // belong to none.
+    // The same of a buffer that the stages of simplification gave. What of several objects lies in one plane and has
+    // one colour runs together, and belongs to the one in its middle.
     bool addSimplified(float* simplified, int used, KivVectorDrawing& drawing) const;
     // Lines and points, as far as no opaque polygon hides them.
     bool addStrokes(KivVectorDrawing& drawing) const;

@@ -21,13 +21,14 @@ struct Look {
     std::uint32_t object = 0;
     RecordedPaint paint;
     bool isDepthOnly = false; // covers in the colour of the page, and is no area
+    bool isBackdrop = false;  // no object's, at the far end of the depths: behind everything
     bool isTurned = false;
 
     bool isOpaque() const {
         return paint.opacity >= 1.0;
     }
     auto key() const {
-        return std::tie(object, paint.color, paint.opacity, isDepthOnly, isTurned);
+        return std::tie(object, paint.color, paint.opacity, isDepthOnly, isBackdrop, isTurned);
     }
     friend bool operator<(const Look& p, const Look& q) {
         return p.key() < q.key();
@@ -61,6 +62,16 @@ bool isTurned(const FeedbackItem& item) {
     return twice < 0.0;
 }
 
+bool isAtFarEnd(const FeedbackItem& item) {
+    constexpr float farEnd = 1.0F - 0x1p-20F;
+    for (int i = 0; i < item.count; ++i) {
+        if (item.vertices[vertexFloats * i + 2] < farEnd) {
+            return false;
+        }
+    }
+    return true;
+}
+
 // Of light as the eye has it (ITU-R BT.601), in thousandths.
 std::uint32_t brightness(std::uint32_t color) {
     return 299 * (color & 0xFFU) + 587 * (color >> 8U & 0xFFU) + 114 * (color >> 16U & 0xFFU);
@@ -72,7 +83,7 @@ public:
         : library(recorded), rules(regionRules), drawing(into) {}
 
     bool add() {
-        if (!listLooks() || !addOpaque()) {
+        if (!listLooks() || !addBackdrop() || !addOpaque()) {
             return false;
         }
         std::vector<std::uint32_t> blended;
@@ -107,6 +118,7 @@ private:
         look.object = state.object < drawing.objects.size() ? state.object : 0;
         look.paint = kivPaintOf(item, state);
         look.isDepthOnly = state.offset && look.isOpaque() && look.paint.color == drawing.background;
+        look.isBackdrop = look.object == 0 && look.isOpaque() && !look.isDepthOnly && isAtFarEnd(item);
         look.isTurned = !look.isOpaque() && isTurned(item);
         return look;
     }
@@ -140,6 +152,34 @@ private:
         }
         picture.add(corners, look);
     }
+    // In whole, so that it can cover a sheet of another size than the picture.
+    bool addBackdrop() {
+        if (std::none_of(looks.begin(), looks.end(), [](const Look& look) { return look.isBackdrop; })) {
+            return true;
+        }
+        KivVisibleRegions picture(drawing.width, drawing.height);
+        picture.setTolerance(rules.tolerance);
+        picture.setSmallestArea(rules.smallestArea);
+        std::vector<std::uint32_t> ranks;
+        for (std::uint32_t i = 0; i < looks.size(); ++i) {
+            ranks.push_back(i);
+        }
+        picture.setUnderlap(rules.underlap, std::move(ranks));
+        std::size_t polygon = 0;
+        const bool all = forEach([&](const FeedbackItem& item, const FeedbackState&) {
+            const std::uint32_t look = lookOfPolygon[polygon++];
+            if (looks[look].isBackdrop) {
+                addFace(picture, item, look);
+            }
+        });
+        if (!all || !picture.find()) {
+            return false;
+        }
+        for (const KivVisibleRegion& region : picture.regions()) {
+            addArea(looks[region.look], region);
+        }
+        return true;
+    }
     bool addOpaque() {
         KivVisibleRegions picture(drawing.width, drawing.height);
         picture.setTolerance(rules.tolerance);
@@ -159,7 +199,7 @@ private:
         std::size_t polygon = 0;
         const bool all = forEach([&](const FeedbackItem& item, const FeedbackState&) {
             const std::uint32_t look = lookOfPolygon[polygon++];
-            if (looks[look].isOpaque()) {
+            if (looks[look].isOpaque() && !looks[look].isBackdrop) {
                 addFace(picture, item, look);
             }
         });
@@ -231,7 +271,7 @@ private:
             const std::uint32_t own = lookOfPolygon[polygon++];
             if (own == look) {
                 addFace(picture, item, 1);
-            } else if (looks[own].isOpaque() && boxes[own].meets(boxes[look])) {
+            } else if (looks[own].isOpaque() && !looks[own].isBackdrop && boxes[own].meets(boxes[look])) {
                 addFace(picture, item, 0);
             }
         });
@@ -246,7 +286,8 @@ private:
         return true;
     }
     void addArea(const Look& look, const KivVisibleRegion& region) {
-        drawing.areas.push_back({look.object, look.paint.color, look.paint.opacity, region.rings, region.painted});
+        drawing.areas.push_back(
+            {look.object, look.paint.color, look.paint.opacity, region.rings, region.painted, look.isBackdrop});
     }
 
     std::span<const float> library;

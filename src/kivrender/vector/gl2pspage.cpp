@@ -292,6 +292,10 @@ bool KivVectorPage::isExactOrder() {
     return exactOrder;
 }
 
+void kivNoteOrder(bool isExact) {
+    orderWasExact = orderWasExact && isExact;
+}
+
 bool KivVectorPage::wasOrderExact() {
     return orderWasExact;
 }
@@ -378,8 +382,10 @@ GLint gl2psEndPage(float* (*simplify)(float*, int*), void (*tick)(), bool (*isCa
 
 GLint gl2psBeginRecording(GLint buffersize) {
     // The title, the format and the sort are of no account to a page without a file.
-    return gl2psBeginPageW("", "", nullptr, GL2PS_SVG, GL2PS_NO_SORT, GL2PS_USE_CURRENT_VIEWPORT, GL_RGBA, 0, nullptr,
-                           0, 0, 0, buffersize, L"");
+    const GLint result = gl2psBeginPageW("", "", nullptr, GL2PS_SVG, GL2PS_NO_SORT, GL2PS_USE_CURRENT_VIEWPORT, GL_RGBA,
+                                         0, nullptr, 0, 0, 0, buffersize, L"");
+    orderWasExact = true;
+    return result;
 }
 
 GLint gl2psEndRecording(std::vector<float>* recorded) {

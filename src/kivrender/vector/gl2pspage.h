@@ -40,6 +40,9 @@ KIV_API GLint gl2psEndPage(float* (*simplify)(float* feedback, int* used), void 
 // page.
 KIV_API GLint gl2psBeginRecording(GLint buffersize);
 KIV_API GLint gl2psEndRecording(std::vector<float>* recorded);
+// What KivVectorPage::wasOrderExact tells of a drawing that was recorded and sorted by the caller; each recording
+// begins with true.
+void kivNoteOrder(bool isExact);
 
 // Gives an open page up: no file is left. The context that it was opened in may be gone; nothing happens without a
 // page.

@@ -96,6 +96,31 @@ TEST(PdfWriter, GhostscriptAndPopplerPaintItAtItsScale) {
     EXPECT_NEAR(poppler[3] - poppler[1], 510, 2);
 }
 
+TEST(PdfWriter, ABackdropEndsWithTheSheet) {
+    SKIP_WITHOUT("gs");
+    const ForeignFolder folder;
+    KivVectorDrawing drawing = sampleDrawing();
+    drawing.areas[0].rings = {polylinePath({{0, 0}, {400, 0}, {400, 300}, {0, 300}}, true)};
+    drawing.areas[0].isBackdrop = true;
+    KivSheet sheet;
+    sheet.page = KivSheet::Page::paper;
+    sheet.width = 50;
+    sheet.height = 80;
+    // On a page of 100 by 100 mm nothing lies beyond the sheet's own part of it.
+    const std::string command = "gs -q -dSAFER -dBATCH -dNOPAUSE -sDEVICE=bbox " + folder.path("a.eps") + " 2>&1";
+    folder.write("a.eps", written(drawing, KivDrawingFormat::eps, sheet));
+    const std::string said = runForeign(command).out;
+    double box[4] = {};
+    const std::size_t at = said.find("%%HiResBoundingBox:");
+    ASSERT_NE(at, std::string::npos) << said;
+    ASSERT_EQ(std::sscanf(said.c_str() + at, "%%%%HiResBoundingBox: %lf %lf %lf %lf", box, box + 1, box + 2, box + 3),
+              4);
+    EXPECT_NEAR(box[0], 0.0, 0.5);
+    EXPECT_NEAR(box[1], 0.0, 0.5);
+    EXPECT_NEAR(box[2], 50 * 72 / 25.4, 0.5);
+    EXPECT_NEAR(box[3], 80 * 72 / 25.4, 0.5);
+}
+
 TEST(PdfWriter, WhatIsSeenThroughIsMixed) {
     SKIP_WITHOUT("gs");
     const ForeignFolder folder;

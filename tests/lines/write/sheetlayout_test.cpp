@@ -46,6 +46,32 @@ TEST(SheetLayout, FitIsAsSmallAsWhatIsDrawn) {
     EXPECT_NEAR(layout.place({100, 120}).y, 3.25, 1e-9);
 }
 
+TEST(SheetLayout, ABackdropCoversASheetAndIsNoPartOfWhatFillsIt) {
+    KivVectorDrawing drawing = oneLine();
+    KivSheet sheet;
+    sheet.page = KivSheet::Page::paper;
+    sheet.width = 120;
+    sheet.height = 500;
+    const SheetLayout without(drawing, sheet, pixel);
+    KivArea backdrop;
+    backdrop.rings = {polylinePath({{0, 0}, {400, 0}, {400, 300}, {0, 300}}, true)};
+    backdrop.isBackdrop = true;
+    drawing.areas = {backdrop};
+    const SheetLayout layout(drawing, sheet, pixel);
+    EXPECT_EQ(layout.page().millimetresPerPixel, without.page().millimetresPerPixel);
+    // In the picture's proportions, and larger than the sheet where these are not its own.
+    EXPECT_NEAR(layout.place({0, 0}, backdrop).y, 0.0, 1e-9);
+    EXPECT_NEAR(layout.place({400, 300}, backdrop).y, 500.0, 1e-9);
+    EXPECT_NEAR(layout.place({400, 300}, backdrop).x - layout.place({0, 0}, backdrop).x, 500.0 * 4 / 3, 1e-9);
+    EXPECT_NEAR(layout.place({200, 150}, backdrop).x, 60.0, 1e-9);
+    drawing.areas[0].isBackdrop = false;
+    const SheetLayout area(drawing, sheet, pixel);
+    EXPECT_LT(area.page().millimetresPerPixel, without.page().millimetresPerPixel);
+    sheet.page = KivSheet::Page::picture;
+    const SheetLayout picture(drawing, sheet, pixel);
+    EXPECT_EQ(picture.place({400, 300}, backdrop).x, picture.place({400, 300}).x);
+}
+
 TEST(SheetLayout, APaperIsFilledUpToItsMargins) {
     const KivVectorDrawing drawing = oneLine();
     KivSheet sheet;

@@ -151,7 +151,7 @@ private:
             count += layout.isDrawn(stroke) ? 1 : 0;
         }
         for (const KivArea& area : drawing.areas) {
-            count += SheetLayout::isDrawn(area) ? area.rings.size() : 0;
+            count += isOutlined(area) ? area.rings.size() : 0;
         }
         return count;
     }
@@ -209,9 +209,13 @@ private:
                      stroke.object);
     }
 
+    // What covers a sheet has no outline on it.
+    bool isOutlined(const KivArea& area) const {
+        return SheetLayout::isDrawn(area) && !layout.coversSheet(area);
+    }
     bool writeAreas() {
         for (const KivArea& area : drawing.areas) {
-            if (!SheetLayout::isDrawn(area)) {
+            if (!isOutlined(area)) {
                 continue;
             }
             for (const KivCurvePath& ring : area.rings) {

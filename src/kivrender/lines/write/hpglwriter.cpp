@@ -192,7 +192,7 @@ bool kivWriteHpgl(const KivVectorDrawing& drawing, const SheetLayout& layout, Dr
     HpglWriter writer(layout, sink);
     if (layout.wanted().outlinesAreas) {
         for (const KivArea& area : drawing.areas) {
-            if (SheetLayout::isDrawn(area)) {
+            if (SheetLayout::isDrawn(area) && !layout.coversSheet(area)) {
                 writer.add(area);
             }
         }

@@ -84,24 +84,37 @@ void PageContent::put(const KivPicturePoint& p) {
     sink << p.x * kivPointsPerMillimetre << ' ' << p.y * kivPointsPerMillimetre;
 }
 
-void PageContent::add(const KivCurvePath& path) {
-    put(layout.place(path.start));
+void PageContent::clipToPage() {
+    sink << "0 0 m\n";
+    put({layout.page().pageWidth, 0.0});
+    sink << " l\n";
+    put({layout.page().pageWidth, layout.page().pageHeight});
+    sink << " l\n";
+    put({0.0, layout.page().pageHeight});
+    sink << " l\nh W n\n";
+}
+
+void PageContent::add(const KivCurvePath& path, const KivArea* area) {
+    const auto placed = [&](const KivPicturePoint& p) {
+        return area != nullptr ? layout.place(p, *area) : layout.place(p);
+    };
+    put(placed(path.start));
     sink << " m\n";
     if (path.pieces.empty()) {
-        put(layout.place(path.start)); // a dot, by its round ends
+        put(placed(path.start)); // a dot, by its round ends
         sink << " l\n";
     }
     for (std::size_t i = 0; i < path.pieces.size(); ++i) {
         const KivCurvePiece& piece = path.pieces[i];
         if (piece.kind == KivCurvePiece::Kind::cubic) {
-            put(layout.place(piece.control[0]));
+            put(placed(piece.control[0]));
             sink << ' ';
-            put(layout.place(piece.control[1]));
+            put(placed(piece.control[1]));
             sink << ' ';
-            put(layout.place(piece.end));
+            put(placed(piece.end));
             sink << " c\n";
         } else if (!path.closed || i + 1 < path.pieces.size()) {
-            put(layout.place(piece.end));
+            put(placed(piece.end));
             sink << " l\n";
         }
     }
@@ -144,9 +157,13 @@ void PageContent::paint(const KivArea& area) {
     if (isSeenThrough) {
         sink << "q /O" << static_cast<int>(placeIn(opacityTexts, kivNumberText(area.opacity))) << " gs\n";
     }
+    if (layout.coversSheet(area)) {
+        sink << "q\n";
+        clipToPage();
+    }
     std::for_each(area.paintedRings().begin(), area.paintedRings().end(),
-                  [this](const KivCurvePath& ring) { add(ring); });
-    sink << (rim > 0.0 ? "B*\n" : "f*\n") << (isSeenThrough ? "Q\n" : "");
+                  [&](const KivCurvePath& ring) { add(ring, &area); });
+    sink << (rim > 0.0 ? "B*\n" : "f*\n") << (layout.coversSheet(area) ? "Q\n" : "") << (isSeenThrough ? "Q\n" : "");
 }
 
 bool PageContent::paintStrokes(bool hidden) {

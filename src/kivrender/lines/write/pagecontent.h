@@ -40,7 +40,8 @@ private:
     void beginLayer(const std::string& name);
     void endLayer();
     void setLine(const KivStroke& stroke);
-    void add(const KivCurvePath& path);
+    void add(const KivCurvePath& path, const KivArea* area = nullptr);
+    void clipToPage();
     void put(const KivPicturePoint& p);
     std::string color(std::uint32_t color) const;
     std::string mixed(const KivArea& area) const;

@@ -42,6 +42,7 @@ bool kivWritePostScript(const KivVectorDrawing& drawing, const SheetLayout& layo
             "/m {moveto} bind def\n/l {lineto} bind def\n/c {curveto} bind def\n/h {closepath} bind def\n"
             "/S {stroke} bind def\n/f* {eofill} bind def\n/B* {gsave eofill grestore stroke} bind def\n"
             "/w {setlinewidth} bind def\n/J {setlinecap} bind def\n/j {setlinejoin} bind def\n"
+            "/q {gsave} bind def\n/Q {grestore} bind def\n/W {clip} bind def\n/n {newpath} bind def\n"
             "/d {setdash} bind def\n/rg {setrgbcolor} bind def\n/RG {setrgbcolor} bind def\n"
             "%%EndProlog\n%%Page: 1 1\n%%BeginPageSetup\n";
     if (!encapsulated) {

@@ -72,6 +72,15 @@ KivEllipseArc SheetLayout::placed(const KivEllipseArc& arc) const {
     return made;
 }
 
+KivPicturePoint SheetLayout::place(const KivPicturePoint& p, const KivArea& area) const {
+    if (!coversSheet(area) || !(drawing.width > 0.0) || !(drawing.height > 0.0)) {
+        return place(p);
+    }
+    const double perPixel = std::max(found.pageWidth / drawing.width, found.pageHeight / drawing.height);
+    return {0.5 * found.pageWidth + (p.x - 0.5 * drawing.width) * perPixel,
+            0.5 * found.pageHeight + (p.y - 0.5 * drawing.height) * perPixel};
+}
+
 bool SheetLayout::isDrawn(const KivStroke& stroke) const {
     return (!stroke.hidden || sheet.hidden != KivSheet::Hidden::none) && stroke.width > 0.0 &&
            stroke.width < farthest && isPlaced(stroke.path) && (!stroke.arc || isPlacedArc(*stroke.arc));
@@ -123,7 +132,7 @@ void SheetLayout::measure() {
         }
     }
     for (const KivArea& area : drawing.areas) {
-        if (isDrawn(area)) {
+        if (isDrawn(area) && !coversSheet(area)) {
             std::for_each(area.rings.begin(), area.rings.end(), [this](const KivCurvePath& ring) { include(ring); });
         }
     }

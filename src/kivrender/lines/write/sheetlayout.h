@@ -26,6 +26,11 @@ public:
     }
     KivCurvePath placed(const KivCurvePath& path) const;
     KivEllipseArc placed(const KivEllipseArc& arc) const;
+    // Of an area: backdrops cover a sheet, what is more than it included.
+    KivPicturePoint place(const KivPicturePoint& p, const KivArea& area) const;
+    bool coversSheet(const KivArea& area) const {
+        return area.isBackdrop && (sheet.page != KivSheet::Page::picture || sheet.scale > 0.0);
+    }
 
     // Whether it belongs on the sheet: wanted, of a width, and finite.
     bool isDrawn(const KivStroke& stroke) const;

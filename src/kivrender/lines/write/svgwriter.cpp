@@ -29,7 +29,9 @@ public:
         : layout(sheetLayout), decimals(numberDecimals), stepsPerUnit(std::pow(10.0, numberDecimals)),
           stepsPerMillimetre(stepsPerUnit / unit) {}
 
-    void add(const KivCurvePath& path) {
+    // area: that the path is a ring of; null for a stroke.
+    void add(const KivCurvePath& path, const KivArea* area) {
+        owner = area;
         const Steps start = stepsOf(path.start);
         put('M', start, {});
         at = start;
@@ -68,7 +70,7 @@ private:
         at = end;
     }
     Steps stepsOf(const KivPicturePoint& p) const {
-        const KivPicturePoint placed = layout.place(p);
+        const KivPicturePoint placed = owner != nullptr ? layout.place(p, *owner) : layout.place(p);
         return {std::llround(placed.x * stepsPerMillimetre),
                 std::llround((layout.page().pageHeight - placed.y) * stepsPerMillimetre)};
     }
@@ -94,6 +96,7 @@ private:
     }
 
     const SheetLayout& layout;
+    const KivArea* owner = nullptr;
     int decimals;
     double stepsPerUnit;
     double stepsPerMillimetre;
@@ -321,7 +324,7 @@ private:
             return;
         }
         PathText path(layout, unit, decimals);
-        path.add(stroke.path);
+        path.add(stroke.path, nullptr);
         sink << "<path" << classes.attributes(stroke) << " d=\"" << path.data() << "\"/>\n";
     }
 
@@ -330,7 +333,7 @@ private:
             const KivArea& area = drawing.areas[number];
             PathText path(layout, unit, decimals);
             for (const KivCurvePath& ring : area.paintedRings()) {
-                path.add(ring);
+                path.add(ring, &area);
             }
             sink << "<path" << classes.attributes(area) << " d=\"" << path.data() << "\"/>\n";
             if (!sink.goesOn()) {

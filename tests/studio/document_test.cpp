@@ -392,7 +392,7 @@ TEST(StudioDocument, WhatIsNoDocumentIsRefusedInOneLineAndChangesNothing) {
         whole.left(whole.size() / 2),
         text(changed(good, "selvarin", 0)),
         text(changed(good, "selvarin", -1)),
-        text(changed(good, "selvarin", 3)),
+        text(changed(good, "selvarin", 4)),
         text(changed(good, "selvarin", "1")),
         text(changed(good, "models", QJsonArray{QJsonObject{{"path", ""}}})),
         text(changed(good, "models", QJsonArray{7})),

@@ -48,7 +48,7 @@ TEST(DrawingLayers, EachKindGoesByItself) {
     EXPECT_EQ(part.areas.size(), 2U);
 
     layers = {};
-    layers.kinds[areasLayer] = true;
+    layers.kinds[areaLayer] = true;
     part = shownPart(sample(), layers);
     EXPECT_EQ(part.strokes.size(), 4U);
     EXPECT_TRUE(part.areas.empty());
@@ -77,6 +77,6 @@ TEST(DrawingLayers, TheContentIsCounted) {
     EXPECT_EQ(content.kinds[static_cast<std::size_t>(KivStrokeKind::crease)], 2U);
     EXPECT_EQ(content.kinds[static_cast<std::size_t>(KivStrokeKind::boundary)], 0U);
     EXPECT_EQ(content.kinds[hiddenLayer], 2U);
-    EXPECT_EQ(content.kinds[areasLayer], 2U);
+    EXPECT_EQ(content.kinds[areaLayer], 2U);
     EXPECT_EQ(content.objects, (std::vector<std::size_t>{0, 3, 3}));
 }

@@ -2,17 +2,35 @@
 #ifndef APPS_STUDIO_COARSEMODEL_H
 #define APPS_STUDIO_COARSEMODEL_H
 
+#include "apps/studio/studioobjects.h"
 #include "kivrender/scene/kivscene.h"
 
+#include <cstdint>
 #include <memory>
 #include <optional>
+#include <vector>
 
 // A mesh of at most that many triangles with the shape of the other: vertices that fall into one cell of a grid
 // become one. A mesh that is small enough comes out as it is. Takes time in proportion to the triangles.
 std::unique_ptr<KivMesh> coarseMesh(const KivMesh& mesh, unsigned int wantedTriangles);
 
-// A scene that looks much like the other and is drawn fast: meshes of one colour are one mesh where there are many, and
-// large ones are coarse. None if the scene is light enough as it is. Without lights.
-std::optional<KivScene> coarseScene(const KivScene& scene);
+// Stands for a scene while it moves: meshes of one colour are one mesh where there are many, and large ones are coarse.
+class CoarseModel {
+public:
+    CoarseModel() = default;
+    explicit CoarseModel(const KivScene& whole);
+
+    // A scene without lights that looks much like what is shown of the whole one; that itself where it is drawn fast
+    // enough. The meshes have the materials of their states now (StudioModel::OwnLooks).
+    KivScene scene(const KivScene& whole, const StudioObjectStates& states) const;
+    // What stands for the mesh of that number, or the mesh itself; null where none is coarse.
+    KivMesh* partOf(int mesh) const;
+
+private:
+    std::vector<std::uint64_t> triangles; // of each mesh of the whole scene
+    std::optional<KivScene> parts;        // for each mesh; none where the scene is light as it is
+    mutable std::optional<KivScene> joined;
+    mutable StudioObjectStates joinedStates;
+};
 
 #endif

@@ -4,7 +4,7 @@
 #include <iterator>
 
 bool DrawingLayers::shows(const KivArea& area) const {
-    return !kinds[areasLayer] && !objects.contains(area.object);
+    return !kinds[areaLayer] && !objects.contains(area.object);
 }
 
 bool DrawingLayers::shows(const KivStroke& stroke) const {
@@ -26,7 +26,7 @@ DrawingContent::DrawingContent(const KivVectorDrawing& drawing) : objects(drawin
     for (const KivArea& area : drawing.areas) {
         count(area.object);
     }
-    kinds[areasLayer] = drawing.areas.size();
+    kinds[areaLayer] = drawing.areas.size();
 }
 
 KivVectorDrawing shownPart(const KivVectorDrawing& drawing, const DrawingLayers& layers) {

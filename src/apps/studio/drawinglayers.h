@@ -10,7 +10,7 @@
 #include <vector>
 
 // The kinds of lines by their numbers, and behind them two more.
-inline constexpr int areasLayer = kivStrokeKinds;
+inline constexpr int areaLayer = kivStrokeKinds;
 inline constexpr int hiddenLayer = kivStrokeKinds + 1; // lines that something stands before
 inline constexpr int drawingLayers = kivStrokeKinds + 2;
 

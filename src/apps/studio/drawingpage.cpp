@@ -20,8 +20,8 @@ namespace {
 constexpr int numberRole = Qt::UserRole;
 
 QString layerName(int kind) {
-    return kind == areasLayer ? studioText(StudioText::areasLayer)
-                              : strokeKindName(kind == hiddenLayer ? kivStrokeKinds : kind);
+    return kind == areaLayer ? studioText(StudioText::areasLayer)
+                             : strokeKindName(kind == hiddenLayer ? kivStrokeKinds : kind);
 }
 
 QString sizeText(const KivSheetPlace& place) {
@@ -135,7 +135,7 @@ void DrawingPage::listLayers() {
     };
     const DrawingContent content(drawing->drawing);
     kindsItem = heading(StudioText::areasAndLines);
-    for (const int kind : {areasLayer, 0, 1, 2, 3, 4, 5, 6, 7, hiddenLayer}) {
+    for (const int kind : {areaLayer, 0, 1, 2, 3, 4, 5, 6, 7, hiddenLayer}) {
         const auto place = static_cast<std::size_t>(kind);
         if (content.kinds[place] > 0) {
             mark(addLayer(kindsItem, layerName(kind), content.kinds[place], kind), switched.kinds[place]);

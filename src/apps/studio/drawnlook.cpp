@@ -4,6 +4,7 @@
 
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace {
 
@@ -80,6 +81,20 @@ bool copyCell(KivMemoryDataManager& stream, const KivProperty& cell) {
     return false;
 }
 
+// The cells with another line of added looks; otherwise, if they can't be copied.
+StudioLook withAdded(Cells cells, const std::wstring& added, const StudioLook& otherwise) {
+    cells[addedLine].setValue(added);
+    KivMemoryDataManager stream;
+    stream.setDocument(cells);
+    stream.setSaving();
+    for (const KivProperty& cell : cells) {
+        if (!copyCell(stream, cell)) {
+            return otherwise;
+        }
+    }
+    return stream;
+}
+
 } // namespace
 
 std::optional<std::uint32_t> sheetColour(const StudioLook& look) {
@@ -111,14 +126,16 @@ StudioLook quickLook(const StudioLook& look) {
     } else {
         added.erase(strokes, std::wstring_view(sketchTag).size() + 1);
     }
-    cells[addedLine].setValue(added);
-    KivMemoryDataManager stream;
-    stream.setDocument(cells);
-    stream.setSaving();
-    for (const KivProperty& cell : cells) {
-        if (!copyCell(stream, cell)) {
-            return look;
-        }
+    return withAdded(std::move(cells), added, look);
+}
+
+StudioLook bareLook(const StudioLook& look) {
+    Cells cells = look.getCells();
+    std::wstring added = addedLooks(cells);
+    const std::size_t sheet = placeOf(added, backdropTag);
+    if (sheet == std::wstring::npos) {
+        return look;
     }
-    return stream;
+    added.erase(sheet, std::wstring_view(backdropTag).size() + 1);
+    return withAdded(std::move(cells), added, look);
 }

@@ -14,4 +14,7 @@ std::optional<std::uint32_t> sheetColour(const StudioLook& look);
 // same picture from afar. A look without strokes stays as it is.
 StudioLook quickLook(const StudioLook& look);
 
+// The look without what it paints behind the model.
+StudioLook bareLook(const StudioLook& look);
+
 #endif

@@ -17,6 +17,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
+#include <utility>
 
 namespace {
 
@@ -96,10 +98,11 @@ LightsPanel::LightsPanel(QWidget* parent)
     elevation = addField(form, static_cast<int>(StudioText::lightElevation), -90.0, 90.0, degrees,
                          [turn](StudioLight* light, double value) { turn(light, nullptr, &value); });
     for (int i = 0; i < 3; ++i) {
-        place[i] = addField(form, static_cast<int>(StudioText::lightX) + i, -100000.0, 100000.0, QString(),
-                            [i](StudioLight* light, double value) {
+        place[i] = addField(form, static_cast<int>(StudioText::lightX) + i, -1e12, 1e12, QString(),
+                            [this, i](StudioLight* light, double value) {
+                                const double zero[] = {origin.x, origin.y, origin.z};
                                 double* const axes[] = {&light->location.x, &light->location.y, &light->location.z};
-                                *axes[i] = value;
+                                *axes[i] = (value - zero[i]) * scale;
                             });
     }
     angle = addField(form, static_cast<int>(StudioText::lightAngle), 1.0, 90.0, degrees,
@@ -130,6 +133,23 @@ QDoubleSpinBox* LightsPanel::addField(QFormLayout* layout, int text, double low,
     connect(field, &QDoubleSpinBox::valueChanged, this,
             [this, take](double value) { edit([&](StudioLight* light) { take(light, value); }); });
     return field;
+}
+
+// A model is about a hundred units of the scene large: a digit behind the point of these is what a hand can tell.
+void LightsPanel::setPlacement(const Kiv3DPoint& newOrigin, double newScale) {
+    if (newOrigin.x == origin.x && newOrigin.y == origin.y && newOrigin.z == origin.z && newScale == scale) {
+        return;
+    }
+    origin = newOrigin;
+    scale = newScale > 0.0 ? newScale : 1.0;
+    const double step = 5.0 / scale;
+    for (QDoubleSpinBox* const field : place) {
+        const bool was = std::exchange(showing, true);
+        field->setDecimals(std::clamp(static_cast<int>(std::ceil(std::log10(scale))) + 1, 0, 9));
+        field->setSingleStep(step);
+        showing = was;
+    }
+    hasShown = false;
 }
 
 const std::vector<StudioLight>& LightsPanel::lights() const {
@@ -196,9 +216,9 @@ void LightsPanel::showFields() {
     toAngles(light.direction, isZUp(), &around, &high);
     azimuth->setValue(around);
     elevation->setValue(high);
-    place[0]->setValue(light.location.x);
-    place[1]->setValue(light.location.y);
-    place[2]->setValue(light.location.z);
+    place[0]->setValue(light.location.x / scale + origin.x);
+    place[1]->setValue(light.location.y / scale + origin.y);
+    place[2]->setValue(light.location.z / scale + origin.z);
     angle->setValue(light.angle);
     showing = false;
 }
@@ -231,15 +251,47 @@ void LightsPanel::pickColour() {
     }
 }
 
-// A new light comes from the left and above, between the viewer and the model, where its handle can be seen.
+// The way from which a new light comes, as parts of the view's axes (right, up, towards the viewer): of some between
+// the viewer and the model, where a handle can be seen, the one farthest from all lights that shine already. The
+// strongest light on a point decides its tone, so that a second one from the same side would not be seen to act.
+Kiv3DVector LightsPanel::freshDirection() const {
+    const ViewAxes axes = camera.axes();
+    const auto dot = [](const Kiv3DVector& a, const Kiv3DVector& b) { return a.x * b.x + a.y * b.y + a.z * b.z; };
+    const auto lengthOf = [&dot](const Kiv3DVector& v) { return std::max(std::sqrt(dot(v, v)), 1e-12); };
+    const Kiv3DVector ways[] = {
+        {-0.22, 0.25, 0.3}, {0.3, 0.2, 0.25}, {0.3, -0.25, 0.2}, {-0.3, -0.25, 0.2}, {0.0, 0.35, 0.1}};
+    Kiv3DVector best = ways[0];
+    double least = std::numeric_limits<double>::infinity();
+    for (const Kiv3DVector& way : ways) {
+        const Kiv3DVector from(way.x * axes.right.x + way.y * axes.up.x - way.z * axes.forward.x,
+                               way.x * axes.right.y + way.y * axes.up.y - way.z * axes.forward.y,
+                               way.x * axes.right.z + way.y * axes.up.z - way.z * axes.forward.z);
+        double nearest = -1.0; // the cosine of the angle to the nearest light
+        for (const StudioLight& light : all) {
+            const Kiv3DVector other =
+                light.kind == StudioLight::Kind::point
+                    ? Kiv3DVector(light.location.x - camera.target.x, light.location.y - camera.target.y,
+                                  light.location.z - camera.target.z)
+                    : Kiv3DVector(-light.direction.x, -light.direction.y, -light.direction.z);
+            nearest = std::max(nearest, dot(from, other) / (lengthOf(from) * lengthOf(other)));
+        }
+        if (nearest < least) {
+            least = nearest;
+            best = way;
+        }
+    }
+    return best;
+}
+
 void LightsPanel::add(StudioLight::Kind newKind) {
     if (all.size() >= mostLights) {
         return;
     }
     const ViewAxes axes = camera.axes();
     const double size = camera.heightAtTarget();
+    const Kiv3DVector way = freshDirection();
     const auto stand = [&](double target, double right, double upwards, double forward) {
-        return target + size * (-0.22 * right + 0.25 * upwards - 0.3 * forward);
+        return target + size * (way.x * right + way.y * upwards - way.z * forward);
     };
     StudioLight light;
     light.kind = newKind;

@@ -27,6 +27,9 @@ public:
 
     // The lights in force; own tells whether they are the user's. A new light comes to stand where the camera sees it.
     void show(const std::vector<StudioLight>& lights, bool own, const StudioCamera& camera);
+    // Where the model lies in the scene: places are shown in the coordinates of its file, which are those of the scene
+    // by the scale, from the origin.
+    void setPlacement(const Kiv3DPoint& origin, double scale);
     const std::vector<StudioLight>& lights() const;
     int current() const;
     void setCurrent(int light);
@@ -51,10 +54,13 @@ private:
     QDoubleSpinBox* addField(QFormLayout* form, int text, double low, double high, const QString& suffix,
                              const std::function<void(StudioLight*, double)>& take);
     bool isZUp() const;
+    Kiv3DVector freshDirection() const;
 
     std::vector<StudioLight> all;
     bool isOwn = false;
     StudioCamera camera;
+    Kiv3DPoint origin;
+    double scale = 1.0;
     bool showing = false;
     bool hasShown = false; // the list and the fields show the lights as they are
     QListWidget* list;

@@ -2,6 +2,7 @@
 
 #include "apps/studio/studiotexts.h"
 
+#include <QCheckBox>
 #include <QDialogButtonBox>
 #include <QLineEdit>
 #include <QMessageBox>
@@ -24,6 +25,9 @@ OptionsBox::OptionsBox(const KivCommonSettings& options, SIZE proportions, QWidg
             }
         }
     }
+    bare = new QCheckBox(studioText(StudioText::withoutBackground), this);
+    bare->setToolTip(studioText(StudioText::withoutBackgroundTip));
+    column->addWidget(bare);
     auto* const buttons = new QDialogButtonBox(this);
     buttons->addButton(studioText(StudioText::ok), QDialogButtonBox::AcceptRole)->setDefault(true);
     buttons->addButton(studioText(StudioText::cancel), QDialogButtonBox::RejectRole);
@@ -38,6 +42,14 @@ OptionsBox::~OptionsBox() {
 
 const KivCommonSettings& OptionsBox::options() const {
     return chosen;
+}
+
+void OptionsBox::setWithoutBackground(bool on) {
+    bare->setChecked(on);
+}
+
+bool OptionsBox::withoutBackground() const {
+    return bare->isChecked();
 }
 
 void OptionsBox::accept() {

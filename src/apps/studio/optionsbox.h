@@ -8,6 +8,8 @@
 
 #include <QDialog>
 
+class QCheckBox;
+
 class OptionsBox : public QDialog {
     Q_OBJECT
 
@@ -18,6 +20,8 @@ public:
 
     // What was decided with OK.
     const KivCommonSettings& options() const;
+    void setWithoutBackground(bool on);
+    bool withoutBackground() const;
 
     // Stays, with a message, if the options can't be kept.
     void accept() override;
@@ -27,6 +31,7 @@ private:
     KivMemoryCommonDataManager store;
     KivQtWindow frame;
     KivOptionsDlg page;
+    QCheckBox* bare = nullptr; // without a background
 };
 
 #endif

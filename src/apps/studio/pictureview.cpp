@@ -13,6 +13,18 @@ namespace {
 constexpr double margin = 12.0;
 constexpr double dividerReach = 8.0;
 
+// Lies under what is transparent.
+void drawChecks(QPainter& painter, const QRectF& place) {
+    constexpr int side = 8;
+    QPixmap tile(2 * side, 2 * side);
+    tile.fill(QColor(255, 255, 255));
+    QPainter squares(&tile);
+    squares.fillRect(0, 0, side, side, QColor(214, 214, 214));
+    squares.fillRect(side, side, side, side, QColor(214, 214, 214));
+    squares.end();
+    painter.drawTiledPixmap(place, tile);
+}
+
 } // namespace
 
 PictureView::PictureView(QWidget* parent) : QWidget(parent) {
@@ -109,6 +121,9 @@ void PictureView::paintEvent(QPaintEvent*) {
 
 void PictureView::drawContent(QPainter& painter, const QRectF& whole) const {
     painter.setRenderHint(QPainter::SmoothPixmapTransform, zoom() < 2.0);
+    if (left.hasAlphaChannel()) {
+        drawChecks(painter, whole);
+    }
     painter.drawImage(whole, left);
 }
 

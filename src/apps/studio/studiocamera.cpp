@@ -1,5 +1,6 @@
 #include "apps/studio/studiocamera.h"
 
+#include "apps/common/standardview.h"
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -135,6 +136,9 @@ void StudioCamera::look(StudioSide view) {
         break;
     case StudioSide::threeQuarter:
         turnTo(threeQuarterDirection(up));
+        break;
+    case StudioSide::iso:
+        turnTo(standardDirections(StandardView::iso, up).forward);
         break;
     }
 }

@@ -7,7 +7,7 @@
 
 #include <vector>
 
-enum class StudioSide { front, back, left, right, top, bottom, threeQuarter };
+enum class StudioSide { front, back, left, right, top, bottom, threeQuarter, iso };
 
 struct StudioCamera {
     Kiv3DPoint target{0.0, 0.0, 0.0};

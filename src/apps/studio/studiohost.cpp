@@ -2,6 +2,8 @@
 
 #include "apps/studio/drawingfile.h"
 #include "apps/studio/previewmodel.h"
+#include "kivrender/platform/kivimage.h"
+#include "kivrender/platform/kivsystemerror.h"
 #include "kivrender/platform/kivtext.h"
 #include "kivrender/platform/kivtoolkit.h"
 #include "qt/kivqttext.h"
@@ -91,6 +93,16 @@ void StudioHost::saveImage(KivBitmapManager& bitmap, const wchar_t* file) {
     const std::size_t before = held.size();
     KivDefaultHost::saveImage(bitmap, file);
     imageSaved = held.size() == before;
+}
+
+bool StudioHost::savePicture(const KivImage& picture, const wchar_t* file) {
+    GUID encoder{};
+    const KivImageStatus status =
+        getEncoderClsidFromFileName(file, &encoder) < 0 ? KivImageStatus::unknownFormat : picture.save(file, encoder);
+    if (status != KivImageStatus::ok) {
+        morvaneErrorMessage(status == KivImageStatus::systemError ? kivGetLastError() : 0, file);
+    }
+    return status == KivImageStatus::ok;
 }
 
 bool StudioHost::wasImageSaved() const {

@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+class KivImage;
+
 // Installs itself as the default host.
 class StudioHost : public KivDefaultHost {
 public:
@@ -30,6 +32,8 @@ public:
     int getVectorialFilename(HWND owner, wchar_t* name, unsigned long size, int open) override;
 
     void saveImage(KivBitmapManager& bitmap, const wchar_t* file) override;
+    // With its alpha, if the kind of file keeps it. A failure comes as a message.
+    bool savePicture(const KivImage& picture, const wchar_t* file);
     // Whether a picture was written since messages were held last, without a message.
     bool wasImageSaved() const;
 

@@ -126,7 +126,7 @@ void StudioModel::prepare() {
     all = scenePoints(*imported.scene);
     ends = cornersAround(all);
     ++loaded;
-    coarse = coarseScene(*imported.scene);
+    coarse = CoarseModel(*imported.scene);
 }
 
 const KivModel& StudioModel::model() const {
@@ -169,10 +169,33 @@ std::vector<Kiv3DPoint> StudioModel::corners(const std::vector<int>& meshes) con
     return cornersAround(extremes);
 }
 
-int StudioModel::pick(const Kiv3DPoint& from, const Kiv3DVector& way) const {
+std::vector<Kiv3DPoint> StudioModel::shownPoints(const StudioObjectStates& states) const {
+    std::vector<int> shown;
+    for (int i = 0; i < numMeshes(); ++i) {
+        if (!states.at(i).hidden) {
+            shown.push_back(i);
+        }
+    }
+    return shown.empty() || static_cast<int>(shown.size()) == numMeshes() ? all : corners(shown);
+}
+
+std::vector<std::wstring> StudioModel::drawnNames(const StudioObjectStates& states) const {
+    std::vector<std::wstring> names;
+    for (int i = 0; i < numMeshes(); ++i) {
+        if (!states.at(i).hidden) {
+            names.push_back(imported.meshNames[static_cast<std::size_t>(i)]);
+        }
+    }
+    return names;
+}
+
+int StudioModel::pick(const Kiv3DPoint& from, const Kiv3DVector& way, const StudioObjectStates& states) const {
     int found = -1;
     double nearest = std::numeric_limits<double>::infinity();
     for (int m = 0; m < numMeshes(); ++m) {
+        if (states.at(m).hidden) {
+            continue;
+        }
         const KivMesh& mesh = *imported.scene->getMesh(static_cast<unsigned int>(m));
         for (unsigned int t = 0; t < mesh.getNumTriangles(); ++t) {
             Kiv3DPoint corner[3];
@@ -211,7 +234,7 @@ std::vector<StudioLight> StudioModel::ownLights(const StudioState& state) const 
 }
 
 KivScene StudioModel::scene(const StudioState& state, bool simplified) const {
-    KivScene scene(simplified && coarse ? *coarse : *imported.scene);
+    KivScene scene = simplified ? coarse.scene(*imported.scene, state.shown) : shownScene(*imported.scene, state.shown);
     if (state.options.doRenderIsoparams() == 0) {
         scene.removeLines();
     }
@@ -251,7 +274,16 @@ void StudioModel::placeCamera(StudioCamera* camera, double aspect) const {
     *camera = placed;
 }
 
-StudioModel::OwnLooks::OwnLooks(const StudioModel& model, const StudioState& state) {
+StudioModel::OwnLooks::OwnLooks(const StudioModel& model, const StudioState& state, bool plain) {
+    for (const auto& [index, shown] : state.shown.map()) {
+        if (index < model.numMeshes()) {
+            paint(model.imported.scene->getMesh(static_cast<unsigned int>(index)), shown);
+            paint(model.coarse.partOf(index), shown);
+        }
+    }
+    if (plain) {
+        return;
+    }
     KivRenderer reader;
     for (const auto& [index, look] : state.objects) {
         if (index < model.numMeshes()) {
@@ -263,7 +295,20 @@ StudioModel::OwnLooks::OwnLooks(const StudioModel& model, const StudioState& sta
     }
 }
 
+void StudioModel::OwnLooks::paint(KivMesh* mesh, const StudioObjectState& state) {
+    if (mesh == nullptr) {
+        return;
+    }
+    auto former = std::make_unique<KivMaterial>();
+    *former = *mesh->getMaterial();
+    if (paintObject(mesh, state)) {
+        painted.emplace_back(mesh, std::move(former));
+    }
+}
+
 StudioModel::OwnLooks::~OwnLooks() {
+    // Instances share no mesh, but a part of the coarse model may be the mesh itself: the first material is its own.
+    std::for_each(painted.rbegin(), painted.rend(), [](auto& each) { each.first->setMaterial(*each.second); });
     for (KivMesh* const mesh : meshes) {
         // Forgotten pages are not deleted by the mesh.
         std::vector<const KivPageSettings*> pages;

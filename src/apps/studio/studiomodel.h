@@ -2,13 +2,14 @@
 #ifndef APPS_STUDIO_STUDIOMODEL_H
 #define APPS_STUDIO_STUDIOMODEL_H
 
+#include "apps/studio/coarsemodel.h"
 #include "apps/studio/studiostate.h"
 #include "import/kivmodelimport.h"
 
 #include <functional>
 #include <memory>
-#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 class StudioModel {
@@ -30,8 +31,13 @@ public:
     QString fileName() const;
     // The bounds of meshes together, as their corners; empty without a mesh. Indices without one are passed over.
     std::vector<Kiv3DPoint> corners(const std::vector<int>& meshes) const;
-    // The mesh that a ray meets first, -1 for none.
-    int pick(const Kiv3DPoint& from, const Kiv3DVector& way) const;
+    // The mesh that a ray meets first, -1 for none; what is hidden is passed through.
+    int pick(const Kiv3DPoint& from, const Kiv3DVector& way, const StudioObjectStates& states) const;
+    // What of the model is shown, as points to fit into a view: all of them, or the corners of the meshes that are not
+    // hidden.
+    std::vector<Kiv3DPoint> shownPoints(const StudioObjectStates& states) const;
+    // Of the meshes that are drawn, in the order of the scene.
+    std::vector<std::wstring> drawnNames(const StudioObjectStates& states) const;
 
     // A scene to render, which shares the meshes: with the state's lights, lines and points. simplified: with a coarse
     // copy of large models, to be drawn many times a second.
@@ -43,16 +49,20 @@ public:
     // Moves the camera as the model wants it: its own camera, else framed from a three-quarter view.
     void placeCamera(StudioCamera* camera, double aspect) const;
 
-    // Gives the meshes the shaders and settings of their own streams, and takes them away again at its end.
+    // Gives the meshes the shaders and settings of their own streams, unless plain, and the colours of their states,
+    // and takes them away again at its end.
     class OwnLooks {
     public:
-        OwnLooks(const StudioModel& model, const StudioState& state);
+        OwnLooks(const StudioModel& model, const StudioState& state, bool plain);
         ~OwnLooks();
         OwnLooks(const OwnLooks&) = delete;
         OwnLooks& operator=(const OwnLooks&) = delete;
 
     private:
+        void paint(KivMesh* mesh, const StudioObjectState& state);
+
         std::vector<KivMesh*> meshes;
+        std::vector<std::pair<KivMesh*, std::unique_ptr<KivMaterial>>> painted; // with what they had
     };
 
 private:
@@ -63,7 +73,7 @@ private:
     std::vector<Kiv3DPoint> ends; // of the box around them all, its corners
     std::uint64_t loaded = 0;
     QString firstFile;
-    std::optional<KivScene> coarse;
+    CoarseModel coarse;
 };
 
 #endif

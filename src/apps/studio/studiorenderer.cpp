@@ -1,10 +1,12 @@
 #include "apps/studio/studiorenderer.h"
 
 #include "apps/common/vectorbuffer.h"
+#include "apps/studio/barepicture.h"
 #include "apps/studio/drawingfile.h"
 #include "apps/studio/drawnlook.h"
 #include "apps/studio/studiohost.h"
 #include "apps/studio/studiotexts.h"
+#include "kivrender/platform/kivimage.h"
 #include "kivrender/platform/kivsystemerror.h"
 #include "kivrender/platform/kivtemporaryfile.h"
 #include "kivrender/settings/kivmemorycommondatamanager.h"
@@ -47,6 +49,9 @@ bool StudioRenderer::isBusy() const {
 
 KivCommonSettings StudioRenderer::settingsFor(const StudioState& state, Purpose purpose) const {
     KivCommonSettings settings = state.options;
+    // What is seen through needs it, whatever the options say.
+    const bool hasGhosts = state.shown.hasGhosts();
+    settings.setTransparencies(settings.doTransparencies() || hasGhosts);
     if (purpose == Purpose::final) {
         if (settings.doVectorial()) {
             settings.setPaperImage(L""); // a page would take it for a white sheet over everything
@@ -64,7 +69,7 @@ KivCommonSettings StudioRenderer::settingsFor(const StudioState& state, Purpose 
     settings.setAntialias(purpose == Purpose::motion ? 0 : 1);
     if (purpose == Purpose::motion) {
         settings.setShadows(false);
-        settings.setTransparencies(false);
+        settings.setTransparencies(hasGhosts);
         settings.setBackgroundImage(L"");
         settings.setPaperImage(L"");
     }
@@ -119,7 +124,7 @@ std::vector<std::wstring> StudioRenderer::unusablePictures(const KivCommonSettin
 
 bool StudioRenderer::draw(const StudioModel& model, const StudioState& state, QSize size, Purpose purpose,
                           const KivCommonSettings& settings, StudioProgress& progress, StudioPicture* picture) {
-    const StudioModel::OwnLooks looks(model, purpose == Purpose::motion ? StudioState() : state);
+    const StudioModel::OwnLooks looks(model, state, purpose == Purpose::motion);
     const auto drawOnce = [&] {
         host.holdMessages();
         return renderOnce(model, state, size, purpose, settings);
@@ -130,7 +135,7 @@ bool StudioRenderer::draw(const StudioModel& model, const StudioState& state, QS
     growVectorBuffer(model.triangles() * vectorFloatsPerTriangle);
     KivVectorPage::setExactOrder(settings.getVectorialSpeed() == 0);
     auto drawing = std::make_shared<CollectedDrawing>();
-    const bool isCollected = drawing->collect(model.model(), model.model().meshNames, state.drawing, [&] {
+    const bool isCollected = drawing->collect(model.model(), model.drawnNames(state.shown), state.drawing, [&] {
         bool done = drawOnce();
         // Nobody can know how large a drawing becomes before it is drawn.
         while (done && !progress.wasCancelled() && KivVectorPage::hasOverflowed() && growVectorBuffer()) {
@@ -214,6 +219,55 @@ StudioPicture StudioRenderer::render(const StudioModel& model, const StudioState
     picture.milliseconds = static_cast<double>(clock.nsecsElapsed()) / 1e6;
     busy = false;
     return picture;
+}
+
+// The same scene on black and on white, and with its paper, each a part of the time.
+StudioPicture StudioRenderer::renderBare(const StudioModel& model, const StudioState& state, QSize size,
+                                         StudioProgress& progress) {
+    const std::wstring paper = state.options.getPaperImage();
+    StudioState pass = state;
+    pass.look = bareLook(state.look);
+    pass.options.setBackgroundImage(L"");
+    pass.options.setSaveRender(false);
+    StudioPicture whole;
+    QImage images[3];
+    const int passes = paper.empty() ? 2 : 3;
+    for (int i = 0; i < passes; ++i) {
+        pass.options.setBackgroundColor(i == 1 ? 0xFFFFFF : 0);
+        pass.options.setPaperImage(i == 2 ? paper.c_str() : L"");
+        StudioProgress part;
+        part.pump = [&progress, &part] {
+            if (progress.isCancelled()) {
+                part.cancel();
+            }
+        };
+        part.onProgress = [&progress, i, passes](double done, const std::wstring& stage) {
+            if (progress.onProgress) {
+                progress.onProgress((i + done) / passes, stage);
+            }
+        };
+        part.onPicture = progress.onPicture;
+        const StudioPicture one = render(model, pass, size, Purpose::final, part);
+        whole.messages.insert(whole.messages.end(), one.messages.begin(), one.messages.end());
+        whole.milliseconds += one.milliseconds;
+        whole.cancelled = one.cancelled || progress.wasCancelled();
+        if (!one.done || whole.cancelled) {
+            return whole;
+        }
+        images[i] = one.image;
+        pass.options.setSaveDepth(false); // once is enough
+        pass.options.setSaveShadows(false);
+    }
+    whole.image = barePicture(images[0], images[1], images[2]);
+    whole.done = !whole.image.isNull();
+    if (whole.done && state.options.doSaveRender()) {
+        const std::unique_ptr<KivImage> picture = kivImageOf(whole.image);
+        host.holdMessages();
+        whole.saved = picture != nullptr && host.savePicture(*picture, state.options.getSaveRenderFile().c_str());
+        const std::vector<std::wstring> told = host.takeMessages();
+        whole.messages.insert(whole.messages.end(), told.begin(), told.end());
+    }
+    return whole;
 }
 
 QImage StudioRenderer::growing() {

@@ -45,6 +45,9 @@ public:
     StudioPicture render(const StudioModel& model, const StudioState& state, QSize size, Purpose purpose,
                          StudioProgress& progress);
 
+    // The finished picture without a background.
+    StudioPicture renderBare(const StudioModel& model, const StudioState& state, QSize size, StudioProgress& progress);
+
     // What a running render has drawn so far; null if that can't be looked at.
     QImage growing();
 

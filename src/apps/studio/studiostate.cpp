@@ -19,15 +19,17 @@
 #include <array>
 #include <cmath>
 #include <limits>
+#include <map>
 #include <unordered_map>
 
 namespace {
 
 constexpr double pi = 3.14159265358979323846;
-// The first form knows looks of objects only one by one. What has none is written in it, so that older programs can
-// read it.
+// The first form knows looks of objects only one by one, the second shows all objects and has a background. A document
+// is written in the first form that can say it, so that older programs can read it.
 constexpr int firstFormat = 1;
-constexpr int formatNumber = 2;
+constexpr int looksFormat = 2;
+constexpr int formatNumber = 3;
 constexpr const wchar_t* outlineTag = L"Outline";
 constexpr int headLines = 3;
 // Far more than any document has: what is beyond was not written by us.
@@ -260,6 +262,48 @@ bool readObjects(const QJsonArray& array, StudioObjectLooks* objects) {
     return true;
 }
 
+// Each state with the meshes that are in it.
+QJsonArray statesArray(const StudioObjectStates& states) {
+    std::map<StudioObjectState, QJsonArray> groups;
+    for (const auto& [mesh, state] : states.map()) {
+        groups[state].append(mesh);
+    }
+    QJsonArray array;
+    for (const auto& [state, meshes] : groups) {
+        QJsonObject entry{{"objects", meshes}};
+        if (state.hidden) {
+            entry["hidden"] = true;
+        }
+        if (state.ghost) {
+            entry["ghost"] = true;
+        }
+        if (state.colour) {
+            entry["colour"] = colourText(*state.colour);
+        }
+        array.append(entry);
+    }
+    return array;
+}
+
+bool readStates(const QJsonArray& array, StudioObjectStates* states) {
+    for (const auto& listed : array) {
+        const QJsonObject entry = listed.toObject();
+        StudioObjectState state;
+        state.hidden = entry["hidden"].toBool();
+        state.ghost = entry["ghost"].toBool();
+        if (entry.contains("colour")) {
+            state.colour = toColour(entry["colour"], 0xFFFFFF);
+        }
+        for (const auto& mesh : entry["objects"].toArray()) {
+            if (!isMesh(mesh.toInt(-1))) {
+                return false;
+            }
+            states->set(mesh.toInt(), state);
+        }
+    }
+    return true;
+}
+
 // As the first form had them: the cells of each object under its number.
 bool readFirstObjects(const QJsonObject& streams, StudioObjectLooks* objects) {
     QHash<QByteArray, StudioLook> known;
@@ -412,8 +456,9 @@ DrawingOptions impliedDrawing(const KivCommonSettings& options) {
     return drawing;
 }
 
-constexpr const char* ourKeys[] = {"selvarin", "models", "upAxis",  "camera",      "lights",
-                                   "options",  "look",   "objects", "objectLooks", "drawing"};
+constexpr const char* ourKeys[] = {"selvarin",    "models",  "upAxis",       "camera",
+                                   "lights",      "options", "look",         "objects",
+                                   "objectLooks", "drawing", "objectStates", "withoutBackground"};
 
 } // namespace
 
@@ -475,7 +520,7 @@ KivMemoryDataManager StudioState::freshLook() {
 
 QJsonObject StudioState::toJson(const QString& folder) const {
     QJsonObject json = unknown;
-    json["selvarin"] = objects.empty() ? firstFormat : formatNumber;
+    json["selvarin"] = !shown.empty() || withoutBackground ? formatNumber : objects.empty() ? firstFormat : looksFormat;
     QJsonArray paths;
     for (const std::wstring& model : models) {
         QJsonObject entry{{"path", kivToQt(model)}};
@@ -501,6 +546,12 @@ QJsonObject StudioState::toJson(const QString& folder) const {
     }
     if (!objects.empty()) {
         json["objectLooks"] = objectsArray(objects);
+    }
+    if (!shown.empty()) {
+        json["objectStates"] = statesArray(shown);
+    }
+    if (withoutBackground) {
+        json["withoutBackground"] = true;
     }
     return json;
 }
@@ -550,10 +601,12 @@ bool StudioState::fromJson(const QJsonObject& json, const QString& folder, QStri
         return false;
     }
     if (!readFirstObjects(json["objects"].toObject(), &read.objects) ||
-        !readObjects(json["objectLooks"].toArray(), &read.objects)) {
+        !readObjects(json["objectLooks"].toArray(), &read.objects) ||
+        !readStates(json["objectStates"].toArray(), &read.shown)) {
         *why = studioText(StudioText::damagedObject);
         return false;
     }
+    read.withoutBackground = json["withoutBackground"].toBool();
     read.unknown = json;
     for (const char* const key : ourKeys) {
         read.unknown.remove(QLatin1String(key));
@@ -565,7 +618,8 @@ bool StudioState::fromJson(const QJsonObject& json, const QString& folder, QStri
 bool StudioState::operator==(const StudioState& other) const {
     return models == other.models && upAxis == other.upAxis && camera == other.camera && hasLights == other.hasLights &&
            lights == other.lights && equalOptions(options, other.options) && drawing == other.drawing &&
-           look == other.look && objects == other.objects && unknown == other.unknown;
+           look == other.look && objects == other.objects && shown == other.shown &&
+           withoutBackground == other.withoutBackground && unknown == other.unknown;
 }
 
 namespace {

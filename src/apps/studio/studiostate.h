@@ -5,6 +5,7 @@
 #include "apps/studio/drawingjson.h"
 #include "apps/studio/studiocamera.h"
 #include "apps/studio/studiolook.h"
+#include "apps/studio/studioobjects.h"
 #include "kivrender/settings/kivcommonsettings.h"
 
 #include <QByteArray>
@@ -39,7 +40,10 @@ struct StudioState {
     DrawingOptions drawing = plainDrawingOptions();
     StudioLook look;           // of the whole document
     StudioObjectLooks objects; // of the meshes that have one of their own
-    QJsonObject unknown;       // what a newer program has written into the document
+    StudioObjectStates shown;  // of the meshes that are hidden, seen through or in a colour of their own
+    // Pictures have no background: what nothing covers is transparent.
+    bool withoutBackground = false;
+    QJsonObject unknown; // what a newer program has written into the document
 
     // A new document without a look: on paper white, lines and points drawn, four times smoothed.
     static StudioState fresh();

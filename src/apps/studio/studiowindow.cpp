@@ -6,12 +6,15 @@
 #include "apps/studio/optionsbox.h"
 #include "apps/studio/studiomemory.h"
 #include "apps/studio/studioview.h"
+#include "kivrender/scene/kivmesh.h"
 
+#include <QColorDialog>
 #include <QDockWidget>
 #include <QFileInfo>
 #include <QHBoxLayout>
 #include <QJsonDocument>
 #include <QLabel>
+#include <QLineEdit>
 #include <QLocale>
 #include <QMessageBox>
 #include <QProgressBar>
@@ -111,6 +114,12 @@ void StudioWindow::makePanels() {
     objects = new ObjectsPanel(scene);
     lights = new LightsPanel(scene);
     column->addWidget(heading(StudioText::objects));
+    search = new QLineEdit(scene);
+    search->setPlaceholderText(studioText(StudioText::findObjects));
+    search->setAccessibleName(studioText(StudioText::findObjects));
+    search->setToolTip(studioText(StudioText::findObjectsTip));
+    search->setClearButtonEnabled(true);
+    column->addWidget(search);
     column->addWidget(objects, 1);
     column->addWidget(heading(StudioText::lights));
     column->addWidget(lights);
@@ -150,6 +159,16 @@ void StudioWindow::connectPanels() {
     connect(lookPanel, &LookPanel::changed, this, &StudioWindow::lookChanged);
     connect(lookPanel, &LookPanel::ownLooksDropped, this, &StudioWindow::dropOwnLooks);
     connect(objects, &ObjectsPanel::selectionChangedByUser, this, &StudioWindow::showSelection);
+    connect(objects, &ObjectsPanel::hiddenChanged, this, [this](const std::vector<int>& hidden) {
+        StudioState next = current;
+        for (int i = 0; i < model.numMeshes(); ++i) {
+            StudioObjectState state = next.shown.at(i);
+            state.hidden = std::binary_search(hidden.begin(), hidden.end(), i);
+            next.shown.set(i, state);
+        }
+        changeShown(next, StudioText::changeVisible);
+    });
+    connect(search, &QLineEdit::textChanged, objects, &ObjectsPanel::filter);
     connect(lights, &LightsPanel::changed, this, &StudioWindow::lightsChanged);
     connect(lights, &LightsPanel::currentChanged, this, [this] {
         history.endMerging();
@@ -242,6 +261,7 @@ void StudioWindow::showTitle() {
 }
 
 void StudioWindow::showLights() {
+    lights->setPlacement(model.model().origin, model.model().scale);
     lights->show(model.ownLights(current), current.hasLights, current.camera);
     view->setLights(current.hasLights ? current.lights : std::vector<StudioLight>(), lights->current());
 }
@@ -308,7 +328,8 @@ void StudioWindow::cameraMoved(const StudioCamera& camera) {
 void StudioWindow::look(StudioSide side) {
     StudioState next = current;
     next.camera.look(side);
-    next.camera.fit(model.points(), viewShape());
+    next.camera.parallel = next.camera.parallel || side == StudioSide::iso;
+    next.camera.fit(model.shownPoints(current.shown), viewShape());
     change(next, StudioText::changeCamera);
 }
 
@@ -316,7 +337,7 @@ void StudioWindow::pickAt(const QPointF& pixel, Qt::KeyboardModifiers modifiers)
     Kiv3DPoint from;
     Kiv3DVector way;
     view->rayThrough(pixel, &from, &way);
-    const int found = model.pick(from, way);
+    const int found = model.pick(from, way, current.shown);
     std::vector<int> selected = modifiers & Qt::ControlModifier ? objects->selected() : std::vector<int>();
     const auto there = std::find(selected.begin(), selected.end(), found);
     if (there != selected.end()) {
@@ -326,6 +347,75 @@ void StudioWindow::pickAt(const QPointF& pixel, Qt::KeyboardModifiers modifiers)
     }
     objects->select(selected);
     showSelection();
+}
+
+void StudioWindow::changeShown(const StudioState& next, StudioText what) {
+    if (!(next.shown == current.shown)) {
+        lookPanel->flush();
+        change(next, what);
+        objects->show(model, current);
+    }
+}
+
+// Of the selected objects.
+void StudioWindow::editShown(StudioText what, const std::function<void(StudioObjectState*)>& edit) {
+    StudioState next = current;
+    for (const int object : objects->selected()) {
+        StudioObjectState state = next.shown.at(object);
+        edit(&state);
+        next.shown.set(object, state);
+    }
+    changeShown(next, what);
+}
+
+// The selected ones alone are shown.
+void StudioWindow::isolate() {
+    const std::vector<int> selected = objects->selected();
+    if (selected.empty()) {
+        return;
+    }
+    StudioState next = current;
+    for (int i = 0; i < model.numMeshes(); ++i) {
+        StudioObjectState state = next.shown.at(i);
+        state.hidden = !std::binary_search(selected.begin(), selected.end(), i);
+        next.shown.set(i, state);
+    }
+    changeShown(next, StudioText::changeVisible);
+}
+
+void StudioWindow::showAllObjects() {
+    StudioState next = current;
+    for (const auto& [object, former] : current.shown.map()) {
+        StudioObjectState state = former;
+        state.hidden = false;
+        next.shown.set(object, state);
+    }
+    changeShown(next, StudioText::changeVisible);
+}
+
+// They become ghosts, unless all of them are.
+void StudioWindow::toggleGhosts() {
+    const std::vector<int> selected = objects->selected();
+    const bool areGhosts =
+        std::all_of(selected.begin(), selected.end(), [this](int object) { return current.shown.at(object).ghost; });
+    editShown(StudioText::changeGhosts, [areGhosts](StudioObjectState* state) { state->ghost = !areGhosts; });
+}
+
+void StudioWindow::pickObjectColour() {
+    const std::vector<int> selected = objects->selected();
+    if (selected.empty()) {
+        return;
+    }
+    const KivMesh& first = *model.model().scene->getMesh(static_cast<unsigned int>(selected.front()));
+    const std::uint32_t former = current.shown.at(selected.front()).colour.value_or(first.getMaterial()->getDiffuse());
+    const QColor picked =
+        QColorDialog::getColor(QColor(static_cast<int>(former & 0xFFU), static_cast<int>(former >> 8 & 0xFFU),
+                                      static_cast<int>(former >> 16 & 0xFFU)),
+                               this, studioText(StudioText::colourOfObjects));
+    if (picked.isValid()) {
+        const auto colour = static_cast<std::uint32_t>(picked.red() | picked.green() << 8 | picked.blue() << 16);
+        editShown(StudioText::changeColours, [colour](StudioObjectState* state) { state->colour = colour; });
+    }
 }
 
 void StudioWindow::lightsChanged(StudioText what) {
@@ -356,11 +446,13 @@ void StudioWindow::editOptions() {
     lookPanel->flush();
     const QSize shown = view->size();
     OptionsBox box(current.options, {std::max(shown.width(), 1), std::max(shown.height(), 1)}, this);
+    box.setWithoutBackground(current.withoutBackground);
     if (box.exec() != QDialog::Accepted) {
         return;
     }
     StudioState next = current;
     next.options = box.options();
+    next.withoutBackground = box.withoutBackground();
     if (next.options.doVectorSimplify() != current.options.doVectorSimplify()) {
         using enum KivDrawingCollector::Areas;
         next.drawing.areas = next.options.doVectorSimplify() ? faces : regions;

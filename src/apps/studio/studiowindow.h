@@ -17,6 +17,7 @@
 
 #include <QElapsedTimer>
 #include <QMainWindow>
+#include <QSet>
 #include <QTimer>
 
 #include <functional>
@@ -31,6 +32,7 @@ class ObjectsPanel;
 class PictureView;
 class QDockWidget;
 class QLabel;
+class QLineEdit;
 class QMenu;
 class QProgressBar;
 class QPushButton;
@@ -102,6 +104,13 @@ private:
     void cameraMoved(const StudioCamera& camera);
     void look(StudioSide side);
     void pickAt(const QPointF& pixel, Qt::KeyboardModifiers modifiers);
+    // To a state that shows other objects, or in other ways.
+    void changeShown(const StudioState& next, StudioText what);
+    void editShown(StudioText what, const std::function<void(StudioObjectState*)>& edit);
+    void isolate();
+    void showAllObjects();
+    void toggleGhosts();
+    void pickObjectColour();
     void lightsChanged(StudioText what);
     void lookChanged(bool objects);
     void dropOwnLooks();
@@ -115,6 +124,7 @@ private:
     void makeMenus();
     void makeFileMenu();
     void makeViewMenu();
+    void makeObjectsMenu();
     void makeToolBar();
     void showIcons();
     QAction* addAction(QMenu* menu, StudioText text, const QKeySequence& keys, std::function<void()> act);
@@ -142,6 +152,7 @@ private:
     void addRecent(const QString& file);
     QString baseName() const;
     QString placeFor(StudioFolder kind, const QString& ending) const;
+    QString unusedName(const QString& file) const;
     static QStringList modelEndings();
 
     // --- studiowindow_recovery.cpp
@@ -192,6 +203,7 @@ private:
     StudioState current;
     StudioRecovery recovery;
     ChosenFiles chosenFiles;
+    QSet<QString> savedPictures;
     QString document; // its file, empty for a new one
     QElapsedTimer clock;
 
@@ -199,6 +211,7 @@ private:
     StudioView* view = nullptr;
     LookPanel* lookPanel = nullptr;
     ObjectsPanel* objects = nullptr;
+    QLineEdit* search = nullptr; // among them
     LightsPanel* lights = nullptr;
     QDockWidget* lookDock = nullptr;
     QDockWidget* sceneDock = nullptr;

@@ -169,6 +169,7 @@ bool StudioWindow::openDocument(const QString& file) {
     }
     start(read, QFileInfo(file).absoluteFilePath());
     addRecent(document);
+    rememberFolder(StudioFolder::documents, document);
     return true;
 }
 
@@ -195,6 +196,7 @@ bool StudioWindow::openModels(const QStringList& files, bool add) {
     }
     if (!add || current.models.empty() || !former.keepFor(model.model(), &next)) {
         next.objects.clear();
+        next.shown = {};
         model.placeCamera(&next.camera, viewShape());
     }
     if (add) {
@@ -207,6 +209,7 @@ bool StudioWindow::openModels(const QStringList& files, bool add) {
     for (const QString& file : files) {
         addRecent(QFileInfo(file).absoluteFilePath());
     }
+    rememberFolder(StudioFolder::models, files.first());
     return true;
 }
 
@@ -217,6 +220,7 @@ void StudioWindow::openBuiltIn() {
     StudioState next = current;
     next.models.clear();
     next.objects.clear();
+    next.shown = {};
     next.hasLights = false;
     next.lights.clear();
     std::wstring message;
@@ -326,6 +330,17 @@ QString StudioWindow::placeFor(StudioFolder kind, const QString& ending) const {
     return rememberedFolder(kind, beside) + QLatin1Char('/') + baseName() + ending;
 }
 
+// A picture that is there already may be a texture of the model: none is proposed but those that were saved here.
+QString StudioWindow::unusedName(const QString& file) const {
+    const QFileInfo info(file);
+    const QString stem = info.absolutePath() + QLatin1Char('/') + info.completeBaseName();
+    QString name = file;
+    for (int number = 2; QFileInfo::exists(name) && !savedPictures.contains(name); ++number) {
+        name = QStringLiteral("%1-%2.%3").arg(stem, QString::number(number), info.suffix());
+    }
+    return name;
+}
+
 bool StudioWindow::saveAs() {
     lookPanel->flush();
     StudioSaveWish wish;
@@ -343,7 +358,7 @@ bool StudioWindow::saveAs() {
 QString StudioWindow::askForPicture() {
     StudioSaveWish wish;
     wish.title = studioText(StudioText::savePicture).remove(QLatin1Char('&'));
-    wish.file = placeFor(StudioFolder::pictures, QStringLiteral(".png"));
+    wish.file = unusedName(placeFor(StudioFolder::pictures, QStringLiteral(".png")));
     wish.kinds = {{kindTitle(46), {"png"}},
                   {kindTitle(41), {"jpg", "jpeg"}},
                   {kindTitle(49), {"tif", "tiff"}},
@@ -353,6 +368,7 @@ QString StudioWindow::askForPicture() {
     QString file = askWhereToSave(this, wish);
     if (!file.isEmpty()) {
         rememberFolder(StudioFolder::pictures, file);
+        savedPictures.insert(file);
     }
     return file;
 }

@@ -46,6 +46,7 @@ void StudioWindow::makeMenus() {
     edit->addSeparator();
     addAction(edit, StudioText::selectAll, QKeySequence::SelectAll, [this] { objects->selectAll(); });
     makeViewMenu();
+    makeObjectsMenu();
     QMenu* const render = menuBar()->addMenu(studioText(StudioText::renderMenu));
     addAction(render, StudioText::render, Qt::Key_F5, [this] { renderPicture(); });
     addAction(render, StudioText::renderDrawing, Qt::SHIFT | Qt::Key_F5, [this] { renderDrawing(); });
@@ -89,7 +90,8 @@ void StudioWindow::makeViewMenu() {
                               {StudioText::viewLeft, StudioSide::left, Qt::Key_4},
                               {StudioText::viewTop, StudioSide::top, Qt::Key_5},
                               {StudioText::viewBottom, StudioSide::bottom, Qt::Key_6},
-                              {StudioText::viewThreeQuarter, StudioSide::threeQuarter, Qt::Key_7}};
+                              {StudioText::viewThreeQuarter, StudioSide::threeQuarter, Qt::Key_7},
+                              {StudioText::viewIso, StudioSide::iso, Qt::Key_8}};
     for (const Side& each : sides) {
         const StudioSide side = each.side;
         addAction(menu, each.text, QKeySequence(Qt::CTRL | static_cast<Qt::Key>(each.key)),
@@ -98,13 +100,13 @@ void StudioWindow::makeViewMenu() {
     menu->addSeparator();
     addAction(menu, StudioText::fit, Qt::CTRL | Qt::Key_0, [this] {
         StudioState next = current;
-        next.camera.fit(model.points(), viewShape());
+        next.camera.fit(model.shownPoints(current.shown), viewShape());
         change(next, StudioText::changeCamera);
     });
     addAction(menu, StudioText::fitSelection, Qt::CTRL | Qt::Key_9, [this] {
         const std::vector<Kiv3DPoint> points = model.corners(objects->selected());
         StudioState next = current;
-        next.camera.fit(points.empty() ? model.points() : points, viewShape());
+        next.camera.fit(points.empty() ? model.shownPoints(current.shown) : points, viewShape());
         change(next, StudioText::changeCamera);
     });
     QAction* const parallel = addAction(menu, StudioText::parallel, Qt::CTRL | Qt::Key_P, [this] {
@@ -131,6 +133,25 @@ void StudioWindow::makeViewMenu() {
     menu->addSeparator();
     menu->addAction(sceneDock->toggleViewAction());
     menu->addAction(lookDock->toggleViewAction());
+}
+
+void StudioWindow::makeObjectsMenu() {
+    QMenu* const menu = menuBar()->addMenu(studioText(StudioText::objectsMenu));
+    addAction(menu, StudioText::isolate, Qt::CTRL | Qt::Key_I, [this] { isolate(); });
+    addAction(menu, StudioText::hideObjects, Qt::CTRL | Qt::Key_H,
+              [this] { editShown(StudioText::changeVisible, [](StudioObjectState* state) { state->hidden = true; }); });
+    addAction(menu, StudioText::showAllObjects, Qt::CTRL | Qt::SHIFT | Qt::Key_H, [this] { showAllObjects(); });
+    menu->addSeparator();
+    addAction(menu, StudioText::ghostObjects, Qt::CTRL | Qt::Key_G, [this] { toggleGhosts(); });
+    addAction(menu, StudioText::colourObjects, {}, [this] { pickObjectColour(); });
+    addAction(menu, StudioText::fileColours, {}, [this] {
+        editShown(StudioText::changeColours, [](StudioObjectState* state) { state->colour.reset(); });
+    });
+    menu->addSeparator();
+    menu->addAction(actions[StudioText::selectAll]);
+    menu->addAction(actions[StudioText::fitSelection]);
+    objects->setContextMenuPolicy(Qt::ActionsContextMenu);
+    objects->addActions(menu->actions());
 }
 
 void StudioWindow::makeToolBar() {

@@ -1,4 +1,5 @@
 // Drawing the view, rendering pictures, and what becomes of them.
+#include "apps/studio/barepicture.h"
 #include "apps/studio/compareview.h"
 #include "apps/studio/drawingfile.h"
 #include "apps/studio/drawingpage.h"
@@ -10,6 +11,7 @@
 #include "apps/studio/studioview.h"
 #include "apps/studio/studiowindow.h"
 #include "kivrender/platform/kivbitmap.h"
+#include "kivrender/platform/kivimage.h"
 #include "kivrender/render/kivbitmapmanager.h"
 
 #include <QApplication>
@@ -37,7 +39,7 @@ namespace {
 // Milliseconds that a picture may take while the camera moves.
 constexpr double motionGoal = 40.0;
 // Fewer pixels than that save little time: what is left goes into the model, and the lines become too thick.
-constexpr double coarsest = 0.45;
+constexpr double coarsest = 0.75;
 // A look that takes longer than this when settled is replaced by a quicker one in motion.
 constexpr double slowLook = 220.0;
 
@@ -54,6 +56,12 @@ bool toBitmap(const QImage& image, KivBitmapManager* bitmap) {
                     pixels.constScanLine(info.height - 1 - y), info.rowBytes);
     }
     return true;
+}
+
+QColor backgroundOf(const StudioState& state) {
+    const std::uint32_t colour = state.options.getBackgroundColor();
+    return QColor(static_cast<int>(colour & 0xFFU), static_cast<int>(colour >> 8 & 0xFFU),
+                  static_cast<int>(colour >> 16 & 0xFFU));
 }
 
 // Lets them ask for a drawing and nothing beside it; file: empty for none.
@@ -94,7 +102,7 @@ void StudioWindow::drawMoving() {
     if (isBusy() || whole.isEmpty()) {
         return; // settling comes again
     }
-    const double scale = motionScale * view->devicePixelRatioF();
+    const double scale = std::max(motionScale, coarsest) * view->devicePixelRatioF();
     const QSize size = (QSizeF(whole) * scale).toSize().expandedTo(QSize(1, 1));
     StudioState shown = current;
     if (settledTime > slowLook) {
@@ -177,7 +185,9 @@ StudioPicture StudioWindow::renderFinal(const StudioModel& shown, const StudioSt
             }
         };
         running = &progress;
-        picture = renderer.render(shown, wanted, size, StudioRenderer::Purpose::final, progress);
+        picture = wanted.withoutBackground && !wanted.options.doVectorial()
+                      ? renderer.renderBare(shown, wanted, size, progress)
+                      : renderer.render(shown, wanted, size, StudioRenderer::Purpose::final, progress);
         running = nullptr;
     }
     setRendering(false);
@@ -343,15 +353,23 @@ void StudioWindow::savePicture() {
         return;
     }
     const QImage image = result->image;
+    const StudioState state = result->state;
     const QString file = askForPicture();
     if (file.isEmpty()) {
         return;
     }
-    KivBitmapManager bitmap;
+    const bool isBare = image.hasAlphaChannel();
     host.holdMessages();
-    const bool made = toBitmap(image, &bitmap);
-    if (made) {
-        host.saveImage(bitmap, kivFromQt(file).c_str());
+    bool made = false;
+    if (isBare && keepsAlpha(file)) {
+        const std::unique_ptr<KivImage> pixels = kivImageOf(image);
+        made = pixels != nullptr && host.savePicture(*pixels, kivFromQt(file).c_str());
+    } else {
+        KivBitmapManager bitmap;
+        made = toBitmap(isBare ? laidOn(image, backgroundOf(state)) : image, &bitmap);
+        if (made) {
+            host.saveImage(bitmap, kivFromQt(file).c_str());
+        }
     }
     const std::vector<std::wstring> messages = host.takeMessages();
     const QString shown = QDir::toNativeSeparators(file);
@@ -359,7 +377,7 @@ void StudioWindow::savePicture() {
         warn(studioText(StudioText::notSaved).arg(messages.empty() ? shown : kivToQt(messages.front())));
         return;
     }
-    tell(studioText(StudioText::saved).arg(shown));
+    tell(studioText(isBare && !keepsAlpha(file) ? StudioText::lossyBackground : StudioText::saved).arg(shown));
 }
 
 // That of the tab in front, be it the view or a result.

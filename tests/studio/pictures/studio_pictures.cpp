@@ -135,6 +135,14 @@ public:
         opens();
         settle();
     }
+    void drawingPage(const QString& name) {
+        for (QComboBox* const each : tabs().currentWidget()->findChildren<QComboBox*>()) {
+            if (const int index = each->findText(name); index >= 0) {
+                each->setCurrentIndex(index);
+                emit each->activated(index);
+            }
+        }
+    }
     void saveStyle() {
         control<QAbstractButton>(Dlg::saveStyleButton)->click();
     }
@@ -247,6 +255,30 @@ void takeResults(Photographer& photographer) {
     photographer.showTab(0);
 }
 
+// A drawing with its layers, its page, and the dialog that saves it.
+void takeDrawing(Photographer& photographer) {
+    photographer.trigger(StudioText::renderDrawing);
+    photographer.take("drawing");
+    photographer.drawingPage("A4");
+    photographer.zoomResult(3.0);
+    photographer.take("drawing-zoomed");
+    photographer.takeModal("drawing-save", [&] { photographer.trigger(StudioText::exportDrawing); });
+    photographer.showTab(0);
+    photographer.takeModal("drawing-export", [&] { photographer.trigger(StudioText::exportDrawing); });
+}
+
+// Some hidden, one seen through.
+void takeShown(Photographer& photographer) {
+    photographer.select({3, 4, 5});
+    photographer.trigger(StudioText::hideObjects);
+    photographer.select({13});
+    photographer.trigger(StudioText::ghostObjects);
+    photographer.take("objects-shown");
+    photographer.trigger(StudioText::showAllObjects);
+    photographer.trigger(StudioText::ghostObjects);
+    photographer.select({});
+}
+
 bool takeAll(const QString& folder, StudioHost& host, KivQtToolkit& toolkit, const QString& model) {
     Photographer photographer(folder, host, toolkit);
     photographer.take("window");
@@ -274,10 +306,15 @@ bool takeAll(const QString& folder, StudioHost& host, KivQtToolkit& toolkit, con
         photographer.style(style);
         photographer.take(QString("window-%1").arg(style).toLower().replace(' ', '-'));
     }
+    takeShown(photographer);
+    takeDrawing(photographer);
     takeResults(photographer);
     makeDark();
     photographer.style("Noir");
     photographer.take("window-dark");
+    photographer.trigger(StudioText::renderDrawing);
+    photographer.take("drawing-dark");
+    photographer.showTab(0);
     photographer.takeModal("options-dark", [&] { photographer.trigger(StudioText::options); });
     QApplication::setPalette(QApplication::style()->standardPalette());
     if (!model.isEmpty()) {

@@ -125,7 +125,7 @@ TEST_F(StudioPanels, TwentyThousandObjectsAreEditedTogether) {
 TEST_F(StudioPanels, ListsKeepTheirItemsWhileTheModelAndTheLightsAreTheSame) {
     openBoxes();
     addLight("Lamp");
-    const QListWidgetItem* const object = find<ObjectsPanel>()->item(1);
+    const QTreeWidgetItem* const object = find<ObjectsPanel>()->item(1);
     const QListWidgetItem* const light = find<LightsPanel>()->findChild<QListWidget*>()->item(1);
     trigger(StudioText::viewTop);
     undoAction()->trigger();
@@ -147,10 +147,10 @@ TEST_F(StudioPanels, AChangeBeforeAClickKeepsTheClickAndThePlaceOfTheList) {
     clickObject(249);
     EXPECT_EQ(window->state().objects.size(), 1U);
     EXPECT_EQ(list->selected(), std::vector<int>{249});
-    EXPECT_EQ(list->currentRow(), 249);
+    EXPECT_EQ(list->currentItem(), list->item(249));
     EXPECT_EQ(list->verticalScrollBar()->value(), place);
-    EXPECT_TRUE(list->item(250)->font().bold());
-    EXPECT_FALSE(list->item(249)->font().bold());
+    EXPECT_TRUE(list->item(250)->font(0).bold());
+    EXPECT_FALSE(list->item(249)->font(0).bold());
 }
 
 TEST_F(StudioPanels, ThePanelTellsWhatWasChangedBeforeItShowsAnotherLook) {
@@ -229,9 +229,14 @@ TEST_F(StudioPanels, AFieldOfALightChangesNothingElse) {
     auto* const panel = find<LightsPanel>();
     const QList<QDoubleSpinBox*> fields = panel->findChildren<QDoubleSpinBox*>();
     ASSERT_EQ(fields.size(), 6);
+    StudioModel read;
+    std::wstring message;
+    ASSERT_TRUE(read.load(window->state(), &message));
+    const KivModel& model = read.model();
     fields[3]->setValue(17.0); // Y
     const StudioLight placed = window->state().lights.at(0);
-    EXPECT_EQ(placed.location.y, 17.0);
+    EXPECT_GT(model.scale, 1.0);
+    EXPECT_EQ(placed.location.y, (17.0 - model.origin.y) * model.scale) << "the field has the coordinates of the file";
     EXPECT_EQ(placed.location.x, light.location.x);
     EXPECT_EQ(placed.location.z, light.location.z);
     EXPECT_EQ(placed.direction.x, light.direction.x);
@@ -269,14 +274,14 @@ TEST_F(StudioPanels, ObjectsAndTheLookHaveNames) {
     ASSERT_TRUE(window->openFiles({write("statue.obj", "v 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n")}));
     auto* const list = find<ObjectsPanel>();
     ASSERT_EQ(list->count(), 1);
-    EXPECT_EQ(list->item(0)->text(), "statue");
+    EXPECT_EQ(list->item(0)->text(0), "statue");
     EXPECT_NE(label("1 triangle"), nullptr);
     // A long one is shown in part, and whole by its tip.
     const QString name = QString("<b>").append(QString(200, 'x'));
     ASSERT_TRUE(
         window->openFiles({write("long.obj", "o " + name.toUtf8() + "\nv 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n")}));
     EXPECT_FALSE(list->horizontalScrollBar()->isVisible());
-    EXPECT_TRUE(list->item(0)->toolTip().contains(name.toHtmlEscaped()));
+    EXPECT_TRUE(list->item(0)->toolTip(0).contains(name.toHtmlEscaped()));
     const int width = find<LookPanel>()->minimumSizeHint().width();
     clickObject(0);
     EXPECT_LE(find<LookPanel>()->minimumSizeHint().width(), std::max(width, 320));

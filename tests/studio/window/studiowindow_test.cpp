@@ -285,7 +285,7 @@ TEST_F(StudioWindowTest, ObjectsGetALookOfTheirOwnTogether) {
     QTest::mouseClick(tree->viewport(), Qt::LeftButton, {}, QPoint(row.left() + 10, row.center().y()));
     ASSERT_TRUE(QTest::qWaitFor([&] { return window->state().objects.size() == 2; }, 3000));
     settle();
-    EXPECT_TRUE(objects->item(0)->font().bold());
+    EXPECT_TRUE(objects->item(0)->font(0).bold());
     EXPECT_NE(view->picture(), before);
     // One of them back to the picture's look: then the two differ, and the panel says so.
     objects->select({0});

@@ -3,6 +3,7 @@
 #include "core/runtime.h"
 #include "import/scenebuilder.h"
 #include "kivrender/platform/kivtext.h"
+#include "kivrender/scene/kivmeshpaint.h"
 #include "kivrender/scene/kivplacedmesh.h"
 
 #include <algorithm>
@@ -175,6 +176,10 @@ void SceneObject::setColour(const kivimport::Colour& colour) {
     for (kivimport::Material& material : parts.materials) {
         material.diffuse = colour;
         material.textureLoaded = false;
+        material.picture = kivimport::noIndex;
+    }
+    for (const auto& mesh : meshes) {
+        kivSetMeshPaint(*mesh, nullptr);
     }
     changeMaterials([paint = toKivColour(colour)](KivMaterial& material) {
         material.setDiffuse(paint);

@@ -38,6 +38,22 @@ std::vector<std::string> placesOf(std::string name, const fs::path& folder) {
     return places;
 }
 
+// The first of a material's pictures that could be read; of none the first tells why.
+void takeFirst(ModelParts& parts, Material& material, const std::vector<std::string>& places,
+               const std::map<std::string, std::uint32_t>& numbers) {
+    if (places.empty()) {
+        Picture missing;
+        missing.problem = "there is no such file";
+        takePicture(material, noIndex, missing, parts.warnings);
+        return;
+    }
+    const auto found = std::find_if(places.begin(), places.end(), [&](const std::string& path) {
+        return !parts.pictures[numbers.at(path)].pixels.empty();
+    });
+    const std::uint32_t number = numbers.at(found != places.end() ? *found : places.front());
+    takePicture(material, number, parts.pictures[number], parts.warnings);
+}
+
 } // namespace
 
 ForeignReader::ForeignReader(const KivModelOptions& modelOptions, ImportProgress& importProgress)
@@ -58,44 +74,38 @@ ModelParts ForeignReader::readModel(const std::string& path, const ReadLimits& l
     return parts;
 }
 
-void ForeignReader::averageTextures(std::vector<Material>& materials, const std::string& modelFolder,
-                                    std::vector<std::string>& warnings) const {
+void ForeignReader::readTextures(ModelParts& parts, const std::string& modelFolder) const {
     ReaderRequest request;
     request.kind = ReaderRequest::Kind::textures;
-    std::map<std::string, std::size_t> numbers; // of the pictures in the request
+    std::map<std::string, std::uint32_t> numbers; // of the pictures in the request
     std::vector<std::vector<std::string>> places;
     std::uint64_t bytes = 0;
-    for (const Material& material : materials) {
+    for (const Material& material : parts.materials) {
         places.push_back(material.texture.empty() ? std::vector<std::string>()
                                                   : placesOf(material.texture, modelFolder));
         for (const std::string& path : places.back()) {
-            if (numbers.try_emplace(path, request.textures.size()).second) {
+            if (numbers.try_emplace(path, static_cast<std::uint32_t>(request.textures.size())).second) {
                 request.textures.push_back(path);
                 bytes += sizeOf(path);
             }
         }
     }
-    if (request.textures.empty()) {
-        return;
-    }
-    request.readable = request.textures;
-    TextureColours colours;
-    try {
-        colours = ReaderSession(options, progress, bytes).colours(std::move(request));
-        if (colours.size() != numbers.size()) {
-            throw ImportError("its reader handed over something broken (another number of colours)");
+    if (!request.textures.empty()) {
+        request.readable = request.textures;
+        try {
+            parts.pictures = ReaderSession(options, progress, bytes).pictures(std::move(request));
+            if (parts.pictures.size() != numbers.size()) {
+                throw ImportError("its reader handed over something broken (another number of pictures)");
+            }
+        } catch (const ImportError& error) {
+            parts.pictures.clear();
+            parts.warnings.push_back(std::string("its textures are left out: ") + error.what());
+            return;
         }
-    } catch (const ImportError& error) {
-        warnings.push_back(std::string("its textures are left out: ") + error.what());
-        return;
     }
-    for (std::size_t i = 0; i < materials.size(); ++i) {
-        const auto found = std::find_if(places[i].begin(), places[i].end(), [&colours, &numbers](const auto& path) {
-            return colours[numbers.at(path)].loaded;
-        });
-        if (found != places[i].end()) {
-            materials[i].textureAverage = colours[numbers.at(*found)].colour;
-            materials[i].textureLoaded = true;
+    for (std::size_t i = 0; i < parts.materials.size(); ++i) {
+        if (!parts.materials[i].texture.empty()) {
+            takeFirst(parts, parts.materials[i], places[i], numbers);
         }
     }
 }

@@ -17,14 +17,13 @@ class ForeignReader {
 public:
     ForeignReader(const KivModelOptions& modelOptions, ImportProgress& importProgress);
 
-    // A path in UTF-8, its file checked. Textures are averaged already. Throws ImportError and ImportCancelled.
+    // A path in UTF-8, its file checked. Textures are read already. Throws ImportError and ImportCancelled.
     ModelParts readModel(const std::string& path, const ReadLimits& limits) const;
 
-    // Fills in textureAverage and textureLoaded of the materials, by pictures in the model's folder or where their
-    // names lead from there. A picture that can't be read costs its colour and not the model; one that no reader
-    // stands, or a reader that is missing, gives a line in warnings. Throws ImportCancelled.
-    void averageTextures(std::vector<Material>& materials, const std::string& modelFolder,
-                         std::vector<std::string>& warnings) const;
+    // Reads the textures of the materials, from pictures in the model's folder or where their names lead from there. A
+    // picture that can't be read costs its colours and not the model, and gives a line in the warnings, as does a
+    // reader that is missing. Throws ImportCancelled.
+    void readTextures(ModelParts& parts, const std::string& modelFolder) const;
 
     // The libraries that read, with their versions. Throws ImportError.
     std::string describe() const;

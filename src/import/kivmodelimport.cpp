@@ -31,8 +31,9 @@ ModelParts readObjFile(const std::string& path, const KivModelOptions& options, 
             continue;
         }
     }
-    ForeignReader(options, progress)
-        .averageTextures(file.parts.materials, folder.empty() ? "." : folder.string(), file.parts.warnings);
+    ForeignReader(options, progress).readTextures(file.parts, folder.empty() ? "." : folder.string());
+    dropUnusedPaint(file.parts);
+    paintPositions(file.parts, std::move(file.colours));
     return std::move(file.parts);
 }
 

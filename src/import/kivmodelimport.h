@@ -8,8 +8,9 @@
 //
 // The import takes triangles (polygons are cut up), polylines and points, the transforms of the file's nodes,
 // materials, cameras and lights. Normals are taken as the file gives them; where it gives none, a surface is smooth up
-// to a crease angle. A texture is averaged into one diffuse colour, since the shaders paint with flat colours. Mirrored
-// nodes keep their faces' winding right. Animations, bones and morph targets stay in their rest position.
+// to a crease angle. Mirrored nodes keep their faces' winding right. Animations, bones and morph targets stay in their
+// rest position. Of textures, and of colours at vertices, meshes have the mean as their diffuse colour, and all of it
+// beside them (scene/kivmeshpaint.h).
 //
 // Meshes of CAD files have the normals of the exact surfaces, and their edges beside them (scene/kivmeshedges.h).
 #ifndef IMPORT_KIVMODELIMPORT_H

@@ -2,6 +2,7 @@
 
 #include "kivrender/scene/kivmaterial.h"
 #include "kivrender/scene/kivmesh.h"
+#include "kivrender/scene/kivmeshpaint.h"
 
 #include <algorithm>
 #include <cwctype>
@@ -89,6 +90,7 @@ private:
             if (isOne(path, pattern)) {
                 material.setDiffuse(colour);
                 material.setAmbient(colour);
+                kivSetMeshPaint(mesh, nullptr);
                 isChanged = true;
             }
         }

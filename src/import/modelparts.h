@@ -72,6 +72,24 @@ struct Colour {
     friend bool operator==(const Colour&, const Colour&) = default;
 };
 
+inline constexpr std::uint32_t noIndex = std::numeric_limits<std::uint32_t>::max();
+
+// A picture for surfaces. Without pixels it could not be read.
+struct Picture {
+    std::int32_t width = 0;
+    std::int32_t height = 0;
+    std::vector<std::uint8_t> pixels; // rows from the top down; red, green, blue, straight alpha
+    Colour average{1.0, 1.0, 1.0};
+    bool hasAlpha = false; // is anything less than opaque
+    std::string problem;   // why it could not be read
+};
+
+// What lies beyond the borders of a picture.
+enum class Wrap : std::uint32_t { repeat, clamp, mirror };
+
+// Of pictures with alpha, where the file does not say.
+inline constexpr double usualCutOut = 0.5;
+
 struct Material {
     std::string name;
     Colour ambient;
@@ -83,9 +101,11 @@ struct Material {
     std::string texture; // file name of the diffuse texture as the model gives it, or empty
     Colour textureAverage{1.0, 1.0, 1.0};
     bool textureLoaded = false;
+    std::uint32_t picture = noIndex; // the texture's, where it is to be drawn
+    Wrap wrapU = Wrap::repeat;
+    Wrap wrapV = Wrap::repeat;
+    double cutOut = 0.0; // what is less opaque in the texture is not there; 0: its alpha means nothing
 };
-
-inline constexpr std::uint32_t noIndex = std::numeric_limits<std::uint32_t>::max();
 
 // One of the names that a file gives to its objects, which stand in a tree.
 struct Node {
@@ -123,6 +143,10 @@ struct Surface {
     std::vector<std::uint32_t> cornerNormals; // indices of normals or noIndex, one to a corner; empty for none at all
     std::vector<std::uint32_t> triangleParts; // indices of parts, one to a triangle; empty: all belong to the first
     std::vector<Part> parts;
+    // Places in textures, the first two from (0, 0) at the upper left corner of the picture, or colours from 0 to 1.
+    std::vector<Vec3> paint;
+    std::vector<std::uint32_t> cornerPaint; // indices of paint or noIndex, one to a corner; empty for none at all
+    bool isPaintColour = false;
     // Whether the file knows the edges of the surface. Those below are then all that it has, be they none.
     bool hasEdges = false;
     std::vector<std::uint32_t> edgePoints; // indices of positions
@@ -183,6 +207,7 @@ struct ModelParts {
     std::vector<Polyline> polylines;
     std::vector<Vec3> points;
     std::vector<Material> materials;
+    std::vector<Picture> pictures;
     std::vector<Camera> cameras;
     std::vector<Light> lights;
     std::vector<std::string> animations; // their names
@@ -211,6 +236,23 @@ struct Fineness {
 struct ReadLimits {
     std::uint64_t maxElements = 0; // triangles, lines and points that may still come
 };
+
+// All pictures of a model have at most so many pixels together; what comes beyond that is drawn in its mean colour.
+inline constexpr std::uint64_t maxTexturePixels = std::uint64_t{1} << 26;
+
+// Takes the pixels of a picture with which there would be too many; its average stays. pixels: how many there are.
+void limitPixels(Picture& picture, std::uint64_t& pixels);
+
+// Gives the material what it needs of its picture, or the user a line on why it has none; the same line comes once.
+// number: the picture's among those of the model.
+void takePicture(Material& material, std::uint32_t number, const Picture& picture, std::vector<std::string>& warnings);
+
+// Takes places in textures from surfaces without a texture, which they would only cut up.
+void dropUnusedPaint(ModelParts& parts);
+
+// Paints the surfaces that have no texture with colours of the positions, and gives their parts the mean. Positions and
+// colours are in the same order.
+void paintPositions(ModelParts& parts, std::vector<Vec3> colours);
 
 // Throws when count is above the limit.
 void checkElements(std::uint64_t count, const ReadLimits& limits);

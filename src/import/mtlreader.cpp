@@ -74,6 +74,7 @@ void readMaterialLine(TextScanner& scan, std::string_view keyword, Material& mat
         material.opacity = 1.0 - std::clamp(readNumber(scan).value_or(1.0 - material.opacity), 0.0, 1.0);
     } else if (keyword == "map_Kd") {
         material.texture = readTextureName(scan);
+        material.cutOut = usualCutOut;
     }
 }
 

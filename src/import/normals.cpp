@@ -100,7 +100,8 @@ public:
     VertexMaker(const Surface& source, double creaseAngle, WorkWatch& workWatch)
         : surface(source), watch(workWatch), cosCrease(std::cos(std::clamp(creaseAngle, 0.0, 180.0) * (pi / 180.0))),
           cosHalfCrease(std::cos(std::clamp(creaseAngle, 0.0, 180.0) * (pi / 360.0))), faces(source.corners.size() / 3),
-          means(source.positions.size()), isOne(source.positions.size(), 1) {}
+          means(source.positions.size()), isOne(source.positions.size(), 1),
+          onePaint(source.cornerPaint.empty() ? 0 : source.positions.size(), unseen) {}
 
     SurfaceVertices make() {
         addUpFaces();
@@ -115,7 +116,7 @@ public:
             if (start[p] != start[p + 1]) {
                 makeSeveral(p);
             } else if (isOne[p] != 0 && means[p] != Vec3{}) {
-                vertexOf[p] = addVertex(p, means[p]);
+                vertexOf[p] = addVertex(p, means[p], onePaint.empty() ? noIndex : onePaint[p]);
             }
         }
         for (std::size_t c = 0; c < surface.corners.size(); ++c) {
@@ -152,10 +153,24 @@ private:
             const std::uint32_t p = surface.corners[c];
             const Vec3& face = faces[c / 3];
             const bool bends = means[p] == Vec3{} || (face != Vec3{} && dot(face, means[p]) < cosHalfCrease);
-            if (bends || givenNormal(c) != Vec3{}) {
+            if (bends || givenNormal(c) != Vec3{} || hasOtherPaint(c)) {
                 isOne[p] = 0;
             }
         }
+    }
+
+    // Than the corners before it at the same position.
+    bool hasOtherPaint(std::size_t corner) {
+        if (onePaint.empty()) {
+            return false;
+        }
+        std::uint32_t& known = onePaint[surface.corners[corner]];
+        known = known == unseen ? paintOf(corner) : known;
+        return known != paintOf(corner);
+    }
+
+    std::uint32_t paintOf(std::size_t corner) const {
+        return surface.cornerPaint.empty() ? noIndex : surface.cornerPaint[corner];
     }
 
     Vec3 givenNormal(std::size_t corner) const {
@@ -185,9 +200,12 @@ private:
         }
     }
 
-    std::uint32_t addVertex(std::uint32_t position, const Vec3& normal) {
+    std::uint32_t addVertex(std::uint32_t position, const Vec3& normal, std::uint32_t paint) {
         vertices.positions.push_back(position);
         vertices.normals.push_back(normal);
+        if (!onePaint.empty()) {
+            vertices.paint.push_back(paint);
+        }
         return static_cast<std::uint32_t>(vertices.normals.size() - 1);
     }
 
@@ -206,11 +224,16 @@ private:
             }
             const auto end = static_cast<std::uint32_t>(vertices.normals.size());
             std::uint32_t vertex = end - first > manyCorners ? end - static_cast<std::uint32_t>(manyCorners) : first;
-            while (vertex < end && !(vertices.normals[vertex] == normal)) {
+            const std::uint32_t paint = paintOf(corners[i]);
+            while (vertex < end && !(vertices.normals[vertex] == normal && isPainted(vertex, paint))) {
                 ++vertex;
             }
-            vertices.corners[corners[i]] = vertex < end ? vertex : addVertex(position, normal);
+            vertices.corners[corners[i]] = vertex < end ? vertex : addVertex(position, normal, paint);
         }
+    }
+
+    bool isPainted(std::uint32_t vertex, std::uint32_t paint) const {
+        return onePaint.empty() || vertices.paint[vertex] == paint;
     }
 
     // Faces within the crease angle of each other belong together, and so does what is linked by others in between: a
@@ -260,6 +283,8 @@ private:
     std::vector<Vec3> faces; // normals, unit length or zero
     std::vector<Vec3> means; // of the faces at each position, unit length or zero
     std::vector<std::uint8_t> isOne;
+    static constexpr std::uint32_t unseen = noIndex - 1;
+    std::vector<std::uint32_t> onePaint; // of each position; empty without paint
     std::vector<std::uint32_t> start;
     std::vector<std::uint32_t> cornersAt;
     SurfaceVertices vertices;
@@ -268,9 +293,19 @@ private:
     std::vector<std::size_t> open;
 };
 
+void weldPaint(Surface& surface, WorkWatch& watch) {
+    const std::vector<std::uint32_t> newIndex = weldPositions(surface.paint, watch);
+    for (std::size_t c = 0; !newIndex.empty() && c < surface.cornerPaint.size(); ++c) {
+        watch.add(costOfStep);
+        std::uint32_t& corner = surface.cornerPaint[c];
+        corner = corner != noIndex ? newIndex[corner] : noIndex;
+    }
+}
+
 } // namespace
 
 std::uint64_t weldSurface(Surface& surface, WorkWatch watch) {
+    weldPaint(surface, watch);
     const std::vector<std::uint32_t> newIndex = weldPositions(surface.positions, watch);
     if (!newIndex.empty()) {
         for (std::uint32_t& corner : surface.corners) {
@@ -295,6 +330,10 @@ std::uint64_t weldSurface(Surface& surface, WorkWatch watch) {
                 std::copy_n(surface.cornerNormals.begin() + static_cast<std::ptrdiff_t>(t * 3), 3,
                             surface.cornerNormals.begin() + static_cast<std::ptrdiff_t>(kept * 3));
             }
+            if (!surface.cornerPaint.empty()) {
+                std::copy_n(surface.cornerPaint.begin() + static_cast<std::ptrdiff_t>(t * 3), 3,
+                            surface.cornerPaint.begin() + static_cast<std::ptrdiff_t>(kept * 3));
+            }
             if (!surface.triangleParts.empty()) {
                 surface.triangleParts[kept] = surface.triangleParts[t];
             }
@@ -304,6 +343,9 @@ std::uint64_t weldSurface(Surface& surface, WorkWatch watch) {
     surface.corners.resize(kept * 3);
     if (!surface.cornerNormals.empty()) {
         surface.cornerNormals.resize(kept * 3);
+    }
+    if (!surface.cornerPaint.empty()) {
+        surface.cornerPaint.resize(kept * 3);
     }
     if (!surface.triangleParts.empty()) {
         surface.triangleParts.resize(kept);

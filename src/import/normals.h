@@ -9,18 +9,21 @@ namespace kivimport {
 
 // Makes positions that are exactly equal one (files that know no shared vertices repeat each of them), and removes the
 // triangles that have no area left: two corners at one position, or all three on a line. Returns how many were removed.
-// Positions keep the order of their first occurrence, triangles keep theirs. The points of edges are welded along.
+// Positions keep the order of their first occurrence, triangles keep theirs. The points of edges are welded along, and
+// equal paint becomes one in the same way.
 std::uint64_t weldSurface(Surface& surface, WorkWatch watch = {});
 
 struct SurfaceVertices {
     std::vector<std::uint32_t> positions; // index into the surface's positions, one to a vertex, ascending
     std::vector<Vec3> normals;            // unit length, one to a vertex
     std::vector<std::uint32_t> corners;   // vertex indices, three to a triangle
+    std::vector<std::uint32_t> paint;     // index into the surface's paint or noIndex, one to a vertex; empty for none
 };
 
 // Gives every corner its normal: the file's own where it has a direction, else the mean of those faces around the
 // position that are linked with this corner's face by angles of at most creaseAngle (degrees), each weighted by its
-// angle at the position. Corners of one position with equal normals share a vertex. The surface must be welded.
+// angle at the position. Corners of one position with equal normals and equal paint share a vertex. The surface must be
+// welded.
 SurfaceVertices makeVertices(const Surface& surface, double creaseAngle, WorkWatch watch = {});
 
 } // namespace kivimport

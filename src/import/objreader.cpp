@@ -43,11 +43,13 @@ private:
     void readLine() {
         const std::string_view keyword = scan.word();
         if (keyword == "v") {
-            surface.positions.push_back(scan.point());
+            readVertex();
         } else if (keyword == "f") {
             readFace();
         } else if (keyword == "vn") {
             surface.normals.push_back(scan.direction());
+        } else if (keyword == "vt") {
+            readTexturePlace();
         } else if (keyword == "l") {
             readPolyline();
         } else if (keyword == "p") {
@@ -59,7 +61,7 @@ private:
             partIsCurrent = false;
         } else if (keyword == "mtllib") {
             file.materialLibraries.emplace_back(scan.rest());
-        } else if (keyword != "vt" && keyword != "g" && keyword != "s" && !keyword.empty() && keyword[0] != '#') {
+        } else if (keyword != "g" && keyword != "s" && !keyword.empty() && keyword[0] != '#') {
             return; // counts as nothing that an OBJ file would say
         }
         understood = understood || (!keyword.empty() && keyword[0] != '#');
@@ -84,8 +86,56 @@ private:
         return static_cast<std::uint32_t>(std::min<std::int64_t>(given - 1, noIndex - 1));
     }
 
+    // Some programs write a colour behind the coordinates; what is there may also be a weight, or nothing of use.
+    void readVertex() {
+        surface.positions.push_back(scan.point());
+        if (!mayHaveColours || scan.atEnd()) {
+            return;
+        }
+        try {
+            Vec3 colour{scan.number("a colour"), 0.0, 0.0};
+            if (scan.atEnd()) {
+                return;
+            }
+            colour.y = scan.number("a colour");
+            colour.z = scan.number("a colour");
+            if (isFinite(colour)) {
+                file.colours.resize(surface.positions.size() - 1, Vec3{1.0, 1.0, 1.0});
+                file.colours.push_back(colour);
+            }
+        } catch (const ImportError&) {
+            mayHaveColours = false;
+        }
+    }
+
+    // Without a material library there is no texture; a wrong number costs the texture and not the model.
+    void readTexturePlace() {
+        if (file.materialLibraries.empty()) {
+            ++skippedPlaces;
+            return;
+        }
+        Vec3 place;
+        try {
+            place.x = scan.number("a place in a texture");
+            place.y = scan.atEnd() ? 0.0 : scan.number("a place in a texture");
+        } catch (const ImportError&) {
+            place = {};
+        }
+        // The first row of a picture is its upper one, and the file counts from below.
+        surface.paint.push_back(isUsable(place) ? Vec3{place.x, 1.0 - place.y, 0.0} : Vec3{});
+    }
+
+    // noIndex for what names no place in a texture.
+    std::uint32_t paintOf(std::int64_t given) const {
+        const auto count = static_cast<std::int64_t>(skippedPlaces + surface.paint.size());
+        const std::int64_t index = (given < 0 ? count + given : given - 1) - static_cast<std::int64_t>(skippedPlaces);
+        const bool isKnown = given != 0 && index >= 0 && index < static_cast<std::int64_t>(surface.paint.size());
+        return isKnown ? static_cast<std::uint32_t>(index) : noIndex;
+    }
+
     struct Corner {
         std::uint32_t position = 0;
+        std::uint32_t paint = noIndex;
         std::uint32_t normal = noIndex;
     };
 
@@ -94,7 +144,7 @@ private:
         corner.position = resolve(scan.integer("a vertex index"), surface.positions.size(), latestVertex, "vertex");
         if (scan.skip('/')) {
             if (!scan.atBlank() && !scan.is('/')) {
-                scan.integer("a texture index");
+                corner.paint = paintOf(scan.integer("a texture index"));
             }
             if (scan.skip('/') && !scan.atBlank()) {
                 corner.normal = resolve(scan.integer("a normal index"), surface.normals.size(), latestNormal, "normal");
@@ -145,6 +195,10 @@ private:
         surface.corners.insert(surface.corners.end(), {a.position, b.position, c.position});
         if (hasNormals) {
             surface.cornerNormals.insert(surface.cornerNormals.end(), {a.normal, b.normal, c.normal});
+        }
+        if (!surface.paint.empty()) {
+            surface.cornerPaint.resize(surface.corners.size() - 3, noIndex);
+            surface.cornerPaint.insert(surface.cornerPaint.end(), {a.paint, b.paint, c.paint});
         }
         surface.triangleParts.push_back(currentPart);
     }
@@ -232,6 +286,12 @@ private:
             file.parts.points.push_back(surface.positions[point]);
         }
         file.parts.format = "Wavefront OBJ";
+        if (!file.colours.empty()) {
+            file.colours.resize(surface.positions.size(), Vec3{1.0, 1.0, 1.0});
+        }
+        if (!surface.paint.empty()) {
+            surface.cornerPaint.resize(surface.corners.size(), noIndex);
+        }
         if (!surface.corners.empty()) {
             file.parts.surfaces.push_back(std::move(surface));
         }
@@ -251,6 +311,8 @@ private:
     std::vector<std::uint32_t> points;
     LatestIndex latestVertex;
     LatestIndex latestNormal;
+    std::size_t skippedPlaces = 0; // in textures, ahead of any material library
+    bool mayHaveColours = true;
     bool understood = false;
     bool hasNormals = false;
 

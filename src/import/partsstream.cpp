@@ -8,6 +8,8 @@ namespace kivimport {
 namespace {
 
 constexpr std::uint64_t maxText = 1 << 20;
+// Readers reduce pictures to less.
+constexpr std::int32_t maxPictureSide = 8192;
 // What memory grows by at once, in bytes.
 constexpr std::size_t chunk = 1 << 18;
 constexpr std::uint64_t maxRequest = std::uint64_t{64} << 20;
@@ -16,7 +18,10 @@ constexpr std::uint64_t maxRequest = std::uint64_t{64} << 20;
 
 template <class Archive> void fields(Archive& archive, Material& m) {
     archive(m.name, m.ambient, m.diffuse, m.specular, m.emission, m.shininess, m.opacity, m.texture, m.textureAverage,
-            m.textureLoaded);
+            m.textureLoaded, m.picture, m.wrapU, m.wrapV, m.cutOut);
+}
+template <class Archive> void fields(Archive& archive, Picture& p) {
+    archive(p.width, p.height, p.pixels, p.average, p.hasAlpha, p.problem);
 }
 template <class Archive> void fields(Archive& archive, Surface::Part& p) {
     archive(p.name, p.material, p.node);
@@ -28,8 +33,8 @@ template <class Archive> void fields(Archive& archive, SurfaceEdge& e) {
     archive(e.kind, e.part, e.material, e.first, e.count);
 }
 template <class Archive> void fields(Archive& archive, Surface& s) {
-    archive(s.positions, s.normals, s.corners, s.cornerNormals, s.triangleParts, s.parts, s.hasEdges, s.edgePoints,
-            s.edges);
+    archive(s.positions, s.normals, s.corners, s.cornerNormals, s.triangleParts, s.parts, s.paint, s.cornerPaint,
+            s.isPaintColour, s.hasEdges, s.edgePoints, s.edges);
 }
 template <class Archive> void fields(Archive& archive, SurfaceInstance& i) {
     archive(i.surface, i.x, i.y, i.z, i.origin, i.node, i.material);
@@ -45,14 +50,11 @@ template <class Archive> void fields(Archive& archive, Light& l) {
 }
 template <class Archive> void fields(Archive& archive, ModelParts& p) {
     archive(p.format, p.zUp, p.metresPerUnit, p.nodes, p.surfaces, p.instances, p.polylines, p.points, p.materials,
-            p.cameras, p.lights, p.animations, p.warnings);
+            p.pictures, p.cameras, p.lights, p.animations, p.warnings);
 }
 template <class Archive> void fields(Archive& archive, ReaderRequest& r) {
     archive(r.kind, r.path, r.textures, r.readable, r.limits.maxElements, r.fineness.deflection,
             r.fineness.unitsPerPixel, r.fineness.picturePixels, r.maxMemory, r.maxSeconds);
-}
-template <class Archive> void fields(Archive& archive, TextureColour& c) {
-    archive(c.loaded, c.colour);
 }
 
 // What goes over as it lies in memory. A bool does not: only two of its bytes are one.
@@ -228,6 +230,11 @@ void checkSurface(const Surface& surface, const ModelParts& parts) {
     checkIndices(surface.corners, surface.positions.size(), false, "vertex");
     checkIndices(surface.cornerNormals, surface.normals.size(), true, "normal");
     checkIndices(surface.triangleParts, surface.parts.size(), false, "part");
+    require(surface.cornerPaint.empty() || surface.cornerPaint.size() == surface.corners.size(),
+            "corners without a place for their paint");
+    require(surface.paint.size() < noIndex, "too many colours");
+    require(std::all_of(surface.paint.begin(), surface.paint.end(), isFinite), "a place in a texture that is none");
+    checkIndices(surface.cornerPaint, surface.paint.size(), true, "paint");
     for (const Surface::Part& part : surface.parts) {
         checkMaterialIndex(part.material, parts);
         require(part.node == noIndex || part.node < parts.nodes.size(), "a part of no node");
@@ -278,12 +285,27 @@ bool isColour(const Colour& c) {
     return inRange(c.r) && inRange(c.g) && inRange(c.b);
 }
 
-void checkMaterial(const Material& m) {
+bool isWrap(Wrap wrap) {
+    return wrap == Wrap::repeat || wrap == Wrap::clamp || wrap == Wrap::mirror;
+}
+
+void checkMaterial(const Material& m, const ModelParts& parts) {
     require(isColour(m.ambient) && isColour(m.diffuse) && isColour(m.specular) && isColour(m.emission) &&
                 isColour(m.textureAverage),
             "a colour out of range");
     require(std::isfinite(m.shininess) && m.shininess >= 0.0, "a shininess that can't be used");
     require(m.opacity >= 0.0 && m.opacity <= 1.0, "an opacity out of range");
+    require(m.picture == noIndex || m.picture < parts.pictures.size(), "a material without its picture");
+    require(isWrap(m.wrapU) && isWrap(m.wrapV), "an unknown way to go on beyond a picture");
+    require(m.cutOut >= 0.0 && m.cutOut <= 1.0, "a threshold out of range");
+}
+
+void checkPicture(const Picture& p) {
+    require(p.width >= 0 && p.height >= 0 && p.width <= maxPictureSide && p.height <= maxPictureSide &&
+                p.pixels.size() ==
+                    std::size_t{4} * static_cast<std::size_t>(p.width) * static_cast<std::size_t>(p.height),
+            "a picture of another size than it says");
+    require(isColour(p.average), "a colour out of range");
 }
 
 void checkCamera(const Camera& c) {
@@ -309,8 +331,8 @@ void writeParts(ByteSink& sink, ModelParts& parts) {
 void writeRequest(ByteSink& sink, ReaderRequest& request) {
     Writer{sink}(request);
 }
-void writeColours(ByteSink& sink, TextureColours& colours) {
-    Writer{sink}(colours);
+void writePictures(ByteSink& sink, std::vector<Picture>& pictures) {
+    Writer{sink}(pictures);
 }
 void writeText(ByteSink& sink, std::string text) {
     text.resize(std::min<std::size_t>(text.size(), maxText));
@@ -323,12 +345,10 @@ ModelParts readParts(ByteSource& source, std::uint64_t maxBytes) {
 ReaderRequest readRequest(ByteSource& source) {
     return readRecord<ReaderRequest>(source, maxRequest);
 }
-TextureColours readColours(ByteSource& source) {
-    TextureColours colours = readRecord<TextureColours>(source, maxRequest);
-    for (const TextureColour& each : colours) {
-        require(isColour(each.colour), "a colour out of range");
-    }
-    return colours;
+std::vector<Picture> readPictures(ByteSource& source, std::uint64_t maxBytes) {
+    std::vector<Picture> pictures = readRecord<std::vector<Picture>>(source, maxBytes);
+    std::for_each(pictures.begin(), pictures.end(), checkPicture);
+    return pictures;
 }
 std::string readText(ByteSource& source) {
     return readRecord<std::string>(source, maxText + sizeof(std::uint64_t));
@@ -351,7 +371,10 @@ void checkParts(const ModelParts& parts, const ReadLimits& limits) {
         checkMaterialIndex(line.material, parts);
     }
     checkPoints(parts.points, "a point that can't be used");
-    std::for_each(parts.materials.begin(), parts.materials.end(), checkMaterial);
+    std::for_each(parts.pictures.begin(), parts.pictures.end(), checkPicture);
+    for (const Material& material : parts.materials) {
+        checkMaterial(material, parts);
+    }
     std::for_each(parts.cameras.begin(), parts.cameras.end(), checkCamera);
     std::for_each(parts.lights.begin(), parts.lights.end(), checkLight);
 }

@@ -24,7 +24,7 @@ public:
 // Nothing is changed; the one list of fields serves both ways.
 void writeParts(ByteSink& sink, ModelParts& parts);
 void writeRequest(ByteSink& sink, ReaderRequest& request);
-void writeColours(ByteSink& sink, TextureColours& colours);
+void writePictures(ByteSink& sink, std::vector<Picture>& pictures);
 void writeText(ByteSink& sink, std::string text);
 
 // maxBytes bounds what is taken, and so the memory that a sender can make the receiver use; memory is taken as the
@@ -32,7 +32,7 @@ void writeText(ByteSink& sink, std::string text);
 // sound afterwards; what the numbers mean is for checkParts.
 ModelParts readParts(ByteSource& source, std::uint64_t maxBytes);
 ReaderRequest readRequest(ByteSource& source);
-TextureColours readColours(ByteSource& source);
+std::vector<Picture> readPictures(ByteSource& source, std::uint64_t maxBytes);
 std::string readText(ByteSource& source);
 
 // Throws BrokenStream unless the scene can be built of the parts: indices within their lists, coordinates that can be

@@ -17,7 +17,7 @@ namespace kivimport {
 inline constexpr const char* readerProgramName = "selvarin-reader";
 
 // To be raised with every change of what is sent.
-inline constexpr std::uint64_t readerGreeting = 0x4B69'7652'0000'0004;
+inline constexpr std::uint64_t readerGreeting = 0x4B69'7652'0000'0005;
 
 enum class ReaderMessage : std::uint32_t {
     hello,    // then readerGreeting
@@ -25,7 +25,7 @@ enum class ReaderMessage : std::uint32_t {
     memory,   // then the bytes that the reader allows itself from here on: they grow with what it opens
     failure,  // then a text, which lacks the file's name; the last one
     parts,    // then the parts of the model; the last one
-    colours,  // then one colour for each picture; the last one
+    pictures, // then all pictures that were asked for; the last one
     text      // then a text; the last one
 };
 
@@ -37,25 +37,19 @@ inline constexpr int readerOutOfMemory = 3;
 struct ReaderRequest {
     enum class Kind : std::uint32_t {
         model,    // read the model: parts
-        textures, // average pictures: colours
+        textures, // decode pictures: pictures
         describe  // which libraries read: text
     };
 
     Kind kind = Kind::model;
     std::string path;                  // of the model
-    std::vector<std::string> textures; // pictures, to be averaged in this order
+    std::vector<std::string> textures; // pictures, in this order
     std::vector<std::string> readable; // files, and folders with all in them, that may be opened
     ReadLimits limits;
     Fineness fineness;
     std::uint64_t maxMemory = 0;  // bytes, the most that it may allow itself
     std::uint64_t maxSeconds = 0; // of processor time in all
 };
-
-struct TextureColour {
-    bool loaded = false;
-    Colour colour;
-};
-using TextureColours = std::vector<TextureColour>;
 
 // The memory of a reader grows with what it opens: parsed text takes many times its own size. Measured over the
 // formats: up to 35 bytes for each byte of a file.

@@ -116,8 +116,8 @@ ModelParts ReaderSession::parts(ReaderRequest request) {
     return ask(request, ReaderMessage::parts, [this] { return readParts(*this, memoryNow); });
 }
 
-TextureColours ReaderSession::colours(ReaderRequest request) {
-    return ask(request, ReaderMessage::colours, [this] { return readColours(*this); });
+std::vector<Picture> ReaderSession::pictures(ReaderRequest request) {
+    return ask(request, ReaderMessage::pictures, [this] { return readPictures(*this, memoryNow); });
 }
 
 std::string ReaderSession::text(ReaderRequest request) {

@@ -24,7 +24,7 @@ public:
     // Sends the one request and returns its answer. Throws ImportError with what the reader told or what became of it,
     // and ImportCancelled.
     ModelParts parts(ReaderRequest request);
-    TextureColours colours(ReaderRequest request);
+    std::vector<Picture> pictures(ReaderRequest request);
     std::string text(ReaderRequest request);
 
 private:

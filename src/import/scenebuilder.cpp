@@ -7,6 +7,7 @@
 #include "kivrender/scene/kivmesh.h"
 #include "kivrender/scene/kivmeshedges.h"
 #include "kivrender/scene/kivmeshnormals.h"
+#include "kivrender/scene/kivmeshpaint.h"
 #include "kivrender/scene/kivplacedmesh.h"
 #include "kivrender/scene/kivpolyline.h"
 
@@ -14,6 +15,7 @@
 #include <array>
 #include <cmath>
 #include <limits>
+#include <map>
 #include <tuple>
 
 namespace kivimport {
@@ -73,8 +75,55 @@ KivMaterial toKivMaterial(const Material& source) {
     material.setShine(source.shininess * KivMaterial::maxShine() / 128.0);
     material.setSpecular(source.shininess > 0.0 ? toKivColour(source.specular) : 0);
     material.setTransparency(source.opacity);
+    material.setTextureMode(source.picture != noIndex ? KivMaterial::bitmapTexture : KivMaterial::noTexture);
     return material;
 }
+
+KivTexture::Wrap toKivWrap(Wrap wrap) {
+    switch (wrap) {
+    case Wrap::clamp:
+        return KivTexture::Wrap::clamp;
+    case Wrap::mirror:
+        return KivTexture::Wrap::mirror;
+    default:
+        return KivTexture::Wrap::repeat;
+    }
+}
+
+// The textures of one file, made of its pictures when they are first asked for.
+class Textures {
+public:
+    explicit Textures(std::vector<Picture>& filePictures) : pictures(filePictures) {}
+
+    std::shared_ptr<const KivTexture> of(const Material& material) {
+        const auto [entry, isNew] =
+            known.try_emplace({material.picture, material.wrapU, material.wrapV, material.cutOut});
+        if (isNew) {
+            Picture& picture = pictures[material.picture];
+            auto texture = std::make_shared<KivTexture>();
+            texture->width = picture.width;
+            texture->height = picture.height;
+            texture->wrapU = toKivWrap(material.wrapU);
+            texture->wrapV = toKivWrap(material.wrapV);
+            texture->cutOut = material.cutOut;
+            // The first one takes the pixels, which are many; others of the same picture are rare.
+            std::shared_ptr<const KivTexture>& first = firsts[material.picture];
+            if (first == nullptr) {
+                texture->pixels = std::move(picture.pixels);
+                first = texture;
+            } else {
+                texture->pixels = first->pixels;
+            }
+            entry->second = std::move(texture);
+        }
+        return entry->second;
+    }
+
+private:
+    std::vector<Picture>& pictures;
+    std::map<std::tuple<std::uint32_t, Wrap, Wrap, double>, std::shared_ptr<const KivTexture>> known;
+    std::map<std::uint32_t, std::shared_ptr<const KivTexture>> firsts; // by picture
+};
 
 // In units of WorkWatch.
 constexpr std::size_t costOfTriangle = 6;
@@ -93,6 +142,9 @@ public:
             model.nodes.push_back(
                 {shownName(node.name), node.parent != noIndex ? static_cast<int>(firstNode + node.parent) : -1});
         }
+        Textures texturesOfFile(parts.pictures);
+        textures = &texturesOfFile;
+        fileMaterials = &parts.materials;
         materials.assign(parts.materials.size(), KivMaterial());
         materialNames.clear();
         for (const Material& material : parts.materials) {
@@ -359,10 +411,44 @@ private:
             localIndex[vertex] = noIndex;
         }
         kivSetNormalsFromTriangles(*mesh, !surface.hasEdges && surface.cornerNormals.empty());
+        if (!vertices.paint.empty()) {
+            addPaint(surface, vertices, part, *mesh);
+        }
         if (surface.hasEdges) {
             addEdges(surface, vertices, static_cast<std::uint32_t>(&part - surface.parts.data()), *mesh);
         }
         return mesh;
+    }
+
+    // Of the mesh of which members are the vertices.
+    void addPaint(const Surface& surface, const SurfaceVertices& vertices, const Surface::Part& part,
+                  const KivMesh& mesh) {
+        const Material* const material = part.material != noIndex ? &(*fileMaterials)[part.material] : nullptr;
+        const bool isTextured = material != nullptr && material->picture != noIndex;
+        if (!isTextured && !surface.isPaintColour) {
+            return;
+        }
+        auto paint = std::make_shared<KivMeshPaint>();
+        bool isPainted = false;
+        for (const std::uint32_t vertex : members) {
+            const std::uint32_t number = vertices.paint[vertex];
+            isPainted = isPainted || number != noIndex;
+            const Vec3 at = number != noIndex       ? surface.paint[number]
+                            : surface.isPaintColour ? Vec3{1.0, 1.0, 1.0}
+                                                    : Vec3{};
+            paint->coordinates.push_back(
+                {static_cast<float>(at.x), static_cast<float>(at.y), static_cast<float>(at.z)});
+        }
+        if (!isPainted) {
+            return;
+        }
+        if (isTextured) {
+            paint->texture = textures->of(*material);
+            if (material->diffuse != Colour{}) {
+                paint->factor = {material->diffuse.r, material->diffuse.g, material->diffuse.b};
+            }
+        }
+        kivSetMeshPaint(mesh, std::move(paint));
     }
 
     // A side of a triangle, for edges of parts that are cut up by colour.
@@ -531,10 +617,12 @@ private:
     KivModel& model;
     KivScene& scene;
     std::vector<KivMaterial> materials;
-    std::vector<std::wstring> materialNames; // of the same file
-    std::size_t firstNode = 0;               // of the same file among the nodes of the model
-    std::vector<SurfaceInstance> instances;  // of the same file
-    std::vector<Shape> shapes;               // of each surface
+    const std::vector<Material>* fileMaterials = nullptr; // what they were made of
+    Textures* textures = nullptr;                         // of the same file
+    std::vector<std::wstring> materialNames;              // of the same file
+    std::size_t firstNode = 0;                            // of the same file among the nodes of the model
+    std::vector<SurfaceInstance> instances;               // of the same file
+    std::vector<Shape> shapes;                            // of each surface
     std::vector<std::uint32_t> localIndex;
     std::vector<std::uint32_t> members;
     std::vector<Side> sides;             // of the surface at hand, sorted

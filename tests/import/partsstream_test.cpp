@@ -52,12 +52,22 @@ ModelParts everything() {
     material.texture = "t.png";
     material.textureAverage = {0.9, 0.8, 0.7};
     material.textureLoaded = true;
+    material.picture = 0;
+    material.wrapV = Wrap::mirror;
+    material.cutOut = 0.25;
+    Picture& picture = parts.pictures.emplace_back();
+    picture.width = 1;
+    picture.height = 2;
+    picture.pixels = {1, 2, 3, 4, 5, 6, 7, 8};
+    picture.hasAlpha = true;
     Surface& surface = parts.surfaces.emplace_back();
     surface.positions = {{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {1, 1, 0.5}};
     surface.normals = {{0, 0, 1}, {0, 1, 0}};
     surface.corners = {0, 1, 2, 2, 1, 3};
     surface.cornerNormals = {0, 1, 0, noIndex, 1, 0};
     surface.triangleParts = {1, 0};
+    surface.paint = {{0.5, 0.25, 0}, {1, 1, 0}};
+    surface.cornerPaint = {0, 1, 0, noIndex, 1, 0};
     surface.parts = {{"one", 0, noIndex}, {"two", noIndex, noIndex}};
     parts.nodes = {{"all", noIndex}, {"a thing", 0}};
     parts.metresPerUnit = 0.001;
@@ -104,6 +114,11 @@ TEST(PartsStream, EverythingComesOver) {
     EXPECT_TRUE(read.zUp);
     EXPECT_EQ(read.materials[0].name, parts.materials[0].name);
     EXPECT_TRUE(read.materials[0].textureLoaded);
+    EXPECT_EQ(read.materials[0].wrapV, Wrap::mirror);
+    EXPECT_EQ(read.materials[0].cutOut, 0.25);
+    EXPECT_EQ(read.pictures.at(0).pixels, parts.pictures[0].pixels);
+    EXPECT_EQ(read.surfaces[0].paint, parts.surfaces[0].paint);
+    EXPECT_EQ(read.surfaces[0].cornerPaint, parts.surfaces[0].cornerPaint);
     EXPECT_EQ(read.surfaces[0].positions, parts.surfaces[0].positions);
     EXPECT_EQ(read.surfaces[0].cornerNormals, parts.surfaces[0].cornerNormals);
     EXPECT_EQ(read.surfaces[0].parts[1].name, "two");
@@ -209,6 +224,15 @@ TEST(PartsStream, WhatCanNotBeUsedIsRefused) {
         {"a point that can't be used", [](ModelParts& p) { p.points[0].y = infinity; }},
         {"a colour out of range", [](ModelParts& p) { p.materials[0].diffuse.g = nan; }},
         {"a colour out of range", [](ModelParts& p) { p.materials[0].textureAverage.b = 1.1; }},
+        {"a material without its picture", [](ModelParts& p) { p.materials[0].picture = 1; }},
+        {"an unknown way to go on beyond a picture",
+         [](ModelParts& p) { p.materials[0].wrapU = static_cast<Wrap>(3); }},
+        {"a threshold out of range", [](ModelParts& p) { p.materials[0].cutOut = -0.1; }},
+        {"a picture of another size than it says", [](ModelParts& p) { p.pictures[0].pixels.pop_back(); }},
+        {"a picture of another size than it says", [](ModelParts& p) { p.pictures[0].width = -1; }},
+        {"corners without a place for their paint", [](ModelParts& p) { p.surfaces[0].cornerPaint.pop_back(); }},
+        {"a place in a texture that is none",
+         [](ModelParts& p) { p.surfaces[0].paint[0].x = std::numeric_limits<double>::infinity(); }},
         {"a shininess that can't be used", [](ModelParts& p) { p.materials[0].shininess = -1.0; }},
         {"an opacity out of range", [](ModelParts& p) { p.materials[0].opacity = nan; }},
         {"a camera that stands nowhere", [](ModelParts& p) { p.cameras[0].location.x = nan; }},

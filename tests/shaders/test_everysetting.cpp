@@ -1,10 +1,11 @@
 // Every setting of every plug-in changes the picture of a scene that has something for each: a cube and a bumpy sheet
-// without normals, a cube that names an edge, a ball with them, a shiny material, lights from two sides, ambient light,
-// lines and a point.
+// without normals, a cube that names an edge, a ball with them and with colours at its vertices, a shiny material,
+// lights from two sides, ambient light, lines and a point.
 #include "kivcartoonsettings.h"
 #include "kivoutlinesettings.h"
 #include "kivrender/scene/kivline.h"
 #include "kivrender/scene/kivmeshedges.h"
+#include "kivrender/scene/kivmeshpaint.h"
 #include "kivrender/shader/kivshadershape.h"
 #include "picture.h"
 
@@ -36,6 +37,7 @@ protected:
             material.setShine(120.0);
             scene.getMesh(i)->setMaterial(material);
         }
+        paintBall(*scene.getMesh(0));
         addLight(KivLight::directionalLight, {}, {1.0, -1.0, -1.2});
         KivLine line(Kiv3DPoint(-2.6, 1.6, 0.0), Kiv3DPoint(2.6, 2.1, 0.5));
         scene.addLine(line);
@@ -52,6 +54,16 @@ protected:
         named->vertices = {4, 7};
         named->edges.push_back({KivMeshEdge::Kind::tangent, false, 0, 0, 2});
         kivSetMeshEdges(cube, named);
+    }
+
+    static void paintBall(const KivMesh& ball) {
+        auto paint = std::make_shared<KivMeshPaint>();
+        for (unsigned int i = 0; i < ball.getNumVertexs(); ++i) {
+            const Kiv3DPoint p = ball.getVertex(i);
+            paint->coordinates.push_back(
+                {static_cast<float>(0.5 + 0.3 * p.x), 0.5F, static_cast<float>(0.5 - 0.3 * p.y)});
+        }
+        kivSetMeshPaint(ball, paint);
     }
 
     static KivSurface moved(KivSurface surface, const KivVec& by) {
@@ -164,7 +176,9 @@ TEST_F(EverySetting, OfTheCartoonChangesThePicture) {
                {"Duotone", "100"},
                {"DuotoneDark", "#ff0000", {{"Duotone", "100"}}},
                {"DuotoneLight", "#00ff00", {{"Duotone", "100"}}},
-               {"Ambient", "0"}},
+               {"Ambient", "0"},
+               {"Textures", "no"},
+               {"TextureColours", "3"}},
               {"CastShadowStrength", "CastShadowColour"});
 }
 

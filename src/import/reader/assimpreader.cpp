@@ -3,16 +3,16 @@
 #include "import/polygons.h"
 #include "import/reader/folderfiles.h"
 #include "import/reader/plycheck.h"
-#include "import/reader/texturecolour.h"
+#include "import/reader/texturepicture.h"
 
 #include <algorithm>
 #include <array>
 #include <cstring>
 #include <filesystem>
 #include <map>
-#include <optional>
 #include <utility>
 
+#include <assimp/GltfMaterial.h>
 #include <assimp/Importer.hpp>
 #include <assimp/config.h>
 #include <assimp/importerdesc.h>
@@ -114,6 +114,7 @@ public:
         walkNodes();
         addCameras();
         addLights();
+        tellUnused();
         for (unsigned int i = 0; i < scene->mNumAnimations; ++i) {
             parts.animations.push_back(fromAi(scene->mAnimations[i]->mName));
         }
@@ -121,6 +122,14 @@ public:
     }
 
 private:
+    // Where a material's texture lies, in the coordinates of the file.
+    struct TextureLayout {
+        std::size_t material = 0;
+        int channel = 0;
+        Vec3 shift;
+        Vec3 scale{1.0, 1.0, 1.0};
+    };
+
     std::string reason() const {
         std::string text = importer.GetErrorString();
         text = text.substr(0, text.find_first_of("\r\n"));
@@ -206,41 +215,109 @@ private:
         }
     }
 
-    void readTexture(const aiMaterial& source, Material& material) const {
+    void readTexture(const aiMaterial& source, Material& material) {
         aiString name;
-        if (source.GetTexture(aiTextureType_BASE_COLOR, 0, &name) != aiReturn_SUCCESS &&
-            source.GetTexture(aiTextureType_DIFFUSE, 0, &name) != aiReturn_SUCCESS) {
-            return;
+        aiTextureType type = aiTextureType_BASE_COLOR;
+        if (source.GetTexture(type, 0, &name) != aiReturn_SUCCESS) {
+            type = aiTextureType_DIFFUSE;
+            if (source.GetTexture(type, 0, &name) != aiReturn_SUCCESS) {
+                return;
+            }
         }
         material.texture = fromAi(name);
-        if (const aiTexture* embedded = scene->GetEmbeddedTexture(name.C_Str())) {
-            averageEmbedded(*embedded, material);
-        } else {
-            averageTextureFile(material, folderOf(path));
+        readLayout(source, type, material);
+        const auto [known, isNew] =
+            pictureNumbers.try_emplace(material.texture, static_cast<std::uint32_t>(parts.pictures.size()));
+        if (isNew) {
+            const aiTexture* embedded = scene->GetEmbeddedTexture(name.C_Str());
+            limitPixels(parts.pictures.emplace_back(embedded != nullptr
+                                                        ? readEmbedded(*embedded)
+                                                        : readTextureFile(material.texture, folderOf(path))),
+                        numPixels);
+        }
+        takePicture(material, known->second, parts.pictures[known->second], parts.warnings);
+    }
+
+    // How the texture lies on surfaces.
+    void readLayout(const aiMaterial& source, aiTextureType type, Material& material) {
+        const auto wrapOf = [](int mode) {
+            return mode == aiTextureMapMode_Mirror                                    ? Wrap::mirror
+                   : mode == aiTextureMapMode_Clamp || mode == aiTextureMapMode_Decal ? Wrap::clamp
+                                                                                      : Wrap::repeat;
+        };
+        int mode = aiTextureMapMode_Wrap;
+        source.Get(AI_MATKEY_MAPPINGMODE_U(type, 0), mode);
+        material.wrapU = wrapOf(mode);
+        mode = aiTextureMapMode_Wrap;
+        source.Get(AI_MATKEY_MAPPINGMODE_V(type, 0), mode);
+        material.wrapV = wrapOf(mode);
+        readCutOut(source, material);
+        TextureLayout& layout = layouts.emplace_back();
+        layout.material = parts.materials.size() - 1;
+        source.Get(AI_MATKEY_UVWSRC(type, 0), layout.channel);
+        aiUVTransform transform;
+        if (source.Get(AI_MATKEY_UVTRANSFORM(type, 0), transform) == aiReturn_SUCCESS) {
+            layout.shift = {transform.mTranslation.x, transform.mTranslation.y, 0.0};
+            layout.scale = {transform.mScaling.x, transform.mScaling.y, 1.0};
         }
     }
 
-    static void averageEmbedded(const aiTexture& texture, Material& material) {
-        std::optional<Colour> colour;
-        if (texture.mHeight == 0) {
-            colour = averageOfPictureBytes(reinterpret_cast<const std::uint8_t*>(texture.pcData), texture.mWidth);
-        } else {
-            const std::size_t count = std::size_t{texture.mWidth} * texture.mHeight;
-            std::uint64_t r = 0;
-            std::uint64_t g = 0;
-            std::uint64_t b = 0;
-            for (std::size_t i = 0; i < count; ++i) {
-                r += texture.pcData[i].r;
-                g += texture.pcData[i].g;
-                b += texture.pcData[i].b;
-            }
-            const double full = 255.0 * static_cast<double>(std::max<std::size_t>(count, 1));
-            colour =
-                Colour{static_cast<double>(r) / full, static_cast<double>(g) / full, static_cast<double>(b) / full};
+    // glTF says what the alpha of a texture means; elsewhere less than half of it is a hole.
+    void readCutOut(const aiMaterial& source, Material& material) const {
+        aiString mode;
+        float threshold = usualCutOut;
+        material.cutOut = usualCutOut;
+        if (!isLinear) {
+            return;
         }
-        if (colour) {
-            material.textureAverage = *colour;
-            material.textureLoaded = true;
+        if (source.Get(AI_MATKEY_GLTF_ALPHAMODE, mode) != aiReturn_SUCCESS || fromAi(mode) == "OPAQUE") {
+            material.cutOut = 0.0;
+        } else if (fromAi(mode) == "MASK" && source.Get(AI_MATKEY_GLTF_ALPHACUTOFF, threshold) == aiReturn_SUCCESS &&
+                   std::isfinite(threshold)) {
+            material.cutOut = std::clamp(static_cast<double>(threshold), 0.0, 1.0);
+        }
+    }
+
+    static Picture readEmbedded(const aiTexture& texture) {
+        if (texture.mHeight == 0) {
+            return readPictureBytes(reinterpret_cast<const std::uint8_t*>(texture.pcData), texture.mWidth);
+        }
+        std::vector<std::uint8_t> pixels;
+        const std::size_t count = std::size_t{texture.mWidth} * texture.mHeight;
+        pixels.reserve(count * 4);
+        for (std::size_t i = 0; i < count; ++i) {
+            const aiTexel& texel = texture.pcData[i];
+            pixels.insert(pixels.end(), {texel.r, texel.g, texel.b, texel.a});
+        }
+        return pictureOf(static_cast<std::int32_t>(texture.mWidth), static_cast<std::int32_t>(texture.mHeight),
+                         pixels.data());
+    }
+
+    // One line on what the file has besides and no picture shows.
+    void tellUnused() {
+        std::vector<std::string> unused;
+        const auto tell = [&unused](bool has, const char* what) {
+            if (has) {
+                unused.emplace_back(what);
+            }
+        };
+        const auto hasTexture = [this](aiTextureType type) {
+            return std::any_of(scene->mMaterials, scene->mMaterials + scene->mNumMaterials,
+                               [type](const aiMaterial* m) { return m->GetTextureCount(type) > 0; });
+        };
+        const auto hasMesh = [this](auto has) {
+            return std::any_of(scene->mMeshes, scene->mMeshes + scene->mNumMeshes, has);
+        };
+        tell(hasTexture(aiTextureType_NORMALS) || hasTexture(aiTextureType_HEIGHT), "normal maps");
+        tell(hasTexture(aiTextureType_EMISSIVE), "textures of light");
+        tell(hasMesh([](const aiMesh* mesh) { return mesh->mNumBones > 0; }), "the poses of its skeleton");
+        tell(hasMesh([](const aiMesh* mesh) { return mesh->mNumAnimMeshes > 0; }), "shapes to be blended");
+        std::string list;
+        for (std::size_t i = 0; i < unused.size(); ++i) {
+            list += (i == 0 ? "" : i + 1 == unused.size() ? " and " : ", ") + unused[i];
+        }
+        if (!list.empty()) {
+            parts.warnings.push_back("it has " + list + ", which are not drawn");
         }
     }
 
@@ -319,6 +396,7 @@ private:
                           limits);
         }
         ++numMeshesDone;
+        addPaint(mesh, material, surface);
         if (!surface.corners.empty()) {
             numElements += surface.corners.size() / 3;
             if (hasNormals) {
@@ -328,6 +406,62 @@ private:
             surface.parts.push_back({name.empty() ? nodeName : name, material, node});
             parts.surfaces.push_back(std::move(surface));
         }
+    }
+
+    // Places in the texture, where the mesh has both, else the colours at its vertices.
+    void addPaint(const aiMesh& mesh, std::uint32_t material, Surface& surface) {
+        if (material == noIndex || surface.corners.empty()) {
+            return;
+        }
+        if (parts.materials[material].picture != noIndex) {
+            addPlaces(mesh, surface);
+        } else if (hasColours(mesh)) {
+            const auto factor = factors.find(material);
+            const Colour base = factor != factors.end() ? factor->second : Colour{1.0, 1.0, 1.0};
+            surface.isPaintColour = true;
+            for (unsigned int i = 0; i < mesh.mNumVertices; ++i) {
+                const Colour colour = colourAt(mesh, i);
+                surface.paint.push_back({colour.r * base.r, colour.g * base.g, colour.b * base.b});
+            }
+        }
+        if (!surface.paint.empty()) {
+            surface.cornerPaint = surface.corners;
+        }
+    }
+
+    void addPlaces(const aiMesh& mesh, Surface& surface) const {
+        const auto found = std::find_if(layouts.begin(), layouts.end(), [&mesh](const TextureLayout& layout) {
+            return layout.material == mesh.mMaterialIndex;
+        });
+        const TextureLayout layout = found != layouts.end() ? *found : TextureLayout();
+        const auto channel =
+            static_cast<unsigned int>(std::clamp(layout.channel, 0, AI_MAX_NUMBER_OF_TEXTURECOORDS - 1));
+        if (!mesh.HasTextureCoords(channel)) {
+            return;
+        }
+        for (unsigned int i = 0; i < mesh.mNumVertices; ++i) {
+            const aiVector3D& at = mesh.mTextureCoords[channel][i];
+            const Vec3 place{at.x * layout.scale.x + layout.shift.x, 1.0 - (at.y * layout.scale.y + layout.shift.y),
+                             0.0};
+            surface.paint.push_back(isUsable(place) ? place : Vec3{});
+        }
+    }
+
+    // As a screen shows it.
+    Colour colourAt(const aiMesh& mesh, unsigned int vertex) const {
+        const aiColor4D& at = mesh.mColors[0][vertex];
+        const Colour colour = fromAi(aiColor3D(at.r, at.g, at.b));
+        return isLinear ? toScreen(colour) : colour;
+    }
+
+    // Whether there is more than one.
+    static bool hasColours(const aiMesh& mesh) {
+        if (!mesh.HasVertexColors(0)) {
+            return false;
+        }
+        const aiColor4D& first = mesh.mColors[0][0];
+        return std::any_of(mesh.mColors[0], mesh.mColors[0] + mesh.mNumVertices,
+                           [&first](const aiColor4D& c) { return c.r != first.r || c.g != first.g || c.b != first.b; });
     }
 
     static Vec3 usablePoint(const aiMesh& mesh, const Vec3& p) {
@@ -387,7 +521,7 @@ private:
                         : name.empty() || name == AI_DEFAULT_MATERIAL_NAME || name.starts_with("%%%");
     }
 
-    // Colours at the vertices are averaged like a texture.
+    // The mean of the colours at the vertices is the material's, for what knows nothing of them.
     std::uint32_t materialOf(const aiMesh& mesh) {
         std::uint32_t number = mesh.mMaterialIndex < scene->mNumMaterials ? mesh.mMaterialIndex : noIndex;
         if (number != noIndex && isMadeUp(number)) {
@@ -417,6 +551,7 @@ private:
             material.diffuse = {1.0, 1.0, 1.0};
         }
         mean = isLinear ? toScreen(mean) : mean;
+        factors[static_cast<std::uint32_t>(parts.materials.size())] = material.diffuse;
         material.diffuse = {material.diffuse.r * mean.r, material.diffuse.g * mean.g, material.diffuse.b * mean.b};
         parts.materials.push_back(std::move(material));
         return static_cast<std::uint32_t>(parts.materials.size() - 1);
@@ -517,6 +652,10 @@ private:
     bool isLinear = false;
     std::uint64_t numElements = 0;
     std::map<std::string, Transform> worldFromNode;
+    std::vector<TextureLayout> layouts;
+    std::map<std::string, std::uint32_t> pictureNumbers; // by the names of textures
+    std::uint64_t numPixels = 0;                         // of the pictures
+    std::map<std::uint32_t, Colour> factors;             // of the materials of meshes with colours at their vertices
     std::vector<Vec3> polygon;
     std::vector<std::uint32_t> pieces;
 };

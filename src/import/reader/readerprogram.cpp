@@ -3,7 +3,7 @@
 #include "import/bytestream.h"
 #include "import/partsstream.h"
 #include "import/reader/processlimits.h"
-#include "import/reader/texturecolour.h"
+#include "import/reader/texturepicture.h"
 #include "import/readerprotocol.h"
 
 #include <algorithm>
@@ -117,17 +117,17 @@ private:
 };
 
 void readTextures(const ReaderRequest& request, Channel& importer, ReaderReport& report) {
-    TextureColours colours;
+    std::vector<Picture> pictures;
+    std::uint64_t pixels = 0;
     for (const std::string& path : request.textures) {
-        report.done(static_cast<double>(colours.size()) / static_cast<double>(request.textures.size()));
+        report.done(static_cast<double>(pictures.size()) / static_cast<double>(request.textures.size()));
         std::error_code problem;
         const std::uintmax_t size = std::filesystem::file_size(path, problem);
         report.opened(problem ? 0 : size);
-        const auto colour = averageOfPictureFile(path);
-        colours.push_back({colour.has_value(), colour.value_or(Colour())});
+        limitPixels(pictures.emplace_back(readPictureFile(path)), pixels);
     }
-    importer.message(ReaderMessage::colours);
-    writeColours(importer, colours);
+    importer.message(ReaderMessage::pictures);
+    writePictures(importer, pictures);
     importer.flush();
 }
 

@@ -6,6 +6,7 @@
 #include "kivrender/scene/kivmesh.h"
 #include "kivrender/scene/kivmeshedges.h"
 #include "kivrender/scene/kivmeshnormals.h"
+#include "kivrender/scene/kivmeshpaint.h"
 
 #include <algorithm>
 #include <cmath>
@@ -35,7 +36,8 @@ KivVec vecOf(const Kiv3DPoint& p) {
 }
 
 bool standsForShape(const KivMesh& mesh) {
-    return mesh.getNumTriangles() > 0 && kivMeshEdges(mesh) == nullptr &&
+    // Its paint lies at its own vertices.
+    return mesh.getNumTriangles() > 0 && kivMeshEdges(mesh) == nullptr && kivMeshPaint(mesh) == nullptr &&
            (!mesh.hasNormals() || kivHasNormalsFromTriangles(mesh));
 }
 

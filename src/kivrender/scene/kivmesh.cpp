@@ -2,6 +2,7 @@
 
 #include "kivrender/scene/kivmeshedges.h"
 #include "kivrender/scene/kivmeshnormals.h"
+#include "kivrender/scene/kivmeshpaint.h"
 #include "kivrender/scene/kivplacedmesh.h"
 #include "kivrender/scene/kivpolyline.h"
 
@@ -51,6 +52,7 @@ KivMesh::KivMesh(const KivMesh& source) : Kiv3DObject() {
     kivSetMeshEdges(*this, kivPlacedMeshEdges(source));
     kivSetNormalsFromTriangles(*this, kivHasNormalsFromTriangles(source));
     kivSetMeshNoise(*this, kivMeshNoise(source));
+    kivSetMeshPaint(*this, kivMeshPaint(source));
 }
 
 KivMesh& KivMesh::operator=(const KivMesh& other) {
@@ -71,6 +73,7 @@ KivMesh& KivMesh::operator=(const KivMesh& other) {
     kivSetMeshEdges(*this, kivPlacedMeshEdges(other));
     kivSetNormalsFromTriangles(*this, kivHasNormalsFromTriangles(other));
     kivSetMeshNoise(*this, kivMeshNoise(other));
+    kivSetMeshPaint(*this, kivMeshPaint(other));
     return *this;
 }
 
@@ -78,6 +81,7 @@ KivMesh::~KivMesh() {
     kivSetMeshEdges(*this, nullptr);
     kivSetNormalsFromTriangles(*this, false);
     kivSetMeshNoise(*this, {});
+    kivSetMeshPaint(*this, nullptr);
 }
 
 bool KivMesh::getTriangle(unsigned int* indices, unsigned int triangle) const {

@@ -20,11 +20,19 @@ constexpr double slightTurn = 0.99905;
 // How much longer a side of so slight a turn may be where the highlight moves with the view alone.
 constexpr double flatterSide = 6.0;
 
+using Paint = std::array<float, 3>;
+
+Paint mixed(const Paint& a, const Paint& b, double t) {
+    const auto share = static_cast<float>(t);
+    return {a[0] + (b[0] - a[0]) * share, a[1] + (b[1] - a[1]) * share, a[2] + (b[2] - a[2]) * share};
+}
+
 struct Corner {
     KivVec point;
     KivVec normal; // to the seen side
     KivClipPoint clip;
     std::uint32_t vertex = none; // in the batch, none until it is lit
+    Paint paint{};
 };
 
 // The length in the picture of the part of a segment that lies in front of the near plane.
@@ -198,7 +206,14 @@ private:
         return turns.empty() ? 0.0 : turns[std::min(usual, turns.size() - 1)];
     }
 
-    std::uint32_t addVertex(const KivVec& p, double light, double shine) {
+    Paint paintAt(std::uint32_t point) const {
+        return detail.isPainted ? model.paint[point] : Paint();
+    }
+
+    std::uint32_t addVertex(const KivVec& p, double light, double shine, const Paint& paint) {
+        if (detail.isPainted) {
+            batch.paint.push_back(paint);
+        }
         batch.vertices.push_back({static_cast<float>(p.x), static_cast<float>(p.y), static_cast<float>(p.z),
                                   static_cast<float>(kivRampCoordinate(light, detail.rampEntries)),
                                   static_cast<float>(kivRampCoordinate(shine, detail.rampEntries))});
@@ -209,15 +224,15 @@ private:
         return detail.shine ? lights.shine(point, normal) : 0.0;
     }
 
-    std::uint32_t litVertex(const KivVec& point, const KivVec& normal) {
+    std::uint32_t litVertex(const KivVec& point, const KivVec& normal, const Paint& paint) {
         addIncidences(point, normal);
-        return addVertex(point, lights.light(point, normal), shineOf(point, normal));
+        return addVertex(point, lights.light(point, normal), shineOf(point, normal), paint);
     }
 
     std::uint32_t sharedVertex(std::uint32_t p, bool outer) {
         std::uint32_t& vertex = shared[outer ? 0 : 1][p];
         if (vertex == none) {
-            vertex = litVertex(model.points[p], outer ? model.normals[p] : -model.normals[p]);
+            vertex = litVertex(model.points[p], outer ? model.normals[p] : -model.normals[p], paintAt(p));
         }
         return vertex;
     }
@@ -228,7 +243,7 @@ private:
         const double light = lights.light(centre, normal);
         const double shine = shineOf(centre, normal);
         for (const std::uint32_t p : t) {
-            indices.push_back(addVertex(model.points[p], light, shine));
+            indices.push_back(addVertex(model.points[p], light, shine, paintAt(p)));
         }
     }
 
@@ -236,7 +251,7 @@ private:
         Corner corner[3];
         for (int k = 0; k < 3; ++k) {
             const KivVec& normal = model.normals[t[k]];
-            corner[k] = {model.points[t[k]], outer ? normal : -normal, clips[t[k]], none};
+            corner[k] = {model.points[t[k]], outer ? normal : -normal, clips[t[k]], none, paintAt(t[k])};
             if (lights.numEdges() == 0) {
                 corner[k].vertex = sharedVertex(t[k], outer);
             }
@@ -252,6 +267,7 @@ private:
             middle.normal = a.normal;
         }
         middle.clip = view.clip(middle.point);
+        middle.paint = mixed(a.paint, b.paint, t);
         return middle;
     }
 
@@ -263,7 +279,7 @@ private:
         middle.normal = kivDot(normal, normal) > 0.0 ? normal : middle.normal;
         middle.clip = view.clip(middle.point);
         if (lights.numEdges() == 0) {
-            middle.vertex = litVertex(middle.point, middle.normal);
+            middle.vertex = litVertex(middle.point, middle.normal, middle.paint);
         }
         return middle;
     }
@@ -359,7 +375,8 @@ private:
         if (count == 0 && more && hidesAnEdge(a, b, c)) {
             // From within, so that the neighbours' sides stay as they are.
             Corner middle = middleOf(a, b, c);
-            middle.vertex = litVertex(middle.point, middle.normal);
+            middle.paint = mixed(mixed(a.paint, b.paint, 0.5), c.paint, 1.0 / 3.0);
+            middle.vertex = litVertex(middle.point, middle.normal, middle.paint);
             split(a, b, middle, depth + 1, indices);
             split(b, c, middle, depth + 1, indices);
             split(c, a, middle, depth + 1, indices);
@@ -452,7 +469,7 @@ private:
         for (const Corner& corner : corners) {
             addIncidences(corner.point, corner.normal);
             addVertex(corner.point, lights.lightInside(corner.point, corner.normal, inside),
-                      shineOf(corner.point, corner.normal));
+                      shineOf(corner.point, corner.normal), corner.paint);
         }
         for (std::uint32_t i = 2; i < corners.size(); ++i) {
             indices.push_back(first);
@@ -477,6 +494,8 @@ private:
 
 void KivCartoonBatch::clear() {
     ranks = 0;
+    skin = {};
+    paint.clear();
     incidences.clear();
     vertices.clear();
     front.clear();

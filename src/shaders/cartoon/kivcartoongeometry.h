@@ -7,9 +7,11 @@
 #ifndef SHADERS_CARTOON_KIVCARTOONGEOMETRY_H
 #define SHADERS_CARTOON_KIVCARTOONGEOMETRY_H
 
+#include "kivcartoonskin.h"
 #include "kivshadedmesh.h"
 #include "kivview.h"
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <vector>
@@ -30,6 +32,9 @@ struct KivCartoonRun {
 
 struct KivCartoonBatch {
     std::vector<KivCartoonVertex> vertices;
+    // For each vertex its place in the skin; empty for a mesh of one colour.
+    std::vector<std::array<float, 3>> paint;
+    KivCartoonSkin skin;
     std::vector<std::uint32_t> front; // three indices a triangle; triangles that show the side their normals point to
     std::vector<std::uint32_t> back;  // triangles that are seen from behind, lit as seen
     // Where the order of the triangles was kept, all of them are in front, in turns of one side and the other.
@@ -81,6 +86,7 @@ struct KivCartoonDetail {
     double longestAtEdges = 10.0;
     // For so many lights that can be lost one by one: fill in the batch's incidences.
     int ranks = 0;
+    bool isPainted = false; // fill in the batch's paint, which the model has
     // For triangles that are mixed into what lies behind them: all in one list in the order of the model.
     bool keepOrder = false;
     int rampEntries = 1024;      // of the tables that light and shine are looked up in

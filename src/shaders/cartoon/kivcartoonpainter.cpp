@@ -16,78 +16,14 @@ namespace {
 // The widest angle from the mirror direction that the highlight's ramp tells apart, 60 degrees.
 constexpr double widestShine = 0.5;
 
-std::uint8_t byteOf(double value) {
-    return static_cast<std::uint8_t>(std::lround(std::clamp(value, 0.0, 1.0) * 255.0));
-}
-
-KivRampEntry entryOf(const KivTone& tone, double alpha) {
-    return {byteOf(tone[0]), byteOf(tone[1]), byteOf(tone[2]), byteOf(alpha)};
-}
-
-KivTone shadowOf(const KivCartoonColors& colors, double level) {
-    return kivCartoonCast(colors.diffuse, colors.paint, level, colors.bands.shadeOf(level));
-}
-
-KivTone emissionOf(const KivCartoonColors& colors) {
-    return kivDuotone(colors.emission, colors.paint, true);
-}
-
-KivTone lookOf(const KivCartoonColors& colors, double level) {
-    return kivCartoonColor(colors.diffuse, colors.emission, colors.paint, level);
-}
-
-// What `lit` of so many lights leave, of a value without any and a value with all of them.
-double litBy(double none, double all, int lit, int parts) {
-    return none + (all - none) * lit / parts;
-}
-
-KivTone dimmedOf(const KivCartoonColors& colors, KivCartoonShare share, double level) {
-    const KivTone shadow = shadowOf(colors, level);
-    const KivTone emission = emissionOf(colors);
-    KivTone tone = lookOf(colors, level);
-    for (int c = 0; c < 3; ++c) {
-        const double none = std::min(shadow[c] + emission[c], tone[c]);
-        tone[c] = litBy(none, tone[c], share.parts - share.part, share.parts);
+void drawIndices(const std::vector<std::uint32_t>& indices) {
+    if (!indices.empty()) {
+        glDrawElements(GL_TRIANGLES, static_cast<GLsizei>(indices.size()), GL_UNSIGNED_INT, indices.data());
     }
-    return tone;
-}
-
-KivTone toneOf(const KivCartoonColors& colors, KivCartoonLayer layer, KivCartoonShare share, double level) {
-    switch (layer) {
-    case KivCartoonLayer::full:
-        return lookOf(colors, level);
-    case KivCartoonLayer::shadow:
-        return shadowOf(colors, level);
-    case KivCartoonLayer::emission:
-        return emissionOf(colors);
-    case KivCartoonLayer::dimmed:
-        return dimmedOf(colors, share, level);
-    case KivCartoonLayer::share:
-    case KivCartoonLayer::black:
-    case KivCartoonLayer::highlight:
-        break;
-    }
-    return {};
-}
-
-// The step from one number of lights to the next in bytes, so that the picture's own rounding adds nothing.
-KivRampEntry shareEntry(const KivCartoonColors& colors, KivCartoonShare share, double level) {
-    const KivTone shadow = shadowOf(colors, level);
-    const KivTone emission = emissionOf(colors);
-    const KivTone look = lookOf(colors, level);
-    KivRampEntry entry{};
-    for (std::size_t c = 0; c < 3; ++c) {
-        const int none = std::min(255, byteOf(shadow[c]) + byteOf(emission[c]));
-        const int all = std::max<int>(byteOf(look[c]), none);
-        entry[c] = static_cast<std::uint8_t>(std::lround(litBy(none, all, share.part + 1, share.parts)) -
-                                             std::lround(litBy(none, all, share.part, share.parts)));
-    }
-    entry[3] = byteOf(colors.alpha);
-    return entry;
 }
 
 // Draws front and back with their own polygon offsets.
-template <class Draw> void withOffsets(const KivCartoonBatch& batch, Draw drawIndices) {
+void drawBatch(const KivCartoonBatch& batch) {
     drawIndices(batch.front);
     if (batch.back.empty()) {
         return;
@@ -117,32 +53,21 @@ double kivShineOfCosine(double cosine) {
     return std::clamp((cosine - widestShine) / (1.0 - widestShine), 0.0, 1.0);
 }
 
-KivRampEntry kivCartoonEntry(const KivCartoonColors& colors, KivCartoonLayer layer, KivCartoonShare share,
-                             double level) {
-    return layer == KivCartoonLayer::share ? shareEntry(colors, share, level)
-                                           : entryOf(toneOf(colors, layer, share, level), colors.alpha);
-}
-
-double kivHighlightReach(const KivCartoonColors& colors) {
-    return std::clamp(colors.bands.softness, 0.0, 1.0) * 0.5 * colors.highlightSize;
-}
-
-KivRampEntry kivHighlightEntry(const KivCartoonColors& colors, double angle) {
-    const double radius = colors.highlightSize;
-    const double reach = kivHighlightReach(colors);
-    double strength = angle <= radius ? 1.0 : 0.0;
-    if (reach > 0.0) {
-        const double t = std::clamp((radius + reach - angle) / (2.0 * reach), 0.0, 1.0);
-        strength = t * t * (3.0 - 2.0 * t);
-    }
-    return entryOf(colors.highlightColor, strength * colors.highlightStrength);
-}
-
 std::vector<KivRampEntry> kivCartoonRamp(const KivCartoonColors& colors, KivCartoonLayer layer, KivCartoonShare share) {
     std::vector<KivRampEntry> ramp(kivRampEntries);
     for (int i = 0; i < kivRampEntries; ++i) {
         const double level = colors.bands.level(static_cast<double>(i) / (kivRampEntries - 1));
         ramp[i] = kivCartoonEntry(colors, layer, share, level);
+    }
+    return ramp;
+}
+
+std::vector<KivRampEntry> kivLevelRamp(const KivCartoonBands& bands) {
+    std::vector<KivRampEntry> ramp(kivRampEntries);
+    for (int i = 0; i < kivRampEntries; ++i) {
+        const double level = bands.level(static_cast<double>(i) / (kivRampEntries - 1));
+        const auto byte = static_cast<std::uint8_t>(std::lround(std::clamp(level, 0.0, 1.0) * 255.0));
+        ramp[static_cast<std::size_t>(i)] = {byte, byte, byte, 255};
     }
     return ramp;
 }
@@ -179,16 +104,16 @@ void KivCartoonPainter::draw(const KivCartoonBatch& batch, const KivCartoonColor
     glShadeModel(GL_SMOOTH);
     if (vectorial) {
         drawColored(batch, colors, layer, share);
-    } else {
+    } else if (!drawPainted(batch, colors, layer, share)) {
         drawTextured(batch, colors, layer, share);
     }
 }
 
-void KivCartoonPainter::load(int unit, const std::vector<KivRampEntry>& entries) {
+void KivCartoonPainter::load(int texture, const std::vector<KivRampEntry>& entries) {
     if (textures[0] == 0) {
         glGenTextures(2, textures);
     }
-    glBindTexture(GL_TEXTURE_1D, textures[unit]);
+    glBindTexture(GL_TEXTURE_1D, textures[texture]);
     glPixelStorei(GL_UNPACK_ALIGNMENT, 4);
     glTexImage1D(GL_TEXTURE_1D, 0, GL_RGBA8, static_cast<GLsizei>(entries.size()), 0, GL_RGBA, GL_UNSIGNED_BYTE,
                  entries.data());
@@ -197,19 +122,28 @@ void KivCartoonPainter::load(int unit, const std::vector<KivRampEntry>& entries)
     glTexParameteri(GL_TEXTURE_1D, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
 }
 
-// Uses the second texture, with these entries if they are given, on what the first one gives.
-void KivCartoonPainter::beginSecondUnit(const std::vector<KivRampEntry>* entries, int environment, int stride,
-                                        const float* coordinates) {
-    glActiveTexture(GL_TEXTURE1);
+// Uses the second texture, with these entries if they are given, on what the units before give.
+void KivCartoonPainter::beginUnit(int unit, const std::vector<KivRampEntry>* entries, int environment, int stride,
+                                  const float* coordinates) {
+    glActiveTexture(GL_TEXTURE0 + static_cast<GLenum>(unit));
     if (entries != nullptr) {
         load(1, *entries);
     }
     glBindTexture(GL_TEXTURE_1D, textures[1]);
     glEnable(GL_TEXTURE_1D);
     glTexEnvi(GL_TEXTURE_ENV, GL_TEXTURE_ENV_MODE, environment);
-    glClientActiveTexture(GL_TEXTURE1);
+    glClientActiveTexture(GL_TEXTURE0 + static_cast<GLenum>(unit));
     glEnableClientState(GL_TEXTURE_COORD_ARRAY);
     glTexCoordPointer(1, GL_FLOAT, stride, coordinates);
+}
+
+void KivCartoonPainter::endUnit(int unit) {
+    glActiveTexture(GL_TEXTURE0 + static_cast<GLenum>(unit));
+    glClientActiveTexture(GL_TEXTURE0 + static_cast<GLenum>(unit));
+    glDisable(GL_TEXTURE_1D);
+    glDisableClientState(GL_TEXTURE_COORD_ARRAY);
+    glActiveTexture(GL_TEXTURE0);
+    glClientActiveTexture(GL_TEXTURE0);
 }
 
 void KivCartoonPainter::drawTextured(const KivCartoonBatch& batch, const KivCartoonColors& colors,
@@ -242,27 +176,117 @@ void KivCartoonPainter::drawTextured(const KivCartoonBatch& batch, const KivCart
     glTexCoordPointer(1, GL_FLOAT, stride, alone ? &vertices->shine : &vertices->light);
     const bool isRanked = layer == KivCartoonLayer::share && share.part < batch.ranks;
     if (shines) {
-        beginSecondUnit(nullptr, GL_DECAL, stride, &vertices->shine);
+        beginUnit(1, nullptr, GL_DECAL, stride, &vertices->shine);
     } else if (isRanked) {
         const std::vector<KivRampEntry> gate = gateRamp(batch.threshold);
-        beginSecondUnit(&gate, GL_MODULATE, static_cast<int>(sizeof(float)) * batch.ranks,
-                        batch.incidences.data() + share.part);
+        beginUnit(1, &gate, GL_MODULATE, static_cast<int>(sizeof(float)) * batch.ranks,
+                  batch.incidences.data() + share.part);
         loaded = false; // the second texture is another one now
     }
-    withOffsets(batch, [](const std::vector<std::uint32_t>& indices) {
-        if (!indices.empty()) {
-            glDrawElements(GL_TRIANGLES, static_cast<GLsizei>(indices.size()), GL_UNSIGNED_INT, indices.data());
-        }
-    });
+    drawBatch(batch);
     if (shines || isRanked) {
-        glDisable(GL_TEXTURE_1D);
-        glActiveTexture(GL_TEXTURE0);
-        glDisableClientState(GL_TEXTURE_COORD_ARRAY);
-        glClientActiveTexture(GL_TEXTURE0);
+        endUnit(1);
     }
     glDisable(GL_TEXTURE_1D);
     glDisableClientState(GL_TEXTURE_COORD_ARRAY);
     glDisableClientState(GL_VERTEX_ARRAY);
+}
+
+// The level of light chooses between the tones of the darkest and of the lightest band: between them all layers change
+// in a straight line with it, whatever the colour.
+void KivCartoonPainter::beginSkin(const KivCartoonBatch& batch, const KivCartoonSkins::Textures& tones) {
+    const GLenum target = batch.skin.isTexture() ? GL_TEXTURE_2D : GL_TEXTURE_3D;
+    for (int i = 0; i < 2; ++i) {
+        const GLenum unit = GL_TEXTURE1 + static_cast<GLenum>(i);
+        glActiveTexture(unit);
+        glBindTexture(target, i == 0 ? tones.dark : tones.light);
+        glDisable(GL_TEXTURE_1D);
+        glEnable(target);
+        glMatrixMode(GL_TEXTURE);
+        glPushMatrix();
+        glLoadIdentity();
+        glTranslated(tones.shift, tones.shift, tones.shift);
+        glScaled(tones.scale, tones.scale, tones.scale);
+        glClientActiveTexture(unit);
+        glEnableClientState(GL_TEXTURE_COORD_ARRAY);
+        glTexCoordPointer(3, GL_FLOAT, 0, batch.paint.data());
+        glTexEnvi(GL_TEXTURE_ENV, GL_TEXTURE_ENV_MODE, i == 0 ? GL_REPLACE : GL_COMBINE);
+    }
+    glTexEnvi(GL_TEXTURE_ENV, GL_COMBINE_RGB, GL_INTERPOLATE);
+    glTexEnvi(GL_TEXTURE_ENV, GL_SOURCE0_RGB, GL_TEXTURE);
+    glTexEnvi(GL_TEXTURE_ENV, GL_SOURCE1_RGB, GL_PREVIOUS);
+    glTexEnvi(GL_TEXTURE_ENV, GL_SOURCE2_RGB, GL_TEXTURE0);
+    for (const GLenum operand : {GL_OPERAND0_RGB, GL_OPERAND1_RGB, GL_OPERAND2_RGB}) {
+        glTexEnvi(GL_TEXTURE_ENV, operand, GL_SRC_COLOR);
+    }
+    glTexEnvi(GL_TEXTURE_ENV, GL_COMBINE_ALPHA, GL_REPLACE);
+    glTexEnvi(GL_TEXTURE_ENV, GL_SOURCE0_ALPHA, GL_TEXTURE);
+    glTexEnvi(GL_TEXTURE_ENV, GL_OPERAND0_ALPHA, GL_SRC_ALPHA);
+    if (batch.skin.cutOut() > 0.0) {
+        glEnable(GL_ALPHA_TEST);
+        glAlphaFunc(GL_GEQUAL, static_cast<float>(batch.skin.cutOut()));
+    }
+}
+
+void KivCartoonPainter::endSkin(const KivCartoonBatch& batch) {
+    glDisable(GL_ALPHA_TEST);
+    for (const GLenum unit : {GL_TEXTURE2, GL_TEXTURE1}) {
+        glActiveTexture(unit);
+        glDisable(batch.skin.isTexture() ? GL_TEXTURE_2D : GL_TEXTURE_3D);
+        glTexEnvi(GL_TEXTURE_ENV, GL_TEXTURE_ENV_MODE, GL_MODULATE);
+        glMatrixMode(GL_TEXTURE);
+        glPopMatrix();
+        glClientActiveTexture(unit);
+        glDisableClientState(GL_TEXTURE_COORD_ARRAY);
+    }
+    glMatrixMode(GL_MODELVIEW);
+    glActiveTexture(GL_TEXTURE0);
+    glClientActiveTexture(GL_TEXTURE0);
+}
+
+// False for what is of one colour: the batch, or this layer of it.
+bool KivCartoonPainter::drawPainted(const KivCartoonBatch& batch, const KivCartoonColors& colors, KivCartoonLayer layer,
+                                    KivCartoonShare share) {
+    if (skins == nullptr || batch.paint.empty()) {
+        return false;
+    }
+    const bool isFlat = layer == KivCartoonLayer::black || layer == KivCartoonLayer::emission;
+    if (layer == KivCartoonLayer::highlight || (isFlat && batch.skin.cutOut() <= 0.0)) {
+        return false;
+    }
+    const KivCartoonSkins::Textures tones = skins->of(batch.skin, colors, layer, share);
+    const bool shines = colors.highlightStrength > 0.0 && layer == KivCartoonLayer::full;
+    const bool isRanked = layer == KivCartoonLayer::share && share.part < batch.ranks;
+    constexpr GLsizei stride = sizeof(KivCartoonVertex);
+    const KivCartoonVertex* vertices = batch.vertices.data();
+    glActiveTexture(GL_TEXTURE0);
+    load(0, kivLevelRamp(colors.bands));
+    loaded = false;
+    glEnable(GL_TEXTURE_1D);
+    glDisable(GL_TEXTURE_2D);
+    glTexEnvi(GL_TEXTURE_ENV, GL_TEXTURE_ENV_MODE, GL_REPLACE);
+    glEnableClientState(GL_VERTEX_ARRAY);
+    glDisableClientState(GL_NORMAL_ARRAY);
+    glDisableClientState(GL_COLOR_ARRAY);
+    glVertexPointer(3, GL_FLOAT, stride, &vertices->x);
+    glClientActiveTexture(GL_TEXTURE0);
+    glEnableClientState(GL_TEXTURE_COORD_ARRAY);
+    glTexCoordPointer(1, GL_FLOAT, stride, &vertices->light);
+    beginSkin(batch, tones);
+    if (shines || isRanked) {
+        const std::vector<KivRampEntry> entries = shines ? kivHighlightRamp(colors) : gateRamp(batch.threshold);
+        beginUnit(3, &entries, shines ? GL_DECAL : GL_MODULATE,
+                  shines ? stride : static_cast<int>(sizeof(float)) * batch.ranks,
+                  shines ? &vertices->shine : batch.incidences.data() + share.part);
+    }
+    drawBatch(batch);
+    if (shines || isRanked) {
+        endUnit(3);
+    }
+    endSkin(batch);
+    endUnit(0);
+    glDisableClientState(GL_VERTEX_ARRAY);
+    return true;
 }
 
 void KivCartoonPainter::drawColored(const KivCartoonBatch& batch, const KivCartoonColors& colors, KivCartoonLayer layer,

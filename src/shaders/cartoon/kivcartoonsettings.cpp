@@ -26,6 +26,8 @@ enum Setting {
     castStrengthSetting,
     castColourSetting,
     smoothShapeSetting,
+    texturesSetting,
+    textureColoursSetting,
     numSettings
 };
 
@@ -68,6 +70,10 @@ const KivSettingInfo table[numSettings] = {
      L"What cast shadows are tinted with; white leaves them in the tone of the darkest band", nullptr},
     {"SmoothShape", KivSettingType::Bool, 0, 1, 1,
      L"Meshes without normals are drawn as the smooth surface that they stand for", nullptr},
+    {"Textures", KivSettingType::Bool, 0, 1, 1,
+     L"Textures and colours at vertices show; without it each material has their mean colour", nullptr},
+    {"TextureColours", KivSettingType::Int, 0, 64, 0, L"Flat colours that a texture is reduced to; 0 shows it as it is",
+     nullptr},
 };
 
 } // namespace
@@ -103,5 +109,7 @@ KivCartoonLook kivCartoonLook(const KivTablePageSettings& settings) {
     look.paint.dark = kivToneOf(settings.getColour(duotoneDarkSetting));
     look.paint.light = kivToneOf(settings.getColour(duotoneLightSetting));
     look.ambient = settings.getValue(ambientSetting) * percent;
+    look.textures = settings.getBool(texturesSetting);
+    look.textureColours = settings.getInt(textureColoursSetting);
     return look;
 }

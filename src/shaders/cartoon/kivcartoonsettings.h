@@ -27,6 +27,8 @@ struct KivCartoonLook {
     double saturation = 0.0;   // of the materials, -1 to 1
     double lightness = 0.0;
     double ambient = 1.0; // share of the scene's ambient light that counts
+    bool textures = true;
+    int textureColours = 0; // flat colours in place of those of a texture; 0 for none
 };
 
 KivCartoonLook kivCartoonLook(const KivTablePageSettings& settings);

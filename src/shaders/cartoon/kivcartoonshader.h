@@ -48,6 +48,7 @@ public:
     // Three units for each mesh that it draws.
     unsigned int getProgressSteps(KivScene* scene, const KivCommonSettings& settings) override;
 
+    void loadRenderData(KivDataManager* manager, const KivCommonSettings& settings) override;
     void prepareObjectRendering(const KivCommonSettings& settings, KivScene* scene) override;
     void renderMeshDepth(const KivMesh* mesh, const KivCommonSettings& settings, KivScene* scene, KivShadows& shadows,
                          const KivCamera& camera, bool vectorial) override;
@@ -95,6 +96,7 @@ private:
     // What the passes of one mesh share. Filled anew by the depth pass, so that nothing of an earlier scene is drawn.
     std::map<const KivMesh*, KivCartoonBatch> batches;
     KivCartoonBatch scratch;
+    KivCartoonSkins skins; // of the render at hand
     // Between beginTransparency and endTransparency.
     std::unique_ptr<Triangles> triangles;
     std::unique_ptr<KivCartoonPainter> trianglePainter; // in vector output

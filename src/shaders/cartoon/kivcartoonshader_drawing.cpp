@@ -240,6 +240,11 @@ void KivCartoonShader::buildBatch(const KivShadedMesh& model, const KivMesh& mes
         detail.shineEdges = kivHighlightSteps(colors).edges;
     }
     detail.keepOrder = division == Division::inOrder;
+    // A page takes up no textures, and transparent triangles come without what lies beside their mesh.
+    const bool mayBePainted = look.textures && !settings.doVectorial() && !detail.keepOrder && !model.paint.empty();
+    const KivCartoonSkin skin{mayBePainted ? kivMeshPaint(mesh) : nullptr, look.saturation, look.lightness,
+                              look.textureColours};
+    detail.isPainted = skin.isUsable();
     // One light alone leaves its own dark side dark enough; of a flat look every triangle is what it shows.
     if (settings.doShadows() && !settings.doVectorial() && !look.flat && division == Division::whereNeeded &&
         scene.numLights() >= 2 && scene.numLights() <= mostRanks) {
@@ -250,6 +255,9 @@ void KivCartoonShader::buildBatch(const KivShadedMesh& model, const KivMesh& mes
         detail.longestSide = std::numeric_limits<double>::infinity();
     }
     kivBuildCartoon(model, view, lights, detail, out);
+    if (detail.isPainted) {
+        out.skin = skin;
+    }
 }
 
 const KivCartoonBatch& KivCartoonShader::batchOf(const KivMesh& mesh, const KivCartoonLook& look,
@@ -282,7 +290,7 @@ void KivCartoonShader::render(KivBitmapManager* surface, const KivCommonSettings
             glDisable(GL_BLEND);
             const KivCartoonLook look = lookOf(*mesh);
             buildBatch(modelOf(*mesh, look, settings), *mesh, look, settings, *scene, scratch);
-            KivCartoonPainter painter;
+            KivCartoonPainter painter(&skins);
             KivDrawing::beginObject(mesh, vectorial);
             painter.draw(scratch, colorsOf(*mesh, look, settings), KivCartoonLayer::full, 1, vectorial);
         }
@@ -293,7 +301,14 @@ void KivCartoonShader::render(KivBitmapManager* surface, const KivCommonSettings
     }
 }
 
+// Each of the two comes once the context of a render is there, and the one before it has gone.
+void KivCartoonShader::loadRenderData(KivDataManager* manager, const KivCommonSettings& settings) {
+    skins.forget();
+    KivTableShader::loadRenderData(manager, settings);
+}
+
 void KivCartoonShader::prepareObjectRendering(const KivCommonSettings&, KivScene*) {
+    skins.forget();
     batches.clear();
 }
 
@@ -304,7 +319,7 @@ void KivCartoonShader::renderMeshDepth(const KivMesh* mesh, const KivCommonSetti
     const KivCartoonLook look = lookOf(*mesh);
     // The mesh's own triangles, as the shadow volumes end in them.
     buildBatch(kivReadShadedMesh(*mesh, look.smoothAngle), *mesh, look, settings, *scene, scratch, Division::none);
-    KivCartoonPainter painter;
+    KivCartoonPainter painter(&skins);
     KivDrawing::beginObject(mesh, vectorial);
     bringForward(depthSlopes, depthSteps);
     glDisable(GL_BLEND);
@@ -321,7 +336,7 @@ void KivCartoonShader::renderMeshPass(const KivMesh* mesh, const KivLight* light
         return;
     }
     const KivCartoonBatch& batch = batchOf(*mesh, look, settings, *scene);
-    KivCartoonPainter painter;
+    KivCartoonPainter painter(&skins);
     KivDrawing::beginObject(mesh, vectorial);
     glEnable(GL_BLEND);
     glBlendFunc(GL_ONE, GL_ONE);
@@ -351,7 +366,7 @@ void KivCartoonShader::renderOpaqueMesh(const KivMesh* mesh, const KivCommonSett
     const KivGlState state;
     const KivCartoonLook look = lookOf(*mesh);
     buildBatch(modelOf(*mesh, look, settings), *mesh, look, settings, *scene, scratch);
-    KivCartoonPainter painter;
+    KivCartoonPainter painter(&skins);
     KivDrawing::beginObject(mesh, vectorial);
     glDisable(GL_BLEND);
     painter.draw(scratch, colorsOf(*mesh, look, settings), KivCartoonLayer::full, 1, vectorial);

@@ -4,6 +4,7 @@
 #include "kivrender/scene/kivmesh.h"
 #include "kivrender/scene/kivmeshedges.h"
 #include "kivrender/scene/kivmeshnormals.h"
+#include "kivrender/scene/kivmeshpaint.h"
 #include "kivsmoothnormals.h"
 
 #include <algorithm>
@@ -102,6 +103,9 @@ KivShadedMesh kivReadShadedMesh(const KivMesh& mesh, double creaseAngle) {
     model.noise = kivMeshNoise(mesh);
     const unsigned int numVertexs = mesh.getNumVertexs();
     const unsigned int numTriangles = mesh.getNumTriangles();
+    if (const auto paint = kivMeshPaint(mesh); paint != nullptr && paint->coordinates.size() == numVertexs) {
+        model.paint = paint->coordinates;
+    }
     model.points.resize(numVertexs);
     model.normals.resize(numVertexs);
     for (unsigned int i = 0; i < numVertexs; ++i) {

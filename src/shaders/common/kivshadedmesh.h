@@ -6,6 +6,7 @@
 #include "kivsurface.h"
 #include "kivview.h"
 
+#include <array>
 #include <cstdint>
 #include <vector>
 
@@ -18,6 +19,8 @@ struct KivShadedMesh {
     std::vector<KivSurface::Triangle> triangles;
     // For each triangle +1 if its winding runs anticlockwise round the normal of its outer side, -1 if clockwise.
     std::vector<std::int8_t> windings;
+    // By point, as KivMeshPaint has it; empty for a mesh of one colour.
+    std::vector<std::array<float, 3>> paint;
     // The normals are those of the exact surface under a mesh that names its edges (kivmeshedges.h).
     bool isExact = false;
     KivMeshNoise noise; // of the mesh in whose place this one stands

@@ -177,6 +177,7 @@ TEST_F(EverySetting, OfTheCartoonChangesThePicture) {
                {"DuotoneDark", "#ff0000", {{"Duotone", "100"}}},
                {"DuotoneLight", "#00ff00", {{"Duotone", "100"}}},
                {"Ambient", "0"},
+               {"CoolToWarm", "80"},
                {"Textures", "no"},
                {"TextureColours", "3"}},
               {"CastShadowStrength", "CastShadowColour"});

@@ -20,6 +20,26 @@ double brightness(const KivTone& tone) {
 // The tint of a fully cool shadow: towards violet, which keeps company with warm and cold colours alike.
 constexpr KivTone coolTint = {0.70, 0.72, 1.22};
 
+// Technical shading (Gooch, Gooch, Shirley and Cohen 1998): all tones are of a middling brightness, so that lines of
+// any colour stand out from them, and their hue tells the shape. The colours and shares are those of the paper,
+// figure 9.
+constexpr KivTone coolTone = {0.0, 0.0, 0.55};
+constexpr KivTone warmTone = {0.3, 0.3, 0.0};
+constexpr double coolShare = 0.25;
+constexpr double warmShare = 0.5;
+
+KivTone towards(const KivTone& tone, const KivTone& diffuse, const KivTone& hue, double share, double warmth) {
+    KivTone turned{};
+    for (int c = 0; c < 3; ++c) {
+        turned[c] = tone[c] + (std::min(1.0, hue[c] + share * diffuse[c]) - tone[c]) * warmth;
+    }
+    return turned;
+}
+
+KivTone litOf(const KivTone& diffuse, const KivCartoonPaint& paint) {
+    return towards(diffuse, diffuse, warmTone, warmShare, paint.warmth);
+}
+
 // Before the two tones.
 KivTone shadowOf(const KivTone& diffuse, const KivCartoonPaint& paint) {
     KivTone shadow{};
@@ -32,7 +52,7 @@ KivTone shadowOf(const KivTone& diffuse, const KivCartoonPaint& paint) {
         const double tint = 1.0 + (coolTint[c] - 1.0) * paint.coolness;
         shadow[c] = std::clamp(rich * tint, 0.0, 1.0);
     }
-    return shadow;
+    return towards(shadow, diffuse, coolTone, coolShare, paint.warmth);
 }
 
 } // namespace
@@ -100,9 +120,10 @@ KivTone kivCartoonShadow(const KivTone& diffuse, const KivCartoonPaint& paint) {
 
 KivTone kivCartoonColor(const KivTone& diffuse, const KivTone& emission, const KivCartoonPaint& paint, double level) {
     const KivTone shadow = shadowOf(diffuse, paint);
+    const KivTone lit = litOf(diffuse, paint);
     KivTone color{};
     for (int c = 0; c < 3; ++c) {
-        color[c] = std::clamp(shadow[c] + (diffuse[c] - shadow[c]) * level + emission[c], 0.0, 1.0);
+        color[c] = std::clamp(shadow[c] + (lit[c] - shadow[c]) * level + emission[c], 0.0, 1.0);
     }
     return kivDuotone(color, paint);
 }

@@ -37,6 +37,7 @@ struct KivCartoonPaint {
     double saturation = 0.35; // shadows richer in colour than the light, 0 to 1
     double coolness = 0.45;   // shadows turned towards blue, 0 to 1
     KivTone ambient{};        // the ambient light of the scene brightens the shadows
+    double warmth = 0.0;      // how far tones run from cool to warm instead of from dark to light, 0 to 1
     double duotone = 0.0;     // how far all tones turn into mixtures of the two below, by their brightness
     KivTone dark{};
     KivTone light = {1.0, 1.0, 1.0};

@@ -28,6 +28,7 @@ enum Setting {
     smoothShapeSetting,
     texturesSetting,
     textureColoursSetting,
+    coolToWarmSetting,
     numSettings
 };
 
@@ -74,6 +75,8 @@ const KivSettingInfo table[numSettings] = {
      L"Textures and colours at vertices show; without it each material has their mean colour", nullptr},
     {"TextureColours", KivSettingType::Int, 0, 64, 0, L"Flat colours that a texture is reduced to; 0 shows it as it is",
      nullptr},
+    {"CoolToWarm", KivSettingType::Double, 0, 100, 0,
+     L"How far tones run from a cool blue to a warm yellow in place of dark and light, in percent", nullptr},
 };
 
 } // namespace
@@ -92,6 +95,7 @@ KivCartoonLook kivCartoonLook(const KivTablePageSettings& settings) {
     look.paint.shadow = settings.getValue(shadowSetting) * percent;
     look.paint.saturation = settings.getValue(saturationSetting) * percent;
     look.paint.coolness = settings.getValue(coolnessSetting) * percent;
+    look.paint.warmth = settings.getValue(coolToWarmSetting) * percent;
     look.paint.castStrength = settings.getValue(castStrengthSetting) * percent;
     look.paint.castColor = kivToneOf(settings.getColour(castColourSetting));
     look.highlight = settings.getBool(highlightSetting);

@@ -288,3 +288,20 @@ TEST(KivCartoonPaint, MaterialsAreAdjusted) {
         EXPECT_LE(part, 1.0);
     }
 }
+
+TEST(KivCartoonPaint, FromCoolToWarmHuesTellTheShape) {
+    KivCartoonPaint paint;
+    paint.warmth = 1.0;
+    const KivTone grey = {0.5, 0.5, 0.5};
+    const KivTone cool = kivCartoonColor(grey, {}, paint, 0.0);
+    const KivTone warm = kivCartoonColor(grey, {}, paint, 1.0);
+    const KivTone expectedCool = {0.125, 0.125, 0.675};
+    const KivTone expectedWarm = {0.55, 0.55, 0.25};
+    for (int c = 0; c < 3; ++c) {
+        EXPECT_NEAR(cool[c], expectedCool[c], 1e-12) << c;
+        EXPECT_NEAR(warm[c], expectedWarm[c], 1e-12) << c;
+        EXPECT_NEAR(kivCartoonColor(grey, {}, paint, 0.5)[c], (expectedCool[c] + expectedWarm[c]) / 2.0, 1e-12);
+    }
+    paint.warmth = 0.0;
+    EXPECT_EQ(kivCartoonColor(grey, {}, paint, 1.0), grey);
+}

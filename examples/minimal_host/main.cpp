@@ -13,6 +13,7 @@
 #include <kivrender/settings/kivcommonsettings.h>
 #include <kivrender/settings/kivmemorycommondatamanager.h>
 #include <kivrender/settings/kivmemorydatamanager.h>
+#include <kivrender/settings/kivstreamhead.h>
 
 #include <cstdio>
 #include <string>
@@ -101,10 +102,8 @@ int main(int argc, char** argv) {
     // Which shaders draw. With nothing behind the header each of them uses its own defaults.
     KivMemoryDataManager style;
     style.setSaving();
-    style.saveString(L"Style:");
-    style.saveString((L"NonCombinableShader:" + std::wstring(tag.begin(), tag.end())).c_str());
-    style.saveString(L"CombinableShader:Outline;");
-    style.saveString(L"End Morvane");
+    kivWriteStreamHead(style, {{}, std::wstring(tag.begin(), tag.end()), {L"Outline"}});
+    kivWriteStreamEnd(style);
 
     KivScene scene;
     fillScene(scene);

@@ -15,6 +15,7 @@
 #include <kivrender/settings/kivmemorycommondatamanager.h>
 #include <kivrender/settings/kivmemorydatamanager.h>
 #include <kivrender/settings/kivsettingstable.h>
+#include <kivrender/settings/kivstreamhead.h>
 #include <kivrender/shader/kivshader.h>
 
 #include <cstdio>
@@ -78,11 +79,9 @@ void setByKey(KivShader& shader, const std::string& key, const std::string& valu
 // The head of a stream, and the block of the shader with what its pages hold.
 void writeStyle(KivShader& shader, KivMemoryDataManager& style) {
     style.setSaving();
-    style.saveString(L"Style:");
-    style.saveString((L"NonCombinableShader:" + std::wstring(shader.getTag())).c_str());
-    style.saveString(L"CombinableShader:");
+    kivWriteStreamHead(style, {{}, shader.getTag(), {}});
     shader.saveData(&style, nullptr);
-    style.saveString(L"End Morvane");
+    kivWriteStreamEnd(style);
 }
 
 // The rows lie from the bottom up and are rowBytes apart; a pixel is blue, green, red and one byte more.

@@ -4,11 +4,12 @@
 #include <array>
 #include <bit>
 #include <cmath>
+#include <numbers>
 
 namespace kivimport {
 namespace {
 
-constexpr double pi = 3.14159265358979323846;
+using std::numbers::pi;
 
 // In units of WorkWatch, where memory is large and far.
 constexpr std::size_t costOfWeld = 15;

@@ -342,3 +342,45 @@ TEST(KivProfileFile, WritersTakeTurnsAndReadersSeeWholeFiles) {
     EXPECT_EQ(KivProfile::load(path)->read(L"S", L"first"), L"50");
     EXPECT_EQ(folder.count(), 1U);
 }
+
+namespace {
+
+bool put(const std::wstring& path, const wchar_t* value) {
+    return KivProfile::change(path, [&](KivProfile& profile) { return profile.write(L"S", L"K", value); });
+}
+
+} // namespace
+
+TEST(KivProfilesReadOnce, AnswersFromTheFirstReading) {
+    const TempFolder folder;
+    folder.write("a.ini", "[S]\r\nK=old\r\n");
+    folder.write("b.ini", "[S]\r\nK=b\r\n");
+    {
+        const KivProfilesReadOnce once;
+        EXPECT_EQ(KivProfile::load(folder.wide("a.ini"))->read(L"S", L"K"), L"old");
+        EXPECT_FALSE(KivProfile::load(folder.wide("c.ini")).has_value());
+        folder.write("a.ini", "[S]\r\nK=new\r\n");
+        folder.write("c.ini", "[S]\r\nK=c\r\n");
+        {
+            const KivProfilesReadOnce inner;
+            EXPECT_EQ(KivProfile::load(folder.wide("a.ini"))->read(L"S", L"K"), L"old");
+        }
+        EXPECT_EQ(KivProfile::load(folder.wide("a.ini"))->read(L"S", L"K"), L"old");
+        EXPECT_EQ(KivProfile::load(folder.wide("b.ini"))->read(L"S", L"K"), L"b");
+        EXPECT_FALSE(KivProfile::load(folder.wide("c.ini")).has_value());
+        Text elsewhere;
+        std::thread([&] { elsewhere = KivProfile::load(folder.wide("a.ini"))->read(L"S", L"K"); }).join();
+        EXPECT_EQ(elsewhere, L"new") << "another thread reads for itself";
+    }
+    EXPECT_EQ(KivProfile::load(folder.wide("a.ini"))->read(L"S", L"K"), L"new");
+    EXPECT_EQ(KivProfile::load(folder.wide("c.ini"))->read(L"S", L"K"), L"c");
+}
+
+TEST(KivProfilesReadOnce, SeesChanges) {
+    const TempFolder folder;
+    folder.write("a.ini", "[S]\r\nK=old\r\n");
+    const KivProfilesReadOnce once;
+    EXPECT_EQ(KivProfile::load(folder.wide("a.ini"))->read(L"S", L"K"), L"old");
+    EXPECT_TRUE(put(folder.wide("a.ini"), L"new"));
+    EXPECT_EQ(KivProfile::load(folder.wide("a.ini"))->read(L"S", L"K"), L"new");
+}

@@ -5,6 +5,7 @@
 #include "kivrender/settings/kivcommonsettings.h"
 #include "kivrender/settings/kivsettingstable.h"
 #include "render/renderfixture.h"
+#include "support/opencount.h"
 
 #include <cstdlib>
 #include <filesystem>
@@ -381,6 +382,17 @@ TEST_F(KivRendererSettings, AStyleBecomesACompleteStream) {
                 ElementsAre("add-lines createPages without a dialog", "base createPages without a dialog"));
     EXPECT_TRUE(inSavingMode(manager));
     EXPECT_FALSE(anotherLoadIsOutstanding());
+}
+
+TEST_F(KivRendererSettings, AStyleIsFoundAndReadOnce) {
+    loadShaders({"add-lines", "base"});
+    shader(L"base").hasPage = true;
+    writeStyle("Ink", "[General]\r\nNonCombinableShader=base\r\n[Common]\r\nAntialias=1\r\n[base]\r\nPage=5\r\n");
+    wchar_t path[kivMaxPath] = {};
+    ASSERT_TRUE(KivHostApplicationServices::getDefaultHost()->getStyle(path, L"Ink"));
+    const OpenCount opened(kivToUtf8(path));
+    ASSERT_TRUE(renderer.loadStyle(nullptr, &data, L"Ink"));
+    EXPECT_EQ(opened.count(), 2) << "the host opens it to find it";
 }
 
 TEST_F(KivRendererSettings, AStyleSetsTheCommonSettingsToTheirDefaults) {

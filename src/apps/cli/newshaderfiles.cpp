@@ -118,6 +118,7 @@ constexpr std::string_view test =
 #include <kivrender/settings/kivmemorycommondatamanager.h>
 #include <kivrender/settings/kivmemorydatamanager.h>
 #include <kivrender/settings/kivsettingstable.h>
+#include <kivrender/settings/kivstreamhead.h>
 #include <kivrender/shader/kivshader.h>
 #include <kivrender/shader/kivshadercommunication.h>
 
@@ -190,11 +191,9 @@ int differences(const std::vector<unsigned char>& a, const std::vector<unsigned 
 std::vector<unsigned char> draw(KivShader& shader, bool shadows, bool transparency, const std::wstring& vectorFile = {}) {
     KivMemoryDataManager style;
     style.setSaving();
-    style.saveString(L"Style:");
-    style.saveString((L"NonCombinableShader:" + std::wstring(shader.getTag())).c_str());
-    style.saveString(L"CombinableShader:");
+    kivWriteStreamHead(style, {{}, shader.getTag(), {}});
     check(shader.saveData(&style, nullptr), "the settings go into a stream");
-    style.saveString(L"End Morvane");
+    kivWriteStreamEnd(style);
 
     KivCommonSettings settings;
     settings.setResolution({100, 100});

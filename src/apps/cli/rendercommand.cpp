@@ -38,13 +38,14 @@
 #include <filesystem>
 #include <future>
 #include <memory>
+#include <numbers>
 #include <set>
 
 namespace {
 
 constexpr std::uint32_t black = 0x000000;
 constexpr std::uint32_t white = 0xFFFFFF;
-constexpr double pi = 3.14159265358979323846;
+using std::numbers::pi;
 
 // One view: the models that make its scene, and its files.
 struct Job {

@@ -3,6 +3,7 @@
 #include "apps/common/shapes.h"
 
 #include <cmath>
+#include <numbers>
 #include <string>
 #include <utility>
 #include <vector>
@@ -18,7 +19,7 @@ using shapes::Point2;
 using shapes::Surface;
 using shapes::Vec3;
 
-constexpr double pi = 3.14159265358979323846;
+using std::numbers::pi;
 
 constexpr Colour wood{0.851, 0.620, 0.400};
 constexpr Colour darkWood{0.620, 0.400, 0.267};

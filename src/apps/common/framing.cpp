@@ -7,10 +7,11 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <numbers>
 
 namespace {
 
-constexpr double pi = 3.14159265358979323846;
+using std::numbers::pi;
 constexpr double margin = 0.06; // of the picture, on each side
 constexpr double infinity = std::numeric_limits<double>::infinity();
 

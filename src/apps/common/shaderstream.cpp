@@ -4,8 +4,10 @@
 #include "apps/common/suggestion.h"
 #include "apps/common/usageerror.h"
 #include "kivrender/dialogs/kivpagedlg.h"
+#include "kivrender/platform/kivprofile.h"
 #include "kivrender/platform/kivtext.h"
 #include "kivrender/settings/kivsettingstable.h"
+#include "kivrender/settings/kivstreamhead.h"
 #include "kivrender/shader/kivshader.h"
 #include "kivrender/shader/kivshaderguard.h"
 
@@ -44,11 +46,6 @@ KivShader* chosenShader(const std::string& name, bool combinable, bool chosen, c
                                     : name + " adds to a picture: " + words.giveAdded);
     }
     return shader;
-}
-
-void save(KivDataManager& stream, const std::wstring& text) {
-    stream.saveString(text.c_str());
-    stream.saveCurrentVaried(false);
 }
 
 // The settings of a shader's pages; the pages are made without windows.
@@ -165,6 +162,7 @@ std::vector<SettingText> settingsOfLook(const ChosenLook& look) {
 }
 
 ChosenLook applyLook(const LookOptions& options) {
+    const KivProfilesReadOnce once;
     ChosenLook look;
     resetSettings();
     std::optional<ChosenStyle> style;
@@ -206,15 +204,9 @@ ChosenLook applyLook(const LookOptions& options) {
 
 ChosenLook buildShaderStream(const LookOptions& options, KivMemoryDataManager& stream) {
     ChosenLook look = applyLook(options);
-    std::wstring added;
-    for (const std::wstring& tag : look.shaders.combinables) {
-        added += tag + L";";
-    }
     stream.clearData();
     stream.setSaving();
-    save(stream, L"Style:" + look.style);
-    save(stream, L"NonCombinableShader:" + look.shaders.nonCombinable);
-    save(stream, L"CombinableShader:" + added);
+    kivWriteStreamHead(stream, {look.style, look.shaders.nonCombinable, look.shaders.combinables});
     for (unsigned long i = 0; i < KivShader::shaders(); ++i) {
         if (KivShader* shader = KivShader::getByIndex(i)) {
             shader->addRef();
@@ -222,6 +214,6 @@ ChosenLook buildShaderStream(const LookOptions& options, KivMemoryDataManager& s
             shader->release();
         }
     }
-    save(stream, L"End Morvane");
+    kivWriteStreamEnd(stream);
     return look;
 }

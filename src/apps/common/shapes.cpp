@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <numbers>
 
 namespace shapes {
 namespace {
@@ -11,7 +12,7 @@ namespace {
 using kivimport::cross;
 using kivimport::unit;
 
-constexpr double pi = 3.14159265358979323846;
+using std::numbers::pi;
 
 std::uint32_t add(Surface& surface, const Vec3& p) {
     surface.positions.push_back(p);

@@ -1,10 +1,10 @@
 #include "apps/studio/drawnlook.h"
 
+#include "kivrender/settings/kivstreamhead.h"
 #include "kivrender/shader/kivshader.h"
 
+#include <algorithm>
 #include <string>
-#include <string_view>
-#include <utility>
 
 namespace {
 
@@ -13,8 +13,6 @@ using Cells = std::vector<KivProperty>;
 constexpr const wchar_t* backdropTag = L"Backdrop";
 constexpr const wchar_t* outlineTag = L"Outline";
 constexpr const wchar_t* sketchTag = L"Sketch";
-// The line of a stream that names the looks on top, by their tags, each followed by a semicolon.
-constexpr std::size_t addedLine = 2;
 
 std::wstring textOf(const KivProperty& cell) {
     std::wstring text;
@@ -24,25 +22,15 @@ std::wstring textOf(const KivProperty& cell) {
     return text;
 }
 
-// Where a tag stands in the line of the added looks; npos for nowhere.
-std::size_t placeOf(const std::wstring& line, const std::wstring& tag) {
-    for (const wchar_t before : {L':', L';'}) {
-        const std::size_t found = line.find(before + tag + L';');
-        if (found != std::wstring::npos) {
-            return found + 1;
-        }
-    }
-    return std::wstring::npos;
-}
-
-std::wstring addedLooks(const Cells& cells) {
-    return cells.size() > addedLine ? textOf(cells[addedLine]) : std::wstring();
+KivStreamHead headOf(const StudioLook& look) {
+    KivMemoryDataManager stream(look.stream());
+    return stream.setLoading() ? kivReadStreamHead(stream) : KivStreamHead();
 }
 
 // The first colour of a shader's block, which is that of its sheet or its lines; null without one. A block begins with
 // the tag and goes on to the next text after the name of its section.
 const KivProperty* mainColour(const Cells& cells, const std::wstring& tag) {
-    for (std::size_t i = addedLine + 1; i + 1 < cells.size(); ++i) {
+    for (std::size_t i = kivStreamHeadCells; i + 1 < cells.size(); ++i) {
         if (textOf(cells[i]) != tag) {
             continue;
         }
@@ -56,51 +44,11 @@ const KivProperty* mainColour(const Cells& cells, const std::wstring& tag) {
     return nullptr;
 }
 
-// Appends the next cell of the stream's document.
-bool copyCell(KivMemoryDataManager& stream, const KivProperty& cell) {
-    switch (cell.getType()) {
-    case KivProperty::Int:
-        return stream.loadIntFromFile(nullptr);
-    case KivProperty::Float:
-        return stream.loadFloatFromFile(nullptr);
-    case KivProperty::Double:
-        return stream.loadDoubleFromFile(nullptr);
-    case KivProperty::Bool:
-        return stream.loadBoolFromFile(nullptr);
-    case KivProperty::Char:
-        return stream.loadCharFromFile(nullptr);
-    case KivProperty::String:
-        return stream.loadStringFromFile(nullptr);
-    case KivProperty::UnsignedShort:
-        return stream.loadUnsignedShortFromFile(nullptr);
-    case KivProperty::UnsignedLong:
-        return stream.loadUnsignedLongFromFile(nullptr);
-    case KivProperty::Void:
-        break;
-    }
-    return false;
-}
-
-// The cells with another line of added looks; otherwise, if they can't be copied.
-StudioLook withAdded(Cells cells, const std::wstring& added, const StudioLook& otherwise) {
-    cells[addedLine].setValue(added);
-    KivMemoryDataManager stream;
-    stream.setDocument(cells);
-    stream.setSaving();
-    for (const KivProperty& cell : cells) {
-        if (!copyCell(stream, cell)) {
-            return otherwise;
-        }
-    }
-    return stream;
-}
-
 } // namespace
 
 std::optional<std::uint32_t> sheetColour(const StudioLook& look) {
     const Cells& cells = look.getCells();
-    const KivProperty* const colour =
-        placeOf(addedLooks(cells), backdropTag) != std::wstring::npos ? mainColour(cells, backdropTag) : nullptr;
+    const KivProperty* const colour = headOf(look).has(backdropTag) ? mainColour(cells, backdropTag) : nullptr;
     if (colour == nullptr) {
         return std::nullopt;
     }
@@ -110,32 +58,26 @@ std::optional<std::uint32_t> sheetColour(const StudioLook& look) {
 }
 
 StudioLook quickLook(const StudioLook& look) {
-    Cells cells = look.getCells();
-    std::wstring added = addedLooks(cells);
-    const std::size_t strokes = placeOf(added, sketchTag);
-    if (strokes == std::wstring::npos || KivShader::getByTag(outlineTag) == nullptr) {
+    KivStreamHead head = headOf(look);
+    const auto strokes = std::find(head.combinables.begin(), head.combinables.end(), sketchTag);
+    if (strokes == head.combinables.end() || KivShader::getByTag(outlineTag) == nullptr) {
         return look;
     }
-    if (placeOf(added, outlineTag) == std::wstring::npos) {
-        added.replace(strokes, std::wstring_view(sketchTag).size(), outlineTag);
+    Cells cells = look.getCells();
+    if (head.has(outlineTag)) {
+        head.combinables.erase(strokes);
+    } else {
+        *strokes = outlineTag;
         const KivProperty* const ofStrokes = mainColour(cells, sketchTag);
         const KivProperty* const ofLines = mainColour(cells, outlineTag);
         if (ofStrokes != nullptr && ofLines != nullptr) {
             cells[static_cast<std::size_t>(ofLines - cells.data())].set(*ofStrokes);
         }
-    } else {
-        added.erase(strokes, std::wstring_view(sketchTag).size() + 1);
     }
-    return withAdded(std::move(cells), added, look);
+    return kivWithStreamHead(cells, head);
 }
 
 StudioLook bareLook(const StudioLook& look) {
-    Cells cells = look.getCells();
-    std::wstring added = addedLooks(cells);
-    const std::size_t sheet = placeOf(added, backdropTag);
-    if (sheet == std::wstring::npos) {
-        return look;
-    }
-    added.erase(sheet, std::wstring_view(backdropTag).size() + 1);
-    return withAdded(std::move(cells), added, look);
+    KivStreamHead head = headOf(look);
+    return head.remove(backdropTag) ? StudioLook(kivWithStreamHead(look.getCells(), head)) : look;
 }

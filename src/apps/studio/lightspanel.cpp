@@ -18,11 +18,12 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <numbers>
 #include <utility>
 
 namespace {
 
-constexpr double pi = 3.14159265358979323846;
+using std::numbers::pi;
 constexpr StudioText kindTexts[] = {StudioText::lightDirectional, StudioText::lightPoint, StudioText::lightSpot};
 
 QColor toColor(std::uint32_t colour) {

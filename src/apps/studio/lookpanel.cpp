@@ -1,7 +1,7 @@
 #include "apps/studio/lookpanel.h"
 
 #include "apps/studio/studiotexts.h"
-#include "kivrender/render/kivstreamlines.h"
+#include "kivrender/settings/kivstreamhead.h"
 
 #include <QComboBox>
 #include <QHBoxLayout>
@@ -21,9 +21,8 @@ QString styleOf(const std::vector<KivProperty>& cells) {
     }
     std::wstring line;
     cells.front().getValue(line);
-    const QString text = kivToQt(line);
-    const QString header = QString::fromWCharArray(kivStyleHeader);
-    return text.startsWith(header) ? text.mid(header.size()) : QString();
+    const wchar_t* const name = kivBehindHeader(line.c_str(), kivStyleHeader);
+    return name != nullptr ? kivToQt(name) : QString();
 }
 
 } // namespace

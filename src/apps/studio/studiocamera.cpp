@@ -5,10 +5,11 @@
 #include <array>
 #include <cmath>
 #include <initializer_list>
+#include <numbers>
 
 namespace {
 
-constexpr double pi = 3.14159265358979323846;
+using std::numbers::pi;
 // A model is about a hundred units large.
 constexpr double nearest = 0.05;
 constexpr double farthest = 1e5;

@@ -15,10 +15,11 @@
 #include <array>
 #include <cmath>
 #include <limits>
+#include <numbers>
 
 namespace {
 
-constexpr double pi = 3.14159265358979323846;
+using std::numbers::pi;
 
 Kiv3DVector between(const Kiv3DPoint& a, const Kiv3DPoint& b) {
     return {b.x - a.x, b.y - a.y, b.z - a.z};

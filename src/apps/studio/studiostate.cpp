@@ -5,6 +5,7 @@
 #include "kivrender/platform/kivsystemerror.h"
 #include "kivrender/platform/kivtypes.h"
 #include "kivrender/platform/kivwholefile.h"
+#include "kivrender/settings/kivstreamhead.h"
 #include "kivrender/shader/kivshader.h"
 #include "qt/kivqttext.h"
 
@@ -20,18 +21,18 @@
 #include <cmath>
 #include <limits>
 #include <map>
+#include <numbers>
 #include <unordered_map>
 
 namespace {
 
-constexpr double pi = 3.14159265358979323846;
+using std::numbers::pi;
 // The first form knows looks of objects only one by one, the second shows all objects and has a background. A document
 // is written in the first form that can say it, so that older programs can read it.
 constexpr int firstFormat = 1;
 constexpr int looksFormat = 2;
 constexpr int formatNumber = 3;
 constexpr const wchar_t* outlineTag = L"Outline";
-constexpr int headLines = 3;
 // Far more than any document has: what is beyond was not written by us.
 constexpr qint64 largestFile = 64 << 20;
 constexpr std::size_t mostCells = 200'000;
@@ -194,14 +195,6 @@ bool readStream(const QJsonValue& value, StudioLook* look) {
     }
     *look = read;
     return true;
-}
-
-void appendCopy(KivMemoryDataManager* stream, const KivProperty& cell) {
-    for (const CellKind& kind : cellKinds) {
-        if (kind.type == cell.getType()) {
-            appendCell(*stream, QLatin1String(kind.name), cellValue(cell));
-        }
-    }
 }
 
 // --- looks of objects
@@ -503,19 +496,10 @@ KivMemoryDataManager StudioState::freshLook() {
     if (KivShader::getByTag(outlineTag) == nullptr) {
         return plain;
     }
-    // The third line of the head names what is drawn on top.
     plain.setLoading();
-    KivMemoryDataManager look;
-    look.setSaving();
-    for (int line = 0; line < headLines; ++line) {
-        wchar_t text[kivMaxPath] = {};
-        plain.loadString(text);
-        look.saveString(line == headLines - 1 ? (std::wstring(text) + outlineTag + L";").c_str() : text);
-    }
-    for (std::size_t i = headLines; i < plain.getCells().size(); ++i) {
-        appendCopy(&look, plain.getCells()[i]);
-    }
-    return look;
+    KivStreamHead head = kivReadStreamHead(plain);
+    head.add(outlineTag);
+    return kivWithStreamHead(plain.getCells(), head);
 }
 
 QJsonObject StudioState::toJson(const QString& folder) const {

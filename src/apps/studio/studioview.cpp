@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <numbers>
 
 namespace {
 
@@ -170,7 +171,7 @@ void StudioView::drawLights(QPainter& painter) const {
         painter.setPen(
             QPen(isCurrent ? palette().color(QPalette::Highlight) : QColor(60, 60, 60), isCurrent ? 2.2 : 1.4));
         for (int ray = 0; ray < 8; ++ray) {
-            const double angle = ray * 3.14159265358979323846 / 4.0;
+            const double angle = ray * std::numbers::pi / 4.0;
             const QPointF way(std::cos(angle), std::sin(angle));
             painter.drawLine(at + way * 8.5, at + way * 12.0);
         }

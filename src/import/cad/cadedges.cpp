@@ -1,6 +1,7 @@
 #include "import/cad/cadedges.h"
 
 #include <cmath>
+#include <numbers>
 
 #include <BRep_Tool.hxx>
 #include <Geom2d_Curve.hxx>
@@ -63,7 +64,7 @@ SurfaceEdge::Kind CadEdges::kindOf(std::uint32_t number) const {
 // where an edge between two blends is hard to tell.
 bool CadEdges::bends(const Side& one, const Side& other) const {
     constexpr int places = 7;
-    const double smooth = std::cos(tangentDegrees * std::acos(-1.0) / 180.0);
+    const double smooth = std::cos(tangentDegrees * std::numbers::pi / 180.0);
     double first[2] = {};
     double last[2] = {};
     const Handle(Geom2d_Curve)

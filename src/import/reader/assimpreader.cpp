@@ -10,6 +10,7 @@
 #include <cstring>
 #include <filesystem>
 #include <map>
+#include <numbers>
 #include <utility>
 
 #include <assimp/GltfMaterial.h>
@@ -23,7 +24,7 @@
 namespace kivimport {
 namespace {
 
-constexpr double pi = 3.14159265358979323846;
+using std::numbers::pi;
 // What of the work is done when Assimp is.
 constexpr double parsedPart = 0.7;
 constexpr unsigned int facesBetweenReports = 1 << 14;

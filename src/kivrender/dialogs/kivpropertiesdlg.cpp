@@ -7,18 +7,7 @@
 #include "kivrender/render/kivstreamlines.h"
 #include "kivrender/settings/kivdatamanager.h"
 
-#include <algorithm>
-#include <cwchar>
-
-namespace {
-
-// Returns the text behind a header, or null if the line does not begin with it.
-const wchar_t* behind(const wchar_t* line, const wchar_t* header) {
-    const std::size_t length = std::wcslen(header);
-    return std::wcsncmp(line, header, length) == 0 ? line + length : nullptr;
-}
-
-} // namespace
+namespace {} // namespace
 
 KivPropertiesDlg::KivPropertiesDlg(HWND parent) : KivDialog(propertiesTemplate, parent) {}
 
@@ -254,13 +243,9 @@ void KivPropertiesDlg::loadData() {
     if (base.empty()) {
         currentNonCombinable = nullptr;
     }
-    for (std::size_t from = 0; from < combinables.size();) {
-        const std::size_t to = std::min(combinables.find(L';', from), combinables.size());
-        if (to > from) {
-            checkCombinableShader(combinables.substr(from, to - from));
-            addCombinableShader(combinables.substr(from, to - from));
-        }
-        from = to + 1;
+    for (const std::wstring& name : kivSplitTags(combinables)) {
+        checkCombinableShader(name);
+        addCombinableShader(name);
     }
     changed = false;
 }
@@ -287,7 +272,7 @@ void KivPropertiesDlg::loadStyleLine() {
     styleVaried = dataManager->isCurrentVaried();
     if (styleVaried) {
         getWindow()->setSelection(stylesCombo, -1);
-    } else if (const wchar_t* const name = behind(line, kivStyleHeader); name != nullptr) {
+    } else if (const wchar_t* const name = kivBehindHeader(line, kivStyleHeader); name != nullptr) {
         getWindow()->setSelection(stylesCombo, findStyle(name));
     }
 }
@@ -301,7 +286,7 @@ std::wstring KivPropertiesDlg::loadNonCombinableLine() {
         enableNonCombinable(2, false);
         return {};
     }
-    const wchar_t* const text = behind(line, kivNonCombinableHeader);
+    const wchar_t* const text = kivBehindHeader(line, kivNonCombinableHeader);
     const bool named = text != nullptr && *text != L'\0';
     enableNonCombinable(named ? 1 : 0, named);
     return named ? text : std::wstring();
@@ -312,7 +297,7 @@ std::wstring KivPropertiesDlg::loadCombinableLine() {
     dataManager->loadString(line);
     combinableVaried = dataManager->isCurrentVaried();
     uncheckCombinableShaders();
-    const wchar_t* const text = combinableVaried ? nullptr : behind(line, kivCombinableHeader);
+    const wchar_t* const text = combinableVaried ? nullptr : kivBehindHeader(line, kivCombinableHeader);
     return text != nullptr ? text : std::wstring();
 }
 

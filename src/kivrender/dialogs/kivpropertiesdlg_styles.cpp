@@ -4,6 +4,7 @@
 #include "kivrender/dialogs/kivstylefile.h"
 #include "kivrender/dialogs/kivupdating.h"
 #include "kivrender/platform/kivbitmap.h"
+#include "kivrender/platform/kivprofile.h"
 #include "kivrender/platform/kivtoolkit.h"
 #include "kivrender/platform/kivwindow.h"
 #include "kivrender/render/kivrenderer.h"
@@ -63,6 +64,7 @@ void KivPropertiesDlg::OnSelchangeStylesCombo() {
 
 // A file that is no style leaves the dialog in the state reached so far.
 bool KivPropertiesDlg::loadStyle(const std::wstring& path) {
+    const KivProfilesReadOnce once;
     hideCurrentTab();
     if (!loadGeneralData(path)) {
         return false;

@@ -8,6 +8,7 @@
 #include "kivrender/platform/kivtext.h"
 #include "kivrender/platform/kivtrash.h"
 #include "kivrender/settings/kivconfigfile.h"
+#include "kivrender/settings/kivstreamhead.h"
 #include "kivrender/shader/kivshader.h"
 
 #include <optional>
@@ -115,14 +116,7 @@ bool kivReadStyleHead(const std::wstring& path, KivStyleHead* head) {
         head->nonCombinable = text;
     }
     file.read(general, combinableKey, text, L"");
-    std::wstring_view rest = text;
-    while (!rest.empty()) {
-        const std::size_t end = rest.find(L';');
-        if (end != 0) {
-            head->combinables.emplace_back(rest.substr(0, end));
-        }
-        rest.remove_prefix(end == std::wstring_view::npos ? rest.size() : end + 1);
-    }
+    head->combinables = kivSplitTags(text);
     return !head->nonCombinable.empty() || !head->combinables.empty();
 }
 

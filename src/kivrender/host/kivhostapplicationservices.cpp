@@ -12,10 +12,6 @@ namespace {
 
 constexpr unsigned int captionId = 52;
 
-const wchar_t* textOrEmpty(const wchar_t* text) {
-    return text != nullptr ? text : L"";
-}
-
 } // namespace
 
 KivHostApplicationServices* KivHostApplicationServices::spDefaultHost = nullptr;
@@ -62,7 +58,7 @@ int KivHostApplicationServices::getColorDialog(HWND owner, std::uint32_t& color)
 
 int KivHostApplicationServices::getFolder(HWND owner, const wchar_t* title, wchar_t* folder) {
     std::wstring chosen;
-    if (!KivToolkit::get().pickFolder(owner, textOrEmpty(title), chosen)) {
+    if (!KivToolkit::get().pickFolder(owner, kivTextOrEmpty(title), chosen)) {
         return 0;
     }
     kivCopyText(folder, kivMaxPath, chosen);
@@ -70,12 +66,13 @@ int KivHostApplicationServices::getFolder(HWND owner, const wchar_t* title, wcha
 }
 
 int KivHostApplicationServices::message(const wchar_t* text) {
-    return KivToolkit::get().showMessage(getMainWindow(), textOrEmpty(text), kivText(captionId), KivMessageKind::Error);
+    return KivToolkit::get().showMessage(getMainWindow(), kivTextOrEmpty(text), kivText(captionId),
+                                         KivMessageKind::Error);
 }
 
 int KivHostApplicationServices::question(const wchar_t* text) {
-    const int answer =
-        KivToolkit::get().showMessage(getMainWindow(), textOrEmpty(text), kivText(captionId), KivMessageKind::Question);
+    const int answer = KivToolkit::get().showMessage(getMainWindow(), kivTextOrEmpty(text), kivText(captionId),
+                                                     KivMessageKind::Question);
     return answer == kivAnswerYes ? 1 : 0;
 }
 

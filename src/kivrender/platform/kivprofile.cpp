@@ -10,6 +10,9 @@
 
 namespace {
 
+// The outermost of this thread.
+thread_local KivProfilesReadOnce* readOnce = nullptr;
+
 constexpr std::string_view utf8Bom = "\xEF\xBB\xBF";
 constexpr std::string_view utf16Bom = "\xFF\xFE";
 constexpr std::wstring_view lineEnd = L"\r\n";
@@ -311,12 +314,16 @@ bool KivProfile::remove(std::wstring_view section, std::wstring_view key) {
 }
 
 std::optional<KivProfile> KivProfile::load(const std::wstring& path) {
+    return readOnce != nullptr ? readOnce->load(path) : loadAnew(path);
+}
+
+std::optional<KivProfile> KivProfile::loadAnew(const std::wstring& path) {
     const auto bytes = kivReadFile(path, maxFileSize);
     return bytes ? std::optional<KivProfile>(KivProfile(*bytes)) : std::nullopt;
 }
 
 bool KivProfile::change(const std::wstring& path, const std::function<bool(KivProfile&)>& edit) {
-    return kivReplaceFile(path, maxFileSize, [&](std::string& bytes) {
+    const bool changed = kivReplaceFile(path, maxFileSize, [&](std::string& bytes) {
         KivProfile profile(bytes);
         if (!edit(profile)) {
             return false;
@@ -324,4 +331,33 @@ bool KivProfile::change(const std::wstring& path, const std::function<bool(KivPr
         bytes = profile.bytes();
         return true;
     });
+    if (readOnce != nullptr) {
+        readOnce->forget(path);
+    }
+    return changed;
+}
+
+KivProfilesReadOnce::KivProfilesReadOnce() {
+    if (readOnce == nullptr) {
+        readOnce = this;
+    }
+}
+
+KivProfilesReadOnce::~KivProfilesReadOnce() {
+    if (readOnce == this) {
+        readOnce = nullptr;
+    }
+}
+
+std::optional<KivProfile> KivProfilesReadOnce::load(const std::wstring& path) {
+    for (const Read& file : files) {
+        if (file.path == path) {
+            return file.profile;
+        }
+    }
+    return files.emplace_back(Read{path, KivProfile::loadAnew(path)}).profile;
+}
+
+void KivProfilesReadOnce::forget(const std::wstring& path) {
+    std::erase_if(files, [&path](const Read& file) { return file.path == path; });
 }

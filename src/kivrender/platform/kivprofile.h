@@ -54,9 +54,35 @@ public:
     static constexpr std::size_t maxFileSize = std::size_t{16} << 20;
 
 private:
+    friend class KivProfilesReadOnce;
+    static std::optional<KivProfile> loadAnew(const std::wstring& path);
+
     std::wstring text; // as it was read, every line with its own ending
     bool utf16 = false;
     bool utf8Mark = false;
+};
+
+// While one lives, KivProfile::load reads each file once on this thread and answers from that afterwards: what is read
+// key by key is of one state of the file. KivProfile::change reads anew and is seen by the loads behind it. Of two that
+// live at the same time, the outer one counts.
+class KIV_API KivProfilesReadOnce {
+public:
+    KivProfilesReadOnce();
+    KivProfilesReadOnce(const KivProfilesReadOnce&) = delete;
+    KivProfilesReadOnce& operator=(const KivProfilesReadOnce&) = delete;
+    ~KivProfilesReadOnce();
+
+private:
+    friend class KivProfile;
+    struct Read {
+        std::wstring path;
+        std::optional<KivProfile> profile;
+    };
+
+    std::optional<KivProfile> load(const std::wstring& path);
+    void forget(const std::wstring& path);
+
+    std::vector<Read> files;
 };
 
 #endif

@@ -9,6 +9,11 @@
 #include <string>
 #include <string_view>
 
+// Null counts as empty.
+inline const wchar_t* kivTextOrEmpty(const wchar_t* text) {
+    return text != nullptr ? text : L"";
+}
+
 // Copies text into out, which holds size characters: cut to fit, always terminated. A null text counts as empty; a null
 // out or a size of 0 does nothing. Returns the number of characters written, the closing zero not counted.
 KIV_API std::size_t kivCopyText(wchar_t* out, std::size_t size, const wchar_t* text);

@@ -1,6 +1,7 @@
 // Settings on their way between the host's storage, the streams, the objects of a scene and the style files.
 #include "kivrender/host/kivhostapplicationservices.h"
 #include "kivrender/host/kivlanguage.h"
+#include "kivrender/platform/kivprofile.h"
 #include "kivrender/platform/kivtext.h"
 #include "kivrender/render/kivrenderer.h"
 #include "kivrender/render/kivstreamlines.h"
@@ -17,30 +18,10 @@ namespace {
 
 using ShaderSettings = KivHostApplicationServices::shaderSettings;
 
-// What follows the header, or null if the line does not begin with it.
-wchar_t* valueOf(wchar_t* line, const wchar_t* header) {
-    const std::size_t length = std::wcslen(header);
-    return std::wcsncmp(line, header, length) == 0 ? line + length : nullptr;
-}
-
-// Cuts the text at ";" in place; empty parts vanish.
-template <class Use> void forEachName(wchar_t* text, Use use) {
-    wchar_t* rest = nullptr;
-    for (const wchar_t* name = std::wcstok(text, L";", &rest); name != nullptr;
-         name = std::wcstok(nullptr, L";", &rest)) {
-        use(name);
-    }
-}
-
 // What a shader answers; false, after it was told, if it throws.
 template <class Call> bool agrees(const KivShader& shader, Call call) {
     bool answer = false;
     return kivTryShader(shader, [&] { answer = call(); }) && answer;
-}
-
-void saveLine(KivDataManager* manager, const std::wstring& line) {
-    manager->saveString(line.c_str());
-    manager->saveCurrentVaried(false);
 }
 
 // The lines of shaders in a document, to the end of the stream. A shader that is not loaded is passed over but not what
@@ -73,19 +54,14 @@ struct Selection {
 
 Selection readSelection(KivDataManager* manager) {
     Selection selection;
-    wchar_t line[kivMaxPath] = {};
-    manager->loadString(line); // the style's name
-    manager->loadString(line);
-    if (const wchar_t* const name = valueOf(line, kivNonCombinableHeader); name != nullptr && name[0] != L'\0') {
-        kivCopyText(selection.base, kivMaxPath, name);
+    const KivStreamHead head = kivReadStreamHead(*manager);
+    if (!head.nonCombinable.empty()) {
+        kivCopyText(selection.base, kivMaxPath, head.nonCombinable);
         ++selection.count;
     }
-    manager->loadString(line);
-    if (wchar_t* const list = valueOf(line, kivCombinableHeader)) {
-        forEachName(list, [&selection](const wchar_t* name) {
-            kivCopyText(selection.lastCombinable, kivMaxPath, name);
-            ++selection.count;
-        });
+    for (const std::wstring& name : head.combinables) {
+        kivCopyText(selection.lastCombinable, kivMaxPath, name);
+        ++selection.count;
     }
     return selection;
 }
@@ -184,16 +160,14 @@ bool KivRenderer::loadDataToObject(Kiv3DObject* object, KivDataManager* manager)
     if (object == nullptr || manager == nullptr || !manager->setLoading()) {
         return false;
     }
+    const KivStreamHead head = kivReadStreamHead(*manager);
+    if (!head.nonCombinable.empty()) {
+        object->setNonCombinableShader(head.nonCombinable.c_str());
+    }
+    for (const std::wstring& name : head.combinables) {
+        object->addCombinableShader(name.c_str());
+    }
     wchar_t line[kivMaxPath] = {};
-    manager->loadString(line); // the style's name
-    manager->loadString(line);
-    if (const wchar_t* const name = valueOf(line, kivNonCombinableHeader); name != nullptr && name[0] != L'\0') {
-        object->setNonCombinableShader(name);
-    }
-    manager->loadString(line);
-    if (wchar_t* const list = valueOf(line, kivCombinableHeader)) {
-        forEachName(list, [object](const wchar_t* name) { object->addCombinableShader(name); });
-    }
     manager->loadString(line);
     // Only the way through the last line gives this load back. The two others leave the shaders loaded once more, and
     // hosts that unload until the table is empty count on no fewer.
@@ -225,9 +199,9 @@ bool KivRenderer::loadGeneralData(KivDataManager* manager, const wchar_t* path, 
     file.read(L"General", L"CombinableShader", combinables, L"");
     manager->clearData();
     manager->setSaving();
-    saveLine(manager, std::wstring(kivStyleHeader) + (name != nullptr ? name : L""));
-    saveLine(manager, std::wstring(kivNonCombinableHeader) + base);
-    saveLine(manager, std::wstring(kivCombinableHeader) + combinables);
+    kivWriteStreamLine(*manager, std::wstring(kivStyleHeader) + (name != nullptr ? name : L""));
+    kivWriteStreamLine(*manager, std::wstring(kivNonCombinableHeader) + base);
+    kivWriteStreamLine(*manager, std::wstring(kivCombinableHeader) + combinables); // as the file has it
     return true;
 }
 
@@ -240,6 +214,7 @@ bool KivRenderer::loadStyle(KivCommonDataManager* commonData, KivDataManager* ma
     if (host == nullptr || !host->getStyle(path, name)) {
         return false;
     }
+    const KivProfilesReadOnce once;
     settings.load(L"Common", path);
     if (!loadGeneralData(manager, path, name)) {
         return false;
@@ -259,7 +234,7 @@ bool KivRenderer::loadStyle(KivCommonDataManager* commonData, KivDataManager* ma
         }
     }
     KivShader::unLoadAll();
-    saveLine(manager, kivStreamEnd);
+    kivWriteStreamEnd(*manager);
     settings.saveDataOnHost(commonData);
     return true;
 }

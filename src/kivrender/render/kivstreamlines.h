@@ -1,17 +1,13 @@
-// How the lines of a settings stream are read: its headers, the shaders that it names, its end.
+// How the lines of a settings stream behind its head are read: the shaders that they name, its end.
 #ifndef KIVRENDER_RENDER_KIVSTREAMLINES_H
 #define KIVRENDER_RENDER_KIVSTREAMLINES_H
 
+#include "kivrender/settings/kivstreamhead.h"
 #include "kivrender/shader/kivnoncombinableshader.h"
 #include "kivrender/shader/kivshader.h"
 #include "kivrender/shader/kivshaderguard.h"
 
 #include <cwchar>
-
-inline constexpr const wchar_t* kivNonCombinableHeader = L"NonCombinableShader:";
-inline constexpr const wchar_t* kivCombinableHeader = L"CombinableShader:";
-inline constexpr const wchar_t* kivStyleHeader = L"Style:";
-inline constexpr const wchar_t* kivStreamEnd = L"End Morvane";
 
 // Number of the text with the display name of the default shader.
 inline constexpr unsigned int kivTextDefaultShader = 54;

@@ -1,16 +1,9 @@
 #include "kivrender/scene/kiv3dobject.h"
 
+#include "kivrender/platform/kivtext.h"
 #include "kivrender/scene/kivshared.h"
 
 #include <algorithm>
-
-namespace {
-
-const wchar_t* textOrEmpty(const wchar_t* text) {
-    return text != nullptr ? text : L"";
-}
-
-} // namespace
 
 Kiv3DObject::Kiv3DObject() = default;
 Kiv3DObject::Kiv3DObject(const Kiv3DObject&) = default;
@@ -20,16 +13,16 @@ Kiv3DObject& Kiv3DObject::operator=(Kiv3DObject&&) noexcept = default;
 Kiv3DObject::~Kiv3DObject() = default;
 
 bool Kiv3DObject::rendersThisShader(const wchar_t* name) const {
-    const wchar_t* text = textOrEmpty(name);
+    const wchar_t* text = kivTextOrEmpty(name);
     return nonCombinableShader == text || std::ranges::find(combinableShaders, text) != combinableShaders.end();
 }
 
 void Kiv3DObject::setNonCombinableShader(const wchar_t* name) {
-    nonCombinableShader = textOrEmpty(name);
+    nonCombinableShader = kivTextOrEmpty(name);
 }
 
 void Kiv3DObject::addCombinableShader(const wchar_t* name) {
-    combinableShaders.emplace_back(textOrEmpty(name));
+    combinableShaders.emplace_back(kivTextOrEmpty(name));
 }
 
 const KivPageSettings* Kiv3DObject::getPageSettings(int index) const {

@@ -5,10 +5,6 @@
 
 namespace {
 
-const wchar_t* textOrEmpty(const wchar_t* text) {
-    return text != nullptr ? text : L"";
-}
-
 // The last dot of the whole path: one in a folder's name counts when the file's name has none.
 std::wstring besideRender(const std::wstring& path, const wchar_t* suffix) {
     const std::size_t dot = path.find_last_of(L'.');
@@ -73,7 +69,7 @@ std::wstring KivCommonSettings::getBackgroundImage() const {
 }
 
 void KivCommonSettings::setBackgroundImage(const wchar_t* value) {
-    backgroundImage = textOrEmpty(value);
+    backgroundImage = kivTextOrEmpty(value);
 }
 
 std::wstring KivCommonSettings::getPaperImage() const {
@@ -81,7 +77,7 @@ std::wstring KivCommonSettings::getPaperImage() const {
 }
 
 void KivCommonSettings::setPaperImage(const wchar_t* value) {
-    paperImage = textOrEmpty(value);
+    paperImage = kivTextOrEmpty(value);
 }
 
 bool KivCommonSettings::doVectorial() const {
@@ -161,7 +157,7 @@ std::wstring KivCommonSettings::getSaveRenderFile() const {
 }
 
 void KivCommonSettings::setSaveRenderFile(const wchar_t* value) {
-    saveRenderFile = textOrEmpty(value);
+    saveRenderFile = kivTextOrEmpty(value);
 }
 
 std::wstring KivCommonSettings::getSaveVectorFile() const {
@@ -169,7 +165,7 @@ std::wstring KivCommonSettings::getSaveVectorFile() const {
 }
 
 void KivCommonSettings::setSaveVectorFile(const wchar_t* value) {
-    saveVectorFile = textOrEmpty(value);
+    saveVectorFile = kivTextOrEmpty(value);
 }
 
 bool KivCommonSettings::doVectorSimplify() const {
@@ -212,8 +208,8 @@ bool KivCommonSettings::loadDataFromHost(KivCommonDataManager* manager) {
     resolution = manager->loadResolution();
     ambientLight = manager->loadAmbientLight();
     backgroundColor = manager->loadBackgroundColor();
-    backgroundImage = textOrEmpty(manager->loadBackgroundImage());
-    paperImage = textOrEmpty(manager->loadPaperImage());
+    backgroundImage = kivTextOrEmpty(manager->loadBackgroundImage());
+    paperImage = kivTextOrEmpty(manager->loadPaperImage());
     vectorial = manager->loadVectorial();
     transparencies = manager->loadTransparencies();
     shadows = manager->loadShadows();
@@ -223,8 +219,8 @@ bool KivCommonSettings::loadDataFromHost(KivCommonDataManager* manager) {
     saveShadows = manager->loadSaveShadows();
     saveDepth = manager->loadSaveDepth();
     saveRender = manager->loadSaveRender();
-    saveRenderFile = textOrEmpty(manager->loadSaveRenderFile());
-    saveVectorFile = textOrEmpty(manager->loadSaveVectorFile());
+    saveRenderFile = kivTextOrEmpty(manager->loadSaveRenderFile());
+    saveVectorFile = kivTextOrEmpty(manager->loadSaveVectorFile());
     vectorSimplify = manager->loadVectorSimplify();
     polygonOffset = manager->loadPolygonOffset();
     return manager->endLoadCommonData();

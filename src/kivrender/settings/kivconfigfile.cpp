@@ -9,10 +9,6 @@
 
 namespace {
 
-const wchar_t* textOrEmpty(const wchar_t* text) {
-    return text != nullptr ? text : L"";
-}
-
 // Leading blanks, a sign, digits; stops at what is no digit; 0 without any. Beyond 32 bits it stays at the end of the
 // range, as the style files' numbers always have.
 std::int32_t toInt(const wchar_t* text) {
@@ -46,18 +42,18 @@ KivConfigFile::KivConfigFile(const wchar_t* filePath) {
 bool KivConfigFile::write(const wchar_t* section, const wchar_t* key, const wchar_t* value) {
     return KivProfile::change(path, [&](KivProfile& profile) {
         if (value != nullptr) {
-            return profile.write(textOrEmpty(section), textOrEmpty(key), value);
+            return profile.write(kivTextOrEmpty(section), kivTextOrEmpty(key), value);
         }
-        profile.remove(textOrEmpty(section), textOrEmpty(key));
+        profile.remove(kivTextOrEmpty(section), kivTextOrEmpty(key));
         return true; // a key that is not there is removed already
     });
 }
 
 bool KivConfigFile::read(const wchar_t* section, const wchar_t* key, wchar_t* out, const wchar_t* defaultValue) const {
     const auto profile = KivProfile::load(path);
-    auto value = profile ? profile->read(textOrEmpty(section), textOrEmpty(key)) : std::nullopt;
+    auto value = profile ? profile->read(kivTextOrEmpty(section), kivTextOrEmpty(key)) : std::nullopt;
     if (!value) {
-        value = textOrEmpty(defaultValue);
+        value = kivTextOrEmpty(defaultValue);
         value->erase(value->find_last_not_of(L' ') + 1); // a default loses the blanks at its end, as a value does
     }
     kivCopyText(out, kivMaxPath, *value);

@@ -6,14 +6,6 @@
 
 #include <cwchar>
 
-namespace {
-
-const wchar_t* textOrEmpty(const wchar_t* text) {
-    return text != nullptr ? text : L"";
-}
-
-} // namespace
-
 // What fromOtherDataManager makes of a new object; a derived class's flags are not there yet and stay its own business.
 KivDataManager::KivDataManager(const KivDataManager& other) : KivVersionManager(other), properties(other.properties) {}
 
@@ -82,7 +74,7 @@ bool KivDataManager::saveChar(char value) {
 }
 
 bool KivDataManager::saveString(const wchar_t* value) {
-    return append(std::wstring(textOrEmpty(value)));
+    return append(std::wstring(kivTextOrEmpty(value)));
 }
 
 bool KivDataManager::saveUnsignedShort(unsigned short value) {
@@ -140,7 +132,7 @@ void KivDataManager::loadString(wchar_t* out) {
 }
 
 bool KivDataManager::startSection(const wchar_t* name) {
-    section = textOrEmpty(name);
+    section = kivTextOrEmpty(name);
     if (!loading) {
         const bool saved = saveString(name);
         saveCurrentVaried(false);
@@ -160,7 +152,7 @@ bool KivDataManager::endSection() {
 }
 
 bool KivDataManager::startShader(const wchar_t* name) {
-    shader = textOrEmpty(name);
+    shader = kivTextOrEmpty(name);
     if (!loading) {
         const bool saved = saveString(name);
         saveCurrentVaried(false);
@@ -175,7 +167,7 @@ bool KivDataManager::endShader() {
 }
 
 bool KivDataManager::searchShader(const wchar_t* name) {
-    const std::wstring wanted = textOrEmpty(name);
+    const std::wstring wanted = kivTextOrEmpty(name);
     position = 0;
     while (position < getNumProperties()) {
         const KivProperty& cell = properties[static_cast<std::size_t>(position)];
@@ -224,7 +216,7 @@ void KivDataManager::setChanged(bool value) {
 }
 
 void KivDataManager::report(const wchar_t* path) const {
-    std::FILE* file = kivOpenFile(textOrEmpty(path), "w");
+    std::FILE* file = kivOpenFile(kivTextOrEmpty(path), "w");
     if (file == nullptr) {
         return;
     }

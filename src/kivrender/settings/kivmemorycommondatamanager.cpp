@@ -1,5 +1,7 @@
 #include "kivrender/settings/kivmemorycommondatamanager.h"
 
+#include "kivrender/platform/kivtext.h"
+
 #include <utility>
 
 namespace {
@@ -10,10 +12,6 @@ template <class Field, class Value> bool keep(bool saving, Field& field, const V
         field = value;
     }
     return saving;
-}
-
-const wchar_t* textOrEmpty(const wchar_t* text) {
-    return text != nullptr ? text : L"";
 }
 
 } // namespace
@@ -53,11 +51,11 @@ bool KivMemoryCommonDataManager::saveBackgroundColor(std::uint32_t value) {
 }
 
 bool KivMemoryCommonDataManager::saveBackgroundImage(const wchar_t* value) {
-    return keep(saving, coming.backgroundImage, textOrEmpty(value));
+    return keep(saving, coming.backgroundImage, kivTextOrEmpty(value));
 }
 
 bool KivMemoryCommonDataManager::savePaperImage(const wchar_t* value) {
-    return keep(saving, coming.paperImage, textOrEmpty(value));
+    return keep(saving, coming.paperImage, kivTextOrEmpty(value));
 }
 
 bool KivMemoryCommonDataManager::saveAmbientLight(std::uint32_t value) {
@@ -101,11 +99,11 @@ bool KivMemoryCommonDataManager::saveSaveRender(bool value) {
 }
 
 bool KivMemoryCommonDataManager::saveSaveRenderFile(const wchar_t* value) {
-    return keep(saving, coming.saveRenderFile, textOrEmpty(value));
+    return keep(saving, coming.saveRenderFile, kivTextOrEmpty(value));
 }
 
 bool KivMemoryCommonDataManager::saveSaveVectorFile(const wchar_t* value) {
-    return keep(saving, coming.saveVectorFile, textOrEmpty(value));
+    return keep(saving, coming.saveVectorFile, kivTextOrEmpty(value));
 }
 
 bool KivMemoryCommonDataManager::saveVectorSimplify(bool value) {

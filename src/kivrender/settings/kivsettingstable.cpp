@@ -235,10 +235,6 @@ void saveCell(KivDataManager& manager, KivSettingType type, double value) {
     }
 }
 
-const wchar_t* textOrEmpty(const wchar_t* text) {
-    return text != nullptr ? text : L"";
-}
-
 } // namespace
 
 int kivNumChoices(const KivSettingInfo& info) {
@@ -323,7 +319,7 @@ int kivFindSetting(const KivSettingInfo* table, int count, std::string_view key)
 }
 
 KivTablePageSettings::KivTablePageSettings(const wchar_t* name, const KivSettingInfo* settings, int count)
-    : sectionName(textOrEmpty(name)), table(settings), values(static_cast<std::size_t>(std::max(count, 0))),
+    : sectionName(kivTextOrEmpty(name)), table(settings), values(static_cast<std::size_t>(std::max(count, 0))),
       varied(values.size()) {
     setDefaults();
 }
@@ -332,9 +328,9 @@ KivTablePageSettings::~KivTablePageSettings() = default;
 
 bool KivTablePageSettings::save(const wchar_t* section, const wchar_t* file) {
     // One change for all keys: a style has all of a page's settings or none of them.
-    return KivProfile::change(textOrEmpty(file), [&](KivProfile& profile) {
+    return KivProfile::change(kivTextOrEmpty(file), [&](KivProfile& profile) {
         for (int i = 0; i < getNumSettings(); ++i) {
-            if (!profile.write(textOrEmpty(section), kivFromUtf8(table[i].key),
+            if (!profile.write(kivTextOrEmpty(section), kivFromUtf8(table[i].key),
                                kivFromUtf8(kivFormatSetting(table[i], getValue(i))))) {
                 return false;
             }
@@ -344,10 +340,10 @@ bool KivTablePageSettings::save(const wchar_t* section, const wchar_t* file) {
 }
 
 bool KivTablePageSettings::load(const wchar_t* section, const wchar_t* file) {
-    const auto profile = KivProfile::load(textOrEmpty(file));
+    const auto profile = KivProfile::load(kivTextOrEmpty(file));
     for (int i = 0; i < getNumSettings(); ++i) {
         const auto text =
-            profile ? profile->read(textOrEmpty(section), kivFromUtf8(table[i].key)) : std::optional<std::wstring>();
+            profile ? profile->read(kivTextOrEmpty(section), kivFromUtf8(table[i].key)) : std::optional<std::wstring>();
         const std::string narrow = text ? kivToUtf8(*text) : std::string();
         setValue(i, parseAny(table[i], trim(narrow)).value_or(table[i].defaultValue));
     }

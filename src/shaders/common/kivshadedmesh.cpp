@@ -90,8 +90,8 @@ void removeThoseWithoutArea(KivShadedMesh& model) {
 KivShadedMesh kivReadShadedMesh(const KivMesh& mesh, double creaseAngle) {
     KivShadedMesh model;
     // Vertices that are made anew would lose their paint.
-    const bool findsAnew = creaseAngle != kivUsualSmoothAngle && kivHasNormalsFromTriangles(mesh) &&
-                           kivMeshPaint(mesh) == nullptr;
+    const bool findsAnew =
+        creaseAngle != kivUsualSmoothAngle && kivHasNormalsFromTriangles(mesh) && kivMeshPaint(mesh) == nullptr;
     if (!mesh.hasNormals() || findsAnew) {
         KivSmoothMesh smooth = kivSmoothNormals(kivReadSurface(mesh), creaseAngle);
         model.points = std::move(smooth.points);

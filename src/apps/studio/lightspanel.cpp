@@ -23,6 +23,8 @@
 
 namespace {
 
+constexpr int roomForArrows = 36; // pixels, with the frame
+
 using std::numbers::pi;
 constexpr StudioText kindTexts[] = {StudioText::lightDirectional, StudioText::lightPoint, StudioText::lightSpot};
 
@@ -130,6 +132,9 @@ QDoubleSpinBox* LightsPanel::addField(QFormLayout* layout, int text, double low,
     field->setDecimals(1);
     field->setSuffix(suffix);
     field->setSingleStep(5.0);
+    // As wide for a model in microns as for one in metres, or the view would change its size with what is shown here.
+    field->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
+    field->setMinimumWidth(field->fontMetrics().horizontalAdvance(QStringLiteral("-00000.0")) + roomForArrows);
     layout->addRow(studioText(static_cast<StudioText>(text)), field);
     connect(field, &QDoubleSpinBox::valueChanged, this,
             [this, take](double value) { edit([&](StudioLight* light) { take(light, value); }); });

@@ -16,6 +16,7 @@
 #include <csignal>
 #include <cstdio>
 #include <filesystem>
+#include <fstream>
 #include <memory>
 #include <set>
 #include <sstream>
@@ -95,6 +96,18 @@ Words pictureWords(const Words& words) {
     return pictures;
 }
 
+// A process that has ended but was not yet taken notice of still answers to signals.
+bool isAlive(int pid) {
+    std::ifstream status("/proc/" + std::to_string(pid) + "/stat");
+    std::string line;
+    if (!std::getline(status, line)) {
+        return kill(pid, 0) == 0 || errno != ESRCH;
+    }
+    const std::size_t behindName = line.rfind(')'); // the name may hold anything
+    const char state = behindName + 2 < line.size() ? line[behindName + 2] : 'X';
+    return state != 'Z' && state != 'X';
+}
+
 // What workers that were ended in the midst of a picture have left: files on their way to their names.
 void removeUnfinished(const std::vector<CatalogueJob>& jobs) {
     std::set<fs::path> places;
@@ -109,7 +122,7 @@ void removeUnfinished(const std::vector<CatalogueJob>& jobs) {
         for (fs::directory_iterator entry(place, problem), end; entry != end && !problem; entry.increment(problem)) {
             const std::string name = entry->path().filename().string();
             const int pid = name.starts_with(mark) ? std::atoi(name.c_str() + mark.size()) : 0;
-            if (pid > 0 && kill(pid, 0) != 0 && errno == ESRCH) {
+            if (pid > 0 && !isAlive(pid)) {
                 std::error_code ignored; // it may have gone meanwhile
                 fs::remove(entry->path(), ignored);
             }

@@ -122,8 +122,11 @@ void shareCores(unsigned int numWorkers) {
     }
 }
 
-[[noreturn]] void serve(const CatalogueWork& work, int orders, int answers) {
+[[noreturn]] void serve(const CatalogueWork& work, pid_t parent, int orders, int answers) {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
+    if (getppid() != parent) {
+        _exit(0); // it ended before its end could be asked for
+    }
     std::signal(SIGPIPE, SIG_IGN);
     catchInterrupts();
     shareCores(work.numWorkers);
@@ -158,6 +161,7 @@ CatalogueWorker::CatalogueWorker(const CatalogueWork& work) {
     if (pipe2(toWorker, O_CLOEXEC) != 0 || pipe2(fromWorker, O_CLOEXEC) != 0) {
         throw std::runtime_error(std::string("can't start a worker: ") + std::strerror(errno));
     }
+    const pid_t parent = getpid();
     pid = fork();
     if (pid < 0) {
         throw std::runtime_error(std::string("can't start a worker: ") + std::strerror(errno));
@@ -165,7 +169,7 @@ CatalogueWorker::CatalogueWorker(const CatalogueWork& work) {
     if (pid == 0) {
         close(toWorker[1]);
         close(fromWorker[0]);
-        serve(work, toWorker[0], fromWorker[1]);
+        serve(work, parent, toWorker[0], fromWorker[1]);
     }
     close(toWorker[0]);
     close(fromWorker[1]);

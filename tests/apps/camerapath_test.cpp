@@ -41,8 +41,8 @@ TEST(CameraPathTest, MistakesAreToldWithTheirLine) {
               "camera path \"p\", line 1: a time, the eye's X Y Z and the target's X Y Z are expected, "
               "and perhaps a field of view"},
              {"0 0 0 1 0 0 1\n", "camera path \"p\", line 1: eye and target are the same place"},
-             {"\n0 0 0 x 0 0 1\n", "camera path \"p\", line 2: \"x\" is no number"},
-             {"0 0 0 inf 0 0 1\n", "camera path \"p\", line 1: \"inf\" is no number"},
+             {"\n0 0 0 x 0 0 1\n", "camera path \"p\", line 2: \"x\" is not a number"},
+             {"0 0 0 inf 0 0 1\n", "camera path \"p\", line 1: \"inf\" is not a number"},
              {"0 0 0 1 0 0 0 180\n", "camera path \"p\", line 1: a field of view of 1 to 170 degrees is expected"},
              {"0 0 0 1 0 0 0\n", "the camera path \"p\" has fewer than two keys"},
              {"", "the camera path \"p\" has fewer than two keys"}}) {

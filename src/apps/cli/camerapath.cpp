@@ -20,7 +20,7 @@ std::vector<double> numbersOf(const std::string& line, const std::string& where)
         double number = 0.0;
         const auto [end, problem] = std::from_chars(word.data(), word.data() + word.size(), number);
         if (problem != std::errc{} || end != word.data() + word.size() || !std::isfinite(number)) {
-            throw UsageError(where + "\"" + word + "\" is no number");
+            throw UsageError(where + "\"" + word + "\" is not a number");
         }
         numbers.push_back(number);
     }

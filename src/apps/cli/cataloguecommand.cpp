@@ -162,7 +162,7 @@ private:
         return options.folder;
     }
 
-    // What is done already, or can't be done at all, needs no worker.
+    // Jobs that are done already, or can't be done at all, need no worker.
     void chooseWork() {
         for (std::size_t i = 0; i < jobs.size(); ++i) {
             CatalogueEntry& entry = entries[i];

@@ -18,8 +18,8 @@
 
 namespace {
 
-// What is drawn fast enough to follow a hand: a triangle with its lines takes 2.3 microseconds of a processor without
-// graphics. Each mesh costs time of its own, however small it is.
+// As many triangles as are drawn fast enough to follow a hand: a triangle with its lines takes 2.3 microseconds of a
+// processor without graphics. Each mesh costs time of its own, however small it is.
 constexpr std::uint64_t lightTriangles = 20'000;
 constexpr std::uint64_t coarseTriangles = 16'000;
 constexpr std::size_t lightMeshes = 200;

@@ -121,7 +121,7 @@ void StudioWindow::makeViewMenu() {
                                                    studioText(StudioText::fieldOfView).remove(QLatin1Char('&')),
                                                    current.camera.fov, 1.0, 120.0, 1, &good);
         if (good) {
-            // What is at the target keeps its size.
+            // The target keeps its size in the view.
             StudioState next = current;
             const double height = next.camera.heightAtTarget();
             next.camera.fov = fov;

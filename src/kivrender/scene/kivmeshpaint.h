@@ -17,7 +17,7 @@ class KivMesh;
 
 // A picture for surfaces, with colours as a screen shows them.
 struct KivTexture {
-    // What lies beyond the borders of the picture.
+    // How the picture goes on beyond its borders.
     enum class Wrap : std::uint32_t { repeat, clamp, mirror };
 
     std::int32_t width = 0;

@@ -116,7 +116,7 @@ struct Place {
     }
 };
 
-// Which of the palette's colours each pixel of a picture has; one more than there are stands for none.
+// For each pixel of a picture the number of its colour in the palette; the number behind the last stands for none.
 struct Labels {
     int width;
     int height;
@@ -157,7 +157,7 @@ std::uint8_t strongest(const Labels& labels, const Place& column, const Place& r
     return static_cast<std::uint8_t>(std::max_element(sums.begin(), sums.end()) - sums.begin());
 }
 
-// What is transparent at a level takes the colour of the pixel of the next one that it went into.
+// A transparent pixel takes the colour of the pixel of the next, coarser level that it went into.
 void fillTransparent(KivSkinImage& fine, const KivSkinImage& coarse) {
     for (int y = 0; y < fine.height; ++y) {
         for (int x = 0; x < fine.width; ++x) {

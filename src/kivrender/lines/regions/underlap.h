@@ -12,7 +12,7 @@
 #include <functional>
 #include <vector>
 
-// What lies at a place, for the area that is to go on.
+// The owner of a place, seen from the area that is to go on.
 enum class UnderlapPlace { itself, paintedLater, other };
 
 struct UnderlapRules {

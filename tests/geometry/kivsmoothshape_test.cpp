@@ -8,7 +8,9 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <cmath>
 #include <map>
+#include <numbers>
 #include <random>
 #include <set>
 
@@ -60,7 +62,34 @@ void countSides(const KivMesh& mesh, Sides& sides) {
     }
 }
 
+// A round plate with a flat face of many triangles above and below.
+ShapeModel plate(unsigned int sides) {
+    ShapeModel model;
+    model.points = {{0.0, 0.0, 0.0}, {0.0, 0.0, 1.0}};
+    for (unsigned int i = 0; i < sides; ++i) {
+        const double angle = 2.0 * std::numbers::pi * i / sides;
+        model.points.push_back({std::cos(angle), std::sin(angle), 0.0});
+        model.points.push_back({std::cos(angle), std::sin(angle), 1.0});
+    }
+    for (unsigned int i = 0; i < sides; ++i) {
+        const unsigned int a = 2 + 2 * i;
+        const unsigned int b = 2 + 2 * ((i + 1) % sides);
+        model.triangles.push_back({0, b, a});
+        model.triangles.push_back({1, a + 1, b + 1});
+        model.triangles.push_back({a, b, b + 1});
+        model.triangles.push_back({a, b + 1, a + 1});
+    }
+    return model;
+}
+
 } // namespace
+
+TEST(KivSmoothShapes, MachinePartsStayAsTheyAre) {
+    const KivMesh part = meshOf(plate(30));
+    EXPECT_TRUE(kivSmoothShapes({{&part, 45.0}}, viewAt(1000.0)).empty());
+    const KivMesh few = meshOf(plate(20)); // a rough model of something round
+    EXPECT_FALSE(kivSmoothShapes({{&few, 45.0}}, viewAt(1000.0)).empty());
+}
 
 TEST(KivSmoothShapes, ACoarseBallBecomesRoundToAFractionOfAPixel) {
     const KivMesh ball = meshOf(ballModel(24));

@@ -28,6 +28,11 @@ constexpr std::size_t samples = 4000; // triangles tell the usual rise well enou
 constexpr int mostSteps = 4;
 // Of the result: finer meshes are drawn as they are, as dividing them would take longer than drawing them.
 constexpr std::size_t mostTriangles = 100000;
+// Of a machine part: triangles that lie in a plane with two of their neighbours, at least so many and such a share. The
+// quads of a rounded body give its triangles one such neighbour.
+constexpr std::size_t leastFlat = 48;
+constexpr double flatShare = 0.1;
+constexpr double flatCosine = 0.999998; // a tenth of a degree
 // Where two sharp edges turn by more than this into each other, they meet in a corner. Its cosine.
 constexpr double cornerTurn = 0.5;
 
@@ -112,6 +117,27 @@ double riseByTriangles(const KivLoopSurface& surface, const KivShapeView& view) 
         }
     }
     return meter.usual();
+}
+
+// Whether much of the surface lies in planes. Curves through the few points of its outlines would cut into its faces.
+bool hasFlatFaces(const KivLoopSurface& surface) {
+    std::vector<KivVec> normals;
+    normals.reserve(surface.triangles.size());
+    for (const Triangle& c : surface.triangles) {
+        const KivVec& a = surface.points[c[0]];
+        normals.push_back(kivUnit(kivCross(surface.points[c[1]] - a, surface.points[c[2]] - a)));
+    }
+    std::size_t flat = 0;
+    for (std::size_t t = 0; t < surface.triangles.size(); ++t) {
+        int inPlane = 0;
+        for (const std::uint32_t side : surface.adjacency.sides[t]) {
+            const KivShapeEdge& edge = surface.adjacency.edges[side];
+            const bool isPair = edge.second != KivShapeEdge::none && !edge.junction;
+            inPlane += isPair && kivDot(normals[edge.first], normals[edge.second]) > flatCosine ? 1 : 0;
+        }
+        flat += inPlane >= 2 ? 1 : 0;
+    }
+    return flat >= leastFlat && static_cast<double>(flat) >= flatShare * static_cast<double>(surface.triangles.size());
 }
 
 // Some meshes of a scene whose points are counted through, and those of them that share points.
@@ -303,6 +329,9 @@ private:
 
     // Each step leaves a quarter of the rise.
     int stepsFor(const KivLoopSurface& surface) const {
+        if (hasFlatFaces(surface)) {
+            return 0;
+        }
         const double rise = riseByTriangles(surface, view);
         int steps = 0;
         std::size_t triangles = surface.triangles.size();

@@ -78,7 +78,7 @@ Clusters cluster(const KivMesh& mesh, const KivBox& box, double across) {
         const Kiv3DPoint p = mesh.getVertex(i);
         const Kiv3DVector inside = between(lowest(box), p);
         const auto along = [&](double v) {
-            // What is no number counts as the first cell.
+            // NaN counts as the first cell.
             return v > 0.0 ? static_cast<std::uint64_t>(std::min(std::floor(v / side), std::ceil(across) - 1.0)) : 0;
         };
         const std::uint64_t key = along(inside.x) << 42 | along(inside.y) << 21 | along(inside.z);
@@ -293,7 +293,7 @@ std::unique_ptr<KivMesh> coarseMesh(const KivMesh& mesh, unsigned int wantedTria
         return coarseMesh(*rough, wantedTriangles);
     }
     std::unique_ptr<KivMesh> collapsed = collapsedMesh(mesh, wantedTriangles);
-    // What has no surface to speak of, such as loose triangles, keeps them all.
+    // Loose triangles and the like can not be collapsed: all would stay.
     return collapsed->getNumTriangles() <= wantedTriangles ? std::move(collapsed)
                                                            : clusteredMesh(mesh, wantedTriangles);
 }

@@ -23,7 +23,7 @@ public:
     // A scene without lights that looks much like what is shown of the whole one; that itself where it is drawn fast
     // enough. The meshes have the materials of their states now (StudioModel::OwnLooks).
     KivScene scene(const KivScene& whole, const StudioObjectStates& states) const;
-    // What stands for the mesh of that number, or the mesh itself; null where none is coarse.
+    // The mesh drawn for the one of that number, or that one itself; null where none is coarse.
     KivMesh* partOf(int mesh) const;
 
 private:

@@ -49,7 +49,7 @@ bool StudioRenderer::isBusy() const {
 
 KivCommonSettings StudioRenderer::settingsFor(const StudioState& state, Purpose purpose) const {
     KivCommonSettings settings = state.options;
-    // What is seen through needs it, whatever the options say.
+    // Ghosts are transparent, whatever the options say.
     const bool hasGhosts = state.shown.hasGhosts();
     settings.setTransparencies(settings.doTransparencies() || hasGhosts);
     if (purpose == Purpose::final) {

@@ -29,7 +29,7 @@ public:
 
     // Asks for every pixel within margin of a straight piece between two places in the picture.
     void want(const KivWindowPoint& a, const KivWindowPoint& b, double margin);
-    // What is to be read for what was asked, as few long spans; the caller fills values. Ends the asking.
+    // The spans to read for all that was asked, few and long; the caller fills their values. Ends the asking.
     std::vector<Span>& spans();
 
     // The depth of the pixel.

@@ -13,7 +13,7 @@ class KivOutlineShader final : public KivLineShader {
 public:
     explicit KivOutlineShader(HINSTANCE pluginModule);
 
-    // What is drawn in the place of the triangles of an object that no base look draws.
+    // The shape that replaces the triangles of an object that no base look draws.
     KivShapeWish shapeOf(const Kiv3DObject& object) const;
 
 protected:

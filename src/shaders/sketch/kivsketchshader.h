@@ -18,7 +18,7 @@ class KivSketchShader final : public KivLineShader {
 public:
     explicit KivSketchShader(HINSTANCE pluginModule);
 
-    // What is drawn in the place of the triangles of an object that no base look draws.
+    // The shape that replaces the triangles of an object that no base look draws.
     KivShapeWish shapeOf(const Kiv3DObject& object) const;
 
 protected:

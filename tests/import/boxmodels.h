@@ -56,6 +56,22 @@ inline std::string boxPly() {
                        true);
 }
 
+// Each face a strip.
+inline std::string boxPlyStrips() {
+    std::string text = "ply\nformat ascii 1.0\nelement vertex 8\nproperty float x\nproperty float y\nproperty float z\n"
+                       "element tristrips 1\nproperty list int int vertex_indices\nend_header\n";
+    for (const auto& p : boxCorners) {
+        text += number(p[0]) + ' ' + number(p[1]) + ' ' + number(p[2]) + '\n';
+    }
+    text += "30";
+    for (const BoxFace& face : boxFaces) {
+        for (const int corner : {face.corner[0], face.corner[1], face.corner[3], face.corner[2], -1}) {
+            text += ' ' + std::to_string(corner);
+        }
+    }
+    return text + '\n';
+}
+
 inline std::string boxOff() {
     return boxPolygons("OFF\n8 6 0\n", true);
 }

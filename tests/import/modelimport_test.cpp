@@ -79,10 +79,19 @@ TEST(ModelImport, TheSameBoxFromEveryFormat) {
         std::string content;
         bool zUp;
     } cases[] = {
-        {"box.obj", boxObj, false},   {"box.stl", boxStl(), true},  {"box.ply", boxPly(), false},
-        {"box.off", boxOff(), false}, {"box.dxf", boxDxf(), true},  {"box.dae", boxDae(), false},
-        {"box.fbx", boxFbx(), true},  {"box.3ds", box3ds(), true},  {"box.gltf", boxGltf(), false},
-        {"box.glb", boxGlb(), false}, {"UPPER.OBJ", boxObj, false}, {"box.3mf", box3mf(), true},
+        {"box.obj", boxObj, false},
+        {"box.stl", boxStl(), true},
+        {"box.ply", boxPly(), false},
+        {"box.off", boxOff(), false},
+        {"box.dxf", boxDxf(), true},
+        {"box.dae", boxDae(), false},
+        {"box.fbx", boxFbx(), true},
+        {"box.3ds", box3ds(), true},
+        {"box.gltf", boxGltf(), false},
+        {"box.glb", boxGlb(), false},
+        {"UPPER.OBJ", boxObj, false},
+        {"box.3mf", box3mf(), true},
+        {"strips.ply", boxPlyStrips(), false},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);

@@ -3,6 +3,7 @@
 #include "import/polygons.h"
 #include "import/reader/folderfiles.h"
 #include "import/reader/plycheck.h"
+#include "import/reader/plystrips.h"
 #include "import/reader/texturepicture.h"
 
 #include <algorithm>
@@ -100,7 +101,7 @@ public:
         importer.SetIOHandler(new FolderFiles(folderOf(path), report)); // which the importer owns then
         // Points of a cloud, lines and faces are wanted as they are; what other programs throw away is ours to judge.
         importer.SetPropertyBool(AI_CONFIG_PP_FD_REMOVE, false);
-        scene = importer.ReadFile(path, 0);
+        scene = parse();
         if (scene == nullptr || scene->mRootNode == nullptr) {
             throw ImportError("it is broken or of another kind than its ending says (" + reason() + ")");
         }
@@ -131,6 +132,10 @@ private:
         Vec3 scale{1.0, 1.0, 1.0};
     };
 
+    const aiScene* parse() {
+        const std::string ply = ending() == ".ply" ? plyWithoutStrips(path) : std::string();
+        return ply.empty() ? importer.ReadFile(path, 0) : importer.ReadFileFromMemory(ply.data(), ply.size(), 0, "ply");
+    }
     std::string reason() const {
         std::string text = importer.GetErrorString();
         text = text.substr(0, text.find_first_of("\r\n"));

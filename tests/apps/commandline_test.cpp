@@ -221,7 +221,7 @@ TEST(CommandLine, TellsWrongUse) {
          "--size: \"9999999999x10\" is no size: WIDTHxHEIGHT is expected, such as 1280x960"},
         {{"render", "a.obj", "-o", "a.png", "-a", "3"}, "--antialias: \"3\" is no level: 0, 1 or 2 is expected"},
         {{"render", "a.obj", "-o", "a.jpg", "--background", "none"},
-         "--background none: \"a.jpg\" can't be transparent; give -o a name that ends in png, tif or tiff"},
+         "--background none: \"a.jpg\" can't be transparent; give -o a name that ends in png, tif, tiff or ora"},
         {{"render", "a.obj", "-o", "a.png", "--background", "none", "--background-image", "b.png"},
          "--background none and --background-image exclude each other"},
         {{"render", "a.obj", "-o", "a.png", "--background", "blue"},

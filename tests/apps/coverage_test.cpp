@@ -73,6 +73,37 @@ TEST(Coverage, PaperColoursWhatIsThereAndCoversNoMore) {
     EXPECT_EQ(at(*picture, 1), (std::array<int, 4>{0, 0, 0, 0}));
 }
 
+// Between any two colours there is a layer, whatever it is to cover at least.
+TEST(Coverage, ALayerMakesOnePictureOfAnother) {
+    for (int from = 0; from <= 255; from += 17) {
+        for (int to = 0; to <= 255; to += 15) {
+            for (const int least : {0, 60, 255}) {
+                const auto below = plain({{from, 255 - from, 90}});
+                const auto target = plain({{to, to / 2, 90}});
+                auto covers = KivImage::createWithAlpha({1, 1});
+                covers->row(0)[3] = static_cast<std::uint8_t>(least);
+                const auto layer = layerBetween(*below, *target, covers.get());
+                EXPECT_GE(at(*layer, 0)[3], least);
+                const auto over = laidOver(*layer, *below);
+                for (std::size_t c = 0; c < 3; ++c) {
+                    const Rgb expected{to, to / 2, 90};
+                    EXPECT_LE(std::abs(at(*over, 0)[c] - expected[c]), 1) << from << ' ' << to << ' ' << least;
+                }
+            }
+        }
+    }
+}
+
+TEST(Coverage, ALayerCoversAsLittleAsWillDo) {
+    const auto shade = layerBetween(*plain({{200, 100, 50}}), *plain({{100, 50, 25}}));
+    EXPECT_EQ(at(*shade, 0), (std::array<int, 4>{0, 0, 0, 128})) << "half black";
+    const auto shine = layerBetween(*plain({{55, 155, 255}}), *plain({{155, 205, 255}}));
+    EXPECT_EQ(at(*shine, 0)[3], 128);
+    EXPECT_GE(at(*shine, 0)[1], 253) << "half white";
+    const auto same = layerBetween(*plain({{55, 155, 255}}), *plain({{56, 154, 255}}));
+    EXPECT_EQ(at(*same, 0), (std::array<int, 4>{0, 0, 0, 0})) << "the rounding of passes is no layer";
+}
+
 TEST(Coverage, OverAPictureThatIsTransparentItselfAlphasAdd) {
     auto half = KivImage::createWithAlpha({1, 1});
     const std::array<std::uint8_t, 4> red{0, 0, 200, 128}; // blue first

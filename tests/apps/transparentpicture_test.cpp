@@ -1,40 +1,15 @@
 // Pictures without a background, as another reader of PNG sees them.
+#include "pngpixels.h"
 #include "programrun.h"
 
 #include <array>
 #include <cstdint>
 #include <cstdlib>
 
-#include <png.h>
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 namespace {
-
-struct Pixels {
-    std::uint32_t width = 0;
-    std::uint32_t height = 0;
-    bool hasAlpha = false;
-    std::vector<std::uint8_t> rgba;
-};
-
-Pixels readPixels(const std::string& path) {
-    Pixels pixels;
-    png_image image = {};
-    image.version = PNG_IMAGE_VERSION;
-    if (png_image_begin_read_from_file(&image, path.c_str()) == 0) {
-        return pixels;
-    }
-    pixels.hasAlpha = (image.format & PNG_FORMAT_FLAG_ALPHA) != 0;
-    image.format = PNG_FORMAT_RGBA;
-    pixels.rgba.resize(PNG_IMAGE_SIZE(image));
-    if (png_image_finish_read(&image, nullptr, pixels.rgba.data(), 0, nullptr) != 0) {
-        pixels.width = image.width;
-        pixels.height = image.height;
-    }
-    return pixels;
-}
 
 // The largest difference between a picture laid over a colour and one that was rendered on it.
 int worstOver(const Pixels& above, const Pixels& on, const std::array<int, 3>& colour) {
@@ -128,7 +103,7 @@ TEST(TransparentPicture, WhatCantBeTransparentIsToldBeforeTheRender) {
         const Outcome outcome = run(folder, {"render", "--demo", "-o", name, "--background", "none"});
         EXPECT_EQ(outcome.status, 2);
         EXPECT_EQ(outcome.err, "selvarin: --background none: \"" + name +
-                                   "\" can't be transparent; give -o a name that ends in png, tif or tiff (see "
+                                   "\" can't be transparent; give -o a name that ends in png, tif, tiff or ora (see "
                                    "\"selvarin --help\")\n");
     }
     const Outcome both = run(folder, {"render", "--demo", "-o", folder.path("a.png"), "--background", "none",

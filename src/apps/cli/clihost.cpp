@@ -3,6 +3,7 @@
 #include "apps/cli/thumbnail.h"
 #include "kivrender/platform/kivsystemerror.h"
 #include "kivrender/platform/kivtext.h"
+#include "kivrender/platform/kivwholefile.h"
 #include "kivrender/render/kivbitmapmanager.h"
 
 #include <chrono>
@@ -19,6 +20,15 @@ void CliHost::saveImage(KivBitmapManager& bitmap, const wchar_t* file) {
         thumbnail.clear();
     }
     encodeTime += std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
+}
+
+bool CliHost::saveFile(const std::vector<std::uint8_t>& bytes, const std::string& file) {
+    const std::wstring name = kivFromUtf8(file);
+    const bool isSaved = kivWriteWholeFile(name, bytes);
+    if (!isSaved) {
+        morvaneErrorMessage(kivGetLastError(), (L"While saving file \"" + name + L"\".").c_str());
+    }
+    return isSaved;
 }
 
 bool CliHost::savePicture(const KivImage& picture, const std::string& file) {

@@ -13,6 +13,8 @@ public:
 
     // Writes a picture that the program itself has made; the ending of the name tells the format. False with a message.
     bool savePicture(const KivImage& picture, const std::string& file);
+    // The same with the bytes of a whole file.
+    bool saveFile(const std::vector<std::uint8_t>& bytes, const std::string& file);
 
     bool wasImageSaved() const {
         return imageSaved;

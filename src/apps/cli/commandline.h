@@ -73,6 +73,7 @@ struct RenderOptions : LookOptions {
     std::string paper;
     bool depthImage = false;
     bool shadowImage = false;
+    std::string layers; // the folder for the layers of the picture; empty for none
     DrawingOptions drawing;
     bool shadows = false;
     bool transparency = false;

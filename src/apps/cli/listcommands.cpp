@@ -82,6 +82,9 @@ int runFormats() {
     for (const PictureFormat& format : pictureFormats()) {
         std::printf("  %-5s %s\n", format.ending, format.name);
     }
+    for (const PictureFormat& format : layeredFormats()) {
+        std::printf("  %-5s %s\n", format.ending, format.name);
+    }
     std::printf("\nVector drawings that can be written\n");
     for (const PictureFormat& format : drawingFormats()) {
         std::printf("  %-5s %s\n", format.ending, format.name);

@@ -37,7 +37,8 @@ void checkEnding(const std::string& name, OutputFile::Accepts accepted) {
     }
     const std::string ending = endingOf(name);
     const bool drawings = accepted == OutputFile::Accepts::picturesAndDrawings;
-    if (hasEnding(pictureFormats(), ending) || (drawings && hasEnding(drawingFormats(), ending))) {
+    if (hasEnding(pictureFormats(), ending) ||
+        (drawings && (hasEnding(drawingFormats(), ending) || hasEnding(layeredFormats(), ending)))) {
         return;
     }
     std::string known;
@@ -48,6 +49,7 @@ void checkEnding(const std::string& name, OutputFile::Accepts accepted) {
     };
     add(pictureFormats());
     if (drawings) {
+        add(layeredFormats());
         add(drawingFormats());
     }
     throw UsageError("\"" + name + "\": pictures can't be written as ." + ending + "; use one of " + known);
@@ -151,9 +153,18 @@ bool isDrawingName(const std::string& name) {
     return hasEnding(drawingFormats(), endingOf(name));
 }
 
+const std::vector<PictureFormat>& layeredFormats() {
+    static const std::vector<PictureFormat> formats{{"ora", "OpenRaster, with layers for painting programs"}};
+    return formats;
+}
+
+bool isLayeredName(const std::string& name) {
+    return hasEnding(layeredFormats(), endingOf(name));
+}
+
 bool keepsTransparency(const std::string& name) {
     const std::string ending = endingOf(name);
-    return ending == "png" || ending == "tif" || ending == "tiff";
+    return ending == "png" || ending == "tif" || ending == "tiff" || isLayeredName(name);
 }
 
 bool isPictureName(const std::string& name) {

@@ -20,6 +20,11 @@ const std::vector<PictureFormat>& drawingFormats();
 
 // Whether a name's ending is that of a drawing.
 bool isDrawingName(const std::string& name);
+// Pictures in layers.
+const std::vector<PictureFormat>& layeredFormats();
+
+// Whether a name's ending is that of a picture in layers.
+bool isLayeredName(const std::string& name);
 // Whether pictures of that ending can be transparent.
 bool keepsTransparency(const std::string& name);
 
@@ -48,6 +53,9 @@ public:
     }
     bool isDrawing() const {
         return isDrawingName(name);
+    }
+    bool isLayered() const {
+        return isLayeredName(name);
     }
     // Of a drawing.
     KivDrawingFormat drawingFormat() const;

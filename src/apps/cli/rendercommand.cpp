@@ -4,6 +4,8 @@
 #include "apps/cli/drawingfiles.h"
 #include "apps/cli/errorline.h"
 #include "apps/cli/exitstatus.h"
+#include "apps/cli/layeredpicture.h"
+#include "apps/cli/layerfolder.h"
 #include "apps/cli/outputfile.h"
 #include "apps/cli/poster.h"
 #include "apps/cli/progressbar.h"
@@ -27,6 +29,8 @@
 #include "kivrender/render/kivbitmapmanager.h"
 #include "kivrender/render/kivrenderer.h"
 #include "kivrender/render/kivtiledrender.h"
+#include "kivrender/scene/kivmesh.h"
+#include "kivrender/scene/kivmeshpaint.h"
 #include "kivrender/settings/kivcommonsettings.h"
 #include "kivrender/settings/kivmemorycommondatamanager.h"
 #include "kivrender/shader/kivshader.h"
@@ -51,6 +55,7 @@ using std::numbers::pi;
 struct Job {
     std::vector<std::wstring> models; // none: the built-in scene
     std::vector<std::string> outputs;
+    std::string layers; // a folder; empty for none
 };
 
 std::vector<std::string> outputNames(const RenderOptions& options, const std::string& model) {
@@ -63,16 +68,22 @@ std::vector<std::string> outputNames(const RenderOptions& options, const std::st
 
 std::vector<Job> planJobs(const RenderOptions& options) {
     if (options.demo) {
-        return {{{}, outputNames(options, "demo")}};
+        return {{{}, outputNames(options, "demo"), outputName(options.layers, "demo")}};
     }
     const auto forEach = [](const std::string& name) { return name.find("{model}") != std::string::npos; };
-    const bool oneEach = std::any_of(options.outputs.begin(), options.outputs.end(), forEach);
+    const bool oneEach =
+        std::any_of(options.outputs.begin(), options.outputs.end(), forEach) || forEach(options.layers);
     std::vector<Job> jobs;
     std::set<std::string> names;
     for (const std::string& model : options.models) {
         if (jobs.empty() || oneEach) {
-            jobs.push_back({{}, outputNames(options, std::filesystem::path(model).stem().string())});
-            for (const std::string& name : jobs.back().outputs) {
+            const std::string stem = std::filesystem::path(model).stem().string();
+            jobs.push_back({{}, outputNames(options, stem), outputName(options.layers, stem)});
+            std::vector<std::string> written = jobs.back().outputs;
+            if (!options.layers.empty()) {
+                written.push_back(jobs.back().layers);
+            }
+            for (const std::string& name : written) {
                 if (!names.insert(name).second) {
                     throw UsageError("two models would both be written to \"" + name + "\"");
                 }
@@ -81,6 +92,17 @@ std::vector<Job> planJobs(const RenderOptions& options) {
         jobs.back().models.push_back(kivFromUtf8(model));
     }
     return jobs;
+}
+
+// Whether colours change over any surface.
+bool hasPaint(const KivScene& scene) {
+    for (unsigned int i = 0; i < scene.numMeshes(); ++i) {
+        const KivMesh* const mesh = scene.getMesh(i);
+        if (mesh != nullptr && kivMeshPaint(*mesh) != nullptr) {
+            return true;
+        }
+    }
+    return false;
 }
 
 using OutputFiles = std::vector<std::unique_ptr<OutputFile>>;
@@ -228,6 +250,12 @@ private:
 
     void chooseLook(CliHost& host) {
         const ChosenLook look = buildShaderStream(options, stream);
+        plan.ground = !options.noBackground;
+        plan.paper = !paper.empty();
+        plan.base = !look.shaders.nonCombinable.empty();
+        plan.lines = look.hasLines;
+        plan.shadows = options.shadows && plan.base;
+        plan.highlights = look.hasHighlights && plan.base;
         for (const std::string& warning : look.warnings) {
             printWarning(warning);
         }
@@ -281,13 +309,15 @@ private:
         for (const std::string& name : job.outputs) {
             if (isPoster() && !isDrawingName(name)) {
                 checkPosterName(name);
-                if (options.noBackground) {
-                    throw UsageError("--background none is not for pictures drawn in tiles; choose a smaller size");
+                if (options.noBackground || isLayeredName(name) || !job.layers.empty()) {
+                    throw UsageError(std::string(options.noBackground ? "--background none" : "layers") +
+                                     (options.noBackground ? " is" : " are") +
+                                     " not for pictures drawn in tiles; choose a smaller size");
                 }
             }
-            files.push_back(
-                std::make_unique<OutputFile>(name, isDrawingName(name) ? std::vector<std::string>() : companions(),
-                                             OutputFile::Accepts::picturesAndDrawings));
+            files.push_back(std::make_unique<OutputFile>(
+                name, isDrawingName(name) || isLayeredName(name) ? std::vector<std::string>() : companions(),
+                OutputFile::Accepts::picturesAndDrawings));
         }
         return files;
     }
@@ -345,16 +375,29 @@ private:
             throw UsageError("--scale needs a parallel view; add --ortho 0 or --view front, for example");
         }
         DrawingFiles drawing(options.drawing);
+        const std::unique_ptr<LayerFolder> layerFolder =
+            job.layers.empty() ? nullptr : std::make_unique<LayerFolder>(job.layers, layerNames(plan));
+        apart.reset();
         for (const auto& output : outputs) {
-            const bool isDone = output->isDrawing() ? drawVector(model, camera, triangles, *output, drawing, host)
-                                                    : drawPicture(*model.scene, camera, *output, host);
+            const bool isDone = output->isDrawing()   ? drawVector(model, camera, triangles, *output, drawing, host)
+                                : output->isLayered() ? drawLayers(*model.scene, camera, *output, host)
+                                                      : drawPicture(*model.scene, camera, *output, host);
             if (!isDone) {
                 return;
             }
         }
+        if (layerFolder) {
+            if (!takeLayers(*model.scene, camera, *outputs.front(), host)) {
+                return;
+            }
+            layerFolder->write(apart->layers, host);
+        }
         timings.lap();
         for (const auto& output : outputs) {
             output->finish();
+        }
+        if (layerFolder) {
+            layerFolder->finish();
         }
         timings.add("put in place", timings.lap());
         bar.finish();
@@ -600,6 +643,64 @@ private:
         return true;
     }
 
+    // False if it was cancelled.
+    bool drawLayers(const KivScene& scene, const KivCamera& camera, const OutputFile& output, CliHost& host) {
+        host.takeMessages();
+        if (!takeLayers(scene, camera, output, host)) {
+            return false;
+        }
+        timings.lap();
+        const std::vector<std::uint8_t> bytes = openRasterFile(apart->layers, *apart->merged);
+        const bool isSaved = !bytes.empty() && host.saveFile(bytes, output.workName());
+        lastError = kivGetLastError();
+        timings.add("encoding", timings.lap());
+        tellOutcome(output, true, isSaved, host);
+        return true;
+    }
+
+    // Fills in the layers, once for all files. False if it was cancelled.
+    bool takeLayers(const KivScene& scene, const KivCamera& camera, const OutputFile& output, CliHost& host) {
+        if (!apart) {
+            KivCommonSettings settings = settingsFor(output);
+            settings.setVectorial(false);
+            settings.setSaveDepth(false);
+            settings.setSaveShadows(false);
+            apart = takeApart(
+                plan, [&](const LayerContent& content) { return drawContent(scene, camera, settings, content, host); });
+            bar.finish();
+            if (isInterrupted()) {
+                return false;
+            }
+            if (!apart) {
+                tellOutcome(output, false, false, host);
+            }
+        }
+        return true;
+    }
+
+    std::unique_ptr<KivImage> drawContent(const KivScene& scene, const KivCamera& camera, KivCommonSettings settings,
+                                          const LayerContent& content, CliHost& host) {
+        LookOptions look = options;
+        look.withoutBackdrop = look.withoutBackdrop || !content.ground;
+        look.withoutLines = !content.lines;
+        look.withoutHighlights = !content.highlights;
+        if (!content.base) {
+            look.base.clear();
+            look.baseChosen = true;
+        }
+        KivMemoryDataManager lookStream;
+        buildShaderStream(look, lookStream);
+        settings.setPaperImage(content.paper ? kivFromUtf8(paper).c_str() : L"");
+        settings.setBackgroundImage(content.ground ? kivFromUtf8(options.backgroundImage).c_str() : L"");
+        settings.setShadows(options.shadows && content.shadows);
+        shownStream = &lookStream;
+        const std::uint32_t ground = options.noBackground ? white : background;
+        auto picture = drawInMemory(content.scene ? scene : KivScene(), camera, settings,
+                                    content.background.value_or(ground), host);
+        shownStream = &stream;
+        return picture;
+    }
+
     // The picture of one of several renders; null if there is none.
     std::unique_ptr<KivImage> drawInMemory(const KivScene& scene, const KivCamera& camera, KivCommonSettings settings,
                                            std::uint32_t backgroundColour, CliHost& host) {
@@ -640,6 +741,10 @@ private:
             return false;
         }
         tellOutcome(output, drawing.isCollected(), isWritten, host);
+        if (hasPaint(*model.scene)) {
+            printWarning("\"" + output.finalName() +
+                         "\": textures and colours at vertices are drawn in their mean colours in a vector drawing");
+        }
         if (!KivVectorPage::wasOrderExact()) {
             printWarning(
                 "so much lies over one another in the drawing that some of it may be painted in the wrong order");
@@ -681,7 +786,7 @@ private:
         kivSetLastError(0);
         bool done = false;
         try {
-            done = renderer.render(&common, &stream, &scene, camera, &surface, &size);
+            done = renderer.render(&common, shownStream, &scene, camera, &surface, &size);
         } catch (const KivShader::stopReason&) {
             // Without memory there is a message; without a place for a drawing in progress there is none yet.
             if (host.numMessages() == 0) {
@@ -753,6 +858,9 @@ private:
     std::uint64_t drawnTriangles = 0;
     KivProgress* otherProgress = nullptr; // in place of the bar, which shows more than one render
     KivMemoryDataManager stream;
+    KivMemoryDataManager* shownStream = &stream; // of the render at hand
+    LayerPlan plan;
+    std::optional<LayeredPicture> apart; // of the job at hand
     KivRenderer renderer;
     std::future<bool> warmUp; // its destructor waits for the thread
 };

@@ -280,8 +280,22 @@ void readBackground(const Words& words, RenderOptions& options) {
     for (const std::string& name : options.outputs) {
         if (name != "-" && !isDrawingName(name) && !keepsTransparency(name)) {
             throw UsageError("--background none: \"" + name +
-                             "\" can't be transparent; give -o a name that ends in png, tif or tiff");
+                             "\" can't be transparent; give -o a name that ends in png, tif, tiff or ora");
         }
+    }
+}
+
+void readLayers(const Words& words, RenderOptions& options) {
+    options.layers = words.value("layers").value_or("");
+    if (words.has("layers") && options.layers.empty()) {
+        throw UsageError("--layers: a folder is missing");
+    }
+    const bool isPlain = std::any_of(options.outputs.begin(), options.outputs.end(), [](const std::string& name) {
+        return !isLayeredName(name) && !isDrawingName(name);
+    });
+    if ((options.depthImage || options.shadowImage) && !isPlain) {
+        throw UsageError(std::string(options.depthImage ? "--depth-image" : "--shadow-image") +
+                         " goes beside a plain picture: give -o a name that ends in png, for example, too");
     }
 }
 
@@ -392,6 +406,7 @@ RenderOptions parseRenderOptions(const Words& words) {
     options.drawing = parseDrawingOptions(words);
     checkDrawings(words, options);
     matchSheet(words, options);
+    readLayers(words, options);
     options.upAxis = parseUpAxis(words);
     readObjects(words, options.objects);
     options.deflection =

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <vector>
@@ -64,6 +65,64 @@ std::unique_ptr<KivImage> pictureWithoutBackground(const KivImage& onBlack, cons
                 to[2] = quotient(colours[at], alpha);
                 to[3] = static_cast<std::uint8_t>(alpha);
             }
+        }
+    }
+    return result;
+}
+
+namespace {
+
+// The least share of a colour that brings one value to another.
+double leastShare(double from, double to) {
+    if (to < from) {
+        return (from - to) / from;
+    }
+    return to > from ? (to - from) / (full - from) : 0.0;
+}
+
+// Whether two colours are one but for the rounding of passes that add up.
+bool areAlike(const Pixel& a, const Pixel& b) {
+    for (std::size_t c = 0; c < 3; ++c) {
+        if (std::abs(a.colour[c] - b.colour[c]) > 1.0) {
+            return false;
+        }
+    }
+    return true;
+}
+
+// Blue, green, red and alpha of a colour that makes `to` of `from` when it covers at least so much.
+void writeBetween(const Pixel& from, const Pixel& to, double covered, std::uint8_t* out) {
+    if (covered <= 0.0 && areAlike(from, to)) {
+        return;
+    }
+    double share = covered;
+    for (std::size_t c = 0; c < 3; ++c) {
+        share = std::max(share, leastShare(from.colour[c], to.colour[c]));
+    }
+    const double alpha = std::ceil(share * full - 1e-9); // more alpha finds a colour, less would not
+    if (alpha <= 0.0) {
+        return;
+    }
+    for (std::size_t c = 0; c < 3; ++c) {
+        const double colour = from.colour[c] + (to.colour[c] - from.colour[c]) * full / alpha;
+        out[c] = static_cast<std::uint8_t>(std::clamp(colour, 0.0, static_cast<double>(full)) + 0.5);
+    }
+    out[3] = static_cast<std::uint8_t>(alpha);
+}
+
+} // namespace
+
+std::unique_ptr<KivImage> layerBetween(const KivImage& below, const KivImage& target, const KivImage* covers) {
+    std::unique_ptr<KivImage> result = KivImage::createWithAlpha(below.size());
+    if (!result) {
+        return nullptr;
+    }
+    for (std::int32_t y = 0; y < result->height(); ++y) {
+        std::uint8_t* to = result->row(y);
+        for (std::int32_t x = 0; x < result->width(); ++x, to += 4) {
+            const Pixel from = pixelAt(below, x, y);
+            const double covered = covers != nullptr ? pixelAt(*covers, x, y).alpha : 0.0;
+            writeBetween(from, pixelAt(target, x, y), covered, to);
         }
     }
     return result;

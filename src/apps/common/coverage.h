@@ -19,6 +19,12 @@
 std::unique_ptr<KivImage> pictureWithoutBackground(const KivImage& onBlack, const KivImage& onWhite,
                                                    const KivImage* onPaper = nullptr);
 
+// The layer that makes a picture of what lies below it, to 2/255: laid over below, whose alpha counts as covered, it
+// gives the target. It covers as much as `covers` says, by its alpha, and where that is not enough as little more as
+// will do; without covers as little as will do. Where nothing changes by more than 1/255 it is transparent. All of one
+// size. Null without memory.
+std::unique_ptr<KivImage> layerBetween(const KivImage& below, const KivImage& target, const KivImage* covers = nullptr);
+
 // The picture laid over another one, which may have alpha itself: the "over" of Porter and Duff (1984). Of the size of
 // both. Null without memory.
 std::unique_ptr<KivImage> laidOver(const KivImage& above, const KivImage& below);

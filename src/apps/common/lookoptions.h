@@ -28,7 +28,10 @@ struct LookOptions {
     bool baseChosen = false; // else the style's is taken; without a style one that is not there is left out in silence
     bool addChosen = false;
     std::vector<SettingOption> settings;
-    bool withoutBackdrop = false; // no shader paints what lies behind the scene
+    // For pictures in layers.
+    bool withoutBackdrop = false;   // no shader paints what lies behind the scene
+    bool withoutLines = false;      // nor what lies over its surfaces
+    bool withoutHighlights = false; // nor do surfaces shine
     LookWords words;
 };
 

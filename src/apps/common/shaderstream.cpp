@@ -108,6 +108,22 @@ std::optional<std::uint32_t> backdropColour(const KivStyleHead& shaders) {
     return std::nullopt;
 }
 
+// Whether the shader shows highlights; takes them away unless they are wanted.
+bool showHighlights(const std::wstring& tag, bool wanted) {
+    constexpr const char* key = "Highlight";
+    KivShader* const shader = KivShader::getByTag(tag.c_str());
+    bool shows = false;
+    for (KivTablePageSettings* settings :
+         shader != nullptr ? tableSettings(*shader) : std::vector<KivTablePageSettings*>()) {
+        const int index = settings->find(key);
+        if (index >= 0 && !wanted) {
+            settings->setText(key, "no");
+        }
+        shows = shows || (index >= 0 && settings->getBool(index));
+    }
+    return shows;
+}
+
 // Every render starts from the defaults, whatever an earlier one of this run has set.
 void resetSettings() {
     for (unsigned long i = 0; i < KivShader::shaders(); ++i) {
@@ -189,16 +205,20 @@ ChosenLook applyLook(const LookOptions& options) {
             }
         }
     }
-    if (options.withoutBackdrop) {
-        std::erase_if(look.shaders.combinables, [](const std::wstring& tag) {
-            const KivShader* const shader = KivShader::getByTag(tag.c_str());
-            return shader != nullptr && coversBackground(*shader);
-        });
-    }
+    std::erase_if(look.shaders.combinables, [&options](const std::wstring& tag) {
+        const KivShader* const shader = KivShader::getByTag(tag.c_str());
+        const bool isBackdrop = shader != nullptr && coversBackground(*shader);
+        return isBackdrop ? options.withoutBackdrop : options.withoutLines;
+    });
     for (const SettingOption& setting : options.settings) {
         applySetting(setting, options.words);
     }
     look.background = backdropColour(look.shaders);
+    look.hasLines = std::any_of(look.shaders.combinables.begin(), look.shaders.combinables.end(), [](const auto& tag) {
+        const KivShader* const shader = KivShader::getByTag(tag.c_str());
+        return shader != nullptr && !coversBackground(*shader);
+    });
+    look.hasHighlights = showHighlights(look.shaders.nonCombinable, !options.withoutHighlights);
     return look;
 }
 

@@ -28,6 +28,8 @@ struct ChosenLook {
     KivStyleHead shaders;
     std::vector<std::string> warnings;       // one line each: what the style holds and nobody understands
     std::optional<std::uint32_t> background; // the colour of a backdrop, red in the low byte; nothing without one
+    bool hasLines = false;                   // shaders that draw over surfaces, a backdrop aside
+    bool hasHighlights = false;              // the base look shows some
 };
 
 // One setting of a look, its value as text.

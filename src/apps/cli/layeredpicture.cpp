@@ -1,0 +1,129 @@
+#include "apps/cli/layeredpicture.h"
+
+#include "apps/common/coverage.h"
+
+#include <utility>
+
+namespace {
+
+constexpr std::uint32_t black = 0x000000;
+constexpr std::uint32_t white = 0xFFFFFF;
+
+class Apart {
+public:
+    Apart(const LayerPlan& layerPlan, const DrawLayer& drawLayer) : plan(layerPlan), draw(drawLayer) {}
+
+    std::optional<LayeredPicture> take() {
+        LayerContent content;
+        content.scene = false;
+        below = draw(content);
+        if (!below) {
+            return std::nullopt;
+        }
+        if (plan.ground) {
+            picture.layers.push_back({"paper", laidOver(*below, *below)});
+        }
+        content.scene = true;
+        content.lines = content.shadows = content.highlights = false;
+        if (plan.base && !addColours(content)) {
+            return std::nullopt;
+        }
+        content.shadows = true;
+        if (plan.shadows && !add("shadow", content, nullptr)) {
+            return std::nullopt;
+        }
+        content.highlights = true;
+        if (plan.highlights && !add("highlights", content, nullptr)) {
+            return std::nullopt;
+        }
+        content.lines = true;
+        if (plan.lines && !addLines(content)) {
+            return std::nullopt;
+        }
+        return merge() ? std::optional(std::move(picture)) : std::nullopt;
+    }
+
+private:
+    // What is drawn of the content, without what it stands on.
+    std::unique_ptr<KivImage> coverageOf(LayerContent content, bool withPaper) {
+        content.ground = false;
+        content.paper = false;
+        content.background = black;
+        const auto onBlack = draw(content);
+        content.background = white;
+        const auto onWhite = onBlack ? draw(content) : nullptr;
+        std::unique_ptr<KivImage> onPaper;
+        if (onWhite && withPaper && plan.paper) {
+            content.background = black;
+            content.paper = true;
+            onPaper = draw(content);
+            if (!onPaper) {
+                return nullptr;
+            }
+        }
+        return onWhite ? pictureWithoutBackground(*onBlack, *onWhite, onPaper.get()) : nullptr;
+    }
+
+    bool addColours(const LayerContent& content) {
+        auto colours = coverageOf(content, true);
+        if (!colours) {
+            return false;
+        }
+        if (!plan.shadows && !plan.highlights && !plan.lines) {
+            return add("colours", content, colours.get()); // the picture itself, to its last detail
+        }
+        return push("colours", std::move(colours));
+    }
+
+    bool addLines(const LayerContent& content) {
+        LayerContent alone = content;
+        alone.base = alone.shadows = alone.highlights = false;
+        const auto covers = coverageOf(alone, false);
+        return covers && add("lines", content, covers.get());
+    }
+
+    bool add(const char* name, const LayerContent& content, const KivImage* covers) {
+        const auto target = draw(content);
+        return target && push(name, layerBetween(*below, *target, covers));
+    }
+
+    bool push(const char* name, std::unique_ptr<KivImage> layer) {
+        below = layer ? laidOver(*layer, *below) : nullptr;
+        if (below) {
+            picture.layers.push_back({name, std::move(layer)});
+        }
+        return below != nullptr;
+    }
+
+    // The layers themselves, so that the merged picture is what they give.
+    bool merge() {
+        picture.merged = KivImage::createWithAlpha(below->size());
+        for (const PictureLayer& layer : picture.layers) {
+            picture.merged = picture.merged ? laidOver(*layer.image, *picture.merged) : nullptr;
+        }
+        return picture.merged != nullptr;
+    }
+
+    const LayerPlan& plan;
+    const DrawLayer& draw;
+    std::unique_ptr<KivImage> below; // what the layers give so far
+    LayeredPicture picture;
+};
+
+} // namespace
+
+std::vector<std::string> layerNames(const LayerPlan& plan) {
+    std::vector<std::string> names;
+    for (const auto& [has, name] :
+         {std::pair(plan.ground, "paper"), std::pair(plan.base, "colours"), std::pair(plan.shadows, "shadow"),
+          std::pair(plan.highlights, "highlights"), std::pair(plan.lines, "lines")}) {
+        if (has) {
+            names.emplace_back(name);
+        }
+    }
+    return names;
+}
+
+std::optional<LayeredPicture> takeApart(const LayerPlan& plan, const DrawLayer& draw) {
+    return Apart(plan, draw).take();
+}

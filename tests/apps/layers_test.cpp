@@ -1,4 +1,4 @@
-// Pictures in layers, as unzip and another reader of PNG see them.
+// Pictures in layers, as unzip, Python's zipfile and another reader of PNG see them.
 #include "pngpixels.h"
 #include "programrun.h"
 
@@ -103,6 +103,7 @@ TEST(Layers, OpenRasterIsReadByOthers) {
     const std::string stack = outputOf("unzip -p '" + ora + "' stack.xml");
     EXPECT_THAT(stack, HasSubstr("w=\"160\" h=\"120\""));
     EXPECT_THAT(layerNamesOf(stack), ElementsAre("paper", "colours", "shadow", "highlights", "lines"));
+    EXPECT_EQ(outputOf("python3 '" READ_OPENRASTER "' '" + ora + "' 2>&1"), "paper colours shadow highlights lines\n");
     ASSERT_EQ(std::system(("cd '" + folder.path("") + "' && unzip -q a.ora -d ora").c_str()), 0);
     const Pixels picture = readPixels(folder.path("a.png"));
     std::vector<double> laid(picture.rgba.size(), 0.0);

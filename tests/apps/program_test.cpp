@@ -257,8 +257,8 @@ TEST(Program, ErrorsAreOneLineAndTheStatusTellsTheirKind) {
         {{"render", box, "-o", folder.path("x.svgz")},
          2,
          "\"" + folder.path("x.svgz") +
-             "\": pictures can't be written as .svgz; use one of png, jpg, jpeg, tif, tiff, bmp, gif, svg, pdf, eps, "
-             "ps, ai, dxf, hpgl, plt (see \"selvarin --help\")"},
+             "\": pictures can't be written as .svgz; use one of png, jpg, jpeg, tif, tiff, bmp, gif, ora, svg, "
+             "pdf, eps, ps, ai, dxf, hpgl, plt (see \"selvarin --help\")"},
         {{"render", folder.path("gone.obj"), "-o", png},
          1,
          "can't use \"" + folder.path("gone.obj") + "\": there is no such file"},

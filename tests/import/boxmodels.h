@@ -314,6 +314,22 @@ inline std::string zipOf(const std::vector<ZipEntry>& entries) {
            bytes(0, 2);
 }
 
+// The entries of a package with that model.
+inline std::vector<ZipEntry> packageOf3mf(const std::string& model) {
+    const std::string head = "<?xml version=\"1.0\"?>";
+    return {{"[Content_Types].xml",
+             head + "<Types xmlns=\"http://schemas.openxmlformats.org/package/2006/content-types\"><Default "
+                    "Extension=\"rels\" ContentType=\"application/vnd.openxmlformats-package.relationships+xml\"/>"
+                    "<Default Extension=\"model\" "
+                    "ContentType=\"application/vnd.ms-package.3dmanufacturing-3dmodel+xml\"/>"
+                    "<Default Extension=\"png\" ContentType=\"image/png\"/></Types>"},
+            {"_rels/.rels",
+             head + "<Relationships xmlns=\"http://schemas.openxmlformats.org/package/2006/relationships\">"
+                    "<Relationship Target=\"/3D/3dmodel.model\" Id=\"rel0\" "
+                    "Type=\"http://schemas.microsoft.com/3dmanufacturing/2013/01/3dmodel\"/></Relationships>"},
+            {"3D/3dmodel.model", model}};
+}
+
 inline std::string box3mf() {
     const std::string head = "<?xml version=\"1.0\"?>";
     std::string model = head + "<model unit=\"millimeter\" xmlns=\"http://schemas.microsoft.com/3dmanufacturing/core/"
@@ -331,17 +347,7 @@ inline std::string box3mf() {
         }
     }
     model += "</triangles></mesh></object></resources><build><item objectid=\"1\"/></build></model>";
-    return zipOf(
-        {{"[Content_Types].xml",
-          head + "<Types xmlns=\"http://schemas.openxmlformats.org/package/2006/content-types\"><Default "
-                 "Extension=\"rels\" ContentType=\"application/vnd.openxmlformats-package.relationships+xml\"/>"
-                 "<Default Extension=\"model\" "
-                 "ContentType=\"application/vnd.ms-package.3dmanufacturing-3dmodel+xml\"/></Types>"},
-         {"_rels/.rels", head +
-                             "<Relationships xmlns=\"http://schemas.openxmlformats.org/package/2006/relationships\">"
-                             "<Relationship Target=\"/3D/3dmodel.model\" Id=\"rel0\" "
-                             "Type=\"http://schemas.microsoft.com/3dmanufacturing/2013/01/3dmodel\"/></Relationships>"},
-         {"3D/3dmodel.model", model}});
+    return zipOf(packageOf3mf(model));
 }
 
 #endif

@@ -4,6 +4,7 @@
 #include "import/kivmodelobjects.h"
 #include "import/normals.h"
 #include "importtestfiles.h"
+#include "importtestpictures.h"
 #include "kivrender/platform/kivimage.h"
 #include "kivrender/platform/kivtext.h"
 #include "kivrender/scene/kivmesh.h"
@@ -27,18 +28,6 @@ KivModel import(const std::string& path, const KivModelOptions& options = {}) {
     std::wstring message;
     EXPECT_TRUE(kivImportModels({kivFromUtf8(path)}, options, model, message)) << kivToUtf8(message);
     return model;
-}
-
-std::string pngOf(std::int32_t width, std::int32_t height, const std::vector<std::array<std::uint8_t, 4>>& pixels) {
-    const auto image = KivImage::createWithAlpha({width, height});
-    for (std::size_t i = 0; i < pixels.size(); ++i) {
-        const auto& [r, g, b, a] = pixels[i];
-        const std::array<std::uint8_t, 4> stored{b, g, r, a};
-        const std::size_t x = i % static_cast<std::size_t>(width);
-        std::copy(stored.begin(), stored.end(), image->row(static_cast<std::int32_t>(i / width)) + 4 * x);
-    }
-    const std::vector<std::uint8_t> bytes = image->encode(KivImageFormat::png);
-    return {bytes.begin(), bytes.end()};
 }
 
 std::string fourColours() {

@@ -2,6 +2,7 @@
 #include "import/reader/assimpreader.h"
 #include "import/reader/readermodule.h"
 #include "import/reader/readerprogram.h"
+#include "import/reader/threemfreader.h"
 #include "import/readerprotocol.h"
 
 #include <cstdio>
@@ -14,15 +15,22 @@ ModelParts readWithAssimp(const ReaderRequest& request, ReaderReport& report) {
     return readByAssimp(request.path, request.limits, report);
 }
 
+ModelParts readWithLib3mf(const ReaderRequest& request, ReaderReport& report) {
+    return readThreeMf(request.path, request.limits, report);
+}
+
 ReadModel findReader(const std::string& path) {
+    if (isThreeMfFile(path)) {
+        return readWithLib3mf;
+    }
     return isCadFile(path) ? loadReaderModule(cadModuleName).read : readWithAssimp;
 }
 
 std::string describe() {
     try {
-        return assimpVersion() + ", " + loadReaderModule(cadModuleName).library;
+        return assimpVersion() + ", " + threeMfVersion() + ", " + loadReaderModule(cadModuleName).library;
     } catch (const ImportError&) {
-        return assimpVersion() + ", no Open CASCADE for CAD files";
+        return assimpVersion() + ", " + threeMfVersion() + ", no Open CASCADE for CAD files";
     }
 }
 

@@ -33,6 +33,23 @@ TEST(ViewChoice, AFreeViewIsThatOfTheModelsOwnCamera) {
     EXPECT_EQ(view.lens.verticalFov, 12.0);
 }
 
+TEST(ViewChoice, CamerasThatMissTheModelArePassedOver) {
+    KivModelCamera away = ownCamera();
+    away.direction = Kiv3DVector(0.0, 0.0, 1.0);
+    const ChosenView second = chooseView({}, {away, ownCamera()}, yUp, corners(), 1.5);
+    EXPECT_EQ(second.camera.getLocation().z, 50.0);
+    EXPECT_LT(second.axes.forward.z, 0.0);
+    EXPECT_FALSE(second.passesOverCameras);
+
+    const ChosenView framed = chooseView({}, {away}, yUp, corners(), 1.5);
+    EXPECT_TRUE(framed.passesOverCameras);
+    EXPECT_EQ(framed.camera.getLocation().z, chooseView({}, {}, yUp, corners(), 1.5).camera.getLocation().z);
+    EXPECT_FALSE(chooseView({}, {}, yUp, corners(), 1.5).passesOverCameras);
+
+    EXPECT_EQ(firstThatSees({away}, corners(), 1.5), nullptr);
+    EXPECT_EQ(firstThatSees({}, corners(), 1.5), nullptr);
+}
+
 TEST(ViewChoice, AnythingSaidTakesTheModelsOwnCameraOutOfForce) {
     ViewChoice choice;
     choice.verticalFov = 40.0;

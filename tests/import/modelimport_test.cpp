@@ -248,6 +248,32 @@ TEST(ModelImport, NodeTransformsAndMirrors) {
     EXPECT_NEAR(model.bounds.getXMax(), 3.0, 1e-5);
 }
 
+TEST(ModelImport, AnFbxCameraLooksAtItsTarget) {
+    const TestFolder folder;
+    const auto insert = [](std::string text, const std::string& before, const std::string& what) {
+        return text.insert(text.find(before) + before.size(), what);
+    };
+    const auto at = [](const char* place) {
+        return std::string("  Properties70: {\n   P: \"Lcl Translation\", \"Lcl Translation\", \"\", \"A+\",") + place +
+               "\n  }\n";
+    };
+    const std::string camera =
+        " NodeAttribute: 5, \"NodeAttribute::\", \"Camera\" {\n  Properties70: {\n   P: \"FieldOfView\", "
+        "\"FieldOfView\", \"\", \"A+\",45\n  }\n  TypeFlags: \"Camera\"\n  GeometryVersion: 124\n }\n"
+        " Model: 6, \"Model::Eye\", \"Camera\" {\n  Version: 232\n" +
+        at("1,-10,2") + " }\n";
+    const std::string target = " Model: 7, \"Model::Eye.Target\", \"Null\" {\n  Version: 232\n" + at("1,0,2") + " }\n";
+    const std::string aimed =
+        insert(insert(boxFbx(), "Objects: {\n", camera + target), "Connections: {\n",
+               " C: \"OO\",6,0\n C: \"OO\",7,0\n C: \"OO\",5,6\n C: \"OP\",7,6, \"LookAtProperty\"\n");
+    const KivModel model = import({folder.write("aimed.fbx", aimed)});
+    ASSERT_EQ(model.cameras.size(), 1U);
+    EXPECT_NEAR(model.cameras[0].direction.x, 0.0, 1e-6);
+    EXPECT_NEAR(model.cameras[0].direction.y, 1.0, 1e-6);
+    EXPECT_NEAR(model.cameras[0].direction.z, 0.0, 1e-6);
+    EXPECT_NEAR(model.cameras[0].up.z, 1.0, 1e-6);
+}
+
 TEST(ModelImport, CamerasAndLights) {
     const TestFolder folder;
     const std::string nodes =

@@ -480,6 +480,9 @@ private:
     KivCamera prepareScene(const KivModel& model) {
         const std::vector<Kiv3DPoint> points = scenePoints(*model.scene);
         const ChosenView view = chooseCamera(model, points);
+        if (view.passesOverCameras) {
+            printWarning("the model's own camera shows nothing of it; the model is framed instead");
+        }
         if (const std::string why = whyNothingIsSeen(points, view.camera, options.height); !why.empty()) {
             printWarning("the camera sees nothing: " + why);
         }

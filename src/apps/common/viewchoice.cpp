@@ -1,8 +1,24 @@
 #include "apps/common/viewchoice.h"
 
+#include "apps/common/sight.h"
+
+#include <algorithm>
 #include <stdexcept>
 
 namespace {
+
+// In pixels: what is smaller than one of so many is not seen.
+constexpr int usualHeight = 1000;
+
+ChosenView viewOf(const KivModelCamera& own, const std::vector<Kiv3DPoint>& points, double aspect) {
+    ChosenView view;
+    view.lens.aspect = aspect;
+    view.axes = viewAxes(own.direction, own.up);
+    view.lens.verticalFov = own.verticalFov;
+    view.lens.orthoHeight = own.orthoHeight;
+    view.camera = makeCamera(points, own.location, view.axes, view.lens);
+    return view;
+}
 
 // Where nothing says how far away the camera is, the model fills the picture; a target stays in its middle.
 Kiv3DPoint chooseLocation(const ViewChoice& choice, const std::vector<Kiv3DPoint>& points, const ViewAxes& axes,
@@ -35,18 +51,24 @@ Kiv3DVector chooseDirection(const ViewChoice& choice, const Kiv3DVector& modelUp
 
 } // namespace
 
+const KivModelCamera* firstThatSees(const std::vector<KivModelCamera>& cameras, const std::vector<Kiv3DPoint>& points,
+                                    double aspect) {
+    const auto found = std::find_if(cameras.begin(), cameras.end(), [&](const KivModelCamera& camera) {
+        return whyNothingIsSeen(points, viewOf(camera, points, aspect).camera, usualHeight).empty();
+    });
+    return found != cameras.end() ? &*found : nullptr;
+}
+
 ChosenView chooseView(const ViewChoice& choice, const std::vector<KivModelCamera>& cameras, const Kiv3DVector& modelUp,
                       const std::vector<Kiv3DPoint>& points, double aspect) {
     ChosenView view;
     view.lens.aspect = aspect;
     view.lens.verticalFov = choice.verticalFov.value_or(defaultVerticalFov);
-    if (choice.isFree() && !cameras.empty()) {
-        const KivModelCamera& own = cameras.front();
-        view.axes = viewAxes(own.direction, own.up);
-        view.lens.verticalFov = own.verticalFov;
-        view.lens.orthoHeight = own.orthoHeight;
-        view.camera = makeCamera(points, own.location, view.axes, view.lens);
-        return view;
+    if (choice.isFree()) {
+        if (const KivModelCamera* own = firstThatSees(cameras, points, aspect); own != nullptr) {
+            return viewOf(*own, points, aspect);
+        }
+        view.passesOverCameras = !cameras.empty();
     }
     view.axes = viewAxes(chooseDirection(choice, modelUp), choice.up.value_or(modelUp));
     if (choice.orthoHeight) {

@@ -28,10 +28,16 @@ struct ChosenView {
     KivCamera camera;
     ViewAxes axes;
     Lens lens;
+    bool passesOverCameras = false; // whether none of the model's own cameras shows anything of it
 };
 
-// A view that is free is that of the first of the model's own cameras, if there is one. aspect: width / height. Throws
-// std::invalid_argument if eye and target are the same place.
+// The first of a model's own cameras that shows anything of these points; null without one. A camera may miss its model
+// because the file moves or aims it by means that its reader does not know. aspect: width / height.
+const KivModelCamera* firstThatSees(const std::vector<KivModelCamera>& cameras, const std::vector<Kiv3DPoint>& points,
+                                    double aspect);
+
+// A view that is free is that of the first of the model's own cameras that shows anything of it, if there is one.
+// aspect: width / height. Throws std::invalid_argument if eye and target are the same place.
 ChosenView chooseView(const ViewChoice& choice, const std::vector<KivModelCamera>& cameras, const Kiv3DVector& modelUp,
                       const std::vector<Kiv3DPoint>& points, double aspect);
 

@@ -1,6 +1,7 @@
 #include "apps/studio/studiomodel.h"
 
 #include "apps/common/demoscene.h"
+#include "apps/common/viewchoice.h"
 #include "apps/studio/coarsemodel.h"
 #include "import/scenebuilder.h"
 #include "kivrender/render/kivrenderer.h"
@@ -252,15 +253,14 @@ void StudioModel::placeCamera(StudioCamera* camera, double aspect) const {
     StudioCamera placed;
     placed.up = imported.up;
     placed.sanitize();
-    if (!imported.cameras.empty()) {
-        const KivModelCamera& own = imported.cameras.front();
-        if (own.verticalFov > 0.0) {
-            placed.fov = own.verticalFov;
+    if (const KivModelCamera* own = firstThatSees(imported.cameras, all, aspect); own != nullptr) {
+        if (own->verticalFov > 0.0) {
+            placed.fov = own->verticalFov;
         }
-        placed.follow(own.location, own.direction, all);
-        if (own.orthoHeight > 0.0) {
+        placed.follow(own->location, own->direction, all);
+        if (own->orthoHeight > 0.0) {
             placed.parallel = true;
-            placed.distance = own.orthoHeight / (2.0 * std::tan(placed.fov * pi / 360.0));
+            placed.distance = own->orthoHeight / (2.0 * std::tan(placed.fov * pi / 360.0));
         }
         // It was made for a picture of a usual shape; in a narrow one the sides would be cut off.
         constexpr double usual = 4.0 / 3.0;

@@ -580,6 +580,7 @@ private:
             camera.location = transform.point(isLinear ? Vec3{} : fromAi(source.mPosition));
             camera.direction = unit(transform.vector(fromAi(source.mLookAt)));
             camera.up = unit(transform.vector(fromAi(source.mUp)));
+            aimAtTarget(camera);
             const double aspect = source.mAspect > 0.0F && std::isfinite(source.mAspect) ? source.mAspect : 4.0 / 3.0;
             if (source.mOrthographicWidth > 0.0F) {
                 camera.orthoHeight = 2.0 * source.mOrthographicWidth / aspect;
@@ -591,6 +592,21 @@ private:
             if (sees && isUsable(camera.location) && std::isfinite(size) && size > 0.0) {
                 parts.cameras.push_back(std::move(camera));
             }
+        }
+    }
+
+    // An FBX camera may look at an object that moves by itself. Assimp 5.2 leaves that out and the camera unturned; the
+    // programs that write such cameras name the target after them.
+    void aimAtTarget(Camera& camera) const {
+        const auto target = worldFromNode.find(camera.name + ".Target");
+        if (ending() != ".fbx" || target == worldFromNode.end()) {
+            return;
+        }
+        const Vec3 direction = unit(target->second.point({}) - camera.location);
+        const Vec3 up = isZUp() ? Vec3{0.0, 0.0, 1.0} : Vec3{0.0, 1.0, 0.0};
+        if (length(cross(direction, up)) > 1e-6) {
+            camera.direction = direction;
+            camera.up = up;
         }
     }
 

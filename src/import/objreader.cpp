@@ -285,6 +285,11 @@ private:
         for (const std::uint32_t point : points) {
             file.parts.points.push_back(surface.positions[point]);
         }
+        if (surface.corners.empty() && lines.empty() && points.empty()) {
+            // A scanned cloud of points.
+            checkElements(surface.positions.size(), limits);
+            file.parts.points = surface.positions;
+        }
         file.parts.format = "Wavefront OBJ";
         if (!file.colours.empty()) {
             file.colours.resize(surface.positions.size(), Vec3{1.0, 1.0, 1.0});

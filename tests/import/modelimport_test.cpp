@@ -423,7 +423,7 @@ TEST(ModelImport, TellsWhatIsWrongWithAFile) {
         {"no ending", "scene", "x",
          "a name without an ending does not tell what it is; try one of obj, gltf, glb, stl, ply, fbx, 3ds, dae, off, "
          "dxf, 3mf, step, stp, iges, igs, brep"},
-        {"nothing drawn", "points.obj", "v 0 0 0\nv 1 0 0\n", "it has nothing to draw: no faces, lines or points"},
+        {"nothing drawn", "normals.obj", "vn 0 0 1\nvn 1 0 0\n", "it has nothing to draw: no faces, lines or points"},
         {"no area", "flat.obj", "v 0 0 0\nv 1 0 0\nv 2 0 0\nf 1 2 3\nf 1 1 1\n",
          "it has nothing to draw: none of its faces has an area"},
         {"index", "index.obj", "v 0 0 0\nf 1 2 3\n", "line 2: vertex index 3 is out of range, the file has 1 vertices"},

@@ -33,6 +33,15 @@ TEST(ObjReader, KeepsTheSharedVerticesOfTheFile) {
     EXPECT_DOUBLE_EQ(signedVolume(file.parts.surfaces[0]), 6.0);
 }
 
+TEST(ObjReader, VerticesAloneAreACloudOfPoints) {
+    EXPECT_EQ(read(square).parts.points.size(), 4U);
+    EXPECT_EQ(read(square).parts.points[2], (Vec3{1.0, 1.0, 0.0}));
+    EXPECT_TRUE(read(square + "f 1 2 3\n").parts.points.empty());
+    EXPECT_TRUE(read(square + "l 1 2\n").parts.points.empty());
+    EXPECT_EQ(read(square + "p 2\n").parts.points.size(), 1U);
+    EXPECT_THROW(read(square, 3), ImportError);
+}
+
 TEST(ObjReader, ReadsAllFormsOfACorner) {
     const std::string normals = "vt 0 0\nvt 1 0\nvn 0 0 1\nvn 0 0 -1\n";
     for (const char* face : {"f 1//1 2//2 3//1\n", "f 1/1/1 2/2/2 3/1/1\n", "f -4//-2 -3//-1 -2/2/-2\n"}) {

@@ -306,6 +306,12 @@ TEST_P(Drawing, ShadowsLookLikeThoseOfThePicture) {
     compare({"--base", "Cartoon", "--add", "none", "--shadows"}, {"svg"}, 0.95);
 }
 
+// One style for each scene.
+TEST_P(Drawing, TonesOfDotsAndLinesLookLikeThoseOfThePicture) {
+    const char* const styles[] = {"Comic print", "Stippling", "Engraving"};
+    compare({"--style", styles[GetParam().name[0] % 3], "--set", "Backdrop.Grain=0"}, {"svg"}, 0.93);
+}
+
 // --- seams ---
 
 struct Seams {

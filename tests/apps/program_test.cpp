@@ -151,7 +151,7 @@ TEST(Program, ListsShadersAndFormats) {
     const ProgramFolder folder;
     const Outcome tags = run(folder, {"shaders", "-q"});
     EXPECT_EQ(tags.status, 0);
-    EXPECT_EQ(tags.out, "Backdrop\nCartoon\nOutline\nSketch\n");
+    EXPECT_EQ(tags.out, "Backdrop\nCartoon\nHalftone\nOutline\nSketch\n");
     const Outcome shaders = run(folder, {"shaders"});
     EXPECT_EQ(shaders.status, 0);
     EXPECT_THAT(shaders.out, HasSubstr("--set Cartoon.Bands="));

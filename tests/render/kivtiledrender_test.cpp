@@ -96,11 +96,9 @@ protected:
 };
 
 TEST_F(TiledRender, IsThePictureOfTheWholeForEachShader) {
-    const std::vector<std::pair<std::wstring, std::wstring>> looks{{L"Cartoon", L""},
-                                                                   {L"Cartoon", L"Outline;"},
-                                                                   {L"none", L"Outline;"},
-                                                                   {L"none", L"Sketch;"},
-                                                                   {L"Cartoon", L"Sketch;Backdrop;"}};
+    const std::vector<std::pair<std::wstring, std::wstring>> looks{
+        {L"Cartoon", L""},      {L"Cartoon", L"Outline;"}, {L"Cartoon", L"Halftone;"},
+        {L"none", L"Outline;"}, {L"none", L"Sketch;"},     {L"Cartoon", L"Sketch;Backdrop;"}};
     for (const auto& [base, added] : looks) {
         setStyle(base, added);
         const std::string name(added.begin(), added.end());

@@ -51,6 +51,9 @@ public:
     static KivCombinableShader& backdrop() {
         return dynamic_cast<KivCombinableShader&>(*KivShader::getByTag(L"Backdrop"));
     }
+    static KivCombinableShader& halftone() {
+        return dynamic_cast<KivCombinableShader&>(*KivShader::getByTag(L"Halftone"));
+    }
     static KivCombinableShader& sketch() {
         return dynamic_cast<KivCombinableShader&>(*KivShader::getByTag(L"Sketch"));
     }
@@ -66,6 +69,7 @@ inline KivTablePageSettings shaderSettings(const KivShader& shader, const Choice
     const wchar_t* section = tag == L"Cartoon"    ? L"CartoonTones"
                              : tag == L"Outline"  ? L"OutlineLines"
                              : tag == L"Backdrop" ? L"BackdropSheet"
+                             : tag == L"Halftone" ? L"HalftoneScreen"
                                                   : L"SketchStrokes";
     KivTablePageSettings settings(section, table, count);
     for (const auto& [key, text] : choices) {

@@ -203,6 +203,17 @@ TEST_F(EverySetting, OfTheOutlineChangesThePicture) {
                                   {"Intersections", "no"}});
 }
 
+TEST_F(EverySetting, OfTheHalftoneChangesThePicture) {
+    expectAll(shaders.halftone(), {{"Pattern", "stipple"},
+                                   {"Colour", "#ff0000"},
+                                   {"Overprint", "100", {{"Colour", "#ffffff"}}},
+                                   {"Spacing", "12"},
+                                   {"Angle", "10"},
+                                   {"Tone", "30"},
+                                   {"Ink", "20"},
+                                   {"Levels", "2"}});
+}
+
 TEST_F(EverySetting, OfTheSketchChangesThePicture) {
     expectAll(shaders.sketch(), {{"Medium", "charcoal"},
                                  {"Colour", "#ff0000"},
@@ -235,8 +246,8 @@ TEST_F(EverySetting, OfTheSketchChangesThePicture) {
 
 TEST_F(EverySetting, TheShapeIsAskedForAsTheSettingsSay) {
     const KivMesh& mesh = *scene.getMesh(0);
-    for (KivShader* const shader :
-         std::initializer_list<KivShader*>{&shaders.cartoon(), &shaders.outline(), &shaders.sketch()}) {
+    for (KivShader* const shader : std::initializer_list<KivShader*>{&shaders.cartoon(), &shaders.halftone(),
+                                                                     &shaders.outline(), &shaders.sketch()}) {
         choose(*shader, {});
         EXPECT_TRUE(kivShaderShape(*shader, mesh).smooth);
         choose(*shader, {{"SmoothShape", "no"}});

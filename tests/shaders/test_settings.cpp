@@ -60,7 +60,7 @@ private:
 class ShaderSettings : public ::testing::Test {
 protected:
     std::vector<KivShader*> all() {
-        return {&shaders.backdrop(), &shaders.cartoon(), &shaders.outline(), &shaders.sketch()};
+        return {&shaders.backdrop(), &shaders.cartoon(), &shaders.halftone(), &shaders.outline(), &shaders.sketch()};
     }
     // A value other than the default for every setting.
     static void change(KivTablePageSettings& settings) {

@@ -22,8 +22,12 @@
 
 #include <GL/gl.h>
 
+#include <algorithm>
 #include <cstdlib>
+#include <iterator>
 #include <memory>
+#include <utility>
+#include <vector>
 
 namespace {
 
@@ -221,9 +225,12 @@ void KivRenderer::closeCollectedPage(KivProgress* progress) {
         collector.drop();
         return;
     }
+    // What shaders have laid over the surfaces.
+    std::vector<KivArea> printed = std::exchange(drawing->areas, {});
     const RecordedPage page(recorded);
     drawing->areaRim = collector.areas() == KivDrawingCollector::Areas::regions ? 0.0 : rimWidth;
     if (addAreas(page, collector, shadows, *drawing, progress) && page.addStrokes(*drawing) && !kivIsCancelled()) {
+        std::move(printed.begin(), printed.end(), std::back_inserter(drawing->areas));
         collector.end();
     } else {
         collector.drop();

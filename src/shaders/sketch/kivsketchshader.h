@@ -10,7 +10,6 @@
 
 #include "kivlineshader.h"
 #include "kivrender/geometry/kivshapewish.h"
-#include "kivsketchhatch.h"
 
 #include <memory>
 
@@ -25,10 +24,6 @@ protected:
     std::unique_ptr<KivLineDrawing> startDrawing(const KivCommonSettings& settings, const KivCamera& camera,
                                                  KivScene& scene, tagSIZE size, KivShaderCommunication& communication,
                                                  bool atFront) override;
-
-private:
-    // Null if nothing shines.
-    KivSketchLight lightOf(KivScene& scene) const;
 };
 
 #endif

@@ -46,10 +46,10 @@ protected:
 
     // In the order of the table, which is that of their blocks in a stream.
     static constexpr std::size_t cartoonAt = 1;
-    static constexpr std::size_t sketchAt = 3;
+    static constexpr std::size_t sketchAt = 4;
     static std::vector<KivShader*> shaders() {
         std::vector<KivShader*> all;
-        for (const wchar_t* const tag : {L"Backdrop", L"Cartoon", L"Outline", L"Sketch"}) {
+        for (const wchar_t* const tag : {L"Backdrop", L"Cartoon", L"Halftone", L"Outline", L"Sketch"}) {
             all.push_back(KivShader::getByTag(tag));
         }
         return all;
@@ -85,7 +85,7 @@ protected:
         manager.clearData();
         manager.setSaving();
         for (const wchar_t* const line :
-             {L"Style:", L"NonCombinableShader:Cartoon", L"CombinableShader:Backdrop;Outline;Sketch;"}) {
+             {L"Style:", L"NonCombinableShader:Cartoon", L"CombinableShader:Backdrop;Halftone;Outline;Sketch;"}) {
             manager.saveString(line);
             manager.saveCurrentVaried(false);
         }

@@ -9,8 +9,8 @@ TEST_F(ShaderPages, StandInTheDialogUnderTheirTitles) {
     write(stream, defaults());
     open(stream);
     const std::vector<WindowRecord::Item>& tabs = dialogWindow().at(Dlg::pagesTab).items;
-    ASSERT_EQ(tabs.size(), 4U);
-    const wchar_t* const order[] = {L"Cartoon", L"Backdrop", L"Outline", L"Sketch"};
+    ASSERT_EQ(tabs.size(), 5U);
+    const wchar_t* const order[] = {L"Cartoon", L"Backdrop", L"Halftone", L"Outline", L"Sketch"};
     for (std::size_t i = 0; i < tabs.size(); ++i) {
         KivShader* const shader = KivShader::getByTag(order[i]);
         KivPageDlg* const page = shader->getPage(&dialog, 0);

@@ -14,7 +14,7 @@ protected:
     static constexpr int height = 240;
 
     DrawingRegions() {
-        loadShipped({"cartoon"});
+        loadShipped({"cartoon", "halftone", "outline", "sketch"});
         setStyle(L"Cartoon", L"");
         settings.setBackgroundColor(0xE0F0FF);
         camera.setLocation({1.5, -3.0, 3.0});
@@ -39,6 +39,9 @@ protected:
         lamp.setStyle(KivLight::directionalLight);
         lamp.setDirection({-0.5, 1.0, -1.0});
         scene.addLight(lamp);
+        if (ownLook != nullptr) {
+            ownLook(*scene.getMesh(ownMesh));
+        }
     }
     void add(std::unique_ptr<KivMesh> mesh, std::uint32_t color) {
         KivMaterial material;
@@ -92,8 +95,36 @@ protected:
         return result;
     }
 
+    // The part of the plain pixels that have the colour of the drawing's area there.
+    double agreement() {
+        drawPicture();
+        drawDrawing(0.0);
+        const FlatRegions flat(regions());
+        int asked = 0;
+        int right = 0;
+        for (int y = 1; y + 1 < height; ++y) {
+            for (int x = 1; x + 1 < width; ++x) {
+                if (isPlain(x, y)) {
+                    ++asked;
+                    const std::vector<std::uint32_t> at = flat.at(x + 0.5, y + 0.5);
+                    const std::uint32_t color = at.empty() ? drawing.background : drawing.areas[at.back()].color;
+                    right += areAlike(color, pixel(x, y)) ? 1 : 0;
+                }
+            }
+        }
+        EXPECT_GT(asked, width * height / 2);
+        return static_cast<double>(right) / asked;
+    }
+    // How many areas belong to the mesh.
+    std::ptrdiff_t areasOf(unsigned int mesh) const {
+        return std::count_if(drawing.areas.begin(), drawing.areas.end(),
+                             [mesh](const KivArea& area) { return area.object == mesh + 1; });
+    }
+
     std::vector<std::uint8_t> pixels;
     KivVectorDrawing drawing;
+    void (*ownLook)(KivMesh&) = nullptr; // of one mesh
+    unsigned int ownMesh = 0;
 };
 
 TEST_F(DrawingRegions, ShowTheColoursOfThePictureWithoutAGapOrAnOverlap) {
@@ -140,6 +171,32 @@ TEST_F(DrawingRegions, AreFewAndKnowTheirObjects) {
     const std::size_t few = drawing.areas.size();
     drawDrawing(0.0);
     EXPECT_GE(drawing.areas.size(), few);
+}
+
+// The box stands before the ring, the ball and the slab, and hides them though no base look paints it.
+TEST_F(DrawingRegions, AnObjectOfLinesAloneHidesWhatIsPaintedBehindIt) {
+    ownMesh = 3;
+    for (void (*const look)(KivMesh&) : {+[](KivMesh& mesh) { mesh.addCombinableShader(L"Sketch"); },
+                                         +[](KivMesh& mesh) { mesh.addCombinableShader(L"Outline"); },
+                                         +[](KivMesh& mesh) { mesh.addCombinableShader(L"Halftone"); }}) {
+        ownLook = look;
+        setStyle(L"Cartoon", L"");
+        EXPECT_GE(agreement(), 0.985);
+        const std::uint32_t middle = pixel(200, 72);
+        EXPECT_TRUE(areAlike(middle, 0xE0F0FF)) << "the middle of the box shows " << std::hex << middle;
+        EXPECT_GT(areasOf(1), 0);
+    }
+}
+
+TEST_F(DrawingRegions, WhatHasLinesAloneHidesTheOneObjectThatIsPainted) {
+    ownMesh = 2;
+    ownLook = [](KivMesh& mesh) { mesh.setNonCombinableShader(L"Cartoon"); };
+    for (const wchar_t* const added : {L"Outline", L"Sketch"}) {
+        setStyle(L"none", added);
+        EXPECT_GE(agreement(), 0.975);
+        EXPECT_GT(areasOf(2), 0);
+        EXPECT_EQ(areasOf(1) + areasOf(3), 0) << "what only hides is no area";
+    }
 }
 
 } // namespace

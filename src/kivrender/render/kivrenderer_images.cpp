@@ -9,6 +9,7 @@
 #include "kivrender/platform/kivsystemerror.h"
 #include "kivrender/platform/kivwholefile.h"
 #include "kivrender/render/kivbitmapmanager.h"
+#include "kivrender/render/kivdrawingcollector.h"
 #include "kivrender/render/kivmeshwalk.h"
 #include "kivrender/render/kivrenderer.h"
 #include "kivrender/render/kivstreamlines.h"
@@ -19,6 +20,7 @@
 #include "kivrender/shader/kivcombinableshader.h"
 #include "kivrender/shader/kivdrawing.h"
 #include "kivrender/shader/kivpicturetile.h"
+#include "kivrender/shader/kivshadercommunication.h"
 
 #include <GL/gl.h>
 #include <GL/glext.h>
@@ -144,6 +146,16 @@ bool drawDepthOfMesh(const KivMesh& mesh) {
     return true;
 }
 
+bool hasPaintedMesh(const KivScene& scene, const KivShaderCommunication& channel) {
+    for (unsigned int i = 0; i < scene.numMeshes(); ++i) {
+        const KivMesh* const mesh = scene.getMesh(i);
+        if (mesh != nullptr && mesh->hasNonCombinable(channel.hasNonCombinable())) {
+            return true;
+        }
+    }
+    return false;
+}
+
 // The depth buffer as grey values, rows from the bottom up and stride apart. Empty without memory.
 std::vector<std::uint8_t> readDepth(tagSIZE size, std::size_t stride) {
     const auto width = static_cast<std::size_t>(size.cx);
@@ -228,6 +240,10 @@ void KivRenderer::drawBackgroundImage(const KivCommonSettings& settings, tagSIZE
 void KivRenderer::fillDepthForLines(const KivScene* scene, const KivCommonSettings& settings,
                                     KivShaderCommunication& channel) {
     const bool vectorial = settings.doVectorial();
+    const bool isCollected = vectorial && KivDrawingCollector::current() != nullptr;
+    if (isCollected && !hasPaintedMesh(*scene, channel)) {
+        return; // there are no areas to hide, and lines find by themselves what hides them
+    }
     glDepthMask(GL_TRUE);
     float factor = 0;
     float units = 0;
@@ -253,9 +269,12 @@ void KivRenderer::fillDepthForLines(const KivScene* scene, const KivCommonSettin
         if (mesh->hasNonCombinable(channel.hasNonCombinable())) {
             continue;
         }
-        // Without a sketch shader nothing asks for the depth of a mesh that nobody paints.
-        if (sketch != nullptr && kivCallShader(*sketch, [&] { return sketch->rendersMesh(mesh); }) &&
-            !drawDepthOfMesh(*mesh)) {
+        // Without a sketch shader nothing asks for the depth of a mesh that nobody paints. Lines of any other shader
+        // hide as well what an object's own look paints behind them.
+        const bool hasLines = isCollected || (!vectorial && mesh->getNumCombinableShaders() > 0);
+        const bool hides =
+            hasLines || (sketch != nullptr && kivCallShader(*sketch, [&] { return sketch->rendersMesh(mesh); }));
+        if (hides && !drawDepthOfMesh(*mesh)) {
             break;
         }
     }

@@ -93,7 +93,7 @@ TEST_F(PropertiesWindow, ShowsTheLookOfTheStream) {
     EXPECT_TRUE(at<QCheckBox>(&window(), Dlg::nonCombinableBox)->isChecked());
     EXPECT_EQ(window().getItemText(Dlg::nonCombinableTree, 0), L"Cartoon");
     EXPECT_TRUE(at<QTreeWidget>(&window(), Dlg::nonCombinableTree)->topLevelItem(0)->font(0).bold());
-    EXPECT_EQ(window().getItemCount(Dlg::combinableTree), 3);
+    EXPECT_EQ(window().getItemCount(Dlg::combinableTree), 4);
     EXPECT_FALSE(window().isItemChecked(Dlg::combinableTree, 0));
     EXPECT_GT(window().getItemCount(Dlg::stylesCombo), 15);
     EXPECT_EQ(window().getSelection(Dlg::stylesCombo), -1);
@@ -249,7 +249,8 @@ TEST_F(PropertiesWindow, SpeaksSpanish) {
     ASSERT_TRUE(kivLoadLanguage(L"es"));
     ASSERT_NE(dialog.Create(&stream, &settings, Dlg::fixedDataTemplate, nullptr), 0);
     EXPECT_EQ(window().getTitle(), L"Estilo");
-    EXPECT_EQ(window().getItemText(Dlg::combinableTree, 2), L"Boceto");
+    EXPECT_EQ(window().getItemText(Dlg::combinableTree, 1), L"Trama");
+    EXPECT_EQ(window().getItemText(Dlg::combinableTree, 3), L"Boceto");
 }
 
 // --- options ---

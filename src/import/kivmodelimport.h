@@ -86,7 +86,8 @@ struct KivModelFileInfo {
 // An object, group or assembly by the name that the file gives it.
 struct KivModelNode {
     std::wstring name;
-    int parent = -1; // an earlier node, or -1
+    int parent = -1;                  // an earlier node, or -1
+    std::vector<std::wstring> layers; // of a CAD file: the names of those that it lies on, with all that is in it
 };
 
 struct KivModel {

@@ -8,6 +8,7 @@
 #include <cwctype>
 #include <memory>
 #include <set>
+#include <string_view>
 
 namespace {
 
@@ -48,11 +49,11 @@ public:
 
     std::vector<std::wstring> choose() {
         for (std::size_t i = model.scene->numMeshes(); i-- > 0;) {
-            const std::wstring path = kivObjectPath(model, i);
-            const bool isWanted = choice.only.empty() || isAny(path, choice.only);
-            const bool isHidden = isAny(path, choice.hide);
+            const Subject subject{kivObjectPath(model, i), kivObjectLayers(model, i)};
+            const bool isWanted = choice.only.empty() || isAny(subject, choice.only);
+            const bool isHidden = isAny(subject, choice.hide);
             if (isWanted && !isHidden) {
-                paint(*model.scene->getMesh(static_cast<unsigned int>(i)), path);
+                paint(*model.scene->getMesh(static_cast<unsigned int>(i)), subject);
             } else {
                 remove(i);
             }
@@ -65,8 +66,14 @@ public:
     }
 
 private:
-    bool isOne(const std::wstring& path, const std::wstring& pattern) {
-        const bool found = kivIsObject(path, pattern);
+    // A mesh as patterns see it.
+    struct Subject {
+        std::wstring path;
+        std::vector<std::wstring> layers;
+    };
+
+    bool isOne(const Subject& subject, const std::wstring& pattern) {
+        const bool found = kivIsObject(subject.path, pattern) || kivIsOnLayer(subject.layers, pattern);
         if (found) {
             used.insert(pattern);
         }
@@ -74,27 +81,27 @@ private:
     }
 
     // Looks at all of them, as each is to be known to be of use.
-    bool isAny(const std::wstring& path, const std::vector<std::wstring>& patterns) {
+    bool isAny(const Subject& subject, const std::vector<std::wstring>& patterns) {
         bool found = false;
         for (const std::wstring& pattern : patterns) {
-            found = isOne(path, pattern) || found;
+            found = isOne(subject, pattern) || found;
         }
         return found;
     }
 
-    void paint(KivMesh& mesh, const std::wstring& path) {
+    void paint(KivMesh& mesh, const Subject& subject) {
         KivMaterial material;
         material = *mesh.getMaterial();
         bool isChanged = false;
         for (const auto& [pattern, colour] : choice.colours) {
-            if (isOne(path, pattern)) {
+            if (isOne(subject, pattern)) {
                 material.setDiffuse(colour);
                 material.setAmbient(colour);
                 kivSetMeshPaint(mesh, nullptr);
                 isChanged = true;
             }
         }
-        if (isAny(path, choice.ghost)) {
+        if (isAny(subject, choice.ghost)) {
             material.setTransparency(kivGhostOpacity);
             isChanged = true;
         }
@@ -160,6 +167,23 @@ bool kivIsObject(const std::wstring& path, const std::wstring& pattern) {
         begin = end + 1;
     }
     return false;
+}
+
+std::vector<std::wstring> kivObjectLayers(const KivModel& model, std::size_t mesh) {
+    std::vector<std::wstring> layers;
+    for (int at = model.meshNodes[mesh]; at >= 0; at = model.nodes[static_cast<std::size_t>(at)].parent) {
+        const KivModelNode& node = model.nodes[static_cast<std::size_t>(at)];
+        layers.insert(layers.end(), node.layers.begin(), node.layers.end());
+    }
+    return layers;
+}
+
+bool kivIsOnLayer(const std::vector<std::wstring>& layers, const std::wstring& pattern) {
+    static constexpr std::wstring_view word = L"layer:";
+    const std::wstring wanted = lowerCase(pattern);
+    return wanted.starts_with(word) && std::any_of(layers.begin(), layers.end(), [&wanted](const std::wstring& layer) {
+               return matches(lowerCase(layer), wanted.substr(word.size()));
+           });
 }
 
 std::vector<std::wstring> kivChooseObjects(KivModel& model, const KivObjectChoice& choice) {

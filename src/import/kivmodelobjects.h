@@ -21,6 +21,12 @@ std::wstring kivObjectPath(const KivModel& model, std::size_t mesh);
 // that name; one with a slash is compared with the path from its beginning up to any of its names.
 bool kivIsObject(const std::wstring& path, const std::wstring& pattern);
 
+// Of a mesh of the scene: the layers that it or an assembly around it lies on.
+std::vector<std::wstring> kivObjectLayers(const KivModel& model, std::size_t mesh);
+
+// Whether a pattern means what lies on those layers: "layer:" and the name of a layer, with * and ? as above.
+bool kivIsOnLayer(const std::vector<std::wstring>& layers, const std::wstring& pattern);
+
 struct KivObjectChoice {
     std::vector<std::wstring> only;                              // what none of these means goes, if there are any
     std::vector<std::wstring> hide;                              // goes

@@ -110,7 +110,8 @@ struct Material {
 // One of the names that a file gives to its objects, which stand in a tree.
 struct Node {
     std::string name;
-    std::uint32_t parent = noIndex; // an earlier node
+    std::uint32_t parent = noIndex;  // an earlier node
+    std::vector<std::string> layers; // names of those that it lies on, beside those of its parents
 };
 
 // An edge of an exact shape, as a run of a surface's edge points.

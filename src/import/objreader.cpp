@@ -252,7 +252,7 @@ private:
         const auto [at, isNew] =
             nodeNumbers.try_emplace(objectName, static_cast<std::uint32_t>(file.parts.nodes.size()));
         if (isNew) {
-            file.parts.nodes.push_back({objectName, noIndex});
+            file.parts.nodes.push_back({objectName, noIndex, {}});
         }
         return at->second;
     }

@@ -27,7 +27,7 @@ template <class Archive> void fields(Archive& archive, Surface::Part& p) {
     archive(p.name, p.material, p.node);
 }
 template <class Archive> void fields(Archive& archive, Node& n) {
-    archive(n.name, n.parent);
+    archive(n.name, n.parent, n.layers);
 }
 template <class Archive> void fields(Archive& archive, SurfaceEdge& e) {
     archive(e.kind, e.part, e.material, e.first, e.count);

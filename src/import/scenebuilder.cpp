@@ -140,7 +140,10 @@ public:
         firstNode = model.nodes.size();
         for (const Node& node : parts.nodes) {
             model.nodes.push_back(
-                {shownName(node.name), node.parent != noIndex ? static_cast<int>(firstNode + node.parent) : -1});
+                {shownName(node.name), node.parent != noIndex ? static_cast<int>(firstNode + node.parent) : -1, {}});
+            for (const std::string& layer : node.layers) {
+                model.nodes.back().layers.push_back(shownName(layer));
+            }
         }
         Textures texturesOfFile(parts.pictures);
         textures = &texturesOfFile;

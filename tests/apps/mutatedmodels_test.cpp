@@ -6,6 +6,9 @@
 #include "import/importtestfiles.h"
 #include "import/narrowfbx.h"
 #include "programtest.h"
+#if SELVARIN_HAS_CAD
+#include "import/cad/cadfiles.h"
+#endif
 
 #include <cstdio>
 #include <map>
@@ -26,6 +29,8 @@
 namespace {
 
 constexpr int mutantsOfTheSuite = 40;
+[[maybe_unused]] constexpr int cadMutantsOfTheSuite = 16;
+[[maybe_unused]] constexpr double mostSecondsOfCad = 20.0;
 // Above the time that a reader of a small file has, and above the memory.
 constexpr unsigned int mostSeconds = 100;
 constexpr long mostKilobytes = 1'700'000;
@@ -129,6 +134,7 @@ private:
 struct Outcome {
     int status = 0; // 1000 and the signal for a program that was killed
     long kilobytes = 0;
+    double seconds = 0.0; // of the processor, for all its processes: a busy machine changes nothing
     std::string err;
 };
 
@@ -156,8 +162,27 @@ Outcome run(const ProgramFolder& folder, std::vector<std::string> words) {
     int state = 0;
     rusage usage{};
     wait4(child, &state, 0, &usage);
-    return {WIFEXITED(state) ? WEXITSTATUS(state) : 1000 + WTERMSIG(state), usage.ru_maxrss, folder.read(".stderr")};
+    const auto seconds = [](const timeval& time) {
+        return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) * 1e-6;
+    };
+    return {WIFEXITED(state) ? WEXITSTATUS(state) : 1000 + WTERMSIG(state), usage.ru_maxrss,
+            seconds(usage.ru_utime) + seconds(usage.ru_stime), folder.read(".stderr")};
 }
+
+#if SELVARIN_HAS_CAD
+// A part of each CAD format, and an assembly.
+std::vector<Seed> cadSeeds(const ProgramFolder& folder) {
+    writeStep(folder.path("p.step"), pairsOfParts());
+    writeStep(folder.path("p.stp"), documentOf(sphereWithHoles(), "ball"), "INCH", "AP203");
+    writeIges(folder.path("p.igs"), documentOf(filletedBox(), "box"));
+    writeBrep(folder.path("p.brep"), gear());
+    std::vector<Seed> list;
+    for (const char* const ending : {"step", "igs", "brep", "stp"}) {
+        list.push_back({ending, folder.read(std::string("p.") + ending)});
+    }
+    return list;
+}
+#endif
 
 // What became of it, in a word; "WRONG" for what must not be.
 std::string verdict(const Outcome& outcome, bool hasPicture) {
@@ -187,29 +212,28 @@ int numberFrom(const char* name, int otherwise) {
     return text != nullptr ? std::atoi(text) : otherwise;
 }
 
-} // namespace
-
-TEST(MutatedModels, GiveAPictureOrALine) {
-    const ProgramFolder folder;
-    const std::vector<Seed> list = seeds();
-    ASSERT_EQ(list.size(), 17U);
+// The verdict on each of so many changed files, which are drawn in turn from the sound ones.
+std::map<std::string, int> verdictsOn(const ProgramFolder& folder, const std::vector<Seed>& list, int count,
+                                      double mostSecondsOfOne) {
     for (const Seed& seed : list) {
         const std::string model = folder.write("good." + seed.ending, seed.content);
         EXPECT_EQ(run(folder, {"info", model}).status, 0) << seed.ending << ", " << seed.content.size() << " bytes";
     }
-    const int count = numberFrom("SELVARIN_MUTANTS", mutantsOfTheSuite);
     const int first = numberFrom("SELVARIN_MUTANTS_SEED", 1);
     std::map<std::string, int> verdicts;
-    long largest = 0;
+    Outcome worst;
     for (int i = 0; i < count; ++i) {
         const Seed& seed = list[static_cast<std::size_t>(i) % list.size()];
         Mutator mutator(static_cast<std::uint32_t>(first + i));
         const std::string model = folder.write("m." + seed.ending, mutator.mutate(seed.content));
         const std::string picture = folder.path("m.png");
         const Outcome outcome = run(folder, {"render", model, "-o", picture, "-s", "64x48", "-a", "0", "-q"});
-        const std::string word = verdict(outcome, std::filesystem::exists(picture));
+        const std::string word = outcome.seconds > mostSecondsOfOne
+                                     ? "WRONG: took " + std::to_string(outcome.seconds) + " s"
+                                     : verdict(outcome, std::filesystem::exists(picture));
         ++verdicts[word];
-        largest = std::max(largest, outcome.kilobytes);
+        worst.kilobytes = std::max(worst.kilobytes, outcome.kilobytes);
+        worst.seconds = std::max(worst.seconds, outcome.seconds);
         if (word.starts_with("WRONG")) {
             const std::string kept = (std::filesystem::temp_directory_path() /
                                       ("selvarin-mutant-" + std::to_string(first + i) + "." + seed.ending))
@@ -219,12 +243,35 @@ TEST(MutatedModels, GiveAPictureOrALine) {
         }
         std::filesystem::remove(picture);
     }
-    EXPECT_GT(verdicts["picture"], 0);
-    EXPECT_GT(verdicts["line"], 0);
-    if (count > mutantsOfTheSuite) {
+    if (std::getenv("SELVARIN_MUTANTS") != nullptr) {
         for (const auto& [word, number] : verdicts) {
             std::printf("%6d  %s\n", number, word.c_str());
         }
-        std::printf("%6ld  MB at most\n", largest / 1000);
+        std::printf("%6ld  MB at most\n%6.1f  s at most\n", worst.kilobytes / 1000, worst.seconds);
     }
+    return verdicts;
+}
+
+} // namespace
+
+TEST(MutatedModels, GiveAPictureOrALine) {
+    const ProgramFolder folder;
+    const std::vector<Seed> list = seeds();
+    ASSERT_EQ(list.size(), 17U);
+    std::map<std::string, int> verdicts =
+        verdictsOn(folder, list, numberFrom("SELVARIN_MUTANTS", mutantsOfTheSuite), mostSeconds);
+    EXPECT_GT(verdicts["picture"], 0);
+    EXPECT_GT(verdicts["line"], 0);
+}
+
+TEST(MutatedModels, CadFilesGiveAPictureOrALine) {
+#if SELVARIN_HAS_CAD
+    const ProgramFolder folder;
+    std::map<std::string, int> verdicts =
+        verdictsOn(folder, cadSeeds(folder), numberFrom("SELVARIN_MUTANTS", cadMutantsOfTheSuite), mostSecondsOfCad);
+    EXPECT_GT(verdicts["picture"] + verdicts["picture, warning"], 0);
+    EXPECT_GT(verdicts["line"], 0);
+#else
+    GTEST_SKIP() << "built without Open CASCADE";
+#endif
 }

@@ -84,6 +84,21 @@ TEST_F(KivModelObjects, PathsComeFromTheFile) {
     EXPECT_EQ(kivObjectPath(car, 1), L"car/right/wheel");
 }
 
+TEST_F(KivModelObjects, LayersAreMeantByTheirWord) {
+    KivModel car = import(folder.write("car.gltf", carGltf()));
+    car.nodes.at(0).layers = {L"Paint 1"};
+    car.nodes.at(2).layers = {L"right side"};
+    EXPECT_EQ(kivObjectLayers(car, 0), std::vector<std::wstring>{L"Paint 1"});
+    EXPECT_EQ(kivObjectLayers(car, 1), (std::vector<std::wstring>{L"right side", L"Paint 1"}));
+    EXPECT_TRUE(kivIsOnLayer({L"Paint 1"}, L"LAYER:paint*"));
+    EXPECT_FALSE(kivIsOnLayer({L"Paint 1"}, L"layer:paint"));
+    EXPECT_FALSE(kivIsOnLayer({L"Paint 1"}, L"paint 1"));
+    EXPECT_THAT(kivChooseObjects(car, {{L"layer:paint 1"}, {L"layer:right*"}, {}, {}}), IsEmpty());
+    ASSERT_EQ(car.scene->numMeshes(), 1U);
+    EXPECT_EQ(kivObjectPath(car, 0), L"car/left/wheel");
+    EXPECT_EQ(kivChooseObjects(car, {{}, {L"layer:none"}, {}, {}}), std::vector<std::wstring>{L"layer:none"});
+}
+
 TEST_F(KivModelObjects, HidesAndKeeps) {
     EXPECT_THAT(choose({{}, {L"wheel*"}, {}, {}}), IsEmpty());
     ASSERT_EQ(model.scene->numMeshes(), 1U);

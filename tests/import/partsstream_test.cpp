@@ -69,7 +69,7 @@ ModelParts everything() {
     surface.paint = {{0.5, 0.25, 0}, {1, 1, 0}};
     surface.cornerPaint = {0, 1, 0, noIndex, 1, 0};
     surface.parts = {{"one", 0, noIndex}, {"two", noIndex, noIndex}};
-    parts.nodes = {{"all", noIndex}, {"a thing", 0}};
+    parts.nodes = {{"all", noIndex, {}}, {"a thing", 0, {"bought", "steel"}}};
     parts.metresPerUnit = 0.001;
     surface.parts[1].node = 1;
     surface.hasEdges = true;
@@ -124,6 +124,7 @@ TEST(PartsStream, EverythingComesOver) {
     EXPECT_EQ(read.surfaces[0].parts[1].name, "two");
     EXPECT_EQ(read.surfaces[0].parts[1].node, 1U);
     EXPECT_EQ(read.nodes[1].name, "a thing");
+    EXPECT_EQ(read.nodes[1].layers, (std::vector<std::string>{"bought", "steel"}));
     EXPECT_EQ(read.metresPerUnit, 0.001);
     EXPECT_TRUE(read.surfaces[0].hasEdges);
     EXPECT_EQ(read.surfaces[0].edgePoints, parts.surfaces[0].edgePoints);

@@ -31,7 +31,7 @@ ModelParts threeBoxes() {
     parts.materials[0].diffuse = {1.0, 0.0, 0.0};
     parts.materials[1].name = "blue";
     parts.materials[1].diffuse = {0.0, 0.0, 1.0};
-    parts.nodes = {{"all", noIndex}, {"first", 0}, {"second", 0}};
+    parts.nodes = {{"all", noIndex, {}}, {"first", 0, {}}, {"second", 0, {}}};
     parts.surfaces.push_back(box());
     parts.instances.resize(3);
     parts.instances[1] = {0, {0, 1, 0}, {-1, 0, 0}, {0, 0, 1}, {10, 0, 0}, 2, 1};

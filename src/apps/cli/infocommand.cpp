@@ -70,11 +70,13 @@ public:
         std::string name;
         unsigned long long triangles = 0; // of the item itself
         std::vector<std::size_t> children;
+        std::vector<std::wstring> layers; // of the item itself
     };
 
     explicit ObjectTree(const KivModel& model) : items(model.nodes.size() + 1) {
         for (std::size_t i = 0; i < model.nodes.size(); ++i) {
             items[i + 1].name = kivToUtf8(model.nodes[i].name);
+            items[i + 1].layers = model.nodes[i].layers;
             items[static_cast<std::size_t>(model.nodes[i].parent + 1)].children.push_back(i + 1);
         }
         for (unsigned int i = 0; i < model.scene->numMeshes(); ++i) {
@@ -84,7 +86,7 @@ public:
             if (node == 0 || (!name.empty() && name != items[node].name)) {
                 place = items.size();
                 items[node].children.push_back(place);
-                items.push_back({name, 0, {}});
+                items.push_back({name, 0, {}, {}});
             }
             items[place].triangles += model.scene->getMesh(i)->getNumTriangles();
         }
@@ -128,6 +130,9 @@ void printTree(const KivModel& model) {
                         item.name.empty() ? "(no name)" : item.name.c_str());
             if (item.triangles > 0) {
                 std::printf("  %llu triangles", item.triangles);
+            }
+            for (const std::wstring& layer : item.layers) {
+                std::printf("  layer:%s", kivToUtf8(layer).c_str());
             }
             std::printf("\n");
         },
@@ -190,6 +195,14 @@ std::string quoted(const std::wstring& text) {
     return quoted(kivToUtf8(text));
 }
 
+std::string joined(const std::vector<std::wstring>& texts) {
+    std::string list;
+    for (const std::wstring& text : texts) {
+        list += (list.empty() ? "" : ", ") + quoted(text);
+    }
+    return list;
+}
+
 template <class List, class Write> void printList(const char* name, const List& list, Write write) {
     std::printf("  \"%s\": [", name);
     const char* separator = "";
@@ -205,8 +218,12 @@ void printJsonTree(const KivModel& model) {
     std::printf("  \"objects\": [");
     tree.walk(
         [](const ObjectTree::Item& item, std::size_t /*depth*/, bool isFirst) {
-            std::printf("%s{\"name\": %s, \"triangles\": %llu, \"objects\": [", isFirst ? "" : ", ",
-                        quoted(item.name).c_str(), item.triangles);
+            std::printf("%s{\"name\": %s, \"triangles\": %llu, ", isFirst ? "" : ", ", quoted(item.name).c_str(),
+                        item.triangles);
+            if (!item.layers.empty()) {
+                std::printf("\"layers\": [%s], ", joined(item.layers).c_str());
+            }
+            std::printf("\"objects\": [");
         },
         [](const ObjectTree::Item& /*item*/, std::size_t /*depth*/) { std::printf("]}"); });
     std::printf("]\n");

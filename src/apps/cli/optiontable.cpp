@@ -107,9 +107,10 @@ constexpr std::array renderOptions{
 
     OptionInfo{"demo", 0, "", "", "Model", false, nothing, "", "Render the built-in scene; no model is needed."},
     OptionInfo{"up-axis", 0, "AXIS", "by format", "Model", false, choices, "y z", "What is up in the model: y or z."},
-    OptionInfo{"only", 0, "PATTERN", "", "Model", true, nothing, "",
-               "Draw the objects of that name alone, as \"selvarin info\" lists them: a name, which means all below it "
-               "too, or a path; * and ? stand for any characters and for one. May be repeated."},
+    OptionInfo{
+        "only", 0, "PATTERN", "", "Model", true, nothing, "",
+        "Draw the objects of that name alone, as \"selvarin info\" lists them: a name, which means all below it "
+        "too, a path, or layer:NAME in CAD files; * and ? stand for any characters and for one. May be repeated."},
     OptionInfo{"hide", 0, "PATTERN", "", "Model", true, nothing, "", "Leave these objects out. May be repeated."},
     OptionInfo{"ghost", 0, "PATTERN", "", "Model", true, nothing, "",
                "Let these objects be seen through. May be repeated."},

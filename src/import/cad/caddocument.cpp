@@ -138,6 +138,7 @@ void readStep(const std::string& path, const Message_ProgressRange& progress, Ca
     reader.SetViewMode(false);
     reader.SetPropsMode(false);
     reader.SetMatMode(false);
+    reader.SetSHUOMode(true);
     if (reader.ReadFile(path.c_str()) != IFSelect_RetDone) {
         refuseBroken(read.format);
     }

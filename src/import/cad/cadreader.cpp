@@ -2,8 +2,10 @@
 
 #include "import/cad/caddocument.h"
 #include "import/cad/cadmesh.h"
+#include "import/cad/cadoccurrences.h"
 #include "import/cad/cadprogress.h"
 #include "import/cad/cadstyles.h"
+#include "import/cad/cadtext.h"
 
 #include <algorithm>
 #include <cmath>
@@ -47,11 +49,7 @@ std::string nameOf(const TDF_Label& label) {
     if (label.IsNull() || !label.FindAttribute(TDataStd_Name::GetID(), name)) {
         return {};
     }
-    const TCollection_ExtendedString& wide = name->Get();
-    std::string text(static_cast<std::size_t>(wide.LengthOfCString()), '\0');
-    char* place = text.data();
-    wide.ToUTF8CString(place);
-    return text;
+    return toUtf8(name->Get());
 }
 
 // Open CASCADE names the components of a nameless assembly by their labels: "=>[0:1:1:2]".
@@ -122,21 +120,24 @@ private:
 
     void collect() {
         std::vector<std::uint32_t> trail; // the node at each depth
+        CadOccurrences occurrences(file.document);
         for (XCAFPrs_DocumentExplorer at(file.document, XCAFPrs_DocumentExplorerFlags_None); at.More(); at.Next()) {
             const XCAFPrs_DocumentNode& node = at.Current();
             const auto depth = static_cast<std::size_t>(at.CurrentDepth());
             trail.resize(std::min(trail.size(), depth));
-            parts.nodes.push_back({instanceName(node), trail.empty() ? noIndex : trail.back()});
+            parts.nodes.push_back(
+                {instanceName(node), trail.empty() ? noIndex : trail.back(), occurrences.layersOf(node)});
             trail.push_back(static_cast<std::uint32_t>(parts.nodes.size() - 1));
+            const XCAFPrs_Style style = occurrences.styleOf(node, depth);
             if (node.IsAssembly) {
                 continue;
             }
-            if (!node.Style.IsVisible()) {
+            if (!style.IsVisible()) {
                 ++losses.hidden;
                 continue;
             }
-            instances.push_back({prototypeOf(node.RefLabel), node.Location.Transformation(), trail.back(),
-                                 palette.surfaceOf(node.Style)});
+            instances.push_back(
+                {prototypeOf(node.RefLabel), node.Location.Transformation(), trail.back(), palette.surfaceOf(style)});
             ++prototypes[instances.back().prototype].uses;
         }
     }

@@ -6,6 +6,7 @@
 
 #include <TopExp_Explorer.hxx>
 #include <TopLoc_Location.hxx>
+#include <XCAFDoc_ShapeTool.hxx>
 #include <XCAFPrs.hxx>
 #include <XCAFPrs_IndexedDataMapOfShapeStyle.hxx>
 
@@ -45,6 +46,8 @@ std::uint32_t CadPalette::surfaceOf(const XCAFPrs_Style& style) {
 }
 
 CadStyles::CadStyles(const TDF_Label& part, CadPalette& palette) {
+    // The colour of the part as a whole comes with each instance, which may have one of its own.
+    const TopoDS_Shape whole = XCAFDoc_ShapeTool::GetShape(part);
     XCAFPrs_IndexedDataMapOfShapeStyle styles;
     XCAFPrs::CollectStyleSettings(part, TopLoc_Location(), styles);
     // The innermost shape decides: a face before its shell, a shell before its solid.
@@ -52,7 +55,7 @@ CadStyles::CadStyles(const TDF_Label& part, CadPalette& palette) {
         for (int i = 1; i <= styles.Extent(); ++i) {
             const TopoDS_Shape& shape = styles.FindKey(i);
             const XCAFPrs_Style& style = styles.FindFromIndex(i);
-            if (shape.ShapeType() != static_cast<TopAbs_ShapeEnum>(type)) {
+            if (shape.ShapeType() != static_cast<TopAbs_ShapeEnum>(type) || shape.IsSame(whole)) {
                 continue;
             }
             const std::uint32_t surface = palette.surfaceOf(style);

@@ -369,7 +369,7 @@ private:
         if (name.empty() || isMadeUpRoot) {
             return parent;
         }
-        parts.nodes.push_back({name, parent});
+        parts.nodes.push_back({name, parent, {}});
         return static_cast<std::uint32_t>(parts.nodes.size() - 1);
     }
 

@@ -33,6 +33,7 @@
 #include <Message_Messenger.hxx>
 #include <STEPCAFControl_Controller.hxx>
 #include <STEPCAFControl_Writer.hxx>
+#include <TDF_LabelSequence.hxx>
 #include <TDataStd_Name.hxx>
 #include <TopExp.hxx>
 #include <TopExp_Explorer.hxx>
@@ -42,6 +43,8 @@
 #include <TopoDS_Vertex.hxx>
 #include <XCAFDoc_ColorTool.hxx>
 #include <XCAFDoc_DocumentTool.hxx>
+#include <XCAFDoc_GraphNode.hxx>
+#include <XCAFDoc_LayerTool.hxx>
 #include <XCAFDoc_ShapeTool.hxx>
 #include <gp.hxx>
 #include <gp_Ax2.hxx>
@@ -242,6 +245,42 @@ Handle(TDocStd_Document) assemblyOf(const TopoDS_Shape& part, const std::vector<
     return document;
 }
 
+Handle(TDocStd_Document) pairsOfParts() {
+    const Handle(TDocStd_Document) document = emptyDocument();
+    const Handle(XCAFDoc_ShapeTool) shapes = XCAFDoc_DocumentTool::ShapeTool(document->Main());
+    const Handle(XCAFDoc_ColorTool) colours = XCAFDoc_DocumentTool::ColorTool(document->Main());
+    const Handle(XCAFDoc_LayerTool) layers = XCAFDoc_DocumentTool::LayerTool(document->Main());
+    const TDF_Label boltLabel = shapes->AddShape(bolt(), false);
+    setName(boltLabel, "bolt");
+    colours->SetColor(boltLabel, screenColour(0.5, 0.5, 0.5), XCAFDoc_ColorSurf);
+    layers->SetLayer(boltLabel, "steel");
+    const TDF_Label pair = shapes->NewShape();
+    setName(pair, "pair");
+    const TDF_Label upper = shapes->AddComponent(pair, boltLabel, shift(0.0, 0.0, 20.0));
+    setName(upper, "upper");
+    const TDF_Label pinLabel = shapes->AddShape(BRepPrimAPI_MakeCylinder(2.0, 15.0).Shape(), false);
+    setName(pinLabel, "pin");
+    colours->SetColor(pinLabel, screenColour(0.5, 0.5, 0.5), XCAFDoc_ColorSurf);
+    const TDF_Label lower = shapes->AddComponent(pair, pinLabel, TopLoc_Location());
+    setName(lower, "lower");
+    colours->SetColor(lower, screenColour(0.1, 0.8, 0.1), XCAFDoc_ColorSurf);
+    const TDF_Label product = shapes->NewShape();
+    setName(product, "product");
+    setName(shapes->AddComponent(product, pair, TopLoc_Location()), "left");
+    const TDF_Label right = shapes->AddComponent(product, pair, shift(20.0, 0.0, 0.0));
+    setName(right, "right");
+    shapes->UpdateAssemblies();
+    TDF_LabelSequence chain;
+    chain.Append(right);
+    chain.Append(upper);
+    Handle(XCAFDoc_GraphNode) usage;
+    if (!shapes->SetSHUO(chain, usage)) {
+        throw std::runtime_error("no usage of the upper bolt");
+    }
+    colours->SetColor(usage->Label(), screenColour(0.9, 0.1, 0.1), XCAFDoc_ColorSurf);
+    return document;
+}
+
 Handle(TDocStd_Document) documentOf(const TopoDS_Shape& shape, const char* name) {
     const Handle(TDocStd_Document) document = emptyDocument();
     setName(XCAFDoc_DocumentTool::ShapeTool(document->Main())->AddShape(shape, false), name);
@@ -255,6 +294,7 @@ void writeStep(const std::string& path, const Handle(TDocStd_Document) & documen
     Interface_Static::SetCVal("write.step.unit", unit);
     Interface_Static::SetCVal("write.step.schema", schema);
     STEPCAFControl_Writer writer;
+    writer.SetSHUOMode(true);
     if (!writer.Transfer(document, STEPControl_AsIs) || writer.Write(path.c_str()) != IFSelect_RetDone) {
         throw std::runtime_error("can't write " + path);
     }

@@ -32,6 +32,9 @@ TopoDS_Shape threadedRod();
 Handle(TDocStd_Document) boltedPlate(int count);
 // An assembly "all" of one part at several places, named "part 1" and so on.
 Handle(TDocStd_Document) assemblyOf(const TopoDS_Shape& part, const std::vector<gp_Trsf>& places);
+// "product" holds "left" and "right", two of one assembly of a bolt "upper" and a pin "lower", both grey. In the
+// assembly the pin is green, and in the right one of the two the bolt is red. The bolt is on the layer "steel".
+Handle(TDocStd_Document) pairsOfParts();
 Handle(TDocStd_Document) documentOf(const TopoDS_Shape& shape, const char* name);
 
 // unit: as Open CASCADE's writers name it, "MM" or "INCH". Throws if the file can't be written.

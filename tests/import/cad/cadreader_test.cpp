@@ -119,6 +119,13 @@ Colour materialOf(const ModelParts& parts, const Surface& surface, std::size_t t
     return material != noIndex ? parts.materials.at(material).diffuse : Colour{-1.0, -1.0, -1.0};
 }
 
+// The colour in which an instance is drawn.
+Colour colourOf(const ModelParts& parts, const SurfaceInstance& instance) {
+    const std::uint32_t own = parts.surfaces.at(instance.surface).parts.at(0).material;
+    const std::uint32_t material = own != noIndex ? own : instance.material;
+    return material != noIndex ? parts.materials.at(material).diffuse : Colour{-1.0, -1.0, -1.0};
+}
+
 void expectColour(const Colour& colour, double r, double g, double b) {
     EXPECT_NEAR(colour.r, r, 0.004);
     EXPECT_NEAR(colour.g, g, 0.004);
@@ -241,7 +248,35 @@ TEST_F(CadReaderTest, AnAssemblyKeepsItsTreeItsColoursAndItsPlaces) {
         EXPECT_NEAR(low.x, 1.0 + static_cast<double>(i % 10) * 10.0, 0.02); // on the circle of a polygon
         EXPECT_NEAR(low.y, 1.0 + static_cast<double>(i / 10) * 10.0, 0.02);
         EXPECT_NEAR(low.z, 5.0, 1e-9);
-        expectColour(materialOf(parts, parts.surfaces[1], 0), 0.9, 0.8, 0.2);
+        expectColour(colourOf(parts, each), 0.9, 0.8, 0.2);
+    }
+}
+
+TEST_F(CadReaderTest, AnInstanceMayHaveAColourOfItsOwnAndSoMayOneOccurrence) {
+    writeStep(folder.path("pairs.step"), pairsOfParts());
+    const ModelParts parts = readFile(requestOf(folder.path("pairs.step")));
+    ASSERT_EQ(parts.surfaces.size(), 2U) << "in whatever colour, they share their triangles";
+    std::map<std::string, Colour> colours;
+    for (const SurfaceInstance& each : parts.instances) {
+        colours[pathOf(parts, each.node)] = colourOf(parts, each);
+    }
+    ASSERT_EQ(colours.size(), 4U);
+    expectColour(colours["product/left/upper"], 0.5, 0.5, 0.5);
+    expectColour(colours["product/left/lower"], 0.1, 0.8, 0.1);
+    expectColour(colours["product/right/upper"], 0.9, 0.1, 0.1);
+    expectColour(colours["product/right/lower"], 0.1, 0.8, 0.1);
+}
+
+TEST_F(CadReaderTest, LayersComeWithTheTree) {
+    writeStep(folder.path("pairs.step"), pairsOfParts());
+    const ModelParts parts = readFile(requestOf(folder.path("pairs.step")));
+    for (std::uint32_t i = 0; i < parts.nodes.size(); ++i) {
+        const std::string path = pathOf(parts, i);
+        if (path.ends_with("upper")) {
+            EXPECT_THAT(parts.nodes[i].layers, ElementsAre("steel")) << path;
+        } else {
+            EXPECT_THAT(parts.nodes[i].layers, IsEmpty()) << path;
+        }
     }
 }
 

@@ -105,6 +105,42 @@ TEST(Coverage, ALayerCoversAsLittleAsWillDo) {
     EXPECT_EQ(at(*same, 0), (std::array<int, 4>{0, 0, 0, 0})) << "the rounding of passes is no layer";
 }
 
+// Two parts that cover a pixel together, one that has it alone, and one that nobody has.
+TEST(Coverage, PartsOfALayerGiveItAgain) {
+    for (int alpha = 5; alpha <= 255; alpha += 10) {
+        auto layer = KivImage::createWithAlpha({4, 1});
+        auto first = KivImage::createWithAlpha({4, 1});
+        auto second = KivImage::createWithAlpha({4, 1});
+        for (std::size_t x = 0; x < 4; ++x) {
+            const std::uint8_t colour[4] = {10, 120, 200, static_cast<std::uint8_t>(alpha)};
+            std::copy_n(colour, 4, layer->row(0) + 4 * x);
+        }
+        first->row(0)[3] = 255;
+        first->row(0)[7] = 100;
+        second->row(0)[7] = 155;
+        second->row(0)[11] = 30;
+        const auto parts = layerParts(*layer, {first.get(), second.get()});
+        ASSERT_EQ(parts.size(), 3U);
+        EXPECT_EQ(at(*parts[0], 0)[3], alpha);
+        EXPECT_EQ(at(*parts[1], 0)[3], 0);
+        EXPECT_EQ(at(*parts[1], 2)[3], alpha) << "the only one, however little";
+        EXPECT_EQ(at(*parts[2], 3)[3], alpha) << "nobody's";
+        EXPECT_EQ(at(*parts[2], 1)[3], 0);
+        if (alpha > 20 && alpha < 255) {
+            EXPECT_GT(at(*parts[0], 1)[3], 0);
+            EXPECT_GT(at(*parts[1], 1)[3], at(*parts[0], 1)[3]) << "it covers more";
+        }
+        auto both = laidOver(*parts[1], *laidOver(*parts[0], *plain({{0, 0, 0}, {0, 0, 0}, {0, 0, 0}, {0, 0, 0}})));
+        both = laidOver(*parts[2], *both);
+        const auto whole = laidOver(*layer, *plain({{0, 0, 0}, {0, 0, 0}, {0, 0, 0}, {0, 0, 0}}));
+        for (int x = 0; x < 4; ++x) {
+            for (std::size_t c = 0; c < 3; ++c) {
+                EXPECT_LE(std::abs(at(*both, x)[c] - at(*whole, x)[c]), 2) << alpha << ' ' << x;
+            }
+        }
+    }
+}
+
 TEST(Coverage, OverAPictureThatIsTransparentItselfAlphasAdd) {
     auto half = KivImage::createWithAlpha({1, 1});
     const std::array<std::uint8_t, 4> red{0, 0, 200, 128}; // blue first

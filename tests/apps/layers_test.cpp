@@ -150,6 +150,69 @@ TEST(Layers, AStyleWithoutSurfacesHasPaperAndLines) {
     EXPECT_LE(worstDifference(laid, picture), 2);
 }
 
+constexpr const char* twoBoxes = R"(o near & far
+v -1 -1 0
+v 1 -1 0
+v 1 1 0
+v -1 1 0
+f 1 2 3 4
+o front
+v -0.4 -0.4 1
+v 0.4 -0.4 1
+v 0.4 0.4 1
+v -0.4 0.4 1
+f 5 6 7 8
+)";
+
+std::vector<double> laidPictures(const std::vector<Pixels>& layers) {
+    std::vector<double> laid(layers.front().rgba.size(), 0.0);
+    for (const Pixels& layer : layers) {
+        layOver(layer, laid);
+    }
+    return laid;
+}
+
+TEST(Layers, EachObjectHasItsOwn) {
+    const ProgramFolder folder;
+    folder.write("m.obj", twoBoxes);
+    const std::string ora = folder.path("a.ora");
+    const Outcome outcome = run(folder, {"render",   folder.path("m.obj"),
+                                         "-q",       "-s",
+                                         "120x120",  "-a",
+                                         "1",        "--shadows",
+                                         "--view",   "front",
+                                         "--light",  "point:-1,2,5",
+                                         "-o",       ora,
+                                         "-o",       folder.path("a.png"),
+                                         "--layers", "objects",
+                                         "--layers", folder.path("l")});
+    ASSERT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_EQ(outputOf("python3 '" READ_OPENRASTER "' '" + ora + "' 2>&1"),
+              "paper colours/near & far colours/front shadow/near & far shadow/front lines/near & far lines/front\n");
+    const std::string stack = outputOf("unzip -p '" + ora + "' stack.xml");
+    EXPECT_THAT(stack, HasSubstr("<stack name=\"lines\">"));
+    ASSERT_EQ(std::system(("cd '" + folder.path("") + "' && unzip -q a.ora -d ora").c_str()), 0);
+    std::vector<Pixels> inside;
+    std::vector<Pixels> beside;
+    const char* const files[] = {"paper",          "colours-2-near___far", "colours-3-front", "shadow-4-near___far",
+                                 "shadow-5-front", "lines-6-near___far",   "lines-7-front"};
+    for (int i = 0; i < 7; ++i) {
+        inside.push_back(readPixels(folder.path("ora/data/layer" + std::to_string(i) + ".png")));
+        beside.push_back(readPixels(folder.path("l/" + std::string(files[i]) + ".png")));
+        EXPECT_EQ(inside.back().rgba, beside.back().rgba) << files[i];
+    }
+    const Pixels picture = readPixels(folder.path("a.png"));
+    EXPECT_LE(worstDifference(laidPictures(inside), picture), 3);
+    // In the middle stands the near one alone, beside it the far one.
+    const auto alphaAt = [&inside](std::size_t layer, std::size_t x) {
+        return inside[layer].rgba[4 * (60 * 120 + x) + 3];
+    };
+    EXPECT_EQ(alphaAt(1, 60), 0);
+    EXPECT_EQ(alphaAt(2, 60), 255);
+    EXPECT_EQ(alphaAt(1, 25), 255);
+    EXPECT_EQ(alphaAt(2, 25), 0);
+}
+
 TEST(Layers, ACancelLeavesNothing) {
     const ProgramFolder folder;
     const Outcome outcome = run(

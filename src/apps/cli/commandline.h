@@ -74,6 +74,7 @@ struct RenderOptions : LookOptions {
     bool depthImage = false;
     bool shadowImage = false;
     std::string layers; // the folder for the layers of the picture; empty for none
+    bool objectLayers = false;
     DrawingOptions drawing;
     bool shadows = false;
     bool transparency = false;

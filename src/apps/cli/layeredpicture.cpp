@@ -8,6 +8,8 @@ namespace {
 
 constexpr std::uint32_t black = 0x000000;
 constexpr std::uint32_t white = 0xFFFFFF;
+// The alpha that two passes of one thing may differ by.
+constexpr std::uint8_t roundingOfPasses = 2;
 
 class Apart {
 public:
@@ -21,11 +23,11 @@ public:
             return std::nullopt;
         }
         if (plan.ground) {
-            picture.layers.push_back({"paper", laidOver(*below, *below)});
+            picture.layers.push_back({"paper", laidOver(*below, *below), {}});
         }
         content.scene = true;
         content.lines = content.shadows = content.highlights = false;
-        if (plan.base && !addColours(content)) {
+        if (plan.base && (!findObjects(content) || !addColours(content))) {
             return std::nullopt;
         }
         content.shadows = true;
@@ -79,7 +81,19 @@ private:
         LayerContent alone = content;
         alone.base = alone.shadows = alone.highlights = false;
         const auto covers = coverageOf(alone, false);
-        return covers && add("lines", content, covers.get());
+        return covers && findObjects(alone) && add("lines", content, covers.get());
+    }
+    // What each object covers of such a content.
+    bool findObjects(LayerContent content) {
+        objects.clear();
+        for (std::size_t i = 0; i < plan.objects.size(); ++i) {
+            content.object = i;
+            objects.push_back(coverageOf(content, false));
+            if (!objects.back()) {
+                return false;
+            }
+        }
+        return true;
     }
 
     bool add(const char* name, const LayerContent& content, const KivImage* covers) {
@@ -89,10 +103,28 @@ private:
 
     bool push(const char* name, std::unique_ptr<KivImage> layer) {
         below = layer ? laidOver(*layer, *below) : nullptr;
+        if (below && !plan.objects.empty()) {
+            return pushParts(name, *layer);
+        }
         if (below) {
-            picture.layers.push_back({name, std::move(layer)});
+            picture.layers.push_back({name, std::move(layer), {}});
         }
         return below != nullptr;
+    }
+    // Of objects that have something of it. What belongs to none of them has the name of the whole.
+    bool pushParts(const char* name, const KivImage& layer) {
+        std::vector<const KivImage*> covers;
+        for (const auto& object : objects) {
+            covers.push_back(object.get());
+        }
+        std::vector<std::unique_ptr<KivImage>> parts = layerParts(layer, covers);
+        for (std::size_t i = 0; i < parts.size(); ++i) {
+            const bool isOwn = i < covers.size();
+            if (!isTransparent(*parts[i], isOwn ? 0 : roundingOfPasses)) {
+                picture.layers.push_back({isOwn ? plan.objects[i] : name, std::move(parts[i]), name});
+            }
+        }
+        return !parts.empty();
     }
 
     // The layers themselves, so that the merged picture is what they give.
@@ -107,6 +139,7 @@ private:
     const LayerPlan& plan;
     const DrawLayer& draw;
     std::unique_ptr<KivImage> below; // what the layers give so far
+    std::vector<std::unique_ptr<KivImage>> objects;
     LayeredPicture picture;
 };
 
@@ -114,9 +147,11 @@ private:
 
 std::vector<std::string> layerNames(const LayerPlan& plan) {
     std::vector<std::string> names;
+    const bool isWhole = plan.objects.empty();
     for (const auto& [has, name] :
-         {std::pair(plan.ground, "paper"), std::pair(plan.base, "colours"), std::pair(plan.shadows, "shadow"),
-          std::pair(plan.highlights, "highlights"), std::pair(plan.lines, "lines")}) {
+         {std::pair(plan.ground, "paper"), std::pair(plan.base && isWhole, "colours"),
+          std::pair(plan.shadows && isWhole, "shadow"), std::pair(plan.highlights && isWhole, "highlights"),
+          std::pair(plan.lines && isWhole, "lines")}) {
         if (has) {
             names.emplace_back(name);
         }

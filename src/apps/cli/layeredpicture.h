@@ -3,16 +3,20 @@
 // Each layer is what a further render has that the one before it has not, so that the layers, laid over one another in
 // their order, give the picture to 2/255 for each channel, whatever the shaders do. Colours and lines cover as much of
 // each pixel as they really do; shadow and highlights cover as little as will do.
+//
+// Layers of single objects are those layers cut along what each object covers in the picture.
 #ifndef APPS_CLI_LAYEREDPICTURE_H
 #define APPS_CLI_LAYEREDPICTURE_H
 
 #include "apps/common/openraster.h"
 #include "kivrender/platform/kivimage.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
+#include <string>
 #include <vector>
 
 // What a render shows.
@@ -25,6 +29,7 @@ struct LayerContent {
     bool ground = true;                      // backdrop, background image and paper
     bool paper = true;                       // without the rest of the ground
     std::optional<std::uint32_t> background; // a plain colour in place of the ground
+    std::optional<std::size_t> object;       // this one of the plan's alone; the others only hide
 };
 
 // Null when it failed or was cancelled.
@@ -38,6 +43,7 @@ struct LayerPlan {
     bool lines = true;
     bool shadows = false;
     bool highlights = false;
+    std::vector<std::string> objects; // their names, for layers of their own; empty for layers of all together
 };
 
 struct LayeredPicture {
@@ -45,7 +51,7 @@ struct LayeredPicture {
     std::unique_ptr<KivImage> merged;
 };
 
-// The names of the layers, from the lowest up.
+// The names of the layers, from the lowest up; those of objects are known when they are drawn.
 std::vector<std::string> layerNames(const LayerPlan& plan);
 
 // Nothing where a render gave nothing, or without memory.

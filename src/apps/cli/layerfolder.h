@@ -20,12 +20,15 @@ public:
     LayerFolder(const LayerFolder&) = delete;
     LayerFolder& operator=(const LayerFolder&) = delete;
 
-    // Of the same names, in any order. Throws std::runtime_error with the reason.
-    void write(const std::vector<PictureLayer>& layers, CliHost& host) const;
+    // Of the same names, in any order, and of groups, whose files are named GROUP-NUMBER-NAME. Throws
+    // std::runtime_error with the reason.
+    void write(const std::vector<PictureLayer>& layers, CliHost& host);
     // Puts all files in their places.
     void finish();
 
 private:
+    OutputFile& fileFor(const PictureLayer& layer, std::size_t number);
+
     std::string folder;
     bool isNew = false;
     std::vector<std::unique_ptr<OutputFile>> files;

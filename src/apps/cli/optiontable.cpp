@@ -72,10 +72,12 @@ constexpr std::array renderOptions{
                "Also write how many lights reach each point as a grey image, \"_shadow\" added to the name; needs "
                "--shadows."},
 
-    OptionInfo{"layers", 0, "DIR", "", "Picture", false, folder, "",
+    OptionInfo{"layers", 0, "DIR", "", "Picture", true, folder, "",
                "Also write the layers of the picture as PNG files to this folder: paper, colours, shadow, highlights "
                "and lines, as far as the picture has them. {model} stands for the model's name. Laid over one another "
-               "they give the picture, as do those of a picture that ends in ora."},
+               "they give the picture, as do those of a picture that ends in ora. With --layers objects each object "
+               "has layers "
+               "of its own; a folder of that name is ./objects."},
 
     OptionInfo{"areas", 0, "KIND", "regions", "Drawing", false, choices, "regions faces triangles",
                "How surfaces come into vector drawings: what hangs together in one colour as one area, flat faces in "

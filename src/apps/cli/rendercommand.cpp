@@ -6,6 +6,7 @@
 #include "apps/cli/exitstatus.h"
 #include "apps/cli/layeredpicture.h"
 #include "apps/cli/layerfolder.h"
+#include "apps/cli/objectlayers.h"
 #include "apps/cli/outputfile.h"
 #include "apps/cli/poster.h"
 #include "apps/cli/progressbar.h"
@@ -375,6 +376,7 @@ private:
             throw UsageError("--scale needs a parallel view; add --ortho 0 or --view front, for example");
         }
         DrawingFiles drawing(options.drawing);
+        plan.objects = options.objectLayers ? objectLabels(model.meshNames) : std::vector<std::string>();
         const std::unique_ptr<LayerFolder> layerFolder =
             job.layers.empty() ? nullptr : std::make_unique<LayerFolder>(job.layers, layerNames(plan));
         apart.reset();
@@ -697,8 +699,9 @@ private:
         settings.setBackgroundImage(content.ground ? kivFromUtf8(options.backgroundImage).c_str() : L"");
         settings.setShadows(options.shadows && content.shadows);
         shownStream = &lookStream;
+        const OnlyObject only(scene, content.object);
         const std::uint32_t ground = options.noBackground ? white : background;
-        auto picture = drawInMemory(content.scene ? scene : KivScene(), camera, settings,
+        auto picture = drawInMemory(content.scene ? only.shown() : KivScene(), camera, settings,
                                     content.background.value_or(ground), host);
         shownStream = &stream;
         return picture;

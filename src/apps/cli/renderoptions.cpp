@@ -286,9 +286,23 @@ void readBackground(const Words& words, RenderOptions& options) {
 }
 
 void readLayers(const Words& words, RenderOptions& options) {
-    options.layers = words.value("layers").value_or("");
-    if (words.has("layers") && options.layers.empty()) {
-        throw UsageError("--layers: a folder is missing");
+    for (const std::string& text : words.all("layers")) {
+        if (text.empty()) {
+            throw UsageError("--layers: a folder is missing, or the word objects");
+        }
+        if (text == "objects") {
+            options.objectLayers = true;
+        } else if (options.layers.empty()) {
+            options.layers = text;
+        } else {
+            throw UsageError("--layers: there can be one folder, not both \"" + options.layers + "\" and \"" + text +
+                             "\"");
+        }
+    }
+    const bool hasLayers =
+        !options.layers.empty() || std::any_of(options.outputs.begin(), options.outputs.end(), isLayeredName);
+    if (options.objectLayers && !hasLayers) {
+        throw UsageError("--layers objects: give -o a name that ends in ora, or a folder by another --layers");
     }
     const bool isPlain = std::any_of(options.outputs.begin(), options.outputs.end(), [](const std::string& name) {
         return !isLayeredName(name) && !isDrawingName(name);

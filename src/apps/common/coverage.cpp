@@ -128,6 +128,83 @@ std::unique_ptr<KivImage> layerBetween(const KivImage& below, const KivImage& ta
     return result;
 }
 
+namespace {
+
+const std::uint8_t* pixelOf(const KivImage& image, std::int32_t x, std::int32_t y) {
+    return image.row(y) + std::size_t{4} * static_cast<std::size_t>(x);
+}
+
+// Of what is to let through `through` of the light, a part lets through the power of it that is its share; the last one
+// makes up for the rounding of those before it.
+void divide(const std::uint8_t* pixel, const std::vector<double>& shares,
+            const std::vector<std::unique_ptr<KivImage>>& parts, std::int32_t x, std::int32_t y) {
+    std::size_t last = 0;
+    for (std::size_t i = 0; i < shares.size(); ++i) {
+        last = shares[i] > 0.0 ? i : last;
+    }
+    const double through = 1.0 - pixel[3] / 255.0;
+    double passed = 1.0;
+    for (std::size_t i = 0; i <= last; ++i) {
+        if (shares[i] <= 0.0) {
+            continue;
+        }
+        const double own = i == last ? (passed > 0.0 ? through / passed : 1.0) : std::pow(through, shares[i]);
+        std::uint8_t* const out = parts[i]->row(y) + std::size_t{4} * static_cast<std::size_t>(x);
+        const double alpha = std::round(std::clamp(1.0 - own, 0.0, 1.0) * full);
+        if (alpha > 0.0) {
+            std::copy_n(pixel, 3, out);
+            out[3] = static_cast<std::uint8_t>(alpha);
+            passed *= 1.0 - alpha / full;
+        }
+    }
+}
+
+} // namespace
+
+std::vector<std::unique_ptr<KivImage>> layerParts(const KivImage& layer, const std::vector<const KivImage*>& covers) {
+    // Anti-aliased rims of two passes may differ by this much.
+    constexpr double trace = 2.5;
+    std::vector<std::unique_ptr<KivImage>> parts;
+    for (std::size_t i = 0; i <= covers.size(); ++i) {
+        parts.push_back(KivImage::createWithAlpha(layer.size()));
+        if (!parts.back()) {
+            return {};
+        }
+    }
+    std::vector<double> shares(parts.size());
+    for (std::int32_t y = 0; y < layer.height(); ++y) {
+        for (std::int32_t x = 0; x < layer.width(); ++x) {
+            const std::uint8_t* const pixel = pixelOf(layer, x, y);
+            if (pixel[3] == 0) {
+                continue;
+            }
+            double sum = 0.0;
+            for (std::size_t i = 0; i < covers.size(); ++i) {
+                shares[i] = pixelOf(*covers[i], x, y)[3];
+                shares[i] = shares[i] > trace ? shares[i] : 0.0;
+                sum += shares[i];
+            }
+            shares.back() = sum > 0.0 ? 0.0 : 1.0;
+            for (double& share : shares) {
+                share /= sum > 0.0 ? sum : 1.0;
+            }
+            divide(pixel, shares, parts, x, y);
+        }
+    }
+    return parts;
+}
+
+bool isTransparent(const KivImage& picture, std::uint8_t most) {
+    for (std::int32_t y = 0; y < picture.height(); ++y) {
+        for (std::int32_t x = 0; x < picture.width(); ++x) {
+            if (picture.layout() != KivImage::Layout::rgba32 || pixelOf(picture, x, y)[3] > most) {
+                return false;
+            }
+        }
+    }
+    return true;
+}
+
 std::unique_ptr<KivImage> laidOver(const KivImage& above, const KivImage& below) {
     std::unique_ptr<KivImage> result = KivImage::createWithAlpha(below.size());
     if (!result) {

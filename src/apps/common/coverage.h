@@ -10,7 +10,9 @@
 
 #include "kivrender/platform/kivimage.h"
 
+#include <cstdint>
 #include <memory>
+#include <vector>
 
 // All of the same size and opaque. Straight alpha: laid over any colour the result is what a render on that colour
 // gives, to 2/255, mostly to 1/255. Where nothing is covered colour and alpha are 0. onPaper: the render on black with
@@ -24,6 +26,14 @@ std::unique_ptr<KivImage> pictureWithoutBackground(const KivImage& onBlack, cons
 // will do; without covers as little as will do. Where nothing changes by more than 1/255 it is transparent. All of one
 // size. Null without memory.
 std::unique_ptr<KivImage> layerBetween(const KivImage& below, const KivImage& target, const KivImage* covers = nullptr);
+
+// A layer cut into parts that give it again when they are laid over one another: each gets as much of a pixel as it
+// covers of it, by the alpha of its own picture, against the others. One part more has what none of them covers. All of
+// one size. Empty without memory.
+std::vector<std::unique_ptr<KivImage>> layerParts(const KivImage& layer, const std::vector<const KivImage*>& covers);
+
+// Whether no pixel has more alpha than that.
+bool isTransparent(const KivImage& picture, std::uint8_t most = 0);
 
 // The picture laid over another one, which may have alpha itself: the "over" of Porter and Duff (1984). Of the size of
 // both. Null without memory.

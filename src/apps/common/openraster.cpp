@@ -18,15 +18,45 @@ std::string placeOf(std::size_t layer) {
     return "data/layer" + std::to_string(layer) + ".png";
 }
 
+// What XML can't hold is left out of a name.
+std::string attributeText(const std::string& name) {
+    std::string text;
+    for (const char c : name) {
+        switch (c) {
+        case '&':
+            text += "&amp;";
+            break;
+        case '<':
+            text += "&lt;";
+            break;
+        case '"':
+            text += "&quot;";
+            break;
+        default:
+            if (static_cast<unsigned char>(c) >= ' ') {
+                text += c;
+            }
+        }
+    }
+    return text;
+}
+
 // The uppermost layer comes first.
 std::string stackText(const std::vector<PictureLayer>& layers, const KivImage& merged) {
     std::string text = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<image version=\"0.0.5\" w=\"" +
                        std::to_string(merged.width()) + "\" h=\"" + std::to_string(merged.height()) +
                        "\" xres=\"72\" yres=\"72\">\n  <stack>\n";
+    std::string group;
     for (std::size_t i = layers.size(); i-- > 0;) {
-        text += "    <layer name=\"" + layers[i].name + "\" src=\"" + placeOf(i) +
+        if (layers[i].group != group) {
+            text += group.empty() ? "" : "    </stack>\n";
+            group = layers[i].group;
+            text += group.empty() ? "" : "    <stack name=\"" + attributeText(group) + "\">\n";
+        }
+        text += "    <layer name=\"" + attributeText(layers[i].name) + "\" src=\"" + placeOf(i) +
                 "\" x=\"0\" y=\"0\" opacity=\"1.0\" visibility=\"visible\" composite-op=\"svg:src-over\"/>\n";
     }
+    text += group.empty() ? "" : "    </stack>\n";
     return text + "  </stack>\n</image>\n";
 }
 

@@ -10,8 +10,9 @@
 #include <vector>
 
 struct PictureLayer {
-    std::string name; // ASCII
+    std::string name; // UTF-8
     std::unique_ptr<KivImage> image;
+    std::string group; // layers of one group that follow each other lie in a layer of that name; empty for none
 };
 
 // Layers from the lowest up, all of the size of the merged picture, which programs show that know nothing of layers.

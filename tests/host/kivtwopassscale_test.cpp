@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <memory>
 #include <random>
 #include <vector>
@@ -220,4 +221,40 @@ TEST_F(Scaler, ASizeOfZeroIsNull) {
     EXPECT_EQ(scaler.scale(source.data(), 2, 0, 2, 2), nullptr);
     EXPECT_EQ(scaler.scale(source.data(), 2, 2, 0, 2), nullptr);
     EXPECT_EQ(scaler.scale(source.data(), 2, 2, 2, 0), nullptr);
+}
+
+// What is in a picture keeps its place, and so the mirrored picture becomes the mirrored one.
+TEST_F(Scaler, CentredPicturesKeepTheirPlace) {
+    std::mt19937 random(11);
+    for (const auto& [sw, sh, dw, dh] : {std::array{24U, 16U, 12U, 8U}, std::array{24U, 16U, 6U, 4U},
+                                         std::array{21U, 13U, 8U, 5U}, std::array{7U, 5U, 20U, 11U}}) {
+        const Picture source = randomPicture(random, std::size_t{sw} * sh);
+        C2PassScale<CBilinearFilter> scaler;
+        scaler.setCentred(true);
+        const auto scale = [&](const Picture& picture) {
+            std::uint32_t* result = scaler.scale(picture.data(), sw, sh, dw, dh);
+            const Picture copy(result, result + std::size_t{dw} * dh);
+            kivFreePixels(result, copy.size());
+            return copy;
+        };
+        const Picture there = scale(source);
+        const Picture back = scale(Picture(source.rbegin(), source.rend()));
+        for (std::size_t i = 0; i < there.size(); ++i) {
+            for (unsigned int shift = 0; shift < 24; shift += 8) {
+                const int one = static_cast<int>(there[i] >> shift & 255U);
+                const int other = static_cast<int>(back[there.size() - 1 - i] >> shift & 255U);
+                ASSERT_NEAR(one, other, 1) << sw << " to " << dw << ", pixel " << i; // sums in another order
+            }
+        }
+    }
+}
+
+TEST_F(Scaler, CentredHalvesTakeWhatLiesAroundTheirMiddle) {
+    const Picture row = {0, 0, 0, 80, 0, 0, 0, 0};
+    C2PassScale<CBilinearFilter> scaler;
+    scaler.setCentred(true);
+    std::uint32_t* result = scaler.scale(row.data(), 8, 1, 4, 1);
+    const Picture half(result, result + 4);
+    kivFreePixels(result, 4);
+    EXPECT_EQ(half, (Picture{0, 30, 10, 0})); // 1, 3, 3 and 1 eighths
 }

@@ -290,7 +290,25 @@ TEST_F(PictureTest, StretchingASurfaceReplacesItsPictureAndSize) {
     host->stretchImageBilinear(kivScreenDeviceContext(), &surface, SIZE{16, 12});
     EXPECT_EQ(surface.getSize(), (tagSIZE{16, 12}));
     EXPECT_FALSE(kivGetBitmapInfo(old, &info));
-    EXPECT_EQ(pixelsOf(surface.getHBitmap()), reference::scale(source, 64, 48, 16, 12));
+    C2PassScale<CBilinearFilter> centred;
+    centred.setCentred(true);
+    std::uint32_t* const wanted = centred.scale(source.data(), 64, 48, 16, 12);
+    EXPECT_EQ(pixelsOf(surface.getHBitmap()), std::vector<std::uint32_t>(wanted, wanted + 16 * 12));
+    kivFreePixels(wanted, 16 * 12);
+}
+
+TEST_F(PictureTest, AHostOfItsOwnLaysFirstPixelsOnEachOther) {
+    const std::vector<std::uint32_t> source = {0, 0, 0, 80, 0, 0, 0, 0};
+    KivBitmapManager surface;
+    fill(surface, {8, 1}, 0);
+    KivBitmapInfo info;
+    ASSERT_TRUE(kivGetBitmapInfo(surface.getHBitmap(), &info));
+    std::memcpy(info.pixels, source.data(), source.size() * 4);
+    const HBITMAP target = kivCreateBitmap({4, 1});
+    host->KivHostApplicationServices::stretchImageBilinear(kivScreenDeviceContext(), target,
+                                                           kivShareBitmap(surface.getHBitmap()), SIZE{4, 1});
+    EXPECT_EQ(pixelsOf(target), reference::scale(source, 8, 1, 4, 1));
+    kivDeleteBitmap(target);
 }
 
 TEST_F(PictureTest, WithoutMemoryForTheScalerABlitTakesOver) {

@@ -150,20 +150,21 @@ void kivFreePixels(std::uint32_t* pixels, [[maybe_unused]] std::size_t count) {
 
 template <class Filter>
 LineContribution C2PassScale<Filter>::calculateContributions(unsigned int lineLength, unsigned int sourceLength,
-                                                             double scale) {
+                                                             double scale, bool centred) {
     Filter filter(1.0);
     const bool shrinks = scale < 1.0;
     const double support = shrinks ? filter.getWidth() / scale : filter.getWidth();
     const double filterScale = shrinks ? scale : 1.0;
 
     LineContribution result;
-    result.windowSize = 2 * static_cast<unsigned int>(std::ceil(support)) + 1;
+    // A centre between two sources has up to two more of them around it.
+    result.windowSize = 2 * static_cast<unsigned int>(std::ceil(support)) + (centred ? 3 : 1);
     result.lineLength = lineLength;
     const std::size_t rowLength = std::size_t{result.windowSize} + 1;
     result.table.assign(rowLength * lineLength, 0.0);
     result.rows.reserve(lineLength);
     for (unsigned int u = 0; u < lineLength; ++u) {
-        const double centre = u / scale;
+        const double centre = centred ? (u + 0.5) / scale - 0.5 : u / scale;
         int left = static_cast<int>(std::max(0.0, std::floor(centre - support)));
         int right = static_cast<int>(std::min(std::ceil(centre + support), static_cast<double>(sourceLength) - 1));
         double* weights = result.table.data() + rowLength * u;
@@ -255,12 +256,12 @@ std::uint32_t* C2PassScale<Filter>::scale(const std::uint32_t* source, unsigned 
         std::max({sourceWidth, sourceHeight, destWidth, destHeight}) > most) {
         return nullptr;
     }
-    const auto prepare = [](unsigned int length, unsigned int sourceLength) {
+    const auto prepare = [centred = isCentred](unsigned int length, unsigned int sourceLength) {
         return length == sourceLength
                    ? KivLineResampler(length)
-                   : KivLineResampler(
-                         calculateContributions(length, sourceLength, static_cast<double>(length) / sourceLength),
-                         sourceLength);
+                   : KivLineResampler(calculateContributions(length, sourceLength,
+                                                             static_cast<double>(length) / sourceLength, centred),
+                                      sourceLength);
     };
     try {
         const KivLineResampler horizontal = prepare(destWidth, sourceWidth);

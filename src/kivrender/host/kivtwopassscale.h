@@ -74,6 +74,12 @@ public:
     std::uint32_t* scale(const std::uint32_t* source, unsigned int sourceWidth, unsigned int sourceHeight,
                          unsigned int destWidth, unsigned int destHeight);
 
+    // Pixels count as areas, and what is in the picture keeps its place in it. Unless told, they count as points, with
+    // the first of one picture upon the first of the other: what is reduced moves by up to half of a new pixel.
+    void setCentred(bool centred) {
+        isCentred = centred;
+    }
+
     // True after the callback asked to stop.
     bool isCanceled() const {
         return canceled;
@@ -84,11 +90,13 @@ private:
 
     std::uint32_t* scaleInPasses(const KivLineResampler& horizontal, const KivLineResampler& vertical,
                                  const std::uint32_t* source, unsigned int sourceWidth, unsigned int sourceHeight);
-    static LineContribution calculateContributions(unsigned int lineLength, unsigned int sourceLength, double scale);
+    static LineContribution calculateContributions(unsigned int lineLength, unsigned int sourceLength, double scale,
+                                                   bool centred = false);
     bool goOn(unsigned int line, unsigned int lines, int base);
 
     Callback* progressCallback;
     bool canceled = false;
+    bool isCentred = false;
 };
 
 extern template class KIV_API C2PassScale<CBilinearFilter>;

@@ -1,4 +1,5 @@
 // The operations of the host that touch pictures: pickers, reading and writing, scaling.
+#include "kivrender/host/kivdefaulthost.h"
 #include "kivrender/host/kivhostapplicationservices.h"
 #include "kivrender/host/kivlanguage.h"
 #include "kivrender/host/kivtwopassscale.h"
@@ -160,6 +161,29 @@ void setPixels(HBITMAP target, const std::uint32_t* pixels, tagSIZE size) {
     }
 }
 
+// Consumes the source.
+void stretch(HDC dc, HBITMAP target, HBITMAP source, SIZE size, bool centred) {
+    KivBitmapInfo info;
+    if (kivGetBitmapInfo(source, &info) && size.cx > 0 && size.cy > 0) {
+        std::uint32_t* scaled = nullptr;
+        // The pixels of another kind of bitmap are a device's, to be reached by a blit alone.
+        if (info.isSection) {
+            C2PassScale<CBilinearFilter> scaler;
+            scaler.setCentred(centred);
+            scaled = scaler.scale(reinterpret_cast<const std::uint32_t*>(info.pixels),
+                                  static_cast<unsigned int>(info.width), static_cast<unsigned int>(info.height),
+                                  static_cast<unsigned int>(size.cx), static_cast<unsigned int>(size.cy));
+        }
+        if (scaled != nullptr) {
+            setPixels(target, scaled, size);
+            kivFreePixels(scaled, static_cast<std::size_t>(size.cx) * static_cast<std::size_t>(size.cy));
+        } else {
+            blit(dc, target, source, size);
+        }
+    }
+    kivDeleteBitmap(source);
+}
+
 } // namespace
 
 void KivHostApplicationServices::genFilterString(wchar_t* out, const wchar_t** parts) {
@@ -290,24 +314,12 @@ KivImage* KivHostApplicationServices::stretchImageBilinear(KivImage* source, SIZ
 }
 
 void KivHostApplicationServices::stretchImageBilinear(HDC dc, HBITMAP target, HBITMAP source, SIZE size) {
-    KivBitmapInfo info;
-    if (kivGetBitmapInfo(source, &info) && size.cx > 0 && size.cy > 0) {
-        std::uint32_t* scaled = nullptr;
-        // The pixels of another kind of bitmap are a device's, to be reached by a blit alone.
-        if (info.isSection) {
-            scaled = C2PassScale<CBilinearFilter>().scale(
-                reinterpret_cast<const std::uint32_t*>(info.pixels), static_cast<unsigned int>(info.width),
-                static_cast<unsigned int>(info.height), static_cast<unsigned int>(size.cx),
-                static_cast<unsigned int>(size.cy));
-        }
-        if (scaled != nullptr) {
-            setPixels(target, scaled, size);
-            kivFreePixels(scaled, static_cast<std::size_t>(size.cx) * static_cast<std::size_t>(size.cy));
-        } else {
-            blit(dc, target, source, size);
-        }
-    }
-    kivDeleteBitmap(source);
+    stretch(dc, target, source, size, false);
+}
+
+// A reduced picture lies where a drawing of the same view does.
+void KivDefaultHost::stretchImageBilinear(HDC dc, HBITMAP target, HBITMAP source, SIZE size) {
+    stretch(dc, target, source, size, true);
 }
 
 void KivHostApplicationServices::stretchImageBilinear(HDC dc, KivBitmapManager* bitmap, SIZE size) {

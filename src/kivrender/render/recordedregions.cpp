@@ -6,6 +6,7 @@
 #include "kivrender/scene/kivprogress.h"
 
 #include <algorithm>
+#include <iterator>
 #include <limits>
 #include <map>
 #include <tuple>
@@ -152,11 +153,24 @@ private:
         }
         picture.add(corners, look);
     }
-    // In whole, so that it can cover a sheet of another size than the picture.
+    // In whole, so that it can cover a sheet of another size than the picture. The pattern that was drawn upon it last
+    // stays upon it: cut out, a grid would tear the colours under it into its meshes.
     bool addBackdrop() {
-        if (std::none_of(looks.begin(), looks.end(), [](const Look& look) { return look.isBackdrop; })) {
+        const auto isBackdrop = [this](std::uint32_t look) { return looks[look].isBackdrop; };
+        if (std::none_of(lookOfPolygon.begin(), lookOfPolygon.end(), isBackdrop)) {
             return true;
         }
+        std::vector<std::uint32_t> order;
+        std::copy_if(lookOfPolygon.begin(), lookOfPolygon.end(), std::back_inserter(order), isBackdrop);
+        const std::uint32_t last = order.back();
+        const auto first = std::find(order.begin(), order.end(), last);
+        const bool isUpon = first != order.begin() &&
+                            std::all_of(first, order.end(), [last](std::uint32_t look) { return look == last; });
+        return isUpon ? addBackdrop([last](std::uint32_t look) { return look != last; }) &&
+                            addBackdrop([last](std::uint32_t look) { return look == last; })
+                      : addBackdrop([](std::uint32_t) { return true; });
+    }
+    template <class Belongs> bool addBackdrop(Belongs belongs) {
         KivVisibleRegions picture(drawing.width, drawing.height);
         picture.setTolerance(rules.tolerance);
         picture.setSmallestArea(rules.smallestArea);
@@ -168,7 +182,7 @@ private:
         std::size_t polygon = 0;
         const bool all = forEach([&](const FeedbackItem& item, const FeedbackState&) {
             const std::uint32_t look = lookOfPolygon[polygon++];
-            if (looks[look].isBackdrop) {
+            if (looks[look].isBackdrop && belongs(look)) {
                 addFace(picture, item, look);
             }
         });

@@ -292,6 +292,17 @@ TEST(KivFeatureCreases, LeaveOutWhatWandersFromEdgeToEdge) {
     EXPECT_EQ(creasesLeft(0.65, 32.0, weak), 5U) << "and what reaches over three tenths of its piece";
 }
 
+TEST(KivFeatureCreases, GoOnWhereTheyBendALittleLess) {
+    EXPECT_EQ(creasesLeft(1.0, 0.0, {80, 80, 30, 80, 80}), 5U);
+    EXPECT_EQ(creasesLeft(1.0, 0.0, {80, 80, 21, 80, 80}), 5U) << "half of the angle";
+    EXPECT_EQ(creasesLeft(1.0, 0.0, {80, 80, 19, 80, 80}), 4U);
+    EXPECT_EQ(creasesLeft(1.0, 0.0, {80, 80, 80, 80, 30}), 4U) << "what leads nowhere is no gap";
+    EXPECT_EQ(creasesLeft(0.8, 0.0, {80, 80, 30, 30, 80, 80, 80}), 5U) << "no longer than half of a side";
+    EXPECT_EQ(creasesLeft(0.5, 0.0, {80, 80, 80, 80, 30, 30, 80, 80, 80, 80}), 10U);
+    EXPECT_EQ(creasesLeft(1.0, 44.0, {80, 80, 30, 80, 80}), 5U);
+    EXPECT_EQ(creasesLeft(1.0, 47.0, {80, 80, 30, 80, 80}), 4U) << "a line does not go on round a corner";
+}
+
 // Three triangles on one side of their edge: a fold by any two of them. Where surfaces meet is a crease from wherever
 // it is seen, so that the line does not change its kind as the view turns.
 TEST(KivFeatureEdges, AJunctionIsNoSilhouette) {

@@ -1,5 +1,6 @@
 #include "kivrender/lines/kivfeatureedges.h"
 
+#include "kivrender/lines/creasebridges.h"
 #include "kivrender/lines/curveorder.h"
 
 #include <algorithm>
@@ -247,6 +248,63 @@ std::vector<bool> namedCreases(const KivSurface& surface, const std::vector<KivF
     return creases;
 }
 
+// Those that bend by enough, without noise.
+std::vector<bool> sharpCreases(const KivSurface& surface, const std::vector<KivFeatureWing>& wings,
+                               const KivFeatureRules& rules) {
+    std::vector<bool> creases(wings.size(), false);
+    Groups network(surface.points.size());
+    bool any = false;
+    for (std::size_t i = 0; i < wings.size(); ++i) {
+        if (kivIsCancelledAt(i)) {
+            return creases;
+        }
+        const KivFeatureWing& wing = wings[i];
+        const double limit = wing.smooth ? rules.smoothCreaseAngle : rules.creaseAngle;
+        if (wing.junction || (wing.right != KivFeatureWing::none && wing.bend > limit)) {
+            creases[i] = true;
+            any = true;
+            network.join(wing.a, wing.b);
+        }
+    }
+    if (!any || !(rules.creaseLength > 0.0)) {
+        return creases;
+    }
+    Groups pieces(surface.points.size());
+    for (std::size_t i = 0; i < surface.triangles.size(); ++i) {
+        if (kivIsCancelledAt(i)) {
+            return creases;
+        }
+        const KivSurface::Triangle& t = surface.triangles[i];
+        pieces.join(t[0], t[1]);
+        pieces.join(t[1], t[2]);
+    }
+    for (std::uint32_t p = 0; p < surface.points.size(); ++p) {
+        if (kivIsCancelledAt(p)) {
+            return creases;
+        }
+        pieces.enter(p, surface.points[p]);
+    }
+    for (std::size_t i = 0; i < wings.size(); ++i) {
+        if (creases[i]) {
+            network.enter(wings[i].a, surface.points[wings[i].a]);
+            network.enter(wings[i].b, surface.points[wings[i].b]);
+        }
+    }
+    const std::vector<Character> characters = characterOf(surface, wings, creases, network);
+    for (std::size_t i = 0; i < wings.size(); ++i) {
+        if (kivIsCancelledAt(i)) {
+            return creases;
+        }
+        if (creases[i]) {
+            const double part = network.extent(wings[i].a) / pieces.extent(wings[i].a);
+            const Character& character = characters[network.find(wings[i].a)];
+            creases[i] =
+                part >= rules.creaseLength && (part >= largeFeature || !(character.isRough() || character.isScrap()));
+        }
+    }
+    return creases;
+}
+
 KivVec planeThroughEye(const KivVec& a, const KivVec& b, const KivViewpoint& view) {
     return kivCross(view.toViewer(a), b - a);
 }
@@ -310,57 +368,8 @@ std::vector<bool> kivFeatureCreases(const KivSurface& surface, const std::vector
     if (surface.namesEdges) {
         return namedCreases(surface, wings, rules);
     }
-    std::vector<bool> creases(wings.size(), false);
-    Groups network(surface.points.size());
-    bool any = false;
-    for (std::size_t i = 0; i < wings.size(); ++i) {
-        if (kivIsCancelledAt(i)) {
-            return creases;
-        }
-        const KivFeatureWing& wing = wings[i];
-        const double limit = wing.smooth ? rules.smoothCreaseAngle : rules.creaseAngle;
-        if (wing.junction || (wing.right != KivFeatureWing::none && wing.bend > limit)) {
-            creases[i] = true;
-            any = true;
-            network.join(wing.a, wing.b);
-        }
-    }
-    if (!any || !(rules.creaseLength > 0.0)) {
-        return creases;
-    }
-    Groups pieces(surface.points.size());
-    for (std::size_t i = 0; i < surface.triangles.size(); ++i) {
-        if (kivIsCancelledAt(i)) {
-            return creases;
-        }
-        const KivSurface::Triangle& t = surface.triangles[i];
-        pieces.join(t[0], t[1]);
-        pieces.join(t[1], t[2]);
-    }
-    for (std::uint32_t p = 0; p < surface.points.size(); ++p) {
-        if (kivIsCancelledAt(p)) {
-            return creases;
-        }
-        pieces.enter(p, surface.points[p]);
-    }
-    for (std::size_t i = 0; i < wings.size(); ++i) {
-        if (creases[i]) {
-            network.enter(wings[i].a, surface.points[wings[i].a]);
-            network.enter(wings[i].b, surface.points[wings[i].b]);
-        }
-    }
-    const std::vector<Character> characters = characterOf(surface, wings, creases, network);
-    for (std::size_t i = 0; i < wings.size(); ++i) {
-        if (kivIsCancelledAt(i)) {
-            return creases;
-        }
-        if (creases[i]) {
-            const double part = network.extent(wings[i].a) / pieces.extent(wings[i].a);
-            const Character& character = characters[network.find(wings[i].a)];
-            creases[i] =
-                part >= rules.creaseLength && (part >= largeFeature || !(character.isRough() || character.isScrap()));
-        }
-    }
+    std::vector<bool> creases = sharpCreases(surface, wings, rules);
+    kivBridgeCreases(surface, wings, rules, creases);
     return creases;
 }
 

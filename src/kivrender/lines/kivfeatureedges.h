@@ -72,7 +72,8 @@ KIV_API bool kivFeatureFoldsBeyond(const KivSurface& surface, const KivFeatureWi
 
 // Tells which of the wings are creases, whatever the view. Rough and scanned surfaces bend sharply at many short edges
 // that are no features: creases that hang together and stay small against the connected piece of surface that they lie
-// on are left out. A surface that names its edges has these, and no others.
+// on are left out. Gaps in creases are closed where the edge bends for a little by less. A surface that names its edges
+// has these, and no others.
 KIV_API std::vector<bool> kivFeatureCreases(const KivSurface& surface, const std::vector<KivFeatureWing>& wings,
                                             const KivFeatureRules& rules);
 

@@ -293,14 +293,21 @@ TEST(KivFeatureCreases, LeaveOutWhatWandersFromEdgeToEdge) {
 }
 
 TEST(KivFeatureCreases, GoOnWhereTheyBendALittleLess) {
-    EXPECT_EQ(creasesLeft(1.0, 0.0, {80, 80, 30, 80, 80}), 5U);
-    EXPECT_EQ(creasesLeft(1.0, 0.0, {80, 80, 21, 80, 80}), 5U) << "half of the angle";
-    EXPECT_EQ(creasesLeft(1.0, 0.0, {80, 80, 19, 80, 80}), 4U);
-    EXPECT_EQ(creasesLeft(1.0, 0.0, {80, 80, 80, 80, 30}), 4U) << "what leads nowhere is no gap";
-    EXPECT_EQ(creasesLeft(0.8, 0.0, {80, 80, 30, 30, 80, 80, 80}), 5U) << "no longer than half of a side";
-    EXPECT_EQ(creasesLeft(0.5, 0.0, {80, 80, 80, 80, 30, 30, 80, 80, 80, 80}), 10U);
-    EXPECT_EQ(creasesLeft(1.0, 44.0, {80, 80, 30, 80, 80}), 5U);
-    EXPECT_EQ(creasesLeft(1.0, 47.0, {80, 80, 30, 80, 80}), 4U) << "a line does not go on round a corner";
+    const auto withGap = [](std::size_t before, const std::vector<float>& gap, std::size_t after) {
+        std::vector<float> bends(before, 80.0F);
+        bends.insert(bends.end(), gap.begin(), gap.end());
+        bends.insert(bends.end(), after, 80.0F);
+        return bends;
+    };
+    EXPECT_EQ(creasesLeft(0.25, 0.0, withGap(10, {30}, 10)), 21U);
+    EXPECT_EQ(creasesLeft(0.25, 0.0, withGap(10, {21}, 10)), 21U) << "half of the angle";
+    EXPECT_EQ(creasesLeft(0.25, 0.0, withGap(10, {19}, 10)), 20U);
+    EXPECT_EQ(creasesLeft(0.25, 0.0, withGap(10, {30}, 0)), 10U) << "what leads nowhere is no gap";
+    EXPECT_EQ(creasesLeft(0.25, 0.0, withGap(10, {30, 30}, 10)), 22U);
+    EXPECT_EQ(creasesLeft(0.25, 0.0, withGap(10, {30, 30, 30}, 10)), 20U) << "no longer than a quarter of a side";
+    EXPECT_EQ(creasesLeft(0.25, 0.0, withGap(10, {30, 30}, 7)), 17U) << "nor of the other";
+    EXPECT_EQ(creasesLeft(0.25, 44.0, withGap(10, {30}, 10)), 21U);
+    EXPECT_EQ(creasesLeft(0.25, 47.0, withGap(10, {30}, 10)), 20U) << "a line does not go on round a corner";
 }
 
 // Three triangles on one side of their edge: a fold by any two of them. Where surfaces meet is a crease from wherever

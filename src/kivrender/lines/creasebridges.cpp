@@ -10,9 +10,9 @@
 
 namespace {
 
-constexpr double weakPart = 0.5;    // of the angle of a crease
-constexpr double longestPart = 0.5; // of the creases on either side
-constexpr double leastCosine = 0.7; // of a turn: 45 degrees
+constexpr double weakPart = 0.5;     // of the angle of a crease
+constexpr double longestPart = 0.25; // of the creases on either side
+constexpr double leastCosine = 0.7;  // of a turn: 45 degrees
 constexpr std::size_t mostSteps = 64;
 
 class Bridges {

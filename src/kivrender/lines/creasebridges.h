@@ -9,7 +9,7 @@
 #include <vector>
 
 // Adds to the creases those wings that lead on from a point where one crease ends to another: they turn by little, bend
-// by at least half as much as a crease must, and are no longer than half of each of the two. False when the user
+// by at least half as much as a crease must, and are no longer than a quarter of each of the two. False when the user
 // cancelled.
 bool kivBridgeCreases(const KivSurface& surface, const std::vector<KivFeatureWing>& wings, const KivFeatureRules& rules,
                       std::vector<bool>& creases);

@@ -139,7 +139,7 @@ std::span<const std::uint32_t> LineSpans::exemptOf(std::uint32_t number) {
 void LineSpans::checkSeen(std::uint32_t number, const ContourPiece& piece) {
     checked.clear();
     for (const KivLinePart& part : parts) {
-        LineSpan span{number, part.from, part.to, {}, {}, 0.0, LineSight::seen, false};
+        LineSpan span{number, part.from, part.to, {}, {}, 0.0, LineSight::seen};
         measure(span);
         const double wanted = std::ceil(span.length / seenStep);
         const int steps = wanted > 1.0 ? static_cast<int>(std::min(wanted, 1000.0)) : 1;
@@ -220,7 +220,7 @@ void LineSpans::addSpan(std::uint32_t number, double first, double last, LineSig
     if (!(first < last)) {
         return;
     }
-    LineSpan span{number, first, last, {}, {}, 0.0, sight, false};
+    LineSpan span{number, first, last, {}, {}, 0.0, sight};
     if (sight != LineSight::absent) {
         measure(span);
     }
@@ -364,20 +364,20 @@ void LineSpans::markBarbs(std::vector<LineSpan>& spans) const {
     }
 }
 
-// How much deeper is what the fold hides? The small folds of a rough or faceted surface hide next to nothing; drawn in
-// full they would be hairs.
-double LineSpans::strengthAt(const LineSpan& span) const {
-    const LineSegment& segment = segments.all[span.segment];
-    const double detail = segments.about[segments.sources[span.segment]].detail;
-    if (!segment.mayBeSlight || !(detail > 0.0)) {
-        return 1.0;
-    }
+// How much deeper is what the fold hides?
+double LineSpans::stepAt(const LineSpan& span) const {
     const Outside outside = outsideOf(span);
     if (outside.way.x == 0.0 && outside.way.y == 0.0) {
-        return 1.0;
+        return endlessStep;
     }
     const double behind = std::max(outside.behind(occluders, 1.0), outside.behind(occluders, 2.0));
-    return std::clamp((behind - outside.depth) / outside.pixel / detail, 0.02, 1.0);
+    return std::min((behind - outside.depth) / outside.pixel, endlessStep);
+}
+
+// The small folds of a rough or faceted surface hide next to nothing; drawn in full they would be hairs.
+double LineSpans::strengthOf(const LineSpan& span) const {
+    const double detail = segments.about[segments.sources[span.segment]].detail;
+    return span.step < endlessStep ? std::clamp(span.step / detail, 0.02, 1.0) : 1.0;
 }
 
 bool LineSpans::mayBeSlight(const std::vector<LineSpan>& spans) const {
@@ -394,7 +394,10 @@ void LineSpans::takeOutSlight(std::vector<LineSpan>& spans) const {
     spans = inSteps(spans);
     std::vector<double> strengths(spans.size(), 1.0);
     for (std::size_t i = 0; i < spans.size(); ++i) {
-        strengths[i] = spans[i].sight == LineSight::seen ? strengthAt(spans[i]) : 1.0;
+        const bool isWeighed = spans[i].sight == LineSight::seen && segments.all[spans[i].segment].mayBeSlight &&
+                               segments.about[segments.sources[spans[i].segment]].detail > 0.0;
+        spans[i].step = isWeighed ? stepAt(spans[i]) : endlessStep;
+        strengths[i] = strengthOf(spans[i]);
     }
     std::vector<LineSight> sights(spans.size());
     const auto even = [&](std::size_t i, std::size_t first, std::size_t end) {

@@ -20,6 +20,9 @@ enum class LineSight : std::uint8_t {
     doubled // another line lies there
 };
 
+// What is before nothing at all, and lines that are no folds.
+inline constexpr double endlessStep = 1000.0;
+
 // A part of a segment, in the direction in which its chain is walked: first is above last where that is backwards.
 struct LineSpan {
     std::uint32_t segment = 0;
@@ -29,7 +32,8 @@ struct LineSpan {
     KivPicturePoint end;
     double length = 0.0; // in pixels; 0 for what is absent
     LineSight sight = LineSight::seen;
-    bool isBarb = false; // lies behind the mesh, at the end of what is seen of a smooth contour
+    bool isBarb = false;       // lies behind the mesh, at the end of what is seen of a smooth contour
+    double step = endlessStep; // by how much the surface steps back beside a fold that may be slight, in pixels
 };
 
 // Properties of the segments, by their numbers.
@@ -89,7 +93,8 @@ private:
     const ContourPiece& pieceOf(std::uint32_t number) const;
     bool isBehindItself(const LineSpan& span) const;
     bool mayBeSlight(const std::vector<LineSpan>& spans) const;
-    double strengthAt(const LineSpan& span) const;
+    double stepAt(const LineSpan& span) const;
+    double strengthOf(const LineSpan& span) const;
 
     const KivOccluders& occluders;
     const LineSegments& segments;

@@ -1,5 +1,6 @@
 #include "kivrender/lines/strokejoins.h"
 
+#include "kivrender/lines/lonehairs.h"
 #include "kivrender/lines/roundline.h"
 #include "kivrender/scene/kivprogress.h"
 
@@ -25,6 +26,8 @@ struct Piece {
     KivFoundLine line;
     std::uint32_t nodes[2] = {0, 0}; // of its ends; ends that are lost from sight have one of their own
     double barbs[2] = {0.0, 0.0};    // so much of the ends, in pixels, is a barb if the line goes on without it
+    double length = 0.0;             // in pixels
+    double steps = 0.0;              // by how much the surface steps back, times the length
 };
 
 // An end of a piece as it may be joined to another: with its barb or without.
@@ -75,9 +78,10 @@ public:
             trimHooks(piece);
         }
         joinEnds(nearEnds());
-        for (Piece& piece : pieces) {
-            if (!isSpeck(piece.line)) {
-                found.push_back(std::move(piece.line));
+        const std::vector<bool> hairs = loneHairs();
+        for (std::size_t i = 0; i < pieces.size(); ++i) {
+            if (!hairs[i] && !isSpeck(pieces[i].line)) {
+                found.push_back(std::move(pieces[i].line));
             }
         }
     }
@@ -95,6 +99,8 @@ private:
         std::vector<KivVec> normals;
         for (std::size_t i = first; i < end; ++i) {
             const LineSegment& segment = segments.all[spans[i].segment];
+            piece.length += spans[i].length;
+            piece.steps += spans[i].step * spans[i].length;
             if (i == first || spans[i].segment != spans[i - 1].segment) {
                 line.space.push_back(segment.at(spans[i].first));
                 isRound.push_back(segment.isInterpolated);
@@ -175,7 +181,14 @@ private:
             const Piece& last = pieces[chain.lines.back()];
             const double barbs[2] = {first.barbs[chain.reversed.front() ? 1 : 0],
                                      last.barbs[chain.reversed.back() ? 0 : 1]};
-            all.push_back({joined(chain), {0, 0}, {barbs[0], barbs[1]}});
+            Piece& whole = all.emplace_back();
+            for (const std::uint32_t part : chain.lines) {
+                whole.length += pieces[part].length;
+                whole.steps += pieces[part].steps;
+            }
+            whole.barbs[0] = barbs[0];
+            whole.barbs[1] = barbs[1];
+            whole.line = joined(chain);
         }
         pieces.swap(all);
     }
@@ -359,6 +372,15 @@ private:
         if (distance <= widestGap && kivDot(out, in) > 0.7 && goesOn) {
             pairs.emplace_back(distance, second, first);
         }
+    }
+
+    std::vector<bool> loneHairs() const {
+        std::vector<DrawnStroke> strokes;
+        for (const Piece& piece : pieces) {
+            const double step = piece.length > 0.0 ? piece.steps / piece.length : endlessStep;
+            strokes.push_back({&piece.line, piece.length, step, segments.about[piece.line.source].shortest});
+        }
+        return kivLoneHairs(strokes);
     }
 
     // Too short to be seen: an interpolated contour, or a rest of a line; the edges of a small face stay.

@@ -4,6 +4,7 @@
 // SELVARIN_LINE_MODELS names model files, with colons between them: they are judged too, and the numbers printed.
 #include "apps/common/framing.h"
 #include "import/kivmodelimport.h"
+#include "kivrender/geometry/kivsmoothshape.h"
 #include "kivrender/lines/kivfeatureedges.h"
 #include "kivrender/lines/kivlineengine.h"
 #include "kivrender/platform/kivtext.h"
@@ -275,6 +276,26 @@ void addAssembly(KivScene& scene, int parts) {
     }
 }
 
+// As the programs draw it: meshes without normals in the shape that they stand for.
+void giveShapes(KivScene& scene, const KivCamera& camera, double width, double height) {
+    const KivLineView line(camera, width, height);
+    KivShapeView view;
+    view.perspective = line.isPerspective();
+    view.eye = line.viewpoint().place;
+    view.forward = kivUnit({camera.getDirection().x, camera.getDirection().y, camera.getDirection().z});
+    view.pixelsPerUnit = 1.0 / line.pixelSize(1.0);
+    std::vector<KivShapeRequest> requests;
+    for (unsigned int i = 0; i < scene.numMeshes(); ++i) {
+        requests.push_back({scene.getMesh(i)});
+    }
+    std::vector<std::unique_ptr<KivMesh>> shapes = kivSmoothShapes(requests, view);
+    for (unsigned int i = 0; i < shapes.size(); ++i) {
+        if (shapes[i] != nullptr) {
+            scene.replaceMesh(i, shapes[i].release());
+        }
+    }
+}
+
 void expectRight(const Sight& sight) {
     constexpr double wanted = 0.999;
     EXPECT_GE(sight.edges.part(), wanted) << sight.edges.all;
@@ -327,6 +348,7 @@ TEST(LineSight, OfNamedModels) {
         const ViewAxes axes = viewAxes(threeQuarterDirection(up), up);
         const Lens lens;
         const KivCamera camera = makeCamera(points, fittingLocation(points, axes, lens), axes, lens);
+        giveShapes(*model.scene, camera, 1280.0, 960.0);
         const Sight sight = Judge(*model.scene, camera, 1280.0, 960.0).judge();
         print(file, sight);
         expectRight(sight);

@@ -284,7 +284,7 @@ private:
         }
         auto mesh = std::make_unique<KivPlacedMesh>(part.shape, placementOf(instance));
         kivSetMeshEdges(*mesh, kivMeshEdges(*part.shape));
-        kivSetNormalsFromTriangles(*mesh, kivHasNormalsFromTriangles(*part.shape));
+        kivSetNormalsFrom(*mesh, kivNormalsFrom(*part.shape));
         return mesh;
     }
 
@@ -413,7 +413,9 @@ private:
         for (const std::uint32_t vertex : members) {
             localIndex[vertex] = noIndex;
         }
-        kivSetNormalsFromTriangles(*mesh, !surface.hasEdges && surface.cornerNormals.empty());
+        if (!surface.hasEdges) {
+            kivSetNormalsFrom(*mesh, surface.cornerNormals.empty() ? KivNormalsFrom::triangles : KivNormalsFrom::file);
+        }
         if (!vertices.paint.empty()) {
             addPaint(surface, vertices, part, *mesh);
         }

@@ -3,6 +3,7 @@
 #include "kivrender/scene/kivmesh.h"
 #include "kivrender/scene/kivmeshedges.h"
 #include "kivrender/scene/kivmeshnormals.h"
+#include "kivrender/scene/kivmeshpaint.h"
 #include "shapemodels.h"
 
 #include <gtest/gtest.h>
@@ -128,16 +129,117 @@ TEST(KivSmoothShapes, FlatFacesBetweenSharpEdgesStayAsTheyAre) {
     EXPECT_FALSE(kivSmoothShapes({{&cube, 100.0}}, viewAt(1000.0)).empty());
 }
 
-TEST(KivSmoothShapes, NormalsThatTheFileBringsAndNamedEdgesKeepTheMesh) {
+TEST(KivSmoothShapes, NormalsOfAHostAndNamedEdgesKeepTheMesh) {
     const KivMesh own = roundMeshOf(ballModel(12));
     EXPECT_TRUE(kivSmoothShapes({{&own, 45.0}}, viewAt(300.0)).empty());
     KivMesh found = own;
     kivSetNormalsFromTriangles(found, true);
     EXPECT_FALSE(kivSmoothShapes({{&found, 45.0}}, viewAt(300.0)).empty());
+    kivSetNormalsFrom(found, KivNormalsFrom::file);
+    EXPECT_FALSE(kivSmoothShapes({{&found, 45.0}}, viewAt(300.0)).empty());
     KivMesh named = meshOf(ballModel(12));
     EXPECT_FALSE(kivSmoothShapes({{&named, 45.0}}, viewAt(300.0)).empty());
     kivSetMeshEdges(named, std::make_shared<KivMeshEdges>());
     EXPECT_TRUE(kivSmoothShapes({{&named, 45.0}}, viewAt(300.0)).empty());
+}
+
+// A prism whose round side has the normals of its axis, and whose ends have flat ones: no angle has a say.
+TEST(KivSmoothShapes, NormalsOfAFileTellTheEdges) {
+    for (const bool isSplit : {true, false}) {
+        KivMesh mesh;
+        const ShapeModel prism = prismModel(16);
+        for (const KivSurface::Triangle& t : prism.triangles) {
+            const KivVec& a = prism.points[t[0]];
+            const KivVec face = kivUnit(kivCross(prism.points[t[1]] - a, prism.points[t[2]] - a));
+            for (const std::uint32_t p : t) {
+                const KivVec& at = prism.points[p];
+                const KivVec side = {at.x, 0.0, at.z};
+                const KivVec end = {0.0, at.y, 0.0};
+                const KivVec n = !isSplit ? kivUnit(side + end) : std::abs(face.y) > 0.5 ? end : kivUnit(side);
+                mesh.addVertex(Kiv3DPoint(at.x, at.y, at.z), Kiv3DVector(n.x, n.y, n.z));
+            }
+            const unsigned int count = mesh.getNumVertexs();
+            mesh.addTriangle(count - 3, count - 2, count - 1);
+        }
+        kivSetNormalsFrom(mesh, KivNormalsFrom::file);
+        const auto shapes = kivSmoothShapes({{&mesh, isSplit ? 180.0 : 1.0}}, viewAt(300.0));
+        ASSERT_EQ(shapes.size(), 1U);
+        double most = 0.0;
+        for (unsigned int v = 0; v < shapes[0]->getNumVertexs(); ++v) {
+            most = std::max(most, shapes[0]->getVertex(v).y);
+        }
+        EXPECT_EQ(most == 1.0, isSplit) << most; // the ends are flat, or bulge away
+    }
+}
+
+// Also where the triangles are so small that dividing them would show nothing.
+TEST(KivSmoothShapes, FlatNormalsOfAFileGiveWayToSmoothOnes) {
+    KivMesh mesh;
+    const ShapeModel ball = ballModel(24);
+    for (const KivSurface::Triangle& t : ball.triangles) {
+        const KivVec& a = ball.points[t[0]];
+        const KivVec face = kivUnit(kivCross(ball.points[t[1]] - a, ball.points[t[2]] - a));
+        for (const std::uint32_t p : t) {
+            mesh.addVertex(Kiv3DPoint(ball.points[p].x, ball.points[p].y, ball.points[p].z),
+                           Kiv3DVector(face.x, face.y, face.z));
+        }
+        const unsigned int count = mesh.getNumVertexs();
+        mesh.addTriangle(count - 3, count - 2, count - 1);
+    }
+    EXPECT_TRUE(kivSmoothShapes({{&mesh, 45.0}}, viewAt(300.0)).empty());
+    kivSetNormalsFrom(mesh, KivNormalsFrom::file);
+    for (const double pixels : {3.0, 300.0}) {
+        const auto shapes = kivSmoothShapes({{&mesh, 45.0}}, viewAt(pixels));
+        ASSERT_EQ(shapes.size(), 1U) << pixels;
+        EXPECT_EQ(shapes[0]->getNumTriangles() > mesh.getNumTriangles(), pixels > 10.0);
+        for (unsigned int v = 0; v < shapes[0]->getNumVertexs(); ++v) {
+            const Kiv3DPoint p = shapes[0]->getVertex(v);
+            const Kiv3DVector n = shapes[0]->getNormal(v);
+            EXPECT_GT(kivDot(kivUnit({p.x, p.y, p.z}), {n.x, n.y, n.z}), 0.998);
+        }
+    }
+}
+
+// Colours that are places on the ball, but for a seam along a half circle; some triangles are wound otherwise.
+TEST(KivSmoothShapes, PaintStaysWhereItWas) {
+    const ShapeModel ball = ballModel(16);
+    KivMesh mesh;
+    auto paint = std::make_shared<KivMeshPaint>();
+    paint->factor = {0.5, 0.25, 1.0};
+    for (std::size_t t = 0; t < ball.triangles.size(); ++t) {
+        KivVec middle;
+        for (const std::uint32_t p : ball.triangles[t]) {
+            middle = middle + ball.points[p];
+        }
+        for (const std::uint32_t p : ball.triangles[t]) {
+            const KivVec& at = ball.points[p];
+            mesh.addVertex(Kiv3DPoint(at.x, at.y, at.z));
+            paint->coordinates.push_back({static_cast<float>(at.x), static_cast<float>(at.y),
+                                          static_cast<float>(at.z + (middle.x > 0.0 ? 100.0 : 0.0))});
+        }
+        const unsigned int n = mesh.getNumVertexs();
+        t % 3 == 0 ? mesh.addTriangle(n - 2, n - 3, n - 1) : mesh.addTriangle(n - 3, n - 2, n - 1);
+    }
+    kivSetMeshPaint(mesh, paint);
+    const auto shapes = kivSmoothShapes({{&mesh, 45.0}}, viewAt(100.0));
+    ASSERT_EQ(shapes.size(), 1U);
+    const auto found = kivMeshPaint(*shapes[0]);
+    ASSERT_NE(found, nullptr);
+    EXPECT_EQ(found->factor, paint->factor);
+    ASSERT_EQ(found->coordinates.size(), shapes[0]->getNumVertexs());
+    EXPECT_LT(shapes[0]->getNumVertexs(), shapes[0]->getNumTriangles()); // shared where the paint is one
+    for (unsigned int t = 0; t < shapes[0]->getNumTriangles(); ++t) {
+        unsigned int corner[3] = {};
+        shapes[0]->getTriangle(corner, t);
+        const bool isBeyond = found->coordinates[corner[0]][2] > 50.0F;
+        for (const unsigned int c : corner) {
+            const Kiv3DPoint p = shapes[0]->getVertex(c);
+            const std::array<float, 3>& at = found->coordinates[c];
+            EXPECT_NEAR(p.x, static_cast<double>(at[0]), 0.1);
+            EXPECT_NEAR(p.y, static_cast<double>(at[1]), 0.1);
+            EXPECT_NEAR(p.z + (isBeyond ? 100.0 : 0.0), static_cast<double>(at[2]), 0.1);
+        }
+    }
 }
 
 // Two halves of a ball in two materials: one closed surface without a gap, whose normals run on over the seam.

@@ -8,6 +8,7 @@
 #include "kivrender/platform/kivtext.h"
 #include "kivrender/scene/kivline.h"
 #include "kivrender/scene/kivmesh.h"
+#include "kivrender/scene/kivmeshnormals.h"
 #include "kivrender/scene/kivpolyline.h"
 
 #include <algorithm>
@@ -71,6 +72,15 @@ void expectNormalsOutwards(const KivMesh& mesh) {
 }
 
 } // namespace
+
+TEST(ModelImport, TellsWhereTheNormalsAreFrom) {
+    const TestFolder folder;
+    const std::string points = "v 0 0 0\nv 1 0 0\nv 0 1 0\n";
+    const KivModel given = import({folder.write("given.obj", points + "vn 0 0 1\nf 1//1 2//1 3//1\n")});
+    EXPECT_EQ(kivNormalsFrom(*given.scene->getMesh(0)), KivNormalsFrom::file);
+    const KivModel made = import({folder.write("made.obj", points + "f 1 2 3\n")});
+    EXPECT_EQ(kivNormalsFrom(*made.scene->getMesh(0)), KivNormalsFrom::triangles);
+}
 
 TEST(ModelImport, TheSameBoxFromEveryFormat) {
     const TestFolder folder;

@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-TEST(KivMeshNormals, AreTheFilesOwnUntilTheyAreMarked) {
+TEST(KivMeshNormals, AreTheHostsOwnUntilTheyAreMarked) {
     KivMesh mesh;
     EXPECT_FALSE(kivHasNormalsFromTriangles(mesh));
     kivSetNormalsFromTriangles(mesh, true);
@@ -22,6 +22,9 @@ TEST(KivMeshNormals, CopiesHaveTheMarkAndAssignmentReplacesIt) {
     EXPECT_FALSE(kivHasNormalsFromTriangles(copy));
     copy = mesh;
     EXPECT_TRUE(kivHasNormalsFromTriangles(copy));
+    kivSetNormalsFrom(mesh, KivNormalsFrom::file);
+    EXPECT_FALSE(kivHasNormalsFromTriangles(mesh));
+    EXPECT_EQ(kivNormalsFrom(KivMesh(mesh)), KivNormalsFrom::file);
 }
 
 // A weld drops the normals; the next mesh may come to lie where one was.

@@ -1,18 +1,22 @@
 #include "kivrender/geometry/kivsmoothshape.h"
 
+#include "kivrender/geometry/kivevenpoints.h"
+#include "kivrender/geometry/kivflatfaces.h"
 #include "kivrender/geometry/kivloopsurface.h"
 #include "kivrender/geometry/kivnormalnoise.h"
 #include "kivrender/geometry/kivshapecreases.h"
+#include "kivrender/geometry/kivshapenormals.h"
+#include "kivrender/geometry/kivshaperise.h"
 #include "kivrender/scene/kivmesh.h"
 #include "kivrender/scene/kivmeshedges.h"
 #include "kivrender/scene/kivmeshnormals.h"
 #include "kivrender/scene/kivmeshpaint.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
-#include <numbers>
 #include <numeric>
 #include <utility>
 
@@ -23,122 +27,90 @@ constexpr std::uint32_t none = 0xffffffffU;
 
 // In pixels: how far triangles may lie from the surface over most of their sides.
 constexpr double tolerance = 0.2;
-constexpr double mostSides = 0.95;
-constexpr std::size_t samples = 4000; // triangles tell the usual rise well enough
 constexpr int mostSteps = 4;
+// Also in pixels: rises that noise may be behind, and by how much points move to take it away.
+constexpr double mayBeRough = 0.03;
+constexpr double mostEvened = 0.5;
+constexpr double leastEvened = 0.05;
+constexpr double lightReach = 12.0;
+constexpr double lightAngle = 8.0; // degrees
 // Of the result: finer meshes are drawn as they are, as dividing them would take longer than drawing them.
-constexpr std::size_t mostTriangles = 100000;
-// Of a machine part: triangles that lie in a plane with two of their neighbours, at least so many and such a share. The
-// quads of a rounded body give its triangles one such neighbour.
-constexpr std::size_t leastFlat = 48;
-constexpr double flatShare = 0.1;
-constexpr double flatCosine = 0.999998; // a tenth of a degree
+constexpr std::size_t mostTriangles = 150000;
 // Where two sharp edges turn by more than this into each other, they meet in a corner. Its cosine.
 constexpr double cornerTurn = 0.5;
+// Given normals on both sides of an edge that are apart by more than 3 degrees make it sharp.
+constexpr double splitCosine = 0.9986;
 
-KivVec vecOf(const Kiv3DPoint& p) {
-    return {p.x, p.y, p.z};
-}
+using CornerPaint = std::vector<std::array<std::array<float, 3>, 3>>; // of triangles
 
-bool standsForShape(const KivMesh& mesh) {
-    // Its paint lies at its own vertices.
-    return mesh.getNumTriangles() > 0 && kivMeshEdges(mesh) == nullptr && kivMeshPaint(mesh) == nullptr &&
-           (!mesh.hasNormals() || kivHasNormalsFromTriangles(mesh));
-}
-
-// How high the surface rises over the sides of a mesh, in pixels.
-class RiseMeter {
-public:
-    explicit RiseMeter(const KivShapeView& v) : view(v) {}
-
-    // An arc over a chord that turns by an angle from end to end rises by an eighth of their product.
-    void add(const KivVec& a, const KivVec& b, const KivVec& normalA, const KivVec& normalB) {
-        const double length = view.pixels((a + b) * 0.5, kivLength(b - a));
-        const double turn = std::atan2(kivLength(kivCross(normalA, normalB)), kivDot(normalA, normalB));
-        if (length > 0.0) {
-            rises.emplace_back(0.125 * length * turn, length);
-            all += length;
+// In the order of the triangles that a step of subdivision makes, and straight along the sides: a texture stays where
+// it was, and the two sides of a seam stay apart.
+CornerPaint dividedPaint(const CornerPaint& paint) {
+    CornerPaint finer;
+    finer.reserve(paint.size() * 4);
+    const auto middle = [](const std::array<float, 3>& a, const std::array<float, 3>& b) {
+        return std::array<float, 3>{(a[0] + b[0]) * 0.5F, (a[1] + b[1]) * 0.5F, (a[2] + b[2]) * 0.5F};
+    };
+    for (const auto& c : paint) {
+        const std::array<std::array<float, 3>, 3> m = {middle(c[0], c[1]), middle(c[1], c[2]), middle(c[2], c[0])};
+        for (std::size_t k = 0; k < 3; ++k) {
+            finer.push_back({c[k], m[k], m[(k + 2) % 3]});
         }
+        finer.push_back(m);
+    }
+    return finer;
+}
+
+// Vertices of a mesh for those of a limit surface: one each, or one for each paint that meets there.
+class VertexMaker {
+public:
+    VertexMaker(const KivLoopLimit& l, KivMesh& m, std::vector<std::uint32_t>& scratch)
+        : limit(l), mesh(m), vertexOf(scratch) {
+        vertexOf.assign(limit.points.size(), none);
     }
 
-    double usual() {
-        std::sort(rises.begin(), rises.end());
-        double sum = 0.0;
-        for (const auto& [rise, length] : rises) {
-            sum += length;
-            if (sum >= mostSides * all) {
-                return rise;
-            }
+    std::uint32_t vertexAt(std::uint32_t at) {
+        if (vertexOf[at] == none) {
+            vertexOf[at] = add(at);
         }
-        return 0.0;
+        return vertexOf[at];
+    }
+
+    std::uint32_t vertexAt(std::uint32_t at, const std::array<float, 3>& paint) {
+        std::uint32_t* vertex = &vertexOf[at];
+        while (*vertex != none && coordinates[*vertex] != paint) {
+            vertex = &next[*vertex];
+        }
+        if (*vertex == none) {
+            const std::uint32_t added = add(at);
+            *vertex = added; // before the vectors grow
+            next.push_back(none);
+            coordinates.push_back(paint);
+            return added;
+        }
+        return *vertex;
+    }
+
+    void setPaint(const KivMesh& source) {
+        auto paint = std::make_shared<KivMeshPaint>(*kivMeshPaint(source));
+        paint->coordinates = std::move(coordinates);
+        kivSetMeshPaint(mesh, std::move(paint));
     }
 
 private:
-    const KivShapeView& view;
-    std::vector<std::pair<double, double>> rises; // with the lengths of their sides
-    double all = 0.0;
+    std::uint32_t add(std::uint32_t at) {
+        const KivVec& p = limit.points[at];
+        const KivVec& n = limit.normals[at];
+        mesh.addVertex(Kiv3DPoint(p.x, p.y, p.z), Kiv3DVector(n.x, n.y, n.z));
+        return mesh.getNumVertexs() - 1;
+    }
+
+    const KivLoopLimit& limit;
+    KivMesh& mesh;
+    std::vector<std::uint32_t>& vertexOf;
+    std::vector<std::uint32_t> next; // with another paint at the same place
+    std::vector<std::array<float, 3>> coordinates;
 };
-
-// Over a sample of the sides, by the normals at their ends.
-double riseByNormals(const KivMesh& mesh, const KivShapeView& view) {
-    RiseMeter meter(view);
-    const unsigned int count = mesh.getNumTriangles();
-    const auto step = static_cast<unsigned int>(std::max<std::size_t>(1, count / samples));
-    for (unsigned int t = 0; t < count; t += step) {
-        unsigned int corner[3] = {0, 0, 0};
-        mesh.getTriangle(corner, t);
-        for (int k = 0; k < 3; ++k) {
-            const unsigned int a = corner[k];
-            const unsigned int b = corner[(k + 1) % 3];
-            if (a < mesh.getNumVertexs() && b < mesh.getNumVertexs()) {
-                const Kiv3DVector m = mesh.getNormal(a);
-                const Kiv3DVector n = mesh.getNormal(b);
-                meter.add(vecOf(mesh.getVertex(a)), vecOf(mesh.getVertex(b)), {m.x, m.y, m.z}, {n.x, n.y, n.z});
-            }
-        }
-    }
-    return meter.usual();
-}
-
-// Over the smooth edges, by the triangles on either side: half of the turn to the next edges falls on an edge.
-double riseByTriangles(const KivLoopSurface& surface, const KivShapeView& view) {
-    RiseMeter meter(view);
-    const auto normalOf = [&surface](std::uint32_t t) {
-        const Triangle& c = surface.triangles[t];
-        const KivVec& a = surface.points[c[0]];
-        return kivUnit(kivCross(surface.points[c[1]] - a, surface.points[c[2]] - a));
-    };
-    const std::vector<KivShapeEdge>& edges = surface.adjacency.edges;
-    const std::size_t step = std::max<std::size_t>(1, edges.size() / (3 * samples));
-    for (std::size_t e = 0; e < edges.size(); e += step) {
-        if (surface.sharp[e] == 0) {
-            meter.add(surface.points[edges[e].a], surface.points[edges[e].b], normalOf(edges[e].first),
-                      normalOf(edges[e].second));
-        }
-    }
-    return meter.usual();
-}
-
-// Whether much of the surface lies in planes. Curves through the few points of its outlines would cut into its faces.
-bool hasFlatFaces(const KivLoopSurface& surface) {
-    std::vector<KivVec> normals;
-    normals.reserve(surface.triangles.size());
-    for (const Triangle& c : surface.triangles) {
-        const KivVec& a = surface.points[c[0]];
-        normals.push_back(kivUnit(kivCross(surface.points[c[1]] - a, surface.points[c[2]] - a)));
-    }
-    std::size_t flat = 0;
-    for (std::size_t t = 0; t < surface.triangles.size(); ++t) {
-        int inPlane = 0;
-        for (const std::uint32_t side : surface.adjacency.sides[t]) {
-            const KivShapeEdge& edge = surface.adjacency.edges[side];
-            const bool isPair = edge.second != KivShapeEdge::none && !edge.junction;
-            inPlane += isPair && kivDot(normals[edge.first], normals[edge.second]) > flatCosine ? 1 : 0;
-        }
-        flat += inPlane >= 2 ? 1 : 0;
-    }
-    return flat >= leastFlat && static_cast<double>(flat) >= flatShare * static_cast<double>(surface.triangles.size());
-}
 
 // Some meshes of a scene whose points are counted through, and those of them that share points.
 class ShapeBuilder {
@@ -164,16 +136,32 @@ public:
     }
 
 private:
-    // Whether any mesh may need it. One without normals is not known before its edges are.
+    // Whether any mesh may need it. One whose normals tell nothing is not known before its edges are.
     bool findNeedy() {
         isPart.assign(requests.size(), false);
+        normalsOf.assign(requests.size(), KivShapeNormals::nothing);
         bool any = false;
         for (std::size_t i = 0; i < requests.size(); ++i) {
             const KivMesh& mesh = *requests[i].mesh;
-            isPart[i] = standsForShape(mesh);
-            any = any || (isPart[i] && (!mesh.hasNormals() || riseByNormals(mesh, view) > tolerance));
+            const bool hasWord = mesh.hasNormals() && kivNormalsFrom(mesh) != KivNormalsFrom::triangles;
+            if (mesh.getNumTriangles() == 0 || mesh.getNumTriangles() > mostTriangles ||
+                kivMeshEdges(mesh) != nullptr || (hasWord && kivNormalsFrom(mesh) == KivNormalsFrom::host)) {
+                continue;
+            }
+            isPart[i] = true;
+            normalsOf[i] = hasWord ? KivShapeNormals::own : KivShapeNormals::nothing; // until the surface is there
+            any = any || !mesh.hasNormals() || kivRiseByNormals(mesh, view) > mayBeRough ||
+                  (hasWord && kivIsShadedFlat(mesh));
         }
         return any;
+    }
+
+    void readSurface(std::size_t i) {
+        surfaces[i] = kivReadSurface(*requests[i].mesh);
+        if (normalsOf[i] == KivShapeNormals::own) {
+            normalsOf[i] = kivShapeNormals(surfaces[i]);
+            isPart[i] = normalsOf[i] != KivShapeNormals::own;
+        }
     }
 
     void readPoints() {
@@ -182,7 +170,9 @@ private:
         std::vector<KivVec> all;
         for (std::size_t i = 0; i < requests.size(); ++i) {
             if (isPart[i]) {
-                surfaces[i] = kivReadSurface(*requests[i].mesh);
+                readSurface(i);
+            }
+            if (isPart[i]) {
                 all.insert(all.end(), surfaces[i].points.begin(), surfaces[i].points.end());
             }
             firstPoint[i + 1] = static_cast<std::uint32_t>(all.size());
@@ -221,36 +211,50 @@ private:
     // False if its triangles are fine enough.
     bool buildGroup(std::uint32_t root) {
         KivLoopSurface surface;
-        std::vector<std::uint32_t> members;
+        members.clear();
+        cornerNormals.clear();
         double smoothAngle = 180.0;
+        bool isShadedFlat = false;
         for (std::uint32_t i = root; i < requests.size(); ++i) {
             if (isPart[i] && find(i) == root) {
                 members.push_back(i);
                 smoothAngle = std::min(smoothAngle, requests[i].smoothAngle);
+                isShadedFlat = isShadedFlat || (normalsOf[i] == KivShapeNormals::nothing &&
+                                                kivNormalsFrom(*requests[i].mesh) == KivNormalsFrom::file);
                 addTriangles(i, surface);
             }
         }
         for (const std::uint32_t i : members) {
             forget(i);
         }
-        surface.adjacency = kivShapeEdges(surface.points.size(), surface.triangles);
-        kivOrientShape(surface.points, surface.triangles, surface.adjacency);
+        orient(surface);
         surface.sharp = kivShapeCreases(surface.points, surface.triangles, surface.adjacency, smoothAngle);
+        takeGivenEdges(surface);
         markTurned(surface);
         findCorners(surface);
-        const int steps = stepsFor(surface);
-        if (steps == 0) {
+        if (kivHasFlatFaces(surface)) {
             return false;
         }
-        const KivMeshNoise noise = {noiseOf(surface), static_cast<double>(1U << static_cast<unsigned int>(steps))};
+        const double roughness = noiseOf(surface);
+        const bool isRough = kivEvenPoints(surface, view, leastEvened, mostEvened);
+        const int needed = stepsFor(surface);
+        if (needed == 0 && !isShadedFlat && !isRough) {
+            return false;
+        }
+        // Light changes evenly only over triangles that are much smaller than the bends.
+        const bool mayBeFiner = surface.triangles.size() * 4 <= mostTriangles;
+        const int steps = std::max(needed, isRough && mayBeFiner ? 1 : 0);
+        const KivMeshNoise noise = {roughness, static_cast<double>(1U << static_cast<unsigned int>(steps))};
         for (int i = 0; i < steps; ++i) {
             surface = kivLoopStep(surface);
         }
-        const KivLoopLimit limit = kivLoopLimit(surface);
+        KivLoopLimit limit = kivLoopLimit(surface);
+        kivEvenLight(limit, view, lightReach, lightAngle);
         std::size_t first = 0;
         for (const std::uint32_t i : members) {
-            const std::size_t count = surfaces[i].triangles.size() << (2 * steps);
-            result[i] = meshOf(*requests[i].mesh, limit, first, count);
+            const std::size_t count = surfaces[i].triangles.size();
+            const CornerPaint paint = paintOf(i, first, steps);
+            result[i] = meshOf(*requests[i].mesh, limit, first << (2 * steps), count << (2 * steps), paint);
             kivSetMeshNoise(*result[i], noise);
             first += count;
         }
@@ -270,10 +274,53 @@ private:
             }
             surface.triangles.push_back(added);
         }
+        const bool areGiven = normalsOf[i] == KivShapeNormals::smooth;
+        for (std::size_t t = 0; t < surfaces[i].triangles.size(); ++t) {
+            std::array<KivVec, 3>& normals = cornerNormals.emplace_back();
+            for (std::size_t k = 0; areGiven && k < 3; ++k) {
+                normals[k] = surfaces[i].normals[surfaces[i].cornerNormals[t][k]];
+            }
+        }
     }
     void forget(std::uint32_t i) {
         for (std::uint32_t p = firstPoint[i]; p < firstPoint[i + 1]; ++p) {
             pointOf[place[p]] = none;
+        }
+    }
+
+    void orient(KivLoopSurface& surface) {
+        const std::vector<Triangle> before = surface.triangles;
+        surface.adjacency = kivShapeEdges(surface.points.size(), surface.triangles);
+        kivOrientShape(surface.points, surface.triangles, surface.adjacency);
+        isTurned.assign(before.size(), false);
+        for (std::size_t t = 0; t < before.size(); ++t) {
+            isTurned[t] = surface.triangles[t][1] != before[t][1];
+            if (isTurned[t]) {
+                std::swap(cornerNormals[t][1], cornerNormals[t][2]);
+            }
+        }
+    }
+
+    // Where both triangles have normals of smooth shapes, those tell where it has an edge.
+    void takeGivenEdges(KivLoopSurface& surface) const {
+        const auto normalAt = [&](std::uint32_t t, std::uint32_t p) -> const KivVec& {
+            const Triangle& c = surface.triangles[t];
+            return cornerNormals[t][c[0] == p ? 0 : c[1] == p ? 1 : 2];
+        };
+        for (std::size_t e = 0; e < surface.sharp.size(); ++e) {
+            const KivShapeEdge& edge = surface.adjacency.edges[e];
+            if (edge.second == KivShapeEdge::none || edge.junction) {
+                continue;
+            }
+            bool areGiven = true;
+            bool isSplit = false;
+            for (const std::uint32_t p : {edge.a, edge.b}) {
+                const KivVec& m = normalAt(edge.first, p);
+                const KivVec& n = normalAt(edge.second, p);
+                areGiven = areGiven && kivDot(m, m) > 0.0 && kivDot(n, n) > 0.0;
+                isSplit = isSplit || kivDot(m, n) < splitCosine;
+            }
+            surface.sharp[e] = areGiven ? (isSplit ? 1 : 0) : surface.sharp[e];
         }
     }
 
@@ -329,10 +376,7 @@ private:
 
     // Each step leaves a quarter of the rise.
     int stepsFor(const KivLoopSurface& surface) const {
-        if (hasFlatFaces(surface)) {
-            return 0;
-        }
-        const double rise = riseByTriangles(surface, view);
+        const double rise = kivRiseByTriangles(surface, view);
         int steps = 0;
         std::size_t triangles = surface.triangles.size();
         for (double left = rise; left > tolerance && steps < mostSteps && triangles * 4 <= mostTriangles;
@@ -343,28 +387,49 @@ private:
         return steps;
     }
 
+    // What lies at the corners of the divided triangles of a mesh; the first is that of the group with that number.
+    CornerPaint paintOf(std::uint32_t i, std::size_t first, int steps) const {
+        const KivMesh& mesh = *requests[i].mesh;
+        const std::shared_ptr<const KivMeshPaint> paint = kivMeshPaint(mesh);
+        CornerPaint corners;
+        if (paint == nullptr || paint->coordinates.size() != mesh.getNumVertexs()) {
+            return corners;
+        }
+        for (std::size_t t = 0; t < surfaces[i].triangles.size(); ++t) {
+            unsigned int corner[3] = {0, 0, 0};
+            mesh.getTriangle(corner, surfaces[i].sources[t]);
+            if (isTurned[first + t]) {
+                std::swap(corner[1], corner[2]);
+            }
+            corners.push_back(
+                {paint->coordinates[corner[0]], paint->coordinates[corner[1]], paint->coordinates[corner[2]]});
+        }
+        for (int step = 0; step < steps; ++step) {
+            corners = dividedPaint(corners);
+        }
+        return corners;
+    }
+
+    // paint: empty for a mesh of one colour.
     std::unique_ptr<KivMesh> meshOf(const KivMesh& source, const KivLoopLimit& limit, std::size_t first,
-                                    std::size_t count) {
+                                    std::size_t count, const CornerPaint& paint) {
         auto mesh = std::make_unique<KivMesh>();
         static_cast<Kiv3DObject&>(*mesh) = source;
         KivMaterial material;
         material = *source.getMaterial();
         mesh->setMaterial(material);
-        vertexOf.assign(limit.points.size(), none);
+        VertexMaker maker(limit, *mesh, vertexOf);
         mesh->reserveTriangles(static_cast<unsigned int>(count));
-        for (std::size_t t = first; t < first + count; ++t) {
+        for (std::size_t t = 0; t < count; ++t) {
             unsigned int corner[3] = {0, 0, 0};
             for (std::size_t k = 0; k < 3; ++k) {
-                std::uint32_t& vertex = vertexOf[limit.triangles[t][k]];
-                if (vertex == none) {
-                    vertex = mesh->getNumVertexs();
-                    const KivVec& p = limit.points[limit.triangles[t][k]];
-                    const KivVec& n = limit.normals[limit.triangles[t][k]];
-                    mesh->addVertex(Kiv3DPoint(p.x, p.y, p.z), Kiv3DVector(n.x, n.y, n.z));
-                }
-                corner[k] = vertex;
+                const std::uint32_t at = limit.triangles[first + t][k];
+                corner[k] = paint.empty() ? maker.vertexAt(at) : maker.vertexAt(at, paint[t][k]);
             }
             mesh->addTriangle(corner[0], corner[1], corner[2]);
+        }
+        if (!paint.empty()) {
+            maker.setPaint(source);
         }
         return mesh;
     }
@@ -372,12 +437,16 @@ private:
     const std::vector<KivShapeRequest>& requests;
     const KivShapeView& view;
     std::vector<bool> isPart;
+    std::vector<KivShapeNormals> normalsOf; // of each request
     std::vector<KivSurface> surfaces;
     std::vector<std::uint32_t> firstPoint; // of each request
     std::vector<std::uint32_t> place;      // of each point
     std::vector<std::uint32_t> pointOf;    // in the surface at hand, of each place
     std::vector<std::uint32_t> vertexOf;   // in the mesh at hand, of each vertex of the limit surface
     std::vector<std::uint32_t> parent;
+    std::vector<std::uint32_t> members;               // of the group at hand
+    std::vector<std::array<KivVec, 3>> cornerNormals; // of its triangles; zero where they tell nothing
+    std::vector<bool> isTurned;                       // of its triangles
     std::vector<std::unique_ptr<KivMesh>> result;
 };
 

@@ -1,9 +1,11 @@
 // The smooth surface under meshes whose triangles show in the picture.
 //
 // A mesh that brings no normals of its own stands for the limit surface of Loop's subdivision over it
-// (kivloopsurface.h), sharp along the edges of the shape (kivshapecreases.h) and ending at its borders. Meshes that
-// share points are parts of one surface: it runs on from one to the next, and their border is a curve on it. A model
-// that names its edges, or whose normals say more than its triangles, stays as it is.
+// (kivloopsurface.h), sharp along the edges of the shape (kivshapecreases.h) and ending at its borders. So does one
+// whose normals a file brings and which say no more than its triangles (kivshapenormals.h). Meshes that share points
+// are parts of one surface: it runs on from one to the next, and their border is a curve on it. Textures and colours at
+// vertices run straight over each triangle, as they did. A model that names its edges, or whose normals say more than
+// its triangles or come from a host, stays as it is.
 #ifndef KIVRENDER_GEOMETRY_KIVSMOOTHSHAPE_H
 #define KIVRENDER_GEOMETRY_KIVSMOOTHSHAPE_H
 
@@ -38,7 +40,8 @@ struct KivShapeRequest {
 // of the mesh lie within a fraction of a pixel of the smooth surface, as those of a fine mesh do, and where the mesh
 // stays as it is. Empty if that is so for all, which a look at some thousand triangles tells.
 //
-// Triangles come in the order of those that they stand in for, each becoming the same number. Costs and takes memory in
+// Triangles come in the order of those that they stand in for, each becoming the same number; one each where a fine
+// mesh only had flat normals. Costs and takes memory in
 // proportion to the triangles of the result.
 KIV_API std::vector<std::unique_ptr<KivMesh>> kivSmoothShapes(const std::vector<KivShapeRequest>& requests,
                                                               const KivShapeView& view);

@@ -50,7 +50,7 @@ KivMesh::KivMesh(const KivMesh& source) : Kiv3DObject() {
         boundingBox = std::make_unique<KivBox>(*box);
     }
     kivSetMeshEdges(*this, kivPlacedMeshEdges(source));
-    kivSetNormalsFromTriangles(*this, kivHasNormalsFromTriangles(source));
+    kivSetNormalsFrom(*this, kivNormalsFrom(source));
     kivSetMeshNoise(*this, kivMeshNoise(source));
     kivSetMeshPaint(*this, kivMeshPaint(source));
 }
@@ -71,7 +71,7 @@ KivMesh& KivMesh::operator=(const KivMesh& other) {
     vertexsFaces.reset();
     boundingBox = other.boundingBox != nullptr ? std::make_unique<KivBox>(*other.boundingBox) : nullptr;
     kivSetMeshEdges(*this, kivPlacedMeshEdges(other));
-    kivSetNormalsFromTriangles(*this, kivHasNormalsFromTriangles(other));
+    kivSetNormalsFrom(*this, kivNormalsFrom(other));
     kivSetMeshNoise(*this, kivMeshNoise(other));
     kivSetMeshPaint(*this, kivMeshPaint(other));
     return *this;

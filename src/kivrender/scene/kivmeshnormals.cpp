@@ -4,8 +4,8 @@
 
 namespace {
 
-KivMeshTable<bool>& registry() {
-    static auto& instance = *new KivMeshTable<bool>;
+KivMeshTable<KivNormalsFrom>& registry() {
+    static auto& instance = *new KivMeshTable<KivNormalsFrom>;
     return instance;
 }
 
@@ -16,12 +16,20 @@ KivMeshTable<KivMeshNoise>& noises() {
 
 } // namespace
 
+void kivSetNormalsFrom(const KivMesh& mesh, KivNormalsFrom source) {
+    registry().set(mesh, source);
+}
+
 void kivSetNormalsFromTriangles(const KivMesh& mesh, bool fromTriangles) {
-    registry().set(mesh, fromTriangles);
+    kivSetNormalsFrom(mesh, fromTriangles ? KivNormalsFrom::triangles : KivNormalsFrom::host);
+}
+
+KivNormalsFrom kivNormalsFrom(const KivMesh& mesh) {
+    return registry().get(mesh);
 }
 
 bool kivHasNormalsFromTriangles(const KivMesh& mesh) {
-    return registry().get(mesh);
+    return kivNormalsFrom(mesh) == KivNormalsFrom::triangles;
 }
 
 void kivSetMeshNoise(const KivMesh& mesh, const KivMeshNoise& noise) {

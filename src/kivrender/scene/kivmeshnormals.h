@@ -1,5 +1,6 @@
-// Whether a mesh has its normals from its own triangles, as an importer makes them for files that bring none. Such
-// normals tell nothing of the shape that the triangles do not: it may be found anew, by other rules.
+// Where a mesh has its normals from. Those that an importer made of the triangles, for files that bring none, tell
+// nothing of the shape that the triangles do not: it may be found anew, by other rules. Those of a file may be no more
+// than that. A host's own are its word on the shape.
 //
 // The mark lies beside the mesh and not in it, so that the mesh keeps its binary form. Copies of a mesh have it too.
 #ifndef KIVRENDER_SCENE_KIVMESHNORMALS_H
@@ -7,12 +8,18 @@
 
 #include "kivrender/platform/kivexport.h"
 
+#include <cstdint>
+
 class KivMesh;
 
-// The mesh forgets it when it is deleted or is assigned to. May be called from several threads, for different meshes.
-KIV_API void kivSetNormalsFromTriangles(const KivMesh& mesh, bool fromTriangles);
+enum class KivNormalsFrom : std::uint8_t { host, file, triangles };
 
-// Costs a look into a table; loops keep the answer.
+// The mesh forgets it when it is deleted or is assigned to. May be called from several threads, for different meshes.
+KIV_API void kivSetNormalsFrom(const KivMesh& mesh, KivNormalsFrom source);
+KIV_API void kivSetNormalsFromTriangles(const KivMesh& mesh, bool fromTriangles); // else from the host
+
+// Cost a look into a table; loops keep the answer.
+KIV_API KivNormalsFrom kivNormalsFrom(const KivMesh& mesh);
 KIV_API bool kivHasNormalsFromTriangles(const KivMesh& mesh);
 
 // The same for a mesh that stands in the place of a coarser one: its normals run evenly over what was noise.

@@ -70,7 +70,7 @@ const KivSettingInfo table[numSettings] = {
     {"CastShadowColour", KivSettingType::Colour, 0, 0xFFFFFF, 0xFFFFFF,
      L"What cast shadows are tinted with; white leaves them in the tone of the darkest band", nullptr},
     {"SmoothShape", KivSettingType::Bool, 0, 1, 1,
-     L"Meshes without normals are drawn as the smooth surface that they stand for", nullptr},
+     L"Coarse and noisy meshes are drawn as the smooth surface that they stand for", nullptr},
     {"Textures", KivSettingType::Bool, 0, 1, 1,
      L"Textures and colours at vertices show; without it each material has their mean colour", nullptr},
     {"TextureColours", KivSettingType::Int, 0, 64, 0, L"Flat colours that a texture is reduced to; 0 shows it as it is",

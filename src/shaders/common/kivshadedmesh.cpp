@@ -135,10 +135,11 @@ KivShadedMesh kivReadShadedMesh(const KivMesh& mesh, double creaseAngle) {
 double kivNoiseOf(const KivShadedMesh& model, double usualSide) {
     // Roughness of a mesh whose triangles are large in the picture is its shape; the more so of one that was coarse
     // enough to be divided, as its bends are those of a few triangles.
-    const bool isDivided = model.noise.divisions > 0.0;
-    const double side = isDivided ? 4.0 * usualSide * model.noise.divisions : usualSide;
+    const double divisions = model.noise.divisions;
+    const double side = divisions > 1.0 ? 4.0 * usualSide * divisions : usualSide;
     const double share = std::clamp(2.0 - side / kivNoiseReach, 0.0, 1.0);
-    return share > 0.0 ? share * (isDivided ? model.noise.noise : kivNormalNoise(model.normals, model.triangles)) : 0.0;
+    return share > 0.0 ? share * (divisions > 0.0 ? model.noise.noise : kivNormalNoise(model.normals, model.triangles))
+                       : 0.0;
 }
 
 double kivEvenReach(double pixels, double noise) {

@@ -50,7 +50,7 @@ const KivSettingInfo table[numSettings] = {
     {"Intersections", KivSettingType::Bool, 0, 1, 1, L"Lines where surfaces run into each other without a common edge",
      nullptr},
     {"SmoothShape", KivSettingType::Bool, 0, 1, 1,
-     L"Without a base look, meshes without normals are drawn as the smooth surface that they stand for", nullptr},
+     L"Without a base look, coarse and noisy meshes are drawn as the smooth surface that they stand for", nullptr},
 };
 
 } // namespace

@@ -1,0 +1,90 @@
+#include "kivrender/geometry/kivflatfaces.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <numeric>
+#include <vector>
+
+namespace {
+
+using Triangle = KivSurface::Triangle;
+
+// Triangles in a plane with two neighbours: at least so many and such a share.
+constexpr std::size_t leastFlat = 48;
+constexpr double flatShare = 0.1;
+constexpr double flatCosine = 0.999998; // a tenth of a degree
+// A large face has so much of the surface and so many times the area of most faces; together they have that share.
+constexpr double largePart = 0.02;
+constexpr double largeTimes = 10.0;
+constexpr double largeShare = 0.2;
+
+class FaceFinder {
+public:
+    explicit FaceFinder(const KivLoopSurface& s)
+        : surface(s), parent(s.triangles.size()), inPlane(s.triangles.size(), 0) {
+        std::iota(parent.begin(), parent.end(), 0U);
+        for (const Triangle& c : surface.triangles) {
+            const KivVec& a = surface.points[c[0]];
+            const KivVec across = kivCross(surface.points[c[1]] - a, surface.points[c[2]] - a);
+            normals.push_back(kivUnit(across));
+            areas.push_back(0.5 * kivLength(across));
+        }
+        for (const KivShapeEdge& edge : surface.adjacency.edges) {
+            const bool isPair = edge.second != KivShapeEdge::none && !edge.junction;
+            if (isPair && kivDot(normals[edge.first], normals[edge.second]) > flatCosine) {
+                ++inPlane[edge.first];
+                ++inPlane[edge.second];
+                parent[find(edge.first)] = find(edge.second);
+            }
+        }
+    }
+
+    bool hasManyInPlane() const {
+        const auto flat = static_cast<std::size_t>(
+            std::count_if(inPlane.begin(), inPlane.end(), [](std::uint32_t neighbours) { return neighbours >= 2; }));
+        return flat >= leastFlat && static_cast<double>(flat) >= flatShare * static_cast<double>(inPlane.size());
+    }
+
+    bool hasLargeFaces() {
+        std::vector<double> faces(parent.size(), 0.0);
+        for (std::uint32_t t = 0; t < parent.size(); ++t) {
+            faces[find(t)] += areas[t];
+        }
+        faces.erase(std::remove(faces.begin(), faces.end(), 0.0), faces.end());
+        if (faces.empty()) {
+            return false;
+        }
+        const auto middle = faces.begin() + static_cast<std::ptrdiff_t>(faces.size() / 2);
+        std::nth_element(faces.begin(), middle, faces.end());
+        const double usual = *middle;
+        const double all = std::accumulate(faces.begin(), faces.end(), 0.0);
+        double large = 0.0;
+        for (const double area : faces) {
+            large += area > std::max(largePart * all, largeTimes * usual) ? area : 0.0;
+        }
+        return large > largeShare * all;
+    }
+
+private:
+    std::uint32_t find(std::uint32_t t) {
+        while (parent[t] != t) {
+            parent[t] = parent[parent[t]];
+            t = parent[t];
+        }
+        return t;
+    }
+
+    const KivLoopSurface& surface;
+    std::vector<KivVec> normals;
+    std::vector<double> areas;
+    std::vector<std::uint32_t> parent;
+    std::vector<std::uint32_t> inPlane; // of each triangle, how many neighbours
+};
+
+} // namespace
+
+bool kivHasFlatFaces(const KivLoopSurface& surface) {
+    FaceFinder finder(surface);
+    return finder.hasManyInPlane() || finder.hasLargeFaces();
+}

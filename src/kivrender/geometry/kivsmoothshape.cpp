@@ -229,7 +229,7 @@ private:
         }
         orient(surface);
         surface.sharp = kivShapeCreases(surface.points, surface.triangles, surface.adjacency, smoothAngle);
-        takeGivenEdges(surface);
+        addGivenEdges(surface);
         markTurned(surface);
         findCorners(surface);
         if (kivHasFlatFaces(surface)) {
@@ -301,8 +301,9 @@ private:
         }
     }
 
-    // Where both triangles have normals of smooth shapes, those tell where it has an edge.
-    void takeGivenEdges(KivLoopSurface& surface) const {
+    // Where both triangles have normals of smooth shapes, an edge of the shape parts them. Many programs part none, and
+    // leave the rest to the bends.
+    void addGivenEdges(KivLoopSurface& surface) const {
         const auto normalAt = [&](std::uint32_t t, std::uint32_t p) -> const KivVec& {
             const Triangle& c = surface.triangles[t];
             return cornerNormals[t][c[0] == p ? 0 : c[1] == p ? 1 : 2];
@@ -312,15 +313,12 @@ private:
             if (edge.second == KivShapeEdge::none || edge.junction) {
                 continue;
             }
-            bool areGiven = true;
-            bool isSplit = false;
             for (const std::uint32_t p : {edge.a, edge.b}) {
                 const KivVec& m = normalAt(edge.first, p);
                 const KivVec& n = normalAt(edge.second, p);
-                areGiven = areGiven && kivDot(m, m) > 0.0 && kivDot(n, n) > 0.0;
-                isSplit = isSplit || kivDot(m, n) < splitCosine;
+                const bool areGiven = kivDot(m, m) > 0.0 && kivDot(n, n) > 0.0;
+                surface.sharp[e] |= areGiven && kivDot(m, n) < splitCosine ? 1 : 0;
             }
-            surface.sharp[e] = areGiven ? (isSplit ? 1 : 0) : surface.sharp[e];
         }
     }
 

@@ -57,6 +57,15 @@ TEST(CommandLine, DefaultsOfRender) {
     EXPECT_FALSE(options.quiet || options.depthImage || options.timings || options.demo);
 }
 
+TEST(CommandLine, ModelsMayStandBehindOptions) {
+    for (const RenderOptions& options :
+         {render({"-o", "a.png", "a.obj", "b.obj"}), render({"-q", "--output=a.png", "a.obj", "-s", "8x6", "b.obj"}),
+          render({"a.obj", "--up", "0,-1,0", "b.obj", "-o", "a.png"})}) {
+        EXPECT_EQ(options.models, (std::vector<std::string>{"a.obj", "b.obj"}));
+        EXPECT_EQ(options.outputs, std::vector<std::string>{"a.png"});
+    }
+}
+
 TEST(CommandLine, EveryOptionOfRender) {
     const RenderOptions o = render({"a.obj",
                                     "b.obj",

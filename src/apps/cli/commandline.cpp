@@ -43,10 +43,11 @@ void declare(CLI::App& app, std::span<const OptionInfo> options, Words& words) {
             continue;
         }
         const auto store = [&words, name](const std::vector<std::string>& values) { words.options[name] = values; };
-        // One value each time it is given, whatever the value looks like: coordinates may begin with a minus.
+        // One value each time it is given, whatever the value looks like: coordinates may begin with a minus. CLI11
+        // takes the words behind it for values too, models among them, unless there may be as many as it can count.
         app.add_option_function<std::vector<std::string>>(flagsOf(option), store)
             ->type_size(1)
-            ->expected(1, 1 << 20)
+            ->expected(1, CLI::detail::expected_max_vector_size)
             ->allow_extra_args(false)
             ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
     }

@@ -1,9 +1,12 @@
 #include "apps/cli/animatecommand.h"
 
 #include "apps/cli/camerapath.h"
+#include "apps/cli/clusterwork.h"
+#include "apps/cli/contenthash.h"
 #include "apps/cli/exitstatus.h"
 #include "apps/cli/filmwriter.h"
 #include "apps/cli/outputfile.h"
+#include "apps/cli/progressbar.h"
 #include "apps/cli/rendercommand.h"
 #include "apps/cli/turntable.h"
 #include "kivrender/platform/kivimage.h"
@@ -15,6 +18,7 @@
 #include <chrono>
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <memory>
 #include <numbers>
@@ -31,10 +35,12 @@ struct FilmOptions {
     double seconds = 0.0;
     double turn = 360.0; // degrees
     std::optional<CameraPath> path;
-    std::size_t from = 0; // frames
-    std::size_t to = 0;   // behind the last one
+    std::vector<std::size_t> frames; // those to draw
     bool keepsPart = false;
     bool quiet = false;
+    bool onCluster = false;
+    ClusterOptions cluster;
+    std::string task; // the folder of the work that this process is a task of; empty for none
 };
 
 double number(const Words& words, const char* name, double initial, double least, double most) {
@@ -71,11 +77,15 @@ std::string frameName(const std::string& pattern, std::size_t frame) {
     return pattern.substr(0, at) + digits + pattern.substr(end + 1);
 }
 
+bool isFilm(const std::string& output) {
+    return FilmWriter::isFilmName(output) && output.find('%') == std::string::npos;
+}
+
 void checkOutput(const std::string& output) {
     if (output.empty()) {
         throw UsageError("-o FILE is needed: film.mp4, film.webm, film.gif or frames/%04d.png");
     }
-    if (FilmWriter::isFilmName(output) && output.find('%') == std::string::npos) {
+    if (isFilm(output)) {
         return;
     }
     const std::string name = frameName(output, 1);
@@ -107,22 +117,29 @@ FilmOptions readOptions(const Words& words) {
     if (frames > mostFrames) {
         throw UsageError("that would be more than a million frames");
     }
-    options.from = static_cast<std::size_t>(number(words, "from", 0, 0, mostFrames));
-    options.to = static_cast<std::size_t>(number(words, "to", frames - 1, 0, mostFrames)) + 1;
-    options.to = std::min(options.to, static_cast<std::size_t>(frames));
-    if (options.from >= options.to) {
+    const auto first = static_cast<std::size_t>(number(words, "from", 0, 0, mostFrames));
+    const auto last = static_cast<std::size_t>(number(words, "to", frames - 1, 0, mostFrames));
+    for (std::size_t frame = first; frame <= last && frame < static_cast<std::size_t>(frames); ++frame) {
+        options.frames.push_back(frame);
+    }
+    if (options.frames.empty()) {
         throw UsageError("--from and --to leave no frame");
     }
     options.keepsPart = words.has("keep-part");
     options.quiet = words.has("quiet");
+    options.onCluster = words.has("slurm");
+    options.cluster = parseClusterOptions(words);
+    options.task = words.value("slurm-task").value_or("");
     return options;
 }
 
 // How the camera moves, and where the pictures go.
 class Film : public FrameMaker {
 public:
-    Film(const FilmOptions& wanted, const RenderOptions& renderOptions) : options(wanted), render(renderOptions) {
-        if (isFilm()) {
+    // task: gets each frame that is drawn; may be null.
+    Film(const FilmOptions& wanted, const RenderOptions& renderOptions, ClusterTask* clusterTask = nullptr)
+        : options(wanted), render(renderOptions), task(clusterTask) {
+        if (isFilm(options.output)) {
             if (render.width % 2 != 0 || render.height % 2 != 0) {
                 throw UsageError("a film has an even width and height");
             }
@@ -137,7 +154,7 @@ public:
     }
 
     std::size_t count() const override {
-        return options.to - options.from;
+        return options.frames.size();
     }
 
     std::vector<Kiv3DPoint> framed(const std::vector<Kiv3DPoint>& points, const KivModel& model) const override {
@@ -150,12 +167,14 @@ public:
 
     ChosenView view(std::size_t index, const ChosenView& chosen, const std::vector<Kiv3DPoint>& points,
                     const KivModel& model) const override {
-        const auto frame = static_cast<double>(options.from + index);
+        begun = Clock::now();
+        const auto frame = static_cast<double>(options.frames[index]);
         return options.path ? viewOnPath(frame, chosen, points, model) : turnedView(frame, chosen, points, model);
     }
 
     std::string drawingName(std::size_t index) const override {
-        const std::string name = isFilm() ? std::string() : frameName(options.output, options.from + index);
+        const std::string name =
+            isFilm(options.output) ? std::string() : frameName(options.output, options.frames[index]);
         return isDrawingName(name) ? name : std::string();
     }
 
@@ -163,9 +182,16 @@ public:
         if (writer) {
             writer->add(picture);
         } else {
-            savePicture(frameName(options.output, options.from + index), picture);
+            savePicture(frameName(options.output, options.frames[index]), picture);
         }
         ++numTaken;
+    }
+
+    void drawn(std::size_t index) override {
+        if (task != nullptr) {
+            const std::chrono::duration<double> taken = Clock::now() - begun;
+            task->done(std::to_string(options.frames[index]), {taken.count(), ""});
+        }
     }
 
     void finish() override {
@@ -201,10 +227,6 @@ private:
     private:
         OutputFile output;
     };
-
-    bool isFilm() const {
-        return FilmWriter::isFilmName(options.output) && options.output.find('%') == std::string::npos;
-    }
 
     // The model turns and the camera stands: the camera goes round the other way, and its lights with it.
     ChosenView turnedView(double frame, const ChosenView& chosen, const std::vector<Kiv3DPoint>& points,
@@ -252,8 +274,12 @@ private:
         }
     }
 
+    using Clock = std::chrono::steady_clock;
+
     const FilmOptions& options;
     const RenderOptions& render;
+    ClusterTask* task;
+    mutable Clock::time_point begun; // of the frame
     std::unique_ptr<FilmFile> file;
     std::unique_ptr<FilmWriter> writer; // goes before the file
     std::size_t numTaken = 0;
@@ -263,7 +289,8 @@ private:
 Words pictureWords(const Words& words) {
     Words picture = words;
     picture.command = findCommand("render");
-    for (const char* own : {"turntable", "path", "fps", "seconds", "from", "to", "keep-part", "lang", "config"}) {
+    for (const char* own : {"turntable", "path", "fps", "seconds", "from", "to", "keep-part", "lang", "config", "slurm",
+                            "slurm-options", "task-seconds", "slurm-task"}) {
         picture.options.erase(own);
     }
     picture.options["output"] = {"frame.png"};
@@ -274,6 +301,105 @@ Words pictureWords(const Words& words) {
     return picture;
 }
 
+// --- on a cluster
+
+std::string clusterFrames(const std::string& folder) {
+    return folder + "/frame-%06d.png";
+}
+
+// Another film, another folder: what its tasks have drawn is of no use to this one.
+std::string clusterFolder(const FilmOptions& options, const Words& words) {
+    ContentHash hash;
+    hash.addText(SELVARIN_VERSION);
+    for (const auto& [name, values] : pictureWords(words).options) {
+        const OptionInfo* const option = findOption(words.command->options, name);
+        for (const std::string& value : values) {
+            hash.addText(name + "=" + value);
+            if (option != nullptr && option->completes == Completes::file) {
+                hash.addFile(value);
+            }
+        }
+    }
+    for (const char* const name : {"turntable", "path", "fps", "seconds"}) {
+        hash.addText(words.value(name).value_or(""));
+    }
+    if (const auto path = words.value("path")) {
+        hash.addFile(*path);
+    }
+    for (const std::string& model : words.arguments) {
+        hash.addText(model);
+        hash.addFile(model);
+    }
+    const fs::path output(isFilm(options.output) ? options.output : frameName(options.output, 0));
+    hash.addText(output.filename().string());
+    const fs::path place = output.parent_path();
+    return (place.empty() ? fs::path(".") : place).string() + "/.film-" + hash.digits().substr(0, 16);
+}
+
+int drawTask(FilmOptions options, const RenderOptions& render) {
+    ClusterTask task(options.task);
+    options.frames.clear();
+    for (const ClusterUnit& unit : task.units()) {
+        options.frames.push_back(static_cast<std::size_t>(std::atol(unit.id.c_str())));
+    }
+    if (options.frames.empty()) {
+        return statusDone;
+    }
+    if (isFilm(options.output)) {
+        options.output = clusterFrames(options.task);
+    }
+    Film film(options, render, &task);
+    return runFrames(render, film);
+}
+
+void joinFrames(Film& film, const std::vector<std::size_t>& frames, const std::string& folder) {
+    for (std::size_t i = 0; i < frames.size(); ++i) {
+        const std::string name = frameName(clusterFrames(folder), frames[i]);
+        const std::unique_ptr<KivImage> picture = KivImage::load(kivFromUtf8(name));
+        if (!picture) {
+            throw std::runtime_error("can't read \"" + name + "\"");
+        }
+        film.take(i, *picture);
+    }
+    film.finish();
+}
+
+int drawOnCluster(const FilmOptions& options, const RenderOptions& render, const Words& words) {
+    Film film(options, render);
+    catchInterrupts();
+    const std::string folder = clusterFolder(options, words);
+    ClusterWork work(folder, words, options.cluster);
+    std::vector<ClusterUnit> units;
+    for (const std::size_t frame : options.frames) {
+        units.push_back({std::to_string(frame), ""});
+    }
+    ProgressBar bar(ProgressBar::styleFor(options.quiet));
+    bar.restart(L"Drawing frames");
+    const bool isDone = work.run(units, [&](std::size_t count) {
+        bar.showDone(static_cast<double>(count) / static_cast<double>(units.size()));
+    });
+    bar.finish();
+    if (!isDone) {
+        return statusCancelled;
+    }
+    if (!work.problem().empty()) {
+        throw std::runtime_error("can't draw the frames: " + work.problem() + " (the logs are in \"" + folder + "\")");
+    }
+    if (isFilm(options.output)) {
+        joinFrames(film, options.frames, folder);
+    }
+    std::error_code ignored;
+    fs::remove_all(folder, ignored);
+    return statusDone;
+}
+
+void tell(const FilmOptions& options, const RenderOptions& render, double seconds) {
+    if (!options.quiet) {
+        std::printf("%s: %dx%d, %zu frames, %.1f s\n", options.output.c_str(), render.width, render.height,
+                    options.frames.size(), seconds);
+    }
+}
+
 } // namespace
 
 int runAnimate(const Words& words) {
@@ -282,15 +408,23 @@ int runAnimate(const Words& words) {
     if (render.noBackground) {
         throw UsageError("--background none is for single pictures");
     }
+    if (!options.task.empty()) {
+        return drawTask(options, render);
+    }
     const auto start = std::chrono::steady_clock::now();
-    Film film(options, render);
-    const int status = runFrames(render, film);
-    if (status == statusCancelled) {
-        film.finishPart();
-    } else if (!options.quiet) {
+    int status = statusDone;
+    if (options.onCluster) {
+        status = drawOnCluster(options, render, words);
+    } else {
+        Film film(options, render);
+        status = runFrames(render, film);
+        if (status == statusCancelled) {
+            film.finishPart();
+        }
+    }
+    if (status == statusDone) {
         const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;
-        std::printf("%s: %dx%d, %zu frames, %.1f s\n", options.output.c_str(), render.width, render.height,
-                    film.count(), taken.count());
+        tell(options, render, taken.count());
     }
     return status;
 }

@@ -1,11 +1,14 @@
 #include "apps/cli/cataloguecommand.h"
 
+#include "apps/cli/cataloguecrew.h"
 #include "apps/cli/cataloguejob.h"
 #include "apps/cli/cataloguereport.h"
 #include "apps/cli/cataloguetable.h"
 #include "apps/cli/catalogueworker.h"
+#include "apps/cli/clusterwork.h"
 #include "apps/cli/errorline.h"
 #include "apps/cli/exitstatus.h"
+#include "apps/cli/flatjson.h"
 #include "apps/cli/outputfile.h"
 #include "apps/cli/progressbar.h"
 #include "apps/cli/startup.h"
@@ -13,17 +16,12 @@
 
 #include <algorithm>
 #include <charconv>
-#include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <memory>
-#include <set>
 #include <sstream>
 #include <stdexcept>
 #include <thread>
-
-#include <poll.h>
 
 namespace fs = std::filesystem;
 
@@ -38,6 +36,9 @@ struct CatalogueOptions {
     std::vector<std::string> formats;
     bool again = false;
     bool quiet = false;
+    bool onCluster = false;
+    ClusterOptions cluster;
+    std::string task; // the folder of the work that this process is a task of; empty for none
 };
 
 unsigned int positiveNumber(const Words& words, const char* name, unsigned int initial, unsigned int most) {
@@ -84,56 +85,63 @@ CatalogueOptions readOptions(const Words& words) {
     options.formats = formatsOf(words);
     options.again = words.has("again");
     options.quiet = words.has("quiet");
+    options.onCluster = words.has("slurm");
+    options.cluster = parseClusterOptions(words);
+    options.task = words.value("slurm-task").value_or("");
     return options;
 }
 
 // The options that pictures share.
 Words pictureWords(const Words& words) {
     Words pictures = words;
-    for (const char* own : {"output", "jobs", "timeout", "format", "again", "quiet", "config", "lang"}) {
+    for (const char* own : {"output", "jobs", "timeout", "format", "again", "quiet", "config", "lang", "slurm",
+                            "slurm-options", "task-seconds", "slurm-task"}) {
         pictures.options.erase(own);
     }
     return pictures;
 }
 
-// A process that has ended but was not yet taken notice of still answers to signals.
-bool isAlive(int pid) {
-    std::ifstream status("/proc/" + std::to_string(pid) + "/stat");
-    std::string line;
-    if (!std::getline(status, line)) {
-        return kill(pid, 0) == 0 || errno != ESRCH;
+// --- a result on its way through a line
+
+ClusterResult clusterResult(const CatalogueResult& result) {
+    std::string text = "{\"status\": " + std::to_string(static_cast<int>(result.status)) +
+                       ", \"triangles\": " + std::to_string(result.triangles) + ", \"messages\": [";
+    for (std::size_t i = 0; i < result.messages.size(); ++i) {
+        text += (i > 0 ? ", " : "") + jsonText(result.messages[i]);
     }
-    const std::size_t behindName = line.rfind(')'); // the name may hold anything
-    const char state = behindName + 2 < line.size() ? line[behindName + 2] : 'X';
-    return state != 'Z' && state != 'X';
+    return {result.seconds, text + "]}"};
 }
 
-// What workers that were ended in the midst of a picture have left: files on their way to their names.
-void removeUnfinished(const std::vector<CatalogueJob>& jobs) {
-    std::set<fs::path> places;
-    for (const CatalogueJob& job : jobs) {
-        for (const std::string& output : job.options.outputs) {
-            places.insert(fs::path(output).parent_path());
-        }
-    }
-    constexpr std::string_view mark = ".selvarin-";
-    for (const fs::path& place : places) {
-        std::error_code problem;
-        for (fs::directory_iterator entry(place, problem), end; entry != end && !problem; entry.increment(problem)) {
-            const std::string name = entry->path().filename().string();
-            const int pid = name.starts_with(mark) ? std::atoi(name.c_str() + mark.size()) : 0;
-            if (pid > 0 && !isAlive(pid)) {
-                std::error_code ignored; // it may have gone meanwhile
-                fs::remove(entry->path(), ignored);
+CatalogueResult resultOfCluster(const ClusterResult& line) {
+    CatalogueResult result;
+    result.seconds = line.seconds;
+    try {
+        for (const auto& [name, values] : parseFlatJson(line.text)) {
+            if (name == "status") {
+                result.status = static_cast<CatalogueResult::Status>(std::stoi(values.at(0)));
+            } else if (name == "triangles") {
+                result.triangles = std::stoull(values.at(0));
+            } else if (name == "messages") {
+                result.messages = values;
             }
         }
+    } catch (const std::exception& error) {
+        result.status = CatalogueResult::Status::failed;
+        result.messages = {std::string("its result can't be read: ") + error.what()};
     }
+    return result;
+}
+
+// As many as Slurm gives the task.
+unsigned int cpusOfTask() {
+    const char* const text = std::getenv("SLURM_CPUS_PER_TASK");
+    return static_cast<unsigned int>(std::clamp(text != nullptr ? std::atoi(text) : 1, 1, 256));
 }
 
 class Catalogue {
 public:
-    Catalogue(const CatalogueOptions& wanted, const Words& words)
-        : options(wanted), bar(ProgressBar::styleFor(options.quiet)),
+    Catalogue(const CatalogueOptions& wanted, const Words& given)
+        : options(wanted), words(given), bar(ProgressBar::styleFor(options.quiet)),
           jobs(planCatalogue(readCatalogue(options.table), pictureWords(words), options.formats, makeFolder())),
           entries(jobs.size()), journal(options.folder) {}
 
@@ -143,7 +151,11 @@ public:
         chooseWork();
         catchInterrupts();
         bar.restart(L"Drawing the catalogue");
-        drawAll();
+        if (options.onCluster && !waiting.empty()) {
+            drawOnCluster();
+        } else {
+            drawAll();
+        }
         bar.finish();
         const std::chrono::duration<double> taken = CatalogueWorker::Clock::now() - start;
         writeReport(options.folder, jobs, entries, taken.count());
@@ -177,73 +189,52 @@ private:
             }
         }
         numToDraw = waiting.size();
-        std::reverse(waiting.begin(), waiting.end()); // taken from the back
     }
 
     void drawAll() {
-        const auto count = static_cast<unsigned int>(std::min<std::size_t>(options.numWorkers, waiting.size()));
-        const CatalogueWork work{jobs, options.folder, count};
-        workers.resize(count);
-        while (!isInterrupted()) {
-            bool isBusy = false;
-            for (auto& worker : workers) {
-                feed(worker, work);
-                isBusy = isBusy || (worker && worker->isBusy());
-            }
-            if (!isBusy) {
-                break;
-            }
-            collect();
+        CatalogueCrew crew(
+            jobs, options.folder, options.timeout,
+            [this](std::size_t job, const CatalogueResult& result) { take(job, result); }, [this] { showDone(); });
+        crew.draw(waiting, options.numWorkers);
+    }
+
+    // By the tasks of a job array. Failures stay with this run and do not go into the journal, as everywhere.
+    void drawOnCluster() {
+        const std::string place = options.folder + "/cluster";
+        ClusterWork work(place, words, options.cluster);
+        if (options.again) {
+            work.forget();
         }
-        // Those at work are ended in the midst of their pictures.
-        workers.clear();
+        std::vector<ClusterUnit> units;
+        for (const std::size_t job : waiting) {
+            units.push_back({jobs[job].key, std::to_string(jobs[job].row)});
+        }
+        work.run(units, [this](std::size_t count) {
+            numDrawn = count;
+            showDone();
+        });
+        const ClusterResults results = readClusterResults(place);
+        for (const std::size_t job : waiting) {
+            if (const auto found = results.find(jobs[job].key); found != results.end()) {
+                take(job, resultOfCluster(found->second));
+            } else if (!work.problem().empty()) {
+                CatalogueResult lost;
+                lost.messages.push_back(work.problem());
+                take(job, lost);
+            }
+        }
         removeUnfinished(jobs);
-    }
-
-    void feed(std::unique_ptr<CatalogueWorker>& worker, const CatalogueWork& work) {
-        if (waiting.empty() || (worker && worker->isBusy())) {
-            return;
-        }
-        if (!worker || !worker->isAlive()) {
-            worker = std::make_unique<CatalogueWorker>(work);
-        }
-        const std::size_t job = waiting.back();
-        waiting.pop_back();
-        if (!worker->start(job)) {
-            take(job, worker->giveUp(CatalogueResult::Status::crashed, ""));
+        if (work.problem().empty() && !isInterrupted()) {
+            std::error_code ignored;
+            fs::remove_all(place, ignored);
         }
     }
 
-    void collect() {
-        std::vector<pollfd> descriptors;
-        std::vector<CatalogueWorker*> busy;
-        for (const auto& worker : workers) {
-            if (worker && worker->isBusy()) {
-                descriptors.push_back({worker->descriptor(), POLLIN, 0});
-                busy.push_back(worker.get());
-            }
-        }
-        constexpr int pause = 200; // milliseconds, for time-outs and the bar
-        poll(descriptors.data(), descriptors.size(), pause);
-        for (std::size_t i = 0; i < busy.size(); ++i) {
-            const std::size_t job = busy[i]->currentJob();
-            if (descriptors[i].revents != 0) {
-                if (const auto result = busy[i]->collect()) {
-                    take(job, *result);
-                }
-            } else if (busy[i]->secondsAtWork() > options.timeout) {
-                const std::string why = "it took longer than " + std::to_string(static_cast<int>(options.timeout)) +
-                                        " seconds; --timeout gives more";
-                take(job, busy[i]->giveUp(CatalogueResult::Status::timedOut, why));
-            }
-        }
+    void showDone() {
         bar.showDone(static_cast<double>(numDrawn) / static_cast<double>(std::max<std::size_t>(1, numToDraw)));
     }
 
     void take(std::size_t job, const CatalogueResult& result) {
-        if (result.status == CatalogueResult::Status::cancelled) {
-            return;
-        }
         entries[job].result = result;
         entries[job].isDrawn = true;
         journal.add(jobs[job], result);
@@ -277,19 +268,52 @@ private:
     }
 
     const CatalogueOptions& options;
+    const Words& words;
     ProgressBar bar;
     std::vector<CatalogueJob> jobs;
     std::vector<CatalogueEntry> entries;
     CatalogueJournal journal;
     std::vector<std::size_t> waiting;
-    std::vector<std::unique_ptr<CatalogueWorker>> workers;
     std::size_t numToDraw = 0;
     std::size_t numDrawn = 0;
 };
+
+// One task of a job array. Its jobs are those rows that it has on its list, as long as they still are what they were:
+// a row that has changed since is the next run's.
+int drawTask(const CatalogueOptions& options, const Words& words) {
+    ClusterTask task(options.task);
+    const std::vector<CatalogueRow> rows = readCatalogue(options.table);
+    std::vector<CatalogueRow> own;
+    for (const ClusterUnit& unit : task.units()) {
+        const auto row = static_cast<std::size_t>(std::atol(unit.text.c_str()));
+        if (row < rows.size()) {
+            own.push_back(rows[row]);
+        }
+    }
+    const std::vector<CatalogueJob> jobs = planCatalogue(own, pictureWords(words), options.formats, options.folder);
+    std::vector<std::size_t> numbers;
+    for (std::size_t i = 0; i < jobs.size(); ++i) {
+        const bool isWanted = std::any_of(task.units().begin(), task.units().end(),
+                                          [&](const ClusterUnit& unit) { return unit.id == jobs[i].key; });
+        if (isWanted) {
+            numbers.push_back(i);
+        }
+    }
+    catchInterrupts();
+    CatalogueCrew crew(
+        jobs, options.folder, options.timeout,
+        [&](std::size_t job, const CatalogueResult& result) { task.done(jobs[job].key, clusterResult(result)); },
+        [] {});
+    crew.draw(numbers, cpusOfTask());
+    return isInterrupted() ? statusCancelled : statusDone;
+}
 
 } // namespace
 
 int runCatalogue(const Words& words) {
     const CatalogueOptions options = readOptions(words);
+    if (!options.task.empty()) {
+        return drawTask(options, words);
+    }
     return Catalogue(options, words).run();
 }

@@ -199,6 +199,7 @@ std::vector<CatalogueJob> planCatalogue(const std::vector<CatalogueRow>& rows, c
     jobs.reserve(rows.size());
     for (const CatalogueRow& row : rows) {
         jobs.push_back(planner.plan(row));
+        jobs.back().row = jobs.size() - 1;
     }
     return jobs;
 }

@@ -6,10 +6,12 @@
 #include "apps/cli/cataloguetable.h"
 #include "apps/cli/commandline.h"
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
 struct CatalogueJob {
+    std::size_t row = 0; // among the rows that were planned
     int line = 0;
     std::string model;                // as the report shows it
     std::vector<std::string> outputs; // relative to the catalogue's folder

@@ -166,6 +166,33 @@ constexpr std::array renderOptions{
     help,
 };
 
+constexpr OptionInfo slurmOption{
+    "slurm", 0,         "",
+    "",      "Cluster", false,
+    nothing, "",        "Draw on a Slurm cluster, as a job array. All nodes have to see the same folders."};
+constexpr OptionInfo slurmOptionsOption{
+    "slurm-options",
+    0,
+    "OPTIONS",
+    "",
+    "Cluster",
+    true,
+    nothing,
+    "",
+    "Options for sbatch, with blanks between them, such as \"--partition=short --mem=2G\". May be repeated."};
+constexpr OptionInfo taskSecondsOption{
+    "task-seconds",
+    0,
+    "SECONDS",
+    "60",
+    "Cluster",
+    false,
+    nothing,
+    "",
+    "How long a task of the array is to take: how much goes into one follows from measured times."};
+constexpr OptionInfo slurmTaskOption{
+    "slurm-task", 0, "DIR", "", "Cluster", false, folder, "", "What the tasks of --slurm are started with."};
+
 constexpr std::array ownCatalogueOptions{
     OptionInfo{"output", 'o', "DIR", "", "Catalogue", false, folder, "",
                "The folder for the pictures, report.json and index.html. It is made if it is not there."},
@@ -177,6 +204,10 @@ constexpr std::array ownCatalogueOptions{
                "A picture that takes longer is given up and reported."},
     OptionInfo{"again", 0, "", "", "Catalogue", false, nothing, "",
                "Draw everything, also what an earlier run has drawn and nothing has changed of."},
+    slurmOption,
+    slurmOptionsOption,
+    taskSecondsOption,
+    slurmTaskOption,
 };
 
 constexpr std::array ownAnimateOptions{
@@ -196,6 +227,10 @@ constexpr std::array ownAnimateOptions{
     OptionInfo{"demo", 0, "", "", "Film", false, nothing, "", "Film the built-in scene; no model is needed."},
     OptionInfo{"keep-part", 0, "", "", "Film", false, nothing, "",
                "After a cancel keep the film as far as it is drawn; without this there is none."},
+    slurmOption,
+    slurmOptionsOption,
+    taskSecondsOption,
+    slurmTaskOption,
 };
 
 // Such commands take all that render does, but for what is one picture's alone.

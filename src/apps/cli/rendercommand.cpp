@@ -175,6 +175,7 @@ private:
             if (!drawFrame(i, model, view.camera, triangles, maker, host)) {
                 return false;
             }
+            maker.drawn(i);
             showFrames(i + 1, maker.count(), Timings::milliseconds(Timings::Clock::now() - start) / 1000.0);
         }
         bar.finish();

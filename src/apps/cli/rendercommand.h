@@ -42,6 +42,8 @@ public:
     virtual std::string drawingName(std::size_t frame) const = 0;
     // Throws std::runtime_error.
     virtual void take(std::size_t frame, const KivImage& picture) = 0;
+    // A frame is in its place, picture or drawing.
+    virtual void drawn(std::size_t frame) = 0;
     // All frames are there.
     virtual void finish() = 0;
 };

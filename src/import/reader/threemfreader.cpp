@@ -162,7 +162,7 @@ private:
         if (name.empty()) {
             return parent;
         }
-        parts.nodes.push_back({name, parent});
+        parts.nodes.push_back({name, parent, {}});
         return static_cast<std::uint32_t>(parts.nodes.size() - 1);
     }
     // --- meshes ---

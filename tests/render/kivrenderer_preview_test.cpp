@@ -1,6 +1,7 @@
 // The small pictures that a dialog shows of its settings.
 #include "dialogs/samplepage.h"
 #include "kivrender/dialogs/kivpagedlg.h"
+#include "kivrender/dialogs/kivpropertiesdlg.h"
 #include "kivrender/settings/kivsettingstable.h"
 #include "render/renderfixture.h"
 
@@ -295,24 +296,24 @@ TEST_F(KivRendererPreviewScene, APreviewIsQuick) {
 #endif
 
 TEST_F(KivRendererPreviewScene, EachDialogSeesItsOwnPages) {
-    DialogToken one;
-    DialogToken two;
-    ASSERT_TRUE(page(L"Outline", one.get()).setText("Colour", "#0000ff"));
-    ASSERT_TRUE(page(L"Outline", two.get()).setText("Colour", "#00ff00"));
-    page(L"Cartoon", one.get());
-    ASSERT_TRUE(page(L"Cartoon", two.get()).setText("Bands", "1"));
-    ASSERT_TRUE(preview(one.get()));
+    KivPropertiesDlg one; // never opened
+    KivPropertiesDlg two;
+    ASSERT_TRUE(page(L"Outline", &one).setText("Colour", "#0000ff"));
+    ASSERT_TRUE(page(L"Outline", &two).setText("Colour", "#00ff00"));
+    page(L"Cartoon", &one);
+    ASSERT_TRUE(page(L"Cartoon", &two).setText("Bands", "1"));
+    ASSERT_TRUE(preview(&one));
     EXPECT_GT(countPixels(surface, 0xFF0000), 100) << "blue";
     EXPECT_EQ(countPixels(surface, 0x00FF00), 0);
     const std::vector<std::uint8_t> first = picture();
-    ASSERT_TRUE(preview(two.get()));
+    ASSERT_TRUE(preview(&two));
     EXPECT_EQ(countPixels(surface, 0xFF0000), 0);
     EXPECT_GT(countPixels(surface, 0x00FF00), 100) << "green";
-    ASSERT_TRUE(preview(one.get()));
+    ASSERT_TRUE(preview(&one));
     EXPECT_EQ(picture(), first);
     for (const wchar_t* tag : {L"Cartoon", L"Outline"}) {
-        KivShader::getByTag(tag)->destroyPages(one.get());
-        KivShader::getByTag(tag)->destroyPages(two.get());
+        KivShader::getByTag(tag)->destroyPages(&one);
+        KivShader::getByTag(tag)->destroyPages(&two);
     }
 }
 

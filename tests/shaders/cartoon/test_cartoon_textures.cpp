@@ -1,6 +1,7 @@
 // Textures and colours at vertices in the picture of the cartoon shader.
 #include "../picture.h"
 #include "kivrender/scene/kivmeshpaint.h"
+#include "kivrender/shadow/kivshadows.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -140,8 +141,8 @@ TEST_F(CartoonTextures, LayersAddUpToTheLook) {
     settings.setShadows(true);
     KivNonCombinableShader& cartoon = shaders.cartoon();
     cartoon.prepareObjectRendering(settings, &scene);
-    KivShadows* const none = nullptr;
-    cartoon.renderMeshDepth(square, settings, &scene, *none, camera, false);
+    KivShadows none;
+    cartoon.renderMeshDepth(square, settings, &scene, none, camera, false);
     glDisable(GL_STENCIL_TEST);
     cartoon.renderMeshPass(square, nullptr, 0, 2, settings, &scene, 1, camera, false);
     for (int light = 0; light < 2; ++light) {

@@ -91,3 +91,22 @@ TEST_F(QuickLook, WithoutStrokesNothingChanges) {
     EXPECT_TRUE(quickLook(look).shares(look));
     EXPECT_EQ(quickLook(StudioLook()), StudioLook());
 }
+
+TEST(LookParts, OfALookAreFoundAndLeftOut) {
+    const StudioLook look = lookOf(L"Backdrop;Sketch;Outline;");
+    EXPECT_TRUE(partsOf(look).backdrop);
+    EXPECT_TRUE(partsOf(look).lines);
+    LookParts wanted;
+    wanted.lines = false;
+    EXPECT_EQ(addedIn(withParts(look, wanted)), L"CombinableShader:Backdrop;");
+    EXPECT_FALSE(partsOf(withParts(look, wanted)).lines);
+    wanted = {};
+    wanted.backdrop = false;
+    EXPECT_EQ(addedIn(withParts(look, wanted)), L"CombinableShader:Sketch;Outline;");
+    EXPECT_FALSE(partsOf(withParts(look, wanted)).backdrop);
+    wanted = {};
+    wanted.base = false;
+    EXPECT_FALSE(partsOf(withParts(look, wanted)).base);
+    EXPECT_EQ(withParts(look, {}).getCells().size(), look.getCells().size());
+    EXPECT_FALSE(partsOf(StudioLook()).base);
+}

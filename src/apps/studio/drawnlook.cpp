@@ -2,6 +2,7 @@
 
 #include "kivrender/settings/kivstreamhead.h"
 #include "kivrender/shader/kivshader.h"
+#include "kivrender/shader/kivshadersettings.h"
 
 #include <algorithm>
 #include <string>
@@ -13,6 +14,7 @@ using Cells = std::vector<KivProperty>;
 constexpr const wchar_t* backdropTag = L"Backdrop";
 constexpr const wchar_t* outlineTag = L"Outline";
 constexpr const wchar_t* sketchTag = L"Sketch";
+constexpr const char* highlightKey = "Highlight";
 
 std::wstring textOf(const KivProperty& cell) {
     std::wstring text;
@@ -42,6 +44,20 @@ const KivProperty* mainColour(const Cells& cells, const std::wstring& tag) {
         return nullptr;
     }
     return nullptr;
+}
+
+// The cell that switches highlights of the base look, or its place; none without such a switch.
+std::optional<std::size_t> highlightCell(const Cells& cells, const std::wstring& tag) {
+    int count = 0;
+    const KivSettingInfo* const table = kivShaderSettings(KivShader::getByTag(tag.c_str()), &count);
+    const int index = table != nullptr ? kivFindSetting(table, count, highlightKey) : -1;
+    for (std::size_t i = kivStreamHeadCells; index >= 0 && i < cells.size(); ++i) {
+        if (textOf(cells[i]) == tag) {
+            const std::size_t place = i + 2 + static_cast<std::size_t>(index);
+            return place < cells.size() ? std::optional(place) : std::nullopt;
+        }
+    }
+    return std::nullopt;
 }
 
 } // namespace
@@ -80,4 +96,31 @@ StudioLook quickLook(const StudioLook& look) {
 StudioLook bareLook(const StudioLook& look) {
     KivStreamHead head = headOf(look);
     return head.remove(backdropTag) ? StudioLook(kivWithStreamHead(look.getCells(), head)) : look;
+}
+
+LookParts partsOf(const StudioLook& look) {
+    const KivStreamHead head = headOf(look);
+    LookParts parts;
+    parts.base = !head.nonCombinable.empty();
+    parts.backdrop = head.has(backdropTag);
+    parts.lines = head.combinables.size() > (parts.backdrop ? 1U : 0U);
+    parts.highlights = false;
+    if (const auto cell = highlightCell(look.getCells(), head.nonCombinable)) {
+        look.getCells()[*cell].getValue(parts.highlights);
+    }
+    return parts;
+}
+
+StudioLook withParts(const StudioLook& look, const LookParts& wanted) {
+    KivStreamHead head = headOf(look);
+    Cells cells = look.getCells();
+    if (const auto cell = highlightCell(cells, head.nonCombinable); cell && !wanted.highlights) {
+        cells[*cell].setValue(false);
+    }
+    if (!wanted.base) {
+        head.nonCombinable.clear();
+    }
+    std::erase_if(head.combinables,
+                  [&wanted](const std::wstring& tag) { return tag == backdropTag ? !wanted.backdrop : !wanted.lines; });
+    return kivWithStreamHead(cells, head);
 }

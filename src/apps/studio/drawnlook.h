@@ -17,4 +17,16 @@ StudioLook quickLook(const StudioLook& look);
 // The look without what it paints behind the model.
 StudioLook bareLook(const StudioLook& look);
 
+// What of a look a layer of the picture shows.
+struct LookParts {
+    bool base = true;
+    bool backdrop = true;
+    bool lines = true; // whatever is laid over surfaces
+    bool highlights = true;
+};
+
+LookParts partsOf(const StudioLook& look);
+// The look without the parts that are not wanted.
+StudioLook withParts(const StudioLook& look, const LookParts& wanted);
+
 #endif

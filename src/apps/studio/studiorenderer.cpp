@@ -78,7 +78,7 @@ KivCommonSettings StudioRenderer::settingsFor(const StudioState& state, Purpose 
 
 bool StudioRenderer::renderOnce(const StudioModel& model, const StudioState& state, QSize size, Purpose purpose,
                                 KivCommonSettings settings) {
-    KivScene scene = model.scene(state, purpose == Purpose::motion);
+    KivScene scene = drawsScene ? model.scene(state, purpose == Purpose::motion) : KivScene();
     const double aspect = static_cast<double>(size.width()) / size.height();
     const KivCamera camera = state.camera.toCamera(model.points(), aspect);
     KivMemoryCommonDataManager common;

@@ -31,6 +31,9 @@ struct StudioPicture {
     double milliseconds = 0.0;
 };
 
+// Of files that keep layers.
+inline constexpr const char* layersEnding = "ora";
+
 class StudioRenderer {
 public:
     explicit StudioRenderer(StudioHost& host);
@@ -47,6 +50,10 @@ public:
 
     // The finished picture without a background.
     StudioPicture renderBare(const StudioModel& model, const StudioState& state, QSize size, StudioProgress& progress);
+
+    // The finished picture in layers, for the programs that the file is for. No image comes of it.
+    StudioPicture renderLayers(const StudioModel& model, const StudioState& state, QSize size, const QString& file,
+                               StudioProgress& progress);
 
     // What a running render has drawn so far; null if that can't be looked at.
     QImage growing();
@@ -68,6 +75,7 @@ private:
     KivRenderer renderer;
     std::unique_ptr<KivBitmapManager> surface;
     bool busy = false;
+    bool drawsScene = true;      // else what lies behind it alone
     unsigned long lastError = 0; // of the system, in the last render
     // Pictures are looked at again only when they have changed.
     struct Look {

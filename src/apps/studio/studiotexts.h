@@ -180,6 +180,7 @@ enum class StudioText : unsigned int {
     withoutBackground = 3312,
     withoutBackgroundTip = 3313,
     lossyBackground = 3314,
+    layersFilter = 3315,
     renderDrawing = 3057,
     changeDrawing = 3183,
     dxfFilter = 3203,

@@ -175,7 +175,11 @@ private:
     // Asks about files that only the document names. False if the user would rather not render; may leave the writing
     // out of the options.
     bool mayWrite(KivCommonSettings* options);
-    StudioPicture renderFinal(const StudioModel& shown, const StudioState& wanted, QSize size, PictureView* growing);
+    // layersFile: where the picture in layers goes, and nothing else; empty for a picture or a drawing.
+    StudioPicture renderFinal(const StudioModel& shown, const StudioState& wanted, QSize size, PictureView* growing,
+                              const QString& layersFile = {});
+    void saveLayers(const StudioState& state, QSize size, const QString& file);
+    const StudioModel* modelOf(const StudioState& state, StudioModel* former);
     void showProblems(const StudioPicture& picture, bool wanted);
     void addResult(const StudioState& wanted, QSize size, const StudioPicture& picture, Result result);
     Result* currentResult();

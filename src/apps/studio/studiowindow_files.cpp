@@ -359,11 +359,10 @@ QString StudioWindow::askForPicture() {
     StudioSaveWish wish;
     wish.title = studioText(StudioText::savePicture).remove(QLatin1Char('&'));
     wish.file = unusedName(placeFor(StudioFolder::pictures, QStringLiteral(".png")));
-    wish.kinds = {{kindTitle(46), {"png"}},
-                  {kindTitle(41), {"jpg", "jpeg"}},
-                  {kindTitle(49), {"tif", "tiff"}},
-                  {kindTitle(42), {"bmp"}},
-                  {kindTitle(37), {"gif"}}};
+    wish.kinds = {
+        {kindTitle(46), {"png"}},         {kindTitle(41), {"jpg", "jpeg"}},
+        {kindTitle(49), {"tif", "tiff"}}, {kindTitle(42), {"bmp"}},
+        {kindTitle(37), {"gif"}},         {studioText(StudioText::layersFilter), {QString::fromLatin1(layersEnding)}}};
     wish.refusal = StudioText::noPictureEnding;
     QString file = askWhereToSave(this, wish);
     if (!file.isEmpty()) {

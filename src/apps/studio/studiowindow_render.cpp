@@ -165,7 +165,7 @@ void StudioWindow::setRendering(bool on) {
 }
 
 StudioPicture StudioWindow::renderFinal(const StudioModel& shown, const StudioState& wanted, QSize size,
-                                        PictureView* growing) {
+                                        PictureView* growing, const QString& layersFile) {
     StudioProgress progress;
     StudioPicture picture;
     setRendering(true);
@@ -185,7 +185,8 @@ StudioPicture StudioWindow::renderFinal(const StudioModel& shown, const StudioSt
             }
         };
         running = &progress;
-        picture = wanted.withoutBackground && !wanted.options.doVectorial()
+        picture = !layersFile.isEmpty() ? renderer.renderLayers(shown, wanted, size, layersFile, progress)
+                  : wanted.withoutBackground && !wanted.options.doVectorial()
                       ? renderer.renderBare(shown, wanted, size, progress)
                       : renderer.render(shown, wanted, size, StudioRenderer::Purpose::final, progress);
         running = nullptr;
@@ -354,8 +355,13 @@ void StudioWindow::savePicture() {
     }
     const QImage image = result->image;
     const StudioState state = result->state;
+    const QSize size = result->size;
     const QString file = askForPicture();
     if (file.isEmpty()) {
+        return;
+    }
+    if (QFileInfo(file).suffix().toLower() == QLatin1String(layersEnding)) {
+        saveLayers(state, size, file);
         return;
     }
     const bool isBare = image.hasAlphaChannel();
@@ -378,6 +384,33 @@ void StudioWindow::savePicture() {
         return;
     }
     tell(studioText(isBare && !keepsAlpha(file) ? StudioText::lossyBackground : StudioText::saved).arg(shown));
+}
+
+// A picture has no layers: they are rendered anew, as its document was.
+void StudioWindow::saveLayers(const StudioState& state, QSize size, const QString& file) {
+    StudioModel former;
+    const StudioModel* const shown = modelOf(state, &former);
+    if (shown == nullptr) {
+        return;
+    }
+    const StudioPicture picture = renderFinal(*shown, state, size, nullptr, file);
+    showProblems(picture, true);
+    if (picture.done && picture.saved) {
+        tell(studioText(StudioText::saved).arg(QDir::toNativeSeparators(file)));
+    }
+}
+
+// A picture may be one of models that were open before, which are read into *former then. Null if they can't be.
+const StudioModel* StudioWindow::modelOf(const StudioState& state, StudioModel* former) {
+    if (state.models == current.models && state.upAxis == current.upAxis) {
+        return &model;
+    }
+    std::wstring message;
+    if (!readModels(state, former, &message)) {
+        warnUnread(StudioText::cantOpen, message);
+        return nullptr;
+    }
+    return former;
 }
 
 // That of the tab in front, be it the view or a result.
@@ -410,15 +443,12 @@ void StudioWindow::exportDrawing() {
     }
     keepDrawingOptions(wanted.drawing);
     makeDrawing(&wanted.options, file);
-    // A picture may be one of models that were open before.
     StudioModel former;
-    const bool isFormer = wanted.models != current.models || wanted.upAxis != current.upAxis;
-    std::wstring message;
-    if (isFormer && !readModels(wanted, &former, &message)) {
-        warnUnread(StudioText::cantOpen, message);
+    const StudioModel* const shownModel = modelOf(wanted, &former);
+    if (shownModel == nullptr) {
         return;
     }
-    const StudioPicture picture = renderFinal(isFormer ? former : model, wanted, size, nullptr);
+    const StudioPicture picture = renderFinal(*shownModel, wanted, size, nullptr);
     showProblems(picture, true);
     if (picture.done && picture.saved) {
         tellWritten(wanted, file);

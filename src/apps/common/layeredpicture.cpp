@@ -1,4 +1,4 @@
-#include "apps/cli/layeredpicture.h"
+#include "apps/common/layeredpicture.h"
 
 #include "apps/common/coverage.h"
 
@@ -157,6 +157,15 @@ std::vector<std::string> layerNames(const LayerPlan& plan) {
         }
     }
     return names;
+}
+
+std::size_t layerRenders(const LayerPlan& plan) {
+    const std::size_t coverage = 2;
+    const std::size_t ofColours = coverage * (1 + plan.objects.size()) + (plan.paper ? 1 : 0) +
+                                  (plan.shadows || plan.highlights || plan.lines ? 0 : 1);
+    const std::size_t ofLines = coverage * (1 + plan.objects.size()) + 1;
+    return 1 + (plan.base ? ofColours : 0) + (plan.shadows ? 1 : 0) + (plan.highlights ? 1 : 0) +
+           (plan.lines ? ofLines : 0);
 }
 
 std::optional<LayeredPicture> takeApart(const LayerPlan& plan, const DrawLayer& draw) {

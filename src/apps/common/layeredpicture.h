@@ -5,8 +5,8 @@
 // each pixel as they really do; shadow and highlights cover as little as will do.
 //
 // Layers of single objects are those layers cut along what each object covers in the picture.
-#ifndef APPS_CLI_LAYEREDPICTURE_H
-#define APPS_CLI_LAYEREDPICTURE_H
+#ifndef APPS_COMMON_LAYEREDPICTURE_H
+#define APPS_COMMON_LAYEREDPICTURE_H
 
 #include "apps/common/openraster.h"
 #include "kivrender/platform/kivimage.h"
@@ -53,6 +53,9 @@ struct LayeredPicture {
 
 // The names of the layers, from the lowest up; those of objects are known when they are drawn.
 std::vector<std::string> layerNames(const LayerPlan& plan);
+
+// How many renders it takes.
+std::size_t layerRenders(const LayerPlan& plan);
 
 // Nothing where a render gave nothing, or without memory.
 std::optional<LayeredPicture> takeApart(const LayerPlan& plan, const DrawLayer& draw);

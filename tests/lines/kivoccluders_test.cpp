@@ -1,5 +1,7 @@
 #include "kivrender/lines/kivoccluders.h"
 
+#include "kivrender/lines/linegrain.h"
+#include "kivrender/lines/visibleparts.h"
 #include "kivrender/scene/kivscene.h"
 #include "linebodies.h"
 #include "linecameras.h"
@@ -326,6 +328,53 @@ TEST(KivOccluders, RaysAgreeOnSoupsOfTrianglesOnACoarseGrid) {
     EXPECT_GT(judged, 5000);
     EXPECT_LT(doubtful, judged);
     EXPECT_LE(wrong, judged / 1000) << "of " << judged;
+}
+
+// The literal form: every triangle, one after the other.
+std::vector<KivLinePart> cutByAll(const KivLineView& view, const Body& body, const KivVec& a, const KivVec& b) {
+    const double grain = static_cast<float>(kivGrainOf(body.points, body.triangles));
+    std::vector<KivLinePart> parts;
+    VisibleParts visible(parts, {0.0, 1.0});
+    for (const Triangle& t : body.triangles) {
+        const KivVec corners[3] = {view.toCamera(body.points[t[0]]), view.toCamera(body.points[t[1]]),
+                                   view.toCamera(body.points[t[2]])};
+        KivLinePart hidden;
+        if (kivHiddenPart(view, corners, grain, view.toCamera(a), view.toCamera(b), &hidden)) {
+            visible.hide(hidden);
+        }
+    }
+    visible.finish();
+    return parts;
+}
+
+TEST(KivOccluders, LongSegmentsAreCutAsByOneTriangleAfterTheOther) {
+    RawRandom random(21);
+    std::size_t pieces = 0;
+    for (const KivCamera& camera : {corner, front}) {
+        Body soup;
+        const auto place = [&] {
+            return KivVec{random.between(-2.0, 2.0), random.between(-2.0, 2.0), random.between(-2.0, 2.0)};
+        };
+        for (std::uint32_t i = 0; i < 400; ++i) {
+            const KivVec p = place();
+            soup.points.insert(soup.points.end(), {p, p + place() * 0.3, p + place() * 0.3});
+            soup.triangles.push_back({3 * i, 3 * i + 1, 3 * i + 2});
+        }
+        const Scene scene(camera, {soup});
+        for (int i = 0; i < 300; ++i) {
+            const KivVec a = place();
+            const KivVec b = place();
+            const std::vector<KivLinePart> parts = scene.visible(a, b);
+            const std::vector<KivLinePart> literal = cutByAll(scene.occluders.view(), soup, a, b);
+            ASSERT_EQ(parts.size(), literal.size());
+            for (std::size_t k = 0; k < parts.size(); ++k) {
+                EXPECT_EQ(parts[k].from, literal[k].from);
+                EXPECT_EQ(parts[k].to, literal[k].to);
+            }
+            pieces += parts.size();
+        }
+    }
+    EXPECT_GT(pieces, 200U);
 }
 
 TEST(KivOccluders, ExemptTrianglesHideNothing) {

@@ -74,6 +74,36 @@ TEST(OccluderIndex, LeavesOutNothingThatASegmentMeetsAndLittleElse) {
     EXPECT_LT(visited, met * 1.01 + 20);
 }
 
+TEST(OccluderIndex, OfASegmentThatBecomesShorterTheRestCounts) {
+    RawRandom random(7);
+    std::size_t left = 0;
+    for (int i = 0; i < 60; ++i) {
+        const std::vector<KivOccluderBounds> bounds = randomBounds(random, 1000, 400.0);
+        OccluderIndex index;
+        ASSERT_TRUE(index.build(bounds));
+        const OccluderIndex::Segment whole = {random.between(0.0, 300.0), random.between(0.0, 1000.0), 900.0, 500.0,
+                                              random.between(1.0, 10.0)};
+        const Query rest = {0.5 * (whole.x0 + whole.x1), 0.5 * (whole.y0 + whole.y1), whole.x1, whole.y1,
+                            whole.farthest};
+        std::vector<bool> seen(bounds.size(), false);
+        int visits = 0;
+        index.walkRest(whole, [&](std::uint32_t entry, OccluderIndex::Segment* shorter) {
+            seen[entry] = true;
+            if (++visits == 1) {
+                *shorter = {rest.x0, rest.y0, rest.x1, rest.y1, rest.farthest};
+            } else {
+                EXPECT_GE(bounds[entry].right, rest.x0 - 0.01) << "beside the rest";
+            }
+            return true;
+        });
+        for (std::uint32_t entry = 0; entry < bounds.size(); ++entry) {
+            EXPECT_TRUE(seen[entry] || !meets(bounds[entry], rest));
+            left += meets(bounds[entry], {whole.x0, whole.y0, whole.x1, whole.y1, whole.farthest}) && !seen[entry];
+        }
+    }
+    EXPECT_GT(left, 500U);
+}
+
 TEST(OccluderIndex, StopsWhenTheVisitorHasEnough) {
     RawRandom random(4);
     OccluderIndex index;

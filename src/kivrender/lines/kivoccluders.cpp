@@ -144,17 +144,32 @@ void KivOccluders::findParts(const KivVec& a, const KivVec& b, std::vector<KivLi
         return;
     }
     VisibleParts visible(parts, inPicture);
-    const KivVec start = p + (q - p) * inPicture.from;
-    const KivVec end = p + (q - p) * inPicture.to;
-    const KivPicturePoint from = seenFrom.toPicture(start);
-    const KivPicturePoint to = seenFrom.toPicture(end);
-    index->walk(from.x, from.y, to.x, to.y, std::max(start.z, end.z), [&](std::uint32_t which) {
+    const auto segmentOf = [&](const KivLinePart& part) {
+        const KivVec start = p + (q - p) * part.from;
+        const KivVec end = p + (q - p) * part.to;
+        const KivPicturePoint from = seenFrom.toPicture(start);
+        const KivPicturePoint to = seenFrom.toPicture(end);
+        return OccluderIndex::Segment{from.x, from.y, to.x, to.y, std::max(start.z, end.z)};
+    };
+    // Of a long segment less and less is left to ask about.
+    KivLinePart asked = inPicture;
+    constexpr double worthIt = 0.75;
+    index->walkRest(segmentOf(inPicture), [&](std::uint32_t which, OccluderIndex::Segment* rest) {
         const Occluder& occluder = occluders[which];
         const KivVec triangle[3] = {corners[occluder.corners[0]], corners[occluder.corners[1]],
                                     corners[occluder.corners[2]]};
         KivLinePart hidden;
-        return !kivHiddenPart(seenFrom, triangle, double{occluder.grain}, p, q, &hidden) ||
-               !hides(occluder.number, hidden) || visible.hide(hidden);
+        if (!kivHiddenPart(seenFrom, triangle, double{occluder.grain}, p, q, &hidden) ||
+            !hides(occluder.number, hidden)) {
+            return true;
+        }
+        const bool goesOn = visible.hide(hidden);
+        const KivLinePart reach = visible.reach();
+        if (goesOn && reach.to - reach.from < worthIt * (asked.to - asked.from)) {
+            asked = reach;
+            *rest = segmentOf(reach);
+        }
+        return goesOn;
     });
     visible.finish();
 }

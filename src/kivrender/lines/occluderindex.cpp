@@ -91,7 +91,8 @@ bool OccluderIndex::drop() {
     return false;
 }
 
-OccluderIndex::Line OccluderIndex::lineOf(double x0, double y0, double x1, double y1, double farthest) {
+OccluderIndex::Line OccluderIndex::lineOf(const Segment& segment) {
+    const auto [x0, y0, x1, y1, farthest] = segment;
     Line line{};
     line.left = below(std::min(x0, x1));
     line.right = above(std::max(x0, x1));

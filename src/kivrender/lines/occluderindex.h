@@ -28,9 +28,21 @@ public:
         return order.size();
     }
 
+    struct Segment {
+        double x0 = 0.0;
+        double y0 = 0.0;
+        double x1 = 0.0;
+        double y1 = 0.0;
+        double farthest = 0.0;
+    };
     // Calls visit(entry) for every entry whose rectangle the segment from (x0, y0) to (x1, y1) may meet and that
     // reaches nearer than farthest; entries that lie nearer come earlier on the whole. Stops when visit answers false.
-    template <class Visit> void walk(double x0, double y0, double x1, double y1, double farthest, Visit visit) const;
+    template <class Visit> void walk(double x0, double y0, double x1, double y1, double farthest, Visit visit) const {
+        walkRest({x0, y0, x1, y1, farthest}, [&](std::uint32_t entry, Segment*) { return visit(entry); });
+    }
+    // The same, but that visit(entry, &rest) may answer with a shorter segment: from then on only that one counts. A
+    // rest whose farthest depth stays 0 is no answer.
+    template <class Visit> void walkRest(const Segment& segment, Visit visit) const;
 
     // Calls visit(entry) for every entry whose rectangle may hold the point and that reaches nearer than what visit
     // answered last, nearer ones first on the whole.
@@ -47,7 +59,7 @@ private:
     };
     bool buildLevels();
     bool drop(); // empties the index; always false
-    static Line lineOf(double x0, double y0, double x1, double y1, double farthest);
+    static Line lineOf(const Segment& segment);
     static bool meets(const KivOccluderBounds& box, const Line& line);
 
     std::vector<std::uint32_t> order;                   // entries along the curve
@@ -55,12 +67,13 @@ private:
     std::vector<std::vector<KivOccluderBounds>> levels; // leaves first, the root's level last
 };
 
-template <class Visit>
-void OccluderIndex::walk(double x0, double y0, double x1, double y1, double farthest, Visit visit) const {
+template <class Visit> void OccluderIndex::walkRest(const Segment& segment, Visit visit) const {
     if (levels.empty()) {
         return;
     }
-    const Line line = lineOf(x0, y0, x1, y1, farthest);
+    Line line = lineOf(segment);
+    Segment rest;
+    bool isShorter = false;
     struct Place {
         std::uint32_t level;
         std::uint32_t node;
@@ -72,6 +85,9 @@ void OccluderIndex::walk(double x0, double y0, double x1, double y1, double fart
     }
     while (count > 0) {
         const Place place = open[--count];
+        if (isShorter && !meets(levels[place.level][place.node], line)) {
+            continue;
+        }
         if (place.level > 0) {
             const std::vector<KivOccluderBounds>& below = levels[place.level - 1];
             const std::uint32_t first = place.node * 2;
@@ -92,8 +108,16 @@ void OccluderIndex::walk(double x0, double y0, double x1, double y1, double fart
         }
         const std::size_t end = std::min<std::size_t>(order.size(), (std::size_t{place.node} + 1) * leafSize);
         for (std::size_t i = std::size_t{place.node} * leafSize; i < end; ++i) {
-            if (meets(boxes[i], line) && !visit(order[i])) {
+            if (!meets(boxes[i], line)) {
+                continue;
+            }
+            if (!visit(order[i], &rest)) {
                 return;
+            }
+            if (rest.farthest != 0.0) {
+                line = lineOf(rest);
+                isShorter = true;
+                rest.farthest = 0.0;
             }
         }
     }

@@ -19,6 +19,10 @@ public:
 
     // False if nothing is left for sure. While many parts wait to be taken out it answers true.
     bool hide(const KivLinePart& hidden);
+    // What is visible lies in it, as far as it is known.
+    KivLinePart reach() const {
+        return visible.empty() ? KivLinePart{} : KivLinePart{visible.front().from, visible.back().to};
+    }
     // Takes out what still waits; the caller's list is complete then.
     void finish();
 

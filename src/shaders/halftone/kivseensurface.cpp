@@ -19,6 +19,7 @@ constexpr double mostPixels = 2.0;
 constexpr double mostOfStep = 0.4;
 
 enum JointBits : std::uint8_t { isKnown = 1, isOpen = 2 };
+constexpr int bitsOfJoint = 2;
 
 } // namespace
 
@@ -69,8 +70,8 @@ KivSeenSurface::KivSeenSurface(const KivView& seenFrom, KivPixelFrame frame) : v
     const std::size_t pixels =
         static_cast<std::size_t>(std::max(part.width, 0)) * static_cast<std::size_t>(std::max(part.height, 0));
     seen.assign(pixels, 0);
-    depths.assign(pixels, std::numeric_limits<double>::infinity());
-    joints.assign(pixels * 2, 0);
+    depths.assign(pixels, std::numeric_limits<float>::infinity());
+    joints.assign(pixels, 0);
 }
 
 bool KivSeenSurface::add(const KivShadedMesh& mesh, std::uint32_t body) {
@@ -119,9 +120,10 @@ void KivSeenSurface::scan(const KivShadedMesh& mesh, std::size_t triangle, std::
             if (!(sum > 0.0) || e[0] < edge || e[1] < edge || e[2] < edge) {
                 continue;
             }
-            const double depth = e[0] * edges.depth[0] + e[1] * edges.depth[1] + e[2] * edges.depth[2];
+            const auto depth =
+                static_cast<float>(e[0] * edges.depth[0] + e[1] * edges.depth[1] + e[2] * edges.depth[2]);
             const std::size_t pixel = row + static_cast<std::size_t>(x - part.left);
-            if (depth >= -1.0 && depth < depths[pixel]) {
+            if (depth >= -1.0F && depth < depths[pixel]) {
                 depths[pixel] = depth;
                 seen[pixel] = face + 1;
             }
@@ -244,13 +246,15 @@ bool KivSeenSurface::isJoined(int x, int y, int nextX, int nextY) const {
     }
     const std::size_t pixel = static_cast<std::size_t>(bottom - part.bottom) * static_cast<std::size_t>(part.width) +
                               static_cast<std::size_t>(left - part.left);
-    std::uint8_t& joint = joints[pixel * 2 + (x != nextX ? 0 : 1)];
-    if ((joint & isKnown) == 0) {
+    std::uint8_t& joint = joints[pixel];
+    const int shift = x != nextX ? 0 : bitsOfJoint;
+    if ((joint >> shift & isKnown) == 0) {
         const double from[2] = {left + 0.5, bottom + 0.5};
         const double to[2] = {std::max(x, nextX) + 0.5, std::max(y, nextY) + 0.5};
-        joint = static_cast<std::uint8_t>(isKnown | (areJoined(a, b, from, to) ? isOpen : 0));
+        const int found = isKnown | (areJoined(a, b, from, to) ? isOpen : 0);
+        joint = static_cast<std::uint8_t>(joint | found << shift);
     }
-    return (joint & isOpen) != 0;
+    return (joint >> shift & isOpen) != 0;
 }
 
 // From pixel to pixel through their common sides.

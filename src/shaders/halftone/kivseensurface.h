@@ -74,7 +74,7 @@ private:
     std::vector<Body> bodies;
     std::uint32_t faces = 0;
     std::vector<std::uint32_t> seen; // a face's number and one more; 0 for nothing
-    std::vector<double> depths;
+    std::vector<float> depths;
     // For each pixel whether it is known to be joined to the next one to the right, and above: two bits each.
     mutable std::vector<std::uint8_t> joints;
 };

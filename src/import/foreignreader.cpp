@@ -1,6 +1,7 @@
 #include "import/foreignreader.h"
 
 #include "import/readersession.h"
+#include "kivrender/platform/kivtext.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -64,6 +65,7 @@ ModelParts ForeignReader::readModel(const std::string& path, const ReadLimits& l
     request.path = path;
     request.readable = {folderOf(path), path};
     request.limits = limits;
+    request.clip = {kivToUtf8(options.clip), options.clipSeconds};
     request.fineness = {options.deflection, options.unitsPerPixel, options.picturePixels};
     ModelParts parts = ReaderSession(options, progress, sizeOf(path)).parts(std::move(request));
     try {

@@ -70,6 +70,9 @@ ModelParts readFile(const std::string& path, const KivModelOptions& options, con
     }
     ModelParts parts = ending == "obj" ? readObjFile(path, options, limits, progress)
                                        : ForeignReader(options, progress).readModel(path, limits);
+    if (!options.clip.empty() && parts.animations.empty()) {
+        throw ImportError("it has no animations");
+    }
     if (parts.numTriangles() == 0 && parts.polylines.empty() && parts.points.empty()) {
         throw ImportError("it has nothing to draw: no faces, lines or points");
     }
@@ -140,7 +143,7 @@ bool kivImportModels(const std::vector<std::wstring>& paths, const KivModelOptio
         std::vector<ModelParts> files;
         readFiles(paths, options, progress, files, model);
         progress.setStep(readingPart, 1.0);
-        assembleModel(files, options.creaseAngle, model, &progress);
+        assembleModel(files, options.creaseAngle, model, &progress, options.placedLike);
         checkSomethingIsLeft(model);
         return true;
     } catch (const ImportError& error) {

@@ -9,8 +9,8 @@
 // The import takes triangles (polygons are cut up), polylines and points, the transforms of the file's nodes,
 // materials, cameras and lights. Normals are taken as the file gives them; where it gives none, a surface is smooth up
 // to a crease angle. Mirrored nodes keep their faces' winding right. Animations, bones and morph targets stay in their
-// rest position. Of textures, and of colours at vertices, meshes have the mean as their diffuse colour, and all of it
-// beside them (scene/kivmeshpaint.h).
+// rest position unless a clip is asked for. Of textures, and of colours at vertices, meshes have the mean as their
+// diffuse colour, and all of it beside them (scene/kivmeshpaint.h).
 //
 // Meshes of CAD files have the normals of the exact surfaces, and their edges beside them (scene/kivmeshedges.h).
 #ifndef IMPORT_KIVMODELIMPORT_H
@@ -29,6 +29,8 @@
 #include <string>
 #include <vector>
 
+struct KivModel;
+
 struct KivModelOptions {
     enum class Axis { byFormat, y, z };
 
@@ -41,6 +43,12 @@ struct KivModelOptions {
     double deflection = 0.0;
     double picturePixels = 1280.0;
     double unitsPerPixel = 0.0;
+    // The pose in which files that have such an animation are read: its name, or its number, and the time in it. A file
+    // without it is refused. Empty: the rest position.
+    std::wstring clip;
+    double clipSeconds = 0.0;
+    // Takes the place of this one in the scene, as another pose of it has to; null: is brought there by its own size.
+    const KivModel* placedLike = nullptr;
     // Bytes of one file, and triangles, lines and points of all files together; what is larger is refused.
     std::uint64_t maxFileSize = std::uint64_t{2} << 30;
     std::uint64_t maxElements = 50'000'000;
@@ -96,7 +104,8 @@ struct KivModel {
     std::vector<KivModelCamera> cameras;
     std::vector<KivLight> lights; // in the coordinates of the scene
     std::vector<KivModelMaterial> materials;
-    std::vector<std::wstring> animations; // their names; they are not played
+    std::vector<std::wstring> animations; // their names
+    std::vector<double> animationSeconds; // beside them
     std::vector<KivModelFileInfo> files;
     // What the user should know though the model can be used: each one line with the file's name.
     std::vector<std::wstring> warnings;

@@ -197,6 +197,13 @@ struct Light {
     Colour colour{1.0, 1.0, 1.0};
 };
 
+struct Animation {
+    std::string name;
+    double seconds = 0.0; // how long it is
+
+    friend bool operator==(const Animation&, const Animation&) = default;
+};
+
 struct ModelParts {
     std::string format;
     bool zUp = false;
@@ -211,8 +218,8 @@ struct ModelParts {
     std::vector<Picture> pictures;
     std::vector<Camera> cameras;
     std::vector<Light> lights;
-    std::vector<std::string> animations; // their names
-    std::vector<std::string> warnings;   // lines for the user, which lack the file's name
+    std::vector<Animation> animations;
+    std::vector<std::string> warnings; // lines for the user, which lack the file's name
 
     // Those of a surface as often as it stands.
     std::uint64_t numTriangles() const {
@@ -232,6 +239,12 @@ struct Fineness {
     double deflection = 0.0;    // units of the file between surface and triangles at most; 0: by the other two
     double unitsPerPixel = 0.0; // of the picture in which the model is seen; 0: it fills the picture
     double picturePixels = 0.0; // along the picture's longer side
+};
+
+// An animation of the file in whose pose it is to be read.
+struct ClipChoice {
+    std::string name; // empty: the file's rest position
+    double seconds = 0.0;
 };
 
 struct ReadLimits {

@@ -48,13 +48,16 @@ template <class Archive> void fields(Archive& archive, Camera& c) {
 template <class Archive> void fields(Archive& archive, Light& l) {
     archive(l.name, l.kind, l.location, l.direction, l.attenuation, l.spotAngle, l.colour);
 }
+template <class Archive> void fields(Archive& archive, Animation& a) {
+    archive(a.name, a.seconds);
+}
 template <class Archive> void fields(Archive& archive, ModelParts& p) {
     archive(p.format, p.zUp, p.metresPerUnit, p.nodes, p.surfaces, p.instances, p.polylines, p.points, p.materials,
             p.pictures, p.cameras, p.lights, p.animations, p.warnings);
 }
 template <class Archive> void fields(Archive& archive, ReaderRequest& r) {
     archive(r.kind, r.path, r.textures, r.readable, r.limits.maxElements, r.fineness.deflection,
-            r.fineness.unitsPerPixel, r.fineness.picturePixels, r.maxMemory, r.maxSeconds);
+            r.fineness.unitsPerPixel, r.fineness.picturePixels, r.clip.name, r.clip.seconds, r.maxMemory, r.maxSeconds);
 }
 
 // What goes over as it lies in memory. A bool does not: only two of its bytes are one.
@@ -377,6 +380,9 @@ void checkParts(const ModelParts& parts, const ReadLimits& limits) {
     }
     std::for_each(parts.cameras.begin(), parts.cameras.end(), checkCamera);
     std::for_each(parts.lights.begin(), parts.lights.end(), checkLight);
+    require(std::all_of(parts.animations.begin(), parts.animations.end(),
+                        [](const Animation& each) { return std::isfinite(each.seconds) && each.seconds >= 0.0; }),
+            "an animation without a length");
 }
 
 } // namespace kivimport

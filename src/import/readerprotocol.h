@@ -17,7 +17,7 @@ namespace kivimport {
 inline constexpr const char* readerProgramName = "selvarin-reader";
 
 // To be raised with every change of what is sent.
-inline constexpr std::uint64_t readerGreeting = 0x4B69'7652'0000'0006;
+inline constexpr std::uint64_t readerGreeting = 0x4B69'7652'0000'0007;
 
 enum class ReaderMessage : std::uint32_t {
     hello,    // then readerGreeting
@@ -47,6 +47,7 @@ struct ReaderRequest {
     std::vector<std::string> readable; // files, and folders with all in them, that may be opened
     ReadLimits limits;
     Fineness fineness;
+    ClipChoice clip;
     std::uint64_t maxMemory = 0;  // bytes, the most that it may allow itself
     std::uint64_t maxSeconds = 0; // of processor time in all
 };

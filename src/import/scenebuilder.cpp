@@ -180,8 +180,9 @@ public:
             }
         }
         addCamerasAndLights(parts);
-        for (const std::string& name : parts.animations) {
-            model.animations.push_back(shownName(name));
+        for (const Animation& each : parts.animations) {
+            model.animations.push_back(shownName(each.name));
+            model.animationSeconds.push_back(each.seconds);
         }
     }
 
@@ -689,12 +690,17 @@ void choosePlacement(KivModel& model) {
     model.scale = size > 0.0 ? std::ldexp(1.0, std::min(7 - exponent, 1000)) : 1.0;
 }
 
-void assembleModel(std::vector<ModelParts>& files, double creaseAngle, KivModel& model, ImportProgress* progress) {
+void assembleModel(std::vector<ModelParts>& files, double creaseAngle, KivModel& model, ImportProgress* progress,
+                   const KivModel* placedLike) {
     model.bounds = emptyBounds();
     for (const ModelParts& parts : files) {
         addBounds(parts, model.bounds);
     }
     choosePlacement(model);
+    if (placedLike != nullptr) {
+        model.origin = placedLike->origin;
+        model.scale = placedLike->scale;
+    }
     model.up = files.front().zUp ? Kiv3DVector(0.0, 0.0, 1.0) : Kiv3DVector(0.0, 1.0, 0.0);
     fillModel(files, creaseAngle, model, progress);
 }

@@ -19,9 +19,9 @@ void choosePlacement(KivModel& model);
 
 // Makes the model of all parts together: moves them to their place, welds them, gives them normals, fills the scene.
 // The parts are used up. model.files has one entry for each of the parts; its counts are filled in. progress is asked
-// between the surfaces, and may be null; throws ImportCancelled.
+// between the surfaces, and may be null; throws ImportCancelled. placedLike: see KivModelOptions.
 void assembleModel(std::vector<ModelParts>& files, double creaseAngle, KivModel& model,
-                   ImportProgress* progress = nullptr);
+                   ImportProgress* progress = nullptr, const KivModel* placedLike = nullptr);
 
 // The same where model.bounds, its placement and up are chosen already.
 void fillModel(std::vector<ModelParts>& files, double creaseAngle, KivModel& model, ImportProgress* progress = nullptr);

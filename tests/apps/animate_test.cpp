@@ -1,4 +1,5 @@
 // "selvarin animate" as a user runs it.
+#include "import/animatedmodel.h"
 #include "programrun.h"
 
 #include <gtest/gtest.h>
@@ -58,6 +59,26 @@ TEST_F(AnimateTest, AFullTurnEndsWhereItBegan) {
     ASSERT_EQ(animate("c%d.png", {"--seconds", "4", "--fps", "1", "--turntable", "-360"}).status, 0);
     EXPECT_EQ(folder.read("c0.png"), folder.read("a0.png"));
     EXPECT_NE(folder.read("c1.png"), folder.read("a1.png"));
+}
+
+TEST_F(AnimateTest, PlaysAClipOfTheModel) {
+    model = folder.write("moving.gltf", AnimatedModel().gltf());
+    ASSERT_EQ(animate("c%d.png", {"--clip", "go", "--fps", "2"}).status, 0);
+    // Two seconds; the camera stands, and what moves stays in the picture.
+    for (int i = 0; i < 4; ++i) {
+        EXPECT_FALSE(folder.read("c" + std::to_string(i) + ".png").empty()) << i;
+    }
+    EXPECT_FALSE(fs::exists(folder.path("c4.png")));
+    EXPECT_NE(folder.read("c0.png"), folder.read("c1.png"));
+    EXPECT_NE(folder.read("c1.png"), folder.read("c3.png"));
+    // It begins again, and a frame is the same whichever frames are drawn with it.
+    ASSERT_EQ(animate("d%d.png", {"--clip", "0", "--fps", "2", "--seconds", "3", "--from", "4", "--to", "5"}).status,
+              0);
+    EXPECT_FALSE(folder.read("d5.png").empty());
+    EXPECT_NE(folder.read("d4.png"), folder.read("d5.png"));
+    const Outcome wrong = animate("e%d.png", {"--clip", "stop"});
+    EXPECT_EQ(wrong.status, 1);
+    EXPECT_EQ(wrong.err, "selvarin: can't use \"" + model + "\": it has no animation \"stop\"; there is \"go\"\n");
 }
 
 // The built-in scene has a camera of its own, which shows all of it from one side alone.

@@ -153,7 +153,7 @@ TEST(ModelImport, OurObjReaderAgreesWithAssimp) {
     using namespace kivimport;
     const ModelParts ours = readObj(text, {1000}).parts;
     SilentReport report;
-    const ModelParts theirs = readByAssimp(path, {1000}, report);
+    const ModelParts theirs = readByAssimp(path, {1000}, {}, report);
     // All corners, in order, by position.
     const auto cornersOf = [](const ModelParts& parts) {
         std::vector<std::array<double, 3>> list;

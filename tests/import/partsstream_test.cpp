@@ -90,7 +90,7 @@ ModelParts everything() {
     light.attenuation = {1, 2, 3};
     light.spotAngle = 0.3;
     light.colour = {1.0, 0.5, 0.25};
-    parts.animations = {"walk"};
+    parts.animations = {{"walk", 1.5}};
     parts.warnings = {"careful"};
     return parts;
 }

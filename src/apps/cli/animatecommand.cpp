@@ -9,6 +9,7 @@
 #include "apps/cli/progressbar.h"
 #include "apps/cli/rendercommand.h"
 #include "apps/cli/turntable.h"
+#include "import/kivmodelimport.h"
 #include "kivrender/platform/kivimage.h"
 #include "kivrender/platform/kivsystemerror.h"
 #include "kivrender/platform/kivtext.h"
@@ -35,6 +36,8 @@ struct FilmOptions {
     double seconds = 0.0;
     double turn = 360.0; // degrees
     std::optional<CameraPath> path;
+    std::string clip;
+    double clipLength = 0.0;         // seconds
     std::vector<std::size_t> frames; // those to draw
     bool keepsPart = false;
     bool quiet = false;
@@ -99,19 +102,46 @@ void checkOutput(const std::string& output) {
     }
 }
 
+// In seconds. Throws std::runtime_error for models without such an animation.
+double lengthOfClip(const Words& words, const std::string& clip) {
+    std::vector<std::wstring> models;
+    for (const std::string& model : words.arguments) {
+        models.push_back(kivFromUtf8(model));
+    }
+    if (clip.empty() || models.empty()) {
+        throw UsageError("--clip wants the name of an animation of a model; \"selvarin info\" lists them");
+    }
+    KivModelOptions options;
+    options.clip = kivFromUtf8(clip);
+    KivModel model;
+    std::wstring message;
+    if (!kivImportModels(models, options, model, message)) {
+        throw std::runtime_error(kivToUtf8(message));
+    }
+    const auto found = std::find(model.animations.begin(), model.animations.end(), options.clip);
+    const auto number = found != model.animations.end() ? static_cast<std::size_t>(found - model.animations.begin())
+                                                        : static_cast<std::size_t>(std::atol(clip.c_str()));
+    return number < model.animationSeconds.size() ? model.animationSeconds[number] : 0.0;
+}
+
 FilmOptions readOptions(const Words& words) {
     FilmOptions options;
     options.output = words.value("output").value_or("");
     checkOutput(options.output);
     options.framesPerSecond = static_cast<int>(number(words, "fps", 25, 1, 240));
-    options.turn = number(words, "turntable", 360, -36000, 36000);
+    options.clip = words.value("clip").value_or("");
+    if (words.has("clip")) {
+        options.clipLength = lengthOfClip(words, options.clip);
+    }
+    options.turn = number(words, "turntable", words.has("clip") ? 0 : 360, -36000, 36000);
     if (const auto path = words.value("path")) {
         if (words.has("turntable")) {
             throw UsageError("--turntable and --path are two ways to move; leave one out");
         }
         options.path = CameraPath::fromFile(*path);
     }
-    const double length = options.path ? options.path->end() - options.path->begin() : 8.0;
+    double length = options.clipLength > 0.0 ? options.clipLength : 8.0;
+    length = options.path ? options.path->end() - options.path->begin() : length;
     options.seconds = number(words, "seconds", length, 1e-3, 1e6);
     const double frames = std::max(1.0, std::round(options.seconds * options.framesPerSecond));
     if (frames > mostFrames) {
@@ -170,6 +200,16 @@ public:
         begun = Clock::now();
         const auto frame = static_cast<double>(options.frames[index]);
         return options.path ? viewOnPath(frame, chosen, points, model) : turnedView(frame, chosen, points, model);
+    }
+
+    std::string clip() const override {
+        return options.clip;
+    }
+
+    // A film that is longer than the clip shows it again.
+    double clipSeconds(std::size_t index) const override {
+        const double seconds = static_cast<double>(options.frames[index]) / options.framesPerSecond;
+        return options.clipLength > 0.0 ? std::fmod(seconds, options.clipLength) : 0.0;
     }
 
     std::string drawingName(std::size_t index) const override {
@@ -289,8 +329,8 @@ private:
 Words pictureWords(const Words& words) {
     Words picture = words;
     picture.command = findCommand("render");
-    for (const char* own : {"turntable", "path", "fps", "seconds", "from", "to", "keep-part", "lang", "config", "slurm",
-                            "slurm-options", "task-seconds", "slurm-task"}) {
+    for (const char* own : {"turntable", "path", "clip", "fps", "seconds", "from", "to", "keep-part", "lang", "config",
+                            "slurm", "slurm-options", "task-seconds", "slurm-task"}) {
         picture.options.erase(own);
     }
     picture.options["output"] = {"frame.png"};
@@ -320,7 +360,7 @@ std::string clusterFolder(const FilmOptions& options, const Words& words) {
             }
         }
     }
-    for (const char* const name : {"turntable", "path", "fps", "seconds"}) {
+    for (const char* const name : {"turntable", "path", "clip", "fps", "seconds"}) {
         hash.addText(words.value(name).value_or(""));
     }
     if (const auto path = words.value("path")) {

@@ -167,8 +167,9 @@ void printText(const KivModel& model) {
         std::printf("  %s %s\n", kindOf(light), colourText(light.getDiffuse()).c_str());
     }
     std::printf("animations: %zu\n", model.animations.size());
-    for (const std::wstring& name : model.animations) {
-        std::printf("  %s\n", name.empty() ? "(no name)" : kivToUtf8(name).c_str());
+    for (std::size_t i = 0; i < model.animations.size(); ++i) {
+        const std::string name = model.animations[i].empty() ? "(no name)" : kivToUtf8(model.animations[i]);
+        std::printf("  %s  %g s\n", name.c_str(), model.animationSeconds[i]);
     }
     printTree(model);
 }

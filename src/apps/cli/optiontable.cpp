@@ -220,8 +220,12 @@ constexpr std::array ownAnimateOptions{
         "path", 0, "FILE", "", "Film", false, file, "",
         "Move the camera through the keys in a file, one a line: time in seconds, the eye's X Y Z, the target's X "
         "Y Z, and perhaps the vertical field of view."},
+    OptionInfo{"clip", 0, "NAME", "", "Film", false, nothing, "",
+               "Play an animation of the model, by the name that \"selvarin info\" lists or by its number from 0. The "
+               "camera stands, unless --turntable or --path is given."},
     OptionInfo{"fps", 0, "NUMBER", "25", "Film", false, nothing, "", "Frames in a second."},
-    OptionInfo{"seconds", 0, "NUMBER", "8, or by the path", "Film", false, nothing, "", "How long the film is."},
+    OptionInfo{"seconds", 0, "NUMBER", "8, or by the path or clip", "Film", false, nothing, "",
+               "How long the film is."},
     OptionInfo{"from", 0, "FRAME", "", "Film", false, nothing, "", "The first frame to draw; the film's first is 0."},
     OptionInfo{"to", 0, "FRAME", "", "Film", false, nothing, "", "The last frame to draw."},
     OptionInfo{"demo", 0, "", "", "Film", false, nothing, "", "Film the built-in scene; no model is needed."},

@@ -148,19 +148,47 @@ public:
         chooseLook(program.host());
         const std::vector<Job> jobs = planJobs(options);
         bar.restart(L"Reading the model");
-        KivModel model = readModel(jobs.front());
+        KivModel model = readModel(jobs.front(), poseOf(maker, 0, nullptr));
         if (isInterrupted()) {
             return statusCancelled;
         }
-        return drawFrames(model, maker, program.host()) ? statusDone : statusCancelled;
+        return drawFrames(jobs.front(), model, maker, program.host()) ? statusDone : statusCancelled;
     }
 
 private:
+    // Of a model that moves.
+    struct Pose {
+        std::string clip; // empty for none
+        double seconds = 0.0;
+        const KivModel* like = nullptr; // another pose of the same model, in whose place it comes
+    };
+
+    static Pose poseOf(const FrameMaker& maker, std::size_t frame, const KivModel* like) {
+        const std::string clip = maker.clip();
+        return {clip, clip.empty() ? 0.0 : maker.clipSeconds(frame), like};
+    }
+
+    // Where a model that moves comes to in a film, from some of its frames.
+    std::vector<Kiv3DPoint> pointsOfFilm(const Job& job, const KivModel& model, const FrameMaker& maker) {
+        constexpr std::size_t most = 8;
+        std::vector<Kiv3DPoint> points = scenePoints(*model.scene);
+        const std::size_t step = std::max<std::size_t>(1, maker.count() / most);
+        for (std::size_t i = step; !maker.clip().empty() && i < maker.count() && !isInterrupted(); i += step) {
+            const KivModel other = readModel(job, poseOf(maker, i, &model));
+            if (other.scene) {
+                const std::vector<Kiv3DPoint> more = scenePoints(*other.scene);
+                points.insert(points.end(), more.begin(), more.end());
+            }
+        }
+        return points;
+    }
+
     // False if it was cancelled.
-    bool drawFrames(KivModel& model, FrameMaker& maker, CliHost& host) {
-        const std::vector<Kiv3DPoint> points = maker.framed(scenePoints(*model.scene), model);
+    bool drawFrames(const Job& job, KivModel& model, FrameMaker& maker, CliHost& host) {
+        const std::vector<Kiv3DPoint> points = maker.framed(pointsOfFilm(job, model, maker), model);
         const ChosenView chosen = chooseFilmCamera(model, points, maker);
-        const KivScene bare = *model.scene;
+        KivModel posed; // its scene holds the meshes that the frame's scene shows
+        KivScene bare = *model.scene;
         const std::uint64_t triangles = countTriangles(model);
         CancelProgress cancel;
         otherProgress = &cancel;
@@ -168,6 +196,13 @@ private:
         const auto start = Timings::Clock::now();
         for (std::size_t i = 0; i < maker.count(); ++i) {
             const ChosenView view = maker.view(i, chosen, points, model);
+            if (i > 0 && !maker.clip().empty()) {
+                posed = readModel(job, poseOf(maker, i, &model));
+                if (!posed.scene) {
+                    return false;
+                }
+                bare = *posed.scene;
+            }
             model.scene = std::make_unique<KivScene>(bare);
             for (KivLight& light : chooseLights(model, points, view.axes)) {
                 model.scene->addLight(light);
@@ -410,6 +445,10 @@ private:
     }
 
     KivModel readModel(const Job& job) {
+        return readModel(job, Pose());
+    }
+
+    KivModel readModel(const Job& job, const Pose& pose) {
         KivModel model;
         if (job.models.empty()) {
             std::vector<kivimport::ModelParts> parts;
@@ -426,15 +465,23 @@ private:
         modelOptions.deflection = options.deflection;
         modelOptions.picturePixels = std::max(options.width, options.height);
         modelOptions.unitsPerPixel = unitsPerPixel();
+        modelOptions.clip = kivFromUtf8(pose.clip);
+        modelOptions.clipSeconds = pose.seconds;
+        modelOptions.placedLike = pose.like;
+        const bool isFirst = pose.like == nullptr;
         std::wstring message;
-        modelOptions.progress = [this](double done) { return bar.showDone(done); };
+        modelOptions.progress = [this, isFirst](double done) {
+            return isFirst ? bar.showDone(done) : !isInterrupted();
+        };
         const bool isRead = kivImportModels(job.models, modelOptions, model, message);
-        bar.finish();
+        if (isFirst) {
+            bar.finish();
+        }
         if (!isRead && !isInterrupted()) {
             throw std::runtime_error(kivToUtf8(message));
         }
-        for (const std::wstring& warning : model.warnings) {
-            printWarning(kivToUtf8(warning));
+        for (std::size_t i = 0; isFirst && i < model.warnings.size(); ++i) {
+            printWarning(kivToUtf8(model.warnings[i]));
         }
         if (isRead) {
             chooseObjects(model);

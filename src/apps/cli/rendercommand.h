@@ -38,6 +38,9 @@ public:
     // The view of a frame; chosen: that of the options.
     virtual ChosenView view(std::size_t frame, const ChosenView& chosen, const std::vector<Kiv3DPoint>& points,
                             const KivModel& model) const = 0;
+    // The animation of the model that plays, and the moment of it in a frame in seconds; empty for none.
+    virtual std::string clip() const = 0;
+    virtual double clipSeconds(std::size_t frame) const = 0;
     // The file of a frame that is a vector drawing; empty for pictures, which take gets.
     virtual std::string drawingName(std::size_t frame) const = 0;
     // Throws std::runtime_error.

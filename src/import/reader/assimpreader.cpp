@@ -1,6 +1,7 @@
 #include "import/reader/assimpreader.h"
 
 #include "import/polygons.h"
+#include "import/reader/assimppose.h"
 #include "import/reader/folderfiles.h"
 #include "import/reader/plycheck.h"
 #include "import/reader/plystrips.h"
@@ -11,7 +12,9 @@
 #include <cstring>
 #include <filesystem>
 #include <map>
+#include <memory>
 #include <numbers>
+#include <optional>
 #include <utility>
 
 #include <assimp/GltfMaterial.h>
@@ -90,8 +93,9 @@ Colour toScreen(const Colour& c) {
 
 class AssimpReader {
 public:
-    AssimpReader(const std::string& modelPath, const ReadLimits& readLimits, ReaderReport& readerReport)
-        : path(modelPath), limits(readLimits), report(readerReport) {}
+    AssimpReader(const std::string& modelPath, const ReadLimits& readLimits, const ClipChoice& clipChoice,
+                 ReaderReport& readerReport)
+        : path(modelPath), limits(readLimits), clip(clipChoice), report(readerReport) {}
 
     ModelParts read() {
         if (ending() == ".ply") {
@@ -113,12 +117,13 @@ public:
         for (unsigned int i = 0; i < scene->mNumMaterials; ++i) {
             addMaterial(*scene->mMaterials[i]);
         }
+        chooseClip();
         walkNodes();
         addCameras();
         addLights();
         tellUnused();
         for (unsigned int i = 0; i < scene->mNumAnimations; ++i) {
-            parts.animations.push_back(fromAi(scene->mAnimations[i]->mName));
+            parts.animations.push_back({fromAi(scene->mAnimations[i]->mName), assimpDuration(*scene->mAnimations[i])});
         }
         return std::move(parts);
     }
@@ -136,6 +141,35 @@ private:
         const std::string ply = ending() == ".ply" ? plyWithoutStrips(path) : std::string();
         return ply.empty() ? importer.ReadFile(path, 0) : importer.ReadFileFromMemory(ply.data(), ply.size(), 0, "ply");
     }
+
+    // By its name, or by its number where none is called so.
+    void chooseClip() {
+        if (clip.name.empty()) {
+            return;
+        }
+        const aiAnimation* const* const begin = scene->mAnimations;
+        const aiAnimation* const* const end = begin + scene->mNumAnimations;
+        const aiAnimation* const* found =
+            std::find_if(begin, end, [this](const aiAnimation* each) { return fromAi(each->mName) == clip.name; });
+        const bool isNumber = clip.name.find_first_not_of("0123456789") == std::string::npos && clip.name.size() < 6;
+        if (found == end && isNumber && std::stoul(clip.name) < scene->mNumAnimations) {
+            found = begin + std::stoul(clip.name);
+        }
+        if (found == end) {
+            throw ImportError("it has no animation \"" + clip.name + "\"" + namesOfClips());
+        }
+        posedScene.reset(importer.GetOrphanedScene());
+        scene = posedScene.get();
+        pose.emplace(*posedScene, **found, clip.seconds);
+    }
+    std::string namesOfClips() const {
+        std::string names;
+        for (unsigned int i = 0; i < scene->mNumAnimations; ++i) {
+            names += (i > 0 ? ", \"" : "; there is \"") + fromAi(scene->mAnimations[i]->mName) + "\"";
+        }
+        return names;
+    }
+
     std::string reason() const {
         std::string text = importer.GetErrorString();
         text = text.substr(0, text.find_first_of("\r\n"));
@@ -350,7 +384,9 @@ private:
                                       std::to_string(number) + " is out of range, the file has " +
                                       std::to_string(scene->mNumMeshes) + " meshes");
                 }
-                addMesh(*scene->mMeshes[number], node, fromAi(visit.node->mName), visit.transform);
+                const aiMesh& mesh = *scene->mMeshes[number];
+                const PosedVertices posed = pose ? pose->posed(mesh, *visit.node) : PosedVertices();
+                addMesh(mesh, posed, node, fromAi(visit.node->mName), visit.transform);
             }
             // Last child first, so that the first is visited first.
             for (unsigned int i = visit.node->mNumChildren; i-- > 0;) {
@@ -373,18 +409,21 @@ private:
         return static_cast<std::uint32_t>(parts.nodes.size() - 1);
     }
 
-    void addMesh(const aiMesh& mesh, std::uint32_t node, const std::string& nodeName, const Transform& transform) {
+    void addMesh(const aiMesh& mesh, const PosedVertices& posed, std::uint32_t node, const std::string& nodeName,
+                 const Transform& transform) {
         Surface surface;
+        const aiVector3D* const points = posed.points.empty() ? mesh.mVertices : posed.points.data();
+        const aiVector3D* const normals = posed.normals.empty() ? mesh.mNormals : posed.normals.data();
         surface.positions.reserve(mesh.mNumVertices);
         for (unsigned int i = 0; i < mesh.mNumVertices; ++i) {
-            surface.positions.push_back(usablePoint(mesh, transform.point(fromAi(mesh.mVertices[i]))));
+            surface.positions.push_back(usablePoint(mesh, transform.point(fromAi(points[i]))));
         }
         // Those of stl belong to facets and those of 3ds are made by Assimp: neither tells anything of the surface.
         const bool hasNormals = mesh.HasNormals() && ending() != ".stl" && ending() != ".3ds";
         if (hasNormals) {
             surface.normals.reserve(mesh.mNumVertices);
             for (unsigned int i = 0; i < mesh.mNumVertices; ++i) {
-                const Vec3 normal = transform.normal(unit(fromAi(mesh.mNormals[i])));
+                const Vec3 normal = transform.normal(unit(fromAi(normals[i])));
                 surface.normals.push_back(isFinite(normal) ? normal : Vec3{});
             }
         }
@@ -666,12 +705,15 @@ private:
 
     std::string path;
     ReadLimits limits;
+    ClipChoice clip;
     ReaderReport& report;
     double numMeshesDone = 0.0;
     Assimp::Importer importer;
     const aiScene* scene = nullptr;
     ModelParts parts;
     bool isLinear = false;
+    std::unique_ptr<aiScene> posedScene; // in place of the importer's
+    std::optional<AssimpPose> pose;
     std::uint64_t numElements = 0;
     std::map<std::string, Transform> worldFromNode;
     std::vector<TextureLayout> layouts;
@@ -684,8 +726,9 @@ private:
 
 } // namespace
 
-ModelParts readByAssimp(const std::string& path, const ReadLimits& limits, ReaderReport& report) {
-    return AssimpReader(path, limits, report).read();
+ModelParts readByAssimp(const std::string& path, const ReadLimits& limits, const ClipChoice& clip,
+                        ReaderReport& report) {
+    return AssimpReader(path, limits, clip, report).read();
 }
 
 std::string assimpVersion() {

@@ -12,7 +12,7 @@ namespace {
 using namespace kivimport;
 
 ModelParts readWithAssimp(const ReaderRequest& request, ReaderReport& report) {
-    return readByAssimp(request.path, request.limits, report);
+    return readByAssimp(request.path, request.limits, request.clip, report);
 }
 
 ModelParts readWithLib3mf(const ReaderRequest& request, ReaderReport& report) {

@@ -76,7 +76,7 @@ class SELVARIN_OT_export_drawing(bpy.types.Operator, ExportHelper):
             job = engine.Job(render_engine, depsgraph)
             style, background = job.style(), job.background() or "#ffffff"
             drawing = in_thread(lambda progress: library.selvarin.draw(
-                job.scene, job.frame.size, job.camera, style, background=background,
+                job.scene, job.frame.size, job.camera, style, shadows=job.options.shadows, background=background,
                 ambient=tuple(job.options.ambient), hidden=self.hidden, title=scene.name, progress=progress),
                 job.progress)
             sheet = {"hidden": "dashed" if self.hidden else "none"}

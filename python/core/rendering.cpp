@@ -294,6 +294,7 @@ std::shared_ptr<DrawingData> renderDrawing(LibraryUse& library, PythonScene& sce
         Drawing drawing(library, scene, request, progress, warnings);
         KivCommonSettings settings = settingsOf(request, drawing.backgroundOr(request.background.value_or(0xFFFFFF)));
         settings.setVectorial(true);
+        settings.setShadows(request.shadows);
         auto result = std::make_shared<DrawingData>();
         result->place = drawing.placement();
         result->drawing.wantsHidden = hidden;

@@ -122,14 +122,15 @@ class Drawing:
 
 
 def draw(scene: Any, size: Tuple[int, int] = (1280, 960), camera: Optional[Camera] = None,
-         style: Union[Style, PathLike, None] = None, *, transparency: Optional[bool] = None,
+         style: Union[Style, PathLike, None] = None, *, shadows: bool = False, transparency: Optional[bool] = None,
          background: Color = "#ffffff", ambient: Color = "#404040", areas: str = "regions", hidden: bool = False,
          title: str = "", progress: Progress = None) -> Drawing:
     """Draws a scene as lines and areas; also a mesh or a file of one.
 
     size: width and height in pixels, which decide how wide the lines are. areas: "regions" joins what is visible of one
-    look of one object, "faces" what lies in one plane, "triangles" nothing. hidden: also lines that something stands
-    before, where the shaders know them. title: of the file. Everything else is as for ``render``; there are no shadows.
+    look of one object, "faces" what lies in one plane, "triangles" nothing. shadows: areas in them are of darker looks.
+    hidden: also lines that something stands before, where the shaders know them. title: of the file. Everything else is
+    as for ``render``.
 
     Raises ValueError, RenderError, Cancelled and KeyboardInterrupt.
     """
@@ -137,6 +138,7 @@ def draw(scene: Any, size: Tuple[int, int] = (1280, 960), camera: Optional[Camer
         raise ValueError(f'areas: "regions", "faces" or "triangles" is expected, not {areas!r}')
     drawn = as_scene(scene)
     request = request_of(drawn, size, camera, style, transparency, background, ambient)
+    request.update(shadows=bool(shadows))
     core, warnings = with_progress(
         progress, lambda callback: drawn._core.draw(request, areas, bool(hidden), title, callback))
     warn_all(warnings)

@@ -116,3 +116,33 @@ def test_a_drawing_is_cancelled():
     with pytest.raises(selvarin.Cancelled):
         selvarin.draw(scene, (640, 480), progress=lambda done, text: False)
     assert selvarin.draw(scene, (64, 48)).areas()
+
+
+def test_shadows_are_areas(tmp_path):
+    scene = selvarin.Scene(up="z")
+    floor = np.array([(-4, -4, 0), (4, -4, 0), (4, 4, 0), (-4, 4, 0)], dtype=float)
+    scene.add_mesh(floor, [(0, 1, 2), (0, 2, 3)], color="#c0c0c0", name="floor")
+    scene.add_mesh(CUBE_VERTICES + (0, 0, 1.5), CUBE_FACES, color="#ff0000", name="cube")
+    scene.add_light("directional", direction=(1, 0.5, -1))
+    top = Camera.view("top", parallel=True)
+    floors = {}
+    for shadows in (False, True):
+        drawing = selvarin.draw(scene, (200, 200), top, "Clean toon", shadows=shadows)
+        floors[shadows] = {area.color for area in drawing.areas() if area.object == "floor"}
+    assert len(floors[False]) == 1 and len(floors[True]) == 2 and floors[False] < floors[True]
+    with pytest.raises(TypeError):
+        selvarin.draw(scene, (40, 30), top, shadow_map=True)
+
+
+@pytest.mark.parametrize("areas", ["regions", "faces", "triangles"])
+def test_areas_of_every_kind_know_their_objects(areas):
+    scene = selvarin.Scene()
+    scene.add_mesh(CUBE_VERTICES, CUBE_FACES, color="#ff0000", name="left")
+    scene.add_mesh(CUBE_VERTICES + (3, 0, 0), CUBE_FACES, color="#00ff00", name="right")
+    drawing = selvarin.draw(scene, (200, 100), Camera.view("front", parallel=True), "Clean toon", areas=areas)
+    seen = [area for area in drawing.areas() if area.object]
+    assert {area.object for area in seen} == {"left", "right"}
+    assert len(seen) >= {"regions": 2, "faces": 2, "triangles": 4}[areas]
+    middle = {name: np.concatenate([r for a in seen if a.object == name for r in a.rings])[:, 0].mean()
+              for name in ("left", "right")}
+    assert middle["left"] < 100 < middle["right"]

@@ -90,7 +90,7 @@ void importHere(benchmark::State& state) {
     measure(state, [] {
         SilentReport report;
         std::vector<ModelParts> files;
-        files.push_back(readByAssimp(modelFile(), {50'000'000}, report));
+        files.push_back(readByAssimp(modelFile(), {50'000'000}, {}, report));
         KivModel model;
         model.files.emplace_back();
         assembleModel(files, KivModelOptions().creaseAngle, model);

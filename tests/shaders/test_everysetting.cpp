@@ -200,7 +200,8 @@ TEST_F(EverySetting, OfTheOutlineChangesThePicture) {
                                   {"Lines", "no"},
                                   {"LineWidth", "7"},
                                   {"Tangents", "none"},
-                                  {"Intersections", "no"}});
+                                  {"Intersections", "no"},
+                                  {"Taper", "60", {{"Taper", "0"}}}});
 }
 
 TEST_F(EverySetting, OfTheHalftoneChangesThePicture) {

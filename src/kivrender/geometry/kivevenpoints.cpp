@@ -11,13 +11,13 @@
 
 namespace {
 
-// A step towards the mean of the neighbours and one as long away from it: of waves of ten sides half is left, of longer
-// ones nearly all, and nothing swells.
+// A step towards the mean of the neighbours and one as long away from it: of waves of five sides half is left, of
+// longer ones nearly all, and nothing swells.
 constexpr double leastWeight = -0.5; // of needles
 constexpr double mostWeight = 3.0;
 constexpr double shrinking = 0.63;
 constexpr double swelling = -0.63;
-constexpr int rounds = 24;
+constexpr int rounds = 12;
 // How far the filter turns normals against how far they turn from point to point: 0.12 on what designers made at most,
 // 0.18 and more where triangles are cut without plan, 0.36 on scans.
 constexpr double leastNoise = 0.15;

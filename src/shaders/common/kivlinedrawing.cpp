@@ -14,9 +14,11 @@
 #include "kivrender/shader/kivshadercommunication.h"
 #include "kivsurface.h"
 #include "kivthinnedpath.h"
+#include "kivwholestrokes.h"
 
 #include <algorithm>
 #include <cmath>
+#include <tuple>
 
 namespace {
 
@@ -206,6 +208,7 @@ void KivLineDrawing::addLineJob(const std::vector<KivVec>& points, bool closed, 
         return;
     }
     Job job;
+    job.isGiven = true;
     job.closed = closed && points.size() > 2;
     job.kind = KivFeatureKind::crease; // visible or not, with nothing in between
     job.color = color;
@@ -356,6 +359,7 @@ bool KivLineDrawing::traceSurveyed() {
 }
 
 bool KivLineDrawing::traceJobs() {
+    std::vector<Traced> seen;
     std::vector<KivLinePath> paths;
     for (std::size_t i = 0; i < jobs.size(); ++i) {
         if (i % 256 == 0 && kivIsCancelled()) {
@@ -382,11 +386,66 @@ bool KivLineDrawing::traceJobs() {
         paths.clear();
         tracer.trace(job.corners, job.closed, job.kind, paths);
         for (std::size_t k = 0; k < paths.size() && !isRecording; ++k) {
-            takePath(job, paths[k]);
+            seen.push_back({i, std::move(paths[k])});
         }
     }
     depth = {};
+    takeStrokes(seen);
     return true;
+}
+
+// Lines that are not seen, and those of the derived class, go out as they are; the others as whole strokes.
+void KivLineDrawing::takeStrokes(std::vector<Traced>& seen) {
+    std::vector<KivStrokePiece> pieces;
+    std::vector<std::size_t> tracedOf;
+    std::map<std::tuple<const KivTablePageSettings*, std::uint32_t, double, KivFeatureKind>, std::uint32_t> groups;
+    for (std::size_t i = 0; i < seen.size(); ++i) {
+        const Job& job = jobs[seen[i].job];
+        if (seen[i].path.hidden || job.mark != 0 || job.isGiven) {
+            takePath(job, seen[i].path);
+            continue;
+        }
+        const auto group = static_cast<std::uint32_t>(groups.size());
+        const auto key = std::make_tuple(job.page, job.color, job.width, job.kind);
+        pieces.push_back({&seen[i].path, groups.try_emplace(key, group).first->second, toolOf(*job.page).pen.shortest});
+        tracedOf.push_back(i);
+    }
+    for (const KivWholeStroke& stroke : kivWholeStrokes(pieces, pixel, view.width(), view.height())) {
+        takeStroke(stroke, tracedOf, seen);
+    }
+}
+
+void KivLineDrawing::takeStroke(const KivWholeStroke& stroke, const std::vector<std::size_t>& tracedOf,
+                                const std::vector<Traced>& seen) {
+    const auto at = [&](std::size_t k) -> const Traced& { return seen[tracedOf[stroke.pieces[k]]]; };
+    KivLinePath path;
+    Job whole;
+    std::map<std::size_t, std::uint32_t> firstCorner; // of the jobs in the whole
+    for (std::size_t k = 0; k < stroke.pieces.size(); ++k) {
+        const Job& job = jobs[at(k).job];
+        const auto [place, isNew] =
+            firstCorner.try_emplace(at(k).job, static_cast<std::uint32_t>(whole.corners.size()));
+        if (isNew && stroke.pieces.size() > 1) {
+            whole.corners.insert(whole.corners.end(), job.corners.begin(), job.corners.end());
+            whole.corners.push_back(job.corners.front()); // to which the last side of a ring leads
+        }
+        kivAppendPath(at(k).path, stroke.reversed[k], place->second, path);
+    }
+    path.closed = stroke.closed;
+    path.startsLoose = stroke.startsLoose;
+    path.endsLoose = stroke.endsLoose;
+    const Job& first = jobs[at(0).job];
+    if (stroke.pieces.size() == 1) {
+        takePath(first, path);
+        return;
+    }
+    whole.closed = stroke.closed;
+    whole.kind = first.kind;
+    whole.color = first.color;
+    whole.width = first.width;
+    whole.page = first.page;
+    whole.object = first.object;
+    takePath(whole, path);
 }
 
 bool KivLineDrawing::traceExactly() {

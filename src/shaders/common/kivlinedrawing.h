@@ -27,6 +27,7 @@ class KivMesh;
 class KivPolyline;
 class KivShaderCommunication;
 class KivTablePageSettings;
+struct KivWholeStroke;
 struct KivPictureTile;
 
 // Made with the context of the render current, which must stay so. The steps come in the order of the operations.
@@ -78,6 +79,7 @@ protected:
         const KivTablePageSettings* page = nullptr;
         std::uint32_t object = 0; // in a vector drawing
         int mark = 0;             // for the derived class; 0 for what is gathered here
+        bool isGiven = false;     // a line of the scene itself: it ends where it ends
     };
 
     virtual KivLineLook lookOf(const KivTablePageSettings& page) const = 0;
@@ -116,6 +118,12 @@ private:
         KivLinePen pen;
     };
 
+    // What is seen of a line.
+    struct Traced {
+        std::size_t job = 0;
+        KivLinePath path;
+    };
+
     const Tool& toolOf(const KivTablePageSettings& page);
     void addEdges(const std::vector<KivVec>& points, const std::vector<KivFeatureEdge>& edges,
                   const KivTablePageSettings& page);
@@ -125,6 +133,9 @@ private:
     void wantDepth(double margin, const KivLineTile* tile);
     void readDepth(const KivLineTile* tile);
     bool traceJobs();
+    void takeStrokes(std::vector<Traced>& seen);
+    void takeStroke(const KivWholeStroke& stroke, const std::vector<std::size_t>& tracedOf,
+                    const std::vector<Traced>& seen);
     bool traceExactly();
     std::vector<KivLinePath> seenPaths(const Job& job) const;
 

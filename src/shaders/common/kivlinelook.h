@@ -20,6 +20,7 @@ struct KivLineLook {
     double detail = 2.0;
     double shortest = 5.0;
     double smoothing = 1.5;
+    double taper = 0.0;        // of ends in the open
     bool intersections = true; // lines where surfaces run into each other, as wide as creases
     bool smoothShape = true;   // in place of the triangles, where no base look draws
     bool hidden = false;       // trace what is hidden as well

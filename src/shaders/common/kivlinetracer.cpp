@@ -17,6 +17,13 @@ constexpr double slightly = 4.0;
 constexpr float slightlyHidden = -1.0F;
 constexpr double longestDip = 8.0;
 
+// Above the 1 of what is drawn in full: that, with nothing behind it.
+constexpr float outlineWeight = 2.0F;
+
+// In pixels of the finished picture, to either side and across.
+constexpr double zigzagReach = 4.0;
+constexpr double zigzagHeight = 0.6;
+
 // What is drawn at less than this part of its width is left out.
 constexpr float faint = 0.3F;
 
@@ -46,7 +53,7 @@ float KivLineTracer::weigh(const KivWindowPoint& place, const KivVec& open, KivF
                                            cellOf(place.y + open.y * pixels * pen.pixel)));
     }
     if (behind >= 1.0F) {
-        return 1.0F;
+        return outlineWeight;
     }
     const double here = view.distance(place.z);
     const double step = (view.distance(behind) - here) / view.pixelSize(here);
@@ -134,9 +141,11 @@ void KivLineTracer::sampleEdge(const std::vector<KivLineCorner>& corners, std::s
         const KivWindowPoint place = {start.x + dx * t, start.y + dy * t, start.z + (end.z - start.z) * t};
         // Even steps in the picture are uneven ones in a view with perspective.
         const double part = first + (last - first) * t * a.w / (t * a.w + (1.0 - t) * b.w);
+        const float weight = weightOf(place, open, kind);
         samples.push_back({static_cast<float>(place.x),
                            static_cast<float>(place.y),
-                           weightOf(place, open, kind),
+                           std::min(weight, 1.0F),
+                           weight > 1.0F,
                            {static_cast<std::uint32_t>(corner), static_cast<float>(part)}});
     }
     if (last < 1.0) {
@@ -267,8 +276,10 @@ void KivLineTracer::addPath(const Run& run, KivFeatureKind kind, std::vector<Kiv
     const std::size_t count = run.last - first;
     double length = 0.0;
     double strength = 0.0;
+    std::size_t outline = 0;
     for (std::size_t i = first; i < run.last; ++i) {
         strength += samples[i].weight;
+        outline += samples[i].isOutline ? 1 : 0;
         if (i > first) {
             length += std::hypot(samples[i].x - samples[i - 1].x, samples[i].y - samples[i - 1].y);
         }
@@ -281,6 +292,7 @@ void KivLineTracer::addPath(const Run& run, KivFeatureKind kind, std::vector<Kiv
     }
     KivLinePath path;
     path.closed = run.closed;
+    path.isOutline = 2 * outline > count;
     path.hidden = run.hidden;
     path.startsFree = run.startsFree;
     path.endsFree = run.endsFree;
@@ -305,5 +317,33 @@ void KivLineTracer::addPath(const Run& run, KivFeatureKind kind, std::vector<Kiv
             {static_cast<float>(x / parts), static_cast<float>(y / parts), run.hidden ? half : half * here.weight});
         path.stations.push_back(here.station);
     }
+    if (kind == KivFeatureKind::silhouette && pen.smoothing > 0.0) {
+        evenZigzags(path);
+    }
     paths.push_back(std::move(path));
+}
+
+// Folds run along sides of triangles, to and fro about the contour of the shape. Points move to the mean of several
+// pixels around them, by a part of a pixel at most: real corners stay.
+void KivLineTracer::evenZigzags(KivLinePath& path) const {
+    const auto count = static_cast<std::ptrdiff_t>(path.points.size());
+    const auto reach = static_cast<std::ptrdiff_t>(zigzagReach * pen.pixel / sampleStep);
+    const std::vector<KivLinePoint> before = path.points;
+    for (std::ptrdiff_t i = 0; i < count; ++i) {
+        const std::ptrdiff_t span = path.closed ? std::min(reach, count / 3) : std::min({reach, i, count - 1 - i});
+        double x = 0.0;
+        double y = 0.0;
+        for (std::ptrdiff_t k = i - span; k <= i + span; ++k) {
+            const KivLinePoint& at = before[static_cast<std::size_t>((k % count + count) % count)];
+            x += static_cast<double>(at.x);
+            y += static_cast<double>(at.y);
+        }
+        KivLinePoint& point = path.points[static_cast<std::size_t>(i)];
+        const double dx = x / static_cast<double>(2 * span + 1) - static_cast<double>(point.x);
+        const double dy = y / static_cast<double>(2 * span + 1) - static_cast<double>(point.y);
+        const double most = zigzagHeight * pen.pixel;
+        const double part = most / std::hypot(most, std::hypot(dx, dy));
+        point.x += static_cast<float>(dx * part);
+        point.y += static_cast<float>(dy * part);
+    }
 }

@@ -35,6 +35,11 @@ struct KivLinePath {
     // The line itself ends here, and is not merely lost from sight.
     bool startsFree = false;
     bool endsFree = false;
+    // Most of it has nothing behind it on one side: it is a part of an outline.
+    bool isOutline = false;
+    // Whole strokes begin or end in the open (kivwholestrokes.h).
+    bool startsLoose = false;
+    bool endsLoose = false;
 };
 
 // All lengths in pixels of the image that is drawn into.
@@ -103,6 +108,7 @@ private:
         float x;
         float y;
         float weight; // 1 drawn in full, 0 hidden, below 0 hidden by next to nothing
+        bool isOutline;
         KivLineStation station;
     };
     // Samples of a piece, from the first to before the last.
@@ -125,6 +131,8 @@ private:
     void bridgeGaps();
     void evenWeights();
     void addPath(const Run& run, KivFeatureKind kind, std::vector<KivLinePath>& paths) const;
+
+    void evenZigzags(KivLinePath& path) const;
 
     const KivView& view;
     const KivDepthImage& depth;

@@ -17,7 +17,9 @@ KivLineLook KivOutlineDrawing::lookOf(const KivTablePageSettings& page) const {
 }
 
 void KivOutlineDrawing::takePath(const Job& job, const KivLinePath& path) {
-    kivStroke(kivThinnedPath(path, strokeTolerance), strokes[job.color]);
+    KivLinePath tapered = path;
+    kivTaperEnds(tapered, static_cast<float>(kivOutlineLook(*job.page).taper * getPixel()));
+    kivStroke(kivThinnedPath(tapered, strokeTolerance), strokes[job.color]);
 }
 
 void KivOutlineDrawing::takePoint(const Job& job, const KivLinePoint& point) {

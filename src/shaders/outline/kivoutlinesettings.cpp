@@ -21,6 +21,7 @@ enum Setting {
     tangentsSetting,
     intersectionsSetting,
     smoothShapeSetting,
+    taperSetting,
     numSettings
 };
 
@@ -51,6 +52,7 @@ const KivSettingInfo table[numSettings] = {
      nullptr},
     {"SmoothShape", KivSettingType::Bool, 0, 1, 1,
      L"Without a base look, coarse and noisy meshes are drawn as the smooth surface that they stand for", nullptr},
+    {"Taper", KivSettingType::Double, 0, 200, 14, L"Lines that end in the open thin out over so many pixels", nullptr},
 };
 
 } // namespace
@@ -83,5 +85,6 @@ KivLineLook kivOutlineLook(const KivTablePageSettings& settings) {
     look.detail = settings.getValue(detailSetting);
     look.shortest = settings.getValue(shortestSetting);
     look.smoothing = settings.getValue(smoothingSetting);
+    look.taper = settings.getValue(taperSetting);
     return look;
 }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <numbers>
+#include <vector>
 
 namespace {
 
@@ -11,6 +12,10 @@ int circleCorners(float radius) {
     const double angle = radius > 0.2F ? std::acos(1.0 - 0.1 / radius) : std::numbers::pi / 4.0;
     return std::clamp(static_cast<int>(std::ceil(std::numbers::pi / angle)), 6, 64);
 }
+
+// What is left of the width at a loose end, and how much of a short path thins out towards one.
+constexpr float leastWidth = 0.2F;
+constexpr float tapered = 0.45F;
 
 struct Direction {
     float x;
@@ -100,5 +105,27 @@ void kivStroke(const KivLinePath& path, KivStrokeMesh& mesh) {
     kivStrokeDot(path.closed ? point(0) : point(count - 1), mesh);
     if (!drawn && count > 1) {
         kivStrokeDot(point(0), mesh);
+    }
+}
+
+void kivTaperEnds(KivLinePath& path, float reach) {
+    const std::size_t count = path.points.size();
+    if (count < 2 || path.closed || !(reach > 0.0F) || !(path.startsLoose || path.endsLoose)) {
+        return;
+    }
+    std::vector<float> along(count, 0.0F);
+    for (std::size_t i = 1; i < count; ++i) {
+        along[i] =
+            along[i - 1] + std::hypot(path.points[i].x - path.points[i - 1].x, path.points[i].y - path.points[i - 1].y);
+    }
+    const float all = along.back();
+    const float over = std::min(reach, tapered * all);
+    const auto part = [over](float distance) {
+        const float t = std::min(distance / over, 1.0F);
+        return leastWidth + (1.0F - leastWidth) * t * (2.0F - t);
+    };
+    for (std::size_t i = 0; i < count && over > 0.0F; ++i) {
+        path.points[i].halfWidth *= path.startsLoose ? part(along[i]) : 1.0F;
+        path.points[i].halfWidth *= path.endsLoose ? part(all - along[i]) : 1.0F;
     }
 }

@@ -16,6 +16,9 @@ struct KivStrokeMesh {
     void addTriangle(std::uint32_t a, std::uint32_t b, std::uint32_t c);
 };
 
+// Lets a path thin out over so many pixels towards its loose ends, over less than half of it where it is short.
+void kivTaperEnds(KivLinePath& path, float reach);
+
 // Appends the band along a path.
 void kivStroke(const KivLinePath& path, KivStrokeMesh& mesh);
 

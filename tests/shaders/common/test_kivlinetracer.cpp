@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
 
 namespace {
 
@@ -263,4 +264,46 @@ TEST(KivLineTracer, SeesSinglePoints) {
     EXPECT_NEAR(place.x, 150.0F, 1e-4F);
     EXPECT_NEAR(place.y, 125.0F, 1e-4F);
     EXPECT_FALSE(tracer.sees(view.clip({1.5, 0.0, 0.0}), &place));
+}
+
+TEST(KivLineTracer, TellsOutlinesFromFoldsInside) {
+    const KivView view = flatView();
+    const KivLinePen pen = testPen();
+    for (const bool hasBehind : {false, true}) {
+        const KivDepthImage depth = wallDepth(0, 200, hasBehind ? 0.9F : 1.0F);
+        std::vector<KivLinePath> paths;
+        KivLineTracer(view, depth, pen).trace(lineAcross(view, 0.0, 1), false, KivFeatureKind::silhouette, paths);
+        ASSERT_EQ(paths.size(), 1U);
+        EXPECT_EQ(paths[0].isOutline, !hasBehind);
+        EXPECT_EQ(paths[0].points[50].halfWidth, 2.0F);
+    }
+}
+
+// A contour that goes to and fro by a pixel, and a corner of 90 degrees.
+TEST(KivLineTracer, EvensZigzagsAndKeepsCorners) {
+    const KivView view = flatView();
+    const KivDepthImage depth = emptyDepth();
+    KivLinePen pen = testPen();
+    std::vector<KivLineCorner> corners;
+    for (int i = 0; i < 40; ++i) {
+        corners.push_back({view.clip({-0.8 + 0.03 * i, i % 2 == 0 ? 0.003 : -0.003, 0.0}), 1});
+    }
+    corners.push_back({view.clip({0.4, 0.0, 0.0}), 1});
+    corners.push_back({view.clip({0.4, 0.8, 0.0}), 1});
+    const auto wander = [&] {
+        std::vector<KivLinePath> paths;
+        KivLineTracer(view, depth, pen).trace(corners, false, KivFeatureKind::silhouette, paths);
+        EXPECT_EQ(paths.size(), 1U);
+        float most = 0.0F;
+        float nearest = 100.0F;
+        for (const KivLinePoint& p : paths[0].points) {
+            most = p.x > 30.0F && p.x < 130.0F ? std::max(most, std::abs(p.y - 100.0F)) : most;
+            nearest = std::min(nearest, std::hypot(p.x - 140.0F, p.y - 100.0F));
+        }
+        EXPECT_LT(nearest, 1.0F);
+        return most;
+    };
+    EXPECT_GT(wander(), 0.2F);
+    pen.smoothing = 0.1;
+    EXPECT_LT(wander(), 0.12F);
 }

@@ -116,3 +116,30 @@ TEST(KivThinnedPath, KeepsChangesOfWidth) {
     const KivLinePath thinned = kivThinnedPath(path, 0.1F);
     EXPECT_EQ(thinned.points.size(), 4U);
 }
+
+TEST(KivTaperEnds, LooseEndsThinOut) {
+    KivLinePath path;
+    for (int i = 0; i <= 100; ++i) {
+        path.points.push_back({static_cast<float>(i), 0.0F, 2.0F});
+    }
+    const KivLinePath even = path;
+    kivTaperEnds(path, 20.0F);
+    EXPECT_EQ(path.points[0].halfWidth, 2.0F); // not in the open
+    path.endsLoose = true;
+    kivTaperEnds(path, 20.0F);
+    EXPECT_EQ(path.points[0].halfWidth, 2.0F);
+    EXPECT_EQ(path.points[80].halfWidth, 2.0F);
+    EXPECT_LT(path.points[90].halfWidth, 1.9F);
+    EXPECT_NEAR(path.points[100].halfWidth, 0.4F, 1e-4F);
+    for (std::size_t i = 81; i <= 100; ++i) {
+        EXPECT_LT(path.points[i].halfWidth, path.points[i - 1].halfWidth);
+    }
+    KivLinePath shorter = even;
+    shorter.startsLoose = shorter.endsLoose = true;
+    kivTaperEnds(shorter, 1000.0F);
+    EXPECT_EQ(shorter.points[50].halfWidth, 2.0F);
+    KivLinePath blunt = even;
+    blunt.startsLoose = true;
+    kivTaperEnds(blunt, 0.0F);
+    EXPECT_EQ(blunt.points[0].halfWidth, 2.0F);
+}

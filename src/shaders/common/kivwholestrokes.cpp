@@ -1,0 +1,309 @@
+#include "kivwholestrokes.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <tuple>
+#include <unordered_map>
+#include <utility>
+
+namespace {
+
+// In pixels of the finished picture.
+constexpr double widestGap = 5.0;
+constexpr double smallGap = 1.0;
+constexpr double directionReach = 6.0; // into a line, for its direction at the end
+constexpr double touching = 3.0;       // beside its own half width
+constexpr double leastTurn = 0.64;     // the cosine of 50 degrees
+constexpr std::size_t mostEnds = 32;   // in one cell: more are no line to follow
+
+constexpr std::int32_t noEnd = -1;
+
+struct End {
+    double x = 0.0;
+    double y = 0.0;
+    double outX = 0.0; // the way in which the line would go on, of unit length
+    double outY = 0.0;
+};
+
+double lengthOf(const KivLinePath& path) {
+    double length = 0.0;
+    for (std::size_t i = 1; i < path.points.size(); ++i) {
+        length += std::hypot(static_cast<double>(path.points[i].x - path.points[i - 1].x),
+                             static_cast<double>(path.points[i].y - path.points[i - 1].y));
+    }
+    return length;
+}
+
+// Points by the cells of a grid.
+class Grid {
+public:
+    explicit Grid(double cellSize) : size(cellSize) {}
+
+    void add(double x, double y, std::uint32_t item) {
+        cells[key(cell(x), cell(y))].push_back(item);
+    }
+    template <class Visit> void visitAround(double x, double y, Visit visit) const {
+        for (int dy = -1; dy <= 1; ++dy) {
+            for (int dx = -1; dx <= 1; ++dx) {
+                const auto found = cells.find(key(cell(x) + dx, cell(y) + dy));
+                if (found != cells.end()) {
+                    visit(found->second);
+                }
+            }
+        }
+    }
+
+private:
+    std::int64_t cell(double at) const {
+        return static_cast<std::int64_t>(std::floor(at / size));
+    }
+    static std::int64_t key(std::int64_t x, std::int64_t y) {
+        return (y << 32U) + x;
+    }
+
+    double size;
+    std::unordered_map<std::int64_t, std::vector<std::uint32_t>> cells;
+};
+
+class StrokeMaker {
+public:
+    StrokeMaker(const std::vector<KivStrokePiece>& p, double pixelSize, int w, int h)
+        : pieces(p), pixel(pixelSize), width(w), height(h), mates(p.size() * 2, noEnd) {}
+
+    std::vector<KivWholeStroke> make() {
+        findEnds();
+        joinEnds();
+        walk();
+        findLoose();
+        strokes.erase(std::remove_if(strokes.begin(), strokes.end(),
+                                     [this](const KivWholeStroke& stroke) { return mayGo(stroke); }),
+                      strokes.end());
+        return std::move(strokes);
+    }
+
+private:
+    bool isOpen(std::size_t piece) const {
+        return !pieces[piece].path->closed && pieces[piece].path->points.size() > 1;
+    }
+
+    void findEnds() {
+        ends.resize(mates.size());
+        for (std::size_t i = 0; i < pieces.size(); ++i) {
+            if (isOpen(i)) {
+                ends[2 * i] = endOf(*pieces[i].path, false);
+                ends[2 * i + 1] = endOf(*pieces[i].path, true);
+            }
+        }
+    }
+
+    End endOf(const KivLinePath& path, bool atLast) const {
+        const std::size_t count = path.points.size();
+        const auto point = [&](std::size_t i) -> const KivLinePoint& {
+            return path.points[atLast ? count - 1 - i : i];
+        };
+        End end{static_cast<double>(point(0).x), static_cast<double>(point(0).y)};
+        std::size_t inner = 1;
+        const auto away = [&](std::size_t i) {
+            return std::hypot(static_cast<double>(point(i).x) - end.x, static_cast<double>(point(i).y) - end.y);
+        };
+        while (inner + 1 < count && away(inner) < directionReach * pixel) {
+            ++inner;
+        }
+        const double distance = away(inner);
+        if (distance > 0.0) {
+            end.outX = (end.x - static_cast<double>(point(inner).x)) / distance;
+            end.outY = (end.y - static_cast<double>(point(inner).y)) / distance;
+        }
+        return end;
+    }
+
+    // The cost of going on from one end to another; below 0 if the line does not.
+    double costOf(const End& a, const End& b) const {
+        const double dx = b.x - a.x;
+        const double dy = b.y - a.y;
+        const double gap = std::hypot(dx, dy);
+        const double turn = -(a.outX * b.outX + a.outY * b.outY);
+        if (gap > widestGap * pixel || turn < leastTurn) {
+            return -1.0;
+        }
+        const bool isAhead =
+            dx * a.outX + dy * a.outY >= leastTurn * gap && -(dx * b.outX + dy * b.outY) >= leastTurn * gap;
+        return gap <= smallGap * pixel || isAhead ? gap + (1.0 - turn) * widestGap * pixel : -1.0;
+    }
+
+    // Those that go on best first.
+    void joinEnds() {
+        Grid grid(widestGap * pixel);
+        for (std::uint32_t e = 0; e < ends.size(); ++e) {
+            if (isOpen(e / 2)) {
+                grid.add(ends[e].x, ends[e].y, e);
+            }
+        }
+        std::vector<std::tuple<double, std::uint32_t, std::uint32_t>> pairs;
+        for (std::uint32_t e = 0; e < ends.size(); ++e) {
+            if (isOpen(e / 2)) {
+                grid.visitAround(ends[e].x, ends[e].y, [&](const std::vector<std::uint32_t>& there) {
+                    for (std::size_t i = 0; i < std::min(there.size(), mostEnds); ++i) {
+                        addPair(e, there[i], pairs);
+                    }
+                });
+            }
+        }
+        std::sort(pairs.begin(), pairs.end());
+        for (const auto& [cost, a, b] : pairs) {
+            if (mates[a] == noEnd && mates[b] == noEnd) {
+                mates[a] = static_cast<std::int32_t>(b);
+                mates[b] = static_cast<std::int32_t>(a);
+            }
+        }
+    }
+
+    void addPair(std::uint32_t a, std::uint32_t b,
+                 std::vector<std::tuple<double, std::uint32_t, std::uint32_t>>& pairs) const {
+        if (a >= b || pieces[a / 2].group != pieces[b / 2].group) {
+            return;
+        }
+        const bool isRing = a / 2 == b / 2;
+        if (isRing && lengthOf(*pieces[a / 2].path) < 4.0 * widestGap * pixel) {
+            return;
+        }
+        const double cost = costOf(ends[a], ends[b]);
+        if (cost >= 0.0) {
+            pairs.emplace_back(cost, a, b);
+        }
+    }
+
+    void walk() {
+        std::vector<bool> done(pieces.size(), false);
+        // Open strokes from the end that comes first, then rings.
+        for (const bool rings : {false, true}) {
+            for (std::uint32_t i = 0; i < pieces.size(); ++i) {
+                if (!done[i]) {
+                    walkFrom(i, rings, done);
+                }
+            }
+        }
+        std::sort(strokes.begin(), strokes.end(), [](const KivWholeStroke& a, const KivWholeStroke& b) {
+            return *std::min_element(a.pieces.begin(), a.pieces.end()) <
+                   *std::min_element(b.pieces.begin(), b.pieces.end());
+        });
+    }
+
+    void walkFrom(std::uint32_t first, bool isRing, std::vector<bool>& done) {
+        const bool startsHere = mates[2 * first] == noEnd;
+        const bool endsHere = mates[2 * first + 1] == noEnd;
+        if (!isRing && !startsHere && !endsHere) {
+            return;
+        }
+        KivWholeStroke stroke;
+        stroke.closed = isRing || pieces[first].path->closed;
+        auto in = static_cast<std::int32_t>(2 * first + (isRing || startsHere ? 0 : 1));
+        while (in != noEnd && !done[static_cast<std::size_t>(in) / 2]) {
+            const auto piece = static_cast<std::uint32_t>(in) / 2;
+            done[piece] = true;
+            stroke.pieces.push_back(piece);
+            stroke.reversed.push_back(in % 2 != 0);
+            in = mates[static_cast<std::size_t>(in ^ 1)];
+        }
+        strokes.push_back(std::move(stroke));
+    }
+
+    bool isAtEdge(const End& end) const {
+        const double reach = touching * pixel;
+        return end.x < reach || end.y < reach || end.x > width - reach || end.y > height - reach;
+    }
+
+    void findLoose() {
+        double widest = 0.0;
+        for (const KivStrokePiece& piece : pieces) {
+            for (const KivLinePoint& point : piece.path->points) {
+                widest = std::max(widest, static_cast<double>(point.halfWidth));
+            }
+        }
+        Grid grid(touching * pixel + widest);
+        std::vector<std::pair<std::uint32_t, std::uint32_t>> places; // stroke and point of a piece
+        for (std::uint32_t s = 0; s < strokes.size(); ++s) {
+            for (const std::uint32_t piece : strokes[s].pieces) {
+                for (const KivLinePoint& point : pieces[piece].path->points) {
+                    grid.add(static_cast<double>(point.x), static_cast<double>(point.y),
+                             static_cast<std::uint32_t>(places.size()));
+                    places.emplace_back(s, static_cast<std::uint32_t>(&point - pieces[piece].path->points.data()));
+                    pieceOf.push_back(piece);
+                }
+            }
+        }
+        for (std::uint32_t s = 0; s < strokes.size(); ++s) {
+            KivWholeStroke& stroke = strokes[s];
+            if (!stroke.closed && isOpen(stroke.pieces.front())) {
+                stroke.startsLoose =
+                    isLoose(s, 2 * stroke.pieces.front() + (stroke.reversed.front() ? 1 : 0), grid, places);
+                stroke.endsLoose =
+                    isLoose(s, 2 * stroke.pieces.back() + (stroke.reversed.back() ? 0 : 1), grid, places);
+            }
+        }
+    }
+
+    bool isLoose(std::uint32_t stroke, std::uint32_t e, const Grid& grid,
+                 const std::vector<std::pair<std::uint32_t, std::uint32_t>>& places) const {
+        const End& end = ends[e];
+        if (isAtEdge(end)) {
+            return false;
+        }
+        bool touches = false;
+        grid.visitAround(end.x, end.y, [&](const std::vector<std::uint32_t>& there) {
+            for (const std::uint32_t place : there) {
+                const KivLinePoint& point = pieces[pieceOf[place]].path->points[places[place].second];
+                const double dx = static_cast<double>(point.x) - end.x;
+                const double dy = static_cast<double>(point.y) - end.y;
+                touches = touches || (places[place].first != stroke &&
+                                      std::hypot(dx, dy) < touching * pixel + static_cast<double>(point.halfWidth));
+            }
+        });
+        return !touches;
+    }
+
+    bool mayGo(const KivWholeStroke& stroke) const {
+        double length = 0.0;
+        double shortest = pieces[stroke.pieces.front()].shortest;
+        for (const std::uint32_t piece : stroke.pieces) {
+            length += lengthOf(*pieces[piece].path);
+            shortest = std::min(shortest, pieces[piece].path->isOutline ? 0.0 : pieces[piece].shortest);
+        }
+        if (stroke.closed) {
+            return false;
+        }
+        const int loose = (stroke.startsLoose ? 1 : 0) + (stroke.endsLoose ? 1 : 0);
+        return loose == 2 ? length < 3.0 * shortest : loose == 1 && length < shortest;
+    }
+
+    const std::vector<KivStrokePiece>& pieces;
+    double pixel;
+    double width;
+    double height;
+    std::vector<End> ends;
+    std::vector<std::int32_t> mates; // of the ends
+    std::vector<KivWholeStroke> strokes;
+    std::vector<std::uint32_t> pieceOf; // of the points in the grid
+};
+
+} // namespace
+
+std::vector<KivWholeStroke> kivWholeStrokes(const std::vector<KivStrokePiece>& pieces, double pixel, int width,
+                                            int height) {
+    return StrokeMaker(pieces, pixel, width, height).make();
+}
+
+void kivAppendPath(const KivLinePath& piece, bool reversed, std::uint32_t firstCorner, KivLinePath& path) {
+    const std::size_t count = piece.points.size();
+    if (path.points.empty()) {
+        path.startsFree = reversed ? piece.endsFree : piece.startsFree;
+    }
+    path.endsFree = reversed ? piece.startsFree : piece.endsFree;
+    for (std::size_t i = 0; i < count; ++i) {
+        const std::size_t from = reversed ? count - 1 - i : i;
+        path.points.push_back(piece.points[from]);
+        path.stations.push_back(piece.stations[from]);
+        path.stations.back().corner += firstCorner;
+    }
+}

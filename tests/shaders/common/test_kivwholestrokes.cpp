@@ -1,0 +1,124 @@
+#include "kivwholestrokes.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+namespace {
+
+constexpr int size = 400;
+
+// From one place to another in steps of about a pixel.
+KivLinePath lineBetween(float x0, float y0, float x1, float y1) {
+    KivLinePath path;
+    const int steps = std::max(1, static_cast<int>(std::hypot(x1 - x0, y1 - y0)));
+    for (int i = 0; i <= steps; ++i) {
+        const float t = static_cast<float>(i) / static_cast<float>(steps);
+        path.points.push_back({x0 + (x1 - x0) * t, y0 + (y1 - y0) * t, 1.0F});
+        path.stations.push_back({0, t});
+    }
+    return path;
+}
+
+std::vector<KivWholeStroke> strokesOf(const std::vector<KivLinePath>& paths, double shortest = 5.0) {
+    std::vector<KivStrokePiece> pieces;
+    for (const KivLinePath& path : paths) {
+        pieces.push_back({&path, 0, shortest});
+    }
+    return kivWholeStrokes(pieces, 1.0, size, size);
+}
+
+} // namespace
+
+TEST(KivWholeStrokes, WhatGoesOnIsOneStroke) {
+    // The second piece runs the other way.
+    const std::vector<KivWholeStroke> strokes =
+        strokesOf({lineBetween(100, 100, 150, 100), lineBetween(200, 102, 153, 100), lineBetween(203, 103, 250, 110)});
+    ASSERT_EQ(strokes.size(), 1U);
+    EXPECT_EQ(strokes[0].pieces, (std::vector<std::uint32_t>{0, 1, 2}));
+    EXPECT_EQ(strokes[0].reversed, (std::vector<bool>{false, true, false}));
+    EXPECT_FALSE(strokes[0].closed);
+    EXPECT_TRUE(strokes[0].startsLoose && strokes[0].endsLoose);
+}
+
+TEST(KivWholeStrokes, GapsTurnsAndOtherPensPart) {
+    EXPECT_EQ(strokesOf({lineBetween(100, 100, 150, 100), lineBetween(157, 100, 200, 100)}).size(), 2U);
+    EXPECT_EQ(strokesOf({lineBetween(100, 100, 150, 100), lineBetween(151, 101, 160, 150)}).size(), 2U);
+    EXPECT_EQ(strokesOf({lineBetween(100, 100, 150, 100), lineBetween(148, 103, 200, 103)}).size(), 2U); // side by side
+    const KivLinePath one = lineBetween(100, 100, 150, 100);
+    const KivLinePath other = lineBetween(150, 100, 200, 100);
+    EXPECT_EQ(kivWholeStrokes({{&one, 0, 5.0}, {&other, 1, 5.0}}, 1.0, size, size).size(), 2U);
+    EXPECT_EQ(kivWholeStrokes({{&one, 0, 5.0}, {&other, 0, 5.0}}, 1.0, size, size).size(), 1U);
+}
+
+TEST(KivWholeStrokes, LengthsAreOnesOfTheFinishedPicture) {
+    const KivLinePath one = lineBetween(100, 100, 150, 100);
+    const KivLinePath other = lineBetween(162, 100, 200, 100);
+    EXPECT_EQ(kivWholeStrokes({{&one, 0, 5.0}, {&other, 0, 5.0}}, 4.0, size, size).size(), 1U);
+}
+
+TEST(KivWholeStrokes, ARingMeetsItself) {
+    KivLinePath ring;
+    for (int i = 0; i <= 100; ++i) {
+        const float angle = 0.0622F * static_cast<float>(i);
+        ring.points.push_back({200.0F + 50.0F * std::cos(angle), 200.0F + 50.0F * std::sin(angle), 1.0F});
+        ring.stations.push_back({0, 0.0F});
+    }
+    std::vector<KivWholeStroke> strokes = strokesOf({ring});
+    ASSERT_EQ(strokes.size(), 1U);
+    EXPECT_TRUE(strokes[0].closed);
+    EXPECT_FALSE(strokes[0].startsLoose || strokes[0].endsLoose);
+    ring.closed = true;
+    strokes = strokesOf({ring});
+    ASSERT_EQ(strokes.size(), 1U);
+    EXPECT_TRUE(strokes[0].closed);
+}
+
+TEST(KivWholeStrokes, DashesAndBarbsGo) {
+    const KivLinePath dash = lineBetween(100, 100, 112, 100);
+    EXPECT_TRUE(strokesOf({dash}).empty());
+    EXPECT_EQ(strokesOf({dash}, 3.0).size(), 1U);
+    EXPECT_EQ(strokesOf({dash}, 0.0).size(), 1U);
+    // On a long line it stays, and a shorter one goes.
+    const KivLinePath line = lineBetween(50, 104, 300, 104);
+    EXPECT_EQ(strokesOf({line, lineBetween(100, 101, 100, 91)}).size(), 2U);
+    EXPECT_EQ(strokesOf({line, lineBetween(100, 101, 100, 97.5F)}).size(), 1U);
+    // Between two it is a part of both.
+    EXPECT_EQ(strokesOf({line, lineBetween(50, 98, 300, 98), lineBetween(100, 103, 100, 99)}).size(), 3U);
+}
+
+TEST(KivWholeStrokes, OutlinesStay) {
+    KivLinePath dash = lineBetween(100, 100, 112, 100);
+    dash.isOutline = true;
+    EXPECT_EQ(strokesOf({dash}).size(), 1U);
+}
+
+TEST(KivWholeStrokes, EndsAtOtherLinesAndTheEdgeAreNotLoose) {
+    std::vector<KivWholeStroke> strokes = strokesOf({lineBetween(1, 100, 200, 100)});
+    ASSERT_EQ(strokes.size(), 1U);
+    EXPECT_FALSE(strokes[0].startsLoose);
+    EXPECT_TRUE(strokes[0].endsLoose);
+    strokes = strokesOf({lineBetween(50, 100, 200, 100), lineBetween(202, 50, 202, 150)});
+    ASSERT_EQ(strokes.size(), 2U);
+    EXPECT_TRUE(strokes[0].startsLoose);
+    EXPECT_FALSE(strokes[0].endsLoose);
+}
+
+TEST(KivAppendPath, TurnsAPieceAndItsEnds) {
+    KivLinePath one = lineBetween(0, 0, 2, 0);
+    one.startsFree = true;
+    KivLinePath other = lineBetween(5, 0, 3, 0);
+    other.startsFree = true;
+    KivLinePath whole;
+    kivAppendPath(one, false, 0, whole);
+    kivAppendPath(other, true, 10, whole);
+    ASSERT_EQ(whole.points.size(), 6U);
+    EXPECT_EQ(whole.points[3].x, 3.0F);
+    EXPECT_EQ(whole.points[5].x, 5.0F);
+    EXPECT_EQ(whole.stations[2].corner, 0U);
+    EXPECT_EQ(whole.stations[5].corner, 10U);
+    EXPECT_EQ(whole.stations[5].part, 0.0F);
+    EXPECT_TRUE(whole.startsFree && whole.endsFree);
+    kivAppendPath(lineBetween(6, 0, 7, 0), false, 20, whole);
+    EXPECT_FALSE(whole.endsFree);
+}

@@ -1,6 +1,7 @@
 #include "kivrender/scene/kivmesh.h"
 
 #include "kivrender/scene/kivmeshedges.h"
+#include "kivrender/scene/kivmeshkeep.h"
 #include "kivrender/scene/kivmeshnormals.h"
 #include "kivrender/scene/kivmeshpaint.h"
 #include "kivrender/scene/kivplacedmesh.h"
@@ -179,6 +180,7 @@ void KivMesh::addVertex(const Kiv3DPoint& point, const Kiv3DVector& normal) {
 }
 
 void KivMesh::addNormal(const Kiv3DVector& normal) {
+    kivKeepWithMesh(*this, nullptr); // their number is asked for by nobody
     normals.push_back(normal);
 }
 

@@ -1,6 +1,7 @@
 // What a mesh knows of its triangles and their neighbours. All of it reads through the virtual accessors.
 #include "kivrender/scene/kivline.h"
 #include "kivrender/scene/kivmesh.h"
+#include "kivrender/scene/kivmeshkeep.h"
 
 #include <cmath>
 #include <numeric>
@@ -163,6 +164,7 @@ int KivMesh::searchTriangleVertex(int vertex, int after) const {
 }
 
 void KivMesh::rebuildNormals() {
+    kivKeepWithMesh(*this, nullptr);
     normals.clear();
     const unsigned int vertexCount = getNumVertexs();
     const unsigned int triangleCount = getNumTriangles();

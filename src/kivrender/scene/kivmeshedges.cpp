@@ -1,5 +1,6 @@
 #include "kivrender/scene/kivmeshedges.h"
 
+#include "kivrender/scene/kivmeshkeep.h"
 #include "kivrender/scene/kivmeshtable.h"
 
 #include <algorithm>
@@ -15,6 +16,7 @@ KivMeshTable<std::shared_ptr<const KivMeshEdges>>& registry() {
 } // namespace
 
 void kivSetMeshEdges(const KivMesh& mesh, std::shared_ptr<const KivMeshEdges> edges) {
+    kivKeepWithMesh(mesh, nullptr);
     registry().set(mesh, std::move(edges));
 }
 

@@ -109,13 +109,13 @@ void KivLineDrawing::addMesh(const KivMesh& mesh, unsigned int number, const Kiv
         return;
     }
     const KivFeatureRules& rules = toolOf(page).look.rules;
-    const KivSurface surface = kivReadSurface(mesh);
-    const std::vector<KivFeatureWing> wings = kivFeatureWings(surface);
-    const std::vector<bool> creases = kivFeatureCreases(surface, wings, rules);
-    addEdges(surface.points, kivFeatureEdges(surface, wings, creases, view.viewpoint(), rules), page);
+    const std::shared_ptr<const KivMeshFeatures> features = kivMeshFeatures(mesh);
+    const KivSurface& surface = features->surface;
+    const std::vector<bool> creases = kivFeatureCreases(surface, features->wings, rules);
+    addEdges(surface.points, kivFeatureEdges(surface, features->wings, creases, view.viewpoint(), rules), page);
     addOwnLines(mesh, page);
     if (toolOf(page).look.intersections) {
-        crossings.add(surface.points, surface.triangles);
+        crossings.add(features);
         crossingPages.push_back(&page);
     }
 }

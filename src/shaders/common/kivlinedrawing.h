@@ -7,7 +7,7 @@
 #include "kivfeatureedges.h"
 #include "kivlinelook.h"
 #include "kivlinetracer.h"
-#include "kivrender/lines/kivsurfacecrossings.h"
+#include "kivrender/lines/kivmeshfeatures.h"
 #include "kivrender/platform/kivtypes.h"
 #include "kivview.h"
 
@@ -148,7 +148,7 @@ private:
     std::vector<KivLineSights> surveyed; // of the jobs
     bool traced = false;
     KivDepthImage depth;
-    KivSurfaceCrossings crossings;
+    KivMeshCrossings crossings;
     std::vector<const KivTablePageSettings*> crossingPages; // of the meshes that may cross
     std::uint32_t object = 0;                               // the mesh whose own lines are added
     std::unique_ptr<KivLinePage> vectorPage;                // null for a picture

@@ -1,0 +1,104 @@
+#include "kivrender/lines/kivmeshfeatures.h"
+
+#include "kivrender/scene/kivmesh.h"
+#include "kivrender/scene/kivmeshkeep.h"
+#include "kivrender/scene/kivprogress.h"
+
+#include <algorithm>
+#include <mutex>
+#include <utility>
+
+namespace {
+
+// What lies with a mesh. The numbers tell whether anything was added to it since.
+struct Kept {
+    unsigned int vertexs = 0;
+    unsigned int triangles = 0;
+    std::shared_ptr<const KivMeshFeatures> features; // null after the first call
+
+    bool fits(const KivMesh& mesh) const {
+        return vertexs == mesh.getNumVertexs() && triangles == mesh.getNumTriangles();
+    }
+};
+
+std::shared_ptr<KivMeshFeatures> findFeatures(const KivMesh& mesh) {
+    auto features = std::make_shared<KivMeshFeatures>();
+    features->surface = kivReadSurface(mesh);
+    features->wings = kivFeatureWings(features->surface);
+    return features;
+}
+
+struct LastCrossings {
+    std::mutex guard;
+    std::vector<std::weak_ptr<const KivMeshFeatures>> key;
+    std::shared_ptr<const std::vector<KivCrossing>> pieces;
+};
+
+// Never destroyed, as surfaces that are globals of a host may outlive the library's own.
+LastCrossings& lastCrossings() {
+    static auto* const last = new LastCrossings;
+    return *last;
+}
+
+// One that is gone equals nothing, not even another one.
+bool isSame(const std::weak_ptr<const KivMeshFeatures>& a, const std::weak_ptr<const KivMeshFeatures>& b) {
+    const auto one = a.lock();
+    return one != nullptr && one == b.lock();
+}
+
+} // namespace
+
+std::shared_ptr<const KivMeshFeatures> kivMeshFeatures(const KivMesh& mesh) {
+    if (!kivCanKeepWithMesh(mesh)) {
+        return findFeatures(mesh);
+    }
+    const auto kept = std::static_pointer_cast<const Kept>(kivKeptWithMesh(mesh));
+    const bool isSecond = kept != nullptr && kept->fits(mesh);
+    if (isSecond && kept->features != nullptr) {
+        return kept->features;
+    }
+    std::shared_ptr<KivMeshFeatures> features = findFeatures(mesh);
+    features->isKept = isSecond && !kivIsCancelled();
+    kivKeepWithMesh(mesh, std::make_shared<Kept>(Kept{mesh.getNumVertexs(), mesh.getNumTriangles(),
+                                                      features->isKept ? features : nullptr}));
+    return features;
+}
+
+bool KivMeshCrossings::add(std::shared_ptr<const KivMeshFeatures> body) {
+    areKept = areKept && body->isKept;
+    key.emplace_back(body);
+    waiting.push_back(std::move(body));
+    return areKept || addAll();
+}
+
+bool KivMeshCrossings::addAll() {
+    const bool good = std::all_of(waiting.begin(), waiting.end(), [this](const auto& body) {
+        return crossings.add(body->surface.points, body->surface.triangles);
+    });
+    waiting.clear();
+    return good;
+}
+
+bool KivMeshCrossings::find() {
+    LastCrossings& last = lastCrossings();
+    if (areKept) {
+        const std::lock_guard lock(last.guard);
+        if (std::ranges::equal(key, last.key, isSame)) {
+            known = last.pieces;
+            return true;
+        }
+    }
+    if (!addAll() || !crossings.find()) {
+        return false;
+    }
+    if (areKept && !key.empty()) {
+        const std::lock_guard lock(last.guard);
+        last.key = key;
+        last.pieces = std::make_shared<std::vector<KivCrossing>>(crossings.pieces());
+    }
+    return true;
+}
+
+const std::vector<KivCrossing>& KivMeshCrossings::pieces() const {
+    return known != nullptr ? *known : crossings.pieces();
+}

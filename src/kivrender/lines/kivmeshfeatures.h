@@ -1,0 +1,44 @@
+// What lines need of a mesh in every view: its welded surface and the edges of it. Found once for a mesh that is drawn
+// again and again, and for one that is drawn once not kept longer than it is needed.
+#ifndef KIVRENDER_LINES_KIVMESHFEATURES_H
+#define KIVRENDER_LINES_KIVMESHFEATURES_H
+
+#include "kivrender/geometry/kivsurface.h"
+#include "kivrender/lines/kivfeatureedges.h"
+#include "kivrender/lines/kivsurfacecrossings.h"
+#include "kivrender/platform/kivexport.h"
+
+#include <memory>
+#include <vector>
+
+struct KivMeshFeatures {
+    KivSurface surface;
+    std::vector<KivFeatureWing> wings; // of the surface; none when the user cancelled
+    bool isKept = false;               // with the mesh
+};
+
+// Never null. From the second call on it is kept with the mesh (kivmeshkeep.h), unless the user cancelled; the memory
+// is about three times that of the mesh. May be called from several threads, for different meshes.
+KIV_API std::shared_ptr<const KivMeshFeatures> kivMeshFeatures(const KivMesh& mesh);
+
+// The crossings of some meshes (kivsurfacecrossings.h), which no view changes: those that were found last are taken
+// again for the same kept features.
+class KIV_API KivMeshCrossings {
+public:
+    // As KivSurfaceCrossings::add; false when the user cancelled.
+    bool add(std::shared_ptr<const KivMeshFeatures> body);
+    // As KivSurfaceCrossings::find. Called once.
+    bool find();
+    const std::vector<KivCrossing>& pieces() const;
+
+private:
+    bool addAll();
+
+    KivSurfaceCrossings crossings;
+    std::vector<std::shared_ptr<const KivMeshFeatures>> waiting; // to be added in their turn
+    std::vector<std::weak_ptr<const KivMeshFeatures>> key;       // of all bodies; without a meaning if any is not kept
+    bool areKept = true;                                         // all of them
+    std::shared_ptr<const std::vector<KivCrossing>> known;
+};
+
+#endif

@@ -1,0 +1,101 @@
+#include "kivrender/lines/kivmeshfeatures.h"
+
+#include "kivrender/scene/kivmesh.h"
+#include "linebodies.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+LineBody boxAt(double x) {
+    LineBody body;
+    for (int i = 0; i < 8; ++i) {
+        body.points.push_back({x + (i & 1), static_cast<double>(i >> 1 & 1), static_cast<double>(i >> 2)});
+    }
+    body.triangles = {{0, 2, 1}, {1, 2, 3}, {4, 5, 6}, {5, 7, 6}, {0, 1, 4}, {1, 5, 4},
+                      {2, 6, 3}, {3, 6, 7}, {0, 4, 2}, {2, 4, 6}, {1, 3, 5}, {3, 7, 5}};
+    return body;
+}
+
+// Of the two boxes half into each other, as a render asks for them.
+std::size_t crossings(const KivMesh& one, const KivMesh& other) {
+    KivMeshCrossings found;
+    EXPECT_TRUE(found.add(kivMeshFeatures(one)));
+    EXPECT_TRUE(found.add(kivMeshFeatures(other)));
+    EXPECT_TRUE(found.find());
+    return found.pieces().size();
+}
+
+} // namespace
+
+TEST(KivMeshFeatures, AreKeptFromTheSecondTimeOn) {
+    const KivMesh mesh = *meshOf(boxAt(0.0));
+    const auto first = kivMeshFeatures(mesh);
+    const auto second = kivMeshFeatures(mesh);
+    EXPECT_FALSE(first->isKept);
+    EXPECT_NE(first, second);
+    EXPECT_TRUE(second->isKept);
+    EXPECT_EQ(kivMeshFeatures(mesh), second);
+    EXPECT_EQ(second->surface.triangles, first->surface.triangles);
+    EXPECT_EQ(second->wings.size(), 18U);
+}
+
+TEST(KivMeshFeatures, AChangedMeshHasOthers) {
+    KivMesh mesh = *meshOf(boxAt(0.0));
+    for (int i = 0; i < 3; ++i) {
+        kivMeshFeatures(mesh);
+    }
+    mesh.addVertex({0.5, 0.5, 3.0});
+    EXPECT_EQ(kivMeshFeatures(mesh)->surface.points.size(), 9U);
+    for (int i = 0; i < 3; ++i) {
+        kivMeshFeatures(mesh);
+    }
+    mesh.addTriangle(4, 5, 8);
+    EXPECT_EQ(kivMeshFeatures(mesh)->wings.size(), 20U);
+    for (int i = 0; i < 3; ++i) {
+        kivMeshFeatures(mesh);
+    }
+    mesh = *meshOf(boxAt(5.0));
+    EXPECT_EQ(kivMeshFeatures(mesh)->surface.points.front().x, 5.0);
+}
+
+TEST(KivMeshFeatures, ThoseThatNobodyHasGoWithTheirMesh) {
+    std::weak_ptr<const KivMeshFeatures> kept;
+    {
+        const KivMesh mesh = *meshOf(boxAt(0.0));
+        kivMeshFeatures(mesh);
+        kept = kivMeshFeatures(mesh);
+        EXPECT_FALSE(kept.expired());
+    }
+    EXPECT_TRUE(kept.expired());
+}
+
+TEST(KivMeshCrossings, AreTheSameWhetherFoundOrKept) {
+    const KivMesh one = *meshOf(boxAt(0.0));
+    LineBody moved = boxAt(0.5);
+    for (KivVec& p : moved.points) {
+        p = {p.x, p.y + 0.25, p.z + 0.125};
+    }
+    const KivMesh other = *meshOf(moved);
+    const std::size_t first = crossings(one, other);
+    EXPECT_GT(first, 4U);
+    EXPECT_EQ(crossings(one, other), first); // which keeps them
+    EXPECT_EQ(crossings(one, other), first); // which takes what was kept
+    EXPECT_EQ(crossings(one, one), crossings(one, *meshOf(boxAt(0.0))));
+}
+
+TEST(KivMeshCrossings, OfOtherMeshesAreFoundAnew) {
+    const KivMesh one = *meshOf(boxAt(0.0));
+    KivMesh far = *meshOf(boxAt(9.0));
+    LineBody moved = boxAt(0.5);
+    for (KivVec& p : moved.points) {
+        p = {p.x, p.y + 0.25, p.z + 0.125};
+    }
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_EQ(crossings(one, far), 0U);
+    }
+    far = *meshOf(moved);
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_GT(crossings(one, far), 4U);
+    }
+}

@@ -1,6 +1,7 @@
 #include "kivrender/host/kivhostapplicationservices.h"
 
 #include "host/testhost.h"
+#include "kivrender/host/kivuserfolders.h"
 #include "kivrender/platform/kivmodule.h"
 #include "kivrender/platform/kivsystemerror.h"
 #include "kivrender/scene/kivprogress.h"
@@ -47,6 +48,14 @@ public:
 TEST_F(KivHostTest, ConstructionMakesTheFoldersOfTheUser) {
     EXPECT_TRUE(std::filesystem::is_directory(home.path() / "data/Tolvar/Morvane 2.0/Styles"));
     const TestHost again; // they are there now, which does no harm
+}
+
+TEST_F(KivHostTest, ConstructionLeavesTheHomeAloneForProgramsThatSaySo) {
+    std::filesystem::remove_all(home.path() / "data");
+    kivMakeUserFoldersAtOnce(false);
+    const TestHost other;
+    kivMakeUserFoldersAtOnce(true);
+    EXPECT_FALSE(std::filesystem::exists(home.path() / "data"));
 }
 
 TEST_F(KivHostTest, ConstructionWithoutAHomeMakesNothing) {

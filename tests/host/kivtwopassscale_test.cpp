@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <memory>
 #include <random>
@@ -34,6 +35,25 @@ Picture scaled(const Picture& source, unsigned int sw, unsigned int sh, unsigned
                C2PassScale<CBilinearFilter>::Callback* callback = nullptr) {
     C2PassScale<CBilinearFilter> scaler(callback);
     std::uint32_t* result = scaler.scale(source.data(), sw, sh, dw, dh);
+    const std::size_t count = std::size_t{dw} * dh;
+    Picture picture = result != nullptr ? Picture(result, result + count) : Picture();
+    kivFreePixels(result, count);
+    return picture;
+}
+
+// The same from a source that is read row by row, as far as it asks; it must ask for no row that there is not.
+Picture scaledAsRead(const Picture& source, unsigned int sw, unsigned int sh, unsigned int dw, unsigned int dh,
+                     unsigned int* mostRows = nullptr) {
+    const auto read = [&](unsigned int first, unsigned int count, std::uint32_t* rows) {
+        EXPECT_LE(first + count, sh);
+        if (mostRows != nullptr) {
+            *mostRows = std::max(*mostRows, count);
+        }
+        std::copy_n(source.begin() + static_cast<std::ptrdiff_t>(std::size_t{first} * sw), std::size_t{count} * sw,
+                    rows);
+        return true;
+    };
+    std::uint32_t* const result = C2PassScale<CBilinearFilter>().scale(read, sw, sh, dw, dh);
     const std::size_t count = std::size_t{dw} * dh;
     Picture picture = result != nullptr ? Picture(result, result + count) : Picture();
     kivFreePixels(result, count);
@@ -150,6 +170,47 @@ TEST_F(Scaler, EqualsThePlainFormOnManyThreads) {
                   reference::scale(source, dw * ratio, dh * ratio, dw, dh))
             << ratio;
     }
+}
+
+TEST_F(Scaler, ReadInBandsThePictureIsTheSame) {
+    std::mt19937 random(11);
+    for (const auto& [sw, sh, dw, dh] :
+         {std::array{40U, 2000U, 10U, 500U}, std::array{8U, 1201U, 4U, 600U}, std::array{5U, 900U, 7U, 901U},
+          std::array{4U, 300U, 4U, 300U}, std::array{3U, 1U, 3U, 400U}, std::array{3U, 400U, 2U, 1U}}) {
+        const Picture source = randomPicture(random, std::size_t{sw} * sh);
+        ASSERT_EQ(scaledAsRead(source, sw, sh, dw, dh), reference::scale(source, sw, sh, dw, dh))
+            << sw << "x" << sh << " to " << dw << "x" << dh;
+    }
+}
+
+TEST_F(Scaler, ReadInBandsCentredPicturesAreTheSame) {
+    std::mt19937 random(12);
+    const Picture source = randomPicture(random, std::size_t{8} * 1200);
+    C2PassScale<CBilinearFilter> scaler;
+    scaler.setCentred(true);
+    std::uint32_t* const whole = scaler.scale(source.data(), 8, 1200, 2, 300);
+    const auto read = [&source](unsigned int first, unsigned int count, std::uint32_t* rows) {
+        std::copy_n(source.begin() + first * 8, count * 8, rows);
+        return true;
+    };
+    std::uint32_t* const bands = scaler.scale(read, 8, 1200, 2, 300);
+    EXPECT_EQ(Picture(bands, bands + 600), Picture(whole, whole + 600));
+    kivFreePixels(whole, 600);
+    kivFreePixels(bands, 600);
+}
+
+TEST_F(Scaler, ALargeSourceIsNeverReadAtOnce) {
+    const Picture source(std::size_t{4} * 8000, 0x112233);
+    unsigned int mostRows = 0;
+    scaledAsRead(source, 4, 8000, 1, 2000, &mostRows);
+    EXPECT_LT(mostRows, 1000U);
+}
+
+TEST_F(Scaler, ASourceThatCanNotBeReadGivesNothing) {
+    int calls = 0;
+    const auto read = [&calls](unsigned int, unsigned int, std::uint32_t*) { return ++calls < 3; };
+    EXPECT_EQ(C2PassScale<CBilinearFilter>().scale(read, 4, 8000, 1, 2000), nullptr);
+    EXPECT_EQ(calls, 3);
 }
 
 TEST_F(Scaler, WithAWatcherThePictureIsTheSame) {

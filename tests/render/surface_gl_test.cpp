@@ -1,6 +1,7 @@
 // What of the drawing survives while the picture is lent out, and the driver made ready ahead of time.
 #include "surface_fixture.h"
 
+#include "kivrender/platform/kivdeferredpicture.h"
 #include "kivrender/platform/kivglwarmup.h"
 
 #define GL_GLEXT_PROTOTYPES
@@ -11,6 +12,8 @@
 #include <array>
 #include <thread>
 #include <unistd.h>
+#include <utility>
+#include <vector>
 
 namespace {
 
@@ -40,9 +43,10 @@ bool lendOut(KivBitmapManager& surface) {
 
 } // namespace
 
-TEST_F(SurfaceTest, AFreshContextIsAsAWindowsWouldBe) {
-    KivBitmapManager surface;
-    ASSERT_TRUE(startDrawing(surface, {30, 20}));
+namespace {
+
+// Of a picture of 30 by 20.
+void expectFreshContext() {
     std::array<GLint, 4> viewport{};
     glGetIntegerv(GL_VIEWPORT, viewport.data());
     EXPECT_EQ(viewport, (std::array<GLint, 4>{0, 0, 30, 20}));
@@ -64,6 +68,138 @@ TEST_F(SurfaceTest, AFreshContextIsAsAWindowsWouldBe) {
     EXPECT_EQ(stencil, (std::array<GLubyte, 600>{}));
     EXPECT_EQ(glGetError(), static_cast<GLenum>(GL_NO_ERROR));
     EXPECT_EQ(glIsTexture(1), GL_FALSE) << "small names are the shaders'";
+}
+
+// Keeps contexts for the length of a test.
+class KeptContexts {
+public:
+    KeptContexts() {
+        kivKeepGlContexts(true);
+    }
+    KeptContexts(const KeptContexts&) = delete;
+    KeptContexts& operator=(const KeptContexts&) = delete;
+    ~KeptContexts() {
+        kivKeepGlContexts(false);
+        kivCoolDownGl();
+    }
+};
+
+// Leaves as much behind as a careless shader can.
+void leaveTraces() {
+    glClearColor(0.25F, 0.5F, 0.75F, 1);
+    glClearStencil(3);
+    glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT | GL_STENCIL_BUFFER_BIT);
+    for (const GLenum mode : {GL_TEXTURE, GL_PROJECTION, GL_MODELVIEW}) {
+        glMatrixMode(mode);
+        glPushMatrix();
+        glScalef(0.5F, 0.25F, 1);
+    }
+    glActiveTexture(GL_TEXTURE1);
+    glBindTexture(GL_TEXTURE_1D, 7);
+    glActiveTexture(GL_TEXTURE0);
+    glBindTexture(GL_TEXTURE_2D, 1);
+    const std::array<std::uint32_t, 4> image{1, 2, 3, 4};
+    glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA, 2, 2, 0, GL_RGBA, GL_UNSIGNED_BYTE, image.data());
+    glEnable(GL_TEXTURE_2D);
+    glEnable(GL_LIGHTING);
+    glEnable(GL_LIGHT3);
+    glEnable(GL_STENCIL_TEST);
+    glDepthMask(GL_FALSE);
+    glColorMask(GL_TRUE, GL_FALSE, GL_TRUE, GL_TRUE);
+    glDepthFunc(GL_GREATER);
+    glViewport(3, 4, 5, 6);
+    glEnable(GL_SCISSOR_TEST);
+    glScissor(1, 1, 2, 2);
+    glEnableClientState(GL_VERTEX_ARRAY);
+    glPixelStorei(GL_UNPACK_ROW_LENGTH, 77);
+    glPushAttrib(GL_ALL_ATTRIB_BITS);
+    glColor3f(0.5F, 0, 0);
+    glRasterPos2f(0.5F, 0.5F);
+    glNewList(9, GL_COMPILE);
+    glEndList();
+}
+
+} // namespace
+
+TEST_F(SurfaceTest, AFreshContextIsAsAWindowsWouldBe) {
+    KivBitmapManager surface;
+    ASSERT_TRUE(startDrawing(surface, {30, 20}));
+    expectFreshContext();
+}
+
+TEST_F(SurfaceTest, AKeptContextIsLikeAFreshOne) {
+    const KeptContexts kept;
+    EGLContext first = EGL_NO_CONTEXT;
+    for (int use = 0; use < 3; ++use) {
+        KivBitmapManager surface;
+        ASSERT_TRUE(startDrawing(surface, {30, 20}));
+        first = use == 0 ? eglGetCurrentContext() : first;
+        EXPECT_EQ(eglGetCurrentContext(), first);
+        expectFreshContext();
+        for (const GLenum what : {GL_TEXTURE_2D, GL_LIGHTING, GL_LIGHT3, GL_STENCIL_TEST, GL_SCISSOR_TEST,
+                                  GL_DEPTH_TEST, GL_VERTEX_ARRAY}) {
+            EXPECT_EQ(glIsEnabled(what), GL_FALSE) << what;
+        }
+        EXPECT_EQ(integer(GL_DEPTH_FUNC), GL_LESS);
+        EXPECT_EQ(integer(GL_MATRIX_MODE), GL_MODELVIEW);
+        EXPECT_EQ(integer(GL_UNPACK_ROW_LENGTH), 0);
+        EXPECT_EQ(integer(GL_STENCIL_CLEAR_VALUE), 0);
+        EXPECT_EQ(glIsList(9), GL_FALSE);
+        const std::array<GLfloat, 16> unit{1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};
+        for (const auto& [matrix, depth] : {std::pair(GL_MODELVIEW_MATRIX, GL_MODELVIEW_STACK_DEPTH),
+                                            std::pair(GL_PROJECTION_MATRIX, GL_PROJECTION_STACK_DEPTH),
+                                            std::pair(GL_TEXTURE_MATRIX, GL_TEXTURE_STACK_DEPTH)}) {
+            std::array<GLfloat, 16> values{};
+            glGetFloatv(static_cast<GLenum>(matrix), values.data());
+            EXPECT_EQ(values, unit);
+            EXPECT_EQ(integer(static_cast<GLenum>(depth)), 1);
+        }
+        glActiveTexture(GL_TEXTURE1);
+        EXPECT_EQ(integer(GL_TEXTURE_BINDING_1D), 0);
+        glActiveTexture(GL_TEXTURE0);
+        fill(0, 1, 0, 0);
+        EXPECT_EQ(pixel(wglLockBitmap(&surface), 29, 19), green);
+        wglUnLockBitmap(&surface, surface.getHGLRC());
+        leaveTraces();
+        surface.deleteContext();
+    }
+}
+
+TEST_F(SurfaceTest, NobodyElseGetsAKeptContext) {
+    constexpr GLuint largeName = 100000;
+    const KeptContexts kept;
+    const auto draw = [&] {
+        KivBitmapManager surface;
+        EXPECT_TRUE(startDrawing(surface, {30, 20}));
+        const bool isNew = glIsTexture(largeName) == GL_FALSE;
+        glBindTexture(GL_TEXTURE_1D, largeName);
+        surface.deleteContext();
+        return isNew;
+    };
+    EXPECT_TRUE(draw());
+    EXPECT_FALSE(draw());
+    kivKeepGlContexts(false);
+    EXPECT_TRUE(draw());
+    EXPECT_TRUE(draw());
+}
+
+TEST_F(SurfaceTest, AContextThatIsLeftInTheMiddleIsNotKept) {
+    const KeptContexts kept;
+    const auto leaveAnd = [&](auto&& leave) {
+        KivBitmapManager surface;
+        ASSERT_TRUE(startDrawing(surface, {30, 20}));
+        expectFreshContext();
+        leave();
+        surface.deleteContext();
+    };
+    leaveAnd([] { glNewList(5, GL_COMPILE); });
+    leaveAnd([] { glPopAttrib(); });
+    std::array<GLfloat, 64> buffer{};
+    leaveAnd([&buffer] {
+        glFeedbackBuffer(64, GL_3D, buffer.data());
+        glRenderMode(GL_FEEDBACK);
+    });
+    leaveAnd([] {});
 }
 
 TEST_F(SurfaceTest, DrawingGoesOnWhereItStood) {
@@ -151,6 +287,102 @@ TEST_F(SurfaceTest, LendingOutDuringFeedbackKeepsTheFeedback) {
     ASSERT_TRUE(lendOut(surface));
     fill(0, 1, 0, 0);
     EXPECT_EQ(glRenderMode(GL_RENDER), 2 * one);
+}
+
+namespace {
+
+std::vector<std::uint8_t> rowOf(HBITMAP bitmap, std::int32_t row, std::int32_t width) {
+    std::vector<std::uint8_t> bytes(static_cast<std::size_t>(width) * 4U);
+    return kivReadBitmapRows(bitmap, row, 1, bytes.data()) ? bytes : std::vector<std::uint8_t>();
+}
+
+} // namespace
+
+TEST_F(SurfaceTest, ADeferredPictureComesWhenItIsAskedFor) {
+    KivBitmapManager surface;
+    ASSERT_TRUE(startDrawing(surface, {8, 8}));
+    ASSERT_TRUE(kivDeferPictures(surface.getHGLRC()));
+    fill(1, 0, 0, 0);
+    const HBITMAP lent = wglLockBitmap(&surface);
+    EXPECT_EQ(pixel(lent, 3, 3), red);
+    ASSERT_EQ(wglUnLockBitmap(&surface, surface.getHGLRC()), 1);
+    fill(0, 1, 0, 0);
+    const std::uint8_t* const kept = info(lent).pixels;
+    ASSERT_NE(wglLockBitmap(&surface), nullptr);
+    EXPECT_EQ(kept[1], 255) << "who has the pixels sees each release";
+    wglUnLockBitmap(&surface, nullptr);
+}
+
+TEST_F(SurfaceTest, ADeferredPictureOutlivesItsContext) {
+    KivBitmapManager surface;
+    ASSERT_TRUE(startDrawing(surface, {8, 8}));
+    ASSERT_TRUE(kivDeferPictures(surface.getHGLRC()));
+    fill(1, 0, 0, 0);
+    ASSERT_TRUE(lendOut(surface));
+    fill(0, 1, 0, 0);
+    surface.deleteContext();
+    EXPECT_EQ(rowOf(surface.getHBitmap(), 7, 8)[1], 255);
+    std::thread reader([&] { EXPECT_EQ(pixel(surface.getHBitmap(), 0, 0), green); });
+    reader.join();
+    EXPECT_EQ(rowOf(surface.getHBitmap(), 0, 8)[1], 255);
+}
+
+TEST_F(SurfaceTest, RowsOfADeferredPictureAreReadOneByOne) {
+    KivBitmapManager surface;
+    ASSERT_TRUE(startDrawing(surface, {4, 6}));
+    ASSERT_TRUE(kivDeferPictures(surface.getHGLRC()));
+    glEnable(GL_SCISSOR_TEST);
+    for (int row = 0; row < 6; ++row) {
+        glScissor(0, row, 4, 1);
+        glClearColor(static_cast<float>(row) / 5.0F, 0, 0, 0);
+        glClear(GL_COLOR_BUFFER_BIT);
+    }
+    surface.deleteContext();
+    const HBITMAP bitmap = surface.getHBitmap();
+    for (int row = 0; row < 6; ++row) {
+        ASSERT_EQ(rowOf(bitmap, row, 4)[2], 51 * row);
+    }
+    std::vector<std::uint8_t> rows(64);
+    ASSERT_TRUE(kivReadBitmapRows(bitmap, 2, 3, rows.data()));
+    EXPECT_EQ(rows[2], 102);
+    EXPECT_EQ(rows[34], 204);
+    EXPECT_EQ(rows[50], 0) << "no more than was asked for";
+    for (const auto& [first, count] : {std::pair(-1, 1), std::pair(6, 1), std::pair(5, 2), std::pair(0, -1)}) {
+        EXPECT_FALSE(kivReadBitmapRows(bitmap, first, count, rows.data()));
+    }
+    EXPECT_FALSE(kivReadBitmapRows(nullptr, 0, 1, rows.data()));
+    EXPECT_EQ(pixel(bitmap, 1, 4), 204U);
+    EXPECT_TRUE(kivReadBitmapRows(bitmap, 1, 1, rows.data()));
+    EXPECT_EQ(rows[2], 51) << "from the memory of the bitmap";
+}
+
+TEST_F(SurfaceTest, ACopyTakesADeferredPicture) {
+    KivBitmapManager from;
+    KivBitmapManager to;
+    ASSERT_TRUE(startDrawing(from, {8, 8}));
+    ASSERT_TRUE(kivDeferPictures(from.getHGLRC()));
+    fill(1, 0, 0, 0);
+    ASSERT_TRUE(startDrawing(to, {8, 8}));
+    ASSERT_TRUE(to.copyBitmap(from.getHDC()));
+    to.deleteContext();
+    EXPECT_EQ(pixel(to.getHBitmap(), 4, 4), red);
+}
+
+TEST_F(SurfaceTest, ADeferredPictureIsOfItsOwnBitmap) {
+    KivBitmapManager first;
+    KivBitmapManager second;
+    ASSERT_TRUE(startDrawing(first, {8, 8}));
+    const HGLRC context = first.getHGLRC();
+    ASSERT_TRUE(kivDeferPictures(context));
+    fill(1, 0, 0, 0);
+    kivMakeGlCurrent(nullptr, nullptr);
+    ASSERT_TRUE(startDrawing(second, {8, 8}));
+    ASSERT_TRUE(kivMakeGlCurrent(second.getHDC(), context)); // which had drawn for the first one
+    fill(0, 1, 0, 0);
+    kivMakeGlCurrent(nullptr, nullptr);
+    first.deleteContext();
+    EXPECT_EQ(pixel(first.getHBitmap(), 4, 4), red);
+    EXPECT_FALSE(kivDeferPictures(context)) << "it is gone";
 }
 
 TEST_F(SurfaceTest, TwoSurfacesTakeTurnsOnOneThread) {

@@ -6,6 +6,7 @@
 #include "apps/studio/drawnlook.h"
 #include "apps/studio/studiohost.h"
 #include "apps/studio/studiotexts.h"
+#include "kivrender/platform/kivglwarmup.h"
 #include "kivrender/platform/kivimage.h"
 #include "kivrender/platform/kivsystemerror.h"
 #include "kivrender/platform/kivtemporaryfile.h"
@@ -186,6 +187,7 @@ StudioPicture StudioRenderer::render(const StudioModel& model, const StudioState
         return picture;
     }
     busy = true;
+    kivKeepGlContexts(purpose == Purpose::motion);
     QElapsedTimer clock;
     clock.start();
     const KivCommonSettings settings = settingsFor(state, purpose);

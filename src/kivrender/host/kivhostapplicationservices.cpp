@@ -1,24 +1,36 @@
 #include "kivrender/host/kivhostapplicationservices.h"
 
 #include "kivrender/host/kivlanguage.h"
+#include "kivrender/host/kivuserfolders.h"
 #include "kivrender/platform/kivfolders.h"
 #include "kivrender/platform/kivsystemerror.h"
 #include "kivrender/platform/kivtext.h"
 #include "kivrender/platform/kivtoolkit.h"
 
+#include <atomic>
 #include <string>
 
 namespace {
 
 constexpr unsigned int captionId = 52;
 
+std::atomic<bool> makesFoldersAtOnce{true};
+
 } // namespace
+
+void kivMakeUserFoldersAtOnce(bool atOnce) {
+    makesFoldersAtOnce = atOnce;
+}
+
+bool kivMakesUserFoldersAtOnce() {
+    return makesFoldersAtOnce;
+}
 
 KivHostApplicationServices* KivHostApplicationServices::spDefaultHost = nullptr;
 
 KivHostApplicationServices::KivHostApplicationServices() {
     const std::wstring root = kivDataFolder();
-    if (!root.empty()) {
+    if (!root.empty() && makesFoldersAtOnce) {
         kivMakeFolders(root + L"/Tolvar/Morvane 2.0/Styles"); // without it there are no styles of the user, that is all
     }
 }

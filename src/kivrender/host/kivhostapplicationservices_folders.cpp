@@ -1,4 +1,5 @@
 #include "kivrender/host/kivhostapplicationservices.h"
+#include "kivrender/host/kivuserfolders.h"
 
 #include "kivrender/platform/kivfolders.h"
 #include "kivrender/platform/kivmodule.h"
@@ -52,7 +53,9 @@ bool KivHostApplicationServices::getStyleFolder(Folder folder, wchar_t* out) {
         }
         kivCopyText(out, kivMaxPath, documents);
         append(out, L"/My Morvane 2.0 Styles");
-        saveRegistryString(false, L"StylesPath", out);
+        if (kivMakesUserFoldersAtOnce()) {
+            saveRegistryString(false, L"StylesPath", out);
+        }
         return true;
     }
     case dataFolder:

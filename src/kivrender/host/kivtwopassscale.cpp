@@ -1,6 +1,7 @@
 #include "kivrender/host/kivtwopassscale.h"
 
 #include "kivrender/host/kivlineresampler.h"
+#include "kivrender/platform/kivsystempages.h"
 
 #include <algorithm>
 #include <atomic>
@@ -9,11 +10,6 @@
 #include <limits>
 #include <memory>
 #include <new>
-#if defined(_WIN32)
-#include <windows.h>
-#else
-#include <sys/mman.h>
-#endif
 
 namespace {
 
@@ -37,12 +33,22 @@ constexpr std::size_t parallelPixels = 1 << 15;
 // Output rows that one thread takes at a time. At each border the rows that both sides need are resampled twice.
 constexpr unsigned int rowsPerTask = 48;
 
+// Rows of a source, the first of which has that number.
+struct SourceRows {
+    const std::uint32_t* pixels;
+    unsigned int first;
+    unsigned int width;
+
+    const std::uint32_t* at(unsigned int y) const {
+        return pixels + std::size_t{y - first} * width;
+    }
+};
+
 // Makes output rows; the rows of the first pass that they need are kept in a ring.
 class Band {
 public:
-    Band(const KivLineResampler& along, const KivLineResampler& across, const std::uint32_t* source,
-         unsigned int sourceWidth)
-        : horizontal(along), vertical(across), pixels(source), width(sourceWidth), rows(across.maxSourceCount()),
+    Band(const KivLineResampler& along, const KivLineResampler& across, const SourceRows& from)
+        : horizontal(along), vertical(across), source(from), rows(across.maxSourceCount()),
           kept(rows.size() + slack, none) {
         if (!horizontal.copies()) {
             ring.resize(kept.size() * horizontal.length());
@@ -65,7 +71,7 @@ private:
     static constexpr unsigned int none = std::numeric_limits<unsigned int>::max();
 
     const std::uint32_t* row(unsigned int y) {
-        const std::uint32_t* from = pixels + std::size_t{y} * width;
+        const std::uint32_t* const from = source.at(y);
         if (horizontal.copies()) {
             return from;
         }
@@ -80,30 +86,61 @@ private:
 
     const KivLineResampler& horizontal;
     const KivLineResampler& vertical;
-    const std::uint32_t* pixels;
-    unsigned int width;
+    SourceRows source;
     std::vector<const std::uint32_t*> rows;
     std::vector<unsigned int> kept; // the source row in each slot of the ring
     std::vector<std::uint32_t> ring;
 };
 
-// False without memory.
-bool scaleInBands(const KivLineResampler& horizontal, const KivLineResampler& vertical, const std::uint32_t* source,
-                  unsigned int sourceWidth, std::size_t work, std::uint32_t* dest) {
-    const unsigned int height = vertical.length();
-    const unsigned int tasks = (height - 1) / rowsPerTask + 1;
+// The output rows from begin to end. False without memory.
+bool scaleRows(const KivLineResampler& horizontal, const KivLineResampler& vertical, const SourceRows& source,
+               unsigned int begin, unsigned int end, std::size_t work, std::uint32_t* dest) {
+    const unsigned int tasks = (end - begin - 1) / rowsPerTask + 1;
     std::atomic<bool> good{true};
 #pragma omp parallel for schedule(dynamic) if (work >= parallelPixels)
     for (unsigned int task = 0; task < tasks; ++task) {
         try {
-            Band band(horizontal, vertical, source, sourceWidth);
-            const unsigned int begin = task * rowsPerTask;
-            band.make(dest, begin, std::min(height, begin + rowsPerTask));
+            Band band(horizontal, vertical, source);
+            const unsigned int first = begin + task * rowsPerTask;
+            band.make(dest, first, std::min(end, first + rowsPerTask));
         } catch (const std::bad_alloc&) {
             good = false; // an exception must not leave the parallel loop
         }
     }
     return good;
+}
+
+// A source that is read by and by is held for this many tasks at once: enough to keep some threads busy, and not so
+// much that fresh memory costs more than the reading.
+constexpr unsigned int tasksPerRead = 2;
+
+template <class Reader>
+bool scaleAsRead(const KivLineResampler& horizontal, const KivLineResampler& vertical, const Reader& read,
+                 unsigned int sourceWidth, std::size_t work, std::uint32_t* dest) {
+    std::vector<std::uint32_t> rows;
+    const unsigned int height = vertical.length();
+    for (unsigned int begin = 0; begin < height;) {
+        const unsigned int end = begin + std::min(height - begin, tasksPerRead * rowsPerTask);
+        unsigned int first = vertical.firstSource(begin);
+        unsigned int last = first;
+        for (unsigned int y = begin; y < end; ++y) {
+            first = std::min(first, vertical.firstSource(y));
+            last = std::max(last, vertical.firstSource(y) + vertical.sourceCount(y));
+        }
+        rows.resize(std::max(rows.size(), std::size_t{last - first} * sourceWidth));
+        if (!read(first, last - first, rows.data()) ||
+            !scaleRows(horizontal, vertical, {rows.data(), first, sourceWidth}, begin, end, work, dest)) {
+            return false;
+        }
+        begin = end;
+    }
+    return true;
+}
+
+bool isScalable(unsigned int sourceWidth, unsigned int sourceHeight, unsigned int destWidth, unsigned int destHeight) {
+    constexpr unsigned int most = std::numeric_limits<int>::max();
+    return std::min({sourceWidth, sourceHeight, destWidth, destHeight}) > 0 &&
+           std::max({sourceWidth, sourceHeight, destWidth, destHeight}) <= most;
 }
 
 } // namespace
@@ -129,22 +166,12 @@ std::uint32_t* kivAllocatePixels(std::size_t count) {
     if (allocationsLeft > 0) {
         --allocationsLeft;
     }
-    const std::size_t bytes = count * sizeof(std::uint32_t);
-#if defined(_WIN32)
-    return static_cast<std::uint32_t*>(VirtualAlloc(nullptr, bytes, MEM_COMMIT | MEM_RESERVE, PAGE_READWRITE));
-#else
-    void* memory = mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-    return memory == MAP_FAILED ? nullptr : static_cast<std::uint32_t*>(memory);
-#endif
+    return static_cast<std::uint32_t*>(kivMapPages(count * sizeof(std::uint32_t)));
 }
 
-void kivFreePixels(std::uint32_t* pixels, [[maybe_unused]] std::size_t count) {
+void kivFreePixels(std::uint32_t* pixels, std::size_t count) {
     if (pixels != nullptr) {
-#if defined(_WIN32)
-        VirtualFree(pixels, 0, MEM_RELEASE);
-#else
-        munmap(pixels, count * sizeof(std::uint32_t));
-#endif
+        kivUnmapPages(pixels, count * sizeof(std::uint32_t));
     }
 }
 
@@ -248,24 +275,24 @@ std::uint32_t* C2PassScale<Filter>::scaleInPasses(const KivLineResampler& horizo
 }
 
 template <class Filter>
+KivLineResampler C2PassScale<Filter>::resampler(unsigned int length, unsigned int sourceLength) const {
+    return length == sourceLength
+               ? KivLineResampler(length)
+               : KivLineResampler(calculateContributions(length, sourceLength,
+                                                         static_cast<double>(length) / sourceLength, isCentred),
+                                  sourceLength);
+}
+
+template <class Filter>
 std::uint32_t* C2PassScale<Filter>::scale(const std::uint32_t* source, unsigned int sourceWidth,
                                           unsigned int sourceHeight, unsigned int destWidth, unsigned int destHeight) {
-    constexpr unsigned int most = std::numeric_limits<int>::max();
     canceled = false;
-    if (std::min({sourceWidth, sourceHeight, destWidth, destHeight}) == 0 ||
-        std::max({sourceWidth, sourceHeight, destWidth, destHeight}) > most) {
+    if (!isScalable(sourceWidth, sourceHeight, destWidth, destHeight)) {
         return nullptr;
     }
-    const auto prepare = [centred = isCentred](unsigned int length, unsigned int sourceLength) {
-        return length == sourceLength
-                   ? KivLineResampler(length)
-                   : KivLineResampler(calculateContributions(length, sourceLength,
-                                                             static_cast<double>(length) / sourceLength, centred),
-                                      sourceLength);
-    };
     try {
-        const KivLineResampler horizontal = prepare(destWidth, sourceWidth);
-        const KivLineResampler vertical = prepare(destHeight, sourceHeight);
+        const KivLineResampler horizontal = resampler(destWidth, sourceWidth);
+        const KivLineResampler vertical = resampler(destHeight, sourceHeight);
         if (progressCallback != nullptr) {
             return scaleInPasses(horizontal, vertical, source, sourceWidth, sourceHeight);
         }
@@ -274,7 +301,27 @@ std::uint32_t* C2PassScale<Filter>::scale(const std::uint32_t* source, unsigned 
             return nullptr;
         }
         const std::size_t work = std::size_t{sourceWidth} * sourceHeight + std::size_t{destWidth} * destHeight;
-        return scaleInBands(horizontal, vertical, source, sourceWidth, work, result.get()) ? result.release() : nullptr;
+        const bool good = scaleRows(horizontal, vertical, {source, 0, sourceWidth}, 0, destHeight, work, result.get());
+        return good ? result.release() : nullptr;
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
+}
+
+template <class Filter>
+std::uint32_t* C2PassScale<Filter>::scale(const RowReader& read, unsigned int sourceWidth, unsigned int sourceHeight,
+                                          unsigned int destWidth, unsigned int destHeight) {
+    canceled = false;
+    if (!isScalable(sourceWidth, sourceHeight, destWidth, destHeight)) {
+        return nullptr;
+    }
+    try {
+        const KivLineResampler horizontal = resampler(destWidth, sourceWidth);
+        const KivLineResampler vertical = resampler(destHeight, sourceHeight);
+        Pixels result = allocate(destWidth, destHeight);
+        const std::size_t work = std::size_t{sourceWidth} * sourceHeight + std::size_t{destWidth} * destHeight;
+        return result && scaleAsRead(horizontal, vertical, read, sourceWidth, work, result.get()) ? result.release()
+                                                                                                  : nullptr;
     } catch (const std::bad_alloc&) {
         return nullptr;
     }

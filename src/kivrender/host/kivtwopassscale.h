@@ -7,6 +7,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <vector>
 
 class KivLineResampler;
@@ -74,6 +75,13 @@ public:
     std::uint32_t* scale(const std::uint32_t* source, unsigned int sourceWidth, unsigned int sourceHeight,
                          unsigned int destWidth, unsigned int destHeight);
 
+    // Copies count rows of the source from first on, side by side. False ends the scaling.
+    using RowReader = std::function<bool(unsigned int first, unsigned int count, std::uint32_t* rows)>;
+    // The same for a source that is read in bands, from its first row to its last; rows between two bands may be read
+    // twice. Takes memory for a band and the new picture. The callback is not asked. Null also if a band can't be read.
+    std::uint32_t* scale(const RowReader& read, unsigned int sourceWidth, unsigned int sourceHeight,
+                         unsigned int destWidth, unsigned int destHeight);
+
     // Pixels count as areas, and what is in the picture keeps its place in it. Unless told, they count as points, with
     // the first of one picture upon the first of the other: what is reduced moves by up to half of a new pixel.
     void setCentred(bool centred) {
@@ -92,6 +100,7 @@ private:
                                  const std::uint32_t* source, unsigned int sourceWidth, unsigned int sourceHeight);
     static LineContribution calculateContributions(unsigned int lineLength, unsigned int sourceLength, double scale,
                                                    bool centred = false);
+    KivLineResampler resampler(unsigned int length, unsigned int sourceLength) const;
     bool goOn(unsigned int line, unsigned int lines, int base);
 
     Callback* progressCallback;

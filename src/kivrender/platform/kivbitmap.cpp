@@ -1,8 +1,10 @@
 #include "kivrender/platform/kivbitmap.h"
 
 #include "kivrender/platform/kivbitmapobject.h"
+#include "kivrender/platform/kivdeferredpicture.h"
 #include "kivrender/platform/kivsystemerror.h"
 
+#include <cstring>
 #include <utility>
 
 namespace {
@@ -30,6 +32,47 @@ HBITMAP addBitmap(tagSIZE size, std::shared_ptr<KivPixelMemory> memory, bool isS
 
 } // namespace
 
+std::uint8_t* KivBitmapObject::pixels() {
+    const std::lock_guard lock(guard);
+    hasReaders = true;
+    copyKept();
+    return memory->data();
+}
+
+bool KivBitmapObject::copyRows(std::int32_t first, std::int32_t count, std::uint8_t* rows) {
+    const std::lock_guard lock(guard);
+    if (kept != nullptr) {
+        return kept->readRows(first, count, rows);
+    }
+    std::memcpy(rows, memory->data() + rowBytes() * static_cast<std::size_t>(first),
+                rowBytes() * static_cast<std::size_t>(count));
+    return true;
+}
+
+bool KivBitmapObject::keep(std::shared_ptr<KivDrawnPicture> picture) {
+    const std::lock_guard lock(guard);
+    if (hasReaders) {
+        return false;
+    }
+    kept = std::move(picture);
+    return true;
+}
+
+void KivBitmapObject::settle(bool isWanted) {
+    const std::lock_guard lock(guard);
+    if (isWanted) {
+        copyKept();
+    }
+    kept = nullptr;
+}
+
+void KivBitmapObject::copyKept() {
+    if (kept != nullptr) {
+        kept->readRows(0, size.cy, memory->data());
+        kept = nullptr;
+    }
+}
+
 KivBitmapTable& kivBitmapTable() {
     // Never destroyed: surfaces that are globals of the host are released after the library's own globals.
     static KivBitmapTable* const table = new KivBitmapTable;
@@ -45,9 +88,33 @@ bool kivGetBitmapInfo(HBITMAP bitmap, KivBitmapInfo* info) {
     info->width = object->size.cx;
     info->height = object->size.cy;
     info->rowBytes = object->rowBytes();
-    info->pixels = object->memory->data();
+    info->pixels = object->pixels();
     info->isSection = object->isSection;
     return true;
+}
+
+bool kivGetBitmapSize(HBITMAP bitmap, tagSIZE* size, bool* isSection) {
+    const std::shared_ptr<KivBitmapObject> object = kivBitmapTable().find(bitmap);
+    if (object == nullptr) {
+        kivSetLastError(kivErrorInvalidHandle);
+        return false;
+    }
+    *size = object->size;
+    *isSection = object->isSection;
+    return true;
+}
+
+bool kivReadBitmapRows(HBITMAP bitmap, std::int32_t first, std::int32_t count, std::uint8_t* rows) {
+    const std::shared_ptr<KivBitmapObject> object = kivBitmapTable().find(bitmap);
+    if (object == nullptr) {
+        kivSetLastError(kivErrorInvalidHandle);
+        return false;
+    }
+    if (first < 0 || count < 0 || count > object->size.cy - first) {
+        kivSetLastError(kivErrorInvalidParameter);
+        return false;
+    }
+    return count == 0 || object->copyRows(first, count, rows);
 }
 
 HBITMAP kivCreateBitmap(tagSIZE size) {

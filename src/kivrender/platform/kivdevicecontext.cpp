@@ -99,9 +99,11 @@ bool kivCopyPixels(HDC target, HDC source, tagSIZE size) {
     if (isDrawing) {
         kivBeforeBitmapChange(*toContext);
     }
+    const std::uint8_t* const copied = from->pixels();
+    std::uint8_t* const pixels = to->pixels();
     for (std::int32_t fromTop = 1; fromTop <= height; ++fromTop) {
-        std::memmove(to->memory->data() + to->rowBytes() * static_cast<std::size_t>(to->size.cy - fromTop),
-                     from->memory->data() + from->rowBytes() * static_cast<std::size_t>(from->size.cy - fromTop),
+        std::memmove(pixels + to->rowBytes() * static_cast<std::size_t>(to->size.cy - fromTop),
+                     copied + from->rowBytes() * static_cast<std::size_t>(from->size.cy - fromTop),
                      static_cast<std::size_t>(width) * 4U);
     }
     if (isDrawing) {

@@ -1,5 +1,6 @@
 #include "kivrender/platform/kivglcontext.h"
 
+#include "kivrender/platform/kivdeferredpicture.h"
 #include "kivrender/platform/kivglobjects.h"
 #include "kivrender/platform/kivglwarmup.h"
 #include "kivrender/platform/kivsystemerror.h"
@@ -45,8 +46,15 @@ bool finishTaken(KivGlContextObject& object) {
     if (eglGetCurrentContext() != object.context && !makeEglCurrent(object)) {
         return kivFailGl(kivEglFailure("eglMakeCurrent"));
     }
-    object.framebuffer.read(object.bitmap->memory->data());
+    KivBitmapObject& bitmap = *object.bitmap;
+    bitmap.settle(false);
+    object.framebuffer.read(0, bitmap.size.cy, bitmap.memory->data());
     return true;
+}
+
+// The same at the end of a drawing, which the framebuffer may keep.
+bool leaveTaken(const std::shared_ptr<KivGlContextObject>& object) {
+    return (object->defersPictures && object->bitmap->keep(object)) || finishTaken(*object);
 }
 
 bool releaseTaken() {
@@ -54,7 +62,7 @@ bool releaseTaken() {
         return true;
     }
     const auto object = kivGlContextTable().find(thread.taken);
-    const bool isFinished = object == nullptr || finishTaken(*object);
+    const bool isFinished = object == nullptr || leaveTaken(object);
     // A context that another thread has ended is still current here; its display is that of the driver.
     KivGlFailure ignored;
     thread.callers.restore(object != nullptr ? object->display : kivEglDisplay(&ignored));
@@ -67,11 +75,27 @@ bool failTaking(const char* detail) {
     return kivFailGl({KivGlFailure::wrongUse, 0, detail});
 }
 
+// Only what nobody draws with or reads from any more.
+void keepForNext(const std::shared_ptr<KivGlContextObject>& object) {
+    if (!kivKeepsGlContexts() || object->defersPictures || object.use_count() > 1) {
+        return;
+    }
+    {
+        const KivEglRestore restore(object->display);
+        if (!makeEglCurrent(*object) || !kivMakeAsNew(*object)) {
+            return;
+        }
+    }
+    object->isBehindBitmap = false;
+    const std::lock_guard<std::mutex> guard(warmMutex);
+    warmContext() = object;
+}
+
 // With ours current to EGL.
 void takeOverBitmap(KivGlContextObject& object, std::shared_ptr<KivBitmapObject> bitmap) {
     object.bitmap = std::move(bitmap);
     if (object.isBehindBitmap) {
-        object.framebuffer.write(object.bitmap->memory->data());
+        object.framebuffer.write(object.bitmap->pixels());
         object.isBehindBitmap = false;
     }
 }
@@ -87,6 +111,15 @@ KivGlContextObject::~KivGlContextObject() {
     if (context != EGL_NO_CONTEXT) {
         eglDestroyContext(display, context);
     }
+}
+
+bool KivGlContextObject::readRows(std::int32_t first, std::int32_t count, std::uint8_t* rows) {
+    const KivEglRestore restore(display);
+    if (eglGetCurrentContext() != context && !makeEglCurrent(*this)) {
+        return kivFailGl(kivEglFailure("eglMakeCurrent"));
+    }
+    framebuffer.read(first, count, rows);
+    return true;
 }
 
 std::shared_ptr<KivGlContextObject> KivGlContextObject::make(KivGlFailure* failure) {
@@ -118,6 +151,9 @@ std::shared_ptr<KivGlContextObject> kivTakeGlContext(tagSIZE size, KivGlFailure*
         const std::lock_guard<std::mutex> guard(warmMutex);
         object.swap(warmContext());
     }
+    if (object != nullptr && object->isReusable && !kivKeepsGlContexts()) {
+        object = nullptr;
+    }
     // Warmed up long ago: the display may have been terminated since by a caller who shares it, and the context with
     // it. Then a new one serves.
     if (object != nullptr && kivEglDisplay(failure) != EGL_NO_DISPLAY) {
@@ -129,7 +165,16 @@ std::shared_ptr<KivGlContextObject> kivTakeGlContext(tagSIZE size, KivGlFailure*
     if (object == nullptr) {
         object = KivGlContextObject::make(failure);
     }
-    return object != nullptr && object->fit(size, failure) ? object : nullptr;
+    if (object == nullptr || !object->fit(size, failure)) {
+        return nullptr;
+    }
+    if (kivKeepsGlContexts()) {
+        const KivEglRestore restore(object->display);
+        if (makeEglCurrent(*object)) {
+            kivPrepareReuse(*object);
+        }
+    }
+    return object;
 }
 
 void kivBeforeBitmapChange(KivGlContextObject& context) {
@@ -197,6 +242,9 @@ bool kivMakeGlCurrent(HDC dc, HGLRC context) {
     if (thread.taken == context && object->bitmap == bitmap && eglGetCurrentContext() == object->context) {
         return true;
     }
+    if (object->bitmap != nullptr) {
+        object->bitmap->settle(object->bitmap != bitmap); // drawing goes on, or elsewhere
+    }
     if (thread.taken == nullptr) {
         thread.callers = KivEglBinding::current();
     } else if (const auto former = kivGlContextTable().find(thread.taken); former != nullptr) {
@@ -218,7 +266,22 @@ bool kivDeleteGlContext(HGLRC context) {
     if (context != nullptr && thread.taken == context) {
         releaseTaken();
     }
-    return kivGlContextTable().release(context);
+    const auto object = kivGlContextTable().find(context);
+    const bool isReleased = kivGlContextTable().release(context);
+    if (isReleased && kivGlContextTable().find(context) == nullptr) {
+        object->bitmap = nullptr; // which may own the drawing by now
+        keepForNext(object);
+    }
+    return isReleased;
+}
+
+bool kivDeferPictures(HGLRC context) {
+    const auto object = kivGlContextTable().find(context);
+    if (object == nullptr) {
+        return kivFailGl({KivGlFailure::wrongUse, 0, "a handle that is gone"});
+    }
+    object->defersPictures = true;
+    return true;
 }
 
 HGLRC kivCurrentGlContext() {

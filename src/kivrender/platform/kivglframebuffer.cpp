@@ -153,11 +153,24 @@ bool KivGlFramebuffer::create(tagSIZE newSize, KivGlFailure* failure) {
     glViewport(0, 0, extent.cx, extent.cy);
     glScissor(0, 0, extent.cx, extent.cy);
     if (!isZeroedByDriver()) {
-        glClearDepth(0.0);
-        glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT | GL_STENCIL_BUFFER_BIT);
-        glClearDepth(1.0);
+        clear();
     }
     return true;
+}
+
+void KivGlFramebuffer::clear() {
+    glClearDepth(0.0);
+    glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT | GL_STENCIL_BUFFER_BIT);
+    glClearDepth(1.0);
+}
+
+void KivGlFramebuffer::renew() const {
+    glBindFramebuffer(GL_FRAMEBUFFER, framebuffer);
+    glReadBuffer(GL_COLOR_ATTACHMENT0);
+    glDrawBuffer(GL_COLOR_ATTACHMENT0);
+    glViewport(0, 0, extent.cx, extent.cy);
+    glScissor(0, 0, extent.cx, extent.cy);
+    clear();
 }
 
 void KivGlFramebuffer::destroy() {
@@ -173,7 +186,7 @@ void KivGlFramebuffer::destroy() {
     extent = {};
 }
 
-void KivGlFramebuffer::read(std::uint8_t* pixels) const {
+void KivGlFramebuffer::read(std::int32_t firstRow, std::int32_t count, std::uint8_t* pixels) const {
     const PlainTransfer plain;
     GLint bound = 0;
     GLint buffer = 0;
@@ -183,7 +196,7 @@ void KivGlFramebuffer::read(std::uint8_t* pixels) const {
     if (buffer != GL_COLOR_ATTACHMENT0) {
         glReadBuffer(GL_COLOR_ATTACHMENT0);
     }
-    glReadPixels(0, 0, extent.cx, extent.cy, GL_BGRA, GL_UNSIGNED_INT_8_8_8_8_REV, pixels);
+    glReadPixels(0, firstRow, extent.cx, count, GL_BGRA, GL_UNSIGNED_INT_8_8_8_8_REV, pixels);
     if (buffer != GL_COLOR_ATTACHMENT0) {
         glReadBuffer(static_cast<GLenum>(buffer));
     }

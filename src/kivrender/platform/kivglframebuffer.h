@@ -13,19 +13,22 @@ public:
     // Makes colour, depth and stencil of that size and binds them. Black, depth and stencil 0 at first. False, with
     // *failure telling why, if the driver can't: nothing is bound then.
     bool create(tagSIZE newSize, KivGlFailure* failure);
+    // Bound and as create leaves it, after it was drawn into.
+    void renew() const;
     // The names themselves; what is bound to them becomes unbound.
     void destroy();
 
     tagSIZE size() const {
         return extent;
     }
-    // Both leave all state of the context as it was. pixels holds size rows without padding, blue first, the bottom row
-    // first.
-    void read(std::uint8_t* pixels) const;
+    // Both leave all state of the context as it was. pixels holds the rows without padding, blue first, the bottom row
+    // first: all of them, or count rows from that one on.
+    void read(std::int32_t firstRow, std::int32_t count, std::uint8_t* pixels) const;
     void write(const std::uint8_t* pixels) const;
 
 private:
     bool createTargets();
+    static void clear();
     bool checkLimits(KivGlFailure* failure) const;
 
     tagSIZE extent{};

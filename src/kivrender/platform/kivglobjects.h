@@ -10,12 +10,12 @@
 
 #include <memory>
 
-struct KivGlContextObject {
+struct KivGlContextObject : KivDrawnPicture {
     KivGlContextObject() = default;
-    KivGlContextObject(const KivGlContextObject&) = delete;
-    KivGlContextObject& operator=(const KivGlContextObject&) = delete;
     // A context that another thread has current ends when that thread lets it go.
-    ~KivGlContextObject();
+    ~KivGlContextObject() override;
+
+    bool readRows(std::int32_t first, std::int32_t count, std::uint8_t* rows) override;
 
     // Null on failure, with *failure telling why.
     static std::shared_ptr<KivGlContextObject> make(KivGlFailure* failure);
@@ -27,6 +27,9 @@ struct KivGlContextObject {
     KivGlFramebuffer framebuffer;
     std::shared_ptr<KivBitmapObject> bitmap; // what it drew into last; null before its first use
     bool isBehindBitmap = false;             // the bitmap was changed by a copy since
+    bool defersPictures = false;             // bitmaps get them when they are asked for
+    bool isReusable = false;                 // its first state was saved
+    int uses = 0;
 };
 
 struct KivDeviceContextObject {
@@ -44,6 +47,12 @@ KivGlContextTable& kivGlContextTable();
 
 // A context with a framebuffer of that size: the one that was warmed up, if there is one, or a new one.
 std::shared_ptr<KivGlContextObject> kivTakeGlContext(tagSIZE size, KivGlFailure* failure);
+
+// For kivKeepGlContexts; all with the context current. Saves the state of a fresh context; brings a used one back to
+// it, or tells that it is not to be used again.
+bool kivKeepsGlContexts();
+void kivPrepareReuse(KivGlContextObject& context);
+bool kivMakeAsNew(KivGlContextObject& context);
 
 // The context has to take over its bitmap, which has changed: at once if it is current on this thread, else when it is
 // taken next. The first operation makes the bitmap as new as the drawing, before the change.

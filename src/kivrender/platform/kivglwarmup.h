@@ -15,7 +15,13 @@
 // afterwards that was not before. False if there is no usable OpenGL; a render then fails with a message as well.
 KIV_API bool kivWarmUpGl(tagSIZE size);
 
-// Gives back what kivWarmUpGl made and no surface took.
+// Whether the context of a surface that ends is kept for the next one: with it the machine code stays that a driver
+// without graphics makes for what is drawn, which takes longer than a small picture itself. State and small names of
+// objects are as in a new context; what a shader leaves in texture 0 and under large names stays until some hundred
+// uses later. So it is for views that follow a hand, and nobody gets a kept context while this is off. Off at first.
+KIV_API void kivKeepGlContexts(bool keep);
+
+// Gives back what kivWarmUpGl made and no surface took, and a kept context.
 KIV_API void kivCoolDownGl();
 
 // What draws, for reports of problems: the driver's renderer and version; loads the driver. Empty if there is none.

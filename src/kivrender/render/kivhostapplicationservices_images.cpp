@@ -4,6 +4,7 @@
 #include "kivrender/host/kivlanguage.h"
 #include "kivrender/host/kivtwopassscale.h"
 #include "kivrender/platform/kivbitmap.h"
+#include "kivrender/platform/kivdeferredpicture.h"
 #include "kivrender/platform/kivglcontext.h"
 #include "kivrender/platform/kivimage.h"
 #include "kivrender/platform/kivsystemerror.h"
@@ -163,15 +164,19 @@ void setPixels(HBITMAP target, const std::uint32_t* pixels, tagSIZE size) {
 
 // Consumes the source.
 void stretch(HDC dc, HBITMAP target, HBITMAP source, SIZE size, bool centred) {
-    KivBitmapInfo info;
-    if (kivGetBitmapInfo(source, &info) && size.cx > 0 && size.cy > 0) {
+    tagSIZE full{};
+    bool isSection = false;
+    if (kivGetBitmapSize(source, &full, &isSection) && size.cx > 0 && size.cy > 0) {
         std::uint32_t* scaled = nullptr;
         // The pixels of another kind of bitmap are a device's, to be reached by a blit alone.
-        if (info.isSection) {
+        if (isSection) {
+            const auto read = [source](unsigned int first, unsigned int count, std::uint32_t* rows) {
+                return kivReadBitmapRows(source, static_cast<std::int32_t>(first), static_cast<std::int32_t>(count),
+                                         reinterpret_cast<std::uint8_t*>(rows));
+            };
             C2PassScale<CBilinearFilter> scaler;
             scaler.setCentred(centred);
-            scaled = scaler.scale(reinterpret_cast<const std::uint32_t*>(info.pixels),
-                                  static_cast<unsigned int>(info.width), static_cast<unsigned int>(info.height),
+            scaled = scaler.scale(read, static_cast<unsigned int>(full.cx), static_cast<unsigned int>(full.cy),
                                   static_cast<unsigned int>(size.cx), static_cast<unsigned int>(size.cy));
         }
         if (scaled != nullptr) {

@@ -2,6 +2,7 @@
 #include "kivrender/host/kivhostapplicationservices.h"
 #include "kivrender/host/kivlanguage.h"
 #include "kivrender/platform/kivbitmap.h"
+#include "kivrender/platform/kivdeferredpicture.h"
 #include "kivrender/platform/kivglcontext.h"
 #include "kivrender/platform/kivgldepth.h"
 #include "kivrender/platform/kivsystemerror.h"
@@ -56,7 +57,8 @@ void clearSurface(KivBitmapManager& surface) {
     surface.unlock();
 }
 
-bool openContext(KivBitmapManager& surface, tagSIZE size) {
+// isReduced: the picture is made smaller at the end, and is read for that in bands.
+bool openContext(KivBitmapManager& surface, tagSIZE size, bool isReduced) {
     wchar_t folder[kivMaxPath] = {};
     if (KivHostApplicationServices* const host = KivHostApplicationServices::getDefaultHost()) {
         host->getVirtualMemoryFolder(folder);
@@ -69,6 +71,9 @@ bool openContext(KivBitmapManager& surface, tagSIZE size) {
     const HGLRC context = kivCreateGlContext(dc);
     surface.setHGLRC(context);
     const bool current = context != nullptr && kivMakeGlCurrent(dc, context);
+    if (current && isReduced) {
+        kivDeferPictures(context);
+    }
     surface.unlock();
     return current;
 }
@@ -167,7 +172,7 @@ void KivRenderer::startRendering(const KivCommonSettings& settings, const KivCam
                                  KivBitmapManager* surface, tagSIZE size, KivNonCombinableShader* shader,
                                  KivProgress* progress) {
     clearSurface(*surface);
-    if (!openContext(*surface, size)) {
+    if (!openContext(*surface, size, settings.getAntialias() != 0 && !settings.doVectorial())) {
         return;
     }
     setSmoothing(settings.getAntialias() != 0);

@@ -1,12 +1,12 @@
 #include "core/looks.h"
 
 #include "core/runtime.h"
-#include "kivrender/dialogs/kivstylefile.h"
 #include "kivrender/platform/kivtext.h"
 #include "kivrender/settings/kivmemorydatamanager.h"
 #include "kivrender/shader/kivshader.h"
 #include "kivrender/shader/kivshaderguard.h"
 #include "kivrender/shader/kivshadersettings.h"
+#include "kivrender/shader/kivstylefile.h"
 
 #include <pybind11/stl.h>
 

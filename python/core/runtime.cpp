@@ -2,6 +2,7 @@
 
 #include "apps/common/quietdriver.h"
 #include "kivrender/host/kivlanguage.h"
+#include "kivrender/host/kivuserfolders.h"
 #include "kivrender/platform/kivmodule.h"
 #include "kivrender/platform/kivtext.h"
 
@@ -28,6 +29,7 @@ State& state() {
 Library& startedLibrary() {
     if (state().library == nullptr) {
         quietDriver();
+        kivMakeUserFoldersAtOnce(false);
         state().library = new Library;
     }
     return *state().library;

@@ -794,6 +794,17 @@ TEST(ProgramStyles, SavedAndUsedByNameAndByFile) {
     EXPECT_TRUE(std::filesystem::exists(user.folder.path("home/Trash/files/My own.kiv")));
 }
 
+TEST(ProgramStyles, NoFoldersAreMadeBeforeAStyleIsSaved) {
+    const StyleUser user;
+    ASSERT_EQ(user({"render", "--demo", "-o", user.folder.path("x.png"), "-s", "32x24", "-a", "0", "-q"}).status, 0);
+    ASSERT_EQ(user({"styles", "-q"}).status, 0);
+    EXPECT_FALSE(std::filesystem::exists(user.folder.path("home/Tolvar")));
+    EXPECT_FALSE(std::filesystem::exists(user.folder.path("home/My Morvane 2.0 Styles")));
+    EXPECT_FALSE(std::filesystem::exists(user.folder.path("home/tolvar")));
+    ASSERT_EQ(user({"style", "save", "Mine", "-q"}).status, 0);
+    EXPECT_TRUE(std::filesystem::exists(user.own("Mine.kiv")));
+}
+
 TEST(ProgramStyles, SavingDoesNotWriteOverAStyleUnasked) {
     const StyleUser user;
     ASSERT_EQ(user({"style", "save", "Mine", "-q"}).status, 0);

@@ -1,11 +1,11 @@
 // A plug-in that throws from its pages, or from anything else that a dialog asks of it: the dialog goes on.
 #include "kivrender/dialogs/kivpagedlg.h"
 #include "kivrender/dialogs/kivpropertiesdlg.h"
-#include "kivrender/dialogs/kivstylefile.h"
 #include "kivrender/host/kivlanguage.h"
 #include "kivrender/settings/kivcommonsettings.h"
 #include "kivrender/settings/kivmemorydatamanager.h"
 #include "kivrender/shader/kivshader.h"
+#include "kivrender/shader/kivstylefile.h"
 #include "support/hostileshader.h"
 #include "support/recordingtoolkit.h"
 #include "support/testhost.h"

@@ -4,9 +4,9 @@
 
 #include "dialogs/shadertable.h"
 #include "kivrender/dialogs/kivpropertiesdlg.h"
-#include "kivrender/dialogs/kivstylefile.h"
 #include "kivrender/settings/kivcommonsettings.h"
 #include "kivrender/settings/kivmemorydatamanager.h"
+#include "kivrender/shader/kivstylefile.h"
 #include "support/recordingtoolkit.h"
 #include "support/temphome.h"
 #include "support/testhost.h"

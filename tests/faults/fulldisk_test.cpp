@@ -2,13 +2,13 @@
 // or the whole new one, nothing lies beside it, and the failure is told.
 #include "failcalls.h"
 
-#include "kivrender/dialogs/kivstylefile.h"
 #include "kivrender/platform/kivimage.h"
 #include "kivrender/platform/kivpreferences.h"
 #include "kivrender/platform/kivreplacefile.h"
 #include "kivrender/platform/kivtext.h"
 #include "kivrender/platform/kivwholefile.h"
 #include "kivrender/settings/kivconfigfile.h"
+#include "kivrender/shader/kivstylefile.h"
 #include "support/temphome.h"
 
 #include <algorithm>

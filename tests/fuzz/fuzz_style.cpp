@@ -1,10 +1,10 @@
 // Style files with any content, as a stranger could send one: reading gives a head within its bounds and settings
 // within their ranges; what is written over it comes back, and every key that nobody here knows stays as it was.
-#include "kivrender/dialogs/kivstylefile.h"
 #include "kivrender/platform/kivprofile.h"
 #include "kivrender/platform/kivtext.h"
 #include "kivrender/settings/kivconfigfile.h"
 #include "kivrender/settings/kivsettingstable.h"
+#include "kivrender/shader/kivstylefile.h"
 
 #include <algorithm>
 #include <cmath>

@@ -42,4 +42,10 @@ fresh; put src/kivrender/render/k.cpp '#include "c.h"'
 expect 1 "path from the root" "a path that is not from the root"
 fresh; put src/kivrender/render/l.cpp '#include "kivrender/attic/x.h"'
 expect 1 "unknown folder" "a folder that is no layer"
+for header in unistd.h sys/stat.h windows.h; do
+    fresh; put src/kivrender/render/m.cpp "#include <$header>"
+    expect 1 "belongs to the operating system" "$header outside of platform/"
+done
+fresh; put src/kivrender/platform/n.cpp '#include <sys/stat.h>'; put src/kivrender/shader/check/main.cpp '#include <unistd.h>'
+expect 0 "" "the operating system in platform/ and in a program"
 exit $((failures > 0))

@@ -14,6 +14,7 @@
 #include "apps/cli/startup.h"
 #include "apps/cli/stylecommands.h"
 #include "apps/common/quietdriver.h"
+#include "kivrender/host/kivuserfolders.h"
 #include "kivrender/shader/kivshader.h"
 
 #include <cstdio>
@@ -107,6 +108,7 @@ int fail(int status, const std::string& text) {
 int main(int argc, char** argv) {
     cleanUpOnSignals();
     quietDriver();
+    kivMakeUserFoldersAtOnce(false);
     try {
         const int status = run(parseWords(argc, argv));
         if (std::fflush(stdout) != 0) {

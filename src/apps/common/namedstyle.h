@@ -3,7 +3,7 @@
 #define APPS_COMMON_NAMEDSTYLE_H
 
 #include "apps/common/lookoptions.h"
-#include "kivrender/dialogs/kivstylefile.h"
+#include "kivrender/shader/kivstylefile.h"
 
 #include <string>
 #include <vector>

@@ -3,8 +3,8 @@
 #define APPS_COMMON_SHADERSTREAM_H
 
 #include "apps/common/lookoptions.h"
-#include "kivrender/dialogs/kivstylefile.h"
 #include "kivrender/settings/kivmemorydatamanager.h"
+#include "kivrender/shader/kivstylefile.h"
 
 #include <cstdint>
 #include <optional>

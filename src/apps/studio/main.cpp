@@ -5,6 +5,7 @@
 #include "apps/studio/studiostyle.h"
 #include "apps/studio/studiowindow.h"
 #include "kivrender/host/kivlanguage.h"
+#include "kivrender/host/kivuserfolders.h"
 #include "kivrender/platform/kivglwarmup.h"
 #include "kivrender/render/kivrenderer.h"
 #include "kivrender/shader/kivshader.h"
@@ -116,6 +117,7 @@ int runWindow(const QStringList& files, const std::string& language) {
 
 int main(int argc, char** argv) {
     quietDriver();
+    kivMakeUserFoldersAtOnce(false);
     // A file above the user's limit is an error of that file, and not the end of the program.
     std::signal(SIGXFSZ, SIG_IGN);
     QCoreApplication::setApplicationName(QStringLiteral("selvarin-studio"));

@@ -1,7 +1,6 @@
 // The properties dialog's styles and its preview.
 #include "kivrender/dialogs/kivpropertiesdlg.h"
 #include "kivrender/dialogs/kivsavestyledlg.h"
-#include "kivrender/dialogs/kivstylefile.h"
 #include "kivrender/dialogs/kivupdating.h"
 #include "kivrender/platform/kivbitmap.h"
 #include "kivrender/platform/kivprofile.h"
@@ -12,6 +11,7 @@
 #include "kivrender/settings/kivdatamanager.h"
 #include "kivrender/shader/kivshader.h"
 #include "kivrender/shader/kivshaderguard.h"
+#include "kivrender/shader/kivstylefile.h"
 
 namespace {
 

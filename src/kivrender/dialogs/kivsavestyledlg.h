@@ -1,4 +1,4 @@
-// Asks the user for the name of a style. What names will do is the caller's affair (dialogs/kivstylefile.h).
+// Asks the user for the name of a style. What names will do is the caller's affair (shader/kivstylefile.h).
 #ifndef KIVRENDER_DIALOGS_KIVSAVESTYLEDLG_H
 #define KIVRENDER_DIALOGS_KIVSAVESTYLEDLG_H
 

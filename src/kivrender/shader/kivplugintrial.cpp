@@ -1,21 +1,18 @@
 #include "kivrender/shader/kivplugintrial.h"
 
+#include "kivrender/platform/kivchildchannel.h"
+#include "kivrender/platform/kivfileidentity.h"
 #include "kivrender/platform/kivmodule.h"
+#include "kivrender/platform/kivsystempages.h"
 #include "kivrender/platform/kivtext.h"
 #include "kivrender/shader/kivtriedplugins.h"
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <chrono>
 #include <cstdlib>
 #include <cstring>
 #include <string_view>
-
-#include <poll.h>
-#include <sys/socket.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 namespace {
 
@@ -45,11 +42,7 @@ bool isShipped(const std::wstring& file) {
         std::find(names.begin(), names.end(), name.substr(0, name.size() - ending.size())) == names.end()) {
         return false;
     }
-    struct stat there {};
-    struct stat ours {};
-    const std::string own = kivToUtf8(kivLibraryFolder() + L"/shaders/" + name);
-    return stat(kivToUtf8(file).c_str(), &there) == 0 && lstat(own.c_str(), &ours) == 0 && S_ISREG(ours.st_mode) &&
-           there.st_ino == ours.st_ino && there.st_dev == ours.st_dev;
+    return kivIsThatFile(kivToUtf8(file), kivToUtf8(kivLibraryFolder() + L"/shaders/" + name));
 }
 
 const wchar_t* nameOf(KivTrialStage stage) {
@@ -68,21 +61,6 @@ const wchar_t* nameOf(KivTrialStage stage) {
         break;
     }
     return L"before it was loaded";
-}
-
-bool sendAll(int channel, std::string_view bytes) {
-    while (!bytes.empty()) {
-        const ssize_t sent = send(channel, bytes.data(), bytes.size(), MSG_NOSIGNAL);
-        if (sent > 0) {
-            bytes.remove_prefix(static_cast<std::size_t>(sent));
-            continue;
-        }
-        pollfd waiting{channel, POLLOUT, 0};
-        if (sent == 0 || (errno != EAGAIN && errno != EINTR) || poll(&waiting, 1, endMilliseconds) == 0) {
-            return false;
-        }
-    }
-    return true;
 }
 
 } // namespace
@@ -125,12 +103,12 @@ std::wstring KivPluginTrial::faultOf(const std::wstring& file) {
 
 bool KivPluginTrial::start() {
     const std::string program = kivToUtf8(kivLibraryFolder()) + "/selvarin-plugin-check";
-    if (!program.starts_with('/') || access(program.c_str(), X_OK) != 0) {
+    if (!program.starts_with('/') || !kivIsProgram(program)) {
         return false;
     }
     helper = std::make_unique<KivChildProcess>();
     std::string why;
-    return helper->start(program, {std::to_string(getpid())}, why);
+    return helper->start(program, {std::to_string(kivProcessNumber())}, why);
 }
 
 // Sends the plug-in's path and reads the stages until the process waits for another, or is gone.
@@ -138,19 +116,18 @@ std::wstring KivPluginTrial::tried(const std::string& path) {
     const Clock::time_point begin = Clock::now();
     const double used = helper->processorSeconds();
     KivTrialStage stage = KivTrialStage::waits;
-    bool late = !sendAll(helper->channel(), path + '\0');
+    bool late = !kivSendToChild(helper->channel(), path + '\0', endMilliseconds);
     while (!late) {
-        pollfd waiting{helper->channel(), POLLIN, 0};
-        poll(&waiting, 1, watchMilliseconds);
         char byte = 0;
-        const ssize_t got = recv(helper->channel(), &byte, 1, 0);
-        if (got == 1) {
+        const KivFromChild got = kivReceiveFromChild(helper->channel(), watchMilliseconds, &byte);
+        if (got == KivFromChild::end) {
+            break;
+        }
+        if (got == KivFromChild::byte) {
             stage = static_cast<KivTrialStage>(byte);
             if (stage == KivTrialStage::waits) {
                 return {};
             }
-        } else if (got == 0 || (errno != EAGAIN && errno != EINTR)) {
-            break;
         }
         late = helper->processorSeconds() - used > mostProcessorSeconds ||
                std::chrono::duration<double>(Clock::now() - begin).count() > mostSeconds;

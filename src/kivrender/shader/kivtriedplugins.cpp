@@ -1,5 +1,6 @@
 #include "kivrender/shader/kivtriedplugins.h"
 
+#include "kivrender/platform/kivfileidentity.h"
 #include "kivrender/platform/kivfolders.h"
 #include "kivrender/platform/kivmodule.h"
 #include "kivrender/platform/kivreplacefile.h"
@@ -10,8 +11,6 @@
 #include <optional>
 #include <sstream>
 #include <vector>
-
-#include <sys/stat.h>
 
 namespace {
 
@@ -65,14 +64,8 @@ void readOnce() {
 } // namespace
 
 std::string KivTriedPlugins::keyOf(const std::string& path) {
-    struct stat info {};
-    if (stat(path.c_str(), &info) != 0 || path.find('\n') != std::string::npos) {
-        return {};
-    }
-    std::ostringstream key;
-    key << info.st_dev << ' ' << info.st_ino << ' ' << info.st_size << ' ' << info.st_mtim.tv_sec << '.'
-        << info.st_mtim.tv_nsec << ' ' << info.st_ctim.tv_sec << '.' << info.st_ctim.tv_nsec << ' ' << path;
-    return key.str();
+    const std::string identity = kivFileIdentity(path);
+    return identity.empty() || path.find('\n') != std::string::npos ? std::string() : identity + ' ' + path;
 }
 
 const std::wstring* KivTriedPlugins::find(const std::string& key) {

@@ -1,7 +1,8 @@
-#include "kivrender/dialogs/kivstylefile.h"
+#include "kivrender/shader/kivstylefile.h"
 
 #include "kivrender/dialogs/kivpagedlg.h"
 #include "kivrender/host/kivlanguage.h"
+#include "kivrender/host/kivuserfolders.h"
 #include "kivrender/render/kivrenderer.h"
 #include "kivrender/settings/kivconfigfile.h"
 #include "kivrender/settings/kivpagesettings.h"
@@ -432,6 +433,16 @@ TEST_F(KivStyleFile, AMissingSharedFolderIsNotMade) {
     host.strings[{true, L"Styles"}] = folder.wide("shared");
     EXPECT_TRUE(kivListStyles(Host::sharedFolder).empty());
     EXPECT_FALSE(std::filesystem::exists(folder.path() / "shared"));
+}
+
+TEST_F(KivStyleFile, FoldersAreMadeByASaveAlone) {
+    kivMakeUserFoldersAtOnce(false);
+    std::filesystem::remove_all(folder.path() / "mine");
+    EXPECT_TRUE(kivListStyles().empty());
+    EXPECT_FALSE(std::filesystem::exists(folder.path() / "mine"));
+    EXPECT_TRUE(kivSaveStyle(folder.wide("mine/below/new.kiv"), KivStyleHead(), nullptr));
+    EXPECT_TRUE(std::filesystem::is_regular_file(folder.path() / "mine/below/new.kiv"));
+    kivMakeUserFoldersAtOnce(true);
 }
 
 TEST_F(KivStyleFile, NamesThatAreRefused) {

@@ -1,9 +1,11 @@
-#include "kivrender/dialogs/kivstylefile.h"
+#include "kivrender/shader/kivstylefile.h"
 
 #include "kivrender/host/kivlanguage.h"
+#include "kivrender/host/kivuserfolders.h"
 #include "kivrender/platform/kivfolders.h"
 #include "kivrender/platform/kivprofile.h"
 #include "kivrender/platform/kivreplacefile.h"
+#include "kivrender/platform/kivsystempages.h"
 #include "kivrender/platform/kivtemporaryfile.h"
 #include "kivrender/platform/kivtext.h"
 #include "kivrender/platform/kivtrash.h"
@@ -12,7 +14,6 @@
 #include "kivrender/shader/kivshader.h"
 
 #include <optional>
-#include <unistd.h>
 
 namespace {
 
@@ -70,7 +71,7 @@ private:
 class WorkFile {
 public:
     explicit WorkFile(const std::wstring& folder)
-        : name(folder + L"/." + std::to_wstring(getpid()) + std::wstring(ending)) {}
+        : name(folder + L"/." + std::to_wstring(kivProcessNumber()) + std::wstring(ending)) {}
     WorkFile(const WorkFile&) = delete;
     WorkFile& operator=(const WorkFile&) = delete;
     ~WorkFile() {
@@ -141,6 +142,9 @@ bool kivWriteStyleHead(const std::wstring& path, const KivStyleHead& head) {
 bool kivSaveStyle(const std::wstring& path, const KivStyleHead& head, const KivPropertiesDlg* dlg) {
     constexpr std::size_t roomForSettings = std::size_t{256} << 10;
     const std::wstring folder = folderOf(path);
+    if (!kivMakesUserFoldersAtOnce()) {
+        kivMakeFolders(folder); // in one that can't be made nothing can be saved, which shows at once
+    }
     const WorkFile work(folder);
     if (!fits(path) || !fits(work.path())) {
         return false;
@@ -174,7 +178,7 @@ std::vector<KivStyleEntry> kivListStyles(Host::Folder folder) {
     if (host == nullptr || !host->getStyleFolder(folder, place)) {
         return styles;
     }
-    if (folder != Host::sharedFolder) {
+    if (folder != Host::sharedFolder && kivMakesUserFoldersAtOnce()) {
         kivMakeFolders(place); // one that can't be made has no styles
     }
     for (const std::wstring& file : kivListFiles(place, ending)) {

@@ -4,8 +4,8 @@
 //
 // A style is a profile file (settings/kivconfigfile.h) with the ending ".kiv". Its section "General" names the shaders,
 // and each shader has a section of its own, called by its tag. Paths are wide and hold less than kivMaxPath characters.
-#ifndef KIVRENDER_DIALOGS_KIVSTYLEFILE_H
-#define KIVRENDER_DIALOGS_KIVSTYLEFILE_H
+#ifndef KIVRENDER_SHADER_KIVSTYLEFILE_H
+#define KIVRENDER_SHADER_KIVSTYLEFILE_H
 
 #include "kivrender/host/kivhostapplicationservices.h"
 #include "kivrender/platform/kivexport.h"

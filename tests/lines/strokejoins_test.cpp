@@ -75,7 +75,9 @@ TEST(StrokeJoins, ContoursThatNearlyMeetAndGoOnAreOneLine) {
     const Case cases[] = {
         {{3.0, 0.0, 0.0}, {30.0, 0.0, 0.0}, KivStrokeKind::contour, 1},   // three pixels on
         {{3.0, 0.5, 0.0}, {30.0, 2.0, 0.0}, KivStrokeKind::contour, 1},   // a little aside
-        {{5.0, 0.0, 0.0}, {30.0, 0.0, 0.0}, KivStrokeKind::contour, 2},   // too far
+        {{7.0, 0.0, 0.0}, {30.0, 0.0, 0.0}, KivStrokeKind::contour, 1},   // farther, straight on
+        {{9.0, 0.0, 0.0}, {30.0, 0.0, 0.0}, KivStrokeKind::contour, 2},   // too far
+        {{5.0, 2.5, 0.0}, {30.0, 2.5, 0.0}, KivStrokeKind::contour, 2},   // too far for what goes on aside
         {{2.0, 0.0, 0.0}, {2.0, 30.0, 0.0}, KivStrokeKind::contour, 2},   // another way
         {{0.0, 3.0, 0.0}, {30.0, 3.0, 0.0}, KivStrokeKind::contour, 2},   // beside it
         {{-3.0, 0.0, 0.0}, {-30.0, 0.0, 0.0}, KivStrokeKind::contour, 2}, // back

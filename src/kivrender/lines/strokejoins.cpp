@@ -18,8 +18,11 @@ constexpr double directionReach = 4.0;
 
 // Hooks at cusps, and gaps between ends of contours, in pixels.
 constexpr double longestHook = 4.0;
-constexpr double widestGap = 4.0;
+constexpr double widestGap = 8.0; // of ends that go on straight
+constexpr double bentGap = 4.0;
 constexpr double smallGap = 0.5;
+constexpr double straightCosine = 0.95;
+constexpr double bentCosine = 0.7;
 constexpr std::size_t mostEnds = 64; // in one place: more are no line to follow
 
 struct Piece {
@@ -367,9 +370,12 @@ private:
         const double distance = kivLength(way);
         const KivVec out = -one.inward;
         const KivVec& in = other.inward;
-        const bool goesOn =
-            distance < smallGap || (kivDot(way, out) > 0.7 * distance && kivDot(way, in) > 0.7 * distance);
-        if (distance <= widestGap && kivDot(out, in) > 0.7 && goesOn) {
+        const auto goesOn = [&](double cosine) {
+            return kivDot(out, in) > cosine && kivDot(way, out) > cosine * distance &&
+                   kivDot(way, in) > cosine * distance;
+        };
+        if ((distance < smallGap && kivDot(out, in) > bentCosine) || (distance <= bentGap && goesOn(bentCosine)) ||
+            (distance <= widestGap && goesOn(straightCosine))) {
             pairs.emplace_back(distance, second, first);
         }
     }

@@ -3,6 +3,7 @@
 #include "linecameras.h"
 
 #include <cmath>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -24,23 +25,32 @@ KivSurface strip() {
     return surface;
 }
 
-std::size_t contoursOf(const KivSurface& surface) {
+std::vector<ContourPiece> contoursOf(const KivSurface& surface) {
     // Nearly from the side, so that one border of the strip faces the viewer and the other does not.
     const KivCamera camera = lineCamera(KivCamera::orthographic, {100.0, 0.0, 10.0}, 20.0, 1.0, 200.0);
     SurfaceLines lines;
     EXPECT_TRUE(kivSurfaceLines(surface, {}, KivLineView(camera, 400.0, 400.0), {}, lines));
-    return lines.contours.size();
+    return lines.contours;
 }
 
 } // namespace
 
 TEST(SurfaceLines, TheContourOfAnExactSurfaceGoesByItsNormals) {
-    EXPECT_EQ(contoursOf(strip()), 2U) << "one piece in each triangle";
+    EXPECT_EQ(contoursOf(strip()).size(), 2U) << "one piece in each triangle";
+}
+
+// An eighth of the strip's width times the turn of its normals, however long its triangles are: what stands before a
+// contour is told that far off the mesh.
+TEST(SurfaceLines, TheRiseOverALongTriangleIsThatAcrossIt) {
+    const double turn = 2.0 * 0.33 / std::hypot(1.0, 0.33);
+    for (const ContourPiece& piece : contoursOf(strip())) {
+        EXPECT_NEAR(piece.rise, 0.125 * 2.0 * turn, 1e-12);
+    }
 }
 
 TEST(SurfaceLines, NormalsOfAPlainMeshAreItsFacets) {
     KivSurface plain = strip();
     plain.namesEdges = false;
     plain.namedEdges.clear();
-    EXPECT_EQ(contoursOf(plain), 0U);
+    EXPECT_TRUE(contoursOf(plain).empty());
 }

@@ -246,9 +246,12 @@ private:
     double lengthOf(std::uint32_t t, std::size_t k, std::size_t next) const {
         return kivLength(surface.points[surface.triangles[t][next]] - surface.points[surface.triangles[t][k]]);
     }
+    // Of the arc over a side: only as far as the normals turn along the side does it rise. A long side across a
+    // cylinder rises no more than a short one there.
     double riseOver(std::uint32_t t, std::size_t k, std::size_t next) const {
+        const KivVec side = surface.points[surface.triangles[t][next]] - surface.points[surface.triangles[t][k]];
         const KivVec turn = smooth.normals[smooth.corners[t][next]] - smooth.normals[smooth.corners[t][k]];
-        return 0.125 * lengthOf(t, k, next) * kivLength(turn);
+        return 0.125 * std::fabs(kivDot(side, turn));
     }
     // On the arc over a smooth side, on the line of a sharp one. The same point and normal from both sides.
     KivVec crossing(std::uint32_t t, std::size_t k, std::size_t next, KivVec* normal) const {

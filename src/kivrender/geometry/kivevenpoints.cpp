@@ -21,9 +21,9 @@ constexpr int rounds = 12;
 // How far the filter turns normals against how far they turn from point to point: 0.12 on what designers made at most,
 // 0.18 and more where triangles are cut without plan, 0.36 on scans.
 constexpr double leastNoise = 0.15;
-constexpr double noiseReach = 10.0; // pixels: the bends of much larger triangles are shape
-constexpr double mostSharp = 0.1;   // of the edges: bodies with more are built, not scanned
-constexpr int mostPasses = 24;      // of means of normals
+constexpr double noiseReach = 7.0; // pixels: the bends of much larger triangles are shape
+constexpr double mostSharp = 0.1;  // of the edges: bodies with more are built, not scanned
+constexpr int mostPasses = 24;     // of means of normals
 
 // Of a move that must stay below a length: nearly all of a small one, and less the longer it is.
 double partWithin(double length, double most) {
@@ -171,14 +171,14 @@ double partOfNoise(const KivLoopSurface& surface, const std::vector<KivVec>& bef
 
 } // namespace
 
-bool kivEvenPoints(KivLoopSurface& surface, const KivShapeView& view, double leastPixels, double mostPixels) {
+double kivEvenPoints(KivLoopSurface& surface, const KivShapeView& view, double leastPixels, double mostPixels) {
     const auto sharp = std::count(surface.sharp.begin(), surface.sharp.end(), 1);
     if (surface.points.empty() || static_cast<double>(sharp) > mostSharp * static_cast<double>(surface.sharp.size())) {
-        return false;
+        return 0.0;
     }
-    const double share = std::clamp(2.0 - usualEdge(surface, view) / noiseReach, 0.0, 1.0);
+    double share = std::clamp(2.0 - usualEdge(surface, view) / noiseReach, 0.0, 1.0);
     if (!(share > 0.0)) {
-        return false;
+        return 0.0;
     }
     Evener evener(surface);
     const std::vector<KivVec>& even = evener.even();
@@ -195,13 +195,14 @@ bool kivEvenPoints(KivLoopSurface& surface, const KivShapeView& view, double lea
     std::vector<double> sorted = pixels;
     const double usual = middleOf(sorted);
     const double part = partOfNoise(surface, normalsOf(surface.points, surface), normals);
-    if (usual < leastPixels || part < leastNoise) {
-        return false;
+    share *= std::clamp(1.6 - usual / mostPixels, 0.0, 1.0);
+    if (usual < leastPixels || part < leastNoise || !(share > 0.0)) {
+        return 0.0;
     }
     for (std::size_t p = 0; p < even.size(); ++p) {
         surface.points[p] = surface.points[p] + moves[p] * partWithin(pixels[p], share * mostPixels);
     }
-    return true;
+    return share;
 }
 
 namespace {

@@ -9,9 +9,11 @@
 // Moves points along their normals to where a signal-processing filter has them that lets broad shapes pass (Gabriel
 // Taubin, A Signal Processing Approach to Fair Surface Design, 1995), by less than mostPixels: what is higher in the
 // picture stays, and so are the bends of triangles that are large in it. Points along sharp edges follow these alone,
-// corners stay. False, with nothing moved, for a surface that bends evenly from point to point, for one of which half
-// of the points would move by less than leastPixels, and for one with many sharp edges. Linear in the triangles.
-KIV_API bool kivEvenPoints(KivLoopSurface& surface, const KivShapeView& view, double leastPixels, double mostPixels);
+// corners stay. Returns which part of mostPixels that was: 1 for noise, less the larger its triangles are or the
+// higher it is. 0, with nothing moved, for a surface that bends evenly from point to point, for one of which half of
+// the points would move by less than leastPixels or by much more than mostPixels, and for one with many sharp edges.
+// Linear in the triangles.
+KIV_API double kivEvenPoints(KivLoopSurface& surface, const KivShapeView& view, double leastPixels, double mostPixels);
 
 // Evens out the normals over so many pixels, each by less than about the given angle (degrees): a subdivision surface
 // over triangles of all shapes has small waves in its light, which a real bend rises above. Normals on the two sides of

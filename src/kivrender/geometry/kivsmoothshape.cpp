@@ -30,7 +30,7 @@ constexpr double tolerance = 0.2;
 constexpr int mostSteps = 4;
 // Also in pixels: rises that noise may be behind, and by how much points move to take it away.
 constexpr double mayBeRough = 0.03;
-constexpr double mostEvened = 0.5;
+constexpr double mostEvened = 0.6;
 constexpr double leastEvened = 0.05;
 constexpr double lightReach = 12.0;
 constexpr double lightAngle = 8.0; // degrees
@@ -236,7 +236,8 @@ private:
             return false;
         }
         const double roughness = noiseOf(surface);
-        const bool isRough = kivEvenPoints(surface, view, leastEvened, mostEvened);
+        const double evened = kivEvenPoints(surface, view, leastEvened, mostEvened);
+        const bool isRough = evened > 0.0;
         const int needed = stepsFor(surface);
         if (needed == 0 && !isShadedFlat && !isRough) {
             return false;
@@ -249,7 +250,9 @@ private:
             surface = kivLoopStep(surface);
         }
         KivLoopLimit limit = kivLoopLimit(surface);
-        kivEvenLight(limit, view, lightReach, lightAngle);
+        if (isRough) {
+            kivEvenLight(limit, view, lightReach, evened * lightAngle);
+        }
         std::size_t first = 0;
         for (const std::uint32_t i : members) {
             const std::size_t count = surfaces[i].triangles.size();

@@ -272,7 +272,8 @@ public:
     }
 
 private:
-    static constexpr double leastCotangent = -2.0;
+    // More would throw the light of needles about.
+    static constexpr double leastCotangent = -0.5;
     static constexpr double mostCotangent = 8.0;
 
     const KivLoopLimit& limit;

@@ -171,14 +171,10 @@ double partOfNoise(const KivLoopSurface& surface, const std::vector<KivVec>& bef
 
 } // namespace
 
-double kivEvenPoints(KivLoopSurface& surface, const KivShapeView& view, double leastPixels, double mostPixels) {
+KivEvened kivEvenPoints(KivLoopSurface& surface, const KivShapeView& view, double leastPixels, double mostPixels) {
     const auto sharp = std::count(surface.sharp.begin(), surface.sharp.end(), 1);
     if (surface.points.empty() || static_cast<double>(sharp) > mostSharp * static_cast<double>(surface.sharp.size())) {
-        return 0.0;
-    }
-    double share = std::clamp(2.0 - usualEdge(surface, view) / noiseReach, 0.0, 1.0);
-    if (!(share > 0.0)) {
-        return 0.0;
+        return {};
     }
     Evener evener(surface);
     const std::vector<KivVec>& even = evener.even();
@@ -194,15 +190,17 @@ double kivEvenPoints(KivLoopSurface& surface, const KivShapeView& view, double l
     }
     std::vector<double> sorted = pixels;
     const double usual = middleOf(sorted);
-    const double part = partOfNoise(surface, normalsOf(surface.points, surface), normals);
-    share *= std::clamp(1.6 - usual / mostPixels, 0.0, 1.0);
-    if (usual < leastPixels || part < leastNoise || !(share > 0.0)) {
-        return 0.0;
+    if (usual < leastPixels || partOfNoise(surface, normalsOf(surface.points, surface), normals) < leastNoise) {
+        return {};
     }
-    for (std::size_t p = 0; p < even.size(); ++p) {
-        surface.points[p] = surface.points[p] + moves[p] * partWithin(pixels[p], share * mostPixels);
+    KivEvened evened;
+    evened.light = std::clamp(2.0 - 2.0 * usual / mostPixels, 0.0, 1.0);
+    evened.points = std::clamp(1.6 - usual / mostPixels, 0.0, 1.0) *
+                    std::clamp(2.0 - usualEdge(surface, view) / noiseReach, 0.0, 1.0);
+    for (std::size_t p = 0; p < even.size() && evened.points > 0.0; ++p) {
+        surface.points[p] = surface.points[p] + moves[p] * partWithin(pixels[p], evened.points * mostPixels);
     }
-    return share;
+    return evened;
 }
 
 namespace {

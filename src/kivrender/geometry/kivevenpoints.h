@@ -6,14 +6,21 @@
 #include "kivrender/geometry/kivloopsurface.h"
 #include "kivrender/geometry/kivsmoothshape.h"
 
+// How much of a surface is evened, 0 to 1.
+struct KivEvened {
+    double points = 0.0; // of mostPixels, by which points were moved at most
+    double light = 0.0;  // of what kivEvenLight may do
+};
+
 // Moves points along their normals to where a signal-processing filter has them that lets broad shapes pass (Gabriel
 // Taubin, A Signal Processing Approach to Fair Surface Design, 1995), by less than mostPixels: what is higher in the
 // picture stays, and so are the bends of triangles that are large in it. Points along sharp edges follow these alone,
-// corners stay. Returns which part of mostPixels that was: 1 for noise, less the larger its triangles are or the
-// higher it is. 0, with nothing moved, for a surface that bends evenly from point to point, for one of which half of
-// the points would move by less than leastPixels or by much more than mostPixels, and for one with many sharp edges.
-// Linear in the triangles.
-KIV_API double kivEvenPoints(KivLoopSurface& surface, const KivShapeView& view, double leastPixels, double mostPixels);
+// corners stay. Both parts are 1 for noise, less the higher it is, that of the points less the larger its triangles are
+// too. Nothing is moved of a surface that bends evenly from point to point, of one of which half of the points would
+// move by less than leastPixels or by much more than mostPixels, and of one with many sharp edges. Linear in the
+// triangles.
+KIV_API KivEvened kivEvenPoints(KivLoopSurface& surface, const KivShapeView& view, double leastPixels,
+                                double mostPixels);
 
 // Evens out the normals over so many pixels, each by less than about the given angle (degrees): a subdivision surface
 // over triangles of all shapes has small waves in its light, which a real bend rises above. Normals on the two sides of

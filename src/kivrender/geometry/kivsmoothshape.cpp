@@ -32,6 +32,7 @@ constexpr int mostSteps = 4;
 constexpr double mayBeRough = 0.03;
 constexpr double mostEvened = 0.6;
 constexpr double leastEvened = 0.05;
+constexpr double leastRoughness = 0.05; // what bends evenly has less, however strongly
 constexpr double lightReach = 12.0;
 constexpr double lightAngle = 8.0; // degrees
 // Of the result: finer meshes are drawn as they are, as dividing them would take longer than drawing them.
@@ -236,8 +237,9 @@ private:
             return false;
         }
         const double roughness = noiseOf(surface);
-        const double evened = kivEvenPoints(surface, view, leastEvened, mostEvened);
-        const bool isRough = evened > 0.0;
+        const KivEvened evened =
+            roughness < leastRoughness ? KivEvened() : kivEvenPoints(surface, view, leastEvened, mostEvened);
+        const bool isRough = evened.points > 0.0 || evened.light > 0.0;
         const int needed = stepsFor(surface);
         if (needed == 0 && !isShadedFlat && !isRough) {
             return false;
@@ -251,7 +253,7 @@ private:
         }
         KivLoopLimit limit = kivLoopLimit(surface);
         if (isRough) {
-            kivEvenLight(limit, view, lightReach, evened * lightAngle);
+            kivEvenLight(limit, view, lightReach, evened.light * lightAngle);
         }
         std::size_t first = 0;
         for (const std::uint32_t i : members) {

@@ -60,6 +60,20 @@ ObjectPointer add(PythonScene& scene, const std::string& name, ObjectKind kind, 
     return scene.add(std::make_shared<SceneObject>(kivFromUtf8(name), kind, std::move(parts), crease));
 }
 
+// Whether most triangles have one normal at all three corners.
+bool isShadedFlat(const kivimport::Surface& surface) {
+    constexpr double nearlyOne = 1.0 - 1e-6;
+    std::size_t flat = 0;
+    for (std::size_t i = 0; i + 2 < surface.cornerNormals.size(); i += 3) {
+        const kivimport::Vec3 a = unit(surface.normals[surface.cornerNormals[i]]);
+        flat += dot(a, unit(surface.normals[surface.cornerNormals[i + 1]])) > nearlyOne &&
+                        dot(a, unit(surface.normals[surface.cornerNormals[i + 2]])) > nearlyOne
+                    ? 1
+                    : 0;
+    }
+    return flat > surface.cornerNormals.size() / 6;
+}
+
 // One to a vertex, or one to a corner of the triangles.
 void takeNormals(kivimport::Surface& surface, const py::array& normals, bool byCorner) {
     surface.normals = readPoints(normals, "normals");
@@ -72,6 +86,7 @@ void takeNormals(kivimport::Surface& surface, const py::array& normals, bool byC
     if (byCorner) {
         std::iota(surface.cornerNormals.begin(), surface.cornerNormals.end(), 0U);
     }
+    surface.normalsAreMeant = isShadedFlat(surface);
 }
 
 // The next of the colours that take turns.

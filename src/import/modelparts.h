@@ -142,6 +142,9 @@ struct Surface {
     std::vector<Vec3> normals;                // as the file gives them, any length; may be empty
     std::vector<std::uint32_t> corners;       // indices of positions, three to a triangle
     std::vector<std::uint32_t> cornerNormals; // indices of normals or noIndex, one to a corner; empty for none at all
+    // Whether a program chose the normals, so that flat ones are meant to be flat. Those of files often are so by
+    // chance.
+    bool normalsAreMeant = false;
     std::vector<std::uint32_t> triangleParts; // indices of parts, one to a triangle; empty: all belong to the first
     std::vector<Part> parts;
     // Places in textures, the first two from (0, 0) at the upper left corner of the picture, or colours from 0 to 1.

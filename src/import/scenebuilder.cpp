@@ -415,7 +415,9 @@ private:
             localIndex[vertex] = noIndex;
         }
         if (!surface.hasEdges) {
-            kivSetNormalsFrom(*mesh, surface.cornerNormals.empty() ? KivNormalsFrom::triangles : KivNormalsFrom::file);
+            kivSetNormalsFrom(*mesh, surface.cornerNormals.empty() ? KivNormalsFrom::triangles
+                                     : surface.normalsAreMeant     ? KivNormalsFrom::host
+                                                                   : KivNormalsFrom::file);
         }
         if (!vertices.paint.empty()) {
             addPaint(surface, vertices, part, *mesh);

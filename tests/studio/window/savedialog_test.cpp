@@ -145,7 +145,7 @@ TEST_F(StudioWindowSaving, ANameIsSuggestedAndEachKindHasItsFolder) {
     trigger(StudioText::savePicture);
     EXPECT_EQ(suggested, homeFolder() + "/boxes.png") << "beside the model at first";
     EXPECT_EQ(filters.value(0), "PNG images (*.png)");
-    EXPECT_EQ(filters.size(), 5);
+    EXPECT_EQ(filters.size(), 6) << "pictures in layers among them";
     EXPECT_TRUE(QFile::remove(suggested)) << "it was written, and is in no later dialog's way";
 
     ASSERT_TRUE(QDir(homeFolder()).mkpath("pictures") && QDir(homeFolder()).mkpath("documents"));

@@ -286,6 +286,7 @@ private:
         auto mesh = std::make_unique<KivPlacedMesh>(part.shape, placementOf(instance));
         kivSetMeshEdges(*mesh, kivMeshEdges(*part.shape));
         kivSetNormalsFrom(*mesh, kivNormalsFrom(*part.shape));
+        kivSetMeshPaint(*mesh, kivMeshPaint(*part.shape));
         return mesh;
     }
 

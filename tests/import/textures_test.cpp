@@ -46,6 +46,27 @@ std::vector<std::uint8_t> pixelAt(const KivTexture& texture, int x, int y) {
     return {at, at + 4};
 }
 
+TEST(Textures, WhatStandsTwiceIsPaintedTwice) {
+    const TestFolder folder;
+    const std::string model =
+        R"(<?xml version="1.0"?><model unit="millimeter" xmlns="http://schemas.microsoft.com/3dmanufacturing/core/2015/02" )"
+        R"(xmlns:m="http://schemas.microsoft.com/3dmanufacturing/material/2015/02"><resources><m:colorgroup id="5">)"
+        R"(<m:color color="#FF0000"/><m:color color="#00FF00"/><m:color color="#0000FF"/></m:colorgroup>)"
+        R"(<object id="1" type="model"><mesh><vertices><vertex x="0" y="0" z="0"/><vertex x="1" y="0" z="0"/>)"
+        R"(<vertex x="0" y="2" z="0"/><vertex x="0" y="0" z="3"/></vertices><triangles>)"
+        R"(<triangle v1="0" v2="2" v3="1" pid="5" p1="0" p2="1" p3="2"/><triangle v1="0" v2="1" v3="3" pid="5" p1="0" p2="1" p3="2"/>)"
+        R"(<triangle v1="0" v2="3" v3="2" pid="5" p1="0" p2="1" p3="2"/><triangle v1="1" v2="2" v3="3" pid="5" p1="0" p2="1" p3="2"/>)"
+        R"(</triangles></mesh></object></resources><build><item objectid="1"/>)"
+        R"(<item objectid="1" transform="1 0 0 0 1 0 0 0 1 10 0 0"/></build></model>)";
+    const KivModel read = import(folder.write("twice.3mf", zipOf(packageOf3mf(model))));
+    ASSERT_EQ(read.scene->numMeshes(), 2U);
+    for (unsigned int i = 0; i < 2; ++i) {
+        const KivMesh& mesh = *read.scene->getMesh(i);
+        ASSERT_NE(kivMeshPaint(mesh), nullptr) << i;
+        EXPECT_EQ(kivMeshPaint(mesh)->coordinates.size(), mesh.getNumVertexs());
+    }
+}
+
 TEST(Textures, OfAnObjFileComeWithTheirPlaces) {
     const TestFolder folder;
     folder.write("m.mtl", "newmtl a\nKd 1 0.5 1\nmap_Kd t.png\n");

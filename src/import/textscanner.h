@@ -26,7 +26,7 @@ public:
 
     // The next word of the line, or nothing.
     std::string_view word();
-    // What is left of the line, without blanks at its ends.
+    // The rest of the line, without blanks at its ends.
     std::string_view rest();
     bool atEnd();
 

@@ -325,7 +325,7 @@ private:
     std::size_t numTaken = 0;
 };
 
-// What is left of the words is one picture's.
+// The rest of the words is one picture's.
 Words pictureWords(const Words& words) {
     Words picture = words;
     picture.command = findCommand("render");

@@ -46,7 +46,7 @@ public:
     }
 
 private:
-    // What is drawn of the content, without what it stands on.
+    // The content as drawn, without the ground that it stands on.
     std::unique_ptr<KivImage> coverageOf(LayerContent content, bool withPaper) {
         content.ground = false;
         content.paper = false;

@@ -16,7 +16,7 @@ void append32(std::vector<std::uint8_t>& out, std::uint32_t value) {
     append16(out, value >> 16);
 }
 
-// What stands of an entry both in front of its content and in the directory: from the version to the lengths.
+// The fields of an entry that stand both in front of its content and in the directory: from the version to the lengths.
 void appendFields(std::vector<std::uint8_t>& out, const std::string& name, std::span<const std::uint8_t> content) {
     constexpr std::uint32_t version = 10;
     constexpr std::uint32_t firstDay = 1 << 5 | 1; // of 1980, when the count of days begins

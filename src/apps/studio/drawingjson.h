@@ -10,7 +10,7 @@
 DrawingOptions plainDrawingOptions();
 
 QJsonObject drawingObject(const DrawingOptions& options);
-// What is missing or no such value is as in a new document; numbers are brought into their range.
+// A missing or invalid value is as in a new document; numbers are brought into their range.
 DrawingOptions readDrawingOptions(const QJsonObject& json);
 
 bool operator==(const DrawingOptions& a, const DrawingOptions& b);

@@ -28,7 +28,7 @@ public:
     // Those that were changed elsewhere.
     void setOptions(const DrawingOptions& options);
     const DrawingLayers& layers() const;
-    // What is shown, and the sheet that it is shown on.
+    // The drawing shown, and its sheet.
     KivVectorDrawing shown() const;
     KivSheet sheet() const;
 

@@ -54,7 +54,7 @@ bool OptionsBox::withoutBackground() const {
 
 void OptionsBox::accept() {
     if (!page.OnApply()) {
-        // What was entered stays in sight.
+        // The entries stay in sight.
         QMessageBox box(QMessageBox::Warning, QStringLiteral("Selvarin Studio"), studioText(StudioText::optionsNotKept),
                         QMessageBox::NoButton, this);
         box.addButton(studioText(StudioText::ok), QMessageBox::AcceptRole);

@@ -18,7 +18,7 @@ public:
     OptionsBox(const KivCommonSettings& options, SIZE proportions, QWidget* parent);
     ~OptionsBox() override;
 
-    // What was decided with OK.
+    // The options as decided with OK.
     const KivCommonSettings& options() const;
     void setWithoutBackground(bool on);
     bool withoutBackground() const;

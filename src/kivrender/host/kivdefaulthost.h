@@ -27,7 +27,7 @@ public:
     // preferences name another.
     bool getStyleFolder(Folder folder, wchar_t* out) override;
     void getUserDataFolder(wchar_t* out) override;
-    // What is in the picture keeps its place.
+    // Keeps everything in the picture in its place.
     using KivHostApplicationServices::stretchImageBilinear;
     void stretchImageBilinear(HDC dc, HBITMAP target, HBITMAP source, SIZE size) override;
 };

@@ -79,7 +79,7 @@ public:
     virtual bool loadRegistryString(bool machine, const wchar_t* value, wchar_t* data) = 0;
     virtual void saveRegistryDword(bool machine, const wchar_t* value, std::uint32_t data) = 0;
     virtual bool loadRegistryDword(bool machine, const wchar_t* value, std::uint32_t* data) = 0;
-    // What is known of runs of the program, in a place of the host's choice.
+    // Facts about runs of the program, in a place of the host's choice.
     virtual void saveRunRegistryString(bool machine, const wchar_t* value, const wchar_t* data) = 0;
     // For the host's own use; the library does not call these.
     virtual void hostRegistrySlot19() = 0;

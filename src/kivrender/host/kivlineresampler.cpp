@@ -226,7 +226,7 @@ void KivLineResampler::resampleAlong(const std::uint32_t* source, std::uint32_t*
             resampleRun(run, source, dest);
             continue;
         }
-        // What is not paired is a run of its own.
+        // A position without a partner is a run of its own.
         const double* weights = weightTable.data() + position.weights;
         const std::uint32_t* from = source + position.first;
         Doubles4 sum = {};

@@ -12,7 +12,7 @@ namespace {
 // A smooth contour is tested for visibility that many times as far off the mesh as the surface may depart from it.
 constexpr double liftOff = 1.5;
 
-// What is seen of a smooth contour is checked every so many pixels, where its lift comes to more than so many.
+// The seen part of a smooth contour is checked every so many pixels, where its lift comes to more than so many.
 constexpr double seenStep = 1.0;
 constexpr double slightLift = 0.5;
 // The mesh beside a contour stands before it by no more than so many sides of its triangles.

@@ -20,7 +20,7 @@ enum class LineSight : std::uint8_t {
     doubled // another line lies there
 };
 
-// What is before nothing at all, and lines that are no folds.
+// Of lines with nothing behind them, and of lines that are not folds.
 inline constexpr double endlessStep = 1000.0;
 
 // A part of a segment, in the direction in which its chain is walked: first is above last where that is backwards.

@@ -19,7 +19,7 @@ public:
 
     // False if nothing is left for sure. While many parts wait to be taken out it answers true.
     bool hide(const KivLinePart& hidden);
-    // What is visible lies in it, as far as it is known.
+    // The visible parts lie in it, as far as they are known.
     KivLinePart reach() const {
         return visible.empty() ? KivLinePart{} : KivLinePart{visible.front().from, visible.back().to};
     }

@@ -1,4 +1,4 @@
-// What stands behind HBITMAP: a picture in memory, 32 bits a pixel, the bottom row first, each pixel blue, green, red
+// The picture behind HBITMAP: in memory, 32 bits a pixel, the bottom row first, each pixel blue, green, red
 // and one byte without meaning, rows without padding.
 //
 // A handle is a number that is given out once in the life of the process, so a handle whose bitmap is gone is refused

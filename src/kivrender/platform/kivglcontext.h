@@ -1,4 +1,4 @@
-// What stands behind HDC and HGLRC: device contexts in memory with one bitmap selected, and OpenGL contexts that draw
+// The objects behind HDC and HGLRC: device contexts in memory with one bitmap selected, and OpenGL contexts that draw
 // for them off screen, through EGL without any window system.
 //
 // An OpenGL context draws into a framebuffer object of the size of the bitmap: 32 bits of colour, 32 of depth as

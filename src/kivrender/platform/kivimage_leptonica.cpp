@@ -57,7 +57,7 @@ std::unique_ptr<KivImage> fromPix(Pix* pix, std::uint64_t maxPixels) {
     if (!source) {
         return nullptr;
     }
-    // What was announced and what came need not be the same.
+    // The size announced and the size that came may differ.
     const tagSIZE size{pixGetWidth(pix), pixGetHeight(pix)};
     if (!kivImageSizeAllowed(static_cast<std::uint64_t>(size.cx), static_cast<std::uint64_t>(size.cy), maxPixels)) {
         return nullptr;

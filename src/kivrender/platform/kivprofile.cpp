@@ -280,7 +280,7 @@ bool KivProfile::write(std::wstring_view section, std::wstring_view key, std::ws
     const std::wstring entry = std::wstring(trim(value)) + std::wstring(lineEnd);
     const Section range = findSection(text, section);
     if (const auto line = findKey(text, range, key)) {
-        // What stands before the value stays: the key as its writer spelt it.
+        // The key stays as its writer spelt it.
         const std::size_t valueAt = text.find(L'=', line->begin) + 1;
         text.replace(valueAt, line->next - valueAt, entry);
         return true;

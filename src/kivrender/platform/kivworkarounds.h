@@ -1,4 +1,4 @@
-// What is done for the sake of one driver or system, each by a name, so that a user can switch it off and find the
+// Workarounds for single drivers and systems, each by a name, so that a user can switch it off and find the
 // culprit of a bad picture: SELVARIN_GL_DISABLE=NAME,NAME,...
 #ifndef KIVRENDER_PLATFORM_KIVWORKAROUNDS_H
 #define KIVRENDER_PLATFORM_KIVWORKAROUNDS_H

@@ -52,7 +52,8 @@ public:
     void lock();
     void unlock();
 
-    // What is set replaces what was there and is released by this object in the end; what was there is the caller's.
+    // The one that is set replaces the former one and is released by this object in the end; the former is the
+    // caller's.
     HBITMAP getHBitmap();
     void setHBitmap(HBITMAP bitmap);
     HANDLE getHFile();

@@ -260,7 +260,7 @@ tagSIZE KivRenderer::wholeSize(const Frame& frame) {
     return {reduced(whole.cx, frame.finalSize.cx, frame.size.cx), reduced(whole.cy, frame.finalSize.cy, frame.size.cy)};
 }
 
-// What was found of the meshes that are replaced now.
+// Orders triangles and numbers objects anew for the smooth meshes that took the places of others.
 void KivRenderer::followShape(Frame& frame) {
     if (frame.settings.doTransparencies()) {
         frame.scene->orderTrianglesTransparent(frame.camera);

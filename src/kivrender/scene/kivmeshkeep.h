@@ -1,5 +1,5 @@
-// What is computed of a mesh and serves again, in the next pass or the next picture: it lies beside the mesh, so that
-// the mesh keeps its binary form, and goes as soon as the mesh changes.
+// Results computed from a mesh that serve again, in the next pass or the next picture. They lie beside the mesh, so
+// that it keeps its binary form, and go as soon as the mesh changes.
 #ifndef KIVRENDER_SCENE_KIVMESHKEEP_H
 #define KIVRENDER_SCENE_KIVMESHKEEP_H
 

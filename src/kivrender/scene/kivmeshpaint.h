@@ -25,7 +25,7 @@ struct KivTexture {
     std::vector<std::uint8_t> pixels; // rows from the top down, without padding; red, green, blue, straight alpha
     Wrap wrapU = Wrap::repeat;
     Wrap wrapV = Wrap::repeat;
-    // What is less opaque than this is not there, 0 to 1; 0 for a picture whose alpha means nothing.
+    // Texels less opaque than this are holes, 0 to 1; 0 for a picture whose alpha means nothing.
     double cutOut = 0.0;
 };
 

@@ -1,4 +1,4 @@
-// What is known of meshes beside them, so that they keep their binary form: a table by address.
+// Facts about meshes that are kept beside them, so that they keep their binary form: a table by address.
 #ifndef KIVRENDER_SCENE_KIVMESHTABLE_H
 #define KIVRENDER_SCENE_KIVMESHTABLE_H
 

@@ -57,7 +57,7 @@ KIV_API std::vector<KivStyleEntry> kivListStyles(KivHostApplicationServices::Fol
 // counts.
 KIV_API std::vector<KivStyleEntry> kivListStyles();
 
-// What is wrong with a name for a style.
+// The fault of a name for a style.
 enum class KivStyleNameFault {
     none,
     empty,     // or blanks alone

@@ -1,4 +1,4 @@
-// What is changed in the text of a page on its way from gl2ps into the file.
+// Changes to the text of a page on its way from gl2ps into the file.
 //
 // The date goes, so that the same drawing gives the same bytes. And areas that touch get a thin rim in their own
 // colour: programs that show a drawing smooth the edge of each area by itself, and between two of them the background

@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <limits>
 
-// What is not a number stands above infinity: no comparison says that it is not greater than a key.
+// NaN sorts above infinity: no comparison says that it is not greater than a key.
 inline constexpr std::int32_t sweepKeyNaN = std::numeric_limits<std::int32_t>::max();
 
 constexpr std::int32_t sweepKeyOf(float value) {

@@ -1,4 +1,4 @@
-"""Reads an OpenRaster file as its specification asks for, and prints its layers from the lowest up."""
+"""Reads an OpenRaster file as the format asks for, and prints its layers from the lowest up."""
 import struct
 import sys
 import xml.etree.ElementTree

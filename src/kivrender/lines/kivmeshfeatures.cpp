@@ -10,7 +10,7 @@
 
 namespace {
 
-// What lies with a mesh. The numbers tell whether anything was added to it since.
+// The results that lie with a mesh. The numbers tell whether anything was added to it since.
 struct Kept {
     unsigned int vertexs = 0;
     unsigned int triangles = 0;

@@ -49,7 +49,7 @@ struct Box {
             }
         }
     }
-    // What is gained by dividing it.
+    // The gain of dividing it.
     double weight() const {
         return static_cast<double>(width) * std::sqrt(static_cast<double>(end - begin));
     }

@@ -20,7 +20,7 @@ namespace {
 
 // Bumps of a surface that are smaller than this many pixels are not modelled: the screen stays calm.
 constexpr double evenOver = 12.0;
-// What lies outside of a tile still decides where shapes in it end, in pixels.
+// So far outside of a tile the picture still decides where shapes in it end, in pixels.
 constexpr int margin = 48;
 constexpr double tolerance = 0.05;
 constexpr int sidesOfDisc = 32;

@@ -539,7 +539,7 @@ TEST_F(SketchPicture, ACancelAtAnyPollStopsItCleanly) {
     addSunFromTheLeft();
     open(200);
     look({3.0, 2.2, 4.0}, 1.2, true);
-    // What was found of the meshes before would leave less to ask for.
+    // Results kept from the meshes would leave less to ask for.
     const auto forget = [this] {
         for (unsigned int i = 0; i < scene.numMeshes(); ++i) {
             kivKeepWithMesh(*scene.getMesh(i), nullptr);

@@ -84,7 +84,7 @@ struct Picture {
     std::string problem;   // why it could not be read
 };
 
-// What lies beyond the borders of a picture.
+// How a picture goes on beyond its borders.
 enum class Wrap : std::uint32_t { repeat, clamp, mirror };
 
 // Of pictures with alpha, where the file does not say.

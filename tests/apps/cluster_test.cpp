@@ -166,7 +166,7 @@ TEST_F(ClusterTest, NothingIsLostAndNothingComesTwice) {
     ASSERT_EQ(shell("kill $(cat " + machine->folder.path("slurmctld.pid") + ")"), 0);
     std::this_thread::sleep_for(milliseconds(500));
     ASSERT_EQ(shell(machine->tool("controller")), 0);
-    // What is done once is done.
+    // Finished work is not done again.
     int most = 0;
     while (running.wait_for(milliseconds(20)) != std::future_status::ready) {
         for (const auto& [unit, times] : unitsDone("out/cluster")) {

@@ -592,7 +592,7 @@ TEST(StudioDocument, MutatedDocumentsDoNoHarm) {
             continue;
         }
         ++accepted;
-        // What was understood is kept from then on.
+        // The understood part is kept.
         StudioState again;
         ASSERT_TRUE(again.fromJson(QJsonDocument::fromJson(bytesOf(state)).object(), {}, &why)) << why.toStdString();
         ASSERT_EQ(bytesOf(again), bytesOf(state)) << bytes.toStdString();

@@ -390,7 +390,7 @@ private:
         return steps;
     }
 
-    // What lies at the corners of the divided triangles of a mesh; the first is that of the group with that number.
+    // Values at the corners of the divided triangles of a mesh; the first is that of the group with that number.
     CornerPaint paintOf(std::uint32_t i, std::size_t first, int steps) const {
         const KivMesh& mesh = *requests[i].mesh;
         const std::shared_ptr<const KivMeshPaint> paint = kivMeshPaint(mesh);

@@ -69,7 +69,7 @@ public:
     void endTransparentTriangle(int meshIndex, int previousMeshIndex, int pass, bool vectorial) override;
     void endTransparency(bool vectorial) override;
 
-    // What is drawn in the place of the triangles of an object.
+    // Drawn in the place of the triangles of an object.
     KivShapeWish shapeOf(const Kiv3DObject& object) const;
 
 private:

@@ -14,7 +14,7 @@ using std::numbers::pi;
 
 // Below the tone ink grows to its full share over this part of it.
 constexpr double fullDepth = 0.72;
-// What is thinner is not drawn, in pixels.
+// Thinner shapes are not drawn, in pixels.
 constexpr double leastRadius = 0.4;
 constexpr double leastHalfWidth = 0.22;
 // Shapes end so far behind a border, in pixels: within the line that is drawn there, and never short of it.

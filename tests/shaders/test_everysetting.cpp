@@ -107,7 +107,7 @@ protected:
     }
 
     // All rows of the plug-in's table must be among the changes, but for those that only passes of shadows show.
-    // What is drawn in the place of a mesh is the business of the render.
+    // The render decides on the mesh that is drawn in the place of another.
     void expectAll(KivShader& shader, const std::vector<Change>& changes, std::set<std::string> ofPasses = {}) {
         if (&shader != &shaders.backdrop()) {
             ofPasses.insert("SmoothShape");

@@ -269,7 +269,7 @@ bool kivDeleteGlContext(HGLRC context) {
     const auto object = kivGlContextTable().find(context);
     const bool isReleased = kivGlContextTable().release(context);
     if (isReleased && kivGlContextTable().find(context) == nullptr) {
-        object->bitmap = nullptr; // which may own the drawing by now
+        object->bitmap = nullptr; // which may own the drawing
         keepForNext(object);
     }
     return isReleased;

@@ -39,9 +39,9 @@ enum class KivCartoonLayer {
     highlight, // the highlight alone
 };
 
-// Which of the lights: a share is number `part` of so many parts; of the dimmed look `part` of so many parts are lost.
-// The shares below a number, added to the layers shadow and emission as whole bytes, come as near as bytes can to that
-// many parts of the light, and all of them to the full look.
+// Chooses one of the lights: a share is number `part` of so many parts; of the dimmed look `part` of so many parts are
+// lost. The shares below a number, added to the layers shadow and emission as whole bytes, come as near as bytes can to
+// that many parts of the light, and all of them to the full look.
 struct KivCartoonShare {
     KivCartoonShare(int numParts, int number = 0) : parts(numParts), part(number) {}
 

@@ -4,6 +4,7 @@
 #include "kivfeatureedges.h"
 #include "kivglstate.h"
 #include "kivlinepage.h"
+#include "kivpixelpainting.h"
 #include "kivrender/scene/kivline.h"
 #include "kivrender/scene/kivmesh.h"
 #include "kivrender/scene/kivpolyline.h"
@@ -523,41 +524,10 @@ void KivLineDrawing::addPlainPath(const Job& job, const KivLinePath& path, doubl
 }
 
 void KivLineDrawing::draw() const {
-    const KivGlState state;
-    glDisable(GL_LIGHTING);
-    glDisable(GL_TEXTURE_1D);
-    glDisable(GL_TEXTURE_2D);
-    glDisable(GL_BLEND);
-    glDisable(GL_CULL_FACE);
-    glDisable(GL_STENCIL_TEST);
-    glDisable(GL_POLYGON_OFFSET_FILL);
-    if (vectorPage != nullptr || front) {
-        glEnable(GL_DEPTH_TEST);
-        glDepthFunc(GL_ALWAYS);
-        glDepthMask(GL_TRUE);
-    } else {
-        glDisable(GL_DEPTH_TEST);
-    }
-    glMatrixMode(GL_PROJECTION);
-    glPushMatrix();
-    kivLoadPictureProjection();
-    // At the near end of the depth range, for lines that have to stay in front: that of depth 0 is where depth is
-    // clipped.
-    glOrtho(0.0, view.width(), 0.0, view.height(), view.hasFineDepth() ? -1.0 : 0.0, 1.0);
-    glMatrixMode(GL_MODELVIEW);
-    glPushMatrix();
-    glLoadIdentity();
-    glDisableClientState(GL_COLOR_ARRAY);
-    glDisableClientState(GL_NORMAL_ARRAY);
-    glDisableClientState(GL_TEXTURE_COORD_ARRAY);
-    glEnableClientState(GL_VERTEX_ARRAY);
+    const KivPixelPainting painting(view, vectorPage != nullptr || front);
     if (vectorPage != nullptr) {
         vectorPage->draw();
     } else {
         drawPaths();
     }
-    glMatrixMode(GL_MODELVIEW);
-    glPopMatrix();
-    glMatrixMode(GL_PROJECTION);
-    glPopMatrix();
 }

@@ -118,7 +118,7 @@ private:
         KivLinePen pen;
     };
 
-    // What is seen of a line.
+    // The seen parts of a line.
     struct Traced {
         std::size_t job = 0;
         KivLinePath path;

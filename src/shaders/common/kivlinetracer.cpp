@@ -24,7 +24,7 @@ constexpr float outlineWeight = 2.0F;
 constexpr double zigzagReach = 4.0;
 constexpr double zigzagHeight = 0.6;
 
-// What is drawn at less than this part of its width is left out.
+// Lines drawn at less than this part of their width are left out.
 constexpr float faint = 0.3F;
 
 int cellOf(double coordinate) {
@@ -242,7 +242,7 @@ void KivLineTracer::finishPiece(bool closed, bool endsFree, KivFeatureKind kind,
     if (kind == KivFeatureKind::silhouette) {
         evenWeights();
     }
-    // What is too weak to be drawn is not hidden, and so neither is wanted.
+    // A line too weak to be drawn is not hidden, and so neither is wanted.
     enum class Sight { drawn, weak, hidden };
     const auto sight = [this](std::size_t i) {
         const float weight = samples[i].weight;

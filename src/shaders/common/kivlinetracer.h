@@ -75,8 +75,8 @@ struct KivLineTile {
     bool mayHold(const KivWindowPoint& a, const KivWindowPoint& b) const;
 };
 
-// What is seen of a line's samples, for a picture that is drawn in tiles: nobody has the depth of all of it at once. In
-// a survey each tile records the samples that lie in it; afterwards they are there in the order of the samples.
+// The seen ones of a line's samples, for a picture that is drawn in tiles: nobody has the depth of all of it at once.
+// In a survey each tile records the samples that lie in it; afterwards they are there in the order of the samples.
 struct KivLineSights {
     std::vector<float> weights;
     std::size_t next = 0;

@@ -1,6 +1,6 @@
 #include "kivhalftonedrawing.h"
 
-#include "kivglstate.h"
+#include "kivpixelpainting.h"
 #include "kivrender/lines/kivvectordrawing.h"
 #include "kivrender/scene/kivmaterial.h"
 #include "kivrender/scene/kivmesh.h"
@@ -192,33 +192,6 @@ void KivHalftoneDrawing::draw(bool atFront) const {
         collect();
         return;
     }
-    const KivGlState state;
-    for (const GLenum off :
-         {GL_LIGHTING, GL_TEXTURE_1D, GL_TEXTURE_2D, GL_BLEND, GL_CULL_FACE, GL_STENCIL_TEST, GL_POLYGON_OFFSET_FILL}) {
-        glDisable(off);
-    }
-    // A page, and what is drawn ahead of the surfaces, need it at the very front.
-    if (isVectorial || atFront) {
-        glEnable(GL_DEPTH_TEST);
-        glDepthFunc(GL_ALWAYS);
-        glDepthMask(GL_TRUE);
-    } else {
-        glDisable(GL_DEPTH_TEST);
-    }
-    glMatrixMode(GL_PROJECTION);
-    glPushMatrix();
-    kivLoadPictureProjection();
-    glOrtho(0.0, view.width(), 0.0, view.height(), view.hasFineDepth() ? -1.0 : 0.0, 1.0);
-    glMatrixMode(GL_MODELVIEW);
-    glPushMatrix();
-    glLoadIdentity();
-    glDisableClientState(GL_COLOR_ARRAY);
-    glDisableClientState(GL_NORMAL_ARRAY);
-    glDisableClientState(GL_TEXTURE_COORD_ARRAY);
-    glEnableClientState(GL_VERTEX_ARRAY);
+    const KivPixelPainting painting(view, isVectorial || atFront);
     paint();
-    glMatrixMode(GL_MODELVIEW);
-    glPopMatrix();
-    glMatrixMode(GL_PROJECTION);
-    glPopMatrix();
 }

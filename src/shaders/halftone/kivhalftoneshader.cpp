@@ -33,7 +33,7 @@ public:
         KivHalftoneDrawing drawing(settings, size, kivModelledLight(*scene, incidence));
         for (unsigned int i = 0; i < scene->numMeshes(); ++i) {
             const KivMesh* const mesh = scene->getMesh(i);
-            // What is seen through hides nothing, and has no tone of its own.
+            // A transparent mesh hides nothing, and has no tone of its own.
             if (mesh == nullptr || (settings.doTransparencies() && !mesh->isOpaque())) {
                 continue;
             }

@@ -53,7 +53,7 @@ TEST(KivNoiseOf, TellsARoughSurfaceFromOneThatBendsEvenly) {
     EXPECT_EQ(kivNoiseOf(KivShadedMesh{}, 3.0), 0.0);
 }
 
-// What is as large as the triangles of the mesh is shape if they are large in the picture.
+// Bumps as large as the triangles of the mesh are shape if they are large in the picture.
 TEST(KivNoiseOf, CountsByItsSizeInThePicture) {
     KivShadedMesh rough = roughBall(0.03);
     EXPECT_EQ(kivNoiseOf(rough, kivNoiseReach), 1.0);

@@ -15,7 +15,7 @@ KivPicturePoint pictureOf(const GridPoint& p) {
     return {offRegionGrid(p.x), offRegionGrid(p.y)};
 }
 
-// What lies under another region is not seen.
+// The part of a region under another one is not seen.
 constexpr double underTolerance = 0.2;
 
 // A border between two nodes, or one that closes in itself.

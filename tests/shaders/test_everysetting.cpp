@@ -178,6 +178,7 @@ TEST_F(EverySetting, OfTheCartoonChangesThePicture) {
                {"DuotoneLight", "#00ff00", {{"Duotone", "100"}}},
                {"Ambient", "0"},
                {"CoolToWarm", "80"},
+               {"SmallestTone", "500", {{"SmallestTone", "0"}}},
                {"Textures", "no"},
                {"TextureColours", "3"}},
               {"CastShadowStrength", "CastShadowColour"});

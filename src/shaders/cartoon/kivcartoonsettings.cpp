@@ -29,6 +29,7 @@ enum Setting {
     texturesSetting,
     textureColoursSetting,
     coolToWarmSetting,
+    smallestToneSetting,
     numSettings
 };
 
@@ -77,6 +78,8 @@ const KivSettingInfo table[numSettings] = {
      nullptr},
     {"CoolToWarm", KivSettingType::Double, 0, 100, 0,
      L"How far tones run from a cool blue to a warm yellow in place of dark and light, in percent", nullptr},
+    {"SmallestTone", KivSettingType::Double, 0, 1000, 12,
+     L"Islands of a tone with fewer pixels than this become part of the tone around them; 0 keeps all", nullptr},
 };
 
 } // namespace
@@ -113,6 +116,7 @@ KivCartoonLook kivCartoonLook(const KivTablePageSettings& settings) {
     look.paint.dark = kivToneOf(settings.getColour(duotoneDarkSetting));
     look.paint.light = kivToneOf(settings.getColour(duotoneLightSetting));
     look.ambient = settings.getValue(ambientSetting) * percent;
+    look.smallestTone = settings.getValue(smallestToneSetting);
     look.textures = settings.getBool(texturesSetting);
     look.textureColours = settings.getInt(textureColoursSetting);
     return look;

@@ -24,6 +24,7 @@ struct KivCartoonLook {
     bool smoothShape = true;
     double smoothAngle = 45.0; // degrees
     double evenness = 3.0;     // pixels of the finished picture
+    double smallestTone = 0.0; // square pixels of the finished picture
     double saturation = 0.0;   // of the materials, -1 to 1
     double lightness = 0.0;
     double ambient = 1.0; // share of the scene's ambient light that counts

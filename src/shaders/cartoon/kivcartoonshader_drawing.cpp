@@ -1,6 +1,7 @@
 #include "kivcartoonshader.h"
 
 #include "kivcartoonareas.h"
+#include "kivcartoonspecks.h"
 #include "kivglstate.h"
 #include "kivrender/scene/kivcamera.h"
 #include "kivrender/scene/kivlight.h"
@@ -255,6 +256,9 @@ void KivCartoonShader::buildBatch(const KivShadedMesh& model, const KivMesh& mes
         detail.longestSide = std::numeric_limits<double>::infinity();
     }
     kivBuildCartoon(model, view, lights, detail, out);
+    if (!look.flat && division == Division::whereNeeded) {
+        kivRemoveSpecks(kivSpeckRules(colorsOf(mesh, look, settings), look.smallestTone, pixel), view, out);
+    }
     if (detail.isPainted) {
         out.skin = skin;
     }

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <map>
+#include <random>
 #include <set>
 
 namespace {
@@ -95,6 +96,43 @@ protected:
         }
         EXPECT_GT(compared, 1000);
         EXPECT_LE(wrong, allowed) << "of " << compared;
+    }
+    // How many parts of one tone have fewer pixels and do not reach the picture's frame. Between two tones pixels may
+    // be mixed of both; these count as the nearer one.
+    int partsBelow(const std::vector<Rgb>& picture, std::size_t smallest) {
+        const Rgb tones[] = {clayAt(0.0), clayAt(1.0)};
+        std::vector<int> toneOf;
+        for (const Rgb& color : picture) {
+            toneOf.push_back(static_cast<int>(std::min_element(std::begin(tones), std::end(tones),
+                                                               [&](const Rgb& a, const Rgb& b) {
+                                                                   return differenceOf(a, color) <
+                                                                          differenceOf(b, color);
+                                                               }) -
+                                              std::begin(tones)));
+        }
+        std::vector<bool> isCounted(picture.size(), false);
+        int count = 0;
+        for (int first = 0; first < static_cast<int>(picture.size()); ++first) {
+            std::vector<int> part(isCounted[first] ? 0 : 1, first);
+            isCounted[first] = true;
+            bool isInside = true;
+            for (std::size_t k = 0; k < part.size(); ++k) {
+                const int x = part[k] % size.cx;
+                const int y = part[k] / size.cx;
+                isInside = isInside && x > 0 && y > 0 && x + 1 < size.cx && y + 1 < size.cy;
+                for (int q = std::max(0, y - 1); q <= std::min(size.cy - 1, y + 1); ++q) {
+                    for (int p = std::max(0, x - 1); p <= std::min(size.cx - 1, x + 1); ++p) {
+                        const int next = q * size.cx + p;
+                        if (!isCounted[next] && toneOf[next] == toneOf[first]) {
+                            isCounted[next] = true;
+                            part.push_back(next);
+                        }
+                    }
+                }
+            }
+            count += !part.empty() && isInside && part.size() < smallest ? 1 : 0;
+        }
+        return count;
     }
     // The point of the unit sphere that a place in the picture shows, well inside its outline.
     bool hitSphere(double x, double y, KivVec* hit) const {
@@ -290,6 +328,41 @@ TEST_F(CartoonPicture, HasNoStrayPixels) {
         }
     }
     EXPECT_EQ(stray, 0);
+}
+
+// Rough ground seen from above: what hangs together in one tone is counted pixel by pixel.
+TEST_F(CartoonPicture, RoughGroundHasNoSpecks) {
+    constexpr int cells = 60;
+    std::mt19937 random(5);
+    KivSurface ground;
+    for (int j = 0; j <= cells; ++j) {
+        for (int i = 0; i <= cells; ++i) {
+            const double height = 0.012 * static_cast<double>(random() % 1000) / 1000.0;
+            ground.points.push_back({i * 2.4 / cells - 1.2, j * 2.4 / cells - 1.2, height});
+        }
+    }
+    for (std::uint32_t j = 0; j < cells; ++j) {
+        for (std::uint32_t i = 0; i < cells; ++i) {
+            const std::uint32_t a = j * (cells + 1) + i;
+            ground.triangles.push_back({a, a + 1, a + cells + 2});
+            ground.triangles.push_back({a, a + cells + 2, a + cells + 1});
+        }
+    }
+    addMesh(ground);
+    addLight(KivLight::directionalLight, {}, {1.0, -0.4, -0.55});
+    for (const int across : {200, 330}) {
+        open(across);
+        look({0.0, 0.0, 6.0}, 1.0, false);
+        const auto specks = [&](const char* smallest) {
+            glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
+            choose(shaders.cartoon(),
+                   {{"Bands", "2"}, {"Softness", "0"}, {"Evenness", "0"}, {"SmallestTone", smallest}});
+            draw(shaders.cartoon());
+            return partsBelow(pixels(), 12);
+        };
+        EXPECT_GT(specks("0"), 10) << across;
+        EXPECT_EQ(specks("20"), 0) << across;
+    }
 }
 
 TEST_F(CartoonPicture, LeavesTheStateAsItWas) {

@@ -4,6 +4,7 @@
 #include "import/importprogress.h"
 #include "import/modelfile.h"
 #include "import/objreader.h"
+#include "import/offreader.h"
 #include "import/scenebuilder.h"
 #include "kivrender/platform/kivtext.h"
 
@@ -68,8 +69,9 @@ ModelParts readFile(const std::string& path, const KivModelOptions& options, con
                                           : "files that end in ." + ending + " can't be read") +
                           "; try one of " + allEndings());
     }
-    ModelParts parts = ending == "obj" ? readObjFile(path, options, limits, progress)
-                                       : ForeignReader(options, progress).readModel(path, limits);
+    ModelParts parts = ending == "obj"   ? readObjFile(path, options, limits, progress)
+                       : ending == "off" ? readOff(ModelFile(path, options.maxFileSize).text(), limits, &progress)
+                                         : ForeignReader(options, progress).readModel(path, limits);
     if (!options.clip.empty() && parts.animations.empty()) {
         throw ImportError("it has no animations");
     }

@@ -29,6 +29,10 @@ public:
     // The rest of the line, without blanks at its ends.
     std::string_view rest();
     bool atEnd();
+    // Whether what stands here begins as a number does.
+    bool startsNumber() const {
+        return at != lineEnd && (isDigit(*at) || *at == '-' || *at == '+' || *at == '.');
+    }
 
     // These throw an ImportError with the line number.
     double number(const char* what);

@@ -685,7 +685,8 @@ TEST(Program, AModelThatIsCutOffIsToldAndDrawn) {
 
 TEST(Program, InterruptEndsTheReadingOfAModel) {
     const ProgramFolder folder;
-    std::string text = "OFF\n600000 600000 0\n";
+    std::string text = "ply\nformat ascii 1.0\nelement vertex 600000\nproperty float x\nproperty float y\n"
+                       "property float z\nelement face 600000\nproperty list uchar int vertex_indices\nend_header\n";
     for (int i = 0; i < 600'000; ++i) {
         text += std::to_string(i % 775) + " " + std::to_string(i / 775) + " " + std::to_string(i % 7) + "\n";
     }
@@ -693,11 +694,11 @@ TEST(Program, InterruptEndsTheReadingOfAModel) {
         text += "3 " + std::to_string(i) + " " + std::to_string((i + 1) % 600'000) + " " +
                 std::to_string((i + 775) % 600'000) + "\n";
     }
-    const std::string model = folder.write("large.off", text);
+    const std::string model = folder.write("large.ply", text);
     const Outcome outcome = run(folder, {"render", model, "-o", folder.path("large.png")}, 150);
     EXPECT_EQ(outcome.status, 130);
     EXPECT_EQ(outcome.err, "");
-    EXPECT_EQ(folder.names(), std::vector<std::string>{"large.off"});
+    EXPECT_EQ(folder.names(), std::vector<std::string>{"large.ply"});
 }
 
 TEST(Program, TheDemoFillsThePicture) {

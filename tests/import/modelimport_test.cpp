@@ -459,7 +459,6 @@ TEST(ModelImport, TellsWhatIsWrongWithAFile) {
                                                           {"noise.fbx", "Kaydara"},
                                                           {"noise.dae", "<COLLADA"},
                                                           {"noise.3ds", "MMxxxxxx"},
-                                                          {"noise.off", "OFF\n-1 x"},
                                                           {"noise.gltf", "{\"asset\":"}}) {
         const std::string text = complaint(folder.write(file, content));
         EXPECT_EQ(text.find("can't use \"" + folder.path(file) + "\": it "), 0U) << text;

@@ -99,7 +99,8 @@ TEST_F(StudioWindowTest, AModelThatIsCutOffIsShownAndTold) {
 TEST_F(StudioWindowTest, EscapeCancelsTheReadingOfAModel) {
     openBoxes();
     const StudioState before = window->state();
-    QByteArray text = "OFF\n600000 600000 0\n";
+    QByteArray text = "ply\nformat ascii 1.0\nelement vertex 600000\nproperty float x\nproperty float y\n"
+                      "property float z\nelement face 600000\nproperty list uchar int vertex_indices\nend_header\n";
     for (int i = 0; i < 600'000; ++i) {
         text += QByteArray::number(i % 775) + ' ' + QByteArray::number(i / 775) + " 0\n";
     }
@@ -107,7 +108,7 @@ TEST_F(StudioWindowTest, EscapeCancelsTheReadingOfAModel) {
         text += "3 " + QByteArray::number(i) + ' ' + QByteArray::number((i + 1) % 600'000) + ' ' +
                 QByteArray::number((i + 775) % 600'000) + '\n';
     }
-    const QString file = write("large.off", text);
+    const QString file = write("large.ply", text);
     bool pressed = false;
     // Timers fire while a model is read.
     QTimer poll;

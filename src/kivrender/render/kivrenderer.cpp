@@ -20,6 +20,7 @@
 #include "kivrender/shader/kivnoncombinableshader.h"
 #include "kivrender/shader/kivobjectnumbers.h"
 #include "kivrender/shader/kivpicturetile.h"
+#include "kivrender/shader/kivshadershape.h"
 #include "kivrender/shadow/kivshadows.h"
 
 #include <algorithm>
@@ -281,7 +282,8 @@ std::function<const KivShader*(const KivMesh&)> KivRenderer::shaperOf(Frame& fra
         }
         for (int i = 0; i < frame.combinableCount; ++i) {
             const KivShader* const lines = frame.combinables[i];
-            if (lines != nullptr && (!mesh.hasObjectSettings() || mesh.rendersThisShader(lines->getTag()))) {
+            if (lines != nullptr && kivAsksForShape(*lines) &&
+                (!mesh.hasObjectSettings() || mesh.rendersThisShader(lines->getTag()))) {
                 return lines;
             }
         }

@@ -7,15 +7,17 @@
 #include "kivrender/scene/kivscene.h"
 #include "kivrender/settings/kivcommonsettings.h"
 #include "kivrender/shader/kivnoncombinableshader.h"
+#include "kivrender/shader/kivshadershape.h"
 
 #include <new>
 
 namespace {
 
-// Null if none of them is loaded.
-KivShader* firstKnown(const std::vector<std::wstring>& names) {
+// The first that asks for a shape; null if none of them does.
+KivShader* firstShaper(const std::vector<std::wstring>& names) {
     for (const std::wstring& name : names) {
-        if (KivShader* const shader = kivFindShader(name.c_str())) {
+        KivShader* const shader = kivFindShader(name.c_str());
+        if (shader != nullptr && kivAsksForShape(*shader)) {
             return shader;
         }
     }
@@ -63,8 +65,8 @@ bool KivRenderer::drawPreview(const KivCommonSettings& settings, KivScene* scene
     if (!hasBitmap(*surface)) {
         return false;
     }
-    // The base look decides on the shape; without one the first of the line shaders does.
-    KivShader* const lines = shader == nullptr ? firstKnown(combinableNames) : nullptr;
+    // The base look decides on the shape; without one the first of the line shaders that asks for one does.
+    KivShader* const lines = shader == nullptr ? firstShaper(combinableNames) : nullptr;
     if (lines != nullptr) {
         kivCallShader(*lines, [&] { lines->preparePreview(scene, dlg); });
     }

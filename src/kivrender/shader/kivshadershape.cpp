@@ -7,10 +7,21 @@
 #include <algorithm>
 #include <cmath>
 
+namespace {
+
+KivShaderShapeFunction* queryOf(const KivShader& shader) {
+    return reinterpret_cast<KivShaderShapeFunction*>(kivFindSymbol(KivShaderModule::of(shader), "KivShaderShape"));
+}
+
+} // namespace
+
+bool kivAsksForShape(const KivShader& shader) {
+    return queryOf(shader) != nullptr;
+}
+
 KivShapeWish kivShaderShape(const KivShader& shader, const Kiv3DObject& object) {
     KivShapeWish wish;
-    auto* const query =
-        reinterpret_cast<KivShaderShapeFunction*>(kivFindSymbol(KivShaderModule::of(shader), "KivShaderShape"));
+    auto* const query = queryOf(shader);
     if (query == nullptr || !kivTryShader(shader, [&] { query(&shader, &object, &wish); })) {
         return {};
     }

@@ -1,9 +1,11 @@
 // Sketches by whole renders, with the plug-ins of the build: every branch of the passes, and a cancel at every
 // question.
 #include "kivrender/platform/kivglcontext.h"
+#include "kivrender/settings/kivmemorydatamanager.h"
 #include "kivrender/settings/kivsettingstable.h"
 #include "kivrender/shader/kivshadersettings.h"
 #include "render/renderfixture.h"
+#include "support/closedshapes.h"
 
 #include <algorithm>
 
@@ -101,7 +103,73 @@ protected:
     }
 };
 
+// A coarse ball in strokes alone.
+class SketchedBall : public KivRendererRender {
+protected:
+    SketchedBall() {
+        host.morvaneFolder = kivFromUtf8(SELVARIN_BIN_DIR);
+        EXPECT_TRUE(renderer.loadShaders());
+        settings.setBackgroundColor(0xFFFFFF);
+        camera.setProjection(KivCamera::orthographic);
+        camera.setFrustumLeft(-1.2);
+        camera.setFrustumRight(1.2);
+        camera.setFrustumBottom(-1.2);
+        camera.setFrustumTop(1.2);
+    }
+    ~SketchedBall() override {
+        renderer.unloadShaders();
+    }
+
+    // Which pixels are nearly black.
+    std::vector<bool> strokesOf(const std::vector<std::wstring>& tags) {
+        KivMemoryDataManager stream;
+        stream.setSaving();
+        std::wstring names;
+        for (const std::wstring& tag : tags) {
+            names += tag + L";";
+        }
+        stream.saveString(L"Style:Test");
+        stream.saveString(L"NonCombinableShader:");
+        stream.saveString((L"CombinableShader:" + names).c_str());
+        for (const std::wstring& tag : tags) {
+            EXPECT_TRUE(KivShader::getByTag(tag.c_str())->saveData(&stream, nullptr));
+        }
+        stream.saveString(L"End Morvane");
+        data = stream;
+        scene.empty();
+        scene.addMesh(closedSphere({0.0, 0.0, 0.0}, 1.0, 10, 5).release());
+        EXPECT_TRUE(render({300, 300}));
+        KivBitmapInfo info;
+        EXPECT_TRUE(kivGetBitmapInfo(surface.getHBitmap(), &info));
+        std::vector<bool> dark;
+        for (int y = 0; y < info.height; ++y) {
+            const std::uint8_t* row = info.pixels + info.rowBytes * static_cast<std::size_t>(y);
+            for (int x = 0; x < info.width; ++x) {
+                const std::size_t at =
+                    static_cast<std::size_t>(x) * (info.rowBytes / static_cast<std::size_t>(info.width));
+                dark.push_back(row[at] < 0x70 && row[at + 1] < 0x70 && row[at + 2] < 0x70);
+            }
+        }
+        return dark;
+    }
+};
+
 } // namespace
+
+// Paper, which comes first in the styles, has nothing to say on shapes.
+TEST_F(SketchedBall, IsAsRoundOnPaperAsWithoutIt) {
+    const std::vector<bool> plain = strokesOf({L"Sketch"});
+    const std::vector<bool> onPaper = strokesOf({L"Backdrop", L"Sketch"});
+    ASSERT_EQ(plain.size(), onPaper.size());
+    int strokes = 0;
+    int different = 0;
+    for (std::size_t i = 0; i < plain.size(); ++i) {
+        strokes += plain[i] ? 1 : 0;
+        different += plain[i] != onPaper[i] ? 1 : 0;
+    }
+    EXPECT_GT(strokes, 500);
+    EXPECT_LT(different, strokes / 10);
+}
 
 TEST_P(SketchRender, DrawsBothBoxesInEveryBranch) {
     ASSERT_TRUE(renderOnce());

@@ -30,6 +30,9 @@ enum Setting {
     textureColoursSetting,
     coolToWarmSetting,
     smallestToneSetting,
+    rimWidthSetting,
+    rimColourSetting,
+    rimAroundSetting,
     numSettings
 };
 
@@ -80,6 +83,11 @@ const KivSettingInfo table[numSettings] = {
      L"How far tones run from a cool blue to a warm yellow in place of dark and light, in percent", nullptr},
     {"SmallestTone", KivSettingType::Double, 0, 1000, 12,
      L"Islands of a tone with fewer pixels than this become part of the tone around them; 0 keeps all", nullptr},
+    {"RimWidth", KivSettingType::Double, 0, 100, 0,
+     L"Width of a rim of light along contours, in percent of the way to what faces the viewer; 0 for none", nullptr},
+    {"RimColour", KivSettingType::Colour, 0, 0xFFFFFF, 0xFFFFFF, L"Colour of the rim of light", nullptr},
+    {"RimAround", KivSettingType::Bool, 0, 1, 0,
+     L"The rim of light runs all round, not only where contours turn away from the strongest light", nullptr},
 };
 
 } // namespace
@@ -117,6 +125,9 @@ KivCartoonLook kivCartoonLook(const KivTablePageSettings& settings) {
     look.paint.light = kivToneOf(settings.getColour(duotoneLightSetting));
     look.ambient = settings.getValue(ambientSetting) * percent;
     look.smallestTone = settings.getValue(smallestToneSetting);
+    look.rim.width = settings.getValue(rimWidthSetting) * percent;
+    look.rim.color = kivToneOf(settings.getColour(rimColourSetting));
+    look.rim.around = settings.getBool(rimAroundSetting);
     look.textures = settings.getBool(texturesSetting);
     look.textureColours = settings.getInt(textureColoursSetting);
     return look;

@@ -12,6 +12,13 @@ inline constexpr const wchar_t* kivCartoonSection = L"CartoonTones";
 // The number of settings.
 int kivCartoonTable(const KivSettingInfo** table);
 
+// A rim of light, as by a lamp behind the shape.
+struct KivCartoonRim {
+    double width = 0.0; // 0 none, 1 up to what faces the viewer
+    KivTone color = {1.0, 1.0, 1.0};
+    bool around = false;
+};
+
 struct KivCartoonLook {
     KivCartoonBands bands;
     KivCartoonPaint paint; // without the scene's ambient light
@@ -28,6 +35,7 @@ struct KivCartoonLook {
     double saturation = 0.0;   // of the materials, -1 to 1
     double lightness = 0.0;
     double ambient = 1.0; // share of the scene's ambient light that counts
+    KivCartoonRim rim;
     bool textures = true;
     int textureColours = 0; // flat colours in place of those of a texture; 0 for none
 };

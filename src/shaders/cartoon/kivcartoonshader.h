@@ -74,6 +74,7 @@ public:
 
 private:
     class Lights;    // asks the toolbox of this shader
+    class RimLights; // a lamp behind the shape
     class Triangles; // transparent triangles on their way into the picture
     friend struct KivTestAccess;
 
@@ -90,6 +91,8 @@ private:
     void forgetTriangles();
     void drawVectorTriangle(const KivShadedMesh& model, const KivMesh& mesh, const KivCommonSettings& settings,
                             const KivScene& scene, bool hasShadows, int pass, KivCartoonShare share);
+    void drawRim(const KivShadedMesh& model, const KivCartoonLook& look, const KivCommonSettings& settings,
+                 const KivScene& scene, KivCartoonPainter& painter);
     const KivCartoonBatch& batchOf(const KivMesh& mesh, const KivCartoonLook& look, const KivCommonSettings& settings,
                                    const KivScene& scene);
 

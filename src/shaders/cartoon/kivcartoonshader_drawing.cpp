@@ -18,6 +18,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <numbers>
 
 namespace {
 
@@ -172,6 +173,80 @@ private:
     std::vector<const KivLight*> edges; // the spots, in the order of the scene
 };
 
+// The rim of light as a highlight: the way from the contour to where the rim ends stands for the radius of a highlight.
+// On the side that turns away from the light it is widest and runs out towards the ends.
+class KivCartoonShader::RimLights : public KivCartoonLights {
+public:
+    RimLights(const KivScene& scene, const KivView& seenFrom, const KivCartoonRim& wanted)
+        : view(seenFrom), rim(wanted) {
+        for (unsigned int i = 0; i < scene.numLights() && !rim.around; ++i) {
+            const KivLight* light = scene.getLight(i);
+            const double strength = kivToneOf(light->getDiffuse())[1];
+            if (light->getStyle() != KivLight::noLight && strength > strongest) {
+                strongest = strength;
+                key = light;
+            }
+        }
+    }
+
+    double light(const KivVec&, const KivVec&) const override {
+        return 0.0;
+    }
+    double lightInside(const KivVec&, const KivVec&, std::uint32_t) const override {
+        return 0.0;
+    }
+    double shine(const KivVec& point, const KivVec& normal) const override {
+        const double width = rim.width * shareAt(point, normal);
+        const double facing = std::max(0.0, kivDot(normal, kivUnit(view.toViewer(point))));
+        const double angle = width > 0.0 ? radius * facing / width : 180.0;
+        return kivShineOfCosine(std::cos(std::min(angle, 180.0) * std::numbers::pi / 180.0));
+    }
+    int numEdges() const override {
+        return 0;
+    }
+    double edgeSide(const KivVec&, int) const override {
+        return 0.0;
+    }
+    bool isUniform() const override {
+        return true;
+    }
+
+    // What a batch of these lights is drawn with, as the layer of highlights.
+    KivCartoonColors colors(const KivCartoonPaint& paint) const {
+        KivCartoonColors result;
+        result.bands.softness = 0.0;
+        result.highlightStrength = 1.0;
+        result.highlightSize = radius;
+        result.highlightColor = kivDuotone(rim.color, paint);
+        return result;
+    }
+
+private:
+    static constexpr double radius = 20.0; // degrees
+
+    // How far a normal turns away from the light in the picture, 0 to 1.
+    double shareAt(const KivVec& point, const KivVec& normal) const {
+        if (key == nullptr) {
+            return 1.0;
+        }
+        const KivVec shining = key->getStyle() == KivLight::directionalLight
+                                   ? vecOf(key->getDirection())
+                                   : point - vecOf(key->getLocation() - Kiv3DPoint());
+        const KivVec toEye = kivUnit(view.toViewer(point));
+        const KivVec aside = shining - toEye * kivDot(shining, toEye);
+        // A light from the eye itself leaves all sides alike.
+        if (kivLength(aside) < 0.05 * kivLength(shining)) {
+            return 1.0;
+        }
+        return std::max(0.0, kivDot(normal, kivUnit(aside)));
+    }
+
+    const KivView& view;
+    KivCartoonRim rim;
+    const KivLight* key = nullptr;
+    double strongest = -1.0;
+};
+
 KivCartoonLook KivCartoonShader::lookOf(const Kiv3DObject& object) const {
     return kivCartoonLook(settingsOf(object));
 }
@@ -264,6 +339,32 @@ void KivCartoonShader::buildBatch(const KivShadedMesh& model, const KivMesh& mes
     }
 }
 
+// Over the finished picture of a mesh, in cast shadows too: the lamp stands behind it.
+void KivCartoonShader::drawRim(const KivShadedMesh& model, const KivCartoonLook& look,
+                               const KivCommonSettings& settings, const KivScene& scene, KivCartoonPainter& painter) {
+    const KivView view = viewOfContext();
+    const RimLights lights(scene, view, look.rim);
+    const KivCartoonColors colors = lights.colors(look.paint);
+    const bool vectorial = settings.doVectorial();
+    const double pixel = vectorial ? 1.0 : 1 << std::clamp(settings.getAntialias(), 0, 2);
+    KivCartoonDetail detail;
+    detail.flat = look.flat;
+    detail.shine = true;
+    detail.rampEntries = kivRampEntries;
+    detail.longestSide = (vectorial ? longestVectorSide : longestSide) * pixel;
+    detail.longestTurn = (vectorial ? longestVectorSide : longestTurn) * pixel;
+    detail.inAreas = vectorial;
+    detail.shineEdges = vectorial ? kivHighlightSteps(colors).edges : std::vector<float>();
+    KivCartoonBatch batch;
+    kivBuildCartoon(model, view, lights, detail, batch);
+    kivRemoveSpecks(kivSpeckRules(colors, look.smallestTone, pixel), view, batch);
+    glEnable(GL_BLEND);
+    glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
+    // Its triangles are divided otherwise than those of the picture that it lies on.
+    bringForward(paintSlopes - depthSlopes, depthSteps);
+    painter.draw(batch, colors, KivCartoonLayer::highlight, 1, vectorial);
+}
+
 const KivCartoonBatch& KivCartoonShader::batchOf(const KivMesh& mesh, const KivCartoonLook& look,
                                                  const KivCommonSettings& settings, const KivScene& scene) {
     const auto [entry, isNew] = batches.try_emplace(&mesh);
@@ -293,10 +394,14 @@ void KivCartoonShader::render(KivBitmapManager* surface, const KivCommonSettings
             glPolygonOffset(factor, units);
             glDisable(GL_BLEND);
             const KivCartoonLook look = lookOf(*mesh);
-            buildBatch(modelOf(*mesh, look, settings), *mesh, look, settings, *scene, scratch);
+            const KivShadedMesh model = modelOf(*mesh, look, settings);
+            buildBatch(model, *mesh, look, settings, *scene, scratch);
             KivCartoonPainter painter(&skins);
             KivDrawing::beginObject(mesh, vectorial);
             painter.draw(scratch, colorsOf(*mesh, look, settings), KivCartoonLayer::full, 1, vectorial);
+            if (look.rim.width > 0.0) {
+                drawRim(model, look, settings, *scene, painter);
+            }
         }
         if (KivProgress* progress = kivCurrentProgress()) {
             progress->advance(2, false);
@@ -359,6 +464,10 @@ void KivCartoonShader::renderMeshPass(const KivMesh* mesh, const KivLight* light
         if (lightIndex == numLights - 1 && colors.highlightStrength > 0.0) {
             drawHighlights(painter, batch, colors, vectorial);
         }
+        if (lightIndex == numLights - 1 && look.rim.width > 0.0) {
+            glDisable(GL_STENCIL_TEST);
+            drawRim(modelOf(*mesh, look, settings), look, settings, *scene, painter);
+        }
     }
 }
 
@@ -369,9 +478,13 @@ void KivCartoonShader::renderOpaqueMesh(const KivMesh* mesh, const KivCommonSett
     }
     const KivGlState state;
     const KivCartoonLook look = lookOf(*mesh);
-    buildBatch(modelOf(*mesh, look, settings), *mesh, look, settings, *scene, scratch);
+    const KivShadedMesh model = modelOf(*mesh, look, settings);
+    buildBatch(model, *mesh, look, settings, *scene, scratch);
     KivCartoonPainter painter(&skins);
     KivDrawing::beginObject(mesh, vectorial);
     glDisable(GL_BLEND);
     painter.draw(scratch, colorsOf(*mesh, look, settings), KivCartoonLayer::full, 1, vectorial);
+    if (look.rim.width > 0.0) {
+        drawRim(model, look, settings, *scene, painter);
+    }
 }

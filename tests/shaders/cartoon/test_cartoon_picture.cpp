@@ -330,6 +330,35 @@ TEST_F(CartoonPicture, HasNoStrayPixels) {
     EXPECT_EQ(stray, 0);
 }
 
+// Along the contour of a sphere that is lit from the left the rim lies on the right, as wide as the facing says.
+TEST_F(CartoonPicture, ARimOfLightLiesAwayFromTheLight) {
+    addMesh(sphereSurface(60, 120), true);
+    addLight(KivLight::directionalLight, {}, {1.0, 0.0, -0.6});
+    open(400);
+    look({0.0, 0.0, 6.0}, 1.1, false);
+    const Rgb rim = {0x10, 0xF0, 0x20};
+    for (const bool around : {false, true}) {
+        choose(shaders.cartoon(),
+               {{"RimWidth", "50"}, {"RimColour", "#10f020"}, {"RimAround", around ? "yes" : "no"}, {"Evenness", "0"}});
+        glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
+        draw(shaders.cartoon());
+        int compared = 0;
+        for (double turn = 0.0; turn < 2.0 * pi; turn += 0.1) {
+            for (const double radius : {0.3, 0.7, 0.8, 0.9, 0.97}) {
+                const KivVec normal = {radius * std::cos(turn), radius * std::sin(turn),
+                                       std::sqrt(1.0 - radius * radius)};
+                const double width = 0.5 * (around ? 1.0 : std::max(0.0, normal.x));
+                if (std::abs(normal.z - width) > 0.03) {
+                    const bool isRim = differenceOf(pixelAt(normal), rim) <= 2;
+                    EXPECT_EQ(isRim, normal.z < width) << turn << ' ' << radius << ' ' << around;
+                    ++compared;
+                }
+            }
+        }
+        EXPECT_GT(compared, 200);
+    }
+}
+
 // Rough ground seen from above: what hangs together in one tone is counted pixel by pixel.
 TEST_F(CartoonPicture, RoughGroundHasNoSpecks) {
     constexpr int cells = 60;

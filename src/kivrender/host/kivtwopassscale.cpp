@@ -4,12 +4,18 @@
 #include "kivrender/platform/kivsystempages.h"
 
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <cmath>
+#include <condition_variable>
 #include <cstring>
 #include <limits>
 #include <memory>
+#include <mutex>
 #include <new>
+#include <system_error>
+#include <thread>
+#include <vector>
 
 namespace {
 
@@ -110,31 +116,147 @@ bool scaleRows(const KivLineResampler& horizontal, const KivLineResampler& verti
     return good;
 }
 
-// A source that is read by and by is held for this many tasks at once: enough to keep some threads busy, and not so
-// much that fresh memory costs more than the reading.
-constexpr unsigned int tasksPerRead = 2;
+// Output rows of a band of a source that is read by and by, and how many bands are held at once: so few that the memory
+// for them stays in the processor's cache.
+constexpr unsigned int rowsPerRead = 24;
+constexpr std::size_t bandsAtOnce = 3;
+
+// Some source rows and the output rows that are made of them.
+struct ReadBand {
+    std::vector<std::uint32_t> rows;
+    SourceRows source{};
+    unsigned int begin = 0;
+    unsigned int end = 0;
+};
+
+// Bands that were read wait here for the second thread; the one that reads makes the last one itself when all are full.
+// A team of OpenMP would wait for each band with its processors busy.
+class BandQueue {
+public:
+    BandQueue(const KivLineResampler& along, const KivLineResampler& across, std::uint32_t* to)
+        : horizontal(along), vertical(across), dest(to) {}
+    BandQueue(const BandQueue&) = delete;
+    BandQueue& operator=(const BandQueue&) = delete;
+    ~BandQueue() {
+        finish();
+    }
+
+    // Without a second thread all work falls to the first.
+    void startHelper() {
+        try {
+            helper = std::thread([this] { help(); });
+        } catch (const std::system_error&) {
+        }
+    }
+
+    // One that holds nothing; null if making rows has failed.
+    ReadBand* takeFree() {
+        for (;;) {
+            std::unique_lock lock(guard);
+            for (std::size_t i = 0; i < bands.size(); ++i) {
+                if (states[i] == State::free) {
+                    return good ? &bands[i] : nullptr;
+                }
+            }
+            makeWaiting(lock);
+        }
+    }
+    void add(const ReadBand& band) {
+        const std::lock_guard lock(guard);
+        states[static_cast<std::size_t>(&band - bands.data())] = State::waiting;
+        changed.notify_one();
+    }
+    // Makes what waits. False if any rows could not be made.
+    bool finish() {
+        std::unique_lock lock(guard);
+        while (makeWaiting(lock)) {
+        }
+        isOver = true;
+        lock.unlock();
+        changed.notify_one();
+        if (helper.joinable()) {
+            helper.join();
+        }
+        return good;
+    }
+
+private:
+    enum class State { free, waiting, inWork };
+
+    // One band, with the lock released meanwhile. False if none waits.
+    bool makeWaiting(std::unique_lock<std::mutex>& lock) {
+        for (std::size_t i = 0; i < bands.size(); ++i) {
+            if (states[i] == State::waiting) {
+                states[i] = State::inWork;
+                lock.unlock();
+                const bool isMade = make(bands[i]);
+                lock.lock();
+                states[i] = State::free;
+                good = good && isMade;
+                return true;
+            }
+        }
+        return false;
+    }
+    bool make(const ReadBand& band) const {
+        try {
+            Band(horizontal, vertical, band.source).make(dest, band.begin, band.end);
+            return true;
+        } catch (const std::bad_alloc&) {
+            return false;
+        }
+    }
+    void help() {
+        std::unique_lock lock(guard);
+        while (makeWaiting(lock) || !isOver) {
+            if (std::ranges::find(states, State::waiting) == states.end() && !isOver) {
+                changed.wait(lock);
+            }
+        }
+    }
+
+    const KivLineResampler& horizontal;
+    const KivLineResampler& vertical;
+    std::uint32_t* dest;
+    std::array<ReadBand, bandsAtOnce> bands;
+    std::array<State, bandsAtOnce> states{};
+    std::mutex guard;
+    std::condition_variable changed;
+    bool good = true;
+    bool isOver = false;
+    std::thread helper;
+};
 
 template <class Reader>
 bool scaleAsRead(const KivLineResampler& horizontal, const KivLineResampler& vertical, const Reader& read,
                  unsigned int sourceWidth, std::size_t work, std::uint32_t* dest) {
-    std::vector<std::uint32_t> rows;
+    BandQueue queue(horizontal, vertical, dest);
+    if (work >= parallelPixels && std::thread::hardware_concurrency() > 1) {
+        queue.startHelper();
+    }
     const unsigned int height = vertical.length();
     for (unsigned int begin = 0; begin < height;) {
-        const unsigned int end = begin + std::min(height - begin, tasksPerRead * rowsPerTask);
+        ReadBand* const band = queue.takeFree();
+        if (band == nullptr) {
+            return false;
+        }
+        band->begin = begin;
+        band->end = begin + std::min(height - begin, rowsPerRead);
         unsigned int first = vertical.firstSource(begin);
         unsigned int last = first;
-        for (unsigned int y = begin; y < end; ++y) {
+        for (unsigned int y = begin; y < band->end; ++y) {
             first = std::min(first, vertical.firstSource(y));
             last = std::max(last, vertical.firstSource(y) + vertical.sourceCount(y));
         }
-        rows.resize(std::max(rows.size(), std::size_t{last - first} * sourceWidth));
-        if (!read(first, last - first, rows.data()) ||
-            !scaleRows(horizontal, vertical, {rows.data(), first, sourceWidth}, begin, end, work, dest)) {
+        band->rows.resize(std::max(band->rows.size(), std::size_t{last - first} * sourceWidth));
+        if (!read(first, last - first, band->rows.data())) {
             return false;
         }
-        begin = end;
+        band->source = {band->rows.data(), first, sourceWidth};
+        begin = band->end;
+        queue.add(*band);
     }
-    return true;
+    return queue.finish();
 }
 
 bool isScalable(unsigned int sourceWidth, unsigned int sourceHeight, unsigned int destWidth, unsigned int destHeight) {

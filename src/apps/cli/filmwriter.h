@@ -1,4 +1,5 @@
-// A film, picture by picture: mp4, webm or gif by FFmpeg's libraries. Where the build had none every film is refused.
+// A film, picture by picture: mp4, webm or gif by FFmpeg's libraries. Where their module is missing every film is
+// refused.
 #ifndef APPS_CLI_FILMWRITER_H
 #define APPS_CLI_FILMWRITER_H
 
@@ -7,6 +8,7 @@
 #include <memory>
 #include <string>
 
+class FilmEncoder;
 class KivImage;
 
 class FilmWriter {
@@ -25,8 +27,7 @@ public:
     void finish();
 
 private:
-    struct Parts;
-    std::unique_ptr<Parts> parts;
+    std::unique_ptr<FilmEncoder> encoder;
 };
 
 #endif

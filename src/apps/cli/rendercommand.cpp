@@ -18,6 +18,8 @@
 #include "kivrender/platform/kivglwarmup.h"
 #include "kivrender/platform/kivsystemerror.h"
 #include "kivrender/platform/kivtext.h"
+#include "kivrender/render/kivframedepth.h"
+#include "kivrender/settings/kivcommonsettings.h"
 
 #include <algorithm>
 #include <cmath>
@@ -238,7 +240,8 @@ private:
         // The driver is as slow to start as a model is to read, and there is a second core for it.
         static bool isWarm = false;
         if (!isWarm) {
-            warmUp = std::async(std::launch::async, [size = renderSize()] { return kivWarmUpGl(size); });
+            warmUp = std::async(std::launch::async,
+                                [size = renderSize(), depth = frameDepth()] { return kivWarmUpGl(size, depth); });
             isWarm = true;
         }
     }
@@ -309,6 +312,14 @@ private:
             return static_cast<std::int32_t>(std::min<std::int64_t>(v << options.antialias, 1 << 20));
         };
         return {enlarge(options.width), enlarge(options.height)};
+    }
+
+    KivDepthBits frameDepth() const {
+        KivCommonSettings settings;
+        settings.setAntialias(options.antialias);
+        settings.setShadows(options.shadows);
+        settings.setSaveDepth(options.depthImage);
+        return kivFrameDepth(settings);
     }
 
     void choosePaper() {

@@ -4,6 +4,8 @@
 #include "kivrender/platform/kivsystemerror.h"
 
 #include <algorithm>
+#include <array>
+#include <cstddef>
 #include <cstring>
 #include <utility>
 
@@ -11,10 +13,17 @@ namespace {
 
 constexpr int bitsPerPixel = 32;
 
-// There is one format: what the framebuffer of every context has. It counts as the system's own, generic one whatever
-// draws in the end, since renders ask for that.
-constexpr KivPixelFormat onlyFormat{
-    PFD_DRAW_TO_BITMAP | PFD_SUPPORT_OPENGL | PFD_GENERIC_FORMAT, PFD_TYPE_RGBA, bitsPerPixel, 8, 32, 8};
+// What the framebuffers of contexts can have, the smaller depth first, as who asks for no more shall get no more. They
+// count as the system's own, generic ones whatever draws in the end, since renders ask for that.
+constexpr std::uint32_t formatFlags = PFD_DRAW_TO_BITMAP | PFD_SUPPORT_OPENGL | PFD_GENERIC_FORMAT;
+constexpr std::array<KivPixelFormat, 2> formats{{
+    {formatFlags, PFD_TYPE_RGBA, bitsPerPixel, 8, 24, 8},
+    {formatFlags, PFD_TYPE_RGBA, bitsPerPixel, 8, 32, 8},
+}};
+
+bool isFormat(int number) {
+    return number >= 1 && number <= static_cast<int>(formats.size());
+}
 
 std::shared_ptr<KivDeviceContextObject> findOrFail(HDC dc) {
     auto object = kivDeviceContextTable().find(dc);
@@ -117,19 +126,23 @@ int kivBitsPerPixel(HDC dc) {
 }
 
 int kivPixelFormatCount(HDC dc) {
-    return findOrFail(dc) != nullptr ? 1 : 0;
+    return findOrFail(dc) != nullptr ? static_cast<int>(formats.size()) : 0;
 }
 
 bool kivDescribePixelFormat(HDC dc, int number, KivPixelFormat* format) {
     if (findOrFail(dc) == nullptr || format == nullptr) {
         return false;
     }
-    if (number != 1) {
+    if (!isFormat(number)) {
         kivSetLastError(kivErrorInvalidParameter);
         return false;
     }
-    *format = onlyFormat;
+    *format = formats[static_cast<std::size_t>(number - 1)];
     return true;
+}
+
+KivDepthBits kivDepthOfFormat(int number) {
+    return number == 1 ? KivDepthBits::asWhole24 : KivDepthBits::asFloat32;
 }
 
 bool kivSetPixelFormat(HDC dc, int number) {
@@ -138,11 +151,11 @@ bool kivSetPixelFormat(HDC dc, int number) {
         return kivFailGl({KivGlFailure::wrongUse, 0, "a handle that is gone"});
     }
     const auto bitmap = kivBitmapTable().find(object->selected);
-    if (number != 1 || bitmap == nullptr) {
+    if (!isFormat(number) || bitmap == nullptr) {
         return kivFailGl({KivGlFailure::wrongUse, 0, "no such pixel format"});
     }
     KivGlFailure failure;
-    object->prepared = kivTakeGlContext(bitmap->size, &failure);
+    object->prepared = kivTakeGlContext(bitmap->size, kivDepthOfFormat(number), &failure);
     if (object->prepared == nullptr) {
         return kivFailGl(failure);
     }

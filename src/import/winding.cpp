@@ -1,6 +1,8 @@
 #include "import/winding.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <numeric>
 #include <utility>
 
 namespace kivimport {
@@ -29,14 +31,26 @@ std::uint32_t endOf(const Surface& surface, std::size_t corner) {
     return surface.corners[corner % 3 == 2 ? corner - 2 : corner + 1];
 }
 
+// In ascending order. Few sides have their lower position in common, so that laying them out by it leaves little to
+// sort.
 std::vector<Side> sidesOf(const Surface& surface) {
+    std::vector<std::uint32_t> ends(surface.positions.size() + 1, 0); // first where the sides of a position begin
+    for (std::uint32_t c = 0; c < surface.corners.size(); ++c) {
+        ++ends[std::min(surface.corners[c], endOf(surface, c)) + 1];
+    }
+    std::partial_sum(ends.begin(), ends.end(), ends.begin());
     std::vector<Side> sides(surface.corners.size());
     for (std::uint32_t c = 0; c < sides.size(); ++c) {
         const std::uint32_t a = surface.corners[c];
         const std::uint32_t b = endOf(surface, c);
-        sides[c] = {std::min(a, b), std::max(a, b), c, a < b};
+        sides[ends[std::min(a, b)]++] = {std::min(a, b), std::max(a, b), c, a < b};
     }
-    std::sort(sides.begin(), sides.end());
+    std::size_t begin = 0;
+    for (std::size_t p = 0; p < surface.positions.size(); ++p) {
+        const std::size_t end = ends[p];
+        std::sort(sides.begin() + static_cast<std::ptrdiff_t>(begin), sides.begin() + static_cast<std::ptrdiff_t>(end));
+        begin = end;
+    }
     return sides;
 }
 

@@ -1,6 +1,7 @@
 #include "kivrender/host/kivhostapplicationservices.h"
 #include "kivrender/host/kivprogressfilter.h"
 #include "kivrender/scene/kivprogress.h"
+#include "kivrender/scene/kivworkerprogress.h"
 
 namespace {
 
@@ -21,6 +22,9 @@ void KivHostApplicationServices::setCurProgress(KivProgress* progress) {
 }
 
 KivProgress* kivCurrentProgress() {
+    if (KivWorkerProgress::cancelFlag() != nullptr) {
+        return nullptr;
+    }
     if (progressFilter != nullptr) {
         return progressFilter;
     }
@@ -29,6 +33,9 @@ KivProgress* kivCurrentProgress() {
 }
 
 bool kivIsCancelled() {
+    if (const std::atomic<bool>* const flag = KivWorkerProgress::cancelFlag()) {
+        return *flag;
+    }
     KivProgress* progress = kivCurrentProgress();
     return progress != nullptr && progress->isCancelled();
 }

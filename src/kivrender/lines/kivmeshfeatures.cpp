@@ -1,5 +1,6 @@
 #include "kivrender/lines/kivmeshfeatures.h"
 
+#include "kivrender/lines/kivmeshahead.h"
 #include "kivrender/scene/kivmesh.h"
 #include "kivrender/scene/kivmeshkeep.h"
 #include "kivrender/scene/kivprogress.h"
@@ -49,6 +50,13 @@ bool isSame(const std::weak_ptr<const KivMeshFeatures>& a, const std::weak_ptr<c
 } // namespace
 
 std::shared_ptr<const KivMeshFeatures> kivMeshFeatures(const KivMesh& mesh) {
+    if (std::shared_ptr<const KivMeshFeatures> found = KivMeshAhead::featuresOf(mesh)) {
+        return found;
+    }
+    return kivFindMeshFeatures(mesh);
+}
+
+std::shared_ptr<const KivMeshFeatures> kivFindMeshFeatures(const KivMesh& mesh) {
     if (!kivCanKeepWithMesh(mesh)) {
         return findFeatures(mesh);
     }
@@ -64,11 +72,16 @@ std::shared_ptr<const KivMeshFeatures> kivMeshFeatures(const KivMesh& mesh) {
     return features;
 }
 
-bool KivMeshCrossings::add(std::shared_ptr<const KivMeshFeatures> body) {
+void KivMeshCrossings::queue(std::shared_ptr<const KivMeshFeatures> body) {
     areKept = areKept && body->isKept;
     key.emplace_back(body);
     waiting.push_back(std::move(body));
-    return areKept || addAll();
+}
+
+bool KivMeshCrossings::add(std::shared_ptr<const KivMeshFeatures> body) {
+    areHeld = areHeld && (body->isKept || KivMeshAhead::holds(*body));
+    queue(std::move(body));
+    return areHeld || addAll();
 }
 
 bool KivMeshCrossings::addAll() {
@@ -80,6 +93,15 @@ bool KivMeshCrossings::addAll() {
 }
 
 bool KivMeshCrossings::find() {
+    if (areHeld) {
+        known = KivMeshAhead::crossingsOf(waiting);
+    }
+    const bool isFound = known != nullptr || findHere();
+    waiting.clear();
+    return isFound;
+}
+
+bool KivMeshCrossings::findHere() {
     LastCrossings& last = lastCrossings();
     if (areKept) {
         const std::lock_guard lock(last.guard);

@@ -21,6 +21,9 @@ struct KivMeshFeatures {
 // is about three times that of the mesh. May be called from several threads, for different meshes.
 KIV_API std::shared_ptr<const KivMeshFeatures> kivMeshFeatures(const KivMesh& mesh);
 
+// The same, whatever another thread has found of it (kivmeshahead.h).
+std::shared_ptr<const KivMeshFeatures> kivFindMeshFeatures(const KivMesh& mesh);
+
 // The crossings of some meshes (kivsurfacecrossings.h), which no view changes: those that were found last are taken
 // again for the same kept features.
 class KIV_API KivMeshCrossings {
@@ -32,10 +35,15 @@ public:
     const std::vector<KivCrossing>& pieces() const;
 
 private:
+    friend class KivMeshAhead;
+
+    void queue(std::shared_ptr<const KivMeshFeatures> body);
     bool addAll();
+    bool findHere();
 
     KivSurfaceCrossings crossings;
     std::vector<std::shared_ptr<const KivMeshFeatures>> waiting; // to be added in their turn
+    bool areHeld = true;                                         // all of them, by the mesh or found ahead
     std::vector<std::weak_ptr<const KivMeshFeatures>> key;       // of all bodies; without a meaning if any is not kept
     bool areKept = true;                                         // all of them
     std::shared_ptr<const std::vector<KivCrossing>> known;

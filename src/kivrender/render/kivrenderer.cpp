@@ -6,6 +6,7 @@
 #include "kivrender/platform/kivtext.h"
 #include "kivrender/render/kivbitmapmanager.h"
 #include "kivrender/render/kivdrawingcollector.h"
+#include "kivrender/render/kivlinesahead.h"
 #include "kivrender/render/kivmeshwalk.h"
 #include "kivrender/render/kivrenderforecast.h"
 #include "kivrender/render/kivshapedscene.h"
@@ -238,10 +239,13 @@ bool KivRenderer::renderFrame(Frame& frame, KivDataManager* data) {
     if (shaped.isChanged()) {
         followShape(frame);
     }
+    std::unique_ptr<KivMeshAhead> ahead =
+        kivLinesAhead(*frame.scene, settings, frame.combinables, frame.combinableCount);
     fillDepthForLines(frame.scene, settings, communication);
     if (!renderPasses(frame)) {
         return false;
     }
+    ahead.reset(); // before the meshes go
     if (!drawParallelDepth(frame) ||
         (frame.hasShadowsAsAreas &&
          !recordShadows(frame.nonCombinable, settings, frame.camera, *frame.scene, frame.surface))) {

@@ -28,3 +28,13 @@ KivShapeWish kivShaderShape(const KivShader& shader, const Kiv3DObject& object) 
     wish.smoothAngle = std::isfinite(wish.smoothAngle) ? std::clamp(wish.smoothAngle, 0.0, 180.0) : 0.0;
     return wish;
 }
+
+KivLineNeeds kivShaderLineNeeds(const KivShader& shader, const Kiv3DObject& object) {
+    KivLineNeeds needs;
+    auto* const query =
+        reinterpret_cast<KivShaderLineNeedsFunction*>(kivFindSymbol(KivShaderModule::of(shader), "KivShaderLineNeeds"));
+    if (query == nullptr || !kivTryShader(shader, [&] { query(&shader, &object, &needs); })) {
+        return {};
+    }
+    return needs;
+}

@@ -26,6 +26,10 @@ KivShapeWish KivOutlineShader::shapeOf(const Kiv3DObject& object) const {
     return {look.smoothShape, look.rules.creaseAngle};
 }
 
+KivLineNeeds KivOutlineShader::needsOf(const Kiv3DObject& object) const {
+    return {true, kivOutlineLook(settingsOf(object)).intersections};
+}
+
 KIV_SHADER_INTERFACE;
 
 KIV_PLUGIN_EXPORT KivShader* KivShaderCreate() {
@@ -42,6 +46,10 @@ KIV_PLUGIN_EXPORT int KivShaderSettings(const KivSettingInfo** table) {
 
 KIV_PLUGIN_EXPORT void KivShaderShape(const KivShader* shader, const Kiv3DObject* object, KivShapeWish* wish) {
     *wish = static_cast<const KivOutlineShader*>(shader)->shapeOf(*object);
+}
+
+KIV_PLUGIN_EXPORT void KivShaderLineNeeds(const KivShader* shader, const Kiv3DObject* object, KivLineNeeds* needs) {
+    *needs = static_cast<const KivOutlineShader*>(shader)->needsOf(*object);
 }
 
 KIV_PLUGIN_EXPORT const char* KivModuleResource(unsigned int kind, unsigned int id, unsigned long* size) {

@@ -5,6 +5,7 @@
 #define SHADERS_OUTLINE_KIVOUTLINESHADER_H
 
 #include "kivlineshader.h"
+#include "kivrender/geometry/kivlineneeds.h"
 #include "kivrender/geometry/kivshapewish.h"
 
 #include <memory>
@@ -15,6 +16,8 @@ public:
 
     // The shape that replaces the triangles of an object that no base look draws.
     KivShapeWish shapeOf(const Kiv3DObject& object) const;
+    // Asked for by each render.
+    KivLineNeeds needsOf(const Kiv3DObject& object) const;
 
 protected:
     std::unique_ptr<KivLineDrawing> startDrawing(const KivCommonSettings& settings, const KivCamera& camera,

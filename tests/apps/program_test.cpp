@@ -101,7 +101,7 @@ TEST(Program, HelpVersionManualAndCompletion) {
     const ProgramFolder folder;
     const Outcome help = run(folder, {"--help"});
     EXPECT_EQ(help.status, 0);
-    EXPECT_THAT(help.out, HasSubstr("selvarin render MODEL... -o FILE"));
+    EXPECT_THAT(help.out, HasSubstr("selvarin render MODEL...|DOCUMENT -o FILE"));
     EXPECT_THAT(help.out, HasSubstr("Examples"));
     EXPECT_EQ(help.err, "");
     EXPECT_THAT(run(folder, {"render", "-h"}).out, HasSubstr("--background-image FILE"));
@@ -117,6 +117,24 @@ TEST(Program, HelpVersionManualAndCompletion) {
     const Outcome unknown = run(folder, {"--completion", "ksh"});
     EXPECT_EQ(unknown.status, 2);
     EXPECT_THAT(unknown.err, HasSubstr("bash"));
+}
+
+TEST(Program, SpeaksTheLanguageOfItsUser) {
+    const ProgramFolder folder;
+    const auto inSpanish = [] { setenv("LC_ALL", "es_ES.UTF-8", 1); };
+    const auto said = [&](std::vector<std::string> words) {
+        return run(folder, std::move(words), -1, false, inSpanish);
+    };
+    EXPECT_THAT(said({"--help"}).out, HasSubstr("Ejemplos"));
+    EXPECT_THAT(said({"man"}).out, HasSubstr(".SH NOMBRE"));
+    EXPECT_THAT(said({"man", "--lang", "en"}).out, HasSubstr(".SH NAME"));
+    EXPECT_THAT(run(folder, {"man", "--lang", "es"}).out, HasSubstr(".SH NOMBRE"));
+    EXPECT_EQ(said({"render", "no.obj", "-o", folder.path("x.png")}).err,
+              "selvarin: no se puede usar \"no.obj\": no existe ese archivo\n");
+    EXPECT_EQ(said({"render", "--siez", "9"}).err,
+              "selvarin: opción desconocida --siez; ¿quería decir --size? (véase \"selvarin --help\")\n");
+    EXPECT_EQ(run(folder, {"render", "--lang", "es", "--siez", "9"}).err,
+              "selvarin: opción desconocida --siez; ¿quería decir --size? (véase \"selvarin --help\")\n");
 }
 
 TEST(Program, CompletesCommandsOptionsAndValues) {
@@ -230,8 +248,8 @@ TEST(Program, ErrorsAreOneLineAndTheStatusTellsTheirKind) {
     } cases[] = {
         {{},
          2,
-         "a command is needed: render, animate, catalogue, shaders, styles, preview, style, formats, info or "
-         "new-shader (see "
+         "a command is needed: render, animate, catalogue, shaders, styles, preview, style, formats, info, "
+         "new-shader or man (see "
          "\"selvarin --help\")"},
         {{"rendr"}, 2, "unknown command rendr; did you mean render? (see \"selvarin --help\")"},
         {{"render", box, "-o", png, "--simplify"},

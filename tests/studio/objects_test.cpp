@@ -1,11 +1,8 @@
-#include "apps/studio/studioobjects.h"
+#include "apps/document/studioobjects.h"
 
 #include "apps/studio/studiomodel.h"
 #include "kivrender/scene/kivmesh.h"
 #include "support/temphome.h"
-
-#include <QJsonArray>
-#include <QJsonDocument>
 
 #include <fstream>
 
@@ -13,8 +10,8 @@
 
 namespace {
 
-QJsonObject written(const StudioState& state) {
-    return QJsonDocument::fromJson(QJsonDocument(state.toJson()).toJson()).object();
+Json written(const StudioState& state) {
+    return Json::parse(state.toJson().compact()).value_or(Json());
 }
 
 // Three triangles side by side along x, each an object.
@@ -56,10 +53,10 @@ TEST(StudioObjectStates, ADocumentKeepsThem) {
     state.shown.set(4, {.hidden = true});
     state.shown.set(2, {.ghost = true, .colour = 0x123456});
     EXPECT_EQ(state.toJson()["selvarin"].toInt(), 3) << "older programs would show all objects";
-    EXPECT_EQ(state.toJson()["objectStates"].toArray().size(), 2) << "what is alike is written once";
+    EXPECT_EQ(state.toJson()["objectStates"].toArray().size(), 2U) << "what is alike is written once";
     StudioState read;
-    QString why;
-    ASSERT_TRUE(read.fromJson(written(state), {}, &why)) << why.toStdString();
+    std::wstring why;
+    ASSERT_TRUE(read.fromJson(written(state), {}, &why));
     EXPECT_TRUE(read.shown == state.shown);
     EXPECT_TRUE(read == state);
     EXPECT_TRUE(read.shown.at(1).hidden);
@@ -69,13 +66,13 @@ TEST(StudioObjectStates, ADocumentKeepsThem) {
 }
 
 TEST(StudioObjectStates, AStrangeNumberOfAnObjectIsRefused) {
-    for (const QJsonValue& number : {QJsonValue(-1), QJsonValue(1.5e9), QJsonValue("one")}) {
-        QJsonObject json = StudioState::fresh().toJson();
-        json["objectStates"] = QJsonArray{QJsonObject{{"objects", QJsonArray{number}}, {"hidden", true}}};
+    for (const Json& number : {Json(-1), Json(1.5e9), Json("one")}) {
+        Json json = StudioState::fresh().toJson();
+        json["objectStates"] = JsonArray{JsonObject{{"objects", JsonArray{number}}, {"hidden", true}}};
         StudioState read;
-        QString why;
+        std::wstring why;
         EXPECT_FALSE(read.fromJson(json, {}, &why));
-        EXPECT_FALSE(why.isEmpty());
+        EXPECT_FALSE(why.empty());
     }
 }
 

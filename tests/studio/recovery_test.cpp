@@ -73,7 +73,7 @@ TEST_F(StudioRecoveryTest, WhatAKilledProcessWroteIsFoundAsItWas) {
     QString why;
     ASSERT_TRUE(StudioRecovery::read(found[0], &read, &why)) << why.toStdString();
     EXPECT_TRUE(read == state(51.0));
-    EXPECT_TRUE(read.unknown.isEmpty()) << "what is said of the recovery goes into no document";
+    EXPECT_TRUE(read.unknown.toObject().empty()) << "what is said of the recovery goes into no document";
     EXPECT_EQ(StudioRecovery::findAbandoned().size(), 1U) << "looking at it takes nothing away";
     StudioRecovery::discard(found[0]);
     EXPECT_TRUE(StudioRecovery::findAbandoned().empty());

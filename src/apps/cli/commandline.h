@@ -11,9 +11,12 @@
 
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
+
+struct StudioState;
 
 struct Words {
     const CommandInfo* command = nullptr;                                 // null: options of the program itself
@@ -93,6 +96,10 @@ struct RenderOptions : LookOptions {
     std::string memoryFolder;
     bool timings = false;
     bool quiet = false;
+    // In place of models, and of what the options leave open; null for none.
+    std::shared_ptr<const StudioState> document;
+    bool documentLook = false; // else that of the options
+    bool documentView = false;
 };
 
 RenderOptions parseRenderOptions(const Words& words);

@@ -1,5 +1,7 @@
 #include "apps/cli/errorline.h"
 
+#include "apps/common/translation/translation.h"
+
 #include <algorithm>
 #include <cstdio>
 
@@ -17,7 +19,7 @@ std::string oneLine(std::string text) {
 
 void printError(const std::string& text) {
     std::fflush(stdout);
-    std::fprintf(stderr, "selvarin: %s\n", oneLine(text).c_str());
+    std::fprintf(stderr, "selvarin: %s\n", oneLine(translatedMessage(text)).c_str());
 }
 
 void collectWarnings(std::vector<std::string>* list) {

@@ -3,6 +3,7 @@
 #include "apps/cli/cataloguecommand.h"
 #include "apps/cli/commandline.h"
 #include "apps/cli/completion.h"
+#include "apps/cli/documentoptions.h"
 #include "apps/cli/errorline.h"
 #include "apps/cli/exitstatus.h"
 #include "apps/cli/infocommand.h"
@@ -13,7 +14,9 @@
 #include "apps/cli/rendercommand.h"
 #include "apps/cli/startup.h"
 #include "apps/cli/stylecommands.h"
+#include "apps/common/language.h"
 #include "apps/common/quietdriver.h"
+#include "apps/common/translation/translation.h"
 #include "kivrender/host/kivuserfolders.h"
 #include "kivrender/shader/kivshader.h"
 
@@ -21,6 +24,7 @@
 #include <exception>
 #include <new>
 #include <string>
+#include <string_view>
 
 #include <sys/ioctl.h>
 #include <unistd.h>
@@ -37,13 +41,46 @@ void print(const std::string& text) {
     std::fwrite(text.data(), 1, text.size(), stdout);
 }
 
+// A terminal would show the source of the page: the program "man" sets it, where there is one.
+void showManual() {
+    const std::string page = manualPage();
+    std::FILE* const viewer = isatty(STDOUT_FILENO) == 1 ? popen("man --local-file - 2>/dev/null", "w") : nullptr;
+    if (viewer == nullptr) {
+        print(page);
+        return;
+    }
+    std::fwrite(page.data(), 1, page.size(), viewer);
+    constexpr int exitOfMissingProgram = 127 << 8;
+    if (pclose(viewer) == exitOfMissingProgram) {
+        print(page);
+    }
+}
+
+// Wrong words are told in the user's language, too, though it is not known then whether they are options at all.
+std::string languageAmong(int argc, const char* const* argv) {
+    for (int i = 1; i + 1 < argc; ++i) {
+        if (std::string_view(argv[i]) == "--lang") {
+            return argv[i + 1];
+        }
+    }
+    return languageOfEnvironment();
+}
+
+// The language of everything that is said from here on.
+void chooseLanguageOf(const Words& words) {
+    if (const auto language = words.value("lang")) {
+        chooseLanguage(*language);
+    }
+    chooseTextLanguage(currentLanguage());
+}
+
 int runProgramOptions(const Words& words) {
     if (words.has("help")) {
         print(helpText(terminalWidth()));
     } else if (words.has("version")) {
         return runVersion();
     } else if (words.has("man")) {
-        print(manualPage());
+        showManual();
     } else if (const auto shell = words.value("completion")) {
         const std::string rules = completionFor(*shell);
         if (rules.empty()) {
@@ -52,12 +89,13 @@ int runProgramOptions(const Words& words) {
         print(rules);
     } else {
         throw UsageError("a command is needed: render, animate, catalogue, shaders, styles, preview, style, formats, "
-                         "info or new-shader");
+                         "info, new-shader or man");
     }
     return statusDone;
 }
 
 int run(const Words& words) {
+    chooseLanguageOf(words);
     if (words.command == nullptr) {
         return runProgramOptions(words);
     }
@@ -65,11 +103,9 @@ int run(const Words& words) {
         print(helpText(*words.command, terminalWidth()));
         return statusDone;
     }
-    if (const auto language = words.value("lang")) {
-        chooseLanguage(*language);
-    }
     if (words.command->name == "render") {
-        return runRender(parseRenderOptions(words));
+        loadLanguage(); // which says what is wrong with a document
+        return runRender(parseRenderOrDocument(words));
     }
     if (words.command->name == "animate") {
         return runAnimate(words);
@@ -85,6 +121,10 @@ int run(const Words& words) {
     }
     if (words.command->name == "new-shader") {
         return runNewShader(words);
+    }
+    if (words.command->name == "man" && words.arguments.empty()) {
+        showManual();
+        return statusDone;
     }
     if (!words.arguments.empty()) {
         throw UsageError(std::string(words.command->name) + " takes no \"" + words.arguments.front() + "\"");
@@ -108,6 +148,7 @@ int fail(int status, const std::string& text) {
 int main(int argc, char** argv) {
     cleanUpOnSignals();
     quietDriver();
+    chooseTextLanguage(languageAmong(argc, argv));
     kivMakeUserFoldersAtOnce(false);
     try {
         const int status = run(parseWords(argc, argv));

@@ -1,5 +1,7 @@
 #include "apps/cli/manual.h"
 
+#include "apps/common/translation/translation.h"
+
 #include <algorithm>
 #include <sstream>
 #include <vector>
@@ -16,9 +18,9 @@ std::string flags(const OptionInfo& option) {
 }
 
 std::string fullText(const OptionInfo& option) {
-    std::string text(option.text);
+    std::string text = translated(option.text);
     if (!option.initial.empty()) {
-        text += " [" + std::string(option.initial) + "]";
+        text += " [" + translated(option.initial) + "]";
     }
     return text;
 }
@@ -61,7 +63,7 @@ std::vector<std::string_view> groupsOf(std::span<const OptionInfo> options) {
 void appendOptions(std::string& out, std::span<const OptionInfo> options, std::size_t width) {
     constexpr std::size_t column = 30;
     for (const std::string_view group : groupsOf(options)) {
-        out.append("\n").append(group).append("\n");
+        out.append("\n").append(translated(group)).append("\n");
         for (const OptionInfo& option : options) {
             if (option.group != group) {
                 continue;
@@ -80,9 +82,9 @@ void appendOptions(std::string& out, std::span<const OptionInfo> options, std::s
 }
 
 void appendExamples(std::string& out) {
-    out += "\nExamples\n";
+    out += "\n" + translated("Examples") + "\n";
     for (const ExampleInfo& example : exampleTable()) {
-        out += "  " + std::string(example.command) + "\n      " + std::string(example.text) + "\n";
+        out += "  " + std::string(example.command) + "\n      " + translated(example.text) + "\n";
     }
 }
 
@@ -107,9 +109,16 @@ std::string troff(std::string_view text) {
     return out;
 }
 
+std::string upperCase(std::string_view word) {
+    std::string text(word);
+    std::transform(text.begin(), text.end(), text.begin(),
+                   [](char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 32) : c; });
+    return text;
+}
+
 void appendTroffOptions(std::string& out, std::span<const OptionInfo> options) {
     for (const std::string_view group : groupsOf(options)) {
-        out += ".SS " + troff(group) + "\n";
+        out += ".SS " + troff(translated(group)) + "\n";
         for (const OptionInfo& option : options) {
             if (option.group != group) {
                 continue;
@@ -122,9 +131,9 @@ void appendTroffOptions(std::string& out, std::span<const OptionInfo> options) {
             if (!option.argument.empty()) {
                 out += " \\fI" + troff(option.argument) + "\\fR";
             }
-            out.append("\n").append(troff(option.text));
+            out.append("\n").append(troff(translated(option.text)));
             if (!option.initial.empty()) {
-                out += " Default: " + troff(option.initial) + ".";
+                out += " " + troff(translated("Default: %1.", translated(option.initial)));
             }
             out += "\n";
         }
@@ -134,16 +143,16 @@ void appendTroffOptions(std::string& out, std::span<const OptionInfo> options) {
 } // namespace
 
 std::string helpText(int width) {
-    std::string out = "Cartoon pictures of 3-D models.\n\nUsage\n";
+    std::string out = translated("Cartoon pictures of 3-D models.") + "\n\n" + translated("Usage") + "\n";
     for (const CommandInfo& command : commandTable()) {
         std::string line = "  selvarin " + std::string(command.name);
         if (!command.arguments.empty()) {
             line.append(" ").append(command.arguments);
         }
         out += line + "\n";
-        wrap(out, std::string(command.text), 0, 6, usable(width));
+        wrap(out, translated(command.text), 0, 6, usable(width));
     }
-    out += "  selvarin COMMAND --help\n      All options of a command.\n";
+    out += "  selvarin COMMAND --help\n      " + translated("All options of a command.") + "\n";
     appendOptions(out, programOptions(), usable(width));
     appendExamples(out);
     return out;
@@ -155,7 +164,7 @@ std::string helpText(const CommandInfo& command, int width) {
         out.append(" ").append(command.arguments);
     }
     out += "\n";
-    wrap(out, std::string(command.text), 0, 0, usable(width));
+    wrap(out, translated(command.text), 0, 0, usable(width));
     appendOptions(out, command.options, usable(width));
     if (command.name == "render") {
         appendExamples(out);
@@ -164,8 +173,10 @@ std::string helpText(const CommandInfo& command, int width) {
 }
 
 std::string manualPage() {
-    std::string out = ".TH SELVARIN 1 \"\" \"Selvarin " SELVARIN_VERSION "\" \"User Commands\"\n"
-                      ".SH NAME\nselvarin \\- cartoon pictures of 3\\-D models\n.SH SYNOPSIS\n";
+    const auto section = [](std::string_view heading) { return ".SH " + troff(translated(heading)) + "\n"; };
+    const auto paragraph = [](std::string_view text) { return troff(translated(text)) + "\n"; };
+    std::string out = ".TH SELVARIN 1 \"\" \"Selvarin " SELVARIN_VERSION "\" \"" + translated("User Commands") + "\"\n";
+    out += section("NAME") + "selvarin \\- " + paragraph("cartoon pictures of 3-D models") + section("SYNOPSIS");
     for (const CommandInfo& command : commandTable()) {
         out += ".B selvarin " + troff(command.name) + "\n";
         if (!command.arguments.empty()) {
@@ -173,31 +184,27 @@ std::string manualPage() {
         }
         out += ".br\n";
     }
-    out += ".SH DESCRIPTION\n"
-           "Selvarin draws a 3\\-D model the way a person would: as a cartoon with flat tones and ink lines.\n";
+    out += section("DESCRIPTION") + paragraph("Selvarin draws a 3-D model the way a person would: as a cartoon with "
+                                              "flat tones and ink lines.");
     for (const CommandInfo& command : commandTable()) {
-        out += ".TP\n.B " + troff(command.name) + "\n" + troff(command.text) + "\n";
+        out += ".TP\n.B " + troff(command.name) + "\n" + paragraph(command.text);
     }
-    out += ".SH OPTIONS OF THE PROGRAM\n";
+    out += section("OPTIONS OF THE PROGRAM");
     appendTroffOptions(out, programOptions());
     for (const CommandInfo& command : commandTable()) {
-        std::string heading(command.name);
-        std::transform(heading.begin(), heading.end(), heading.begin(),
-                       [](char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 32) : c; });
-        out += ".SH OPTIONS OF " + heading + "\n";
+        out += ".SH " + troff(translated("OPTIONS OF %1", upperCase(command.name))) + "\n";
         appendTroffOptions(out, command.options);
     }
-    out +=
-        ".SH SETTINGS FILE\n"
-        "The file that \\-\\-config names has one option a line, its name without the dashes, an equals sign and the\n"
-        "value; a switch may stand alone. Lines that begin with # are comments. The command line wins over the file.\n"
-        ".SH EXIT STATUS\n"
-        "0 done, 1 failed, 2 wrong use, 130 cancelled. An error is one line on standard error.\n"
-        ".SH ENVIRONMENT\n"
-        ".TP\n.B SELVARIN_GL\nWhat draws: software, gpu or auto.\n"
-        ".SH EXAMPLES\n";
+    out += section("SETTINGS FILE") +
+           paragraph("The file that --config names has one option a line, its name without the dashes, an equals sign "
+                     "and the value; a switch may stand alone. Lines that begin with # are comments. The command line "
+                     "wins over the file.") +
+           section("EXIT STATUS") +
+           paragraph("0 done, 1 failed, 2 wrong use, 130 cancelled. An error is one line on standard error.") +
+           section("ENVIRONMENT") + ".TP\n.B SELVARIN_GL\n" + paragraph("What draws: software, gpu or auto.") +
+           section("EXAMPLES");
     for (const ExampleInfo& example : exampleTable()) {
-        out += ".TP\n.B " + troff(example.command) + "\n" + troff(example.text) + "\n";
+        out += ".TP\n.B " + troff(example.command) + "\n" + paragraph(example.text);
     }
     return out;
 }

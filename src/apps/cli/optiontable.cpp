@@ -18,8 +18,8 @@ constexpr OptionInfo langOption{"lang",
                                 false,
                                 nothing,
                                 "",
-                                "The language of names, stages and messages of the renderer: en or es. Without it "
-                                "LC_ALL, LC_MESSAGES or LANG tell."};
+                                "The language of help, names, stages and messages: en or es. Without it LC_ALL, "
+                                "LC_MESSAGES or LANG decide."};
 
 // What a look is made of, for every command that takes one.
 constexpr OptionInfo styleOption{
@@ -318,6 +318,7 @@ constexpr std::array styleOptions{
 };
 
 constexpr std::array plainOptions{help};
+constexpr std::array manOptions{langOption, help};
 
 constexpr std::array infoOptions{
     OptionInfo{"up-axis", 0, "AXIS", "by format", "Model", false, choices, "y z", "What is up in the model: y or z."},
@@ -330,13 +331,15 @@ constexpr std::array topOptions{
     help,
     OptionInfo{"version", 0, "", "", "General", false, nothing, "", "Show what a report of a problem should name."},
     OptionInfo{"man", 0, "", "", "General", false, nothing, "", "Write the manual page to standard output."},
+    langOption,
     OptionInfo{"completion", 0, "SHELL", "", "General", false, choices, "bash zsh fish",
                "Write the shell's completion rules to standard output."},
 };
 
 constexpr std::array commands{
-    CommandInfo{"render", "MODEL... -o FILE [options]",
-                "Render a picture. Several models make one scene; with {model} in FILE each gets a picture of its own.",
+    CommandInfo{"render", "MODEL...|DOCUMENT -o FILE [options]",
+                "Render a picture. Several models make one scene; with {model} in FILE each gets a picture of its own. "
+                "A document of Selvarin Studio (.selvarin) is drawn as it stands there; options that are given win.",
                 renderOptions, true},
     CommandInfo{"animate", "MODEL... -o FILE [options]",
                 "Draw a film: a model that turns, or a camera that moves along a path.", animateOptions, true},
@@ -356,6 +359,7 @@ constexpr std::array commands{
         "new-shader", "NAME DIR",
         "Make the folder DIR with a shader of your own: settings, page, texts in two languages, test, build file.",
         plainOptions, false},
+    CommandInfo{"man", "", "Write the manual page to standard output; on a terminal, show it.", manOptions, false},
 };
 
 constexpr std::array examples{
@@ -372,6 +376,8 @@ constexpr std::array examples{
     ExampleInfo{"selvarin animate bunny.obj -o bunny.mp4 --seconds 6", "a model that turns"},
     ExampleInfo{"selvarin catalogue parts.csv -o pictures --style Comic", "a picture for each line of a table"},
     ExampleInfo{"selvarin style save 'My comic' --style Comic --set Cartoon.Bands=2", "a style of your own"},
+    ExampleInfo{"selvarin render bunny.selvarin -o bunny.png -s 4000x3000",
+                "a document of Selvarin Studio, in the size of a poster"},
     ExampleInfo{"selvarin render *.obj -o 'pictures/{model}.png' -q", "a picture of each"},
 };
 

@@ -13,6 +13,8 @@
 #include "apps/common/openraster.h"
 #include "apps/common/shaderstream.h"
 #include "apps/common/vectorbuffer.h"
+#include "apps/document/drawnlook.h"
+#include "apps/document/studiostate.h"
 #include "kivrender/platform/kivsystemerror.h"
 #include "kivrender/platform/kivtemporaryfile.h"
 #include "kivrender/platform/kivtext.h"
@@ -50,6 +52,10 @@ std::wstring temporaryPlace() {
 } // namespace
 
 void OutputDrawer::chooseLook() {
+    if (options.documentLook) {
+        chooseDocumentLook();
+        return;
+    }
     const ChosenLook look = buildShaderStream(options, stream);
     plan.ground = !options.noBackground;
     plan.paper = !paper.empty();
@@ -65,6 +71,14 @@ void OutputDrawer::chooseLook() {
     }
     background = look.background.value_or(options.background);
     isBackgroundWanted = look.background || options.backgroundChosen;
+}
+
+void OutputDrawer::chooseDocumentLook() {
+    const StudioLook& look = options.document->look;
+    stream = options.noBackground ? bareLook(look).stream() : look.stream();
+    const std::optional<std::uint32_t> sheet = sheetColour(look);
+    background = sheet.value_or(options.background);
+    isBackgroundWanted = sheet || options.backgroundChosen;
 }
 
 bool OutputDrawer::isPoster() const {

@@ -66,6 +66,7 @@ public:
     }
 
 private:
+    void chooseDocumentLook();
     KivCommonSettings settingsFor(const OutputFile& output) const;
     KivCommonSettings settingsFor(bool isDrawing, const std::string& workName) const;
     bool drawInTiles(const KivScene& scene, const KivCamera& camera, const OutputFile& output, CliHost& host);

@@ -1,6 +1,7 @@
 #include "apps/cli/progressbar.h"
 
 #include "apps/cli/leftovers.h"
+#include "apps/common/translation/translation.h"
 #include "kivrender/platform/kivtext.h"
 
 #include <algorithm>
@@ -56,7 +57,7 @@ void ProgressBar::restart(const std::wstring& newStage) {
     estimate.restart();
     isRendering = false;
     doneBefore = 0.0;
-    stage = newStage;
+    stage = kivFromUtf8(translatedMessage(kivToUtf8(newStage)));
     log.clear();
     started = Clock::now();
     lastPercent = -1;

@@ -15,6 +15,7 @@
 #include "apps/cli/timings.h"
 #include "apps/common/papers.h"
 #include "apps/common/pictureproblem.h"
+#include "apps/document/documentscene.h"
 #include "kivrender/platform/kivglwarmup.h"
 #include "kivrender/platform/kivsystemerror.h"
 #include "kivrender/platform/kivtext.h"
@@ -54,6 +55,10 @@ std::vector<Job> planJobs(const RenderOptions& options) {
     const auto forEach = [](const std::string& name) { return name.find("{model}") != std::string::npos; };
     const bool oneEach =
         std::any_of(options.outputs.begin(), options.outputs.end(), forEach) || forEach(options.layers);
+    if (options.document) {
+        const std::string stem = std::filesystem::path(options.models.front()).stem().string();
+        return {{options.document->models, outputNames(options, stem), {}}};
+    }
     std::vector<Job> jobs;
     std::set<std::string> names;
     for (const std::string& model : options.models) {
@@ -340,7 +345,8 @@ private:
         const Timings clock;
         timings.lap();
         bar.restart(L"Reading the model");
-        KivModel model = choice.read(job.models);
+        std::unique_ptr<ObjectLooks> looks;
+        KivModel model = choice.read(job.models, {}, &looks);
         timings.add("import", timings.lap());
         if (isInterrupted()) {
             return;

@@ -5,6 +5,7 @@
 #include "apps/cli/startup.h"
 #include "apps/common/demoscene.h"
 #include "apps/common/sight.h"
+#include "apps/document/documentscene.h"
 #include "import/scenebuilder.h"
 #include "kivrender/platform/kivtext.h"
 
@@ -35,28 +36,33 @@ std::uint64_t countTriangles(const KivModel& model) {
     return count;
 }
 
-KivModel SceneChoice::read(const std::vector<std::wstring>& models, const ModelPose& pose) const {
+KivModel SceneChoice::read(const std::vector<std::wstring>& models, const ModelPose& pose,
+                           std::unique_ptr<ObjectLooks>* looks) const {
     KivModel model;
     if (models.empty()) {
         std::vector<kivimport::ModelParts> parts;
         parts.push_back(makeDemoModel());
         model.files.emplace_back().path = L"demo";
         kivimport::assembleModel(parts, KivModelOptions().creaseAngle, model);
-        chooseObjects(model);
+    } else if (!readFiles(models, pose, model)) {
         return model;
     }
-    KivModelOptions modelOptions;
-    if (options.upAxis != 0) {
-        modelOptions.upAxis = options.upAxis == 'z' ? KivModelOptions::Axis::z : KivModelOptions::Axis::y;
+    if (options.document) {
+        if (looks != nullptr) {
+            *looks = std::make_unique<ObjectLooks>(*model.scene, *options.document, !options.documentLook);
+        }
+        removeHidden(model, options.document->shown);
+        removeUnshown(*model.scene, *options.document);
     }
-    modelOptions.deflection = options.deflection;
-    modelOptions.picturePixels = std::max(options.width, options.height);
-    modelOptions.unitsPerPixel = unitsPerPixel();
-    modelOptions.clip = kivFromUtf8(pose.clip);
-    modelOptions.clipSeconds = pose.seconds;
-    modelOptions.placedLike = pose.like;
+    chooseObjects(model);
+    return model;
+}
+
+// False if it was cancelled.
+bool SceneChoice::readFiles(const std::vector<std::wstring>& models, const ModelPose& pose, KivModel& model) const {
     const bool isFirst = pose.like == nullptr;
     std::wstring message;
+    KivModelOptions modelOptions = importOptions(pose);
     modelOptions.progress = [this, isFirst](double done) { return isFirst ? bar.showDone(done) : !isInterrupted(); };
     const bool isRead = kivImportModels(models, modelOptions, model, message);
     if (isFirst) {
@@ -68,10 +74,21 @@ KivModel SceneChoice::read(const std::vector<std::wstring>& models, const ModelP
     for (std::size_t i = 0; isFirst && i < model.warnings.size(); ++i) {
         printWarning(kivToUtf8(model.warnings[i]));
     }
-    if (isRead) {
-        chooseObjects(model);
+    return isRead;
+}
+
+KivModelOptions SceneChoice::importOptions(const ModelPose& pose) const {
+    KivModelOptions modelOptions;
+    if (options.upAxis != 0) {
+        modelOptions.upAxis = options.upAxis == 'z' ? KivModelOptions::Axis::z : KivModelOptions::Axis::y;
     }
-    return model;
+    modelOptions.deflection = options.deflection;
+    modelOptions.picturePixels = std::max(options.width, options.height);
+    modelOptions.unitsPerPixel = unitsPerPixel();
+    modelOptions.clip = kivFromUtf8(pose.clip);
+    modelOptions.clipSeconds = pose.seconds;
+    modelOptions.placedLike = pose.like;
+    return modelOptions;
 }
 
 // How much of the model a pixel shows, where the options tell; 0 where the model is framed.
@@ -142,6 +159,11 @@ ViewChoice SceneChoice::viewChoice(const KivModel& model) const {
 }
 
 ChosenView SceneChoice::chooseCamera(const KivModel& model, const std::vector<Kiv3DPoint>& points) const {
+    if (options.documentView) {
+        const StudioCamera& camera = options.document->camera;
+        const double aspect = static_cast<double>(options.width) / options.height;
+        return {camera.toCamera(points, aspect), camera.axes(), {}, false};
+    }
     try {
         return chooseView(viewChoice(model), model.cameras, model.up, points,
                           static_cast<double>(options.width) / options.height);
@@ -152,6 +174,9 @@ ChosenView SceneChoice::chooseCamera(const KivModel& model, const std::vector<Ki
 
 std::vector<KivLight> SceneChoice::lights(const KivModel& model, const std::vector<Kiv3DPoint>& points,
                                           const ViewAxes& axes) const {
+    if (options.lights.empty() && options.document && options.document->hasLights) {
+        return documentLights(*options.document, model, points);
+    }
     if (options.lights.empty()) {
         return model.lights.empty() ? defaultLights(axes, points) : model.lights;
     }

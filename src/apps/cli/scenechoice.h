@@ -7,9 +7,11 @@
 #include "import/kivmodelimport.h"
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
+class ObjectLooks;
 class ProgressBar;
 
 // Of a model that moves.
@@ -26,8 +28,10 @@ public:
         : options(renderOptions), bar(progressBar) {}
 
     // The models as one, without the objects that are not wanted; without models the built-in scene. Without a scene if
-    // it was cancelled. Throws std::runtime_error with a line on what can't be read.
-    KivModel read(const std::vector<std::wstring>& models, const ModelPose& pose = {}) const;
+    // it was cancelled. looks: gets the own looks of a document's objects, which must go before the shaders do. Throws
+    // std::runtime_error with a line on what can't be read.
+    KivModel read(const std::vector<std::wstring>& models, const ModelPose& pose = {},
+                  std::unique_ptr<ObjectLooks>* looks = nullptr) const;
 
     // The camera; the lights come into the model's scene. Warns where nothing is seen. Throws UsageError.
     KivCamera prepare(const KivModel& model) const;
@@ -40,6 +44,8 @@ public:
                                  const ViewAxes& axes) const;
 
 private:
+    bool readFiles(const std::vector<std::wstring>& models, const ModelPose& pose, KivModel& model) const;
+    KivModelOptions importOptions(const ModelPose& pose) const;
     double unitsPerPixel() const;
     void chooseObjects(KivModel& model) const;
     ViewChoice viewChoice(const KivModel& model) const;

@@ -26,12 +26,21 @@ void chooseLanguage(const std::string& code) {
     chosenLanguage = code;
 }
 
-Program::Program() {
-    const std::string language = chosenLanguage.empty() ? languageOfEnvironment() : chosenLanguage;
-    if (!loadLanguageOrEnglish(language)) {
+std::string currentLanguage() {
+    return chosenLanguage.empty() ? languageOfEnvironment() : chosenLanguage;
+}
+
+void loadLanguage() {
+    static bool isLoaded = false;
+    if (!isLoaded && !loadLanguageOrEnglish(currentLanguage())) {
         std::fputs("selvarin: warning: the language module is missing beside the library; texts will be empty\n",
                    stderr);
     }
+    isLoaded = true;
+}
+
+Program::Program() {
+    loadLanguage();
     if (!loader.loadShaders()) {
         std::fputs("selvarin: warning: no shaders were found in the folder \"shaders\" beside the library\n", stderr);
     }

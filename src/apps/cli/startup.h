@@ -10,8 +10,12 @@
 // The language of the texts that come from the library, by the code of its module. Without this the environment's: the
 // first of LC_ALL, LC_MESSAGES and LANG that is set. Throws UsageError for a code that there is no module of.
 void chooseLanguage(const std::string& code);
+// The chosen one, else that of the environment.
+std::string currentLanguage();
+// Makes the texts of that language available, once. Warns on standard error if there are none.
+void loadLanguage();
 
-// Sets everything up and undoes it at its end. Warns on standard error if there is no shader or no language module.
+// Loads language and shaders, and undoes it at its end. Warns on standard error if there are none.
 class Program {
 public:
     Program();

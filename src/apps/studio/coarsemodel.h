@@ -2,7 +2,7 @@
 #ifndef APPS_STUDIO_COARSEMODEL_H
 #define APPS_STUDIO_COARSEMODEL_H
 
-#include "apps/studio/studioobjects.h"
+#include "apps/document/studioobjects.h"
 #include "kivrender/scene/kivscene.h"
 
 #include <cstdint>

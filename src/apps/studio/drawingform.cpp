@@ -1,6 +1,6 @@
 #include "apps/studio/drawingform.h"
 
-#include "apps/studio/drawingjson.h"
+#include "apps/document/drawingjson.h"
 
 #include <QCheckBox>
 #include <QComboBox>

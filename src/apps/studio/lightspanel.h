@@ -2,7 +2,7 @@
 #ifndef APPS_STUDIO_LIGHTSPANEL_H
 #define APPS_STUDIO_LIGHTSPANEL_H
 
-#include "apps/studio/studiostate.h"
+#include "apps/document/studiostate.h"
 #include "apps/studio/studiotexts.h"
 
 #include <QWidget>

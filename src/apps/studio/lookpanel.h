@@ -2,7 +2,7 @@
 #ifndef APPS_STUDIO_LOOKPANEL_H
 #define APPS_STUDIO_LOOKPANEL_H
 
-#include "apps/studio/studiostate.h"
+#include "apps/document/studiostate.h"
 #include "kivrender/dialogs/kivpropertiesdlg.h"
 #include "kivrender/settings/kivaveragedatamanager.h"
 #include "qt/kivqtwindow.h"

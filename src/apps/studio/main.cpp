@@ -1,6 +1,7 @@
 // selvarin-studio, the desktop application.
 #include "apps/common/language.h"
 #include "apps/common/quietdriver.h"
+#include "apps/common/translation/translation.h"
 #include "apps/studio/studiohost.h"
 #include "apps/studio/studiostyle.h"
 #include "apps/studio/studiowindow.h"
@@ -83,6 +84,7 @@ int runWindow(const QStringList& files, const std::string& language) {
         return 1;
     }
     const QString spoken = kivToQt(kivText(languageCodeText));
+    chooseTextLanguage(spoken.toStdString());
     // Numbers as that language writes them, unless the user's own country does.
     if (QLocale().language() != QLocale(spoken).language()) {
         QLocale::setDefault(QLocale(spoken));

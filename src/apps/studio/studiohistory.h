@@ -2,7 +2,9 @@
 #ifndef APPS_STUDIO_STUDIOHISTORY_H
 #define APPS_STUDIO_STUDIOHISTORY_H
 
-#include "apps/studio/studiostate.h"
+#include "apps/document/studiostate.h"
+
+#include <QString>
 
 #include <cstdint>
 #include <string>

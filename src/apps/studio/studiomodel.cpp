@@ -4,10 +4,8 @@
 #include "apps/common/viewchoice.h"
 #include "apps/studio/coarsemodel.h"
 #include "import/scenebuilder.h"
-#include "kivrender/render/kivrenderer.h"
 #include "kivrender/scene/kivbox.h"
 #include "kivrender/scene/kivmesh.h"
-#include "kivrender/settings/kivpagesettings.h"
 #include "qt/kivqttext.h"
 
 #include <QFileInfo>
@@ -109,11 +107,8 @@ bool StudioModel::load(const StudioState& state, std::wstring* message,
     if (state.models.empty()) {
         read = builtInModel();
     } else {
-        KivModelOptions options;
+        KivModelOptions options = importOptions(state);
         options.progress = progress;
-        options.upAxis = state.upAxis == 'z'   ? KivModelOptions::Axis::z
-                         : state.upAxis == 'y' ? KivModelOptions::Axis::y
-                                               : KivModelOptions::Axis::byFormat;
         if (!kivImportModels(state.models, options, read, *message)) {
             return false;
         }
@@ -213,14 +208,7 @@ int StudioModel::pick(const Kiv3DPoint& from, const Kiv3DVector& way, const Stud
 }
 
 std::vector<KivLight> StudioModel::lights(const StudioState& state) const {
-    std::vector<KivLight> list;
-    if (state.hasLights) {
-        for (const StudioLight& light : state.lights) {
-            list.push_back(light.toLight(all));
-        }
-        return list;
-    }
-    return imported.lights.empty() ? defaultLights(state.camera.axes(), all) : imported.lights;
+    return documentLights(state, imported, all);
 }
 
 std::vector<StudioLight> StudioModel::ownLights(const StudioState& state) const {
@@ -237,12 +225,7 @@ std::vector<StudioLight> StudioModel::ownLights(const StudioState& state) const 
 
 KivScene StudioModel::scene(const StudioState& state, bool simplified) const {
     KivScene scene = simplified ? coarse.scene(*imported.scene, state.shown) : shownScene(*imported.scene, state.shown);
-    if (state.options.doRenderIsoparams() == 0) {
-        scene.removeLines();
-    }
-    if (!state.options.doRenderDim()) {
-        scene.removePoints();
-    }
+    removeUnshown(scene, state);
     for (KivLight& light : lights(state)) {
         scene.addLight(light);
     }
@@ -275,51 +258,5 @@ void StudioModel::placeCamera(StudioCamera* camera, double aspect) const {
     *camera = placed;
 }
 
-StudioModel::OwnLooks::OwnLooks(const StudioModel& model, const StudioState& state, bool plain) {
-    for (const auto& [index, shown] : state.shown.map()) {
-        if (index < model.numMeshes()) {
-            paint(model.imported.scene->getMesh(static_cast<unsigned int>(index)), shown);
-            paint(model.coarse.partOf(index), shown);
-        }
-    }
-    if (plain) {
-        return;
-    }
-    KivRenderer reader;
-    for (const auto& [index, look] : state.objects) {
-        if (index < model.numMeshes()) {
-            KivMesh* const mesh = model.imported.scene->getMesh(static_cast<unsigned int>(index));
-            KivMemoryDataManager cells(look.stream());
-            reader.loadDataToObject(mesh, &cells); // what it can't read is left to the document's look
-            meshes.push_back(mesh);
-        }
-    }
-}
-
-void StudioModel::OwnLooks::paint(KivMesh* mesh, const StudioObjectState& state) {
-    if (mesh == nullptr) {
-        return;
-    }
-    auto former = std::make_unique<KivMaterial>();
-    *former = *mesh->getMaterial();
-    if (paintObject(mesh, state)) {
-        painted.emplace_back(mesh, std::move(former));
-    }
-}
-
-StudioModel::OwnLooks::~OwnLooks() {
-    // Instances share no mesh, but a part of the coarse model may be the mesh itself: the first material is its own.
-    std::for_each(painted.rbegin(), painted.rend(), [](auto& each) { each.first->setMaterial(*each.second); });
-    for (KivMesh* const mesh : meshes) {
-        // Forgotten pages are not deleted by the mesh.
-        std::vector<const KivPageSettings*> pages;
-        pages.reserve(static_cast<std::size_t>(mesh->getNumPageSettings()));
-        for (int i = 0; i < mesh->getNumPageSettings(); ++i) {
-            pages.push_back(mesh->getPageSettings(i));
-        }
-        mesh->deleteSettings();
-        for (const KivPageSettings* const page : pages) {
-            delete page;
-        }
-    }
-}
+StudioModel::OwnLooks::OwnLooks(const StudioModel& model, const StudioState& state, bool plain)
+    : ObjectLooks(*model.imported.scene, state, plain, [&model](int mesh) { return model.coarse.partOf(mesh); }) {}

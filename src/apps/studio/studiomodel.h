@@ -2,14 +2,14 @@
 #ifndef APPS_STUDIO_STUDIOMODEL_H
 #define APPS_STUDIO_STUDIOMODEL_H
 
+#include "apps/document/documentscene.h"
 #include "apps/studio/coarsemodel.h"
-#include "apps/studio/studiostate.h"
 #include "import/kivmodelimport.h"
 
+#include <QString>
+
 #include <functional>
-#include <memory>
 #include <string>
-#include <utility>
 #include <vector>
 
 class StudioModel {
@@ -49,20 +49,10 @@ public:
     // Moves the camera as the model wants it: its own camera, else framed from a three-quarter view.
     void placeCamera(StudioCamera* camera, double aspect) const;
 
-    // Gives the meshes the shaders and settings of their own streams, unless plain, and the colours of their states,
-    // and takes them away again at its end.
-    class OwnLooks {
+    // The meshes as the state has them, as long as it lives. plain: in their colours alone.
+    class OwnLooks : public ObjectLooks {
     public:
         OwnLooks(const StudioModel& model, const StudioState& state, bool plain);
-        ~OwnLooks();
-        OwnLooks(const OwnLooks&) = delete;
-        OwnLooks& operator=(const OwnLooks&) = delete;
-
-    private:
-        void paint(KivMesh* mesh, const StudioObjectState& state);
-
-        std::vector<KivMesh*> meshes;
-        std::vector<std::pair<KivMesh*, std::unique_ptr<KivMaterial>>> painted; // with what they had
     };
 
 private:

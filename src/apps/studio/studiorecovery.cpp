@@ -1,12 +1,12 @@
 #include "apps/studio/studiorecovery.h"
 
+#include "apps/studio/documentfiles.h"
 #include "apps/studio/studiotexts.h"
 
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QJsonDocument>
 #include <QUuid>
 
 #include <algorithm>
@@ -22,8 +22,8 @@ QString lockOf(const QString& file) {
 }
 
 // What saving will write: nothing that is no document of ours, whoever wrote the file.
-QString documentOf(const QJsonObject& json) {
-    const QString document = json[QLatin1String(documentKey)].toString();
+QString documentOf(const Json& json) {
+    const QString document = QString::fromStdString(json[documentKey].toString());
     const bool isOurs =
         QDir::isAbsolutePath(document) && document.endsWith(QLatin1String(".selvarin"), Qt::CaseInsensitive);
     return isOurs ? document : QString();
@@ -66,8 +66,8 @@ bool StudioRecovery::write(const StudioState& state, const QString& document, QS
             return false;
         }
     }
-    QJsonObject json = state.toJson();
-    json[QLatin1String(documentKey)] = document;
+    Json json = state.toJson();
+    json[documentKey] = document.toStdString();
     return saveStudioDocument(file, state, json, why);
 }
 
@@ -86,8 +86,8 @@ std::vector<StudioRecovery::Found> StudioRecovery::findAbandoned() {
             continue; // its window is open
         }
         QFile in(each.absoluteFilePath());
-        const QJsonObject json =
-            in.open(QIODevice::ReadOnly) ? QJsonDocument::fromJson(in.read(mostRead)).object() : QJsonObject();
+        const std::string text = in.open(QIODevice::ReadOnly) ? in.read(mostRead).toStdString() : std::string();
+        const Json json = Json::parse(text).value_or(Json());
         list.push_back({each.absoluteFilePath(), documentOf(json), each.lastModified()});
     }
     return list;
@@ -98,7 +98,7 @@ bool StudioRecovery::read(const Found& found, StudioState* state, QString* why) 
     if (!loadStudioDocument(found.file, &recovered, why)) {
         return false;
     }
-    recovered.unknown.remove(QLatin1String(documentKey));
+    recovered.unknown.remove(documentKey);
     *state = recovered;
     return true;
 }

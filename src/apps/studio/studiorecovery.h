@@ -3,7 +3,7 @@
 #ifndef APPS_STUDIO_STUDIORECOVERY_H
 #define APPS_STUDIO_STUDIORECOVERY_H
 
-#include "apps/studio/studiostate.h"
+#include "apps/document/studiostate.h"
 
 #include <QDateTime>
 #include <QLockFile>

@@ -1,9 +1,9 @@
 #include "apps/studio/studiorenderer.h"
 
 #include "apps/common/vectorbuffer.h"
+#include "apps/document/drawnlook.h"
 #include "apps/studio/barepicture.h"
 #include "apps/studio/drawingfile.h"
-#include "apps/studio/drawnlook.h"
 #include "apps/studio/studiohost.h"
 #include "apps/studio/studiotexts.h"
 #include "kivrender/platform/kivglwarmup.h"

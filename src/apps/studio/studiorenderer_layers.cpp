@@ -1,7 +1,8 @@
 // Pictures in layers.
 #include "apps/common/layeredpicture.h"
+#include "apps/document/drawnlook.h"
 #include "apps/studio/barepicture.h"
-#include "apps/studio/drawnlook.h"
+#include "apps/studio/documentfiles.h"
 #include "apps/studio/studiorenderer.h"
 #include "apps/studio/studiotexts.h"
 

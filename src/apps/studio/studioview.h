@@ -4,7 +4,7 @@
 #ifndef APPS_STUDIO_STUDIOVIEW_H
 #define APPS_STUDIO_STUDIOVIEW_H
 
-#include "apps/studio/studiostate.h"
+#include "apps/document/studiostate.h"
 
 #include <QImage>
 #include <QWidget>

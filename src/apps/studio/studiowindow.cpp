@@ -12,7 +12,6 @@
 #include <QDockWidget>
 #include <QFileInfo>
 #include <QHBoxLayout>
-#include <QJsonDocument>
 #include <QLabel>
 #include <QLineEdit>
 #include <QLocale>
@@ -41,8 +40,8 @@ StudioWindow::StudioWindow(StudioHost& studioHost, KivQtToolkit& studioToolkit)
     clock.start();
     current = StudioState::fresh();
     current.look = StudioState::freshLook();
-    current.drawing = readDrawingOptions(
-        QJsonDocument::fromJson(studioMemory().value(QLatin1String(drawingKey)).toByteArray()).object());
+    const std::string kept = studioMemory().value(QLatin1String(drawingKey)).toByteArray().toStdString();
+    current.drawing = readDrawingOptions(Json::parse(kept).value_or(Json()));
     makePanels();
     makeMenus();
     connectPanels();

@@ -1,10 +1,12 @@
 // Documents, models, recovery files.
+#include "apps/studio/documentfiles.h"
 #include "apps/studio/drawingfile.h"
 #include "apps/studio/drawingform.h"
 #include "apps/studio/lookpanel.h"
 #include "apps/studio/objectspanel.h"
 #include "apps/studio/studioevents.h"
 #include "apps/studio/studiomemory.h"
+#include "apps/studio/studiomessage.h"
 #include "apps/studio/studiosavedialog.h"
 #include "apps/studio/studioview.h"
 #include "apps/studio/studiowindow.h"
@@ -101,7 +103,7 @@ bool StudioWindow::loadModels(const StudioState& state, std::wstring* message) {
         return false;
     }
     if (!model.model().warnings.empty()) {
-        tell(kivToQt(model.model().warnings.front()));
+        tell(studioMessage(model.model().warnings.front()));
     }
     return true;
 }
@@ -148,7 +150,7 @@ void StudioWindow::warnUnread(StudioText text, const std::wstring& message) {
     if (message.empty()) {
         tell(studioText(StudioText::readingCancelled));
     } else {
-        warn(studioText(text).arg(kivToQt(message)));
+        warn(studioText(text).arg(studioMessage(message)));
     }
 }
 

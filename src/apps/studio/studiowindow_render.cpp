@@ -1,13 +1,14 @@
 // Drawing the view, rendering pictures, and what becomes of them.
+#include "apps/document/drawnlook.h"
 #include "apps/studio/barepicture.h"
 #include "apps/studio/compareview.h"
 #include "apps/studio/drawingfile.h"
 #include "apps/studio/drawingpage.h"
-#include "apps/studio/drawnlook.h"
 #include "apps/studio/lookpanel.h"
 #include "apps/studio/pictureview.h"
 #include "apps/studio/studioevents.h"
 #include "apps/studio/studiomemory.h"
+#include "apps/studio/studiomessage.h"
 #include "apps/studio/studioview.h"
 #include "apps/studio/studiowindow.h"
 #include "kivrender/platform/kivbitmap.h"
@@ -19,7 +20,6 @@
 #include <QDir>
 #include <QDockWidget>
 #include <QFileInfo>
-#include <QJsonDocument>
 #include <QLabel>
 #include <QLocale>
 #include <QMenuBar>
@@ -199,7 +199,7 @@ StudioPicture StudioWindow::renderFinal(const StudioModel& shown, const StudioSt
 void StudioWindow::showProblems(const StudioPicture& picture, bool wanted) {
     QStringList lines;
     for (const std::wstring& message : picture.messages) {
-        lines << kivToQt(message);
+        lines << studioMessage(message);
     }
     if (picture.cancelled) {
         tell(studioText(StudioText::cancelled));
@@ -477,8 +477,7 @@ bool StudioWindow::exportShown(const Result& result) {
 
 // The document keeps them, and so do those that are begun later.
 void StudioWindow::keepDrawingOptions(const DrawingOptions& options) {
-    studioMemory().setValue(QLatin1String(drawingKey),
-                            QJsonDocument(drawingObject(options)).toJson(QJsonDocument::Compact));
+    studioMemory().setValue(QLatin1String(drawingKey), QByteArray::fromStdString(drawingJson(options).compact()));
     if (current.drawing == options) {
         return;
     }

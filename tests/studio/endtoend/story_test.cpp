@@ -1,4 +1,5 @@
 // From a model to a saved picture and back, as somebody does it in one sitting.
+#include "apps/studio/documentfiles.h"
 #include "apps/studio/lookpanel.h"
 #include "apps/studio/objectspanel.h"
 #include "apps/studio/pictureview.h"

@@ -66,7 +66,7 @@ TEST_F(BarePicture, ADocumentKeepsTheWish) {
     state.withoutBackground = true;
     EXPECT_EQ(state.toJson()["selvarin"].toInt(), 3) << "older programs would paint one";
     StudioState read;
-    QString why;
+    std::wstring why;
     ASSERT_TRUE(read.fromJson(state.toJson(), {}, &why));
     EXPECT_TRUE(read.withoutBackground);
     EXPECT_TRUE(read == state);

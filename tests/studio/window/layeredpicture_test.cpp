@@ -1,4 +1,5 @@
 // Pictures in layers, saved as OpenRaster.
+#include "apps/studio/documentfiles.h"
 #include "windowfixture.h"
 
 #include <QProcess>

@@ -1,4 +1,5 @@
 // The panels beside the view: the lists of objects and lights, the look, the steps that can be undone.
+#include "apps/studio/documentfiles.h"
 #include "studio/window/windowfixture.h"
 
 #include <QComboBox>

@@ -1,4 +1,5 @@
 // Documents and pictures of strangers: nothing is written that the user has not chosen, and what can't be used is told.
+#include "apps/studio/documentfiles.h"
 #include "windowfixture.h"
 
 #include <QDir>

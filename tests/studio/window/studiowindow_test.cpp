@@ -484,7 +484,7 @@ TEST_F(StudioWindowTest, ADrawingLeavesThePaperOut) {
     const QImage plain = drawing("plain.svg");
     EXPECT_GT(covered(plain), 0.05);
     onPaper.options.setPaperImage(paper.toStdWString().c_str());
-    const QString document = write("paper.selvarin", QJsonDocument(onPaper.toJson()).toJson());
+    const QString document = write("paper.selvarin", QByteArray::fromStdString(onPaper.toJson().compact()));
     ASSERT_TRUE(window->openFiles({document}));
     settle();
     EXPECT_EQ(drawing("paper.svg"), plain);

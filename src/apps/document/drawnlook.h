@@ -1,8 +1,8 @@
 // What the view and the drawings want to know of a look, and the look that stands in for it while the camera moves.
-#ifndef APPS_STUDIO_DRAWNLOOK_H
-#define APPS_STUDIO_DRAWNLOOK_H
+#ifndef APPS_DOCUMENT_DRAWNLOOK_H
+#define APPS_DOCUMENT_DRAWNLOOK_H
 
-#include "apps/studio/studiolook.h"
+#include "apps/document/studiolook.h"
 
 #include <cstdint>
 #include <optional>

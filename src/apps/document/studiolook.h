@@ -1,7 +1,7 @@
 // Looks of documents, as values that share their memory: a history of many steps over a model of many objects holds
 // each look once.
-#ifndef APPS_STUDIO_STUDIOLOOK_H
-#define APPS_STUDIO_STUDIOLOOK_H
+#ifndef APPS_DOCUMENT_STUDIOLOOK_H
+#define APPS_DOCUMENT_STUDIOLOOK_H
 
 #include "kivrender/settings/kivmemorydatamanager.h"
 

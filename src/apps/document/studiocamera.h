@@ -1,7 +1,7 @@
 // The camera that a user moves: it looks at a target from a distance and never rolls, so that what is up in the model
 // stays up in the picture.
-#ifndef APPS_STUDIO_STUDIOCAMERA_H
-#define APPS_STUDIO_STUDIOCAMERA_H
+#ifndef APPS_DOCUMENT_STUDIOCAMERA_H
+#define APPS_DOCUMENT_STUDIOCAMERA_H
 
 #include "apps/common/framing.h"
 

@@ -1,4 +1,4 @@
-#include "apps/studio/studiolook.h"
+#include "apps/document/studiolook.h"
 
 #include <algorithm>
 #include <cmath>

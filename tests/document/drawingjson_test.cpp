@@ -1,9 +1,7 @@
-#include "apps/studio/drawingjson.h"
+#include "apps/document/drawingjson.h"
 
-#include "apps/studio/studiostate.h"
-
-#include <QJsonArray>
-#include <QJsonDocument>
+#include "apps/document/studiostate.h"
+#include "kivrender/platform/kivtext.h"
 
 #include <gtest/gtest.h>
 
@@ -28,14 +26,14 @@ DrawingOptions fullOptions() {
     return options;
 }
 
-QJsonObject written(const QJsonObject& json) {
-    return QJsonDocument::fromJson(QJsonDocument(json).toJson()).object();
+Json written(const Json& json) {
+    return Json::parse(json.indented()).value_or(Json());
 }
 
 } // namespace
 
 TEST(DrawingJson, OptionsComeBackAsTheyWere) {
-    const DrawingOptions read = readDrawingOptions(written(drawingObject(fullOptions())));
+    const DrawingOptions read = readDrawingOptions(written(drawingJson(fullOptions())));
     const DrawingOptions full = fullOptions();
     EXPECT_EQ(read.areas, full.areas);
     EXPECT_TRUE(read.unitsChosen);
@@ -51,18 +49,18 @@ TEST(DrawingJson, OptionsComeBackAsTheyWere) {
     }
     EXPECT_EQ(read.sheet.hiddenPen, 0.18);
     EXPECT_TRUE(read == full);
-    EXPECT_TRUE(readDrawingOptions({}) == plainDrawingOptions());
+    EXPECT_TRUE(readDrawingOptions(Json()) == plainDrawingOptions());
 }
 
 TEST(DrawingJson, NumbersAreBroughtIntoTheirRange) {
-    const QJsonObject strange{{"areas", "cubes"},
-                              {"page", 5},
-                              {"paper", QJsonArray{-3.0, 1e300}},
-                              {"margin", -1.0},
-                              {"scale", 1e300},
-                              {"unit", 1e-300},
-                              {"hidden", QJsonArray{}},
-                              {"pens", QJsonObject{{"contour", -1.0}, {"crease", 1e9}, {"hidden", "wide"}}}};
+    const Json strange = JsonObject{{"areas", "cubes"},
+                                    {"page", 5},
+                                    {"paper", JsonArray{-3.0, 1e300}},
+                                    {"margin", -1.0},
+                                    {"scale", 1e300},
+                                    {"unit", 1e-300},
+                                    {"hidden", Json::Array()},
+                                    {"pens", JsonObject{{"contour", -1.0}, {"crease", 1e9}, {"hidden", "wide"}}}};
     const DrawingOptions read = readDrawingOptions(strange);
     EXPECT_EQ(read.areas, KivDrawingCollector::Areas::regions);
     EXPECT_EQ(read.sheet.page, KivSheet::Page::picture);
@@ -82,8 +80,8 @@ TEST(DrawingJson, ADocumentKeepsThem) {
     EXPECT_FALSE(state.toJson().contains("drawing")) << "older programs find nothing new";
     state.drawing = fullOptions();
     StudioState read;
-    QString why;
-    ASSERT_TRUE(read.fromJson(written(state.toJson()), {}, &why)) << why.toStdString();
+    std::wstring why;
+    ASSERT_TRUE(read.fromJson(written(state.toJson()), {}, &why)) << kivToUtf8(why);
     EXPECT_TRUE(read.drawing == fullOptions());
     EXPECT_TRUE(read == state);
     state.drawing.sheet.margin = 1.0;
@@ -94,10 +92,10 @@ TEST(DrawingJson, ADocumentKeepsThem) {
 TEST(DrawingJson, SimplifiedDrawingsAreOfFaces) {
     StudioState state = StudioState::fresh();
     state.options.setVectorSimplify(true);
-    QJsonObject json = state.toJson();
+    Json json = state.toJson();
     json.remove("drawing");
     StudioState read;
-    QString why;
+    std::wstring why;
     ASSERT_TRUE(read.fromJson(json, {}, &why));
     EXPECT_EQ(read.drawing.areas, KivDrawingCollector::Areas::faces);
 }

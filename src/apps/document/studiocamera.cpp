@@ -1,4 +1,4 @@
-#include "apps/studio/studiocamera.h"
+#include "apps/document/studiocamera.h"
 
 #include "apps/common/standardview.h"
 #include <algorithm>

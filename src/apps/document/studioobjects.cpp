@@ -1,4 +1,4 @@
-#include "apps/studio/studioobjects.h"
+#include "apps/document/studioobjects.h"
 
 #include "import/kivmodelobjects.h"
 #include "kivrender/scene/kivmaterial.h"

@@ -1,4 +1,4 @@
-#include "apps/studio/drawnlook.h"
+#include "apps/document/drawnlook.h"
 
 #include "kivrender/shader/kivshader.h"
 

@@ -1,11 +1,9 @@
-#include "apps/studio/studiostate.h"
+#include "apps/document/documentfile.h"
 
+#include "kivrender/platform/kivtext.h"
+#include "kivrender/platform/kivtypes.h"
 #include "support/rawrandom.h"
 #include "support/temphome.h"
-
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QString>
 
 #include <cmath>
 #include <csignal>
@@ -19,8 +17,8 @@
 
 namespace {
 
-QString qt(const std::filesystem::path& path) {
-    return QString::fromStdString(path.string());
+std::wstring wide(const std::filesystem::path& path) {
+    return kivFromUtf8(path.string());
 }
 
 // A state in which nothing has the value that it has in a new one.
@@ -159,32 +157,32 @@ void expectSame(const StudioState& a, const StudioState& b) {
     }
 }
 
-QByteArray bytesOf(const StudioState& state) {
-    return QJsonDocument(state.toJson()).toJson();
+std::string bytesOf(const StudioState& state) {
+    return state.toJson().indented();
 }
 
-QString load(const TempFolder& folder, const QByteArray& bytes, StudioState* state) {
-    folder.write("doc.selvarin", bytes.toStdString());
-    QString why;
-    return loadStudioDocument(qt(folder.path() / "doc.selvarin"), state, &why) ? QString() : why;
+std::wstring load(const TempFolder& folder, const std::string& bytes, StudioState* state) {
+    folder.write("doc.selvarin", bytes);
+    std::wstring why;
+    return loadStudioDocument(wide(folder.path() / "doc.selvarin"), state, &why) ? std::wstring() : why;
 }
 
 // The text names the file and the trouble, in one line.
-void expectOneLine(const QString& why) {
-    EXPECT_TRUE(why.contains(QStringLiteral("doc.selvarin"))) << why.toStdString();
-    EXPECT_FALSE(why.contains(QLatin1Char('\n'))) << why.toStdString();
-    EXPECT_GT(why.size(), QStringLiteral("doc.selvarin").size() + 4);
+void expectOneLine(const std::wstring& why) {
+    EXPECT_NE(why.find(L"doc.selvarin"), std::wstring::npos) << kivToUtf8(why);
+    EXPECT_EQ(why.find(L'\n'), std::wstring::npos) << kivToUtf8(why);
+    EXPECT_GT(why.size(), std::wstring(L"doc.selvarin").size() + 4);
 }
 
-QJsonObject changed(const QJsonObject& json, const char* key, const QJsonValue& value) {
-    QJsonObject copy = json;
-    copy[QLatin1String(key)] = value;
+Json changed(const Json& json, const char* key, const Json& value) {
+    Json copy = json;
+    copy[key] = value;
     return copy;
 }
 
 // One object with a look of its own.
-QJsonArray groupOf(const QJsonValue& object) {
-    return {QJsonObject{{"objects", QJsonArray{object}}, {"look", QJsonArray{}}}};
+Json groupOf(const Json& object) {
+    return JsonArray{JsonObject{{"objects", JsonArray{object}}, {"look", Json::Array()}}};
 }
 
 KivMemoryDataManager streamOf(int cells, int first) {
@@ -201,20 +199,20 @@ KivMemoryDataManager streamOf(int cells, int first) {
 TEST(StudioDocument, AFileGivesBackEveryField) {
     const TempFolder folder;
     const StudioState saved = fullState();
-    QString why;
-    ASSERT_TRUE(saveStudioDocument(qt(folder.path() / "doc.selvarin"), saved, &why)) << why.toStdString();
+    std::wstring why;
+    ASSERT_TRUE(saveStudioDocument(wide(folder.path() / "doc.selvarin"), saved, &why)) << kivToUtf8(why);
     StudioState loaded;
-    ASSERT_TRUE(loadStudioDocument(qt(folder.path() / "doc.selvarin"), &loaded, &why)) << why.toStdString();
+    ASSERT_TRUE(loadStudioDocument(wide(folder.path() / "doc.selvarin"), &loaded, &why)) << kivToUtf8(why);
     expectSame(saved, loaded);
     EXPECT_TRUE(saved == loaded);
-    EXPECT_TRUE(loaded.unknown.isEmpty());
+    EXPECT_TRUE(loaded.unknown.toObject().empty());
     EXPECT_EQ(folder.count(), 1U) << "nothing stays beside the file";
 }
 
 TEST(StudioDocument, ANewDocumentGivesItselfBack) {
     const TempFolder folder;
     StudioState loaded = fullState();
-    EXPECT_EQ(load(folder, bytesOf(StudioState::fresh()), &loaded), QString());
+    EXPECT_EQ(load(folder, bytesOf(StudioState::fresh()), &loaded), std::wstring());
     expectSame(StudioState::fresh(), loaded);
 }
 
@@ -237,10 +235,10 @@ TEST(StudioDocument, EqualStatesAreEqualAndEachFieldCounts) {
 }
 
 TEST(StudioDocument, IsReadableTextWithAFormatNumber) {
-    const QByteArray bytes = bytesOf(fullState());
-    EXPECT_TRUE(bytes.contains("\n    \"selvarin\": 2"));
-    EXPECT_TRUE(bytes.contains("caf\xC3\xA9")) << "texts are UTF-8";
-    EXPECT_TRUE(bytes.contains("\"nan\""));
+    const std::string bytes = bytesOf(fullState());
+    EXPECT_TRUE(bytes.find("\n    \"selvarin\": 2") != std::string::npos);
+    EXPECT_TRUE(bytes.find("caf\xC3\xA9") != std::string::npos) << "texts are UTF-8";
+    EXPECT_TRUE(bytes.find("\"nan\"") != std::string::npos);
     EXPECT_EQ(bytes, bytesOf(fullState())) << "the same state is the same text";
 }
 
@@ -268,17 +266,17 @@ TEST(StudioDocument, CopiesShareTheirLooksUntilOneIsChanged) {
 
 TEST(StudioDocument, ALookOfManyObjectsIsWrittenOnce) {
     const TempFolder folder;
-    const QString file = qt(folder.path() / "doc.selvarin");
+    const std::wstring file = wide(folder.path() / "doc.selvarin");
     StudioState state = StudioState::fresh();
     for (int i = 0; i < 3'000; ++i) {
         // Half of them equal, but each for itself in memory.
         state.objects.edit()[i] = streamOf(200, i % 2 == 0 ? 0 : 1000);
     }
-    QString why;
-    ASSERT_TRUE(saveStudioDocument(file, state, &why)) << why.toStdString();
+    std::wstring why;
+    ASSERT_TRUE(saveStudioDocument(file, state, &why)) << kivToUtf8(why);
     EXPECT_LT(std::filesystem::file_size(folder.path() / "doc.selvarin"), 300'000U);
     StudioState loaded;
-    ASSERT_TRUE(loadStudioDocument(file, &loaded, &why)) << why.toStdString();
+    ASSERT_TRUE(loadStudioDocument(file, &loaded, &why)) << kivToUtf8(why);
     EXPECT_TRUE(loaded == state);
     EXPECT_TRUE(loaded.objects.at(4).shares(loaded.objects.at(2'998)));
     EXPECT_FALSE(loaded.objects.at(4).shares(loaded.objects.at(5)));
@@ -294,24 +292,24 @@ TEST(StudioDocument, OlderProgramsCanReadWhatHasNothingNew) {
 
 TEST(StudioDocument, TheFirstFormIsStillRead) {
     const TempFolder folder;
-    QJsonObject json = fullState().toJson();
+    Json json = fullState().toJson();
     json.remove("objectLooks");
     json["selvarin"] = 1;
-    const QJsonArray own{QJsonArray{"text", "own"}};
-    json["objects"] = QJsonObject{{"0", own}, {"3", own}, {"17", QJsonArray{QJsonArray{"int", 5}}}};
+    const Json own = JsonArray{JsonArray{"text", "own"}};
+    json["objects"] = JsonObject{{"0", own}, {"3", own}, {"17", JsonArray{JsonArray{"int", 5}}}};
     StudioState expected = fullState();
     expected.objects.edit()[3] = StudioLook(expected.objects.at(0));
     StudioState loaded;
-    ASSERT_EQ(load(folder, QJsonDocument(json).toJson(), &loaded), QString());
+    ASSERT_EQ(load(folder, json.indented(), &loaded), std::wstring());
     expectSame(expected, loaded);
     EXPECT_TRUE(loaded.objects.at(0).shares(loaded.objects.at(3)));
-    EXPECT_TRUE(loaded.unknown.isEmpty());
+    EXPECT_TRUE(loaded.unknown.toObject().empty());
 }
 
 TEST(StudioDocument, WhatCouldNotBeReadAgainIsNotWritten) {
     const TempFolder folder;
-    const QString file = qt(folder.path() / "doc.selvarin");
-    QString why;
+    const std::wstring file = wide(folder.path() / "doc.selvarin");
+    std::wstring why;
     ASSERT_TRUE(saveStudioDocument(file, fullState(), &why));
     std::vector<StudioState> bad(4, StudioState::fresh());
     bad[0].lights.resize(1001);
@@ -333,23 +331,23 @@ TEST(StudioDocument, WhatCouldNotBeReadAgainIsNotWritten) {
         EXPECT_FALSE(saveStudioDocument(file, state, &why));
         expectOneLine(why);
         StudioState kept;
-        ASSERT_TRUE(loadStudioDocument(file, &kept, &why)) << why.toStdString();
+        ASSERT_TRUE(loadStudioDocument(file, &kept, &why)) << kivToUtf8(why);
         expectSame(fullState(), kept);
     }
     bad[0].lights.resize(1000);
-    ASSERT_TRUE(saveStudioDocument(file, bad[0], &why)) << why.toStdString();
+    ASSERT_TRUE(saveStudioDocument(file, bad[0], &why)) << kivToUtf8(why);
     StudioState most;
-    EXPECT_TRUE(loadStudioDocument(file, &most, &why)) << why.toStdString();
+    EXPECT_TRUE(loadStudioDocument(file, &most, &why)) << kivToUtf8(why);
 }
 
 TEST(StudioDocument, KeysOfANewerProgramAreKept) {
     const TempFolder folder;
-    QJsonObject json = fullState().toJson();
-    const QJsonObject extra{{"deep", QJsonArray{1, "two", QJsonObject{{"three", 3.5}}}}};
+    Json json = fullState().toJson();
+    const Json extra = JsonObject{{"deep", JsonArray{1, "two", JsonObject{{"three", 3.5}}}}};
     json["fog"] = extra;
     StudioState loaded;
-    ASSERT_EQ(load(folder, QJsonDocument(json).toJson(), &loaded), QString());
-    EXPECT_EQ(loaded.toJson()["fog"].toObject(), extra);
+    ASSERT_EQ(load(folder, json.indented(), &loaded), std::wstring());
+    EXPECT_EQ(loaded.toJson()["fog"], extra);
     expectSame(fullState(), loaded);
 }
 
@@ -361,62 +359,61 @@ TEST(StudioDocument, AFolderThatWasMovedFindsItsModels) {
     folder.write("elsewhere/b.obj", "v 0 0 0\n");
     StudioState state = StudioState::fresh();
     state.models = {folder.wide("old/parts/a.obj"), folder.wide("elsewhere/b.obj"), L"/nowhere/c.obj"};
-    QString why;
-    ASSERT_TRUE(saveStudioDocument(qt(folder.path() / "old/doc.selvarin"), state, &why));
+    std::wstring why;
+    ASSERT_TRUE(saveStudioDocument(wide(folder.path() / "old/doc.selvarin"), state, &why));
     StudioState loaded;
-    ASSERT_TRUE(loadStudioDocument(qt(folder.path() / "old/doc.selvarin"), &loaded, &why));
+    ASSERT_TRUE(loadStudioDocument(wide(folder.path() / "old/doc.selvarin"), &loaded, &why));
     EXPECT_EQ(loaded.models, state.models);
     std::filesystem::rename(folder.path() / "old", folder.path() / "new");
-    ASSERT_TRUE(loadStudioDocument(qt(folder.path() / "new/doc.selvarin"), &loaded, &why));
+    ASSERT_TRUE(loadStudioDocument(wide(folder.path() / "new/doc.selvarin"), &loaded, &why));
     EXPECT_EQ(loaded.models, (std::vector<std::wstring>{folder.wide("new/parts/a.obj"), folder.wide("elsewhere/b.obj"),
                                                         L"/nowhere/c.obj"}));
 }
 
 TEST(StudioDocument, WhatIsNoDocumentIsRefusedInOneLineAndChangesNothing) {
     const TempFolder folder;
-    const QJsonObject good = fullState().toJson();
-    const QByteArray whole = QJsonDocument(good).toJson();
-    QByteArray deep(100'000, '[');
-    deep.append(QByteArray(100'000, ']'));
-    const auto text = [](const QJsonObject& json) { return QJsonDocument(json).toJson(); };
-    const QByteArray bad[] = {
+    const Json good = fullState().toJson();
+    const std::string whole = good.indented();
+    const std::string deep = std::string(100'000, '[') + std::string(100'000, ']');
+    const auto text = [](const Json& json) { return json.indented(); };
+    const std::string bad[] = {
         "",
         "no document",
         "[]",
         "{}",
         "{\"selvarin\": 1",
         "{\"selvarin\": \"\xFF\xFE\"}",
-        QByteArray(1000, '\0'),
+        std::string(1000, '\0'),
         deep,
         "{\"fog\": " + deep + "}",
-        whole.left(whole.size() / 2),
+        whole.substr(0, whole.size() / 2),
         text(changed(good, "selvarin", 0)),
         text(changed(good, "selvarin", -1)),
         text(changed(good, "selvarin", 4)),
         text(changed(good, "selvarin", "1")),
-        text(changed(good, "models", QJsonArray{QJsonObject{{"path", ""}}})),
-        text(changed(good, "models", QJsonArray{7})),
+        text(changed(good, "models", JsonArray{JsonObject{{"path", ""}}})),
+        text(changed(good, "models", JsonArray{7})),
         text(changed(good, "look", "text")),
-        text(changed(good, "look", QJsonArray{7})),
-        text(changed(good, "look", QJsonArray{QJsonArray{"int"}})),
-        text(changed(good, "look", QJsonArray{QJsonArray{"monster", 1}})),
-        text(changed(good, "objects", QJsonObject{{"-1", QJsonArray{}}})),
-        text(changed(good, "objects", QJsonObject{{"99999999999", QJsonArray{}}})),
-        text(changed(good, "objects", QJsonObject{{"x", QJsonArray{}}})),
-        text(changed(good, "objects", QJsonObject{{"1", 5}})),
-        text(changed(good, "objectLooks", QJsonArray{5})),
-        text(changed(good, "objectLooks", QJsonArray{QJsonObject{{"objects", QJsonArray{1}}}})),
-        text(changed(good, "objectLooks", QJsonArray{QJsonObject{{"look", QJsonArray{}}}})),
+        text(changed(good, "look", JsonArray{7})),
+        text(changed(good, "look", JsonArray{JsonArray{"int"}})),
+        text(changed(good, "look", JsonArray{JsonArray{"monster", 1}})),
+        text(changed(good, "objects", JsonObject{{"-1", Json::Array()}})),
+        text(changed(good, "objects", JsonObject{{"99999999999", Json::Array()}})),
+        text(changed(good, "objects", JsonObject{{"x", Json::Array()}})),
+        text(changed(good, "objects", JsonObject{{"1", 5}})),
+        text(changed(good, "objectLooks", JsonArray{5})),
+        text(changed(good, "objectLooks", JsonArray{JsonObject{{"objects", JsonArray{1}}}})),
+        text(changed(good, "objectLooks", JsonArray{JsonObject{{"look", Json::Array()}}})),
         text(changed(good, "objectLooks", groupOf(-1))),
         text(changed(good, "objectLooks", groupOf(1.5))),
         text(changed(good, "objectLooks", groupOf(1'000'000))),
         text(changed(good, "objectLooks", groupOf("1"))),
     };
     int index = 0;
-    for (const QByteArray& bytes : bad) {
+    for (const std::string& bytes : bad) {
         StudioState state = fullState();
-        const QString why = load(folder, bytes, &state);
-        EXPECT_FALSE(why.isEmpty()) << index;
+        const std::wstring why = load(folder, bytes, &state);
+        EXPECT_FALSE(why.empty()) << index;
         expectOneLine(why);
         expectSame(fullState(), state);
         ++index;
@@ -425,18 +422,18 @@ TEST(StudioDocument, WhatIsNoDocumentIsRefusedInOneLineAndChangesNothing) {
 
 TEST(StudioDocument, TooMuchOfAnythingIsRefused) {
     const TempFolder folder;
-    QJsonArray cells;
+    Json cells;
     for (int i = 0; i < 200'001; ++i) {
-        cells.append(QJsonArray{"int", 1});
+        cells.append(JsonArray{"int", 1});
     }
-    QJsonArray lights;
+    Json lights;
     for (int i = 0; i < 1001; ++i) {
-        lights.append(QJsonObject());
+        lights.append(Json::Object());
     }
-    const QJsonObject good = StudioState::fresh().toJson();
-    for (const QJsonObject& json : {changed(good, "look", cells), changed(good, "lights", lights)}) {
+    const Json good = StudioState::fresh().toJson();
+    for (const Json& json : {changed(good, "look", cells), changed(good, "lights", lights)}) {
         StudioState state = fullState();
-        expectOneLine(load(folder, QJsonDocument(json).toJson(), &state));
+        expectOneLine(load(folder, json.indented(), &state));
         expectSame(fullState(), state);
     }
     // A file without an end is not read to it.
@@ -444,35 +441,35 @@ TEST(StudioDocument, TooMuchOfAnythingIsRefused) {
     std::filesystem::remove(file);
     std::filesystem::create_symlink("/dev/zero", file);
     StudioState state;
-    QString why;
-    EXPECT_FALSE(loadStudioDocument(qt(file), &state, &why));
+    std::wstring why;
+    EXPECT_FALSE(loadStudioDocument(wide(file), &state, &why));
     expectOneLine(why);
 }
 
 TEST(StudioDocument, FilesThatCantBeReadOrWrittenAreToldAndKept) {
     const TempFolder folder;
     StudioState state = fullState();
-    QString why;
-    EXPECT_FALSE(loadStudioDocument(qt(folder.path() / "doc.selvarin"), &state, &why));
+    std::wstring why;
+    EXPECT_FALSE(loadStudioDocument(wide(folder.path() / "doc.selvarin"), &state, &why));
     expectOneLine(why);
-    EXPECT_FALSE(saveStudioDocument(qt(folder.path() / "no/doc.selvarin"), state, &why));
+    EXPECT_FALSE(saveStudioDocument(wide(folder.path() / "no/doc.selvarin"), state, &why));
     expectOneLine(why);
     std::filesystem::create_directory(folder.path() / "doc.selvarin");
-    EXPECT_FALSE(saveStudioDocument(qt(folder.path() / "doc.selvarin"), state, &why));
+    EXPECT_FALSE(saveStudioDocument(wide(folder.path() / "doc.selvarin"), state, &why));
     expectOneLine(why);
-    EXPECT_FALSE(loadStudioDocument(qt(folder.path() / "doc.selvarin"), &state, &why));
+    EXPECT_FALSE(loadStudioDocument(wide(folder.path() / "doc.selvarin"), &state, &why));
     expectOneLine(why);
     expectSame(fullState(), state);
 }
 
 TEST(StudioDocument, AFullDiskLeavesTheOldFile) {
     const TempFolder folder;
-    const QString file = qt(folder.path() / "doc.selvarin");
-    QString why;
+    const std::wstring file = wide(folder.path() / "doc.selvarin");
+    std::wstring why;
     // One that fits into the buffers of the file and one that does not.
     for (const int cells : {0, 50'000}) {
         const StudioState saved = fullState();
-        ASSERT_TRUE(saveStudioDocument(file, saved, &why)) << why.toStdString();
+        ASSERT_TRUE(saveStudioDocument(file, saved, &why)) << kivToUtf8(why);
         StudioState larger = StudioState::fresh();
         larger.look.edit().setSaving();
         for (int i = 0; i < cells; ++i) {
@@ -484,8 +481,8 @@ TEST(StudioDocument, AFullDiskLeavesTheOldFile) {
             const rlimit few{100, 100}; // bytes of a file
             std::signal(SIGXFSZ, SIG_IGN);
             setrlimit(RLIMIT_FSIZE, &few);
-            QString reason;
-            const bool told = !saveStudioDocument(file, larger, &reason) && reason.startsWith(file) &&
+            std::wstring reason;
+            const bool told = !saveStudioDocument(file, larger, &reason) && reason.starts_with(file) &&
                               reason.size() > file.size() + 4;
             std::_Exit(told ? 0 : 1);
         }
@@ -493,7 +490,7 @@ TEST(StudioDocument, AFullDiskLeavesTheOldFile) {
         ASSERT_EQ(waitpid(child, &status, 0), child);
         EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << "the failure was not told";
         StudioState loaded;
-        ASSERT_TRUE(loadStudioDocument(file, &loaded, &why)) << why.toStdString();
+        ASSERT_TRUE(loadStudioDocument(file, &loaded, &why)) << kivToUtf8(why);
         EXPECT_TRUE(loaded == saved);
         EXPECT_EQ(folder.count(), 1U) << "nothing half-written stays";
     }
@@ -502,26 +499,26 @@ TEST(StudioDocument, AFullDiskLeavesTheOldFile) {
 TEST(StudioDocument, ValuesOutOfRangeAreBroughtIntoIt) {
     const TempFolder folder;
     const StudioState fresh = StudioState::fresh();
-    const QJsonObject good = fresh.toJson();
-    QJsonObject json = good;
-    json["camera"] = QJsonObject{{"target", QJsonArray{"nan", "inf", 1e300}},
-                                 {"distance", -5},
-                                 {"yaw", "inf"},
-                                 {"pitch", 99},
-                                 {"up", 7},
-                                 {"fov", 1e9}};
-    json["lights"] = QJsonArray{QJsonObject{{"angle", -4}, {"colour", "#GGGGGG"}, {"kind", "laser"}}, 5};
-    QJsonObject options = good["options"].toObject();
+    const Json good = fresh.toJson();
+    Json json = good;
+    json["camera"] = JsonObject{{"target", JsonArray{"nan", "inf", 1e300}},
+                                {"distance", -5},
+                                {"yaw", "inf"},
+                                {"pitch", 99},
+                                {"up", 7},
+                                {"fov", 1e9}};
+    json["lights"] = JsonArray{JsonObject{{"angle", -4}, {"colour", "#GGGGGG"}, {"kind", "laser"}}, 5};
+    Json options = good["options"];
     options["antialias"] = 99;
-    options["size"] = QJsonArray{-7, 2e9};
+    options["size"] = JsonArray{-7, 2e9};
     options["offset"] = "nan";
-    options["imageFile"] = QString(100'000, QLatin1Char('x'));
+    options["imageFile"] = std::string(100'000, 'x');
     options["shadows"] = "yes";
     json["options"] = options;
-    json["look"] = QJsonArray{QJsonArray{"int", 1e300}, QJsonArray{"short", -1}, QJsonArray{"char", "text"},
-                              QJsonArray{"float", 1e300}, QJsonArray{"long", 1.5}};
+    json["look"] = JsonArray{JsonArray{"int", 1e300}, JsonArray{"short", -1}, JsonArray{"char", "text"},
+                             JsonArray{"float", 1e300}, JsonArray{"long", 1.5}};
     StudioState state;
-    ASSERT_EQ(load(folder, QJsonDocument(json).toJson(), &state), QString());
+    ASSERT_EQ(load(folder, json.indented(), &state), std::wstring());
     EXPECT_EQ(state.camera.target.x, 0.0);
     EXPECT_TRUE(std::isfinite(state.camera.target.y));
     EXPECT_GT(state.camera.distance, 0.0);
@@ -547,29 +544,29 @@ TEST(StudioDocument, ValuesOutOfRangeAreBroughtIntoIt) {
 
 TEST(StudioDocument, MutatedDocumentsDoNoHarm) {
     RawRandom random(31);
-    const QByteArray good = bytesOf(fullState());
+    const std::string good = bytesOf(fullState());
     const char* const pieces[] = {"null", "-1",   "1e308", "\"nan\"", "[]",   "{}",      "99999999999", "\"\\ud800\"",
                                   "true", "\"\"", "[[",    "}}",      "\xFF", "\\u0000", ",",           "1.5"};
     int accepted = 0;
     int refused = 0;
     for (int round = 0; round < 4000; ++round) {
-        QByteArray bytes = good;
+        std::string bytes = good;
         for (unsigned int i = random.below(4) + 1; i > 0; --i) {
-            const int at = static_cast<int>(random.below(static_cast<unsigned int>(bytes.size())));
+            const std::size_t at = random.below(static_cast<unsigned int>(bytes.size()));
             switch (random.below(5)) {
             case 0:
                 bytes[at] = static_cast<char>(random.below(256));
                 break;
             case 1:
-                bytes.remove(at, static_cast<int>(random.below(40)));
+                bytes.erase(at, random.below(40));
                 break;
             case 2:
                 bytes.insert(at, pieces[random.below(std::size(pieces))]);
                 break;
             case 3: { // another value for a key or an item
-                const int from = static_cast<int>(bytes.indexOf(": ", at));
-                const int to = static_cast<int>(bytes.indexOf('\n', from));
-                if (from > 0 && to > from) {
+                const std::size_t from = bytes.find(": ", at);
+                const std::size_t to = bytes.find('\n', from);
+                if (from != std::string::npos && to != std::string::npos) {
                     bytes.replace(from + 2, to - from - 3, pieces[random.below(std::size(pieces))]);
                 }
                 break;
@@ -578,25 +575,26 @@ TEST(StudioDocument, MutatedDocumentsDoNoHarm) {
                 bytes[at] = static_cast<char>('0' + random.below(10));
                 break;
             }
-            if (bytes.isEmpty()) {
+            if (bytes.empty()) {
                 bytes = "{";
             }
         }
         StudioState state = StudioState::fresh();
-        QString why;
-        const bool isObject = QJsonDocument::fromJson(bytes).isObject();
-        if (!isObject || !state.fromJson(QJsonDocument::fromJson(bytes).object(), {}, &why)) {
+        std::wstring why;
+        const Json json = Json::parse(bytes).value_or(Json());
+        const bool isObject = json.isObject();
+        if (!isObject || !state.fromJson(json, {}, &why)) {
             ++refused;
             ASSERT_TRUE(state == StudioState::fresh());
-            ASSERT_EQ(isObject, !why.isEmpty());
+            ASSERT_EQ(isObject, !why.empty());
             continue;
         }
         ++accepted;
         // The understood part is kept.
         StudioState again;
-        ASSERT_TRUE(again.fromJson(QJsonDocument::fromJson(bytesOf(state)).object(), {}, &why)) << why.toStdString();
-        ASSERT_EQ(bytesOf(again), bytesOf(state)) << bytes.toStdString();
-        ASSERT_TRUE(again == state) << bytes.toStdString();
+        ASSERT_TRUE(again.fromJson(Json::parse(bytesOf(state)).value_or(Json()), {}, &why)) << kivToUtf8(why);
+        ASSERT_EQ(bytesOf(again), bytesOf(state)) << bytes;
+        ASSERT_TRUE(again == state) << bytes;
     }
     EXPECT_GT(accepted, 200) << "the mutations are too rough to test anything";
     EXPECT_GT(refused, 400);

@@ -1,6 +1,4 @@
-#include "apps/studio/drawingjson.h"
-
-#include <QJsonArray>
+#include "apps/document/drawingjson.h"
 
 #include <algorithm>
 #include <array>
@@ -19,17 +17,17 @@ constexpr double largestPaper = 1e5;
 constexpr double widestPen = 100.0;
 constexpr double largestRatio = 1e9; // of a scale, and of a unit to a millimetre
 
-template <class Names> int indexOf(const Names& names, const QJsonValue& value, int otherwise) {
-    const QString text = value.toString();
+template <class Names> int indexOf(const Names& names, const Json& value, int otherwise) {
+    const std::string& text = value.toString();
     for (std::size_t i = 0; i < names.size(); ++i) {
-        if (text == QLatin1String(names[i])) {
+        if (text == names[i]) {
             return static_cast<int>(i);
         }
     }
     return otherwise;
 }
 
-double within(const QJsonValue& value, double low, double high, double otherwise) {
+double within(const Json& value, double low, double high, double otherwise) {
     const double number = value.toDouble(otherwise);
     return std::isfinite(number) ? std::clamp(number, low, high) : otherwise;
 }
@@ -42,21 +40,21 @@ DrawingOptions plainDrawingOptions() {
     return options;
 }
 
-QJsonObject drawingObject(const DrawingOptions& options) {
+Json drawingJson(const DrawingOptions& options) {
     const KivSheet& sheet = options.sheet;
-    QJsonObject json{{"areas", areaNames[static_cast<std::size_t>(options.areas)]},
-                     {"page", pageNames[static_cast<std::size_t>(sheet.page)]},
-                     {"paper", QJsonArray{sheet.width, sheet.height}},
-                     {"margin", sheet.margin},
-                     {"scale", sheet.scale},
-                     {"hidden", hiddenNames[static_cast<std::size_t>(sheet.hidden)]}};
+    Json json = JsonObject{{"areas", areaNames[static_cast<std::size_t>(options.areas)]},
+                           {"page", pageNames[static_cast<std::size_t>(sheet.page)]},
+                           {"paper", JsonArray{sheet.width, sheet.height}},
+                           {"margin", sheet.margin},
+                           {"scale", sheet.scale},
+                           {"hidden", hiddenNames[static_cast<std::size_t>(sheet.hidden)]}};
     if (options.unitsChosen) {
         json["unit"] = sheet.modelUnit;
     }
-    QJsonObject pens;
+    Json pens = Json::Object();
     for (int kind = 0; kind < kivStrokeKinds; ++kind) {
         if (sheet.pen[kind] > 0.0) {
-            pens[QLatin1String(kivNameOf(static_cast<KivStrokeKind>(kind)))] = sheet.pen[kind];
+            pens[kivNameOf(static_cast<KivStrokeKind>(kind))] = sheet.pen[kind];
         }
     }
     if (sheet.hiddenPen > 0.0) {
@@ -66,14 +64,14 @@ QJsonObject drawingObject(const DrawingOptions& options) {
     return json;
 }
 
-DrawingOptions readDrawingOptions(const QJsonObject& json) {
+DrawingOptions readDrawingOptions(const Json& json) {
     DrawingOptions options = plainDrawingOptions();
     KivSheet& sheet = options.sheet;
     options.areas =
         static_cast<KivDrawingCollector::Areas>(indexOf(areaNames, json["areas"], static_cast<int>(options.areas)));
     sheet.page = static_cast<KivSheet::Page>(indexOf(pageNames, json["page"], static_cast<int>(sheet.page)));
     sheet.hidden = static_cast<KivSheet::Hidden>(indexOf(hiddenNames, json["hidden"], static_cast<int>(sheet.hidden)));
-    const QJsonArray paper = json["paper"].toArray();
+    const Json& paper = json["paper"];
     sheet.width = within(paper.at(0), smallestPaper, largestPaper, sheet.width);
     sheet.height = within(paper.at(1), smallestPaper, largestPaper, sheet.height);
     sheet.margin = within(json["margin"], 0.0, largestPaper, sheet.margin);
@@ -82,10 +80,9 @@ DrawingOptions readDrawingOptions(const QJsonObject& json) {
     if (options.unitsChosen) {
         sheet.modelUnit = within(json["unit"], 1.0 / largestRatio, largestRatio, sheet.modelUnit);
     }
-    const QJsonObject pens = json["pens"].toObject();
+    const Json& pens = json["pens"];
     for (int kind = 0; kind < kivStrokeKinds; ++kind) {
-        const QLatin1String name(kivNameOf(static_cast<KivStrokeKind>(kind)));
-        sheet.pen[kind] = within(pens[name], 0.0, widestPen, 0.0);
+        sheet.pen[kind] = within(pens[kivNameOf(static_cast<KivStrokeKind>(kind))], 0.0, widestPen, 0.0);
     }
     sheet.hiddenPen = within(pens["hidden"], 0.0, widestPen, 0.0);
     return options;

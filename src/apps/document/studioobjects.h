@@ -1,6 +1,6 @@
 // Which objects of a model are drawn, which are seen through, and which have another colour than their file gives them.
-#ifndef APPS_STUDIO_STUDIOOBJECTS_H
-#define APPS_STUDIO_STUDIOOBJECTS_H
+#ifndef APPS_DOCUMENT_STUDIOOBJECTS_H
+#define APPS_DOCUMENT_STUDIOOBJECTS_H
 
 #include <cstdint>
 #include <map>

@@ -1,17 +1,16 @@
 // The options of vector drawings in documents and in the program's memory.
-#ifndef APPS_STUDIO_DRAWINGJSON_H
-#define APPS_STUDIO_DRAWINGJSON_H
+#ifndef APPS_DOCUMENT_DRAWINGJSON_H
+#define APPS_DOCUMENT_DRAWINGJSON_H
 
 #include "apps/common/drawingoptions.h"
-
-#include <QJsonObject>
+#include "apps/document/json.h"
 
 // As a new document has them: the picture's frame, whole areas, nothing hidden.
 DrawingOptions plainDrawingOptions();
 
-QJsonObject drawingObject(const DrawingOptions& options);
+Json drawingJson(const DrawingOptions& options);
 // A missing or invalid value is as in a new document; numbers are brought into their range.
-DrawingOptions readDrawingOptions(const QJsonObject& json);
+DrawingOptions readDrawingOptions(const Json& json);
 
 bool operator==(const DrawingOptions& a, const DrawingOptions& b);
 

@@ -124,7 +124,7 @@ std::vector<kivimport::Vec3> pointsOf(const py::array& array, const std::string&
     return points;
 }
 
-// The top bit tells whether a number is below 0 or not below the limit: without a branch a loop of these is quick.
+// The top bit says whether a number is below 0 or not below the limit: without a branch a loop of these is quick.
 template <class Number> std::uint64_t signsOf(Number value, std::uint64_t limit) {
     const auto wide = static_cast<std::uint64_t>(value);
     return wide | (limit - 1 - wide);

@@ -39,7 +39,7 @@ std::vector<std::string> placesOf(std::string name, const fs::path& folder) {
     return places;
 }
 
-// The first of a material's pictures that could be read; of none the first tells why.
+// The first of a material's pictures that could be read; of none the first says why.
 void takeFirst(ModelParts& parts, Material& material, const std::vector<std::string>& places,
                const std::map<std::string, std::uint32_t>& numbers) {
     if (places.empty()) {

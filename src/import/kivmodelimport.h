@@ -13,6 +13,12 @@
 // diffuse colour, and all of it beside them (scene/kivmeshpaint.h).
 //
 // Meshes of CAD files have the normals of the exact surfaces, and their edges beside them (scene/kivmeshedges.h).
+//
+//     KivModel model;
+//     std::wstring message;
+//     if (!kivImportModels({L"car.glb"}, KivModelOptions(), model, message)) {
+//         report(message); // one line: which file, why, and what would help
+//     }
 #ifndef IMPORT_KIVMODELIMPORT_H
 #define IMPORT_KIVMODELIMPORT_H
 

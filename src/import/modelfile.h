@@ -10,7 +10,7 @@
 
 namespace kivimport {
 
-// Throws ImportError if there is no such file, if it is no plain file, is empty or larger than maxSize bytes.
+// Throws ImportError if there is no such file, if it is not a plain file, is empty or larger than maxSize bytes.
 void checkModelFile(const std::string& path, std::uint64_t maxSize);
 
 class ModelFile {

@@ -56,7 +56,7 @@ inline bool isFinite(const Vec3& a) {
     return std::isfinite(a.x) && std::isfinite(a.y) && std::isfinite(a.z);
 }
 
-// A coordinate beyond this is no model's: squares and volumes made of it would leave the range of the arithmetic.
+// A coordinate beyond this is not a model's: squares and volumes made of it would leave the range of the arithmetic.
 inline constexpr double maxCoordinate = 1e30;
 
 inline bool isUsable(const Vec3& a) {

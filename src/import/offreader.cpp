@@ -33,7 +33,7 @@ bool takePrefix(std::string_view& word, std::string_view prefix) {
     return true;
 }
 
-// Nothing for a word that is no keyword of the format.
+// Nothing for a word that is not a keyword of the format.
 std::optional<Header> headerOf(std::string_view keyword) {
     Header header;
     header.hasTexturePlaces = takePrefix(keyword, "ST");
@@ -282,7 +282,7 @@ private:
         checkElements(surface.corners.size() / 3, limits);
     }
 
-    // Components are given from 0 to 1 or from 0 to 255; one number above 1 tells which.
+    // Components are given from 0 to 1 or from 0 to 255; one number above 1 says which.
     Vec3 scaled(const Vec3& colour) const {
         return largestComponent > 1.0 ? colour * (1.0 / 255.0) : colour;
     }

@@ -1,7 +1,7 @@
 // What the importer and the program that reads foreign files say to each other.
 //
 // The importer sends one request. The reader first says hello, tells its progress while it works, and ends with one
-// answer; or it ends without one, and then its exit status or the signal that it died of tells why.
+// answer; or it ends without one, and then its exit status or the signal that it died of says why.
 #ifndef IMPORT_READERPROTOCOL_H
 #define IMPORT_READERPROTOCOL_H
 

@@ -140,7 +140,7 @@ double TextScanner::number(const char* what) {
         throw error(std::string(what) + " is expected, found " + wordAt());
     }
     if (problem == std::errc::result_out_of_range) {
-        // Too small to be told from zero is no error.
+        // Too small to be told from zero is not an error.
         const std::string_view digits{at, static_cast<std::size_t>(end - at)};
         if (digits.find("e-") == std::string_view::npos && digits.find("E-") == std::string_view::npos) {
             throw error(std::string(what) + " is too large, found " + wordAt());

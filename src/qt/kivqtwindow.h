@@ -2,6 +2,12 @@
 //
 // Controls are the widgets below that have the dynamic property "control", a number. What they may be: any button, line
 // edit, label, combo box, list (QListWidget) or tree (QTreeWidget), KivNumberField, KivColorField, KivPageTabs.
+//
+// A host that shows dialogs of the library needs it in one place alone: as the parent of dialogs, around its own main
+// window. KivQtToolkit makes all others from the forms (.ui) of a plug-in or language module.
+//
+// All calls on the thread of the windows. A control that the form does not have, or that is of another kind than a call
+// expects, is passed over: reading one gives an empty text, 0 or false, and writing one does nothing.
 #ifndef QT_KIVQTWINDOW_H
 #define QT_KIVQTWINDOW_H
 
@@ -35,51 +41,71 @@ public:
     // What happens to messages of dialogs to this window; nothing at first.
     void setReceiver(std::function<void(unsigned int, std::uintptr_t, std::intptr_t)> receiver);
 
+    // --- The window as a whole, as KivWindow declares it.
     void show(bool visible) override;
     void enable(bool enabled) override;
     void setCaption(bool caption) override;
     void redraw() override;
+    // That of the form: a page's title on its tab.
     std::wstring getTitle() const override;
+    // In pixels of the desktop, as far as the form asks for.
     SIZE getClientSize() const override;
+    // One listener at a time; an empty function for none. It is called for changes by the user, and for those by the
+    // program.
     void setListener(std::function<void(const KivControlEvent&)> listener) override;
+    // Runs the event loop until endModal, whose number it returns, or until the user closes the window:
+    // kivControlCancel.
     int runModal() override;
     void endModal(int result) override;
+    // Hands a message of a dialog to whoever setReceiver has named.
     void receive(unsigned int message, std::uintptr_t wParam, std::intptr_t lParam) override;
 
+    // --- The controls by their numbers, in the order of the form.
     std::vector<int> getControls() const override;
     std::wstring getText(int control) const override;
+    // Of whatever shows one text: a label, a line edit, a button, the number in a KivNumberField.
     void setText(int control, const std::wstring& text) override;
     void enableControl(int control, bool enabled) override;
     void showControl(int control, bool visible) override;
     bool isControlEnabled(int control) const override;
     bool hasFocus(int control) const override;
+    // In pixels from the upper left corner of the window. False for a control that is not there.
     bool getControlRect(int control, RECT* out) const override;
     void placeControl(int control, const RECT& place) override;
     bool isListBox(int control) const override;
     void setToolTip(int control, const std::wstring& text) override;
+    // That several objects differ in it: a question mark, or a check box filled in half.
     void setVaried(int control, bool varied) override;
     bool isVaried(int control) const override;
+    // 0 for off, 1 for on, 2 for varied.
     int getCheck(int control) const override;
     void setCheck(int control, int state) override;
+    // Lists, combo boxes and trees. index: -1 for the end; image: the number of an icon of setImages, -1 for none.
     void insertItem(int control, int index, const std::wstring& text, int image) override;
     void removeItem(int control, int index) override;
     int getItemCount(int control) const override;
     std::wstring getItemText(int control, int index) const override;
     int getItemImage(int control, int index) const override;
+    // -1 for none.
     int getSelection(int control) const override;
     void setSelection(int control, int index) override;
     void setCheckable(int control) override;
     bool isItemChecked(int control, int index) const override;
     void checkItem(int control, int index, bool checked) override;
     void setItemBold(int control, int index, bool bold) override;
+    // icons: numbers of SVG files in the resources of that module.
     void setImages(int control, HINSTANCE resources, const std::vector<unsigned int>& icons) override;
     void setIcon(int control, HINSTANCE resources, unsigned int icon) override;
+    // The bitmap stays the caller's and is copied at once.
     void setPicture(int control, HBITMAP bitmap) override;
+    // Colours have red in the low byte.
     void setFill(int control, std::uint32_t color) override;
     void setLink(int control, std::uint32_t textColor) override;
     void beep() override;
+    // Shows the page, a window of this toolkit, in a control that is a frame; the page stays its owner's.
     void placeInside(int control, KivWindow* page) override;
 
+    // Keeps what Qt tells of the widgets: not for callers.
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:

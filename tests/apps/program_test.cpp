@@ -634,7 +634,7 @@ TEST(Program, TheUnitOfAModelDoesNotMatter) {
 TEST(Program, LooksAndSettings) {
     const ProgramFolder folder;
     const std::string box = writeBlueBox(folder);
-    // Compared as numbers: a whole picture is no message.
+    // Compared as numbers: a whole picture is not a message.
     const auto picture = [&](std::vector<std::string> more) {
         std::vector<std::string> arguments{"render", box, "-o", folder.path("l.png"), "-s", "160x120", "-q"};
         arguments.insert(arguments.end(), more.begin(), more.end());

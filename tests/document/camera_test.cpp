@@ -67,7 +67,7 @@ std::vector<Kiv3DPoint> boxCorners(double x, double y, double z) {
     return points;
 }
 
-// What has to hold whatever was done.
+// Invariants, whatever was done.
 void expectSound(const StudioCamera& camera) {
     for (const double number : {camera.target.x, camera.target.y, camera.target.z, camera.distance, camera.yaw,
                                 camera.pitch, camera.fov, camera.heightAtTarget()}) {

@@ -31,7 +31,7 @@ bool fails() {
     return true;
 }
 
-// What goes to a terminal, a pipe or a test's log is no file of the user's.
+// What goes to a terminal, a pipe or a test's log is not a file of the user's.
 bool isFile(int descriptor) {
     struct stat info = {};
     return descriptor > 2 && fstat(descriptor, &info) == 0 && S_ISREG(info.st_mode);

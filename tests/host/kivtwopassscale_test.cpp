@@ -229,7 +229,7 @@ TEST_F(Scaler, EqualSizesCopyAndKeepTheTopByte) {
     const Picture source{0xFF010203, 0x7F040506, 0x80070809, 0x010A0B0C};
     EXPECT_EQ(scaled(source, 2, 2, 2, 2), source);
     EXPECT_EQ(scaled(source, 2, 2, 2, 2, record), source);
-    EXPECT_TRUE(percents.empty()); // a copy is no walk over lines
+    EXPECT_TRUE(percents.empty()); // a copy is not a walk over lines
 }
 
 TEST_F(Scaler, ARealPassClearsTheTopByte) {
@@ -284,7 +284,7 @@ TEST_F(Scaler, ASizeOfZeroIsNull) {
     EXPECT_EQ(scaler.scale(source.data(), 2, 2, 2, 0), nullptr);
 }
 
-// What is in a picture keeps its place, and so the mirrored picture becomes the mirrored one.
+// Scaling keeps places: the mirrored picture scales to the mirrored result.
 TEST_F(Scaler, CentredPicturesKeepTheirPlace) {
     std::mt19937 random(11);
     for (const auto& [sw, sh, dw, dh] : {std::array{24U, 16U, 12U, 8U}, std::array{24U, 16U, 6U, 4U},

@@ -394,7 +394,7 @@ TEST(KivFeatureEdges, EndsOfASurfaceThatNamesItsEdgesAreNoBorders) {
     EXPECT_EQ(edgesOfKind(edges, KivFeatureKind::crease), std::set<Pair>({{4, 5}}));
 }
 
-// The point beyond tells whether the end of a mesh is an outline.
+// The point beyond says whether the end of a mesh is an outline.
 TEST(KivFeatureEdges, AnEndWithSomethingBeyondMayBeAFold) {
     KivSurface sheet;
     sheet.points = {{0.0, 0.0, 0.0}, {1.0, 0.0, 0.0}, {0.0, 1.0, 0.0}};

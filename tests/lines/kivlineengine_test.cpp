@@ -281,7 +281,7 @@ TEST(KivLineEngine, FacetsThatShowKeepTheirEdges) {
     EXPECT_EQ(ofKind(lines, Kind::contour).size(), 1U);
 }
 
-// A turned part of few steps: its bends of 34 degrees are no creases, and its outline is that of its steps all the
+// A turned part of few steps: its bends of 34 degrees are not creases, and its outline is that of its steps all the
 // same.
 TEST(KivLineEngine, BendsBetweenWideFacetsAreNotRounded) {
     const std::vector<std::pair<double, double>> profile = {{0.0, 0.0},  {0.5, 0.0}, {0.5, 1.1},

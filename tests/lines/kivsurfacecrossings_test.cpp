@@ -291,7 +291,7 @@ TEST(KivSurfaceCrossings, PollsAllTheTime) {
     });
 }
 
-// As many crossings as pairs are no lines of a shape, and would take time with the square of the triangles.
+// As many crossings as pairs are not lines of a shape, and would take time with the square of the triangles.
 TEST(KivSurfaceCrossings, AHeapOfTrianglesHasNone) {
     RawRandom random(7);
     const auto soupOf = [&random](int triangles) {

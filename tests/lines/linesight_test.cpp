@@ -214,7 +214,7 @@ private:
         const KivPicturePoint from = view.toPicture(view.toCamera(a));
         const KivPicturePoint to = view.toPicture(view.toCamera(b));
         const double length = std::hypot(to.x - from.x, to.y - from.y);
-        // What is seen for less than three pixels to both sides is a speck.
+        // A line seen for less than three pixels to both sides is a speck.
         const int steps = static_cast<int>(length / 3.0);
         for (int s = 1; s < steps; ++s) {
             const KivVec p = a + (b - a) * (static_cast<double>(s) / steps);

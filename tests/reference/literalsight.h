@@ -1,6 +1,6 @@
-// What can be seen of triangles that lie over one another, asked at every place where the answer can change: the sides
-// of all triangles cut the plane into cells, and each cell has a corner where two sides' lines meet. So a triangle is
-// seen if it is seen just beside such a corner, in one of the directions between the lines through it.
+// The visible parts of triangles that lie over one another, sampled at every place where the answer can change: the
+// sides of all triangles cut the plane into cells, and each cell has a corner where two sides' lines meet. So a
+// triangle is seen if it is seen just beside such a corner, in one of the directions between the lines through it.
 //
 // Corners of triangles have small whole coordinates, so that corners of cells lie well apart.
 #ifndef SELVARIN_TESTS_REFERENCE_LITERALSIGHT_H

@@ -59,7 +59,7 @@ struct LiteralWeld {
         return merged;
     }
 
-    // Whether both are the same place: equal numbers, or the same bits where they are no numbers.
+    // Whether both are the same place: equal numbers, or the same bits where they are not numbers.
     static bool samePlace(const Kiv3DPoint& a, const Kiv3DPoint& b) {
         const double left[3] = {a.x, a.y, a.z};
         const double right[3] = {b.x, b.y, b.z};

@@ -81,7 +81,7 @@ protected:
     static bool inSavingMode(KivDataManager& manager) {
         return manager.saveInt(0);
     }
-    // Undoes the fixture's load and tells whether another one is outstanding.
+    // Undoes the fixture's load and says whether another one is outstanding.
     bool anotherLoadIsOutstanding() {
         renderer.unloadShaders();
         const bool outstanding = KivShader::shaders() != 0;

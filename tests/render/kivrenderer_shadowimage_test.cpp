@@ -2,7 +2,7 @@
 //
 // Compared is what lies further than two pixels from the edges of things and of shadows, where a pixel is of one kind
 // as a whole. Spots count as points of light: volumes spread from their location whatever their cone, and the picture
-// tells what is hidden, not what a cone leaves out.
+// says what is hidden, not what a cone leaves out.
 #include "kivrender/platform/kivimage.h"
 #include "kivrender/scene/kivmesh.h"
 #include "kivrender/scene/kivmeshedges.h"

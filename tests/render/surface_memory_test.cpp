@@ -125,7 +125,7 @@ TEST_F(SurfaceTest, TheFileIsNamedReservedAndNotLeftBehind) {
         ASSERT_EQ(fstat(descriptor, &status), 0);
         EXPECT_EQ(status.st_size, 200 * 100 * 4 + 40);
         EXPECT_GE(status.st_blocks * 512, 200 * 100 * 4 + 40) << "the space is not reserved";
-        // What is written to the picture is in the file.
+        // Bytes written to the picture are in the file.
         info(surface.getHBitmap()).pixels[17] = 0xA5;
         std::uint8_t byte = 0;
         ASSERT_EQ(pread(descriptor, &byte, 1, 17), 1);

@@ -340,7 +340,7 @@ TEST(KivAverageDataManager, StandsOnTheSlotsOfItsBase) {
     EXPECT_EQ(vtableSlot(&KivAverageDataManager::rebuildObjectsDataFromAverageData), -1);
 }
 
-// What has to hold for any objects, over a few thousand small ones of few different values and unequal lengths.
+// Invariants of any objects, over a few thousand small ones of few different values and unequal lengths.
 class KivAverageDataManagerProperties : public testing::TestWithParam<std::uint32_t> {
 protected:
     KivProperty randomCell() {

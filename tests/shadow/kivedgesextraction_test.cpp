@@ -283,7 +283,7 @@ TEST(KivEdgesExtraction, AsksForACancelByCost) {
     const std::unique_ptr<KivMesh> grid = gridMesh(1500000);
     const KivMesh around = fan(700000);
     for (const KivMesh* mesh : {static_cast<const KivMesh*>(grid.get()), &around}) {
-        std::vector<edgeInfo> edges; // kept, as giving back its memory is no work of the call
+        std::vector<edgeInfo> edges; // kept, as giving back its memory is not a work of the call
         PollCost::expectAllowed([&] {
             edges.clear();
             KivEdgesExtraction::extractEdges(mesh, edges, nullptr, nullptr);

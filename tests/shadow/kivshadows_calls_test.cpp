@@ -129,7 +129,7 @@ protected:
 
 namespace {
 
-// What was drawn from arrays, in place of calls for each corner.
+// Draws from arrays, in place of calls for each corner.
 const float* arrayOfCorners = nullptr;
 struct Drawn {
     GLenum mode;

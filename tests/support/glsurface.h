@@ -58,7 +58,7 @@ public:
     KivBitmapManager& manager() {
         return surface;
     }
-    // What is drawn there now, from the bottom left, red in the low byte.
+    // The pixels drawn there now, from the bottom left, red in the low byte.
     static std::uint32_t pixel(int x, int y) {
         std::uint8_t bytes[4] = {};
         glReadPixels(x, y, 1, 1, GL_RGBA, GL_UNSIGNED_BYTE, bytes);

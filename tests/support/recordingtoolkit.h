@@ -233,7 +233,7 @@ public:
             record->tell(control, KivControlChange::edited);
         }
     }
-    // What is disabled can't keep the keyboard.
+    // A disabled control can't keep the keyboard.
     void enableControl(int control, bool enabled) override {
         record->controls[control].enabled = enabled;
         if (!enabled && record->focus == control) {
@@ -392,7 +392,7 @@ public:
         messages.push_back({owner, text, caption, kind});
         return kivAnswerOk;
     }
-    // What is set below is picked; nothing set is a cancel.
+    // The picker answers with the values below; without one it cancels.
     bool pickColor(HWND, std::uint32_t& color) override {
         color = pickedColor.value_or(color);
         return pickedColor.has_value();

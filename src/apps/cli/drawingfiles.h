@@ -15,7 +15,7 @@ public:
     explicit DrawingFiles(const DrawingOptions& wanted) : options(wanted) {}
 
     // Renders model's view into the drawing by way of render, which answers whether it came to its end. False if there
-    // is no drawing then.
+    // is not a drawing then.
     bool collect(const KivModel& model, const std::function<bool()>& render);
     bool isCollected() const {
         return isFilled;

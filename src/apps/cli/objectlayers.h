@@ -13,7 +13,7 @@
 std::vector<std::string> objectLabels(const std::vector<std::wstring>& meshNames);
 
 // For as long as it lives the other meshes of the scene are drawn by no shader: they hide what stands behind them. The
-// scene's lines and points, which are no mesh's, are left out. Without an object the scene is as it is.
+// scene's lines and points, which are not mesh's, are left out. Without an object the scene is as it is.
 class OnlyObject {
 public:
     OnlyObject(const KivScene& scene, std::optional<std::size_t> object);

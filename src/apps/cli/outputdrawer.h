@@ -1,4 +1,4 @@
-// Draws a scene into the files that a command names, and tells what went wrong.
+// Draws a scene into the files that a command names, and says what went wrong.
 #ifndef APPS_CLI_OUTPUTDRAWER_H
 #define APPS_CLI_OUTPUTDRAWER_H
 
@@ -59,7 +59,7 @@ public:
     const LayeredPicture* takeLayers(const KivScene& scene, const KivCamera& camera, const OutputFile& output,
                                      CliHost& host);
 
-    // A picture that is no file; null where there is none, for which lastProblem has the reason.
+    // A picture that is not a file; null where there is none, for which lastProblem has the reason.
     std::unique_ptr<KivImage> drawInMemory(const KivScene& scene, const KivCamera& camera, CliHost& host);
     unsigned long lastProblem() const {
         return lastError;

@@ -31,7 +31,7 @@ public:
     virtual ~FrameMaker() = default;
 
     virtual std::size_t count() const = 0;
-    // What has to fit into the picture where the view is not given, in place of the scene's points.
+    // The points that have to fit into the picture where the view is not given, in place of the scene's own.
     virtual std::vector<Kiv3DPoint> framed(const std::vector<Kiv3DPoint>& points, const KivModel& model) const = 0;
     // Whether the view of a model's own camera goes back until these points fit.
     virtual bool fitsOwnCamera() const = 0;

@@ -56,7 +56,7 @@ void SlurmArray::submit(const std::string& script, const std::string& folder, st
     words.push_back(script);
     while (!isInterrupted()) {
         const ProgramOutput said = runProgram(words, mostSecondsOfCommand);
-        // An answer that was lost is no submission that was.
+        // An answer that was lost is not a submission that was.
         if (said.status == 0 || numActive().value_or(0) > 0) {
             return;
         }

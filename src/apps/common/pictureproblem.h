@@ -12,7 +12,7 @@ enum class PictureProblem {
     noPicture,  // of another kind, broken, cut off or too large
 };
 
-// Reads the whole picture, since only that tells whether it is whole. An empty name is no problem.
+// Reads the whole picture, since only that says whether it is whole. An empty name is not a problem.
 PictureProblem problemOfPicture(const std::wstring& file);
 
 // The end of a complaint in English; empty for none.

@@ -1,4 +1,4 @@
-// What is said of documents that can't be read or written, by number from the language module.
+// Messages about documents that can't be read or written, by number from the language module.
 #ifndef APPS_DOCUMENT_DOCUMENTTEXTS_H
 #define APPS_DOCUMENT_DOCUMENTTEXTS_H
 

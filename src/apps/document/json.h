@@ -54,14 +54,14 @@ public:
 
     // A member of an object; null where there is none.
     const Json& operator[](std::string_view key) const;
-    // The same to be written: what is no object becomes one.
+    // The same to be written: what is not an object becomes one.
     Json& operator[](std::string_view key);
     // An item of an array; null where there is none.
     const Json& at(std::size_t index) const;
 
     bool contains(std::string_view key) const;
     void remove(std::string_view key);
-    void append(Json item); // what is no array becomes one
+    void append(Json item); // what is not an array becomes one
 
     bool operator==(const Json& other) const;
 

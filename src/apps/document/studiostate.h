@@ -39,7 +39,7 @@ struct StudioState {
 
     // folder: where the document is to stand; models are also named as seen from there. Empty for no such names.
     Json toJson(const std::wstring& folder = {}) const;
-    // False, with the state as it was and one line in *why, for what is no document. Values out of range are brought
+    // False, with the state as it was and one line in *why, for what is not a document. Values out of range are brought
     // into it.
     bool fromJson(const Json& json, const std::wstring& folder, std::wstring* why);
 

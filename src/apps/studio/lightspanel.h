@@ -25,7 +25,7 @@ class LightsPanel : public QWidget {
 public:
     explicit LightsPanel(QWidget* parent = nullptr);
 
-    // The lights in force; own tells whether they are the user's. A new light comes to stand where the camera sees it.
+    // The lights in force; own says whether they are the user's. A new light comes to stand where the camera sees it.
     void show(const std::vector<StudioLight>& lights, bool own, const StudioCamera& camera);
     // Where the model lies in the scene: places are shown in the coordinates of its file, which are those of the scene
     // by the scale, from the origin.

@@ -38,13 +38,13 @@ public:
     // The state with what stands in the panel.
     void write(StudioState* state) const;
 
-    // The style that the last change has chosen; empty if it was no choice of a style.
+    // The style that the last change has chosen; empty if it was not a choice of a style.
     QString chosenStyle() const;
 
     KivPropertiesDlg& dialog();
 
 signals:
-    // The user has changed the look; objects tells whether that of objects.
+    // The user has changed the look; objects says whether that of objects.
     void changed(bool objects);
     // The selected objects are to look like the picture again.
     void ownLooksDropped();

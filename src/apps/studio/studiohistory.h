@@ -19,8 +19,8 @@ public:
     void start(const StudioState& state);
     // The state after a change. text: the number of the text that names the change. A change of the same kind (above 0)
     // that comes within mergeTime of the last one becomes one step with it. now: milliseconds on any clock that goes
-    // on. A state that equals the present one is no step.
-    // name: of a step whose name is no text of the language, as that of a style; empty for none.
+    // on. A state that equals the present one is not a step.
+    // name: of a step whose name is not a text of the language, as that of a style; empty for none.
     void push(const StudioState& state, unsigned int text, int kind, std::int64_t now, const QString& name = {});
     // Nothing merges across this point.
     void endMerging();

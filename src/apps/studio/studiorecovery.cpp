@@ -21,7 +21,7 @@ QString lockOf(const QString& file) {
     return file + QStringLiteral(".lock");
 }
 
-// What saving will write: nothing that is no document of ours, whoever wrote the file.
+// What saving will write: nothing that is not a document of ours, whoever wrote the file.
 QString documentOf(const Json& json) {
     const QString document = QString::fromStdString(json[documentKey].toString());
     const bool isOurs =

@@ -1,4 +1,4 @@
-// The view of the model that the user turns: it shows the picture that it is given and tells what the hand does. With
+// The view of the model that the user turns: it shows the picture that it is given and says what the hand does. With
 // the left button one turns, with the middle one or Shift moves, with the wheel or the right one goes nearer; a click
 // selects.
 #ifndef APPS_STUDIO_STUDIOVIEW_H

@@ -20,7 +20,7 @@
 
 namespace {
 
-// What has its place in the tool bar too. The number of an action's text is that of its icon.
+// Actions that stand in the tool bar too. The number of an action's text is that of its icon.
 constexpr std::array toolBarActions = {StudioText::open,    StudioText::save,   StudioText::undo,
                                        StudioText::redo,    StudioText::fit,    StudioText::parallel,
                                        StudioText::options, StudioText::render, StudioText::savePicture};

@@ -36,7 +36,7 @@ std::string lowerCase(std::string text) {
     return text;
 }
 
-// 0 for a name that is no unit of length.
+// 0 for a name that is not a unit of length.
 double metresOf(const std::string& unitName) {
     struct Unit {
         std::string_view name;

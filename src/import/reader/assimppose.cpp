@@ -11,7 +11,7 @@ namespace {
 
 // Files that do not say are meant so, as Assimp's own viewer takes them.
 constexpr double usualTicks = 25.0;
-// Of morph targets; more is no model's.
+// Of morph targets; more is not a model's.
 constexpr unsigned int mostTargets = 4096;
 
 double ticksPerSecond(const aiAnimation& clip) {

@@ -21,7 +21,7 @@ public:
 
     bool Exists(const char* file) const override;
     char getOsSeparator() const override;
-    // Null for a file outside the folder, one that is no plain file, and any mode that writes.
+    // Null for a file outside the folder, one that is not a plain file, and any mode that writes.
     Assimp::IOStream* Open(const char* file, const char* mode) override;
     void Close(Assimp::IOStream* stream) override;
 

@@ -50,7 +50,7 @@ inline void checkLib3mf(LIB3MFRESULT result, NMR::PLib3MFBase* source) {
                       (text.empty() ? "no reason is known" : text.substr(0, text.find_first_of("\r\n"))) + ")");
 }
 
-// A text of source. get(char* text, ULONG size, ULONG* length): copies it, or tells how long it is if text is null.
+// A text of source. get(char* text, ULONG size, ULONG* length): copies it, or says how long it is if text is null.
 template <class Get> std::string lib3mfText(NMR::PLib3MFBase* source, Get get) {
     ULONG length = 0;
     checkLib3mf(get(nullptr, 0, &length), source);

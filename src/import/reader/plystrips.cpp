@@ -29,7 +29,7 @@ struct NumberType {
     enum class Kind { integer, unsignedInteger, real } kind = Kind::integer;
 };
 
-// Nothing for a name that is no type.
+// Nothing for a name that is not a type.
 std::optional<NumberType> numberType(std::string_view name) {
     using Kind = NumberType::Kind;
     static constexpr std::array<std::pair<std::string_view, NumberType>, 16> types{

@@ -1,5 +1,8 @@
 // A static control of a dialog that shows a colour and lets the user pick another with a click. The control belongs to
 // the dialog's window; without a window the colour is kept all the same.
+//
+// A page has one for each colour, as a member, and calls click when its window tells of a click on the control
+// (KivDialog::onControl). Copies would fight over one control: it is not meant to be copied once attached.
 #ifndef KIVRENDER_DIALOGS_KIVCOLORCONTROL_H
 #define KIVRENDER_DIALOGS_KIVCOLORCONTROL_H
 

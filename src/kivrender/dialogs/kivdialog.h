@@ -1,5 +1,15 @@
 // The base of all dialogs: logic over a window of the toolkit. The window is made from a dialog template of a resource
 // module and its controls are addressed by number; without a toolkit there is no window, and all else works.
+//
+// A dialog of a plug-in derives from it, reacts in onControl, and reads and writes controls through getWindow
+// (kivrender/platform/kivwindow.h):
+//
+//     void MyDialog::onControl(const KivControlEvent& event) {
+//         if (event.control == okButton) { ... }
+//     }
+//
+// All calls on the thread of the windows. Numbers of templates are those of the module's resources, numbers of controls
+// those that the template gives.
 #ifndef KIVRENDER_DIALOGS_KIVDIALOG_H
 #define KIVRENDER_DIALOGS_KIVDIALOG_H
 
@@ -18,6 +28,7 @@ public:
     explicit KivDialog(unsigned int templateId, HWND parent = nullptr, HINSTANCE resources = nullptr);
     KivDialog(const KivDialog&) = delete;
     KivDialog& operator=(const KivDialog&) = delete;
+    // Destroys the window.
     virtual ~KivDialog();
 
     // Makes the window, hidden; a former one is destroyed. Non-zero on success, 0 without a toolkit or a template.
@@ -27,6 +38,7 @@ public:
 
     // Null while there is none. It stays the dialog's.
     HWND getWindow() const;
+    // As the constructor or the last Create was given them.
     unsigned int getTemplateId() const;
     HWND getParent() const;
     HINSTANCE getResources() const;
@@ -41,6 +53,7 @@ protected:
     virtual void onControl(const KivControlEvent& event);
 
 private:
+    // What the window was, or is to be, made of.
     unsigned int currentTemplate;
     HWND owner;
     HINSTANCE module;

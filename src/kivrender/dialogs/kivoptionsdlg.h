@@ -1,6 +1,19 @@
 // The page on which a user edits the options of a render that belong to no shader (KivCommonSettings), kept in the
 // host's KivCommonDataManager; the aspect lock and the folder of the off-screen file are preferences of the user. The
 // host owns the window around it, and calls OnApply when that is confirmed and OnActivate when the page is shown.
+//
+// A host shows it as a page of its own dialog or as a dialog by itself:
+//
+//     KivOptionsDlg page;
+//     if (page.Create(&shaders, &common, {view.width, view.height}, window) != 0) {
+//         page.OnActivate(1);
+//         ...
+//         if (isConfirmed && !page.OnApply()) { ... } // the host's store refused
+//     }
+//
+// The template lies in the language module and the window comes from the toolkit (kivrender/platform/kivtoolkit.h);
+// without either Create fails, and settings are kept and loaded without a page as well. All calls on the thread of the
+// windows.
 #ifndef KIVRENDER_DIALOGS_KIVOPTIONSDLG_H
 #define KIVRENDER_DIALOGS_KIVOPTIONSDLG_H
 
@@ -18,11 +31,14 @@ class KIV_API KivOptionsDlg : public KivDialog {
 public:
     // The number of the template, which is in the language module, and of its controls.
     static constexpr unsigned int optionsTemplate = 12100;
+    // Names the controls of the template for hosts and tests that fill them in; numbers count on from 101 in this order
+    // and are part of the interface.
     enum Control {
         ambientCaption = 101,
         ambientColor,
         backgroundCaption,
         backgroundColor,
+        // The list of usual sizes; the last entry is the user's own size, which the two fields hold in pixels.
         sizeChoice,
         widthField,
         heightField,
@@ -31,29 +47,35 @@ public:
         antialiasNone, // radio buttons, in the order of the levels
         antialiasTwo,
         antialiasFour,
+        // Paths of images with the buttons that browse for them; empty for none.
         backgroundField,
         backgroundBrowse,
         paperField,
         paperBrowse,
+        // Which parts of a scene and which passes are drawn.
         isoparamsBox,
         dimensionsBox,
         transparenciesBox,
         shadowsBox,
+        // Which files a render writes, and under which name.
         saveShadowsBox,
         saveDepthBox,
         saveRenderBox,
         renderField,
         renderBrowse,
+        // Whether a drawing of lines and areas is made, its file, and how well its parts are ordered.
         vectorialBox,
         vectorField,
         vectorBrowse,
         speedFirst, // radio buttons
         speedSecond,
         simplifyBox,
+        // The folder of the off-screen file; empty for the system's.
         folderField,
         folderBrowse
     };
 
+    // parent: the window that dialogs of this page belong to, or null.
     explicit KivOptionsDlg(HWND parent = nullptr);
 
     using KivDialog::Create;
@@ -79,6 +101,7 @@ protected:
     void onControl(const KivControlEvent& event) override;
 
 private:
+    // --- From the stores to the controls.
     void fillResolutionCombo();
     void loadBlockAspectRatio();
     void loadVirtualMemoryFolder();
@@ -86,10 +109,12 @@ private:
     void showSize();
     void showPasses();
 
+    // --- And back.
     void saveBlockAspectRatio() const;
     void saveVirtualMemoryFolder() const;
     void fillCommonSettingsFromControls();
 
+    // --- What the user does. Each handler brings the controls in line that depend on the changed one.
     void onClicked(int control);
     void pickAmbientLight();
     void pickBackgroundColor();
@@ -101,12 +126,14 @@ private:
     void onWidth();
     void onHeight();
 
+    // --- Pickers; false if the user has cancelled.
     bool askForRenderFile();
     bool askForVectorFile();
     bool askForFile(int field, bool vectorial);
     void browseImage(int field);
     void browseFolder();
 
+    // --- Check boxes, and controls in groups.
     bool isOn(int control) const;
     void setOn(int control, bool on);
     void enableControls(std::initializer_list<int> controls, bool enabled);
@@ -118,10 +145,13 @@ private:
     KivStaticLink backgroundLink;
     KivColorControl ambientColorControl;
     KivColorControl backgroundColorControl;
+    // Values as OnApply would store them.
     int vectorSpeed = 0;
     int blockAspectRatio = 0;
     KivCommonSettings settings;
+    // Not owned.
     KivCommonDataManager* commonDataManager = nullptr;
+    // The proportions of Create, which the aspect lock keeps.
     SIZE aspectSize = {};
     bool customSize = false;
     KivDataManager* dataManager = nullptr;

@@ -3,6 +3,9 @@
 // and its settings load and save all the same.
 //
 // The order of the virtual operations is part of the binary interface.
+//
+// Most plug-ins take KivShaderPage of the kit, which makes its controls from the table of settings, and derive nothing.
+// The page belongs to its shader, which deletes it; the dialog only shows it. All calls on the thread of the windows.
 #ifndef KIVRENDER_DIALOGS_KIVPAGEDLG_H
 #define KIVRENDER_DIALOGS_KIVPAGEDLG_H
 
@@ -23,6 +26,7 @@ public:
     virtual void saveControls() = 0;
     virtual void loadControls() = 0;
 
+    // As KivDialog's, within the window of a properties dialog.
     int Create(unsigned int templateId, HWND parent) override;
     int DestroyWindow() override;
 

@@ -302,7 +302,7 @@ std::wstring KivPropertiesDlg::loadCombinableLine() {
 }
 
 // The values of a shader that is not loaded are read as names of shaders: texts are passed over, and the first cell
-// that is no text ends the loading.
+// that is not a text ends the loading.
 void KivPropertiesDlg::loadShaderData(const wchar_t* text) {
     if (KivShader* const shader = kivFindShader(text)) {
         shader->addRef();

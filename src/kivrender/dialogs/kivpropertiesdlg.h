@@ -7,6 +7,14 @@
 //
 // Everything runs on the thread of the windows; a preview blocks it. Without a toolkit there is no window: Create
 // returns 0, and all that would look at controls does nothing.
+//
+//     KivPropertiesDlg panel(window);
+//     panel.Create(&stream, &commonSettings, KivPropertiesDlg::propertiesTemplate, window);
+//     ...
+//     panel.saveData(); // `stream` has what the user chose
+//
+// The pages come from the shaders, which must be loaded before and stay loaded as long as the dialog has them. Styles
+// are read from and saved to the user's folder of styles (host/kivhostapplicationservices.h).
 #ifndef KIVRENDER_DIALOGS_KIVPROPERTIESDLG_H
 #define KIVRENDER_DIALOGS_KIVPROPERTIESDLG_H
 
@@ -32,6 +40,7 @@ public:
     static constexpr unsigned int propertiesTemplate = 12047;
     static constexpr unsigned int fixedDataTemplate = 19014;
     // Their controls.
+    // The list of styles with its two buttons, the preview, the trees of shaders, the row of tabs.
     static constexpr int stylesCombo = 101;
     static constexpr int saveStyleButton = 102;
     static constexpr int removeStyleButton = 103;
@@ -51,6 +60,7 @@ public:
     // What the parent window receives when the delay is over, with 0 and 0.
     static constexpr unsigned int previewMessage = 32768;
 
+    // parent: the window that receives previewMessage and that boxes belong to; may be null.
     explicit KivPropertiesDlg(HWND parent = nullptr);
     ~KivPropertiesDlg() override;
 
@@ -70,6 +80,7 @@ public:
     // A dialog that is not active has no current shaders.
     void setActive(bool flag);
     bool isActive() const;
+    // Whether a host keeps it as made; nothing here reads it.
     bool getIsCreated() const;
     void setIsCreated(bool value);
     // Whether the user has changed anything since the last load or changesWritten.
@@ -82,6 +93,7 @@ public:
 
     // What a page calls when the user edits a value: an edited style is no longer that style.
     void resetStyle();
+    // Draws the preview now, without the delay.
     void showPreview();
     // Makes the shader's pages for this dialog, unless they exist.
     void initShaderPages(KivShader* shader);
@@ -96,13 +108,13 @@ protected:
     virtual void fillPreviewCommonSettings(KivCommonSettings* settings) const;
 
 private:
-    friend struct KivTestAccess;
-
+    // What a tab shows.
     struct TabPlace {
         KivShader* shader = nullptr;
         int index = 0; // of the page in its shader
     };
 
+    // --- What happens to the window and its controls.
     void OnInitDialog();
     void OnDestroy();
     void OnOK();
@@ -119,6 +131,7 @@ private:
     void OnRemoveStyle();
     void OnSize();
 
+    // --- From the library to the controls.
     void fillStylesCombo();
     void fillStylesComboFrom(int kind);
     void fillShadersTrees();
@@ -126,6 +139,7 @@ private:
     void unsetDlgSettings();
     void clearActive();
 
+    // --- From a stream to the dialog.
     void loadData();
     void loadNothing();
     void forgetVaried();
@@ -134,6 +148,7 @@ private:
     std::wstring loadCombinableLine();
     void loadShaderData(const wchar_t* text);
 
+    // --- Which shaders are chosen.
     void loadShader(const wchar_t* text);
     void selectShader(const wchar_t* text);
     void selectNonCombinableShader(const std::wstring& name);

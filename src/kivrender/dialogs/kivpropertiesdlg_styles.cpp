@@ -62,7 +62,7 @@ void KivPropertiesDlg::OnSelchangeStylesCombo() {
     loadStyle(stylePaths[static_cast<std::size_t>(item)]);
 }
 
-// A file that is no style leaves the dialog in the state reached so far.
+// A file that is not a style leaves the dialog in the state reached so far.
 bool KivPropertiesDlg::loadStyle(const std::wstring& path) {
     const KivProfilesReadOnce once;
     hideCurrentTab();

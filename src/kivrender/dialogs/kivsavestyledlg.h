@@ -1,4 +1,9 @@
 // Asks the user for the name of a style. What names will do is the caller's affair (shader/kivstylefile.h).
+//
+//     KivSaveStyleDlg dialog(window);
+//     dialog.name = L"My comic";
+//     dialog.objection = [](const std::wstring& name) { return isTaken(name) ? L"is there already" : L""; };
+//     if (dialog.DoModal() == kivControlOk) { save(dialog.name); }
 #ifndef KIVRENDER_DIALOGS_KIVSAVESTYLEDLG_H
 #define KIVRENDER_DIALOGS_KIVSAVESTYLEDLG_H
 

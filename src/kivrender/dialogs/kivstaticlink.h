@@ -1,5 +1,8 @@
 // A static control of a dialog whose text looks like a link. It opens nothing itself: the dialog sees the click. The
 // control belongs to the dialog's window.
+//
+// A page has one as a member for each such text, calls click when the window tells of a click on the control, and opens
+// what the link leads to if that returns true.
 #ifndef KIVRENDER_DIALOGS_KIVSTATICLINK_H
 #define KIVRENDER_DIALOGS_KIVSTATICLINK_H
 

@@ -1,5 +1,8 @@
 // A complete host for programs that have no document, preferences or windows of their own: preferences in the system's
 // two scopes, data in the user's data folder, everything else as the base class has it.
+//
+// A host derives from it and overrides what it does otherwise, most often message and the progress object;
+// KivHostApplicationServices says what each operation is for. It installs nothing by itself.
 #ifndef KIVRENDER_HOST_KIVDEFAULTHOST_H
 #define KIVRENDER_HOST_KIVDEFAULTHOST_H
 

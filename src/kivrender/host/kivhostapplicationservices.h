@@ -60,7 +60,7 @@ public:
     // 1 for yes, 0 otherwise.
     virtual int question(const wchar_t* text);
     // An error box with the operating system's text for an error number and, below it, text, which may be null. Number
-    // 0 is no error: shows nothing and returns 1.
+    // 0 is not an error: shows nothing and returns 1.
     virtual int morvaneErrorMessage(unsigned long code, const wchar_t* text);
     // Here does nothing.
     virtual void fatalError();
@@ -163,8 +163,6 @@ protected:
     wchar_t lastFolder[kivMaxPath] = {}; // where the next file picker opens
 
 private:
-    friend struct KivTestAccess;
-
     // Writes a null-ended list of texts one behind the other, a zero after each and one more at the end.
     static void genFilterString(wchar_t* out, const wchar_t** parts);
     int getFilename(HWND owner, wchar_t* name, unsigned long size, int open, bool vector);

@@ -23,7 +23,7 @@ KIV_API int kivLoadString(unsigned int id, wchar_t* out, int size);
 KIV_API std::wstring kivText(unsigned int id);
 
 // Loads the language of that code ("en") from the folder lang beside the library, where its module stands as
-// selvarin-<code>. False as for kivLoadLangResourceDLL, and for a code that is no plain name.
+// selvarin-<code>. False as for kivLoadLangResourceDLL, and for a code that is not a plain name.
 KIV_API bool kivLoadLanguage(const std::wstring& code);
 
 // What a language module exports, under the plain name "KivLanguageText": text number id in UTF-8, valid as long as the

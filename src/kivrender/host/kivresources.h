@@ -1,5 +1,8 @@
 // Dialog templates and icons, by number from the module that brings them: a language module or a shader plug-in. A
 // toolkit makes windows of them; the library does not look into them.
+//
+// Plug-ins that use selvarin_add_shader export their resources without a line of their own; those with dialogs of their
+// own bring forms of Qt Designer and export KivModuleResource themselves.
 #ifndef KIVRENDER_HOST_KIVRESOURCES_H
 #define KIVRENDER_HOST_KIVRESOURCES_H
 

@@ -94,8 +94,6 @@ public:
     }
 
 private:
-    friend struct KivTestAccess;
-
     std::uint32_t* scaleInPasses(const KivLineResampler& horizontal, const KivLineResampler& vertical,
                                  const std::uint32_t* source, unsigned int sourceWidth, unsigned int sourceHeight);
     static LineContribution calculateContributions(unsigned int lineLength, unsigned int sourceLength, double scale,

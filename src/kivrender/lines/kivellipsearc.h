@@ -1,4 +1,7 @@
 // Circles, ellipses and arcs of them: what a line in the picture is where it is one, so that it can be written as such.
+//
+// DXF and HPGL have circles and arcs of their own, and a CAD program that reads them can measure a radius where a run
+// of short lines would have none. Nothing here throws or knows a page; the space is that of the picture, in pixels.
 #ifndef KIVRENDER_LINES_KIVELLIPSEARC_H
 #define KIVRENDER_LINES_KIVELLIPSEARC_H
 
@@ -18,11 +21,13 @@ struct KivEllipseArc {
     double from = 0.0;
     double sweep = 0.0; // counter-clockwise above 0
 
+    // Exactly, as the fit makes both axes equal for one.
     bool isCircle() const {
         return along == across;
     }
     // Closed, with a sweep of a whole turn either way.
     KIV_API bool isWhole() const;
+    // The place at an angle, in radians.
     KIV_API KivPicturePoint at(double angle) const;
 };
 

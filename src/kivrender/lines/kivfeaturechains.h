@@ -1,4 +1,7 @@
 // Joins edges end to end into long lines, so that a line can be judged, smoothed and ended as one.
+//
+// The strokes of a line drawing begin here: an outline is a ring, a crease an open chain. Points are those of the
+// surface that the edges belong to; nothing is copied.
 #ifndef KIVRENDER_LINES_KIVFEATURECHAINS_H
 #define KIVRENDER_LINES_KIVFEATURECHAINS_H
 

@@ -3,6 +3,13 @@
 //
 // None of the tests asks how a triangle is wound or where its normal points, so that mirrored, inside-out and
 // inconsistently wound models have the lines that they show.
+//
+//     const KivSurface surface = kivReadSurface(mesh);
+//     const std::vector<KivFeatureWing> wings = kivFeatureWings(surface);  // once for a mesh
+//     const std::vector<bool> creases = kivFeatureCreases(surface, wings, rules);
+//     ... // and for each view the edges that are drawn
+//
+// A crease is told by the dihedral angle at the edge, a silhouette by the signs of both triangles towards the viewer.
 #ifndef KIVRENDER_LINES_KIVFEATUREEDGES_H
 #define KIVRENDER_LINES_KIVFEATUREEDGES_H
 
@@ -44,6 +51,7 @@ struct KivFeatureEdge {
     bool sharp = false;
 };
 
+// Which edges are wanted. Angles are in degrees, 0 to 180.
 struct KivFeatureRules {
     bool silhouettes = true;
     bool borders = true;
@@ -66,12 +74,12 @@ KIV_API double kivFeatureBend(const KivVec& a, const KivVec& b, const KivVec& le
 KIV_API bool kivFeatureIsFold(const KivVec& a, const KivVec& b, const KivVec& left, const KivVec& right,
                               const KivViewpoint& view);
 
-// The same for an edge at which the surface ends and a named edge tells what is beyond (KivSurface::NamedEdge). False
+// The same for an edge at which the surface ends and a named edge says what is beyond (KivSurface::NamedEdge). False
 // for all other edges.
 KIV_API bool kivFeatureFoldsBeyond(const KivSurface& surface, const KivFeatureWing& wing, const KivViewpoint& view);
 
 // Tells which of the wings are creases, whatever the view. Rough and scanned surfaces bend sharply at many short edges
-// that are no features: creases that hang together and stay small against the connected piece of surface that they lie
+// that are not features: creases that hang together and stay small against the connected piece of surface that they lie
 // on are left out. Gaps in creases are closed where the edge bends for a little by less. A surface that names its edges
 // has these, and no others.
 KIV_API std::vector<bool> kivFeatureCreases(const KivSurface& surface, const std::vector<KivFeatureWing>& wings,

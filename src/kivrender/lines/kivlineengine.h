@@ -41,6 +41,7 @@ struct KivLineRules {
     double shortest = 5.0;     // faded contours that are shorter are left out
 };
 
+// A mesh whose lines are wanted, which hides others, or both.
 struct KivLineBody {
     KivSurface surface;
     std::uint32_t object = 0; // handed on to its lines
@@ -60,6 +61,7 @@ struct KivLineCourse {
     bool hidden = false; // what is hidden is wanted as well
 };
 
+// A line as it is seen, or hidden; a piece of one where only a part is.
 struct KivFoundLine {
     std::uint32_t source = 0; // what it belongs to: bodies and courses count in the order in which they were added
     std::uint32_t object = 0;
@@ -75,11 +77,13 @@ struct KivFoundLine {
 
 class KIV_API KivLineEngine {
 public:
+    // The view is copied. One engine for each view.
     explicit KivLineEngine(const KivLineView& view);
     ~KivLineEngine();
     KivLineEngine(const KivLineEngine&) = delete;
     KivLineEngine& operator=(const KivLineEngine&) = delete;
 
+    // Bodies and courses are taken over. Points are in the model's units; nothing that is not finite may be among them.
     void add(KivLineBody body);
     void add(KivLineCourse course);
     // Call once. False when the user cancelled; there are no lines then.
@@ -91,6 +95,7 @@ public:
     const KivOccluders& occluders() const;
 
 private:
+    // All that is known of the view and its bodies.
     class Parts;
     std::unique_ptr<Parts> parts;
 };

@@ -4,6 +4,16 @@
 // Three coordinate systems meet here. Space: the model's units. Camera space: the model's units too, x to the right and
 // y up in the picture, z the distance in front of the plane through the eye. The picture: pixels from its lower left
 // corner.
+//
+//     const KivLineView view(camera, 1280.0, 960.0);
+//     const KivVec inCamera = view.toCamera({x, y, z});
+//     double from = 0.0, to = 1.0;
+//     if (view.clip(inCamera, other, &from, &to)) {
+//         const KivPicturePoint pixel = view.toPicture(inCamera);
+//     }
+//
+// A plain value of some hundred bytes: copies are cheap, all operations are const and may run in many threads at once.
+// Nothing allocates or throws.
 #ifndef KIVRENDER_LINES_KIVLINEVIEW_H
 #define KIVRENDER_LINES_KIVLINEVIEW_H
 
@@ -13,6 +23,7 @@
 
 class KivCamera;
 
+// A place in the picture, in pixels; halves of pixels count.
 struct KivPicturePoint {
     double x = 0.0;
     double y = 0.0;
@@ -26,12 +37,15 @@ public:
     // finite gives a view that sees nothing. An up vector that is parallel to the direction is replaced by another.
     KivLineView(const KivCamera& camera, double width, double height);
 
+    // False where the camera can't be used: all other answers have no meaning then.
     bool seesAnything() const {
         return valid;
     }
+    // Whether lines of sight meet in the eye; else they run side by side.
     bool isPerspective() const {
         return perspective;
     }
+    // Of the picture, in pixels.
     double width() const {
         return pictureWidth;
     }
@@ -43,6 +57,7 @@ public:
         return nearPlane;
     }
 
+    // From space to camera space.
     KivVec toCamera(const KivVec& point) const {
         const KivVec away = point - eye;
         return {kivDot(away, right), kivDot(away, up), kivDot(away, forward)};
@@ -56,6 +71,7 @@ public:
     double pixelSize(double z) const {
         return (perspective ? z / nearPlane : 1.0) / pixelsAcross;
     }
+    // The eye, or the direction towards the viewer, in space.
     KivViewpoint viewpoint() const {
         return {perspective, perspective ? eye : -forward};
     }
@@ -70,6 +86,8 @@ public:
     bool clip(const KivVec& a, const KivVec& b, double* from, double* to) const;
 
 private:
+    // The near rectangle and the planes in the model's units, then pixels in one of these, then the axes of camera
+    // space.
     bool valid = false;
     bool perspective = true;
     double pictureWidth = 0.0;

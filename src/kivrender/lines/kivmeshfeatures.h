@@ -1,5 +1,13 @@
 // What lines need of a mesh in every view: its welded surface and the edges of it. Found once for a mesh that is drawn
 // again and again, and for one that is drawn once not kept longer than it is needed.
+//
+//     if (const auto features = kivMeshFeatures(mesh); !features->wings.empty()) {
+//         ... // features->surface has the points that the wings name
+//     }
+//
+// The result is shared and never changes; it stays valid as long as somebody holds it, whatever becomes of the mesh. A
+// mesh that is changed by its own operations forgets it by itself; a class that is derived from KivMesh may change
+// unseen, and nothing is kept for it.
 #ifndef KIVRENDER_LINES_KIVMESHFEATURES_H
 #define KIVRENDER_LINES_KIVMESHFEATURES_H
 
@@ -12,6 +20,7 @@
 #include <vector>
 
 struct KivMeshFeatures {
+    // Corners at equal places are one point; in the mesh's coordinates.
     KivSurface surface;
     std::vector<KivFeatureWing> wings; // of the surface; none when the user cancelled
     bool isKept = false;               // with the mesh
@@ -32,6 +41,7 @@ public:
     bool add(std::shared_ptr<const KivMeshFeatures> body);
     // As KivSurfaceCrossings::find. Called once.
     bool find();
+    // As KivSurfaceCrossings::pieces, once find has returned true.
     const std::vector<KivCrossing>& pieces() const;
 
 private:

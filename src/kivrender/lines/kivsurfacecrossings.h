@@ -8,6 +8,10 @@
 //
 // Meshes may be open, wound either way and not manifold; corners at equal places are one whether meshes share them or
 // repeat them. Faces that touch or lie in one plane make no line.
+//
+// The faces are sorted along a space-filling curve, and a binary tree of their boxes finds the pairs that may cross;
+// each pair is
+// then cut. Time grows with the number of faces and of pairs that come near one another.
 #ifndef KIVRENDER_LINES_KIVSURFACECROSSINGS_H
 #define KIVRENDER_LINES_KIVSURFACECROSSINGS_H
 
@@ -35,6 +39,7 @@ struct KivCrossing {
 
 class KIV_API KivSurfaceCrossings {
 public:
+    // Three indices into the points of its body.
     using Triangle = std::array<std::uint32_t, 3>;
 
     KivSurfaceCrossings();
@@ -59,14 +64,17 @@ public:
     }
 
 private:
+    // A triangle of any body, by the corners of all.
     struct Face {
         std::uint32_t corners[3];
         std::uint32_t number;
     };
+    // Around a face, or around the faces below a node of the tree.
     struct Box {
         float low[3];
         float high[3];
     };
+    // Where its faces begin, and how fine its coordinates count.
     struct Body {
         std::size_t firstFace;
         double grain;
@@ -79,6 +87,7 @@ private:
         std::uint32_t face;
     };
 
+    // --- The steps of find; false when the user cancelled.
     bool sortAlongCurve();
     bool buildLevels();
     bool findPatches();
@@ -86,6 +95,7 @@ private:
     bool join();
     void testLeaves(std::size_t one, std::size_t other);
     void test(const Face& one, const Face& other);
+    // A crossing that runs along an edge is found by both faces at that edge and counts once.
     void takeAlongEdges();
     std::uint32_t bodyOf(std::uint32_t face) const;
 
@@ -100,6 +110,7 @@ private:
     std::vector<std::pair<Witness, KivCrossing>> alongEdges;
     std::vector<Witness> witnesses;
     std::vector<KivCrossing> found;
+    // Whether the work was given up.
     bool heap = false;
 };
 

@@ -3,6 +3,10 @@
 //
 // The picture's pixels from its lower left corner are the unit of every place and width; colours have red in the low
 // byte, then green, then blue.
+//
+// Paths are curves of lines and cubic pieces (curvefit.h). Every number is finite, every index in range, in what the
+// library makes; writers rely on it, and a host that adds strokes of its own keeps to it. A drawing is a plain value:
+// copies are independent.
 #ifndef KIVRENDER_LINES_KIVVECTORDRAWING_H
 #define KIVRENDER_LINES_KIVVECTORDRAWING_H
 
@@ -32,10 +36,12 @@ inline constexpr int kivStrokeKinds = 8;
 // The name of a kind in files: "contour", "boundary", "crease", "edge", "material", "intersection", "line", "tangent".
 KIV_API const char* kivNameOf(KivStrokeKind kind);
 
+// One line, drawn from its start to its end with a pen.
 struct KivStroke {
     std::uint32_t object = 0; // number in KivVectorDrawing::objects
     KivStrokeKind kind = KivStrokeKind::contour;
     bool hidden = false; // something stands before it
+    // Of the pen, and its width in pixels.
     std::uint32_t color = 0;
     double width = 1.0;
     KivCurvePath path;                // a start without pieces is a dot
@@ -61,20 +67,25 @@ struct KivArea {
     }
 };
 
+// What strokes and areas belong to, so that files can group them.
 struct KivDrawnObject {
     std::wstring name; // as the model has it; may be empty, repeated and hold any character
 };
 
+// The whole of it; empty at first.
 struct KivVectorDrawing {
+    // Of the picture, in pixels; above 0 in a drawing that was rendered.
     double width = 0.0;
     double height = 0.0;
     double unitsPerPixel = 0.0; // the model's units in parallel views; 0 where no such number exists
+    // The colour behind everything, which a writer paints if its sheet wants it.
     std::uint32_t background = 0xFFFFFF;
     // Opaque areas are painted with a rim of this width in their own colour: what lies behind two neighbours shines
     // through between them in viewers that smooth each edge by itself. 0 for none.
     double areaRim = 0.0;
     // Set before the render: shaders add hidden strokes too.
     bool wantsHidden = false;
+    // What the file calls itself; may be empty.
     std::wstring title;
     std::vector<KivDrawnObject> objects; // number 0 stands for what belongs to no object
     std::vector<KivArea> areas;          // in the order of painting, below all strokes

@@ -39,6 +39,7 @@ struct KivSeenCorner {
 
 class KivCastShadows;
 
+// What is visible of one look and hangs together.
 struct KivVisibleRegion {
     std::uint32_t look = 0;
     double area = 0.0;               // in square pixels
@@ -52,6 +53,7 @@ public:
     // Looks below this number; the last one is kept for itself.
     static constexpr std::uint32_t mostLooks = 0xFFFFFFFF;
 
+    // Of a picture in pixels, both above 0.
     KivVisibleRegions(double width, double height);
     ~KivVisibleRegions();
     KivVisibleRegions(const KivVisibleRegions&) = delete;

@@ -10,7 +10,7 @@ namespace {
 
 constexpr double straightEnough = 0.5; // the cosine of the largest turn at a junction, 60 degrees
 
-// A hub of very many lines would pair in quadratic time and is no line to follow.
+// A hub of very many lines would pair in quadratic time and is not a line to follow.
 constexpr std::size_t largestHub = 64;
 
 using Number = std::uint32_t;

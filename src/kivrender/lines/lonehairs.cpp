@@ -18,7 +18,7 @@ constexpr double touch = 3.0;
 constexpr double widestGap = 10.0;
 constexpr double directionReach = 4.0;
 constexpr double leastCosine = 0.7;
-constexpr std::size_t mostEnds = 64; // in one place: more are no line to follow
+constexpr std::size_t mostEnds = 64; // in one place: more are not line to follow
 
 // Squares of the picture.
 std::uint64_t cellOf(const KivPicturePoint& p, double size, int right = 0, int up = 0) {

@@ -182,7 +182,7 @@ private:
         return true;
     }
     // Edges over which the arc would rise by more than the picture bears, and by far more than over most of their part,
-    // are no curve's.
+    // are not curve's.
     bool leaveUneven(const std::vector<float>& swells, double mostRise) {
         Sets parts(surface.triangles.size());
         if (!joinParts(parts)) {

@@ -23,7 +23,7 @@ struct SmoothSurface {
     std::vector<std::uint8_t> smoothSides; // of the triangles: bit k for the side from corner k to the next
 };
 
-// An edge is smooth if it is no crease and the picture shows no facets there: over all of a part between creases, in
+// An edge is smooth if it is not a crease and the picture shows no facets there: over all of a part between creases, in
 // the mean of its bent edges, the arc over an edge rises by less than mostRise pixels above it; and it does not bend by
 // far more than the part around it. False when the user cancelled. The normals are those of the exact surface if there
 // is one under the mesh. Otherwise they follow Max (Weights for Computing Vertex Normals from Facet Normals, 1999),

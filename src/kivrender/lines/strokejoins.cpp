@@ -23,7 +23,7 @@ constexpr double bentGap = 4.0;
 constexpr double smallGap = 0.5;
 constexpr double straightCosine = 0.95;
 constexpr double bentCosine = 0.7;
-constexpr std::size_t mostEnds = 64; // in one place: more are no line to follow
+constexpr std::size_t mostEnds = 64; // in one place: more are not line to follow
 
 struct Piece {
     KivFoundLine line;

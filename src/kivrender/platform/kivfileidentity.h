@@ -8,7 +8,7 @@
 // state. Empty if there is no such file.
 std::string kivFileIdentity(const std::string& path);
 
-// Whether both paths lead to one file, which stands under the second one itself and is no link there.
+// Whether both paths lead to one file, which stands under the second one itself and is not a link there.
 bool kivIsThatFile(const std::string& path, const std::string& file);
 
 // Whether this user may run it as a program.

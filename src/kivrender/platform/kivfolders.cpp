@@ -122,7 +122,7 @@ bool kivMakeFolders(const std::wstring& path) {
         return false;
     }
     for (std::size_t slash = whole.find('/', 1); slash != std::string::npos; slash = whole.find('/', slash + 1)) {
-        mkdir(whole.substr(0, slash).c_str(), 0777); // one that is there already is no failure; the end tells
+        mkdir(whole.substr(0, slash).c_str(), 0777); // one that is there already is not a failure; the end tells
     }
     mkdir(whole.c_str(), 0777);
     return isFolder(whole);

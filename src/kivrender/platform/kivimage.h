@@ -7,6 +7,14 @@
 // prints or throws; a file that is broken, cut off, of another kind or larger than the limit is refused.
 //
 // Writing puts a whole file in place or leaves what was there; the same picture gives the same bytes.
+//
+//     if (const auto picture = KivImage::load(L"paper.png")) {
+//         const auto small = picture->scaled({256, 256});
+//         ...
+//     }
+//
+// Owners: each picture owns its pixels, but for one of fromBitmap. Hosts get pictures of renders by KivBitmapManager.
+// One picture may be read by many threads, and changed by one.
 #ifndef KIVRENDER_PLATFORM_KIVIMAGE_H
 #define KIVRENDER_PLATFORM_KIVIMAGE_H
 
@@ -20,6 +28,7 @@
 #include <string>
 #include <vector>
 
+// The kinds of files.
 enum class KivImageFormat { bmp, png, gif, jpeg, tiff };
 
 // One image encoder: what it is called and which files it is for.
@@ -45,6 +54,7 @@ enum class KivImageStatus : std::int32_t {
 
 class KIV_API KivImage {
 public:
+    // The bits of a pixel, as the head of this file tells them.
     enum class Layout { rgb24, indexed8, rgb32, rgba32 };
 
     // The largest picture: pixels in all, and in one direction.
@@ -71,6 +81,7 @@ public:
     KivImage& operator=(const KivImage&) = delete;
     ~KivImage();
 
+    // Of the picture, in pixels; always above 0.
     std::int32_t width() const {
         return pictureSize.cx;
     }
@@ -80,11 +91,13 @@ public:
     tagSIZE size() const {
         return pictureSize;
     }
+    // Never changes.
     Layout layout() const {
         return pixelLayout;
     }
     // Rows of 24 and 8 bits are padded to a multiple of 4 bytes and follow one another.
     std::size_t rowBytes() const;
+    // The first byte of a row; y from 0 at the top. Valid as long as the picture.
     std::uint8_t* row(std::int32_t y);
     const std::uint8_t* row(std::int32_t y) const;
     // The colour of one pixel, red in the low byte. The pixel must lie inside.
@@ -114,11 +127,13 @@ public:
 
     // The bytes of a file; empty with the reason in status.
     std::vector<std::uint8_t> encode(KivImageFormat format, KivImageStatus* status = nullptr) const;
+    // Writes a file by an encoder of kivImageEncoders. unknownFormat for an id that is none.
     KivImageStatus save(const std::wstring& file, const GUID& encoder) const;
 
 private:
     KivImage(tagSIZE size, Layout layout);
 
+    // Null without memory.
     static std::unique_ptr<KivImage> createBlank(tagSIZE size, Layout layout);
     bool allocate();
 

@@ -12,7 +12,7 @@
 // The ending of a module's file name, with its dot.
 KIV_API const wchar_t* kivModuleEnding();
 
-// Null on failure; then kivLastModuleError tells why.
+// Null on failure; then kivLastModuleError says why.
 KIV_API HINSTANCE kivLoadModule(const std::wstring& path);
 KIV_API void* kivFindSymbol(HINSTANCE module, const char* name);
 KIV_API void kivUnloadModule(HINSTANCE module);

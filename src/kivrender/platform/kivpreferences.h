@@ -1,6 +1,10 @@
 // Preferences in two scopes, the user's and the machine's: named texts and numbers under a key, which is the name of
 // the program that they belong to. Each scope is one profile file, preferences.ini in a folder. A value has a type: a
 // text can't be read as a number, nor a number as a text.
+//
+// The library keeps the folder of the off-screen file, whether a preview is shown, and the like; a host may keep keys
+// of its own beside them. A write replaces the file as a whole, so that a crash loses nothing. Nothing is cached: what
+// other processes write is seen by the next load.
 #ifndef KIVRENDER_PLATFORM_KIVPREFERENCES_H
 #define KIVRENDER_PLATFORM_KIVPREFERENCES_H
 

@@ -85,7 +85,7 @@ Line lineAt(std::wstring_view text, std::size_t begin) {
     return line;
 }
 
-// The lines of a section without its head: from begin to end. found tells whether it is there.
+// The lines of a section without its head: from begin to end. found says whether it is there.
 struct Section {
     bool found = false;
     std::size_t begin = 0;

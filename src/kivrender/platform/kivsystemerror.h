@@ -1,5 +1,12 @@
 // The last error of the calling thread, as numbers that mean the same on every system, and their texts. The surface
 // functions set it where they fail; what succeeds leaves it alone.
+//
+//     kivSetLastError(0);
+//     if (!kivWriteWholeFile(path, bytes)) {
+//         report(path + L": " + kivSystemErrorText(kivGetLastError()));
+//     }
+//
+// Each thread has an error of its own. The numbers are those of Windows, for which hosts of the interface were written.
 #ifndef KIVRENDER_PLATFORM_KIVSYSTEMERROR_H
 #define KIVRENDER_PLATFORM_KIVSYSTEMERROR_H
 
@@ -22,6 +29,7 @@ inline constexpr unsigned long kivErrorAlreadyExists = 183;
 inline constexpr unsigned long kivErrorFileTooLarge = 223;
 inline constexpr unsigned long kivErrorInvalidPixelFormat = 2000;
 
+// 0 where nothing has failed since it was set to 0.
 KIV_API unsigned long kivGetLastError();
 KIV_API void kivSetLastError(unsigned long code);
 

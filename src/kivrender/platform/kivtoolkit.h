@@ -1,6 +1,9 @@
 // The desktop as the library sees it: message boxes, pickers, timers, windows. A program with a desktop derives from
 // the class and installs its object; without one a toolkit of our own answers, in which messages go to standard error,
 // questions are answered no, pickers are cancelled, and no timer fires and no window opens.
+//
+// All of it is called on one thread, that of the windows, and may run a loop of events until it answers. KivQtToolkit
+// (qt/kivqttoolkit.h) is a toolkit for hosts with Qt. Texts are in the language that is loaded.
 #ifndef KIVRENDER_PLATFORM_KIVTOOLKIT_H
 #define KIVRENDER_PLATFORM_KIVTOOLKIT_H
 
@@ -27,8 +30,10 @@ inline constexpr int kivAnswerNo = 7;
 
 // What a file picker is asked, and what it answers.
 struct KivFileRequest {
+    // The window that the picker belongs to, or null.
     HWND owner = nullptr;
     bool open = true; // to open a file, else to save one
+    // What the picker refuses, leaves out or asks about.
     bool pathMustExist = false;
     bool fileMustExist = false;
     bool hideReadOnly = false;
@@ -51,6 +56,7 @@ public:
     static KivToolkit& get();
     // Installs a toolkit, null for none, and returns the previous one or null. The caller keeps it and removes it
     // before it ends.
+    // For the whole process.
     static KivToolkit* install(KivToolkit* toolkit);
 
     // Returns one of the answers above.
@@ -64,6 +70,7 @@ public:
     // Calls back every so many milliseconds, on the thread of the windows, until stopped. Returns the timer's number, 0
     // if there are no timers.
     virtual unsigned int startTimer(unsigned int milliseconds, std::function<void()> callback) = 0;
+    // Its callback is not called again. An unknown number is passed over.
     virtual void stopTimer(unsigned int timer) = 0;
 
     // A window from template number id of a resource module (host/kivresources.h), hidden at first. Without a module it

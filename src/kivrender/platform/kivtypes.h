@@ -1,5 +1,9 @@
 // The few system types of the interface: sizes, rectangles and opaque handles, so that hosts, plug-ins and the
 // library speak of bitmaps, contexts, modules and windows without the headers of any operating system.
+//
+// On Windows these are the system's own types, from its headers; elsewhere they have the same names, sizes and meaning,
+// so that one source serves both. Handles are pointers that only the library looks behind: hosts pass them on, compare
+// them with null, and free none but by the class that gave them.
 #ifndef KIVRENDER_PLATFORM_KIVTYPES_H
 #define KIVRENDER_PLATFORM_KIVTYPES_H
 
@@ -38,12 +42,14 @@ struct GUID {
 };
 
 // Opaque handles. What stands behind each is known to platform/ alone.
+// Owned by a KivBitmapManager, or by whoever the operation that returns one names.
 struct KivBitmapObject;        // pixels in memory: 32 bits each, B G R X in memory order, bottom row first
 struct KivDeviceContextObject; // a place to draw into, with one bitmap selected
 struct KivGlContextObject;     // an OpenGL context
 struct KivModuleObject;        // a loaded shared library
 struct KivWindow;              // a window of the toolkit, if one is installed
 
+// Null stands for none in all of them.
 using HBITMAP = KivBitmapObject*;
 using HDC = KivDeviceContextObject*;
 using HGLRC = KivGlContextObject*;

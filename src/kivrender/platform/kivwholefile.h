@@ -1,6 +1,6 @@
 // Files that are written as a whole: whoever opens one sees the old or the new content, and a failure leaves neither a
 // part of a file nor anything beside it. Unless it is asked for nothing is forced to the disk: a power cut may then
-// lose what was written last. What is no regular file (a pipe, a device) is written as it stands.
+// lose what was written last. What is not a regular file (a pipe, a device) is written as it stands.
 #ifndef KIVRENDER_PLATFORM_KIVWHOLEFILE_H
 #define KIVRENDER_PLATFORM_KIVWHOLEFILE_H
 

@@ -69,8 +69,6 @@ public:
     std::wstring& getVectorialTempFileName();
 
 private:
-    friend struct KivTestAccess;
-
     void release();
     void releaseMemory();
     void share(const KivBitmapManager& other);

@@ -45,6 +45,7 @@ public:
     KivDrawingCollector(const KivDrawingCollector&) = delete;
     KivDrawingCollector& operator=(const KivDrawingCollector&) = delete;
 
+    // Regions at first. All setters count for the renders that begin after them.
     void setAreas(Areas value) {
         kind = value;
     }
@@ -66,6 +67,7 @@ public:
     double getSmallestTone() const {
         return smallestTone;
     }
+    // The title of the drawings to come.
     void setTitle(std::wstring value) {
         title = std::move(value);
     }
@@ -80,6 +82,7 @@ public:
 
     // For the renderer: the collector in force, or null; a scene before anything was taken out of it; a drawing that
     // begins with the objects of what is left, its end, and a drawing that is given up.
+    // That of the calling thread.
     static KivDrawingCollector* current();
     void note(const KivScene& scene);
     KivVectorDrawing& begin(const KivScene* scene);
@@ -91,10 +94,12 @@ public:
     }
 
 private:
+    // Gives the objects of a scene that was cut down their names.
     void nameObjects(const KivScene& scene);
     void empty();
 
     KivVectorDrawing& drawing;
+    // What is in force again at its end.
     KivDrawingCollector* former;
     KivVectorDrawing* formerDrawing = nullptr;
     Areas kind = Areas::regions;

@@ -11,7 +11,7 @@ class KivCombinableShader;
 class KivCommonSettings;
 class KivScene;
 
-// For the first of the shaders that tells what it needs (KivShaderLineNeeds). Null where a second thread brings
+// For the first of the shaders that says what it needs (KivShaderLineNeeds). Null where a second thread brings
 // nothing: for few triangles, on one processor, in vector output and in the tiles of a picture, of which one finds all.
 KIV_API std::unique_ptr<KivMeshAhead> kivLinesAhead(const KivScene& scene, const KivCommonSettings& settings,
                                                     KivCombinableShader* const* shaders, int count);

@@ -6,6 +6,14 @@
 // steps that are done compare with theirs, and by the units of the running step. Within a unit time itself moves the
 // bar, ever slower if the unit takes longer than expected. Without a forecast for just these steps each counts by its
 // size.
+//
+//     class MyProgress : public KivProgress {
+//         void beginStep() override { estimate.beginStep(); show(estimate.done()); }
+//         ... // all other operations alike
+//         KivProgressEstimate estimate;
+//     };
+//
+// One for each bar, for as many renders one after the other as the host likes. All calls on the thread that renders.
 #ifndef KIVRENDER_RENDER_KIVPROGRESSESTIMATE_H
 #define KIVRENDER_RENDER_KIVPROGRESSESTIMATE_H
 
@@ -22,12 +30,14 @@ public:
 
     // The time of day's progress; tests give a clock of their own.
     KivProgressEstimate();
+    // The clock is called whenever anything is told or asked.
     explicit KivProgressEstimate(Clock clock);
 
     // For another render, which starts now.
     void restart();
 
     // What the operations of KivProgress of the same names are told.
+    // size, units: of the work of a step as the render counts it, often meshes.
     void addSteps(unsigned int size);
     int addDeferredStep();
     void beginStep();
@@ -39,6 +49,7 @@ public:
     double done() const;
 
 private:
+    // --- Bookkeeping: the forecast is taken when the first step begins.
     void takeForecast();
     void enter(std::size_t step);
     double bySizes() const;

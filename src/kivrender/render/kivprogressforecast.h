@@ -1,5 +1,8 @@
 // How long the steps of a render are expected to take, one by one, so that a bar can tell the truth about time: the
 // sizes of steps count meshes, and a mesh may have two triangles or a million.
+//
+// The renderer sets it once it knows scene and settings; a host reads it, as a rule by way of KivProgressEstimate,
+// which compares it with the time that has passed. A host that shows steps alone needs neither.
 #ifndef KIVRENDER_RENDER_KIVPROGRESSFORECAST_H
 #define KIVRENDER_RENDER_KIVPROGRESSFORECAST_H
 
@@ -16,11 +19,13 @@ struct KivStepForecast {
     unsigned int guess = 0;     // of a step whose size comes later: the number of units that the times are meant for
     std::vector<double> shares; // how the work divides among the units, in any measure; empty: evenly
 
+    // From the end of the step before to its own end.
     double total() const {
         return gap + lead + units + tail;
     }
 };
 
+// Of a whole render.
 struct KivProgressForecast {
     std::vector<KivStepForecast> steps; // as many as are laid out on the bar, in that order
     double after = 0.0;                 // from the end of the last step to the end of the render
@@ -29,6 +34,7 @@ struct KivProgressForecast {
 // Of the render that has laid out its steps last. Set before its first step begins. One render runs at a time, so it is
 // process-wide.
 KIV_API const KivProgressForecast& kivProgressForecast();
+// For the renderer, and for tests of bars.
 KIV_API void kivSetProgressForecast(KivProgressForecast forecast);
 
 #endif

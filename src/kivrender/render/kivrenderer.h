@@ -67,7 +67,7 @@ public:
     // message tells with the plug-in's file; nothing is saved then.
     //
     // Meshes with a triangle that names a vertex which is not there are taken out of the scene first and deleted; a
-    // message tells how many.
+    // message says how many.
     //
     // A file that can't be written gives no message where the path itself is at fault; kivGetLastError then has the
     // reason, as it has when no memory for the surface could be reserved.
@@ -96,7 +96,7 @@ public:
 
     // Bring a document's or an object's complete stream from the host's storage into the manager, which is left in
     // saving mode: its load*FromFile operations append what they read. An object's has no three lines of a head. False
-    // as soon as something can't be read. A shader that is not loaded is no error, but its values are not skipped.
+    // as soon as something can't be read. A shader that is not loaded is not an error, but its values are not skipped.
     bool loadDocData(KivDataManager* manager);
     bool loadObjectData(KivDataManager* manager);
     // Passes a stream to the shaders' pages. The line of the first shader is expected as the very first of the stream
@@ -107,7 +107,7 @@ public:
     // not loaded; what was read until then stays on the object.
     bool loadDataToObject(Kiv3DObject* object, KivDataManager* manager);
     // Makes a complete stream of the style of that name, as the host finds it, in place of what the manager holds.
-    // Loads the shaders as above. Also sets the host's common settings to their defaults, as they are no part of a
+    // Loads the shaders as above. Also sets the host's common settings to their defaults, as they are not part of a
     // style. False, with nothing changed, if there is no such style; false with an incomplete stream if a shader's
     // page can't read it. The minor version is not set.
     bool loadStyle(KivCommonDataManager* commonData, KivDataManager* manager, const wchar_t* name);
@@ -119,8 +119,6 @@ public:
     int getSettings(KivDataManager* manager, KivHostApplicationServices::shaderSettings** out);
 
 private:
-    friend struct KivTestAccess;
-
     // What the passes of one render share; kivrenderer.cpp.
     struct Frame;
 
@@ -131,7 +129,7 @@ private:
     // False if there are no stored settings; the default shader then draws.
     bool selectShaders(Frame& frame, KivDataManager* data);
     KivNonCombinableShader* useDefaultShader();
-    // Without those of a scene's meshes that nothing could draw; the host's message tells how many.
+    // Without those of a scene's meshes that nothing could draw; the host's message says how many.
     static void leaveOutBrokenMeshes(KivScene& scene);
     static void orderTriangles(Frame& frame);
     bool drawParallelDepth(Frame& frame);

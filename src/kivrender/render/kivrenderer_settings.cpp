@@ -205,7 +205,7 @@ bool KivRenderer::loadGeneralData(KivDataManager* manager, const wchar_t* path, 
     return true;
 }
 
-// The common settings are no part of a style, so the host gets fresh ones with each and loses those it
+// The common settings are not part of a style, so the host gets fresh ones with each and loses those it
 // had.
 bool KivRenderer::loadStyle(KivCommonDataManager* commonData, KivDataManager* manager, const wchar_t* name) {
     KivHostApplicationServices* const host = KivHostApplicationServices::getDefaultHost();

@@ -23,7 +23,7 @@ inline bool kivIsCombinable(const KivShader& shader) {
     return kivCallShader(shader, [&shader] { return shader.isCombinable(); });
 }
 
-// A combinable shader is no base look, whatever a stream says: its table of operations is another one.
+// A combinable shader is not a base look, whatever a stream says: its table of operations is another one.
 inline KivNonCombinableShader* kivAsBaseLook(KivShader* shader) {
     return shader != nullptr && !kivIsCombinable(*shader) ? static_cast<KivNonCombinableShader*>(shader) : nullptr;
 }

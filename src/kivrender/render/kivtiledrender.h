@@ -3,6 +3,13 @@
 //
 // A picture that could be drawn as a whole is the same to the byte where OpenGL's own rounding lets it: tiles show the
 // whole picture through a moved viewport. Pictures larger than any viewport have the tile's place in their projection.
+//
+//     KivTiledPicture picture;
+//     picture.size = {40000, 30000};
+//     picture.colour = [&](const std::uint8_t* rows, std::int32_t count) { return writer->write(rows, count); };
+//     if (kivRenderTiled(renderer, settings, &stream, scene, camera, picture) == KivTiledOutcome::done) {
+//         writer->finish();
+//     }
 #ifndef KIVRENDER_RENDER_KIVTILEDRENDER_H
 #define KIVRENDER_RENDER_KIVTILEDRENDER_H
 
@@ -21,6 +28,7 @@ class KivScene;
 // Takes so many rows, from the top down and without padding. False ends the render.
 using KivTakeRows = std::function<bool(const std::uint8_t* rows, std::int32_t count)>;
 
+// What is wanted, and where it goes. All functions are called on the calling thread.
 struct KivTiledPicture {
     tagSIZE size{}; // finished
     // The side of a tile without its margins, in pixels of the finished picture; 0 for one by the memory that it takes.
@@ -34,6 +42,7 @@ struct KivTiledPicture {
     bool isProjected = false; // as in KivPictureTile, for tests
 };
 
+// How it ended. After all but done the rows that were taken are of no use.
 enum class KivTiledOutcome {
     done,
     cancelled,

@@ -21,7 +21,7 @@ constexpr std::size_t itemsPerPoll = 4096;
 struct Look {
     std::uint32_t object = 0;
     RecordedPaint paint;
-    bool isDepthOnly = false; // covers in the colour of the page, and is no area
+    bool isDepthOnly = false; // covers in the colour of the page, and is not an area
     bool isBackdrop = false;  // no object's, at the far end of the depths: behind everything
     bool isTurned = false;
 

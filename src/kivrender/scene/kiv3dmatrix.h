@@ -13,6 +13,7 @@ public:
     // The identity.
     Kiv3DMatrix() = default;
 
+    // Returns this matrix, as all operations do that change it.
     Kiv3DMatrix& setToIdentity();
 
     // Determinant of the upper left 3 by 3 block; the fourth row and column take no part.
@@ -34,6 +35,7 @@ public:
     Kiv3DMatrix& setToWorldToLocal(const Kiv3DPoint& origin, const Kiv3DVector& xAxis, const Kiv3DVector& yAxis,
                                    const Kiv3DVector& zAxis);
 
+    // By row, then column.
     double elements[4][4] = {{1.0, 0.0, 0.0, 0.0}, {0.0, 1.0, 0.0, 0.0}, {0.0, 0.0, 1.0, 0.0}, {0.0, 0.0, 0.0, 1.0}};
 };
 

@@ -2,6 +2,11 @@
 //
 // An object keeps the names of its shaders and the settings pages that belong to them. One without any is drawn by the
 // shaders of the render.
+//
+// Hosts set them before a render, by KivRenderer::loadDataToObject or one by one; shaders ask for their own page:
+//
+//     const KivPageSettings* own = object.getPageSettings(L"Outline");
+//     const KivPageSettings& settings = own != nullptr ? *own : settingsOfTheScene;
 #ifndef KIVRENDER_SCENE_KIV3DOBJECT_H
 #define KIVRENDER_SCENE_KIV3DOBJECT_H
 
@@ -48,11 +53,11 @@ public:
 
 private:
     friend class KivScene;
-    friend struct KivTestAccess;
 
     // Appends a page that stays the giver's.
     void lendPageSettings(const KivPageSettings* settings);
 
+    // Pages are shared among copies of an object.
     std::vector<std::shared_ptr<KivShared<const KivPageSettings>>> pageSettings;
     std::wstring nonCombinableShader;
     std::vector<std::wstring> combinableShaders;

@@ -1,4 +1,8 @@
 // A place in space: three doubles, a plain value, in the host model's units.
+//
+// Points and vectors do not mix by accident: a point and a vector add up to a point, two points differ by a vector, and
+// two points can't be added. Units are those of the host's model; nothing converts them. Copies are cheap, all
+// operations but transformBy leave the point alone, and none throws.
 #ifndef KIVRENDER_SCENE_KIV3DPOINT_H
 #define KIVRENDER_SCENE_KIV3DPOINT_H
 
@@ -15,12 +19,14 @@ public:
     Kiv3DPoint() = default;
     Kiv3DPoint(double newX, double newY, double newZ) : x(newX), y(newY), z(newZ) {}
 
+    // All three at once.
     void set(double newX, double newY, double newZ) {
         x = newX;
         y = newY;
         z = newZ;
     }
 
+    // Moved along the vector, or against it.
     Kiv3DPoint operator+(const Kiv3DVector& vector) const {
         return {x + vector.x, y + vector.y, z + vector.z};
     }
@@ -43,6 +49,7 @@ public:
     bool operator!=(const Kiv3DPoint& other) const {
         return x != other.x || y != other.y || z != other.z;
     }
+    // An order for maps and sorts; NaN has no place in it.
     bool operator<(const Kiv3DPoint& other) const;
     bool operator<=(const Kiv3DPoint& other) const;
     bool operator>(const Kiv3DPoint& other) const;
@@ -54,6 +61,7 @@ public:
         return !(std::fabs(x - other.x) > tolerance) && !(std::fabs(y - other.y) > tolerance) &&
                !(std::fabs(z - other.z) > tolerance);
     }
+    // By x, then y, then z, where the axes before are equal within the tolerance.
     bool isGreater(const Kiv3DPoint& other, double tolerance) const {
         if (x > other.x + tolerance) {
             return true;
@@ -84,6 +92,7 @@ public:
     // normal double, negative values included, the coordinates come out infinite or NaN.
     Kiv3DPoint& transformBy(const Kiv3DMatrix& matrix);
 
+    // In model units.
     double x = 0.0;
     double y = 0.0;
     double z = 0.0;

@@ -1,5 +1,8 @@
 // A direction or displacement in space: three doubles, a plain value. Lengths are in the host model's units, angles in
 // radians.
+//
+// The spelling of normalice is that of the interface. A vector has no place: it is what leads from one Kiv3DPoint to
+// another. Operations take and give values, and none throws; only those that say "in place" change the vector itself.
 #ifndef KIVRENDER_SCENE_KIV3DVECTOR_H
 #define KIVRENDER_SCENE_KIV3DVECTOR_H
 
@@ -14,7 +17,7 @@ public:
     // The length, guarded against overflow and underflow of the squares: 0.0 where no component exceeds the smallest
     // normal double, the largest component itself where that is not finite.
     double norm() const;
-    // Makes this vector unit length. A vector no longer than DBL_EPSILON stays as it is; that is no failure.
+    // Makes this vector unit length. A vector no longer than DBL_EPSILON stays as it is; that is not a failure.
     void normalice();
     // A normaliced copy.
     Kiv3DVector normal() const;
@@ -30,6 +33,7 @@ public:
         z = -z;
     }
 
+    // Component by component.
     Kiv3DVector operator-() const {
         return {-x, -y, -z};
     }
@@ -39,6 +43,7 @@ public:
     Kiv3DVector operator-(const Kiv3DVector& other) const {
         return {x - other.x, y - other.y, z - other.z};
     }
+    // In place.
     void operator+=(const Kiv3DVector& other) {
         x += other.x;
         y += other.y;
@@ -49,9 +54,11 @@ public:
     Kiv3DVector operator*(const Kiv3DVector& other) const {
         return crossProduct(other);
     }
+    // At right angles to both, by the right hand: x cross y is z. Its length is the area between the two.
     Kiv3DVector crossProduct(const Kiv3DVector& other) const {
         return {y * other.z - z * other.y, z * other.x - x * other.z, x * other.y - y * other.x};
     }
+    // The product of both lengths and the cosine of the angle between the two.
     double dotProduct(const Kiv3DVector& other) const {
         return x * other.x + y * other.y + z * other.z;
     }
@@ -79,6 +86,7 @@ public:
     Kiv3DVector operator/(int scalar) const {
         return *this / static_cast<double>(scalar);
     }
+    // In place.
     void operator/=(double scalar) {
         x /= scalar;
         y /= scalar;
@@ -96,6 +104,7 @@ public:
         return x == other.x && y == other.y && z == other.z;
     }
 
+    // The components along the three axes.
     double x = 0.0;
     double y = 0.0;
     double z = 0.0;

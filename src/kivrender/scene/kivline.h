@@ -1,4 +1,7 @@
 // A straight line of a scene between two points. Lines come from the host; the library only draws them.
+//
+// Used for single edges, such as the intersections that a host has computed itself; runs of lines are polylines
+// (kivpolyline.h). The scene takes a copy. Coordinates are in model units; ends are taken as they come.
 #ifndef KIVRENDER_SCENE_KIVLINE_H
 #define KIVRENDER_SCENE_KIVLINE_H
 
@@ -18,6 +21,7 @@ public:
     KivLine& operator=(KivLine&&) noexcept = default;
     ~KivLine() override;
 
+    // The two ends. No order is meant, but for swap and the comparison below.
     void setStart(const Kiv3DPoint& point);
     void setEnd(const Kiv3DPoint& point);
     Kiv3DPoint getStart() const;
@@ -29,6 +33,7 @@ public:
     bool operator==(const KivLine& other) const;
     // Whether the two run within 10 degrees of parallel, in either direction. A line of no length is similar to all.
     bool hasSimilarDirection(const KivLine& other) const;
+    // Whether line shaders leave it out.
     bool isHidden() const;
     // There is no way back.
     void hide();
@@ -36,6 +41,7 @@ public:
 private:
     Kiv3DPoint start;
     Kiv3DPoint end;
+    // Drawn, until hide is called.
     bool hidden = false;
 };
 

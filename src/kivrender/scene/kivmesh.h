@@ -6,6 +6,16 @@
 //
 // Indices are not checked unless an operation says so. The tolerance of all searches is 0.0001 on each axis, inclusive.
 // There is no lock: what several threads read needs its box computed beforehand.
+//
+//     KivMesh mesh;
+//     mesh.addVertex({0, 0, 0});
+//     mesh.addVertex({1, 0, 0});
+//     mesh.addVertex({0, 1, 0});
+//     mesh.addTriangle(0, 1, 2);          // indices of vertices, counter-clockwise seen from outside
+//     mesh.setMaterial(material);         // copied
+//
+// Shaders that want the surface with welded corners, its edges and normals take them from geometry/kivsurface.h and
+// lines/kivmeshfeatures.h, which keep them with the mesh.
 #ifndef KIVRENDER_SCENE_KIVMESH_H
 #define KIVRENDER_SCENE_KIVMESH_H
 
@@ -51,6 +61,7 @@ public:
     // For derived classes; a plain mesh adds no lines.
     virtual void getIntersectionLines(std::vector<KivPolyline>& lines, const KivMesh* other) const;
 
+    // Room for as many, so that adding does not move what is there. Never needed.
     void reserveVertexs(unsigned int count);
     void reserveNormals(unsigned int count);
     void reserveTriangles(unsigned int count);
@@ -85,6 +96,7 @@ public:
 
     // Not normaliced: the length is twice the area. Turned to the side of the vertex normals if there are any.
     Kiv3DVector getTriangleNormal(unsigned int triangle) const;
+    // The mean of the three corners.
     Kiv3DPoint getTriangleBaricentre(unsigned int triangle) const;
     // a * x + b * y + c * z + d = 0, with (a, b, c) of unit length.
     void getTrianglePlane(unsigned int triangle, double* a, double* b, double* c, double* d) const;
@@ -96,7 +108,7 @@ public:
     int getAdjacentTrianglesWithSamePlane(unsigned int triangle, unsigned int* out, std::list<unsigned int>& candidates,
                                           bool flag) const;
     // The two triangles at an edge, whose ends must equal vertices exactly. False for a border edge, with its triangle
-    // in *first and -1 in *second; false with *first untouched if the ends are no vertices.
+    // in *first and -1 in *second; false with *first untouched if the ends are not vertices.
     bool getLineFaces(const KivLine& line, int* first, int* second) const;
     // The sum of both triangle normals: the larger triangle weighs more.
     Kiv3DVector getLineNormal(unsigned int t1, unsigned int t2) const;
@@ -107,8 +119,6 @@ public:
     void copyMeshCompacted(const KivMesh& source);
 
 private:
-    friend struct KivTestAccess;
-
     class Places; // the scratch of copyMeshCompacted
 
     // One corner of one triangle.
@@ -129,6 +139,7 @@ private:
     void insertVertexsIntoTriangles(const Places& places, const std::vector<std::uint32_t>& vertexOf,
                                     std::uint32_t partial, std::uint32_t reached);
 
+    // Three indices for each triangle.
     std::vector<std::uint64_t> triangles;
     std::vector<Kiv3DPoint> vertexs;
     std::vector<Kiv3DVector> normals;

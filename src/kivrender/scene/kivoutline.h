@@ -51,8 +51,6 @@ public:
                              Kiv3DPoint* hit);
 
 private:
-    friend struct KivTestAccess;
-
     // False, with the edge dropped, if the outline has it already.
     bool addEdge(std::unique_ptr<KivOutlineEdge> edge);
     // Whether the outline has an edge with these ends, in either direction; an inactive one becomes active again.

@@ -4,6 +4,14 @@
 // Vertices and normals are moved on every call, which costs some ten multiplications; what walks a mesh often reads it
 // once. Every algorithm of KivMesh works on it. The shape is not its own: vertices and triangles that are added to it,
 // or assigned, are not seen. A copy of it as a KivMesh is a plain mesh with vertices of its own.
+//
+//     const auto screw = std::make_shared<const KivMesh>(std::move(shape));
+//     for (const KivMeshPlacement& place : places) {
+//         scene.addMesh(new KivPlacedMesh(screw, place)); // the scene deletes it
+//     }
+//
+// The base class answers from what the overridden accessors give, so that hosts and shaders need not know which of the
+// two a mesh is.
 #ifndef KIVRENDER_SCENE_KIVPLACEDMESH_H
 #define KIVRENDER_SCENE_KIVPLACEDMESH_H
 
@@ -22,6 +30,7 @@ struct KIV_API KivMeshPlacement {
     Kiv3DVector z{0.0, 0.0, 1.0};
     Kiv3DPoint origin;
 
+    // A point of the shape, in the coordinates of the mesh.
     Kiv3DPoint placed(const Kiv3DPoint& p) const {
         return {x.x * p.x + y.x * p.y + z.x * p.z + origin.x, x.y * p.x + y.y * p.y + z.y * p.z + origin.y,
                 x.z * p.x + y.z * p.y + z.z * p.z + origin.z};
@@ -38,6 +47,8 @@ public:
     KivPlacedMesh& operator=(const KivPlacedMesh&) = delete;
     ~KivPlacedMesh() override;
 
+    // As KivMesh declares them, in the coordinates of the mesh; a mirrored one exchanges two corners, so that the outer
+    // side stays outside.
     bool getTriangle(unsigned int* indices, unsigned int triangle) const override;
     bool getTriangle(Kiv3DPoint* points, Kiv3DVector* triangleNormals, unsigned int triangle) const override;
     bool getTriangle(Kiv3DPoint* points, unsigned int triangle) const override;
@@ -49,6 +60,7 @@ public:
     // From here on the mesh has a shape that it shares with nobody.
     void rebuildNormals() override;
 
+    // Never null.
     const std::shared_ptr<const KivMesh>& getShape() const {
         return shape;
     }
@@ -63,6 +75,7 @@ private:
     std::shared_ptr<const KivMesh> shape;
     KivMeshPlacement placement;
     double shapeUnits; // in one unit of the mesh
+    // Whether the placement is a mirror.
     bool isMirrored;
 };
 

@@ -1,4 +1,8 @@
 // A run of straight lines through points, open or closed, with an optional normal at each point.
+//
+// Hosts add them to a scene for what is a line in the model itself: cables, axes, sewing patterns. Lines are drawn by
+// the line shaders and in vector drawings, in their own colour; they hide nothing and throw no shadow.
+// KivScene::addPolyline takes one over and deletes it. Coordinates are in model units.
 #ifndef KIVRENDER_SCENE_KIVPOLYLINE_H
 #define KIVRENDER_SCENE_KIVPOLYLINE_H
 
@@ -23,17 +27,21 @@ public:
     ~KivPolyline() override;
 
     // Whether the last point joins the first.
+    // Of a closed one the first point is not repeated at the end.
     bool isClosed() const;
     void setClosed(bool value);
+    // Append a point; memory grows as that of a vector does.
     void addPoint(double x, double y, double z);
     void addPoint(const Kiv3DPoint& point);
     void addPoint(const Kiv3DPoint& point, const Kiv3DVector& normal);
     // Normals belong to the points of the same index; keeping the two in step is the caller's business.
     void addNormal(const Kiv3DVector& normal);
+    // How many points there are; the number of normals may be another.
     int numPoints() const;
     // Indices are not checked.
     Kiv3DPoint getPoint(int index) const;
     Kiv3DVector getNormal(int index) const;
+    // Whether there is any normal.
     bool hasNormals() const;
     // Red in the low byte, then green, then blue.
     std::uint32_t getColor() const;
@@ -48,6 +56,7 @@ public:
 private:
     std::vector<Kiv3DPoint> points;
     std::vector<Kiv3DVector> normals;
+    // Whether the last point joins the first.
     bool closed = false;
     std::uint32_t color = 0;
     KivMaterial material;

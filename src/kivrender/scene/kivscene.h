@@ -3,6 +3,16 @@
 //
 // The host fills a scene before each render; the render empties it. Meshes and polylines are handed over and deleted by
 // the scene; the rest is copied in.
+//
+//     auto scene = std::make_unique<KivScene>();
+//     auto mesh = std::make_unique<KivMesh>();
+//     mesh->addTriangle({0, 0, 0}, {1, 0, 0}, {0, 1, 0});
+//     scene->addMesh(mesh.release());      // the scene deletes it
+//     scene->addLight(light);              // copied
+//     renderer.render(&common, &stream, scene.get(), camera, &surface, &size);
+//
+// Numbers of meshes, lights and so on count from 0 in the order of adding. A scene may be copied before a render, so
+// that the next one need not be filled anew: copies share the meshes. Not for several threads at once.
 #ifndef KIVRENDER_SCENE_KIVSCENE_H
 #define KIVRENDER_SCENE_KIVSCENE_H
 
@@ -35,6 +45,7 @@ public:
     KivScene& operator=(const KivScene& other);
     ~KivScene();
 
+    // Room for as many more, so that adding does not move what is there. Never needed.
     void reserveMesh(unsigned int count);
     void reserveLights(unsigned int count);
     void reserveLines(unsigned int count);
@@ -57,12 +68,14 @@ public:
     // Lines and polylines, which are deleted; points.
     void removeLines();
     void removePoints();
+    // Copied in, and changed through getLight from then on.
     void addLight(KivLight& light);
     void addLine(KivLine& line);
     void addPoint(Kiv3DPoint& point);
     // Takes ownership.
     void addPolyline(KivPolyline* polyline);
 
+    // How many there are.
     unsigned int numMeshes() const;
     unsigned int numLights() const;
     unsigned int numLines() const;
@@ -108,8 +121,6 @@ public:
     void deleteSettingsToAllMeshes();
 
 private:
-    friend struct KivTestAccess;
-
     void orderTriangles(const KivCamera& camera, bool transparentOnly);
 
     std::vector<std::shared_ptr<KivShared<KivMesh>>> meshes;

@@ -30,8 +30,6 @@ public:
     static bool insertOneByOne(std::vector<Entry>& list, const std::vector<Entry>& added);
 
 private:
-    friend struct KivTestAccess;
-
     // A block is cut in two when it has grown to this many entries, a group when it has so many blocks.
     static constexpr std::size_t largestBlock = 256;
     static constexpr std::size_t largestGroup = 256;

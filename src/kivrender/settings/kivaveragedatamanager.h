@@ -59,7 +59,6 @@ protected:
     void reportVariedHeader(std::FILE* file) const override;
 
 private:
-    friend struct KivTestAccess;
     friend class KivStreamMark;
     friend class KivStreamMark;
 

@@ -9,6 +9,10 @@
 // that they return is the host's and is copied before the next call.
 //
 // The order of the virtual operations is part of the binary interface.
+//
+// A host that has a document derives from it and writes each value to its document, or reads it back; what it returns
+// for a value that the document does not have is up to it, and 0, false or an empty text are good answers. Called on
+// the thread that called KivCommonSettings.
 #ifndef KIVRENDER_SETTINGS_KIVCOMMONDATAMANAGER_H
 #define KIVRENDER_SETTINGS_KIVCOMMONDATAMANAGER_H
 
@@ -25,11 +29,16 @@ public:
     KivCommonDataManager& operator=(const KivCommonDataManager&) = default;
     ~KivCommonDataManager() override;
 
+    // Before the first save operation of a run. False ends the run.
     virtual bool beginSaveCommonData() = 0;
+    // After the last one; only here the values are complete.
     virtual bool endSaveCommonData() = 0;
+    // 0, 1 or 2.
     virtual bool saveAntialias(int value) = 0;
+    // Pixels, width and height.
     virtual bool saveResolution(SIZE value) = 0;
     virtual bool saveCustomSize(bool value) = 0;
+    // Colours have red in the low byte. Texts are paths, valid for the length of the call, and never null.
     virtual bool saveBackgroundColor(std::uint32_t value) = 0;
     virtual bool saveBackgroundImage(const wchar_t* value) = 0;
     virtual bool savePaperImage(const wchar_t* value) = 0;
@@ -37,6 +46,7 @@ public:
     virtual bool saveVectorial(bool value) = 0;
     virtual bool saveTransparencies(bool value) = 0;
     virtual bool saveShadows(bool value) = 0;
+    // 0 or 1.
     virtual bool saveVectorialSpeed(int value) = 0;
     virtual bool saveRenderIsoparams(bool value) = 0;
     virtual bool saveRenderDim(bool value) = 0;
@@ -46,14 +56,19 @@ public:
     virtual bool saveSaveRenderFile(const wchar_t* value) = 0;
     virtual bool saveSaveVectorFile(const wchar_t* value) = 0;
     virtual bool saveVectorSimplify(bool value) = 0;
+    // Units of the depth buffer.
     virtual bool savePolygonOffset(double value) = 0;
 
+    // Before the first load operation of a run. False if there is nothing to load; no value is then asked for.
     virtual bool beginLoadCommonData() = 0;
+    // After the last one.
     virtual bool endLoadCommonData() = 0;
+    // In the ranges of the save operations; others are cut by the render that reads them.
     virtual int loadAntialias() = 0;
     virtual SIZE loadResolution() = 0;
     virtual bool loadCustomSize() = 0;
     virtual std::uint32_t loadBackgroundColor() = 0;
+    // Texts may be null, which counts as empty.
     virtual const wchar_t* loadBackgroundImage() = 0;
     virtual const wchar_t* loadPaperImage() = 0;
     virtual std::uint32_t loadAmbientLight() = 0;

@@ -32,8 +32,6 @@ public:
     bool read(const wchar_t* section, const wchar_t* key, bool& value, bool defaultValue) const;
 
 private:
-    friend struct KivTestAccess;
-
     wchar_t path[kivMaxPath] = {};
 };
 

@@ -124,7 +124,7 @@ std::uint32_t KivDataManager::loadUnsignedLong() {
 
 void KivDataManager::loadString(wchar_t* out) {
     kivCopyText(out, kivMaxPath, L"");
-    // A cell that is no text stays: readers end their loops on the empty text and do not run on through a damaged
+    // A cell that is not a text stays: readers end their loops on the empty text and do not run on through a damaged
     // stream.
     if (getNextType() == KivProperty::String) {
         kivCopyText(out, kivMaxPath, next<std::wstring>());

@@ -16,6 +16,9 @@
 //
 // No operation reports more than its result: reading past the end gives zero or the empty text. A manager belongs to
 // one thread. The order of the virtual operations is part of the binary interface.
+//
+// A stream is written from its start to its end and read in the same order; cells are told apart by their place alone.
+// KivMemoryDataManager is one for hosts without a document, KivAverageDataManager one that stands for several objects.
 #ifndef KIVRENDER_SETTINGS_KIVDATAMANAGER_H
 #define KIVRENDER_SETTINGS_KIVDATAMANAGER_H
 
@@ -124,7 +127,6 @@ protected:
     bool changed = false;
 
 private:
-    friend struct KivTestAccess;
     friend class KivAverageDataManager; // merges the cells of several managers
     friend class KivStreamMark;         // takes cells back
 

@@ -1,5 +1,16 @@
 // The common settings of a host without a document of its own: kept in memory. A save that does not reach its end
 // leaves the earlier values as they were; before the first complete save there is nothing to load.
+//
+// A host that keeps no options of its own uses one of these as the argument of KivRenderer::render:
+//
+//     KivCommonSettings settings;
+//     settings.setShadows(true);
+//     KivMemoryCommonDataManager common;
+//     settings.saveDataOnHost(&common);
+//     renderer.render(&common, &shaderStream, &scene, camera, &surface, &size);
+//
+// It owns copies of all texts. What the load operations return stays valid until the next complete save, or until the
+// manager ends. Copies are independent of one another. No operation throws, but for want of memory.
 #ifndef KIVRENDER_SETTINGS_KIVMEMORYCOMMONDATAMANAGER_H
 #define KIVRENDER_SETTINGS_KIVMEMORYCOMMONDATAMANAGER_H
 
@@ -15,8 +26,12 @@ public:
     KivMemoryCommonDataManager& operator=(const KivMemoryCommonDataManager&) = default;
     ~KivMemoryCommonDataManager() override;
 
+    // Begins a run of save operations. A run that was begun and not ended is forgotten. Always true.
     bool beginSaveCommonData() override;
+    // Makes the values of the run the current ones, all at once. False, with nothing changed, without a run.
     bool endSaveCommonData() override;
+    // One value each, of the meaning and range that KivCommonSettings gives it; nothing is checked here. A null text
+    // counts as empty. False, with nothing kept, outside a run.
     bool saveAntialias(int value) override;
     bool saveResolution(SIZE value) override;
     bool saveCustomSize(bool value) override;
@@ -40,7 +55,9 @@ public:
 
     // False as long as nothing was saved.
     bool beginLoadCommonData() override;
+    // Always true: a load changes nothing.
     bool endLoadCommonData() override;
+    // The values of the last complete save; before it those of a new record: 0, false and empty texts.
     int loadAntialias() override;
     SIZE loadResolution() override;
     bool loadCustomSize() override;
@@ -63,6 +80,7 @@ public:
     double loadPolygonOffset() override;
 
 private:
+    // All values of one save.
     struct Record {
         int antialias = 0;
         SIZE resolution = {};
@@ -87,6 +105,7 @@ private:
     };
 
     Record coming; // what the run of save operations under way has brought so far
+    // Those that the load operations give.
     Record kept;
     bool saving = false;
     bool complete = false;

@@ -42,8 +42,6 @@ protected:
     KivDataManager* dataManager = nullptr;
 
 private:
-    friend struct KivTestAccess;
-
     bool loaded = false;
 };
 

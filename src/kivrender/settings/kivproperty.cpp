@@ -113,7 +113,7 @@ template <class T> void KivProperty::getValue(T& out) const {
     } else {
         const std::uint64_t pattern = type == String ? 0 : patternOf(value);
         if constexpr (std::is_same_v<T, bool>) {
-            out = (pattern & 0xFF) != 0; // any other byte than 0 and 1 is no bool and must not become one
+            out = (pattern & 0xFF) != 0; // any other byte than 0 and 1 is not a bool and must not become one
         } else {
             std::memcpy(&out, &pattern, sizeof out);
         }

@@ -2,6 +2,16 @@
 // (KivDataManager); a cell knows nothing of keys or nesting, its meaning comes from its place alone.
 //
 // A cell owns its value outright: copies share nothing.
+//
+//     KivProperty cell;
+//     cell.setValue(3);
+//     int number = 0;
+//     if (cell.getType() == KivProperty::Int) {
+//         cell.getValue(number);
+//     }
+//
+// Plug-ins rarely meet one: the operations of KivDataManager read and write whole values. Cells throw nothing but for
+// want of memory.
 #ifndef KIVRENDER_SETTINGS_KIVPROPERTY_H
 #define KIVRENDER_SETTINGS_KIVPROPERTY_H
 
@@ -26,6 +36,7 @@ public:
         UnsignedLong = 8   // std::uint32_t; colours travel in it
     };
 
+    // Void.
     KivProperty() = default;
     KivProperty(const KivProperty& other);
     KivProperty(KivProperty&& other) noexcept;
@@ -37,6 +48,7 @@ public:
     void set(const KivProperty& other);
     // Releases the value; the cell is Void afterwards.
     void clear();
+    // The tag of what was stored last; Void before and after clear.
     propertyType getType() const;
 
     // Stores a copy of the value and takes its tag. There is one form for each type of the table above.
@@ -55,8 +67,7 @@ public:
     static bool differs(const KivProperty& a, const KivProperty& b);
 
 private:
-    friend struct KivTestAccess;
-
+    // The tag of each type that a cell can hold; others do not compile.
     static propertyType typeOf(const int&);
     static propertyType typeOf(const float&);
     static propertyType typeOf(const double&);

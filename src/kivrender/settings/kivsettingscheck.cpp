@@ -15,7 +15,7 @@ bool canStandInFile(std::string_view key) {
            std::none_of(key.begin(), key.end(), isRefused);
 }
 
-// Written so that a NaN is no range.
+// Written so that a NaN is not a range.
 bool isRange(const KivSettingInfo& info) {
     const bool counts = info.type == KivSettingType::Int || info.type == KivSettingType::Double;
     return !counts || info.minimum <= info.maximum;

@@ -87,7 +87,7 @@ std::optional<double> parseDecimal(std::string_view text) {
         return std::nullopt;
     }
     if (error == std::errc::result_out_of_range) {
-        // Too small or too large; the sign of the exponent tells which, and without one there are many digits.
+        // Too small or too large; the sign of the exponent says which, and without one there are many digits.
         const std::size_t exponent = text.find_first_of("eE");
         const bool tiny = exponent != std::string_view::npos ? text.substr(exponent + 1).starts_with('-')
                                                              : text.find_first_of("123456789") > text.find('.');

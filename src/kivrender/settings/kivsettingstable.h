@@ -75,7 +75,7 @@ KIV_API int kivFindSetting(const KivSettingInfo* table, int count, std::string_v
 // value.
 //
 // In a stream a Bool goes as a bool cell, Int and Choice as int, Double as double,
-// Colour as unsigned long. What comes from a stream or a file is brought into range: a text that is no value of the
+// Colour as unsigned long. What comes from a stream or a file is brought into range: a text that is not a value of the
 // setting's kind gives the default, a number out of range the nearer end.
 class KIV_API KivTablePageSettings : public KivPageSettings {
 public:
@@ -116,7 +116,7 @@ public:
     void setVaried(int index, bool flag);
 
     // By key and as text, see kivFormatSetting and kivParseSetting. False, with nothing changed, for an unknown key or
-    // a text that is no value in range.
+    // a text that is not a value in range.
     bool getText(std::string_view key, std::string* text) const;
     bool setText(std::string_view key, std::string_view text, std::string* why = nullptr);
 

@@ -1,6 +1,12 @@
 // The head of a settings stream: the style's name and the shaders that draw, in the three text cells before the blocks
 // of the shaders; and the cell that ends a stream (settings/kivdatamanager.h has its whole form). Whoever writes a
 // stream, or changes what one selects, does it through these.
+//
+//     KivMemoryDataManager stream;
+//     stream.setSaving();
+//     kivWriteStreamHead(stream, {L"", L"Cartoon", {L"Outline"}});
+//     ... // the blocks of the shaders
+//     kivWriteStreamEnd(stream);
 #ifndef KIVRENDER_SETTINGS_KIVSTREAMHEAD_H
 #define KIVRENDER_SETTINGS_KIVSTREAMHEAD_H
 

@@ -6,6 +6,10 @@
 // what each paints is up to the shader. vectorial is KivCommonSettings::doVectorial.
 //
 // The order of the virtual operations is part of the binary interface.
+//
+// A plug-in whose look is one colour for each facet derives from KivFacetShader of the kit instead, which answers all
+// of these operations. OpenGL's context is current in each of them; what a shader changes of its state it sets back
+// (shaders/kit/kivglstate.h).
 #ifndef KIVRENDER_SHADER_KIVNONCOMBINABLESHADER_H
 #define KIVRENDER_SHADER_KIVNONCOMBINABLESHADER_H
 

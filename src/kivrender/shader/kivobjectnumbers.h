@@ -1,4 +1,4 @@
-// The numbers by which a recorded page tells what belongs to which object.
+// The numbers by which a recorded page says what belongs to which object.
 #ifndef KIVRENDER_SHADER_KIVOBJECTNUMBERS_H
 #define KIVRENDER_SHADER_KIVOBJECTNUMBERS_H
 

@@ -102,7 +102,7 @@ public:
     // used is left out and told in a message box, with its file and the reason, which kivLastModuleError gives as well:
     // a file that can't be loaded, one that was built for another interface, one that throws, one without a tag or name
     // or with that of a shader that is there, one with a faulty table of settings. Passed over without a word are a
-    // library that is no plug-in and a plug-in that makes no shader.
+    // library that is not a plug-in and a plug-in that makes no shader.
     static unsigned long loadShaders(const wchar_t* path);
     // Undoes one loadShaders; the last one releases all shaders. True.
     static bool unLoadAll();
@@ -169,7 +169,6 @@ protected:
     void createPage(KivPageDlg* page, KivPropertiesDlg* dlg);
 
 private:
-    friend struct KivTestAccess;
     friend struct KivShaderModule; // reads the module to find further exports of the plug-in
 
     static std::wstring accept(KivShader* shader, HINSTANCE plugin);

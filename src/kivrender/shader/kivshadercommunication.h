@@ -1,6 +1,10 @@
 // What renderer and shaders tell each other during a render: the polygon offset, whether a base look runs, and whether
 // transparency is on. A renderer owns one and makes it the default channel while it is loaded. Not locked: one render
 // at a time.
+//
+// A shader that draws lines takes the offset from here, so that they are seen on the surfaces that others have drawn;
+// one that draws surfaces sets its material by KivDrawing, which asks here for transparency. Hosts need it only where
+// they drive shaders without KivRenderer.
 #ifndef KIVRENDER_SHADER_KIVSHADERCOMMUNICATION_H
 #define KIVRENDER_SHADER_KIVSHADERCOMMUNICATION_H
 
@@ -8,6 +12,7 @@
 
 class KIV_API KivShaderCommunication {
 public:
+    // Without an offset, a base look or transparency.
     KivShaderCommunication() = default;
 
     // The channel in force, null outside a render. Setting returns the previous one; neither owns it.
@@ -26,10 +31,9 @@ public:
     bool doTransparency() const;
 
 private:
-    friend struct KivTestAccess;
-
     static KivShaderCommunication* spDefaultCommunication;
 
+    // As set last.
     float polygonOffsetFactor = 0.0F;
     float polygonOffsetUnits = 0.0F;
     bool hasNonCombinableFlag = false;

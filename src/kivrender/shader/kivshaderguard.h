@@ -37,7 +37,7 @@ void kivTellFailure(const KivShaderFailure& failure);
 // The same, once in a process for each text: for what is tried again and again, as previews are.
 void kivTellFailureOnce(const KivShaderFailure& failure);
 
-// Calls a shader on its own, for programs as well: tells what it throws, once for each text, and is false then.
+// Calls a shader on its own, for programs as well: says what it throws, once for each text, and is false then.
 KIV_API bool kivTryShader(const KivShader& shader, const std::function<void()>& call);
 // The same for what else belongs to a plug-in, such as a page.
 KIV_API bool kivTryModule(HINSTANCE plugin, const std::function<void()>& call);

@@ -22,7 +22,7 @@ struct KivStyleHead {
     std::vector<std::wstring> combinables; // in the order of the file
 };
 
-// False, with head empty, if the file is no style or can't be read: it names no shader at all.
+// False, with head empty, if the file is not a style or can't be read: it names no shader at all.
 KIV_API bool kivReadStyleHead(const std::wstring& path, KivStyleHead* head);
 
 // Writes the two keys; the base shader's is removed if there is none. Of combinable shaders whose tags do not fit into

@@ -43,8 +43,6 @@ public:
                              std::vector<unsigned int>* triangles);
 
 private:
-    friend struct KivTestAccess;
-
     static constexpr unsigned int rangeVertices = 8192;
 
     // One side of a triangle, in the bucket of the lower vertex.

@@ -102,8 +102,6 @@ public:
     void setOnlyOtherLight(const KivCommonSettings* settings, KivScene* scene, int light) const;
 
 private:
-    friend struct KivTestAccess;
-
     struct Volume;      // a welded mesh with its edges
     struct VolumeCache; // those kept for the further lights
 

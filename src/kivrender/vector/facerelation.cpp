@@ -65,7 +65,7 @@ bool findStrokeDistance(const ScreenFace& area, const ScreenFace& stroke, Screen
 }
 
 // The depths of two planes differ least and most at corners of the rectangle about what both faces share. Where already
-// that tells which is nearer, nobody has to know what they share.
+// that says which is nearer, nobody has to know what they share.
 FaceRelation relationOfPlanes(const ScreenFace& first, const ScreenFace& second) {
     ScreenPoint low = first.low();
     ScreenPoint high = first.high();

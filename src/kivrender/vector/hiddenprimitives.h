@@ -4,7 +4,7 @@
 // The answer errs on one side only: what can be seen is never taken. It is exact for areas that do not run through one
 // another, to a 4096th of a pixel and a fraction of the spacing of depths in the page. Together small areas hide what
 // none of them would hide alone. Blended primitives, those that are not fully opaque, lines and points hide nothing,
-// and are themselves taken when they are hidden. A primitive with coordinates that are no numbers stays and hides
+// and are themselves taken when they are hidden. A primitive with coordinates that are not numbers stays and hides
 // nothing. Of areas that lie in one plane the one that was drawn later hides the others.
 //
 // The cost grows like n log n; where arbitrarily many faces meet in a point only so many are looked at, and the rest

@@ -98,7 +98,7 @@ bool OutlineContours::chain(std::vector<FeedbackVertex*>& vertices, std::vector<
     std::vector<std::size_t> touching;
     std::size_t numUsed = 0;
     std::size_t firstUnused = 0;
-    // One edge that is left over is no contour.
+    // One edge that is left over is not a contour.
     while (numUsed + 1 < edges.size()) {
         while (isUsed[firstUnused])
             ++firstUnused;

@@ -29,8 +29,6 @@ public:
     FeedbackPrimitiveList* tessellate(CoplanarGroup* group);
 
 private:
-    friend struct KivTestAccess;
-
     // Called back by the tessellator. An index counts into the vertices of the contours and travels as the pointer that
     // the tessellator keeps for each vertex.
     void begin(std::uint32_t mode);

@@ -23,8 +23,6 @@ public:
     int getSize();
 
 private:
-    friend struct KivTestAccess;
-
     FeedbackPrimitiveList* primitives;
     float* buffer = nullptr;
     std::int32_t size = 0;

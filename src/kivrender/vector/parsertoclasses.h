@@ -18,8 +18,6 @@ public:
     FeedbackPrimitiveList* getPrimitives();
 
 private:
-    friend struct KivTestAccess;
-
     float valueAt(std::int64_t position) const;
     FeedbackVertex vertexAt(std::int64_t position) const;
     std::int64_t readMarker(std::int64_t position, FeedbackPrimitive& state) const;

@@ -82,7 +82,7 @@ KivCartoonSteps kivCartoonSteps(const KivCartoonColors& colors, KivCartoonLayer 
     const auto toneAt = [&](std::size_t i) {
         const double from = i == 0 ? 0.0 : places[i - 1];
         const double to = i == places.size() ? 1.0 : places[i];
-        // What is left of a flat part is told at its middle, where no transition reaches.
+        // The remainder of a flat part is judged at its middle, where no transition reaches.
         return kivCartoonEntry(colors, layer, share, bands.level((from + to) * 0.5));
     };
     StepsBuilder builder(toneAt(0));

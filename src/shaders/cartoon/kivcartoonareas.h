@@ -41,7 +41,7 @@ struct KivFlatAreas {
     void clear();
 };
 
-// Cuts triangles along the edges of the steps. The light on a side tells where it is cut, whichever of its two
+// Cuts triangles along the edges of the steps. The light on a side says where it is cut, whichever of its two
 // triangles asks, so that neighbours that share a side's values share its cuts to the last bit. Pieces keep their
 // triangle's winding and lie where it lay in the list.
 class KivAreaCutter {

@@ -76,7 +76,6 @@ private:
     class Lights;    // asks the toolbox of this shader
     class RimLights; // a lamp behind the shape
     class Triangles; // transparent triangles on their way into the picture
-    friend struct KivTestAccess;
 
     KivCartoonLook lookOf(const Kiv3DObject& object) const;
     KivCartoonColors colorsOf(const KivMesh& mesh, const KivCartoonLook& look, const KivCommonSettings& settings) const;

@@ -70,7 +70,7 @@ private:
     const KivScene* scene = nullptr;
     const KivCommonSettings* settings = nullptr;
     int lightsLost = -1; // the most that may be
-    // What is known of meshes and materials; a row of the atlases for each of the colours.
+    // Data of meshes and materials; a row of the atlases for each of the colours.
     std::unordered_map<const KivMesh*, Kind> kinds;
     std::vector<KivCartoonColors> colors;
     std::vector<Atlas> ramps; // for each number of lights lost

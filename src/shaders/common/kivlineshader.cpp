@@ -142,7 +142,7 @@ void KivLineShader::render(KivBitmapManager* surface, const KivCommonSettings& s
         return;
     }
     Steps steps;
-    // Which of the lines are seen.
+    // Marks the lines that are seen.
     steps.begin();
     if (!drawing->trace()) {
         return;

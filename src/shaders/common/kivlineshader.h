@@ -49,9 +49,7 @@ protected:
                                                          KivShaderCommunication& communication, bool atFront) = 0;
 
 private:
-    friend struct KivTestAccess;
-
-    // What is found for the tiles of one picture.
+    // The lines found for the tiles of one picture.
     struct Surveyed {
         std::uint64_t picture = 0; // its number
         std::unique_ptr<KivLineDrawing> drawing;

@@ -15,7 +15,7 @@ constexpr double smallGap = 1.0;
 constexpr double directionReach = 6.0; // into a line, for its direction at the end
 constexpr double touching = 3.0;       // beside its own half width
 constexpr double leastTurn = 0.64;     // the cosine of 50 degrees
-constexpr std::size_t mostEnds = 32;   // in one cell: more are no line to follow
+constexpr std::size_t mostEnds = 32;   // in one cell: more are not line to follow
 
 constexpr std::int32_t noEnd = -1;
 

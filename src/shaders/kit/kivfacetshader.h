@@ -1,6 +1,22 @@
 // A base look that gives each facet one colour by the light on it. The plug-in says which colour; this class draws it
 // in plain renders, in previews, with shadows and transparency, into vector pages, and for objects with looks of their
 // own.
+//
+// The whole of a base look that paints in two tones:
+//
+//     class Duotone : public KivFacetShader {
+//     public:
+//         explicit Duotone(HINSTANCE module)
+//             : KivFacetShader(module, L"Duotone", kivDefaultSettings(L"Duotone", duotoneSettings)) {}
+//         KivFacetColour colourOf(const KivMesh&, const KivTablePageSettings&, double light) const override {
+//             return light < 0.5 ? KivFacetColour{0.2, 0.2, 0.3} : KivFacetColour{0.9, 0.9, 0.8};
+//         }
+//     };
+//     KIV_SHADER_PLUGIN(Duotone, duotoneSettings)
+//
+// All other operations answer the renderer (kivrender/shader/kivnoncombinableshader.h tells when each is called); a
+// plug-in does not override them. Each facet is asked for once in a pass: colourOf should be fast, must not call
+// OpenGL, and gives the same colour for the same arguments, as layers and tiles of one picture are drawn apart.
 #ifndef SHADERS_KIT_KIVFACETSHADER_H
 #define SHADERS_KIT_KIVFACETSHADER_H
 
@@ -24,18 +40,22 @@ public:
     // How much of the light that falls on a facet's far side counts, from 0 to 1.
     virtual double lightFromBehind(const KivTablePageSettings& look) const;
 
+    // Draws all meshes without shadows or transparency.
     void render(KivBitmapManager* surface, const KivCommonSettings& settings, const KivCamera& camera, KivScene* scene,
                 tagSIZE size, KivShaderCommunication& communication, bool named) override;
     // Three units for each mesh, as the bar lays out.
     unsigned int getProgressSteps(KivScene* scene, const KivCommonSettings& settings) override;
     void prepareObjectRendering(const KivCommonSettings& settings, KivScene* scene) override;
+    // With shadows: depth and ambient light first ...
     void renderMeshDepth(const KivMesh* mesh, const KivCommonSettings& settings, KivScene* scene, KivShadows& shadows,
                          const KivCamera& camera, bool vectorial) override;
     using KivTableShader::reservedSlot;
     void reservedSlot(const KivMesh* mesh) override;
+    // ... then what each light adds where it reaches.
     void renderMeshPass(const KivMesh* mesh, const KivLight* light, int lightIndex, int numLights,
                         const KivCommonSettings& settings, KivScene* scene, int pass, const KivCamera& camera,
                         bool vectorial) override;
+    // With transparency: the opaque meshes first, then all other triangles from far to near.
     void beginTransparency(bool vectorial) override;
     void renderOpaqueMesh(const KivMesh* mesh, const KivCommonSettings& settings, KivScene* scene,
                           const KivCamera& camera, int meshIndex, KivNonCombinableShader* defaultShader, int pass,
@@ -49,6 +69,7 @@ public:
     void endTransparency(bool vectorial) override;
 
 private:
+    // What one mesh is drawn with in one pass.
     struct Brush;
 
     void drawMesh(const KivMesh& mesh, const Brush& brush);

@@ -138,7 +138,7 @@ void KivShaderPage::pickColour(int index) {
     const std::uint32_t before = colour.getColor();
     const bool varied = getWindow()->isVaried(controlOf(index));
     colour.click();
-    // A cancel is no edit. A colour that is picked for objects that differ is one even if it is the first one's.
+    // A cancel is not an edit. A colour that is picked for objects that differ is one even if it is the first one's.
     if (colour.getColor() != before || (varied && !getWindow()->isVaried(controlOf(index)))) {
         resetStyle();
     }

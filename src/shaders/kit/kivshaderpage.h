@@ -18,7 +18,7 @@ class KivPropertiesDlg;
 inline constexpr unsigned int kivPageTemplate = 1;
 
 // A page over its own settings, with a control for each of them as kivPageForm numbers them. Without a toolkit there
-// are no controls, and the settings are all there is to it.
+// are not controls, and the settings are all there is to it.
 //
 // A control in which several objects differ shows none of their values. As long as the user leaves it alone its setting
 // stays varied.

@@ -4,6 +4,14 @@
 //
 // MyShader has a constructor that takes the plug-in's HINSTANCE; myTable is a function that stores the table of
 // settings and gives their number (KivTableFunction). The page is the one that the kit makes of table and texts.
+//
+// The build needs the kit and the texts of the page; with CMake:
+//
+//     find_package(Selvarin REQUIRED)
+//     selvarin_add_shader(my_shader myshader.cpp)
+//
+// selvarin_add_shader links selvarin::kit and takes page.<language>.txt of the folder in. The library unloads a plug-in
+// only after all its objects are deleted by the same plug-in: nothing that it hands out may be freed elsewhere.
 #ifndef SHADERS_KIT_KIVSHADERPLUGIN_H
 #define SHADERS_KIT_KIVSHADERPLUGIN_H
 

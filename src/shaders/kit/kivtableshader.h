@@ -1,6 +1,23 @@
 // What every shader plug-in with one page over one table of settings does alike: its name and tag, its page, and its
 // settings in documents, streams, style files, on objects and in previews. The plug-in derives from
 // KivTableShader<KivCombinableShader> or KivTableShader<KivNonCombinableShader> and adds the drawing.
+//
+// A plug-in in short; "selvarin new-shader" writes one that is whole:
+//
+//     class MyShader : public KivTableShader<KivCombinableShader> {
+//     public:
+//         explicit MyShader(HINSTANCE module)
+//             : KivTableShader(module, L"Mine", kivDefaultSettings(L"Mine", myTable)) {}
+//         void render(...) override {
+//             const KivTablePageSettings& settings = settingsOf(mesh);
+//             ... // draw by OpenGL
+//         }
+//     };
+//
+// The table (kivrender/settings/kivsettingstable.h) names each setting once; page, style files, streams and the command
+// line follow from it. Streams are read by position, so rows are added at the end of a table and never moved.
+//
+// Threads: one render at a time calls a shader. Pages and previews are asked for on the thread of the windows.
 #ifndef SHADERS_KIT_KIVTABLESHADER_H
 #define SHADERS_KIT_KIVTABLESHADER_H
 
@@ -26,6 +43,7 @@ public:
     KivTableShader& operator=(const KivTableShader&) = delete;
     ~KivTableShader() override = default;
 
+    // What users see, in the language that is loaded now. Valid until the next call.
     const wchar_t* getName() const override {
         // Asked for each time: the language can be loaded after the shader.
         name = text == 0 ? kivPageTitle() : std::wstring();
@@ -34,21 +52,28 @@ public:
         }
         return name.c_str();
     }
+    // The name in files and options; never translated.
     const wchar_t* getTag() const override {
         return tag;
     }
+    // A slot of the binary interface that nobody calls.
     using Base::reservedSlot;
     void reservedSlot() override {}
     // No still picture.
     HBITMAP getPreviewBitmap() override {
         return nullptr;
     }
+    // Called before a render with the stream of the scene: fills in sceneSettings. A stream that is cut off leaves the
+    // defaults.
     void loadRenderData(KivDataManager* manager, const KivCommonSettings&) override {
         kivLoadSettings(manager, renderSettings);
     }
+    // Called when a host opens a document: the settings in it become the defaults of new pages.
     bool loadDocData(KivDataManager* manager) override {
         return kivLoadDocument(manager, defaults);
     }
+    // Makes the one page for a dialog, or opens in it the page that it has already. The shader keeps the page; the
+    // dialog shows it.
     void createPages(KivPropertiesDlg* dlg, KivPropertiesDlg*) override {
         if (KivPageDlg* const page = this->getPage(dlg, 0)) {
             // It may have been made before there was a window for it.
@@ -63,19 +88,23 @@ public:
         ownPages.back()->openIn(dlg);
         this->createPage(ownPages.back().get(), dlg);
     }
+    // Appends the defaults to a stream. True.
     bool saveDefaultData(KivDataManager* manager) override {
         KivTablePageSettings settings = defaults;
         return kivSaveSettings(manager, settings);
     }
+    // Reads an object's own settings from a stream; the object owns them afterwards.
     void loadObjectSettings(KivDataManager* manager, Kiv3DObject* object) override {
         object->addPageSettings(read(manager).release());
     }
+    // Gives the meshes of the preview scene the settings that the page shows now.
     void preparePreview(KivScene* scene, const KivPropertiesDlg* dlg) override {
         this->loadPreviewSettingsFromPages();
         KivPageDlg* page = this->getPage(dlg, 0);
         scene->addSettingsToAllMeshes(tag, this->isCombinable(),
                                       page != nullptr ? page->getSettings() : &renderSettings);
     }
+    // One page for one table.
     int getNumPages() override {
         return 1;
     }
@@ -100,18 +129,22 @@ protected:
     }
 
 private:
+    // A block of settings from the cursor of a stream on, over the defaults.
     std::unique_ptr<KivTablePageSettings> read(KivDataManager* manager) const {
         auto page = std::make_unique<KivTablePageSettings>(defaults);
         kivLoadSettings(manager, *page);
         return page;
     }
 
+    // Whose resources the page comes from.
     HINSTANCE plugin;
     const wchar_t* tag;
     unsigned int text;
     mutable std::wstring name;
     KivTablePageSettings defaults;
+    // Of the scene in the render that runs.
     KivTablePageSettings renderSettings;
+    // Each for one dialog; they go with the shader, before its code is unloaded.
     std::vector<std::unique_ptr<KivShaderPage>> ownPages;
 };
 

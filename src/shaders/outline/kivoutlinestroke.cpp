@@ -13,7 +13,7 @@ int circleCorners(float radius) {
     return std::clamp(static_cast<int>(std::ceil(std::numbers::pi / angle)), 6, 64);
 }
 
-// What is left of the width at a loose end, and how much of a short path thins out towards one.
+// The part of the width that remains at a loose end, and how much of a short path thins out towards one.
 constexpr float leastWidth = 0.2F;
 constexpr float tapered = 0.45F;
 

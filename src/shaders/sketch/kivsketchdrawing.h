@@ -27,8 +27,6 @@ protected:
     void drawPaths() const override;
 
 private:
-    friend struct KivTestAccess;
-
     // The lowest layer comes first.
     enum class Layer : std::uint8_t { hatching, hidden, lines };
     struct Batch {

@@ -203,7 +203,7 @@ private:
         int found = 0;
         for (int i = 0; i < 3 && found < 2; ++i) {
             const int j = (i + 1) % 3;
-            // What lies on a plane counts as above it, so that a plane leaves a triangle as often as it enters.
+            // A point on a plane counts as above it, so that a plane leaves a triangle as often as it enters.
             if ((height[i] >= at) == (height[j] >= at)) {
                 continue;
             }

@@ -1,4 +1,4 @@
-// What is drawn with, and on: how a stroke of each medium looks across and along, and the tooth of the paper that it
+// Drawing media and paper: how a stroke of each medium looks across and along, and the tooth of the paper that it
 // catches on, as images made by rule.
 #ifndef SHADERS_SKETCH_KIVSKETCHMEDIUM_H
 #define SHADERS_SKETCH_KIVSKETCHMEDIUM_H

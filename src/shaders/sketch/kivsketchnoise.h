@@ -23,7 +23,7 @@ public:
 
     // From -1 to 1, smooth over about the wavelength, in units of the scene. Channels are independent of each other.
     // The pattern stands still in space: a slight change of the wavelength changes the value slightly, as it fades
-    // between patterns of fixed sizes. 0 for places that are no numbers and wavelengths that are not above 0.
+    // between patterns of fixed sizes. 0 for places that are not numbers and wavelengths that are not above 0.
     double at(const KivVec& place, double wavelength, std::uint32_t channel) const;
 
 private:

@@ -143,7 +143,7 @@ TopoDS_Shape bottle() {
     const auto point = [](double r, double z) { return gp_Pnt(r, 0.0, z); };
     BRepBuilderAPI_MakeWire outline;
     const auto line = [&](const gp_Pnt& a, const gp_Pnt& b) { outline.Add(BRepBuilderAPI_MakeEdge(a, b)); };
-    // An eighth of a turn tells which way round.
+    // An eighth of a turn says which way round.
     const auto arc = [&](const gp_Pnt& a, const gp_Pnt& centre, double from, double radius, const gp_Pnt& b) {
         const double middle = from + std::numbers::pi / 4.0;
         const gp_Pnt on = point(centre.X() + radius * std::cos(middle), centre.Z() + radius * std::sin(middle));

@@ -219,7 +219,7 @@ TEST_F(CartoonPicture, HasAsManyTonesAsBands) {
             ++tones[color];
         }
         tones.erase(paperColor);
-        // What lies between two entries of the ramp can have a colour of its own, on few pixels.
+        // Values between two entries of the ramp can have a colour of its own, on few pixels.
         const auto bands =
             std::count_if(tones.begin(), tones.end(), [](const auto& tone) { return tone.second > 150; });
         EXPECT_EQ(bands, count);

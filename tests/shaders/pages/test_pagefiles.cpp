@@ -14,7 +14,7 @@ struct Line {
     std::vector<std::string> parts;
 };
 
-// Literally: every line that is no comment, cut at its tabs.
+// Literally: every line that is not a comment, cut at its tabs.
 std::vector<Line> linesOf(const std::filesystem::path& path) {
     std::ifstream in(path);
     std::vector<Line> lines;

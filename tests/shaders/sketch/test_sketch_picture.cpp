@@ -502,7 +502,7 @@ TEST_F(SketchPicture, GivesPlainLinesToAVectorPage) {
         }
         lengths.push_back(length);
     }
-    // Nine edges of some sixty pixels are seen. What no base shader draws is no part of the page.
+    // Nine edges of some sixty pixels are seen. What no base shader draws is not part of the page.
     EXPECT_GT(lengths[0], 450.0);
     EXPECT_EQ(lengths[0], lengths[1]);
 }

@@ -14,7 +14,7 @@
 // Starts the display and points DISPLAY to it, for this process and its children. To be made before a QApplication.
 class MemoryDisplay {
 public:
-    // What is not installed of the programs that are needed; empty if nothing is missing.
+    // The needed programs that are not installed; empty if nothing is missing.
     static QString missing();
 
     MemoryDisplay();

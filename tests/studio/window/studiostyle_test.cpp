@@ -1,4 +1,4 @@
-// What can be seen on bright and on dark windows.
+// The visibility of controls on bright and on dark windows.
 #include "apps/studio/studiostyle.h"
 
 #include <QCheckBox>

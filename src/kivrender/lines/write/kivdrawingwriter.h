@@ -42,7 +42,7 @@ KIV_API KivSheetPlace kivPlaceOnSheet(const KivVectorDrawing& drawing, const Kiv
 
 enum class KivDrawingWritten {
     done,
-    sheetProblem, // kivPlaceOnSheet tells which
+    sheetProblem, // kivPlaceOnSheet says which
     failed,       // the last error says why
     cancelled,
 };

@@ -9,7 +9,7 @@ namespace {
 // At a scale the width of a line has nothing to do with the size of a pixel: the 2.6 pixels of an outline become the
 // half millimetre of the usual line group.
 constexpr double scaledPixelWidth = 0.2;
-// Coordinates in pixels beyond this are no places of a picture, and would fill a file with digits.
+// Coordinates in pixels beyond this are not places of a picture, and would fill a file with digits.
 constexpr double farthest = 1e7;
 constexpr double largestPage = 1e7; // ten kilometres
 

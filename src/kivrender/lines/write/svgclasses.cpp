@@ -7,7 +7,7 @@
 
 namespace {
 
-// More looks of one kind, and more colours, are no classes that anyone edits.
+// More looks of one kind, and more colours, are not classes that anyone edits.
 constexpr std::size_t mostClasses = 12;
 constexpr std::size_t mostTones = 64;
 

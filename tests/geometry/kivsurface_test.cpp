@@ -9,6 +9,8 @@
 #include <algorithm>
 #include <limits>
 #include <memory>
+#include <random>
+#include <set>
 
 namespace {
 
@@ -64,6 +66,28 @@ TEST(KivReadSurface, WeldsAnUnweldedCube) {
     EXPECT_EQ(surface.points.size(), 8U);
     EXPECT_EQ(surface.triangles.size(), 12U);
     EXPECT_TRUE(surface.normals.empty());
+}
+
+// Of few points most triangles have the same sum of corners, of many hardly any.
+TEST(KivReadSurface, OfTrianglesWithTheSameCornersTheFirstStays) {
+    std::mt19937 random(5);
+    for (const unsigned int points : {5U, 60U, 200U, 5000U}) {
+        KivMesh mesh;
+        for (unsigned int i = 0; i < points; ++i) {
+            mesh.addVertex(Kiv3DPoint(i, i * i % 7, 0.0));
+        }
+        std::set<std::set<unsigned int>> known;
+        std::vector<std::uint32_t> expected;
+        for (unsigned int t = 0; t < 20000; ++t) {
+            const unsigned int corner[3] = {random() % points, random() % points, random() % points};
+            mesh.addTriangle(corner[0], corner[1], corner[2]);
+            const std::set<unsigned int> key(corner, corner + 3);
+            if (key.size() == 3 && known.insert(key).second) {
+                expected.push_back(t);
+            }
+        }
+        EXPECT_EQ(kivReadSurface(mesh).sources, expected) << points;
+    }
 }
 
 TEST(KivReadSurface, LeavesOutWhatCannotBeDrawn) {

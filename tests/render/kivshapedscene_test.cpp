@@ -1,5 +1,6 @@
 #include "kivrender/render/kivshapedscene.h"
 
+#include "kivrender/render/kivshapesahead.h"
 #include "kivrender/scene/kivcamera.h"
 #include "kivrender/scene/kivmesh.h"
 #include "kivrender/shader/kivshader.h"
@@ -75,4 +76,40 @@ TEST_F(KivShapedSceneTest, NoShaderAndASmallPictureLeaveTheTriangles) {
     const KivShapedScene small(scene, camera, {8, 8}, cartoon);
     EXPECT_FALSE(small.isChanged());
     EXPECT_EQ(scene.getMesh(0), own);
+}
+
+TEST_F(KivShapedSceneTest, ShapesMadeAheadAreThoseOfTheRender) {
+    const KivScene own = scene;
+    std::vector<Kiv3DPoint> expected;
+    {
+        const KivShapedScene shaped(scene, camera, {400, 400}, cartoon);
+        for (unsigned int i = 0; i < scene.getMesh(0)->getNumVertexs(); ++i) {
+            expected.push_back(scene.getMesh(0)->getVertex(i));
+        }
+    }
+    const KivShapesAhead ahead(own, camera, {400, 400}, *KivShader::getByIndex(0));
+    {
+        const KivShapedScene shaped(scene, camera, {400, 400}, cartoon);
+        ASSERT_EQ(scene.getMesh(0)->getNumVertexs(), expected.size());
+        for (unsigned int i = 0; i < expected.size(); ++i) {
+            ASSERT_TRUE(scene.getMesh(0)->getVertex(i) == expected[i]) << i;
+        }
+    }
+    const std::vector<KivShapeRequest> requests{{own.getMesh(0), 45.0}};
+    EXPECT_FALSE(KivShapesAhead::take(requests, kivShapeViewOf(camera, {400, 400}))) << "they were taken";
+}
+
+TEST_F(KivShapedSceneTest, ShapesMadeAheadAreForTheSameMeshesSeenTheSameWay) {
+    const std::vector<KivShapeRequest> requests{{scene.getMesh(0), 45.0}};
+    const KivShapeView view = kivShapeViewOf(camera, {400, 400});
+    {
+        const KivShapesAhead ahead(scene, camera, {400, 400}, *KivShader::getByIndex(0));
+        EXPECT_FALSE(KivShapesAhead::take({{scene.getMesh(0), 30.0}}, view));
+        EXPECT_FALSE(KivShapesAhead::take({}, view));
+        EXPECT_FALSE(KivShapesAhead::take(requests, kivShapeViewOf(camera, {800, 800})));
+        camera.setDirection({0.1, 0.0, -1.0});
+        EXPECT_FALSE(KivShapesAhead::take(requests, kivShapeViewOf(camera, {400, 400})));
+        EXPECT_TRUE(KivShapesAhead::take(requests, view));
+    }
+    EXPECT_FALSE(KivShapesAhead::take(requests, view)) << "and for as long as they are there";
 }

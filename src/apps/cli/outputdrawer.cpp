@@ -57,6 +57,10 @@ void OutputDrawer::chooseLook() {
         return;
     }
     const ChosenLook look = buildShaderStream(options, stream);
+    shaper = look.shaders.nonCombinable;
+    if (shaper.empty() && !look.shaders.combinables.empty()) {
+        shaper = look.shaders.combinables.front();
+    }
     plan.ground = !options.noBackground;
     plan.paper = !paper.empty();
     plan.base = !look.shaders.nonCombinable.empty();
@@ -79,6 +83,13 @@ void OutputDrawer::chooseDocumentLook() {
     const std::optional<std::uint32_t> sheet = sheetColour(look);
     background = sheet.value_or(options.background);
     isBackgroundWanted = sheet || options.backgroundChosen;
+}
+
+std::unique_ptr<KivShapesAhead> OutputDrawer::shapesAhead(const KivScene& scene, const KivCamera& camera) const {
+    const KivShader* const shader = shaper.empty() ? nullptr : KivShader::getByTag(shaper.c_str());
+    return shader == nullptr
+               ? nullptr
+               : std::make_unique<KivShapesAhead>(scene, camera, tagSIZE{options.width, options.height}, *shader);
 }
 
 bool OutputDrawer::isPoster() const {

@@ -7,6 +7,7 @@
 #include "apps/common/layeredpicture.h"
 #include "import/kivmodelimport.h"
 #include "kivrender/render/kivrenderer.h"
+#include "kivrender/render/kivshapesahead.h"
 #include "kivrender/settings/kivcommonsettings.h"
 #include "kivrender/settings/kivmemorycommondatamanager.h"
 #include "kivrender/settings/kivmemorydatamanager.h"
@@ -41,6 +42,8 @@ public:
     }
     // The shaders of the options and what layers they have; once, after the paper is set. Warns.
     void chooseLook();
+    // The smooth shapes of the scene for the next render of it in this view, made now; null if none are wanted.
+    std::unique_ptr<KivShapesAhead> shapesAhead(const KivScene& scene, const KivCamera& camera) const;
     // Whether pictures are too large for a surface, or wanted in tiles.
     bool isPoster() const;
 
@@ -84,7 +87,8 @@ private:
     const RenderOptions& options;
     ProgressBar& bar;
     Timings& timings;
-    std::string paper; // its file
+    std::string paper;   // its file
+    std::wstring shaper; // the tag of the shader whose wish of shapes most likely counts; empty for none
     std::uint32_t background = 0;
     bool isBackgroundWanted = false; // on paper too
     unsigned long lastError = 0;     // of the last render

@@ -20,6 +20,7 @@
 #include "kivrender/platform/kivsystemerror.h"
 #include "kivrender/platform/kivtext.h"
 #include "kivrender/render/kivframedepth.h"
+#include "kivrender/render/kivshapesahead.h"
 #include "kivrender/settings/kivcommonsettings.h"
 
 #include <algorithm>
@@ -355,7 +356,10 @@ private:
         drawnTriangles = triangles;
         const KivCamera camera = choice.prepare(model);
         timings.add("framing", timings.lap());
+        std::unique_ptr<KivShapesAhead> shapes;
         if (warmUp.valid()) {
+            shapes = drawer.shapesAhead(*model.scene, camera);
+            timings.add("shapes", timings.lap());
             warmUp.get();
             timings.add("wait for OpenGL", timings.lap());
         }

@@ -43,30 +43,58 @@ std::size_t tableSize(std::size_t entries) {
 
 constexpr std::uint32_t none = 0xffffffffU;
 
-// Remembers triangles by their set of corners.
+// Remembers triangles by their set of corners, in a table with open addresses. Meshes number their points along their
+// surface, so that the sum of the corners puts neighbours side by side in memory, where a hash would look all over it.
+// Where sums are too much alike, as of many triangles between few points, it hashes after all.
 class TriangleSet {
 public:
-    explicit TriangleSet(std::size_t count) : slots(tableSize(count), none), mask(slots.size() - 1) {}
+    explicit TriangleSet(std::size_t count) : slots(tableSize(count), none), mask(slots.size() - 1) {
+        sorted.reserve(count);
+    }
 
     // False if the set of corners was there already.
-    bool add(const KivSurface::Triangle& triangle, std::vector<KivSurface::Triangle>& sorted) {
+    bool add(const KivSurface::Triangle& triangle) {
         KivSurface::Triangle key = triangle;
         std::sort(key.begin(), key.end());
-        std::size_t slot = mixed(key[0] + 3 * mixed(key[1] + 5 * mixed(key[2]))) & mask;
-        while (slots[slot] != none) {
-            if (sorted[slots[slot]] == key) {
-                return false;
-            }
-            slot = (slot + 1) & mask;
+        if (!isHashed && steps > fewSteps + 4 * sorted.size()) {
+            hashAll();
         }
-        slots[slot] = static_cast<std::uint32_t>(sorted.size());
+        std::uint32_t& slot = slotOf(key);
+        if (slot != none) {
+            return false;
+        }
+        slot = static_cast<std::uint32_t>(sorted.size());
         sorted.push_back(key);
         return true;
     }
 
 private:
-    std::vector<std::uint32_t> slots;
+    static constexpr std::size_t fewSteps = 4096;
+
+    // With that set of corners, or free.
+    std::uint32_t& slotOf(const KivSurface::Triangle& key) {
+        const std::uint64_t place =
+            isHashed ? mixed(key[0] + 3 * mixed(key[1] + 5 * mixed(key[2]))) : std::uint64_t{key[0]} + key[1] + key[2];
+        std::size_t slot = place & mask;
+        while (slots[slot] != none && sorted[slots[slot]] != key) {
+            slot = (slot + 1) & mask;
+            ++steps;
+        }
+        return slots[slot];
+    }
+    void hashAll() {
+        isHashed = true;
+        std::fill(slots.begin(), slots.end(), none);
+        for (std::uint32_t i = 0; i < sorted.size(); ++i) {
+            slotOf(sorted[i]) = i;
+        }
+    }
+
+    std::vector<KivSurface::Triangle> sorted; // each by its corners
+    std::vector<std::uint32_t> slots;         // of the table, numbers of the former
     std::size_t mask;
+    std::size_t steps = 0; // that were taken beyond the first look
+    bool isHashed = false;
 };
 
 // place: the point of each vertex.
@@ -151,8 +179,6 @@ KivSurface kivReadSurface(const KivMesh& mesh) {
     }
     surface.triangles.reserve(numTriangles);
     surface.sources.reserve(numTriangles);
-    std::vector<KivSurface::Triangle> sorted;
-    sorted.reserve(numTriangles);
     TriangleSet known(numTriangles);
     for (unsigned int t = 0; t < numTriangles; ++t) {
         unsigned int corner[3] = {0, 0, 0};
@@ -165,7 +191,7 @@ KivSurface kivReadSurface(const KivMesh& mesh) {
         if (collapsed || !isFinite(points[corner[0]]) || !isFinite(points[corner[1]]) || !isFinite(points[corner[2]])) {
             continue;
         }
-        if (known.add(triangle, sorted)) {
+        if (known.add(triangle)) {
             surface.triangles.push_back(triangle);
             surface.sources.push_back(t);
             if (hasNormals) {

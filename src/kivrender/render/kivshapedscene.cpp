@@ -1,29 +1,14 @@
 #include "kivrender/render/kivshapedscene.h"
 
 #include "kivrender/geometry/kivsmoothshape.h"
-#include "kivrender/lines/kivlineview.h"
+#include "kivrender/render/kivshapesahead.h"
 #include "kivrender/scene/kivcamera.h"
 #include "kivrender/scene/kivmesh.h"
 #include "kivrender/shader/kivshadershape.h"
 
 #include <memory>
+#include <utility>
 #include <vector>
-
-namespace {
-
-KivShapeView viewOf(const KivCamera& camera, tagSIZE size) {
-    const KivLineView line(camera, size.cx, size.cy);
-    KivShapeView view;
-    if (line.seesAnything()) {
-        view.perspective = line.isPerspective();
-        view.eye = line.viewpoint().place;
-        view.forward = kivUnit({camera.getDirection().x, camera.getDirection().y, camera.getDirection().z});
-        view.pixelsPerUnit = 1.0 / line.pixelSize(1.0);
-    }
-    return view;
-}
-
-} // namespace
 
 KivShapedScene::KivShapedScene(KivScene& sceneToDraw, const KivCamera& camera, tagSIZE size, const ShaderOf& shaderOf)
     : scene(sceneToDraw) {
@@ -38,7 +23,9 @@ KivShapedScene::KivShapedScene(KivScene& sceneToDraw, const KivCamera& camera, t
             numbers.push_back(i);
         }
     }
-    std::vector<std::unique_ptr<KivMesh>> shapes = kivSmoothShapes(requests, viewOf(camera, size));
+    const KivShapeView view = kivShapeViewOf(camera, size);
+    auto ahead = KivShapesAhead::take(requests, view);
+    std::vector<std::unique_ptr<KivMesh>> shapes = ahead ? std::move(*ahead) : kivSmoothShapes(requests, view);
     if (shapes.empty()) {
         return;
     }

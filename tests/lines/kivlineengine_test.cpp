@@ -535,6 +535,28 @@ TEST(KivLineEngine, ASurfaceThatNamesItsEdgesHasThese) {
     EXPECT_TRUE(linesWith({{0, 2, true}}, false).empty());
 }
 
+TEST(KivLineEngine, HiddenTangentEdgesAreLeftOutUnlessWanted) {
+    LineBody sheet;
+    sheet.points = {{-1.0, -1.0, 0.0}, {1.0, -1.0, 0.0}, {1.0, 1.0, 0.0}, {-1.0, 1.0, 0.0}};
+    sheet.triangles = {{0, 1, 2}, {0, 2, 3}};
+    const KivCamera camera = cameraAt(false, {0.0, 0.0, 8.0}, 1.5);
+    for (const bool isTangent : {true, false}) {
+        for (const bool wanted : {true, false}) {
+            KivLineBody named = engineBody(sheet);
+            named.surface.namesEdges = true;
+            named.surface.namedEdges = {{0, 2, isTangent}};
+            named.rules.hidden = true;
+            named.rules.hiddenTangents = wanted;
+            std::vector<KivLineBody> bodies;
+            bodies.push_back(std::move(named));
+            bodies.push_back(engineBody(boxBody({-2.0, -2.0, 1.0}, {2.0, 2.0, 1.5})));
+            bodies.back().drawn = false;
+            const Kind kind = isTangent ? Kind::tangent : Kind::edge;
+            EXPECT_EQ(ofKind(linesOf(camera, std::move(bodies)), kind, true).size(), isTangent && !wanted ? 0U : 1U);
+        }
+    }
+}
+
 TEST(KivLineEngine, BodiesMayHideAndNotBeDrawnAndTheOtherWayRound) {
     const LineBody behind = boxBody({-0.5, -0.5, -4.0}, {0.5, 0.5, -3.0});
     const LineBody wall = boxBody({-1.0, -1.0, 0.0}, {1.0, 1.0, 0.1});
@@ -747,6 +769,75 @@ TEST(KivLineEngine, PollsByCost) {
         KivLineEngine engine(view);
         engine.add(bodies[0]);
         engine.add(bodies[1]);
+        engine.find();
+    });
+}
+
+// Needles from anywhere to anywhere: each stands before most of the others.
+LineBody needles(std::uint32_t count) {
+    RawRandom random(3);
+    LineBody body;
+    for (std::uint32_t i = 0; i < count; ++i) {
+        const KivVec tip = {random.between(-1.5, 1.5), random.between(-1.5, 1.5), random.between(-1.5, 1.5)};
+        const KivVec back = {random.between(-1.5, 1.5), random.between(-1.5, 1.5), random.between(-1.5, 1.5)};
+        body.points.insert(body.points.end(), {tip, back, back + KivVec{0.01, 0.0, 0.01}});
+        body.triangles.push_back({3 * i, 3 * i + 1, 3 * i + 2});
+    }
+    return body;
+}
+
+TEST(KivLineEngine, AHostileArrangementIsCutShortAndSaysSo) {
+    const KivLineView view(cameraAt(true, corner), size, size);
+    const LineBody body = needles(200);
+    double lengthBefore = -1.0;
+    for (const double effort : {1e-9, 2e-4, 1e-3, 1.0}) {
+        KivLineEngine engine(view);
+        KivLineBody drawn = engineBody(body);
+        drawn.rules.intersections = false;
+        engine.add(std::move(drawn));
+        engine.setEffort(effort);
+        ASSERT_TRUE(engine.find());
+        EXPECT_EQ(engine.isCutShort(), effort < 1.0) << effort;
+        const double length = lengthOf(engine.lines());
+        EXPECT_GT(length, lengthBefore) << effort;
+        lengthBefore = length;
+    }
+    EXPECT_GT(lengthBefore, 1000.0);
+}
+
+TEST(KivLineEngine, ARingThatIsCutShortIsNotClosed) {
+    const KivLineView view(cameraAt(true, corner), size, size);
+    for (const double effort : {1.0, 1e-4}) {
+        KivLineEngine engine(view);
+        KivLineBody ball = engineBody(sphereBody({0.0, 0.0, 0.0}, 1.0, 200, 100));
+        ball.rules.intersections = false;
+        engine.add(std::move(ball));
+        engine.setEffort(effort);
+        ASSERT_TRUE(engine.find());
+        ASSERT_EQ(engine.lines().size(), 1U) << effort;
+        EXPECT_EQ(engine.lines()[0].closed, effort == 1.0);
+    }
+}
+
+TEST(KivLineEngine, CrossingsThatAreGivenUpAreTold) {
+    const KivLineView view(cameraAt(true, corner), size, size);
+    for (const double effort : {1.0, 1e-5}) {
+        KivLineEngine engine(view);
+        engine.add(engineBody(boxBody({-1.0, -1.0, -1.0}, {1.0, 1.0, 1.0})));
+        engine.add(engineBody(sphereBody({0.0, 0.0, 1.0}, 0.7, 80, 50)));
+        engine.setEffort(effort);
+        ASSERT_TRUE(engine.find());
+        EXPECT_EQ(ofKind(engine.lines(), Kind::intersection).empty(), effort < 1.0);
+        EXPECT_EQ(engine.isCutShort(), effort < 1.0);
+    }
+}
+
+TEST(KivLineEngine, PollsByCostInAHostileArrangement) {
+    const KivLineView view(cameraAt(true, corner), size, size);
+    const KivLineBody body = engineBody(needles(250));
+    PollCost::expectAllowed([&] {
+        KivLineEngine engine(view);
+        engine.add(body);
         engine.find();
     });
 }

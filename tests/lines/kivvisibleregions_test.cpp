@@ -342,4 +342,27 @@ TEST(VisibleRegions, ACancelAtAnyPollGivesNothing) {
     }
 }
 
+TEST(VisibleRegions, WorkHasAnEnd) {
+    RawRandom random(9);
+    std::vector<SeenFace> faces;
+    for (std::uint32_t i = 0; i < 60; ++i) {
+        SeenFace face{{}, i};
+        for (int k = 0; k < 3; ++k) {
+            face.corners.push_back({random.between(0.0, 200.0), random.between(0.0, 200.0), random.between(0.0, 1.0)});
+        }
+        faces.push_back(face);
+    }
+    for (const double effort : {1.0, 1e-4, 1e-5, 1e-6, 1e-9}) {
+        KivVisibleRegions picture(200.0, 200.0);
+        for (const SeenFace& face : faces) {
+            picture.add(face.corners, face.look);
+        }
+        picture.setEffort(effort);
+        const bool isWhole = picture.find();
+        EXPECT_EQ(isWhole, effort == 1.0) << effort;
+        EXPECT_EQ(picture.wasTooMuch(), !isWhole) << effort;
+        EXPECT_EQ(picture.regions().empty(), !isWhole) << effort;
+    }
+}
+
 } // namespace

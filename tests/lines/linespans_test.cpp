@@ -51,7 +51,8 @@ public:
             chain.lines.push_back(i);
             chain.reversed.push_back(false);
         }
-        LineSpans cutter(occluders, segments);
+        LineBudget budget(LineBudget::allowance(1, 1.0));
+        LineSpans cutter(occluders, segments, budget);
         std::vector<LineSpan> spans;
         EXPECT_TRUE(cutter.cut(chain, spans));
         cutter.closeGaps(spans);
@@ -186,7 +187,8 @@ TEST(LineSpans, TheEndOfAContourBehindItsOwnMeshIsABarb) {
             spans[i].length = kivLength(segment.b - segment.a);
             spans[i].sight = i < 2 ? LineSight::seen : LineSight::hidden;
         }
-        LineSpans(scene.occluders, scene.segments).markBarbs(spans);
+        LineBudget budget(LineBudget::allowance(1, 1.0));
+        LineSpans(scene.occluders, scene.segments, budget).markBarbs(spans);
         double barb = 0.0;
         for (const LineSpan& span : spans) {
             barb += span.isBarb ? span.length : 0.0;

@@ -135,6 +135,32 @@ TEST_F(DrawingCollector, AreasThatDoNotShareTheirBordersWantRims) {
     }
 }
 
+TEST_F(DrawingCollector, RegionsThatAreTooMuchWorkStayTriangles) {
+    drawing.effort = 1e-9;
+    KivDrawingCollector collector(drawing);
+    for (int i = 0; i < 2; ++i) {
+        host.messages.clear();
+        ASSERT_TRUE(renderSquare());
+        ASSERT_TRUE(collector.hasDrawing());
+        ASSERT_EQ(drawing.areas.size(), 2U);
+        EXPECT_NEAR(sumOfAreas(drawing), 800.0, 0.1);
+        EXPECT_EQ(drawing.areaRim, 0.5);
+        ASSERT_EQ(drawing.messages.size(), 1U);
+        EXPECT_EQ(host.messages, drawing.messages);
+    }
+    drawing.effort = 1.0;
+    ASSERT_TRUE(renderSquare());
+    EXPECT_THAT(drawing.messages, IsEmpty());
+}
+
+TEST_F(DrawingCollector, LinesThatAreCutShortAreTold) {
+    KivDrawingCollector collector(drawing);
+    drawAlso([] { kivCollectedDrawing()->linesAreCutShort = true; });
+    ASSERT_TRUE(renderSquare());
+    ASSERT_EQ(drawing.messages.size(), 1U);
+    EXPECT_EQ(host.messages, drawing.messages);
+}
+
 TEST_F(DrawingCollector, WhatTheHostWantsOutlivesRenders) {
     drawing.wantsHidden = true;
     KivDrawingCollector collector(drawing);

@@ -1,7 +1,5 @@
 #include "kivrender/lines/doublelines.h"
 
-#include "kivrender/lines/curveorder.h"
-
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
@@ -29,6 +27,7 @@ public:
     void add(const Stretch& line) {
         const auto number = static_cast<std::uint32_t>(lines.size());
         lines.push_back(line);
+        asked.push_back(0);
         std::uint64_t before = 0;
         forSteps(line, [&](std::int64_t x, std::int64_t y) {
             std::vector<std::uint32_t>& here = cells[keyOf(x, y)];
@@ -42,24 +41,23 @@ public:
     // The parts of the line that lie on lines drawn so far, sorted and joined.
     const std::vector<Part>& partsOf(const Stretch& line) {
         found.clear();
-        candidates.clear();
+        ++questions;
         forSteps(line, [&](std::int64_t x, std::int64_t y) {
             for (std::int64_t i = x - 1; i <= x + 1; ++i) {
                 for (std::int64_t k = y - 1; k <= y + 1; ++k) {
                     const auto here = cells.find(keyOf(i, k));
                     if (here != cells.end()) {
-                        candidates.insert(candidates.end(), here->second.begin(), here->second.end());
+                        takeAll(line, here->second);
                     }
                 }
             }
         });
-        std::sort(candidates.begin(), candidates.end());
-        candidates.erase(std::unique(candidates.begin(), candidates.end()), candidates.end());
-        for (const std::uint32_t number : candidates) {
-            take(line, lines[number]);
-        }
         join();
         return found;
+    }
+    // Lines that were looked at in cells, since the last call.
+    std::size_t takeWork() {
+        return std::exchange(work, 0);
     }
 
 private:
@@ -75,6 +73,16 @@ private:
             const double part = static_cast<double>(i) / steps;
             visit(static_cast<std::int64_t>(std::floor((line.start.x + dx * part) / cell)),
                   static_cast<std::int64_t>(std::floor((line.start.y + dy * part) / cell)));
+        }
+    }
+    // A line lies in many cells, and counts once.
+    void takeAll(const Stretch& line, const std::vector<std::uint32_t>& numbers) {
+        work += numbers.size() + 1;
+        for (const std::uint32_t number : numbers) {
+            if (asked[number] != questions) {
+                asked[number] = questions;
+                take(line, lines[number]);
+            }
         }
     }
     void take(const Stretch& line, const Stretch& other) {
@@ -123,20 +131,24 @@ private:
 
     std::vector<Stretch> lines;
     std::unordered_map<std::uint64_t, std::vector<std::uint32_t>> cells;
-    std::vector<std::uint32_t> candidates;
+    std::vector<std::uint32_t> asked; // the last question in which each line was looked at
+    std::uint32_t questions = 0;
+    std::size_t work = 0;
     std::vector<Part> found;
 };
 
 class Taker {
 public:
-    Taker(const KivLineView& seenFrom, const LineSegments& known) : view(seenFrom), segments(known) {}
+    Taker(const KivLineView& seenFrom, const LineSegments& known, LineBudget& work)
+        : view(seenFrom), segments(known), budget(work) {}
 
     void take(LineCourse& course, LineSight sight) {
         spans.clear();
         for (const LineSpan& span : course.spans) {
-            const bool asked = span.sight == sight && !segments.all[span.segment].isInterpolated;
+            const bool asked = budget.goesOn() && span.sight == sight && !segments.all[span.segment].isInterpolated;
             if (asked) {
                 split(span);
+                budget.spend(drawn.takeWork());
             } else {
                 spans.push_back(span);
             }
@@ -198,6 +210,7 @@ private:
 
     const KivLineView& view;
     const LineSegments& segments;
+    LineBudget& budget;
     Drawn drawn;
     std::vector<LineSpan> spans;
 };
@@ -226,7 +239,8 @@ int rankOf(KivStrokeKind kind) {
 
 } // namespace
 
-bool kivTakeOutDoubles(const KivLineView& view, const LineSegments& segments, std::vector<LineCourse>& courses) {
+bool kivTakeOutDoubles(const KivLineView& view, const LineSegments& segments, LineBudget& budget,
+                       std::vector<LineCourse>& courses) {
     std::vector<std::uint32_t> order;
     for (std::uint32_t i = 0; i < courses.size(); ++i) {
         if (courses[i].kind != KivStrokeKind::own) {
@@ -236,14 +250,14 @@ bool kivTakeOutDoubles(const KivLineView& view, const LineSegments& segments, st
     std::stable_sort(order.begin(), order.end(), [&](std::uint32_t a, std::uint32_t b) {
         return rankOf(courses[a].kind) < rankOf(courses[b].kind);
     });
-    Taker taker(view, segments);
+    Taker taker(view, segments, budget);
     for (const LineSight sight : {LineSight::seen, LineSight::hidden}) {
-        for (std::size_t i = 0; i < order.size(); ++i) {
-            if (kivIsCancelledAt(i)) {
-                return false;
+        for (const std::uint32_t number : order) {
+            if (!budget.spend(courses[number].spans.size() + 1)) {
+                return !budget.isCancelled();
             }
-            taker.take(courses[order[i]], sight);
+            taker.take(courses[number], sight);
         }
     }
-    return true;
+    return !budget.isCancelled();
 }

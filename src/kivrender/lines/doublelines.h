@@ -17,7 +17,8 @@ struct LineCourse {
 
 // Where a line lies on one that comes before it by its kind, or by its place in the list, its spans become doubled;
 // what is hidden comes after all that is seen. Interpolated contours and the scene's own lines stay as they are and
-// hide nothing. False when the user cancelled.
-bool kivTakeOutDoubles(const KivLineView& view, const LineSegments& segments, std::vector<LineCourse>& courses);
+// hide nothing. Where the budget ends the rest stays as it is. False when the user cancelled.
+bool kivTakeOutDoubles(const KivLineView& view, const LineSegments& segments, LineBudget& budget,
+                       std::vector<LineCourse>& courses);
 
 #endif

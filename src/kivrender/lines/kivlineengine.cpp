@@ -3,6 +3,7 @@
 #include "kivrender/lines/doublelines.h"
 #include "kivrender/lines/kivoccluders.h"
 #include "kivrender/lines/kivsurfacecrossings.h"
+#include "kivrender/lines/linebudget.h"
 #include "kivrender/lines/linejoins.h"
 #include "kivrender/lines/linespans.h"
 #include "kivrender/lines/strokejoins.h"
@@ -23,6 +24,9 @@ bool isSame(const KivVec& a, const KivVec& b) {
 bool comesBefore(const KivVec& a, const KivVec& b) {
     return std::tie(a.x, a.y, a.z) < std::tie(b.x, b.y, b.z);
 }
+
+constexpr std::size_t spansOfAnyScene = 1'000'000;
+constexpr std::size_t spansPerSegment = 2;
 
 } // namespace
 
@@ -45,6 +49,8 @@ public:
     std::vector<Source> sources;
     KivOccluders occluders;
     std::vector<KivFoundLine> found;
+    double effort = 1.0;
+    bool isCutShort = false;
 
 private:
     bool layOccluders() {
@@ -122,6 +128,7 @@ private:
     // The pieces belong to the first of the two bodies.
     bool findCrossings() {
         KivSurfaceCrossings crossings;
+        crossings.setEffort(effort);
         std::vector<std::uint32_t> bodies;
         for (std::uint32_t i = 0; i < sources.size(); ++i) {
             const KivLineBody& body = sources[i].body;
@@ -135,6 +142,7 @@ private:
         if (!crossings.find()) {
             return false;
         }
+        isCutShort = isCutShort || crossings.isHeap();
         for (const KivCrossing& piece : crossings.pieces()) {
             if (!isSame(piece.from, piece.to)) {
                 LineSegment line;
@@ -219,6 +227,9 @@ private:
     bool wantsHidden(std::uint32_t source) const {
         return sources[source].isBody ? sources[source].body.rules.hidden : sources[source].course.hidden;
     }
+    bool wantsHiddenTangents(std::uint32_t source) const {
+        return !sources[source].isBody || sources[source].body.rules.hiddenTangents;
+    }
 
     bool cutChains() {
         std::vector<LineEnd> ends(nodes.size());
@@ -226,33 +237,63 @@ private:
             ends[2 * i] = {nodes[2 * i], groupOf(i), {}};
             ends[2 * i + 1] = {nodes[2 * i + 1], groupOf(i), {}};
         }
-        LineSpans spans(occluders, segments);
-        constexpr std::size_t spansPerPoll = 1000; // some milliseconds
-        std::size_t work = spansPerPoll;
+        const std::size_t count = occluders.size() + segments.all.size();
+        LineBudget sights(LineBudget::allowance(count, effort));
+        LineBudget doubles(LineBudget::allowance(count, effort));
+        LineSpans spans(occluders, segments, sights);
+        std::size_t room = spansOfAnyScene + spansPerSegment * segments.all.size(); // the memory is bounded, too
         for (LineChain& chain : kivChainsOf(kivJoinedEnds(ends, LineJunctions::end))) {
-            if (work >= spansPerPoll) {
-                work = 0;
-                if (kivIsCancelled()) {
-                    return false;
-                }
+            if (!sights.goesOn()) {
+                break;
             }
-            const std::uint32_t first = chain.lines[0];
-            LineCourse course{std::move(chain), segments.sources[first], segments.all[first].kind, {}};
-            if (!spans.cut(course.chain, course.spans)) {
-                return false;
+            courses.push_back(cutChain(std::move(chain), spans));
+            const std::size_t used = courses.back().spans.size();
+            if (used > room) {
+                sights.end();
             }
-            spans.closeGaps(course.spans);
-            spans.markBarbs(course.spans);
-            spans.takeOutSlight(course.spans);
-            work += course.spans.size() + 1;
-            if (!wantsHidden(course.source)) {
-                for (LineSpan& span : course.spans) {
-                    span.sight = span.sight == LineSight::hidden ? LineSight::absent : span.sight;
-                }
-            }
-            courses.push_back(std::move(course));
+            room -= std::min(used, room);
         }
-        return kivTakeOutDoubles(view, segments, courses);
+        if (sights.isCancelled() || !kivTakeOutDoubles(view, segments, doubles, courses)) {
+            return false;
+        }
+        isCutShort = isCutShort || sights.isSpent() || doubles.isSpent();
+        return true;
+    }
+    LineCourse cutChain(LineChain chain, LineSpans& spans) const {
+        const std::uint32_t first = chain.lines[0];
+        LineCourse course{std::move(chain), segments.sources[first], segments.all[first].kind, {}};
+        if (!spans.cut(course.chain, course.spans)) {
+            course.chain.closed = false;
+        }
+        spans.closeGaps(course.spans);
+        spans.markBarbs(course.spans);
+        spans.takeOutSlight(course.spans);
+        const bool isShown = wantsHidden(course.source);
+        if (!isShown || !wantsHiddenTangents(course.source)) {
+            for (LineSpan& span : course.spans) {
+                const bool isAbsent = span.sight == LineSight::hidden &&
+                                      !(isShown && segments.all[span.segment].kind != KivStrokeKind::tangent);
+                span.sight = isAbsent ? LineSight::absent : span.sight;
+            }
+        }
+        joinAlike(course.spans);
+        return course;
+    }
+    // Of an edge that thousands of slivers pass by, nothing is left to tell once its gaps are closed.
+    void joinAlike(std::vector<LineSpan>& spans) const {
+        std::size_t last = 0;
+        for (std::size_t i = 1; i < spans.size(); ++i) {
+            const LineSegment& segment = segments.all[spans[i].segment];
+            if (spans[i].segment == spans[last].segment && spans[i].sight == spans[last].sight &&
+                segment.contour == LineSegment::none && !segment.mayBeSlight && spans[i].first == spans[last].last) {
+                spans[last].last = spans[i].last;
+                spans[last].end = spans[i].end;
+                spans[last].length += spans[i].length;
+            } else {
+                spans[++last] = spans[i];
+            }
+        }
+        spans.resize(spans.empty() ? 0 : last + 1);
     }
 
     bool join() {
@@ -306,6 +347,14 @@ void KivLineEngine::add(KivLineBody body) {
 
 void KivLineEngine::add(KivLineCourse course) {
     parts->sources.push_back({{}, std::move(course), false});
+}
+
+void KivLineEngine::setEffort(double part) {
+    parts->effort = part;
+}
+
+bool KivLineEngine::isCutShort() const {
+    return parts->isCutShort;
 }
 
 bool KivLineEngine::find() {

@@ -33,12 +33,13 @@ class KivOccluders;
 
 // Which lines of a body are wanted. Lengths in pixels.
 struct KivLineRules {
-    KivFeatureRules features;  // contours, boundaries and creases
-    bool materials = true;     // lines between materials
-    bool intersections = true; // lines where it runs into another body that wants them too, and into itself
-    bool hidden = false;       // what is hidden is wanted as well
-    double detail = 1.0;       // contours inside a shape fade where they step back by less than this; 0 draws all
-    double shortest = 5.0;     // faded contours that are shorter are left out
+    KivFeatureRules features;    // contours, boundaries and creases
+    bool materials = true;       // lines between materials
+    bool intersections = true;   // lines where it runs into another body that wants them too, and into itself
+    bool hidden = false;         // what is hidden is wanted as well
+    bool hiddenTangents = false; // and so are hidden tangent edges, which technical drawings leave out (ISO 128)
+    double detail = 1.0;         // contours inside a shape fade where they step back by less than this; 0 draws all
+    double shortest = 5.0;       // faded contours that are shorter are left out
 };
 
 // A mesh whose lines are wanted, which hides others, or both.
@@ -86,8 +87,13 @@ public:
     // Bodies and courses are taken over. Points are in the model's units; nothing that is not finite may be among them.
     void add(KivLineBody body);
     void add(KivLineCourse course);
+    // How much work lines may take before they are cut short, as a part of what is promised (docs/vector.md).
+    void setEffort(double part);
     // Call once. False when the user cancelled; there are no lines then.
     bool find();
+    // Whether the scene was such that the work was given up: lines may be missing then, those where surfaces cross
+    // among them, and some may be there twice.
+    bool isCutShort() const;
 
     // In the order of their sources, of the kinds, and of the edges of the surface.
     const std::vector<KivFoundLine>& lines() const;

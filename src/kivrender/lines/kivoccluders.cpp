@@ -154,7 +154,7 @@ void KivOccluders::findParts(const KivVec& a, const KivVec& b, std::vector<KivLi
     // Of a long segment less and less is left to ask about.
     KivLinePart asked = inPicture;
     constexpr double worthIt = 0.75;
-    index->walkRest(segmentOf(inPicture), [&](std::uint32_t which, OccluderIndex::Segment* rest) {
+    const std::size_t boxes = index->walkRest(segmentOf(inPicture), [&](std::uint32_t which, auto* rest) {
         const Occluder& occluder = occluders[which];
         const KivVec triangle[3] = {corners[occluder.corners[0]], corners[occluder.corners[1]],
                                     corners[occluder.corners[2]]};
@@ -171,6 +171,7 @@ void KivOccluders::findParts(const KivVec& a, const KivVec& b, std::vector<KivLi
         }
         return goesOn;
     });
+    looks.fetch_add(boxes, std::memory_order_relaxed);
     visible.finish();
 }
 
@@ -200,12 +201,13 @@ double depthAt(const KivLineView& view, const KivVec (&corners)[3], const KivPic
 
 double KivOccluders::nearestAt(const KivPicturePoint& place) const {
     double nearest = std::numeric_limits<double>::infinity();
-    index->walk(place.x, place.y, place.x, place.y, nearest, [&](std::uint32_t which) {
+    const std::size_t boxes = index->probe(place.x, place.y, [&](std::uint32_t which) {
         const Occluder& occluder = occluders[which];
         const KivVec triangle[3] = {corners[occluder.corners[0]], corners[occluder.corners[1]],
                                     corners[occluder.corners[2]]};
         nearest = std::min(nearest, depthAt(seenFrom, triangle, place));
-        return true;
+        return nearest;
     });
+    looks.fetch_add(boxes, std::memory_order_relaxed);
     return nearest;
 }

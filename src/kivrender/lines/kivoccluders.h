@@ -21,6 +21,8 @@
 #include "kivrender/platform/kivexport.h"
 
 #include <array>
+#include <atomic>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <span>
@@ -61,6 +63,10 @@ public:
     const KivLineView& view() const {
         return seenFrom;
     }
+    // The work of all questions so far, in boxes of the tree that were looked at.
+    std::size_t work() const {
+        return looks.load(std::memory_order_relaxed);
+    }
     // Triangles that may hide anything in this view.
     std::size_t size() const {
         return occluders.size();
@@ -85,6 +91,7 @@ private:
     std::vector<Occluder> occluders;
     std::uint32_t added = 0; // triangles, whether they hide anything or not
     std::unique_ptr<OccluderIndex> index;
+    mutable std::atomic<std::size_t> looks = 0;
 };
 
 #endif

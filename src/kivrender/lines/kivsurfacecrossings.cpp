@@ -212,6 +212,11 @@ bool KivSurfaceCrossings::keepApart(const Pair& pair) const {
 bool KivSurfaceCrossings::join() {
     const auto top = static_cast<std::uint32_t>(levels.size() - 1);
     std::vector<Pair> open = {{{top, top}, {0, 0}}};
+    const auto bound = [this](std::size_t ofAny, std::size_t perFace) {
+        return static_cast<std::size_t>(effort * static_cast<double>(std::max(ofAny, perFace * faces.size())));
+    };
+    const std::size_t mostPieces = bound(piecesOfAnyHeap, piecesPerFace);
+    const std::size_t mostTests = bound(testsOfAnyHeap, testsPerFace);
     std::size_t visits = 0;
     std::size_t tests = 0;
     while (!open.empty()) {
@@ -223,11 +228,13 @@ bool KivSurfaceCrossings::join() {
         if (pair.levels[0] == 0 && pair.levels[1] == 0) {
             testLeaves(pair.nodes[0], pair.nodes[1]);
             tests += leafSize * leafSize;
-            heap = found.size() + alongEdges.size() > std::max(piecesOfAnyHeap, piecesPerFace * faces.size()) ||
-                   tests > std::max(testsOfAnyHeap, testsPerFace * faces.size());
-            if (heap) {
-                return true;
-            }
+            heap = found.size() + alongEdges.size() > mostPieces;
+        }
+        heap = heap || tests + visits > mostTests;
+        if (heap) {
+            return true;
+        }
+        if (pair.levels[0] == 0 && pair.levels[1] == 0) {
             continue;
         }
         const auto pushIfMeeting = [&](const Pair& next) {

@@ -55,6 +55,10 @@ public:
     // was found until then stays. The work is bounded: of a heap whose triangles cross one another all over, more than
     // 20 thousand times and four times a triangle, no piece is given.
     bool find();
+    // The part of that work that may be done.
+    void setEffort(double part) {
+        effort = part;
+    }
     // Whether the last find gave up over such a heap.
     bool isHeap() const {
         return heap;
@@ -112,6 +116,7 @@ private:
     std::vector<KivCrossing> found;
     // Whether the work was given up.
     bool heap = false;
+    double effort = 1.0;
 };
 
 #endif

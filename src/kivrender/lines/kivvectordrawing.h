@@ -85,11 +85,16 @@ struct KivVectorDrawing {
     double areaRim = 0.0;
     // Set before the render: shaders add hidden strokes too.
     bool wantsHidden = false;
+    // Set before the render: how much work lines and areas may take before they are cut short, as a part of what is
+    // promised (docs/vector.md).
+    double effort = 1.0;
+    bool linesAreCutShort = false; // for who finds the lines: some are missing
     // What the file calls itself; may be empty.
     std::wstring title;
     std::vector<KivDrawnObject> objects; // number 0 stands for what belongs to no object
     std::vector<KivArea> areas;          // in the order of painting, below all strokes
     std::vector<KivStroke> strokes;      // in the order of painting
+    std::vector<std::wstring> messages;  // one line each, if something could not be drawn as it was to be
 };
 
 // The drawing that the render under way is to fill, or null: shaders that know lines add them here and draw none. For

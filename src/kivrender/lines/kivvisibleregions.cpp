@@ -9,6 +9,7 @@
 #include "kivrender/lines/regions/regionmerge.h"
 #include "kivrender/lines/regions/regionrings.h"
 #include "kivrender/lines/regions/snaprounding.h"
+#include "kivrender/scene/kivprogress.h"
 
 #include <functional>
 #include <map>
@@ -25,12 +26,12 @@ using ShownAt = std::function<std::uint32_t(double x, double y)>;
 // The arrangement of all that may part two looks.
 bool arrange(const RegionFaces& faces, const std::vector<RegionLine>& further, PlanarMap& map) {
     std::vector<GridSegment> borders;
-    if (!findRegionBorders(faces, further, borders) || !snapRound(borders)) {
+    if (!findRegionBorders(faces, further, borders) || !snapRound(borders, faces.work())) {
         return false;
     }
     bool changed = true;
     for (int round = 0; changed && round < mostGapRounds; ++round) {
-        if (!closeGaps(borders, &changed) || (changed && !snapRound(borders))) {
+        if (!closeGaps(borders, &changed) || (changed && !snapRound(borders, faces.work()))) {
             return false;
         }
     }
@@ -55,10 +56,10 @@ std::uint32_t lookOf(const ShownAt& shownAt, const PlanarMap::Cell& cell) {
     return best;
 }
 
-bool findLooks(const ShownAt& shownAt, const PlanarMap& map, std::vector<std::uint32_t>& looks) {
+bool findLooks(const ShownAt& shownAt, const PlanarMap& map, LineBudget& budget, std::vector<std::uint32_t>& looks) {
     looks.assign(map.cells().size(), RegionFaces::noLook);
     for (std::size_t i = 1; i < looks.size(); ++i) {
-        if (kivIsCancelledAt(i * 16)) {
+        if (!budget.spend(1)) {
             return false;
         }
         looks[i] = lookOf(shownAt, map.cells()[i]);
@@ -79,6 +80,15 @@ void KivVisibleRegions::add(std::span<const KivSeenCorner> corners, std::uint32_
 
 bool KivVisibleRegions::find() {
     found.clear();
+    if (findAll()) {
+        return true;
+    }
+    found.clear();
+    tooMuch = !kivIsCancelled();
+    return false;
+}
+
+bool KivVisibleRegions::findAll() {
     PlanarMap map;
     std::vector<RegionLine> outlines;
     std::vector<std::uint32_t> looks;
@@ -91,8 +101,8 @@ bool KivVisibleRegions::find() {
         const unsigned int lost = shadows != nullptr ? shadows->lostAt(*faces, face, x, y) : 0;
         return lost > 0 ? shadedLook(look, lost, offRegionGrid(x), offRegionGrid(y)) : look;
     };
-    if (!faces->build() || (shadows != nullptr && !shadows->findBorders(*faces, outlines)) ||
-        !arrange(*faces, outlines, map) || !findLooks(shownAt, map, looks)) {
+    if (!faces->build(effort) || (shadows != nullptr && !shadows->findBorders(*faces, outlines)) ||
+        !arrange(*faces, outlines, map) || !findLooks(shownAt, map, faces->work(), looks)) {
         return false;
     }
     if (shadows != nullptr) {
@@ -102,9 +112,6 @@ bool KivVisibleRegions::find() {
     const auto lookAt = [&](const KivPicturePoint& p) {
         return shownAt(p.x * RegionGrid::steps, p.y * RegionGrid::steps);
     };
-    if (merged.run() && makeRegionRings(map, merged, {tolerance, underlap, &rankOfLook, lookAt}, found)) {
-        return true;
-    }
-    found.clear();
-    return false;
+    return merged.run() && makeRegionRings(map, merged, {tolerance, underlap, &rankOfLook, lookAt}, found) &&
+           faces->work().goesOn();
 }

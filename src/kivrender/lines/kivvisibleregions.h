@@ -97,16 +97,27 @@ public:
         looksAreListed = std::move(listed);
     }
 
-    // False when the user cancelled; there are no regions then.
+    // How much work it may take, as a part of what is promised (docs/vector.md).
+    void setEffort(double part) {
+        effort = part;
+    }
+    // False when the user cancelled or it was too much work; there are no regions then.
     bool find();
+    bool wasTooMuch() const {
+        return tooMuch;
+    }
     // In the order of their looks.
     const std::vector<KivVisibleRegion>& regions() const {
         return found;
     }
 
 private:
+    bool findAll();
+
     double width;
     double height;
+    double effort = 1.0;
+    bool tooMuch = false;
     double tolerance = 0.1;
     double smallestArea = 0.05;
     double smallestTone = 0.0;

@@ -1,7 +1,5 @@
 #include "kivrender/lines/linespans.h"
 
-#include "kivrender/scene/kivprogress.h"
-
 #include <algorithm>
 #include <cmath>
 #include <limits>
@@ -55,12 +53,13 @@ template <class Visit> void forRuns(const std::vector<LineSpan>& spans, Visit vi
 bool LineSpans::cut(const LineChain& chain, std::vector<LineSpan>& spans) {
     spans.clear();
     findSides(chain);
-    constexpr std::size_t segmentsPerPoll = 1000; // some milliseconds
+    constexpr std::size_t unitsPerSpan = 64;
     for (std::size_t i = 0; i < chain.lines.size(); ++i) {
-        if (i % segmentsPerPoll == segmentsPerPoll - 1 && kivIsCancelled()) {
+        const std::size_t before = spans.size();
+        addSegment(chain.lines[i], chain.reversed[i], sides[i], spans);
+        if (!charge((spans.size() - before + 1) * unitsPerSpan)) {
             return false;
         }
-        addSegment(chain.lines[i], chain.reversed[i], sides[i], spans);
     }
     if (chain.closed) {
         kivTurnToGap(spans);
@@ -160,12 +159,12 @@ bool LineSpans::isSeen(const LineSpan& step, const ContourPiece& piece) const {
     const double middle = 0.5 * (step.first + step.last);
     const Outside outside = outsideOf(step);
     const double lift = liftOff * piece.rise / outside.pixel;
-    if (lift > slightLift && outside.behind(occluders, 0.0) < outside.depth - ownReach * piece.reach) {
+    if (lift > slightLift && behind(outside, 0.0) < outside.depth - ownReach * piece.reach) {
         return false;
     }
     return std::none_of(excused.begin(), excused.end(),
                         [middle](const KivLinePart& part) { return part.from < middle && middle < part.to; }) ||
-           outside.behind(occluders, lift + slightLift) >= outside.depth;
+           behind(outside, lift + slightLift) >= outside.depth;
 }
 
 void LineSpans::addSegment(std::uint32_t number, bool reversed, int side, std::vector<LineSpan>& spans) {
@@ -252,8 +251,23 @@ LineSpans::Outside LineSpans::outsideOf(const LineSpan& span) const {
     return outside;
 }
 
-double LineSpans::Outside::behind(const KivOccluders& occluders, double pixels) const {
-    return occluders.nearestAt({place.x + way.x * pixels, place.y + way.y * pixels});
+// The depth of the nearest surface so many pixels along the way; nothing is there once the budget has ended.
+double LineSpans::behind(const Outside& outside, double pixels) const {
+    if (!budget.goesOn()) {
+        return std::numeric_limits<double>::infinity();
+    }
+    const KivPicturePoint& at = outside.place;
+    const double depth = occluders.nearestAt({at.x + outside.way.x * pixels, at.y + outside.way.y * pixels});
+    charge(0);
+    return depth;
+}
+
+// What the occluders have done since, and so many units. False once the budget has ended.
+bool LineSpans::charge(std::size_t units) const {
+    const std::size_t done = occluders.work();
+    units += done - charged;
+    charged = done;
+    return budget.spend(units);
 }
 
 // Whether what is hidden there may be seen as well: too short to be meant; or, of an interpolated contour, a dip behind
@@ -271,7 +285,7 @@ bool LineSpans::isGap(const std::vector<LineSpan>& spans, std::size_t first, std
     return std::all_of(spans.begin() + static_cast<std::ptrdiff_t>(first),
                        spans.begin() + static_cast<std::ptrdiff_t>(end), [&](const LineSpan& span) {
                            const Outside outside = outsideOf(span);
-                           return outside.behind(occluders, slightDip) >= outside.depth;
+                           return behind(outside, slightDip) >= outside.depth;
                        });
 }
 
@@ -330,7 +344,7 @@ bool LineSpans::isBehindItself(const LineSpan& span) const {
     }
     const ContourPiece& piece = pieceOf(span.segment);
     const Outside outside = outsideOf(span);
-    const double before = outside.depth - outside.behind(occluders, 0.0);
+    const double before = outside.depth - behind(outside, 0.0);
     return before > onMesh * outside.pixel && before <= ownReach * piece.reach;
 }
 
@@ -370,8 +384,8 @@ double LineSpans::stepAt(const LineSpan& span) const {
     if (outside.way.x == 0.0 && outside.way.y == 0.0) {
         return endlessStep;
     }
-    const double behind = std::max(outside.behind(occluders, 1.0), outside.behind(occluders, 2.0));
-    return std::min((behind - outside.depth) / outside.pixel, endlessStep);
+    const double farther = std::max(behind(outside, 1.0), behind(outside, 2.0));
+    return std::min((farther - outside.depth) / outside.pixel, endlessStep);
 }
 
 // The small folds of a rough or faceted surface hide next to nothing; drawn in full they would be hairs.

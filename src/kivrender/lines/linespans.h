@@ -4,6 +4,7 @@
 
 #include "kivrender/lines/kivlineview.h"
 #include "kivrender/lines/kivoccluders.h"
+#include "kivrender/lines/linebudget.h"
 #include "kivrender/lines/linejoins.h"
 #include "kivrender/lines/surfacelines.h"
 
@@ -58,9 +59,11 @@ void kivTurnToGap(std::vector<LineSpan>& ring);
 
 class LineSpans {
 public:
-    LineSpans(const KivOccluders& inTheWay, const LineSegments& known) : occluders(inTheWay), segments(known) {}
+    LineSpans(const KivOccluders& inTheWay, const LineSegments& known, LineBudget& work)
+        : occluders(inTheWay), segments(known), budget(work) {}
 
-    // Replaces spans by those of a chain, one after the other. False when the user cancelled.
+    // Replaces spans by those of a chain, one after the other. False where the budget ended: the rest of the chain is
+    // missing.
     bool cut(const LineChain& chain, std::vector<LineSpan>& spans);
     // Ends at cusps of contours become barbs.
     void markBarbs(std::vector<LineSpan>& spans) const;
@@ -75,9 +78,6 @@ private:
         KivPicturePoint way; // of unit length; 0 if there is none
         double depth = 0.0;
         double pixel = 0.0;
-
-        // The depth of the nearest surface so many pixels along the way.
-        double behind(const KivOccluders& occluders, double pixels) const;
     };
 
     void findSides(const LineChain& chain);
@@ -89,6 +89,8 @@ private:
     void measure(LineSpan& span) const;
     std::vector<LineSpan> inSteps(const std::vector<LineSpan>& spans) const;
     Outside outsideOf(const LineSpan& span) const;
+    double behind(const Outside& outside, double pixels) const;
+    bool charge(std::size_t units) const;
     bool isGap(const std::vector<LineSpan>& spans, std::size_t first, std::size_t end, double length) const;
     const ContourPiece& pieceOf(std::uint32_t number) const;
     bool isBehindItself(const LineSpan& span) const;
@@ -98,6 +100,8 @@ private:
 
     const KivOccluders& occluders;
     const LineSegments& segments;
+    LineBudget& budget;
+    mutable std::size_t charged = 0; // of the work of the occluders
     std::vector<KivLinePart> parts;
     std::vector<KivLinePart> excused; // what triangles around the segment would hide of it
     std::vector<KivLinePart> checked;

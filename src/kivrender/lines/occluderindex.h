@@ -37,16 +37,18 @@ public:
     };
     // Calls visit(entry) for every entry whose rectangle the segment from (x0, y0) to (x1, y1) may meet and that
     // reaches nearer than farthest; entries that lie nearer come earlier on the whole. Stops when visit answers false.
-    template <class Visit> void walk(double x0, double y0, double x1, double y1, double farthest, Visit visit) const {
-        walkRest({x0, y0, x1, y1, farthest}, [&](std::uint32_t entry, Segment*) { return visit(entry); });
+    // How many boxes were looked at.
+    template <class Visit>
+    std::size_t walk(double x0, double y0, double x1, double y1, double farthest, Visit visit) const {
+        return walkRest({x0, y0, x1, y1, farthest}, [&](std::uint32_t entry, Segment*) { return visit(entry); });
     }
     // The same, but that visit(entry, &rest) may answer with a shorter segment: from then on only that one counts. A
     // rest whose farthest depth stays 0 is no answer.
-    template <class Visit> void walkRest(const Segment& segment, Visit visit) const;
+    template <class Visit> std::size_t walkRest(const Segment& segment, Visit visit) const;
 
     // Calls visit(entry) for every entry whose rectangle may hold the point and that reaches nearer than what visit
-    // answered last, nearer ones first on the whole.
-    template <class Visit> void probe(double x, double y, Visit visit) const;
+    // answered last, nearer ones first on the whole. How many boxes were looked at.
+    template <class Visit> std::size_t probe(double x, double y, Visit visit) const;
 
 private:
     static constexpr std::size_t leafSize = 4;
@@ -67,9 +69,10 @@ private:
     std::vector<std::vector<KivOccluderBounds>> levels; // leaves first, the root's level last
 };
 
-template <class Visit> void OccluderIndex::walkRest(const Segment& segment, Visit visit) const {
+template <class Visit> std::size_t OccluderIndex::walkRest(const Segment& segment, Visit visit) const {
+    std::size_t looks = 0;
     if (levels.empty()) {
-        return;
+        return looks;
     }
     Line line = lineOf(segment);
     Segment rest;
@@ -85,6 +88,7 @@ template <class Visit> void OccluderIndex::walkRest(const Segment& segment, Visi
     }
     while (count > 0) {
         const Place place = open[--count];
+        ++looks;
         if (isShorter && !meets(levels[place.level][place.node], line)) {
             continue;
         }
@@ -108,11 +112,12 @@ template <class Visit> void OccluderIndex::walkRest(const Segment& segment, Visi
         }
         const std::size_t end = std::min<std::size_t>(order.size(), (std::size_t{place.node} + 1) * leafSize);
         for (std::size_t i = std::size_t{place.node} * leafSize; i < end; ++i) {
+            ++looks;
             if (!meets(boxes[i], line)) {
                 continue;
             }
             if (!visit(order[i], &rest)) {
-                return;
+                return looks;
             }
             if (rest.farthest != 0.0) {
                 line = lineOf(rest);
@@ -121,9 +126,11 @@ template <class Visit> void OccluderIndex::walkRest(const Segment& segment, Visi
             }
         }
     }
+    return looks;
 }
 
-template <class Visit> void OccluderIndex::probe(double x, double y, Visit visit) const {
+template <class Visit> std::size_t OccluderIndex::probe(double x, double y, Visit visit) const {
+    std::size_t looks = 0;
     double reach = std::numeric_limits<double>::infinity();
     const auto isMet = [&](const KivOccluderBounds& box) {
         return box.left <= x && x <= box.right && box.bottom <= y && y <= box.top && box.nearest <= reach;
@@ -139,6 +146,7 @@ template <class Visit> void OccluderIndex::probe(double x, double y, Visit visit
     }
     while (count > 0) {
         const Place place = open[--count];
+        ++looks;
         if (!isMet(levels[place.level][place.node])) {
             continue;
         }
@@ -155,11 +163,13 @@ template <class Visit> void OccluderIndex::probe(double x, double y, Visit visit
         }
         const std::size_t end = std::min<std::size_t>(order.size(), (std::size_t{place.node} + 1) * leafSize);
         for (std::size_t i = std::size_t{place.node} * leafSize; i < end; ++i) {
+            ++looks;
             if (isMet(boxes[i])) {
                 reach = visit(order[i]);
             }
         }
     }
+    return looks;
 }
 
 #endif

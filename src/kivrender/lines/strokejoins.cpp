@@ -1,5 +1,6 @@
 #include "kivrender/lines/strokejoins.h"
 
+#include "kivrender/lines/curveorder.h"
 #include "kivrender/lines/lonehairs.h"
 #include "kivrender/lines/roundline.h"
 #include "kivrender/scene/kivprogress.h"
@@ -69,7 +70,8 @@ public:
         }
     }
 
-    void join() {
+    // False when the user cancelled.
+    bool join() {
         std::vector<LineEnd> ends;
         ends.reserve(pieces.size() * 2);
         for (const Piece& piece : pieces) {
@@ -80,13 +82,20 @@ public:
         for (Piece& piece : pieces) {
             trimHooks(piece);
         }
+        if (kivIsCancelled()) {
+            return false;
+        }
         joinEnds(nearEnds());
+        if (kivIsCancelled()) {
+            return false;
+        }
         const std::vector<bool> hairs = loneHairs();
         for (std::size_t i = 0; i < pieces.size(); ++i) {
             if (!hairs[i] && !isSpeck(pieces[i].line)) {
                 found.push_back(std::move(pieces[i].line));
             }
         }
+        return !kivIsCancelled();
     }
 
 private:
@@ -284,7 +293,7 @@ private:
         const std::vector<JoinEnd> ends = endsToJoin();
         std::map<std::pair<std::int64_t, std::int64_t>, std::vector<std::uint32_t>> cells;
         std::vector<std::tuple<double, std::uint32_t, std::uint32_t>> pairs;
-        for (std::uint32_t number = 0; number < ends.size(); ++number) {
+        for (std::uint32_t number = 0; number < ends.size() && !kivIsCancelledAt(number * std::size_t{64}); ++number) {
             const auto x = static_cast<std::int64_t>(std::floor(ends[number].place.x / widestGap));
             const auto y = static_cast<std::int64_t>(std::floor(ends[number].place.y / widestGap));
             for (std::int64_t i = x - 1; i <= x + 1; ++i) {
@@ -423,6 +432,5 @@ bool kivJoinCourses(const KivLineView& view, const LineSegments& segments, const
         }
         joiner.addPieces(course);
     }
-    joiner.join();
-    return true;
+    return joiner.join();
 }

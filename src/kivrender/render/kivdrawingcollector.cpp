@@ -82,6 +82,8 @@ void KivDrawingCollector::drop() {
 // What the host has asked for stays.
 void KivDrawingCollector::empty() {
     const bool wantsHidden = drawing.wantsHidden;
+    const double effort = drawing.effort;
     drawing = {};
     drawing.wantsHidden = wantsHidden;
+    drawing.effort = effort;
 }

@@ -32,6 +32,8 @@
 namespace {
 
 constexpr unsigned int textVectorOverflow = 129;
+constexpr unsigned int textLinesCutShort = 130;
+constexpr unsigned int textAreasCutShort = 131;
 // Of areas whose borders are not the same curves: half of it lies outside the area.
 constexpr double rimWidth = 0.5;
 
@@ -142,8 +144,15 @@ bool addAreas(const RecordedPage& page, const KivDrawingCollector& collector, Co
     rules.tolerance = collector.getTolerance();
     rules.smallestTone = collector.getSmallestTone();
     rules.shadows = shadows;
-    const bool done =
-        areas == KivDrawingCollector::Areas::regions ? page.addRegions(drawing, rules) : page.addTriangles(drawing);
+    bool tooMuch = false;
+    bool done = areas == KivDrawingCollector::Areas::regions && page.addRegions(drawing, rules, &tooMuch);
+    if (areas == KivDrawingCollector::Areas::triangles || tooMuch) {
+        drawing.areaRim = rimWidth;
+        done = page.addTriangles(drawing);
+    }
+    if (tooMuch) {
+        drawing.messages.push_back(kivText(textAreasCutShort));
+    }
     if (!done) {
         return false;
     }
@@ -231,6 +240,14 @@ void KivRenderer::closeCollectedPage(KivProgress* progress) {
     drawing->areaRim = collector.areas() == KivDrawingCollector::Areas::regions ? 0.0 : rimWidth;
     if (addAreas(page, collector, shadows, *drawing, progress) && page.addStrokes(*drawing) && !kivIsCancelled()) {
         std::move(printed.begin(), printed.end(), std::back_inserter(drawing->areas));
+        if (drawing->linesAreCutShort) {
+            drawing->messages.push_back(kivText(textLinesCutShort));
+        }
+        for (const std::wstring& message : drawing->messages) {
+            if (host != nullptr) {
+                host->message(message.c_str());
+            }
+        }
         collector.end();
     } else {
         collector.drop();

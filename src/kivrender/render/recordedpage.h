@@ -54,7 +54,9 @@ public:
     //
     // The visible parts of each look as regions: of opaque polygons side by side, and above them those of blended ones,
     // from back to front by look.
-    bool addRegions(KivVectorDrawing& drawing, const RegionRules& rules) const;
+    // None are added and tooMuch is true where that would be more work than the drawing's effort allows; false then,
+    // too.
+    bool addRegions(KivVectorDrawing& drawing, const RegionRules& rules, bool* tooMuch) const;
     // The polygons as they were drawn, without those that are hidden, from back to front.
     bool addTriangles(KivVectorDrawing& drawing) const;
     // The same of a buffer that the stages of simplification gave. What of several objects lies in one plane and has

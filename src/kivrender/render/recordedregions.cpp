@@ -63,6 +63,14 @@ bool isTurned(const FeedbackItem& item) {
     return twice < 0.0;
 }
 
+Box boxOf(const FeedbackItem& item) {
+    Box box;
+    for (int i = 0; i < item.count; ++i) {
+        box.include(item.vertices[vertexFloats * i], item.vertices[vertexFloats * i + 1]);
+    }
+    return box;
+}
+
 bool isAtFarEnd(const FeedbackItem& item) {
     constexpr float farEnd = 1.0F - 0x1p-20F;
     for (int i = 0; i < item.count; ++i) {
@@ -97,6 +105,9 @@ public:
         std::stable_sort(blended.begin(), blended.end(),
                          [&](std::uint32_t p, std::uint32_t q) { return meanDepth(p) > meanDepth(q); });
         return std::all_of(blended.begin(), blended.end(), [&](std::uint32_t look) { return addBlended(look); });
+    }
+    bool wasTooMuch() const {
+        return tooMuch;
     }
 
 private:
@@ -140,6 +151,12 @@ private:
                 depths[place->second].second += 1.0;
             }
         });
+    }
+    bool find(KivVisibleRegions& picture) {
+        picture.setEffort(drawing.effort);
+        const bool done = picture.find();
+        tooMuch = tooMuch || picture.wasTooMuch();
+        return done;
     }
     double meanDepth(std::uint32_t look) const {
         return depths[look].first / depths[look].second;
@@ -186,7 +203,7 @@ private:
                 addFace(picture, item, look);
             }
         });
-        if (!all || !picture.find()) {
+        if (!all || !find(picture)) {
             return false;
         }
         for (const KivVisibleRegion& region : picture.regions()) {
@@ -217,7 +234,7 @@ private:
                 addFace(picture, item, look);
             }
         });
-        if (!all || !picture.find()) {
+        if (!all || !find(picture)) {
             return false;
         }
         const std::vector<std::uint32_t> ranks = paintingRanks();
@@ -285,11 +302,12 @@ private:
             const std::uint32_t own = lookOfPolygon[polygon++];
             if (own == look) {
                 addFace(picture, item, 1);
-            } else if (looks[own].isOpaque() && !looks[own].isBackdrop && boxes[own].meets(boxes[look])) {
+            } else if (looks[own].isOpaque() && !looks[own].isBackdrop && boxes[own].meets(boxes[look]) &&
+                       boxOf(item).meets(boxes[look])) {
                 addFace(picture, item, 0);
             }
         });
-        if (!all || !picture.find()) {
+        if (!all || !find(picture)) {
             return false;
         }
         for (const KivVisibleRegion& region : picture.regions()) {
@@ -314,10 +332,18 @@ private:
     std::vector<std::uint32_t> lookOfPolygon;
     std::vector<KivSeenCorner> corners;
     ShadowTones tones;
+    bool tooMuch = false;
 };
 
 } // namespace
 
-bool RecordedPage::addRegions(KivVectorDrawing& drawing, const RegionRules& rules) const {
-    return RegionPage(library, rules, drawing).add();
+bool RecordedPage::addRegions(KivVectorDrawing& drawing, const RegionRules& rules, bool* tooMuch) const {
+    const std::size_t before = drawing.areas.size();
+    RegionPage page(library, rules, drawing);
+    const bool done = page.add();
+    *tooMuch = page.wasTooMuch();
+    if (!done) {
+        drawing.areas.resize(before);
+    }
+    return done;
 }

@@ -1,6 +1,7 @@
 #include "kivlinepage.h"
 
 #include "kivrender/scene/kivmesh.h"
+#include "kivrender/scene/kivprogress.h"
 #include "kivrender/shader/kivdrawing.h"
 #include "kivsurface.h"
 
@@ -47,6 +48,9 @@ void KivLinePage::addMesh(const KivMesh& mesh, std::uint32_t object, const KivLi
     source.body.hides = false;
     source.body.rules.features = look.rules;
     source.body.rules.hidden = collected != nullptr && (collected->wantsHidden || look.hidden);
+    // As wide as other edges they count as such.
+    source.body.rules.hiddenTangents =
+        look.width[static_cast<int>(KivFeatureKind::tangent)] >= look.width[static_cast<int>(KivFeatureKind::crease)];
     source.body.rules.intersections = look.intersections;
     source.body.rules.detail = look.detail;
     source.body.rules.shortest = look.shortest;
@@ -106,10 +110,23 @@ bool KivLinePage::find() {
             engine.add(source.course);
         }
     }
+    engine.setEffort(collected != nullptr ? collected->effort : 1.0);
     if (!engine.find()) {
         return false;
     }
+    if (collected != nullptr) {
+        collected->linesAreCutShort = collected->linesAreCutShort || engine.isCutShort();
+    }
+    std::size_t work = 0;
     for (const KivFoundLine& line : engine.lines()) {
+        constexpr std::size_t pointsPerPoll = 10000;
+        work += line.picture.size() + 1;
+        if (work > pointsPerPoll) {
+            work = 0;
+            if (kivIsCancelled()) {
+                return false;
+            }
+        }
         const Source& source = sources[line.source];
         KivStroke stroke = kivStrokeOf(line, tolerance);
         stroke.color = source.color;

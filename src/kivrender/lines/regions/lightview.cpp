@@ -12,6 +12,7 @@ namespace {
 
 // Of the light's picture, in pixels: with the steps of the grid a place is known to a part in 16 millions.
 constexpr double side = 16384.0;
+constexpr std::size_t unitsPerTriangle = 64; // of work, for each outline over it
 
 // What of a convex polygon lies where a linear value is not below 0 (Sutherland and Hodgman, Reentrant polygon
 // clipping, 1974).
@@ -142,18 +143,18 @@ bool LightView::layOutlines(std::uint32_t count, const std::function<Triangle(st
     }
     for (std::size_t i = 0; i < outlines.size(); ++i) {
         const GridSegment& s = outlines[i];
-        bool isCancelled = kivIsCancelledAt(i * 64);
         std::size_t visits = 0;
-        index.walk(offRegionGrid(s.a.x), offRegionGrid(s.a.y), offRegionGrid(s.b.x), offRegionGrid(s.b.y), 1.0,
-                   [&](std::uint32_t entry) {
-                       const std::vector<KivVec> polygon = clipped(triangleOf(numbers[entry]));
-                       for (std::size_t k = 2; k < polygon.size(); ++k) {
-                           layUpon(s, numbers[entry], {polygon[0], polygon[k - 1], polygon[k]}, take);
-                       }
-                       isCancelled = isCancelled || (++visits % 1024 == 0 && kivIsCancelledAt(0));
-                       return !isCancelled;
-                   });
-        if (isCancelled) {
+        const std::size_t boxes =
+            index.walk(offRegionGrid(s.a.x), offRegionGrid(s.a.y), offRegionGrid(s.b.x), offRegionGrid(s.b.y), 1.0,
+                       [&](std::uint32_t entry) {
+                           const std::vector<KivVec> polygon = clipped(triangleOf(numbers[entry]));
+                           for (std::size_t k = 2; k < polygon.size(); ++k) {
+                               layUpon(s, numbers[entry], {polygon[0], polygon[k - 1], polygon[k]}, take);
+                           }
+                           ++visits;
+                           return visits % 1024 != 0 || faces.work().spend(1024 * unitsPerTriangle);
+                       });
+        if (!faces.work().spend(boxes + visits % 1024 * unitsPerTriangle)) {
             return false;
         }
     }

@@ -135,7 +135,7 @@ public:
 
     bool addLines(const std::vector<RegionLine>& lines) {
         for (const RegionLine& line : lines) {
-            if (kivIsCancelledAt(count++ * 16)) {
+            if (!faces.work().spend(1)) {
                 return false;
             }
             addVisible(line);
@@ -156,7 +156,7 @@ private:
             }
             const std::span<const FaceEdge> alike = edges.subspan(from, end - from);
             if (mayPartLooks(faces, crossings.ties, alike)) {
-                if (kivIsCancelledAt(count++ * 16)) {
+                if (!faces.work().spend(1)) {
                     return false;
                 }
                 addVisible(lineOf(faces, alike));
@@ -191,7 +191,6 @@ private:
     std::vector<GridSegment>& borders;
     RegionCrossings crossings;
     std::vector<KivLinePart> parts;
-    std::size_t count = 0;
 };
 
 } // namespace

@@ -15,7 +15,10 @@ constexpr std::int32_t smallestSquare = 64;
 constexpr std::size_t fewFaces = 24;
 // Where more than that meet in the smallest square, as around the tip of a cone, nothing is gained by comparing all.
 constexpr std::size_t manyFaces = 48;
-constexpr std::size_t workPerPoll = 1U << 16U; // in faces of squares
+// Over so many faces a square is divided without a closer look: they are small there, and hardly one fills it.
+constexpr std::size_t crowd = 2048;
+constexpr std::size_t unitsPerPair = 32;
+constexpr std::size_t unitsPerFace = 8; // of work, in each square that it meets
 
 using FacePair = std::pair<std::uint32_t, std::uint32_t>;
 
@@ -23,6 +26,11 @@ struct Seen {
     std::uint32_t face;
     double low; // bounds of the depth over the square
     double high;
+};
+
+struct FaceBox {
+    GridPoint low;
+    GridPoint high;
 };
 
 struct Square {
@@ -38,13 +46,19 @@ class CrossingSearch {
 public:
     explicit CrossingSearch(const RegionFaces& all) : faces(all) {
         planes.reserve(all.faces().size());
+        boxes.reserve(all.faces().size());
         for (std::uint32_t i = 0; i < all.faces().size(); ++i) {
             planes.push_back(all.planeOf(i));
+            boxes.push_back(boxOf(all.faces()[i]));
         }
     }
 
     bool findPairs(std::vector<FacePair>& into) {
         pairs = &into;
+        const std::vector<RegionFaces::Face>& all = faces.faces();
+        if (std::all_of(all.begin(), all.end(), [&](const auto& face) { return face.look == all.front().look; })) {
+            return true;
+        }
         Square whole = {{0, 0}, smallestSquare};
         for (const RegionCorner& c : faces.corners()) {
             while (whole.side < std::max(c.place.x, c.place.y)) {
@@ -114,20 +128,18 @@ private:
     }
 
     bool divide(const Square& square, std::vector<Seen> list) {
-        work += list.size() + 1;
-        if (work > workPerPoll) {
-            work = 0;
-            if (kivIsCancelled()) {
-                return false;
+        if (!faces.work().spend(unitsPerFace * (list.size() + 1))) {
+            return false;
+        }
+        if (list.size() <= crowd || square.side <= smallestSquare) {
+            leaveOutHidden(square, list);
+            if (!mayCross(list)) {
+                return true;
             }
-        }
-        leaveOutHidden(square, list);
-        if (!mayCross(list)) {
-            return true;
-        }
-        if (list.size() <= fewFaces || square.side <= smallestSquare) {
-            addPairs(square, list);
-            return true;
+            if (list.size() <= fewFaces || square.side <= smallestSquare) {
+                addPairs(square, list);
+                return true;
+            }
         }
         const std::int32_t half = square.side / 2;
         for (int i = 0; i < 4; ++i) {
@@ -147,17 +159,17 @@ private:
 
     // How a face lies to a square: apart from it, over a part, or over all of it.
     bool meets(std::uint32_t face, const Square& square) const {
-        const RegionFaces::Face& f = faces.faces()[face];
-        GridPoint low = place(f, 0);
-        GridPoint high = low;
-        for (int i = 1; i < 3; ++i) {
-            low = {std::min(low.x, place(f, i).x), std::min(low.y, place(f, i).y)};
-            high = {std::max(high.x, place(f, i).x), std::max(high.y, place(f, i).y)};
-        }
-        if (high.x < square.corner.x || high.y < square.corner.y || low.x > square.corner.x + square.side ||
-            low.y > square.corner.y + square.side) {
+        const auto& [low, high] = boxes[face];
+        const GridPoint& corner = square.corner;
+        if (high.x < corner.x || high.y < corner.y || low.x > corner.x + square.side ||
+            low.y > corner.y + square.side) {
             return false;
         }
+        if (low.x >= corner.x && low.y >= corner.y && high.x <= corner.x + square.side &&
+            high.y <= corner.y + square.side) {
+            return true;
+        }
+        const RegionFaces::Face& f = faces.faces()[face];
         for (int i = 0; i < 3; ++i) {
             bool isBeside = true;
             for (int k = 0; k < 4 && isBeside; ++k) {
@@ -170,6 +182,12 @@ private:
         return true;
     }
     bool fills(std::uint32_t face, const Square& square) const {
+        const auto& [low, high] = boxes[face];
+        const GridPoint& corner = square.corner;
+        if (low.x > corner.x || low.y > corner.y || high.x < corner.x + square.side ||
+            high.y < corner.y + square.side) {
+            return false;
+        }
         const RegionFaces::Face& f = faces.faces()[face];
         for (int i = 0; i < 3; ++i) {
             for (int k = 0; k < 4; ++k) {
@@ -179,6 +197,15 @@ private:
             }
         }
         return true;
+    }
+    FaceBox boxOf(const RegionFaces::Face& f) const {
+        FaceBox box = {place(f, 0), place(f, 0)};
+        for (int i = 1; i < 3; ++i) {
+            const GridPoint& p = place(f, i);
+            box.low = {std::min(box.low.x, p.x), std::min(box.low.y, p.y)};
+            box.high = {std::max(box.high.x, p.x), std::max(box.high.y, p.y)};
+        }
+        return box;
     }
     const GridPoint& place(const RegionFaces::Face& face, int i) const {
         return faces.corners()[face.corners[i]].place;
@@ -274,6 +301,7 @@ private:
                 if (differ && list[i].low <= list[k].high && list[k].low <= list[i].high &&
                     changesPlaces(list[i].face, list[k].face, square) && !areApart(list[i].face, list[k].face)) {
                     pairs->emplace_back(std::min(list[i].face, list[k].face), std::max(list[i].face, list[k].face));
+                    faces.work().spend(unitsPerPair);
                 }
             }
         }
@@ -337,9 +365,9 @@ private:
 
     const RegionFaces& faces;
     std::vector<RegionPlane> planes;
+    std::vector<FaceBox> boxes;
     std::vector<FacePair>* pairs = nullptr;
     std::vector<Range> ranges;
-    std::size_t work = 0;
 };
 
 } // namespace

@@ -14,6 +14,8 @@ namespace {
 // edges that are not hidden by either.
 constexpr double tieMargin = 2.0;
 
+constexpr double workOfAnyPicture = 2e9; // the built-in scene with shadows takes a third of it
+
 float outwards(double value, float towards) {
     return std::nextafter(static_cast<float>(value), towards);
 }
@@ -112,7 +114,8 @@ void RegionFaces::add(std::span<const KivSeenCorner> seen, std::uint32_t look, d
     }
 }
 
-bool RegionFaces::build() {
+bool RegionFaces::build(double effort) {
+    budget = LineBudget(LineBudget::allowance(triangles.size(), effort, workOfAnyPicture));
     constexpr float most = std::numeric_limits<float>::max();
     std::vector<KivOccluderBounds> bounds(triangles.size());
     for (std::size_t i = 0; i < triangles.size(); ++i) {
@@ -171,29 +174,35 @@ bool RegionFaces::covers(const Face& face, double x, double y) const {
     return true;
 }
 
-// First how far the nearest face may reach, then the last of those that may be as near.
+// How far the nearest face may reach, and the last of those that may be as near.
 std::uint32_t RegionFaces::faceAt(double x, double y) const {
     double reach = std::numeric_limits<double>::infinity();
-    const auto visit = [&](auto take) {
-        index.probe(offRegionGrid(x), offRegionGrid(y), [&](std::uint32_t number) {
-            const Face& face = triangles[number];
-            if (covers(face, x, y)) {
-                const RegionPlane plane = planeOf(number);
-                take(number, std::clamp(plane.at(x, y), plane.low, plane.high), noiseOf(plane));
+    if (!budget.goesOn()) {
+        return noFace;
+    }
+    constexpr float most = std::numeric_limits<float>::max();
+    candidates.clear();
+    const std::size_t boxes = index.probe(offRegionGrid(x), offRegionGrid(y), [&](std::uint32_t number) {
+        const Face& face = triangles[number];
+        if (covers(face, x, y)) {
+            const RegionPlane plane = planeOf(number);
+            const double depth = std::clamp(plane.at(x, y), plane.low, plane.high);
+            const double noise = noiseOf(plane);
+            reach = std::min(reach, depth + noise);
+            if (depth - noise <= reach) {
+                candidates.push_back({number, std::max(depth - noise, double{outwards(plane.low, -most)})});
             }
-            return reach;
-        });
-    };
-    visit([&](std::uint32_t, double depth, double noise) { reach = std::min(reach, depth + noise); });
-    bool isCovered = false;
-    std::uint32_t last = 0;
-    visit([&](std::uint32_t number, double depth, double noise) {
-        if (depth - noise <= reach) {
-            isCovered = true;
-            last = std::max(last, number);
         }
+        return reach;
     });
-    return isCovered ? last : noFace;
+    budget.spend(boxes);
+    std::uint32_t last = noFace;
+    for (const Candidate& face : candidates) {
+        if (face.from <= reach && (last == noFace || face.number > last)) {
+            last = face.number;
+        }
+    }
+    return last;
 }
 
 std::uint32_t RegionFaces::lookAt(double x, double y) const {
@@ -203,13 +212,14 @@ std::uint32_t RegionFaces::lookAt(double x, double y) const {
 
 bool RegionFaces::isCoveredBefore(double x, double y, double depth) const {
     bool isCovered = false;
-    index.probe(offRegionGrid(x), offRegionGrid(y), [&](std::uint32_t number) {
+    const std::size_t boxes = index.probe(offRegionGrid(x), offRegionGrid(y), [&](std::uint32_t number) {
         if (!isCovered && covers(triangles[number], x, y)) {
             const RegionPlane plane = planeOf(number);
             isCovered = std::clamp(plane.at(x, y), plane.low, plane.high) < depth;
         }
         return isCovered ? -std::numeric_limits<double>::infinity() : depth;
     });
+    budget.spend(boxes);
     return isCovered;
 }
 
@@ -245,38 +255,40 @@ void RegionFaces::visibleParts(const RegionLine& line, std::vector<KivLinePart>&
         return std::array<double, 2>{line.a.place.x + t * (static_cast<double>(line.b.place.x) - line.a.place.x),
                                      line.a.place.y + t * (static_cast<double>(line.b.place.y) - line.a.place.y)};
     };
-    index.walk(offRegionGrid(line.a.place.x), offRegionGrid(line.a.place.y), offRegionGrid(line.b.place.x),
-               offRegionGrid(line.b.place.y), farthest, [&](std::uint32_t number) {
-                   const Face& face = triangles[number];
-                   KivLinePart inside;
-                   if (!insidePart(face, line, 0.0, &inside)) {
-                       return true;
-                   }
-                   const RegionPlane plane = planeOf(number);
-                   const double noise = noiseOf(plane) + line.noise;
-                   const auto behind = [&](double t) {
-                       const auto [x, y] = at(t);
-                       return line.a.depth + t * (line.b.depth - line.a.depth) -
-                              std::clamp(plane.at(x, y), plane.low, plane.high);
-                   };
-                   const auto hide = [&](KivLinePart part, double margin) {
-                       const double from = behind(part.from) - margin;
-                       const double to = behind(part.to) - margin;
-                       KivLinePart deep = {0.0, 1.0};
-                       if ((from <= 0.0 && to <= 0.0) || !keepAbove(from, to, &deep)) {
+    const std::size_t boxes =
+        index.walk(offRegionGrid(line.a.place.x), offRegionGrid(line.a.place.y), offRegionGrid(line.b.place.x),
+                   offRegionGrid(line.b.place.y), farthest, [&](std::uint32_t number) {
+                       const Face& face = triangles[number];
+                       KivLinePart inside;
+                       if (!insidePart(face, line, 0.0, &inside)) {
                            return true;
                        }
-                       const double length = part.to - part.from;
-                       return rest.hide({deep.from > 0.0 ? part.from + deep.from * length : part.from,
-                                         deep.to < 1.0 ? part.from + deep.to * length : part.to});
-                   };
-                   if (!hide(inside, noise)) {
-                       return false;
-                   }
-                   if (liesOver(number, plane, line, noise) && insidePart(face, line, tieMargin, &inside)) {
-                       return hide(inside, -noise);
-                   }
-                   return true;
-               });
+                       const RegionPlane plane = planeOf(number);
+                       const double noise = noiseOf(plane) + line.noise;
+                       const auto behind = [&](double t) {
+                           const auto [x, y] = at(t);
+                           return line.a.depth + t * (line.b.depth - line.a.depth) -
+                                  std::clamp(plane.at(x, y), plane.low, plane.high);
+                       };
+                       const auto hide = [&](KivLinePart part, double margin) {
+                           const double from = behind(part.from) - margin;
+                           const double to = behind(part.to) - margin;
+                           KivLinePart deep = {0.0, 1.0};
+                           if ((from <= 0.0 && to <= 0.0) || !keepAbove(from, to, &deep)) {
+                               return true;
+                           }
+                           const double length = part.to - part.from;
+                           return rest.hide({deep.from > 0.0 ? part.from + deep.from * length : part.from,
+                                             deep.to < 1.0 ? part.from + deep.to * length : part.to});
+                       };
+                       if (!hide(inside, noise)) {
+                           return false;
+                       }
+                       if (liesOver(number, plane, line, noise) && insidePart(face, line, tieMargin, &inside)) {
+                           return hide(inside, -noise);
+                       }
+                       return true;
+                   });
+    budget.spend(boxes);
     rest.finish();
 }

@@ -7,6 +7,7 @@
 
 #include "kivrender/lines/hiddenpart.h"
 #include "kivrender/lines/kivvisibleregions.h"
+#include "kivrender/lines/linebudget.h"
 #include "kivrender/lines/occluderindex.h"
 #include "kivrender/lines/regions/regiongrid.h"
 
@@ -54,8 +55,13 @@ public:
     };
 
     void add(std::span<const KivSeenCorner> corners, std::uint32_t look, double width, double height);
-    // Once, before the questions below. False when the user cancelled.
-    bool build();
+    // Once, before the questions below. False when the user cancelled. effort: the part of the promised work that all
+    // that follows may take.
+    bool build(double effort = 1.0);
+    // The work of the questions counts by itself, and they have no answers once it is at its end.
+    LineBudget& work() const {
+        return budget;
+    }
 
     const std::vector<RegionCorner>& corners() const {
         return points;
@@ -86,6 +92,12 @@ private:
     std::vector<Face> triangles;
     double farthestDepth = 0.0;
     OccluderIndex index;
+    struct Candidate {
+        std::uint32_t number;
+        double from; // how near it may be
+    };
+    mutable std::vector<Candidate> candidates; // of the last question
+    mutable LineBudget budget{0};
 };
 
 #endif

@@ -11,6 +11,7 @@
 namespace {
 
 constexpr int mostRounds = 8;
+constexpr std::size_t unitsPerCrossing = 100; // of work: each is sorted, rounded and swept
 
 float outwards(double value, float towards) {
     return std::nextafter(static_cast<float>(value), towards);
@@ -25,9 +26,9 @@ KivOccluderBounds boundsOf(const GridPoint& a, const GridPoint& b) {
             outwards(offRegionGrid(std::max(a.y, b.y) + half), most), 0.0F};
 }
 
-template <class Visit> void walkAlong(const OccluderIndex& index, const GridSegment& segment, Visit visit) {
-    index.walk(offRegionGrid(segment.a.x), offRegionGrid(segment.a.y), offRegionGrid(segment.b.x),
-               offRegionGrid(segment.b.y), 1.0, visit);
+template <class Visit> std::size_t walkAlong(const OccluderIndex& index, const GridSegment& segment, Visit visit) {
+    return index.walk(offRegionGrid(segment.a.x), offRegionGrid(segment.a.y), offRegionGrid(segment.b.x),
+                      offRegionGrid(segment.b.y), 1.0, visit);
 }
 
 int signOf(std::int64_t value) {
@@ -62,9 +63,9 @@ bool passesThrough(const GridSegment& s, const GridPoint& place) {
 // One round over all segments.
 class Round {
 public:
-    explicit Round(std::vector<GridSegment>& all) : segments(all) {}
+    Round(std::vector<GridSegment>& all, LineBudget& work) : segments(all), budget(work) {}
 
-    // False when the user cancelled.
+    // False when the user cancelled or the budget ended.
     bool run(bool* changed) {
         return findHotPlaces() && bend(changed);
     }
@@ -83,20 +84,15 @@ private:
             return false;
         }
         for (std::uint32_t i = 0; i < segments.size(); ++i) {
-            if (kivIsCancelledAt(i * std::size_t{16})) {
-                return false;
-            }
-            std::size_t visits = 0;
-            bool isCancelled = false;
-            walkAlong(index, segments[i], [&](std::uint32_t other) {
+            const std::size_t before = hot.size();
+            const std::size_t boxes = walkAlong(index, segments[i], [&](std::uint32_t other) {
                 GridPoint place;
                 if (other > i && crossing(segments[i], segments[other], &place)) {
                     hot.push_back(place);
                 }
-                isCancelled = ++visits % 4096 == 0 && kivIsCancelledAt(0);
-                return !isCancelled;
+                return true;
             });
-            if (isCancelled || !makeRoom()) {
+            if (!budget.spend(boxes + (hot.size() - before) * unitsPerCrossing) || !makeRoom()) {
                 return false;
             }
         }
@@ -126,17 +122,17 @@ private:
         bent.reserve(segments.size());
         std::vector<GridPoint> way;
         for (std::size_t i = 0; i < segments.size(); ++i) {
-            if (kivIsCancelledAt(i * 16)) {
-                return false;
-            }
             const GridSegment& s = segments[i];
             way.clear();
-            walkAlong(index, s, [&](std::uint32_t place) {
+            const std::size_t boxes = walkAlong(index, s, [&](std::uint32_t place) {
                 if (passesThrough(s, hot[place])) {
                     way.push_back(hot[place]);
                 }
                 return true;
             });
+            if (!budget.spend(boxes + way.size() * unitsPerCrossing)) {
+                return false;
+            }
             sortAlong(s, way);
             for (std::size_t k = 0; k + 1 < way.size(); ++k) {
                 bent.push_back(way[k] < way[k + 1] ? GridSegment{way[k], way[k + 1]} : GridSegment{way[k + 1], way[k]});
@@ -160,19 +156,20 @@ private:
     }
 
     std::vector<GridSegment>& segments;
+    LineBudget& budget;
     std::vector<GridPoint> hot;
     std::size_t known = 0;
 };
 
 } // namespace
 
-bool snapRound(std::vector<GridSegment>& segments) {
+bool snapRound(std::vector<GridSegment>& segments, LineBudget& budget) {
     if (!polledSortUnique(segments)) {
         return false;
     }
     bool changed = true;
     for (int round = 0; changed && round < mostRounds; ++round) {
-        if (!Round(segments).run(&changed)) {
+        if (!Round(segments, budget).run(&changed)) {
             return false;
         }
     }

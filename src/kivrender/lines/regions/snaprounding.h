@@ -3,13 +3,14 @@
 #ifndef KIVRENDER_LINES_REGIONS_SNAPROUNDING_H
 #define KIVRENDER_LINES_REGIONS_SNAPROUNDING_H
 
+#include "kivrender/lines/linebudget.h"
 #include "kivrender/lines/regions/regiongrid.h"
 
 #include <vector>
 
 // The segments with their smaller ends first, each once, in order. Bent segments may meet anew, so that it is done
 // until nothing changes (after Halperin and Packer, Iterated snap rounding, 2002), which hardly ever takes a third
-// round. False when the user cancelled.
-bool snapRound(std::vector<GridSegment>& segments);
+// round. False when the user cancelled or the budget ended.
+bool snapRound(std::vector<GridSegment>& segments, LineBudget& budget);
 
 #endif

@@ -12,9 +12,10 @@
 
 class AnimatedModel {
 public:
-    // At the end the slider has moved by 10 along x; the upper bone, at (0, 1, 0), has turned a quarter about z; and
+    // At the end the slider has moved by 10 along x; the upper bone, at (0, 1, 3), has turned a quarter about z; and
     // the third corner of the face has moved by 5 along z.
-    std::string gltf() {
+    // upperBone: the name of the upper bone.
+    std::string gltf(const std::string& upperBone = "upper") {
         const std::string slider = primitive(floats("VEC3", {0, 0, 0, 1, 0, 0, 0, 1, 0}, true), "");
         const int armPoints = floats("VEC3", {0, 0, 0, 0, 2, 0, 1, 2, 0}, true);
         const std::string arm = primitive(
@@ -23,8 +24,8 @@ public:
         const std::string face = primitive(
             floats("VEC3", {0, 0, 0, 1, 0, 0, 0, 1, 0}, true), "",
             ",\"targets\":[{\"POSITION\":" + number(floats("VEC3", {0, 0, 0, 0, 0, 0, 0, 0, 5}, true)) + "}]");
-        const int binding = floats(
-            "MAT4", {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, -1, 0, 1});
+        const int binding = floats("MAT4", {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0,  -3, 1,
+                                            1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, -1, -3, 1});
         const int times = floats("SCALAR", {0, 2}, true);
         const float half = 0.70710678F;
         const std::string samplers = sampler(times, floats("VEC3", {0, 0, 0, 10, 0, 0})) + "," +
@@ -32,7 +33,9 @@ public:
                                      sampler(times, floats("SCALAR", {0, 1}));
         return R"({"asset":{"version":"2.0"},"scene":0,"scenes":[{"nodes":[0]}],"nodes":[)"
                R"({"name":"all","children":[1,2,3,5]},{"name":"slider","mesh":0},{"name":"arm","mesh":1,"skin":0},)"
-               R"({"name":"lower","children":[4]},{"name":"upper","translation":[0,1,0]},{"name":"face","mesh":2}],)"
+               R"({"name":"lower","translation":[0,0,3],"children":[4]},{"name":")" +
+               upperBone +
+               R"(","translation":[0,1,0]},{"name":"face","mesh":2}],)"
                R"("skins":[{"joints":[3,4],"inverseBindMatrices":)" +
                number(binding) + "}],\"meshes\":[{\"name\":\"slider\",\"primitives\":[" + slider +
                "]},{\"name\":\"arm\",\"primitives\":[" + arm +

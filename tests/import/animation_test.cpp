@@ -1,4 +1,5 @@
 // Models in the poses of their animations.
+#include "animatedfbx.h"
 #include "animatedmodel.h"
 #include "import/kivmodelimport.h"
 #include "import/reader/assimpreader.h"
@@ -67,6 +68,43 @@ TEST_F(AnimationTest, NodesMoveBonesBendAndTargetsMorph) {
     expectAt(half["arm"].at(1), -0.70710678, 1.70710678, 0);
     auto beyond = posed({"go", 99.0});
     expectAt(beyond["slider"].at(0), 10, 0, 0);
+}
+
+TEST_F(AnimationTest, ABoneMayBeCalledAsTheMeshThatItMoves) {
+    path = folder.write("named.gltf", AnimatedModel().gltf("arm"));
+    auto end = posed({"go", 2.0});
+    expectAt(end["arm"].at(0), 0, 0, 0);
+    expectAt(end["arm"].at(1), -1, 1, 0);
+}
+
+TEST_F(AnimationTest, BonesOfFbxFilesTurnScaleAndInheritInTheirOrder) {
+    path = folder.write("stretch.fbx", animatedFbx());
+    auto begin = posed({"stretch", 0.0});
+    ASSERT_EQ(begin["skin"].size(), 3U);
+    expectAt(begin["skin"].at(0), 0, 0, 5);
+    expectAt(begin["skin"].at(1), 0, 0.5, 5);
+    expectAt(begin["skin"].at(2), 1, 2, 5);
+    auto end = posed({"stretch", 1.0});
+    expectAt(end["skin"].at(0), 0, 0, 5);
+    expectAt(end["skin"].at(1), 0, 1, 5);
+    expectAt(end["skin"].at(2), 1, 3, 5);
+}
+
+TEST_F(AnimationTest, NodesThatTheReaderMadeHaveNoNames) {
+    SilentReport report;
+    const ModelParts parts = readByAssimp(folder.write("stretch.fbx", animatedFbx()), {1000}, {}, report);
+    std::vector<std::string> names;
+    for (const Node& node : parts.nodes) {
+        names.push_back(node.name);
+    }
+    EXPECT_THAT(names, testing::UnorderedElementsAre("skin", "root", "tip"));
+}
+
+TEST_F(AnimationTest, OnlyAModelAtRestTellsThatItsSkeletonIsNotUsed) {
+    SilentReport report;
+    EXPECT_THAT(readByAssimp(path, {1000}, {}, report).warnings,
+                testing::ElementsAre("it has the poses of its skeleton and shapes to be blended, which are not drawn"));
+    EXPECT_THAT(readByAssimp(path, {1000}, {"go", 1.0}, report).warnings, testing::IsEmpty());
 }
 
 TEST_F(AnimationTest, PosesOfOneModelLieInOnePlace) {

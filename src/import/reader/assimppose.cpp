@@ -57,6 +57,15 @@ aiQuaternion turnAt(const aiQuatKey* keys, unsigned int count, double time, cons
     return turn.Normalize();
 }
 
+// Scaled first, then turned; the constructor of Assimp's matrix does it the other way round.
+aiMatrix4x4 composed(const aiVector3D& scale, const aiQuaternion& turn, const aiVector3D& shift) {
+    const aiMatrix3x3 m = turn.GetMatrix();
+    return {m.a1 * scale.x, m.a2 * scale.y, m.a3 * scale.z, shift.x,
+            m.b1 * scale.x, m.b2 * scale.y, m.b3 * scale.z, shift.y,
+            m.c1 * scale.x, m.c2 * scale.y, m.c3 * scale.z, shift.z,
+            0.0F,           0.0F,           0.0F,           1.0F};
+}
+
 aiMatrix4x4 placeAt(const aiNodeAnim& channel, const aiNode& node, double time) {
     aiVector3D scale(1.0F, 1.0F, 1.0F);
     aiVector3D shift;
@@ -65,7 +74,7 @@ aiMatrix4x4 placeAt(const aiNodeAnim& channel, const aiNode& node, double time) 
     scale = vectorAt(channel.mScalingKeys, channel.mNumScalingKeys, time, scale);
     turn = turnAt(channel.mRotationKeys, channel.mNumRotationKeys, time, turn);
     shift = vectorAt(channel.mPositionKeys, channel.mNumPositionKeys, time, shift);
-    return {scale, turn, shift};
+    return composed(scale, turn, shift);
 }
 
 double weightOf(const aiMeshMorphKey& key, unsigned int target) {
@@ -99,6 +108,94 @@ std::string textOf(const aiString& text) {
     return text.C_Str();
 }
 
+// Assimp makes a chain of nodes for what an FBX node does in several steps: turned before its own rotation, for
+// example. All have the node's name with this and the step behind it; the node itself ends the chain.
+constexpr const char* stepMark = "_$AssimpFbx$_";
+
+bool isStepOf(const aiNode& step, const aiNode& node) {
+    return textOf(step.mName).starts_with(textOf(node.mName) + stepMark);
+}
+
+// A channel that bears the node's own name has all steps in its keys (seen with Assimp 5.2), which the chain would do
+// once more. Those of a geometry place its mesh alone and are in no key.
+void clearSteps(aiNode& node) {
+    for (aiNode* step = node.mParent; step != nullptr && isStepOf(*step, node); step = step->mParent) {
+        if (textOf(step->mName).find("_Geometric") == std::string::npos) {
+            step->mTransformation = aiMatrix4x4();
+        }
+    }
+}
+
+// What the chain of a node does to its mesh alone. Assimp 5.2 leaves it out of the matrices of bones.
+aiMatrix4x4 geometryPlace(const aiNode& node) {
+    aiMatrix4x4 place;
+    for (const aiNode* step = node.mParent; step != nullptr && isStepOf(*step, node); step = step->mParent) {
+        if (textOf(step->mName).find("_Geometric") != std::string::npos) {
+            place = step->mTransformation * place;
+        }
+    }
+    return place;
+}
+
+aiVector3D scaleOf(const aiMatrix4x4& place) {
+    aiVector3D scale;
+    aiQuaternion turn;
+    aiVector3D shift;
+    place.Decompose(scale, turn, shift);
+    return scale;
+}
+
+// The node that an FBX chain ends in, which is the first child all the way down; others end in themselves.
+const aiNode& endOfChain(const aiNode& step) {
+    const std::string name = textOf(step.mName);
+    const std::size_t mark = name.find(stepMark);
+    const aiNode* end = &step;
+    while (mark != std::string::npos && end->mNumChildren > 0 && textOf(end->mName) != name.substr(0, mark)) {
+        end = end->mChildren[0];
+    }
+    return *end;
+}
+
+// An FBX node may inherit the rotation of its parent and the place that the parent's scale gives it, but not that scale
+// itself (InheritType 2; "segment scale compensate" of skeletons).
+bool ignoresScaleOfParent(const aiNode& node) {
+    int inheritance = 0;
+    return node.mMetaData != nullptr && node.mMetaData->Get("InheritType", inheritance) && inheritance == 2;
+}
+
+// In the coordinates of the parent.
+aiMatrix4x4 inheritedPlace(const aiNode& node) {
+    const aiNode* const parent = node.mParent;
+    const bool isInsideChain = parent != nullptr && textOf(parent->mName).find(stepMark) != std::string::npos;
+    if (parent == nullptr || isInsideChain || !ignoresScaleOfParent(endOfChain(node))) {
+        return node.mTransformation;
+    }
+    const aiVector3D scale = scaleOf(parent->mTransformation);
+    const auto inverse = [](ai_real s) { return std::fabs(s) > 1e-6F ? 1.0F / s : 1.0F; };
+    aiMatrix4x4 unscaled;
+    aiMatrix4x4::Scaling({inverse(scale.x), inverse(scale.y), inverse(scale.z)}, unscaled);
+    aiMatrix4x4 turnAndScale = node.mTransformation;
+    turnAndScale.a4 = turnAndScale.b4 = turnAndScale.c4 = 0.0F;
+    aiMatrix4x4 shift;
+    aiMatrix4x4::Translation({node.mTransformation.a4, node.mTransformation.b4, node.mTransformation.c4}, shift);
+    return shift * unscaled * turnAndScale;
+}
+
+// Before the nodes of a scene are placed: all of them as they are in their parents.
+void inheritPlaces(aiNode& root) {
+    std::vector<std::pair<aiNode*, aiMatrix4x4>> places;
+    std::vector<aiNode*> open{&root};
+    while (!open.empty()) {
+        aiNode* const node = open.back();
+        open.pop_back();
+        places.emplace_back(node, inheritedPlace(*node));
+        open.insert(open.end(), node->mChildren, node->mChildren + node->mNumChildren);
+    }
+    for (const auto& [node, place] : places) {
+        node->mTransformation = place;
+    }
+}
+
 void addScaled(std::vector<aiVector3D>& to, const aiVector3D* target, const aiVector3D* base, double weight) {
     for (std::size_t i = 0; i < to.size(); ++i) {
         to[i] += (target[i] - base[i]) * static_cast<ai_real>(weight);
@@ -112,12 +209,15 @@ double assimpDuration(const aiAnimation& clip) {
     return std::isfinite(seconds) && seconds > 0.0 ? seconds : 0.0;
 }
 
-AssimpPose::AssimpPose(aiScene& scene, const aiAnimation& clip, double seconds) {
+AssimpPose::AssimpPose(aiScene& scene, const aiAnimation& clip, double seconds, bool restWeights)
+    : hasRestWeights(restWeights) {
     const double time = std::clamp(seconds, 0.0, assimpDuration(clip)) * ticksPerSecond(clip);
+    nameNodes(*scene.mRootNode);
     for (unsigned int i = 0; i < clip.mNumChannels; ++i) {
         const aiNodeAnim& channel = *clip.mChannels[i];
-        if (aiNode* const node = scene.mRootNode->FindNode(channel.mNodeName)) {
-            node->mTransformation = placeAt(channel, *node, time);
+        if (const auto found = nodes.find(textOf(channel.mNodeName)); found != nodes.end()) {
+            found->second->mTransformation = placeAt(channel, *found->second, time);
+            clearSteps(*found->second);
         }
     }
     for (unsigned int i = 0; i < clip.mNumMorphMeshChannels; ++i) {
@@ -126,7 +226,25 @@ AssimpPose::AssimpPose(aiScene& scene, const aiAnimation& clip, double seconds) 
         const std::string name = textOf(channel.mName);
         morphWeights[name.substr(0, name.find('*'))] = weightsAt(channel, time);
     }
+    inheritPlaces(*scene.mRootNode);
     placeNodes(*scene.mRootNode);
+}
+
+// Names need not differ: a bone may be called as the mesh that it moves, and it is the bone that channels and weights
+// mean.
+void AssimpPose::nameNodes(aiNode& root) {
+    std::vector<aiNode*> open{&root};
+    while (!open.empty()) {
+        aiNode* const node = open.back();
+        open.pop_back();
+        aiNode*& named = nodes[textOf(node->mName)];
+        if (named == nullptr || (named->mNumMeshes > 0 && node->mNumMeshes == 0)) {
+            named = node;
+        }
+        for (unsigned int i = node->mNumChildren; i-- > 0;) {
+            open.push_back(node->mChildren[i]);
+        }
+    }
 }
 
 void AssimpPose::placeNodes(const aiNode& root) {
@@ -134,7 +252,7 @@ void AssimpPose::placeNodes(const aiNode& root) {
     while (!open.empty()) {
         const auto [node, place] = open.back();
         open.pop_back();
-        globals.try_emplace(textOf(node->mName), place);
+        globals.try_emplace(node, place);
         for (unsigned int i = 0; i < node->mNumChildren; ++i) {
             open.emplace_back(node->mChildren[i], place * node->mChildren[i]->mTransformation);
         }
@@ -164,7 +282,7 @@ void AssimpPose::morph(const aiMesh& mesh, const aiNode& node, PosedVertices& ve
     for (unsigned int i = 0; i < mesh.mNumAnimMeshes; ++i) {
         const aiAnimMesh& target = *mesh.mAnimMeshes[i];
         const bool isKnown = weights != morphWeights.end() && i < weights->second.size();
-        const double weight = isKnown ? weights->second[i] : static_cast<double>(target.mWeight);
+        const double weight = isKnown ? weights->second[i] : hasRestWeights ? static_cast<double>(target.mWeight) : 0.0;
         if (weight == 0.0 || target.mNumVertices != mesh.mNumVertices || target.mVertices == nullptr) {
             continue;
         }
@@ -178,22 +296,23 @@ void AssimpPose::morph(const aiMesh& mesh, const aiNode& node, PosedVertices& ve
 // Linear blend skinning (Magnenat-Thalmann and others, 1988): each bone moves a vertex as if it alone held it, and the
 // weights mix the results.
 void AssimpPose::bend(const aiMesh& mesh, const aiNode& node, PosedVertices& vertices) const {
-    const auto own = globals.find(textOf(node.mName));
+    const auto own = globals.find(&node);
     if (mesh.mNumBones == 0 || own == globals.end()) {
         return;
     }
     aiMatrix4x4 nodeFromWorld = own->second;
     nodeFromWorld.Inverse();
+    const aiMatrix4x4 geometry = geometryPlace(node);
     std::vector<aiVector3D> points(vertices.points.size());
     std::vector<aiVector3D> normals(vertices.normals.size());
     std::vector<double> sums(vertices.points.size());
     for (unsigned int b = 0; b < mesh.mNumBones; ++b) {
         const aiBone& bone = *mesh.mBones[b];
-        const auto place = globals.find(textOf(bone.mName));
-        if (place == globals.end()) {
+        const auto holder = nodes.find(textOf(bone.mName));
+        if (holder == nodes.end()) {
             continue;
         }
-        const aiMatrix4x4 move = nodeFromWorld * place->second * bone.mOffsetMatrix;
+        const aiMatrix4x4 move = nodeFromWorld * globals.at(holder->second) * bone.mOffsetMatrix * geometry;
         const aiMatrix3x3 turn(move);
         for (unsigned int w = 0; w < bone.mNumWeights; ++w) {
             const aiVertexWeight& held = bone.mWeights[w];

@@ -22,17 +22,22 @@ struct PosedVertices {
 class AssimpPose {
 public:
     // Moves the nodes of the scene. seconds beyond the clip are its end. The scene must outlive this.
-    AssimpPose(aiScene& scene, const aiAnimation& clip, double seconds);
+    // hasRestWeights: whether the weights of morph targets count that no channel moves. Those of an FBX file do not:
+    // Assimp 5.2 gives a target 1 whatever the file says.
+    AssimpPose(aiScene& scene, const aiAnimation& clip, double seconds, bool hasRestWeights);
 
     // In the coordinates of the node that shows the mesh. Nothing for a mesh that neither bones nor morph targets move.
     PosedVertices posed(const aiMesh& mesh, const aiNode& node) const;
 
 private:
+    void nameNodes(aiNode& root);
     void placeNodes(const aiNode& root);
     void morph(const aiMesh& mesh, const aiNode& node, PosedVertices& vertices) const;
     void bend(const aiMesh& mesh, const aiNode& node, PosedVertices& vertices) const;
 
-    std::map<std::string, aiMatrix4x4> globals;              // by the names of nodes
+    bool hasRestWeights;
+    std::map<std::string, aiNode*> nodes; // by their names
+    std::map<const aiNode*, aiMatrix4x4> globals;
     std::map<std::string, std::vector<double>> morphWeights; // by the names of nodes or meshes
 };
 

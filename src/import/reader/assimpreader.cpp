@@ -160,7 +160,7 @@ private:
         }
         posedScene.reset(importer.GetOrphanedScene());
         scene = posedScene.get();
-        pose.emplace(*posedScene, **found, clip.seconds);
+        pose.emplace(*posedScene, **found, clip.seconds, ending() != ".fbx");
     }
     std::string namesOfClips() const {
         std::string names;
@@ -350,8 +350,9 @@ private:
         };
         tell(hasTexture(aiTextureType_NORMALS) || hasTexture(aiTextureType_HEIGHT), "normal maps");
         tell(hasTexture(aiTextureType_EMISSIVE), "textures of light");
-        tell(hasMesh([](const aiMesh* mesh) { return mesh->mNumBones > 0; }), "the poses of its skeleton");
-        tell(hasMesh([](const aiMesh* mesh) { return mesh->mNumAnimMeshes > 0; }), "shapes to be blended");
+        const bool isAtRest = !pose;
+        tell(isAtRest && hasMesh([](const aiMesh* m) { return m->mNumBones > 0; }), "the poses of its skeleton");
+        tell(isAtRest && hasMesh([](const aiMesh* m) { return m->mNumAnimMeshes > 0; }), "shapes to be blended");
         std::string list;
         for (std::size_t i = 0; i < unused.size(); ++i) {
             list += (i == 0 ? "" : i + 1 == unused.size() ? " and " : ", ") + unused[i];
@@ -402,7 +403,8 @@ private:
         const std::string name = fromAi(node.mName);
         const bool isMadeUpRoot =
             node.mParent == nullptr && (name.starts_with('<') || name == "ROOT" || name == "RootNode" || name == "3MF");
-        if (name.empty() || isMadeUpRoot) {
+        const bool isStep = name.find("_$AssimpFbx$_") != std::string::npos; // Assimp divides nodes of FBX files
+        if (name.empty() || isMadeUpRoot || isStep) {
             return parent;
         }
         parts.nodes.push_back({name, parent, {}});

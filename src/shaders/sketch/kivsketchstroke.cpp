@@ -17,11 +17,16 @@ constexpr double slowWave = 70.0;      // of the hand's drift
 constexpr double quickWave = 17.0;     // of its tremor
 constexpr double pressureWave = 110.0; // of its weight
 constexpr double profileLength = 150.0;
+constexpr double endsWave = 160.0; // of the noise that tells one end of a line from the other
 
 constexpr double cornerTurn = 0.76; // the cosine of 40 degrees
 
 // What of the noise is used for what; strokes over the same line use sets of their own.
 enum Channel : std::uint32_t { drift, tremor, weight, lift, reachStart, reachEnd, breaks, texture, numChannels };
+
+// The hand strays in both directions of the picture, of which a line takes what is across it: a line that was joined to
+// others the other way round strays as before.
+constexpr std::uint32_t otherAxis = 1U << 20;
 
 double distance(const KivSketchPoint& a, const KivSketchPoint& b) {
     return std::hypot(b.x - a.x, b.y - a.y);
@@ -147,6 +152,17 @@ void smooth(KivSketchLine& line) {
     }
 }
 
+// An open line begins at that of its ends where the noise is lower, whichever way round it was joined to others.
+void beginAtLowerEnd(KivSketchLine& line, const KivSketchNoise& noise, std::uint32_t channel, double pixel) {
+    const auto value = [&](const KivSketchPoint& p) {
+        return noise.at(p.place, endsWave * pixel * p.unit, channel + breaks);
+    };
+    if (value(line.points.back()) < value(line.points.front())) {
+        std::reverse(line.points.begin(), line.points.end());
+        std::swap(line.startsFree, line.endsFree);
+    }
+}
+
 // A ring becomes a line that begins at a place that stays the same while the camera moves, and runs on over its
 // beginning.
 void openRing(KivSketchLine& line, const KivSketchNoise& noise, std::uint32_t channel, double pixel) {
@@ -154,7 +170,7 @@ void openRing(KivSketchLine& line, const KivSketchNoise& noise, std::uint32_t ch
     double least = 2.0;
     for (std::size_t i = 0; i < line.points.size(); ++i) {
         const KivSketchPoint& p = line.points[i];
-        const double value = noise.at(p.place, 160.0 * pixel * p.unit, channel + breaks);
+        const double value = noise.at(p.place, endsWave * pixel * p.unit, channel + breaks);
         if (value < least) {
             least = value;
             first = i;
@@ -325,9 +341,15 @@ void addStroke(KivSketchLine line, const KivSketchHand& hand, const KivSketchMed
         const double dy = after.y - before.y;
         const double span = std::hypot(dx, dy);
         const double wave = pixel * p.unit;
-        const double stray = (noise.at(p.place, slowWave * wave, channel + drift) * (number > 0 ? 1.5 : 1.0) +
-                              noise.at(p.place, quickWave * wave, channel + tremor) * 0.3) *
-                             hand.wobble;
+        const auto stray = [&](std::uint32_t axis) {
+            const std::uint32_t own = channel + axis * otherAxis;
+            return (noise.at(p.place, slowWave * wave, own + drift) * (number > 0 ? 1.5 : 1.0) +
+                    noise.at(p.place, quickWave * wave, own + tremor) * 0.3) *
+                   hand.wobble;
+        };
+        const double most = hand.wobble * (number > 0 ? 1.8 : 1.3);
+        const double across =
+            span > 0.0 ? std::clamp((-dy * stray(0) + dx * stray(1)) / span, -most, most) / span : 0.0;
         // A stroke lands, is pressed and is drawn away.
         const double lands = 0.45 + 0.55 * step(0.0, attack, lengths[i]);
         const double leaves = 0.12 + 0.88 * step(0.0, release, length - lengths[i]);
@@ -341,8 +363,8 @@ void addStroke(KivSketchLine line, const KivSketchHand& hand, const KivSketchMed
         const double width = hand.width * (1.0 - medium.thinning * (1.0 - press * strength));
         const double faded = number > 0 ? step(0.05, 0.3, force) : 1.0;
         Mark m{};
-        m.x = p.x + (span > 0.0 ? -dy / span * stray : 0.0);
-        m.y = p.y + (span > 0.0 ? dx / span * stray : 0.0);
+        m.x = p.x - dy * across;
+        m.y = p.y + dx * across;
         m.tone = hand.tone * faded * (1.0 - medium.fading * (1.0 - press * strength)) * medium.peak;
         m.halfWidth = 0.5 * width * (medium.fading > 0.0 ? 1.0 : step(-0.2, 0.5, force) * faded);
         m.along = lengths[i] / (profileLength * pixel) + offset;
@@ -405,6 +427,8 @@ void kivSketchStrokes(const KivSketchLine& line, const KivSketchHand& hand, cons
             KivSketchLine course = piece;
             if (course.closed) {
                 openRing(course, noise, channel, hand.pixel);
+            } else {
+                beginAtLowerEnd(course, noise, channel, hand.pixel);
             }
             const std::vector<double> lengths = lengthsOf(course);
             for (const auto& [first, last] : breaksOf(course, lengths, hand, noise, channel)) {

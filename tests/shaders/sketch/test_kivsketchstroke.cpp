@@ -166,6 +166,35 @@ TEST(KivSketchStrokes, AnUnsteadyHandStraysNoFartherThanItsWobble) {
     EXPECT_GT(box.top - box.bottom, 7.0F);
 }
 
+// Lines are joined now from the one end, now from the other, while a camera moves.
+TEST(KivSketchStrokes, ALineStraysTheSameWayFromBothEnds) {
+    KivSketchHand hand = steadyHand();
+    hand.wobble = 5.0;
+    KivSketchLine line = lineOf({{20, 50}, {320, 150}});
+    const auto middles = [&] {
+        std::vector<std::pair<float, float>> points;
+        const KivSketchMesh mesh = strokesOf(line, hand);
+        for (std::size_t i = 0; i + 1 < mesh.vertices.size(); i += 2) {
+            points.emplace_back((mesh.vertices[i].x + mesh.vertices[i + 1].x) / 2.0F,
+                                (mesh.vertices[i].y + mesh.vertices[i + 1].y) / 2.0F);
+        }
+        return points;
+    };
+    const auto forwards = middles();
+    std::reverse(line.points.begin(), line.points.end());
+    ASSERT_GT(forwards.size(), 200U);
+    double strays = 0.0;
+    for (const auto& [x, y] : middles()) {
+        float nearest = 1e9F;
+        for (const auto& [u, v] : forwards) {
+            nearest = std::min(nearest, std::hypot(u - x, v - y));
+        }
+        EXPECT_LT(nearest, 0.7F) << x; // points lie 1 apart
+        strays = std::max(strays, std::abs(y - 50.0 - (x - 20.0) / 3.0));
+    }
+    EXPECT_GT(strays, 3.0);
+}
+
 TEST(KivSketchStrokes, RunOnBeyondFreeEndsOnly) {
     KivSketchHand hand = steadyHand();
     hand.overshoot = 12.0;

@@ -1,6 +1,6 @@
 #include "apps/cli/camerapath.h"
-#include "apps/cli/filmpalette.h"
 #include "apps/cli/turntable.h"
+#include "apps/common/filmpalette.h"
 #include "kivrender/platform/kivimage.h"
 
 #include <gtest/gtest.h>

@@ -1,5 +1,5 @@
 // The libraries that write films.
-#include "apps/cli/filmwriter.h"
+#include "apps/common/filmwriter.h"
 #include "kivrender/platform/kivmodule.h"
 #include "kivrender/platform/kivtext.h"
 

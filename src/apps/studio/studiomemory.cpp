@@ -6,7 +6,7 @@
 namespace {
 
 QString keyOf(StudioFolder kind) {
-    constexpr const char* names[] = {"models", "documents", "pictures", "drawings"};
+    constexpr const char* names[] = {"models", "documents", "pictures", "drawings", "films"};
     return QStringLiteral("folders/") + QLatin1String(names[static_cast<int>(kind)]);
 }
 

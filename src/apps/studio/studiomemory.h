@@ -12,7 +12,7 @@ QSettings studioMemory();
 inline constexpr const char* drawingKey = "drawing";
 
 // Each kind of file has a folder of its own in the dialogs.
-enum class StudioFolder { models, documents, pictures, drawings };
+enum class StudioFolder { models, documents, pictures, drawings, films };
 
 // The folder where a file of that kind was chosen last; otherwise if there was none or it is gone.
 QString rememberedFolder(StudioFolder kind, const QString& otherwise);

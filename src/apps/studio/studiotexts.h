@@ -226,7 +226,27 @@ enum class StudioText : unsigned int {
     sheetNoScale = 3451,
     sheetNoRoom = 3452,
     sheetTooLarge = 3453,
-    sheetImpossible = 3454
+    sheetImpossible = 3454,
+    playTurntable = 3470,
+    saveFilm = 3471,
+    filmWidth = 3472,
+    filmHeight = 3473,
+    filmSizeTip = 3474,
+    filmTurn = 3475,
+    filmTurnTip = 3476,
+    filmLength = 3477,
+    filmRate = 3478,
+    filmKeepsPart = 3479,
+    filmFrames = 3480,
+    filmStage = 3481,
+    filmSaved = 3482,
+    filmCut = 3483,
+    framesExist = 3484,
+    mp4Films = 3485,
+    webmFilms = 3486,
+    gifFilms = 3487,
+    pngFrames = 3488,
+    noFilmEnding = 3489
 };
 
 inline QString studioText(StudioText text) {

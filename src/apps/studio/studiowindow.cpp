@@ -29,7 +29,8 @@ namespace {
 
 constexpr std::size_t mostFrames = 200; // more objects have one frame around them all
 constexpr int settleDelay = 160;        // milliseconds after the last movement
-constexpr int recoverDelay = 1000;      // milliseconds of work that a crash may cost
+constexpr int turningDelay = 40;
+constexpr int recoverDelay = 1000; // milliseconds of work that a crash may cost
 
 } // namespace
 
@@ -50,8 +51,10 @@ StudioWindow::StudioWindow(StudioHost& studioHost, KivQtToolkit& studioToolkit)
     recovering.setSingleShot(true);
     settling.setInterval(settleDelay);
     recovering.setInterval(recoverDelay);
-    connect(&moving, &QTimer::timeout, this, &StudioWindow::drawMoving);
+    connect(&moving, &QTimer::timeout, this, [this] { drawMoving(current); });
     connect(&settling, &QTimer::timeout, this, &StudioWindow::drawSettled);
+    turning.setInterval(turningDelay);
+    connect(&turning, &QTimer::timeout, this, &StudioWindow::showTurned);
     connect(&recovering, &QTimer::timeout, this, &StudioWindow::writeRecovery);
     resize(1400, 900);
     fitToScreen();
@@ -199,6 +202,9 @@ void StudioWindow::change(const StudioState& next, StudioText what, Kind kind, c
 
 void StudioWindow::follow(const StudioState& before) {
     const bool looksDiffer = !(before == current);
+    if (!(before.camera == current.camera)) {
+        playTurntable(false);
+    }
     view->setCamera(current.camera);
     view->setAspect(aspect());
     showLights();

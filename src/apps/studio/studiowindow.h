@@ -30,6 +30,8 @@ class LightsPanel;
 class LookPanel;
 class ObjectsPanel;
 class PictureView;
+class FilmFile;
+struct FilmOptions;
 class QDockWidget;
 class QLabel;
 class QLineEdit;
@@ -166,7 +168,7 @@ private:
     // opens a dialog or changes the model has to come this way: a render that lets events through is no place for it.
     void whenIdle(const std::function<void()>& act);
     void scheduleView();
-    void drawMoving();
+    void drawMoving(const StudioState& state);
     void drawSettled();
     void renderPicture();
     // Of lines and areas, without a file.
@@ -197,6 +199,15 @@ private:
     void closeTab(int index);
     void updateCompare();
     void setRendering(bool on);
+
+    // --- studiowindow_film.cpp: the model turns, in the view and in films
+    void playTurntable(bool on);
+    void showTurned();
+    void saveFilm();
+    QString askForFilm(FilmOptions* options);
+    // Whether all frames were drawn.
+    bool drawFilm(const FilmOptions& options, FilmFile* film);
+    bool drawFilmFrame(const FilmOptions& options, int number, FilmFile* film);
 
     StudioHost& host;
     KivQtToolkit& toolkit;
@@ -230,6 +241,8 @@ private:
 
     QTimer moving;
     QTimer settling;
+    QTimer turning;
+    QElapsedTimer turningSince;
     QTimer recovering;
     double motionScale = 0.5; // of the view's pixels, while the camera moves
     double settledTime = 0.0; // milliseconds that the last settled picture took

@@ -73,6 +73,7 @@ void StudioWindow::makeFileMenu() {
     file->addSeparator();
     addAction(file, StudioText::savePicture, Qt::CTRL | Qt::Key_E, [this] { savePicture(); });
     addAction(file, StudioText::exportDrawing, Qt::CTRL | Qt::SHIFT | Qt::Key_E, [this] { exportDrawing(); });
+    addAction(file, StudioText::saveFilm, Qt::CTRL | Qt::SHIFT | Qt::Key_T, [this] { saveFilm(); });
     file->addSeparator();
     addAction(file, StudioText::quit, QKeySequence::Quit, [this] { close(); })->setMenuRole(QAction::QuitRole);
 }
@@ -130,6 +131,10 @@ void StudioWindow::makeViewMenu() {
             change(next, StudioText::changeCamera);
         }
     });
+    menu->addSeparator();
+    addAction(menu, StudioText::playTurntable, Qt::CTRL | Qt::Key_T, [this] {
+        playTurntable(!turning.isActive());
+    })->setCheckable(true);
     menu->addSeparator();
     menu->addAction(sceneDock->toggleViewAction());
     menu->addAction(lookDock->toggleViewAction());

@@ -91,22 +91,22 @@ void StudioWindow::whenIdle(const std::function<void()>& act) {
 
 void StudioWindow::scheduleView() {
     isDrawn = false;
-    if (isVisible()) {
+    if (isVisible() && !turning.isActive()) {
         moving.start(0);
         settling.start();
     }
 }
 
-void StudioWindow::drawMoving() {
+void StudioWindow::drawMoving(const StudioState& state) {
     const QSize whole = view->pictureRect().size();
     if (isBusy() || whole.isEmpty()) {
         return; // settling comes again
     }
     const double scale = std::max(motionScale, coarsest) * view->devicePixelRatioF();
     const QSize size = (QSizeF(whole) * scale).toSize().expandedTo(QSize(1, 1));
-    StudioState shown = current;
+    StudioState shown = state;
     if (settledTime > slowLook) {
-        shown.look = quickLook(current.look);
+        shown.look = quickLook(state.look);
     }
     StudioProgress progress;
     const StudioPicture picture = renderer.render(model, shown, size, StudioRenderer::Purpose::motion, progress);
@@ -119,6 +119,9 @@ void StudioWindow::drawMoving() {
 }
 
 void StudioWindow::drawSettled() {
+    if (turning.isActive()) {
+        return; // it comes when the model stands still
+    }
     const QSize size = (QSizeF(view->pictureRect().size()) * view->devicePixelRatioF()).toSize();
     // Under a dialog it waits: while it lets events through it would hold back those that end the dialog.
     if (isBusy() || tabs->currentIndex() != 0 || size.isEmpty() || QApplication::activeModalWidget() != nullptr) {
@@ -152,6 +155,7 @@ void StudioWindow::drawSettled() {
 // --- pictures ---
 
 void StudioWindow::setRendering(bool on) {
+    playTurntable(false);
     isFinalRunning = on;
     for (QWidget* const each : std::initializer_list<QWidget*>{menuBar(), toolBar, lookDock, sceneDock}) {
         each->setEnabled(!on);

@@ -1,7 +1,7 @@
 // What writes the pictures of a film into a file. FFmpeg's libraries are a hundred with all that they stand on, and
 // loading them takes longer than a small render: they are in a module that is loaded for a film and for nothing else.
-#ifndef APPS_CLI_FILMENCODER_H
-#define APPS_CLI_FILMENCODER_H
+#ifndef APPS_COMMON_FILMENCODER_H
+#define APPS_COMMON_FILMENCODER_H
 
 #include "kivrender/platform/kivtypes.h"
 

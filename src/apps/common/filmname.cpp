@@ -1,4 +1,4 @@
-#include "apps/cli/filmwriter.h"
+#include "apps/common/filmwriter.h"
 
 #include <algorithm>
 #include <cctype>

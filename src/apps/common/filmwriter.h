@@ -1,7 +1,7 @@
 // A film, picture by picture: mp4, webm or gif by FFmpeg's libraries. Where their module is missing every film is
 // refused.
-#ifndef APPS_CLI_FILMWRITER_H
-#define APPS_CLI_FILMWRITER_H
+#ifndef APPS_COMMON_FILMWRITER_H
+#define APPS_COMMON_FILMWRITER_H
 
 #include "kivrender/platform/kivtypes.h"
 

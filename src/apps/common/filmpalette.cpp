@@ -1,4 +1,4 @@
-#include "apps/cli/filmpalette.h"
+#include "apps/common/filmpalette.h"
 
 #include "kivrender/platform/kivimage.h"
 

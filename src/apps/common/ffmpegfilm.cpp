@@ -1,6 +1,6 @@
-// Films by FFmpeg's libraries, in the module that the command line loads for them.
-#include "apps/cli/filmencoder.h"
-#include "apps/cli/filmpalette.h"
+// Films by FFmpeg's libraries, in the module that the programs load for them.
+#include "apps/common/filmencoder.h"
+#include "apps/common/filmpalette.h"
 #include "kivrender/platform/kivexport.h"
 #include "kivrender/platform/kivimage.h"
 

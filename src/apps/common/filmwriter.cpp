@@ -1,6 +1,6 @@
-#include "apps/cli/filmwriter.h"
+#include "apps/common/filmwriter.h"
 
-#include "apps/cli/filmencoder.h"
+#include "apps/common/filmencoder.h"
 #include "kivrender/platform/kivmodule.h"
 #include "kivrender/platform/kivtext.h"
 

@@ -1,6 +1,6 @@
 // The 256 colours of an animated GIF.
-#ifndef APPS_CLI_FILMPALETTE_H
-#define APPS_CLI_FILMPALETTE_H
+#ifndef APPS_COMMON_FILMPALETTE_H
+#define APPS_COMMON_FILMPALETTE_H
 
 #include <array>
 #include <cstddef>

@@ -20,6 +20,9 @@ constexpr double slightTurn = 0.99905;
 // How much longer a side of so slight a turn may be where the highlight moves with the view alone.
 constexpr double flatterSide = 6.0;
 
+// The sine of the turn of flat triangles against a smooth surface beyond which they are taken for its shape.
+constexpr double mostTurn = 0.5;
+
 using Paint = std::array<float, 3>;
 
 Paint mixed(const Paint& a, const Paint& b, double t) {
@@ -33,6 +36,7 @@ struct Corner {
     KivClipPoint clip;
     std::uint32_t vertex = none; // in the batch, none until it is lit
     Paint paint{};
+    double turn = 0.0; // of the flat triangles around it
 };
 
 // The length in the picture of the part of a segment that lies in front of the near plane.
@@ -67,11 +71,9 @@ public:
     void build() {
         prepareVertices();
         if (detail.ranks != 0) {
-            // A little more than the turn, for the triangles that turn most; little enough to leave the lit side its
-            // light.
+            findFacetTurns();
             batch.ranks = detail.ranks;
-            batch.threshold = static_cast<float>(
-                kivRampCoordinate(std::clamp(1.15 * facetTurn() + 0.01, 0.02, 0.5), detail.rampEntries));
+            batch.threshold = static_cast<float>(kivRampCoordinate(mostTurn, detail.rampEntries));
         }
         const bool divides = !isEvenlyLit();
         const bool hasEdges = lights.numEdges() > 0;
@@ -175,35 +177,43 @@ private:
         return inside;
     }
 
-    void addIncidences(const KivVec& point, const KivVec& normal) {
+    // Those that the triangles around turn away from come below the threshold, which is the same for all points.
+    void addIncidences(const KivVec& point, const KivVec& normal, double turn) {
         if (detail.ranks == 0) {
             return;
         }
         lights.incidences(point, normal, ranked);
         ranked.resize(static_cast<std::size_t>(detail.ranks), 0.0);
         std::sort(ranked.begin(), ranked.end(), std::greater<>());
+        // A little more than the turn, for the triangles that turn most; little enough to leave the lit side its light.
+        const double shift = mostTurn - std::clamp(1.15 * turn + 0.01, 0.02, mostTurn);
         for (const double incidence : ranked) {
-            batch.incidences.push_back(static_cast<float>(kivRampCoordinate(incidence, detail.rampEntries)));
+            batch.incidences.push_back(static_cast<float>(kivRampCoordinate(incidence + shift, detail.rampEntries)));
         }
     }
 
-    // How far, as the sine of an angle, the flat triangles turn from the normals at their corners, but for the worst.
-    double facetTurn() const {
-        std::vector<double> turns;
-        turns.reserve(model.triangles.size());
+    // How far, as the sine of an angle, the flat triangles around each point turn from the normal there; larger ones
+    // count more, as slivers turn anyhow and show next to nothing.
+    void findFacetTurns() {
+        std::vector<double> areas(model.points.size(), 0.0);
+        std::vector<double> squares(model.points.size(), 0.0);
         for (std::size_t t = 0; t < model.triangles.size(); ++t) {
-            const KivVec facet = kivUnit(outerNormal(t));
-            double least = 1.0;
+            const KivVec normal = outerNormal(t);
+            const double area = kivLength(normal);
+            const KivVec facet = kivUnit(normal);
             for (const std::uint32_t corner : model.triangles[t]) {
-                least = std::min(least, kivDot(facet, model.normals[corner]));
+                const double cosine = std::clamp(kivDot(facet, model.normals[corner]), 0.0, 1.0);
+                areas[corner] += area;
+                squares[corner] += area * (1.0 - cosine * cosine);
             }
-            turns.push_back(std::sqrt(std::max(0.0, 1.0 - least * least)));
         }
-        const std::size_t usual = turns.size() * 19 / 20;
-        if (usual < turns.size()) {
-            std::nth_element(turns.begin(), turns.begin() + static_cast<std::ptrdiff_t>(usual), turns.end());
+        turns.resize(model.points.size());
+        for (std::size_t i = 0; i < turns.size(); ++i) {
+            turns[i] = areas[i] > 0.0 ? std::sqrt(squares[i] / areas[i]) : 0.0;
         }
-        return turns.empty() ? 0.0 : turns[std::min(usual, turns.size() - 1)];
+    }
+    double turnAt(std::uint32_t point) const {
+        return turns.empty() ? 0.0 : turns[point];
     }
 
     Paint paintAt(std::uint32_t point) const {
@@ -224,15 +234,15 @@ private:
         return detail.shine ? lights.shine(point, normal) : 0.0;
     }
 
-    std::uint32_t litVertex(const KivVec& point, const KivVec& normal, const Paint& paint) {
-        addIncidences(point, normal);
+    std::uint32_t litVertex(const KivVec& point, const KivVec& normal, const Paint& paint, double turn) {
+        addIncidences(point, normal, turn);
         return addVertex(point, lights.light(point, normal), shineOf(point, normal), paint);
     }
 
     std::uint32_t sharedVertex(std::uint32_t p, bool outer) {
         std::uint32_t& vertex = shared[outer ? 0 : 1][p];
         if (vertex == none) {
-            vertex = litVertex(model.points[p], outer ? model.normals[p] : -model.normals[p], paintAt(p));
+            vertex = litVertex(model.points[p], outer ? model.normals[p] : -model.normals[p], paintAt(p), turnAt(p));
         }
         return vertex;
     }
@@ -251,7 +261,7 @@ private:
         Corner corner[3];
         for (int k = 0; k < 3; ++k) {
             const KivVec& normal = model.normals[t[k]];
-            corner[k] = {model.points[t[k]], outer ? normal : -normal, clips[t[k]], none, paintAt(t[k])};
+            corner[k] = {model.points[t[k]], outer ? normal : -normal, clips[t[k]], none, paintAt(t[k]), turnAt(t[k])};
             if (lights.numEdges() == 0) {
                 corner[k].vertex = sharedVertex(t[k], outer);
             }
@@ -268,6 +278,7 @@ private:
         }
         middle.clip = view.clip(middle.point);
         middle.paint = mixed(a.paint, b.paint, t);
+        middle.turn = a.turn + (b.turn - a.turn) * t;
         return middle;
     }
 
@@ -279,7 +290,7 @@ private:
         middle.normal = kivDot(normal, normal) > 0.0 ? normal : middle.normal;
         middle.clip = view.clip(middle.point);
         if (lights.numEdges() == 0) {
-            middle.vertex = litVertex(middle.point, middle.normal, middle.paint);
+            middle.vertex = litVertex(middle.point, middle.normal, middle.paint, middle.turn);
         }
         return middle;
     }
@@ -354,6 +365,7 @@ private:
         const KivVec normal = kivUnit(a.normal + b.normal + c.normal);
         middle.normal = kivDot(normal, normal) > 0.0 ? normal : a.normal;
         middle.clip = view.clip(middle.point);
+        middle.turn = (a.turn + b.turn + c.turn) / 3.0;
         return middle;
     }
 
@@ -376,7 +388,7 @@ private:
             // From within, so that the neighbours' sides stay as they are.
             Corner middle = middleOf(a, b, c);
             middle.paint = mixed(mixed(a.paint, b.paint, 0.5), c.paint, 1.0 / 3.0);
-            middle.vertex = litVertex(middle.point, middle.normal, middle.paint);
+            middle.vertex = litVertex(middle.point, middle.normal, middle.paint, middle.turn);
             split(a, b, middle, depth + 1, indices);
             split(b, c, middle, depth + 1, indices);
             split(c, a, middle, depth + 1, indices);
@@ -467,7 +479,7 @@ private:
     void addPolygon(const std::vector<Corner>& corners, std::uint32_t inside, std::vector<std::uint32_t>& indices) {
         const std::uint32_t first = static_cast<std::uint32_t>(batch.vertices.size());
         for (const Corner& corner : corners) {
-            addIncidences(corner.point, corner.normal);
+            addIncidences(corner.point, corner.normal, corner.turn);
             addVertex(corner.point, lights.lightInside(corner.point, corner.normal, inside),
                       shineOf(corner.point, corner.normal), corner.paint);
         }
@@ -488,6 +500,7 @@ private:
     std::vector<std::uint32_t> shared[2]; // the vertex of each point for the outer and the inner side
     std::vector<Corner> polygon;
     std::vector<double> ranked;
+    std::vector<double> turns; // of the points, where lights are ranked
 };
 
 } // namespace

@@ -40,8 +40,9 @@ struct KivCartoonBatch {
     // Where the order of the triangles was kept, all of them are in front, in turns of one side and the other.
     std::vector<KivCartoonRun> runs;
     // For each vertex as many texture coordinates as there are ranks: how squarely the lights fall on it, the strongest
-    // first. A light that falls flatter than the threshold, a coordinate too, counts as lost: some of the flat
-    // triangles there have their backs to it, and a surface that is lit as smooth would show them as saw-teeth.
+    // first, lifted where the triangles around turn little from the smooth surface. What lies below the threshold, a
+    // coordinate too, counts as lost: some of the flat triangles there have their backs to that light, and a surface
+    // that is lit as smooth would show them as saw-teeth.
     int ranks = 0;
     std::vector<float> incidences;
     float threshold = 0.0F;

@@ -265,6 +265,50 @@ public:
 
 } // namespace
 
+namespace {
+
+// A light that falls along the surface everywhere.
+class FlatLight : public PlainLights {
+public:
+    void incidences(const KivVec&, const KivVec&, std::vector<double>& out) const override {
+        out.assign(1, 0.0);
+    }
+};
+
+// How squarely a light may fall on a vertex where it counts as lost.
+std::vector<float> lostOf(const KivShadedMesh& model, KivCartoonBatch& batch) {
+    KivCartoonDetail detail;
+    detail.ranks = 1;
+    kivBuildCartoon(model, perspectiveView({0.0, 0.0, 8.0}, 0.5, 1.0, 20.0, 100), FlatLight(), detail, batch);
+    std::vector<float> lost;
+    for (const float incidence : batch.incidences) {
+        lost.push_back(batch.threshold - incidence);
+    }
+    return lost;
+}
+
+} // namespace
+
+TEST(KivCartoonGeometry, ARoughPlaceLosesLightThereAlone) {
+    KivSurface ball = sphereSurface(48, 96);
+    const KivVec tip = ball.points[1000];
+    KivSurface rough = ball;
+    rough.points[1000] = tip * 1.04;
+    KivCartoonBatch batch;
+    const std::vector<float> even = lostOf(modelOf(ball), batch);
+    const float usual = *std::max_element(even.begin(), even.end());
+    const std::vector<float> lost = lostOf(modelOf(rough), batch);
+    EXPECT_GT(*std::max_element(lost.begin(), lost.end()), 3.0F * usual);
+    int far = 0;
+    for (std::size_t i = 0; i < batch.vertices.size(); ++i) {
+        if (kivLength(pointOf(batch.vertices[i]) - tip) > 0.3) {
+            EXPECT_LE(lost[i], 1.01F * usual);
+            ++far;
+        }
+    }
+    EXPECT_GT(far, 1000);
+}
+
 TEST(KivCartoonGeometry, LightsAreRankedAtEachVertex) {
     const KivView view = perspectiveView({0.0, 0.0, 8.0}, 0.5, 1.0, 20.0, 100);
     float last = 1.0F;
@@ -280,8 +324,11 @@ TEST(KivCartoonGeometry, LightsAreRankedAtEachVertex) {
             EXPECT_GE(batch.incidences[3 * i], batch.incidences[3 * i + 1]);
             EXPECT_GE(batch.incidences[3 * i + 1], batch.incidences[3 * i + 2]);
         }
-        EXPECT_LT(batch.threshold, last) << "finer surfaces lose less";
-        last = batch.threshold;
+        KivCartoonBatch flat;
+        const std::vector<float> all = lostOf(model, flat);
+        const float lost = *std::max_element(all.begin(), all.end());
+        EXPECT_LT(lost, last) << "finer surfaces lose less";
+        last = lost;
     }
     EXPECT_LT(last, 0.1F);
     KivCartoonBatch none;

@@ -1,0 +1,169 @@
+// Shadows of closed bodies made by booleans and noise, held against rays pixel by pixel.
+#include "../picture.h"
+#include "kivcartoonsettings.h"
+#include "kivrender/settings/kivmemorydatamanager.h"
+#include "render/renderfixture.h"
+#include "support/implicitbodies.h"
+#include "support/raycaster.h"
+
+#include <algorithm>
+#include <cstdlib>
+
+namespace {
+
+constexpr int gray = 0xD0;
+
+// One tone, so that only the passes of the lights tell two places apart.
+const Choices looks = {{"Bands", "1"}, {"Highlight", "no"}, {"SmoothShape", "no"}};
+
+class CartoonShadows : public KivRendererRender {
+protected:
+    CartoonShadows() {
+        host.morvaneFolder = kivFromUtf8(SELVARIN_BIN_DIR);
+        EXPECT_TRUE(renderer.loadShaders());
+        settings.setShadows(true);
+        settings.setBackgroundColor(0xFFFFFF);
+        camera.setProjection(KivCamera::perspective);
+        camera.setFrustumLeft(-0.22);
+        camera.setFrustumRight(0.22);
+        camera.setFrustumBottom(-0.22);
+        camera.setFrustumTop(0.22);
+        camera.setLocation({1.6, 1.4, 3.4});
+        camera.setDirection({-1.6, -1.4, -3.4});
+        const KivTablePageSettings page = shaderSettings(LoadedShaders::cartoon(), looks);
+        data.setSaving();
+        save(L"Style:Test");
+        save(L"NonCombinableShader:Cartoon");
+        save(L"CombinableShader:");
+        save(L"Cartoon");
+        KivTablePageSettings written = page;
+        written.setDataManager(&data);
+        written.saveData();
+        save(L"End Morvane");
+    }
+    ~CartoonShadows() override {
+        renderer.unloadShaders();
+    }
+
+    void addLights(int count) {
+        const Kiv3DVector directions[] = {{-1.0, -1.2, -0.5}, {0.9, -0.7, -0.4}, {0.1, -0.4, -1.0}};
+        for (int i = 0; i < count; ++i) {
+            KivLight light;
+            light.setDiffuse(0xFFFFFF);
+            light.setStyle(i == 1 ? KivLight::pointLight : KivLight::directionalLight);
+            light.setDirection(directions[i]);
+            light.setLocation(Kiv3DPoint() - directions[i] * 2.5);
+            scene.addLight(light);
+        }
+    }
+
+    // How many lights each pixel has lost, and whether it shows the body with no light falling on it very flatly; -1
+    // for the background.
+    struct Seen {
+        int lost = -1;
+        int triangleFlat = 0;
+    };
+    Seen seenAt(const RayCaster& rays, double x, double y) const {
+        const RayCaster::Ray ray = RayCaster::through(camera, x, y);
+        const auto hit = rays.first(ray);
+        Seen seen;
+        if (!hit) {
+            return seen;
+        }
+        seen.lost = 0;
+        const RayCaster::Vec place = RayCaster::add(ray.origin, RayCaster::scaled(ray.direction, hit->distance));
+        for (unsigned int i = 0; i < scene.numLights(); ++i) {
+            const KivLight& light = *scene.getLight(i);
+            const RayCaster::Vec way = light.getStyle() == KivLight::directionalLight
+                                           ? RayCaster::scaled(RayCaster::vec(light.getDirection()), -1.0)
+                                           : RayCaster::sub(RayCaster::vec(light.getLocation()), place);
+            const double incidence = RayCaster::dot(RayCaster::unit(way), hit->normal);
+            seen.triangleFlat |= std::abs(incidence) < 0.2 ? 1 : 0;
+            seen.lost += incidence <= 0.0 || !rays.isReached(ray, *hit, light) ? 1 : 0;
+        }
+        return seen;
+    }
+
+    struct Score {
+        int compared = 0;
+        int wrong = 0;
+        int leaks = 0; // light where rays find less
+    };
+    Score scoreOf(int side) {
+        const RayCaster rays(scene);
+        std::vector<Seen> expected;
+        for (int y = 0; y < side; ++y) {
+            for (int x = 0; x < side; ++x) {
+                expected.push_back(seenAt(rays, (x + 0.5) / side, (y + 0.5) / side));
+            }
+        }
+        const auto lights = static_cast<int>(scene.numLights());
+        EXPECT_TRUE(render({side, side}));
+        KivBitmapInfo info;
+        EXPECT_TRUE(kivGetBitmapInfo(surface.getHBitmap(), &info));
+        const auto greenAt = [&](int x, int y) {
+            return static_cast<int>(
+                info.pixels[info.rowBytes * static_cast<std::size_t>(y) +
+                            static_cast<std::size_t>(x) * (info.rowBytes / static_cast<std::size_t>(info.width)) + 1]);
+        };
+        const KivTone clay = {gray / 255.0, gray / 255.0, gray / 255.0};
+        const KivCartoonPaint paint = kivCartoonLook(shaderSettings(LoadedShaders::cartoon(), looks)).paint;
+        const int low = static_cast<int>(std::lround(kivCartoonCast(clay, paint, 1.0, 1.0)[1] * 255.0));
+        constexpr int high = gray;
+        const auto isInside = [&](int x, int y) {
+            const Seen& here = expected[static_cast<std::size_t>(y * side + x)];
+            bool inside = here.lost >= 0;
+            for (int q = y - 3; q <= y + 3 && inside; ++q) {
+                for (int p = x - 3; p <= x + 3 && inside; ++p) {
+                    const Seen& there = expected[static_cast<std::size_t>(q * side + p)];
+                    inside = there.lost == here.lost && there.triangleFlat == 0;
+                }
+            }
+            return inside;
+        };
+        EXPECT_GT(high, low + 20);
+        Score score;
+        for (int y = 3; y + 3 < side; ++y) {
+            for (int x = 3; x + 3 < side; ++x) {
+                if (isInside(x, y)) {
+                    const double share = static_cast<double>(high - greenAt(x, y)) / std::max(1, high - low);
+                    const int lost = static_cast<int>(std::lround(share * lights));
+                    const int wanted = expected[static_cast<std::size_t>(y * side + x)].lost;
+                    ++score.compared;
+                    score.wrong += lost != wanted ? 1 : 0;
+                    score.leaks += lost < wanted ? 1 : 0;
+                }
+            }
+        }
+        return score;
+    }
+};
+
+} // namespace
+
+// SELVARIN_CAMPAIGN draws more bodies in larger pictures.
+TEST_F(CartoonShadows, OfTenBodiesAreThoseOfRays) {
+    const char* const campaign = std::getenv("SELVARIN_CAMPAIGN");
+    const int times = campaign != nullptr ? std::max(1, std::atoi(campaign)) : 1;
+    const int side = campaign != nullptr ? 640 : 300;
+    int compared = 0;
+    int wrong = 0;
+    for (int seed = 0; seed < 10 * times; ++seed) {
+        scene.empty();
+        const std::unique_ptr<KivMesh> body =
+            ImplicitMesher(implicitBodyOf(static_cast<unsigned int>(seed)), campaign != nullptr ? 40 : 40).make();
+        KivMaterial material;
+        material.setDiffuse(gray * 0x010101);
+        body->setMaterial(material);
+        // A render empties the scene.
+        scene.addMesh(new KivMesh(*body));
+        addLights(1 + seed % 3);
+        const Score score = scoreOf(side);
+        EXPECT_GT(score.compared, side * side / 40) << seed;
+        EXPECT_LE(score.wrong, score.compared / 80) << seed << ": " << score.leaks << " leaks of " << score.compared;
+        compared += score.compared;
+        wrong += score.wrong;
+    }
+    // The rest lies where surfaces are all but edge-on to a light.
+    EXPECT_LE(wrong, compared / 500) << compared;
+}

@@ -303,6 +303,10 @@ TEST_P(Drawing, SimplifiedItStillLooksLikeThePicture) {
     compare({"--base", "Cartoon", "--add", "Outline", "--simplify"}, {"svg", "ai", "ps"}, 0.98);
 }
 
+TEST_P(Drawing, RimsOfWashesLookLikeThoseOfThePicture) {
+    compare({"--base", "Cartoon", "--add", "none", "--set", "Cartoon.WashEdge=80"}, {"svg"}, 0.98);
+}
+
 TEST_P(Drawing, ARimOfLightLooksLikeThatOfThePicture) {
     compare({"--base", "Cartoon", "--add", "none", "--set", "Cartoon.RimWidth=40"}, {"svg"}, 0.98);
 }

@@ -179,6 +179,7 @@ TEST_F(EverySetting, OfTheCartoonChangesThePicture) {
                {"Ambient", "0"},
                {"CoolToWarm", "80"},
                {"RimWidth", "40"},
+               {"WashEdge", "100", {{"Textures", "no"}}},
                {"RimColour", "#0000ff", {{"RimWidth", "40"}}},
                {"RimAround", "yes", {{"RimWidth", "40"}}},
                {"SmallestTone", "500", {{"SmallestTone", "0"}}},

@@ -77,13 +77,21 @@ KivCartoonSteps kivCartoonSteps(const KivCartoonColors& colors, KivCartoonLayer 
     const KivCartoonBands& bands = colors.bands;
     std::vector<double> places;
     for (int i = 1; i < bands.count; ++i) {
+        // A rim of pigment in a few steps, the narrowest next to the edge.
+        for (const double away : {1.0, 0.66, 0.33}) {
+            if (bands.washEdge > 0.0 && bands.rim(i) * away > bands.reach(i)) {
+                places.push_back(bands.edge(i) - bands.rim(i) * away);
+            }
+        }
         addTransition(bands.edge(i), bands.reach(i), places);
     }
+    std::sort(places.begin(), places.end());
     const auto toneAt = [&](std::size_t i) {
         const double from = i == 0 ? 0.0 : places[i - 1];
         const double to = i == places.size() ? 1.0 : places[i];
         // The remainder of a flat part is judged at its middle, where no transition reaches.
-        return kivCartoonEntry(colors, layer, share, bands.level((from + to) * 0.5));
+        const double middle = (from + to) * 0.5;
+        return kivCartoonEntry(colors, layer, share, bands.level(middle), bands.pigment(middle));
     };
     StepsBuilder builder(toneAt(0));
     for (std::size_t i = 0; i < places.size(); ++i) {

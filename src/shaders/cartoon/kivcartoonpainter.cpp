@@ -56,8 +56,8 @@ double kivShineOfCosine(double cosine) {
 std::vector<KivRampEntry> kivCartoonRamp(const KivCartoonColors& colors, KivCartoonLayer layer, KivCartoonShare share) {
     std::vector<KivRampEntry> ramp(kivRampEntries);
     for (int i = 0; i < kivRampEntries; ++i) {
-        const double level = colors.bands.level(static_cast<double>(i) / (kivRampEntries - 1));
-        ramp[i] = kivCartoonEntry(colors, layer, share, level);
+        const double incidence = static_cast<double>(i) / (kivRampEntries - 1);
+        ramp[i] = kivCartoonEntry(colors, layer, share, colors.bands.level(incidence), colors.bands.pigment(incidence));
     }
     return ramp;
 }

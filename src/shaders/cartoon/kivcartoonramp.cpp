@@ -87,6 +87,22 @@ double KivCartoonBands::level(double incidence) const {
     return sum / (count - 1);
 }
 
+double KivCartoonBands::rim(int i) const {
+    return std::min(0.045, 0.45 * (edge(i) - (i > 1 ? edge(i - 1) : 0.0)));
+}
+
+double KivCartoonBands::pigment(double incidence) const {
+    double most = 0.0;
+    for (int i = 1; i < count && washEdge > 0.0; ++i) {
+        // From the middle of the transition down.
+        const double away = (edge(i) - incidence) / rim(i);
+        if (away >= 0.0 && away < 1.0) {
+            most = std::max(most, (1.0 - away) * (1.0 - away));
+        }
+    }
+    return 1.0 + 2.0 * washEdge * most;
+}
+
 KivTone kivDuotone(const KivTone& tone, const KivCartoonPaint& paint, bool difference) {
     if (paint.duotone <= 0.0) {
         return tone;

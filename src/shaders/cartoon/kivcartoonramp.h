@@ -18,6 +18,7 @@ struct KivCartoonBands {
     int count = 3;         // 1 to 8
     double softness = 0.0; // 0 a sharp edge between bands, 1 no flat part left
     double balance = 0.0;  // -1 mostly shadow, 1 mostly light
+    double washEdge = 0.0; // how much more pigment lies where a darker band ends, 0 to 1
 
     // The incidence at which band number i (1 to count - 1) takes over from the one below it.
     double edge(int i) const;
@@ -27,6 +28,14 @@ struct KivCartoonBands {
     double level(double incidence) const;
     // How far a level lies above the darkest band: 0 in it, 1 from the second band on. With one band always 1.
     double shadeOf(double level) const;
+
+    // How much pigment lies there, 1 and more: a wash of colour dries with a dark rim, since the water that evaporates
+    // at its rim takes the pigment there (Curtis, Anderson, Seims, Fleischer and Salesin, Computer-Generated
+    // Watercolor, 1997). Colours are raised to that power, as layers of paint are (Bousseau, Kaplan, Thollot and
+    // Sillion, Interactive Watercolor Rendering with Temporal Coherence and Abstraction, 2006).
+    double pigment(double incidence) const;
+    // Over how much of the incidence below edge number i the pigment gathers.
+    double rim(int i) const;
 
     friend bool operator==(const KivCartoonBands&, const KivCartoonBands&) = default;
 };

@@ -33,6 +33,7 @@ enum Setting {
     rimWidthSetting,
     rimColourSetting,
     rimAroundSetting,
+    washEdgeSetting,
     numSettings
 };
 
@@ -88,6 +89,9 @@ const KivSettingInfo table[numSettings] = {
     {"RimColour", KivSettingType::Colour, 0, 0xFFFFFF, 0xFFFFFF, L"Colour of the rim of light", nullptr},
     {"RimAround", KivSettingType::Bool, 0, 1, 0,
      L"The rim of light runs all round, not only where contours turn away from the strongest light", nullptr},
+    {"WashEdge", KivSettingType::Double, 0, 100, 0,
+     L"How much darker tones are along their edge towards the light, as washes of watercolour dry, in percent",
+     nullptr},
 };
 
 } // namespace
@@ -125,6 +129,7 @@ KivCartoonLook kivCartoonLook(const KivTablePageSettings& settings) {
     look.paint.light = kivToneOf(settings.getColour(duotoneLightSetting));
     look.ambient = settings.getValue(ambientSetting) * percent;
     look.smallestTone = settings.getValue(smallestToneSetting);
+    look.bands.washEdge = settings.getValue(washEdgeSetting) * percent;
     look.rim.width = settings.getValue(rimWidthSetting) * percent;
     look.rim.color = kivToneOf(settings.getColour(rimColourSetting));
     look.rim.around = settings.getBool(rimAroundSetting);

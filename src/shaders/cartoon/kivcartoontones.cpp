@@ -14,16 +14,39 @@ KivRampEntry entryOf(const KivTone& tone, double alpha) {
     return {byteOf(tone[0]), byteOf(tone[1]), byteOf(tone[2]), byteOf(alpha)};
 }
 
-KivTone shadowOf(const KivCartoonColors& colors, double level) {
-    return kivCartoonCast(colors.diffuse, colors.paint, level, colors.bands.shadeOf(level));
-}
-
 KivTone emissionOf(const KivCartoonColors& colors) {
     return kivDuotone(colors.emission, colors.paint, true);
 }
 
-KivTone lookOf(const KivCartoonColors& colors, double level) {
-    return kivCartoonColor(colors.diffuse, colors.emission, colors.paint, level);
+// A level of light, and the pigment there.
+struct Place {
+    double level;
+    double pigment;
+};
+
+// What the material gives off is not dimmed.
+KivTone lookOf(const KivCartoonColors& colors, const Place& at) {
+    KivTone tone = kivCartoonColor(colors.diffuse, colors.emission, colors.paint, at.level);
+    if (at.pigment > 1.0) {
+        const KivTone emission = emissionOf(colors);
+        for (std::size_t c = 0; c < 3; ++c) {
+            tone[c] = std::max(std::pow(tone[c], at.pigment), std::min(tone[c], emission[c]));
+        }
+    }
+    return tone;
+}
+
+// No lighter than the look, whose darkest band may have a rim.
+KivTone shadowOf(const KivCartoonColors& colors, const Place& at) {
+    KivTone tone = kivCartoonCast(colors.diffuse, colors.paint, at.level, colors.bands.shadeOf(at.level));
+    if (at.pigment > 1.0) {
+        const KivTone look = lookOf(colors, at);
+        const KivTone emission = emissionOf(colors);
+        for (std::size_t c = 0; c < 3; ++c) {
+            tone[c] = std::min(tone[c], std::max(0.0, look[c] - emission[c]));
+        }
+    }
+    return tone;
 }
 
 // What `lit` of so many lights leave, of a value without any and a value with all of them.
@@ -31,10 +54,10 @@ double litBy(double none, double all, int lit, int parts) {
     return none + (all - none) * lit / parts;
 }
 
-KivTone dimmedOf(const KivCartoonColors& colors, KivCartoonShare share, double level) {
-    const KivTone shadow = shadowOf(colors, level);
+KivTone dimmedOf(const KivCartoonColors& colors, KivCartoonShare share, const Place& at) {
+    const KivTone shadow = shadowOf(colors, at);
     const KivTone emission = emissionOf(colors);
-    KivTone tone = lookOf(colors, level);
+    KivTone tone = lookOf(colors, at);
     for (int c = 0; c < 3; ++c) {
         const double none = std::min(shadow[c] + emission[c], tone[c]);
         tone[c] = litBy(none, tone[c], share.parts - share.part, share.parts);
@@ -42,16 +65,16 @@ KivTone dimmedOf(const KivCartoonColors& colors, KivCartoonShare share, double l
     return tone;
 }
 
-KivTone toneOf(const KivCartoonColors& colors, KivCartoonLayer layer, KivCartoonShare share, double level) {
+KivTone toneOf(const KivCartoonColors& colors, KivCartoonLayer layer, KivCartoonShare share, const Place& at) {
     switch (layer) {
     case KivCartoonLayer::full:
-        return lookOf(colors, level);
+        return lookOf(colors, at);
     case KivCartoonLayer::shadow:
-        return shadowOf(colors, level);
+        return shadowOf(colors, at);
     case KivCartoonLayer::emission:
         return emissionOf(colors);
     case KivCartoonLayer::dimmed:
-        return dimmedOf(colors, share, level);
+        return dimmedOf(colors, share, at);
     case KivCartoonLayer::share:
     case KivCartoonLayer::black:
     case KivCartoonLayer::highlight:
@@ -61,10 +84,10 @@ KivTone toneOf(const KivCartoonColors& colors, KivCartoonLayer layer, KivCartoon
 }
 
 // The step from one number of lights to the next in bytes, so that the picture's own rounding adds nothing.
-KivRampEntry shareEntry(const KivCartoonColors& colors, KivCartoonShare share, double level) {
-    const KivTone shadow = shadowOf(colors, level);
+KivRampEntry shareEntry(const KivCartoonColors& colors, KivCartoonShare share, const Place& at) {
+    const KivTone shadow = shadowOf(colors, at);
     const KivTone emission = emissionOf(colors);
-    const KivTone look = lookOf(colors, level);
+    const KivTone look = lookOf(colors, at);
     KivRampEntry entry{};
     for (std::size_t c = 0; c < 3; ++c) {
         const int none = std::min(255, byteOf(shadow[c]) + byteOf(emission[c]));
@@ -78,10 +101,11 @@ KivRampEntry shareEntry(const KivCartoonColors& colors, KivCartoonShare share, d
 
 } // namespace
 
-KivRampEntry kivCartoonEntry(const KivCartoonColors& colors, KivCartoonLayer layer, KivCartoonShare share,
-                             double level) {
-    return layer == KivCartoonLayer::share ? shareEntry(colors, share, level)
-                                           : entryOf(toneOf(colors, layer, share, level), colors.alpha);
+KivRampEntry kivCartoonEntry(const KivCartoonColors& colors, KivCartoonLayer layer, KivCartoonShare share, double level,
+                             double pigment) {
+    const Place at = {level, pigment};
+    return layer == KivCartoonLayer::share ? shareEntry(colors, share, at)
+                                           : entryOf(toneOf(colors, layer, share, at), colors.alpha);
 }
 
 double kivHighlightReach(const KivCartoonColors& colors) {

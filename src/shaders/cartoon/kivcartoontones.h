@@ -53,8 +53,9 @@ struct KivCartoonShare {
 
 // One entry of each: the colour at a level of light, and at so many degrees from the mirror direction. A highlight
 // fades over its reach on both sides of its radius.
-KivRampEntry kivCartoonEntry(const KivCartoonColors& colors, KivCartoonLayer layer, KivCartoonShare share,
-                             double level);
+// pigment: as KivCartoonBands has it; of a wash in the light, not of what a thrown shadow leaves of it.
+KivRampEntry kivCartoonEntry(const KivCartoonColors& colors, KivCartoonLayer layer, KivCartoonShare share, double level,
+                             double pigment = 1.0);
 KivRampEntry kivHighlightEntry(const KivCartoonColors& colors, double angle);
 double kivHighlightReach(const KivCartoonColors& colors);
 

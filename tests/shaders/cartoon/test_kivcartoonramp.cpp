@@ -41,6 +41,42 @@ TEST(KivCartoonBands, SharpBandsAreAStaircase) {
     }
 }
 
+TEST(KivCartoonBands, PigmentGathersBelowEachEdge) {
+    for (int count = 2; count <= 8; ++count) {
+        KivCartoonBands bands = bandsOf(count, 0.0);
+        for (int i = 0; i <= 1000; ++i) {
+            EXPECT_EQ(bands.pigment(i / 1000.0), 1.0);
+        }
+        bands.washEdge = 0.5;
+        for (int i = 1; i < count; ++i) {
+            const double edge = bands.edge(i);
+            const double rim = bands.rim(i);
+            EXPECT_GT(rim, 0.0);
+            EXPECT_LT(rim, edge - (i > 1 ? bands.edge(i - 1) : 0.0));
+            EXPECT_DOUBLE_EQ(bands.pigment(edge), 2.0);
+            EXPECT_DOUBLE_EQ(bands.pigment(edge - rim * 0.5), 1.25);
+            EXPECT_EQ(bands.pigment(edge - rim), 1.0);
+            EXPECT_EQ(bands.pigment(edge + 1e-9), 1.0);
+        }
+    }
+}
+
+// The rim is the tone raised to a power, darker and richer, the rest of the band as it was.
+TEST(KivCartoonRamp, WashesHaveDarkRims) {
+    KivCartoonColors colors;
+    colors.bands = bandsOf(3, 0.0);
+    colors.diffuse = {0.9, 0.6, 0.3};
+    const auto plain = kivCartoonRamp(colors, KivCartoonLayer::full, 1);
+    colors.bands.washEdge = 0.5;
+    const auto rimmed = kivCartoonRamp(colors, KivCartoonLayer::full, 1);
+    for (int i = 0; i < kivRampEntries; ++i) {
+        const double pigment = colors.bands.pigment(static_cast<double>(i) / (kivRampEntries - 1));
+        for (int c = 0; c < 3; ++c) {
+            ASSERT_NEAR(rimmed[i][c], 255.0 * std::pow(plain[i][c] / 255.0, pigment), 1.5) << i;
+        }
+    }
+}
+
 TEST(KivCartoonBands, SoftEdgesStayBetweenTheirBands) {
     for (int count = 2; count <= 8; ++count) {
         for (const double softness : {0.05, 0.5, 1.0}) {
@@ -183,6 +219,7 @@ TEST(KivCartoonRamp, SharesAddUpToTheDimmedAndTheFullLook) {
     for (const double strength : {1.0, 0.6, 0.0}) {
         KivCartoonColors colors;
         colors.bands = bandsOf(3, 0.3);
+        colors.bands.washEdge = strength < 0.8 ? 0.5 : 0.0;
         colors.diffuse = {0.9, 0.6, 0.3};
         colors.emission = {0.1, 0.0, 0.05};
         colors.paint.castStrength = strength;

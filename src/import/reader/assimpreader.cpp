@@ -1,7 +1,9 @@
 #include "import/reader/assimpreader.h"
 
 #include "import/polygons.h"
+#include "import/reader/assimpcameras.h"
 #include "import/reader/assimppose.h"
+#include "import/reader/assimpvalues.h"
 #include "import/reader/folderfiles.h"
 #include "import/reader/plycheck.h"
 #include "import/reader/plystrips.h"
@@ -13,7 +15,6 @@
 #include <filesystem>
 #include <map>
 #include <memory>
-#include <numbers>
 #include <optional>
 #include <utility>
 
@@ -28,67 +29,13 @@
 namespace kivimport {
 namespace {
 
-using std::numbers::pi;
 // What of the work is done when Assimp is.
 constexpr double parsedPart = 0.7;
 constexpr unsigned int facesBetweenReports = 1 << 14;
 
-Vec3 fromAi(const aiVector3D& v) {
-    return {v.x, v.y, v.z};
-}
-
-Colour fromAi(const aiColor3D& c) {
-    const auto clean = [](float v) { return std::isfinite(v) ? std::clamp(static_cast<double>(v), 0.0, 1.0) : 0.0; };
-    return {clean(c.r), clean(c.g), clean(c.b)};
-}
-
 std::string folderOf(const std::string& path) {
     const std::string folder = std::filesystem::path(path).parent_path().string();
     return folder.empty() ? "." : folder;
-}
-
-std::string fromAi(const aiString& text) {
-    return {text.C_Str(), std::strlen(text.C_Str())};
-}
-
-// Double precision: a chain of nodes multiplies its rounding.
-struct Transform {
-    std::array<Vec3, 3> rows{Vec3{1.0, 0.0, 0.0}, Vec3{0.0, 1.0, 0.0}, Vec3{0.0, 0.0, 1.0}};
-    Vec3 shift;
-
-    Vec3 point(const Vec3& p) const {
-        return vector(p) + shift;
-    }
-    Vec3 vector(const Vec3& v) const {
-        return {dot(rows[0], v), dot(rows[1], v), dot(rows[2], v)};
-    }
-    double determinant() const {
-        return dot(rows[0], cross(rows[1], rows[2]));
-    }
-    // By the transposed inverse up to a positive factor, so that a mirrored normal still points outwards.
-    Vec3 normal(const Vec3& v) const {
-        const Vec3 n{dot(cross(rows[1], rows[2]), v), dot(cross(rows[2], rows[0]), v), dot(cross(rows[0], rows[1]), v)};
-        return determinant() < 0.0 ? n * -1.0 : n;
-    }
-};
-
-Transform combine(const Transform& parent, const aiMatrix4x4& m) {
-    const std::array<Vec3, 3> columns{Vec3{m.a1, m.b1, m.c1}, Vec3{m.a2, m.b2, m.c2}, Vec3{m.a3, m.b3, m.c3}};
-    Transform result;
-    for (std::size_t r = 0; r < 3; ++r) {
-        const Vec3& row = parent.rows[r];
-        result.rows[r] = {dot(row, columns[0]), dot(row, columns[1]), dot(row, columns[2])};
-    }
-    result.shift = parent.point({m.a4, m.b4, m.c4});
-    return result;
-}
-
-// glTF holds linear light, all else means what a screen shows.
-double toScreen(double linear) {
-    return linear <= 0.0031308 ? linear * 12.92 : 1.055 * std::pow(linear, 1.0 / 2.4) - 0.055;
-}
-Colour toScreen(const Colour& c) {
-    return {toScreen(c.r), toScreen(c.g), toScreen(c.b)};
 }
 
 class AssimpReader {
@@ -119,8 +66,9 @@ public:
         }
         chooseClip();
         walkNodes();
-        addCameras();
-        addLights();
+        const AssimpPlaces places{worldFromNode, isLinear, ending() == ".fbx", isZUp()};
+        addAssimpCameras(*scene, places, parts);
+        addAssimpLights(*scene, places, parts);
         tellUnused();
         for (unsigned int i = 0; i < scene->mNumAnimations; ++i) {
             parts.animations.push_back({fromAi(scene->mAnimations[i]->mName), assimpDuration(*scene->mAnimations[i])});
@@ -602,107 +550,6 @@ private:
         material.diffuse = {material.diffuse.r * mean.r, material.diffuse.g * mean.g, material.diffuse.b * mean.b};
         parts.materials.push_back(std::move(material));
         return static_cast<std::uint32_t>(parts.materials.size() - 1);
-    }
-
-    // --- cameras and lights ---
-
-    Transform transformOf(const aiString& node) const {
-        const auto found = worldFromNode.find(fromAi(node));
-        return found == worldFromNode.end() ? Transform{} : found->second;
-    }
-
-    void addCameras() {
-        for (unsigned int i = 0; i < scene->mNumCameras; ++i) {
-            const aiCamera& source = *scene->mCameras[i];
-            const Transform transform = transformOf(source.mName);
-            Camera camera;
-            camera.name = fromAi(source.mName);
-            // Assimp 5.2 repeats a glTF node's place in the camera.
-            camera.location = transform.point(isLinear ? Vec3{} : fromAi(source.mPosition));
-            camera.direction = unit(transform.vector(fromAi(source.mLookAt)));
-            camera.up = unit(transform.vector(fromAi(source.mUp)));
-            aimAtTarget(camera);
-            const double aspect = source.mAspect > 0.0F && std::isfinite(source.mAspect) ? source.mAspect : 4.0 / 3.0;
-            if (source.mOrthographicWidth > 0.0F) {
-                camera.orthoHeight = 2.0 * source.mOrthographicWidth / aspect;
-            } else {
-                camera.verticalFov = verticalFov(source, aspect);
-            }
-            const bool sees = length(cross(camera.direction, camera.up)) > 1e-6;
-            const double size = camera.verticalFov + camera.orthoHeight;
-            if (sees && isUsable(camera.location) && std::isfinite(size) && size > 0.0) {
-                parts.cameras.push_back(std::move(camera));
-            }
-        }
-    }
-
-    // An FBX camera may look at an object that moves by itself. Assimp 5.2 leaves that out and the camera unturned; the
-    // programs that write such cameras name the target after them.
-    void aimAtTarget(Camera& camera) const {
-        const auto target = worldFromNode.find(camera.name + ".Target");
-        if (ending() != ".fbx" || target == worldFromNode.end()) {
-            return;
-        }
-        const Vec3 direction = unit(target->second.point({}) - camera.location);
-        const Vec3 up = isZUp() ? Vec3{0.0, 0.0, 1.0} : Vec3{0.0, 1.0, 0.0};
-        if (length(cross(direction, up)) > 1e-6) {
-            camera.direction = direction;
-            camera.up = up;
-        }
-    }
-
-    // Degrees.
-    double verticalFov(const aiCamera& source, double aspect) const {
-        if (isLinear) {
-            // The file holds the vertical angle; Assimp 5.2 makes the horizontal one by a plain product.
-            return source.mHorizontalFOV / (source.mAspect > 0.0F ? aspect : 1.0) * 180.0 / pi;
-        }
-        return 2.0 * std::atan(std::tan(source.mHorizontalFOV / 2.0) / aspect) * 180.0 / pi;
-    }
-
-    void addLights() {
-        for (unsigned int i = 0; i < scene->mNumLights; ++i) {
-            const aiLight& source = *scene->mLights[i];
-            const Transform transform = transformOf(source.mName);
-            Light light;
-            light.name = fromAi(source.mName);
-            light.location = transform.point(fromAi(source.mPosition));
-            light.direction = unit(transform.vector(fromAi(source.mDirection)));
-            const Vec3 attenuation{source.mAttenuationConstant, source.mAttenuationLinear,
-                                   source.mAttenuationQuadratic};
-            light.attenuation = isFinite(attenuation) ? attenuation : light.attenuation;
-            light.colour = brightest(source.mColorDiffuse);
-            switch (source.mType) {
-            case aiLightSource_DIRECTIONAL:
-                light.kind = Light::Kind::directional;
-                break;
-            case aiLightSource_POINT:
-            case aiLightSource_AREA:
-                light.kind = Light::Kind::point;
-                break;
-            case aiLightSource_SPOT:
-                light.kind = Light::Kind::spot;
-                light.spotAngle = std::isfinite(source.mAngleOuterCone)
-                                      ? std::clamp(static_cast<double>(source.mAngleOuterCone), 0.0, pi / 2.0)
-                                      : pi / 2.0;
-                break;
-            default:
-                continue; // an ambient light has no place; the picture has its own ambient colour
-            }
-            const bool aimed = light.kind == Light::Kind::point || light.direction != Vec3{};
-            if (aimed && isUsable(light.location) && light.colour != Colour{}) {
-                parts.lights.push_back(std::move(light));
-            }
-        }
-    }
-
-    // Files give lights in watts, lumen or plain factors; in a drawing only the hue counts.
-    static Colour brightest(const aiColor3D& c) {
-        const float top = std::max({c.r, c.g, c.b});
-        if (!std::isfinite(top) || top <= 0.0F) {
-            return {};
-        }
-        return fromAi(aiColor3D(c.r / top, c.g / top, c.b / top));
     }
 
     std::string path;

@@ -178,6 +178,10 @@ TEST(CommandLine, TellsWrongUse) {
          "--page is for vector drawings: give -o a name that ends in svg, pdf, eps, ps, ai, dxf, hpgl or plt"},
         {{"render", "a.obj", "-o", "a.svg", "--areas", "dots"},
          "--areas: \"dots\" is no kind of areas: regions, faces or triangles is expected"},
+        {{"render", "a.obj", "-o", "a.svg", "--textures", "dots"},
+         "--textures: \"dots\" is no way to draw textures: areas or mean is expected"},
+        {{"render", "a.obj", "-o", "a.png", "--textures", "mean"},
+         "--textures is for vector drawings: give -o a name that ends in svg, pdf, eps, ps, ai, dxf, hpgl or plt"},
         {{"render", "a.obj", "-o", "a.svg", "--areas", "triangles", "--simplify"},
          "--simplify and --areas triangles exclude each other: simplified areas are faces"},
         {{"render", "a.obj", "-o", "a.svg", "--page", "A11"},
@@ -267,6 +271,9 @@ TEST(CommandLine, TellsWrongUse) {
 TEST(CommandLine, DrawingsByDefaultAndOnASheet) {
     const DrawingOptions plain = render({"a.obj", "-o", "a.svg"}).drawing;
     EXPECT_EQ(plain.areas, KivDrawingCollector::Areas::regions);
+    EXPECT_EQ(plain.textures, KivDrawingCollector::Textures::areas);
+    EXPECT_EQ(render({"a.obj", "-o", "a.svg", "--textures", "mean"}).drawing.textures,
+              KivDrawingCollector::Textures::mean);
     EXPECT_EQ(plain.sheet.page, KivSheet::Page::picture);
     EXPECT_EQ(plain.sheet.hidden, KivSheet::Hidden::none);
     EXPECT_EQ(plain.sheet.scale, 0.0);

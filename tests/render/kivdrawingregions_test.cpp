@@ -1,5 +1,6 @@
 // A drawing's regions against the picture of the same scene: with shaders that come with the library.
 #include "kivrender/render/kivdrawingcollector.h"
+#include "kivrender/scene/kivmeshpaint.h"
 #include "lines/regionchecks.h"
 #include "render/shippedlooks.h"
 
@@ -38,6 +39,7 @@ protected:
         KivLight lamp;
         lamp.setStyle(KivLight::directionalLight);
         lamp.setDirection({-0.5, 1.0, -1.0});
+        lamp.setLocation({50.0, -100.0, 100.0}); // shadows spread from there
         scene.addLight(lamp);
         if (ownLook != nullptr) {
             ownLook(*scene.getMesh(ownMesh));
@@ -210,6 +212,83 @@ TEST_F(DrawingRegions, WhatHasLinesAloneHidesTheOneObjectThatIsPainted) {
         EXPECT_GT(areasOf(0), 0);
         EXPECT_EQ(areasOf(1) + areasOf(2) + areasOf(3), 0) << "what only hides is no area";
     }
+}
+
+// The same with normals, which a mesh needs to be painted: those of its triangles.
+void giveNormals(KivMesh& mesh) {
+    KivMesh made;
+    for (unsigned int t = 0; t < mesh.getNumTriangles(); ++t) {
+        Kiv3DPoint corners[3];
+        ASSERT_TRUE(mesh.getTriangle(corners, t));
+        const Kiv3DVector normal = (corners[1] - corners[0]).crossProduct(corners[2] - corners[0]);
+        for (const Kiv3DPoint& corner : corners) {
+            made.addVertex(corner, normal);
+        }
+        made.addTriangle(3 * t, 3 * t + 1, 3 * t + 2);
+    }
+    mesh = made;
+}
+
+// Stripes across x, in red and green; each place is its own on the picture.
+void paintStripes(KivMesh& mesh) {
+    giveNormals(mesh);
+    auto texture = std::make_shared<KivTexture>();
+    texture->width = 16;
+    texture->height = 1;
+    for (int x = 0; x < 16; ++x) {
+        const bool isRed = x / 4 % 2 == 0;
+        texture->pixels.insert(texture->pixels.end(), {static_cast<std::uint8_t>(isRed ? 220 : 40),
+                                                       static_cast<std::uint8_t>(isRed ? 60 : 200), 60, 255});
+    }
+    auto paint = std::make_shared<KivMeshPaint>();
+    paint->texture = texture;
+    for (unsigned int v = 0; v < mesh.getNumVertexs(); ++v) {
+        paint->coordinates.push_back({static_cast<float>(mesh.getVertex(v).x + 1.0) / 2.0F, 0.5F, 0.0F});
+    }
+    KivMaterial material;
+    material = *mesh.getMaterial();
+    material.setDiffuse(0x3C8282);
+    mesh.setMaterial(material);
+    kivSetMeshPaint(mesh, paint);
+}
+
+TEST_F(DrawingRegions, TexturesAreAreasOfFlatColourInTheTonesOfTheLight) {
+    ownMesh = 1; // the ball
+    ownLook = paintStripes;
+    EXPECT_GE(agreement(), 0.985);
+    EXPECT_GE(areasOf(1), 6) << "both colours, in more than one tone";
+    expectSharedBorders(regions());
+}
+
+TEST_F(DrawingRegions, TexturesLieInShadowsToo) {
+    settings.setShadows(true);
+    ownMesh = 0; // what the others stand on
+    ownLook = paintStripes;
+    EXPECT_GE(agreement(), 0.97);
+    const std::ptrdiff_t withShadows = areasOf(0);
+    settings.setShadows(false);
+    drawDrawing(0.0);
+    EXPECT_GT(withShadows, areasOf(0));
+}
+
+TEST_F(DrawingRegions, TexturesAreTheirMeanWhereAHostWantsThat) {
+    ownMesh = 0;
+    ownLook = paintStripes;
+    addHeap();
+    settings.setVectorial(true);
+    KivDrawingCollector collector(drawing);
+    collector.setTextures(KivDrawingCollector::Textures::mean);
+    ASSERT_TRUE(render({width, height}));
+    const auto isStriped = [](const KivArea& area) {
+        const int red = static_cast<int>(area.color & 255U);
+        const int green = static_cast<int>(area.color >> 8U & 255U);
+        return area.object == 1 && std::abs(red - green) > 40;
+    };
+    EXPECT_TRUE(std::none_of(drawing.areas.begin(), drawing.areas.end(), isStriped));
+    addHeap();
+    collector.setTextures(KivDrawingCollector::Textures::areas);
+    ASSERT_TRUE(render({width, height}));
+    EXPECT_TRUE(std::any_of(drawing.areas.begin(), drawing.areas.end(), isStriped));
 }
 
 } // namespace

@@ -20,6 +20,11 @@ public:
     bool isCollected() const {
         return isFilled;
     }
+    // Whether textures are more in it than the mean of their colours.
+    bool drawsTextures() const {
+        return options.areas == KivDrawingCollector::Areas::regions &&
+               options.textures == KivDrawingCollector::Textures::areas;
+    }
     // background: whether it is to be seen on paper. False with the last error set, or after a cancel. Throws
     // std::runtime_error where the drawing can't be put on its sheet.
     bool write(const OutputFile& output, bool background) const;

@@ -26,6 +26,15 @@ KivDrawingCollector::Areas readAreas(const Words& words) {
     return text == "regions" ? regions : text == "faces" ? faces : triangles;
 }
 
+KivDrawingCollector::Textures readTextures(const Words& words) {
+    using enum KivDrawingCollector::Textures;
+    const std::string text = words.value("textures").value_or("areas");
+    if (text != "areas" && text != "mean") {
+        refuseValue("textures", text, "way to draw textures: areas or mean is expected");
+    }
+    return text == "areas" ? areas : mean;
+}
+
 // The paper, and the margin on it.
 void readPaper(const Words& words, KivSheet& sheet) {
     // A scale makes a sheet of what would be a picture.
@@ -77,8 +86,8 @@ void readPens(const Words& words, KivSheet& sheet) {
 } // namespace
 
 std::string givenDrawingOption(const Words& words) {
-    constexpr std::array names{"areas", "simplify", "page",   "landscape",  "margin",
-                               "scale", "units",    "hidden", "line-group", "pen"};
+    constexpr std::array names{"areas", "textures", "simplify", "page",       "landscape", "margin",
+                               "scale", "units",    "hidden",   "line-group", "pen"};
     const auto* const found =
         std::find_if(names.begin(), names.end(), [&](const char* name) { return words.has(name); });
     return found == names.end() ? std::string() : *found;
@@ -87,6 +96,7 @@ std::string givenDrawingOption(const Words& words) {
 DrawingOptions parseDrawingOptions(const Words& words) {
     DrawingOptions options;
     options.areas = readAreas(words);
+    options.textures = readTextures(words);
     readPaper(words, options.sheet);
     if (const auto scale = words.value("scale"); scale && !kivReadScale(*scale, &options.sheet.scale)) {
         refuseValue("scale", *scale, "scale: 1:2 or 5:1 is expected");

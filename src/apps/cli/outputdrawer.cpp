@@ -297,7 +297,7 @@ bool OutputDrawer::drawVector(const KivModel& model, const KivCamera& camera, st
         return false;
     }
     tellOutcome(output, drawing.isCollected(), isWritten, host);
-    if (hasPaint(*model.scene)) {
+    if (hasPaint(*model.scene) && !drawing.drawsTextures()) {
         printWarning("\"" + output.finalName() +
                      "\": textures and colours at vertices are drawn in their mean colours in a vector drawing");
     }

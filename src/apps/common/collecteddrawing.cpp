@@ -32,6 +32,7 @@ bool CollectedDrawing::collect(const KivModel& model, const std::vector<std::wst
     drawing.wantsHidden = options.sheet.hidden != KivSheet::Hidden::none;
     KivDrawingCollector collector(drawing);
     collector.setAreas(options.areas);
+    collector.setTextures(options.textures);
     collector.setTitle(titleOf(model));
     collector.setObjectNames(names);
     const bool isCollected = render() && collector.hasDrawing();

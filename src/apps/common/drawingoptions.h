@@ -7,6 +7,7 @@
 
 struct DrawingOptions {
     KivDrawingCollector::Areas areas = KivDrawingCollector::Areas::regions;
+    KivDrawingCollector::Textures textures = KivDrawingCollector::Textures::areas;
     KivSheet sheet;           // its background is painted where the user wants one
     bool unitsChosen = false; // else the model's format tells
 };

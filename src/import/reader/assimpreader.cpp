@@ -189,7 +189,9 @@ private:
         if (source.Get(AI_MATKEY_COLOR_SPECULAR, colour) == aiReturn_SUCCESS) {
             material.specular = fromAi(colour);
         }
-        if (source.Get(AI_MATKEY_COLOR_EMISSIVE, colour) == aiReturn_SUCCESS) {
+        // With a texture of light the colour is what that is multiplied with; it would light all of the surface.
+        if (source.GetTextureCount(aiTextureType_EMISSIVE) == 0 &&
+            source.Get(AI_MATKEY_COLOR_EMISSIVE, colour) == aiReturn_SUCCESS) {
             material.emission = fromAi(colour);
         }
         if (isLinear) {

@@ -23,9 +23,22 @@ constexpr int mostGapRounds = 3;
 // The look at a point in grid steps.
 using ShownAt = std::function<std::uint32_t(double x, double y)>;
 
-// The arrangement of all that may part two looks.
-bool arrange(const RegionFaces& faces, const std::vector<RegionLine>& further, PlanarMap& map) {
-    std::vector<GridSegment> borders;
+void addSegments(const std::vector<std::vector<KivPicturePoint>>& lines, std::vector<GridSegment>& segments) {
+    const auto onGrid = [](const KivPicturePoint& p) { return GridPoint{onRegionGrid(p.x), onRegionGrid(p.y)}; };
+    for (const std::vector<KivPicturePoint>& line : lines) {
+        for (std::size_t i = 1; i < line.size(); ++i) {
+            const GridPoint a = onGrid(line[i - 1]);
+            const GridPoint b = onGrid(line[i]);
+            if (!(a == b)) {
+                segments.push_back(a < b ? GridSegment{a, b} : GridSegment{b, a});
+            }
+        }
+    }
+}
+
+// The arrangement of all that may part two looks. borders: those that are known to be seen.
+bool arrange(const RegionFaces& faces, const std::vector<RegionLine>& further, std::vector<GridSegment> borders,
+             PlanarMap& map) {
     if (!findRegionBorders(faces, further, borders) || !snapRound(borders, faces.work())) {
         return false;
     }
@@ -97,15 +110,20 @@ bool KivVisibleRegions::findAll() {
         if (face == RegionFaces::noFace) {
             return RegionFaces::noLook;
         }
-        const std::uint32_t look = faces->faces()[face].look;
+        const std::uint32_t own = faces->faces()[face].look;
+        const std::uint32_t look = paintedLook ? paintedLook(own, offRegionGrid(x), offRegionGrid(y)) : own;
         const unsigned int lost = shadows != nullptr ? shadows->lostAt(*faces, face, x, y) : 0;
         return lost > 0 ? shadedLook(look, lost, offRegionGrid(x), offRegionGrid(y)) : look;
     };
+    std::vector<GridSegment> painted;
+    if (paintBorders != nullptr) {
+        addSegments(*paintBorders, painted);
+    }
     if (!faces->build(effort) || (shadows != nullptr && !shadows->findBorders(*faces, outlines)) ||
-        !arrange(*faces, outlines, map) || !findLooks(shownAt, map, faces->work(), looks)) {
+        !arrange(*faces, outlines, std::move(painted), map) || !findLooks(shownAt, map, faces->work(), looks)) {
         return false;
     }
-    if (shadows != nullptr) {
+    if (looksAreListed) {
         looksAreListed();
     }
     RegionMerge merged(map, std::move(looks), {smallestArea * squareSteps, smallestTone * squareSteps, &bodyOfLook});

@@ -97,6 +97,17 @@ public:
         looksAreListed = std::move(listed);
     }
 
+    // Paint divides the regions: its borders are lines in pixels that lie on whatever is nearest there, and a face with
+    // a look shows the look that the function answers, at a point in pixels. Where shadows fall, they fall on that one.
+    // Looks that come of it are listed as those of shadows are.
+    using PaintedLook = std::function<std::uint32_t(std::uint32_t look, double x, double y)>;
+    void setPaint(const std::vector<std::vector<KivPicturePoint>>* borders, PaintedLook painted,
+                  std::function<void()> listed) {
+        paintBorders = borders;
+        paintedLook = std::move(painted);
+        looksAreListed = std::move(listed);
+    }
+
     // How much work it may take, as a part of what is promised (docs/vector.md).
     void setEffort(double part) {
         effort = part;
@@ -126,6 +137,8 @@ private:
     std::vector<std::uint32_t> rankOfLook;
     KivCastShadows* shadows = nullptr;
     ShadedLook shadedLook;
+    const std::vector<std::vector<KivPicturePoint>>* paintBorders = nullptr;
+    PaintedLook paintedLook;
     std::function<void()> looksAreListed;
     std::unique_ptr<class RegionFaces> faces;
     std::vector<KivVisibleRegion> found;

@@ -1,6 +1,7 @@
 #include "kivrender/render/kivdrawingcollector.h"
 
 #include "kivrender/render/collectedshadows.h"
+#include "kivrender/render/collectedskins.h"
 #include "kivrender/scene/kivmesh.h"
 #include "kivrender/scene/kivscene.h"
 
@@ -61,12 +62,17 @@ KivVectorDrawing& KivDrawingCollector::begin(const KivScene* scene) {
     filled = false;
     open = true;
     formerDrawing = kivCollectDrawing(&drawing);
+    const bool wantsSkins = kind == Areas::regions && textures == Textures::areas;
+    skins = wantsSkins ? std::make_unique<CollectedSkins>() : nullptr;
+    formerSkins = kivCollectSkins(wantsSkins ? &skins->drawn : nullptr);
     return drawing;
 }
 
 void KivDrawingCollector::end() {
     if (open) {
         kivCollectDrawing(formerDrawing);
+        kivCollectSkins(formerSkins);
+        skins.reset();
         open = false;
         filled = true;
         shadows.reset();

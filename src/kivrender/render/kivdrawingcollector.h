@@ -26,9 +26,11 @@
 #include <utility>
 #include <vector>
 
+class KivDrawnSkins;
 class KivMesh;
 class KivScene;
 struct CollectedShadows;
+struct CollectedSkins;
 
 class KIV_API KivDrawingCollector {
 public:
@@ -37,6 +39,12 @@ public:
         regions,   // what is visible of one look of one object and hangs together is one area
         faces,     // triangles in one plane become the fewest that cover them
         triangles, // as they were drawn
+    };
+
+    // How textures and colours at vertices come out, of surfaces whose shader shows them.
+    enum class Textures : std::uint8_t {
+        areas, // areas of flat colour along them, where areas are regions
+        mean,  // each surface has their mean colour
     };
 
     // Where a collector exists already, the new one takes its place until it ends.
@@ -51,6 +59,12 @@ public:
     }
     Areas areas() const {
         return kind;
+    }
+    void setTextures(Textures value) {
+        textures = value;
+    }
+    Textures getTextures() const {
+        return textures;
     }
     // Of regions, in pixels: how far a drawn border may lie from the true one.
     void setTolerance(double pixels) {
@@ -92,6 +106,10 @@ public:
     std::unique_ptr<CollectedShadows>& collectedShadows() {
         return shadows;
     }
+    // What shaders have told of skins; null where nobody wants them.
+    CollectedSkins* collectedSkins() const {
+        return skins.get();
+    }
 
 private:
     // Gives the objects of a scene that was cut down their names.
@@ -102,7 +120,9 @@ private:
     // What is in force again at its end.
     KivDrawingCollector* former;
     KivVectorDrawing* formerDrawing = nullptr;
+    KivDrawnSkins* formerSkins = nullptr;
     Areas kind = Areas::regions;
+    Textures textures = Textures::areas;
     double tolerance = 0.1;
     double smallestTone = 12.0;
     std::wstring title;
@@ -111,6 +131,7 @@ private:
     bool open = false;
     bool filled = false;
     std::unique_ptr<CollectedShadows> shadows;
+    std::unique_ptr<CollectedSkins> skins;
 };
 
 #endif

@@ -2,6 +2,7 @@
 #include "kivrender/host/kivhostapplicationservices.h"
 #include "kivrender/host/kivlanguage.h"
 #include "kivrender/render/collectedshadows.h"
+#include "kivrender/render/collectedskins.h"
 #include "kivrender/render/kivdrawingcollector.h"
 #include "kivrender/render/kivmeshwalk.h"
 #include "kivrender/render/kivrenderer.h"
@@ -144,6 +145,7 @@ bool addAreas(const RecordedPage& page, const KivDrawingCollector& collector, Co
     rules.tolerance = collector.getTolerance();
     rules.smallestTone = collector.getSmallestTone();
     rules.shadows = shadows;
+    rules.skins = collector.collectedSkins();
     bool tooMuch = false;
     bool done = areas == KivDrawingCollector::Areas::regions && page.addRegions(drawing, rules, &tooMuch);
     if (areas == KivDrawingCollector::Areas::triangles || tooMuch) {
@@ -236,6 +238,9 @@ void KivRenderer::closeCollectedPage(KivProgress* progress) {
     }
     // What shaders have laid over the surfaces.
     std::vector<KivArea> printed = std::exchange(drawing->areas, {});
+    if (CollectedSkins* const skins = collector.collectedSkins()) {
+        skins->pictureFromWorld = pictureFromWorld();
+    }
     const RecordedPage page(recorded);
     drawing->areaRim = collector.areas() == KivDrawingCollector::Areas::regions ? 0.0 : rimWidth;
     if (addAreas(page, collector, shadows, *drawing, progress) && page.addStrokes(*drawing) && !kivIsCancelled()) {

@@ -12,6 +12,7 @@
 #include <vector>
 
 struct CollectedShadows;
+struct CollectedSkins;
 struct KivVectorDrawing;
 
 // A colour of four parts from 0 to 1 as a drawing has it; the fourth is its opacity.
@@ -32,6 +33,7 @@ struct RegionRules {
     double smallestTone = 0.0;
     double underlap = 1.0; // as KivVisibleRegions::setUnderlap
     CollectedShadows* shadows = nullptr;
+    CollectedSkins* skins = nullptr;
 };
 
 class RecordedPage {

@@ -1,6 +1,8 @@
 // Areas of a recorded page as visible regions.
 #include "kivrender/lines/kivvectordrawing.h"
 #include "kivrender/lines/kivvisibleregions.h"
+#include "kivrender/lines/skins/skinareas.h"
+#include "kivrender/render/collectedskins.h"
 #include "kivrender/render/recordedpage.h"
 #include "kivrender/render/shadowtones.h"
 #include "kivrender/scene/kivprogress.h"
@@ -10,6 +12,7 @@
 #include <limits>
 #include <map>
 #include <tuple>
+#include <utility>
 
 namespace {
 
@@ -24,12 +27,13 @@ struct Look {
     bool isDepthOnly = false; // covers in the colour of the page, and is not an area
     bool isBackdrop = false;  // no object's, at the far end of the depths: behind everything
     bool isTurned = false;
+    std::uint8_t label = SkinAreas::none; // of the flat colour of a skin
 
     bool isOpaque() const {
         return paint.opacity >= 1.0;
     }
     auto key() const {
-        return std::tie(object, paint.color, paint.opacity, isDepthOnly, isBackdrop, isTurned);
+        return std::tie(object, paint.color, paint.opacity, isDepthOnly, isBackdrop, isTurned, label);
     }
     friend bool operator<(const Look& p, const Look& q) {
         return p.key() < q.key();
@@ -89,7 +93,7 @@ std::uint32_t brightness(std::uint32_t color) {
 class RegionPage {
 public:
     RegionPage(std::span<const float> recorded, const RegionRules& regionRules, KivVectorDrawing& into)
-        : library(recorded), rules(regionRules), drawing(into) {}
+        : library(recorded), rules(regionRules), drawing(into), areas(into.width, into.height, {}) {}
 
     bool add() {
         if (!listLooks() || !addBackdrop() || !addOpaque()) {
@@ -216,6 +220,9 @@ private:
         picture.setTolerance(rules.tolerance);
         picture.setSmallestArea(rules.smallestArea);
         describeLooks(picture);
+        if (!addSkins(picture)) {
+            return false;
+        }
         if (rules.shadows != nullptr) {
             if (!tones.read(*rules.shadows, drawing.width, drawing.height)) {
                 return false;
@@ -252,11 +259,46 @@ private:
         }
         return true;
     }
+    // False when the user cancelled.
+    bool addSkins(KivVisibleRegions& picture) {
+        if (rules.skins == nullptr || rules.skins->drawn.all().empty()) {
+            return true;
+        }
+        if (!areas.build(rules.skins->drawn, rules.skins->pictureFromWorld)) {
+            return false;
+        }
+        picture.setPaint(
+            &areas.borders(), [this](std::uint32_t look, double x, double y) { return paintedLook(look, x, y); },
+            [this, &picture] { describeLooks(picture); });
+        return true;
+    }
+    std::uint32_t paintedLook(std::uint32_t look, double x, double y) {
+        if (looks[look].object == 0 || looks[look].isDepthOnly) {
+            return look;
+        }
+        const std::uint8_t label = areas.labelAt(looks[look].object, x, y);
+        if (label == SkinAreas::none) {
+            return look;
+        }
+        const auto [known, isNew] = paintedLooks.try_emplace({look, label}, look);
+        if (isNew) {
+            Look painted = looks[look];
+            painted.label = label;
+            painted.paint.color =
+                rules.skins->drawn.of(painted.object)->lit(painted.paint.color, areas.colorOf(painted.object, label));
+            known->second = numberOf(painted);
+        }
+        return known->second;
+    }
     void describeLooks(KivVisibleRegions& picture) const {
-        // What belongs to no object is drawn by a shader as it wants it, however small.
+        // What belongs to no object is drawn by a shader as it wants it, however small; of skins each flat colour is a
+        // body of its own, with tones that may be too small.
+        const auto objects = static_cast<std::uint32_t>(drawing.objects.size());
         std::vector<std::uint32_t> bodies;
         for (std::uint32_t i = 0; i < looks.size(); ++i) {
-            bodies.push_back(looks[i].object != 0 ? looks[i].object : KivVisibleRegions::mostLooks - 1 - i);
+            const std::uint32_t skin = looks[i].label != SkinAreas::none ? 1U + looks[i].label : 0;
+            bodies.push_back(looks[i].object != 0 ? looks[i].object + skin * objects
+                                                  : KivVisibleRegions::mostLooks - 1 - i);
         }
         picture.setSmallestTone(rules.smallestTone, std::move(bodies));
         picture.setUnderlap(rules.underlap, paintingRanks());
@@ -267,10 +309,19 @@ private:
             return look;
         }
         Look shaded = looks[look];
-        shaded.paint.color = tones.colorAt(shaded.paint.color, x, y, lost);
-        const auto [place, isNew] = numbers.try_emplace(shaded, static_cast<std::uint32_t>(looks.size()));
+        const auto darkOf = [&](std::uint32_t recorded) {
+            const KivDrawnSkin* const skin =
+                shaded.label != SkinAreas::none ? rules.skins->drawn.of(shaded.object) : nullptr;
+            return skin != nullptr && skin->shaded ? skin->shaded(recorded, areas.colorOf(shaded.object, shaded.label))
+                                                   : recorded;
+        };
+        shaded.paint.color = tones.colorAt(shaded.paint.color, x, y, lost, darkOf);
+        return numberOf(shaded);
+    }
+    std::uint32_t numberOf(const Look& look) {
+        const auto [place, isNew] = numbers.try_emplace(look, static_cast<std::uint32_t>(looks.size()));
         if (isNew) {
-            looks.push_back(shaded);
+            looks.push_back(look);
         }
         return place->second;
     }
@@ -333,6 +384,8 @@ private:
     std::vector<KivSeenCorner> corners;
     ShadowTones tones;
     bool tooMuch = false;
+    SkinAreas areas;
+    std::map<std::pair<std::uint32_t, std::uint8_t>, std::uint32_t> paintedLooks;
 };
 
 } // namespace

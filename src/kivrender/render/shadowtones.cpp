@@ -43,11 +43,13 @@ bool ShadowTones::read(const CollectedShadows& shadows, double width, double hei
 }
 
 // Each light has the same share in a colour, as in pictures.
-std::uint32_t ShadowTones::colorAt(std::uint32_t lit, double x, double y, unsigned int lost) const {
-    const std::uint32_t dark = withoutAny.lookAt(x * RegionGrid::steps, y * RegionGrid::steps);
-    if (dark == RegionFaces::noLook || lost == 0) {
+std::uint32_t ShadowTones::colorAt(std::uint32_t lit, double x, double y, unsigned int lost,
+                                   const std::function<std::uint32_t(std::uint32_t)>& darkOf) const {
+    const std::uint32_t recorded = withoutAny.lookAt(x * RegionGrid::steps, y * RegionGrid::steps);
+    if (recorded == RegionFaces::noLook || lost == 0) {
         return lit;
     }
+    const std::uint32_t dark = darkOf(recorded);
     const std::uint32_t own = emission.lookAt(x * RegionGrid::steps, y * RegionGrid::steps);
     std::uint32_t color = 0;
     for (const unsigned int shift : {0U, 8U, 16U}) {

@@ -6,6 +6,7 @@
 #include "kivrender/render/collectedshadows.h"
 
 #include <cstdint>
+#include <functional>
 #include <span>
 
 class ShadowTones {
@@ -13,8 +14,9 @@ public:
     // False when the user cancelled.
     bool read(const CollectedShadows& shadows, double width, double height);
     // Of a surface of a lit colour, in pixels, where so many of the lights are lost. The lit one where nothing is
-    // known.
-    std::uint32_t colorAt(std::uint32_t lit, double x, double y, unsigned int lost) const;
+    // known. darkOf: from the colour that was recorded without any light to the one that the surface has.
+    std::uint32_t colorAt(std::uint32_t lit, double x, double y, unsigned int lost,
+                          const std::function<std::uint32_t(std::uint32_t)>& darkOf) const;
 
 private:
     RegionFaces withoutAny; // their looks are colours

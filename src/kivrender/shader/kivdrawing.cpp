@@ -47,12 +47,16 @@ void kivNumberObjects(const KivScene* scene) {
     }
 }
 
+unsigned int kivNumberOfObject(const Kiv3DObject* object) {
+    const auto place = objectNumbers.find(object);
+    return place != objectNumbers.end() ? place->second : 0;
+}
+
 void KivDrawing::beginObject(const Kiv3DObject* object, bool vectorial) {
     if (!vectorial || objectNumbers.empty()) {
         return;
     }
-    const auto place = objectNumbers.find(object);
-    const unsigned int number = place != objectNumbers.end() ? place->second : 0;
+    const unsigned int number = kivNumberOfObject(object);
     if (number != currentObject) {
         glPassThrough(static_cast<GLfloat>(kivObjectMarker));
         glPassThrough(static_cast<GLfloat>(number));

@@ -49,6 +49,33 @@ KivRampEntry laidOver(const KivRampEntry& below, const KivRampEntry& above) {
     return mixed;
 }
 
+std::uint32_t packed(const KivRampEntry& entry) {
+    return entry[0] | std::uint32_t{entry[1]} << 8U | std::uint32_t{entry[2]} << 16U;
+}
+
+// Where light crosses from one step of a staircase to the next.
+std::vector<double> stepPlaces(const KivCartoonBands& bands) {
+    std::vector<double> places;
+    for (int i = 1; i < bands.count; ++i) {
+        // A rim of pigment in a few steps, the narrowest next to the edge.
+        for (const double away : {1.0, 0.66, 0.33}) {
+            if (bands.washEdge > 0.0 && bands.rim(i) * away > bands.reach(i)) {
+                places.push_back(bands.edge(i) - bands.rim(i) * away);
+            }
+        }
+        addTransition(bands.edge(i), bands.reach(i), places);
+    }
+    std::sort(places.begin(), places.end());
+    return places;
+}
+
+// The remainder of a flat part is judged at its middle, where no transition reaches.
+double stepMiddle(const std::vector<double>& places, std::size_t i) {
+    const double from = i == 0 ? 0.0 : places[i - 1];
+    const double to = i == places.size() ? 1.0 : places[i];
+    return (from + to) * 0.5;
+}
+
 bool isSamePlace(const KivCartoonVertex& a, const KivCartoonVertex& b) {
     return a.x == b.x && a.y == b.y && a.z == b.z;
 }
@@ -75,22 +102,9 @@ int KivCartoonSteps::stepOf(float coordinate) const {
 
 KivCartoonSteps kivCartoonSteps(const KivCartoonColors& colors, KivCartoonLayer layer, KivCartoonShare share) {
     const KivCartoonBands& bands = colors.bands;
-    std::vector<double> places;
-    for (int i = 1; i < bands.count; ++i) {
-        // A rim of pigment in a few steps, the narrowest next to the edge.
-        for (const double away : {1.0, 0.66, 0.33}) {
-            if (bands.washEdge > 0.0 && bands.rim(i) * away > bands.reach(i)) {
-                places.push_back(bands.edge(i) - bands.rim(i) * away);
-            }
-        }
-        addTransition(bands.edge(i), bands.reach(i), places);
-    }
-    std::sort(places.begin(), places.end());
+    const std::vector<double> places = stepPlaces(bands);
     const auto toneAt = [&](std::size_t i) {
-        const double from = i == 0 ? 0.0 : places[i - 1];
-        const double to = i == places.size() ? 1.0 : places[i];
-        // The remainder of a flat part is judged at its middle, where no transition reaches.
-        const double middle = (from + to) * 0.5;
+        const double middle = stepMiddle(places, i);
         return kivCartoonEntry(colors, layer, share, bands.level(middle), bands.pigment(middle));
     };
     StepsBuilder builder(toneAt(0));
@@ -121,6 +135,42 @@ KivCartoonSteps kivHighlightSteps(const KivCartoonColors& colors) {
         builder.add(std::max(edge, std::nextafter(darkest, 1.0F)), kivHighlightEntry(colors, inside));
     }
     return std::move(builder.steps);
+}
+
+KivAreaTones::KivAreaTones(const KivCartoonColors& meanColors, KivCartoonLayer ofLayer)
+    : colors(meanColors), layer(ofLayer) {
+    const bool shines = colors.highlightStrength > 0.0 && layer == KivCartoonLayer::full;
+    const std::vector<KivRampEntry> glosses =
+        shines ? kivHighlightSteps(colors).tones : std::vector<KivRampEntry>{KivRampEntry{}};
+    const std::vector<double> edges = stepPlaces(colors.bands);
+    for (std::size_t i = 0; i <= edges.size(); ++i) {
+        add(stepMiddle(edges, i), glosses);
+    }
+    // What is evenly lit.
+    for (int i = 0; i < kivRampEntries; ++i) {
+        add(static_cast<double>(i) / (kivRampEntries - 1), glosses);
+    }
+}
+
+KivRampEntry KivAreaTones::entryOf(const KivCartoonColors& of, double incidence) const {
+    return kivCartoonEntry(of, layer, 1, of.bands.level(incidence), of.bands.pigment(incidence));
+}
+
+void KivAreaTones::add(double incidence, const std::vector<KivRampEntry>& glosses) {
+    const KivRampEntry entry = entryOf(colors, incidence);
+    for (const KivRampEntry& gloss : glosses) {
+        places.try_emplace(packed(laidOver(entry, gloss)), Place{incidence, gloss});
+    }
+}
+
+std::uint32_t KivAreaTones::of(std::uint32_t recorded, const KivTone& diffuse) const {
+    const auto place = places.find(recorded);
+    if (place == places.end()) {
+        return recorded; // another shader's
+    }
+    KivCartoonColors other = colors;
+    other.diffuse = diffuse;
+    return packed(laidOver(entryOf(other, place->second.incidence), place->second.gloss));
 }
 
 void KivFlatAreas::clear() {

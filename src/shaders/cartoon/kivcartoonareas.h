@@ -7,6 +7,7 @@
 #include "kivcartoonpainter.h"
 
 #include <cstdint>
+#include <map>
 #include <vector>
 
 // A staircase over a texture coordinate: tones[i] holds from edges[i - 1] on and below edges[i]. Edges ascend, and
@@ -26,6 +27,28 @@ struct KivCartoonSteps {
 // and neighbouring steps of one tone are one.
 KivCartoonSteps kivCartoonSteps(const KivCartoonColors& colors, KivCartoonLayer layer, KivCartoonShare share);
 KivCartoonSteps kivHighlightSteps(const KivCartoonColors& colors);
+
+// For each colour of areas in a layer, red in the low byte, the colour that the same place has on a material of another
+// diffuse colour.
+class KivAreaTones {
+public:
+    KivAreaTones(const KivCartoonColors& meanColors, KivCartoonLayer ofLayer);
+
+    std::uint32_t of(std::uint32_t recorded, const KivTone& diffuse) const;
+
+private:
+    struct Place {
+        double incidence;
+        KivRampEntry gloss;
+    };
+
+    KivRampEntry entryOf(const KivCartoonColors& of, double incidence) const;
+    void add(double incidence, const std::vector<KivRampEntry>& glosses);
+
+    KivCartoonColors colors;
+    KivCartoonLayer layer;
+    std::map<std::uint32_t, Place> places;
+};
 
 struct KivFlatCorner {
     float x;

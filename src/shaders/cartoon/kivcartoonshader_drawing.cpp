@@ -3,6 +3,7 @@
 #include "kivcartoonareas.h"
 #include "kivcartoonspecks.h"
 #include "kivglstate.h"
+#include "kivrender/lines/kivdrawnskins.h"
 #include "kivrender/scene/kivcamera.h"
 #include "kivrender/scene/kivlight.h"
 #include "kivrender/scene/kivmaterial.h"
@@ -11,6 +12,7 @@
 #include "kivrender/scene/kivscene.h"
 #include "kivrender/settings/kivcommonsettings.h"
 #include "kivrender/shader/kivdrawing.h"
+#include "kivrender/shader/kivobjectnumbers.h"
 #include "kivrender/shader/kivpicturetile.h"
 #include "kivrender/shader/kivshadercommunication.h"
 #include "kivsmoothnormals.h"
@@ -18,7 +20,9 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <memory>
 #include <numbers>
+#include <utility>
 
 namespace {
 
@@ -75,6 +79,47 @@ void drawHighlights(KivCartoonPainter& painter, const KivCartoonBatch& batch, co
         weak.highlightStrength *= 1.0 - colors.paint.castStrength;
         glStencilFunc(GL_LESS, stencilBase, ~0U);
         painter.draw(batch, weak, KivCartoonLayer::highlight, 1, vectorial);
+    }
+}
+
+// From the colours of areas of a skin to those of its parts.
+KivDrawnSkin::Tone toneOf(const KivCartoonSkin& skin, const KivCartoonColors& colors, KivCartoonLayer layer) {
+    const auto tones = std::make_shared<const KivAreaTones>(colors, layer);
+    return [skin, tones](std::uint32_t recorded, std::uint32_t color) {
+        KivTone own = kivToneOf(color);
+        for (std::size_t c = 0; c < 3; ++c) {
+            own[c] *= skin.paint->factor[c];
+        }
+        return tones->of(recorded, kivAdjusted(own, skin.saturation, skin.lightness));
+    };
+}
+
+// For a drawing that wants to know what lies on a surface.
+void tellSkin(const KivMesh& mesh, const KivCartoonBatch& batch, const KivCartoonColors& colors) {
+    KivDrawnSkins* const drawn = kivCollectedSkins();
+    if (drawn == nullptr || batch.paint.empty()) {
+        return;
+    }
+    KivDrawnSkin skin;
+    skin.object = kivNumberOfObject(&mesh);
+    skin.paint = batch.skin.paint;
+    skin.numColors = batch.skin.numColors;
+    skin.lit = toneOf(batch.skin, colors, KivCartoonLayer::full);
+    skin.corners.reserve(batch.front.size() + batch.back.size());
+    for (const std::vector<std::uint32_t>* indices : {&batch.front, &batch.back}) {
+        for (const std::uint32_t i : *indices) {
+            const KivCartoonVertex& v = batch.vertices[i];
+            skin.corners.push_back({{v.x, v.y, v.z}, batch.paint[i]});
+        }
+    }
+    drawn->add(std::move(skin));
+}
+
+void tellSkinWithoutLight(const KivMesh& mesh, const KivCartoonBatch& batch, const KivCartoonColors& colors) {
+    KivDrawnSkins* const drawn = kivCollectedSkins();
+    KivDrawnSkin* const skin = drawn != nullptr ? drawn->of(kivNumberOfObject(&mesh)) : nullptr;
+    if (skin != nullptr && !batch.paint.empty()) {
+        skin->shaded = toneOf(batch.skin, colors, KivCartoonLayer::shadow);
     }
 }
 
@@ -316,8 +361,10 @@ void KivCartoonShader::buildBatch(const KivShadedMesh& model, const KivMesh& mes
         detail.shineEdges = kivHighlightSteps(colors).edges;
     }
     detail.keepOrder = division == Division::inOrder;
-    // A page takes up no textures, and transparent triangles come without what lies beside their mesh.
-    const bool mayBePainted = look.textures && !settings.doVectorial() && !detail.keepOrder && !model.paint.empty();
+    // A page takes up no textures unless its drawing asks for them, and transparent triangles come without what lies
+    // beside their mesh.
+    const bool isWanted = !settings.doVectorial() || kivCollectedSkins() != nullptr;
+    const bool mayBePainted = look.textures && isWanted && !detail.keepOrder && !model.paint.empty();
     const KivCartoonSkin skin{mayBePainted ? kivMeshPaint(mesh) : nullptr, look.saturation, look.lightness,
                               look.textureColours};
     detail.isPainted = skin.isUsable();
@@ -398,7 +445,11 @@ void KivCartoonShader::render(KivBitmapManager* surface, const KivCommonSettings
             buildBatch(model, *mesh, look, settings, *scene, scratch);
             KivCartoonPainter painter(&skins);
             KivDrawing::beginObject(mesh, vectorial);
-            painter.draw(scratch, colorsOf(*mesh, look, settings), KivCartoonLayer::full, 1, vectorial);
+            const KivCartoonColors colors = colorsOf(*mesh, look, settings);
+            painter.draw(scratch, colors, KivCartoonLayer::full, 1, vectorial);
+            if (vectorial) {
+                tellSkin(*mesh, scratch, colors);
+            }
             if (look.rim.width > 0.0) {
                 drawRim(model, look, settings, *scene, painter);
             }
@@ -456,6 +507,9 @@ void KivCartoonShader::renderMeshPass(const KivMesh* mesh, const KivLight* light
     }
     if (pass == 1) {
         painter.draw(batch, colors, KivCartoonLayer::shadow, 1, vectorial);
+        if (vectorial) {
+            tellSkinWithoutLight(*mesh, batch, colors);
+        }
     } else if (pass == 2) {
         painter.draw(batch, colors, KivCartoonLayer::emission, 1, vectorial);
     } else if (light != nullptr && numLights > 0) {
@@ -483,7 +537,11 @@ void KivCartoonShader::renderOpaqueMesh(const KivMesh* mesh, const KivCommonSett
     KivCartoonPainter painter(&skins);
     KivDrawing::beginObject(mesh, vectorial);
     glDisable(GL_BLEND);
-    painter.draw(scratch, colorsOf(*mesh, look, settings), KivCartoonLayer::full, 1, vectorial);
+    const KivCartoonColors colors = colorsOf(*mesh, look, settings);
+    painter.draw(scratch, colors, KivCartoonLayer::full, 1, vectorial);
+    if (vectorial) {
+        tellSkin(*mesh, scratch, colors);
+    }
     if (look.rim.width > 0.0) {
         drawRim(model, look, settings, *scene, painter);
     }

@@ -8,6 +8,7 @@
 
 #include "kivcartoontones.h"
 #include "kivrender/scene/kivmeshpaint.h"
+#include "kivrender/scene/kivskinimage.h"
 
 #include <array>
 #include <cstdint>
@@ -30,25 +31,10 @@ struct KivCartoonSkin {
     }
 };
 
-// A picture in memory: red, green, blue and alpha.
-struct KivSkinImage {
-    int width = 0;
-    int height = 0;
-    std::vector<std::uint8_t> pixels;
-};
-
 // The picture in so many flat colours, chosen by Heckbert's median cut (1982) and moved to the means of what they stand
 // for. Each place takes the colour that counts most around it: borders are smooth, specks of a pixel go, and a small
 // picture is enlarged that way. Alpha becomes all or nothing.
 KivSkinImage kivPosterised(const KivSkinImage& image, int numColors);
-
-// Half as large in each direction, at least one pixel, for pictures that are seen from far away. Colours count by their
-// alpha.
-KivSkinImage kivHalved(const KivSkinImage& image);
-
-// From the largest to a single pixel. What is transparent takes the colour that is nearest, as filters look at it where
-// it meets what is not.
-std::vector<KivSkinImage> kivSkinLevels(KivSkinImage image);
 
 // The textures of one context; they go with it or before it.
 class KivCartoonSkins {

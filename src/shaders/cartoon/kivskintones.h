@@ -8,13 +8,6 @@
 #include <cstdint>
 #include <vector>
 
-// Red, green and blue of each flat colour; empty: all colours as they are.
-using KivPalette = std::vector<std::array<std::uint8_t, 3>>;
-
-// At most so many colours for a picture; what is transparent does not count.
-KivPalette kivPalette(const KivSkinImage& image, int numColors);
-const std::array<std::uint8_t, 3>& kivNearest(const KivPalette& palette, const std::uint8_t* color);
-
 // Whether both have the same tones for every colour, however shiny, and whatever the material's own colour.
 bool kivAreSameTones(const KivCartoonColors& a, const KivCartoonColors& b);
 

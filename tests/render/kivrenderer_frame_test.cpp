@@ -1,6 +1,5 @@
 // One frame: the state that shaders find, cameras, the sweeps and which shader draws which mesh.
 #include "kivrender/platform/kivglcontext.h"
-#include "kivrender/render/kivframedepth.h"
 #include "render/renderfixture.h"
 
 #include <GL/gl.h>
@@ -82,21 +81,6 @@ TEST_F(KivRendererFrame, ShadersFindTheStateThatTheyInherit) {
     EXPECT_EQ(kivCurrentGlContext(), nullptr) << "the context ends with the frame";
     EXPECT_EQ(surface.getHGLRC(), nullptr);
     EXPECT_EQ(surface.getHDC(), nullptr);
-}
-
-// Memory: a frame of four times the size has sixteen times the pixels.
-TEST_F(KivRendererFrame, OnlyLargeFramesWithoutNeedOfMoreKeepLessDepth) {
-    settings.setAntialias(1);
-    renderAndLook([] { EXPECT_EQ(integer(GL_DEPTH_BITS), 24); });
-    EXPECT_EQ(kivFrameDepth(settings), KivDepthBits::asWhole24);
-    settings.setSaveDepth(true);
-    EXPECT_EQ(kivFrameDepth(settings), KivDepthBits::asFloat32);
-    settings.setSaveDepth(false);
-    settings.setShadows(true);
-    EXPECT_EQ(kivFrameDepth(settings), KivDepthBits::asFloat32);
-    settings.setShadows(false);
-    settings.setVectorial(true);
-    EXPECT_EQ(kivFrameDepth(settings), KivDepthBits::asFloat32);
 }
 
 TEST_F(KivRendererFrame, SmoothingFollowsTheAntialiasLevel) {

@@ -452,23 +452,6 @@ TEST_F(SurfaceTest, WarmUpServesTheNextSurfaceOfAnySize) {
     kivCoolDownGl();
 }
 
-TEST_F(SurfaceTest, AWarmedUpFramebufferGetsTheDepthOfTheSurface) {
-    for (const KivDepthBits warm : {KivDepthBits::asWhole24, KivDepthBits::asFloat32}) {
-        for (const std::uint8_t wanted : {std::uint8_t{24}, std::uint8_t{32}}) {
-            ASSERT_TRUE(kivWarmUpGl({12, 10}, warm));
-            KivBitmapManager surface;
-            tagSIZE size{12, 10};
-            ASSERT_NE(wglCreateDefaultBitmapDC(&surface, &size, 32, 0, wanted, 8, PFD_GENERIC_FORMAT, L"", true), 0);
-            const HGLRC context = kivCreateGlContext(surface.getHDC());
-            surface.setHGLRC(context);
-            ASSERT_TRUE(kivMakeGlCurrent(surface.getHDC(), context));
-            EXPECT_EQ(integer(GL_DEPTH_BITS), wanted);
-            EXPECT_EQ(integer(GL_STENCIL_BITS), 8);
-            surface.deleteContext();
-        }
-    }
-}
-
 TEST_F(SurfaceTest, WarmUpAndRendersMayRunAtOnce) {
     std::thread warming([] {
         for (int i = 0; i < 5; ++i) {

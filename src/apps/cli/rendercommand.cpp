@@ -19,7 +19,6 @@
 #include "kivrender/platform/kivglwarmup.h"
 #include "kivrender/platform/kivsystemerror.h"
 #include "kivrender/platform/kivtext.h"
-#include "kivrender/render/kivframedepth.h"
 #include "kivrender/render/kivshapesahead.h"
 #include "kivrender/settings/kivcommonsettings.h"
 
@@ -246,8 +245,7 @@ private:
         // The driver is as slow to start as a model is to read, and there is a second core for it.
         static bool isWarm = false;
         if (!isWarm) {
-            warmUp = std::async(std::launch::async,
-                                [size = renderSize(), depth = frameDepth()] { return kivWarmUpGl(size, depth); });
+            warmUp = std::async(std::launch::async, [size = renderSize()] { return kivWarmUpGl(size); });
             isWarm = true;
         }
     }
@@ -318,14 +316,6 @@ private:
             return static_cast<std::int32_t>(std::min<std::int64_t>(v << options.antialias, 1 << 20));
         };
         return {enlarge(options.width), enlarge(options.height)};
-    }
-
-    KivDepthBits frameDepth() const {
-        KivCommonSettings settings;
-        settings.setAntialias(options.antialias);
-        settings.setShadows(options.shadows);
-        settings.setSaveDepth(options.depthImage);
-        return kivFrameDepth(settings);
     }
 
     void choosePaper() {

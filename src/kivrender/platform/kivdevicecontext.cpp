@@ -4,8 +4,6 @@
 #include "kivrender/platform/kivsystemerror.h"
 
 #include <algorithm>
-#include <array>
-#include <cstddef>
 #include <cstring>
 #include <utility>
 
@@ -13,17 +11,10 @@ namespace {
 
 constexpr int bitsPerPixel = 32;
 
-// What the framebuffers of contexts can have, the smaller depth first, as who asks for no more shall get no more. They
-// count as the system's own, generic ones whatever draws in the end, since renders ask for that.
-constexpr std::uint32_t formatFlags = PFD_DRAW_TO_BITMAP | PFD_SUPPORT_OPENGL | PFD_GENERIC_FORMAT;
-constexpr std::array<KivPixelFormat, 2> formats{{
-    {formatFlags, PFD_TYPE_RGBA, bitsPerPixel, 8, 24, 8},
-    {formatFlags, PFD_TYPE_RGBA, bitsPerPixel, 8, 32, 8},
-}};
-
-bool isFormat(int number) {
-    return number >= 1 && number <= static_cast<int>(formats.size());
-}
+// There is one format: what the framebuffer of every context has. It counts as the system's own, generic one whatever
+// draws in the end, since renders ask for that.
+constexpr KivPixelFormat onlyFormat{
+    PFD_DRAW_TO_BITMAP | PFD_SUPPORT_OPENGL | PFD_GENERIC_FORMAT, PFD_TYPE_RGBA, bitsPerPixel, 8, 32, 8};
 
 std::shared_ptr<KivDeviceContextObject> findOrFail(HDC dc) {
     auto object = kivDeviceContextTable().find(dc);
@@ -126,23 +117,19 @@ int kivBitsPerPixel(HDC dc) {
 }
 
 int kivPixelFormatCount(HDC dc) {
-    return findOrFail(dc) != nullptr ? static_cast<int>(formats.size()) : 0;
+    return findOrFail(dc) != nullptr ? 1 : 0;
 }
 
 bool kivDescribePixelFormat(HDC dc, int number, KivPixelFormat* format) {
     if (findOrFail(dc) == nullptr || format == nullptr) {
         return false;
     }
-    if (!isFormat(number)) {
+    if (number != 1) {
         kivSetLastError(kivErrorInvalidParameter);
         return false;
     }
-    *format = formats[static_cast<std::size_t>(number - 1)];
+    *format = onlyFormat;
     return true;
-}
-
-KivDepthBits kivDepthOfFormat(int number) {
-    return number == 1 ? KivDepthBits::asWhole24 : KivDepthBits::asFloat32;
 }
 
 bool kivSetPixelFormat(HDC dc, int number) {
@@ -151,11 +138,11 @@ bool kivSetPixelFormat(HDC dc, int number) {
         return kivFailGl({KivGlFailure::wrongUse, 0, "a handle that is gone"});
     }
     const auto bitmap = kivBitmapTable().find(object->selected);
-    if (!isFormat(number) || bitmap == nullptr) {
+    if (number != 1 || bitmap == nullptr) {
         return kivFailGl({KivGlFailure::wrongUse, 0, "no such pixel format"});
     }
     KivGlFailure failure;
-    object->prepared = kivTakeGlContext(bitmap->size, kivDepthOfFormat(number), &failure);
+    object->prepared = kivTakeGlContext(bitmap->size, &failure);
     if (object->prepared == nullptr) {
         return kivFailGl(failure);
     }

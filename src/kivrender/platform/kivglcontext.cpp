@@ -132,8 +132,8 @@ std::shared_ptr<KivGlContextObject> KivGlContextObject::make(KivGlFailure* failu
     return object->context != EGL_NO_CONTEXT ? object : nullptr;
 }
 
-bool KivGlContextObject::fit(tagSIZE size, KivDepthBits depth, KivGlFailure* failure) {
-    if (framebuffer.size() == size && framebuffer.depthBits() == depth) {
+bool KivGlContextObject::fit(tagSIZE size, KivGlFailure* failure) {
+    if (framebuffer.size() == size) {
         return true;
     }
     const KivEglRestore restore(display);
@@ -142,10 +142,10 @@ bool KivGlContextObject::fit(tagSIZE size, KivDepthBits depth, KivGlFailure* fai
         return false;
     }
     framebuffer.destroy();
-    return framebuffer.create(size, depth, failure);
+    return framebuffer.create(size, failure);
 }
 
-std::shared_ptr<KivGlContextObject> kivTakeGlContext(tagSIZE size, KivDepthBits depth, KivGlFailure* failure) {
+std::shared_ptr<KivGlContextObject> kivTakeGlContext(tagSIZE size, KivGlFailure* failure) {
     std::shared_ptr<KivGlContextObject> object;
     {
         const std::lock_guard<std::mutex> guard(warmMutex);
@@ -165,7 +165,7 @@ std::shared_ptr<KivGlContextObject> kivTakeGlContext(tagSIZE size, KivDepthBits 
     if (object == nullptr) {
         object = KivGlContextObject::make(failure);
     }
-    if (object == nullptr || !object->fit(size, depth, failure)) {
+    if (object == nullptr || !object->fit(size, failure)) {
         return nullptr;
     }
     if (kivKeepsGlContexts()) {
@@ -217,7 +217,7 @@ HGLRC kivCreateGlContext(HDC dc) {
     object->prepared = nullptr;
     if (context == nullptr) {
         KivGlFailure failure;
-        context = kivTakeGlContext(bitmap->size, kivDepthOfFormat(object->pixelFormat), &failure);
+        context = kivTakeGlContext(bitmap->size, &failure);
         if (context == nullptr) {
             kivFailGl(failure);
             return nullptr;
@@ -289,10 +289,6 @@ HGLRC kivCurrentGlContext() {
 }
 
 bool kivWarmUpGl(tagSIZE size) {
-    return kivWarmUpGl(size, KivDepthBits::asFloat32);
-}
-
-bool kivWarmUpGl(tagSIZE size, KivDepthBits depth) {
     KivGlFailure failure;
     const std::lock_guard<std::mutex> guard(warmMutex);
     std::shared_ptr<KivGlContextObject>& object = warmContext();
@@ -302,7 +298,7 @@ bool kivWarmUpGl(tagSIZE size, KivDepthBits depth) {
     if (object == nullptr) {
         return kivFailGl(failure);
     }
-    if (size.cx > 0 && size.cy > 0 && !object->fit(size, depth, &failure)) {
+    if (size.cx > 0 && size.cy > 0 && !object->fit(size, &failure)) {
         return kivFailGl(failure);
     }
     return true;

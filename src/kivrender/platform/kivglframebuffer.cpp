@@ -127,19 +127,17 @@ bool KivGlFramebuffer::createTargets() {
     }
     glBindTexture(GL_TEXTURE_2D, 0);
     glBindRenderbuffer(GL_RENDERBUFFER, depthStencil);
-    const bool isFloat = depth == KivDepthBits::asFloat32;
-    glRenderbufferStorage(GL_RENDERBUFFER, isFloat ? GL_DEPTH32F_STENCIL8 : GL_DEPTH24_STENCIL8, extent.cx, extent.cy);
+    glRenderbufferStorage(GL_RENDERBUFFER, GL_DEPTH32F_STENCIL8, extent.cx, extent.cy);
     glBindRenderbuffer(GL_RENDERBUFFER, 0);
     glFramebufferRenderbuffer(GL_FRAMEBUFFER, GL_DEPTH_STENCIL_ATTACHMENT, GL_RENDERBUFFER, depthStencil);
     const bool isSound = glGetError() == GL_NO_ERROR;
     return isSound && glCheckFramebufferStatus(GL_FRAMEBUFFER) == GL_FRAMEBUFFER_COMPLETE && hasColourOf8Bits() &&
-           attachmentBits(GL_DEPTH_ATTACHMENT, GL_FRAMEBUFFER_ATTACHMENT_DEPTH_SIZE) >= (isFloat ? 32 : 24) &&
+           attachmentBits(GL_DEPTH_ATTACHMENT, GL_FRAMEBUFFER_ATTACHMENT_DEPTH_SIZE) >= 32 &&
            attachmentBits(GL_STENCIL_ATTACHMENT, GL_FRAMEBUFFER_ATTACHMENT_STENCIL_SIZE) >= 8;
 }
 
-bool KivGlFramebuffer::create(tagSIZE newSize, KivDepthBits newDepth, KivGlFailure* failure) {
+bool KivGlFramebuffer::create(tagSIZE newSize, KivGlFailure* failure) {
     extent = newSize;
-    depth = newDepth;
     if (!checkLimits(failure)) {
         extent = {};
         return false;

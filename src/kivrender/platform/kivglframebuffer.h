@@ -4,16 +4,15 @@
 #define KIVRENDER_PLATFORM_KIVGLFRAMEBUFFER_H
 
 #include "kivrender/platform/kivglcontext.h"
-#include "kivrender/platform/kivglwarmup.h"
 #include "kivrender/platform/kivtypes.h"
 
 #include <cstdint>
 
 class KivGlFramebuffer {
 public:
-    // Makes colour, depth of so many bits and stencil of that size and binds them. Black, depth and stencil 0 at first.
-    // False, with *failure telling why, if the driver can't: nothing is bound then.
-    bool create(tagSIZE newSize, KivDepthBits newDepth, KivGlFailure* failure);
+    // Makes colour, depth and stencil of that size and binds them. Black, depth and stencil 0 at first. False, with
+    // *failure telling why, if the driver can't: nothing is bound then.
+    bool create(tagSIZE newSize, KivGlFailure* failure);
     // Bound and as create leaves it, after it was drawn into.
     void renew() const;
     // The names themselves; what is bound to them becomes unbound.
@@ -21,9 +20,6 @@ public:
 
     tagSIZE size() const {
         return extent;
-    }
-    KivDepthBits depthBits() const {
-        return depth;
     }
     // Both leave all state of the context as it was. pixels holds the rows without padding, blue first, the bottom row
     // first: all of them, or count rows from that one on.
@@ -36,7 +32,6 @@ private:
     bool checkLimits(KivGlFailure* failure) const;
 
     tagSIZE extent{};
-    KivDepthBits depth = KivDepthBits::asFloat32;
     unsigned int framebuffer = 0;
     unsigned int colour = 0; // a texture: only those let the caller choose the order of the bytes
     unsigned int depthStencil = 0;

@@ -8,19 +8,11 @@
 
 #include <string>
 
-// What a framebuffer keeps of the depth of each pixel. Whole numbers of 24 bits take half the memory, as 8 bits of
-// stencil fit in beside them, and are as exact as floating point in the far half of the depth range, which is where
-// most of a perspective view lies: all that is farther away than twice the near plane.
-enum class KivDepthBits { asWhole24, asFloat32 };
-
 // Loads the driver and makes ready one OpenGL context with a framebuffer of that size in pixels, the render size: the
-// final size times the antialias factor, and of that depth. The next surface of that kind takes it over; another one
-// uses what of it fits; without a size (0 by 0) only the driver and the context are made. May be called from any
-// thread, at any time and more than once; a render that starts meanwhile waits for it. No context is current on the
-// calling thread afterwards that was not before. False if there is no usable OpenGL; a render then fails with a message
-// as well.
-KIV_API bool kivWarmUpGl(tagSIZE size, KivDepthBits depth);
-// With depth as floating point.
+// final size times the antialias factor. The next surface of that size takes it over; one of another size uses what of
+// it fits; without a size (0 by 0) only the driver and the context are made. May be called from any thread, at any time
+// and more than once; a render that starts meanwhile waits for it. No context is current on the calling thread
+// afterwards that was not before. False if there is no usable OpenGL; a render then fails with a message as well.
 KIV_API bool kivWarmUpGl(tagSIZE size);
 
 // Whether the context of a surface that ends is kept for the next one: with it the machine code stays that a driver

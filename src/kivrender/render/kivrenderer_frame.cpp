@@ -10,7 +10,6 @@
 #include "kivrender/render/kivbitmapmanager.h"
 #include "kivrender/render/kivcombinablesteps.h"
 #include "kivrender/render/kivdrawingcollector.h"
-#include "kivrender/render/kivframedepth.h"
 #include "kivrender/render/kivrenderer.h"
 #include "kivrender/render/kivstreamlines.h"
 #include "kivrender/scene/kivcamera.h"
@@ -59,13 +58,12 @@ void clearSurface(KivBitmapManager& surface) {
 }
 
 // isReduced: the picture is made smaller at the end, and is read for that in bands.
-bool openContext(KivBitmapManager& surface, tagSIZE size, KivDepthBits depth, bool isReduced) {
+bool openContext(KivBitmapManager& surface, tagSIZE size, bool isReduced) {
     wchar_t folder[kivMaxPath] = {};
     if (KivHostApplicationServices* const host = KivHostApplicationServices::getDefaultHost()) {
         host->getVirtualMemoryFolder(folder);
     }
-    const std::uint8_t depthBits = depth == KivDepthBits::asFloat32 ? 32 : 24;
-    if (wglCreateDefaultBitmapDC(&surface, &size, 32, 0, depthBits, 8, PFD_GENERIC_FORMAT, folder, true) == 0) {
+    if (wglCreateDefaultBitmapDC(&surface, &size, 32, 0, 32, 8, PFD_GENERIC_FORMAT, folder, true) == 0) {
         return false;
     }
     surface.lock();
@@ -170,18 +168,11 @@ GLint pageFormat(unsigned int format) {
 
 } // namespace
 
-KivDepthBits kivFrameDepth(const KivCommonSettings& settings) {
-    const bool isLarge = settings.getAntialias() != 0 && !settings.doVectorial();
-    return isLarge && !settings.doShadows() && !settings.doSaveDepth() ? KivDepthBits::asWhole24
-                                                                       : KivDepthBits::asFloat32;
-}
-
 void KivRenderer::startRendering(const KivCommonSettings& settings, const KivCamera& camera, const KivScene* scene,
                                  KivBitmapManager* surface, tagSIZE size, KivNonCombinableShader* shader,
                                  KivProgress* progress) {
     clearSurface(*surface);
-    const bool isReduced = settings.getAntialias() != 0 && !settings.doVectorial();
-    if (!openContext(*surface, size, kivFrameDepth(settings), isReduced)) {
+    if (!openContext(*surface, size, settings.getAntialias() != 0 && !settings.doVectorial())) {
         return;
     }
     setSmoothing(settings.getAntialias() != 0);

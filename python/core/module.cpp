@@ -7,6 +7,7 @@
 #include "core/pythonscene.h"
 #include "core/rendering.h"
 #include "core/runtime.h"
+#include "core/skins.h"
 
 #include "apps/common/papers.h"
 #include "apps/common/usageerror.h"
@@ -103,7 +104,8 @@ ObjectPointer addMesh(PythonScene& scene, const py::array& vertices, const py::a
                       const std::optional<std::vector<std::uint64_t>>& offsets, const std::string& name,
                       const std::optional<Transform>& transform, const std::optional<py::array>& normals,
                       bool normalsByCorner, const std::vector<Paint>& paints,
-                      const std::optional<py::array>& facePaints, double opacity, double crease) {
+                      const std::optional<py::array>& facePaints, double opacity, double crease, const SkinPlaces& skin,
+                      const std::vector<TextureOfMaterial>& textures) {
     kivimport::ModelParts parts;
     kivimport::Surface& surface = parts.surfaces.emplace_back();
     auto [positions, corners] = readMesh(vertices, faces, transform);
@@ -134,6 +136,7 @@ ObjectPointer addMesh(PythonScene& scene, const py::array& vertices, const py::a
     if (normals) {
         takeNormals(surface, *normals, normalsByCorner);
     }
+    takeSkin(parts, skin, textures);
     return add(scene, name, ObjectKind::mesh, std::move(parts), crease);
 }
 
@@ -260,7 +263,7 @@ py::tuple render(PythonScene& scene, const py::dict& options, py::object callbac
     return py::make_tuple(picture, warnings);
 }
 
-py::tuple draw(PythonScene& scene, const py::dict& options, const std::string& areas, bool hidden,
+py::tuple draw(PythonScene& scene, const py::dict& options, const std::string& areas, bool textures, bool hidden,
                const std::string& title, py::object callback) {
     const RenderRequest request = requestOf(options);
     const AreaKind kind = areas == "regions" ? AreaKind::regions
@@ -271,7 +274,8 @@ py::tuple draw(PythonScene& scene, const py::dict& options, const std::string& a
     std::shared_ptr<DrawingData> drawing;
     {
         LibraryUse library;
-        drawing = renderDrawing(library, scene, request, kind, hidden, kivFromUtf8(title), progress, warnings);
+        drawing =
+            renderDrawing(library, scene, request, kind, textures, hidden, kivFromUtf8(title), progress, warnings);
     }
     if (!drawing) {
         progress.rethrow();
@@ -406,6 +410,17 @@ void defineObjects(py::module_& module) {
 }
 
 void defineScene(py::module_& module) {
+    py::class_<SkinPlaces>(module, "SkinPlaces")
+        .def(py::init([](std::optional<py::array> places, std::string name, bool byCorner, bool areColours) {
+            return SkinPlaces{std::move(places), std::move(name), byCorner, areColours};
+        }));
+    py::class_<TextureData, std::shared_ptr<TextureData>>(module, "TextureData");
+    module.def("make_texture", [](const py::array_t<std::uint8_t>& pixels, const std::string& wrap, double cutOut) {
+        return std::make_shared<TextureData>(makeTexture(pixels, wrap, cutOut));
+    });
+    module.def("read_texture", [](const std::string& file, const std::string& wrap, double cutOut) {
+        return std::make_shared<TextureData>(readTexture(file, wrap, cutOut));
+    });
     py::class_<PythonScene>(module, "Scene")
         .def(py::init<char>())
         .def("add_mesh", addMesh)

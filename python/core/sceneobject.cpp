@@ -46,6 +46,7 @@ std::unique_ptr<KivMesh> movedMesh(const KivMesh& mesh, const Placement& from, c
         moved->addTriangle(corners[0], corners[1], corners[2]);
     }
     // The numbers of the vertices stay.
+    kivSetMeshPaint(*moved, kivMeshPaint(mesh));
     kivSetMeshEdges(*moved, kivMovedMeshEdges(kivPlacedMeshEdges(mesh), [&from, &to](const Kiv3DPoint& point) {
         return to.toScene(from.toModel(point));
     }));
@@ -75,9 +76,15 @@ bool takeFirstMesh(KivModel& model, std::unique_ptr<KivMesh>& mesh) {
 // The same surfaces with one colour, that of the middle of the palette.
 kivimport::ModelParts wholeOf(const kivimport::ModelParts& parts) {
     kivimport::ModelParts whole = parts;
+    whole.pictures.clear();
+    for (kivimport::Material& material : whole.materials) {
+        material.picture = kivimport::noIndex;
+    }
     for (kivimport::Surface& surface : whole.surfaces) {
         surface.triangleParts.clear();
         surface.parts = {surface.parts[surface.parts.size() / 2]};
+        surface.paint.clear();
+        surface.cornerPaint.clear();
     }
     return whole;
 }
@@ -177,6 +184,10 @@ void SceneObject::setColour(const kivimport::Colour& colour) {
         material.diffuse = colour;
         material.textureLoaded = false;
         material.picture = kivimport::noIndex;
+    }
+    for (kivimport::Surface& surface : parts.surfaces) {
+        surface.paint.clear();
+        surface.cornerPaint.clear();
     }
     for (const auto& mesh : meshes) {
         kivSetMeshPaint(*mesh, nullptr);

@@ -23,12 +23,13 @@ from ._drawing import Area, Drawing, Stroke, draw
 from ._picture import Picture, render
 from ._scene import Material, Scene, SceneObject
 from ._style import SettingInfo, ShaderInfo, Style, StyleInfo, papers, shaders, styles
+from ._textures import Texture
 from ._warnings import SelvarinWarning
 
 __all__ = [
     "Area", "Camera", "Cancelled", "Drawing", "Error", "Material", "ModelError", "Picture", "RenderError", "Scene",
-    "SceneObject", "SelvarinWarning", "SettingInfo", "ShaderInfo", "Stroke", "Style", "StyleInfo", "draw", "formats",
-    "papers", "render", "shaders", "styles",
+    "SceneObject", "SelvarinWarning", "SettingInfo", "ShaderInfo", "Stroke", "Style", "StyleInfo", "Texture", "draw",
+    "formats", "papers", "render", "shaders", "styles",
 ]
 __version__: str = _core.version
 

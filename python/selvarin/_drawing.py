@@ -123,12 +123,13 @@ class Drawing:
 
 def draw(scene: Any, size: Tuple[int, int] = (1280, 960), camera: Optional[Camera] = None,
          style: Union[Style, PathLike, None] = None, *, shadows: bool = False, transparency: Optional[bool] = None,
-         background: Color = "#ffffff", ambient: Color = "#404040", areas: str = "regions", hidden: bool = False,
-         title: str = "", progress: Progress = None) -> Drawing:
+         background: Color = "#ffffff", ambient: Color = "#404040", areas: str = "regions", textures: str = "areas",
+         hidden: bool = False, title: str = "", progress: Progress = None) -> Drawing:
     """Draws a scene as lines and areas; also a mesh or a file of one.
 
     size: width and height in pixels, which decide how wide the lines are. areas: "regions" joins what is visible of one
-    look of one object, "faces" what lies in one plane, "triangles" nothing. shadows: areas in them are of darker looks.
+    look of one object, "faces" what lies in one plane, "triangles" nothing. textures, of regions: "areas" draws them and
+    colours at vertices as areas of flat colour, "mean" gives each surface their mean colour. shadows: areas in them are of darker looks.
     hidden: also lines that something stands before, where the shaders know them. title: of the file. Everything else is
     as for ``render``.
 
@@ -136,11 +137,13 @@ def draw(scene: Any, size: Tuple[int, int] = (1280, 960), camera: Optional[Camer
     """
     if areas not in ("regions", "faces", "triangles"):
         raise ValueError(f'areas: "regions", "faces" or "triangles" is expected, not {areas!r}')
+    if textures not in ("areas", "mean"):
+        raise ValueError(f'textures: "areas" or "mean" is expected, not {textures!r}')
     drawn = as_scene(scene)
     request = request_of(drawn, size, camera, style, transparency, background, ambient)
     request.update(shadows=bool(shadows))
     core, warnings = with_progress(
-        progress, lambda callback: drawn._core.draw(request, areas, bool(hidden), title, callback))
+        progress, lambda callback: drawn._core.draw(request, areas, textures == "areas", bool(hidden), title, callback))
     warn_all(warnings)
     return Drawing(core)
 

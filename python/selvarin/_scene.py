@@ -14,6 +14,7 @@ from ._camera import _direction, _vector
 from ._colors import Color, optional_color, palette_of, parse_color, parse_colors
 from ._progress import Progress, reporter
 from ._style import Style, as_style
+from ._textures import TextureLike, core_texture, texture_places, vertex_color_places
 from ._warnings import warn_all
 
 PathLike = Union[str, "os.PathLike[str]"]
@@ -21,11 +22,12 @@ PathLike = Union[str, "os.PathLike[str]"]
 
 class Material(NamedTuple):
     """What a face is painted with. opacity and gloss are from 0 to 1; looks that have highlights draw them on what is
-    glossy."""
+    glossy. texture: a Texture, an array or the path of an image file, in place of the colour; the mesh has uv then."""
 
     color: Color = "#cccccc"
     opacity: float = 1.0
     gloss: float = 0.0
+    texture: Optional[TextureLike] = None
 
 
 class SceneObject:
@@ -185,7 +187,8 @@ class Scene:
     def add_mesh(self, vertices: Any, faces: Any = None, *, color: Optional[Color] = None, face_colors: Any = None,
                  vertex_colors: Any = None, opacity: float = 1.0, name: Optional[str] = None, transform: Any = None,
                  normals: Any = None, crease_angle: float = 50.0, max_colors: int = 256,
-                 materials: Optional[Sequence[Material]] = None, face_materials: Any = None) -> SceneObject:
+                 materials: Optional[Sequence[Material]] = None, face_materials: Any = None, uv: Any = None,
+                 texture: Optional[TextureLike] = None) -> SceneObject:
         """Adds a mesh.
 
         vertices: (N, 3) numbers; float32 and float64 are read where they lie. Or, without faces, a mesh of trimesh,
@@ -193,11 +196,16 @@ class Scene:
         faces: (M, 3) whole numbers from 0 to N - 1, (M, K) for polygons, or a list of polygons. Faces without an area
             are left out, and pieces that are wound the wrong way are turned.
         color: of the whole object; without any colour objects take turns with a few that go well together.
-        face_colors: (M, 3); vertex_colors: (N, 3), of which each face gets the mean. Floats from 0 to 1 or whole
-            numbers from 0 to 255; at most max_colors are told apart, as each is a surface of its own.
+        face_colors: (M, 3), floats from 0 to 1 or whole numbers from 0 to 255; at most max_colors are told apart, as
+            each is a surface of its own.
+        vertex_colors: (N, 3), or of triangles (M, 3, 3) by corner, which run evenly over the faces. Shaders that draw no
+            textures show their mean.
+        texture: a Texture, (H, W, 3) or (H, W, 4) numbers with the top row first, or the path of an image file.
+        uv: (N, 2), or of triangles (M, 3, 2) by corner: places in textures, from (0, 0) at the lower left corner of the
+            image to (1, 1) at its upper right one; what lies beyond goes by Texture.wrap.
         opacity: from 0 to 1, which is opaque.
-        materials: a Material, or several with face_materials, (M,) whole numbers, which say the one of each face; in place
-            of colours and opacity.
+        materials: Materials, several with face_materials, (M,) whole numbers, which say the one of each face; in place
+            of colours, texture and opacity.
         transform: (4, 4), moves column vectors.
         normals: (N, 3) by vertex or, of triangles, (M, 3, 3) by corner, of any length; without them a surface is smooth up to crease_angle, in degrees, between faces.
 
@@ -211,15 +219,16 @@ class Scene:
                 face_colors, vertex_colors = own_face_colors, own_vertex_colors
         else:
             vertices, faces = as_points(vertices, "vertices"), as_faces(faces)
-        if sum(c is not None for c in (color, face_colors, vertex_colors, materials)) > 1:
-            raise ValueError("give one of color, face_colors, vertex_colors and materials")
+        if sum(c is not None for c in (color, face_colors, vertex_colors, materials, texture)) > 1:
+            raise ValueError("give one of color, face_colors, vertex_colors, texture and materials")
         if not (math.isfinite(crease_angle) and 0.0 <= crease_angle <= 180.0):
             raise ValueError(f"crease_angle: degrees from 0 to 180 are expected, not {crease_angle!r}")
-        if vertex_colors is not None:
-            face_colors = _face_means(vertices, faces, vertex_colors)
-        elif face_colors is not None:
+        if face_colors is not None:
             face_colors = parse_colors(face_colors, len(faces), "face_colors")
         paints: List[Any] = [] if color is None else [(*parse_color(color), opacity, 0.0)]
+        if vertex_colors is not None or texture is not None:
+            paints = [(1.0, 1.0, 1.0, opacity, 0.0)]
+        skin, textures = _skin(vertices, faces, vertex_colors, uv, texture, materials)
         parts = None
         if materials is not None:
             paints, parts = _paints(materials, face_materials)
@@ -230,7 +239,8 @@ class Scene:
             colors, parts = palette_of(face_colors, max_colors)
             paints = [(*c, opacity, 0.0) for c in colors]
         core = self._core.add_mesh(vertices, faces.corners, faces.offsets, name or f"mesh {len(self._objects) + 1}",
-                                   as_transform(transform), *_normals(normals, faces, transform), paints, parts, opacity, float(crease_angle))
+                                   as_transform(transform), *_normals(normals, faces, transform), paints, parts,
+                                   opacity, float(crease_angle), skin, textures)
         return self._taken(core, opacity)
 
     def add_lines(self, points: Any, lines: Any = None, *, color: Color = "#29262b", closed: bool = False,
@@ -344,8 +354,8 @@ def _normals(normals: Any, faces: Any, transform: Any) -> Tuple[Optional[np.ndar
 
 
 def _paints(materials: Sequence[Material], face_materials: Any) -> Tuple[List[Any], Optional[np.ndarray]]:
-    paints = [(*parse_color(m.color), _checked_opacity(m.opacity), _checked_opacity(m.gloss, "gloss"))
-              for m in materials]
+    paints = [(*(parse_color(m.color) if m.texture is None else (1.0, 1.0, 1.0)), _checked_opacity(m.opacity),
+               _checked_opacity(m.gloss, "gloss")) for m in materials]
     if not paints:
         raise ValueError("materials is empty")
     if face_materials is None:
@@ -355,11 +365,23 @@ def _paints(materials: Sequence[Material], face_materials: Any) -> Tuple[List[An
     return paints, as_indices(face_materials, "face_materials").reshape(-1)
 
 
-def _face_means(vertices: np.ndarray, faces: Any, vertex_colors: Any) -> np.ndarray:
-    colors = parse_colors(vertex_colors, len(vertices), "vertex_colors")
-    if faces.corners.size and not (0 <= faces.corners.min() and faces.corners.max() < len(colors)):
-        return np.zeros((len(faces), 3), np.uint8)  # the compiled half tells which index is wrong
-    return np.rint(faces.mean_of(colors.astype(np.float32))).astype(np.uint8)
+def _skin(vertices: np.ndarray, faces: Any, vertex_colors: Any, uv: Any, texture: Any,
+          materials: Optional[Sequence[Material]]) -> Tuple[Any, List[Any]]:
+    # What lies on the surface beside plain colours.
+    if vertex_colors is not None:
+        triangles = None if faces.offsets is not None else faces.corners.size
+        places, by_corner = vertex_color_places(vertex_colors, len(vertices), triangles, parse_colors)
+        return _core.SkinPlaces(places, "vertex_colors", by_corner, True), []
+    wanted = [(0, texture)] if texture is not None else []
+    wanted += [(i, m.texture) for i, m in enumerate(materials or ()) if m.texture is not None]
+    if not wanted:
+        if uv is not None and materials is None:
+            raise ValueError("uv wants a texture")
+        return _core.SkinPlaces(None, "uv", False, False), []
+    if uv is None:
+        raise ValueError("a texture wants uv: the places of the vertices on it")
+    places, by_corner = texture_places(uv, faces)
+    return _core.SkinPlaces(places, "uv", by_corner, False), [(number, core_texture(each)) for number, each in wanted]
 
 
 def as_scene(source: Any) -> Scene:

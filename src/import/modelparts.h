@@ -6,9 +6,12 @@
 #include <cmath>
 #include <cstdint>
 #include <limits>
+#include <memory>
 #include <stdexcept>
 #include <string>
 #include <vector>
+
+struct KivTexture;
 
 namespace kivimport {
 
@@ -82,6 +85,8 @@ struct Picture {
     Colour average{1.0, 1.0, 1.0};
     bool hasAlpha = false; // is anything less than opaque
     std::string problem;   // why it could not be read
+    // Made already, for all surfaces of several models that it lies on: what is above is its average alone.
+    std::shared_ptr<const KivTexture> made = nullptr;
 };
 
 // How a picture goes on beyond its borders.

@@ -96,6 +96,9 @@ public:
     explicit Textures(std::vector<Picture>& filePictures) : pictures(filePictures) {}
 
     std::shared_ptr<const KivTexture> of(const Material& material) {
+        if (pictures[material.picture].made != nullptr) {
+            return pictures[material.picture].made;
+        }
         const auto [entry, isNew] =
             known.try_emplace({material.picture, material.wrapU, material.wrapV, material.cutOut});
         if (isNew) {

@@ -7,7 +7,7 @@ import numpy as np
 
 from . import library, looks
 from .colors import screen_color
-from .materials import paints_of
+from .materials import forget_images, paints_of
 from .meshes import MeshArrays, arrays_of
 
 _WITH_SURFACES = ("MESH", "CURVE", "CURVES", "SURFACE", "FONT", "META")
@@ -25,6 +25,13 @@ class Exporter:
         self._styles: Dict[str, Any] = {}
 
     def run(self) -> Any:
+        try:
+            self._add_all()
+        finally:
+            forget_images()
+        return self.scene
+
+    def _add_all(self) -> None:
         for instance in self._depsgraph.object_instances:
             self._check_cancel()
             obj = instance.object
@@ -34,7 +41,6 @@ class Exporter:
                 self._add_light(obj.data, np.array(instance.matrix_world))
             elif obj.type in _WITH_SURFACES:
                 self._add_object(obj, np.array(instance.matrix_world), instance)
-        return self.scene
 
     # --- objects ---
 
@@ -57,25 +63,44 @@ class Exporter:
                 break
 
     def _add_mesh(self, obj: Any, arrays: MeshArrays, matrix: np.ndarray) -> Any:
-        triangles, normals = arrays.triangles, arrays.normals
+        triangles, normals, colors = arrays.triangles, arrays.normals, self._colors(obj, arrays)
         if np.linalg.det(matrix[:3, :3]) < 0.0:  # a mirrored one, whose faces would be wound the other way
             triangles, normals = triangles[:, ::-1], normals[:, ::-1]
+            for by_corner in ("uv", "vertex_colors"):
+                if by_corner in colors:
+                    colors[by_corner] = colors[by_corner][:, ::-1]
         return self.scene.add_mesh(arrays.vertices, triangles, name=obj.name, transform=matrix, normals=normals,
-                                   **self._colors(obj, arrays))
+                                   **colors)
 
     def _colors(self, obj: Any, arrays: MeshArrays) -> Dict[str, Any]:
         paints = paints_of(obj)
         numbers = np.clip(arrays.materials, 0, len(paints) - 1)
         used, places = np.unique(numbers, return_inverse=True)
         chosen = [paints[number] for number in used]
+        if any(paint.skin is not None and paint.skin.layer in arrays.places for paint in chosen):
+            return self._textured(chosen, places, arrays)
         if any(paint.attribute in arrays.colors for paint in chosen):
-            colors = np.array([paint.color for paint in chosen])[places]
+            colors = np.repeat(np.array([paint.color for paint in chosen])[places][:, None], 3, axis=1)
             for number, paint in enumerate(chosen):
                 if paint.attribute in arrays.colors:
                     colors[places == number] = arrays.colors[paint.attribute][places == number]
-            return {"face_colors": colors, "opacity": min(paint.opacity for paint in chosen)}
+            return {"vertex_colors": colors, "opacity": min(paint.opacity for paint in chosen)}
         materials = [library.selvarin.Material(paint.color, paint.opacity, paint.gloss) for paint in chosen]
         return {"materials": materials, "face_materials": places if len(materials) > 1 else None}
+
+    def _textured(self, chosen: List[Any], places: np.ndarray, arrays: MeshArrays) -> Dict[str, Any]:
+        """Materials with textures; one that goes by a colour attribute beside them has the mean of it."""
+        materials, uv = [], np.zeros((len(places), 3, 2), np.float32)
+        for number, paint in enumerate(chosen):
+            own = places == number
+            color, texture = paint.color, None
+            if paint.skin is not None and paint.skin.layer in arrays.places:
+                texture = paint.skin.texture
+                uv[own] = paint.skin.placed(arrays.places[paint.skin.layer][own])
+            elif paint.attribute in arrays.colors:
+                color = tuple(arrays.colors[paint.attribute][own].reshape(-1, 3).mean(axis=0, dtype=float))
+            materials.append(library.selvarin.Material(color, paint.opacity, paint.gloss, texture))
+        return {"materials": materials, "face_materials": places if len(materials) > 1 else None, "uv": uv}
 
     def _arrays_of(self, obj: Any) -> Optional[MeshArrays]:
         """Those of instances, and of objects that share their data, are read once."""

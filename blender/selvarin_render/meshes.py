@@ -14,7 +14,9 @@ class MeshArrays(NamedTuple):
     materials: np.ndarray  #: (M,), numbers of slots
     marks: List[np.ndarray]  #: runs of vertices along edges with a Freestyle mark
     loose: List[np.ndarray]  #: runs of vertices along edges without a face
-    colors: Dict[str, np.ndarray]  #: (M, 3) from 0 to 1 as a screen shows them, of each colour attribute; "" the active
+    colors: Dict[str, np.ndarray]  #: (M, 3, 3) by corner, from 0 to 1 as a screen shows them, of each colour attribute;
+    #: "" the active
+    places: Dict[str, np.ndarray]  #: (M, 3, 2) by corner, of each UV map; "" that of renders
 
 
 def _read(collection: Any, attribute: str, width: int, kind: Any) -> np.ndarray:
@@ -35,7 +37,8 @@ def arrays_of(mesh: Any) -> MeshArrays:
     return MeshArrays(
         _read(mesh.vertices, "co", 3, np.float32), triangles, normals[corners],
         _read(mesh.loop_triangles, "material_index", 1, np.int32), runs_of(edges[_marked(mesh)]),
-        runs_of(edges[_read(mesh.edges, "is_loose", 1, bool)]), _colors_of(mesh, triangles, corners))
+        runs_of(edges[_read(mesh.edges, "is_loose", 1, bool)]), _colors_of(mesh, triangles, corners),
+        _places_of(mesh, corners))
 
 
 def _marked(mesh: Any) -> np.ndarray:
@@ -53,9 +56,18 @@ def _colors_of(mesh: Any, triangles: np.ndarray, corners: np.ndarray) -> Dict[st
     active = mesh.color_attributes.active_color
     for attribute in mesh.color_attributes:
         values = to_screen(_read(attribute.data, "color", 4, np.float32)[:, :3])
-        found[attribute.name] = values[triangles if attribute.domain == "POINT" else corners].mean(axis=1)
+        found[attribute.name] = values[triangles if attribute.domain == "POINT" else corners]
         if active is not None and attribute.name == active.name:
             found[""] = found[attribute.name]
+    return found
+
+
+def _places_of(mesh: Any, corners: np.ndarray) -> Dict[str, np.ndarray]:
+    found: Dict[str, np.ndarray] = {}
+    for layer in mesh.uv_layers:
+        found[layer.name] = _read(layer.data, "uv", 2, np.float32)[corners]
+        if layer.active_render:
+            found[""] = found[layer.name]
     return found
 
 

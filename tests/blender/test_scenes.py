@@ -138,7 +138,7 @@ def test_nodes_are_followed_to_a_colour(scene):
     assert paint_of(material).opacity == pytest.approx(0.25)
     plain = bpy.data.materials.new("Plain")
     plain.diffuse_color, plain.roughness = (1.0, 0.0, 0.0, 0.5), 0.75
-    assert paint_of(plain).color == pytest.approx((1.0, 0.0, 0.0)) and paint_of(plain)[1:] == (0.5, 0.25, None)
+    assert paint_of(plain).color == pytest.approx((1.0, 0.0, 0.0)) and paint_of(plain)[1:] == (0.5, 0.25, None, None)
     assert paint_of(None).opacity == 1.0
 
 

@@ -84,14 +84,20 @@ TEST(SkinAreas, BordersReachBeyondTheEdgeOfTheirObject) {
 TEST(SkinAreas, WhatLiesBehindASkinHasNoBordersThere) {
     const auto stripes = textureOf(16, 16, [](int x, int) { return x / 4 % 2 == 0 ? 250 : 10; });
     const auto plain = textureOf(1, 1, [](int, int) { return 100; });
-    KivDrawnSkins drawn;
-    drawn.add(sheet(1, 0, 0, 40, 40, 0.5F, stripes));
-    drawn.add(sheet(2, 0, 0, 40, 20, 0.2F, plain));
-    SkinAreas areas(40, 40, {});
-    ASSERT_TRUE(areas.build(drawn, flat));
-    for (const auto& border : areas.borders()) {
-        for (const KivPicturePoint& p : border) {
-            EXPECT_GT(p.y, 18.0);
+    for (const bool isFirst : {false, true}) {
+        KivDrawnSkins drawn;
+        if (isFirst) {
+            drawn.add(sheet(2, 0, 0, 40, 20, 0.2F, plain));
+        }
+        drawn.add(sheet(1, 0, 0, 40, 40, 0.5F, stripes));
+        drawn.add(sheet(2, 0, 0, 40, 20, 0.2F, plain)); // in place of the former
+        SkinAreas areas(40, 40, {});
+        ASSERT_TRUE(areas.build(drawn, flat));
+        EXPECT_FALSE(areas.borders().empty());
+        for (const auto& border : areas.borders()) {
+            for (const KivPicturePoint& p : border) {
+                EXPECT_GT(p.y, 18.0);
+            }
         }
     }
 }

@@ -147,20 +147,23 @@ fi
 check_picture "$work/comic.png"
 
 # The program that reads foreign formats stands beside the library.
-cat >"$work/triangle.off" <<END
-OFF
-3 1 0
-0 0 0
-1 0 0
-0 1 0
-3 0 1 2
+cat >"$work/triangle.stl" <<END
+solid triangle
+facet normal 0 0 0
+outer loop
+vertex 0 0 0
+vertex 1 0 0
+vertex 0 1 0
+endloop
+endfacet
+endsolid triangle
 END
-"$prefix/bin/selvarin" info "$work/triangle.off" | grep -q '^triangles:  1$' || fail "the installed command line reads no foreign model"
+"$prefix/bin/selvarin" info "$work/triangle.stl" | grep -q '^triangles:  1$' || fail "the installed command line reads no foreign model"
 mv "$library/selvarin-reader" "$work/"
-said=$("$prefix/bin/selvarin" info "$work/triangle.off" 2>&1) && fail "a foreign model was read without its reader"
+said=$("$prefix/bin/selvarin" info "$work/triangle.stl" 2>&1) && fail "a foreign model was read without its reader"
 # The library names its own folder as the system does, which goes by that of the program.
 case $said in
-"selvarin: can't use \"$work/triangle.off\": the program that reads such files is missing: $prefix/"*"/selvarin-reader") ;;
+"selvarin: can't use \"$work/triangle.stl\": the program that reads such files is missing: $prefix/"*"/selvarin-reader") ;;
 *) fail "without the reader: $said" ;;
 esac
 mv "$work/selvarin-reader" "$library/"

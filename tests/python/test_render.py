@@ -80,9 +80,11 @@ def test_a_file_and_its_arrays_give_the_picture_of_the_command_line(program, tmp
 
 
 def test_foreign_files_are_read_by_the_reader(tmp_path):
-    (tmp_path / "one.off").write_text("OFF\n3 1 0\n0 0 0\n1 0 0\n0 1 0\n3 0 1 2\n")
+    corners = "vertex 0 0 0\nvertex 1 0 0\nvertex 0 1 0\n"
+    stl = f"solid one\nfacet normal 0 0 1\nouter loop\n{corners}endloop\nendfacet\nendsolid one\n"
+    (tmp_path / "one.stl").write_text(stl)
     scene = selvarin.Scene()
-    objects = scene.load(tmp_path / "one.off")
+    objects = scene.load(tmp_path / "one.stl")
     assert [each.num_triangles for each in objects] == [1]
 
 

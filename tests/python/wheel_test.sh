@@ -23,8 +23,19 @@ wheel=$(echo "$work"/dist/selvarin-*.whl)
 mkdir "$work/elsewhere"
 cd "$work/elsewhere"
 unset SELVARIN_BUILD_DIR
-printf 'OFF\n4 4 0\n0 0 0\n1 0 0\n0 1 0\n0 0 1\n3 0 2 1\n3 0 1 3\n3 1 2 3\n3 0 3 2\n' >tetra.off
-"$build/bin/selvarin" render tetra.off -o expected.png -s 80x60 -a 0 -q
+# STL comes through the program that reads foreign formats.
+facet() {
+    printf 'facet normal 0 0 0\nouter loop\nvertex %s\nvertex %s\nvertex %s\nendloop\nendfacet\n' "$@"
+}
+{
+    echo 'solid tetra'
+    facet '0 0 0' '0 1 0' '1 0 0'
+    facet '0 0 0' '1 0 0' '0 0 1'
+    facet '1 0 0' '0 1 0' '0 0 1'
+    facet '0 0 0' '0 0 1' '0 1 0'
+    echo 'endsolid tetra'
+} >tetra.stl
+"$build/bin/selvarin" render tetra.stl -o expected.png -s 80x60 -a 0 -q
 
 for place in one two; do
     site=$("$work/$place/bin/python" -c 'import os, selvarin; print(os.path.dirname(selvarin.__file__))')
@@ -36,14 +47,14 @@ import selvarin
 assert selvarin._core.library_folder().startswith(selvarin.__path__[0]), selvarin._core.library_folder()
 assert len(selvarin.styles()) > 10 and len(selvarin.shaders()) >= 4 and len(selvarin.papers()) >= 4
 scene = selvarin.Scene()
-scene.load("tetra.off")
+scene.load("tetra.stl")
 selvarin.render(scene, (80, 60), antialias=0).save("picture.png")
 selvarin.draw(scene, (80, 60)).save("drawing.svg")
 PYTHON
     cmp expected.png picture.png || fail "another picture than that of the command line"
     grep -q '<path' drawing.svg || fail "an empty drawing"
     "$work/$place/bin/selvarin" --version | grep -q '^selvarin 2' || fail "the program"
-    "$work/$place/bin/python" -m selvarin render tetra.off -o program.png -s 80x60 -a 0 -q
+    "$work/$place/bin/python" -m selvarin render tetra.stl -o program.png -s 80x60 -a 0 -q
     cmp expected.png program.png || fail "the program draws another picture"
     rm picture.png program.png drawing.svg
 done

@@ -10,8 +10,7 @@
 // repeat them. Faces that touch or lie in one plane make no line.
 //
 // The faces are sorted along a space-filling curve, and a binary tree of their boxes finds the pairs that may cross;
-// each pair is
-// then cut. Time grows with the number of faces and of pairs that come near one another.
+// each pair is then cut. Time grows with the number of faces and of pairs that come near one another.
 #ifndef KIVRENDER_LINES_KIVSURFACECROSSINGS_H
 #define KIVRENDER_LINES_KIVSURFACECROSSINGS_H
 

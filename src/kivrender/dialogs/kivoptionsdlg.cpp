@@ -32,7 +32,7 @@ constexpr StandardSize standardSizes[] = {
 constexpr int viewEntry = 0;
 constexpr int customEntry = 5;
 
-// 0 for a text that is no number; one that is too large becomes the largest.
+// 0 for a text without a number; one that is too large becomes the largest.
 int toNumber(const std::wstring& text) {
     const long long value = std::wcstoll(text.c_str(), nullptr, 10);
     return static_cast<int>(

@@ -84,7 +84,7 @@ public:
     // template or commonManager.
     int Create(KivDataManager* manager, KivCommonDataManager* commonManager, SIZE proportions, HWND parent);
 
-    // Stores what stands in the controls, unchecked: text that is no number counts as 0. False without a window or if
+    // Stores what stands in the controls, unchecked: text without a number counts as 0. False without a window or if
     // the host can't keep it.
     bool OnApply();
     // Shows the window for non-zero, hides it otherwise. Always 1.

@@ -9,7 +9,7 @@
 #include "kivrender/geometry/kivvec.h"
 
 struct KivViewpoint {
-    // Which of the two `place` is.
+    // Whether `place` is the eye; else it is the direction towards the viewer.
     bool perspective = false;
     KivVec place{0.0, 0.0, 1.0}; // the eye, or the direction
 

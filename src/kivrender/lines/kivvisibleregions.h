@@ -39,7 +39,7 @@ struct KivSeenCorner {
 
 class KivCastShadows;
 
-// What is visible of one look and hangs together.
+// A connected piece of the visible part of one look.
 struct KivVisibleRegion {
     std::uint32_t look = 0;
     double area = 0.0;               // in square pixels

@@ -117,7 +117,7 @@ private:
     void empty();
 
     KivVectorDrawing& drawing;
-    // What is in force again at its end.
+    // The collectors in force before this one, which its end restores.
     KivDrawingCollector* former;
     KivVectorDrawing* formerDrawing = nullptr;
     KivDrawnSkins* formerSkins = nullptr;

@@ -28,7 +28,7 @@ class KivScene;
 // Takes so many rows, from the top down and without padding. False ends the render.
 using KivTakeRows = std::function<bool(const std::uint8_t* rows, std::int32_t count)>;
 
-// What is wanted, and where it goes. All functions are called on the calling thread.
+// The picture that is wanted and its receivers. All functions are called on the calling thread.
 struct KivTiledPicture {
     tagSIZE size{}; // finished
     // The side of a tile without its margins, in pixels of the finished picture; 0 for one by the memory that it takes.

@@ -50,7 +50,7 @@ public:
     // The viewing direction, of any length: location plus direction is the point looked at.
     void setDirection(Kiv3DVector vector);
     Kiv3DVector getDirection() const;
-    // What is up in the picture, of any length; not along the direction.
+    // The direction that points up in the picture, of any length; not along the direction of view.
     void setUp(Kiv3DVector vector);
     Kiv3DVector getUp() const;
     // Whether lines of sight meet in the eye or run side by side.

@@ -41,7 +41,7 @@ public:
     // The light that is everywhere, in shadows too.
     std::uint32_t getAmbientLight() const;
     void setAmbientLight(std::uint32_t value);
-    // What lies behind everything, unless a shader paints there.
+    // The colour behind everything, unless a shader paints there.
     std::uint32_t getBackgroundColor() const;
     void setBackgroundColor(std::uint32_t value);
     // Paths, or empty for none.

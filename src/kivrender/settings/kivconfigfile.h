@@ -22,7 +22,7 @@ public:
 
     // Decimal.
     bool write(const wchar_t* section, const wchar_t* key, std::uint32_t value);
-    // True unless the key is there with an empty value; a text that is no number gives 0. Read as a signed number of 32
+    // True unless the key is there with an empty value; a text without a number gives 0. Read as a signed number of 32
     // bits: a value above 2147483647 does not survive.
     bool read(const wchar_t* section, const wchar_t* key, std::uint32_t& out, std::uint32_t defaultValue) const;
 

@@ -163,7 +163,7 @@ void KivProperty::report(std::FILE* file) const {
         std::fprintf(file, "String: %s\n", kivToUtf8(read<std::wstring>(*this)).c_str());
         break;
     case UnsignedShort:
-        // The letter behind each of the last two numbers has always been part of the line.
+        // The format ends each of the last two numbers with a letter.
         std::fprintf(file, "UnsignedShort: %uh\n", static_cast<unsigned int>(read<unsigned short>(*this)));
         break;
     case UnsignedLong:

@@ -83,7 +83,7 @@ bool isSamePlace(const KivCartoonVertex& a, const KivCartoonVertex& b) {
 // From low to high, which are the ends of a side by their value, for the same point in both triangles of the side.
 KivCartoonVertex crossing(const KivCartoonVertex& low, const KivCartoonVertex& high, float KivCartoonVertex::*value,
                           float edge) {
-    // An end that is no number counts as below every edge; the side is then cut at its other end.
+    // An end that is NaN counts as below every edge; the side is then cut at its other end.
     const double share = (static_cast<double>(edge) - low.*value) / (static_cast<double>(high.*value) - low.*value);
     const double t = share >= 0.0 ? share : 1.0;
     const auto mix = [t](float a, float b) { return static_cast<float>(a + (static_cast<double>(b) - a) * t); };
@@ -146,7 +146,7 @@ KivAreaTones::KivAreaTones(const KivCartoonColors& meanColors, KivCartoonLayer o
     for (std::size_t i = 0; i <= edges.size(); ++i) {
         add(stepMiddle(edges, i), glosses);
     }
-    // What is evenly lit.
+    // Evenly lit places may have any step of the ramp.
     for (int i = 0; i < kivRampEntries; ++i) {
         add(static_cast<double>(i) / (kivRampEntries - 1), glosses);
     }

@@ -23,7 +23,7 @@ Colour meanOf(const std::vector<kivimport::Vec3>& colours) {
     return {sum.x * share, sum.y * share, sum.z * share};
 }
 
-// What is cut out has no part in the mean.
+// Pixels that are cut out have no part in the mean.
 Colour meanOf(const std::vector<std::uint8_t>& pixels, double cutOut) {
     double sum[3] = {};
     double count = 0.0;

@@ -72,7 +72,7 @@ TEST(KivMeshAhead, WhatIsFoundAheadIsTheSame) {
     Balls balls(3000);
     const Found expected = find(balls);
     EXPECT_GT(expected.pieces.size(), 20U);
-    // Which of the two threads is faster is left to chance.
+    // Chance decides which of the two threads is faster.
     for (int round = 0; round < 30; ++round) {
         balls.one = KivMesh(balls.one); // forgets what was kept
         const KivMeshAhead ahead(balls.requests());

@@ -90,6 +90,8 @@ private:
     void forgetTriangles();
     void drawVectorTriangle(const KivShadedMesh& model, const KivMesh& mesh, const KivCommonSettings& settings,
                             const KivScene& scene, bool hasShadows, int pass, KivCartoonShare share);
+    // An object in all its tones at once, with its rim of light. Leaves blending off.
+    void drawLit(const KivMesh& mesh, const KivCommonSettings& settings, KivScene& scene, bool vectorial);
     void drawRim(const KivShadedMesh& model, const KivCartoonLook& look, const KivCommonSettings& settings,
                  const KivScene& scene, KivCartoonPainter& painter);
     const KivCartoonBatch& batchOf(const KivMesh& mesh, const KivCartoonLook& look, const KivCommonSettings& settings,

@@ -421,6 +421,24 @@ const KivCartoonBatch& KivCartoonShader::batchOf(const KivMesh& mesh, const KivC
     return entry->second;
 }
 
+void KivCartoonShader::drawLit(const KivMesh& mesh, const KivCommonSettings& settings, KivScene& scene,
+                               bool vectorial) {
+    glDisable(GL_BLEND);
+    const KivCartoonLook look = lookOf(mesh);
+    const KivShadedMesh model = modelOf(mesh, look, settings);
+    buildBatch(model, mesh, look, settings, scene, scratch);
+    KivCartoonPainter painter(&skins);
+    KivDrawing::beginObject(&mesh, vectorial);
+    const KivCartoonColors colors = colorsOf(mesh, look, settings);
+    painter.draw(scratch, colors, KivCartoonLayer::full, 1, vectorial);
+    if (vectorial) {
+        tellSkin(mesh, scratch, colors);
+    }
+    if (look.rim.width > 0.0) {
+        drawRim(model, look, settings, scene, painter);
+    }
+}
+
 void KivCartoonShader::render(KivBitmapManager* surface, const KivCommonSettings& settings, const KivCamera&,
                               KivScene* scene, tagSIZE, KivShaderCommunication& communication, bool named) {
     const bool vectorial = settings.doVectorial();
@@ -439,20 +457,7 @@ void KivCartoonShader::render(KivBitmapManager* surface, const KivCommonSettings
             communication.getPolygonOffset(&factor, &units);
             glEnable(GL_POLYGON_OFFSET_FILL);
             glPolygonOffset(factor, units);
-            glDisable(GL_BLEND);
-            const KivCartoonLook look = lookOf(*mesh);
-            const KivShadedMesh model = modelOf(*mesh, look, settings);
-            buildBatch(model, *mesh, look, settings, *scene, scratch);
-            KivCartoonPainter painter(&skins);
-            KivDrawing::beginObject(mesh, vectorial);
-            const KivCartoonColors colors = colorsOf(*mesh, look, settings);
-            painter.draw(scratch, colors, KivCartoonLayer::full, 1, vectorial);
-            if (vectorial) {
-                tellSkin(*mesh, scratch, colors);
-            }
-            if (look.rim.width > 0.0) {
-                drawRim(model, look, settings, *scene, painter);
-            }
+            drawLit(*mesh, settings, *scene, vectorial);
         }
         if (KivProgress* progress = kivCurrentProgress()) {
             progress->advance(2, false);
@@ -531,18 +536,5 @@ void KivCartoonShader::renderOpaqueMesh(const KivMesh* mesh, const KivCommonSett
         return;
     }
     const KivGlState state;
-    const KivCartoonLook look = lookOf(*mesh);
-    const KivShadedMesh model = modelOf(*mesh, look, settings);
-    buildBatch(model, *mesh, look, settings, *scene, scratch);
-    KivCartoonPainter painter(&skins);
-    KivDrawing::beginObject(mesh, vectorial);
-    glDisable(GL_BLEND);
-    const KivCartoonColors colors = colorsOf(*mesh, look, settings);
-    painter.draw(scratch, colors, KivCartoonLayer::full, 1, vectorial);
-    if (vectorial) {
-        tellSkin(*mesh, scratch, colors);
-    }
-    if (look.rim.width > 0.0) {
-        drawRim(model, look, settings, *scene, painter);
-    }
+    drawLit(*mesh, settings, *scene, vectorial);
 }

@@ -41,6 +41,9 @@ public:
 
 private:
     void release() {
+        if (hasHeader) {
+            av_write_trailer(format); // else the writer of gifs keeps its last packet for good
+        }
         sws_freeContext(scaler);
         av_packet_free(&packet);
         av_frame_free(&frame);
@@ -77,6 +80,7 @@ private:
     SwsContext* scaler = nullptr;
     std::unique_ptr<FilmPalette> palette; // of a gif
     std::int64_t number = 0;
+    bool hasHeader = false; // and no trailer yet
 };
 
 void FfmpegFilm::open(tagSIZE size, int framesPerSecond) {
@@ -99,6 +103,7 @@ void FfmpegFilm::open(tagSIZE size, int framesPerSecond) {
     const int result = avformat_write_header(format, &options);
     av_dict_free(&options);
     check(result);
+    hasHeader = true;
 }
 
 void FfmpegFilm::openCodec(tagSIZE size, int framesPerSecond) {
@@ -195,6 +200,7 @@ void FfmpegFilm::add(const KivImage& picture) {
 
 void FfmpegFilm::finish() {
     encode(nullptr);
+    hasHeader = false;
     check(av_write_trailer(format));
     check(avio_closep(&format->pb));
 }

@@ -121,7 +121,7 @@ TEST(DeviceContext, NeedsAPixelFormatBeforeAnOpenGlContext) {
     const HDC dc = kivCreateCompatibleDeviceContext(kivScreenDeviceContext());
     EXPECT_EQ(kivCreateGlContext(dc), nullptr);
     EXPECT_EQ(kivGlFailure().kind, KivGlFailure::wrongUse);
-    EXPECT_FALSE(kivSetPixelFormat(dc, 2));
+    EXPECT_FALSE(kivSetPixelFormat(dc, 3));
     EXPECT_EQ(kivGlFailure().kind, KivGlFailure::wrongUse);
     EXPECT_EQ(kivGlFailure().detail, "no such pixel format");
     EXPECT_TRUE(kivDeleteDeviceContext(dc));

@@ -21,6 +21,7 @@
 #include "kivrender/platform/kivtext.h"
 #include "kivrender/render/kivshapesahead.h"
 #include "kivrender/settings/kivcommonsettings.h"
+#include "kivrender/shader/kivshaderstencil.h"
 
 #include <algorithm>
 #include <cmath>
@@ -245,7 +246,9 @@ private:
         // The driver is as slow to start as a model is to read, and there is a second core for it.
         static bool isWarm = false;
         if (!isWarm) {
-            warmUp = std::async(std::launch::async, [size = renderSize()] { return kivWarmUpGl(size); });
+            warmUp = std::async(std::launch::async, [size = renderSize(), stencil = kivNeedsStencil(options.shadows)] {
+                return kivWarmUpGl(size, stencil);
+            });
             isWarm = true;
         }
     }

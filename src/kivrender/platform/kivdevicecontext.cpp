@@ -4,6 +4,7 @@
 #include "kivrender/platform/kivsystemerror.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <utility>
 
@@ -11,10 +12,15 @@ namespace {
 
 constexpr int bitsPerPixel = 32;
 
-// There is one format: what the framebuffer of every context has. It counts as the system's own, generic one whatever
-// draws in the end, since renders ask for that.
-constexpr KivPixelFormat onlyFormat{
-    PFD_DRAW_TO_BITMAP | PFD_SUPPORT_OPENGL | PFD_GENERIC_FORMAT, PFD_TYPE_RGBA, bitsPerPixel, 8, 32, 8};
+// What framebuffers have, the lesser first, as callers take the first format that has all they ask for. They count as
+// the system's own, generic ones whatever draws in the end, since renders ask for that.
+constexpr std::uint32_t formatFlags = PFD_DRAW_TO_BITMAP | PFD_SUPPORT_OPENGL | PFD_GENERIC_FORMAT;
+constexpr std::array<KivPixelFormat, 2> formats{
+    {{formatFlags, PFD_TYPE_RGBA, bitsPerPixel, 8, 32, 0}, {formatFlags, PFD_TYPE_RGBA, bitsPerPixel, 8, 32, 8}}};
+
+bool isFormat(int number) {
+    return number >= 1 && number <= static_cast<int>(formats.size());
+}
 
 std::shared_ptr<KivDeviceContextObject> findOrFail(HDC dc) {
     auto object = kivDeviceContextTable().find(dc);
@@ -117,18 +123,22 @@ int kivBitsPerPixel(HDC dc) {
 }
 
 int kivPixelFormatCount(HDC dc) {
-    return findOrFail(dc) != nullptr ? 1 : 0;
+    return findOrFail(dc) != nullptr ? static_cast<int>(formats.size()) : 0;
+}
+
+bool kivHasStencil(int pixelFormat) {
+    return isFormat(pixelFormat) && formats[static_cast<std::size_t>(pixelFormat) - 1].stencilBits > 0;
 }
 
 bool kivDescribePixelFormat(HDC dc, int number, KivPixelFormat* format) {
     if (findOrFail(dc) == nullptr || format == nullptr) {
         return false;
     }
-    if (number != 1) {
+    if (!isFormat(number)) {
         kivSetLastError(kivErrorInvalidParameter);
         return false;
     }
-    *format = onlyFormat;
+    *format = formats[static_cast<std::size_t>(number) - 1];
     return true;
 }
 
@@ -138,11 +148,11 @@ bool kivSetPixelFormat(HDC dc, int number) {
         return kivFailGl({KivGlFailure::wrongUse, 0, "a handle that is gone"});
     }
     const auto bitmap = kivBitmapTable().find(object->selected);
-    if (number != 1 || bitmap == nullptr) {
+    if (!isFormat(number) || bitmap == nullptr) {
         return kivFailGl({KivGlFailure::wrongUse, 0, "no such pixel format"});
     }
     KivGlFailure failure;
-    object->prepared = kivTakeGlContext(bitmap->size, &failure);
+    object->prepared = kivTakeGlContext(bitmap->size, kivHasStencil(number), &failure);
     if (object->prepared == nullptr) {
         return kivFailGl(failure);
     }

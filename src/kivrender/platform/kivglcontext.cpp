@@ -132,8 +132,8 @@ std::shared_ptr<KivGlContextObject> KivGlContextObject::make(KivGlFailure* failu
     return object->context != EGL_NO_CONTEXT ? object : nullptr;
 }
 
-bool KivGlContextObject::fit(tagSIZE size, KivGlFailure* failure) {
-    if (framebuffer.size() == size) {
+bool KivGlContextObject::fit(tagSIZE size, bool withStencil, KivGlFailure* failure) {
+    if (framebuffer.size() == size && (framebuffer.hasStencil() || !withStencil)) {
         return true;
     }
     const KivEglRestore restore(display);
@@ -142,10 +142,10 @@ bool KivGlContextObject::fit(tagSIZE size, KivGlFailure* failure) {
         return false;
     }
     framebuffer.destroy();
-    return framebuffer.create(size, failure);
+    return framebuffer.create(size, withStencil, failure);
 }
 
-std::shared_ptr<KivGlContextObject> kivTakeGlContext(tagSIZE size, KivGlFailure* failure) {
+std::shared_ptr<KivGlContextObject> kivTakeGlContext(tagSIZE size, bool withStencil, KivGlFailure* failure) {
     std::shared_ptr<KivGlContextObject> object;
     {
         const std::lock_guard<std::mutex> guard(warmMutex);
@@ -165,7 +165,7 @@ std::shared_ptr<KivGlContextObject> kivTakeGlContext(tagSIZE size, KivGlFailure*
     if (object == nullptr) {
         object = KivGlContextObject::make(failure);
     }
-    if (object == nullptr || !object->fit(size, failure)) {
+    if (object == nullptr || !object->fit(size, withStencil, failure)) {
         return nullptr;
     }
     if (kivKeepsGlContexts()) {
@@ -217,7 +217,7 @@ HGLRC kivCreateGlContext(HDC dc) {
     object->prepared = nullptr;
     if (context == nullptr) {
         KivGlFailure failure;
-        context = kivTakeGlContext(bitmap->size, &failure);
+        context = kivTakeGlContext(bitmap->size, kivHasStencil(object->pixelFormat), &failure);
         if (context == nullptr) {
             kivFailGl(failure);
             return nullptr;
@@ -289,6 +289,10 @@ HGLRC kivCurrentGlContext() {
 }
 
 bool kivWarmUpGl(tagSIZE size) {
+    return kivWarmUpGl(size, true);
+}
+
+bool kivWarmUpGl(tagSIZE size, bool withStencil) {
     KivGlFailure failure;
     const std::lock_guard<std::mutex> guard(warmMutex);
     std::shared_ptr<KivGlContextObject>& object = warmContext();
@@ -298,7 +302,7 @@ bool kivWarmUpGl(tagSIZE size) {
     if (object == nullptr) {
         return kivFailGl(failure);
     }
-    if (size.cx > 0 && size.cy > 0 && !object->fit(size, &failure)) {
+    if (size.cx > 0 && size.cy > 0 && !object->fit(size, withStencil, &failure)) {
         return kivFailGl(failure);
     }
     return true;

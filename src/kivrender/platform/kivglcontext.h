@@ -2,9 +2,10 @@
 // for them off screen, through EGL without any window system.
 //
 // An OpenGL context draws into a framebuffer object of the size of the bitmap: 32 bits of colour, 32 of depth as
-// floating point, 8 of stencil. The bitmap gets the picture each time the context is released. What is in the
-// framebuffer, depth and stencil included, and all state survive a release, so drawing goes on where it stood. A
-// context that the caller had current when one of ours was taken is current again when ours is released.
+// floating point, 8 of stencil or none, as the pixel format says. The bitmap gets the picture each time the context is
+// released. What is in the framebuffer, depth and stencil included, and all state survive a release, so drawing goes on
+// where it stood. A context that the caller had current when one of ours was taken is current again when ours is
+// released.
 //
 // Environment, read once:
 //   SELVARIN_GL=software|gpu|auto   what draws. software and auto: Mesa in software. gpu: the first device of EGL that

@@ -127,17 +127,21 @@ bool KivGlFramebuffer::createTargets() {
     }
     glBindTexture(GL_TEXTURE_2D, 0);
     glBindRenderbuffer(GL_RENDERBUFFER, depthStencil);
-    glRenderbufferStorage(GL_RENDERBUFFER, GL_DEPTH32F_STENCIL8, extent.cx, extent.cy);
+    // Beside a stencil a depth of 32 bits takes eight bytes for each pixel, twice as much as without.
+    glRenderbufferStorage(GL_RENDERBUFFER, stencilled ? GL_DEPTH32F_STENCIL8 : GL_DEPTH_COMPONENT32F, extent.cx,
+                          extent.cy);
     glBindRenderbuffer(GL_RENDERBUFFER, 0);
-    glFramebufferRenderbuffer(GL_FRAMEBUFFER, GL_DEPTH_STENCIL_ATTACHMENT, GL_RENDERBUFFER, depthStencil);
+    glFramebufferRenderbuffer(GL_FRAMEBUFFER, stencilled ? GL_DEPTH_STENCIL_ATTACHMENT : GL_DEPTH_ATTACHMENT,
+                              GL_RENDERBUFFER, depthStencil);
     const bool isSound = glGetError() == GL_NO_ERROR;
     return isSound && glCheckFramebufferStatus(GL_FRAMEBUFFER) == GL_FRAMEBUFFER_COMPLETE && hasColourOf8Bits() &&
            attachmentBits(GL_DEPTH_ATTACHMENT, GL_FRAMEBUFFER_ATTACHMENT_DEPTH_SIZE) >= 32 &&
-           attachmentBits(GL_STENCIL_ATTACHMENT, GL_FRAMEBUFFER_ATTACHMENT_STENCIL_SIZE) >= 8;
+           (!stencilled || attachmentBits(GL_STENCIL_ATTACHMENT, GL_FRAMEBUFFER_ATTACHMENT_STENCIL_SIZE) >= 8);
 }
 
-bool KivGlFramebuffer::create(tagSIZE newSize, KivGlFailure* failure) {
+bool KivGlFramebuffer::create(tagSIZE newSize, bool withStencil, KivGlFailure* failure) {
     extent = newSize;
+    stencilled = withStencil;
     if (!checkLimits(failure)) {
         extent = {};
         return false;
@@ -183,6 +187,7 @@ void KivGlFramebuffer::destroy() {
     framebuffer = 0;
     colour = 0;
     depthStencil = 0;
+    stencilled = false;
     extent = {};
 }
 

@@ -10,9 +10,9 @@
 
 class KivGlFramebuffer {
 public:
-    // Makes colour, depth and stencil of that size and binds them. Black, depth and stencil 0 at first. False, with
-    // *failure telling why, if the driver can't: nothing is bound then.
-    bool create(tagSIZE newSize, KivGlFailure* failure);
+    // Makes colour, depth and, if it is wanted, a stencil of that size and binds them. Black, depth and stencil 0 at
+    // first. False, with *failure telling why, if the driver can't: nothing is bound then.
+    bool create(tagSIZE newSize, bool withStencil, KivGlFailure* failure);
     // Bound and as create leaves it, after it was drawn into.
     void renew() const;
     // The names themselves; what is bound to them becomes unbound.
@@ -20,6 +20,9 @@ public:
 
     tagSIZE size() const {
         return extent;
+    }
+    bool hasStencil() const {
+        return stencilled;
     }
     // Both leave all state of the context as it was. pixels holds the rows without padding, blue first, the bottom row
     // first: all of them, or count rows from that one on.
@@ -35,6 +38,7 @@ private:
     unsigned int framebuffer = 0;
     unsigned int colour = 0; // a texture: only those let the caller choose the order of the bytes
     unsigned int depthStencil = 0;
+    bool stencilled = false;
 };
 
 #endif

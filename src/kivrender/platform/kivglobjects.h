@@ -19,8 +19,9 @@ struct KivGlContextObject : KivDrawnPicture {
 
     // Null on failure, with *failure telling why.
     static std::shared_ptr<KivGlContextObject> make(KivGlFailure* failure);
-    // Gives the framebuffer that size, if it has another. What the thread had current stays so.
-    bool fit(tagSIZE size, KivGlFailure* failure);
+    // Gives the framebuffer that size, if it has another, and a stencil, if it has none. What the thread had current
+    // stays so.
+    bool fit(tagSIZE size, bool withStencil, KivGlFailure* failure);
 
     EGLDisplay display = EGL_NO_DISPLAY;
     EGLContext context = EGL_NO_CONTEXT;
@@ -45,8 +46,11 @@ using KivGlContextTable = KivHandleTable<KivGlContextObject, HGLRC>;
 KivDeviceContextTable& kivDeviceContextTable();
 KivGlContextTable& kivGlContextTable();
 
+// Whether the pixel format of that number has one.
+bool kivHasStencil(int pixelFormat);
+
 // A context with a framebuffer of that size: the one that was warmed up, if there is one, or a new one.
-std::shared_ptr<KivGlContextObject> kivTakeGlContext(tagSIZE size, KivGlFailure* failure);
+std::shared_ptr<KivGlContextObject> kivTakeGlContext(tagSIZE size, bool withStencil, KivGlFailure* failure);
 
 // For kivKeepGlContexts; all with the context current. Saves the state of a fresh context; brings a used one back to
 // it, or tells that it is not to be used again.

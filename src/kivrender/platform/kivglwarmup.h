@@ -14,6 +14,9 @@
 // and more than once; a render that starts meanwhile waits for it. No context is current on the calling thread
 // afterwards that was not before. False if there is no usable OpenGL; a render then fails with a message as well.
 KIV_API bool kivWarmUpGl(tagSIZE size);
+// withStencil: false where the surface will want none, which halves the memory of its depth. If it wants one after all,
+// the framebuffer is made anew.
+KIV_API bool kivWarmUpGl(tagSIZE size, bool withStencil);
 
 // Whether the context of a surface that ends is kept for the next one: with it the machine code stays that a driver
 // without graphics makes for what is drawn, which takes longer than a small picture itself. State and small names of

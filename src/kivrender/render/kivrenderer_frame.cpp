@@ -22,6 +22,7 @@
 #include "kivrender/shader/kivnoncombinableshader.h"
 #include "kivrender/shader/kivobjectnumbers.h"
 #include "kivrender/shader/kivpicturetile.h"
+#include "kivrender/shader/kivshaderstencil.h"
 #include "kivrender/vector/gl2pspage.h"
 #include "kivrender/vector/kivvectorpage.h"
 #include "kivrender/vector/kivvectorprogress.h"
@@ -58,12 +59,13 @@ void clearSurface(KivBitmapManager& surface) {
 }
 
 // isReduced: the picture is made smaller at the end, and is read for that in bands.
-bool openContext(KivBitmapManager& surface, tagSIZE size, bool isReduced) {
+bool openContext(KivBitmapManager& surface, tagSIZE size, bool isReduced, bool hasShadows) {
     wchar_t folder[kivMaxPath] = {};
     if (KivHostApplicationServices* const host = KivHostApplicationServices::getDefaultHost()) {
         host->getVirtualMemoryFolder(folder);
     }
-    if (wglCreateDefaultBitmapDC(&surface, &size, 32, 0, 32, 8, PFD_GENERIC_FORMAT, folder, true) == 0) {
+    const std::uint8_t stencilBits = kivNeedsStencil(hasShadows) ? 8 : 0;
+    if (wglCreateDefaultBitmapDC(&surface, &size, 32, 0, 32, stencilBits, PFD_GENERIC_FORMAT, folder, true) == 0) {
         return false;
     }
     surface.lock();
@@ -172,7 +174,8 @@ void KivRenderer::startRendering(const KivCommonSettings& settings, const KivCam
                                  KivBitmapManager* surface, tagSIZE size, KivNonCombinableShader* shader,
                                  KivProgress* progress) {
     clearSurface(*surface);
-    if (!openContext(*surface, size, settings.getAntialias() != 0 && !settings.doVectorial())) {
+    const bool isReduced = settings.getAntialias() != 0 && !settings.doVectorial();
+    if (!openContext(*surface, size, isReduced, settings.doShadows())) {
         return;
     }
     setSmoothing(settings.getAntialias() != 0);

@@ -77,6 +77,10 @@ KIV_PLUGIN_EXPORT void KivShaderDelete(KivShader* shader) {
     delete shader;
 }
 
+KIV_PLUGIN_EXPORT bool KivShaderUsesStencil(const KivShader*) {
+    return false; // but in renders with shadows
+}
+
 KIV_PLUGIN_EXPORT int KivShaderSettings(const KivSettingInfo** table) {
     return kivBackdropTable(table);
 }

@@ -300,7 +300,7 @@ TEST_P(Drawing, AreasAndLinesLookLikeThePicture) {
 }
 
 TEST_P(Drawing, SimplifiedItStillLooksLikeThePicture) {
-    compare({"--base", "Cartoon", "--add", "Outline", "--simplify"}, {"svg", "ai", "ps"}, 0.979);
+    compare({"--base", "Cartoon", "--add", "Outline", "--simplify"}, {"svg", "ai", "ps"}, 0.98);
 }
 
 TEST_P(Drawing, RimsOfWashesLookLikeThoseOfThePicture) {

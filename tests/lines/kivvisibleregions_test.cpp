@@ -181,6 +181,23 @@ TEST(VisibleRegions, TonesThatAreSpecksJoinTonesOfTheirOwnBodyAlone) {
     EXPECT_EQ(picture.regions()[1].look, 2U);
 }
 
+// Rings within each other, as of a soft highlight: 7, 5 and 4 px, and the same of 3 in all.
+TEST(VisibleRegions, SmallTonesThatTouchAreOneIsland) {
+    const std::vector<SeenFace> large = {square(0, 0, 10, 10, 0.5, 0), square(3, 3, 7, 7, 0.4, 1),
+                                         square(3.5, 3.5, 6.5, 6.5, 0.3, 2), square(4, 4, 6, 6, 0.2, 3)};
+    const std::vector<SeenFace> small = {square(0, 0, 10, 10, 0.5, 0), square(3, 3, 5, 4.5, 0.4, 1),
+                                         square(3.5, 3.5, 4.5, 4, 0.3, 2)};
+    for (const auto* faces : {&large, &small}) {
+        KivVisibleRegions picture(10, 10);
+        for (const SeenFace& face : *faces) {
+            picture.add(face.corners, face.look);
+        }
+        picture.setSmallestTone(12.0, {7, 7, 7, 7});
+        ASSERT_TRUE(picture.find());
+        EXPECT_EQ(picture.regions().size(), faces == &large ? 4U : 1U);
+    }
+}
+
 std::vector<SeenFace> soup(unsigned int seed, int count, int places, int depths, int looks) {
     RawRandom random(seed);
     const auto below = [&](int n) { return static_cast<int>(random.below(static_cast<unsigned int>(n))); };

@@ -10,6 +10,7 @@
 #include <limits>
 #include <numbers>
 #include <numeric>
+#include <tuple>
 
 namespace {
 
@@ -19,7 +20,7 @@ using Indices = std::vector<std::uint32_t>;
 constexpr std::uint32_t none = 0xffffffffU;
 // A transition over more of the incidence than this is no border of flat tones.
 constexpr double widestBorder = 0.1;
-// A neck on both sides of an edge of the mesh is this wide at least, in pixels of the finished picture, where it shows.
+// Of what hangs together, in pixels of the finished picture, where it shows.
 constexpr double thinnestNeck = 1.0;
 
 bool isSame(const KivCartoonVertex& a, const KivCartoonVertex& b) {
@@ -83,9 +84,11 @@ public:
         std::iota(parts.begin(), parts.end(), 0U);
         room.assign(batch.vertices.size(), 0.0F);
         isOpen.assign(batch.vertices.size(), false);
+        necks.clear();
         for (std::size_t i = 0; i + 2 < corners.size(); i += 3) {
-            add(&corners[i], areas[i / 3], value, edge.at, rules.thinnestNeck, isBeyond);
+            add(&corners[i], areas[i / 3], value, edge.at, isBeyond);
         }
+        joinAcrossNecks(rules.thinnestNeck);
         for (const std::uint32_t v : corners) {
             const std::uint32_t part = find(v);
             // Those that meet no other tone along a side are bounded by edges alone.
@@ -104,6 +107,13 @@ public:
     }
 
 private:
+    // Between two vertices beyond an edge, in a triangle whose third one is not.
+    struct Neck {
+        std::uint32_t p;
+        std::uint32_t q;
+        double width; // in pixels of the image that is drawn into
+    };
+
     static float areaOf(const KivWindowPoint& a, const KivWindowPoint& b, const KivWindowPoint& c) {
         const double area = 0.5 * std::fabs((b.x - a.x) * (c.y - a.y) - (c.x - a.x) * (b.y - a.y));
         // What reaches behind the eye is large.
@@ -119,8 +129,7 @@ private:
     }
 
     template <class IsBeyond>
-    void add(const std::uint32_t* triangle, float area, Value value, float at, double thinnest,
-             const IsBeyond& isBeyond) {
+    void add(const std::uint32_t* triangle, float area, Value value, float at, const IsBeyond& isBeyond) {
         int beyond = 0;
         std::size_t odd = 0; // the corner that is alone on its side
         bool sides[3];
@@ -160,9 +169,24 @@ private:
         const double roomQ = (1.0 - shareQ) * distance(tip, q);
         room[roomP > roomQ ? p : q] += area - cut;
         isOpen[p] = isOpen[q] = true;
-        // The negation keeps together what reaches behind the eye.
-        if (!(std::min(roomP, roomQ) < thinnest)) {
-            join(p, q);
+        necks.push_back({std::min(p, q), std::max(p, q), std::min(roomP, roomQ)});
+    }
+
+    // The part about a side of triangles is as wide as what lies on both sides of it: a strip along a row of them has
+    // its two halves in two triangles.
+    void joinAcrossNecks(double thinnest) {
+        std::sort(necks.begin(), necks.end(),
+                  [](const Neck& a, const Neck& b) { return std::tie(a.p, a.q) < std::tie(b.p, b.q); });
+        for (std::size_t i = 0; i < necks.size();) {
+            const Neck& first = necks[i];
+            double width = 0.0;
+            for (; i < necks.size() && necks[i].p == first.p && necks[i].q == first.q; ++i) {
+                width += necks[i].width;
+            }
+            // The negation keeps together what reaches behind the eye.
+            if (!(width < thinnest)) {
+                join(first.p, first.q);
+            }
         }
     }
 
@@ -183,6 +207,7 @@ private:
     Indices parts;
     std::vector<float> room;
     std::vector<bool> isOpen;
+    std::vector<Neck> necks;
 };
 
 void addEdge(std::vector<KivToneEdge>& edges, double below, double at, double above) {

@@ -22,7 +22,7 @@ struct KivToneEdge {
 
 struct KivSpeckRules {
     double smallestArea = 0.0; // in square pixels of the image that is drawn into
-    double thinnestNeck = 0.0; // in its pixels: parts that hang together by less than this each way do not
+    double thinnestNeck = 0.0; // in its pixels: what hangs together by less than this does not
     std::vector<KivToneEdge> light;
     std::vector<KivToneEdge> shine;
 };

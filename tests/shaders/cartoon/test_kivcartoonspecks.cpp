@@ -168,6 +168,19 @@ TEST(KivRemoveSpecks, AThinNeckDoesNotHoldAnIsland) {
     EXPECT_EQ(net.light(4, 5), 0.9F);
 }
 
+TEST(KivRemoveSpecks, AStripAboutARowOfVerticesIsAsWideAsItsTwoHalves) {
+    // 2.3 pixels on each side of the row.
+    Net net(12);
+    for (int i = 1; i < 11; ++i) {
+        net.light(i, 6) = 0.9F;
+    }
+    net.remove(60.0, 3.0);
+    EXPECT_EQ(net.light(1, 6), 0.9F);
+    EXPECT_EQ(net.light(10, 6), 0.9F);
+    net.remove(60.0, 6.0);
+    EXPECT_EQ(net.light(10, 6), middle.below);
+}
+
 TEST(KivRemoveSpecks, WhatEdgesBoundOnAllSidesStays) {
     // A square of two cells that shares no vertex with the net.
     Net net(12);

@@ -57,13 +57,45 @@ std::uint32_t RegionMerge::bodyOf(std::uint32_t number) const {
     return number < rules.bodyOfLook->size() ? (*rules.bodyOfLook)[number] : noLook;
 }
 
+bool RegionMerge::isOfOneBody(std::uint32_t p, std::uint32_t q) const {
+    const std::uint32_t body = look[p] != noLook ? bodyOf(look[p]) : noLook;
+    return body != noLook && look[q] != noLook && bodyOf(look[q]) == body;
+}
+
 bool RegionMerge::mayJoin(std::uint32_t speck, std::uint32_t neighbour) const {
-    if (area[speck] < rules.smallestArea) {
-        return true;
+    return area[speck] < rules.smallestArea ||
+           (islandArea[islands[speck]] < rules.smallestTone && isOfOneBody(speck, neighbour));
+}
+
+// Small tones of one body that touch are one island: a soft highlight consists of rings, none of which is large.
+bool RegionMerge::findIslands() {
+    islands = regions;
+    islandArea = area;
+    const auto islandOf = [this](std::uint32_t cell) {
+        while (islands[cell] != cell) {
+            islands[cell] = islands[islands[cell]];
+            cell = islands[cell];
+        }
+        return cell;
+    };
+    for (std::uint32_t h = 0; h < map.halfEdges(); h += 2) {
+        if (kivIsCancelledAt(h)) {
+            return false;
+        }
+        const std::uint32_t p = find(map.cellOf(h));
+        const std::uint32_t q = find(map.cellOf(PlanarMap::twin(h)));
+        const bool areSmall = p != q && area[p] < rules.smallestTone && area[q] < rules.smallestTone;
+        if (areSmall && isOfOneBody(p, q)) {
+            const std::uint32_t a = islandOf(p);
+            const std::uint32_t b = islandOf(q);
+            islandArea[a] += a != b ? islandArea[b] : 0.0;
+            islands[b] = a;
+        }
     }
-    const std::uint32_t body = look[speck] != noLook ? bodyOf(look[speck]) : noLook;
-    return area[speck] < rules.smallestTone && body != noLook && look[neighbour] != noLook &&
-           bodyOf(look[neighbour]) == body;
+    for (std::uint32_t cell = 0; cell < islands.size(); ++cell) {
+        islands[cell] = islandOf(cell);
+    }
+    return true;
 }
 
 bool RegionMerge::joinEqual() {
@@ -116,7 +148,7 @@ bool RegionMerge::listContacts(std::vector<Contact>& contacts) {
 bool RegionMerge::joinSpecks(bool* changed) {
     std::vector<Contact> contacts;
     *changed = false;
-    if (!listContacts(contacts)) {
+    if (!findIslands() || !listContacts(contacts)) {
         return false;
     }
     std::vector<Contact> best;

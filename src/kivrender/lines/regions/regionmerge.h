@@ -10,7 +10,7 @@
 
 struct MergeRules {
     double smallestArea = 0.0; // in square grid steps
-    double smallestTone = 0.0; // the same among looks of one body
+    double smallestTone = 0.0; // the same among looks of one body, for all that touch together
     const std::vector<std::uint32_t>* bodyOfLook = nullptr;
 };
 
@@ -39,6 +39,8 @@ private:
     std::uint32_t find(std::uint32_t cell);
     void join(std::uint32_t p, std::uint32_t q);
     std::uint32_t bodyOf(std::uint32_t number) const;
+    bool isOfOneBody(std::uint32_t p, std::uint32_t q) const;
+    bool findIslands();
     bool mayJoin(std::uint32_t speck, std::uint32_t neighbour) const;
     bool joinEqual();
     bool listContacts(std::vector<Contact>& contacts);
@@ -49,6 +51,8 @@ private:
     std::vector<std::uint32_t> regions; // the way to the region's number
     std::vector<std::uint32_t> look;    // of the regions, as the next
     std::vector<double> area;
+    std::vector<std::uint32_t> islands; // of each region, the number of one of the island's
+    std::vector<double> islandArea;
 };
 
 #endif

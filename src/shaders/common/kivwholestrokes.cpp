@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <limits>
 #include <tuple>
 #include <unordered_map>
 #include <utility>
@@ -12,6 +13,7 @@ namespace {
 // In pixels of the finished picture.
 constexpr double widestGap = 5.0;
 constexpr double smallGap = 1.0;
+constexpr double longestOverlap = 3.0;
 constexpr double directionReach = 6.0; // into a line, for its direction at the end
 constexpr double touching = 3.0;       // beside its own half width
 constexpr double leastTurn = 0.64;     // the cosine of 50 degrees
@@ -24,6 +26,7 @@ struct End {
     double y = 0.0;
     double outX = 0.0; // the way in which the line would go on, of unit length
     double outY = 0.0;
+    double length = 0.0; // of the piece
 };
 
 double lengthOf(const KivLinePath& path) {
@@ -103,6 +106,7 @@ private:
             return path.points[atLast ? count - 1 - i : i];
         };
         End end{static_cast<double>(point(0).x), static_cast<double>(point(0).y)};
+        end.length = lengthOf(path);
         std::size_t inner = 1;
         const auto away = [&](std::size_t i) {
             return std::hypot(static_cast<double>(point(i).x) - end.x, static_cast<double>(point(i).y) - end.y);
@@ -129,7 +133,17 @@ private:
         }
         const bool isAhead =
             dx * a.outX + dy * a.outY >= leastTurn * gap && -(dx * b.outX + dy * b.outY) >= leastTurn * gap;
-        return gap <= smallGap * pixel || isAhead ? gap + (1.0 - turn) * widestGap * pixel : -1.0;
+        return gap <= smallGap * pixel || isAhead || isPast(a, b, dx, dy) ? gap + (1.0 - turn) * widestGap * pixel
+                                                                          : -1.0;
+    }
+
+    // Whether two pieces run past each other's ends, on one another: on rough ground a contour is lost in one place and
+    // found in another, and by turns the one piece or the other is the longer. A crumb beside a piece is none.
+    bool isPast(const End& a, const End& b, double dx, double dy) const {
+        const double gap = std::hypot(dx, dy);
+        const auto aside = [dx, dy](const End& end) { return std::abs(dx * end.outY - dy * end.outX); };
+        return gap <= longestOverlap * pixel && std::min(a.length, b.length) > 4.0 * gap &&
+               std::max(aside(a), aside(b)) <= smallGap * pixel;
     }
 
     // Those that go on best first.
@@ -287,6 +301,29 @@ private:
     std::vector<std::uint32_t> pieceOf; // of the points in the grid
 };
 
+// How many of the piece's points, in the order of the walk, lie beside the end of the path and not beyond it. They come
+// nearer to it one by one; the last point of the piece is never among them.
+std::size_t numBehindEnd(const KivLinePath& path, const KivLinePath& piece, bool reversed) {
+    if (path.points.size() < 2) {
+        return 0;
+    }
+    const KivLinePoint& end = path.points.back();
+    const KivLinePoint& before = path.points[path.points.size() - 2];
+    const std::size_t count = piece.points.size();
+    std::size_t behind = 0;
+    for (float nearest = std::numeric_limits<float>::infinity(); behind + 1 < count; ++behind) {
+        const KivLinePoint& point = piece.points[reversed ? count - 1 - behind : behind];
+        const float dx = point.x - end.x;
+        const float dy = point.y - end.y;
+        const float distance = std::hypot(dx, dy);
+        if (distance > nearest || dx * (end.x - before.x) + dy * (end.y - before.y) >= 0.0F) {
+            break;
+        }
+        nearest = distance;
+    }
+    return behind;
+}
+
 } // namespace
 
 std::vector<KivWholeStroke> kivWholeStrokes(const std::vector<KivStrokePiece>& pieces, double pixel, int width,
@@ -300,7 +337,7 @@ void kivAppendPath(const KivLinePath& piece, bool reversed, std::uint32_t firstC
         path.startsFree = reversed ? piece.endsFree : piece.startsFree;
     }
     path.endsFree = reversed ? piece.startsFree : piece.endsFree;
-    for (std::size_t i = 0; i < count; ++i) {
+    for (std::size_t i = numBehindEnd(path, piece, reversed); i < count; ++i) {
         const std::size_t from = reversed ? count - 1 - i : i;
         path.points.push_back(piece.points[from]);
         path.stations.push_back(piece.stations[from]);

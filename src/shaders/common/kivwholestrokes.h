@@ -23,8 +23,8 @@ struct KivWholeStroke {
     bool endsLoose = false;
 };
 
-// Adds a piece behind what a path has; the corners of its stations count from so many on. Whether the line itself ends
-// there is told by the outer ends.
+// Adds a piece behind what a path has, without those of its points that lie beside the path's end and not beyond it;
+// the corners of its stations count from so many on. Whether the line itself ends there is told by the outer ends.
 void kivAppendPath(const KivLinePath& piece, bool reversed, std::uint32_t firstCorner, KivLinePath& path);
 
 // pixel: one of the finished picture, in pixels of the image; width and height those of the image. Strokes come in the

@@ -18,6 +18,7 @@ constexpr double quickWave = 17.0;     // of its tremor
 constexpr double pressureWave = 110.0; // of its weight
 constexpr double profileLength = 150.0;
 constexpr double endsWave = 160.0; // of the noise that tells one end of a line from the other
+constexpr double endsAlike = 0.3;  // below this difference of it the ends go over into each other
 
 constexpr double cornerTurn = 0.76; // the cosine of 40 degrees
 
@@ -35,6 +36,10 @@ double distance(const KivSketchPoint& a, const KivSketchPoint& b) {
 double step(double from, double to, double at) {
     const double t = std::clamp((at - from) / (to - from), 0.0, 1.0);
     return t * t * (3.0 - 2.0 * t);
+}
+
+double mixed(double a, double b, double shareOfB) {
+    return a + (b - a) * shareOfB;
 }
 
 // The points of a line at least so far apart; the last one stays.
@@ -152,15 +157,19 @@ void smooth(KivSketchLine& line) {
     }
 }
 
-// An open line begins at that of its ends where the noise is lower, whichever way round it was joined to others.
-void beginAtLowerEnd(KivSketchLine& line, const KivSketchNoise& noise, std::uint32_t channel, double pixel) {
+// An open line begins at that of its ends where the noise is lower, whichever way round it was joined to others. The
+// answer is how much each end takes of the other's look: where the noise is nearly the same, they look alike, and so
+// nothing jumps while the one becomes the lower.
+double beginAtLowerEnd(KivSketchLine& line, const KivSketchNoise& noise, std::uint32_t channel, double pixel) {
     const auto value = [&](const KivSketchPoint& p) {
         return noise.at(p.place, endsWave * pixel * p.unit, channel + breaks);
     };
-    if (value(line.points.back()) < value(line.points.front())) {
+    const double difference = value(line.points.back()) - value(line.points.front());
+    if (difference < 0.0) {
         std::reverse(line.points.begin(), line.points.end());
         std::swap(line.startsFree, line.endsFree);
     }
+    return 0.5 * (1.0 - step(0.0, endsAlike, std::abs(difference)));
 }
 
 // A ring becomes a line that begins at a place that stays the same while the camera moves, and runs on over its
@@ -351,8 +360,11 @@ void addStroke(KivSketchLine line, const KivSketchHand& hand, const KivSketchMed
         const double across =
             span > 0.0 ? std::clamp((-dy * stray(0) + dx * stray(1)) / span, -most, most) / span : 0.0;
         // A stroke lands, is pressed and is drawn away.
-        const double lands = 0.45 + 0.55 * step(0.0, attack, lengths[i]);
-        const double leaves = 0.12 + 0.88 * step(0.0, release, length - lengths[i]);
+        const auto landing = [attack](double from) { return 0.45 + 0.55 * step(0.0, attack, from); };
+        const auto leaving = [release](double to) { return 0.12 + 0.88 * step(0.0, release, to); };
+        const double toEnd = length - lengths[i];
+        const double lands = mixed(landing(lengths[i]), leaving(lengths[i]), line.startShare);
+        const double leaves = mixed(leaving(toEnd), landing(toEnd), line.endShare);
         double force = (0.8 + 0.2 * noise.at(p.place, pressureWave * wave, channel + weight)) * lands * leaves;
         if (number > 0) {
             // Lines are gone over in part, where they need it.
@@ -425,10 +437,11 @@ void kivSketchStrokes(const KivSketchLine& line, const KivSketchHand& hand, cons
         for (int number = 0; number < hand.strokes; ++number) {
             const std::uint32_t channel = (hand.channel * 16U + static_cast<std::uint32_t>(number)) * numChannels;
             KivSketchLine course = piece;
+            double share = 0.0;
             if (course.closed) {
                 openRing(course, noise, channel, hand.pixel);
             } else {
-                beginAtLowerEnd(course, noise, channel, hand.pixel);
+                share = beginAtLowerEnd(course, noise, channel, hand.pixel);
             }
             const std::vector<double> lengths = lengthsOf(course);
             for (const auto& [first, last] : breaksOf(course, lengths, hand, noise, channel)) {
@@ -437,6 +450,8 @@ void kivSketchStrokes(const KivSketchLine& line, const KivSketchHand& hand, cons
                                      course.points.begin() + static_cast<std::ptrdiff_t>(last + 1));
                 stroke.startsFree = first == 0 && course.startsFree;
                 stroke.endsFree = last + 1 == course.points.size() && course.endsFree;
+                stroke.startShare = first == 0 ? share : 0.0;
+                stroke.endShare = last + 1 == course.points.size() ? share : 0.0;
                 addStroke(std::move(stroke), hand, medium, noise, channel, number, mesh);
             }
         }

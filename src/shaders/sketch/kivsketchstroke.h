@@ -26,6 +26,9 @@ struct KivSketchLine {
     // Here the line ends for itself, and a stroke may run on.
     bool startsFree = false;
     bool endsFree = false;
+    // How much an end looks like the other one, 0 to a half: a stroke lands more heavily than it leaves.
+    double startShare = 0.0;
+    double endShare = 0.0;
 };
 
 // The hand. Lengths in pixels of the image.

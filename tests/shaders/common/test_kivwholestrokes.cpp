@@ -51,6 +51,16 @@ TEST(KivWholeStrokes, GapsTurnsAndOtherPensPart) {
     EXPECT_EQ(kivWholeStrokes({{&one, 0, 5.0}, {&other, 0, 5.0}}, 1.0, size, size).size(), 1U);
 }
 
+TEST(KivWholeStrokes, PiecesThatRunPastEachOtherAreOne) {
+    const KivLinePath one = lineBetween(100, 100, 150, 100);
+    EXPECT_EQ(strokesOf({one, lineBetween(148, 100.5F, 200, 100.5F)}).size(), 1U);
+    EXPECT_EQ(strokesOf({one, lineBetween(200, 100.5F, 148, 100.5F)}).size(), 1U);
+    EXPECT_EQ(strokesOf({one, lineBetween(146, 100.5F, 200, 100.5F)}).size(), 2U);
+    // A crumb goes, and does not take the end with it.
+    const std::vector<KivWholeStroke> strokes = strokesOf({one, lineBetween(148, 100.5F, 154, 100.5F)}, 0.0);
+    EXPECT_EQ(strokes.size(), 2U);
+}
+
 TEST(KivWholeStrokes, LengthsAreOnesOfTheFinishedPicture) {
     const KivLinePath one = lineBetween(100, 100, 150, 100);
     const KivLinePath other = lineBetween(162, 100, 200, 100);
@@ -121,4 +131,22 @@ TEST(KivAppendPath, TurnsAPieceAndItsEnds) {
     EXPECT_TRUE(whole.startsFree && whole.endsFree);
     kivAppendPath(lineBetween(6, 0, 7, 0), false, 20, whole);
     EXPECT_FALSE(whole.endsFree);
+}
+
+TEST(KivAppendPath, NeverGoesBack) {
+    for (const bool reversed : {false, true}) {
+        KivLinePath whole = lineBetween(100, 100, 150, 100);
+        kivAppendPath(reversed ? lineBetween(170, 100.5F, 147, 100.5F) : lineBetween(147, 100.5F, 170, 100.5F),
+                      reversed, 1, whole);
+        ASSERT_EQ(whole.points.size(), whole.stations.size());
+        EXPECT_EQ(whole.points.back().x, 170.0F);
+        for (std::size_t i = 1; i < whole.points.size(); ++i) {
+            EXPECT_GE(whole.points[i].x, whole.points[i - 1].x) << i;
+        }
+    }
+    // A piece that lies wholly beside the end leaves its last point.
+    KivLinePath whole = lineBetween(100, 100, 150, 100);
+    kivAppendPath(lineBetween(147, 100, 149, 100), false, 1, whole);
+    EXPECT_EQ(whole.points.size(), 52U);
+    EXPECT_EQ(whole.points.back().x, 149.0F);
 }

@@ -344,3 +344,31 @@ TEST(KivSketchStrokes, SurviveWhatIsNoLine) {
     }
     EXPECT_FALSE(strokesOf(lost, hand).indices.empty());
 }
+
+// The ends of a contour wander over the surface while the camera moves, and with them the noise that tells where a
+// stroke begins.
+TEST(KivSketchStrokes, TheirEndsDoNotSwapAtOnce) {
+    constexpr double step = 0.25;
+    const KivSketchHand hand = steadyHand();
+    KivSketchLine line = lineOf({{100.0, 100.0}, {220.0, 100.0}});
+    line.startsFree = line.endsFree = false;
+    int swaps = 0;
+    double before = -1.0;
+    bool beganAtLeft = false;
+    for (double z = 0.0; z < 1500.0; z += step) {
+        for (KivSketchPoint& p : line.points) {
+            p.place.z = z;
+        }
+        const KivSketchMesh mesh = strokesOf(line, hand);
+        const bool beginsAtLeft = mesh.vertices.front().x < 160.0F;
+        const KivSketchVertex& left = beginsAtLeft ? mesh.vertices.front() : mesh.vertices.back();
+        const double tone = left.color[3];
+        swaps += before >= 0.0 && beginsAtLeft != beganAtLeft ? 1 : 0;
+        if (before >= 0.0) {
+            EXPECT_NEAR(tone, before, 3.0) << z;
+        }
+        before = tone;
+        beganAtLeft = beginsAtLeft;
+    }
+    EXPECT_GT(swaps, 2);
+}

@@ -198,6 +198,7 @@ void KivSketchDrawing::takeHatchPath(const Job& job, const KivLinePath& path, co
     hand.strokes = 1;
     hand.length = 0.0;
     hand.tone = hatchTone;
+    hand.grows = true;
     hand.channel = hatchChannel + run.plane % 8192U;
     for (const HatchStroke& stroke : strokesOf(run, path)) {
         KivSketchLine line;

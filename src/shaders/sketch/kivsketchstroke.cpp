@@ -340,6 +340,7 @@ void addStroke(KivSketchLine line, const KivSketchHand& hand, const KivSketchMed
     const double release = std::min(length * 0.45, 34.0 * pixel * hand.attack);
     const double offset =
         noise.at(line.points.front().place, 50.0 * pixel * line.points.front().unit, channel + texture) * 3.0;
+    const double grown = hand.grows ? step(hand.shortest, 3.0 * hand.shortest, length) : 1.0;
     std::vector<Mark> marks;
     marks.reserve(line.points.size());
     for (std::size_t i = 0; i < line.points.size(); ++i) {
@@ -377,8 +378,9 @@ void addStroke(KivSketchLine line, const KivSketchHand& hand, const KivSketchMed
         Mark m{};
         m.x = p.x - dy * across;
         m.y = p.y + dx * across;
-        m.tone = hand.tone * faded * (1.0 - medium.fading * (1.0 - press * strength)) * medium.peak;
-        m.halfWidth = 0.5 * width * (medium.fading > 0.0 ? 1.0 : step(-0.2, 0.5, force) * faded);
+        m.tone = hand.tone * faded * (medium.fading > 0.0 ? grown : 1.0) *
+                 (1.0 - medium.fading * (1.0 - press * strength)) * medium.peak;
+        m.halfWidth = 0.5 * width * (medium.fading > 0.0 ? 1.0 : step(-0.2, 0.5, force) * faded * grown);
         m.along = lengths[i] / (profileLength * pixel) + offset;
         marks.push_back(m);
     }

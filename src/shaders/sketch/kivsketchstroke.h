@@ -44,6 +44,7 @@ struct KivSketchHand {
     double tone = 1.0;   // of the whole line
     double attack = 1.0; // how gently a stroke begins and ends, 1 for a contour
     bool dashed = false;
+    bool grows = false; // what is hardly longer than the shortest is hardly seen, so that short strokes come by and by
     std::uint32_t color = 0;   // red in the low byte
     std::uint32_t channel = 0; // lines of different channels stray differently
 };

@@ -372,3 +372,24 @@ TEST(KivSketchStrokes, TheirEndsDoNotSwapAtOnce) {
     }
     EXPECT_GT(swaps, 2);
 }
+
+TEST(KivSketchStrokes, ShortOnesGrowWhereWanted) {
+    KivSketchHand hand = steadyHand();
+    const auto areaOfLength = [&hand](double length, KivSketchTool tool) {
+        const KivSketchLine line = lineOf({{100.0, 100.0}, {100.0 + length, 100.0}});
+        const KivSketchMesh mesh = strokesOf(line, hand, kivSketchMedium(tool));
+        int tones = 0;
+        for (const KivSketchVertex& v : mesh.vertices) {
+            tones = std::max(tones, static_cast<int>(v.color[3]));
+        }
+        return areaOf(mesh) / length * tones;
+    };
+    for (const KivSketchTool tool : {KivSketchTool::ink, KivSketchTool::pencil}) {
+        hand.grows = false;
+        const double plain = areaOfLength(4.5, tool);
+        const double plainLong = areaOfLength(12.5, tool);
+        hand.grows = true;
+        EXPECT_LT(areaOfLength(4.5, tool), 0.1 * plain);
+        EXPECT_DOUBLE_EQ(areaOfLength(12.5, tool), plainLong);
+    }
+}

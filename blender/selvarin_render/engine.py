@@ -246,6 +246,10 @@ _LEFT_OUT = {"RENDER_PT_freestyle", "RENDER_PT_simplify_grease_pencil", "VIEWLAY
              "TEXTURE_PT_preview"}
 
 
+# Blender 4.2 to 4.5 have some of them for its old and for its new engine.
+_OF_EEVEE = {"EEVEE_MATERIAL_PT_surface", "EEVEE_WORLD_PT_surface", "VIEWLAYER_PT_eevee_layer_passes_data"}
+
+
 def _panels() -> List[Any]:
     found = []
     for panel in bpy.types.Panel.__subclasses__():
@@ -253,7 +257,7 @@ def _panels() -> List[Any]:
         name = panel.__name__
         if name not in _LEFT_OUT and "BLENDER_RENDER" in engines:
             found.append(panel)
-        elif name in ("EEVEE_MATERIAL_PT_surface", "EEVEE_WORLD_PT_surface", "VIEWLAYER_PT_eevee_layer_passes_data"):
+        elif name.replace("_NEXT_", "_").replace("_next_", "_") in _OF_EEVEE:
             found.append(panel)
     return found
 

@@ -76,7 +76,8 @@ def _mixed(node: Any, seen: set, material: Any) -> Paint:
     paints = [_paint_of_node(each, seen, material) for each in shaders]
     if not paints:
         return Paint()
-    share = _value(node, "Fac", 0.5) if len(paints) == 2 else 0.0
+    factor = "Fac" if "Fac" in node.inputs else "Factor"  # from Blender 5.0
+    share = _value(node, factor, 0.5) if len(paints) == 2 else 0.0
     visible = [paint for paint in paints if paint.opacity > 0.0]
     if not visible:
         return paints[0]

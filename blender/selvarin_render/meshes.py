@@ -28,10 +28,13 @@ def _read(collection: Any, attribute: str, width: int, kind: Any) -> np.ndarray:
 def arrays_of(mesh: Any) -> MeshArrays:
     """Of a mesh whose modifiers were applied."""
     mesh.calc_loop_triangles()
-    if hasattr(mesh, "calc_normals_split"):  # until Blender 4.0; later they are always there
+    if hasattr(mesh, "calc_normals_split"):  # until Blender 4.0; later corners always have normals
         mesh.calc_normals_split()
     corners = _read(mesh.loop_triangles, "loops", 3, np.int32)
-    normals = _read(mesh.loops, "normal", 3, np.float32)
+    if hasattr(mesh, "corner_normals"):  # from Blender 4.1
+        normals = _read(mesh.corner_normals, "vector", 3, np.float32)
+    else:
+        normals = _read(mesh.loops, "normal", 3, np.float32)
     edges = _read(mesh.edges, "vertices", 2, np.int32)
     triangles = _read(mesh.loop_triangles, "vertices", 3, np.int32)
     return MeshArrays(

@@ -109,6 +109,8 @@ class SELVARIN_OT_plain_colors(bpy.types.Operator):
         scene.view_settings.exposure = 0.0
         scene.view_settings.gamma = 1.0
         scene.view_settings.use_curve_mapping = False
+        if hasattr(scene.view_settings, "use_white_balance"):  # from Blender 4.3
+            scene.view_settings.use_white_balance = False
         scene.render.dither_intensity = 0.0
         return {"FINISHED"}
 
@@ -117,7 +119,7 @@ def changes_colors(scene: Any) -> bool:
     """Whether Blender shows other colours than those of the picture."""
     view = scene.view_settings
     return view.view_transform not in ("Standard", "Raw") or view.look != "None" or view.exposure != 0.0 or \
-        view.gamma != 1.0 or view.use_curve_mapping
+        view.gamma != 1.0 or view.use_curve_mapping or getattr(view, "use_white_balance", False)
 
 
 _CLASSES = (SELVARIN_OT_export_drawing, SELVARIN_OT_plain_colors)

@@ -116,6 +116,20 @@ TEST(KivSmoothShapes, ACoarseBallBecomesRoundToAFractionOfAPixel) {
     EXPECT_LT(most - least, 0.015); // and the body is a ball
 }
 
+// Loop's rules alone would take half of it away.
+TEST(KivSmoothShapes, ASpikeStaysAsHighAsItIs) {
+    ShapeModel model = ballModel(16);
+    model.points[0] = {0.0, 2.0, 0.0};
+    const KivMesh mesh = meshOf(model);
+    const auto shapes = kivSmoothShapes({{&mesh, 180.0}}, viewAt(300.0));
+    ASSERT_EQ(shapes.size(), 1U);
+    double highest = 0.0;
+    for (unsigned int v = 0; v < shapes[0]->getNumVertexs(); ++v) {
+        highest = std::max(highest, static_cast<double>(shapes[0]->getVertex(v).y));
+    }
+    EXPECT_NEAR(highest, 2.0, 1e-9);
+}
+
 TEST(KivSmoothShapes, FineTrianglesStayAsTheyAre) {
     const KivMesh ball = meshOf(ballModel(96));
     EXPECT_TRUE(kivSmoothShapes({{&ball, 45.0}}, viewAt(50.0)).empty());

@@ -86,15 +86,24 @@ KivVec limitPoint(const KivLoopSurface& surface, const Surroundings& around, std
     return own * (1.0 - n * weight) + around.ring[p] * weight;
 }
 
-KivVec middleOf(const KivLoopSurface& surface, std::size_t e) {
+// Around a tip rings shrink to it at one rate in height and nearly so in width: a cone with straight sides. Loop's own
+// weights make a cusp.
+constexpr double besideTip = 0.03125;
+
+KivVec middleOf(const KivLoopSurface& surface, const Surroundings& around, std::size_t e) {
     const KivShapeEdge& edge = surface.adjacency.edges[e];
     const KivVec ends = surface.points[edge.a] + surface.points[edge.b];
     if (surface.sharp[e] != 0 || edge.second == none) {
         return ends * 0.5;
     }
-    return ends * 0.375 + (surface.points[thirdCorner(surface.triangles[edge.first], edge)] +
-                           surface.points[thirdCorner(surface.triangles[edge.second], edge)]) *
-                              0.125;
+    const KivVec across = surface.points[thirdCorner(surface.triangles[edge.first], edge)] +
+                          surface.points[thirdCorner(surface.triangles[edge.second], edge)];
+    const auto isTip = [&](std::uint32_t p) { return surface.pinned[p] != 0 && around.sharpValence[p] == 0; };
+    if (isTip(edge.a) != isTip(edge.b)) {
+        const KivVec& below = surface.points[isTip(edge.a) ? edge.b : edge.a];
+        return ends * 0.5 + (across - below * 2.0) * besideTip;
+    }
+    return ends * 0.375 + across * 0.125;
 }
 
 // The part at the end `at` of an edge that is cut into halves; e and e + 1 in the finer surface.
@@ -311,7 +320,7 @@ KivLoopSurface kivLoopStep(const KivLoopSurface& surface) {
         finer.points.push_back(movedPoint(surface, around, p));
     }
     for (std::size_t e = 0; e < numEdges; ++e) {
-        finer.points.push_back(middleOf(surface, e));
+        finer.points.push_back(middleOf(surface, around, e));
     }
     finer.pinned = surface.pinned;
     finer.pinned.resize(finer.points.size(), 0);

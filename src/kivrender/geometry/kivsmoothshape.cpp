@@ -7,6 +7,7 @@
 #include "kivrender/geometry/kivshapecreases.h"
 #include "kivrender/geometry/kivshapenormals.h"
 #include "kivrender/geometry/kivshaperise.h"
+#include "kivrender/geometry/kivshapetips.h"
 #include "kivrender/scene/kivmesh.h"
 #include "kivrender/scene/kivmeshedges.h"
 #include "kivrender/scene/kivmeshnormals.h"
@@ -236,6 +237,7 @@ private:
         if (kivHasFlatFaces(surface)) {
             return false;
         }
+        kivPinTips(surface);
         const double roughness = noiseOf(surface);
         const KivEvened evened =
             roughness < leastRoughness ? KivEvened() : kivEvenPoints(surface, view, leastEvened, mostEvened);

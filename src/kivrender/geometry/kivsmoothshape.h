@@ -1,7 +1,8 @@
 // The smooth surface under meshes whose triangles show in the picture.
 //
 // A mesh that brings no normals of its own stands for the limit surface of Loop's subdivision over it
-// (kivloopsurface.h), sharp along the edges of the shape (kivshapecreases.h) and ending at its borders. So does one
+// (kivloopsurface.h), sharp along the edges of the shape (kivshapecreases.h), with the tips of its spikes
+// (kivshapetips.h) and ending at its borders. So does one
 // whose normals a file brings and which say no more than its triangles (kivshapenormals.h). Meshes that share points
 // are parts of one surface: it runs on from one to the next, and their border is a curve on it. Textures and colours at
 // vertices run straight over each triangle, as they did. A model that names its edges, or whose normals say more than

@@ -5,6 +5,7 @@
 
 #include <map>
 #include <random>
+#include <set>
 
 #include <sys/stat.h>
 
@@ -63,6 +64,40 @@ protected:
             pids.push_back(pid);
         }
         return pids;
+    }
+
+    struct Watched {
+        std::set<pid_t> workers;         // all that there were
+        std::vector<std::size_t> memory; // of the largest, in bytes, in the course of the run
+        int status = -1;
+    };
+    // Runs a catalogue and looks at its workers meanwhile.
+    Watched watch(const std::vector<std::string>& words) const {
+        Watched seen;
+        const std::string program = std::string(SELVARIN_BIN_DIR) + "/selvarin";
+        std::vector<char*> arguments{const_cast<char*>(program.c_str())};
+        for (const std::string& word : words) {
+            arguments.push_back(const_cast<char*>(word.c_str()));
+        }
+        arguments.push_back(nullptr);
+        const pid_t child = fork();
+        if (child == 0) {
+            execv(program.c_str(), arguments.data());
+            _exit(127);
+        }
+        while (waitpid(child, &seen.status, WNOHANG) == 0) {
+            std::size_t largest = 0;
+            for (const pid_t worker : workersOf(child)) {
+                seen.workers.insert(worker);
+                std::size_t pages = 0;
+                std::size_t resident = 0;
+                std::ifstream("/proc/" + std::to_string(worker) + "/statm") >> pages >> resident;
+                largest = std::max(largest, resident * static_cast<std::size_t>(sysconf(_SC_PAGESIZE)));
+            }
+            seen.memory.push_back(largest);
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        }
+        return seen;
     }
 
     // Sends the worker a signal while it draws. Whether the report has one job with that message; all others must be
@@ -167,6 +202,30 @@ TEST_F(CatalogueTest, ARunThatWasKilledComesOutWhole) {
 }
 
 // A pipe that nobody writes to would be a model that never ends.
+// Throughput and overhead follow from it: what each job would start anew costs ten times the job.
+TEST_F(CatalogueTest, WorkersStayForTheWholeRun) {
+    makeModels(24);
+    const Watched seen = watch(catalogue({"-a", "0", "-q"}));
+    EXPECT_EQ(seen.status, 0);
+    EXPECT_EQ(seen.workers.size(), 2U);
+    EXPECT_EQ(count("\"status\": \"done\""), 24);
+}
+
+TEST_F(CatalogueTest, AWorkersMemoryStaysFlat) {
+    makeModels(160);
+    std::vector<std::string> words = catalogue({"-a", "0", "-q"});
+    words[std::find(words.begin(), words.end(), "-j") - words.begin() + 1] = "1";
+    const Watched seen = watch(words);
+    EXPECT_EQ(count("\"status\": \"done\""), 160);
+    ASSERT_GT(seen.memory.size(), 40U);
+    const auto middle = seen.memory.begin() + static_cast<std::ptrdiff_t>(seen.memory.size() / 3);
+    const std::size_t early = *std::max_element(seen.memory.begin(), middle);
+    const std::size_t later = *std::max_element(middle, seen.memory.end());
+    EXPECT_GT(early, std::size_t{20} << 20);
+    // No job of the last hundred keeps as much as 20 KB.
+    EXPECT_LT(later, early + (std::size_t{2} << 20));
+}
+
 TEST_F(CatalogueTest, APipeIsNoModel) {
     makeModels(1);
     folder.write("t.csv", "model\nmodels/pipe.obj\nmodels/part0.obj\n");

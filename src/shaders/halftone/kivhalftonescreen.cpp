@@ -22,6 +22,8 @@ constexpr double beyondBorder = 0.5;
 // Lines that cross others lie square to them, where it is darker than this part of the tone.
 constexpr double crossTone = 0.62;
 constexpr int sidesOfDot = 28;
+// The part of the whole range of tones over which a stippled dot comes to its size.
+constexpr double dotGrowth = 0.06;
 
 struct Axes {
     double x = 1.0; // the direction of rows
@@ -222,14 +224,17 @@ private:
         const Range range(surface.frame(), axes);
         for (std::size_t i = 0; i < places.size() && !kivIsCancelled(); ++i) {
             const double share = (static_cast<double>(i) + 0.5) / static_cast<double>(places.size());
+            const double growth = std::min(dotGrowth, 2.0 * share); // nothing grows in the light
             for (std::int64_t row = range.first(1, side); row <= range.last(1, side) && radii[i] > 0.0; ++row) {
                 for (std::int64_t column = range.first(0, side); column <= range.last(0, side); ++column) {
                     const auto [x, y] = axes.place((static_cast<double>(column) + places[i].x) * side,
                                                    (static_cast<double>(row) + places[i].y) * side);
                     std::uint32_t body = 0;
                     const double dark = inkAt(x, y, &body) / screen.ink;
-                    if (dark > share) {
-                        addDot(body, x, y, radii[i] * (0.8 + 0.2 * dark));
+                    // A dot grows where the tone begins to want it: in a film a whole one would pop up.
+                    const double grown = std::min((dark - share) / growth + 0.5, 1.0);
+                    if (grown > 0.0) {
+                        addDot(body, x, y, radii[i] * std::sqrt(grown) * (0.8 + 0.2 * dark));
                     }
                 }
             }

@@ -7,7 +7,9 @@
 
 #include <algorithm>
 #include <cmath>
+#include <map>
 #include <numbers>
+#include <utility>
 
 namespace {
 
@@ -171,4 +173,26 @@ TEST_F(Sheet, TheScreenIsThatOfThePaper) {
             EXPECT_TRUE(isThere);
         }
     }
+}
+
+// In a film the light on a surface changes a little from frame to frame.
+TEST_F(Sheet, DotsOfAPenGrow) {
+    const KivHalftoneScreen screen = screenOf(KivHalftonePattern::stipple);
+    std::map<std::pair<double, double>, double> before;
+    double largest = 0.0;
+    constexpr int steps = 100;
+    for (int step = 0; step <= steps; ++step) {
+        std::map<std::pair<double, double>, double> radii;
+        for (const KivHalftoneShape& shape : print(screen, screen.tone * (0.7 - 0.1 * step / steps))) {
+            radii[{shape.middle.x, shape.middle.y}] = shape.radius;
+            largest = std::max(largest, shape.radius);
+        }
+        for (const auto& [middle, radius] : radii) {
+            const auto found = before.find(middle);
+            const double grown = radius - (found != before.end() ? found->second : 0.0);
+            EXPECT_TRUE(step == 0 || grown < 0.65) << step << ": " << grown; // a dot begins at 0.4 pixels
+        }
+        before = std::move(radii);
+    }
+    EXPECT_GT(largest, 0.9);
 }

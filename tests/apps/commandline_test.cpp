@@ -11,6 +11,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <thread>
+
 namespace {
 
 using testing::HasSubstr;
@@ -449,6 +452,32 @@ TEST(OutputFile, LeavesTheOldPictureUntilTheNewOneIsThere) {
     EXPECT_EQ(folder.read("a_depth.png"), "deep");
     OutputFile missing(name);
     EXPECT_THROW(missing.finish(), std::runtime_error);
+}
+
+TEST(ProgressBar, NamesItsStageAndIsNeverFullWhileThereIsWork) {
+    kivSetProgressForecast({});
+    testing::internal::CaptureStderr();
+    {
+        ProgressBar bar(ProgressBar::Style::bar);
+        bar.restart(L"Starting");
+        bar.addSteps(1);
+        bar.addSteps(1);
+        std::this_thread::sleep_for(std::chrono::milliseconds(620)); // before, it doesn't show
+        bar.beginStep();
+        bar.endStep();
+        std::this_thread::sleep_for(std::chrono::milliseconds(120));
+        bar.setText(L"Smoothing");
+        bar.beginStep();
+        bar.advance(1, false);
+        std::this_thread::sleep_for(std::chrono::milliseconds(120));
+        bar.endStep();
+    }
+    const std::string shown = testing::internal::GetCapturedStderr();
+    EXPECT_THAT(shown, HasSubstr(" 0 %  Drawing")) << "what has no text of its own";
+    EXPECT_THAT(shown, testing::Not(HasSubstr("Starting")));
+    EXPECT_THAT(shown, HasSubstr("50 %  Smoothing"));
+    EXPECT_THAT(shown, HasSubstr("99 %  Smoothing"));
+    EXPECT_THAT(shown, testing::Not(HasSubstr("100 %")));
 }
 
 TEST(ProgressBar, FractionOfAllSteps) {

@@ -28,6 +28,7 @@ constexpr std::chrono::milliseconds barPause{100};
 constexpr std::chrono::seconds lineDelay{3};
 constexpr std::chrono::seconds linePause{5};
 constexpr unsigned int pollsPerLook = 8;
+constexpr int mostPercent = 99; // what is done has no bar
 
 } // namespace
 
@@ -56,6 +57,7 @@ void ProgressBar::restart(const std::wstring& newStage) {
     finish();
     estimate.restart();
     isRendering = false;
+    isNamed = false;
     doneBefore = 0.0;
     stage = kivFromUtf8(translatedMessage(kivToUtf8(newStage)));
     log.clear();
@@ -92,6 +94,9 @@ int ProgressBar::addDeferredStep() {
 void ProgressBar::progressSlot3() {}
 
 void ProgressBar::beginStep() {
+    if (!isRendering && !isNamed) {
+        stage = kivFromUtf8(translatedMessage("Drawing")); // what has no text of its own
+    }
     isRendering = true;
     estimate.beginStep();
     record(Event::Kind::begin, {});
@@ -117,6 +122,7 @@ void ProgressBar::progressSlot8() {}
 
 void ProgressBar::setText(const wchar_t* text) {
     stage = text != nullptr ? text : L"";
+    isNamed = true;
     record(Event::Kind::text, stage);
     draw();
 }
@@ -144,7 +150,7 @@ void ProgressBar::draw() {
         (visible && now - drawn < (lines ? Clock::duration(linePause) : Clock::duration(barPause)))) {
         return;
     }
-    const int percent = static_cast<int>(fraction() * 100.0);
+    const int percent = std::min(static_cast<int>(fraction() * 100.0), mostPercent);
     drawn = now;
     if (lines) {
         if (!visible || percent != lastPercent) {

@@ -66,6 +66,7 @@ private:
     Style style;
     KivProgressEstimate estimate;
     bool isRendering = false; // a step has begun
+    bool isNamed = false;     // the render has told what it does
     double doneBefore = 0.0;  // of the stage before the first step
     unsigned int polls = 0;
     std::wstring stage;

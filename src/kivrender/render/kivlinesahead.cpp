@@ -30,14 +30,18 @@ std::vector<KivMeshAhead::Request> requestsOf(const KivScene& scene, KivCombinab
 
 } // namespace
 
-std::unique_ptr<KivMeshAhead> kivLinesAhead(const KivScene& scene, const KivCommonSettings& settings,
-                                            KivCombinableShader* const* shaders, int count) {
+bool kivFindsLinesAhead(const KivScene& scene, const KivCommonSettings& settings) {
     std::size_t triangles = 0;
     for (unsigned int i = 0; i < scene.numMeshes(); ++i) {
         triangles += scene.getMesh(i) != nullptr ? scene.getMesh(i)->getNumTriangles() : 0;
     }
-    if (triangles < fewTriangles || settings.doVectorial() || kivPictureTile() != nullptr ||
-        std::thread::hardware_concurrency() < 2) {
+    return triangles >= fewTriangles && !settings.doVectorial() && kivPictureTile() == nullptr &&
+           std::thread::hardware_concurrency() >= 2;
+}
+
+std::unique_ptr<KivMeshAhead> kivLinesAhead(const KivScene& scene, const KivCommonSettings& settings,
+                                            KivCombinableShader* const* shaders, int count) {
+    if (!kivFindsLinesAhead(scene, settings)) {
         return nullptr;
     }
     for (int i = 0; i < count; ++i) {

@@ -11,8 +11,12 @@ class KivCombinableShader;
 class KivCommonSettings;
 class KivScene;
 
+// Whether a second thread brings anything: not for few triangles, on one processor, in vector output and in the tiles
+// of a picture, of which one finds all.
+KIV_API bool kivFindsLinesAhead(const KivScene& scene, const KivCommonSettings& settings);
+
 // For the first of the shaders that says what it needs (KivShaderLineNeeds). Null where a second thread brings
-// nothing: for few triangles, on one processor, in vector output and in the tiles of a picture, of which one finds all.
+// nothing.
 KIV_API std::unique_ptr<KivMeshAhead> kivLinesAhead(const KivScene& scene, const KivCommonSettings& settings,
                                                     KivCombinableShader* const* shaders, int count);
 

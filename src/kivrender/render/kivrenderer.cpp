@@ -67,8 +67,9 @@ void forecastProgress(tagSIZE size, tagSIZE finalSize, const KivScene& scene, co
     }
     const KivSceneWork work(scene, camera, size);
     const double finalPixels = static_cast<double>(finalSize.cx) * finalSize.cy / 1e6;
-    kivSetProgressForecast(
-        KivRenderForecast(work, settings, finalPixels, hasNonCombinable, namedShaders, combinables).get());
+    const KivRenderForecast::Shaders shaders{hasNonCombinable, namedShaders, combinables,
+                                             namedShaders > 0 && kivFindsLinesAhead(scene, settings)};
+    kivSetProgressForecast(KivRenderForecast(work, settings, finalPixels, shaders).get());
 }
 
 } // namespace
@@ -238,6 +239,9 @@ bool KivRenderer::renderFrame(Frame& frame, KivDataManager* data) {
     KivShapedScene shaped(*frame.scene, frame.camera, wholeSize(frame), shaperOf(frame));
     if (shaped.isChanged()) {
         followShape(frame);
+        // Of a bar whose first step has not begun.
+        forecastProgress(frame.size, frame.finalSize, *frame.scene, frame.camera, settings,
+                         frame.nonCombinable != nullptr, frame.combinableCount);
     }
     std::unique_ptr<KivMeshAhead> ahead =
         kivLinesAhead(*frame.scene, settings, frame.combinables, frame.combinableCount);

@@ -11,53 +11,57 @@
 namespace {
 
 // Milliseconds for a thousand triangles, or for a million pixels, of the picture or of the area of what is drawn in it.
-// Seen on two cores of llvmpipe with the shaders that come with the library; others are taken to be like them. Volumes
-// are by far the worst where a light draws many, and every look at a buffer costs as much as drawing into it.
+// Seen on two idle cores of llvmpipe with the shaders that come with the library; others are taken to be like them.
+// Volumes are by far the worst where a light draws many, and every look at a buffer costs as much as drawing into it.
 namespace cost {
-constexpr double orderTriangles = 1.3;
-constexpr double paintTriangles = 0.85;
-constexpr double paintArea = 7.0;
-constexpr double shineArea = 18.0; // bent surfaces that shine are divided finely
-constexpr double paintMesh = 0.3;  // of each one, whatever its size
+constexpr double orderTriangles = 0.8;
+constexpr double paintTriangles = 0.55;
+constexpr double paintArea = 2.8;
+constexpr double shineArea = 15.0;     // bent surfaces that shine are divided finely
+constexpr double startPainting = 18.0; // the driver makes its machine code
+constexpr double startShowing = 12.0;
+constexpr double paintMesh = 0.2; // of each one, whatever its size
 constexpr double recordMesh = 0.45;
-constexpr double showPixels = 10.0; // the growing picture, once at least
-constexpr double depthTriangles = 0.7;
-constexpr double depthArea = 5.0;
-constexpr double volumeTriangles = 2.3;
-constexpr double volumePixels = 45.0; // the stencils of a light and their sum
-constexpr double volumeArea = 1.9;
-constexpr double litTriangles = 0.8;
-constexpr double litArea = 12.0;
-constexpr double litPixels = 5.0;
-constexpr double litShineArea = 40.0;
-constexpr double lineMesh = 0.03;
-constexpr double lineTriangles = 0.47;
-constexpr double softTriangles = 3.0;
-constexpr double softPixels = 1.0;
-constexpr double traceLines = 1.4; // of as many lines as a smooth surface has, the root of triangles times meshes
-constexpr double tracePlainLines = 2.5;
-constexpr double tracePixels = 1.3; // the depth buffer is read back
-constexpr double strokeLines = 0.5;
-constexpr double strokePixels = 0.6;
-constexpr double saveDepth = 5.0;
-constexpr double restoreDepth = 6.5;
-constexpr double glassTriangles = 6.0;
-constexpr double glassLights = 3.0;
-constexpr double glassArea = 10.0;
-constexpr double readBack = 1.5;
-constexpr double reduce = 2.8;
-constexpr double encode = 14.0;
+constexpr double showPixels = 1.0; // the growing picture, once at least
+constexpr double depthTriangles = 0.45;
+constexpr double depthPixels = 5.0;
+constexpr double volumeTriangles = 1.5;
+constexpr double volumePixels = 22.0; // the stencils of a light and their sum
+constexpr double volumeArea = 1.3;
+constexpr double litTriangles = 0.5;
+constexpr double litArea = 8.0;
+constexpr double litPixels = 3.0;
+constexpr double litShineArea = 27.0;
+constexpr double lineMesh = 0.02;
+constexpr double lineTriangles = 0.7;
+constexpr double aheadTriangles = 0.06; // what is left of them for the drawing thread
+constexpr double traceLines = 1.2;      // of as many lines as a smooth surface has, the root of triangles times meshes
+constexpr double traceTriangles = 1.0;  // in drawings, with all else about lines
+constexpr double tracePlainLines = 0.4;
+constexpr double tracePixels = 0.3; // the depth buffer is read back
+constexpr double strokeLines = 0.1;
+constexpr double strokePixels = 0.15;
+constexpr double saveDepth = 2.5;
+constexpr double restoreDepth = 3.5;
+constexpr double glassTriangles = 4.0;
+constexpr double glassLights = 2.0;
+constexpr double glassArea = 6.5;
+constexpr double readBack = 0.3;
+constexpr double reduce = 1.5;
+constexpr double encode = 7.3;
 constexpr double encodePaper = 33.0; // of grain there is more to pack
 constexpr double paper = 14.0;
 constexpr double background = 10.0;
 constexpr double translate = 0.5;
-constexpr double pagePrimitives = 8.0;
+constexpr double pagePrimitives = 4.6;
 constexpr double joinLines = 0.5;
-constexpr double mergeTriangles = 2.3;
-constexpr double tessellateFaces = 2.0;
-constexpr double simplePrimitives = 7.5;
-constexpr double collectedFaces = 12.0; // of areas and strokes as data
-constexpr double collectedRegions = 28.0;
+constexpr double mergeTriangles = 2.1;
+constexpr double tessellateFaces = 1.8;
+constexpr double simplePrimitives = 4.5;
+constexpr double collectedFaces = 9.0; // of areas and strokes as data
+constexpr double collectedTriangles = 5.0;
+constexpr double collectedRegions = 2.5;
+constexpr double collectedShine = 36.0; // regions of its many tones
 } // namespace cost
 
 // Of what a drawing has for each triangle of the scene: those that show light and shade are divided.
@@ -81,8 +85,8 @@ unsigned int countOf(double number) {
 } // namespace
 
 KivRenderForecast::KivRenderForecast(const KivSceneWork& sceneWork, const KivCommonSettings& common, double finalSize,
-                                     bool hasNonCombinable, int namedShaders, int allCombinables)
-    : work(sceneWork), settings(common), finalPixels(finalSize) {
+                                     const Shaders& drawing)
+    : work(sceneWork), settings(common), finalPixels(finalSize), shaders(drawing) {
     addOrdering();
     addImage(!settings.getBackgroundImage().empty(), cost::background);
     if (settings.doShadows()) {
@@ -90,12 +94,12 @@ KivRenderForecast::KivRenderForecast(const KivSceneWork& sceneWork, const KivCom
     } else if (settings.doTransparencies()) {
         addOpaqueSurfaces();
     } else {
-        addPlainSurfaces(hasNonCombinable);
+        addPlainSurfaces();
     }
-    if (namedShaders > 0) {
-        addRow(namedShaders, true);
+    if (shaders.named > 0) {
+        addRow(shaders.named, true);
     }
-    addRow(allCombinables, false);
+    addRow(shaders.combinables, false);
     addTransparent();
     addImage(!settings.getPaperImage().empty(), cost::paper);
     addVectorPage();
@@ -141,28 +145,32 @@ void KivRenderForecast::addImage(bool shown, double perPixel) {
     }
 }
 
-// Three units for each mesh. The first look at the growing picture, and what the meshes draw, come with the last of
-// them or at the end, as OpenGL draws when it is waited for.
-void KivRenderForecast::addPlainSurfaces(bool hasNonCombinable) {
+// Three units for each mesh. The first mesh is waited for, as it is shown; part of what the others draw comes at the
+// end, when OpenGL is waited for.
+void KivRenderForecast::addPlainSurfaces() {
     KivStepForecast& step = add();
-    if (!hasNonCombinable) {
+    if (!shaders.hasBase) {
         return;
     }
-    double show = settings.doVectorial() ? 0.0 : cost::showPixels * work.pixels;
+    const bool isPicture = !settings.doVectorial();
+    double start = cost::startPainting;
+    double show = isPicture ? cost::startShowing + cost::showPixels * work.pixels : 0.0;
     for (const KivSceneWork::Mesh& mesh : work.meshes) {
         const double time = paintTime(mesh);
         const double own = std::min(time, cost::paintMesh + cost::paintTriangles * mesh.triangles);
-        const double later = settings.doVectorial() ? 0.0 : leftForEnd * (time - own);
-        step.shares.insert(step.shares.end(), {own, 0.0, time - own - later + show});
-        step.units += time - later + show;
+        const double later = isPicture && start == 0.0 ? leftForEnd * (time - own) : 0.0;
+        step.shares.insert(step.shares.end(), {start + own, 0.0, time - own - later + show});
+        step.units += start + time - later + show;
         step.tail += later;
+        start = 0.0;
         show = 0.0;
     }
 }
 
 void KivRenderForecast::addOpaqueSurfaces() {
     KivStepForecast& step = add();
-    step.lead = settings.doVectorial() ? 0.0 : cost::showPixels * work.pixels;
+    step.lead = cost::startPainting;
+    step.lead += settings.doVectorial() ? 0.0 : cost::startShowing + cost::showPixels * work.pixels;
     for (const KivSceneWork::Mesh& mesh : work.meshes) {
         if (mesh.isOpaque) {
             step.units += paintTime(mesh);
@@ -174,10 +182,10 @@ void KivRenderForecast::addOpaqueSurfaces() {
 
 void KivRenderForecast::addShadowedSurfaces() {
     KivStepForecast& depth = add();
-    depth.tail = cost::showPixels * work.pixels;
+    depth.lead = cost::startPainting;
+    depth.tail = cost::startShowing + cost::depthPixels * work.pixels;
     for (const KivSceneWork::Mesh& mesh : work.meshes) {
-        const double time =
-            isDrawn(mesh) ? cost::paintMesh + cost::depthTriangles * mesh.triangles + cost::depthArea * mesh.area : 0.0;
+        const double time = isDrawn(mesh) ? cost::paintMesh + cost::depthTriangles * mesh.triangles : 0.0;
         depth.units += time;
         depth.shares.push_back(time);
     }
@@ -232,8 +240,23 @@ void KivRenderForecast::addVolumes(bool withGlass) {
     step.tail = work.lights > 0 ? reading : 0.0;
 }
 
+// What a thousand triangles take until their edges are found: of all of them on this thread, or what the other thread
+// has not done by then, which works since the surfaces began.
+double KivRenderForecast::edgeTime(double triangles) const {
+    if (!shaders.edgesAhead) {
+        return settings.doVectorial() ? cost::aheadTriangles : cost::lineTriangles; // drawings find them later
+    }
+    double sinceBegin = 0.0;
+    for (const KivStepForecast& step : forecast.steps) {
+        sinceBegin += step.total();
+    }
+    const double left = std::max(cost::lineTriangles * triangles - sinceBegin, 0.0);
+    return cost::aheadTriangles + (triangles > 0.0 ? left / triangles : 0.0);
+}
+
 // What one shader of a row tells in the four steps that it believes to have: in the first a unit for each mesh,
-// polyline and the rest, in the others one for each mesh and the rest. Those of the last two come all at once.
+// polyline and the rest, in the others one for each mesh and the rest. The second has next to nothing to do; those of
+// the last two come all at once.
 std::vector<double> KivRenderForecast::lineUnits(bool named) const {
     const bool vectorial = settings.doVectorial();
     const std::size_t meshes = work.meshes.size();
@@ -241,31 +264,29 @@ std::vector<double> KivRenderForecast::lineUnits(bool named) const {
     const std::size_t further = meshes + 1;
     std::vector<double> times(first + 3 * further, 0.0);
     double triangles = 0.0;
+    for (const KivSceneWork::Mesh& mesh : work.meshes) {
+        triangles += named || mesh.hasOwnLook ? mesh.triangles : 0.0;
+    }
+    const double perThousand = edgeTime(triangles);
     for (std::size_t i = 0; i < meshes; ++i) {
         const KivSceneWork::Mesh& mesh = work.meshes[i];
-        if (named || mesh.hasOwnLook) {
-            times[i] = cost::lineMesh + cost::lineTriangles * mesh.triangles;
-            times[first + i] = vectorial ? cost::softTriangles * mesh.triangles : 0.0;
-            triangles += mesh.triangles;
-        }
+        times[i] = named || mesh.hasOwnLook ? cost::lineMesh + perThousand * mesh.triangles : 0.0;
     }
     if (triangles > 0.0) {
         const double lines = std::sqrt(triangles * static_cast<double>(meshes));
-        // Lines of a page are looked up in a buffer finer than the page.
-        const double looked =
-            vectorial ? cost::softPixels * std::min(work.pixels * 16.0, 40.0) : cost::tracePixels * work.pixels;
-        times[first + further] = (vectorial ? cost::tracePlainLines : cost::traceLines) * lines + looked;
-        times[first + 2 * further] = cost::strokeLines * lines + (vectorial ? 0.0 : cost::strokePixels * work.pixels);
+        times[first + further] = vectorial ? cost::tracePlainLines * lines + cost::traceTriangles * triangles
+                                           : cost::traceLines * lines + cost::tracePixels * work.pixels;
+        times[first + 2 * further] = vectorial ? 0.0 : cost::strokeLines * lines + cost::strokePixels * work.pixels;
     }
     return times;
 }
 
 // All shaders one after the other, on as many units as one has. Each object is drawn by one of those that the style
 // does not name.
-void KivRenderForecast::addRow(int shaders, bool named) {
+void KivRenderForecast::addRow(int number, bool named) {
     const std::vector<double> times = lineUnits(named);
     const std::size_t all = times.size();
-    const auto count = static_cast<std::size_t>(std::max(shaders, 1));
+    const auto count = static_cast<std::size_t>(std::max(number, 1));
     std::vector<double> told(all, 0.0);
     for (std::size_t i = 0; i < all * count; ++i) {
         told[i / count] += times[i % all] / (named ? 1.0 : static_cast<double>(count));
@@ -302,11 +323,25 @@ void KivRenderForecast::addTransparent() {
     step.tail = settings.doVectorial() ? 0.0 : cost::glassArea * glassArea * (1.0 + lights);
 }
 
+// For a thousand primitives of a drawing whose areas come about in that way.
+double KivRenderForecast::collectedTime(KivDrawingCollector::Areas areas) const {
+    if (areas == KivDrawingCollector::Areas::faces) {
+        return cost::collectedFaces;
+    }
+    if (areas == KivDrawingCollector::Areas::triangles) {
+        return cost::collectedTriangles;
+    }
+    const double pieces = sum(piecesOf, false);
+    const double shiny = sum([](const KivSceneWork::Mesh& mesh) { return mesh.isShiny ? piecesOf(mesh) : 0.0; }, false);
+    return cost::collectedRegions +
+           (pieces > 0.0 ? (cost::collectedShine - cost::collectedRegions) * shiny / pieces : 0.0);
+}
+
 void KivRenderForecast::addVectorPage() {
     if (!settings.doVectorial()) {
         return;
     }
-    const double pieces = sum(piecesOf, false);
+    const double pieces = shaders.hasBase ? sum(piecesOf, false) : 0.0;
     const double triangles = sum([](const KivSceneWork::Mesh& mesh) { return mesh.triangles; }, false);
     const double lines = linesPerLine * std::sqrt(triangles * static_cast<double>(work.meshes.size()));
     const double primitives = std::max(pieces + lines, 0.001);
@@ -320,7 +355,7 @@ void KivRenderForecast::addVectorPage() {
     const KivDrawingCollector* const collector = KivDrawingCollector::current();
     const bool isMerged =
         collector != nullptr ? collector->areas() == KivDrawingCollector::Areas::faces : settings.doVectorSimplify();
-    const double perPrimitive = collector != nullptr ? (isMerged ? cost::collectedFaces : cost::collectedRegions)
+    const double perPrimitive = collector != nullptr ? collectedTime(collector->areas())
                                 : isMerged           ? cost::simplePrimitives
                                                      : cost::pagePrimitives;
     const double lead = collector != nullptr ? 0.95 : untold;

@@ -4,6 +4,7 @@
 #define KIVRENDER_RENDER_KIVRENDERFORECAST_H
 
 #include "kivrender/platform/kivexport.h"
+#include "kivrender/render/kivdrawingcollector.h"
 #include "kivrender/render/kivprogressforecast.h"
 #include "kivrender/render/kivscenework.h"
 
@@ -13,9 +14,17 @@ class KivCommonSettings;
 
 class KIV_API KivRenderForecast {
 public:
-    // finalPixels: of the picture that is written, in millions. namedShaders: the combinable ones of the style.
+    // Those that draw.
+    struct Shaders {
+        bool hasBase = false;    // for all that has no look of its own
+        int named = 0;           // the combinable ones of the style
+        int combinables = 0;     // all that are loaded
+        bool edgesAhead = false; // kivFindsLinesAhead
+    };
+
+    // finalPixels: of the picture that is written, in millions.
     KivRenderForecast(const KivSceneWork& work, const KivCommonSettings& settings, double finalPixels,
-                      bool hasNonCombinable, int namedShaders, int allCombinables);
+                      const Shaders& shaders);
 
     const KivProgressForecast& get() const {
         return forecast;
@@ -24,12 +33,14 @@ public:
 private:
     void addOrdering();
     void addImage(bool shown, double perPixel);
-    void addPlainSurfaces(bool hasNonCombinable);
+    void addPlainSurfaces();
     void addOpaqueSurfaces();
     void addShadowedSurfaces();
     void addVolumes(bool withGlass);
     std::vector<double> lineUnits(bool named) const;
-    void addRow(int shaders, bool named);
+    double edgeTime(double triangles) const;
+    void addRow(int number, bool named);
+    double collectedTime(KivDrawingCollector::Areas areas) const;
     void addTransparent();
     void addVectorPage();
     void finish();
@@ -42,6 +53,7 @@ private:
     const KivSceneWork& work;
     const KivCommonSettings& settings;
     double finalPixels;
+    Shaders shaders;
     KivProgressForecast forecast;
 };
 

@@ -71,6 +71,48 @@ void findWindings(KivShadedMesh& model) {
     }
 }
 
+bool isSamePlace(const KivVec& a, const KivVec& b) {
+    return a.x == b.x && a.y == b.y && a.z == b.z;
+}
+
+// The paint of the mesh's corners for vertices that were made anew from its surface, whose order the triangles have.
+// Where several paints meet, as along the seam of a texture, the vertex is there once for each.
+void takePaint(const KivMesh& mesh, const KivSurface& surface, KivShadedMesh& model) {
+    constexpr std::uint32_t none = 0xffffffffU;
+    const std::shared_ptr<const KivMeshPaint> paint = kivMeshPaint(mesh);
+    if (paint == nullptr || paint->coordinates.size() != mesh.getNumVertexs()) {
+        return;
+    }
+    model.paint.resize(model.points.size());
+    std::vector<bool> isPainted(model.points.size(), false);
+    std::vector<std::uint32_t> next(model.points.size(), none); // with another paint
+    for (std::size_t t = 0; t < model.triangles.size(); ++t) {
+        unsigned int corner[3] = {0, 0, 0};
+        mesh.getTriangle(corner, surface.sources[t]);
+        if (!isSamePlace(surface.points[surface.triangles[t][1]], model.points[model.triangles[t][1]])) {
+            std::swap(corner[1], corner[2]); // turned
+        }
+        for (std::size_t k = 0; k < 3; ++k) {
+            const std::array<float, 3>& wanted = paint->coordinates[corner[k]];
+            std::uint32_t v = model.triangles[t][k];
+            while (isPainted[v] && model.paint[v] != wanted) {
+                if (next[v] == none) {
+                    next[v] = static_cast<std::uint32_t>(model.points.size());
+                    next.push_back(none);
+                    isPainted.push_back(false);
+                    model.paint.emplace_back();
+                    model.points.push_back(KivVec(model.points[v]));
+                    model.normals.push_back(KivVec(model.normals[v]));
+                }
+                v = next[v];
+            }
+            isPainted[v] = true;
+            model.paint[v] = wanted;
+            model.triangles[t][k] = v;
+        }
+    }
+}
+
 // Those without an area show nothing in a picture, but some readers of drawings make lines of them.
 void removeThoseWithoutArea(KivShadedMesh& model) {
     std::size_t kept = 0;
@@ -89,15 +131,15 @@ void removeThoseWithoutArea(KivShadedMesh& model) {
 
 KivShadedMesh kivReadShadedMesh(const KivMesh& mesh, double creaseAngle) {
     KivShadedMesh model;
-    // Vertices that are made anew would lose their paint.
-    const bool findsAnew =
-        creaseAngle != kivUsualSmoothAngle && kivHasNormalsFromTriangles(mesh) && kivMeshPaint(mesh) == nullptr;
+    const bool findsAnew = creaseAngle != kivUsualSmoothAngle && kivHasNormalsFromTriangles(mesh);
     if (!mesh.hasNormals() || findsAnew) {
-        KivSmoothMesh smooth = kivSmoothNormals(kivReadSurface(mesh), creaseAngle);
+        const KivSurface surface = kivReadSurface(mesh);
+        KivSmoothMesh smooth = kivSmoothNormals(surface, creaseAngle);
         model.points = std::move(smooth.points);
         model.normals = std::move(smooth.normals);
         model.triangles = std::move(smooth.triangles);
         model.windings.assign(model.triangles.size(), 1);
+        takePaint(mesh, surface, model);
         removeThoseWithoutArea(model);
         return model;
     }

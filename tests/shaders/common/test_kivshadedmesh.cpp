@@ -4,6 +4,7 @@
 #include "kivrender/scene/kivmesh.h"
 #include "kivrender/scene/kivmeshedges.h"
 #include "kivrender/scene/kivmeshnormals.h"
+#include "kivrender/scene/kivmeshpaint.h"
 
 #include <gtest/gtest.h>
 
@@ -85,4 +86,53 @@ TEST(KivReadShadedMesh, TheAngleActsOnNormalsThatWereMadeFromTheTriangles) {
     EXPECT_EQ(kivReadShadedMesh(mesh, kivUsualSmoothAngle).points.size(), ball.points.size());
     EXPECT_EQ(kivReadShadedMesh(mesh, 180.0).points.size(), ball.points.size());
     EXPECT_GT(kivReadShadedMesh(mesh, 0.0).points.size(), 2 * ball.points.size());
+}
+
+namespace {
+
+using Paint = std::array<float, 3>;
+
+// Two triangles of a square with a seam at one end of their diagonal, the second one wound the other way.
+KivMesh seamedSquare() {
+    KivMesh mesh;
+    for (const KivVec& p : {KivVec{0, 0, 0}, KivVec{1, 0, 0}, KivVec{1, 1, 0}, KivVec{0, 0, 0}, KivVec{0, 1, 0}}) {
+        mesh.addVertex(Kiv3DPoint(p.x, p.y, p.z));
+    }
+    mesh.addTriangle(0, 1, 2);
+    mesh.addTriangle(3, 4, 2);
+    auto paint = std::make_shared<KivMeshPaint>();
+    paint->coordinates = {{0.1F, 0, 0}, {0.2F, 0, 0}, {0.3F, 0, 0}, {0.4F, 0, 0}, {0.5F, 0, 0}};
+    kivSetMeshPaint(mesh, std::move(paint));
+    return mesh;
+}
+
+} // namespace
+
+TEST(KivReadShadedMesh, AMeshWithoutNormalsKeepsItsPaintOnBothSidesOfASeam) {
+    const KivShadedMesh model = kivReadShadedMesh(seamedSquare(), 45.0);
+    ASSERT_EQ(model.paint.size(), model.points.size());
+    ASSERT_EQ(model.normals.size(), model.points.size());
+    ASSERT_EQ(model.triangles.size(), 2U);
+    const auto paintAt = [&](std::size_t t, double x, double y) {
+        for (const std::uint32_t v : model.triangles[t]) {
+            if (model.points[v].x == x && model.points[v].y == y) {
+                return model.paint[v];
+            }
+        }
+        return Paint{};
+    };
+    EXPECT_EQ(paintAt(0, 0, 0), (Paint{0.1F, 0, 0}));
+    EXPECT_EQ(paintAt(0, 1, 0), (Paint{0.2F, 0, 0}));
+    EXPECT_EQ(paintAt(0, 1, 1), (Paint{0.3F, 0, 0}));
+    EXPECT_EQ(paintAt(1, 0, 0), (Paint{0.4F, 0, 0}));
+    EXPECT_EQ(paintAt(1, 0, 1), (Paint{0.5F, 0, 0}));
+    EXPECT_EQ(paintAt(1, 1, 1), (Paint{0.3F, 0, 0}));
+}
+
+TEST(KivReadShadedMesh, PaintOfAnotherNumberCountsAsNone) {
+    const KivMesh mesh = seamedSquare();
+    auto paint = std::make_shared<KivMeshPaint>();
+    paint->coordinates.resize(4);
+    kivSetMeshPaint(mesh, std::move(paint));
+    EXPECT_TRUE(kivReadShadedMesh(mesh, 45.0).paint.empty());
 }

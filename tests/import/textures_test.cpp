@@ -263,6 +263,19 @@ TEST(Textures, WhatElseAFileHasIsToldOnce) {
                 EndsWith("\": it has normal maps and textures of light, which are not drawn"));
 }
 
+// The factor of a texture of light is no light of the whole surface.
+TEST(Textures, ATextureOfLightDoesNotLightTheWholeSurface) {
+    const TestFolder folder;
+    const auto emissionOf = [&](const std::string& light) {
+        const KivModel model =
+            import(folder.write("a.gltf", squareGltf(embedded(fourColours(), light), "TEXCOORD_0", corners, 2)));
+        return model.scene->getMesh(0)->getMaterial()->getEmission();
+    };
+    const std::string factor = "\"emissiveFactor\":[1,1,1],";
+    EXPECT_EQ(emissionOf(factor), 0xFFFFFFU);
+    EXPECT_EQ(emissionOf(factor + "\"emissiveTexture\":{\"index\":0},"), 0U);
+}
+
 TEST(VertexColours, OfAGltfFileAreThoseOfAScreen) {
     const TestFolder folder;
     const KivModel model =

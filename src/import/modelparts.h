@@ -147,6 +147,9 @@ struct Surface {
     std::vector<Vec3> normals;                // as the file gives them, any length; may be empty
     std::vector<std::uint32_t> corners;       // indices of positions, three to a triangle
     std::vector<std::uint32_t> cornerNormals; // indices of normals or noIndex, one to a corner; empty for none at all
+    // Of a surface in a pose: where its positions and normals are at rest, one by one, or both empty.
+    std::vector<Vec3> restPositions;
+    std::vector<Vec3> restNormals;
     // Whether a program chose the normals, so that flat ones are meant to be flat. Those of files often are so by
     // chance.
     bool normalsAreMeant = false;

@@ -105,7 +105,15 @@ public:
           onePaint(source.cornerPaint.empty() ? 0 : source.positions.size(), unseen) {}
 
     SurfaceVertices make() {
-        addUpFaces();
+        addUpFaces(surface, faces, means);
+        if (!surface.restPositions.empty()) {
+            Surface rest;
+            rest.positions = surface.restPositions;
+            rest.corners = surface.corners;
+            restFaces.resize(faces.size());
+            restMeans.resize(means.size());
+            addUpFaces(rest, restFaces, restMeans);
+        }
         findOneNormals();
         groupCorners();
         vertices.positions.reserve(surface.positions.size());
@@ -130,17 +138,17 @@ public:
     }
 
 private:
-    void addUpFaces() {
-        for (std::size_t t = 0; t < faces.size(); ++t) {
+    void addUpFaces(const Surface& of, std::vector<Vec3>& normals, std::vector<Vec3>& sums) const {
+        for (std::size_t t = 0; t < normals.size(); ++t) {
             watch.add(costOfFace);
-            const std::uint32_t* corner = &surface.corners[t * 3];
-            faces[t] = faceNormal(surface, corner);
-            const std::array<double, 3> angles = anglesOf(surface, corner);
+            const std::uint32_t* corner = &of.corners[t * 3];
+            normals[t] = faceNormal(of, corner);
+            const std::array<double, 3> angles = anglesOf(of, corner);
             for (std::size_t i = 0; i < 3; ++i) {
-                means[corner[i]] = means[corner[i]] + faces[t] * angles[i];
+                sums[corner[i]] = sums[corner[i]] + normals[t] * angles[i];
             }
         }
-        for (Vec3& mean : means) {
+        for (Vec3& mean : sums) {
             watch.add(costOfStep);
             mean = unit(mean);
         }
@@ -152,12 +160,19 @@ private:
         for (std::size_t c = 0; c < surface.corners.size(); ++c) {
             watch.add(costOfStep);
             const std::uint32_t p = surface.corners[c];
-            const Vec3& face = faces[c / 3];
-            const bool bends = means[p] == Vec3{} || (face != Vec3{} && dot(face, means[p]) < cosHalfCrease);
+            const Vec3& face = shapeFaces()[c / 3];
+            const Vec3& mean = (restMeans.empty() ? means : restMeans)[p];
+            const bool bends =
+                mean == Vec3{} || means[p] == Vec3{} || (face != Vec3{} && dot(face, mean) < cosHalfCrease);
             if (bends || givenNormal(c) != Vec3{} || hasOtherPaint(c)) {
                 isOne[p] = 0;
             }
         }
+    }
+
+    // By which it is decided what belongs together.
+    const std::vector<Vec3>& shapeFaces() const {
+        return restFaces.empty() ? faces : restFaces;
     }
 
     // Than the corners before it at the same position.
@@ -201,8 +216,12 @@ private:
         }
     }
 
-    std::uint32_t addVertex(std::uint32_t position, const Vec3& normal, std::uint32_t paint) {
+    std::uint32_t addVertex(std::uint32_t position, const Vec3& normal, std::uint32_t paint,
+                            std::uint32_t given = noIndex) {
         vertices.positions.push_back(position);
+        if (!surface.restPositions.empty()) {
+            vertices.given.push_back(given);
+        }
         vertices.normals.push_back(normal);
         if (!onePaint.empty()) {
             vertices.paint.push_back(paint);
@@ -229,8 +248,13 @@ private:
             while (vertex < end && !(vertices.normals[vertex] == normal && isPainted(vertex, paint))) {
                 ++vertex;
             }
-            vertices.corners[corners[i]] = vertex < end ? vertex : addVertex(position, normal, paint);
+            vertices.corners[corners[i]] =
+                vertex < end ? vertex : addVertex(position, normal, paint, givenAt(corners[i]));
         }
+    }
+
+    std::uint32_t givenAt(std::size_t corner) const {
+        return givenNormal(corner) == Vec3{} ? noIndex : surface.cornerNormals[corner];
     }
 
     bool isPainted(std::uint32_t vertex, std::uint32_t paint) const {
@@ -267,7 +291,8 @@ private:
     }
 
     bool areClose(std::uint32_t a, std::uint32_t b) const {
-        return faces[a] != Vec3{} && dot(faces[a], faces[b]) >= cosCrease;
+        const std::vector<Vec3>& normals = shapeFaces();
+        return normals[a] != Vec3{} && dot(normals[a], normals[b]) >= cosCrease;
     }
 
     Vec3 orMean(const Vec3& normal, std::uint32_t position) const {
@@ -281,8 +306,10 @@ private:
     WorkWatch& watch;
     double cosCrease;
     double cosHalfCrease;
-    std::vector<Vec3> faces; // normals, unit length or zero
-    std::vector<Vec3> means; // of the faces at each position, unit length or zero
+    std::vector<Vec3> faces;     // normals, unit length or zero
+    std::vector<Vec3> means;     // of the faces at each position, unit length or zero
+    std::vector<Vec3> restFaces; // the same of a surface in a pose, at rest; else empty, as the next
+    std::vector<Vec3> restMeans;
     std::vector<std::uint8_t> isOne;
     static constexpr std::uint32_t unseen = noIndex - 1;
     std::vector<std::uint32_t> onePaint; // of each position; empty without paint
@@ -303,6 +330,17 @@ void weldPaint(Surface& surface, WorkWatch& watch) {
     }
 }
 
+// Of each of the new positions what belongs to the first old one; for a list of as many as there were, or none.
+void keepFirst(std::vector<Vec3>& list, const std::vector<std::uint32_t>& newIndex) {
+    std::uint32_t count = 0;
+    for (std::size_t i = 0; i < list.size(); ++i) {
+        if (newIndex[i] == count) {
+            list[count++] = list[i];
+        }
+    }
+    list.resize(count);
+}
+
 } // namespace
 
 std::uint64_t weldSurface(Surface& surface, WorkWatch watch) {
@@ -316,6 +354,7 @@ std::uint64_t weldSurface(Surface& surface, WorkWatch watch) {
         for (std::uint32_t& point : surface.edgePoints) {
             point = newIndex[point];
         }
+        keepFirst(surface.restPositions, newIndex);
     }
     const std::size_t triangles = surface.corners.size() / 3;
     std::size_t kept = 0;

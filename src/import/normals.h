@@ -17,13 +17,14 @@ struct SurfaceVertices {
     std::vector<std::uint32_t> positions; // index into the surface's positions, one to a vertex, ascending
     std::vector<Vec3> normals;            // unit length, one to a vertex
     std::vector<std::uint32_t> corners;   // vertex indices, three to a triangle
+    std::vector<std::uint32_t> given;     // index into the surface's normals or noIndex, one to a vertex of a posed one
     std::vector<std::uint32_t> paint;     // index into the surface's paint or noIndex, one to a vertex; empty for none
 };
 
 // Gives every corner its normal: the file's own where it has a direction, else the mean of those faces around the
 // position that are linked with this corner's face by angles of at most creaseAngle (degrees), each weighted by its
-// angle at the position. Corners of one position with equal normals and equal paint share a vertex. The surface must be
-// welded.
+// angle at the position; of a surface in a pose the angles are those at rest. Corners of one position with equal
+// normals and equal paint share a vertex. The surface must be welded.
 SurfaceVertices makeVertices(const Surface& surface, double creaseAngle, WorkWatch watch = {});
 
 } // namespace kivimport

@@ -34,7 +34,7 @@ template <class Archive> void fields(Archive& archive, SurfaceEdge& e) {
 }
 template <class Archive> void fields(Archive& archive, Surface& s) {
     archive(s.positions, s.normals, s.corners, s.cornerNormals, s.triangleParts, s.parts, s.paint, s.cornerPaint,
-            s.isPaintColour, s.hasEdges, s.edgePoints, s.edges);
+            s.isPaintColour, s.hasEdges, s.edgePoints, s.edges, s.restPositions, s.restNormals);
 }
 template <class Archive> void fields(Archive& archive, SurfaceInstance& i) {
     archive(i.surface, i.x, i.y, i.z, i.origin, i.node, i.material);
@@ -230,6 +230,12 @@ void checkSurface(const Surface& surface, const ModelParts& parts) {
     require(surface.corners.empty() || !surface.parts.empty(), "a surface without a part");
     checkPoints(surface.positions, "a coordinate that can't be used");
     require(std::all_of(surface.normals.begin(), surface.normals.end(), isFinite), "a normal that is not a number");
+    require(surface.restPositions.empty() || (surface.restPositions.size() == surface.positions.size() &&
+                                              surface.restNormals.size() == surface.normals.size()),
+            "another number of vertices at rest");
+    checkPoints(surface.restPositions, "a coordinate that can't be used");
+    require(std::all_of(surface.restNormals.begin(), surface.restNormals.end(), isFinite),
+            "a normal that is not a number");
     checkIndices(surface.corners, surface.positions.size(), false, "vertex");
     checkIndices(surface.cornerNormals, surface.normals.size(), true, "normal");
     checkIndices(surface.triangleParts, surface.parts.size(), false, "part");

@@ -17,7 +17,7 @@ namespace kivimport {
 inline constexpr const char* readerProgramName = "selvarin-reader";
 
 // To be raised with every change of what is sent.
-inline constexpr std::uint64_t readerGreeting = 0x4B69'7652'0000'0007;
+inline constexpr std::uint64_t readerGreeting = 0x4B69'7652'0000'0008;
 
 enum class ReaderMessage : std::uint32_t {
     hello,    // then readerGreeting

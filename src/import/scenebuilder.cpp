@@ -8,6 +8,7 @@
 #include "kivrender/scene/kivmeshedges.h"
 #include "kivrender/scene/kivmeshnormals.h"
 #include "kivrender/scene/kivmeshpaint.h"
+#include "kivrender/scene/kivmeshrest.h"
 #include "kivrender/scene/kivplacedmesh.h"
 #include "kivrender/scene/kivpolyline.h"
 
@@ -290,6 +291,7 @@ private:
         kivSetMeshEdges(*mesh, kivMeshEdges(*part.shape));
         kivSetNormalsFrom(*mesh, kivNormalsFrom(*part.shape));
         kivSetMeshPaint(*mesh, kivMeshPaint(*part.shape));
+        kivSetMeshRest(*mesh, kivMeshRest(*part.shape));
         return mesh;
     }
 
@@ -298,7 +300,11 @@ private:
         shape.isBuilt = true;
         shape.given = surface.corners.size() / 3;
         shape.degenerate = weldSurface(surface, watchAt(0));
+        // Which way pieces are wound is a matter of the shape, not of the pose.
+        const bool isPosed = !surface.restPositions.empty();
+        surface.positions.swap(isPosed ? surface.restPositions : surface.positions);
         orientSurface(surface, watchAt(shape.given / 3));
+        surface.positions.swap(isPosed ? surface.restPositions : surface.positions);
         report(shape.given / 2);
         makeMeshes(surface, shape);
         surface = {};
@@ -312,6 +318,9 @@ private:
             }
         };
         for (std::size_t i = 0; i < parts.surfaces.size(); ++i) {
+            for (Vec3& p : parts.surfaces[i].restPositions) {
+                p = p * model.scale;
+            }
             if (!shapes[i].isShared) {
                 placeAll(parts.surfaces[i].positions);
                 continue;
@@ -423,6 +432,9 @@ private:
                                      : surface.normalsAreMeant     ? KivNormalsFrom::host
                                                                    : KivNormalsFrom::file);
         }
+        if (!surface.restPositions.empty()) {
+            kivSetMeshRest(*mesh, restOf(surface, vertices, *mesh));
+        }
         if (!vertices.paint.empty()) {
             addPaint(surface, vertices, part, *mesh);
         }
@@ -430,6 +442,23 @@ private:
             addEdges(surface, vertices, static_cast<std::uint32_t>(&part - surface.parts.data()), *mesh);
         }
         return mesh;
+    }
+
+    // The mesh of which members are the vertices, at rest.
+    std::shared_ptr<const KivMesh> restOf(const Surface& surface, const SurfaceVertices& vertices,
+                                          const KivMesh& posed) const {
+        auto rest = std::make_shared<KivMesh>();
+        for (const std::uint32_t vertex : members) {
+            const std::uint32_t given = vertices.given[vertex];
+            const Vec3 normal = given != noIndex ? unit(surface.restNormals[given]) : vertices.normals[vertex];
+            rest->addVertex(toKivPoint(surface.restPositions[vertices.positions[vertex]]), toKivVector(normal));
+        }
+        for (unsigned int t = 0; t < posed.getNumTriangles(); ++t) {
+            unsigned int corner[3] = {};
+            posed.getTriangle(corner, t);
+            rest->addTriangle(corner[0], corner[1], corner[2]);
+        }
+        return rest;
     }
 
     // Of the mesh of which members are the vertices.

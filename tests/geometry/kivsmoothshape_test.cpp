@@ -4,6 +4,7 @@
 #include "kivrender/scene/kivmeshedges.h"
 #include "kivrender/scene/kivmeshnormals.h"
 #include "kivrender/scene/kivmeshpaint.h"
+#include "kivrender/scene/kivmeshrest.h"
 #include "shapemodels.h"
 
 #include <gtest/gtest.h>
@@ -345,4 +346,37 @@ TEST(KivSmoothShapes, BrokenMeshesDoNoHarm) {
     ASSERT_EQ(shapes.size(), 2U);
     EXPECT_EQ(shapes[0], nullptr);
     EXPECT_TRUE(shapes[1]->hasAllVertexs());
+}
+
+// A drum that is pressed flat, and one that is drawn out: whatever the pose, its edges are those that it has at rest.
+TEST(SmoothShapes, OfAPoseHaveTheEdgesOfTheRest) {
+    const ShapeModel drum = plate(12);
+    const auto posed = [&drum](double z, double y) {
+        ShapeModel moved = drum;
+        for (KivVec& p : moved.points) {
+            p = {p.x, p.y * y, p.z * z};
+        }
+        return moved;
+    };
+    const auto smoothed = [](const KivMesh& mesh) {
+        std::vector<std::unique_ptr<KivMesh>> shapes = kivSmoothShapes({{&mesh, 45.0}}, viewAt(1e6));
+        return shapes.empty() ? nullptr : std::move(shapes.front());
+    };
+    const auto rest = std::make_shared<KivMesh>();
+    *rest = meshOf(drum);
+    const auto expected = smoothed(*rest);
+    ASSERT_NE(expected, nullptr);
+    int others = 0;
+    for (const auto& [z, y] : {std::pair(1.0, 1.0), std::pair(0.3, 1.0), std::pair(1.0, 0.05), std::pair(4.0, 0.2)}) {
+        KivMesh mesh = meshOf(posed(z, y));
+        const auto alone = smoothed(mesh);
+        others += alone == nullptr || alone->getNumVertexs() != expected->getNumVertexs() ? 1 : 0;
+        kivSetMeshRest(mesh, rest);
+        const auto shape = smoothed(mesh);
+        ASSERT_NE(shape, nullptr) << z << " " << y;
+        EXPECT_EQ(shape->getNumTriangles(), expected->getNumTriangles()) << z << " " << y;
+        EXPECT_EQ(shape->getNumVertexs(), expected->getNumVertexs()) << z << " " << y; // more where edges are sharp
+        ASSERT_NE(kivMeshRest(*shape), nullptr) << z << " " << y;
+    }
+    EXPECT_GT(others, 0);
 }

@@ -6,6 +6,7 @@
 #include "importtestfiles.h"
 #include "kivrender/platform/kivtext.h"
 #include "kivrender/scene/kivmesh.h"
+#include "kivrender/scene/kivmeshrest.h"
 
 #include <map>
 
@@ -127,6 +128,35 @@ TEST_F(AnimationTest, PosesOfOneModelLieInOnePlace) {
         if (first.meshNames[i] == L"slider") {
             const double moved = last.scene->getMesh(i)->getVertex(0).x - first.scene->getMesh(i)->getVertex(0).x;
             EXPECT_NEAR(moved, 10.0 * first.scale, 1e-4 * first.scale);
+        }
+    }
+}
+
+TEST_F(AnimationTest, APoseComesWithTheMeshAtRest) {
+    const auto read = [this](const wchar_t* clip, double seconds, KivModel& model) {
+        KivModelOptions options;
+        options.clip = clip;
+        options.clipSeconds = seconds;
+        std::wstring message;
+        ASSERT_TRUE(kivImportModels({kivFromUtf8(path)}, options, model, message)) << kivToUtf8(message);
+    };
+    KivModel still;
+    read(L"", 0.0, still);
+    for (unsigned int i = 0; i < still.scene->numMeshes(); ++i) {
+        EXPECT_EQ(kivMeshRest(*still.scene->getMesh(i)), nullptr);
+    }
+    KivModel moved;
+    read(L"go", 2.0, moved);
+    ASSERT_EQ(moved.scene->numMeshes(), 3U);
+    for (unsigned int i = 0; i < 3; ++i) {
+        const std::shared_ptr<const KivMesh> rest = kivMeshRest(*moved.scene->getMesh(i));
+        ASSERT_NE(rest, nullptr);
+        if (moved.meshNames[i] == L"arm") {
+            // The second corner from the first, as the file has them and not as the bones do.
+            const Kiv3DPoint a = rest->getVertex(0);
+            const Kiv3DPoint b = rest->getVertex(1);
+            EXPECT_NEAR(b.x - a.x, 0.0, 1e-9);
+            EXPECT_NEAR(b.y - a.y, 2.0 * moved.scale, 1e-6 * moved.scale);
         }
     }
 }

@@ -257,3 +257,43 @@ TEST(Normals, AskForACancelByCostWhileVerticesAreMade) {
         });
     }
 }
+
+// Two squares that share a side, of which the second is bent up; and the same at rest.
+TEST(MakeVertices, InAPoseTheAnglesAreThoseAtRest) {
+    const auto points = [](double degrees) {
+        const double a = degrees * pi / 180.0;
+        std::vector<Vec3> list;
+        for (const double y : {0.0, 1.0}) {
+            list.insert(list.end(), {{-1.0, y, 0.0}, {0.0, y, 0.0}, {std::cos(a), y, std::sin(a)}});
+        }
+        return list;
+    };
+    for (const double rest : {0.0, 80.0}) {
+        for (const double pose : {1.0, 20.0, 49.0, 51.0, 80.0}) {
+            Surface surface;
+            surface.positions = points(pose);
+            surface.restPositions = points(rest);
+            surface.corners = {0, 1, 4, 0, 4, 3, 1, 2, 5, 1, 5, 4};
+            const SurfaceVertices vertices = makeVertices(surface, 50.0);
+            EXPECT_EQ(vertices.normals.size(), rest > 50.0 ? 8U : 6U) << rest << " " << pose;
+            EXPECT_EQ(vertices.given.size(), vertices.normals.size());
+            // The normals themselves are those of the pose.
+            const double a = pose * pi / 180.0;
+            EXPECT_NEAR(length(vertices.normals[vertices.corners[7]] - Vec3{-std::sin(a), 0.0, std::cos(a)}), 0.0,
+                        1e-9);
+        }
+    }
+}
+
+TEST(WeldSurface, KeepsTheRestBesideThePose) {
+    Surface surface;
+    surface.positions = {{0, 0, 0}, {1, 0, 0}, {0, 0, 0}, {0, 1, 0}, {1, 0, 0}, {1, 1, 0}};
+    surface.restPositions = {{0, 0, 5}, {1, 0, 5}, {0, 0, 5}, {0, 1, 5}, {1, 0, 5}, {1, 1, 5}};
+    surface.corners = {0, 1, 3, 4, 5, 3};
+    weldSurface(surface);
+    ASSERT_EQ(surface.positions.size(), 4U);
+    ASSERT_EQ(surface.restPositions.size(), 4U);
+    for (std::size_t i = 0; i < 4; ++i) {
+        EXPECT_EQ(surface.restPositions[i], (surface.positions[i] + Vec3{0, 0, 5}));
+    }
+}

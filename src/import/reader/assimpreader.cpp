@@ -379,6 +379,9 @@ private:
                 surface.normals.push_back(isFinite(normal) ? normal : Vec3{});
             }
         }
+        if (pose) {
+            addRest(mesh, transform, hasNormals, surface);
+        }
         if (mesh.mNumFaces == 0) {
             parts.points.insert(parts.points.end(), surface.positions.begin(), surface.positions.end());
         }
@@ -402,6 +405,19 @@ private:
             const std::string name = fromAi(mesh.mName);
             surface.parts.push_back({name.empty() ? nodeName : name, material, node});
             parts.surfaces.push_back(std::move(surface));
+        }
+    }
+
+    // Where the file has the mesh, whatever moves it: mirrored as the pose is, so that its faces are wound alike.
+    void addRest(const aiMesh& mesh, const Transform& transform, bool hasNormals, Surface& surface) const {
+        const double side = transform.determinant() < 0.0 ? -1.0 : 1.0;
+        const auto mirrored = [side](const Vec3& v) { return Vec3{v.x * side, v.y, v.z}; };
+        for (unsigned int i = 0; i < mesh.mNumVertices; ++i) {
+            surface.restPositions.push_back(usablePoint(mesh, mirrored(fromAi(mesh.mVertices[i]))));
+            if (hasNormals) {
+                const Vec3 normal = mirrored(unit(fromAi(mesh.mNormals[i])));
+                surface.restNormals.push_back(isFinite(normal) ? normal : Vec3{});
+            }
         }
     }
 

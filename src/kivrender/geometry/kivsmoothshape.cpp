@@ -4,6 +4,7 @@
 #include "kivrender/geometry/kivflatfaces.h"
 #include "kivrender/geometry/kivloopsurface.h"
 #include "kivrender/geometry/kivnormalnoise.h"
+#include "kivrender/geometry/kivrestsurface.h"
 #include "kivrender/geometry/kivshapecreases.h"
 #include "kivrender/geometry/kivshapenormals.h"
 #include "kivrender/geometry/kivshaperise.h"
@@ -12,6 +13,7 @@
 #include "kivrender/scene/kivmeshedges.h"
 #include "kivrender/scene/kivmeshnormals.h"
 #include "kivrender/scene/kivmeshpaint.h"
+#include "kivrender/scene/kivmeshrest.h"
 
 #include <algorithm>
 #include <array>
@@ -19,6 +21,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <numeric>
+#include <optional>
 #include <utility>
 
 namespace {
@@ -151,23 +154,31 @@ private:
                 continue;
             }
             isPart[i] = true;
+            const std::shared_ptr<const KivMesh> atRest = kivMeshRest(mesh);
             normalsOf[i] = hasWord ? KivShapeNormals::own : KivShapeNormals::nothing; // until the surface is there
             any = any || !mesh.hasNormals() || kivRiseByNormals(mesh, view) > mayBeRough ||
-                  (hasWord && kivIsShadedFlat(mesh));
+                  (hasWord && kivIsShadedFlat(atRest != nullptr ? *atRest : mesh));
         }
         return any;
     }
 
     void readSurface(std::size_t i) {
         surfaces[i] = kivReadSurface(*requests[i].mesh);
+        rests[i] = kivRestSurface(*requests[i].mesh, surfaces[i]);
         if (normalsOf[i] == KivShapeNormals::own) {
-            normalsOf[i] = kivShapeNormals(surfaces[i]);
+            normalsOf[i] = kivShapeNormals(shapeOf(i));
             isPart[i] = normalsOf[i] != KivShapeNormals::own;
         }
     }
 
+    // What decides on the shape.
+    const KivSurface& shapeOf(std::size_t i) const {
+        return rests[i] ? *rests[i] : surfaces[i];
+    }
+
     void readPoints() {
         surfaces.resize(requests.size());
+        rests.resize(requests.size());
         firstPoint.assign(requests.size() + 1, 0);
         std::vector<KivVec> all;
         for (std::size_t i = 0; i < requests.size(); ++i) {
@@ -215,6 +226,7 @@ private:
         KivLoopSurface surface;
         members.clear();
         cornerNormals.clear();
+        shapePoints.clear();
         double smoothAngle = 180.0;
         bool isShadedFlat = false;
         for (std::uint32_t i = root; i < requests.size(); ++i) {
@@ -229,6 +241,8 @@ private:
         for (const std::uint32_t i : members) {
             forget(i);
         }
+        // All up to here and down to the noise is the same in each pose.
+        surface.points.swap(shapePoints);
         orient(surface);
         surface.sharp = kivShapeCreases(surface.points, surface.triangles, surface.adjacency, smoothAngle);
         addGivenEdges(surface);
@@ -239,6 +253,14 @@ private:
         }
         kivPinTips(surface);
         const double roughness = noiseOf(surface);
+        const bool isPosed =
+            std::any_of(members.begin(), members.end(), [this](std::uint32_t i) { return rests[i].has_value(); });
+        surface.points.swap(shapePoints);
+        KivLoopSurface atRest;
+        if (isPosed) {
+            atRest = surface;
+            atRest.points = shapePoints;
+        }
         const KivEvened evened =
             roughness < leastRoughness ? KivEvened() : kivEvenPoints(surface, view, leastEvened, mostEvened);
         const bool isRough = evened.points > 0.0 || evened.light > 0.0;
@@ -252,7 +274,9 @@ private:
         const KivMeshNoise noise = {roughness, static_cast<double>(1U << static_cast<unsigned int>(steps))};
         for (int i = 0; i < steps; ++i) {
             surface = kivLoopStep(surface);
+            atRest = isPosed ? kivLoopStep(atRest) : KivLoopSurface();
         }
+        const KivLoopLimit restLimit = isPosed ? kivLoopLimit(atRest) : KivLoopLimit();
         KivLoopLimit limit = kivLoopLimit(surface);
         if (isRough) {
             kivEvenLight(limit, view, lightReach, evened.light * lightAngle);
@@ -263,6 +287,10 @@ private:
             const CornerPaint paint = paintOf(i, first, steps);
             result[i] = meshOf(*requests[i].mesh, limit, first << (2 * steps), count << (2 * steps), paint);
             kivSetMeshNoise(*result[i], noise);
+            if (isPosed) {
+                kivSetMeshRest(*result[i],
+                               meshOf(*requests[i].mesh, restLimit, first << (2 * steps), count << (2 * steps), paint));
+            }
             first += count;
         }
         return true;
@@ -276,6 +304,7 @@ private:
                 if (p == none) {
                     p = static_cast<std::uint32_t>(surface.points.size());
                     surface.points.push_back(surfaces[i].points[t[k]]);
+                    shapePoints.push_back(shapeOf(i).points[t[k]]);
                 }
                 added[k] = p;
             }
@@ -285,7 +314,7 @@ private:
         for (std::size_t t = 0; t < surfaces[i].triangles.size(); ++t) {
             std::array<KivVec, 3>& normals = cornerNormals.emplace_back();
             for (std::size_t k = 0; areGiven && k < 3; ++k) {
-                normals[k] = surfaces[i].normals[surfaces[i].cornerNormals[t][k]];
+                normals[k] = shapeOf(i).normals[shapeOf(i).cornerNormals[t][k]];
             }
         }
     }
@@ -444,10 +473,12 @@ private:
     std::vector<bool> isPart;
     std::vector<KivShapeNormals> normalsOf; // of each request
     std::vector<KivSurface> surfaces;
-    std::vector<std::uint32_t> firstPoint; // of each request
-    std::vector<std::uint32_t> place;      // of each point
-    std::vector<std::uint32_t> pointOf;    // in the surface at hand, of each place
-    std::vector<std::uint32_t> vertexOf;   // in the mesh at hand, of each vertex of the limit surface
+    std::vector<std::optional<KivSurface>> rests; // of meshes in a pose
+    std::vector<KivVec> shapePoints;              // of the surface at hand, at rest
+    std::vector<std::uint32_t> firstPoint;        // of each request
+    std::vector<std::uint32_t> place;             // of each point
+    std::vector<std::uint32_t> pointOf;           // in the surface at hand, of each place
+    std::vector<std::uint32_t> vertexOf;          // in the mesh at hand, of each vertex of the limit surface
     std::vector<std::uint32_t> parent;
     std::vector<std::uint32_t> members;               // of the group at hand
     std::vector<std::array<KivVec, 3>> cornerNormals; // of its triangles; zero where they tell nothing

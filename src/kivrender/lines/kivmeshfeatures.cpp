@@ -1,5 +1,6 @@
 #include "kivrender/lines/kivmeshfeatures.h"
 
+#include "kivrender/geometry/kivrestsurface.h"
 #include "kivrender/lines/kivmeshahead.h"
 #include "kivrender/scene/kivmesh.h"
 #include "kivrender/scene/kivmeshkeep.h"
@@ -7,6 +8,7 @@
 
 #include <algorithm>
 #include <mutex>
+#include <optional>
 #include <utility>
 
 namespace {
@@ -22,10 +24,27 @@ struct Kept {
     }
 };
 
+// The creases of a mesh in a pose are those that it has at rest.
+void takeBendsAtRest(const KivMesh& mesh, KivMeshFeatures& features) {
+    const std::optional<KivSurface> rest = kivRestSurface(mesh, features.surface);
+    if (!rest) {
+        return;
+    }
+    const std::vector<KivFeatureWing> wings = kivFeatureWings(*rest);
+    for (std::size_t i = 0; i < std::min(wings.size(), features.wings.size()); ++i) {
+        KivFeatureWing& wing = features.wings[i];
+        if (wing.a == wings[i].a && wing.b == wings[i].b) {
+            wing.bend = wings[i].bend;
+            wing.smooth = wings[i].smooth;
+        }
+    }
+}
+
 std::shared_ptr<KivMeshFeatures> findFeatures(const KivMesh& mesh) {
     auto features = std::make_shared<KivMeshFeatures>();
     features->surface = kivReadSurface(mesh);
     features->wings = kivFeatureWings(features->surface);
+    takeBendsAtRest(mesh, *features);
     return features;
 }
 

@@ -4,6 +4,7 @@
 #include "kivrender/scene/kivmeshkeep.h"
 #include "kivrender/scene/kivmeshnormals.h"
 #include "kivrender/scene/kivmeshpaint.h"
+#include "kivrender/scene/kivmeshrest.h"
 #include "kivrender/scene/kivplacedmesh.h"
 #include "kivrender/scene/kivpolyline.h"
 
@@ -54,6 +55,7 @@ KivMesh::KivMesh(const KivMesh& source) : Kiv3DObject() {
     kivSetNormalsFrom(*this, kivNormalsFrom(source));
     kivSetMeshNoise(*this, kivMeshNoise(source));
     kivSetMeshPaint(*this, kivMeshPaint(source));
+    kivSetMeshRest(*this, kivMeshRest(source));
 }
 
 KivMesh& KivMesh::operator=(const KivMesh& other) {
@@ -75,6 +77,7 @@ KivMesh& KivMesh::operator=(const KivMesh& other) {
     kivSetNormalsFrom(*this, kivNormalsFrom(other));
     kivSetMeshNoise(*this, kivMeshNoise(other));
     kivSetMeshPaint(*this, kivMeshPaint(other));
+    kivSetMeshRest(*this, kivMeshRest(other));
     return *this;
 }
 
@@ -83,6 +86,7 @@ KivMesh::~KivMesh() {
     kivSetNormalsFromTriangles(*this, false);
     kivSetMeshNoise(*this, {});
     kivSetMeshPaint(*this, nullptr);
+    kivSetMeshRest(*this, nullptr);
 }
 
 bool KivMesh::getTriangle(unsigned int* indices, unsigned int triangle) const {

@@ -17,6 +17,7 @@
 #include "kivrender/scene/kivmeshedges.h"
 #include "kivrender/scene/kivmeshnormals.h"
 #include "kivrender/scene/kivmeshpaint.h"
+#include "kivrender/scene/kivmeshrest.h"
 #include "kivrender/scene/kivprogress.h"
 
 #include <algorithm>
@@ -270,6 +271,7 @@ void KivMesh::copyMeshCompacted(const KivMesh& source) {
     kivSetMeshEdges(*this, nullptr); // vertices get other places
     kivSetNormalsFromTriangles(*this, false);
     kivSetMeshPaint(*this, nullptr);
+    kivSetMeshRest(*this, nullptr);
     Places places(source);
     if (places.read() && places.sort()) {
         // A cancel in there only ends the building early: corners that were not reached keep the index -1.

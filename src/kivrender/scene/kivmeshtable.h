@@ -20,7 +20,11 @@ public:
         }
         const std::scoped_lock lock(guard);
         if (value == Value{}) {
-            entries.erase(&mesh);
+            // What goes may be a mesh itself, which asks here in its turn: after the lock.
+            if (const auto found = entries.find(&mesh); found != entries.end()) {
+                std::swap(found->second, value);
+                entries.erase(found);
+            }
         } else {
             std::swap(entries[&mesh], value); // what it had before goes after the lock
         }

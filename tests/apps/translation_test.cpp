@@ -136,6 +136,41 @@ TEST(Translation, MessagesAreTranslatedWithWhatTheyName) {
         << "names stay as they are";
 }
 
+TEST(Translation, FilmsCataloguesClustersAndSheetsSpeakSpanish) {
+    const In spanish("es");
+    const std::pair<std::string, std::string> messages[] = {
+        {"\"x.mov\": a film ends in mp4, webm or gif, and the name of frames has their number in it, such as "
+         "frames/%04d.png",
+         "\"x.mov\": una película termina en mp4, webm o gif, y el nombre de los fotogramas contiene su número, como "
+         "frames/%04d.png"},
+        {"\"x.mov\": a film ends in mp4, webm or gif, and the name of frames has their number in it, such as "
+         "frames/%04d.png (see \"selvarin --help\")",
+         "\"x.mov\": una película termina en mp4, webm o gif, y el nombre de los fotogramas contiene su número, como "
+         "frames/%04d.png (véase \"selvarin --help\")"},
+        {"camera path \"p.txt\", line 4: \"up\" is not a number (see \"selvarin --help\")",
+         "ruta de cámara \"p.txt\", línea 4: \"up\" no es un número (véase \"selvarin --help\")"},
+        {"--seconds: \"x\" is no number: 0.1 to 60 is expected",
+         "--seconds: \"x\" no es válido; se pide: número: se espera de 0.1 a 60"},
+        {"\"a.obj\", line 2: crashed: its process crashed (Segmentation fault)",
+         "\"a.obj\", línea 2: fallo grave: su proceso falló (Segmentation fault)"},
+        {"\"a.obj\": timed out: it took longer than 3 seconds; --timeout gives more",
+         "\"a.obj\": tiempo agotado: tardó más de 3 segundos; --timeout da más tiempo"},
+        {"the output \"../a\" is refused: it leads out of the folder",
+         "se rechaza la salida \"../a\": sale de la carpeta"},
+        {"can't draw the frames: its tasks ended without a result: no node (the logs are in \"w\")",
+         "no se pueden dibujar los fotogramas: sus tareas terminaron sin resultado: no node (los registros están en "
+         "\"w\")"},
+        {"the drawing measures 300 x 20 mm at that scale, and the page has room for 190 x 277 mm; use a smaller "
+         "--scale "
+         "or a larger --page",
+         "el dibujo mide 300 x 20 mm a esa escala, y la página tiene sitio para 190 x 277 mm; use un --scale menor o "
+         "un --page mayor"},
+    };
+    for (const auto& [english, expected] : messages) {
+        EXPECT_EQ(translatedMessage(english), expected);
+    }
+}
+
 TEST(Translation, WhatNobodyKnowsStaysEnglish) {
     const In spanish("es");
     EXPECT_EQ(translatedMessage("the moon is full"), "the moon is full");

@@ -1,7 +1,7 @@
 // A window of the library on a widget of Qt: one made from a form, or one of the program's own.
 //
-// Controls are the widgets below that have the dynamic property "control", a number. What they may be: any button, line
-// edit, label, combo box, list (QListWidget) or tree (QTreeWidget), KivNumberField, KivColorField, KivPageTabs.
+// Its controls are the widgets below it that have the dynamic property "control", a number. Any button, line edit,
+// label, combo box, list (QListWidget), tree (QTreeWidget), KivNumberField, KivColorField or KivPageTabs can be one.
 //
 // A host that shows dialogs of the library needs it in one place alone: as the parent of dialogs, around its own main
 // window. KivQtToolkit makes all others from the forms (.ui) of a plug-in or language module.
@@ -38,7 +38,7 @@ public:
     QWidget* widget() const;
     // The widget of any window of this toolkit, null for null.
     static QWidget* widgetOf(KivWindow* window);
-    // What happens to messages of dialogs to this window; nothing at first.
+    // Names the function that gets the messages of dialogs to this window. They are dropped until there is one.
     void setReceiver(std::function<void(unsigned int, std::uintptr_t, std::intptr_t)> receiver);
 
     // --- The window as a whole, as KivWindow declares it.
@@ -46,9 +46,9 @@ public:
     void enable(bool enabled) override;
     void setCaption(bool caption) override;
     void redraw() override;
-    // That of the form: a page's title on its tab.
+    // The title in the form, which a page shows on its tab.
     std::wstring getTitle() const override;
-    // In pixels of the desktop, as far as the form asks for.
+    // The size that the form asks for, in pixels of the desktop.
     SIZE getClientSize() const override;
     // One listener at a time; an empty function for none. It is called for changes by the user, and for those by the
     // program.
@@ -63,7 +63,7 @@ public:
     // --- The controls by their numbers, in the order of the form.
     std::vector<int> getControls() const override;
     std::wstring getText(int control) const override;
-    // Of whatever shows one text: a label, a line edit, a button, the number in a KivNumberField.
+    // Works for each control that shows one text: a label, a line edit, a button, the number in a KivNumberField.
     void setText(int control, const std::wstring& text) override;
     void enableControl(int control, bool enabled) override;
     void showControl(int control, bool visible) override;
@@ -74,7 +74,7 @@ public:
     void placeControl(int control, const RECT& place) override;
     bool isListBox(int control) const override;
     void setToolTip(int control, const std::wstring& text) override;
-    // That several objects differ in it: a question mark, or a check box filled in half.
+    // Marks that several objects differ in the value, by a question mark or a check box filled in half.
     void setVaried(int control, bool varied) override;
     bool isVaried(int control) const override;
     // 0 for off, 1 for on, 2 for varied.

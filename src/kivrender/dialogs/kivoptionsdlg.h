@@ -31,7 +31,7 @@ class KIV_API KivOptionsDlg : public KivDialog {
 public:
     // The number of the template, which is in the language module, and of its controls.
     static constexpr unsigned int optionsTemplate = 12100;
-    // Names the controls of the template for hosts and tests that fill them in; numbers count on from 101 in this order
+    // The controls of the template, for hosts and tests that fill them in. The numbers count on from 101 in this order
     // and are part of the interface.
     enum Control {
         ambientCaption = 101,
@@ -87,7 +87,7 @@ public:
     // Stores what stands in the controls, unchecked: text without a number counts as 0. False without a window or if
     // the host can't keep it.
     bool OnApply();
-    // Shows the window for non-zero, hides it otherwise. Always 1.
+    // Shows the window if flag is not 0, hides it otherwise. Returns 1 in every case.
     int OnActivate(int flag);
     // Does nothing on purpose: what a cancel means is decided by the frame around the page.
     void OnCancel();
@@ -151,7 +151,7 @@ private:
     KivCommonSettings settings;
     // Not owned.
     KivCommonDataManager* commonDataManager = nullptr;
-    // The proportions of Create, which the aspect lock keeps.
+    // Width to height as Create was given them; the aspect lock keeps their ratio.
     SIZE aspectSize = {};
     bool customSize = false;
     KivDataManager* dataManager = nullptr;

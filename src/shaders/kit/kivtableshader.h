@@ -1,5 +1,5 @@
-// What every shader plug-in with one page over one table of settings does alike: its name and tag, its page, and its
-// settings in documents, streams, style files, on objects and in previews. The plug-in derives from
+// The base of shader plug-ins with one page over one table of settings. It has the name, the tag and the page, and
+// keeps the settings in documents, streams, style files, on objects and in previews. The plug-in derives from
 // KivTableShader<KivCombinableShader> or KivTableShader<KivNonCombinableShader> and adds the drawing.
 //
 // A plug-in in short; "selvarin new-shader" writes one that is whole:
@@ -56,10 +56,10 @@ public:
     const wchar_t* getTag() const override {
         return tag;
     }
-    // A slot of the binary interface that nobody calls.
+    // The library never calls this slot; it keeps the places of those behind it.
     using Base::reservedSlot;
     void reservedSlot() override {}
-    // No still picture.
+    // Null: the dialog renders previews, so the shader brings no still picture.
     HBITMAP getPreviewBitmap() override {
         return nullptr;
     }
@@ -118,7 +118,7 @@ public:
     }
 
 protected:
-    // What an object is drawn with: its own settings, else those of the render that runs.
+    // The object's own settings if it has any, else those of the render that runs. Valid until the object gets others.
     const KivTablePageSettings& settingsOf(const Kiv3DObject& object) const {
         const KivTablePageSettings* own = kivObjectSettings(object, defaults.getSectionName());
         return own != nullptr ? *own : renderSettings;

@@ -173,6 +173,44 @@ def test_memory_stays_flat(cube, small):
     assert resident() - before < 4 << 20
 
 
+def test_memory_of_drawings_stays_flat(cube):
+    def some(count):
+        for _ in range(count):
+            selvarin.draw(cube, (80, 60)).svg()
+
+    some(20)
+    before = resident()
+    some(100)
+    assert resident() - before < 4 << 20
+
+
+COPIES = """
+import resource, sys, numpy as np, selvarin
+n, kind = 700, np.dtype(sys.argv[1])
+x, y = np.meshgrid(np.arange(n, dtype=kind), np.arange(n, dtype=kind))
+vertices = np.stack([x, y, 0 * x], axis=-1).reshape(-1, 3)
+i = np.arange(n * n).reshape(n, n)
+faces = np.concatenate([np.stack(part, axis=-1).reshape(-1, 3) for part in (
+    (i[:-1, :-1], i[:-1, 1:], i[1:, 1:]), (i[:-1, :-1], i[1:, 1:], i[1:, :-1]))])
+filler = np.ones(1 << 25)  # up to the most that the process had until now
+del filler
+filler = np.ones(max(0, resource.getrusage(resource.RUSAGE_SELF).ru_maxrss * 1024 - int(
+    open("/proc/self/statm").read().split()[1]) * resource.getpagesize()) // 8)
+scene = selvarin.Scene()
+before = resource.getrusage(resource.RUSAGE_SELF).ru_maxrss
+scene.add_mesh(vertices, faces)
+grown = (resource.getrusage(resource.RUSAGE_SELF).ru_maxrss - before) * 1024
+print(grown / (24 * len(vertices) + 12 * len(faces)))
+"""
+
+
+@pytest.mark.parametrize("kind", ["float32", "float64"])
+def test_arrays_are_copied_once(kind):
+    """By the most memory that the process ever has."""
+    out = subprocess.run([sys.executable, "-c", COPIES, kind], capture_output=True, text=True, timeout=120, check=True)
+    assert 0.7 < float(out.stdout) < 1.4
+
+
 def test_scenes_are_given_back(small):
     n = 120
     x, y = np.meshgrid(np.arange(n, dtype=float), np.arange(n, dtype=float))

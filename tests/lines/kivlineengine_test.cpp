@@ -837,6 +837,29 @@ TEST(KivLineEngine, CrossingsThatAreGivenUpAreTold) {
     }
 }
 
+// Triangles side by side that touch nothing: three lines each, and hardly any work on their sight. Their ends are
+// collected, welded, sorted, joined and chained before it.
+TEST(KivLineEngine, AsksWhileItJoinsManyLines) {
+    LineBody dust;
+    for (std::uint32_t i = 0; i < 60000; ++i) {
+        const KivVec at = {-1.0 + 0.005 * (i % 400), -1.0 + 0.005 * (i / 400), 0.0};
+        dust.points.insert(dust.points.end(), {at, at + KivVec{0.002, 0.0, 0.0}, at + KivVec{0.0, 0.002, 0.0}});
+        dust.triangles.push_back({3 * i, 3 * i + 1, 3 * i + 2});
+    }
+    const auto polls = [&](bool drawn) {
+        KivLineBody body = engineBody(dust);
+        body.rules.intersections = false;
+        body.drawn = drawn;
+        KivLineEngine engine(KivLineView(cameraAt(true, corner), size, size));
+        engine.add(std::move(body));
+        PollCounter counter;
+        const ScopedProgress shown(counter);
+        EXPECT_TRUE(engine.find());
+        return counter.polls;
+    };
+    EXPECT_GE(polls(true) - polls(false), 670) << "the other steps ask 634 times";
+}
+
 TEST(KivLineEngine, PollsByCostInAHostileArrangement) {
     const KivLineView view(cameraAt(true, corner), size, size);
     const KivLineBody body = engineBody(needles(250));

@@ -119,6 +119,27 @@ TEST(KivOccluders, RepeatedFacesAndOtherWindingsChangeNothing) {
     }
 }
 
+// One segment alone may pass by a million triangles.
+TEST(KivOccluders, ACancelEndsASingleSegment) {
+    Body slivers;
+    for (std::uint32_t i = 0; i < 60000; ++i) {
+        // Boxes over the segment, triangles below it.
+        slivers.points.insert(slivers.points.end(), {{-1.0, -1.0, 0.0}, {1.0, -1.0, 0.0}, {1.0, 1.0, 1e-6 * i}});
+        slivers.triangles.push_back({3 * i, 3 * i + 1, 3 * i + 2});
+    }
+    const Scene scene(front, {slivers});
+    PollCounter all;
+    {
+        const ScopedProgress shown(all);
+        EXPECT_EQ(scene.visible({-0.9, 0.5, -1.0}, {0.2, 0.5, -1.0}).size(), 1U);
+    }
+    EXPECT_GE(all.polls, 3);
+    PollCounter first(1);
+    const ScopedProgress shown(first);
+    scene.visible({-0.9, 0.5, -1.0}, {0.2, 0.5, -1.0});
+    EXPECT_EQ(first.polls, 1) << "it went on";
+}
+
 TEST(KivOccluders, ThePictureSizeChangesNothing) {
     const Body ring = ringBody({0.0, 0.0, 0.0}, 1.5, 0.6, 40, 20);
     const Scene small(corner, {ring}, 10.0);

@@ -43,6 +43,19 @@ bool meets(const KivOccluderBounds& box, const Query& q) {
     return box.nearest <= q.farthest && cut(q.x0, q.x1, box.left, box.right) && cut(q.y0, q.y1, box.bottom, box.top);
 }
 
+// Whoever is visited costs more than a box that is only looked at: the work of a walk tells so.
+TEST(OccluderIndex, CountsVisitsAsWork) {
+    const std::vector<KivOccluderBounds> stack(1000, {0.0F, 10.0F, 0.0F, 10.0F, 1.0F});
+    OccluderIndex index;
+    ASSERT_TRUE(index.build(stack));
+    const auto all = [](std::uint32_t) { return true; };
+    const auto none = [](std::uint32_t) { return false; };
+    EXPECT_GT(index.walk(1.0, 1.0, 9.0, 9.0, 2.0, all), 5000U);
+    EXPECT_LT(index.walk(1.0, 1.0, 9.0, 9.0, 2.0, none), 100U);
+    EXPECT_LT(index.walk(11.0, 1.0, 19.0, 9.0, 2.0, all), 10U);
+    EXPECT_GT(index.probe(5.0, 5.0, [](std::uint32_t) { return 2.0; }), 5000U);
+}
+
 TEST(OccluderIndex, LeavesOutNothingThatASegmentMeetsAndLittleElse) {
     RawRandom random(3);
     std::size_t visited = 0;

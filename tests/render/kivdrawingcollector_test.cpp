@@ -147,10 +147,12 @@ TEST_F(DrawingCollector, RegionsThatAreTooMuchWorkStayTriangles) {
         EXPECT_EQ(drawing.areaRim, 0.5);
         ASSERT_EQ(drawing.messages.size(), 1U);
         EXPECT_EQ(host.messages, drawing.messages);
+        EXPECT_FALSE(KivVectorPage::wasOrderExact()) << "that would be too much as well";
     }
     drawing.effort = 1.0;
     ASSERT_TRUE(renderSquare());
     EXPECT_THAT(drawing.messages, IsEmpty());
+    EXPECT_TRUE(KivVectorPage::wasOrderExact());
 }
 
 TEST_F(DrawingCollector, LinesThatAreCutShortAreTold) {

@@ -486,6 +486,23 @@ TEST(PaintersOrder, TellsWhereTheWorkWasCutShort) {
     }
 }
 
+// The first runs through the second and would be cut.
+TEST(PaintersOrder, DepthsAloneCutNothing) {
+    OwnedList list;
+    list.push_back(triangle(vertex(10, 10, 0.4F), vertex(20, 10, 0.6F), vertex(10, 20, 0.4F)));
+    list.push_back(triangle(vertex(0, 0, 0.5F, 0, 0, 0, 0.5F), vertex(100, 0, 0.5F, 0, 0, 0, 0.5F),
+                            vertex(0, 100, 0.5F, 0, 0, 0, 0.5F)));
+    list.push_back(triangle(vertex(0, 0, 0.9F), vertex(10, 0, 0.1F), vertex(0, 10, 0.44F)));
+    OwnedList whole;
+    clone(list, whole);
+    std::vector<std::uint32_t> origins;
+    EXPECT_TRUE(PaintersOrder().sortByDepth(&list, &origins));
+    EXPECT_THAT(origins, testing::ElementsAre(1U, 2U, 0U));
+    EXPECT_EQ(list.size(), 3U);
+    EXPECT_TRUE(PaintersOrder().sort(&whole));
+    EXPECT_GT(whole.size(), 3U);
+}
+
 TEST(PaintersOrder, AnyFloatsAtAll) {
     for (std::uint32_t seed = 0; seed < 300; ++seed) {
         Random random(seed);

@@ -2,6 +2,7 @@
 
 #include "kivrender/scene/kivmesh.h"
 #include "kivrender/scene/kivplacedmesh.h"
+#include "kivrender/scene/kivprogress.h"
 
 #include <algorithm>
 #include <bit>
@@ -11,6 +12,8 @@
 #include <utility>
 
 namespace {
+
+constexpr std::size_t pointsPerPoll = 1U << 17U; // to be welded
 
 std::uint64_t mixed(std::uint64_t h) {
     h ^= h >> 32;
@@ -128,12 +131,16 @@ void readNamedEdges(const KivMesh& mesh, const std::vector<std::uint32_t>& place
 
 } // namespace
 
-std::vector<std::uint32_t> kivWeldPoints(const std::vector<KivVec>& points, std::uint32_t* count) {
+std::vector<std::uint32_t> kivWeldPoints(const std::vector<KivVec>& points, std::uint32_t* count, bool* cancelled) {
     std::vector<std::uint32_t> result(points.size());
     std::vector<std::uint32_t> slots(tableSize(points.size()), none); // the first point of each place
     const std::size_t mask = slots.size() - 1;
     std::uint32_t places = 0;
     for (std::size_t i = 0; i < points.size(); ++i) {
+        if (cancelled != nullptr && i % pointsPerPoll == 0 && kivIsCancelled()) {
+            *cancelled = true;
+            break;
+        }
         if (!isFinite(points[i])) {
             result[i] = places++; // not entered: a heap of them in one chain of the table would take for ever
             continue;

@@ -39,8 +39,10 @@ struct KivSurface {
 };
 
 // For each point the number of the first point at the same position, counted in order of first appearance; count gets
-// how many there are. Points that are not numbers are equal to nothing.
-KIV_API std::vector<std::uint32_t> kivWeldPoints(const std::vector<KivVec>& points, std::uint32_t* count);
+// how many there are. Points that are not numbers are equal to nothing. With a place for it the user may cancel: it is
+// true then, and the numbers are of no use.
+KIV_API std::vector<std::uint32_t> kivWeldPoints(const std::vector<KivVec>& points, std::uint32_t* count,
+                                                 bool* cancelled = nullptr);
 
 // Reads the mesh through its accessors. Triangles with two equal corners, an index out of range or a corner that is not
 // a finite number are left out, and so is every repetition of a triangle, in whichever winding: two-sided models that

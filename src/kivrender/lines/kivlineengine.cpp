@@ -1,11 +1,13 @@
 #include "kivrender/lines/kivlineengine.h"
 
+#include "kivrender/lines/curveorder.h"
 #include "kivrender/lines/doublelines.h"
 #include "kivrender/lines/kivoccluders.h"
 #include "kivrender/lines/kivsurfacecrossings.h"
 #include "kivrender/lines/linebudget.h"
 #include "kivrender/lines/linejoins.h"
 #include "kivrender/lines/linespans.h"
+#include "kivrender/lines/regions/polledsort.h"
 #include "kivrender/lines/strokejoins.h"
 #include "kivrender/lines/surfacelines.h"
 #include "kivrender/scene/kivprogress.h"
@@ -85,6 +87,9 @@ private:
             }
             takeNamedEdges(body, surface.segments);
             for (const LineSegment& segment : surface.segments) {
+                if (kivIsCancelledAt(segments.all.size())) {
+                    return false;
+                }
                 addSegment(segment, i);
             }
             surface.segments = {};
@@ -180,13 +185,18 @@ private:
     // Bodies that are there twice have all of their lines twice.
     bool dropRepeats() {
         std::vector<KivVec> ends;
+        ends.reserve(segments.all.size() * 2);
         for (const LineSegment& segment : segments.all) {
+            if (kivIsCancelledAt(ends.size())) {
+                return false;
+            }
             ends.push_back(segment.at(segment.from));
             ends.push_back(segment.at(segment.to));
         }
         std::uint32_t count = 0;
-        nodes = kivWeldPoints(ends, &count);
-        if (kivIsCancelled()) {
+        bool isCancelled = false;
+        nodes = kivWeldPoints(ends, &count, &isCancelled);
+        if (isCancelled || kivIsCancelled()) {
             return false;
         }
         std::vector<std::uint32_t> order(segments.all.size());
@@ -197,7 +207,9 @@ private:
             const auto [low, high] = std::minmax(nodes[2 * i], nodes[2 * i + 1]);
             return std::tuple(low, high, segments.all[i].kind, segments.sources[i], i);
         };
-        std::sort(order.begin(), order.end(), [&](std::uint32_t a, std::uint32_t b) { return key(a) < key(b); });
+        if (!polledSort(order, [&](std::uint32_t a, std::uint32_t b) { return key(a) < key(b); })) {
+            return false;
+        }
         std::vector<bool> isRepeat(order.size(), false);
         for (std::size_t i = 1; i < order.size(); ++i) {
             const auto [low, high, kind, source, number] = key(order[i]);
@@ -241,8 +253,12 @@ private:
         LineBudget sights(LineBudget::allowance(count, effort));
         LineBudget doubles(LineBudget::allowance(count, effort));
         LineSpans spans(occluders, segments, sights);
+        std::vector<LineChain> chains = kivChainsOf(kivJoinedEnds(ends, LineJunctions::end));
+        if (kivIsCancelled()) {
+            return false;
+        }
         std::size_t room = spansOfAnyScene + spansPerSegment * segments.all.size(); // the memory is bounded, too
-        for (LineChain& chain : kivChainsOf(kivJoinedEnds(ends, LineJunctions::end))) {
+        for (LineChain& chain : chains) {
             if (!sights.goesOn()) {
                 break;
             }

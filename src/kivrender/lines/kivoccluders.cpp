@@ -13,6 +13,7 @@
 namespace {
 
 constexpr std::size_t trianglesPerPoll = 1U << 15U;
+constexpr std::size_t visitsPerPoll = 1U << 14U; // of triangles that may hide a segment
 
 float outwards(double value, float towards) {
     return std::nextafter(static_cast<float>(value), towards);
@@ -154,7 +155,11 @@ void KivOccluders::findParts(const KivVec& a, const KivVec& b, std::vector<KivLi
     // Of a long segment less and less is left to ask about.
     KivLinePart asked = inPicture;
     constexpr double worthIt = 0.75;
+    std::size_t visits = 0;
     const std::size_t boxes = index->walkRest(segmentOf(inPicture), [&](std::uint32_t which, auto* rest) {
+        if (++visits % visitsPerPoll == 0 && kivIsCancelled()) {
+            return false;
+        }
         const Occluder& occluder = occluders[which];
         const KivVec triangle[3] = {corners[occluder.corners[0]], corners[occluder.corners[1]],
                                     corners[occluder.corners[2]]};

@@ -4,6 +4,7 @@
 #include "kivrender/lines/curveorder.h"
 #include "kivrender/lines/linegrain.h"
 #include "kivrender/lines/trianglecrossing.h"
+#include "kivrender/scene/kivprogress.h"
 
 #include <algorithm>
 #include <cmath>
@@ -16,11 +17,11 @@ namespace {
 constexpr std::size_t leafSize = 4;
 
 // A heap of triangles that cross one another at random has as many crossings as pairs. Parts that are stuck into each
-// other have far fewer than triangles.
+// other have far fewer than triangles, and take up to 60 tests for each.
 constexpr std::size_t piecesOfAnyHeap = 20000;
 constexpr std::size_t piecesPerFace = 4;
 constexpr std::size_t testsOfAnyHeap = 20'000'000;
-constexpr std::size_t testsPerFace = 400;
+constexpr std::size_t testsPerFace = 100;
 
 float outwards(double value, float towards) {
     return std::nextafter(static_cast<float>(value), towards);
@@ -219,9 +220,13 @@ bool KivSurfaceCrossings::join() {
     const std::size_t mostTests = bound(testsOfAnyHeap, testsPerFace);
     std::size_t visits = 0;
     std::size_t tests = 0;
-    while (!open.empty()) {
-        if (kivIsCancelledAt(visits++)) {
-            return false;
+    for (std::size_t nextPoll = 0; !open.empty(); ++visits) {
+        if (tests + visits >= nextPoll) {
+            constexpr std::size_t testsPerPoll = 1U << 16U;
+            nextPoll = tests + visits + testsPerPoll;
+            if (kivIsCancelled()) {
+                return false;
+            }
         }
         const Pair pair = open.back();
         open.pop_back();

@@ -1,5 +1,8 @@
 #include "kivrender/lines/linejoins.h"
 
+#include "kivrender/lines/curveorder.h"
+#include "kivrender/lines/regions/polledsort.h"
+
 #include <algorithm>
 #include <cstddef>
 #include <numeric>
@@ -66,9 +69,10 @@ std::vector<std::int32_t> kivJoinedEnds(const std::vector<LineEnd>& ends, LineJu
     std::vector<Number> order(ends.size());
     std::iota(order.begin(), order.end(), 0U);
     const auto key = [&ends](Number end) { return std::tie(ends[end].node, ends[end].group); };
-    std::sort(order.begin(), order.end(),
-              [&](Number a, Number b) { return key(a) < key(b) || (key(a) == key(b) && a < b); });
     std::vector<std::int32_t> mate(ends.size(), noLineEnd);
+    if (!polledSort(order, [&](Number a, Number b) { return key(a) < key(b) || (key(a) == key(b) && a < b); })) {
+        return mate;
+    }
     std::vector<Number> meeting;
     for (std::size_t i = 0; i < order.size();) {
         meeting.clear();
@@ -91,12 +95,12 @@ std::vector<std::int32_t> kivJoinedEnds(const std::vector<LineEnd>& ends, LineJu
 std::vector<LineChain> kivChainsOf(const std::vector<std::int32_t>& mates) {
     std::vector<bool> used(mates.size() / 2, false);
     std::vector<LineChain> chains;
-    for (Number end = 0; end < mates.size(); ++end) {
+    for (Number end = 0; end < mates.size() && !kivIsCancelledAt(end); ++end) {
         if (mates[end] == noLineEnd && !used[end / 2]) {
             chains.push_back(walk(end, mates, used));
         }
     }
-    for (Number end = 0; end < mates.size(); end += 2) {
+    for (Number end = 0; end < mates.size() && !kivIsCancelledAt(end); end += 2) {
         if (!used[end / 2]) {
             chains.push_back(walk(end, mates, used));
         }

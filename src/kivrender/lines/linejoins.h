@@ -22,7 +22,7 @@ enum class LineJunctions : std::uint8_t {
 inline constexpr std::int32_t noLineEnd = -1;
 
 // For each end the end that the line goes on with, or noLineEnd. Two ends of a group that meet alone are joined however
-// sharply the line turns.
+// sharply the line turns. After a cancel some are not joined.
 std::vector<std::int32_t> kivJoinedEnds(const std::vector<LineEnd>& ends, LineJunctions junctions);
 
 struct LineChain {
@@ -31,7 +31,8 @@ struct LineChain {
     bool closed = false;
 };
 
-// Every line is in exactly one chain. Chains come in the order of their first line, open ones before rings.
+// Every line is in exactly one chain. Chains come in the order of their first line, open ones before rings. After a
+// cancel some are missing.
 std::vector<LineChain> kivChainsOf(const std::vector<std::int32_t>& mates);
 
 #endif

@@ -35,6 +35,10 @@ namespace {
 constexpr unsigned int textVectorOverflow = 129;
 constexpr unsigned int textLinesCutShort = 130;
 constexpr unsigned int textAreasCutShort = 131;
+
+// Where regions were too much work, comparing more triangles than that would take minutes.
+constexpr double mostInExactOrder = 2e5;
+
 // Of areas whose borders are not the same curves: half of it lies outside the area.
 constexpr double rimWidth = 0.5;
 
@@ -150,7 +154,8 @@ bool addAreas(const RecordedPage& page, const KivDrawingCollector& collector, Co
     bool done = areas == KivDrawingCollector::Areas::regions && page.addRegions(drawing, rules, &tooMuch);
     if (areas == KivDrawingCollector::Areas::triangles || tooMuch) {
         drawing.areaRim = rimWidth;
-        done = page.addTriangles(drawing);
+        const bool isHuge = tooMuch && static_cast<double>(page.size()) > mostInExactOrder * drawing.effort;
+        done = page.addTriangles(drawing, isHuge ? RecordedPage::Order::byDepth : RecordedPage::Order::exact);
     }
     if (tooMuch) {
         drawing.messages.push_back(kivText(textAreasCutShort));

@@ -18,6 +18,7 @@
 namespace {
 
 constexpr std::size_t vertexFloats = 7;
+constexpr std::size_t itemsPerPoll = 4096;
 
 struct DeleteList {
     void operator()(FeedbackPrimitiveList* list) const {
@@ -91,9 +92,24 @@ RecordedPage::RecordedPage(std::span<const float> recorded) : library(recorded) 
     }
 }
 
-bool RecordedPage::paint(FeedbackPrimitiveList& list, const ObjectsOfPrimitives& objects,
+bool RecordedPage::sort(FeedbackPrimitiveList& list, Order order, std::vector<std::uint32_t>& origins) const {
+    PaintersOrder painters(offset);
+    if (order == Order::byDepth) {
+        kivNoteOrder(false);
+        return painters.sortByDepth(&list, &origins);
+    }
+    if (!KivVectorPage::isExactOrder()) {
+        painters.setWork(0);
+    }
+    bool isExact = true;
+    const bool done = painters.sort(&list, &origins, &isExact);
+    kivNoteOrder(isExact);
+    return done;
+}
+
+bool RecordedPage::paint(FeedbackPrimitiveList& list, const ObjectsOfPrimitives& objects, Order order,
                          KivVectorDrawing& drawing) const {
-    if (!HiddenPrimitives(offset).remove(&list)) {
+    if (order == Order::exact && !HiddenPrimitives(offset).remove(&list)) {
         return false;
     }
     std::vector<std::uint32_t> before;
@@ -102,29 +118,29 @@ bool RecordedPage::paint(FeedbackPrimitiveList& list, const ObjectsOfPrimitives&
         before.push_back(place != objects.end() && place->second < drawing.objects.size() ? place->second : 0);
     }
     std::vector<std::uint32_t> origins;
-    bool isExact = true;
-    PaintersOrder order(offset);
-    if (!KivVectorPage::isExactOrder()) {
-        order.setWork(0);
-    }
-    if (!order.sort(&list, &origins, &isExact)) {
+    if (!sort(list, order, origins)) {
         return false;
     }
-    kivNoteOrder(isExact);
     drawing.areas.reserve(drawing.areas.size() + list.size());
     for (std::size_t i = 0; i < list.size(); ++i) {
+        if (i % itemsPerPoll == 0 && kivIsCancelled()) {
+            return false;
+        }
         drawing.areas.push_back(areaOf(*list[i]));
         drawing.areas.back().object = before[origins[i]];
     }
     return true;
 }
 
-bool RecordedPage::addTriangles(KivVectorDrawing& drawing) const {
+bool RecordedPage::addTriangles(KivVectorDrawing& drawing, Order order) const {
     const OwnedList list(new FeedbackPrimitiveList);
     ObjectsOfPrimitives objects;
     LibraryFeedback feedback(library);
     FeedbackItem item;
-    while (feedback.next(item)) {
+    for (std::size_t i = 0; feedback.next(item); ++i) {
+        if (i % itemsPerPoll == 0 && kivIsCancelled()) {
+            return false;
+        }
         if (item.token == FeedbackToken::polygon && item.count >= 3) {
             list->push_back(kivPrimitiveOf(item, feedback.state()).release());
             list->back()->blendSource = feedback.state().blendSource;
@@ -133,7 +149,7 @@ bool RecordedPage::addTriangles(KivVectorDrawing& drawing) const {
             }
         }
     }
-    return paint(*list, objects, drawing);
+    return paint(*list, objects, order, drawing);
 }
 
 bool RecordedPage::addSimplified(float* simplified, int used, KivVectorDrawing& drawing) const {
@@ -153,12 +169,12 @@ bool RecordedPage::addSimplified(float* simplified, int used, KivVectorDrawing& 
     }
     ObjectsOfPrimitives objects;
     for (std::size_t i = 0; i < list->size(); ++i) {
-        if (i % 4096 == 0 && kivIsCancelled()) {
+        if (i % itemsPerPoll == 0 && kivIsCancelled()) {
             return false;
         }
         if (const std::uint32_t object = recorded.objectOf(*(*list)[i]); object != 0) {
             objects.emplace((*list)[i], object);
         }
     }
-    return paint(*list, objects, drawing);
+    return paint(*list, objects, Order::exact, drawing);
 }

@@ -59,8 +59,10 @@ public:
     // None are added and tooMuch is true where that would be more work than the drawing's effort allows; false then,
     // too.
     bool addRegions(KivVectorDrawing& drawing, const RegionRules& rules, bool* tooMuch) const;
-    // The polygons as they were drawn, without those that are hidden, from back to front.
-    bool addTriangles(KivVectorDrawing& drawing) const;
+    // The polygons as they were drawn, without those that are hidden, from back to front; or all of them by their mean
+    // depths alone, which takes little time for any arrangement.
+    enum class Order { exact, byDepth };
+    bool addTriangles(KivVectorDrawing& drawing, Order order) const;
     // The same of a buffer that the stages of simplification gave. What of several objects lies in one plane and has
     // one colour runs together, and belongs to the one in its middle.
     bool addSimplified(float* simplified, int used, KivVectorDrawing& drawing) const;
@@ -71,7 +73,9 @@ private:
     // Those that belong to none are not in it.
     using ObjectsOfPrimitives = std::unordered_map<const FeedbackPrimitive*, std::uint32_t>;
 
-    bool paint(FeedbackPrimitiveList& list, const ObjectsOfPrimitives& objects, KivVectorDrawing& drawing) const;
+    bool sort(FeedbackPrimitiveList& list, Order order, std::vector<std::uint32_t>& origins) const;
+    bool paint(FeedbackPrimitiveList& list, const ObjectsOfPrimitives& objects, Order order,
+               KivVectorDrawing& drawing) const;
 
     std::span<const float> library;
     std::size_t count = 0;

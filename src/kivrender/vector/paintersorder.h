@@ -41,6 +41,10 @@ public:
     // of, in the old one.
     bool sort(FeedbackPrimitiveList* list, std::vector<std::uint32_t>* origins = nullptr, bool* exact = nullptr) const;
 
+    // By the mean depths alone, in n log n whatever lies over what. False when the user has cancelled; the list is then
+    // as it was.
+    bool sortByDepth(FeedbackPrimitiveList* list, std::vector<std::uint32_t>* origins) const;
+
     // For less work than usual.
     void setWork(std::size_t most) {
         work = most;

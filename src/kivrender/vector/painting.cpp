@@ -144,6 +144,11 @@ bool Painting::findOrder() {
     return true;
 }
 
+bool Painting::orderByDepth() {
+    isCut.assign(list.size(), false);
+    return findOrder(); // nothing is known to overlap
+}
+
 // Notes which members of the one group are painted after one of the other.
 void Painting::addCovers(std::uint32_t behind, std::uint32_t cover) {
     const Members all = membersOf(cover);

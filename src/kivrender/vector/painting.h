@@ -28,6 +28,8 @@ public:
     // All false when the user has cancelled.
     bool findOverlaps();
     bool findOrder();
+    // In place of all three, by the mean depths alone.
+    bool orderByDepth();
     bool cutCovered();
     // The list in its new order, with parts in place of what is cut; what is no longer needed goes to the second.
     void assemble(FeedbackPrimitiveList& painted, FeedbackPrimitiveList& replaced, std::vector<std::uint32_t>& origins);

@@ -18,7 +18,7 @@ constexpr std::size_t manyFaces = 48;
 // Over so many faces a square is divided without a closer look: they are small there, and hardly one fills it.
 constexpr std::size_t crowd = 2048;
 constexpr std::size_t unitsPerPair = 32;
-constexpr std::size_t unitsPerFace = 8; // of work, in each square that it meets
+constexpr std::size_t unitsPerFace = 16; // of work, in each square that it meets
 
 using FacePair = std::pair<std::uint32_t, std::uint32_t>;
 

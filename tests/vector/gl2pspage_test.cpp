@@ -16,6 +16,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <filesystem>
 #include <functional>
 
@@ -430,6 +431,24 @@ TEST_F(Gl2psPage, AnOpenPageIsGivenUpByTheNextOne) {
 TEST_F(Gl2psPage, WithoutAPageThereIsNoneToEnd) {
     EXPECT_EQ(gl2psEndPage(nullptr, tick, isCancelled, beginOutput), GL2PS_UNINITIALIZED);
     gl2psDiscardPage();
+}
+
+// What a cancelled drawing has recorded is not printed for nobody.
+TEST_F(Gl2psPage, APageIsGivenUpAtOnce) {
+    const auto timeOf = [this](const std::function<void()>& end) {
+        EXPECT_EQ(begin(folder.wide("long.svg"), GL2PS_SVG, 1 << 22), GL2PS_SUCCESS);
+        for (int i = 0; i < 20000; ++i) {
+            triangle(-0.9F + 0.00005F * static_cast<float>(i), -0.5F, 0.1F);
+        }
+        const std::clock_t start = std::clock();
+        end();
+        return std::clock() - start;
+    };
+    const std::clock_t printed =
+        timeOf([] { EXPECT_EQ(gl2psEndPage(nullptr, tick, isCancelled, beginOutput), GL2PS_SUCCESS); });
+    EXPECT_GT(std::filesystem::file_size(folder.path() / "long.svg"), 1000000U);
+    EXPECT_LT(timeOf([] { gl2psDiscardPage(); }), printed / 4);
+    EXPECT_FALSE(std::filesystem::exists(folder.path() / "long.svg"));
 }
 
 TEST_F(Gl2psPage, ARecordingGivesWhatWasDrawnAndWritesNothing) {

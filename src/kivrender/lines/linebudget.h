@@ -14,7 +14,7 @@ public:
     explicit LineBudget(std::size_t allowed) : left(allowed) {}
 
     // What count things may take at that effort (KivVectorDrawing::effort). The rings, scans and CAD parts that were
-    // measured take up to a twelfth of it for their lines.
+    // measured take up to an eighth of it for their lines.
     static std::size_t allowance(std::size_t count, double effort, double ofAnyScene = 1e8) {
         constexpr double ofEach = 3.0;
         const auto n = static_cast<double>(count);

@@ -407,6 +407,7 @@ GLint gl2psEndRecording(std::vector<float>* recorded) {
 
 void gl2psDiscardPage() {
     if (const std::unique_ptr<Page> page = std::move(openPage)) {
+        glRenderMode(GL_RENDER); // or else gl2ps would print all that was recorded so far, for nobody
         giveUp(*page, GL2PS_NO_FEEDBACK);
     }
 }

@@ -1,6 +1,7 @@
 #include "kivcartoongeometry.h"
 
 #include "kivcartoonramp.h"
+#include "kivrender/scene/kivprogress.h"
 
 #include <algorithm>
 #include <cmath>
@@ -22,6 +23,9 @@ constexpr double flatterSide = 6.0;
 
 // The sine of the turn of flat triangles against a smooth surface beyond which they are taken for its shape.
 constexpr double mostTurn = 0.5;
+
+// Triangles between two looks for a cancel: some milliseconds.
+constexpr std::size_t pollEvery = 8192;
 
 using Paint = std::array<float, 3>;
 
@@ -78,6 +82,9 @@ public:
         const bool divides = !isEvenlyLit();
         const bool hasEdges = lights.numEdges() > 0;
         for (std::size_t t = 0; t < model.triangles.size(); ++t) {
+            if (t % pollEvery == pollEvery - 1 && kivIsCancelled()) {
+                return;
+            }
             const Triangle& triangle = model.triangles[t];
             const bool outer = showsOuterSide(t);
             std::vector<std::uint32_t>& indices = outer || detail.keepOrder ? batch.front : batch.back;

@@ -2,6 +2,7 @@
 #include "kivcartoonpainter.h"
 
 #include "kivcartoonareas.h"
+#include "kivrender/scene/kivprogress.h"
 
 #include <GL/gl.h>
 #include <GL/glext.h>
@@ -15,10 +16,20 @@ namespace {
 
 // The widest angle from the mirror direction that the highlight's ramp tells apart, 60 degrees.
 constexpr double widestShine = 0.5;
+// What is cut into areas and drawn between two looks for a cancel, three for each triangle.
+constexpr std::size_t indicesPerPoll = std::size_t{3} * 16384;
 
 void drawIndices(const std::vector<std::uint32_t>& indices) {
     if (!indices.empty()) {
         glDrawElements(GL_TRIANGLES, static_cast<GLsizei>(indices.size()), GL_UNSIGNED_INT, indices.data());
+    }
+}
+
+void drawAreas(const KivFlatAreas& areas) {
+    if (!areas.corners.empty()) {
+        glVertexPointer(3, GL_FLOAT, sizeof(KivFlatCorner), areas.corners.data());
+        glColorPointer(4, GL_UNSIGNED_BYTE, 0, areas.colors.data());
+        glDrawArrays(GL_TRIANGLES, 0, static_cast<GLsizei>(areas.corners.size()));
     }
 }
 
@@ -308,20 +319,20 @@ void KivCartoonPainter::drawColored(const KivCartoonBatch& batch, const KivCarto
     glDisableClientState(GL_NORMAL_ARRAY);
     glDisableClientState(GL_TEXTURE_COORD_ARRAY);
     for (const std::vector<std::uint32_t>* indices : {&batch.front, &batch.back}) {
-        areas.clear();
-        for (std::size_t i = 0; i + 2 < indices->size(); i += 3) {
-            const KivCartoonVertex* corners[3] = {&batch.vertices[(*indices)[i]], &batch.vertices[(*indices)[i + 1]],
-                                                  &batch.vertices[(*indices)[i + 2]]};
-            if (alone) {
-                cutter.cutHighlight(corners, areas);
-            } else {
-                cutter.cutFull(corners, areas);
+        for (std::size_t from = 0; from < indices->size() && !kivIsCancelled(); from += indicesPerPoll) {
+            areas.clear();
+            const std::size_t end = std::min(indices->size(), from + indicesPerPoll);
+            for (std::size_t i = from; i + 2 < end; i += 3) {
+                const KivCartoonVertex* corners[3] = {&batch.vertices[(*indices)[i]],
+                                                      &batch.vertices[(*indices)[i + 1]],
+                                                      &batch.vertices[(*indices)[i + 2]]};
+                if (alone) {
+                    cutter.cutHighlight(corners, areas);
+                } else {
+                    cutter.cutFull(corners, areas);
+                }
             }
-        }
-        if (!areas.corners.empty()) {
-            glVertexPointer(3, GL_FLOAT, sizeof(KivFlatCorner), areas.corners.data());
-            glColorPointer(4, GL_UNSIGNED_BYTE, 0, areas.colors.data());
-            glDrawArrays(GL_TRIANGLES, 0, static_cast<GLsizei>(areas.corners.size()));
+            drawAreas(areas);
         }
     }
     if (wasOffset) {

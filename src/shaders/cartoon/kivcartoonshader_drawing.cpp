@@ -427,6 +427,9 @@ void KivCartoonShader::drawLit(const KivMesh& mesh, const KivCommonSettings& set
     const KivCartoonLook look = lookOf(mesh);
     const KivShadedMesh model = modelOf(mesh, look, settings);
     buildBatch(model, mesh, look, settings, scene, scratch);
+    if (kivIsCancelled()) {
+        return; // the batch may be cut short
+    }
     KivCartoonPainter painter(&skins);
     KivDrawing::beginObject(&mesh, vectorial);
     const KivCartoonColors colors = colorsOf(mesh, look, settings);

@@ -1,6 +1,7 @@
 #include "kivcartoonspecks.h"
 
 #include "kivcartoonpainter.h"
+#include "kivrender/scene/kivprogress.h"
 
 #include <algorithm>
 #include <bit>
@@ -231,11 +232,11 @@ bool isCrossed(const std::vector<KivToneEdge>& edges, Value value, const std::ve
 
 // Islands of what lies above, from the highest edge down, then those of what lies below, from the lowest up.
 void removeAlong(Sheet& sheet, Value value, const std::vector<KivToneEdge>& edges, const KivSpeckRules& rules) {
-    for (auto edge = edges.rbegin(); edge != edges.rend(); ++edge) {
+    for (auto edge = edges.rbegin(); edge != edges.rend() && !kivIsCancelled(); ++edge) {
         sheet.remove(value, *edge, true, rules);
     }
-    for (const KivToneEdge& edge : edges) {
-        sheet.remove(value, edge, false, rules);
+    for (auto edge = edges.begin(); edge != edges.end() && !kivIsCancelled(); ++edge) {
+        sheet.remove(value, *edge, false, rules);
     }
 }
 

@@ -2,6 +2,7 @@
 
 #include "../shapes.h"
 #include "kivsmoothnormals.h"
+#include "support/pollcounter.h"
 
 #include <gtest/gtest.h>
 
@@ -90,6 +91,26 @@ TEST(KivBuildCartoon, KeepsSmallTrianglesAndLightsEachVertexOnce) {
     EXPECT_EQ(batch.front.size() + batch.back.size(), model.triangles.size() * 3);
     // The points where front and back meet are lit for both sides, no other twice.
     EXPECT_LT(batch.vertices.size(), model.points.size() + 300);
+}
+
+TEST(KivBuildCartoon, ACancelEndsALargeMesh) {
+    const KivShadedMesh model = modelOf(sphereSurface(180, 180));
+    ASSERT_GT(model.triangles.size(), 60000U);
+    const KivView view = perspectiveView({0.0, 2.0, 8.0}, 0.2, 1.0, 20.0, 400);
+    KivCartoonBatch batch;
+    PollCounter whole;
+    {
+        const ScopedProgress progress(whole);
+        kivBuildCartoon(model, view, PlainLights(), {}, batch);
+    }
+    EXPECT_EQ(batch.front.size() + batch.back.size(), model.triangles.size() * 3);
+    EXPECT_GE(whole.polls, static_cast<long>(model.triangles.size() / 10000));
+    PollCounter second(2);
+    const ScopedProgress progress(second);
+    kivBuildCartoon(model, view, PlainLights(), {}, batch);
+    EXPECT_EQ(second.polls, 2);
+    EXPECT_LT(batch.front.size() + batch.back.size(), model.triangles.size());
+    EXPECT_GT(batch.front.size() + batch.back.size(), 0U);
 }
 
 TEST(KivBuildCartoon, SortsTrianglesByTheSideThatTheyShow) {

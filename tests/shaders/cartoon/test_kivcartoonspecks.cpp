@@ -2,6 +2,7 @@
 
 #include "../shapes.h"
 #include "kivcartoonpainter.h"
+#include "support/pollcounter.h"
 
 #include <gtest/gtest.h>
 
@@ -134,6 +135,15 @@ TEST(KivRemoveSpecks, AnIslandGoesIfItIsSmallerThanAsked) {
     net.remove(area * 1.1);
     EXPECT_EQ(lightArea(net), 0.0);
     EXPECT_EQ(net.light(5, 5), middle.below);
+}
+
+TEST(KivRemoveSpecks, AfterACancelNoEdgeIsLookedAt) {
+    Net net(12);
+    net.light(5, 5) = 0.9F;
+    PollCounter cancelled(1);
+    const ScopedProgress progress(cancelled);
+    net.remove(lightArea(net) * 1.1);
+    EXPECT_EQ(net.light(5, 5), 0.9F);
 }
 
 TEST(KivRemoveSpecks, AHoleIsFilledAndTwoThatHangTogetherCountAsOne) {

@@ -164,6 +164,6 @@ TEST_F(CartoonShadows, OfTenBodiesAreThoseOfRays) {
         compared += score.compared;
         wrong += score.wrong;
     }
-    // The rest lies where surfaces are all but edge-on to a light.
+    // Most of the rest is shadow in narrow strips of faces that the light reaches; few are leaks of light.
     EXPECT_LE(wrong, compared / 500) << compared;
 }

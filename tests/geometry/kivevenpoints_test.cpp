@@ -1,6 +1,6 @@
 #include "kivrender/geometry/kivevenpoints.h"
 
-#include "shapemodels.h"
+#include "loopsurfaces.h"
 
 #include <gtest/gtest.h>
 
@@ -15,16 +15,6 @@ KivShapeView viewAt(double pixelsPerUnit) {
     KivShapeView view;
     view.pixelsPerUnit = pixelsPerUnit;
     return view;
-}
-
-KivLoopSurface surfaceOf(const ShapeModel& model) {
-    KivLoopSurface surface;
-    surface.points = model.points;
-    surface.triangles = model.triangles;
-    surface.adjacency = kivShapeEdges(surface.points.size(), surface.triangles);
-    surface.sharp.assign(surface.adjacency.edges.size(), 0);
-    surface.pinned.assign(surface.points.size(), 0);
-    return surface;
 }
 
 // A ball of 48 sides whose points are off by up to so much of its radius.

@@ -1,6 +1,6 @@
 #include "kivrender/geometry/kivshapetips.h"
 
-#include "shapemodels.h"
+#include "loopsurfaces.h"
 
 #include <gtest/gtest.h>
 
@@ -8,16 +8,6 @@
 #include <cmath>
 
 namespace {
-
-KivLoopSurface surfaceOf(const ShapeModel& model) {
-    KivLoopSurface surface;
-    surface.points = model.points;
-    surface.triangles = model.triangles;
-    surface.adjacency = kivShapeEdges(surface.points.size(), surface.triangles);
-    surface.sharp.assign(surface.adjacency.edges.size(), 0);
-    surface.pinned.assign(surface.points.size(), 0);
-    return surface;
-}
 
 // A ball of radius 1 whose upper pole, point 0, is drawn out to a height; its neighbours lie 15 degrees from it if the
 // ball has 24 sides.

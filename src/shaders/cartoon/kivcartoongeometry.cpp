@@ -24,7 +24,7 @@ constexpr double flatterSide = 6.0;
 // The sine of the turn of flat triangles against a smooth surface beyond which they are taken for its shape.
 constexpr double mostTurn = 0.5;
 
-// Triangles between two looks for a cancel: some milliseconds.
+// Triangles between two polls for a cancel: some milliseconds of work.
 constexpr std::size_t pollEvery = 8192;
 
 using Paint = std::array<float, 3>;

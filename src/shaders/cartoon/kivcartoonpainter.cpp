@@ -16,7 +16,7 @@ namespace {
 
 // The widest angle from the mirror direction that the highlight's ramp tells apart, 60 degrees.
 constexpr double widestShine = 0.5;
-// What is cut into areas and drawn between two looks for a cancel, three for each triangle.
+// The painter cuts and draws so many indices, three for each triangle, between two polls for a cancel.
 constexpr std::size_t indicesPerPoll = std::size_t{3} * 16384;
 
 void drawIndices(const std::vector<std::uint32_t>& indices) {

@@ -37,7 +37,7 @@ void limitPixels(Picture& picture, std::uint64_t& pixels) {
     }
     picture.width = 0;
     picture.height = 0;
-    picture.pixels = {};
+    std::vector<std::uint8_t>().swap(picture.pixels); // an empty list, assigned, would keep the memory
     picture.problem = "the model's textures are too large together";
 }
 

@@ -1,6 +1,7 @@
 #include "kivrender/lines/kivmeshfeatures.h"
 
 #include "kivrender/scene/kivmesh.h"
+#include "kivrender/scene/kivmeshedges.h"
 #include "linebodies.h"
 
 #include <gtest/gtest.h>
@@ -98,4 +99,27 @@ TEST(KivMeshCrossings, OfOtherMeshesAreFoundAnew) {
     for (int i = 0; i < 3; ++i) {
         EXPECT_GT(crossings(one, far), 4U);
     }
+}
+
+// They take as much memory as points and triangles, and the edges have told what they know.
+TEST(KivMeshFeatures, OfAMeshWithoutNamedEdgesHaveNoNormals) {
+    const LineBody box = boxAt(0.0);
+    KivMesh mesh;
+    for (const KivVec& p : box.points) {
+        mesh.addVertex({p.x, p.y, p.z}, {p.x - 0.5, p.y - 0.5, p.z - 0.5});
+    }
+    for (const auto& t : box.triangles) {
+        mesh.addTriangle(t[0], t[1], t[2]);
+    }
+    ASSERT_FALSE(kivReadSurface(mesh).normals.empty());
+    const auto features = kivMeshFeatures(mesh);
+    EXPECT_EQ(features->surface.normals.capacity(), 0U);
+    EXPECT_EQ(features->surface.cornerNormals.capacity(), 0U);
+    ASSERT_FALSE(features->wings.empty());
+    EXPECT_TRUE(features->wings.front().smooth);
+    auto edges = std::make_shared<KivMeshEdges>();
+    edges->vertices = {0, 1};
+    edges->edges.push_back({KivMeshEdge::Kind::sharp, 0, 2});
+    kivSetMeshEdges(mesh, edges);
+    EXPECT_FALSE(kivMeshFeatures(mesh)->surface.normals.empty());
 }

@@ -187,7 +187,7 @@ bool CalmPatches::findNeighbours() {
         }
         first = end;
     }
-    sides = {};
+    std::vector<Side>().swap(sides); // an empty list, assigned, would keep the memory
     if (kivIsCancelledAt(0)) {
         return false;
     }

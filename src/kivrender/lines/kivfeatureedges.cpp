@@ -131,7 +131,7 @@ double sideOf(const KivVec& plane, const KivVec& a, const KivVec& point) {
 // Sets that are joined until nothing more belongs together; each with the box of what was entered.
 class Groups {
 public:
-    explicit Groups(std::size_t count) : parent(count), low(count), high(count), filled(count, false) {
+    explicit Groups(std::size_t count) : parent(count) {
         for (std::size_t i = 0; i < count; ++i) {
             parent[i] = static_cast<std::uint32_t>(i);
         }
@@ -154,6 +154,11 @@ public:
 
     void enter(std::uint32_t i, const KivVec& point) {
         const std::uint32_t group = find(i);
+        if (filled.empty()) {
+            low.resize(parent.size());
+            high.resize(parent.size());
+            filled.resize(parent.size(), false);
+        }
         if (!filled[group]) {
             low[group] = high[group] = point;
             filled[group] = true;
@@ -167,11 +172,12 @@ public:
     // The diagonal of the box of the group.
     double extent(std::uint32_t i) {
         const std::uint32_t group = find(i);
-        return filled[group] ? kivLength(high[group] - low[group]) : 0.0;
+        return !filled.empty() && filled[group] ? kivLength(high[group] - low[group]) : 0.0;
     }
 
 private:
     std::vector<std::uint32_t> parent;
+    // Of the groups that were entered; empty before the first, as most surfaces have no crease.
     std::vector<KivVec> low;
     std::vector<KivVec> high;
     std::vector<bool> filled;

@@ -92,7 +92,7 @@ private:
                 }
                 addSegment(segment, i);
             }
-            surface.segments = {};
+            std::vector<LineSegment>().swap(surface.segments); // an empty list, assigned, would keep the memory
             if (!body.hides) {
                 std::fill(surface.neighboursFrom.begin(), surface.neighboursFrom.end(), 0);
             }

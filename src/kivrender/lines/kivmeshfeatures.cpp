@@ -40,11 +40,21 @@ void takeBendsAtRest(const KivMesh& mesh, KivMeshFeatures& features) {
     }
 }
 
+// The wings tell of normals all that is asked of them, but where a model names its edges and they are those of its
+// surface.
+void forgetNormals(KivSurface& surface) {
+    if (!surface.namesEdges) {
+        std::vector<KivVec>().swap(surface.normals); // an empty list, assigned, would keep the memory
+        std::vector<KivSurface::Triangle>().swap(surface.cornerNormals);
+    }
+}
+
 std::shared_ptr<KivMeshFeatures> findFeatures(const KivMesh& mesh) {
     auto features = std::make_shared<KivMeshFeatures>();
     features->surface = kivReadSurface(mesh);
     features->wings = kivFeatureWings(features->surface);
     takeBendsAtRest(mesh, *features);
+    forgetNormals(features->surface);
     return features;
 }
 

@@ -20,7 +20,7 @@
 #include <vector>
 
 struct KivMeshFeatures {
-    // Corners at equal places are one point; in the mesh's coordinates.
+    // Corners at equal places are one point; in the mesh's coordinates. It has normals only if it names its edges.
     KivSurface surface;
     std::vector<KivFeatureWing> wings; // of the surface; none when the user cancelled
     bool isKept = false;               // with the mesh

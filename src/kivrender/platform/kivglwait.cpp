@@ -20,18 +20,17 @@ bool isLarge() {
     return static_cast<double>(viewport[2]) * viewport[3] >= leastPixels;
 }
 
-// Sync objects came with version 3.2.
-bool hasFences() {
+} // namespace
+
+bool kivHasGlFences() {
     const auto* const version = reinterpret_cast<const char*>(glGetString(GL_VERSION));
     int major = 0;
     int minor = 0;
     return version != nullptr && std::sscanf(version, "%d.%d", &major, &minor) == 2 && major * 10 + minor >= 32;
 }
 
-} // namespace
-
 void kivWaitForGl(const std::function<bool()>& goOn) {
-    if (kivCurrentGlContext() == nullptr || !isLarge() || !hasFences()) {
+    if (kivCurrentGlContext() == nullptr || !isLarge() || !kivHasGlFences()) {
         return;
     }
     const GLsync fence = glFenceSync(GL_SYNC_GPU_COMMANDS_COMPLETE, 0);

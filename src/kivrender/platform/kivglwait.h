@@ -11,4 +11,7 @@
 // milliseconds, says no. At once without a context, for small pictures, and where a context can't tell.
 KIV_API void kivWaitForGl(const std::function<bool()>& goOn);
 
+// Whether the current context can tell how far it is (sync objects, which came with version 3.2).
+bool kivHasGlFences();
+
 #endif

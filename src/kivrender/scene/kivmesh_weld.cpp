@@ -145,8 +145,8 @@ bool KivMesh::Places::read() {
         fetchBlock(block);
         enterBlock(block);
     }
-    slots = {};
-    numberOfVertex = {};
+    std::vector<std::uint32_t>().swap(slots); // an empty list, assigned, would keep the memory
+    std::vector<std::uint32_t>().swap(numberOfVertex);
     return !isCancelled(progress);
 }
 

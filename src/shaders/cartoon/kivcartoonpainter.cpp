@@ -2,6 +2,7 @@
 #include "kivcartoonpainter.h"
 
 #include "kivcartoonareas.h"
+#include "kivrender/platform/kivglpieces.h"
 #include "kivrender/scene/kivprogress.h"
 
 #include <GL/gl.h>
@@ -20,9 +21,7 @@ constexpr double widestShine = 0.5;
 constexpr std::size_t indicesPerPoll = std::size_t{3} * 16384;
 
 void drawIndices(const std::vector<std::uint32_t>& indices) {
-    if (!indices.empty()) {
-        glDrawElements(GL_TRIANGLES, static_cast<GLsizei>(indices.size()), GL_UNSIGNED_INT, indices.data());
-    }
+    kivDrawTrianglesInPieces(indices, [] { return !kivIsCancelled(); });
 }
 
 void drawAreas(const KivFlatAreas& areas) {

@@ -425,8 +425,11 @@ void KivCartoonShader::drawLit(const KivMesh& mesh, const KivCommonSettings& set
                                bool vectorial) {
     glDisable(GL_BLEND);
     const KivCartoonLook look = lookOf(mesh);
-    const KivShadedMesh model = modelOf(mesh, look, settings);
+    KivShadedMesh model = modelOf(mesh, look, settings);
     buildBatch(model, mesh, look, settings, scene, scratch);
+    if (look.rim.width <= 0.0) {
+        model = {}; // as large as the batch, and of no more use
+    }
     if (kivIsCancelled()) {
         return; // the batch may be cut short
     }

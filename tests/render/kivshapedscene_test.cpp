@@ -3,6 +3,7 @@
 #include "kivrender/render/kivshapesahead.h"
 #include "kivrender/scene/kivcamera.h"
 #include "kivrender/scene/kivmesh.h"
+#include "kivrender/shader/kivpicturetile.h"
 #include "kivrender/shader/kivshader.h"
 #include "support/closedshapes.h"
 #include "support/temphome.h"
@@ -10,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <memory>
 
 namespace {
 
@@ -58,6 +60,38 @@ TEST_F(KivShapedSceneTest, TheSceneHasItsOwnMeshesAgain) {
     }
     ASSERT_EQ(scene.getMesh(0), own);
     EXPECT_EQ(own->getNumTriangles(), triangles);
+}
+
+TEST_F(KivShapedSceneTest, TheTilesOfAPictureShareTheirShapes) {
+    int asked = 0;
+    const auto counting = [&](const KivMesh& mesh) {
+        ++asked;
+        return cartoon(mesh);
+    };
+    const KivMesh* const own = scene.getMesh(0);
+    KivPictureTile tile;
+    tile.picture = {400, 400};
+    tile.size = {200, 200};
+    tile.kept = std::make_shared<KivPictureKept>();
+    const KivMesh* first = nullptr;
+    for (int i = 0; i < 3; ++i) {
+        const KivPictureTileScope current(tile);
+        {
+            const KivShapedScene shaped(scene, camera, {400, 400}, counting);
+            EXPECT_TRUE(shaped.isChanged());
+            first = i == 0 ? scene.getMesh(0) : first;
+            EXPECT_EQ(scene.getMesh(0), first);
+        }
+        EXPECT_EQ(scene.getMesh(0), own);
+    }
+    EXPECT_EQ(asked, 1);
+    tile.kept = std::make_shared<KivPictureKept>();
+    const KivPictureTileScope another(tile);
+    for (int i = 0; i < 2; ++i) {
+        const KivShapedScene none(scene, camera, {8, 8}, counting);
+        EXPECT_FALSE(none.isChanged());
+        EXPECT_EQ(asked, 2);
+    }
 }
 
 TEST_F(KivShapedSceneTest, NothingIsPutBackIntoASceneThatIsEmptied) {

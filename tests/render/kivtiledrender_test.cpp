@@ -2,12 +2,15 @@
 #include "kivrender/render/kivtiledrender.h"
 
 #include "kivrender/platform/kivimage.h"
+#include "kivrender/shader/kivpicturetile.h"
 #include "render/shippedlooks.h"
 
 #include <GL/gl.h>
 #include <algorithm>
 #include <cstdlib>
+#include <map>
 #include <numeric>
+#include <utility>
 
 namespace {
 
@@ -256,6 +259,41 @@ TEST_F(TiledForeignShader, IsToldTheWholeSizeAndItsProjectionIsRight) {
         whole->copyRowRgb(y, row.data());
         ASSERT_TRUE(std::equal(row.begin(), row.end(), rows.begin() + static_cast<std::ptrdiff_t>(y) * width * 3)) << y;
     }
+}
+
+// One context draws frames of one size after another without new memory.
+TEST_F(TiledForeignShader, NearlyAllFramesHaveOneSizeAndAreWithinThePicture) {
+    constexpr std::int32_t width = 801;
+    constexpr std::int32_t height = 555;
+    loadShaders({"base"});
+    setStyle(L"base", L"");
+    std::vector<KivPictureTile> tiles;
+    shader(L"base").draws = false;
+    shader(L"base").onRender = [&](KivShader&, KivBitmapManager*) {
+        const KivPictureTile& tile = *kivPictureTile();
+        // Once as the base look and once for objects of their own looks.
+        if (tiles.empty() || tile.left != tiles.back().left || tile.bottom != tiles.back().bottom ||
+            tile.isSurvey != tiles.back().isSurvey) {
+            tiles.push_back(tile);
+        }
+    };
+    KivTiledPicture picture;
+    picture.size = {width, height};
+    picture.tileSide = 96;
+    picture.colour = [](const std::uint8_t*, std::int32_t) { return true; };
+    ASSERT_EQ(kivRenderTiled(renderer, settings, &data, scene, camera, picture), KivTiledOutcome::done);
+    std::map<std::pair<std::int32_t, std::int32_t>, int> sizes;
+    for (const KivPictureTile& tile : tiles) {
+        EXPECT_EQ(tile.left % 32, 0);
+        EXPECT_EQ(tile.bottom % 32, 0);
+        EXPECT_LE(tile.left + tile.size.cx, width);
+        EXPECT_LE(tile.bottom + tile.size.cy, height);
+        ++sizes[{tile.size.cx, tile.size.cy}];
+    }
+    // The first is the survey that nobody has asked to go on.
+    ASSERT_EQ(tiles.size(), 1U + 9 * 6);
+    EXPECT_LE(sizes.size(), 4U);
+    EXPECT_EQ((sizes[{160, 160}]), 8 * 5);
 }
 
 } // namespace

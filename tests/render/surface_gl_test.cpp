@@ -327,6 +327,32 @@ TEST_F(SurfaceTest, ADeferredPictureOutlivesItsContext) {
     EXPECT_EQ(rowOf(surface.getHBitmap(), 0, 8)[1], 255);
 }
 
+TEST_F(SurfaceTest, AContextServesAgainOnceItsDeferredPictureHasGone) {
+    constexpr GLuint largeName = 100000;
+    const KeptContexts kept;
+    const auto draw = [&](KivBitmapManager& surface, float green) {
+        EXPECT_TRUE(startDrawing(surface, {8, 8}));
+        EXPECT_TRUE(kivDeferPictures(surface.getHGLRC()));
+        const bool isNew = glIsTexture(largeName) == GL_FALSE;
+        glBindTexture(GL_TEXTURE_1D, largeName);
+        glBindTexture(GL_TEXTURE_1D, 0);
+        fill(1.0F - green, green, 0, 0);
+        surface.deleteContext();
+        return isNew;
+    };
+    {
+        KivBitmapManager first;
+        EXPECT_TRUE(draw(first, 1));
+        KivBitmapManager second;
+        EXPECT_TRUE(draw(second, 0)) << "the first one has the picture of the other";
+        EXPECT_EQ(rowOf(first.getHBitmap(), 3, 8)[1], 255);
+        EXPECT_EQ(rowOf(second.getHBitmap(), 3, 8)[1], 0);
+    }
+    KivBitmapManager third;
+    EXPECT_FALSE(draw(third, 1));
+    EXPECT_EQ(pixel(third.getHBitmap(), 4, 4), green);
+}
+
 TEST_F(SurfaceTest, RowsOfADeferredPictureAreReadOneByOne) {
     KivBitmapManager surface;
     ASSERT_TRUE(startDrawing(surface, {4, 6}));

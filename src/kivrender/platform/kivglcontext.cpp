@@ -52,9 +52,45 @@ bool finishTaken(KivGlContextObject& object) {
     return true;
 }
 
+// Only what nobody draws with or reads from any more.
+void keepForNext(const std::shared_ptr<KivGlContextObject>& object) {
+    if (object == nullptr || !kivKeepsGlContexts() || object.use_count() > 1) {
+        return;
+    }
+    {
+        const KivEglRestore restore(object->display);
+        if (!makeEglCurrent(*object) || !kivMakeAsNew(*object)) {
+            return;
+        }
+    }
+    object->isBehindBitmap = false;
+    object->defersPictures = false;
+    const std::lock_guard<std::mutex> guard(warmMutex);
+    warmContext() = object;
+}
+
+// A picture that stays with its context, which serves again once nobody wants the picture any more.
+class DeferredPicture : public KivDrawnPicture {
+public:
+    explicit DeferredPicture(std::shared_ptr<KivGlContextObject> drawn) : object(std::move(drawn)) {}
+    DeferredPicture(const DeferredPicture&) = delete;
+    DeferredPicture& operator=(const DeferredPicture&) = delete;
+    ~DeferredPicture() override {
+        keepForNext(object);
+    }
+
+    bool readRows(std::int32_t first, std::int32_t count, std::uint8_t* rows) override {
+        return object->readRows(first, count, rows);
+    }
+
+private:
+    std::shared_ptr<KivGlContextObject> object;
+};
+
 // The same at the end of a drawing, which the framebuffer may keep.
 bool leaveTaken(const std::shared_ptr<KivGlContextObject>& object) {
-    return (object->defersPictures && object->bitmap->keep(object)) || finishTaken(*object);
+    return (object->defersPictures && object->bitmap->keep(std::make_shared<DeferredPicture>(object))) ||
+           finishTaken(*object);
 }
 
 bool releaseTaken() {
@@ -73,22 +109,6 @@ bool releaseTaken() {
 bool failTaking(const char* detail) {
     releaseTaken();
     return kivFailGl({KivGlFailure::wrongUse, 0, detail});
-}
-
-// Only what nobody draws with or reads from any more.
-void keepForNext(const std::shared_ptr<KivGlContextObject>& object) {
-    if (!kivKeepsGlContexts() || object->defersPictures || object.use_count() > 1) {
-        return;
-    }
-    {
-        const KivEglRestore restore(object->display);
-        if (!makeEglCurrent(*object) || !kivMakeAsNew(*object)) {
-            return;
-        }
-    }
-    object->isBehindBitmap = false;
-    const std::lock_guard<std::mutex> guard(warmMutex);
-    warmContext() = object;
 }
 
 // With ours current to EGL.
@@ -142,6 +162,7 @@ bool KivGlContextObject::fit(tagSIZE size, bool withStencil, KivGlFailure* failu
         return false;
     }
     framebuffer.destroy();
+    glFinish(); // the driver frees what is drawn into only after the drawing
     return framebuffer.create(size, withStencil, failure);
 }
 

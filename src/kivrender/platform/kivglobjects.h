@@ -10,12 +10,15 @@
 
 #include <memory>
 
-struct KivGlContextObject : KivDrawnPicture {
+struct KivGlContextObject {
     KivGlContextObject() = default;
+    KivGlContextObject(const KivGlContextObject&) = delete;
+    KivGlContextObject& operator=(const KivGlContextObject&) = delete;
     // A context that another thread has current ends when that thread lets it go.
-    ~KivGlContextObject() override;
+    ~KivGlContextObject();
 
-    bool readRows(std::int32_t first, std::int32_t count, std::uint8_t* rows) override;
+    // Of its framebuffer, the bottom one being 0, without padding. False, with nothing copied, if it can't be had.
+    bool readRows(std::int32_t first, std::int32_t count, std::uint8_t* rows);
 
     // Null on failure, with *failure telling why.
     static std::shared_ptr<KivGlContextObject> make(KivGlFailure* failure);
@@ -52,9 +55,8 @@ bool kivHasStencil(int pixelFormat);
 // A context with a framebuffer of that size: the one that was warmed up, if there is one, or a new one.
 std::shared_ptr<KivGlContextObject> kivTakeGlContext(tagSIZE size, bool withStencil, KivGlFailure* failure);
 
-// For kivKeepGlContexts; all with the context current. Saves the state of a fresh context; brings a used one back to
+// For kivKeepGlContexts; both with the context current. Saves the state of a fresh context; brings a used one back to
 // it, or tells that it is not to be used again.
-bool kivKeepsGlContexts();
 void kivPrepareReuse(KivGlContextObject& context);
 bool kivMakeAsNew(KivGlContextObject& context);
 

@@ -23,6 +23,7 @@ KIV_API bool kivWarmUpGl(tagSIZE size, bool withStencil);
 // objects are as in a new context; what a shader leaves in texture 0 and under large names stays until some hundred
 // uses later. So it is for views that follow a hand, and nobody gets a kept context while this is off. Off at first.
 KIV_API void kivKeepGlContexts(bool keep);
+KIV_API bool kivKeepsGlContexts();
 
 // Gives back what kivWarmUpGl made and no surface took, and a kept context.
 KIV_API void kivCoolDownGl();

@@ -4,6 +4,8 @@
 #include "kivrender/render/kivshapesahead.h"
 #include "kivrender/scene/kivcamera.h"
 #include "kivrender/scene/kivmesh.h"
+#include "kivrender/scene/kivprogress.h"
+#include "kivrender/shader/kivpicturetile.h"
 #include "kivrender/shader/kivshadershape.h"
 
 #include <memory>
@@ -12,6 +14,21 @@
 
 KivShapedScene::KivShapedScene(KivScene& sceneToDraw, const KivCamera& camera, tagSIZE size, const ShaderOf& shaderOf)
     : scene(sceneToDraw) {
+    const KivPictureTile* const tile = kivPictureTile();
+    KivPictureKept* const kept = tile != nullptr ? tile->kept.get() : nullptr;
+    if (kept == nullptr || !kept->isShaped) {
+        makeShapes(camera, size, shaderOf);
+    } else if (kept->shaped != nullptr) {
+        original.emplace(scene);
+        scene = *kept->shaped;
+    }
+    if (kept != nullptr && !kept->isShaped && !kivIsCancelled()) {
+        kept->isShaped = true;
+        kept->shaped = isChanged() ? std::make_shared<const KivScene>(scene) : nullptr;
+    }
+}
+
+void KivShapedScene::makeShapes(const KivCamera& camera, tagSIZE size, const ShaderOf& shaderOf) {
     std::vector<KivShapeRequest> requests;
     std::vector<unsigned int> numbers;
     for (unsigned int i = 0; i < scene.numMeshes(); ++i) {

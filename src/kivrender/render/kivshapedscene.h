@@ -1,5 +1,6 @@
 // A scene with the smooth surfaces in the place of those meshes that stand for them (kivsmoothshape.h), for the length
-// of a render: what shaders draw, what throws shadows and what hides lines is then one and the same shape.
+// of a render: what shaders draw, what throws shadows and what hides lines is then one and the same shape. The tiles of
+// one picture share the meshes that the first of them has made (kivpicturetile.h).
 #ifndef KIVRENDER_RENDER_KIVSHAPEDSCENE_H
 #define KIVRENDER_RENDER_KIVSHAPEDSCENE_H
 
@@ -32,6 +33,8 @@ public:
     void forget();
 
 private:
+    void makeShapes(const KivCamera& camera, tagSIZE size, const ShaderOf& shaderOf);
+
     KivScene& scene;
     std::optional<KivScene> original;
 };

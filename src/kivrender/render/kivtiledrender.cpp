@@ -1,5 +1,6 @@
 #include "kivrender/render/kivtiledrender.h"
 
+#include "kivrender/platform/kivglwarmup.h"
 #include "kivrender/platform/kivimage.h"
 #include "kivrender/render/kivbitmapmanager.h"
 #include "kivrender/render/kivrenderer.h"
@@ -40,10 +41,40 @@ struct Cell {
     std::int32_t bottom;
 };
 
+struct Span {
+    std::int32_t from;
+    std::int32_t to;
+};
+
+// As many equal parts as it takes that none is longer than side, of whole steps of the grid.
+std::int32_t evenSide(std::int32_t length, std::int32_t side) {
+    const std::int32_t count = std::max(1, (length + side - 1) / side);
+    return std::min(side, ((length + count - 1) / count + grid - 1) / grid * grid);
+}
+
 std::uint64_t nextPictureNumber() {
     static std::uint64_t number = 0;
     return ++number;
 }
+
+// One context for all tiles: the driver fills the memory of each new frame, which takes half as long as drawing it.
+class KeptContext {
+public:
+    KeptContext() {
+        kivKeepGlContexts(true);
+    }
+    KeptContext(const KeptContext&) = delete;
+    KeptContext& operator=(const KeptContext&) = delete;
+    ~KeptContext() {
+        kivKeepGlContexts(wasKept);
+        if (!wasKept) {
+            kivCoolDownGl(); // half a gigabyte
+        }
+    }
+
+private:
+    bool wasKept = kivKeepsGlContexts();
+};
 
 class TiledRender {
 public:
@@ -79,14 +110,15 @@ private:
     void layOut() {
         const std::int32_t net = frameSide / factor - 2 * margin;
         const std::int32_t side = std::max(grid, (picture.tileSide > 0 ? picture.tileSide : net) / grid * grid);
-        for (std::int32_t x = 0; x < picture.size.cx; x += side) {
+        cellWidth = evenSide(picture.size.cx, side);
+        for (std::int32_t x = 0; x < picture.size.cx; x += cellWidth) {
             columns.push_back(x);
         }
         columns.push_back(picture.size.cx);
         const std::size_t bytes = static_cast<std::size_t>(picture.size.cx) * 5;
         const auto most = static_cast<std::int32_t>(std::min<std::size_t>(rowBytes / bytes, frameSide)) / grid * grid;
-        const std::int32_t high = std::max(grid, std::min(side, most));
-        for (std::int32_t y = 0; y < picture.size.cy; y += high) {
+        cellHeight = evenSide(picture.size.cy, std::max(grid, std::min(side, most)));
+        for (std::int32_t y = 0; y < picture.size.cy; y += cellHeight) {
             rows.push_back(picture.size.cy - y);
         }
         rows.push_back(0);
@@ -97,10 +129,24 @@ private:
         return {columns[column], rows[row], columns[column + 1], rows[row + 1]};
     }
 
-    // The cell with its margins.
+    // The cell with its margins. Those at the picture's edges reach further inwards, so that nearly all frames have the
+    // same size and one context serves them.
     Cell around(const Cell& cell) const {
-        return {std::max(0, cell.left - margin), std::max(0, cell.top - margin),
-                std::min(picture.size.cx, cell.right + margin), std::min(picture.size.cy, cell.bottom + margin)};
+        const Span across = frameOf(cell.left, cell.right, cellWidth, picture.size.cx);
+        const Span upward =
+            frameOf(picture.size.cy - cell.bottom, picture.size.cy - cell.top, cellHeight, picture.size.cy);
+        return {across.from, picture.size.cy - upward.to, across.to, picture.size.cy - upward.from};
+    }
+
+    // from, to: of the cell; least: of all but the last cell; end: of the picture.
+    static Span frameOf(std::int32_t from, std::int32_t to, std::int32_t least, std::int32_t end) {
+        const std::int32_t first = std::max(0, from - margin);
+        const std::int32_t last = std::min(end, to + margin);
+        const std::int32_t missing = least + 2 * margin - (last - first);
+        if (first == 0) {
+            return {0, std::min(end, last + missing)};
+        }
+        return {std::max(0, first - missing / grid * grid), last};
     }
 
     // Whether the tiles have been surveyed.
@@ -149,6 +195,7 @@ private:
         tile.bottom = (picture.size.cy - whole.bottom) * factor;
         tile.size = {(whole.right - whole.left) * factor, (whole.bottom - whole.top) * factor};
         tile.number = number;
+        tile.kept = kept;
         tile.isProjected = picture.isProjected;
         return tile;
     }
@@ -218,6 +265,9 @@ private:
     std::int32_t factor; // of the frame's pixels to those of the finished picture
     KivCommonSettings settings;
     std::uint64_t number;
+    std::shared_ptr<KivPictureKept> kept = std::make_shared<KivPictureKept>();
+    std::int32_t cellWidth = 0; // of all but the last ones
+    std::int32_t cellHeight = 0;
     std::vector<std::int32_t> columns; // where tiles begin, and the picture's end
     std::vector<std::int32_t> rows;
     std::size_t rounds = 1;
@@ -238,5 +288,6 @@ bool kivNeedsTiles(tagSIZE size, int antialias) {
 
 KivTiledOutcome kivRenderTiled(KivRenderer& renderer, const KivCommonSettings& settings, KivDataManager* data,
                                const KivScene& scene, const KivCamera& camera, const KivTiledPicture& picture) {
+    const KeptContext context;
     return TiledRender(renderer, settings, data, scene, camera, picture).run();
 }

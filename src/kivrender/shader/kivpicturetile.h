@@ -14,6 +14,13 @@
 #include <memory>
 
 class KivImage;
+class KivScene;
+
+// What the first tile of a picture has found for all of them.
+struct KivPictureKept {
+    bool isShaped = false;                  // the next is known
+    std::shared_ptr<const KivScene> shaped; // the scene in its smooth shapes; null where it is drawn as it is
+};
 
 // All lengths in pixels of the frame, which are smaller than those of the finished picture where that is reduced.
 struct KivPictureTile {
@@ -31,6 +38,8 @@ struct KivPictureTile {
     // The images beside the render come here in place of files, reduced as the picture is.
     std::shared_ptr<KivImage> depth;
     std::shared_ptr<KivImage> shadow;
+    // Of the picture; null where each tile is on its own.
+    std::shared_ptr<KivPictureKept> kept;
     // Puts the tile's place into the projection even where a viewport could take it; for tests.
     bool isProjected = false;
 };

@@ -60,10 +60,11 @@ double pixelLength(const KivClipPoint& a, const KivClipPoint& b, const KivView& 
     return std::hypot(q.x - p.x, q.y - p.y);
 }
 
-// The sides of the view that a point lies outside of.
-unsigned int outsideOf(const KivClipPoint& p) {
-    return (p.x < -p.w ? 1U : 0U) | (p.x > p.w ? 2U : 0U) | (p.y < -p.w ? 4U : 0U) | (p.y > p.w ? 8U : 0U) |
-           (p.z < -p.w ? 16U : 0U) | (p.z > p.w ? 32U : 0U);
+// The sides of a part of the view that a point lies outside of.
+unsigned int outsideOf(const KivClipPoint& p, const KivCartoonPart& part) {
+    return (p.x < part.left * p.w ? 1U : 0U) | (p.x > part.right * p.w ? 2U : 0U) |
+           (p.y < part.bottom * p.w ? 4U : 0U) | (p.y > part.top * p.w ? 8U : 0U) | (p.z < -p.w ? 16U : 0U) |
+           (p.z > p.w ? 32U : 0U);
 }
 
 class Builder {
@@ -86,6 +87,9 @@ public:
                 return;
             }
             const Triangle& triangle = model.triangles[t];
+            if (detail.part && isOutside(clips[triangle[0]], clips[triangle[1]], clips[triangle[2]])) {
+                continue;
+            }
             const bool outer = showsOuterSide(t);
             std::vector<std::uint32_t>& indices = outer || detail.keepOrder ? batch.front : batch.back;
             if (detail.flat) {
@@ -109,6 +113,10 @@ private:
             batch.runs.push_back({0, outer});
         }
         batch.runs.back().end = batch.front.size();
+    }
+
+    bool isOutside(const KivClipPoint& a, const KivClipPoint& b, const KivClipPoint& c) const {
+        return (outsideOf(a, part) & outsideOf(b, part) & outsideOf(c, part)) != 0U;
     }
 
     void prepareVertices() {
@@ -383,7 +391,7 @@ private:
     }
 
     void split(const Corner& a, const Corner& b, const Corner& c, int depth, std::vector<std::uint32_t>& indices) {
-        if ((outsideOf(a.clip) & outsideOf(b.clip) & outsideOf(c.clip)) != 0U) {
+        if (isOutside(a.clip, b.clip, c.clip)) {
             return;
         }
         const bool more = depth < 16 && batch.vertices.size() < detail.most;
@@ -503,6 +511,7 @@ private:
     const KivCartoonDetail& detail;
     KivCartoonBatch& batch;
     const bool uniform = lights.isUniform();
+    const KivCartoonPart part = detail.part.value_or(KivCartoonPart());
     std::vector<KivClipPoint> clips;
     std::vector<std::uint32_t> shared[2]; // the vertex of each point for the outer and the inner side
     std::vector<Corner> polygon;
@@ -521,6 +530,13 @@ void KivCartoonBatch::clear() {
     front.clear();
     back.clear();
     runs.clear();
+}
+
+KivCartoonPart KivCartoonPart::grownBy(double pixels, const KivView& view) const {
+    const double across = 2.0 * pixels / view.width();
+    const double upward = 2.0 * pixels / view.height();
+    return {std::max(-1.0, left - across), std::max(-1.0, bottom - upward), std::min(1.0, right + across),
+            std::min(1.0, top + upward)};
 }
 
 void kivBuildCartoon(const KivShadedMesh& model, const KivView& view, const KivCartoonLights& lights,

@@ -14,6 +14,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <vector>
 
 struct KivCartoonVertex {
@@ -71,6 +72,17 @@ public:
     }
 };
 
+// A part of the view, in parts of its half width and half height from its middle.
+struct KivCartoonPart {
+    double left = -1.0;
+    double bottom = -1.0;
+    double right = 1.0;
+    double top = 1.0;
+
+    // So many pixels more on each side of it, in a view of that size, but nothing beyond the view.
+    KivCartoonPart grownBy(double pixels, const KivView& view) const;
+};
+
 struct KivCartoonDetail {
     bool flat = false;         // one tone for each triangle
     bool shine = false;        // fill in the highlight
@@ -90,11 +102,15 @@ struct KivCartoonDetail {
     bool isPainted = false; // fill in the batch's paint, which the model has
     // For triangles that are mixed into what lies behind them: all in one list in the order of the model.
     bool keepOrder = false;
+    // Of a picture that is drawn in tiles the tile alone: only here is anything divided, and what lies beside it is
+    // left out. Where it is divided is the same for all parts of a view.
+    std::optional<KivCartoonPart> part;
     int rampEntries = 1024;      // of the tables that light and shine are looked up in
     std::size_t most = 12000000; // vertices; nothing is divided beyond
 };
 
-// Fills the batch, which is emptied first. Triangles outside the view are left out where they would have been divided.
+// Fills the batch, which is emptied first. Triangles outside the view are left out where they would have been divided,
+// and all triangles outside the part that is wanted.
 void kivBuildCartoon(const KivShadedMesh& model, const KivView& view, const KivCartoonLights& lights,
                      const KivCartoonDetail& detail, KivCartoonBatch& batch);
 

@@ -33,8 +33,10 @@
 #include "kivshadedmesh.h"
 #include "kivtableshader.h"
 
+#include <cstdint>
 #include <map>
 #include <memory>
+#include <utility>
 
 class KivCartoonShader : public KivTableShader<KivNonCombinableShader> {
 public:
@@ -79,7 +81,9 @@ private:
 
     KivCartoonLook lookOf(const Kiv3DObject& object) const;
     KivCartoonColors colorsOf(const KivMesh& mesh, const KivCartoonLook& look, const KivCommonSettings& settings) const;
-    KivShadedMesh modelOf(const KivMesh& mesh, const KivCartoonLook& look, const KivCommonSettings& settings) const;
+    // isEven: with its light evened over noise.
+    std::shared_ptr<const KivShadedMesh> modelOf(const KivMesh& mesh, const KivCartoonLook& look,
+                                                 const KivCommonSettings& settings, bool isEven = true);
     // Whether large triangles are divided so that light can be interpolated over the pieces.
     // inOrder: where needed, and all triangles in one list in the order of the model.
     enum class Division { whereNeeded, none, inOrder };
@@ -99,6 +103,9 @@ private:
 
     // What the passes of one mesh share. Filled anew by the depth pass, so that nothing of an earlier scene is drawn.
     std::map<const KivMesh*, KivCartoonBatch> batches;
+    // Of the picture whose tiles are being drawn, by mesh and whether they are even.
+    std::map<std::pair<const KivMesh*, bool>, std::shared_ptr<const KivShadedMesh>> models;
+    std::uint64_t modelledPicture = 0;
     KivCartoonBatch scratch;
     KivCartoonSkins skins; // of the render at hand
     // Between beginTransparency and endTransparency.

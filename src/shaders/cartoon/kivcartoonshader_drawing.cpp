@@ -22,6 +22,7 @@
 #include <limits>
 #include <memory>
 #include <numbers>
+#include <optional>
 #include <utility>
 
 namespace {
@@ -123,11 +124,35 @@ void tellSkinWithoutLight(const KivMesh& mesh, const KivCartoonBatch& batch, con
     }
 }
 
+// Of a picture that is drawn in tiles the part that this one shows, with what decides on it: an island of a tone is
+// known as too small only where all of it is there, and it is no longer than its area at the thinnest.
+std::optional<KivCartoonPart> partOf(const KivView& view, const KivCartoonLook& look, double pixel) {
+    const KivPictureTile* const tile = kivPictureTile();
+    if (tile == nullptr) {
+        return std::nullopt;
+    }
+    const auto across = [&](double x) { return 2.0 * x / tile->picture.cx - 1.0; };
+    const auto upward = [&](double y) { return 2.0 * y / tile->picture.cy - 1.0; };
+    const KivCartoonPart shown{across(tile->left), upward(tile->bottom), across(tile->left + tile->size.cx),
+                               upward(tile->bottom + tile->size.cy)};
+    return shown.grownBy((look.smallestTone + longestSide) * pixel, view);
+}
+
 KivView viewOfContext() {
     GLint viewport[4] = {0, 0, 1, 1};
     glGetIntegerv(GL_VIEWPORT, viewport);
     const tagSIZE whole = kivPictureSize({viewport[2], viewport[3]});
     return kivCurrentView(whole.cx, whole.cy);
+}
+
+void evenLight(KivShadedMesh& model, double evenness, double pixel) {
+    const KivView view = viewOfContext();
+    // What can't be large enough to matter is not looked for.
+    if (kivEvenPasses(model, view, evenness * pixel) > 0) {
+        const double noise = kivNoiseOf(model, kivUsualSide(model, view) / pixel);
+        const double reach = kivEvenReach(evenness, noise);
+        kivEvenNormals(model.points, model.triangles, model.normals, kivEvenPasses(model, view, reach * pixel));
+    }
 }
 
 } // namespace
@@ -325,18 +350,23 @@ KivCartoonColors KivCartoonShader::colorsOf(const KivMesh& mesh, const KivCartoo
     return colors;
 }
 
-KivShadedMesh KivCartoonShader::modelOf(const KivMesh& mesh, const KivCartoonLook& look,
-                                        const KivCommonSettings& settings) const {
-    KivShadedMesh model = kivReadShadedMesh(mesh, look.smoothAngle);
-    if (!look.flat) {
-        const double pixel = settings.doVectorial() ? 1.0 : 1 << std::clamp(settings.getAntialias(), 0, 2);
-        // What can't be large enough to matter is not looked for.
-        if (kivEvenPasses(model, viewOfContext(), look.evenness * pixel) > 0) {
-            const double noise = kivNoiseOf(model, kivUsualSide(model, viewOfContext()) / pixel);
-            const double reach = kivEvenReach(look.evenness, noise);
-            const int passes = kivEvenPasses(model, viewOfContext(), reach * pixel);
-            kivEvenNormals(model.points, model.triangles, model.normals, passes);
-        }
+std::shared_ptr<const KivShadedMesh> KivCartoonShader::modelOf(const KivMesh& mesh, const KivCartoonLook& look,
+                                                               const KivCommonSettings& settings, bool isEven) {
+    const KivPictureTile* const tile = kivPictureTile();
+    const std::uint64_t picture = tile != nullptr ? tile->number : 0;
+    if (picture != modelledPicture) {
+        models.clear();
+        modelledPicture = picture;
+    }
+    if (const auto known = models.find({&mesh, isEven}); known != models.end()) {
+        return known->second;
+    }
+    auto model = std::make_shared<KivShadedMesh>(kivReadShadedMesh(mesh, look.smoothAngle));
+    if (isEven && !look.flat) {
+        evenLight(*model, look.evenness, settings.doVectorial() ? 1.0 : 1 << std::clamp(settings.getAntialias(), 0, 2));
+    }
+    if (tile != nullptr) {
+        models[{&mesh, isEven}] = model;
     }
     return model;
 }
@@ -361,6 +391,7 @@ void KivCartoonShader::buildBatch(const KivShadedMesh& model, const KivMesh& mes
         detail.shineEdges = kivHighlightSteps(colors).edges;
     }
     detail.keepOrder = division == Division::inOrder;
+    detail.part = partOf(view, look, pixel);
     // A page takes up no textures unless its drawing asks for them, and transparent triangles come without what lies
     // beside their mesh.
     const bool isWanted = !settings.doVectorial() || kivCollectedSkins() != nullptr;
@@ -400,6 +431,7 @@ void KivCartoonShader::drawRim(const KivShadedMesh& model, const KivCartoonLook&
     detail.rampEntries = kivRampEntries;
     detail.longestSide = (vectorial ? longestVectorSide : longestSide) * pixel;
     detail.longestTurn = (vectorial ? longestVectorSide : longestTurn) * pixel;
+    detail.part = partOf(view, look, pixel);
     detail.inAreas = vectorial;
     detail.shineEdges = vectorial ? kivHighlightSteps(colors).edges : std::vector<float>();
     KivCartoonBatch batch;
@@ -416,7 +448,7 @@ const KivCartoonBatch& KivCartoonShader::batchOf(const KivMesh& mesh, const KivC
                                                  const KivCommonSettings& settings, const KivScene& scene) {
     const auto [entry, isNew] = batches.try_emplace(&mesh);
     if (isNew) {
-        buildBatch(modelOf(mesh, look, settings), mesh, look, settings, scene, entry->second);
+        buildBatch(*modelOf(mesh, look, settings), mesh, look, settings, scene, entry->second);
     }
     return entry->second;
 }
@@ -425,10 +457,10 @@ void KivCartoonShader::drawLit(const KivMesh& mesh, const KivCommonSettings& set
                                bool vectorial) {
     glDisable(GL_BLEND);
     const KivCartoonLook look = lookOf(mesh);
-    KivShadedMesh model = modelOf(mesh, look, settings);
-    buildBatch(model, mesh, look, settings, scene, scratch);
+    std::shared_ptr<const KivShadedMesh> model = modelOf(mesh, look, settings);
+    buildBatch(*model, mesh, look, settings, scene, scratch);
     if (look.rim.width <= 0.0) {
-        model = {}; // as large as the batch, and of no more use
+        model = nullptr; // as large as the batch, and of no more use
     }
     if (kivIsCancelled()) {
         return; // the batch may be cut short
@@ -441,7 +473,7 @@ void KivCartoonShader::drawLit(const KivMesh& mesh, const KivCommonSettings& set
         tellSkin(mesh, scratch, colors);
     }
     if (look.rim.width > 0.0) {
-        drawRim(model, look, settings, scene, painter);
+        drawRim(*model, look, settings, scene, painter);
     }
 }
 
@@ -489,7 +521,7 @@ void KivCartoonShader::renderMeshDepth(const KivMesh* mesh, const KivCommonSetti
     batches.erase(mesh);
     const KivCartoonLook look = lookOf(*mesh);
     // The mesh's own triangles, as the shadow volumes end in them.
-    buildBatch(kivReadShadedMesh(*mesh, look.smoothAngle), *mesh, look, settings, *scene, scratch, Division::none);
+    buildBatch(*modelOf(*mesh, look, settings, false), *mesh, look, settings, *scene, scratch, Division::none);
     KivCartoonPainter painter(&skins);
     KivDrawing::beginObject(mesh, vectorial);
     bringForward(depthSlopes, depthSteps);
@@ -531,7 +563,7 @@ void KivCartoonShader::renderMeshPass(const KivMesh* mesh, const KivLight* light
         }
         if (lightIndex == numLights - 1 && look.rim.width > 0.0) {
             glDisable(GL_STENCIL_TEST);
-            drawRim(modelOf(*mesh, look, settings), look, settings, *scene, painter);
+            drawRim(*modelOf(*mesh, look, settings), look, settings, *scene, painter);
         }
     }
 }

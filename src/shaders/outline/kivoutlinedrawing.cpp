@@ -2,6 +2,7 @@
 
 #include "kivoutlinesettings.h"
 #include "kivthinnedpath.h"
+#include "kivtiletriangles.h"
 
 #include <GL/gl.h>
 
@@ -29,12 +30,14 @@ void KivOutlineDrawing::takePoint(const Job& job, const KivLinePoint& point) {
 }
 
 void KivOutlineDrawing::drawPaths() const {
+    std::vector<std::uint32_t> scratch;
     for (const auto& [color, mesh] : strokes) {
-        if (!mesh.indices.empty()) {
+        const std::vector<std::uint32_t>& seen =
+            kivTrianglesInTile(mesh.points.data(), 2 * sizeof(float), mesh.indices, scratch);
+        if (!seen.empty()) {
             kivSetGlColor(color);
             glVertexPointer(2, GL_FLOAT, 0, mesh.points.data());
-            glDrawElements(GL_TRIANGLES, static_cast<GLsizei>(mesh.indices.size()), GL_UNSIGNED_INT,
-                           mesh.indices.data());
+            glDrawElements(GL_TRIANGLES, static_cast<GLsizei>(seen.size()), GL_UNSIGNED_INT, seen.data());
         }
     }
 }

@@ -3,6 +3,7 @@
 #include "kivrender/scene/kivprogress.h"
 #include "kivshadedmesh.h"
 #include "kivsmoothnormals.h"
+#include "kivtiletriangles.h"
 
 #include <GL/gl.h>
 
@@ -342,10 +343,16 @@ void KivSketchDrawing::drawPaths() const {
     glClientActiveTexture(GL_TEXTURE0);
     glEnableClientState(GL_TEXTURE_COORD_ARRAY);
     const KivTablePageSettings* bound = nullptr;
+    std::vector<std::uint32_t> scratch;
     for (const Layer layer : {Layer::hatching, Layer::hidden, Layer::lines}) {
         for (const Batch& batch : batches) {
             const std::vector<KivSketchVertex>& vertices = batch.mesh.vertices;
             if (batch.layer != layer || batch.mesh.indices.empty()) {
+                continue;
+            }
+            const std::vector<std::uint32_t>& seen =
+                kivTrianglesInTile(&vertices[0].x, sizeof(KivSketchVertex), batch.mesh.indices, scratch);
+            if (seen.empty()) {
                 continue;
             }
             if (batch.page != bound) {
@@ -356,8 +363,7 @@ void KivSketchDrawing::drawPaths() const {
             glVertexPointer(2, GL_FLOAT, stride, &vertices[0].x);
             glTexCoordPointer(2, GL_FLOAT, stride, &vertices[0].along);
             glColorPointer(4, GL_UNSIGNED_BYTE, stride, vertices[0].color.data());
-            glDrawElements(GL_TRIANGLES, static_cast<GLsizei>(batch.mesh.indices.size()), GL_UNSIGNED_INT,
-                           batch.mesh.indices.data());
+            glDrawElements(GL_TRIANGLES, static_cast<GLsizei>(seen.size()), GL_UNSIGNED_INT, seen.data());
         }
     }
     glDeleteTextures(2, textures);

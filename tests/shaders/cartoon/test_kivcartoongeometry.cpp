@@ -182,6 +182,85 @@ TEST(KivBuildCartoon, DividesLargeTrianglesWithoutGaps) {
     }
 }
 
+namespace {
+
+// Counts what it is asked.
+class CountingLights : public PlainLights {
+public:
+    mutable std::size_t asked = 0;
+
+    double light(const KivVec& point, const KivVec& normal) const override {
+        ++asked;
+        return PlainLights::light(point, normal);
+    }
+};
+
+using Corners = std::array<std::array<float, 5>, 3>;
+
+// The triangles that are seen in a part of the view, as often as they occur.
+std::map<Corners, int> trianglesIn(const KivCartoonPart& part, const KivView& view, const KivCartoonBatch& batch) {
+    std::map<Corners, int> found;
+    for (const auto* indices : {&batch.front, &batch.back}) {
+        for (std::size_t i = 0; i < indices->size(); i += 3) {
+            Corners corners;
+            bool beside[4] = {true, true, true, true};
+            for (std::size_t k = 0; k < 3; ++k) {
+                const KivCartoonVertex& v = batch.vertices[(*indices)[i + k]];
+                corners[k] = {v.x, v.y, v.z, v.light, v.shine};
+                const KivClipPoint clip = view.clip(pointOf(v));
+                beside[0] = beside[0] && clip.x < part.left * clip.w;
+                beside[1] = beside[1] && clip.x > part.right * clip.w;
+                beside[2] = beside[2] && clip.y < part.bottom * clip.w;
+                beside[3] = beside[3] && clip.y > part.top * clip.w;
+            }
+            if (!beside[0] && !beside[1] && !beside[2] && !beside[3]) {
+                ++found[corners];
+            }
+        }
+    }
+    return found;
+}
+
+} // namespace
+
+TEST(KivBuildCartoon, APartOfTheViewHasTheTrianglesOfTheWhole) {
+    const KivShadedMesh model = modelOf(sphereSurface(6, 8));
+    const KivView view = perspectiveView({1.0, 2.0, 5.0}, 0.4, 1.0, 20.0, 800);
+    KivCartoonDetail detail;
+    detail.longestSide = 10.0;
+    detail.shine = true;
+    CountingLights lights;
+    KivCartoonBatch whole;
+    kivBuildCartoon(model, view, lights, detail, whole);
+    const std::size_t wholeWork = lights.asked;
+    lights.asked = 0;
+    constexpr int across = 8;
+    std::size_t shown = 0;
+    for (int i = 0; i < across * across; ++i) {
+        const double left = -1.0 + 2.0 / across * (i % across);
+        const double bottom = -1.0 + 2.0 / across * (i / across);
+        detail.part = KivCartoonPart{left, bottom, left + 2.0 / across, bottom + 2.0 / across};
+        KivCartoonBatch batch;
+        kivBuildCartoon(model, view, lights, detail, batch);
+        const std::map<Corners, int> wanted = trianglesIn(*detail.part, view, whole);
+        ASSERT_EQ(trianglesIn(*detail.part, view, batch), wanted) << "part " << i;
+        shown += wanted.empty() ? 0 : 1;
+    }
+    EXPECT_GE(shown, 16U);
+    // All parts together cost about as much as the whole: what lies across a border comes in two.
+    EXPECT_LT(lights.asked, 2 * wholeWork);
+    EXPECT_GT(lights.asked, wholeWork);
+}
+
+TEST(KivBuildCartoon, APartGrowsByPixelsAndNotBeyondTheView) {
+    const KivView view = perspectiveView({0.0, 0.0, 5.0}, 0.4, 1.0, 20.0, 800);
+    const KivCartoonPart grown = KivCartoonPart{-0.99, -0.5, 0.5, 0.99}.grownBy(40.0, view);
+    EXPECT_DOUBLE_EQ(grown.left, -1.0);
+    EXPECT_DOUBLE_EQ(grown.bottom, -0.5 - 80.0 / view.height());
+    EXPECT_DOUBLE_EQ(grown.right, 0.6);
+    EXPECT_DOUBLE_EQ(grown.top, 1.0);
+}
+
 TEST(KivBuildCartoon, DividedLightFollowsTheRoundSurface) {
     // One face of a coarse sphere: in between, the light is that of the rounded normal and not of a straight line.
     const KivShadedMesh model = modelOf(sphereSurface(6, 8));

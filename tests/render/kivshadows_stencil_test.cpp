@@ -4,6 +4,7 @@
 #include "kivrender/settings/kivcommonsettings.h"
 #include "kivrender/shadow/kivshadows.h"
 #include "support/glsurface.h"
+#include "support/pollcounter.h"
 #include "support/temphome.h"
 #include "support/testhost.h"
 
@@ -361,6 +362,59 @@ TEST_F(KivShadowsStencil, ACopySharesBothBuffers) {
     }
     shadows.saveAndDestroyStencilBuffer(size);
     EXPECT_EQ(stencil()[at(1, 1)], 101);
+}
+
+// Four bands; the last one is lower than the others.
+struct LargeStencil {
+    static constexpr tagSIZE size{4096, 1800};
+
+    LargeStencil() {
+        glClearStencil(100);
+        glClear(GL_STENCIL_BUFFER_BIT);
+        glEnable(GL_SCISSOR_TEST);
+        for (const int row : {0, 511, 512, 1023, 1024, 1536, 1799}) {
+            glScissor(row, row, 100, 1);
+            glClearStencil(101);
+            glClear(GL_STENCIL_BUFFER_BIT);
+        }
+        glDisable(GL_SCISSOR_TEST);
+        shadows.createInitialStencilBuffer(size);
+    }
+    std::vector<std::uint8_t> read() const {
+        std::vector<std::uint8_t> values(std::size_t{4096} * 1800);
+        glReadPixels(0, 0, size.cx, size.cy, GL_STENCIL_INDEX, GL_UNSIGNED_BYTE, values.data());
+        return values;
+    }
+    std::vector<std::uint8_t> sum() {
+        shadows.addCurrentStencil(size);
+        shadows.saveAndDestroyStencilBuffer(size);
+        return read();
+    }
+
+    TestHost host;
+    GlSurface gl{4096, 1800};
+    KivShadows shadows;
+};
+
+TEST(KivLargeStencil, IsAddedUpInBands) {
+    LargeStencil large;
+    const std::vector<std::uint8_t> drawn = large.read();
+    PollCounter progress;
+    const ScopedProgress shown(progress);
+    EXPECT_EQ(large.sum(), drawn);
+    EXPECT_EQ(progress.polls, 3);
+}
+
+TEST(KivLargeStencil, ACancelLeavesOutTheFurtherBands) {
+    LargeStencil large;
+    const std::vector<std::uint8_t> drawn = large.read();
+    PollCounter progress(2);
+    const ScopedProgress shown(progress);
+    const std::vector<std::uint8_t> sum = large.sum();
+    EXPECT_EQ(progress.polls, 2);
+    const std::ptrdiff_t twoBands = std::ptrdiff_t{4096} * 1024;
+    EXPECT_TRUE(std::equal(sum.begin(), sum.begin() + twoBands, drawn.begin()));
+    EXPECT_THAT(std::vector<std::uint8_t>(sum.begin() + twoBands, sum.end()), Each(100));
 }
 
 } // namespace

@@ -130,6 +130,10 @@ bool KivRenderer::renderShadowVolumes(KivShadows& shadows, KivScene* scene, cons
             return false;
         }
         shadows.addCurrentStencil(size);
+        if (progress != nullptr && progress->isCancelled()) {
+            shadows.endVolumes();
+            return false;
+        }
     }
     shadows.endVolumes();
     shadows.postShadowParameters(factor, units, GL_NOTEQUAL, numLights, vectorial);

@@ -74,6 +74,11 @@ constexpr double leftForEnd = 0.25;
 // How much of the time of a page goes by before the first primitive is told: the order of painting.
 constexpr double untold = 0.7;
 
+// By how much a thousand of so many thousand primitives take longer than of few: they no longer fit the caches.
+double slowness(double thousands) {
+    return std::pow(std::max(thousands / 300.0, 1.0), 0.25);
+}
+
 double piecesOf(const KivSceneWork::Mesh& mesh) {
     return mesh.triangles * (mesh.isShiny ? piecesPerShinyTriangle : piecesPerTriangle);
 }
@@ -355,14 +360,15 @@ void KivRenderForecast::addVectorPage() {
     const KivDrawingCollector* const collector = KivDrawingCollector::current();
     const bool isMerged =
         collector != nullptr ? collector->areas() == KivDrawingCollector::Areas::faces : settings.doVectorSimplify();
-    const double perPrimitive = collector != nullptr ? collectedTime(collector->areas())
-                                : isMerged           ? cost::simplePrimitives
-                                                     : cost::pagePrimitives;
+    const double ofFew = collector != nullptr ? collectedTime(collector->areas())
+                         : isMerged           ? cost::simplePrimitives
+                                              : cost::pagePrimitives;
+    const double perPrimitive = ofFew * (isMerged || collector == nullptr ? slowness(primitives) : 1.0);
     const double lead = collector != nullptr ? 0.95 : untold;
     if (isMerged) {
         addStage(lines, cost::joinLines, 1.0);
         forecast.steps.back().gap = cost::translate * primitives;
-        addStage(pieces, cost::mergeTriangles, 0.25);
+        addStage(pieces, cost::mergeTriangles * slowness(pieces), 0.25);
         addStage(pieces * facesPerTriangle, cost::tessellateFaces, 0.0);
         addStage(primitives * 2.0, perPrimitive / 2.0, lead);
     } else {

@@ -79,7 +79,8 @@ public:
 
     // 100 for every pixel. The two that follow add and write nothing without it.
     void createInitialStencilBuffer(tagSIZE size);
-    // Adds one where the light just drawn is lost, and clears the stencil buffer to 100.
+    // Adds one where the light just drawn is lost, and clears the stencil buffer to 100. Polls for a cancel between
+    // bands of the picture; the sum is incomplete after one.
     void addCurrentStencil(tagSIZE size);
     // Puts the sum into the stencil buffer, at the current raster position.
     void saveAndDestroyStencilBuffer(tagSIZE size);

@@ -5,6 +5,7 @@
 #include "kivrender/host/kivreducedimage.h"
 #include "kivrender/platform/kivimage.h"
 #include "kivrender/scene/kivlight.h"
+#include "kivrender/scene/kivprogress.h"
 #include "kivrender/scene/kivscene.h"
 #include "kivrender/settings/kivcommonsettings.h"
 #include "kivrender/shader/kivpicturetile.h"
@@ -46,6 +47,25 @@ private:
     GLint unpack = 4;
 };
 
+// Reading takes milliseconds for each million pixels: after so many the user may cancel, and the bar may move.
+constexpr int pixelsPerBand = 1 << 21;
+
+// Adds one to the sum where the light just drawn is lost. After a cancel the sum is incomplete.
+void addStencilInBands(tagSIZE size, unsigned char* sum) {
+    const int rows = std::max(pixelsPerBand / std::max(size.cx, 1), 1);
+    std::vector<unsigned char> band(pixelCount({size.cx, std::min(rows, size.cy)}));
+    const TightRows tight;
+    for (int first = 0; first < size.cy && (first == 0 || !kivIsCancelled()); first += rows) {
+        const tagSIZE part{size.cx, std::min(rows, size.cy - first)};
+        glReadPixels(0, first, part.cx, part.cy, GL_STENCIL_INDEX, GL_UNSIGNED_BYTE, band.data());
+        for (std::size_t i = 0; i < pixelCount(part); ++i, ++sum) {
+            // How far above the base does not matter: a light is lost once, however many volumes enclose the point. The
+            // sum stops at what a byte holds, so that more lights than that don't turn a shadow into light.
+            *sum = static_cast<unsigned char>(*sum + (band[i] > stencilBase && *sum < 255 ? 1 : 0));
+        }
+    }
+}
+
 struct GlColour {
     explicit GlColour(std::uint32_t colour)
         : values{static_cast<float>(colour & 0xFF) / 255.0F, static_cast<float>(colour >> 8 & 0xFF) / 255.0F,
@@ -70,16 +90,7 @@ void KivShadows::createInitialStencilBuffer(tagSIZE size) {
 void KivShadows::addCurrentStencil(tagSIZE size) {
     // Without a sum to add to, only the stencil buffer is made ready for the next light.
     if (stencilBuffer) {
-        const std::size_t count = pixelCount(size);
-        const std::unique_ptr<unsigned char[]> current(new unsigned char[count]);
-        const TightRows tight;
-        glReadPixels(0, 0, size.cx, size.cy, GL_STENCIL_INDEX, GL_UNSIGNED_BYTE, current.get());
-        unsigned char* sum = stencilBuffer.get();
-        for (std::size_t i = 0; i < count; ++i) {
-            // How far above the base does not matter: a light is lost once, however many volumes enclose the point. The
-            // sum stops at what a byte holds, so that more lights than that don't turn a shadow into light.
-            sum[i] = static_cast<unsigned char>(sum[i] + (current[i] > stencilBase && sum[i] < 255 ? 1 : 0));
-        }
+        addStencilInBands(size, stencilBuffer.get());
     }
     glClearStencil(stencilBase);
     glClear(GL_STENCIL_BUFFER_BIT);

@@ -1,7 +1,9 @@
 // The creases of a mesh in a pose.
+#include "kivrender/lines/kivlineengine.h"
 #include "kivrender/lines/kivmeshfeatures.h"
 #include "kivrender/scene/kivmesh.h"
 #include "kivrender/scene/kivmeshrest.h"
+#include "linecameras.h"
 
 #include <gtest/gtest.h>
 
@@ -9,6 +11,7 @@
 #include <cmath>
 #include <memory>
 #include <numbers>
+#include <utility>
 
 namespace {
 
@@ -35,6 +38,22 @@ long numCreases(const KivMesh& mesh) {
     const std::vector<bool> creases = kivFeatureCreases(features->surface, features->wings, rules);
     // The borders of the sheet are no creases.
     return std::count(creases.begin(), creases.end(), true);
+}
+
+// The same in a drawing, looked at from above.
+long numDrawnCreases(const KivMesh& posed, const KivMesh* rest) {
+    const KivCamera camera = lineCamera(KivCamera::orthographic, {0.3, 0.2, 20.0}, 2.0, 1.0, 100.0);
+    KivLineEngine engine(KivLineView(camera, 400.0, 400.0));
+    KivLineBody body;
+    body.surface = kivReadSurface(posed);
+    body.rules.features.creaseAngle = body.rules.features.smoothCreaseAngle = 40.0;
+    engine.add(std::move(body));
+    if (rest != nullptr) {
+        engine.setRest(kivReadSurface(*rest));
+    }
+    EXPECT_TRUE(engine.find());
+    return std::count_if(engine.lines().begin(), engine.lines().end(),
+                         [](const KivFoundLine& line) { return line.kind == KivStrokeKind::crease; });
 }
 
 } // namespace
@@ -64,4 +83,18 @@ TEST(KivPosedFeatures, ARestThatHangsTogetherOtherwiseIsNotUsed) {
     const auto closed = hinge(180.0); // the second square lies on the first
     kivSetMeshRest(*bent, closed);
     EXPECT_EQ(numCreases(*bent), 1);
+}
+
+TEST(KivPosedFeatures, CreasesOfDrawingsAreThoseAtRest) {
+    ASSERT_EQ(numDrawnCreases(*hinge(60.0), nullptr), 1);
+    ASSERT_EQ(numDrawnCreases(*hinge(10.0), nullptr), 0);
+    for (const double pose : {1.0, 10.0, 39.0, 41.0, 80.0}) {
+        EXPECT_EQ(numDrawnCreases(*hinge(pose), hinge(60.0).get()), 1) << pose;
+        EXPECT_EQ(numDrawnCreases(*hinge(pose), hinge(10.0).get()), 0) << pose;
+    }
+    // Of another shape: the pose decides by itself.
+    const auto larger = hinge(90.0);
+    larger->addTriangle(0, 1, 5);
+    EXPECT_EQ(numDrawnCreases(*hinge(60.0), larger.get()), 1);
+    EXPECT_EQ(numDrawnCreases(*hinge(10.0), larger.get()), 0);
 }

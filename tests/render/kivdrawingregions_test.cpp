@@ -1,11 +1,14 @@
 // A drawing's regions against the picture of the same scene: with shaders that come with the library.
 #include "kivrender/render/kivdrawingcollector.h"
 #include "kivrender/scene/kivmeshpaint.h"
+#include "kivrender/scene/kivmeshrest.h"
 #include "lines/regionchecks.h"
 #include "render/shippedlooks.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
+#include <numbers>
 
 namespace {
 
@@ -289,6 +292,39 @@ TEST_F(DrawingRegions, TexturesAreTheirMeanWhereAHostWantsThat) {
     collector.setTextures(KivDrawingCollector::Textures::areas);
     ASSERT_TRUE(render({width, height}));
     EXPECT_TRUE(std::any_of(drawing.areas.begin(), drawing.areas.end(), isStriped));
+}
+
+// Two squares that share a side of the y axis, of which the second is bent up by so many degrees.
+std::unique_ptr<KivMesh> hinge(double degrees) {
+    const double turn = degrees * std::numbers::pi / 180.0;
+    auto mesh = std::make_unique<KivMesh>();
+    for (const double y : {-0.5, 0.5}) {
+        mesh->addVertex(Kiv3DPoint(-1.0, y, 0.0));
+        mesh->addVertex(Kiv3DPoint(0.0, y, 0.0));
+        mesh->addVertex(Kiv3DPoint(std::cos(turn), y, std::sin(turn)));
+    }
+    for (const std::array<unsigned int, 3>& t : {std::array{0U, 1U, 4U}, {0U, 4U, 3U}, {1U, 2U, 5U}, {1U, 5U, 4U}}) {
+        mesh->addTriangle(t[0], t[1], t[2]);
+    }
+    return mesh;
+}
+
+TEST_F(DrawingRegions, TheCreasesOfAPoseAreThoseAtRest) {
+    setWholeStyle(L"none", L"Outline;");
+    settings.setVectorial(true);
+    KivDrawingCollector collector(drawing);
+    for (const double rest : {5.0, 60.0}) {
+        for (const double pose : {5.0, 20.0, 38.0, 50.0}) {
+            scene.empty();
+            std::unique_ptr<KivMesh> mesh = hinge(pose);
+            kivSetMeshRest(*mesh, hinge(rest));
+            scene.addMesh(mesh.release());
+            ASSERT_TRUE(render({width, height}));
+            const auto creases = std::count_if(drawing.strokes.begin(), drawing.strokes.end(),
+                                               [](const KivStroke& s) { return s.kind == KivStrokeKind::crease; });
+            EXPECT_EQ(creases, rest > 40.0 ? 1 : 0) << pose;
+        }
+    }
 }
 
 } // namespace

@@ -379,6 +379,18 @@ std::vector<bool> kivFeatureCreases(const KivSurface& surface, const std::vector
     return creases;
 }
 
+bool kivTakeBends(const std::vector<KivFeatureWing>& atRest, std::vector<KivFeatureWing>& posed) {
+    const auto isSame = [](const KivFeatureWing& x, const KivFeatureWing& y) { return x.a == y.a && x.b == y.b; };
+    if (!std::equal(atRest.begin(), atRest.end(), posed.begin(), posed.end(), isSame)) {
+        return false;
+    }
+    for (std::size_t i = 0; i < posed.size(); ++i) {
+        posed[i].bend = atRest[i].bend;
+        posed[i].smooth = atRest[i].smooth;
+    }
+    return true;
+}
+
 bool kivFeatureFoldsBeyond(const KivSurface& surface, const KivFeatureWing& wing, const KivViewpoint& view) {
     const KivSurface::NamedEdge* const named = kivNamedEdge(surface, wing.a, wing.b);
     return named != nullptr && named->hasBeyond &&

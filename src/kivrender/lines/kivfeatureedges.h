@@ -85,6 +85,10 @@ KIV_API bool kivFeatureFoldsBeyond(const KivSurface& surface, const KivFeatureWi
 KIV_API std::vector<bool> kivFeatureCreases(const KivSurface& surface, const std::vector<KivFeatureWing>& wings,
                                             const KivFeatureRules& rules);
 
+// Of a surface in a pose: its wings take from those at rest how much they bend and whether they are smooth, as the same
+// edges are features of the shape in every pose. False, with nothing changed, if the two have other edges.
+KIV_API bool kivTakeBends(const std::vector<KivFeatureWing>& atRest, std::vector<KivFeatureWing>& posed);
+
 // The edges that become lines in this view, in the order of the wings. An edge that is several kinds at once is a
 // silhouette before it is a border or a crease.
 KIV_API std::vector<KivFeatureEdge> kivFeatureEdges(const KivSurface& surface, const std::vector<KivFeatureWing>& wings,

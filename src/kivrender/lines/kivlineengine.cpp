@@ -14,6 +14,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <optional>
 #include <tuple>
 #include <utility>
 
@@ -41,6 +42,7 @@ public:
         KivLineBody body;
         KivLineCourse course;
         bool isBody = false;
+        std::optional<KivSurface> rest; // of a body in a pose
     };
 
     bool find() {
@@ -81,10 +83,12 @@ private:
             SurfaceLineRules rules;
             rules.features = body.rules.features;
             rules.materials = body.rules.materials;
+            rules.rest = sources[i].rest ? &*sources[i].rest : nullptr;
             SurfaceLines& surface = segments.about[i].surface;
             if (!kivSurfaceLines(body.surface, body.materials, view, rules, surface)) {
                 return false;
             }
+            sources[i].rest.reset();
             takeNamedEdges(body, surface.segments);
             for (const LineSegment& segment : surface.segments) {
                 if (kivIsCancelledAt(segments.all.size())) {
@@ -358,11 +362,17 @@ KivLineEngine::KivLineEngine(const KivLineView& view) : parts(std::make_unique<P
 KivLineEngine::~KivLineEngine() = default;
 
 void KivLineEngine::add(KivLineBody body) {
-    parts->sources.push_back({std::move(body), {}, true});
+    parts->sources.push_back({std::move(body), {}, true, std::nullopt});
 }
 
 void KivLineEngine::add(KivLineCourse course) {
-    parts->sources.push_back({{}, std::move(course), false});
+    parts->sources.push_back({{}, std::move(course), false, std::nullopt});
+}
+
+void KivLineEngine::setRest(KivSurface rest) {
+    if (!parts->sources.empty() && parts->sources.back().isBody) {
+        parts->sources.back().rest = std::move(rest);
+    }
 }
 
 void KivLineEngine::setEffort(double part) {

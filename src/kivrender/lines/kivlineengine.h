@@ -87,6 +87,9 @@ public:
     // Bodies and courses are taken over. Points are in the model's units; nothing that is not finite may be among them.
     void add(KivLineBody body);
     void add(KivLineCourse course);
+    // The body that was added last is in a pose. This is its surface at rest, with the same triangles: it decides which
+    // edges are creases, so that they stay the same in all poses of a film.
+    void setRest(KivSurface rest);
     // How much work lines may take before they are cut short, as a part of what is promised (docs/vector.md).
     void setEffort(double part);
     // Call once. False when the user cancelled; there are no lines then.

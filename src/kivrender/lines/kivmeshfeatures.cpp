@@ -30,14 +30,7 @@ void takeBendsAtRest(const KivMesh& mesh, KivMeshFeatures& features) {
     if (!rest) {
         return;
     }
-    const std::vector<KivFeatureWing> wings = kivFeatureWings(*rest);
-    for (std::size_t i = 0; i < std::min(wings.size(), features.wings.size()); ++i) {
-        KivFeatureWing& wing = features.wings[i];
-        if (wing.a == wings[i].a && wing.b == wings[i].b) {
-            wing.bend = wings[i].bend;
-            wing.smooth = wings[i].smooth;
-        }
-    }
+    kivTakeBends(kivFeatureWings(*rest), features.wings);
 }
 
 // The wings tell of normals all that is asked of them, but where a model names its edges and they are those of its

@@ -43,7 +43,7 @@ public:
         }
         KivFeatureRules sharp = rules.features;
         sharp.tangents = false; // contours run on over them
-        creases = kivFeatureCreases(surface, wings, sharp);
+        findCreases(sharp);
         if (!kivSmoothSurface(surface, wings, creases, seenFrom, rules.mostRise, smooth)) {
             return false;
         }
@@ -56,6 +56,17 @@ public:
     }
 
 private:
+    void findCreases(const KivFeatureRules& sharp) {
+        if (rules.rest != nullptr) {
+            const std::vector<KivFeatureWing> atRest = kivFeatureWings(*rules.rest);
+            if (kivTakeBends(atRest, wings)) {
+                creases = kivFeatureCreases(*rules.rest, atRest, sharp);
+                return;
+            }
+        }
+        creases = kivFeatureCreases(surface, wings, sharp);
+    }
+
     bool addEdges() {
         for (std::size_t i = 0; i < wings.size(); ++i) {
             if (kivIsCancelledAt(i)) {

@@ -56,6 +56,8 @@ struct SurfaceLines {
 struct SurfaceLineRules {
     KivFeatureRules features;
     bool materials = true;
+    // The same surface at rest, which decides on the creases of a pose; null for one that is at rest itself.
+    const KivSurface* rest = nullptr;
     double mostRise = 2.0; // in pixels: facets that rise by more are seen, and their contour follows their edges
 };
 

@@ -1,5 +1,6 @@
 #include "kivlinepage.h"
 
+#include "kivrender/geometry/kivrestsurface.h"
 #include "kivrender/scene/kivmesh.h"
 #include "kivrender/scene/kivprogress.h"
 #include "kivrender/shader/kivdrawing.h"
@@ -44,6 +45,7 @@ void KivLinePage::addMesh(const KivMesh& mesh, std::uint32_t object, const KivLi
     source.look = look;
     source.part = part;
     source.body.surface = kivReadSurface(mesh);
+    source.rest = kivRestSurface(mesh, source.body.surface);
     source.body.object = object;
     source.body.hides = false;
     source.body.rules.features = look.rules;
@@ -106,6 +108,9 @@ bool KivLinePage::find() {
     for (Source& source : sources) {
         if (source.mesh != nullptr) {
             engine.add(std::move(source.body));
+            if (source.rest) {
+                engine.setRest(std::move(*source.rest));
+            }
         } else {
             engine.add(source.course);
         }

@@ -10,6 +10,7 @@
 
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <utility>
 #include <vector>
 
@@ -44,6 +45,7 @@ private:
     struct Source {
         const KivMesh* mesh = nullptr;
         KivLineBody body;
+        std::optional<KivSurface> rest; // of a mesh in a pose
         KivLineCourse course;
         std::uint32_t color = 0;
         KivLineLook look;

@@ -234,9 +234,10 @@ inline std::string boxGltf(const std::string& nodes = "{\"mesh\":0}", const std:
                     primitive);
 }
 
-inline std::string boxGlb() {
+// further: bytes of the first chunk beyond a multiple of four.
+inline std::string boxGlb(std::size_t further = 0) {
     std::string json = gltfText("", "{\"mesh\":0}", "", "");
-    json.resize((json.size() + 3) / 4 * 4, ' ');
+    json.resize((json.size() + 3) / 4 * 4 + further, ' ');
     const std::string buffer = boxBuffer();
     std::string out;
     const auto word = [&out](std::uint32_t v) { append(out, &v, 4); };

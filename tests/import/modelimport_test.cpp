@@ -82,6 +82,19 @@ TEST(ModelImport, TellsWhereTheNormalsAreFrom) {
     EXPECT_EQ(kivNormalsFrom(*made.scene->getMesh(0)), KivNormalsFrom::triangles);
 }
 
+TEST(ModelImport, PrimitivesOfOneMaterialAreOneSurface) {
+    const TestFolder folder;
+    const std::string again = "},{\"attributes\":{\"POSITION\":0},\"indices\":1";
+    const std::string materials = "\"materials\":[{\"name\":\"red\"},{\"name\":\"blue\"}],";
+    const KivModel one = import({folder.write("one.gltf", boxGltf("{\"mesh\":0,\"name\":\"box\"}", "", again))});
+    EXPECT_EQ(one.scene->numMeshes(), 1U);
+    EXPECT_EQ(one.meshNames, std::vector<std::wstring>{L"box"});
+    EXPECT_EQ(one.files[0].triangles, 24U);
+    const KivModel two = import(
+        {folder.write("two.gltf", boxGltf("{\"mesh\":0}", materials, ",\"material\":0" + again + ",\"material\":1"))});
+    EXPECT_EQ(two.scene->numMeshes(), 2U);
+}
+
 TEST(ModelImport, TheSameBoxFromEveryFormat) {
     const TestFolder folder;
     const struct {
@@ -89,19 +102,11 @@ TEST(ModelImport, TheSameBoxFromEveryFormat) {
         std::string content;
         bool zUp;
     } cases[] = {
-        {"box.obj", boxObj, false},
-        {"box.stl", boxStl(), true},
-        {"box.ply", boxPly(), false},
-        {"box.off", boxOff(), false},
-        {"box.dxf", boxDxf(), true},
-        {"box.dae", boxDae(), false},
-        {"box.fbx", boxFbx(), true},
-        {"box.3ds", box3ds(), true},
-        {"box.gltf", boxGltf(), false},
-        {"box.glb", boxGlb(), false},
-        {"UPPER.OBJ", boxObj, false},
-        {"box.3mf", box3mf(), true},
-        {"strips.ply", boxPlyStrips(), false},
+        {"box.obj", boxObj, false},   {"box.stl", boxStl(), true},           {"box.ply", boxPly(), false},
+        {"box.off", boxOff(), false}, {"box.dxf", boxDxf(), true},           {"box.dae", boxDae(), false},
+        {"box.fbx", boxFbx(), true},  {"box.3ds", box3ds(), true},           {"box.gltf", boxGltf(), false},
+        {"box.glb", boxGlb(), false}, {"unaligned.glb", boxGlb(3), false},   {"UPPER.OBJ", boxObj, false},
+        {"box.3mf", box3mf(), true},  {"strips.ply", boxPlyStrips(), false},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);

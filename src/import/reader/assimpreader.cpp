@@ -5,8 +5,10 @@
 #include "import/reader/assimppose.h"
 #include "import/reader/assimpvalues.h"
 #include "import/reader/folderfiles.h"
+#include "import/reader/glbchunks.h"
 #include "import/reader/plycheck.h"
 #include "import/reader/plystrips.h"
+#include "import/reader/surfacejoin.h"
 #include "import/reader/texturepicture.h"
 
 #include <algorithm>
@@ -86,8 +88,12 @@ private:
     };
 
     const aiScene* parse() {
-        const std::string ply = ending() == ".ply" ? plyWithoutStrips(path) : std::string();
-        return ply.empty() ? importer.ReadFile(path, 0) : importer.ReadFileFromMemory(ply.data(), ply.size(), 0, "ply");
+        const std::string kind = ending();
+        const std::string mended = kind == ".ply"   ? plyWithoutStrips(path)
+                                   : kind == ".glb" ? alignedGlb(path)
+                                                    : std::string();
+        return mended.empty() ? importer.ReadFile(path, 0)
+                              : importer.ReadFileFromMemory(mended.data(), mended.size(), 0, kind.c_str() + 1);
     }
 
     // By its name, or by its number where none is called so.
@@ -328,6 +334,7 @@ private:
             open.pop_back();
             worldFromNode.try_emplace(fromAi(visit.node->mName), visit.transform);
             const std::uint32_t node = nodeOf(*visit.node, visit.parent);
+            const std::size_t firstSurface = parts.surfaces.size();
             for (unsigned int i = 0; i < visit.node->mNumMeshes; ++i) {
                 const unsigned int number = visit.node->mMeshes[i];
                 if (number >= scene->mNumMeshes) {
@@ -338,6 +345,9 @@ private:
                 const aiMesh& mesh = *scene->mMeshes[number];
                 const PosedVertices posed = pose ? pose->posed(mesh, *visit.node) : PosedVertices();
                 addMesh(mesh, posed, node, fromAi(visit.node->mName), visit.transform);
+            }
+            if (isLinear) { // a node of glTF has one mesh, which Assimp divides into its primitives
+                joinSurfaces(parts.surfaces, firstSurface, fromAi(visit.node->mName));
             }
             // Last child first, so that the first is visited first.
             for (unsigned int i = visit.node->mNumChildren; i-- > 0;) {

@@ -94,6 +94,41 @@ std::vector<BoxEdge> boxEdges(double half) {
     return edges;
 }
 
+// A sheet that overhangs above and below the middle of the picture, by more the farther out, and between them stands
+// upright, the less so the larger the ease: x = s^3/3 + c(y) s over a depth of s, with c below 0 where it overhangs.
+LineBody sheetOfTwoBeaks(double ease) {
+    LineBody sheet;
+    constexpr int rows = 60;
+    constexpr int columns = 80;
+    for (int row = 0; row <= rows; ++row) {
+        const double y = -48.0 + 96.0 * row / rows;
+        const double bend = 1.0 - y * y / 36.0;
+        const double c = bend > 0.0 ? ease * bend : std::max(0.02 * bend, -0.35);
+        for (int column = 0; column <= columns; ++column) {
+            const double s = -1.5 + 3.0 * column / columns;
+            sheet.points.push_back({60.0 * (s * s * s / 3.0 + c * s), y, -60.0 * s});
+        }
+    }
+    for (int row = 0; row < rows; ++row) {
+        for (int column = 0; column < columns; ++column) {
+            const auto at = [&](int i, int k) { return static_cast<std::uint32_t>(i * (columns + 1) + k); };
+            sheet.triangles.push_back({at(row, column), at(row, column + 1), at(row + 1, column + 1)});
+            sheet.triangles.push_back({at(row, column), at(row + 1, column + 1), at(row + 1, column)});
+        }
+    }
+    return sheet;
+}
+
+TEST(KivLineEngine, AContourGoesOnWhereTheSurfaceAllButFolds) {
+    const KivCamera camera = lineCamera(KivCamera::orthographic, {0.0, 0.0, 200.0}, 100.0, 1.0, 400.0);
+    for (const double ease : {0.02, 0.5}) {
+        std::vector<KivFoundLine> contours =
+            ofKind(linesOf(camera, std::vector<LineBody>{sheetOfTwoBeaks(ease)}, 200.0), Kind::contour);
+        EXPECT_EQ(contours.size(), ease < 0.1 ? 1U : 2U) << ease;
+        EXPECT_GT(lengthOf(contours), ease < 0.1 ? 90.0 : 70.0);
+    }
+}
+
 TEST(KivLineEngine, ACubeHasOneContourAndTheEdgesWithinFromWhereverItIsSeen) {
     RawRandom random(1);
     const LineBody cube = boxBody({-1.0, -1.0, -1.0}, {1.0, 1.0, 1.0});

@@ -30,6 +30,8 @@ TEST(KivLineView, PutsPointsWhereTheRaysThroughThePictureRun) {
             const KivPicturePoint place = view.toPicture(view.toCamera(point));
             EXPECT_NEAR(place.x, x * 640.0, 1e-9);
             EXPECT_NEAR(place.y, y * 480.0, 1e-9);
+            const KivVec back = view.toSpace(place, view.toCamera(point).z);
+            EXPECT_NEAR(kivLength(back - point), 0.0, 1e-9);
         }
     }
 }

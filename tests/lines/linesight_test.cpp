@@ -37,6 +37,7 @@ constexpr double quarter = 0.25;  // in pixels, around where the sight changes
 constexpr double rounded = 0.25;  // lines along edges that stand for a round one rise by no more above these, in pixels
 constexpr double mostRise = 2.0;  // the contour of a smooth surface departs from its mesh by no more, in pixels
 constexpr double onEdge = 0.5;    // in pixels: a line along an edge may be rounded
+constexpr double deepStep = 12.0; // in pixels: what lies so much deeper beside a fold is another part of the scene
 constexpr double onOutline = 2.5; // a contour that is rounded, beside the outline of the mesh
 
 struct Share {
@@ -58,6 +59,7 @@ struct Sight {
     Share strict;   // the same, but by rays within a quarter of a pixel alone
     Share covered;  // points of sharp edges and borders that rays see and a line covers
     Share outlines; // points of the mesh's outline before the background that a line covers
+    Share folds;    // points of the mesh's folds far before what is seen beside them that a line covers
 };
 
 // Polylines in cells of the picture.
@@ -226,6 +228,8 @@ private:
                 sight.covered.add(drawn.covers(place, onEdge));
             } else if (isOutline(place, {(to.y - from.y) / length, (from.x - to.x) / length})) {
                 sight.outlines.add(drawn.covers(place, onOutline));
+            } else if (hidesMuch(p, {(to.y - from.y) / length, (from.x - to.x) / length})) {
+                sight.folds.add(drawn.covers(place, onOutline));
             }
         }
     }
@@ -243,6 +247,22 @@ private:
             if (std::all_of(places.begin(), places.end(), [&](double pixels) {
                     return !isBlocked({place.x + side * pixels * aside.x, place.y + side * pixels * aside.y},
                                       std::numeric_limits<double>::infinity());
+                })) {
+                return true;
+            }
+        }
+        return false;
+    }
+
+    // From a little beside the edge on, all that is seen on one side lies far behind it.
+    bool hidesMuch(const KivVec& p, const KivPicturePoint& aside) const {
+        const KivVec there = view.toCamera(p);
+        const KivPicturePoint place = view.toPicture(there);
+        const double deep = there.z + deepStep * view.pixelSize(there.z);
+        for (const double side : {-1.0, 1.0}) {
+            const std::array<double, 3> places = {0.5, 3.0, 6.0};
+            if (std::all_of(places.begin(), places.end(), [&](double pixels) {
+                    return !isBlocked({place.x + side * pixels * aside.x, place.y + side * pixels * aside.y}, deep);
                 })) {
                 return true;
             }
@@ -300,16 +320,17 @@ void expectRight(const Sight& sight) {
     constexpr double wanted = 0.999;
     EXPECT_GE(sight.edges.part(), wanted) << sight.edges.all;
     EXPECT_GE(sight.contours.part(), wanted) << sight.contours.all;
+    EXPECT_GE(sight.strict.part(), wanted) << sight.strict.all;
     EXPECT_GE(sight.covered.part(), wanted) << sight.covered.all;
     EXPECT_GE(sight.outlines.part(), wanted) << sight.outlines.all;
 }
 
 void print(const std::string& name, const Sight& sight) {
     std::printf("%s: edges %.3f%% of %ld, contours %.3f%% of %ld (%.3f%% within a quarter), sharp edges covered %.3f%% "
-                "of %ld, outlines %.3f%% of %ld\n",
+                "of %ld, outlines %.3f%% of %ld, folds %.3f%% of %ld\n",
                 name.c_str(), 100.0 * sight.edges.part(), sight.edges.all, 100.0 * sight.contours.part(),
                 sight.contours.all, 100.0 * sight.strict.part(), 100.0 * sight.covered.part(), sight.covered.all,
-                100.0 * sight.outlines.part(), sight.outlines.all);
+                100.0 * sight.outlines.part(), sight.outlines.all, 100.0 * sight.folds.part(), sight.folds.all);
 }
 
 } // namespace
@@ -327,9 +348,29 @@ TEST(LineSight, OfFiftyPartsThatRunThroughOneAnother) {
         EXPECT_GT(sight.contours.all, 10000);
         EXPECT_GT(sight.covered.all, 2500);
         EXPECT_GT(sight.outlines.all, 40);
-        EXPECT_GE(sight.strict.part(), 0.999) << "fine meshes";
+        EXPECT_GE(sight.folds.part(), 0.999) << sight.folds.all;
         expectRight(sight);
     }
+}
+
+// A ball of scanned clay: its contour goes through hollows and over bumps of the size of its triangles.
+TEST(LineSight, OfARoughBody) {
+    LineBody ball = sphereBody({0.0, 0.0, 0.0}, 2.0, 110, 70);
+    RawRandom random(5);
+    for (KivVec& p : ball.points) {
+        p = p * (1.0 + 0.06 * std::sin(4.0 * p.x) * std::sin(5.0 * p.y + p.z) + random.between(-0.0016, 0.0016));
+    }
+    KivScene scene;
+    scene.addMesh(meshOf(ball).release());
+    const KivVec eye = {3.0, 4.0, 7.0};
+    const KivCamera camera = lineCamera(KivCamera::perspective, eye, 2.6 / kivLength(eye), 1.0, 100.0);
+    const Sight sight = Judge(scene, camera, 800.0, 800.0).judge();
+    print("rough", sight);
+    EXPECT_GT(sight.strict.all, 2000);
+    // Contours that do not settle on the mesh reach 98.5 % here. What is left lies at cusps, where lines go on behind.
+    EXPECT_GE(sight.strict.part(), 0.996);
+    EXPECT_GE(sight.contours.part(), 0.999);
+    EXPECT_GE(sight.outlines.part(), 0.999);
 }
 
 TEST(LineSight, OfNamedModels) {

@@ -14,22 +14,23 @@ namespace {
 // One pixel is one unit; the middle of the picture is the origin. A box stands before the lines, its upper side at 0.
 class Scene {
 public:
-    Scene()
+    explicit Scene(const LineBody& more = {})
         : occluders(
               KivLineView(lineCamera(KivCamera::orthographic, {0.0, 0.0, 50.0}, 100.0, 1.0, 200.0), 200.0, 200.0)) {
         const LineBody box = boxBody({-50.0, -50.0, 5.0}, {50.0, 0.0, 10.0});
         EXPECT_TRUE(occluders.add(box.points, box.triangles));
+        EXPECT_TRUE(occluders.add(more.points, more.triangles));
         EXPECT_TRUE(occluders.build());
         segments.about.resize(1);
         segments.about[0].surface.neighboursFrom = {0};
     }
 
     // A piece of a contour that has its surface below, or an edge.
-    void add(const KivVec& a, const KivVec& b, bool isContour) {
+    void add(const KivVec& a, const KivVec& b, bool isContour, KivStrokeKind other = KivStrokeKind::crease) {
         LineSegment segment;
         segment.a = a;
         segment.b = b;
-        segment.kind = isContour ? KivStrokeKind::contour : KivStrokeKind::crease;
+        segment.kind = isContour ? KivStrokeKind::contour : other;
         if (isContour) {
             SurfaceLines& surface = segments.about[0].surface;
             segment.open = {0.0, 1.0, 0.0};
@@ -84,10 +85,35 @@ TEST(LineSpans, AContourGoesOnOverSlightDips) {
         bool isClosed;
     };
     for (const Case& c : {Case{1.0, 6.0, true, true}, Case{4.0, 6.0, true, false}, Case{1.0, 14.0, true, false},
-                          Case{0.7, 1.0, true, true}, Case{1.0, 6.0, false, false}, Case{0.05, 0.2, false, true}}) {
+                          Case{0.7, 1.0, true, true}, Case{1.0, 6.0, false, false}, Case{0.05, 0.2, false, true},
+                          Case{0.2, 24.0, false, true}, Case{0.2, 40.0, false, false}, Case{0.4, 24.0, false, false}}) {
         Scene scene;
         addDip(scene, c.depth, c.along, c.isContour);
         EXPECT_EQ(scene.length(LineSight::hidden) == 0.0, c.isClosed) << c.depth << ' ' << c.along;
+    }
+}
+
+// A line before the box, one in a corner that the box covers by a fifth of a pixel, and one before it again. From the
+// corner, or from so far before it, a ramp rises towards the viewer.
+TEST(LineSpans, AnEdgeInACornerGoesOnUnderASliver) {
+    struct Case {
+        double before;
+        KivStrokeKind kind;
+        bool isSeen;
+    };
+    for (const Case& c : {Case{0.0, KivStrokeKind::crease, true}, Case{3.0, KivStrokeKind::crease, false},
+                          Case{0.0, KivStrokeKind::intersection, false}, Case{0.0, KivStrokeKind::own, false}}) {
+        LineBody ramp;
+        ramp.points = {{-40.0, -0.2, c.before}, {40.0, -0.2, c.before}, {0.0, 20.0, c.before + 15.0}};
+        ramp.triangles = {{0, 1, 2}};
+        Scene scene(ramp);
+        const double xs[] = {-30.0, -12.0, -12.0, 12.0, 12.0, 30.0};
+        const double zs[] = {20.0, 20.0, 0.0, 0.0, 20.0, 20.0};
+        for (int i = 1; i < 6; ++i) {
+            scene.add({xs[i - 1], -0.2, zs[i - 1]}, {xs[i], -0.2, zs[i]}, false, c.kind);
+        }
+        EXPECT_NEAR(scene.length(LineSight::hidden), c.isSeen ? 0.0 : 24.0, 1e-6) << c.before;
+        EXPECT_NEAR(scene.length(LineSight::seen), c.isSeen ? 60.0 : 36.0, 1e-6) << c.before;
     }
 }
 

@@ -1,5 +1,6 @@
 #include "kivrender/lines/strokejoins.h"
 
+#include "linebodies.h"
 #include "linecameras.h"
 
 #include <gtest/gtest.h>
@@ -54,9 +55,13 @@ public:
 
     std::vector<KivFoundLine> lines() {
         std::vector<KivFoundLine> found;
-        EXPECT_TRUE(kivJoinCourses(view, segments, nodes, courses, found));
+        LineBudget budget(LineBudget::allowance(1, 1.0));
+        EXPECT_TRUE(occluders.build());
+        EXPECT_TRUE(kivJoinCourses(occluders, segments, nodes, budget, courses, found));
         return found;
     }
+
+    KivOccluders occluders{view};
 
 private:
     LineSegments segments;
@@ -111,6 +116,57 @@ TEST(StrokeJoins, BarbsGoWhereALineGoesOnWithoutThem) {
                 EXPECT_NEAR(lines[0].picture.back().y, 105.2, 0.01) << "it stays else";
             }
         }
+    }
+}
+
+// Ends that point at each other along the upper edge of a box before a wall.
+TEST(StrokeJoins, ContoursGoOnWhereTheSurfaceFallsAway) {
+    struct Case {
+        double front; // of the box, in pixels before the wall
+        double gap;
+        KivStrokeKind kind;
+        std::size_t lines;
+    };
+    for (const Case& c : {Case{16.0, 16.0, KivStrokeKind::contour, 2}, Case{30.0, 16.0, KivStrokeKind::contour, 1},
+                          Case{30.0, 26.0, KivStrokeKind::contour, 2}, Case{30.0, 16.0, KivStrokeKind::crease, 2}}) {
+        Drawing drawing;
+        const LineBody wall = boxBody({-90.0, -90.0, -70.0}, {90.0, 90.0, -30.0});
+        const LineBody box = boxBody({-90.0, -90.0, -30.0}, {90.0, 0.0, -30.0 + c.front});
+        ASSERT_TRUE(drawing.occluders.add(wall.points, wall.triangles));
+        ASSERT_TRUE(drawing.occluders.add(box.points, box.triangles));
+        drawing.add({{-40.0, 0.0, 0.0}, {0.0, 0.0, 0.0}}, c.kind);
+        drawing.add({{c.gap, 0.0, 0.0}, {60.0, 0.0, 0.0}}, c.kind);
+        const std::vector<KivFoundLine> lines = drawing.lines();
+        EXPECT_EQ(lines.size(), c.lines) << c.front << ' ' << c.gap;
+        if (c.lines == 1) {
+            EXPECT_GT(lines[0].space.size(), 15U);
+            EXPECT_NEAR(lines[0].space.front().x, -40.0, 1e-6);
+            EXPECT_NEAR(lines[0].space.back().x, 60.0, 1e-6);
+        }
+    }
+}
+
+// Half a pixel behind the upper edge of a box, with a zigzag in the middle.
+TEST(StrokeJoins, ContoursSettleAndAreFreeOfCurls) {
+    for (const KivStrokeKind kind : {KivStrokeKind::contour, KivStrokeKind::crease}) {
+        Drawing drawing;
+        const LineBody box = boxBody({-90.0, -90.0, 5.0}, {90.0, 0.0, 10.0});
+        ASSERT_TRUE(drawing.occluders.add(box.points, box.triangles));
+        drawing.add({{-40.0, -0.5, 0.0},
+                     {0.0, -0.5, 0.0},
+                     {1.0, -0.4, 0.0},
+                     {0.2, -0.6, 0.0},
+                     {1.2, -0.5, 0.0},
+                     {40.0, -0.5, 0.0}},
+                    kind);
+        const std::vector<KivFoundLine> lines = drawing.lines();
+        ASSERT_EQ(lines.size(), 1U);
+        bool turnsBack = false;
+        for (std::size_t i = 1; i < lines[0].space.size(); ++i) {
+            turnsBack = turnsBack || lines[0].space[i].x < lines[0].space[i - 1].x;
+        }
+        EXPECT_EQ(turnsBack, kind != KivStrokeKind::contour);
+        EXPECT_NEAR(lines[0].space.front().y, kind == KivStrokeKind::contour ? -0.1 : -0.5, 0.1);
     }
 }
 

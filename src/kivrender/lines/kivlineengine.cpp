@@ -317,7 +317,8 @@ private:
     }
 
     bool join() {
-        if (!kivJoinCourses(view, segments, nodes, courses, found)) {
+        LineBudget work(LineBudget::allowance(occluders.size() + segments.all.size(), effort));
+        if (!kivJoinCourses(occluders, segments, nodes, work, courses, found)) {
             return false;
         }
         addDots();

@@ -67,6 +67,12 @@ public:
         const double w = perspective ? nearPlane / point.z : 1.0;
         return {(point.x * w - left) * pixelsAcross, (point.y * w - bottom) * pixelsAlong};
     }
+    // The point in space that is seen at a place of the picture and lies in that depth of camera space.
+    KivVec toSpace(const KivPicturePoint& place, double depth) const {
+        const double w = perspective ? depth / nearPlane : 1.0;
+        return eye + right * ((place.x / pixelsAcross + left) * w) + up * ((place.y / pixelsAlong + bottom) * w) +
+               forward * depth;
+    }
     // The width of a pixel at that depth of camera space, in the model's units.
     double pixelSize(double z) const {
         return (perspective ? z / nearPlane : 1.0) / pixelsAcross;

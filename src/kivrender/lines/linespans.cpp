@@ -20,6 +20,13 @@ constexpr double onMesh = 0.01; // in pixels: nearer is on it
 // Exact lines have gaps only where many triangles meet at a corner and rounding decides.
 constexpr double exactGap = 0.25;
 
+// An exact line goes on over so many pixels, too, where a surface that is all but edge-on reaches over it by less than
+// so many: that surface has no line of its own there, and both of its sides show what the edge divides.
+constexpr double longestSliver = 32.0;
+constexpr double thinnest = 0.25;
+constexpr double sliverStep = 1.0;
+constexpr double onPlane = 0.1; // in pixels
+
 // A contour goes on over so many pixels where it lies by no more than so many behind the edge of what hides it.
 constexpr double longestDip = 8.0;
 constexpr double slightDip = 1.5;
@@ -274,7 +281,12 @@ bool LineSpans::charge(std::size_t units) const {
 // the mesh from which the smooth surface departs.
 bool LineSpans::isGap(const std::vector<LineSpan>& spans, std::size_t first, std::size_t end, double length) const {
     if (segments.all[spans[first].segment].contour == LineSegment::none) {
-        return length < exactGap;
+        const KivStrokeKind kind = segments.all[spans[first].segment].kind;
+        return length < exactGap ||
+               (length <= longestSliver && kind != KivStrokeKind::intersection && kind != KivStrokeKind::own &&
+                std::all_of(spans.begin() + static_cast<std::ptrdiff_t>(first),
+                            spans.begin() + static_cast<std::ptrdiff_t>(end),
+                            [this](const LineSpan& span) { return span.length == 0.0 || isSeenBeside(span); }));
     }
     if (length < lineSpeck) {
         return true;
@@ -287,6 +299,29 @@ bool LineSpans::isGap(const std::vector<LineSpan>& spans, std::size_t first, std
                            const Outside outside = outsideOf(span);
                            return behind(outside, slightDip) >= outside.depth;
                        });
+}
+
+// Whether rays a hair to one side of a span reach it all along, or the surface that rises from it towards the viewer.
+bool LineSpans::isSeenBeside(const LineSpan& span) const {
+    const KivLineView& view = occluders.view();
+    const int steps = static_cast<int>(std::ceil(span.length / sliverStep));
+    for (int i = 0; i < steps; ++i) {
+        const KivVec there =
+            view.toCamera(segments.all[span.segment].at(span.first + (span.last - span.first) * (i + 0.5) / steps));
+        Outside outside;
+        outside.place = view.toPicture(there);
+        outside.way = {(span.start.y - span.end.y) / span.length, (span.end.x - span.start.x) / span.length};
+        const double pixel = view.pixelSize(there.z);
+        const auto isFree = [&](double aside) {
+            const double beside = behind(outside, aside);
+            return beside >= there.z - onMesh * pixel ||
+                   std::fabs(2.0 * beside - behind(outside, 2.0 * aside) - there.z) < onPlane * pixel;
+        };
+        if (!isFree(thinnest) && !isFree(-thinnest)) {
+            return false;
+        }
+    }
+    return true;
 }
 
 void LineSpans::closeGaps(std::vector<LineSpan>& spans) const {

@@ -92,6 +92,7 @@ private:
     double behind(const Outside& outside, double pixels) const;
     bool charge(std::size_t units) const;
     bool isGap(const std::vector<LineSpan>& spans, std::size_t first, std::size_t end, double length) const;
+    bool isSeenBeside(const LineSpan& span) const;
     const ContourPiece& pieceOf(std::uint32_t number) const;
     bool isBehindItself(const LineSpan& span) const;
     bool mayBeSlight(const std::vector<LineSpan>& spans) const;

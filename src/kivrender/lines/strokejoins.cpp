@@ -1,8 +1,11 @@
 #include "kivrender/lines/strokejoins.h"
 
+#include "kivrender/lines/contourcurls.h"
+#include "kivrender/lines/contoursettle.h"
 #include "kivrender/lines/curveorder.h"
 #include "kivrender/lines/lonehairs.h"
 #include "kivrender/lines/roundline.h"
+#include "kivrender/lines/steepbridges.h"
 #include "kivrender/scene/kivprogress.h"
 
 #include <algorithm>
@@ -44,9 +47,9 @@ struct JoinEnd {
 
 class Joiner {
 public:
-    Joiner(const KivLineView& seenFrom, const LineSegments& known, const std::vector<std::uint32_t>& ofEnds,
-           std::vector<KivFoundLine>& result)
-        : view(seenFrom), segments(known), nodes(ofEnds), found(result) {
+    Joiner(const KivOccluders& inTheWay, const LineSegments& known, const std::vector<std::uint32_t>& ofEnds,
+           LineBudget& work, std::vector<KivFoundLine>& result)
+        : occluders(inTheWay), view(inTheWay.view()), segments(known), nodes(ofEnds), budget(work), found(result) {
         for (const std::uint32_t node : nodes) {
             nextNode = std::max(nextNode, node + 1);
         }
@@ -89,9 +92,17 @@ public:
         if (kivIsCancelled()) {
             return false;
         }
+        joinEnds(endsOverSteepGaps());
+        if (kivIsCancelled()) {
+            return false;
+        }
         const std::vector<bool> hairs = loneHairs();
         for (std::size_t i = 0; i < pieces.size(); ++i) {
             if (!hairs[i] && !isSpeck(pieces[i].line)) {
+                if (pieces[i].line.kind == KivStrokeKind::contour && !pieces[i].line.hidden) {
+                    kivTakeOutCurls(pieces[i].line);
+                    kivSettleContour(occluders, budget, pieces[i].line);
+                }
                 found.push_back(std::move(pieces[i].line));
             }
         }
@@ -291,27 +302,7 @@ private:
     std::vector<std::int32_t> nearEnds() {
         std::vector<std::int32_t> mates(pieces.size() * 2, noLineEnd);
         const std::vector<JoinEnd> ends = endsToJoin();
-        std::map<std::pair<std::int64_t, std::int64_t>, std::vector<std::uint32_t>> cells;
-        std::vector<std::tuple<double, std::uint32_t, std::uint32_t>> pairs;
-        for (std::uint32_t number = 0; number < ends.size() && !kivIsCancelledAt(number * std::size_t{64}); ++number) {
-            const auto x = static_cast<std::int64_t>(std::floor(ends[number].place.x / widestGap));
-            const auto y = static_cast<std::int64_t>(std::floor(ends[number].place.y / widestGap));
-            for (std::int64_t i = x - 1; i <= x + 1; ++i) {
-                for (std::int64_t k = y - 1; k <= y + 1; ++k) {
-                    const auto cell = cells.find({i, k});
-                    for (const std::uint32_t other :
-                         cell == cells.end() ? std::vector<std::uint32_t>{} : cell->second) {
-                        addPair(ends, number, other, pairs);
-                    }
-                }
-            }
-            std::vector<std::uint32_t>& here = cells[{x, y}];
-            if (here.size() < mostEnds) {
-                here.push_back(number);
-            }
-        }
-        std::sort(pairs.begin(), pairs.end());
-        for (const auto& [distance, first, second] : pairs) {
+        for (const auto& [distance, first, second] : pairsWithin(ends, widestGap, mayJoin)) {
             const JoinEnd& one = ends[first];
             const JoinEnd& other = ends[second];
             if (mates[one.end] == noLineEnd && mates[other.end] == noLineEnd) {
@@ -322,6 +313,73 @@ private:
             }
         }
         return mates;
+    }
+    // Two ends that point at each other across a gap, with a piece of its own for what lies between.
+    std::vector<std::int32_t> endsOverSteepGaps() {
+        const std::vector<JoinEnd> ends = endsToJoin();
+        std::vector<std::int32_t> mates(pieces.size() * 2, noLineEnd);
+        for (const auto& [distance, first, second] : pairsWithin(ends, longestBridge, mayBridge)) {
+            const JoinEnd& one = ends[first];
+            const JoinEnd& other = ends[second];
+            if (mates[one.end] != noLineEnd || mates[other.end] != noLineEnd || pieces[one.end / 2].line.hidden) {
+                continue;
+            }
+            const std::vector<KivVec> between =
+                kivSteepBridge(occluders, budget, {one.place, {-one.inward.x, -one.inward.y}},
+                               {other.place, {-other.inward.x, -other.inward.y}});
+            if (!between.empty()) {
+                const auto bridge = static_cast<std::int32_t>(pieces.size() * 2);
+                cutBarb(one);
+                cutBarb(other);
+                addBridge(between, one.end / 2, distance);
+                mates[one.end] = bridge;
+                mates[other.end] = bridge + 1;
+                mates.push_back(static_cast<std::int32_t>(one.end));
+                mates.push_back(static_cast<std::int32_t>(other.end));
+            }
+        }
+        return mates;
+    }
+    void addBridge(const std::vector<KivVec>& points, std::uint32_t like, double length) {
+        Piece bridge;
+        bridge.line.source = pieces[like].line.source;
+        bridge.line.kind = pieces[like].line.kind;
+        bridge.line.space = points;
+        for (const KivVec& point : points) {
+            bridge.line.picture.push_back(view.toPicture(view.toCamera(point)));
+        }
+        bridge.length = length;
+        bridge.steps = length * endlessStep;
+        pieces.push_back(std::move(bridge));
+    }
+
+    // How far two ends are apart, and their numbers.
+    using EndPair = std::tuple<double, std::uint32_t, std::uint32_t>;
+
+    // Of ends no farther apart than the reach, those that may be joined; the nearest come first.
+    template <class May>
+    std::vector<EndPair> pairsWithin(const std::vector<JoinEnd>& ends, double reach, May may) const {
+        std::map<std::pair<std::int64_t, std::int64_t>, std::vector<std::uint32_t>> cells;
+        std::vector<EndPair> pairs;
+        for (std::uint32_t number = 0; number < ends.size() && !kivIsCancelledAt(number * std::size_t{64}); ++number) {
+            const auto x = static_cast<std::int64_t>(std::floor(ends[number].place.x / reach));
+            const auto y = static_cast<std::int64_t>(std::floor(ends[number].place.y / reach));
+            for (std::int64_t i = x - 1; i <= x + 1; ++i) {
+                for (std::int64_t k = y - 1; k <= y + 1; ++k) {
+                    const auto cell = cells.find({i, k});
+                    for (const std::uint32_t other :
+                         cell == cells.end() ? std::vector<std::uint32_t>{} : cell->second) {
+                        addPair(ends, number, other, may, pairs);
+                    }
+                }
+            }
+            std::vector<std::uint32_t>& here = cells[{x, y}];
+            if (here.size() < mostEnds) {
+                here.push_back(number);
+            }
+        }
+        std::sort(pairs.begin(), pairs.end());
+        return pairs;
     }
     std::vector<JoinEnd> endsToJoin() const {
         std::vector<JoinEnd> ends;
@@ -368,25 +426,32 @@ private:
             cutAt(piece.line, end.end % 2 == 1, piece.barbs[end.end % 2]);
         }
     }
-    void addPair(const std::vector<JoinEnd>& ends, std::uint32_t first, std::uint32_t second,
-                 std::vector<std::tuple<double, std::uint32_t, std::uint32_t>>& pairs) const {
+    template <class May>
+    void addPair(const std::vector<JoinEnd>& ends, std::uint32_t first, std::uint32_t second, May may,
+                 std::vector<EndPair>& pairs) const {
         const JoinEnd& one = ends[first];
         const JoinEnd& other = ends[second];
         if (one.end / 2 == other.end / 2 || groupOf(pieces[one.end / 2].line) != groupOf(pieces[other.end / 2].line)) {
             return;
         }
         const KivVec way = {other.place.x - one.place.x, other.place.y - one.place.y, 0.0};
-        const double distance = kivLength(way);
-        const KivVec out = -one.inward;
-        const KivVec& in = other.inward;
-        const auto goesOn = [&](double cosine) {
-            return kivDot(out, in) > cosine && kivDot(way, out) > cosine * distance &&
-                   kivDot(way, in) > cosine * distance;
-        };
-        if ((distance < smallGap && kivDot(out, in) > bentCosine) || (distance <= bentGap && goesOn(bentCosine)) ||
-            (distance <= widestGap && goesOn(straightCosine))) {
-            pairs.emplace_back(distance, second, first);
+        if (may(one, other, way)) {
+            pairs.emplace_back(kivLength(way), second, first);
         }
+    }
+    static bool goesOn(const JoinEnd& one, const JoinEnd& other, const KivVec& way, double cosine) {
+        const double least = cosine * kivLength(way);
+        return kivDot(-one.inward, other.inward) > cosine && kivDot(way, -one.inward) > least &&
+               kivDot(way, other.inward) > least;
+    }
+    static bool mayJoin(const JoinEnd& one, const JoinEnd& other, const KivVec& way) {
+        const double distance = kivLength(way);
+        return (distance < smallGap && kivDot(-one.inward, other.inward) > bentCosine) ||
+               (distance <= bentGap && goesOn(one, other, way, bentCosine)) ||
+               (distance <= widestGap && goesOn(one, other, way, straightCosine));
+    }
+    static bool mayBridge(const JoinEnd& one, const JoinEnd& other, const KivVec& way) {
+        return kivLength(way) <= longestBridge && goesOn(one, other, way, bentCosine);
     }
 
     std::vector<bool> loneHairs() const {
@@ -408,9 +473,11 @@ private:
         return length < lineSpeck && (!isWhole || line.kind == KivStrokeKind::contour || length == 0.0);
     }
 
+    const KivOccluders& occluders;
     const KivLineView& view;
     const LineSegments& segments;
     const std::vector<std::uint32_t>& nodes;
+    LineBudget& budget;
     std::vector<KivFoundLine>& found;
     std::vector<Piece> pieces;
     std::uint32_t nextNode = 0;
@@ -418,9 +485,10 @@ private:
 
 } // namespace
 
-bool kivJoinCourses(const KivLineView& view, const LineSegments& segments, const std::vector<std::uint32_t>& nodes,
-                    std::vector<LineCourse>& courses, std::vector<KivFoundLine>& found) {
-    Joiner joiner(view, segments, nodes, found);
+bool kivJoinCourses(const KivOccluders& occluders, const LineSegments& segments,
+                    const std::vector<std::uint32_t>& nodes, LineBudget& budget, std::vector<LineCourse>& courses,
+                    std::vector<KivFoundLine>& found) {
+    Joiner joiner(occluders, segments, nodes, budget, found);
     std::size_t work = 0;
     for (LineCourse& course : courses) {
         work += course.spans.size() + 1;

@@ -3,6 +3,7 @@
 import errno
 import math
 import os
+import weakref
 from fnmatch import fnmatchcase
 from typing import Any, Iterator, List, NamedTuple, Optional, Sequence, Tuple, Union
 
@@ -35,7 +36,7 @@ class SceneObject:
 
     def __init__(self, core: Any, scene: "Scene", opacity: float = 1.0) -> None:
         self._core = core
-        self._scene = scene
+        self._scene = weakref.ref(scene)  # a ring would keep large meshes until the collector comes
         self._style: Optional[Style] = None
         self._opacity = opacity
 
@@ -115,7 +116,10 @@ class SceneObject:
 
     def remove(self) -> None:
         """Takes it out of its scene."""
-        self._scene.remove(self)
+        scene = self._scene()
+        if scene is None:
+            raise ValueError(f"{self.name!r} is not in the scene: that has gone")
+        scene.remove(self)
 
     def __repr__(self) -> str:
         return f"<{self.kind} {self.name!r}>"

@@ -265,6 +265,24 @@ def test_faces_have_the_mean_of_their_vertices():
     assert np.array_equal(faces.mean_of(np.array([[0.0], [3.0], [6.0], [7.0]])), [[3.0], [4.0]])
 
 
+def test_many_vertices_are_read_as_few_are():
+    """More than are read at a time, whatever their layout."""
+    vertices = np.random.default_rng(7).uniform(-1.0, 1.0, (5000, 3))
+    matrix = np.eye(4)
+    matrix[:3, 3] = (100.0, -5.0, 3.0)
+    for kind in (np.float32, np.float64):
+        given = vertices.astype(kind)
+        wanted = np.array([given.min(axis=0), given.max(axis=0)], dtype=float)
+        for array in (given, np.asfortranarray(given), np.repeat(given, 2, axis=0)[::2], given[::-1]):
+            scene = selvarin.Scene()
+            assert np.array_equal(scene.add_points(array).bounds, wanted)
+            assert np.allclose(scene.add_points(array, transform=matrix).bounds, wanted + matrix[:3, 3])
+            bad = array.copy()
+            bad[4321, 1] = np.nan
+            with pytest.raises(ValueError, match=r"points\[4321\] is not finite"):
+                scene.add_points(bad)
+
+
 def test_large_meshes_are_checked_as_small_ones_are():
     """Their vertices and faces are read side by side; the vertices' fault is told first."""
     vertices = np.random.default_rng(1).random((1000, 3))

@@ -1,11 +1,13 @@
 """Progress, cancels, threads, forks, memory, and the program behind ``python -m``."""
 
 import _thread
+import gc
 import os
 import subprocess
 import sys
 import threading
 import time
+import weakref
 
 import numpy as np
 import pytest
@@ -209,6 +211,22 @@ def test_arrays_are_copied_once(kind):
     """By the most memory that the process ever has."""
     out = subprocess.run([sys.executable, "-c", COPIES, kind], capture_output=True, text=True, timeout=120, check=True)
     assert 0.7 < float(out.stdout) < 1.4
+
+
+def test_a_scene_goes_with_its_last_name():
+    """Not when the collector comes: until then large meshes would keep their memory."""
+    gc.disable()
+    try:
+        scene = selvarin.Scene()
+        cube = scene.add_mesh(CUBE_VERTICES, CUBE_FACES, name="cube")
+        gone = weakref.ref(scene)
+        del scene
+        assert gone() is None
+        assert cube.name == "cube" and cube.num_vertices == 8
+        with pytest.raises(ValueError, match="'cube' is not in the scene: that has gone"):
+            cube.remove()
+    finally:
+        gc.enable()
 
 
 def test_scenes_are_given_back(small):

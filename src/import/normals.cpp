@@ -1,5 +1,9 @@
 #include "import/normals.h"
 
+#include "import/flatbodies.h"
+
+#include "kivrender/geometry/kivflatfaces.h"
+
 #include <algorithm>
 #include <array>
 #include <bit>
@@ -99,9 +103,8 @@ std::array<double, 3> anglesOf(const Surface& surface, const std::uint32_t* corn
 class VertexMaker {
 public:
     VertexMaker(const Surface& source, double creaseAngle, WorkWatch& workWatch)
-        : surface(source), watch(workWatch), cosCrease(std::cos(std::clamp(creaseAngle, 0.0, 180.0) * (pi / 180.0))),
-          cosHalfCrease(std::cos(std::clamp(creaseAngle, 0.0, 180.0) * (pi / 360.0))), faces(source.corners.size() / 3),
-          means(source.positions.size()), isOne(source.positions.size(), 1),
+        : surface(source), watch(workWatch), crease(std::clamp(creaseAngle, 0.0, 180.0)), cosCrease(cosine(crease)),
+          faces(source.corners.size() / 3), means(source.positions.size()), isOne(source.positions.size(), 1),
           onePaint(source.cornerPaint.empty() ? 0 : source.positions.size(), unseen) {}
 
     SurfaceVertices make() {
@@ -115,6 +118,7 @@ public:
             addUpFaces(rest, restFaces, restMeans);
         }
         findOneNormals();
+        findFlatBodies();
         groupCorners();
         vertices.positions.reserve(surface.positions.size());
         vertices.normals.reserve(surface.positions.size());
@@ -138,6 +142,10 @@ public:
     }
 
 private:
+    static double cosine(double degrees) {
+        return std::cos(degrees * (pi / 180.0));
+    }
+
     void addUpFaces(const Surface& of, std::vector<Vec3>& normals, std::vector<Vec3>& sums) const {
         for (std::size_t t = 0; t < normals.size(); ++t) {
             watch.add(costOfFace);
@@ -157,6 +165,7 @@ private:
     // A position has one normal if the file gives none there and each face is within half of the crease angle from the
     // mean: every pair is then within the whole of it. One without a mean is in no triangle, or is looked at later.
     void findOneNormals() {
+        const double cosHalfCrease = cosine(crease / 2.0);
         for (std::size_t c = 0; c < surface.corners.size(); ++c) {
             watch.add(costOfStep);
             const std::uint32_t p = surface.corners[c];
@@ -166,6 +175,39 @@ private:
                 mean == Vec3{} || means[p] == Vec3{} || (face != Vec3{} && dot(face, mean) < cosHalfCrease);
             if (bends || givenNormal(c) != Vec3{} || hasOtherPaint(c)) {
                 isOne[p] = 0;
+            }
+        }
+    }
+
+    // A smaller crease angle holds for bodies with flat faces: a chamfer has its edges, and the face beside it no
+    // tones. Where the file gives normals it knows better.
+    void findFlatBodies() {
+        if (crease <= kivFlatFacesCrease || crease > kivMostUsualCrease || !surface.cornerNormals.empty()) {
+            return;
+        }
+        const std::vector<Vec3>& shapeMeans = restMeans.empty() ? means : restMeans;
+        const double cosHalf = cosine(kivFlatFacesCrease / 2.0);
+        const auto bends = [this, &shapeMeans, cosHalf](std::size_t corner) {
+            const Vec3& face = shapeFaces()[corner / 3];
+            return face != Vec3{} && dot(face, shapeMeans[surface.corners[corner]]) < cosHalf;
+        };
+        std::vector<std::uint8_t> asked(surface.positions.size(), 0);
+        bool any = false;
+        for (std::size_t c = 0; c < surface.corners.size(); ++c) {
+            watch.add(costOfStep);
+            if (bends(c)) {
+                asked[surface.corners[c]] = 1;
+                any = true;
+            }
+        }
+        if (!any) {
+            return;
+        }
+        isFlat = trianglesOfFlatBodies(surface.restPositions.empty() ? surface.positions : surface.restPositions,
+                                       surface.corners, asked, watch);
+        for (std::size_t c = 0; !isFlat.empty() && c < surface.corners.size(); ++c) {
+            if (isFlat[c / 3] != 0 && asked[surface.corners[c]] != 0) {
+                isOne[surface.corners[c]] = 0;
             }
         }
     }
@@ -292,7 +334,8 @@ private:
 
     bool areClose(std::uint32_t a, std::uint32_t b) const {
         const std::vector<Vec3>& normals = shapeFaces();
-        return normals[a] != Vec3{} && dot(normals[a], normals[b]) >= cosCrease;
+        const bool areFlat = !isFlat.empty() && isFlat[a] != 0; // both, as they share a position
+        return normals[a] != Vec3{} && dot(normals[a], normals[b]) >= (areFlat ? cosFlatCrease : cosCrease);
     }
 
     Vec3 orMean(const Vec3& normal, std::uint32_t position) const {
@@ -304,13 +347,15 @@ private:
 
     const Surface& surface;
     WorkWatch& watch;
+    double crease; // degrees
     double cosCrease;
-    double cosHalfCrease;
+    double cosFlatCrease = cosine(kivFlatFacesCrease);
     std::vector<Vec3> faces;     // normals, unit length or zero
     std::vector<Vec3> means;     // of the faces at each position, unit length or zero
     std::vector<Vec3> restFaces; // the same of a surface in a pose, at rest; else empty, as the next
     std::vector<Vec3> restMeans;
     std::vector<std::uint8_t> isOne;
+    std::vector<std::uint8_t> isFlat; // of the triangles: part of a body with flat faces; empty if there is none
     static constexpr std::uint32_t unseen = noIndex - 1;
     std::vector<std::uint32_t> onePaint; // of each position; empty without paint
     std::vector<std::uint32_t> start;

@@ -22,9 +22,10 @@ struct SurfaceVertices {
 };
 
 // Gives every corner its normal: the file's own where it has a direction, else the mean of those faces around the
-// position that are linked with this corner's face by angles of at most creaseAngle (degrees), each weighted by its
-// angle at the position; of a surface in a pose the angles are those at rest. Corners of one position with equal
-// normals and equal paint share a vertex. The surface must be welded.
+// position that are linked with this corner's face by angles of at most creaseAngle (degrees; on bodies with flat
+// faces kivFlatFacesCrease in the place of all from there to kivMostUsualCrease), each weighted by its angle at the
+// position; of a surface in a pose the angles are those at rest. Corners of one position with equal normals and equal
+// paint share a vertex. The surface must be welded.
 SurfaceVertices makeVertices(const Surface& surface, double creaseAngle, WorkWatch watch = {});
 
 } // namespace kivimport

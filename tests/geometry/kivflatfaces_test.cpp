@@ -43,3 +43,42 @@ TEST(KivFlatFaces, ABoxWithRoundedEdgesHasLargeFlatOnes) {
     EXPECT_TRUE(kivHasFlatFaces(surfaceOf(roundedBox(26, 4.0))));
     EXPECT_FALSE(kivHasFlatFaces(surfaceOf(roundedBox(26, 0.05)))); // a ball with seams
 }
+
+namespace {
+
+// A plate of half the side 5 whose upper rim is cut by a chamfer of 45 degrees: ten flat polygons.
+ShapeModel chamferedPlate() {
+    ShapeModel model;
+    for (const double x : {-1.0, 1.0}) {
+        for (const double y : {-1.0, 1.0}) {
+            model.points.push_back({5.0 * x, 5.0 * y, 0.0});
+            model.points.push_back({5.0 * x, 5.0 * y, 2.0});
+            model.points.push_back({4.0 * x, 4.0 * y, 3.0});
+        }
+    }
+    const std::uint32_t corners[] = {0, 6, 9, 3}; // counterclockwise from above
+    model.addQuad(3, 9, 6, 0);
+    model.addQuad(2, 8, 11, 5);
+    for (int i = 0; i < 4; ++i) {
+        const std::uint32_t a = corners[i];
+        const std::uint32_t b = corners[(i + 1) % 4];
+        model.addQuad(a, b, b + 1, a + 1);
+        model.addQuad(a + 1, b + 1, b + 2, a + 2);
+    }
+    return model;
+}
+
+} // namespace
+
+TEST(KivIsPolyhedron, FlatPolygonsBetweenSharpEdgesAreOne) {
+    EXPECT_TRUE(kivIsPolyhedron(surfaceOf(chamferedPlate())));
+    EXPECT_TRUE(kivIsPolyhedron(surfaceOf(prismModel(8))));   // 45 degrees from side to side
+    EXPECT_FALSE(kivIsPolyhedron(surfaceOf(prismModel(12)))); // 30 degrees: it may be a rod
+}
+
+TEST(KivIsPolyhedron, ABentFaceOrTrianglesThatLieInNoPlaneAreNone) {
+    ShapeModel bent = chamferedPlate();
+    bent.points[2].z = 3.5; // a corner of the top, and of two chamfers
+    EXPECT_FALSE(kivIsPolyhedron(surfaceOf(bent)));
+    EXPECT_FALSE(kivIsPolyhedron(surfaceOf(ballModel(6))));
+}

@@ -79,6 +79,63 @@ Surface randomTerrain(std::mt19937& random, int n, double roughness) {
     return surface;
 }
 
+void addQuad(Surface& surface, std::uint32_t a, std::uint32_t b, std::uint32_t c, std::uint32_t d) {
+    surface.corners.insert(surface.corners.end(), {a, b, c, a, c, d});
+}
+
+// A plate around x whose upper rim is cut by a chamfer of 45 degrees: ten flat polygons.
+void addChamferedPlate(Surface& surface, double x) {
+    const auto first = static_cast<std::uint32_t>(surface.positions.size());
+    for (const auto& [dx, dy] : {std::pair(-1.0, -1.0), {1.0, -1.0}, {1.0, 1.0}, {-1.0, 1.0}}) {
+        surface.positions.insert(
+            surface.positions.end(),
+            {{x + 5.0 * dx, 5.0 * dy, 0.0}, {x + 5.0 * dx, 5.0 * dy, 2.0}, {x + 4.0 * dx, 4.0 * dy, 3.0}});
+    }
+    addQuad(surface, first + 9, first + 6, first + 3, first);
+    addQuad(surface, first + 2, first + 5, first + 8, first + 11);
+    for (std::uint32_t i = 0; i < 4; ++i) {
+        const std::uint32_t a = first + 3 * i;
+        const std::uint32_t b = first + 3 * ((i + 1) % 4);
+        addQuad(surface, a, b, b + 1, a + 1);
+        addQuad(surface, a + 1, b + 1, b + 2, a + 2);
+    }
+}
+
+// Around the origin: an icosahedron, whose faces meet at 42 degrees.
+void addRoughBall(Surface& surface) {
+    const auto first = static_cast<std::uint32_t>(surface.positions.size());
+    const double g = (1.0 + std::sqrt(5.0)) / 2.0;
+    surface.positions.insert(surface.positions.end(), {{-1, g, 0},
+                                                       {1, g, 0},
+                                                       {-1, -g, 0},
+                                                       {1, -g, 0},
+                                                       {0, -1, g},
+                                                       {0, 1, g},
+                                                       {0, -1, -g},
+                                                       {0, 1, -g},
+                                                       {g, 0, -1},
+                                                       {g, 0, 1},
+                                                       {-g, 0, -1},
+                                                       {-g, 0, 1}});
+    for (const std::uint32_t c :
+         {0, 11, 5, 0, 5, 1, 0, 1, 7, 0, 7, 10, 0, 10, 11, 1, 5, 9, 5, 11, 4,  11, 10, 2,  10, 7, 6, 7, 1, 8,
+          3, 9,  4, 3, 4, 2, 3, 2, 6, 3, 6, 8,  3, 8,  9,  4, 9, 5, 2, 4,  11, 6,  2,  10, 8,  6, 7, 9, 8, 1}) {
+        surface.corners.push_back(first + c);
+    }
+}
+
+// The cosine of the most that a corner's normal is turned away from its triangle's.
+double leastTurn(const Surface& surface, const SurfaceVertices& vertices) {
+    double least = 1.0;
+    for (std::size_t c = 0; c < surface.corners.size(); ++c) {
+        const std::uint32_t* corner = &surface.corners[c / 3 * 3];
+        const Vec3& a = surface.positions[corner[0]];
+        const Vec3 face = unit(cross(surface.positions[corner[1]] - a, surface.positions[corner[2]] - a));
+        least = std::min(least, dot(vertices.normals[vertices.corners[c]], face));
+    }
+    return least;
+}
+
 } // namespace
 
 TEST(Weld, MakesEqualPositionsOne) {
@@ -111,6 +168,41 @@ TEST(Normals, ABoxIsSharp) {
         const Vec3 n = vertices.normals[vertices.corners[c]];
         EXPECT_NEAR(std::fabs(n.x) + std::fabs(n.y) + std::fabs(n.z), 1.0, 1e-15);
     }
+}
+
+TEST(Normals, AChamferHasItsEdgesAndTheFaceBesideItIsFlat) {
+    Surface surface;
+    addChamferedPlate(surface, 0.0);
+    for (const double crease : {50.0, 31.5, 60.0}) {
+        const SurfaceVertices vertices = makeVertices(surface, crease);
+        EXPECT_EQ(vertices.normals.size(), 40U) << crease; // ten polygons of four corners
+        EXPECT_NEAR(leastTurn(surface, vertices), 1.0, 1e-12) << crease;
+    }
+    EXPECT_LT(leastTurn(surface, makeVertices(surface, 61.0)), 0.99); // who asks for it gets it round
+}
+
+TEST(Normals, ARoughBallBesideAPlateStaysRound) {
+    Surface surface;
+    addChamferedPlate(surface, 100.0);
+    const std::size_t plate = surface.corners.size();
+    addRoughBall(surface);
+    const SurfaceVertices vertices = makeVertices(surface, 50.0);
+    EXPECT_EQ(vertices.normals.size(), 40U + surface.positions.size() - 12U);
+    for (std::size_t c = plate; c < surface.corners.size(); ++c) {
+        EXPECT_GT(dot(vertices.normals[vertices.corners[c]], unit(surface.positions[surface.corners[c]])), 0.9) << c;
+    }
+}
+
+TEST(Normals, TheRestPoseDecidesWhatIsFlat) {
+    Surface surface;
+    addChamferedPlate(surface, 0.0);
+    surface.restPositions = surface.positions;
+    for (Vec3& p : surface.positions) {
+        p.z += 0.02 * p.x * p.x + 0.01 * p.x * p.y; // no plane is left
+    }
+    EXPECT_EQ(makeVertices(surface, 50.0).normals.size(), 40U);
+    surface.restPositions.swap(surface.positions);
+    EXPECT_LT(makeVertices(surface, 50.0).normals.size(), 40U);
 }
 
 TEST(Normals, ABoxIsRoundAboveItsAngle) {

@@ -1,8 +1,10 @@
 #include "kivrender/geometry/kivflatfaces.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <numbers>
 #include <numeric>
 #include <vector>
 
@@ -18,6 +20,9 @@ constexpr double flatCosine = 0.999998; // a tenth of a degree
 constexpr double largePart = 0.02;
 constexpr double largeTimes = 10.0;
 constexpr double largeShare = 0.2;
+// Of a polyhedron: of its area so much in polygons of two triangles and more, of its edges so much that are gentle.
+constexpr double polygonShare = 0.95;
+constexpr double gentleShare = 0.05;
 
 class FaceFinder {
 public:
@@ -44,6 +49,26 @@ public:
         const auto flat = static_cast<std::size_t>(
             std::count_if(inPlane.begin(), inPlane.end(), [](std::uint32_t neighbours) { return neighbours >= 2; }));
         return flat >= leastFlat && static_cast<double>(flat) >= flatShare * static_cast<double>(inPlane.size());
+    }
+
+    bool isPolyhedron() const {
+        double inPolygons = 0.0;
+        double all = 0.0;
+        for (std::size_t t = 0; t < areas.size(); ++t) {
+            all += areas[t];
+            inPolygons += inPlane[t] > 0 ? areas[t] : 0.0;
+        }
+        static const double gentleCosine = std::cos(kivFlatFacesCrease * std::numbers::pi / 180.0);
+        double gentle = 0.0;
+        double sharp = 0.0;
+        for (const KivShapeEdge& edge : surface.adjacency.edges) {
+            const bool isPair = edge.second != KivShapeEdge::none && !edge.junction;
+            const double cosine = isPair ? kivDot(normals[edge.first], normals[edge.second]) : -1.0;
+            const double length = kivLength(surface.points[edge.b] - surface.points[edge.a]);
+            gentle += cosine <= flatCosine && cosine >= gentleCosine ? length : 0.0;
+            sharp += cosine < gentleCosine ? length : 0.0;
+        }
+        return inPolygons >= polygonShare * all && gentle < gentleShare * (gentle + sharp);
     }
 
     bool hasLargeFaces() {
@@ -87,4 +112,8 @@ private:
 bool kivHasFlatFaces(const KivLoopSurface& surface) {
     FaceFinder finder(surface);
     return finder.hasManyInPlane() || finder.hasLargeFaces();
+}
+
+bool kivIsPolyhedron(const KivLoopSurface& surface) {
+    return FaceFinder(surface).isPolyhedron();
 }

@@ -9,4 +9,15 @@
 // such neighbour), or large flat faces stand out from small ones, as on a box with rounded edges.
 KIV_API bool kivHasFlatFaces(const KivLoopSurface& surface);
 
+// Whether there is nothing but flat polygons and edges too sharp for a row of facets that stands for a curve, as on a
+// box with chamfers.
+KIV_API bool kivIsPolyhedron(const KivLoopSurface& surface);
+
+// Degrees. Between the faces of such bodies what bends by more is an edge; facets of rounded faces bend by less. That
+// is the angle of coarse facets, 12 to a full turn, and a little for the rounding of coordinates.
+inline constexpr double kivFlatFacesCrease = 31.0;
+
+// Degrees. Who asks for a greater crease angle wants even such bodies to be round.
+inline constexpr double kivMostUsualCrease = 60.0;
+
 #endif

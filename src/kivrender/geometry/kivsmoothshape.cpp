@@ -248,7 +248,7 @@ private:
         addGivenEdges(surface);
         markTurned(surface);
         findCorners(surface);
-        if (kivHasFlatFaces(surface)) {
+        if (kivHasFlatFaces(surface) || (smoothAngle <= kivMostUsualCrease && kivIsPolyhedron(surface))) {
             return false;
         }
         kivPinTips(surface);

@@ -33,7 +33,7 @@ const KivSettingInfo table[numSettings] = {
     {"BorderWidth", KivSettingType::Double, 0, 50, 2.2, L"Width of borders, in pixels", nullptr},
     {"Creases", KivSettingType::Bool, 0, 1, 1, L"Lines where a surface bends sharply", nullptr},
     {"CreaseWidth", KivSettingType::Double, 0, 50, 1.6, L"Width of creases, in pixels", nullptr},
-    {"CreaseAngle", KivSettingType::Double, 0, 180, 48, L"Least bend of a crease, in degrees", nullptr},
+    {"CreaseAngle", KivSettingType::Double, 0, 180, 44, L"Least bend of a crease, in degrees", nullptr},
     {"SmoothCreaseAngle", KivSettingType::Double, 0, 180, 75,
      L"Least bend of a crease where the model's normals call the surface smooth, in degrees", nullptr},
     {"CreaseLength", KivSettingType::Double, 0, 100, 5,

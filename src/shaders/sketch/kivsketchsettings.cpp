@@ -51,7 +51,7 @@ const KivSettingInfo table[numSettings] = {
     {"Silhouettes", KivSettingType::Bool, 0, 1, 1, L"Strokes where a surface turns away from the viewer", nullptr},
     {"Borders", KivSettingType::Bool, 0, 1, 1, L"Strokes where a surface ends", nullptr},
     {"Creases", KivSettingType::Bool, 0, 1, 1, L"Strokes where a surface bends sharply", nullptr},
-    {"CreaseAngle", KivSettingType::Double, 0, 180, 48, L"Least bend of a crease, in degrees", nullptr},
+    {"CreaseAngle", KivSettingType::Double, 0, 180, 44, L"Least bend of a crease, in degrees", nullptr},
     {"SmoothCreaseAngle", KivSettingType::Double, 0, 180, 75,
      L"Least bend of a crease where the model's normals call the surface smooth, in degrees", nullptr},
     {"CreaseLength", KivSettingType::Double, 0, 100, 5,

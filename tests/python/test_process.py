@@ -213,6 +213,25 @@ def test_arrays_are_copied_once(kind):
     assert 0.7 < float(out.stdout) < 1.4
 
 
+def test_what_was_drawn_before_changes_nothing(cube):
+    """Small pictures share a context with the ones before them, large ones have their own."""
+    looks = ["Clean toon", "Pencil", "Comic print", "Watercolour"]
+
+    def drawn(look, size=(96, 72)):
+        return selvarin.render(cube, size, style=look, antialias=0).pixels.copy()
+
+    large = drawn("Clean toon", (2000, 1500))
+    first = [drawn(look) for look in looks]
+    assert all(not np.array_equal(first[0], other) for other in first[1:])
+    for _ in range(2):
+        for look, picture in reversed(list(zip(looks, first))):
+            assert np.array_equal(drawn(look), picture)
+    drawing = selvarin.draw(cube, (96, 72)).svg()
+    assert np.array_equal(drawn("Clean toon", (2000, 1500)), large)
+    assert selvarin.draw(cube, (96, 72)).svg() == drawing
+    assert np.array_equal(drawn("Pencil"), first[1])
+
+
 def test_a_scene_goes_with_its_last_name():
     """Not when the collector comes: until then large meshes would keep their memory."""
     gc.disable()

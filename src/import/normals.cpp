@@ -35,9 +35,21 @@ std::vector<std::uint32_t> weldPositions(std::vector<Vec3>& positions, WorkWatch
     std::vector<std::uint32_t> table(slots, noIndex);
     std::vector<std::uint32_t> newIndex(positions.size());
     std::uint32_t count = 0;
+    constexpr std::size_t ahead = 16; // positions whose slots the processor fetches meanwhile
+    std::array<std::size_t, ahead> wanted{};
+    const auto fetch = [&](std::size_t i) {
+        if (i < positions.size()) {
+            wanted[i % ahead] = hashOf(positions[i]) & (slots - 1);
+            __builtin_prefetch(&table[wanted[i % ahead]], 1);
+        }
+    };
+    for (std::size_t i = 0; i < ahead; ++i) {
+        fetch(i);
+    }
     for (std::size_t i = 0; i < positions.size(); ++i) {
         watch.add(costOfWeld);
-        std::size_t slot = hashOf(positions[i]) & (slots - 1);
+        std::size_t slot = wanted[i % ahead];
+        fetch(i + ahead);
         while (table[slot] != noIndex && !(positions[table[slot]] == positions[i])) {
             slot = (slot + 1) & (slots - 1);
         }

@@ -14,6 +14,7 @@
 namespace {
 
 constexpr std::size_t pointsPerPoll = 1U << 17U; // to be welded
+constexpr std::size_t pointsAhead = 16;          // whose slots are fetched
 
 std::uint64_t mixed(std::uint64_t h) {
     h ^= h >> 32;
@@ -136,16 +137,28 @@ std::vector<std::uint32_t> kivWeldPoints(const std::vector<KivVec>& points, std:
     std::vector<std::uint32_t> slots(tableSize(points.size()), none); // the first point of each place
     const std::size_t mask = slots.size() - 1;
     std::uint32_t places = 0;
+    std::array<std::size_t, pointsAhead>
+        wanted{}; // the slots of the next points, which the processor fetches meanwhile
+    const auto fetch = [&](std::size_t i) {
+        if (i < points.size()) {
+            wanted[i % pointsAhead] = hashOf(points[i]) & mask;
+            __builtin_prefetch(&slots[wanted[i % pointsAhead]], 1);
+        }
+    };
+    for (std::size_t i = 0; i < pointsAhead; ++i) {
+        fetch(i);
+    }
     for (std::size_t i = 0; i < points.size(); ++i) {
         if (cancelled != nullptr && i % pointsPerPoll == 0 && kivIsCancelled()) {
             *cancelled = true;
             break;
         }
+        std::size_t slot = wanted[i % pointsAhead];
+        fetch(i + pointsAhead);
         if (!isFinite(points[i])) {
             result[i] = places++; // not entered: a heap of them in one chain of the table would take for ever
             continue;
         }
-        std::size_t slot = hashOf(points[i]) & mask;
         while (slots[slot] != none && !samePlace(points[slots[slot]], points[i])) {
             slot = (slot + 1) & mask;
         }

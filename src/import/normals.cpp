@@ -99,7 +99,8 @@ Vec3 faceNormal(const Surface& surface, const std::uint32_t* corner) {
 // faces with each other would be quadratic there.
 constexpr std::size_t manyCorners = 256;
 
-// Each face counts at a corner by its angle there, so that the way in which a flat piece is cut up does not matter.
+// Each face counts at a corner by its angle there, so that the way in which a flat piece is cut up does not matter
+// (Thuermer and Wuethrich, Computing Vertex Normals from Polygonal Facets, 1998).
 std::array<double, 3> anglesOf(const Surface& surface, const std::uint32_t* corner) {
     const Vec3& a = surface.positions[corner[0]];
     const Vec3 ab = unit(surface.positions[corner[1]] - a);

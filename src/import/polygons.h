@@ -1,4 +1,4 @@
-// Cuts polygons into triangles.
+// Cuts polygons into triangles, ear by ear (Meisters, Polygons Have Ears, 1975).
 #ifndef IMPORT_POLYGONS_H
 #define IMPORT_POLYGONS_H
 

@@ -1,5 +1,7 @@
 #include "kivrender/geometry/kivflatfaces.h"
 
+#include "kivrender/geometry/disjointsets.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
@@ -27,8 +29,7 @@ constexpr double gentleShare = 0.05;
 class FaceFinder {
 public:
     explicit FaceFinder(const KivLoopSurface& s)
-        : surface(s), parent(s.triangles.size()), inPlane(s.triangles.size(), 0) {
-        std::iota(parent.begin(), parent.end(), 0U);
+        : surface(s), planes(s.triangles.size()), inPlane(s.triangles.size(), 0) {
         for (const Triangle& c : surface.triangles) {
             const KivVec& a = surface.points[c[0]];
             const KivVec across = kivCross(surface.points[c[1]] - a, surface.points[c[2]] - a);
@@ -40,7 +41,7 @@ public:
             if (isPair && kivDot(normals[edge.first], normals[edge.second]) > flatCosine) {
                 ++inPlane[edge.first];
                 ++inPlane[edge.second];
-                parent[find(edge.first)] = find(edge.second);
+                planes.join(edge.first, edge.second);
             }
         }
     }
@@ -72,9 +73,9 @@ public:
     }
 
     bool hasLargeFaces() {
-        std::vector<double> faces(parent.size(), 0.0);
-        for (std::uint32_t t = 0; t < parent.size(); ++t) {
-            faces[find(t)] += areas[t];
+        std::vector<double> faces(areas.size(), 0.0);
+        for (std::uint32_t t = 0; t < areas.size(); ++t) {
+            faces[planes.find(t)] += areas[t];
         }
         faces.erase(std::remove(faces.begin(), faces.end(), 0.0), faces.end());
         if (faces.empty()) {
@@ -92,18 +93,10 @@ public:
     }
 
 private:
-    std::uint32_t find(std::uint32_t t) {
-        while (parent[t] != t) {
-            parent[t] = parent[parent[t]];
-            t = parent[t];
-        }
-        return t;
-    }
-
     const KivLoopSurface& surface;
     std::vector<KivVec> normals;
     std::vector<double> areas;
-    std::vector<std::uint32_t> parent;
+    DisjointSets planes;                // of triangles
     std::vector<std::uint32_t> inPlane; // of each triangle, how many neighbours
 };
 

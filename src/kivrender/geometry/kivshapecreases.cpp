@@ -1,11 +1,12 @@
 #include "kivrender/geometry/kivshapecreases.h"
 
+#include "kivrender/geometry/disjointsets.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
 #include <limits>
 #include <numbers>
-#include <numeric>
 
 namespace {
 
@@ -114,36 +115,27 @@ private:
         return least;
     }
 
-    std::uint32_t find(std::uint32_t p) {
-        while (parent[p] != p) {
-            parent[p] = parent[parent[p]];
-            p = parent[p];
-        }
-        return p;
-    }
-
     void removeShort(std::vector<std::uint8_t>& sharp) {
-        parent.resize(points.size());
-        std::iota(parent.begin(), parent.end(), 0U);
+        DisjointSets networks(points.size());
         Box all;
         for (std::size_t e = 0; e < sharp.size(); ++e) {
             const KivShapeEdge& edge = adjacency.edges[e];
             all.add(points[edge.a]);
             if (sharp[e] != 0) {
-                parent[find(edge.a)] = find(edge.b);
+                networks.join(edge.a, edge.b);
             }
         }
         std::vector<Box> reach(points.size());
         for (std::size_t e = 0; e < sharp.size(); ++e) {
             if (sharp[e] != 0) {
-                Box& box = reach[find(adjacency.edges[e].a)];
+                Box& box = reach[networks.find(adjacency.edges[e].a)];
                 box.add(points[adjacency.edges[e].a]);
                 box.add(points[adjacency.edges[e].b]);
             }
         }
         const double least = leastReach * all.size();
         for (std::size_t e = 0; e < sharp.size(); ++e) {
-            if (sharp[e] != 0 && reach[find(adjacency.edges[e].a)].size() < least) {
+            if (sharp[e] != 0 && reach[networks.find(adjacency.edges[e].a)].size() < least) {
                 sharp[e] = 0;
             }
         }
@@ -153,7 +145,6 @@ private:
     const std::vector<Triangle>& triangles;
     const KivShapeEdges& adjacency;
     std::vector<double> bend; // of the edges, degrees
-    std::vector<std::uint32_t> parent;
 };
 
 } // namespace

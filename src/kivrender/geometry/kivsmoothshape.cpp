@@ -1,5 +1,6 @@
 #include "kivrender/geometry/kivsmoothshape.h"
 
+#include "kivrender/geometry/disjointsets.h"
 #include "kivrender/geometry/kivevenpoints.h"
 #include "kivrender/geometry/kivflatfaces.h"
 #include "kivrender/geometry/kivloopsurface.h"
@@ -20,7 +21,6 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
-#include <numeric>
 #include <optional>
 #include <utility>
 
@@ -130,7 +130,7 @@ public:
         result.resize(requests.size());
         bool any = false;
         for (std::uint32_t i = 0; i < requests.size(); ++i) {
-            if (isPart[i] && find(i) == i) {
+            if (isPart[i] && groups.find(i) == i) {
                 any = buildGroup(i) || any;
             }
         }
@@ -190,8 +190,7 @@ private:
             }
             firstPoint[i + 1] = static_cast<std::uint32_t>(all.size());
         }
-        parent.resize(requests.size());
-        std::iota(parent.begin(), parent.end(), 0U);
+        groups = DisjointSets(requests.size());
         std::uint32_t count = 0;
         place = kivWeldPoints(all, &count);
         std::vector<std::uint32_t> meshAt(count, none);
@@ -201,24 +200,11 @@ private:
                 if (mesh == none) {
                     mesh = i;
                 } else {
-                    join(mesh, i);
+                    groups.join(mesh, i);
                 }
             }
         }
         pointOf.assign(count, none);
-    }
-
-    std::uint32_t find(std::uint32_t i) {
-        while (parent[i] != i) {
-            parent[i] = parent[parent[i]];
-            i = parent[i];
-        }
-        return i;
-    }
-    void join(std::uint32_t i, std::uint32_t j) {
-        const std::uint32_t a = find(i);
-        const std::uint32_t b = find(j);
-        parent[std::max(a, b)] = std::min(a, b);
     }
 
     // False if its triangles are fine enough.
@@ -230,7 +216,7 @@ private:
         double smoothAngle = 180.0;
         bool isShadedFlat = false;
         for (std::uint32_t i = root; i < requests.size(); ++i) {
-            if (isPart[i] && find(i) == root) {
+            if (isPart[i] && groups.find(i) == root) {
                 members.push_back(i);
                 smoothAngle = std::min(smoothAngle, requests[i].smoothAngle);
                 isShadedFlat = isShadedFlat || (normalsOf[i] == KivShapeNormals::nothing &&
@@ -473,13 +459,13 @@ private:
     std::vector<bool> isPart;
     std::vector<KivShapeNormals> normalsOf; // of each request
     std::vector<KivSurface> surfaces;
-    std::vector<std::optional<KivSurface>> rests; // of meshes in a pose
-    std::vector<KivVec> shapePoints;              // of the surface at hand, at rest
-    std::vector<std::uint32_t> firstPoint;        // of each request
-    std::vector<std::uint32_t> place;             // of each point
-    std::vector<std::uint32_t> pointOf;           // in the surface at hand, of each place
-    std::vector<std::uint32_t> vertexOf;          // in the mesh at hand, of each vertex of the limit surface
-    std::vector<std::uint32_t> parent;
+    std::vector<std::optional<KivSurface>> rests;     // of meshes in a pose
+    std::vector<KivVec> shapePoints;                  // of the surface at hand, at rest
+    std::vector<std::uint32_t> firstPoint;            // of each request
+    std::vector<std::uint32_t> place;                 // of each point
+    std::vector<std::uint32_t> pointOf;               // in the surface at hand, of each place
+    std::vector<std::uint32_t> vertexOf;              // in the mesh at hand, of each vertex of the limit surface
+    DisjointSets groups{0};                           // of meshes that share points
     std::vector<std::uint32_t> members;               // of the group at hand
     std::vector<std::array<KivVec, 3>> cornerNormals; // of its triangles; zero where they tell nothing
     std::vector<bool> isTurned;                       // of its triangles

@@ -1,5 +1,7 @@
-// Resizes a picture of 32-bit pixels in two passes, first every row, then every column, each output value a weighted
-// mean of the input around it. The loops run on all processors; the result does not depend on how many there are.
+// Resizes a picture of 32-bit pixels in two passes, first every row, then every column (Catmull and Smith, 3-D
+// Transformations of Images in Scanline Order, 1980), each output value a weighted mean of the input around it, by a
+// list of contributions (Schumacher, General Filtered Image Rescaling, in Graphics Gems III, 1992). The loops run on
+// all processors; the result does not depend on how many there are.
 #ifndef KIVRENDER_HOST_KIVTWOPASSSCALE_H
 #define KIVRENDER_HOST_KIVTWOPASSSCALE_H
 

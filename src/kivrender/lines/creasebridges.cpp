@@ -1,7 +1,7 @@
 #include "kivrender/lines/creasebridges.h"
 
+#include "kivrender/geometry/disjointsets.h"
 #include "kivrender/lines/curveorder.h"
-#include "kivrender/lines/regions/disjointsets.h"
 #include "kivrender/scene/kivprogress.h"
 
 #include <algorithm>

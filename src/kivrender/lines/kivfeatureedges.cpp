@@ -1,5 +1,6 @@
 #include "kivrender/lines/kivfeatureedges.h"
 
+#include "kivrender/geometry/disjointsets.h"
 #include "kivrender/lines/creasebridges.h"
 #include "kivrender/lines/curveorder.h"
 
@@ -131,33 +132,23 @@ double sideOf(const KivVec& plane, const KivVec& a, const KivVec& point) {
 // Sets that are joined until nothing more belongs together; each with the box of what was entered.
 class Groups {
 public:
-    explicit Groups(std::size_t count) : parent(count) {
-        for (std::size_t i = 0; i < count; ++i) {
-            parent[i] = static_cast<std::uint32_t>(i);
-        }
-    }
+    explicit Groups(std::size_t count) : size(count), sets(count) {}
 
     std::uint32_t find(std::uint32_t i) {
-        while (parent[i] != i) {
-            parent[i] = parent[parent[i]];
-            i = parent[i];
-        }
-        return i;
+        return sets.find(i);
     }
 
     // Call only before the first enter.
     void join(std::uint32_t i, std::uint32_t j) {
-        const std::uint32_t a = find(i);
-        const std::uint32_t b = find(j);
-        parent[std::max(a, b)] = std::min(a, b);
+        sets.join(i, j);
     }
 
     void enter(std::uint32_t i, const KivVec& point) {
         const std::uint32_t group = find(i);
         if (filled.empty()) {
-            low.resize(parent.size());
-            high.resize(parent.size());
-            filled.resize(parent.size(), false);
+            low.resize(size);
+            high.resize(size);
+            filled.resize(size, false);
         }
         if (!filled[group]) {
             low[group] = high[group] = point;
@@ -176,7 +167,8 @@ public:
     }
 
 private:
-    std::vector<std::uint32_t> parent;
+    std::size_t size;
+    DisjointSets sets;
     // Of the groups that were entered; empty before the first, as most surfaces have no crease.
     std::vector<KivVec> low;
     std::vector<KivVec> high;

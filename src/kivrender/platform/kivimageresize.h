@@ -1,4 +1,5 @@
-// Bicubic scaling of pictures of 24 bits.
+// Bicubic scaling of pictures of 24 bits, by a cubic through its samples (Catmull and Rom, A Class of Local
+// Interpolating Splines, 1974).
 #ifndef KIVRENDER_PLATFORM_KIVIMAGERESIZE_H
 #define KIVRENDER_PLATFORM_KIVIMAGERESIZE_H
 

@@ -182,6 +182,7 @@ bool KivOutline::isPointOnOutline(const Kiv3DPoint& point, bool flatten) const {
     return false;
 }
 
+// By the parity of crossings along a ray (Shimrat, Algorithm 112: Position of Point Relative to Polygon, 1962).
 bool KivOutline::isPointInside(const Kiv3DPoint& point, bool flatten, bool whenOnOutline) const {
     if (isPointOnOutline(point, flatten)) {
         return whenOnOutline;

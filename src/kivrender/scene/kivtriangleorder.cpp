@@ -39,7 +39,8 @@ struct KeyRange {
     }
 };
 
-// A stable sort by key in a number of steps that does not grow with the logarithm of the count. Each step deals a range
+// A stable sort by key in a number of steps that does not grow with the logarithm of the count: radix sort from the
+// highest digit (McIlroy, Bostic and McIlroy, Engineering Radix Sort, 1993). Each step deals a range
 // out to buckets by the highest digit in which its keys differ, from one buffer to the other, until ranges are short;
 // from the second step on, all of a range is in the processor's cache.
 class BucketSort {

@@ -1,4 +1,5 @@
-// The list of triangles from far to near while it grows.
+// The list of triangles from far to near while it grows: what paints over what (Newell, Newell and Sancha, A Solution
+// to the Hidden Surface Problem, 1972), by the distances of their middles alone.
 //
 // The list is defined by binary insertion: each triangle goes behind the last one that is at least as far away as the
 // search meets it. Over distances that are numbers this is a stable sort, and is done as one. A distance that is not a

@@ -1,7 +1,9 @@
-// Stencil shadows. For every light and every mesh that casts, a volume from the mesh's silhouette to infinity goes into
-// the stencil buffer, counted where the depth test fails, with caps at the mesh and at infinity, in homogeneous
-// coordinates and under a projection without a far plane. A byte for each pixel then adds up how many lights are lost
-// there, since the stencil buffer can count the volumes of one light at a time.
+// Stencil shadows: shadow volumes (Crow, Shadow Algorithms for Computer Graphics, 1977) in the stencil buffer
+// (Heidmann, Real Shadows, Real Time, 1991). For every light and every mesh that casts, a volume from the mesh's
+// silhouette to infinity is counted there where the depth test fails, with caps at the mesh and at infinity, in
+// homogeneous coordinates and under a projection without a far plane (Everitt and Kilgard, Practical and Robust
+// Stenciled Shadow Volumes for Hardware-Accelerated Rendering, 2002). A byte for each pixel then adds up how many
+// lights are lost there, since the stencil buffer can count the volumes of one light at a time.
 //
 // A shadow pass calls, with the OpenGL context current and everything on its thread:
 //     setInfinitePerspective            before the scene's depth is laid down

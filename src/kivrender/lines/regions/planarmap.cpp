@@ -1,7 +1,7 @@
 #include "kivrender/lines/regions/planarmap.h"
 
+#include "kivrender/geometry/disjointsets.h"
 #include "kivrender/lines/curveorder.h"
-#include "kivrender/lines/regions/disjointsets.h"
 #include "kivrender/lines/regions/polledsort.h"
 
 #include <algorithm>

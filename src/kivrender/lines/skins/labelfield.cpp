@@ -1,7 +1,7 @@
 #include "kivrender/lines/skins/labelfield.h"
 
+#include "kivrender/geometry/disjointsets.h"
 #include "kivrender/lines/curveorder.h"
-#include "kivrender/lines/regions/disjointsets.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,7 +1,7 @@
 // Union-find with path halving (Tarjan and van Leeuwen, 1984); the smaller number of two sets is the one that stays, so
 // that the outcome does not depend on the order of joining.
-#ifndef KIVRENDER_LINES_REGIONS_DISJOINTSETS_H
-#define KIVRENDER_LINES_REGIONS_DISJOINTSETS_H
+#ifndef KIVRENDER_GEOMETRY_DISJOINTSETS_H
+#define KIVRENDER_GEOMETRY_DISJOINTSETS_H
 
 #include <algorithm>
 #include <cstddef>

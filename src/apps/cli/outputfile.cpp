@@ -66,15 +66,11 @@ std::string companionName(const std::string& name, const std::string& mark) {
 
 // Where the file of that name really stands.
 std::string behindLinks(const std::string& name) {
-    std::error_code problem;
-    if (!fs::is_symlink(name, problem)) {
-        return name;
-    }
-    const fs::path real = fs::canonical(name, problem);
-    if (problem) {
+    const std::string real = kivToUtf8(kivBehindLinks(kivFromUtf8(name)));
+    if (real.empty() && !name.empty()) {
         fail(name, "it is a link that leads nowhere");
     }
-    return real.string();
+    return real;
 }
 
 // target: where the links of that name lead.
@@ -91,28 +87,6 @@ void checkPlace(const std::string& name, const std::string& target) {
     if (access(folder.c_str(), W_OK) != 0 || (fs::exists(path, problem) && access(path.c_str(), W_OK) != 0)) {
         fail(name, std::strerror(errno));
     }
-}
-
-// Renames a file or, where that is not possible, copies it.
-void move(const std::string& from, const std::string& to, const std::string& name) {
-    struct stat old = {};
-    const bool exists = stat(to.c_str(), &old) == 0;
-    const bool isPlain = !exists || S_ISREG(old.st_mode);
-    if (exists && isPlain) {
-        // Another's file can be kept his by root alone.
-        [[maybe_unused]] const int owned = chown(from.c_str(), old.st_uid, old.st_gid);
-        chmod(from.c_str(), old.st_mode & 07777);
-    }
-    if (isPlain && std::rename(from.c_str(), to.c_str()) == 0) {
-        return;
-    }
-    if (isPlain && errno != EXDEV) {
-        fail(name, kivToUtf8(kivSystemErrorText(kivErrorFromErrno(errno))));
-    }
-    if (!kivCopyWholeFile(kivFromUtf8(from), kivFromUtf8(to))) {
-        fail(name, kivToUtf8(kivSystemErrorText(kivGetLastError())));
-    }
-    std::remove(from.c_str());
 }
 
 bool isFilled(const std::string& file) {
@@ -251,7 +225,9 @@ void OutputFile::finish() {
         return;
     }
     for (const File& file : files) {
-        move(file.work, file.target, file.name);
+        if (!kivMoveWholeFile(kivFromUtf8(file.work), kivFromUtf8(file.target))) {
+            fail(file.name, kivToUtf8(kivSystemErrorText(kivGetLastError())));
+        }
     }
 }
 

@@ -1,6 +1,8 @@
 #include "apps/studio/filmfile.h"
 
 #include "kivrender/platform/kivimage.h"
+#include "kivrender/platform/kivsystemerror.h"
+#include "kivrender/platform/kivwholefile.h"
 
 #include <QDir>
 #include <QFile>
@@ -8,7 +10,6 @@
 #include <QRandomGenerator>
 
 #include <cstring>
-#include <filesystem>
 #include <stdexcept>
 
 namespace {
@@ -96,10 +97,9 @@ void FilmFile::finish() {
     }
     writer->finish();
     writer.reset();
-    std::error_code problem;
-    std::filesystem::rename(work.toStdString(), file.toStdString(), problem);
-    if (problem) {
-        fail(QDir::toNativeSeparators(file) + QStringLiteral(": ") + QString::fromStdString(problem.message()));
+    if (!kivMoveWholeFile(work.toStdWString(), file.toStdWString())) {
+        fail(QDir::toNativeSeparators(file) + QStringLiteral(": ") +
+             QString::fromStdWString(kivSystemErrorText(kivGetLastError())));
     }
     work.clear();
 }

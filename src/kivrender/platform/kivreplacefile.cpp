@@ -3,6 +3,7 @@
 #include "kivrender/platform/kivdescriptor.h"
 #include "kivrender/platform/kivnewfile.h"
 #include "kivrender/platform/kivtext.h"
+#include "kivrender/platform/kivwholefile.h"
 
 #include <cerrno>
 #include <climits>
@@ -52,18 +53,6 @@ bool writeSafely(int fd, std::string_view bytes) {
     return kivWriteAll(fd, bytes.data(), bytes.size()) && fsync(fd) == 0;
 }
 
-// Where the file of that name really stands; empty if its links lead nowhere.
-std::string resolve(const std::string& path) {
-    struct stat info {};
-    if (lstat(path.c_str(), &info) != 0 || !S_ISLNK(info.st_mode)) {
-        return path;
-    }
-    char* real = realpath(path.c_str(), nullptr);
-    std::string target = real != nullptr ? real : "";
-    std::free(real);
-    return target;
-}
-
 std::string folderOf(const std::string& path) {
     const std::size_t slash = path.find_last_of('/');
     if (slash == std::string::npos) {
@@ -84,7 +73,7 @@ std::optional<std::string> kivReadFile(const std::wstring& path, std::size_t max
 }
 
 bool kivReplaceFile(const std::wstring& path, std::size_t maxSize, const std::function<bool(std::string&)>& edit) {
-    const std::string target = resolve(kivToUtf8(path));
+    const std::string target = kivToUtf8(kivBehindLinks(path));
     if (target.empty()) {
         return false;
     }

@@ -4,6 +4,9 @@
 #include "windowfixture.h"
 
 #include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QImage>
 #include <QImageReader>
 #include <QLabel>
 #include <QMessageBox>
@@ -144,6 +147,24 @@ TEST_F(StudioFilmTest, AFolderThatTakesNoFileIsALine) {
     EXPECT_THROW(FilmFile(homeFolder() + "/missing/turn.gif", {64, 48}, 5), std::runtime_error);
     FilmFile frames(homeFolder() + "/missing/turn.png", {64, 48}, 5);
     EXPECT_THROW(frames.add(find<StudioView>()->picture()), std::runtime_error);
+}
+
+TEST_F(StudioFilmTest, AFilmReplacesWhatALinkLeadsTo) {
+    const QString real = homeFolder() + "/real.gif";
+    const QString link = homeFolder() + "/link.gif";
+    QFile old(real);
+    ASSERT_TRUE(old.open(QIODevice::WriteOnly));
+    old.close();
+    ASSERT_TRUE(old.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner));
+    ASSERT_TRUE(QFile::link(real, link));
+    FilmFile film(link, {64, 48}, 5);
+    QImage picture(64, 48, QImage::Format_RGB888);
+    picture.fill(Qt::red);
+    film.add(picture);
+    film.finish();
+    EXPECT_TRUE(QFileInfo(link).isSymLink());
+    EXPECT_EQ(QImageReader(real).size(), QSize(64, 48));
+    EXPECT_FALSE(QFileInfo(real).permission(QFileDevice::ReadOther));
 }
 
 TEST_F(StudioFilmTest, SidesOfFilmsAreEven) {

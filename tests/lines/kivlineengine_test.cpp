@@ -1,5 +1,7 @@
 #include "kivrender/lines/kivlineengine.h"
 
+#include "kivrender/lines/kivoccluders.h"
+#include "kivrender/lines/linebudget.h"
 #include "linebodies.h"
 #include "linecameras.h"
 #include "linejudge.h"
@@ -881,18 +883,34 @@ TEST(KivLineEngine, AsksWhileItJoinsManyLines) {
         dust.points.insert(dust.points.end(), {at, at + KivVec{0.002, 0.0, 0.0}, at + KivVec{0.0, 0.002, 0.0}});
         dust.triangles.push_back({3 * i, 3 * i + 1, 3 * i + 2});
     }
-    const auto polls = [&](bool drawn) {
-        KivLineBody body = engineBody(dust);
-        body.rules.intersections = false;
-        body.drawn = drawn;
-        KivLineEngine engine(KivLineView(cameraAt(true, corner), size, size));
-        engine.add(std::move(body));
-        PollCounter counter;
-        const ScopedProgress shown(counter);
-        EXPECT_TRUE(engine.find());
-        return counter.polls;
-    };
-    EXPECT_GE(polls(true) - polls(false), 670) << "the other steps ask 634 times";
+    const KivLineView view(cameraAt(true, corner), size, size);
+    KivLineBody body = engineBody(dust);
+    body.rules.intersections = false;
+    PollCost::expectAllowed([&] {
+        KivLineEngine engine(view);
+        engine.add(body);
+        engine.find();
+    });
+}
+
+// The work on the sight of lines, in boxes of the tree that are looked at, stays within what is allowed, and what is
+// allowed is used.
+TEST(KivLineEngine, AHostileArrangementTakesTheWorkThatIsAllowed) {
+    const KivLineView view(cameraAt(true, corner), size, size);
+    const LineBody body = needles(400);
+    for (const double effort : {1e-3, 4e-3, 1.6e-2}) {
+        KivLineEngine engine(view);
+        KivLineBody drawn = engineBody(body);
+        drawn.rules.intersections = false;
+        engine.add(std::move(drawn));
+        engine.setEffort(effort);
+        ASSERT_TRUE(engine.find());
+        EXPECT_TRUE(engine.isCutShort()) << effort;
+        const auto allowed = static_cast<double>(LineBudget::allowance(1600, effort));
+        const auto done = static_cast<double>(engine.occluders().work());
+        EXPECT_GT(done, 0.3 * allowed) << effort;
+        EXPECT_LT(done, 1.5 * allowed) << effort;
+    }
 }
 
 TEST(KivLineEngine, PollsByCostInAHostileArrangement) {

@@ -359,6 +359,24 @@ TEST(VisibleRegions, ACancelAtAnyPollGivesNothing) {
     }
 }
 
+// Slivers over one another along all of the picture, as a finely divided tube has them beside its outline: to divide
+// their square does not part them.
+TEST(VisibleRegions, StackedFacesAreNotDividedForNothing) {
+    std::vector<SeenFace> faces;
+    for (int i = 0; i < 40; ++i) {
+        const double half = 0.03 - 0.0005 * i;
+        const double depth = 0.2 + 0.001 * i;
+        faces.push_back({{{2.0, 100.0, depth}, {198.0, 100.0 - half, depth + 0.5}, {198.0, 100.0 + half, depth + 0.5}},
+                         static_cast<std::uint32_t>(i % 2)});
+    }
+    KivVisibleRegions picture(200.0, 200.0);
+    for (const SeenFace& face : faces) {
+        picture.add(face.corners, face.look);
+    }
+    picture.setEffort(3e-4); // a sixth of what dividing takes, and six times what is enough
+    EXPECT_TRUE(picture.find());
+}
+
 TEST(VisibleRegions, WorkHasAnEnd) {
     RawRandom random(9);
     std::vector<SeenFace> faces;

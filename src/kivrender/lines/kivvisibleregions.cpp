@@ -39,12 +39,13 @@ void addSegments(const std::vector<std::vector<KivPicturePoint>>& lines, std::ve
 // The arrangement of all that may part two looks. borders: those that are known to be seen.
 bool arrange(const RegionFaces& faces, const std::vector<RegionLine>& further, std::vector<GridSegment> borders,
              PlanarMap& map) {
-    if (!findRegionBorders(faces, further, borders) || !snapRound(borders, faces.work())) {
+    std::vector<GridSegment> whole;
+    if (!findRegionBorders(faces, further, borders) || !snapRound(borders, whole, faces.work())) {
         return false;
     }
     bool changed = true;
     for (int round = 0; changed && round < mostGapRounds; ++round) {
-        if (!closeGaps(borders, &changed) || (changed && !snapRound(borders, faces.work()))) {
+        if (!closeGaps(borders, &changed) || (changed && !snapRound(borders, whole, faces.work()))) {
             return false;
         }
     }

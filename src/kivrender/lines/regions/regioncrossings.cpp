@@ -4,6 +4,7 @@
 #include "kivrender/lines/regions/polledsort.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <limits>
 #include <utility>
@@ -15,6 +16,9 @@ constexpr std::int32_t smallestSquare = 64;
 constexpr std::size_t fewFaces = 24;
 // Where more than that meet in the smallest square, as around the tip of a cone, nothing is gained by comparing all.
 constexpr std::size_t manyFaces = 48;
+// Faces of a square that are in so many of its four parts in the mean gain nothing by its division: twice as many pairs
+// would be compared, not half as many.
+constexpr std::size_t crowding = 2;
 // Over so many faces a square is divided without a closer look: they are small there, and hardly one fills it.
 constexpr std::size_t crowd = 2048;
 constexpr std::size_t unitsPerPair = 32;
@@ -45,10 +49,8 @@ struct Square {
 class CrossingSearch {
 public:
     explicit CrossingSearch(const RegionFaces& all) : faces(all) {
-        planes.reserve(all.faces().size());
         boxes.reserve(all.faces().size());
         for (std::uint32_t i = 0; i < all.faces().size(); ++i) {
-            planes.push_back(all.planeOf(i));
             boxes.push_back(boxOf(all.faces()[i]));
         }
     }
@@ -68,7 +70,7 @@ public:
         std::vector<Seen> list;
         list.reserve(faces.faces().size());
         for (std::uint32_t i = 0; i < faces.faces().size(); ++i) {
-            list.push_back({i, planes[i].low, planes[i].high});
+            list.push_back({i, faces.planeOf(i).low, faces.planeOf(i).high});
         }
         return divide(whole, std::move(list));
     }
@@ -83,7 +85,7 @@ public:
         }
         std::vector<double> ahead;
         for (const Place& p : polygon) {
-            ahead.push_back(planes[pair.first].at(p.x, p.y) - planes[pair.second].at(p.x, p.y));
+            ahead.push_back(faces.planeOf(pair.first).at(p.x, p.y) - faces.planeOf(pair.second).at(p.x, p.y));
         }
         const double noise = faces.noiseOf(pair.first) + faces.noiseOf(pair.second);
         if (std::none_of(ahead.begin(), ahead.end(), [=](double d) { return std::fabs(d) > noise; })) {
@@ -103,7 +105,8 @@ public:
             const double x = polygon[i].x + t * (polygon[k].x - polygon[i].x);
             const double y = polygon[i].y + t * (polygon[k].y - polygon[i].y);
             ends[count++] = {{static_cast<std::int32_t>(std::lround(x)), static_cast<std::int32_t>(std::lround(y))},
-                             std::clamp(planes[pair.first].at(x, y), planes[pair.first].low, planes[pair.first].high)};
+                             std::clamp(faces.planeOf(pair.first).at(x, y), faces.planeOf(pair.first).low,
+                                        faces.planeOf(pair.first).high)};
         }
         if (count != 2) {
             return Relation::apart;
@@ -142,15 +145,24 @@ private:
             }
         }
         const std::int32_t half = square.side / 2;
+        std::array<std::vector<Seen>, 4> inParts;
+        std::size_t inAll = 0;
         for (int i = 0; i < 4; ++i) {
             const Square part = {Square{square.corner, half}.at(i), half};
-            std::vector<Seen> inPart;
             for (const Seen& seen : list) {
                 if (meets(seen.face, part)) {
-                    inPart.push_back(seen);
+                    inParts[i].push_back(seen);
                 }
             }
-            if (!divide(part, std::move(inPart))) {
+            inAll += inParts[i].size();
+        }
+        // Faces that are stacked up, as beside the outline of a finely divided tube, are in all parts alike.
+        if (list.size() <= manyFaces && inAll > crowding * list.size()) {
+            addPairs(square, list);
+            return true;
+        }
+        for (int i = 0; i < 4; ++i) {
+            if (!divide({Square{square.corner, half}.at(i), half}, std::move(inParts[i]))) {
                 return false;
             }
         }
@@ -217,7 +229,7 @@ private:
         std::uint32_t last = 0;
         bool isFilled = false;
         for (Seen& seen : list) {
-            const RegionPlane& plane = planes[seen.face];
+            const RegionPlane& plane = faces.planeOf(seen.face);
             seen.low = plane.high;
             seen.high = plane.low;
             for (int k = 0; k < 4; ++k) {
@@ -244,7 +256,7 @@ private:
         const double noise = 0.5 * (faces.noiseOf(face) + faces.noiseOf(other));
         for (int k = 0; k < 4; ++k) {
             const GridPoint corner = square.at(k);
-            if (planes[other].at(corner.x, corner.y) - planes[face].at(corner.x, corner.y) > noise) {
+            if (faces.planeOf(other).at(corner.x, corner.y) - faces.planeOf(face).at(corner.x, corner.y) > noise) {
                 return false;
             }
         }
@@ -284,7 +296,8 @@ private:
         bool isBehind = false;
         for (int k = 0; k < 4; ++k) {
             const GridPoint corner = square.at(k);
-            const double ahead = planes[first].at(corner.x, corner.y) - planes[second].at(corner.x, corner.y);
+            const double ahead =
+                faces.planeOf(first).at(corner.x, corner.y) - faces.planeOf(second).at(corner.x, corner.y);
             isBefore = isBefore || ahead < noise;
             isBehind = isBehind || ahead > -noise;
         }
@@ -298,8 +311,9 @@ private:
         for (std::size_t i = 0; i < list.size(); ++i) {
             for (std::size_t k = i + 1; k < list.size(); ++k) {
                 const bool differ = faces.faces()[list[i].face].look != faces.faces()[list[k].face].look;
-                if (differ && list[i].low <= list[k].high && list[k].low <= list[i].high &&
-                    changesPlaces(list[i].face, list[k].face, square) && !areApart(list[i].face, list[k].face)) {
+                if (differ && boxesMeet(list[i].face, list[k].face) && list[i].low <= list[k].high &&
+                    list[k].low <= list[i].high && changesPlaces(list[i].face, list[k].face, square) &&
+                    !areApart(list[i].face, list[k].face)) {
                     pairs->emplace_back(std::min(list[i].face, list[k].face), std::max(list[i].face, list[k].face));
                     faces.work().spend(unitsPerPair);
                 }
@@ -307,7 +321,13 @@ private:
         }
     }
 
-    // Two triangles are apart when a side of one of them has the other wholly on its right, as neighbours in a mesh do.
+    bool boxesMeet(std::uint32_t first, std::uint32_t second) const {
+        const FaceBox& p = boxes[first];
+        const FaceBox& q = boxes[second];
+        return p.low.x <= q.high.x && q.low.x <= p.high.x && p.low.y <= q.high.y && q.low.y <= p.high.y;
+    }
+    // Two triangles are apart when a side of one of them has the other wholly on its right, as neighbours in a mesh do;
+    // so are those with boxes apart.
     bool areApart(std::uint32_t first, std::uint32_t second) const {
         return hasSideBetween(faces.faces()[first], faces.faces()[second]) ||
                hasSideBetween(faces.faces()[second], faces.faces()[first]);
@@ -364,7 +384,6 @@ private:
     };
 
     const RegionFaces& faces;
-    std::vector<RegionPlane> planes;
     std::vector<FaceBox> boxes;
     std::vector<FacePair>* pairs = nullptr;
     std::vector<Range> ranges;

@@ -118,10 +118,14 @@ bool RegionFaces::build(double effort) {
     budget = LineBudget(LineBudget::allowance(triangles.size(), effort, workOfAnyPicture));
     constexpr float most = std::numeric_limits<float>::max();
     std::vector<KivOccluderBounds> bounds(triangles.size());
+    planes.reserve(triangles.size());
+    noises.reserve(triangles.size());
     for (std::size_t i = 0; i < triangles.size(); ++i) {
         if (kivIsCancelledAt(i)) {
             return false;
         }
+        planes.push_back(planeThrough(triangles[i]));
+        noises.push_back(noiseOfPlane(planes.back()));
         const RegionCorner& a = points[triangles[i].corners[0]];
         const RegionCorner& b = points[triangles[i].corners[1]];
         const RegionCorner& c = points[triangles[i].corners[2]];
@@ -134,10 +138,10 @@ bool RegionFaces::build(double effort) {
     return index.build(bounds);
 }
 
-RegionPlane RegionFaces::planeOf(std::uint32_t face) const {
-    const RegionCorner& a = points[triangles[face].corners[0]];
-    const RegionCorner& b = points[triangles[face].corners[1]];
-    const RegionCorner& c = points[triangles[face].corners[2]];
+RegionPlane RegionFaces::planeThrough(const Face& face) const {
+    const RegionCorner& a = points[face.corners[0]];
+    const RegionCorner& b = points[face.corners[1]];
+    const RegionCorner& c = points[face.corners[2]];
     const double x1 = static_cast<double>(b.place.x) - a.place.x;
     const double y1 = static_cast<double>(b.place.y) - a.place.y;
     const double x2 = static_cast<double>(c.place.x) - a.place.x;
@@ -154,13 +158,9 @@ RegionPlane RegionFaces::planeOf(std::uint32_t face) const {
 }
 
 // A depth in single precision, and what the face rises over a step of the grid.
-double RegionFaces::noiseOf(const RegionPlane& plane) const {
+double RegionFaces::noiseOfPlane(const RegionPlane& plane) const {
     return farthestDepth * 0x1p-24 +
            std::min(std::fabs(plane.slopeX) + std::fabs(plane.slopeY), 0.1 * (plane.high - plane.low));
-}
-
-double RegionFaces::noiseOf(std::uint32_t face) const {
-    return noiseOf(planeOf(face));
 }
 
 bool RegionFaces::covers(const Face& face, double x, double y) const {
@@ -185,9 +185,9 @@ std::uint32_t RegionFaces::faceAt(double x, double y) const {
     const std::size_t boxes = index.probe(offRegionGrid(x), offRegionGrid(y), [&](std::uint32_t number) {
         const Face& face = triangles[number];
         if (covers(face, x, y)) {
-            const RegionPlane plane = planeOf(number);
+            const RegionPlane& plane = planes[number];
             const double depth = std::clamp(plane.at(x, y), plane.low, plane.high);
-            const double noise = noiseOf(plane);
+            const double noise = noises[number];
             reach = std::min(reach, depth + noise);
             if (depth - noise <= reach) {
                 candidates.push_back({number, std::max(depth - noise, double{outwards(plane.low, -most)})});
@@ -214,7 +214,7 @@ bool RegionFaces::isCoveredBefore(double x, double y, double depth) const {
     bool isCovered = false;
     const std::size_t boxes = index.probe(offRegionGrid(x), offRegionGrid(y), [&](std::uint32_t number) {
         if (!isCovered && covers(triangles[number], x, y)) {
-            const RegionPlane plane = planeOf(number);
+            const RegionPlane& plane = planes[number];
             isCovered = std::clamp(plane.at(x, y), plane.low, plane.high) < depth;
         }
         return isCovered ? -std::numeric_limits<double>::infinity() : depth;
@@ -263,8 +263,8 @@ void RegionFaces::visibleParts(const RegionLine& line, std::vector<KivLinePart>&
                        if (!insidePart(face, line, 0.0, &inside)) {
                            return true;
                        }
-                       const RegionPlane plane = planeOf(number);
-                       const double noise = noiseOf(plane) + line.noise;
+                       const RegionPlane& plane = planes[number];
+                       const double noise = noises[number] + line.noise;
                        const auto behind = [&](double t) {
                            const auto [x, y] = at(t);
                            return line.a.depth + t * (line.b.depth - line.a.depth) -

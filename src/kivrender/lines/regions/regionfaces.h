@@ -70,9 +70,14 @@ public:
     const std::vector<Face>& faces() const {
         return triangles;
     }
-    RegionPlane planeOf(std::uint32_t face) const;
+    // Of a face, once built.
+    const RegionPlane& planeOf(std::uint32_t face) const {
+        return planes[face];
+    }
     // How much a depth on the face may be wrong.
-    double noiseOf(std::uint32_t face) const;
+    double noiseOf(std::uint32_t face) const {
+        return noises[face];
+    }
     static constexpr std::uint32_t noFace = std::numeric_limits<std::uint32_t>::max();
     // The nearest face at a point in grid steps, and its look.
     std::uint32_t faceAt(double x, double y) const;
@@ -83,13 +88,16 @@ public:
     void visibleParts(const RegionLine& line, std::vector<KivLinePart>& parts) const;
 
 private:
-    double noiseOf(const RegionPlane& plane) const;
+    RegionPlane planeThrough(const Face& face) const;
+    double noiseOfPlane(const RegionPlane& plane) const;
     bool covers(const Face& face, double x, double y) const;
     bool liesOver(std::uint32_t face, const RegionPlane& plane, const RegionLine& line, double noise) const;
     bool insidePart(const Face& face, const RegionLine& line, double margin, KivLinePart* part) const;
 
     std::vector<RegionCorner> points;
     std::vector<Face> triangles;
+    std::vector<RegionPlane> planes; // of the triangles
+    std::vector<double> noises;
     double farthestDepth = 0.0;
     OccluderIndex index;
     struct Candidate {
@@ -97,6 +105,7 @@ private:
         double from; // how near it may be
     };
     mutable std::vector<Candidate> candidates; // of the last question
+    mutable std::uint32_t lastFace = noFace;   // found by it
     mutable LineBudget budget{0};
 };
 

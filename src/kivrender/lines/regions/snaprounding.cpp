@@ -60,13 +60,28 @@ bool passesThrough(const GridSegment& s, const GridPoint& place) {
     return 2 * std::abs(gridSide(s.a, s.b, place)) <= reach;
 }
 
-// One round over all segments.
+// One round over all segments. Of those that an earlier round left whole none crosses another or passes through the end
+// of one: the place would have been hot, and one of the two bent. Only what is new is asked about, and bent.
 class Round {
 public:
-    Round(std::vector<GridSegment>& all, LineBudget& work) : segments(all), budget(work) {}
+    // whole: of the segments those that a round left whole, in order. Replaced by those that this one does.
+    Round(std::vector<GridSegment>& all, std::vector<GridSegment>& leftWhole, LineBudget& work)
+        : segments(all), whole(leftWhole), budget(work) {}
 
     // False when the user cancelled or the budget ended.
     bool run(bool* changed) {
+        isAsked.resize(segments.size());
+        std::size_t next = 0;
+        for (std::size_t i = 0; i < segments.size(); ++i) {
+            while (next < whole.size() && whole[next] < segments[i]) {
+                ++next;
+            }
+            isAsked[i] = next == whole.size() || !(whole[next] == segments[i]);
+        }
+        if (std::find(isAsked.begin(), isAsked.end(), true) == isAsked.end()) {
+            *changed = false;
+            return true;
+        }
         return findHotPlaces() && bend(changed);
     }
 
@@ -83,29 +98,49 @@ private:
         if (!index.build(bounds)) {
             return false;
         }
+        const std::vector<bool> isNew = isAsked;
         for (std::uint32_t i = 0; i < segments.size(); ++i) {
-            const std::size_t before = hot.size();
-            const std::size_t boxes = walkAlong(index, segments[i], [&](std::uint32_t other) {
-                GridPoint place;
-                if (other > i && crossing(segments[i], segments[other], &place)) {
-                    hot.push_back(place);
-                }
-                return true;
-            });
-            if (!budget.spend(boxes + (hot.size() - before) * unitsPerCrossing) || !makeRoom()) {
+            if (isNew[i] && !findCrossings(index, isNew, i)) {
                 return false;
             }
         }
         return polledSortUnique(hot);
     }
+    bool findCrossings(const OccluderIndex& index, const std::vector<bool>& isNew, std::uint32_t i) {
+        const std::size_t before = hot.size();
+        std::size_t boxes = walkAlong(index, segments[i], [&](std::uint32_t other) {
+            GridPoint place;
+            if ((other > i || !isNew[other]) &&
+                crossing(segments[std::min(i, other)], segments[std::max(i, other)], &place)) {
+                hot.push_back(place);
+            }
+            return true;
+        });
+        if (!whole.empty()) {
+            boxes += askAround(index, segments[i].a) + askAround(index, segments[i].b);
+            for (std::size_t k = before; k < hot.size(); ++k) {
+                boxes += askAround(index, hot[k]);
+            }
+        }
+        return budget.spend(boxes + (hot.size() - before) * unitsPerCrossing) && makeRoom();
+    }
+    // Whole segments that pass through a place are asked about as new ones are.
+    std::size_t askAround(const OccluderIndex& index, const GridPoint& place) {
+        return walkAlong(index, {place, place}, [&](std::uint32_t i) {
+            if (!isAsked[i] && passesThrough(segments[i], place)) {
+                isAsked[i] = true;
+            }
+            return true;
+        });
+    }
     // Many segments may cross in one place.
     bool makeRoom() {
-        if (hot.size() <= 2 * segments.size() + 2 * known) {
+        if (hot.size() <= 2 * segments.size() + 2 * sorted) {
             return true;
         }
-        const bool sorted = polledSortUnique(hot);
-        known = hot.size();
-        return sorted;
+        const bool isSorted = polledSortUnique(hot);
+        sorted = hot.size();
+        return isSorted;
     }
 
     bool bend(bool* changed) {
@@ -120,22 +155,17 @@ private:
         }
         std::vector<GridSegment> bent;
         bent.reserve(segments.size());
-        std::vector<GridPoint> way;
+        whole.clear();
         for (std::size_t i = 0; i < segments.size(); ++i) {
-            const GridSegment& s = segments[i];
-            way.clear();
-            const std::size_t boxes = walkAlong(index, s, [&](std::uint32_t place) {
-                if (passesThrough(s, hot[place])) {
-                    way.push_back(hot[place]);
-                }
-                return true;
-            });
-            if (!budget.spend(boxes + way.size() * unitsPerCrossing)) {
+            way.assign({segments[i].a, segments[i].b});
+            if (!budget.spend(isAsked[i] ? findWay(index, segments[i]) : 1)) {
                 return false;
             }
-            sortAlong(s, way);
             for (std::size_t k = 0; k + 1 < way.size(); ++k) {
                 bent.push_back(way[k] < way[k + 1] ? GridSegment{way[k], way[k + 1]} : GridSegment{way[k + 1], way[k]});
+            }
+            if (way.size() == 2 && bent.back() == segments[i]) {
+                whole.push_back(segments[i]);
             }
         }
         if (!polledSortUnique(bent)) {
@@ -144,6 +174,18 @@ private:
         *changed = bent != segments;
         segments.swap(bent);
         return true;
+    }
+    // The hot places that a segment passes through. The work.
+    std::size_t findWay(const OccluderIndex& index, const GridSegment& s) {
+        way.clear();
+        const std::size_t boxes = walkAlong(index, s, [&](std::uint32_t place) {
+            if (passesThrough(s, hot[place])) {
+                way.push_back(hot[place]);
+            }
+            return true;
+        });
+        sortAlong(s, way);
+        return boxes + way.size() * unitsPerCrossing;
     }
     // Along the segment; beside it as the plane is sorted, so that two segments through the same places agree.
     static void sortAlong(const GridSegment& s, std::vector<GridPoint>& way) {
@@ -156,20 +198,28 @@ private:
     }
 
     std::vector<GridSegment>& segments;
+    std::vector<GridSegment>& whole;
     LineBudget& budget;
+    std::vector<bool> isAsked; // of the segments: new, or in the way of something new
     std::vector<GridPoint> hot;
-    std::size_t known = 0;
+    std::vector<GridPoint> way;
+    std::size_t sorted = 0; // hot places at the last count
 };
 
 } // namespace
 
 bool snapRound(std::vector<GridSegment>& segments, LineBudget& budget) {
+    std::vector<GridSegment> whole;
+    return snapRound(segments, whole, budget);
+}
+
+bool snapRound(std::vector<GridSegment>& segments, std::vector<GridSegment>& whole, LineBudget& budget) {
     if (!polledSortUnique(segments)) {
         return false;
     }
     bool changed = true;
     for (int round = 0; changed && round < mostRounds; ++round) {
-        if (!Round(segments, budget).run(&changed)) {
+        if (!Round(segments, whole, budget).run(&changed)) {
             return false;
         }
     }

@@ -13,4 +13,8 @@
 // round. False when the user cancelled or the budget ended.
 bool snapRound(std::vector<GridSegment>& segments, LineBudget& budget);
 
+// The same, where some of the segments come from an earlier call: whole, as that call left it, saves looking at them
+// again. Empty for a first call.
+bool snapRound(std::vector<GridSegment>& segments, std::vector<GridSegment>& whole, LineBudget& budget);
+
 #endif

@@ -1,7 +1,10 @@
 #include "kivrender/lines/regions/underlap.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
+#include <cstddef>
+#include <optional>
 
 namespace {
 
@@ -63,7 +66,15 @@ KivPicturePoint along(const KivPicturePoint& p, const KivPicturePoint& way, doub
 }
 
 double roomAt(const KivPicturePoint& p, const KivPicturePoint& way, const UnderlapRules& rules) {
-    const auto at = [&](double length) { return rules.at(along(p, way, length)); };
+    // Each length is asked about once, in sixteenths of the reach.
+    std::array<std::optional<UnderlapPlace>, 33> known;
+    const auto at = [&](double length) {
+        std::optional<UnderlapPlace>& place = known[static_cast<std::size_t>(std::lround(16.0 * length / rules.reach))];
+        if (!place) {
+            place = rules.at(along(p, way, length));
+        }
+        return *place;
+    };
     for (const double share : {1.0, 0.5, 0.25, 0.125}) {
         const double length = share * rules.reach;
         if (at(length) == UnderlapPlace::paintedLater && at(0.5 * length) == UnderlapPlace::paintedLater &&

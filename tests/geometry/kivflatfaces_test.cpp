@@ -82,3 +82,19 @@ TEST(KivIsPolyhedron, ABentFaceOrTrianglesThatLieInNoPlaneAreNone) {
     EXPECT_FALSE(kivIsPolyhedron(surfaceOf(bent)));
     EXPECT_FALSE(kivIsPolyhedron(surfaceOf(ballModel(6))));
 }
+
+TEST(KivCreaseAngleOf, IsSmallerForFlatFacesAmongTheUsualAnglesAlone) {
+    const auto angle = [](const ShapeModel& model, double asked) {
+        KivSurface surface;
+        surface.points = model.points;
+        surface.triangles = model.triangles;
+        return kivCreaseAngleOf(surface, asked);
+    };
+    for (const ShapeModel& flat : {chamferedPlate(), sheetModel(6), roundedBox(26, 4.0)}) {
+        EXPECT_EQ(angle(flat, 45.0), kivFlatFacesCrease);
+        EXPECT_EQ(angle(flat, kivMostUsualCrease), kivFlatFacesCrease);
+        EXPECT_EQ(angle(flat, 30.0), 30.0);
+        EXPECT_EQ(angle(flat, 61.0), 61.0);
+    }
+    EXPECT_EQ(angle(ballModel(12), 45.0), 45.0);
+}

@@ -23,7 +23,7 @@ constexpr double largePart = 0.02;
 constexpr double largeTimes = 10.0;
 constexpr double largeShare = 0.2;
 // Of a polyhedron: of its area so much in polygons of two triangles and more, of its edges so much that are gentle.
-constexpr double polygonShare = 0.95;
+constexpr double polygonShare = 0.88;
 constexpr double gentleShare = 0.05;
 
 class FaceFinder {
@@ -109,4 +109,19 @@ bool kivHasFlatFaces(const KivLoopSurface& surface) {
 
 bool kivIsPolyhedron(const KivLoopSurface& surface) {
     return FaceFinder(surface).isPolyhedron();
+}
+
+double kivCreaseAngleOf(const KivSurface& surface, double creaseAngle) {
+    constexpr std::size_t mostTriangles = 200000;
+    if (creaseAngle <= kivFlatFacesCrease || creaseAngle > kivMostUsualCrease ||
+        surface.triangles.size() > mostTriangles) {
+        return creaseAngle;
+    }
+    KivLoopSurface body;
+    body.points = surface.points;
+    body.triangles = surface.triangles;
+    body.adjacency = kivShapeEdges(body.points.size(), body.triangles);
+    FaceFinder finder(body);
+    const bool isFlat = finder.hasManyInPlane() || finder.hasLargeFaces() || finder.isPolyhedron();
+    return isFlat ? kivFlatFacesCrease : creaseAngle;
 }

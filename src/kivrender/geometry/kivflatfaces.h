@@ -20,4 +20,9 @@ inline constexpr double kivFlatFacesCrease = 31.0;
 // Degrees. Who asks for a greater crease angle wants even such bodies to be round.
 inline constexpr double kivMostUsualCrease = 60.0;
 
+// The angle (degrees) up to which a surface without normals is smooth, where creaseAngle is asked for:
+// kivFlatFacesCrease for one of the kinds above, unless the angle is less or beyond kivMostUsualCrease; else
+// creaseAngle. More than 200 thousand triangles are not looked at.
+KIV_API double kivCreaseAngleOf(const KivSurface& surface, double creaseAngle);
+
 #endif

@@ -1,5 +1,6 @@
 #include "kivshadedmesh.h"
 
+#include "kivrender/geometry/kivflatfaces.h"
 #include "kivrender/geometry/kivnormalnoise.h"
 #include "kivrender/scene/kivmesh.h"
 #include "kivrender/scene/kivmeshedges.h"
@@ -134,7 +135,10 @@ KivShadedMesh kivReadShadedMesh(const KivMesh& mesh, double creaseAngle) {
     const bool findsAnew = creaseAngle != kivUsualSmoothAngle && kivHasNormalsFromTriangles(mesh);
     if (!mesh.hasNormals() || findsAnew) {
         const KivSurface surface = kivReadSurface(mesh);
-        KivSmoothMesh smooth = kivSmoothNormals(surface, creaseAngle);
+        // Who asks for another angle than the usual one has it on all bodies alike.
+        const bool isUsual = creaseAngle == kivUsualSmoothAngle;
+        KivSmoothMesh smooth =
+            kivSmoothNormals(surface, isUsual ? kivCreaseAngleOf(surface, creaseAngle) : creaseAngle);
         model.points = std::move(smooth.points);
         model.normals = std::move(smooth.normals);
         model.triangles = std::move(smooth.triangles);

@@ -88,6 +88,22 @@ TEST(KivReadShadedMesh, TheAngleActsOnNormalsThatWereMadeFromTheTriangles) {
     EXPECT_GT(kivReadShadedMesh(mesh, 0.0).points.size(), 2 * ball.points.size());
 }
 
+TEST(KivReadShadedMesh, APolyhedronWithoutNormalsHasFlatFacesAtTheUsualAngle) {
+    KivMesh mesh; // a wedge of which two faces meet at 40 degrees
+    for (const double y : {0.0, 5.0}) {
+        mesh.addVertex(Kiv3DPoint(-3.0, y, 0.0));
+        mesh.addVertex(Kiv3DPoint(3.0, y, 0.0));
+        mesh.addVertex(Kiv3DPoint(0.0, y, 1.092)); // 20 degrees up from either side
+    }
+    const unsigned int corners[][3] = {{0, 2, 1}, {3, 4, 5}, {0, 1, 4}, {0, 4, 3},
+                                       {1, 2, 5}, {1, 5, 4}, {2, 0, 3}, {2, 3, 5}};
+    for (const auto& c : corners) {
+        mesh.addTriangle(c[0], c[1], c[2]);
+    }
+    EXPECT_EQ(kivReadShadedMesh(mesh, kivUsualSmoothAngle).points.size(), 18U); // each face has its corners
+    EXPECT_EQ(kivReadShadedMesh(mesh, 44.0).points.size(), 16U);                // but for the ridge
+}
+
 namespace {
 
 using Paint = std::array<float, 3>;

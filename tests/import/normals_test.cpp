@@ -193,6 +193,39 @@ TEST(Normals, ARoughBallBesideAPlateStaysRound) {
     }
 }
 
+TEST(Normals, AFineMeshOfAPlateIsFlatToo) {
+    Surface plate;
+    addChamferedPlate(plate, 0.0);
+    Surface fine;
+    constexpr int n = 24;
+    for (std::size_t t = 0; t < plate.corners.size(); t += 3) {
+        const Vec3& a = plate.positions[plate.corners[t]];
+        const Vec3 u = (plate.positions[plate.corners[t + 1]] - a) * (1.0 / n);
+        const Vec3 v = (plate.positions[plate.corners[t + 2]] - a) * (1.0 / n);
+        const auto add = [&](int i, int j) {
+            const Vec3 p = a + u * i + v * j;
+            fine.corners.push_back(static_cast<std::uint32_t>(fine.positions.size()));
+            fine.positions.push_back(
+                {std::round(p.x * 1e6) / 1e6, std::round(p.y * 1e6) / 1e6, std::round(p.z * 1e6) / 1e6});
+        };
+        for (int i = 0; i < n; ++i) {
+            for (int j = 0; i + j < n; ++j) {
+                add(i, j);
+                add(i + 1, j);
+                add(i, j + 1);
+                if (i + j + 1 < n) {
+                    add(i + 1, j);
+                    add(i + 1, j + 1);
+                    add(i, j + 1);
+                }
+            }
+        }
+    }
+    weldSurface(fine);
+    EXPECT_GT(fine.corners.size(), 3U * 5000U);
+    EXPECT_GT(leastTurn(fine, makeVertices(fine, 50.0)), 0.999);
+}
+
 TEST(Normals, TheRestPoseDecidesWhatIsFlat) {
     Surface surface;
     addChamferedPlate(surface, 0.0);

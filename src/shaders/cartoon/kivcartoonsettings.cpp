@@ -39,7 +39,7 @@ enum Setting {
 
 const KivSettingInfo table[numSettings] = {
     {"Bands", KivSettingType::Int, 1, 8, 3, L"Number of tone bands", nullptr},
-    {"Softness", KivSettingType::Double, 0, 100, 1,
+    {"Softness", KivSettingType::Double, 0, 100, 1.5,
      L"Softness of the edges between bands, in percent of a band: 0 sharp, 100 an even gradient", nullptr},
     {"Balance", KivSettingType::Double, -100, 100, 0,
      L"Share of light and shadow, in percent: -100 mostly shadow, 100 mostly light", nullptr},

@@ -54,13 +54,19 @@ def view(scene, monkeypatch):
         new.engine._viewer.stop()
 
 
-def test_a_quick_picture_comes_first_and_then_that_of_f12(scene, view, render):
+def test_a_quick_picture_comes_first_and_then_that_of_f12(scene, view, render, monkeypatch):
+    from selvarin_render import library
     add_cube((0.5, 0.0, 0.2))
     scene.selvarin.antialias = "1"
     scene.selvarin.shadows = True
     expected = render()
+    may_begin = threading.Event()
+    at_once = library.selvarin.render
+    monkeypatch.setattr(library.selvarin, "render",
+                        lambda *words, **settings: may_begin.wait(20.0) and at_once(*words, **settings))
     view.draw()
     assert not view.shown, "nothing is there yet, and nobody waits for it"
+    may_begin.set()
     view.wait()
     view.draw()
     quick, size = view.shown[-1]

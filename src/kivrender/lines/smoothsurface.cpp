@@ -1,5 +1,6 @@
 #include "kivrender/lines/smoothsurface.h"
 
+#include "kivrender/geometry/kivflatfaces.h"
 #include "kivrender/lines/curveorder.h"
 
 #include <algorithm>
@@ -136,7 +137,8 @@ private:
                 return false;
             }
             const KivFeatureWing& wing = wings[i];
-            smooth.smooth[i] = smooth.oriented[i] && !creases[i] && static_cast<double>(wing.bend) < sharpestBend;
+            smooth.smooth[i] =
+                smooth.oriented[i] && !creases[i] && !isSplit(wing) && static_cast<double>(wing.bend) < sharpestBend;
             if (smooth.smooth[i] && static_cast<double>(wing.bend) > flatBend) {
                 const double rise = riseOver(wing, lengthOf(wing));
                 const double swell = riseOver(wing, widthBeside(wing));
@@ -146,6 +148,11 @@ private:
             }
         }
         return highest <= mostRise || (leaveUneven(swells, mostRise) && leaveFacets(rises, mostRise));
+    }
+    // Where the normals of the mesh do not run on over more than a facet's bend, there is an edge, though it may be too
+    // short for a line: such as the chamfer at a corner of a machine part.
+    bool isSplit(const KivFeatureWing& wing) const {
+        return !surface.cornerNormals.empty() && !wing.smooth && static_cast<double>(wing.bend) > kivFlatFacesCrease;
     }
     double lengthOf(const KivFeatureWing& wing) const {
         return kivLength(surface.points[wing.b] - surface.points[wing.a]);

@@ -156,7 +156,7 @@ TEST(OccluderIndex, FloatsThatRoundMissNothing) {
 
 TEST(OccluderIndex, PollsWhileItBuilds) {
     RawRandom random(5);
-    const std::vector<KivOccluderBounds> bounds = randomBounds(random, 500000, 3.0);
+    const std::vector<KivOccluderBounds> bounds = randomBounds(random, 1000000, 3.0);
     PollCost::expectAllowed([&] { OccluderIndex().build(bounds); });
 }
 

@@ -14,7 +14,7 @@ namespace kivimport {
 // for each range of a buffer. Surfaces from the first-th on that differ in nothing but their triangles become one, so
 // that an edge between two primitives is an edge within one surface and not the rim of two. Each goes to the first of
 // its kind, in order. Each has one part, and none has edges of its own.
-// What was joined is called name, unless that is empty.
+// A surface of several pieces is called name, unless that is empty.
 void joinSurfaces(std::vector<Surface>& surfaces, std::size_t first, const std::string& name);
 
 } // namespace kivimport

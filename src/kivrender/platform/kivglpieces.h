@@ -5,7 +5,7 @@
 //     glVertexPointer(3, GL_FLOAT, 0, corners.data());
 //     kivDrawTrianglesInPieces(indices, [] { return !kivIsCancelled(); });
 //
-// What is drawn, and in which order, is the same as in one call of glDrawElements.
+// The same is drawn in the same order as by one call of glDrawElements.
 #ifndef KIVRENDER_PLATFORM_KIVGLPIECES_H
 #define KIVRENDER_PLATFORM_KIVGLPIECES_H
 

@@ -52,7 +52,7 @@ TEST(SnapRounding, GoesOnWithWhatAnEarlierCallLeftWhole) {
         for (const GridSegment& more : randomSegments(random, 1 + random.below(4), side)) {
             segments.push_back(more);
         }
-        // What is gone is no matter.
+        // A segment that is gone does not matter.
         segments.erase(segments.begin() + static_cast<std::ptrdiff_t>(random.below(10)));
         const std::vector<GridSegment> expected = LiteralSnapRounding(segments).rounded();
         ASSERT_TRUE(snapRound(segments, whole, budget));

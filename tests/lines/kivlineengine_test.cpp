@@ -823,16 +823,21 @@ LineBody needles(std::uint32_t count) {
     return body;
 }
 
+// One body without the intersections of its faces, with so much work allowed.
+void addWithEffort(KivLineEngine& engine, const LineBody& body, double effort) {
+    KivLineBody drawn = engineBody(body);
+    drawn.rules.intersections = false;
+    engine.add(std::move(drawn));
+    engine.setEffort(effort);
+}
+
 TEST(KivLineEngine, AHostileArrangementIsCutShortAndSaysSo) {
     const KivLineView view(cameraAt(true, corner), size, size);
     const LineBody body = needles(200);
     double lengthBefore = -1.0;
     for (const double effort : {1e-9, 2e-4, 1e-3, 1.0}) {
         KivLineEngine engine(view);
-        KivLineBody drawn = engineBody(body);
-        drawn.rules.intersections = false;
-        engine.add(std::move(drawn));
-        engine.setEffort(effort);
+        addWithEffort(engine, body, effort);
         ASSERT_TRUE(engine.find());
         EXPECT_EQ(engine.isCutShort(), effort < 1.0) << effort;
         const double length = lengthOf(engine.lines());
@@ -900,10 +905,7 @@ TEST(KivLineEngine, AHostileArrangementTakesTheWorkThatIsAllowed) {
     const LineBody body = needles(400);
     for (const double effort : {1e-3, 4e-3, 1.6e-2}) {
         KivLineEngine engine(view);
-        KivLineBody drawn = engineBody(body);
-        drawn.rules.intersections = false;
-        engine.add(std::move(drawn));
-        engine.setEffort(effort);
+        addWithEffort(engine, body, effort);
         ASSERT_TRUE(engine.find());
         EXPECT_TRUE(engine.isCutShort()) << effort;
         const auto allowed = static_cast<double>(LineBudget::allowance(1600, effort));

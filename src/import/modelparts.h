@@ -124,7 +124,7 @@ struct SurfaceEdge {
     enum class Kind : std::uint32_t {
         sharp,   // the surface bends, or ends, or more than two faces meet
         tangent, // one face runs into the next without a bend
-        seam     // a closed face meets itself
+        seam     // a closed face meets itself, or a face that was cut in two goes on
     };
 
     Kind kind = Kind::sharp;

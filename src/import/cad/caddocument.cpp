@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <fstream>
 #include <string_view>
+#include <vector>
 
 #include <BRepTools.hxx>
 #include <BRep_Builder.hxx>
@@ -18,6 +19,7 @@
 #include <Message.hxx>
 #include <Message_Messenger.hxx>
 #include <Message_ProgressScope.hxx>
+#include <STEPCAFControl_ExternFile.hxx>
 #include <STEPCAFControl_Reader.hxx>
 #include <TColStd_SequenceOfAsciiString.hxx>
 #include <TopoDS_Shape.hxx>
@@ -130,6 +132,20 @@ double stepUnit(STEPControl_Reader& reader) {
     return lengths.IsEmpty() ? 0.0 : metresOf(lengths.First().ToCString());
 }
 
+// The names of the files that an assembly refers to and that are missing or broken, in order.
+std::vector<std::string> unreadFilesOf(const STEPCAFControl_Reader& reader) {
+    std::vector<std::string> names;
+    const auto& files = reader.ExternFiles();
+    for (NCollection_DataMap<TCollection_AsciiString, Handle(STEPCAFControl_ExternFile)>::Iterator at(files); at.More();
+         at.Next()) {
+        if (at.Value()->GetLoadStatus() != IFSelect_RetDone) {
+            names.emplace_back(at.Key().ToCString());
+        }
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
 void readStep(const std::string& path, const Message_ProgressRange& progress, CadDocument& read, CadLosses& losses) {
     read.format = "STEP";
     STEPCAFControl_Reader reader;
@@ -139,12 +155,16 @@ void readStep(const std::string& path, const Message_ProgressRange& progress, Ca
     reader.SetPropsMode(false);
     reader.SetMatMode(false);
     reader.SetSHUOMode(true);
-    if (reader.ReadFile(path.c_str()) != IFSelect_RetDone) {
+    // The files that an assembly refers to lie beside it; from a relative path the reader looks for them beside the
+    // current folder.
+    const std::string whole = std::filesystem::absolute(path).string();
+    if (reader.ReadFile(whole.c_str()) != IFSelect_RetDone) {
         refuseBroken(read.format);
     }
     read.metresPerUnit = stepUnit(reader.ChangeReader());
     reader.Transfer(read.document, progress);
     countChecks(reader.Reader().WS(), losses);
+    losses.unreadFiles = unreadFilesOf(reader);
     if (!hasShapes(read) && contains(path, "TESSELLATED_S")) {
         throw ImportError("it holds only triangles (an AP242 tessellation) and no exact surfaces; export it with its "
                           "surfaces (B-rep), or as a mesh");
@@ -180,6 +200,15 @@ void add(std::string& line, int count, const char* one, const char* several) {
     }
 }
 
+std::string firstOf(const std::vector<std::string>& names) {
+    constexpr std::size_t shown = 3;
+    std::string list;
+    for (std::size_t i = 0; i < std::min(names.size(), shown); ++i) {
+        list += (list.empty() ? "" : ", ") + names[i];
+    }
+    return names.size() > shown ? list + ", ..." : list;
+}
+
 } // namespace
 
 std::string CadLosses::line() const {
@@ -189,6 +218,11 @@ std::string CadLosses::line() const {
     add(text, unmeshed, "face is left out", "faces are left out");
     add(text, endless, "curve without an end is left out", "curves without an end are left out");
     add(text, hidden, "part is hidden in the file", "parts are hidden in the file");
+    if (!unreadFiles.empty()) {
+        const auto count = static_cast<int>(unreadFiles.size());
+        add(text, count, "file that it refers to can't be read", "files that it refers to can't be read");
+        text += " (" + firstOf(unreadFiles) + ")";
+    }
     return text;
 }
 

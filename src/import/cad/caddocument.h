@@ -3,6 +3,7 @@
 #define IMPORT_CAD_CADDOCUMENT_H
 
 #include <string>
+#include <vector>
 
 #include <Message_ProgressRange.hxx>
 #include <TDocStd_Document.hxx>
@@ -11,11 +12,12 @@ namespace kivimport {
 
 // What could not be taken as the file gives it, for one line.
 struct CadLosses {
-    int unread = 0;   // entities of the file that were left out
-    int mended = 0;   // entities that are not quite right and were used all the same
-    int unmeshed = 0; // faces without a triangle
-    int endless = 0;  // curves without an end
-    int hidden = 0;   // parts that the file does not show
+    int unread = 0;                       // entities of the file that were left out
+    int mended = 0;                       // entities that are not quite right and were used all the same
+    int unmeshed = 0;                     // faces without a triangle
+    int endless = 0;                      // curves without an end
+    int hidden = 0;                       // parts that the file does not show
+    std::vector<std::string> unreadFiles; // that an assembly refers to
 
     // Empty without any.
     std::string line() const;

@@ -35,6 +35,9 @@ public:
     const TopoDS_Edge& edge(std::uint32_t number) const;
     const std::vector<Side>& sides(std::uint32_t number) const;
     SurfaceEdge::Kind kindOf(std::uint32_t number) const;
+    // Of two faces that lie on one plane, cylinder, cone, sphere, torus or surface of revolution: a program has cut the
+    // face there, and the shape shows nothing.
+    bool isCut(std::uint32_t number) const;
     // Of one face alone, where a shell of several faces would have two.
     bool isFree(std::uint32_t number) const;
 

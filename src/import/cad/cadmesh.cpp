@@ -181,12 +181,19 @@ private:
             return;
         }
         SurfaceEdge& edge = surface.edges.emplace_back();
-        edge.kind = edges.kindOf(number);
+        edge.kind = isWithinOneFace(number) ? SurfaceEdge::Kind::seam : edges.kindOf(number);
         edge.part = partOfFace[edges.sides(number).front().face];
         edge.material = styles.ofEdge(edges.edge(number));
         edge.first = static_cast<std::uint32_t>(surface.edgePoints.size());
         edge.count = static_cast<std::uint32_t>(line.size());
         surface.edgePoints.insert(surface.edgePoints.end(), line.begin(), line.end());
+    }
+
+    // Cut without a change of colour.
+    bool isWithinOneFace(std::uint32_t number) const {
+        const std::vector<CadEdges::Side>& sides = edges.sides(number);
+        return edges.isCut(number) && partOfFace[sides[0].face] == partOfFace[sides[1].face] &&
+               styles.ofEdge(edges.edge(number)) == noIndex;
     }
 
     const TopTools_IndexedMapOfShape& faces;

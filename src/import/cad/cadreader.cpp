@@ -89,6 +89,9 @@ public:
         mesh();
         report.setStep(meshedPart, 1.0);
         takeAll();
+        if (parts.surfaces.empty() && parts.polylines.empty() && !losses.unreadFiles.empty()) {
+            throw ImportError(losses.line());
+        }
         if (const std::string line = losses.line(); !line.empty()) {
             parts.warnings.push_back(line);
         }

@@ -4,6 +4,7 @@
 #include <numbers>
 #include <stdexcept>
 
+#include <BRepAlgoAPI_Common.hxx>
 #include <BRepAlgoAPI_Cut.hxx>
 #include <BRepAlgoAPI_Fuse.hxx>
 #include <BRepBuilderAPI_MakeEdge.hxx>
@@ -24,6 +25,7 @@
 #include <GC_MakeArcOfCircle.hxx>
 #include <Geom2d_Ellipse.hxx>
 #include <Geom2d_TrimmedCurve.hxx>
+#include <Geom_BezierCurve.hxx>
 #include <Geom_CylindricalSurface.hxx>
 #include <Geom_TrimmedCurve.hxx>
 #include <IGESCAFControl_Writer.hxx>
@@ -33,6 +35,7 @@
 #include <Message_Messenger.hxx>
 #include <STEPCAFControl_Controller.hxx>
 #include <STEPCAFControl_Writer.hxx>
+#include <TColgp_Array1OfPnt.hxx>
 #include <TDF_LabelSequence.hxx>
 #include <TDataStd_Name.hxx>
 #include <TopExp.hxx>
@@ -122,6 +125,42 @@ TopoDS_Shape roundedBox() {
 
 TopoDS_Shape cylinder() {
     return BRepPrimAPI_MakeCylinder(10.0, 30.0).Shape();
+}
+
+TopoDS_Shape vase(bool isInTwo) {
+    TColgp_Array1OfPnt poles(1, 4);
+    const double places[4][2] = {{10.0, 0.0}, {25.0, 12.0}, {2.0, 22.0}, {12.0, 40.0}};
+    for (int i = 0; i < 4; ++i) {
+        poles.SetValue(i + 1, gp_Pnt(places[i][0], 0.0, places[i][1]));
+    }
+    const Handle(Geom_BezierCurve) side = new Geom_BezierCurve(poles);
+    const double middle = isInTwo ? 0.5 : 1.0;
+    const auto line = [](double r, double z, double toR, double toZ) {
+        return BRepBuilderAPI_MakeEdge(gp_Pnt(r, 0.0, z), gp_Pnt(toR, 0.0, toZ)).Edge();
+    };
+    BRepBuilderAPI_MakeWire outline(line(0.0, 0.0, 10.0, 0.0), BRepBuilderAPI_MakeEdge(side, 0.0, middle));
+    if (isInTwo) {
+        outline.Add(BRepBuilderAPI_MakeEdge(side, middle, 1.0));
+    }
+    outline.Add(line(12.0, 40.0, 0.0, 40.0));
+    outline.Add(line(0.0, 40.0, 0.0, 0.0));
+    return BRepPrimAPI_MakeRevol(BRepBuilderAPI_MakeFace(outline.Wire()), gp::OZ()).Shape();
+}
+
+TopoDS_Shape bentBar(double degrees) {
+    BRepBuilderAPI_MakePolygon outline;
+    const double rise = std::tan(degrees * std::numbers::pi / 180.0) * 20.0;
+    for (const auto& [x, z] : {std::pair{0.0, 0.0}, {20.0, 0.0}, {40.0, rise}, {40.0, 10.0}, {0.0, 10.0}}) {
+        outline.Add(gp_Pnt(x, 0.0, z));
+    }
+    outline.Close();
+    return BRepPrimAPI_MakePrism(BRepBuilderAPI_MakeFace(outline.Wire()), gp_Vec(0.0, 10.0, 0.0)).Shape();
+}
+
+TopoDS_Shape cutInHalves(const TopoDS_Shape& body) {
+    const TopoDS_Shape front = BRepPrimAPI_MakeBox(gp_Pnt(-100.0, -100.0, -100.0), gp_Pnt(100.0, 0.0, 100.0)).Shape();
+    const TopoDS_Shape back = BRepPrimAPI_MakeBox(gp_Pnt(-100.0, 0.0, -100.0), gp_Pnt(100.0, 100.0, 100.0)).Shape();
+    return BRepAlgoAPI_Fuse(BRepAlgoAPI_Common(body, front).Shape(), BRepAlgoAPI_Common(body, back).Shape()).Shape();
 }
 
 TopoDS_Shape sphereWithHoles() {
@@ -299,6 +338,15 @@ void writeStep(const std::string& path, const Handle(TDocStd_Document) & documen
         throw std::runtime_error("can't write " + path);
     }
     Interface_Static::SetCVal("write.step.unit", "MM");
+}
+
+void writeStepOfFiles(const std::string& path, const Handle(TDocStd_Document) & document) {
+    Message::DefaultMessenger()->ChangePrinters().Clear();
+    STEPCAFControl_Controller::Init();
+    STEPCAFControl_Writer writer;
+    if (!writer.Transfer(document, STEPControl_AsIs, "part ") || writer.Write(path.c_str()) != IFSelect_RetDone) {
+        throw std::runtime_error("can't write " + path);
+    }
 }
 
 void writeIges(const std::string& path, const Handle(TDocStd_Document) & document, const char* unit) {

@@ -15,6 +15,13 @@ TopoDS_Shape filletedBox();
 TopoDS_Shape roundedBox();
 // Radius 10, 30 high, upright on the origin.
 TopoDS_Shape cylinder();
+// A body of revolution whose side is a free curve; 40 high, upright on the origin. In two: half the curve for each of
+// two faces, one above the other.
+TopoDS_Shape vase(bool isInTwo);
+// A bar of 40 by 10 by 10 along x whose under side bends in the middle.
+TopoDS_Shape bentBar(double degrees);
+// The halves of a body around the z axis, one on each side of the plane y = 0, in one solid whose faces stay cut there.
+TopoDS_Shape cutInHalves(const TopoDS_Shape& body);
 // Radius 20 around the origin; a hole of radius 5 along x, and one of radius 3 along y that ends in it.
 TopoDS_Shape sphereWithHoles();
 // A shank of radius 2, 10 long, with a head of radius 4, 3 high.
@@ -41,6 +48,8 @@ Handle(TDocStd_Document) documentOf(const TopoDS_Shape& shape, const char* name)
 // schema: "AP203", "AP214IS" or "AP242DIS".
 void writeStep(const std::string& path, const Handle(TDocStd_Document) & document, const char* unit = "MM",
                const char* schema = "AP214IS");
+// Each part in a file of its own beside the file, which refers to them.
+void writeStepOfFiles(const std::string& path, const Handle(TDocStd_Document) & document);
 void writeIges(const std::string& path, const Handle(TDocStd_Document) & document, const char* unit = "MM");
 void writeBrep(const std::string& path, const TopoDS_Shape& shape);
 

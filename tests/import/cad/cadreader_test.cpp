@@ -6,20 +6,31 @@
 
 #include <algorithm>
 #include <cmath>
+#include <filesystem>
 #include <map>
 #include <numbers>
 #include <set>
 #include <utility>
+#include <vector>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <BRepBndLib.hxx>
 #include <BRepBuilderAPI_Transform.hxx>
+#include <BRepPrimAPI_MakeCone.hxx>
+#include <BRepPrimAPI_MakeSphere.hxx>
+#include <BRepPrimAPI_MakeTorus.hxx>
 #include <BRep_Builder.hxx>
+#include <Bnd_Box.hxx>
+#include <Quantity_Color.hxx>
 #include <TDF_LabelSequence.hxx>
 #include <TDataStd_Name.hxx>
+#include <TopExp.hxx>
 #include <TopExp_Explorer.hxx>
+#include <TopTools_IndexedMapOfShape.hxx>
 #include <TopoDS_Compound.hxx>
+#include <XCAFDoc_ColorTool.hxx>
 #include <XCAFDoc_DocumentTool.hxx>
 #include <XCAFDoc_ShapeTool.hxx>
 #include <gp_Ax1.hxx>
@@ -126,6 +137,12 @@ Colour colourOf(const ModelParts& parts, const SurfaceInstance& instance) {
     return material != noIndex ? parts.materials.at(material).diffuse : Colour{-1.0, -1.0, -1.0};
 }
 
+TDF_Label firstShape(const Handle(TDocStd_Document) & document) {
+    TDF_LabelSequence shapes;
+    XCAFDoc_DocumentTool::ShapeTool(document->Main())->GetFreeShapes(shapes);
+    return shapes.First();
+}
+
 void expectColour(const Colour& colour, double r, double g, double b) {
     EXPECT_NEAR(colour.r, r, 0.004);
     EXPECT_NEAR(colour.g, g, 0.004);
@@ -171,6 +188,55 @@ TEST_F(CadReaderTest, ACylinderHasTwoEdgesAndASeam) {
     EXPECT_NEAR(sums[Kind::seam].length, 30.0, 1e-6);
     EXPECT_EQ(sums[Kind::tangent].count, 0);
     expectSound(parts.surfaces.at(0));
+}
+
+// Programs write a round face in two halves, which show nothing where they meet.
+TEST_F(CadReaderTest, AFaceThatIsCutInTwoHasNoLineThere) {
+    struct Case {
+        const char* name;
+        TopoDS_Shape body;
+        int sharp; // each rim in two halves
+    };
+    const Case cases[] = {{"cylinder", cylinder(), 4},
+                          {"cone", BRepPrimAPI_MakeCone(10.0, 4.0, 20.0).Shape(), 4},
+                          {"ball", BRepPrimAPI_MakeSphere(10.0).Shape(), 0},
+                          {"ring", BRepPrimAPI_MakeTorus(20.0, 5.0).Shape(), 0},
+                          {"vase", vase(false), 4}};
+    for (const Case& each : cases) {
+        SCOPED_TRACE(each.name);
+        const ModelParts parts = stepOf(cutInHalves(each.body));
+        std::map<Kind, EdgeSum> sums = edgesOf(parts);
+        EXPECT_EQ(sums[Kind::sharp].count, each.sharp);
+        EXPECT_EQ(sums[Kind::tangent].count, 0);
+        EXPECT_GT(sums[Kind::seam].count, 0);
+        expectSound(parts.surfaces.at(0));
+    }
+    EXPECT_EQ(edgesOf(stepOf(vase(true)))[Kind::tangent].count, 1);
+    EXPECT_EQ(edgesOf(stepOf(bentBar(1.0)))[Kind::tangent].count, 1);
+    EXPECT_EQ(edgesOf(stepOf(bentBar(0.0)))[Kind::tangent].count, 0);
+    EXPECT_EQ(edgesOf(stepOf(filletedBox()))[Kind::tangent].count, 8);
+}
+
+TEST_F(CadReaderTest, ACutWhereTheColourChangesIsALine) {
+    const TopoDS_Shape halves = cutInHalves(cylinder());
+    const Handle(TDocStd_Document) document = documentOf(halves, "two colours");
+    const Handle(XCAFDoc_ColorTool) colours = XCAFDoc_DocumentTool::ColorTool(document->Main());
+    TopTools_IndexedMapOfShape faces;
+    TopExp::MapShapes(halves, TopAbs_FACE, faces);
+    for (int i = 1; i <= faces.Extent(); ++i) {
+        Bnd_Box box;
+        BRepBndLib::AddOptimal(faces(i), box);
+        const bool isFront = box.CornerMin().Y() + box.CornerMax().Y() < 0.0;
+        const TDF_Label label =
+            XCAFDoc_DocumentTool::ShapeTool(document->Main())->AddSubShape(firstShape(document), faces(i));
+        colours->SetColor(label, Quantity_Color(isFront ? Quantity_NOC_RED : Quantity_NOC_BLUE), XCAFDoc_ColorSurf);
+    }
+    writeStep(folder.path("two.step"), document);
+    const ModelParts parts = readFile(requestOf(folder.path("two.step")));
+    ASSERT_EQ(parts.materials.size(), 2);
+    std::map<Kind, EdgeSum> sums = edgesOf(parts);
+    EXPECT_EQ(sums[Kind::tangent].count, 4); // along two sides, and across two ends
+    EXPECT_EQ(sums[Kind::seam].count, 0);
 }
 
 TEST_F(CadReaderTest, NormalsAreThoseOfTheSurface) {
@@ -429,6 +495,34 @@ TEST_F(CadReaderTest, FacesOfTheirOwnAreSewn) {
     auto sums = edgesOf(readFile(requestOf(folder.path("c.igs"))));
     EXPECT_EQ(sums[Kind::sharp].count, 2);
     EXPECT_EQ(sums[Kind::seam].count, 1);
+}
+
+TEST_F(CadReaderTest, AnAssemblyMayBeOfSeveralFiles) {
+    const auto numbersOf = [](const ModelParts& parts) {
+        return std::pair(parts.instances.size(), parts.numTriangles());
+    };
+    writeStep(folder.path("whole.step"), boltedPlate(3));
+    const auto whole = numbersOf(readFile(requestOf(folder.path("whole.step"))));
+    writeStepOfFiles(folder.path("parts.step"), boltedPlate(3));
+    std::vector<std::filesystem::path> pieces;
+    for (const auto& each : std::filesystem::directory_iterator(folder.path(""))) {
+        if (each.path().filename().string().starts_with("part ")) {
+            pieces.push_back(each.path());
+        }
+    }
+    ASSERT_GE(pieces.size(), 2);
+    EXPECT_EQ(numbersOf(readFile(requestOf(folder.path("parts.step")))), whole);
+
+    EXPECT_EQ(numbersOf(readFile(requestOf(std::filesystem::relative(folder.path("parts.step")).string()))), whole);
+
+    const std::string lost = pieces.front().filename().string();
+    std::filesystem::remove(pieces.front());
+    const ModelParts rest = readFile(requestOf(folder.path("parts.step")));
+    EXPECT_LT(rest.instances.size(), whole.first);
+    EXPECT_THAT(rest.warnings,
+                ElementsAre(testing::HasSubstr("1 file that it refers to can't be read (" + lost + ")")));
+    std::for_each(pieces.begin() + 1, pieces.end(), [](const auto& path) { std::filesystem::remove(path); });
+    EXPECT_THROW(readFile(requestOf(folder.path("parts.step"))), ImportError);
 }
 
 TEST_F(CadReaderTest, SaysWhyAFileCanNotBeUsed) {

@@ -196,6 +196,7 @@ class SelvarinEngine(bpy.types.RenderEngine):
             self._viewer = viewport.Viewer(self.tag_redraw)
         viewer = self._viewer
         view = viewport.View((context.region.width, context.region.height), view_in(context.region_data))
+        shown = viewer.take(view)
         if viewer.is_busy():
             if viewer.shown is None or viewer.shown.view != view:
                 viewer.give_way()
@@ -203,9 +204,9 @@ class SelvarinEngine(bpy.types.RenderEngine):
             if getattr(self, "_subject", None) is None:
                 self._subject = subject_of(depsgraph)
             viewer.ask(self._subject, view)
-        self.update_stats("", viewer.problem)
-        if viewer.shown is not None:
-            show(viewer.shown.pixels, view.size)
+        self.update_stats("", viewer.problem or (viewport.TOO_SLOW if viewer.pace.part is None else ""))
+        if shown is not None:
+            show(shown.pixels, view.size)
 
     def __del__(self) -> None:
         # What Blender has removed already refuses its attributes by the usual way.

@@ -150,3 +150,90 @@ def test_a_view_that_was_closed_stops_its_picture(scene, view, monkeypatch):
     monkeypatch.setattr(threading, "excepthook", lambda given: escaped.append(given.exc_value))
     viewer.stop()
     assert not viewer.is_busy() and viewer.shown is None and not escaped
+
+
+def told(pace, *seconds):
+    for each in seconds:
+        pace.tell(each)
+    return pace.part
+
+
+def test_quick_pictures_get_coarser_until_they_are_in_time():
+    from selvarin_render.viewport import Pace
+    pace = Pace()
+    assert told(pace, 0.9, 0.19, 0.3, 0.3, 0.1) == 1 / 2, "one in time of three is enough"
+    assert told(pace, 0.21, 0.3, 0.21) == 1 / 3
+    assert told(pace, 0.21, 0.3, 0.19, 0.19) == 1 / 3
+    assert told(pace, 0.21, 0.21, 0.21) == 1 / 4
+    assert told(pace, 0.1, 0.1, 0.12) == 1 / 4, "at a third they would take more than 0.2 s"
+    assert told(pace, 0.1, 0.1, 0.1) == 1 / 3
+    assert told(pace, 0.05, 0.05, 0.05) == 1 / 2
+    assert told(pace, 0.01, 0.01, 0.01) == 1 / 2
+
+
+def test_what_is_never_in_time_is_left_out():
+    from selvarin_render.viewport import Pace
+    pace = Pace()
+    assert told(pace, *[0.3] * 8) == 1 / 4
+    assert told(pace, 0.3) is None
+    pace.rest()
+    assert pace.part == 1 / 4, "that may have been other work"
+    assert told(pace, *[0.3] * 3) is None
+    pace.begin()
+    assert told(pace, 3.0) == 1 / 4, "the first of a scene takes longer"
+    assert told(pace, 0.81) is None
+    pace.rest()
+    assert pace.part is None
+    pace.begin()
+    assert pace.part == 1 / 4
+
+
+def test_without_a_quick_look_the_view_waits_for_its_fine_picture(scene, view):
+    from selvarin_render import viewport
+    add_cube()
+    view.draw()
+    view.wait()
+    view.draw()
+    view.engine._viewer.stop()
+    told(view.engine._viewer.pace, 9.0, 9.0)
+    scene.camera.location.x = 0.5
+    bpy.context.view_layer.update()
+    del view.shown[:]
+    view.draw()
+    assert not view.shown, "what there is shows another view"
+    assert view.engine.problems[-1] == viewport.TOO_SLOW
+    view.wait()
+    view.draw()
+    assert [pixels.shape[:2] for pixels, _ in view.shown] == [SIZE[::-1]]
+    assert view.engine._viewer.pace.part is None
+
+
+def test_the_time_of_a_quick_picture_ends_where_the_view_shows_it(scene, view):
+    add_cube()
+    view.draw()
+    view.wait()
+    time.sleep(0.3)
+    view.draw()
+    view.draw()
+    assert len(view.engine._viewer.pace._recent) == 1 and view.engine._viewer.pace._recent[0] > 0.3
+
+
+def test_what_has_failed_is_not_drawn_again_and_again(scene, view, monkeypatch):
+    from selvarin_render import library
+    add_cube()
+    calls = []
+
+    def fail(*_words, **_settings):
+        calls.append(1)
+        raise RuntimeError("no memory")
+
+    monkeypatch.setattr(library.selvarin, "render", fail)
+    for _ in range(3):
+        view.draw()
+        view.wait()
+    assert len(calls) == 1 and view.engine.problems[-1] == "no memory"
+    scene.camera.location.x = 0.5
+    bpy.context.view_layer.update()
+    view.draw()
+    view.wait()
+    assert len(calls) == 2

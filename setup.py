@@ -21,7 +21,7 @@ OPTIONS = ["-DCMAKE_BUILD_TYPE=Release", "-DSELVARIN_TESTS=OFF", "-DSELVARIN_STU
 
 
 def version():
-    return re.search(r"VERSION ([0-9.]+)", (ROOT / "CMakeLists.txt").read_text()).group(1)
+    return re.search(r"project\(Selvarin VERSION ([0-9.]+)", (ROOT / "CMakeLists.txt").read_text()).group(1)
 
 
 def built():

@@ -16,6 +16,8 @@ cp "$sources/docs/python.md" "$work/docs"
 PYTHON=$python "$work/scripts/wheel" --outdir "$work/dist"
 wheel=$(echo "$work"/dist/selvarin-*.whl)
 [ -f "$wheel" ] || fail "no wheel"
+version=$("$build/bin/selvarin" --version | sed -n '1s/^selvarin \([0-9.]*\).*/\1/p')
+case $(basename "$wheel") in "selvarin-$version-"*) ;; *) fail "$(basename "$wheel") is not of version $version" ;; esac
 "$python" -m venv --system-site-packages "$work/one"
 "$python" -m venv --system-site-packages "$work/two"
 "$work/one/bin/python" -m pip install -q --no-index --no-deps "$wheel"

@@ -40,17 +40,24 @@ template <class Number> Number itemAt(const char* at) {
 // Small enough to stay in the processor's cache between the copy and the check.
 constexpr std::size_t itemsPerBlock = 2048;
 
-// Takes the memory at once, in huge pages where the system has them, as numpy does: for a million triangles faults of
-// small pages take twice as long as everything else.
+// Takes the memory at once, in huge pages where the system has them: for a million triangles faults of small pages take
+// twice as long as everything else. Linux lays a mapping at a huge page's border only if its length is a multiple of
+// one, and glibc's malloc maps what it is asked for and a header. What lies behind the last huge page stays in small
+// ones where these hold less than half of another.
 template <class Item> void reserveAtOnce(std::vector<Item>& items, std::size_t count) {
-    items.reserve(count);
-    constexpr std::uintptr_t page = 4096;
-    const auto begin = (reinterpret_cast<std::uintptr_t>(items.data()) + page - 1) / page * page;
-    const auto end = reinterpret_cast<std::uintptr_t>(items.data() + count) / page * page;
-    constexpr std::size_t worthIt = std::size_t{4} << 20;
-    if (count * sizeof(Item) >= worthIt && end > begin) {
-        static_cast<void>(madvise(reinterpret_cast<void*>(begin), end - begin, MADV_HUGEPAGE));
+    constexpr std::size_t page = 4096;
+    constexpr std::size_t hugePage = std::size_t{2} << 20;
+    constexpr std::size_t header = 2 * sizeof(std::size_t);
+    const std::size_t bytes = count * sizeof(Item) + 2 * header;
+    if (bytes < 2 * hugePage) {
+        items.reserve(count);
+        return;
     }
+    const std::size_t mapped = (bytes + hugePage - 1) / hugePage * hugePage;
+    items.reserve((mapped - 2 * header) / sizeof(Item));
+    const std::size_t advised = (bytes + hugePage / 2) / hugePage * hugePage;
+    const std::uintptr_t begin = reinterpret_cast<std::uintptr_t>(items.data()) / page * page;
+    static_cast<void>(madvise(reinterpret_cast<void*>(begin), std::min(advised, mapped), MADV_HUGEPAGE));
 }
 
 // As kivimport::isUsable of each, without a branch: the bits of numbers without their signs are ordered as the numbers

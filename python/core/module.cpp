@@ -422,7 +422,10 @@ void defineScene(py::module_& module) {
         return std::make_shared<TextureData>(readTexture(file, wrap, cutOut));
     });
     py::class_<PythonScene>(module, "Scene")
-        .def(py::init<char>())
+        .def(py::init([](char upAxis) {
+            startLibrary();
+            return PythonScene(upAxis);
+        }))
         .def("add_mesh", addMesh)
         .def("add_lines", addLines)
         .def("add_points", addPoints)

@@ -18,6 +18,7 @@ struct State {
     std::timed_mutex* mutex = new std::timed_mutex;
     std::atomic<std::thread::id> user;
     Library* library = nullptr; // guarded by the mutex
+    std::atomic<bool> isStarted = false;
     bool parentHasDrawn = false;
 };
 
@@ -31,6 +32,7 @@ Library& startedLibrary() {
         quietDriver();
         kivMakeUserFoldersAtOnce(false);
         state().library = new Library;
+        state().isStarted = true;
     }
     return *state().library;
 }
@@ -72,6 +74,12 @@ void LibraryUse::waitForLock() {
 
 LibraryUse::~LibraryUse() {
     state().user = std::thread::id();
+}
+
+void startLibrary() {
+    if (!state().isStarted) {
+        const LibraryUse library;
+    }
 }
 
 void afterFork() {

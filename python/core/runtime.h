@@ -66,6 +66,10 @@ private:
     Library* library = nullptr;
 };
 
+// Starts the library now, so that the next call need not: the first mesh of a scene, say, as loading the shaders takes
+// about as long as reading a million triangles. Throws as LibraryUse does, but not where the library has started.
+void startLibrary();
+
 // To be called in the child of a fork.
 void afterFork();
 

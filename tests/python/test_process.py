@@ -273,3 +273,10 @@ def test_the_command_line():
     assert subprocess.run([*run, "--version"], capture_output=True, text=True).stdout.startswith("selvarin 2")
     wrong = subprocess.run([*run, "nonsense"], capture_output=True, text=True)
     assert wrong.returncode == 2 and "selvarin" in wrong.stderr
+
+
+def test_a_new_scene_has_started_the_library():
+    """The first mesh shall not wait for it: to load the shaders takes about as long as a million triangles."""
+    code = "import selvarin; selvarin.Scene(); print(open('/proc/self/maps').read().count('outline.so') > 0)"
+    done = subprocess.run([sys.executable, "-c", code], capture_output=True, text=True, check=True)
+    assert done.stdout.strip() == "True", done.stdout + done.stderr

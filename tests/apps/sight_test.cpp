@@ -45,6 +45,17 @@ TEST(Sight, NorIsWhatIsTooSmallOrTooFarForNumbers) {
     EXPECT_EQ(from({0, 0, 10}, {0, 0, -1}, 1e-300), numbers);
 }
 
+TEST(Sight, OnePointInThePictureIsEnoughWhereverItStands) {
+    std::vector<Kiv3DPoint> points(10000, Kiv3DPoint(0, 0, 20));
+    const KivCamera camera = makeCamera(cube, {0, 0, 10}, viewAxes({0, 0, -1}, {0, 1, 0}), Lens());
+    EXPECT_EQ(whyNothingIsSeen(points, camera, 960), "the whole model is behind it");
+    for (const std::size_t place : {0U, 4095U, 4096U, 9999U}) {
+        std::vector<Kiv3DPoint> seen = points;
+        seen[place] = Kiv3DPoint(0.1, 0, 0);
+        EXPECT_EQ(whyNothingIsSeen(seen, camera, 960), "") << place;
+    }
+}
+
 TEST(Sight, WithoutAPointThereIsNothingToSay) {
     EXPECT_EQ(whyNothingIsSeen({}, KivCamera(), 960), "");
 }

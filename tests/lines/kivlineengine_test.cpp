@@ -865,7 +865,7 @@ TEST(KivLineEngine, CrossingsThatAreGivenUpAreTold) {
     const KivLineView view(cameraAt(true, corner), size, size);
     double others = 0.0;
     // Few crossings are allowed then, and more than enough work for all other lines.
-    for (const double effort : {1.0, 5e-3}) {
+    for (const double effort : {1.0, 2e-3}) {
         KivLineEngine engine(view);
         engine.add(engineBody(boxBody({-1.0, -1.0, -1.0}, {1.0, 1.0, 1.0})));
         engine.add(engineBody(sphereBody({0.0, 0.0, 1.0}, 0.7, 80, 50)));

@@ -96,6 +96,11 @@ SideFit fitSides(const std::vector<Kiv3DPoint>& points, const Kiv3DVector& axis,
 
 std::vector<Kiv3DPoint> scenePoints(const KivScene& scene) {
     std::vector<Kiv3DPoint> points;
+    std::size_t numVertexs = 0;
+    for (unsigned int i = 0; i < scene.numMeshes(); ++i) {
+        numVertexs += scene.getMesh(i)->getNumVertexs();
+    }
+    points.reserve(numVertexs);
     for (unsigned int i = 0; i < scene.numMeshes(); ++i) {
         const KivMesh* mesh = scene.getMesh(i);
         for (unsigned int v = 0; v < mesh->getNumVertexs(); ++v) {

@@ -72,6 +72,48 @@ bool fitsOpenGl(const KivCamera& camera) {
     return isDrawn(width) && isDrawn(height) && depth > 0.0 && farthest < most;
 }
 
+// Of points in the picture.
+class Extent {
+public:
+    void add(const View& view, const Kiv3DPoint& point, double frustumTop) {
+        const Seen seen = view.at(point);
+        const std::array<double, 5> inside = view.inside(seen);
+        for (std::size_t i = 0; i < best.size(); ++i) {
+            best[i] = std::max(best[i], inside[i]);
+        }
+        const double half = view.isParallel()  ? frustumTop
+                            : seen.depth > 0.0 ? view.slope(frustumTop) * seen.depth
+                                               : 0.0;
+        const double place[2] = {seen.right / half, seen.up / half};
+        for (int i = 0; i < 2; ++i) {
+            // A point beside the eye is as far out as can be.
+            low[i] = std::min(low[i], half > 0.0 ? place[i] : -infinity);
+            high[i] = std::max(high[i], half > 0.0 ? place[i] : infinity);
+        }
+    }
+
+    // Empty once something is, and then whatever is added.
+    std::string whyNothingIsSeen(int height, bool areSeveral) const {
+        if (best[4] <= 0.0) {
+            return "the whole model is behind it";
+        }
+        if (std::any_of(best.begin(), best.end(), [](double most) { return most < 0.0; })) {
+            return "the whole model is beside its picture";
+        }
+        if (std::max(high[0] - low[0], high[1] - low[1]) * height / 2.0 < leastSize && areSeveral) {
+            return "the whole model is far smaller than a pixel";
+        }
+        return {};
+    }
+
+private:
+    static constexpr double infinity = std::numeric_limits<double>::infinity();
+
+    std::array<double, 5> best = {-infinity, -infinity, -infinity, -infinity, -infinity};
+    double low[2] = {infinity, infinity};
+    double high[2] = {-infinity, -infinity};
+};
+
 } // namespace
 
 std::string whyNothingIsSeen(const std::vector<Kiv3DPoint>& points, const KivCamera& camera, int height) {
@@ -82,35 +124,15 @@ std::string whyNothingIsSeen(const std::vector<Kiv3DPoint>& points, const KivCam
         return "it is too far away, or its picture too small, for the numbers of OpenGL";
     }
     const View view(camera);
-    constexpr double infinity = std::numeric_limits<double>::infinity();
-    std::array<double, 5> best;
-    best.fill(-infinity);
-    double low[2] = {infinity, infinity};
-    double high[2] = {-infinity, -infinity};
-    for (const Kiv3DPoint& point : points) {
-        const Seen seen = view.at(point);
-        const std::array<double, 5> inside = view.inside(seen);
-        for (std::size_t i = 0; i < best.size(); ++i) {
-            best[i] = std::max(best[i], inside[i]);
+    Extent extent;
+    std::string why;
+    // Further points only make it larger: of most models a few thousand are enough.
+    constexpr std::size_t together = 4096;
+    for (std::size_t first = 0; first < points.size() && (first == 0 || !why.empty()); first += together) {
+        for (std::size_t i = first; i < std::min(points.size(), first + together); ++i) {
+            extent.add(view, points[i], camera.getFrustumTop());
         }
-        const double half = view.isParallel()  ? camera.getFrustumTop()
-                            : seen.depth > 0.0 ? view.slope(camera.getFrustumTop()) * seen.depth
-                                               : 0.0;
-        const double place[2] = {seen.right / half, seen.up / half};
-        for (int i = 0; i < 2; ++i) {
-            // A point beside the eye is as far out as can be.
-            low[i] = std::min(low[i], half > 0.0 ? place[i] : -infinity);
-            high[i] = std::max(high[i], half > 0.0 ? place[i] : infinity);
-        }
+        why = extent.whyNothingIsSeen(height, points.size() > 1);
     }
-    if (best[4] <= 0.0) {
-        return "the whole model is behind it";
-    }
-    if (std::any_of(best.begin(), best.end(), [](double most) { return most < 0.0; })) {
-        return "the whole model is beside its picture";
-    }
-    if (std::max(high[0] - low[0], high[1] - low[1]) * height / 2.0 < leastSize && points.size() > 1) {
-        return "the whole model is far smaller than a pixel";
-    }
-    return {};
+    return why;
 }

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <numbers>
+#include <numeric>
 #include <utility>
 
 namespace {
@@ -76,7 +77,7 @@ bool CalmPatches::find(const std::vector<KivVec>& points, const std::vector<Corn
         }
         addRun(points, triangles, first, std::min(first + runSize, triangles.size()), run);
     }
-    return findNeighbours();
+    return findNeighbours(points.size());
 }
 
 void CalmPatches::addRun(const std::vector<KivVec>& points, const std::vector<Corners>& triangles, std::size_t first,
@@ -119,7 +120,8 @@ void CalmPatches::addRun(const std::vector<KivVec>& points, const std::vector<Co
     for (const std::uint32_t slot : run.used) {
         const Run::Slot& side = run.table[slot];
         if (side.count == 1) {
-            sides.push_back({side.edge, patches[first + side.triangle], side.forwards});
+            sides.push_back({static_cast<std::uint32_t>(side.edge >> 32U), static_cast<std::uint32_t>(side.edge),
+                             patches[first + side.triangle], side.forwards});
         }
     }
 }
@@ -132,54 +134,44 @@ bool CalmPatches::areCalm(const Cone& one, const Cone& other) const {
     return angleBetween(axis, one.axis) + one.angle < widest && angleBetween(axis, other.axis) + other.angle < widest;
 }
 
-// Brings equal edges together: first into heaps by their hash, so that there is time to ask for a cancel between these.
-bool CalmPatches::sortSides() {
-    constexpr std::size_t heaps = 256;
-    const auto heapOf = [](const Side& side) { return (side.edge * 0x9E3779B97F4A7C15ULL) >> 56U; };
-    std::array<std::size_t, heaps + 1> heapStarts{};
-    for (const Side& side : sides) {
-        ++heapStarts[heapOf(side) + 1];
-    }
-    for (std::size_t i = 1; i <= heaps; ++i) {
-        heapStarts[i] += heapStarts[i - 1];
-    }
+// Brings equal edges together: lays the sides out by their higher point, then by their lower one (counting sort; Knuth,
+// The Art of Computer Programming, volume 3, 1973, section 5.2).
+bool CalmPatches::sortSides(std::size_t numPoints) {
     std::vector<Side> sorted(sides.size());
-    std::array<std::size_t, heaps + 1> next = heapStarts;
-    for (std::size_t i = 0; i < sides.size(); ++i) {
-        if (kivIsCancelledAt(i)) {
-            return false;
+    std::vector<std::uint32_t> next;
+    for (std::uint32_t Side::*const end : {&Side::high, &Side::low}) {
+        next.assign(numPoints + 1, 0);
+        for (const Side& side : sides) {
+            ++next[side.*end + 1];
         }
-        sorted[next[heapOf(sides[i])]++] = sides[i];
-    }
-    sides.swap(sorted);
-    for (std::size_t i = 0; i < heaps; ++i) {
-        if (i % 8 == 0 && kivIsCancelledAt(0)) {
-            return false;
+        std::partial_sum(next.begin(), next.end(), next.begin());
+        for (std::size_t i = 0; i < sides.size(); ++i) {
+            if (kivIsCancelledAt(i)) {
+                return false;
+            }
+            sorted[next[sides[i].*end]++] = sides[i];
         }
-        std::sort(sides.begin() + static_cast<std::ptrdiff_t>(heapStarts[i]),
-                  sides.begin() + static_cast<std::ptrdiff_t>(heapStarts[i + 1]), [](const Side& a, const Side& b) {
-                      return a.edge < b.edge || (a.edge == b.edge && a.patch < b.patch);
-                  });
+        sides.swap(sorted);
     }
     return true;
 }
 
 // Patches that meet along an edge.
-bool CalmPatches::findNeighbours() {
+bool CalmPatches::findNeighbours(std::size_t numPoints) {
     if (kivIsCancelledAt(0)) {
         return false;
     }
-    if (!sortSides()) {
+    if (!sortSides(numPoints)) {
         return false;
     }
     std::vector<std::pair<std::uint32_t, std::uint32_t>> pairs;
     for (std::size_t first = 0; first < sides.size();) {
         std::size_t end = first + 1;
-        while (end < sides.size() && sides[end].edge == sides[first].edge) {
+        while (end < sides.size() && sides[end].low == sides[first].low && sides[end].high == sides[first].high) {
             ++end;
         }
         if (end - first == 2 && sides[first].forwards != sides[first + 1].forwards) {
-            pairs.emplace_back(sides[first].patch, sides[first + 1].patch);
+            pairs.emplace_back(std::minmax(sides[first].patch, sides[first + 1].patch));
         } else if (end - first > 1) {
             for (std::size_t i = first; i < end; ++i) {
                 cones[sides[i].patch].angle = wild;

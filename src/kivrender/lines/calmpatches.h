@@ -34,9 +34,10 @@ private:
         KivVec axis;        // of unit length
         double angle = 0.0; // half, in radians; beyond a right angle where the patch is not calm
     };
-    // A side of a patch that no other triangle of its run shares.
+    // A side of a patch that no other triangle of its run shares, between two points.
     struct Side {
-        std::uint64_t edge;
+        std::uint32_t low;
+        std::uint32_t high;
         std::uint32_t patch;
         bool forwards;
     };
@@ -44,8 +45,8 @@ private:
 
     void addRun(const std::vector<KivVec>& points, const std::vector<Corners>& triangles, std::size_t first,
                 std::size_t end, Run& run);
-    bool sortSides();
-    bool findNeighbours();
+    bool sortSides(std::size_t numPoints);
+    bool findNeighbours(std::size_t numPoints);
     bool areCalm(const Cone& one, const Cone& other) const;
 
     std::vector<std::uint32_t> patches;

@@ -3,6 +3,8 @@
 #include "kivrender/scene/kivprogress.h"
 
 #include <algorithm>
+#include <memory>
+#include <numeric>
 
 namespace {
 
@@ -26,31 +28,45 @@ struct Keyed {
     std::uint32_t entry;
 };
 
+constexpr unsigned int digitBits = 12;
+constexpr std::size_t numDigits = 4; // of a key, the lowest first
+constexpr std::size_t digitValues = std::size_t{1} << digitBits;
+
+std::size_t digitOf(std::uint64_t key, std::size_t digit) {
+    return (key >> (digitBits * digit)) & (digitValues - 1);
+}
+
+// Where the entries with each value of each digit begin.
+using Starts = std::array<std::array<std::uint32_t, digitValues>, numDigits>;
+
+bool findStarts(const std::vector<Keyed>& keyed, Starts& starts) {
+    for (std::size_t i = 0; i < keyed.size(); ++i) {
+        if (kivIsCancelledAt(i)) {
+            return false;
+        }
+        for (std::size_t digit = 0; digit < numDigits; ++digit) {
+            ++starts[digit][digitOf(keyed[i].key, digit)];
+        }
+    }
+    for (auto& values : starts) {
+        std::exclusive_scan(values.begin(), values.end(), values.begin(), 0U);
+    }
+    return true;
+}
+
 // By key; equal keys stay in their order (radix sort from the lowest digit). False when the user cancelled.
 bool sortByKey(std::vector<Keyed>& keyed) {
-    constexpr unsigned int digitBits = 12;
-    constexpr std::size_t digits = 1U << digitBits;
+    const auto starts = std::make_unique<Starts>();
+    if (!findStarts(keyed, *starts)) {
+        return false;
+    }
     std::vector<Keyed> other(keyed.size());
-    std::vector<std::size_t> start(digits);
-    for (unsigned int shift = 0; shift < 48; shift += digitBits) {
-        std::fill(start.begin(), start.end(), 0);
+    for (std::size_t digit = 0; digit < numDigits; ++digit) {
         for (std::size_t i = 0; i < keyed.size(); ++i) {
             if (kivIsCancelledAt(i)) {
                 return false;
             }
-            ++start[(keyed[i].key >> shift) & (digits - 1)];
-        }
-        std::size_t sum = 0;
-        for (std::size_t& s : start) {
-            const std::size_t count = s;
-            s = sum;
-            sum += count;
-        }
-        for (std::size_t i = 0; i < keyed.size(); ++i) {
-            if (kivIsCancelledAt(i)) {
-                return false;
-            }
-            other[start[(keyed[i].key >> shift) & (digits - 1)]++] = keyed[i];
+            other[(*starts)[digit][digitOf(keyed[i].key, digit)]++] = keyed[i];
         }
         keyed.swap(other);
     }

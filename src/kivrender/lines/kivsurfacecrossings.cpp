@@ -7,6 +7,7 @@
 #include "kivrender/scene/kivprogress.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 #include <limits>
 #include <tuple>
@@ -23,8 +24,17 @@ constexpr std::size_t piecesPerFace = 4;
 constexpr std::size_t testsOfAnyHeap = 20'000'000;
 constexpr std::size_t testsPerFace = 100;
 
-float outwards(double value, float towards) {
-    return std::nextafter(static_cast<float>(value), towards);
+// The float before or after the nearest one of a value, as of std::nextafter, which is a call that six million of them
+// would feel. Numbers of the same sign are ordered as their bits are.
+float below(double value) {
+    const auto near = static_cast<float>(value);
+    if (near == 0.0F || !std::isfinite(near)) {
+        return std::nextafter(near, -std::numeric_limits<float>::max());
+    }
+    return std::bit_cast<float>(std::bit_cast<std::uint32_t>(near) + (near < 0.0F ? 1U : ~0U));
+}
+float above(double value) {
+    return -below(-value);
 }
 
 } // namespace
@@ -65,7 +75,7 @@ bool KivSurfaceCrossings::find() {
     alongEdges.clear();
     witnesses.clear();
     heap = false;
-    if (faces.empty() || !sortAlongCurve() || !buildLevels() || !findPatches() || !join()) {
+    if (faces.empty() || !sortAlongCurve() || !findPatches() || !buildLevels() || !join()) {
         return faces.empty();
     }
     if (heap) {
@@ -93,10 +103,9 @@ bool KivSurfaceCrossings::sortAlongCurve() {
         const KivVec& a = corners[faces[i].corners[0]];
         const KivVec& b = corners[faces[i].corners[1]];
         const KivVec& c = corners[faces[i].corners[2]];
-        unsorted[i] = {{outwards(std::min({a.x, b.x, c.x}), -most), outwards(std::min({a.y, b.y, c.y}), -most),
-                        outwards(std::min({a.z, b.z, c.z}), -most)},
-                       {outwards(std::max({a.x, b.x, c.x}), most), outwards(std::max({a.y, b.y, c.y}), most),
-                        outwards(std::max({a.z, b.z, c.z}), most)}};
+        unsorted[i] = {
+            {below(std::min({a.x, b.x, c.x})), below(std::min({a.y, b.y, c.y})), below(std::min({a.z, b.z, c.z}))},
+            {above(std::max({a.x, b.x, c.x})), above(std::max({a.y, b.y, c.y})), above(std::max({a.z, b.z, c.z}))}};
         for (std::size_t axis = 0; axis < 3; ++axis) {
             places[i][axis] = 0.5F * unsorted[i].low[axis] + 0.5F * unsorted[i].high[axis];
             low[axis] = std::min(low[axis], places[i][axis]);
@@ -120,28 +129,59 @@ bool KivSurfaceCrossings::sortAlongCurve() {
     return true;
 }
 
+namespace {
+
+template <class Box> void include(Box& box, const Box& other) {
+    for (int axis = 0; axis < 3; ++axis) {
+        box.low[axis] = std::min(box.low[axis], other.low[axis]);
+        box.high[axis] = std::max(box.high[axis], other.high[axis]);
+    }
+}
+
+} // namespace
+
+// Leaves of several patches would reach from one of these to the next, over much that is none of their business.
+bool KivSurfaceCrossings::buildLeaves() {
+    leafStarts.clear();
+    std::vector<Box> leaves;
+    leaves.reserve(faces.size() / 3);
+    for (std::uint32_t i = 0; i < faces.size(); ++i) {
+        if (kivIsCancelledAt(i)) {
+            return false;
+        }
+        if (leafStarts.empty() || i - leafStarts.back() == leafSize || patchOfFace[i] != patchOfFace[i - 1]) {
+            leafStarts.push_back(i);
+            leaves.push_back(boxes[i]);
+        } else {
+            include(leaves.back(), boxes[i]);
+        }
+    }
+    leafStarts.push_back(static_cast<std::uint32_t>(faces.size()));
+    levels.push_back(std::move(leaves));
+    return true;
+}
+
 bool KivSurfaceCrossings::buildLevels() {
-    std::size_t together = leafSize;
-    for (std::size_t count = boxes.size(); count > 1 || levels.empty(); together = 2) {
-        const std::vector<Box>& from = levels.empty() ? boxes : levels.back();
+    if (!buildLeaves()) {
+        return false;
+    }
+    while (levels.back().size() > 1) {
+        const std::vector<Box>& from = levels.back();
         std::vector<Box> level;
-        level.reserve((count + together - 1) / together);
-        for (std::size_t i = 0; i < count; ++i) {
+        level.reserve((from.size() + 1) / 2);
+        for (std::size_t i = 0; i < from.size(); ++i) {
             if (kivIsCancelledAt(i)) {
                 return false;
             }
-            if (i % together == 0) {
+            if (i % 2 == 0) {
                 level.push_back(from[i]);
-                continue;
-            }
-            for (int axis = 0; axis < 3; ++axis) {
-                level.back().low[axis] = std::min(level.back().low[axis], from[i].low[axis]);
-                level.back().high[axis] = std::max(level.back().high[axis], from[i].high[axis]);
+            } else {
+                include(level.back(), from[i]);
             }
         }
-        count = level.size();
         levels.push_back(std::move(level));
     }
+    findPatchesOfNodes();
     return true;
 }
 
@@ -182,20 +222,54 @@ bool KivSurfaceCrossings::findPatches() {
     if (!patches->find(corners, triangles)) {
         return false;
     }
-    patchOfNode.clear();
-    std::size_t together = leafSize;
-    for (std::size_t size = leafSize; size <= CalmPatches::runSize && patchOfNode.size() < levels.size(); size *= 2) {
-        std::vector<std::uint32_t> level(levels[patchOfNode.size()].size(), CalmPatches::none);
-        const std::size_t below = patchOfNode.empty() ? faces.size() : patchOfNode.back().size();
-        for (std::size_t i = 0; i < below; ++i) {
-            const std::uint32_t patch = patchOfNode.empty() ? patches->patchOf(i) : patchOfNode.back()[i];
-            std::uint32_t& node = level[i / together];
-            node = i % together == 0 || node == patch ? patch : CalmPatches::none;
+    patchOfFace.resize(faces.size());
+    for (std::size_t i = 0; i < faces.size(); ++i) {
+        patchOfFace[i] = patches->patchOf(i);
+    }
+    for (std::size_t first = 0; first < faces.size(); first += CalmPatches::runSize) {
+        groupRun(first, std::min(first + CalmPatches::runSize, faces.size()));
+    }
+    return !kivIsCancelledAt(0);
+}
+
+// Brings the faces of each patch of a run together, so that most nodes of the tree are in one.
+void KivSurfaceCrossings::groupRun(std::size_t first, std::size_t end) {
+    const auto begin = patchOfFace.begin() + static_cast<std::ptrdiff_t>(first);
+    if (std::is_sorted(begin, patchOfFace.begin() + static_cast<std::ptrdiff_t>(end))) {
+        return;
+    }
+    struct Member {
+        std::uint32_t patch;
+        Face face;
+        Box box;
+    };
+    std::array<Member, CalmPatches::runSize> run;
+    for (std::size_t i = first; i < end; ++i) {
+        run[i - first] = {patchOfFace[i], faces[i], boxes[i]};
+    }
+    std::stable_sort(run.begin(), run.begin() + static_cast<std::ptrdiff_t>(end - first),
+                     [](const Member& a, const Member& b) { return a.patch < b.patch; });
+    for (std::size_t i = first; i < end; ++i) {
+        patchOfFace[i] = run[i - first].patch;
+        faces[i] = run[i - first].face;
+        boxes[i] = run[i - first].box;
+    }
+}
+
+void KivSurfaceCrossings::findPatchesOfNodes() {
+    patchOfNode.assign(1, std::vector<std::uint32_t>(levels[0].size()));
+    for (std::size_t leaf = 0; leaf < levels[0].size(); ++leaf) {
+        patchOfNode[0][leaf] = patchOfFace[leafStarts[leaf]];
+    }
+    for (std::size_t size = 2 * leafSize; size <= CalmPatches::runSize && patchOfNode.size() < levels.size();
+         size *= 2) {
+        const std::vector<std::uint32_t>& below = patchOfNode.back();
+        std::vector<std::uint32_t> level(levels[patchOfNode.size()].size());
+        for (std::size_t i = 0; i < below.size(); ++i) {
+            level[i / 2] = i % 2 == 0 || level[i / 2] == below[i] ? below[i] : CalmPatches::none;
         }
         patchOfNode.push_back(std::move(level));
-        together = 2;
     }
-    return true;
 }
 
 // Whether nothing under the two nodes can cross.
@@ -269,11 +343,9 @@ bool KivSurfaceCrossings::join() {
 }
 
 void KivSurfaceCrossings::testLeaves(std::size_t one, std::size_t other) {
-    const std::size_t oneEnd = std::min(faces.size(), (one + 1) * leafSize);
-    const std::size_t otherEnd = std::min(faces.size(), (other + 1) * leafSize);
-    for (std::size_t i = one * leafSize; i < oneEnd; ++i) {
-        for (std::size_t k = one == other ? i + 1 : other * leafSize; k < otherEnd; ++k) {
-            if (overlap(boxes[i], boxes[k]) && !patches->keepApart(patches->patchOf(i), patches->patchOf(k))) {
+    for (std::size_t i = leafStarts[one]; i < leafStarts[one + 1]; ++i) {
+        for (std::size_t k = one == other ? i + 1 : leafStarts[other]; k < leafStarts[other + 1]; ++k) {
+            if (overlap(boxes[i], boxes[k]) && !patches->keepApart(patchOfFace[i], patchOfFace[k])) {
                 test(faces[i], faces[k]);
             }
         }

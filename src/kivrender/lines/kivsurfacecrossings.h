@@ -92,8 +92,11 @@ private:
 
     // --- The steps of find; false when the user cancelled.
     bool sortAlongCurve();
+    bool buildLeaves();
     bool buildLevels();
     bool findPatches();
+    void groupRun(std::size_t first, std::size_t end);
+    void findPatchesOfNodes();
     bool keepApart(const Pair& pair) const;
     bool join();
     void testLeaves(std::size_t one, std::size_t other);
@@ -105,10 +108,12 @@ private:
     std::vector<KivVec> corners;
     std::vector<Face> faces; // along a space-filling curve once find was called
     std::vector<Body> bodies;
-    std::vector<std::uint32_t> numbers;                  // of the faces in their bodies, by the order of adding
-    std::vector<Box> boxes;                              // of the faces
-    std::vector<std::vector<Box>> levels;                // of a binary tree over them, leaves first
-    std::unique_ptr<CalmPatches> patches;                // of the faces
+    std::vector<std::uint32_t> numbers;   // of the faces in their bodies, by the order of adding
+    std::vector<Box> boxes;               // of the faces
+    std::vector<std::vector<Box>> levels; // of a binary tree over them, leaves first
+    std::unique_ptr<CalmPatches> patches;
+    std::vector<std::uint32_t> patchOfFace;
+    std::vector<std::uint32_t> leafStarts;               // the first faces of the leaves, and the number of faces
     std::vector<std::vector<std::uint32_t>> patchOfNode; // of the lower levels, where all of a node is in one
     std::vector<std::pair<Witness, KivCrossing>> alongEdges;
     std::vector<Witness> witnesses;

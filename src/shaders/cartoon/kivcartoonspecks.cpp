@@ -70,6 +70,7 @@ public:
                 const KivClipPoint clip = view.clip({vertex.x, vertex.y, vertex.z});
                 places[v] = clip.w > 0.0 ? view.window(clip) : KivWindowPoint{std::nan(""), 0.0, 0.0};
                 isSeen[v] = true;
+                order.push_back(v);
             }
         }
         areas.reserve(corners.size() / 3);
@@ -90,7 +91,7 @@ public:
             add(&corners[i], areas[i / 3], value, edge.at, isBeyond);
         }
         joinAcrossNecks(rules.thinnestNeck);
-        for (const std::uint32_t v : corners) {
+        for (const std::uint32_t v : order) {
             const std::uint32_t part = find(v);
             // Those that meet no other tone along a side are bounded by edges alone.
             if (part != v) {
@@ -99,7 +100,7 @@ public:
                 room[v] = 0.0F;
             }
         }
-        for (const std::uint32_t v : corners) {
+        for (const std::uint32_t v : order) {
             const std::uint32_t part = find(v);
             if (isOpen[part] && room[part] < rules.smallestArea && isBeyond(v)) {
                 batch.vertices[v].*value = above ? edge.below : edge.above;
@@ -203,6 +204,7 @@ private:
 
     KivCartoonBatch& batch;
     Indices corners;
+    Indices order; // each vertex once, where it comes first among the corners
     std::vector<KivWindowPoint> places;
     std::vector<float> areas; // of the triangles
     Indices parts;

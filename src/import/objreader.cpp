@@ -34,7 +34,8 @@ public:
             }
             readLine();
         }
-        checkIndices();
+        checkVertices();
+        dropMissingNormals();
         finish();
         return std::move(file);
     }
@@ -84,6 +85,29 @@ private:
         }
         // Checked against the final count at the end of the file; until then it must not wrap round.
         return static_cast<std::uint32_t>(std::min<std::int64_t>(given - 1, noIndex - 1));
+    }
+
+    // A wrong number costs the normal and not the model, as in other programs; it is checked as above.
+    std::uint32_t normalOf(std::int64_t given) {
+        const auto count = static_cast<std::int64_t>(surface.normals.size());
+        if (given <= 0) {
+            if (given < 0 && -given <= count) {
+                return static_cast<std::uint32_t>(count + given);
+            }
+            missNormal(given, scan.lineNumber());
+            return noIndex;
+        }
+        if (static_cast<std::uint64_t>(given) > latestNormal.index) {
+            latestNormal = {static_cast<std::uint64_t>(given), scan.lineNumber()};
+        }
+        return static_cast<std::uint32_t>(std::min<std::int64_t>(given - 1, noIndex - 1));
+    }
+
+    void missNormal(std::int64_t given, std::uint64_t line) {
+        if (missedNormals++ == 0) {
+            missedNormal = given;
+            missedLine = line;
+        }
     }
 
     // Some programs write a colour behind the coordinates; what is there may also be a weight, or nothing of use.
@@ -147,7 +171,7 @@ private:
                 corner.paint = paintOf(scan.integer("a texture index"));
             }
             if (scan.skip('/') && !scan.atBlank()) {
-                corner.normal = resolve(scan.integer("a normal index"), surface.normals.size(), latestNormal, "normal");
+                corner.normal = normalOf(scan.integer("a normal index"));
             }
         }
         scan.expectBlank();
@@ -188,7 +212,7 @@ private:
     }
 
     void addTriangle(const Corner& a, const Corner& b, const Corner& c) {
-        if ((a.normal != noIndex || b.normal != noIndex || c.normal != noIndex) && surface.cornerNormals.empty()) {
+        if (!hasNormals && (a.normal != noIndex || b.normal != noIndex || c.normal != noIndex)) {
             surface.cornerNormals.assign(surface.corners.size(), noIndex);
             hasNormals = true;
         }
@@ -257,16 +281,35 @@ private:
         return at->second;
     }
 
-    void checkIndices() const {
-        check(latestVertex, surface.positions.size(), "vertex", "vertices");
-        check(latestNormal, surface.normals.size(), "normal", "normals");
+    void checkVertices() const {
+        if (latestVertex.index > surface.positions.size()) {
+            throw ImportError("line " + std::to_string(latestVertex.line) + ": vertex index " +
+                              std::to_string(latestVertex.index) + " is out of range, the file has " +
+                              std::to_string(surface.positions.size()) + " vertices");
+        }
     }
 
-    static void check(const LatestIndex& latest, std::uint64_t count, const char* what, const char* plural) {
-        if (latest.index > count) {
-            throw ImportError("line " + std::to_string(latest.line) + ": " + what + " index " +
-                              std::to_string(latest.index) + " is out of range, the file has " + std::to_string(count) +
-                              " " + plural);
+    // A normal may stand behind the faces that use it.
+    void dropMissingNormals() {
+        if (latestNormal.index > surface.normals.size()) {
+            for (std::uint32_t& normal : surface.cornerNormals) {
+                if (normal != noIndex && normal >= surface.normals.size()) {
+                    normal = noIndex;
+                    missNormal(static_cast<std::int64_t>(latestNormal.index), latestNormal.line);
+                }
+            }
+        }
+        if (missedNormals == 0) {
+            return;
+        }
+        file.parts.warnings.push_back("line " + std::to_string(missedLine) + ": normal index " +
+                                      std::to_string(missedNormal) + " is out of range, the file has " +
+                                      std::to_string(surface.normals.size()) + "; left out are " +
+                                      std::to_string(missedNormals));
+        // Without any the surface has those of its shape, and its winding is looked at.
+        if (std::all_of(surface.cornerNormals.begin(), surface.cornerNormals.end(),
+                        [](std::uint32_t normal) { return normal == noIndex; })) {
+            surface.cornerNormals.clear();
         }
     }
 
@@ -316,6 +359,9 @@ private:
     std::vector<std::uint32_t> points;
     LatestIndex latestVertex;
     LatestIndex latestNormal;
+    std::uint64_t missedNormals = 0; // at corners
+    std::int64_t missedNormal = 0;   // the number of one, and its line
+    std::uint64_t missedLine = 0;
     std::size_t skippedPlaces = 0; // in textures, ahead of any material library
     bool mayHaveColours = true;
     bool understood = false;

@@ -130,8 +130,8 @@ TEST(ObjReader, TellsWhatIsWrongAndWhere) {
         {"negative out of range", square + "f 1 2 -5\n",
          "line 5: vertex index -5 is out of range, there are 4 before it"},
         {"zero", square + "f 0 1 2\n", "line 5: vertex index 0 is out of range, the first has number 1"},
-        {"normal out of range", square + "vn 0 0 1\nf 1//1 2//2 3//1\n",
-         "line 6: normal index 2 is out of range, the file has 1 normals"},
+        {"word for a normal", square + "vn 0 0 1\nf 1//x 2//1 3//1\n",
+         "line 6: a normal index is expected, found \"x\""},
         {"not a number", "v 1 nan 0\n", "line 1: a coordinate is not a finite number"},
         {"infinite", "v 1 2 -inf\n", "line 1: a coordinate is not a finite number"},
         {"overflow", "v 1 2 1e999\n", "line 1: a coordinate is too large, found \"1e999\""},
@@ -156,6 +156,43 @@ TEST(ObjReader, TellsWhatIsWrongAndWhere) {
             EXPECT_STREQ(error.what(), c.message) << c.name;
         }
     }
+}
+
+TEST(ObjReader, AWrongNormalCostsTheNormalAlone) {
+    const struct {
+        const char* face;
+        const char* normals; // after the face
+        Indices left;
+        const char* warning;
+    } cases[] = {
+        {"f 1//1 2//2 3//1\n",
+         "",
+         {0, noIndex, 0},
+         "line 6: normal index 2 is out of range, the file has 1; left out are 1"},
+        {"f 1//1 2//7 3//9\n",
+         "vn 0 1 0\n",
+         {0, noIndex, noIndex},
+         "line 6: normal index 9 is out of range, the file has 2; left out are 2"},
+        {"f 1//1 2//-1 3//-2\n",
+         "vn 0 1 0\n",
+         {0, 0, noIndex},
+         "line 6: normal index -2 is out of range, the file has 2; left out are 1"},
+        {"f 1//0 2//0 3//0\n", "", {}, "line 6: normal index 0 is out of range, the file has 1; left out are 3"},
+        {"f 1//4294967295 2//2 3//1\n",
+         "vn 0 1 0\n",
+         {noIndex, 1, 0},
+         "line 6: normal index 4294967295 is out of range, the file has 2; left out are 1"},
+    };
+    for (const auto& c : cases) {
+        const ModelParts parts = read(square + "vn 0 0 1\n" + c.face + c.normals).parts;
+        ASSERT_EQ(parts.surfaces.size(), 1U) << c.face;
+        EXPECT_EQ(parts.surfaces[0].corners, (Indices{0, 1, 2})) << c.face;
+        EXPECT_EQ(parts.surfaces[0].cornerNormals, c.left) << c.face;
+        EXPECT_EQ(parts.warnings, std::vector<std::string>{c.warning}) << c.face;
+    }
+    const ModelParts fine = read(square + "f 1//1 2//2 3//2\nvn 0 0 1\nvn 0 1 0\n").parts;
+    EXPECT_EQ(fine.surfaces[0].cornerNormals, (Indices{0, 1, 1})) << "normals may come later";
+    EXPECT_TRUE(fine.warnings.empty());
 }
 
 TEST(ObjReader, AFaceHasALargestSize) {

@@ -3,7 +3,7 @@
 #ifndef APPS_CLI_OUTPUTFILE_H
 #define APPS_CLI_OUTPUTFILE_H
 
-#include "apps/cli/leftovers.h"
+#include "apps/common/leftovers.h"
 #include "kivrender/lines/write/kivdrawingwriter.h"
 
 #include <memory>

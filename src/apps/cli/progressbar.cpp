@@ -1,6 +1,6 @@
 #include "apps/cli/progressbar.h"
 
-#include "apps/cli/leftovers.h"
+#include "apps/common/leftovers.h"
 #include "apps/common/translation/translation.h"
 #include "kivrender/platform/kivtext.h"
 

@@ -50,6 +50,7 @@ std::unique_ptr<KivImage> opaqueImageOf(const QImage& picture) {
 FilmFile::FilmFile(const QString& wanted, QSize size, int framesPerSecond) : file(wanted) {
     if (frameName(file, 0).isEmpty()) {
         work = workFile(QFileInfo(file));
+        leftover = std::make_unique<Leftover>(QFile::encodeName(work).toStdString());
         try {
             writer =
                 std::make_unique<FilmWriter>(work.toStdString(), tagSIZE{size.width(), size.height()}, framesPerSecond);
@@ -102,4 +103,5 @@ void FilmFile::finish() {
              QString::fromStdWString(kivSystemErrorText(kivGetLastError())));
     }
     work.clear();
+    leftover.reset();
 }

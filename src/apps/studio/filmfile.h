@@ -3,6 +3,7 @@
 #define APPS_STUDIO_FILMFILE_H
 
 #include "apps/common/filmwriter.h"
+#include "apps/common/leftovers.h"
 
 #include <QImage>
 #include <QString>
@@ -16,7 +17,8 @@ public:
     FilmFile(const QString& file, QSize size, int framesPerSecond);
     FilmFile(const FilmFile&) = delete;
     FilmFile& operator=(const FilmFile&) = delete;
-    // A film that was not finished is removed; pictures stay.
+    // A film that was not finished is removed, also by a signal that ends the program (apps/common/leftovers.h);
+    // pictures stay.
     ~FilmFile();
 
     // The name of a frame that is a picture of its own; empty for films.
@@ -29,7 +31,8 @@ public:
 
 private:
     QString file;
-    QString work; // empty for frames
+    QString work;                       // empty for frames
+    std::unique_ptr<Leftover> leftover; // the same file
     std::unique_ptr<FilmWriter> writer;
     int count = 0;
 };

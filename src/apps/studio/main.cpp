@@ -1,5 +1,6 @@
 // selvarin-studio, the desktop application.
 #include "apps/common/language.h"
+#include "apps/common/leftovers.h"
 #include "apps/common/quietdriver.h"
 #include "apps/common/translation/translation.h"
 #include "apps/studio/studiohost.h"
@@ -22,7 +23,6 @@
 #include <QTranslator>
 
 #include <algorithm>
-#include <csignal>
 #include <cstdio>
 #include <future>
 #include <string>
@@ -120,8 +120,8 @@ int runWindow(const QStringList& files, const std::string& language) {
 int main(int argc, char** argv) {
     quietDriver();
     kivMakeUserFoldersAtOnce(false);
-    // A file above the user's limit is an error of that file, and not the end of the program.
-    std::signal(SIGXFSZ, SIG_IGN);
+    cleanUpOnSignals();
+    cleanUpOnCrashes();
     QCoreApplication::setApplicationName(QStringLiteral("selvarin-studio"));
     QCoreApplication::setApplicationVersion(QStringLiteral(SELVARIN_VERSION));
     QCommandLineParser parser;

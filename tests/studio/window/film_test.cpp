@@ -13,7 +13,11 @@
 #include <QSpinBox>
 
 #include <algorithm>
+#include <csignal>
 #include <stdexcept>
+
+#include <sys/wait.h>
+#include <unistd.h>
 
 namespace {
 
@@ -165,6 +169,28 @@ TEST_F(StudioFilmTest, AFilmReplacesWhatALinkLeadsTo) {
     EXPECT_TRUE(QFileInfo(link).isSymLink());
     EXPECT_EQ(QImageReader(real).size(), QSize(64, 48));
     EXPECT_FALSE(QFileInfo(real).permission(QFileDevice::ReadOther));
+}
+
+// The film is written under another name until it is complete.
+TEST_F(StudioFilmTest, ASignalThatEndsTheProgramLeavesNoPartOfAFilm) {
+    for (const int signal : {SIGTERM, SIGHUP, SIGINT, SIGQUIT, SIGSEGV}) {
+        const pid_t child = fork();
+        ASSERT_GE(child, 0);
+        if (child == 0) {
+            std::signal(signal, SIG_DFL); // also where whoever runs the tests has it ignored, or looks for faults
+            cleanUpOnSignals();
+            cleanUpOnCrashes();
+            const FilmFile film(homeFolder() + "/turn.gif", {64, 48}, 5);
+            if (QDir(homeFolder()).entryList({".turn-*"}, QDir::Files | QDir::Hidden).size() == 1) {
+                raise(signal);
+            }
+            _exit(1);
+        }
+        int status = 0;
+        ASSERT_EQ(waitpid(child, &status, 0), child);
+        EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == signal) << signal;
+        EXPECT_EQ(QDir(homeFolder()).entryList({"*turn*"}, QDir::Files | QDir::Hidden), QStringList()) << signal;
+    }
 }
 
 TEST_F(StudioFilmTest, SidesOfFilmsAreEven) {

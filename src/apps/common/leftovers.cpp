@@ -1,4 +1,4 @@
-#include "apps/cli/leftovers.h"
+#include "apps/common/leftovers.h"
 
 #include <atomic>
 #include <csignal>
@@ -58,4 +58,13 @@ void handleEndSignals(void (*handler)(int)) {
 void cleanUpOnSignals() {
     handleEndSignals(endBySignal);
     std::signal(SIGXFSZ, SIG_IGN);
+}
+
+void cleanUpOnCrashes() {
+    for (const int signal : {SIGQUIT, SIGXCPU, SIGABRT, SIGBUS, SIGFPE, SIGILL, SIGSEGV}) {
+        struct sigaction action = {};
+        if (sigaction(signal, nullptr, &action) == 0 && action.sa_handler == SIG_DFL) {
+            std::signal(signal, endBySignal);
+        }
+    }
 }

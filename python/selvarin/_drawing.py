@@ -1,6 +1,8 @@
 """Drawings: renders as lines and areas."""
 
+import hashlib
 import os
+import re
 from dataclasses import dataclass
 from typing import IO, Any, Dict, List, Optional, Tuple, Union
 
@@ -14,6 +16,15 @@ from ._progress import Progress
 from ._scene import PathLike, as_scene
 from ._style import Style
 from ._warnings import warn_all
+
+
+def _within_a_page(svg: str) -> str:
+    """An SVG that stands in HTML beside others: rules for classes hold for the whole page, so they get the drawing's own
+    id, and a declaration of the encoding is an error in a text (nbconvert)."""
+    svg = svg[svg.index("<svg "):]
+    name = "selvarin-" + hashlib.sha256(svg.encode()).hexdigest()[:16]
+    head, rules, rest = re.split(r"(?<=<style>)|(?=</style>)", svg, maxsplit=2)
+    return head.replace("<svg ", f'<svg id="{name}" ', 1) + re.sub(r"^\.", f"#{name} .", rules, flags=re.MULTILINE) + rest
 
 
 @dataclass(frozen=True)
@@ -78,7 +89,7 @@ class Drawing:
         return self.encode("svg", **sheet).decode("utf-8")
 
     def _repr_svg_(self) -> str:
-        return self.svg()
+        return _within_a_page(self.svg())
 
     def save(self, file: Union[PathLike, IO[bytes]], format: Optional[str] = None, **sheet: Any) -> None:
         """Writes svg, pdf, eps, ps, ai, dxf, hpgl or plt, by the name's ending unless format says which. The file is

@@ -11,7 +11,9 @@ def write_whole(name: str, data: bytes) -> None:
         with open(part, "xb") as file:
             file.write(data)
         os.replace(part, name)
-    except BaseException:
+    except BaseException as error:
         if os.path.exists(part):
             os.unlink(part)
+        if isinstance(error, OSError):
+            raise OSError(error.errno, error.strerror, os.fspath(name)) from None
         raise

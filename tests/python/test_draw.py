@@ -48,7 +48,18 @@ def test_a_drawing_is_an_svg_for_notebooks(drawing):
     root = ElementTree.fromstring(drawing._repr_svg_())
     assert root.tag.endswith("svg")
     assert "green &amp; cube" in drawing.svg()
-    assert drawing.svg() == drawing._repr_svg_()
+
+
+def test_drawings_stand_in_one_page_of_a_notebook(drawing):
+    """nbconvert refuses a declaration, and a rule for a class holds for all drawings of the page."""
+    inline = drawing._repr_svg_()
+    assert inline.startswith('<svg id="selvarin-')
+    name = ElementTree.fromstring(inline).get("id")
+    rules = inline[inline.index("<style>\n") + 8:inline.index("</style>")].splitlines()
+    assert len(rules) > 3 and all(rule.startswith(f"#{name} .") for rule in rules)
+    assert inline.replace(f'id="{name}" ', "").replace(f"#{name} .", ".") == drawing.svg().split("?>\n")[1]
+    other = selvarin.draw(selvarin.Scene(), (20, 20), camera=selvarin.Camera((0, 0, 1), (0, 0, 0)))
+    assert name not in other._repr_svg_()
 
 
 @pytest.mark.parametrize("ending, begin", [("svg", b"<?xml"), ("pdf", b"%PDF"), ("eps", b"%!PS-Adobe"), ("ps", b"%!PS"),

@@ -143,8 +143,9 @@ def test_pictures_are_written_as_a_whole(cube, small, tmp_path):
     (tmp_path / "folder.png").mkdir()
     with pytest.raises(OSError):
         picture.save(tmp_path / "folder.png")
-    with pytest.raises(FileNotFoundError):
+    with pytest.raises(FileNotFoundError) as missing:
         picture.save(tmp_path / "missing" / "a.png")
+    assert missing.value.filename == str(tmp_path / "missing" / "a.png"), "not that of the part"
     assert sorted(p.name for p in tmp_path.iterdir()) == ["a.bmp", "a.gif", "a.jpg", "a.png", "a.tif", "folder.png"]
 
 

@@ -377,6 +377,25 @@ TEST(KivLineEngine, ACrossingSeenAllAroundIsOneClosedStroke) {
     EXPECT_TRUE(ofKind(linesOf(camera, std::move(bodies)), Kind::intersection).empty());
 }
 
+// A bolt and its hole have the same radius, and meshes that run through each other all over.
+TEST(KivLineEngine, RoundSurfacesThatLieOnEachOtherDoNotCross) {
+    const auto ball = [](double x, unsigned int around) {
+        KivLineBody body = engineBody(sphereBody({x, 0.0, 0.0}, 1.5, around, around / 2));
+        for (const KivVec& p : body.surface.points) {
+            body.surface.normals.push_back(kivUnit(p - KivVec{x, 0.0, 0.0}));
+        }
+        body.surface.cornerNormals = body.surface.triangles;
+        body.rules.hidden = true;
+        return body;
+    };
+    const KivCamera camera = cameraAt(false, corner);
+    for (const bool hidden : {false, true}) {
+        EXPECT_TRUE(ofKind(linesOf(camera, {ball(0.0, 24), ball(0.0, 30)}), Kind::intersection, hidden).empty());
+        EXPECT_GT(lengthOf(ofKind(linesOf(camera, {ball(-0.4, 24), ball(0.4, 30)}), Kind::intersection, hidden)),
+                  100.0);
+    }
+}
+
 TEST(KivLineEngine, WhatIsThereTwiceIsDrawnOnce) {
     const LineBody ring = ringBody({0.0, 0.0, 0.0}, 1.5, 0.6, 40, 20);
     const LineBody box = boxBody({-1.0, -1.0, -1.0}, {1.0, 1.0, 1.0});

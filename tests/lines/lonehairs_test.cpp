@@ -33,15 +33,18 @@ std::vector<bool> hairsOf(const Drawn& drawn) {
 
 TEST(LoneHairs, AreShortAndStepBackByLittle) {
     Drawn drawn;
-    drawn.add({100, 100}, {124, 100}, 19.0);
-    drawn.add({200, 100}, {226, 100}, 19.0);
-    drawn.add({300, 100}, {324, 100}, 21.0);
-    drawn.add({400, 100}, {424, 100}, 1.0, KivStrokeKind::crease);
-    EXPECT_EQ(hairsOf(drawn), (std::vector<bool>{true, false, false, false}));
+    drawn.add({100, 100}, {124, 100}, 9.0);
+    drawn.add({200, 100}, {226, 100}, 1.0);
+    drawn.add({300, 100}, {310, 100}, 19.0);
+    drawn.add({400, 100}, {410, 100}, 21.0);
+    drawn.add({100, 200}, {124, 200}, 10.0); // together they hide much
+    drawn.add({200, 200}, {213, 200}, 18.0);
+    drawn.add({300, 200}, {324, 200}, 1.0, KivStrokeKind::crease);
+    EXPECT_EQ(hairsOf(drawn), (std::vector<bool>{true, false, true, false, false, false, false}));
     for (DrawnStroke& stroke : drawn.strokes) {
         stroke.shortest = 0.0; // all are wanted
     }
-    EXPECT_EQ(hairsOf(drawn), std::vector<bool>(4, false));
+    EXPECT_EQ(hairsOf(drawn), std::vector<bool>(7, false));
 }
 
 TEST(LoneHairs, StayWhereTheyRunIntoAStrokeThatStays) {

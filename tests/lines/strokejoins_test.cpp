@@ -48,6 +48,14 @@ public:
         courses.push_back(std::move(course));
     }
 
+    // A chain of one segment that is seen from end to end.
+    void addWhole(const KivVec& from, const KivVec& to, KivStrokeKind kind) {
+        add({from, to}, kind);
+        LineSpan& span = courses.back().spans.back();
+        span.first = 0.0;
+        span.last = 1.0;
+    }
+
     // The last segment of the last chain is a barb.
     void addBarb() {
         courses.back().spans.back().isBarb = true;
@@ -201,3 +209,15 @@ TEST(StrokeJoins, SpecksGoAndSmallFacesStay) {
 }
 
 } // namespace
+
+// Two meshes may cross for less than anyone sees; the edges of a small face are what it has.
+TEST(StrokeJoins, CrossingsAndContoursThatAreSpecksGo) {
+    for (const auto& [kind, lines] : {std::pair(KivStrokeKind::contour, 0U), std::pair(KivStrokeKind::intersection, 0U),
+                                      std::pair(KivStrokeKind::edge, 1U)}) {
+        for (const double length : {1.9, 2.1}) {
+            Drawing drawing;
+            drawing.addWhole({0.0, 0.0, 0.0}, {length, 0.0, 0.0}, kind);
+            EXPECT_EQ(drawing.lines().size(), length < 2.0 ? lines : 1U) << length;
+        }
+    }
+}

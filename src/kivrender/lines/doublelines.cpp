@@ -1,90 +1,42 @@
 #include "kivrender/lines/doublelines.h"
 
+#include "kivrender/lines/evenpart.h"
+#include "kivrender/lines/stretchindex.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
-#include <unordered_map>
 #include <utility>
 
 namespace {
 
 constexpr double nearby = 0.05;   // lines that lie nearer, in pixels, are one
 constexpr double leastRest = 0.1; // what is left of a line between others, in pixels, is rounding
-constexpr double cell = 16.0;
-constexpr std::size_t fullCell = 256; // more lines in one cell, and some may be drawn twice: the time stays bounded
-
-struct Stretch {
-    KivPicturePoint start;
-    KivPicturePoint end;
-};
 
 // A part of a stretch, from 0 at its start to 1 at its end.
 using Part = std::pair<double, double>;
 
-// The lines drawn so far, by cells of the picture.
+// The lines drawn so far.
 class Drawn {
 public:
     void add(const Stretch& line) {
-        const auto number = static_cast<std::uint32_t>(lines.size());
-        lines.push_back(line);
-        asked.push_back(0);
-        std::uint64_t before = 0;
-        forSteps(line, [&](std::int64_t x, std::int64_t y) {
-            std::vector<std::uint32_t>& here = cells[keyOf(x, y)];
-            if (keyOf(x, y) != before && here.size() < fullCell) {
-                here.push_back(number);
-            }
-            before = keyOf(x, y);
-        });
+        lines.add(line);
     }
-
     // The parts of the line that lie on lines drawn so far, sorted and joined.
     const std::vector<Part>& partsOf(const Stretch& line) {
         found.clear();
-        ++questions;
-        forSteps(line, [&](std::int64_t x, std::int64_t y) {
-            for (std::int64_t i = x - 1; i <= x + 1; ++i) {
-                for (std::int64_t k = y - 1; k <= y + 1; ++k) {
-                    const auto here = cells.find(keyOf(i, k));
-                    if (here != cells.end()) {
-                        takeAll(line, here->second);
-                    }
-                }
-            }
-        });
+        for (const std::uint32_t number : lines.near(line)) {
+            take(line, lines[number]);
+        }
         join();
         return found;
     }
-    // Lines that were looked at in cells, since the last call.
+    // Lines that were looked at, since the last call.
     std::size_t takeWork() {
-        return std::exchange(work, 0);
+        return lines.takeWork();
     }
 
 private:
-    static std::uint64_t keyOf(std::int64_t x, std::int64_t y) {
-        return static_cast<std::uint64_t>(x) << 32U ^ (static_cast<std::uint64_t>(y) & 0xFFFFFFFFU);
-    }
-    // Half a cell at a time, so that no cell is left out but for ones whose neighbours are visited.
-    template <class Visit> static void forSteps(const Stretch& line, Visit visit) {
-        const double dx = line.end.x - line.start.x;
-        const double dy = line.end.y - line.start.y;
-        const int steps = static_cast<int>(std::clamp(std::ceil(std::hypot(dx, dy) / (0.5 * cell)), 1.0, 1e5));
-        for (int i = 0; i <= steps; ++i) {
-            const double part = static_cast<double>(i) / steps;
-            visit(static_cast<std::int64_t>(std::floor((line.start.x + dx * part) / cell)),
-                  static_cast<std::int64_t>(std::floor((line.start.y + dy * part) / cell)));
-        }
-    }
-    // A line lies in many cells, and counts once.
-    void takeAll(const Stretch& line, const std::vector<std::uint32_t>& numbers) {
-        work += numbers.size() + 1;
-        for (const std::uint32_t number : numbers) {
-            if (asked[number] != questions) {
-                asked[number] = questions;
-                take(line, lines[number]);
-            }
-        }
-    }
     void take(const Stretch& line, const Stretch& other) {
         const double dx = line.end.x - line.start.x;
         const double dy = line.end.y - line.start.y;
@@ -129,11 +81,7 @@ private:
         found.resize(found.empty() ? 0 : kept + 1);
     }
 
-    std::vector<Stretch> lines;
-    std::unordered_map<std::uint64_t, std::vector<std::uint32_t>> cells;
-    std::vector<std::uint32_t> asked; // the last question in which each line was looked at
-    std::uint32_t questions = 0;
-    std::size_t work = 0;
+    StretchIndex lines;
     std::vector<Part> found;
 };
 
@@ -193,9 +141,7 @@ private:
         const double depthFirst = view.toCamera(segment.at(span.first)).z;
         const double depthLast = view.toCamera(segment.at(span.last)).z;
         const auto cut = [&](double at, double* parameter, KivPicturePoint* place) {
-            // Even steps in the picture are uneven ones in a view with perspective.
-            const double even =
-                view.isPerspective() ? at * depthFirst / (at * depthFirst + (1.0 - at) * depthLast) : at;
+            const double even = kivEvenPart(view, depthFirst, depthLast, at);
             *parameter = span.first + (span.last - span.first) * even;
             *place = {span.start.x + (span.end.x - span.start.x) * at, span.start.y + (span.end.y - span.start.y) * at};
         };

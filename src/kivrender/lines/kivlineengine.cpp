@@ -10,6 +10,7 @@
 #include "kivrender/lines/regions/polledsort.h"
 #include "kivrender/lines/strokejoins.h"
 #include "kivrender/lines/surfacelines.h"
+#include "kivrender/lines/touchingfaces.h"
 #include "kivrender/scene/kivprogress.h"
 
 #include <algorithm>
@@ -153,7 +154,9 @@ private:
         }
         isCutShort = isCutShort || crossings.isHeap();
         for (const KivCrossing& piece : crossings.pieces()) {
-            if (!isSame(piece.from, piece.to)) {
+            const MeshFace one = {sources[bodies[piece.bodies[0]]].body.surface, piece.triangles[0]};
+            const MeshFace other = {sources[bodies[piece.bodies[1]]].body.surface, piece.triangles[1]};
+            if (!isSame(piece.from, piece.to) && !kivFacesTouch(one, other, piece.from, piece.to)) {
                 LineSegment line;
                 line.a = piece.from;
                 line.b = piece.to;

@@ -12,6 +12,8 @@ namespace {
 // is longer, or steps back by more than it is long.
 constexpr double longestHair = 5.0;
 constexpr double highestHair = 4.0;
+// Nor does noise hide as much: the length times the step, against the square of the shortest weak line.
+constexpr double largestHair = 9.0;
 
 // In pixels.
 constexpr double touch = 3.0;
@@ -58,8 +60,10 @@ public:
 
 private:
     static bool isHair(const DrawnStroke& stroke) {
+        const double shortest = stroke.shortest;
         return stroke.line->kind == KivStrokeKind::contour && !stroke.line->hidden &&
-               stroke.length < longestHair * stroke.shortest && stroke.step < highestHair * stroke.shortest;
+               stroke.length < longestHair * shortest && stroke.step < highestHair * shortest &&
+               stroke.length * stroke.step < largestHair * shortest * shortest;
     }
     void enter(std::size_t i, bool isHair) {
         const KivFoundLine& line = *strokes[i].line;

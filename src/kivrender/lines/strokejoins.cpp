@@ -463,14 +463,15 @@ private:
         return kivLoneHairs(strokes);
     }
 
-    // Too short to be seen: an interpolated contour, or a rest of a line; the edges of a small face stay.
+    // Too short to be seen: a contour, a crossing, or a rest of a line; the edges of a small face stay.
     static bool isSpeck(const KivFoundLine& line) {
         double length = 0.0;
         for (std::size_t i = 1; i < line.picture.size() && length < lineSpeck; ++i) {
             length += std::hypot(line.picture[i].x - line.picture[i - 1].x, line.picture[i].y - line.picture[i - 1].y);
         }
         const bool isWhole = line.closed || (line.startsFree && line.endsFree);
-        return length < lineSpeck && (!isWhole || line.kind == KivStrokeKind::contour || length == 0.0);
+        const bool isFound = line.kind == KivStrokeKind::contour || line.kind == KivStrokeKind::intersection;
+        return length < lineSpeck && (!isWhole || isFound || length == 0.0);
     }
 
     const KivOccluders& occluders;

@@ -1,6 +1,7 @@
 #include "kivlinepage.h"
 
 #include "kivrender/geometry/kivrestsurface.h"
+#include "kivrender/lines/kivtidylines.h"
 #include "kivrender/scene/kivmesh.h"
 #include "kivrender/scene/kivprogress.h"
 #include "kivrender/shader/kivdrawing.h"
@@ -122,8 +123,16 @@ bool KivLinePage::find() {
     if (collected != nullptr) {
         collected->linesAreCutShort = collected->linesAreCutShort || engine.isCutShort();
     }
-    std::size_t work = 0;
+    std::vector<KivPennedLine> lines;
+    lines.reserve(engine.lines().size());
     for (const KivFoundLine& line : engine.lines()) {
+        lines.push_back({line, widthOf(sources[line.source], line.kind) * sources[line.source].part});
+    }
+    if (collected != nullptr && !kivTidyLines(engine.occluders().view(), collected->effort, lines)) {
+        return false;
+    }
+    std::size_t work = 0;
+    for (const auto& [line, width] : lines) {
         constexpr std::size_t pointsPerPoll = 10000;
         work += line.picture.size() + 1;
         if (work > pointsPerPoll) {
@@ -132,10 +141,9 @@ bool KivLinePage::find() {
                 return false;
             }
         }
-        const Source& source = sources[line.source];
         KivStroke stroke = kivStrokeOf(line, tolerance);
-        stroke.color = source.color;
-        stroke.width = widthOf(source, line.kind) * source.part;
+        stroke.color = sources[line.source].color;
+        stroke.width = width;
         addStroke(std::move(stroke));
     }
     return true;

@@ -1,0 +1,222 @@
+#include "kivrender/lines/kivtidylines.h"
+
+#include "kivrender/lines/evenpart.h"
+#include "kivrender/lines/lineneighbours.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <limits>
+#include <tuple>
+#include <utility>
+
+namespace {
+
+// A line that only crosses another is beside it for a little: in times of the reach. It takes an angle of less than 10
+// degrees to stay beside it for longer.
+constexpr double shortestRun = 12.0;
+// A dash is as long as so many widths of the pen that draws what is seen (ISO 128).
+constexpr double dash = 6.0;
+constexpr double rounding = 0.1; // in pixels
+
+// The lines of a small detail run together where what is between them is narrower than half of a line.
+constexpr double crowded = 0.75;
+constexpr double crowdedPart = 0.5; // of the length
+constexpr double largestDetail = 16.0;
+constexpr double narrowPen = 0.5;
+
+double lengthOf(const KivFoundLine& line) {
+    return kivForStretches(line, [](const Stretch&, double) {});
+}
+
+double extentOf(const KivFoundLine& line) {
+    constexpr double infinity = std::numeric_limits<double>::infinity();
+    KivPicturePoint low = {infinity, infinity};
+    KivPicturePoint high = {-infinity, -infinity};
+    for (const KivPicturePoint& p : line.picture) {
+        low = {std::min(low.x, p.x), std::min(low.y, p.y)};
+        high = {std::max(high.x, p.x), std::max(high.y, p.y)};
+    }
+    return std::hypot(high.x - low.x, high.y - low.y);
+}
+
+class Tidier {
+public:
+    Tidier(const KivLineView& seenFrom, double effort, std::vector<KivPennedLine>& all)
+        : view(seenFrom), budget(LineBudget::allowance(pointsOf(all), effort)), lines(all) {}
+
+    bool tidy() {
+        for (std::uint32_t i = 0; i < lines.size() && budget.goesOn(); ++i) {
+            if (!lines[i].line.hidden && lines[i].width > 0.0) {
+                neighbours.add(lines[i].line, i, budget);
+            }
+        }
+        thinDetails();
+        takeOutHidden();
+        return !budget.isCancelled();
+    }
+
+private:
+    static std::size_t pointsOf(const std::vector<KivPennedLine>& all) {
+        std::size_t points = 0;
+        for (const KivPennedLine& penned : all) {
+            points += penned.line.picture.size();
+        }
+        return points;
+    }
+
+    // Tangent edges are narrow already.
+    void thinDetails() {
+        std::vector<std::uint32_t> narrow;
+        for (std::uint32_t i = 0; i < lines.size() && budget.goesOn(); ++i) {
+            const KivFoundLine& line = lines[i].line;
+            const bool mayBe = !line.hidden && line.kind != KivStrokeKind::tangent && lines[i].width > 0.0;
+            if (mayBe && extentOf(line) <= largestDetail * lines[i].width && isCrowded(i)) {
+                narrow.push_back(i);
+            }
+        }
+        for (const std::uint32_t i : narrow) {
+            lines[i].width *= narrowPen;
+        }
+    }
+    bool isCrowded(std::uint32_t i) {
+        double beside = 0.0;
+        const auto reachOf = [&](std::uint32_t other) { return crowded * (lines[other].width + lines[i].width); };
+        for (const LineRun& run : neighbours.runsOf(lines[i].line, i, reachOf, budget)) {
+            beside += run.to - run.from;
+        }
+        return beside > crowdedPart * lengthOf(lines[i].line);
+    }
+
+    // The longest come first, so that of two the more telling one stays.
+    std::vector<std::uint32_t> hiddenInOrder() const {
+        std::vector<std::tuple<KivStrokeKind, double, std::uint32_t>> order;
+        for (std::uint32_t i = 0; i < lines.size(); ++i) {
+            if (lines[i].line.hidden && lines[i].width > 0.0 && lines[i].line.picture.size() > 1) {
+                order.emplace_back(lines[i].line.kind, -lengthOf(lines[i].line), i);
+            }
+        }
+        std::sort(order.begin(), order.end());
+        std::vector<std::uint32_t> numbers;
+        for (const auto& [kind, length, number] : order) {
+            numbers.push_back(number);
+        }
+        return numbers;
+    }
+    void takeOutHidden() {
+        std::vector<std::vector<KivFoundLine>> rests(lines.size());
+        std::vector<bool> isCut(lines.size(), false);
+        for (const std::uint32_t i : hiddenInOrder()) {
+            if (!budget.goesOn()) {
+                break;
+            }
+            std::vector<LineRun> kept;
+            isCut[i] = keptOf(i, kept);
+            for (const LineRun& run : kept) {
+                rests[i].push_back(partOf(lines[i].line, run));
+                neighbours.add(rests[i].back(), i, budget);
+            }
+            if (!isCut[i]) {
+                neighbours.add(lines[i].line, i, budget);
+            }
+        }
+        replaceCut(isCut, rests);
+    }
+    void replaceCut(const std::vector<bool>& isCut, std::vector<std::vector<KivFoundLine>>& rests) {
+        std::vector<KivPennedLine> result;
+        result.reserve(lines.size());
+        for (std::size_t i = 0; i < lines.size(); ++i) {
+            if (!isCut[i]) {
+                result.push_back(std::move(lines[i]));
+            }
+            for (KivFoundLine& rest : rests[i]) {
+                result.push_back({std::move(rest), lines[i].width});
+            }
+        }
+        lines.swap(result);
+    }
+
+    // True if anything is taken out of a hidden line; the runs are the rest then.
+    bool keptOf(std::uint32_t i, std::vector<LineRun>& kept) {
+        const double length = lengthOf(lines[i].line);
+        const auto reachOf = [&](std::uint32_t other) {
+            return lines[other].line.hidden ? (other == i ? 0.0 : 0.5 * std::max(lines[other].width, lines[i].width))
+                                            : lines[other].width;
+        };
+        double done = 0.0;
+        for (const LineRun& run : neighbours.runsOf(lines[i].line, i, reachOf, budget)) {
+            const bool isAll = run.from < run.reach && run.to > length - run.reach;
+            if (isAll || run.to - run.from > shortestRun * run.reach) {
+                addKept(done, run.from, kept);
+                done = run.to;
+            }
+        }
+        if (done == 0.0) {
+            return false;
+        }
+        addKept(done, length, kept);
+        const bool goesOn = lines[i].line.closed && kept.size() > 1;
+        if (goesOn && kept.front().from == 0.0 && kept.back().to == length) {
+            kept.back().to += kept.front().to;
+            kept.erase(kept.begin());
+        }
+        std::erase_if(kept, [&](const LineRun& run) { return run.to - run.from < dash * lines[i].width; });
+        return true;
+    }
+    static void addKept(double from, double to, std::vector<LineRun>& kept) {
+        if (to - from > rounding) {
+            kept.push_back({from, to, 0.0});
+        }
+    }
+
+    KivFoundLine partOf(const KivFoundLine& line, const LineRun& run) const {
+        KivFoundLine part;
+        part.source = line.source;
+        part.object = line.object;
+        part.kind = line.kind;
+        part.hidden = true;
+        const double length = lengthOf(line);
+        part.startsFree = line.startsFree && run.from == 0.0;
+        part.endsFree = line.endsFree && run.to == length;
+        for (int round = 0; round < (run.to > length ? 2 : 1); ++round) {
+            std::size_t i = 0;
+            kivForStretches(line, [&](const Stretch& stretch, double at) {
+                addPart(line, i, stretch, at + round * length, run, part);
+                ++i;
+            });
+        }
+        return part;
+    }
+    // What lies within the run of the stretch that begins at point i.
+    void addPart(const KivFoundLine& line, std::size_t i, const Stretch& stretch, double at, const LineRun& run,
+                 KivFoundLine& part) const {
+        const double length = kivLengthOf(stretch);
+        const double from = length > 0.0 ? std::clamp((run.from - at) / length, 0.0, 1.0) : 0.0;
+        const double to = length > 0.0 ? std::clamp((run.to - at) / length, 0.0, 1.0) : 0.0;
+        if (!(from < to)) {
+            return;
+        }
+        const KivVec& a = line.space[i];
+        const KivVec& b = line.space[i + 1 == line.space.size() ? 0 : i + 1];
+        for (const double t : {from, to}) {
+            if (t == from && !part.picture.empty()) {
+                continue;
+            }
+            part.picture.push_back({stretch.start.x + (stretch.end.x - stretch.start.x) * t,
+                                    stretch.start.y + (stretch.end.y - stretch.start.y) * t});
+            const double even = kivEvenPart(view, view.toCamera(a).z, view.toCamera(b).z, t);
+            part.space.push_back(a + (b - a) * even);
+        }
+    }
+
+    const KivLineView& view;
+    LineBudget budget;
+    std::vector<KivPennedLine>& lines;
+    LineNeighbours neighbours;
+};
+
+} // namespace
+
+bool kivTidyLines(const KivLineView& view, double effort, std::vector<KivPennedLine>& lines) {
+    return Tidier(view, effort, lines).tidy();
+}

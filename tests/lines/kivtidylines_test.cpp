@@ -24,6 +24,7 @@ public:
              bool closed = false) {
         KivPennedLine penned;
         penned.width = width;
+        penned.mayBeNarrow = true;
         penned.line.kind = kind;
         penned.line.hidden = hidden;
         penned.line.closed = closed;
@@ -177,9 +178,11 @@ TEST(KivTidyLines, SmallDetailsAreDrawnWithTheNarrowPen) {
     drawing.add(level(-90.0, -10.0, -30.0), 2.0, false);                     // long
     drawing.add(level(-90.0, -10.0, -32.0), 2.0, false);
     drawing.add(level(0.0, 20.0, 5.0), 1.0, false, KivStrokeKind::tangent);
+    drawing.add(level(0.0, 20.0, 6.0), 2.0, false);
+    drawing.lines.back().mayBeNarrow = false;
     drawing.tidy();
-    ASSERT_EQ(drawing.lines.size(), 7U);
-    const std::vector<double> widths = {1.0, 1.0, 1.0, 2.0, 2.0, 2.0, 1.0};
+    ASSERT_EQ(drawing.lines.size(), 8U);
+    const std::vector<double> widths = {1.0, 1.0, 1.0, 2.0, 2.0, 2.0, 1.0, 2.0};
     for (std::size_t i = 0; i < widths.size(); ++i) {
         EXPECT_EQ(drawing.lines[i].width, widths[i]) << i;
     }

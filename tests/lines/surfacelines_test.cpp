@@ -54,3 +54,25 @@ TEST(SurfaceLines, NormalsOfAPlainMeshAreItsFacets) {
     plain.namedEdges.clear();
     EXPECT_TRUE(contoursOf(plain).empty());
 }
+
+// Two skins whose gap a narrow strip closes: the eye sees them end there, although nothing bends much and no mesh ends.
+TEST(SurfaceLines, AJunctionAtWhichEverySheetTurnsBackIsAContour) {
+    KivSurface surface;
+    surface.points = {{0, -10, 0}, {0, 10, 0}, {-10, 0, 1}, {-10, 0, -1}, {-0.1, 0, -1}};
+    surface.triangles = {{0, 1, 2}, {0, 1, 3}, {0, 1, 4}};
+    surface.sources = {0, 1, 2};
+    const auto contoursAlong = [&] {
+        const KivCamera camera = lineCamera(KivCamera::orthographic, {0.0, 0.0, 100.0}, 20.0, 1.0, 200.0);
+        SurfaceLines lines;
+        EXPECT_TRUE(kivSurfaceLines(surface, {}, KivLineView(camera, 400.0, 400.0), {}, lines));
+        int found = 0;
+        for (const LineSegment& segment : lines.segments) {
+            const bool isThere = segment.a.x == 0.0 && segment.b.x == 0.0;
+            found += isThere && segment.kind == KivStrokeKind::contour ? 1 : 0;
+        }
+        return found;
+    };
+    EXPECT_EQ(contoursAlong(), 1);
+    surface.points[3].x = 10.0;
+    EXPECT_EQ(contoursAlong(), 0);
+}

@@ -70,8 +70,8 @@ private:
         std::vector<std::uint32_t> narrow;
         for (std::uint32_t i = 0; i < lines.size() && budget.goesOn(); ++i) {
             const KivFoundLine& line = lines[i].line;
-            const bool mayBe = !line.hidden && line.kind != KivStrokeKind::tangent && lines[i].width > 0.0;
-            if (mayBe && extentOf(line) <= largestDetail * lines[i].width && isCrowded(i)) {
+            const bool mayBe = lines[i].mayBeNarrow && !line.hidden && line.kind != KivStrokeKind::tangent;
+            if (mayBe && lines[i].width > 0.0 && extentOf(line) <= largestDetail * lines[i].width && isCrowded(i)) {
                 narrow.push_back(i);
             }
         }
@@ -130,7 +130,7 @@ private:
                 result.push_back(std::move(lines[i]));
             }
             for (KivFoundLine& rest : rests[i]) {
-                result.push_back({std::move(rest), lines[i].width});
+                result.push_back({std::move(rest), lines[i].width, lines[i].mayBeNarrow});
             }
         }
         lines.swap(result);

@@ -2,8 +2,9 @@
 //
 // A hidden line beside a seen one, no farther away than that one is wide, says nothing and muddles both: it is not
 // drawn there. Of two hidden lines that would touch, one is drawn, as dashes in each other's gaps look like one whole
-// line. No rest that is shorter than a dash stays of either. Seen lines stay where they are, all of them; small details
-// whose lines would run together are drawn with the narrow pen, half as wide (ISO 128).
+// line. No rest that is shorter than a dash stays of either. Seen lines stay where they are, all of them; where the
+// lines of a small detail of a technical part would run together, they are drawn with the narrow pen, half as wide (ISO
+// 128).
 #ifndef KIVRENDER_LINES_KIVTIDYLINES_H
 #define KIVRENDER_LINES_KIVTIDYLINES_H
 
@@ -17,6 +18,7 @@
 struct KivPennedLine {
     KivFoundLine line;
     double width = 1.0;
+    bool mayBeNarrow = false; // of a technical part; pictures of others have lines of one width, and so have drawings
 };
 
 // Lines of one view. Those that stay keep their order; effort is that of KivVectorDrawing: where the work ends before

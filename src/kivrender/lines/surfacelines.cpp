@@ -1,6 +1,7 @@
 #include "kivrender/lines/surfacelines.h"
 
 #include "kivrender/lines/curveorder.h"
+#include "kivrender/lines/junctionfolds.h"
 #include "kivrender/lines/smoothsurface.h"
 
 #include <algorithm>
@@ -52,7 +53,8 @@ public:
             const KivVec toViewer = viewer.toViewer(surface.points[smooth.points[i]]);
             facing[i] = kivDot(smooth.normals[i], toViewer) - edgeOn * kivLength(toViewer);
         }
-        return addEdges() && (!rules.features.silhouettes || (addContours() && findNeighbours()));
+        return junctions.find(surface, wings) && addEdges() &&
+               (!rules.features.silhouettes || (addContours() && findNeighbours()));
     }
 
 private:
@@ -107,12 +109,19 @@ private:
                 add(wing, 0.0, 1.0, KivStrokeKind::boundary);
             }
         } else if (wing.junction) {
-            addRest(i, 0.0, 1.0);
+            addJunction(i);
         } else if (smooth.oriented[i]) {
             addSharp(i);
         } else if (rules.features.silhouettes &&
                    kivFeatureIsFold(surface.points[wing.a], surface.points[wing.b], surface.points[wing.left],
                                     surface.points[wing.right], viewer)) {
+            addFold(i, 0.0, 1.0);
+        } else {
+            addRest(i, 0.0, 1.0);
+        }
+    }
+    void addJunction(std::size_t i) {
+        if (rules.features.silhouettes && junctions.isFold(wings[i], viewer)) {
             addFold(i, 0.0, 1.0);
         } else {
             addRest(i, 0.0, 1.0);
@@ -347,6 +356,7 @@ private:
     SurfaceLines& lines;
     std::vector<KivFeatureWing> wings;
     std::vector<bool> creases;
+    JunctionFolds junctions;
     SmoothSurface smooth;
     std::vector<double> facing; // of the normals: above 0 towards the viewer
 };

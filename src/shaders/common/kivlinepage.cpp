@@ -47,6 +47,7 @@ void KivLinePage::addMesh(const KivMesh& mesh, std::uint32_t object, const KivLi
     source.part = part;
     source.body.surface = kivReadSurface(mesh);
     source.rest = kivRestSurface(mesh, source.body.surface);
+    source.isTechnical = source.body.surface.namesEdges;
     source.body.object = object;
     source.body.hides = false;
     source.body.rules.features = look.rules;
@@ -126,13 +127,15 @@ bool KivLinePage::find() {
     std::vector<KivPennedLine> lines;
     lines.reserve(engine.lines().size());
     for (const KivFoundLine& line : engine.lines()) {
-        lines.push_back({line, widthOf(sources[line.source], line.kind) * sources[line.source].part});
+        const Source& source = sources[line.source];
+        lines.push_back({line, widthOf(source, line.kind) * source.part, source.isTechnical});
     }
     if (collected != nullptr && !kivTidyLines(engine.occluders().view(), collected->effort, lines)) {
         return false;
     }
     std::size_t work = 0;
-    for (const auto& [line, width] : lines) {
+    for (const KivPennedLine& penned : lines) {
+        const KivFoundLine& line = penned.line;
         constexpr std::size_t pointsPerPoll = 10000;
         work += line.picture.size() + 1;
         if (work > pointsPerPoll) {
@@ -143,7 +146,7 @@ bool KivLinePage::find() {
         }
         KivStroke stroke = kivStrokeOf(line, tolerance);
         stroke.color = sources[line.source].color;
-        stroke.width = width;
+        stroke.width = penned.width;
         addStroke(std::move(stroke));
     }
     return true;

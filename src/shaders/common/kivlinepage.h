@@ -50,6 +50,7 @@ private:
         std::uint32_t color = 0;
         KivLineLook look;
         double part = 1.0;
+        bool isTechnical = false; // the model names its edges
     };
     using Path = std::vector<KivPicturePoint>;
 

@@ -1,4 +1,4 @@
-// How noisy a surface is, told by the normals at its points.
+// How noisy a surface is, told by the discrete Laplacian of its normals (Taubin 1995).
 #ifndef KIVRENDER_GEOMETRY_KIVNORMALNOISE_H
 #define KIVRENDER_GEOMETRY_KIVNORMALNOISE_H
 

@@ -1,5 +1,5 @@
-// From a polyline in the picture to the few lines and cubic Bézier curves that a person would draw: straight runs
-// become one line each, corners stay corners, everything between is curves that run into each other without a kink.
+// From a polyline in the picture to the few lines and cubic Bézier curves that a person would draw (Schneider 1990):
+// straight runs become one line each, corners stay, everything between is curves that join without a kink.
 #ifndef KIVRENDER_LINES_CURVEFIT_H
 #define KIVRENDER_LINES_CURVEFIT_H
 

@@ -1,4 +1,4 @@
-// Circles, ellipses and arcs of them: what a line in the picture is where it is one, so that it can be written as such.
+// Circles (Kasa 1976), ellipses (Halir, Flusser 1998) and arcs: what a line is where it is one, to be written as such.
 //
 // DXF and HPGL have circles and arcs of their own, and a CAD program that reads them can measure a radius where a run
 // of short lines would have none. Nothing here throws or knows a page; the space is that of the picture, in pixels.

@@ -9,7 +9,7 @@
 //     const std::vector<bool> creases = kivFeatureCreases(surface, wings, rules);
 //     ... // and for each view the edges that are drawn
 //
-// A crease is told by the dihedral angle at the edge, a silhouette by the signs of both triangles towards the viewer.
+// A crease is told by the dihedral angle at the edge, a silhouette by the signs of both triangles (Appel 1967).
 #ifndef KIVRENDER_LINES_KIVFEATUREEDGES_H
 #define KIVRENDER_LINES_KIVFEATUREEDGES_H
 

@@ -3,7 +3,7 @@
 //
 // Sorting by a depth for each primitive, which is the usual way, puts many of them in the wrong order: a large area and
 // a small one before it, a steep one beside a flat one. Here each two that lie over one another are compared where they
-// do, exactly, and all others are free.
+// do, exactly, and all others are free (after Newell, Newell and Sancha, 1972).
 //
 // Lines lie over the surfaces that they belong to. Of what lies in one plane the later drawn lies on top.
 #ifndef KIVRENDER_VECTOR_PAINTERSORDER_H

@@ -1,5 +1,5 @@
-// Divides the window into squares in which few faces meet. What lies wholly behind a face that fills a square is left
-// out of that square's parts, so that depth costs nothing where one face covers much.
+// Divides the window into squares in which few faces meet (Warnock 1969). What lies wholly behind a face that fills a
+// square is left out of that square's parts, so that depth costs nothing where one face covers much.
 //
 // Where many faces meet a square is divided only if that makes less work in the end: what grows with the square of the
 // number of faces in its parts. To find out is bounded: what may be counted is dealt out evenly over the picture, and

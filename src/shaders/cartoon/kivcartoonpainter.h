@@ -1,4 +1,5 @@
-// Draws a batch of the cartoon shader with OpenGL: the ramps as one-dimensional textures, the vertices from arrays.
+// Draws a batch of the cartoon shader with OpenGL: the ramps as one-dimensional textures (Lake, Marshall, Harris and
+// Blackstein, Stylized Rendering Techniques for Scalable Real-Time 3D Animation, 2000), the vertices from arrays.
 #ifndef SHADERS_CARTOON_KIVCARTOONPAINTER_H
 #define SHADERS_CARTOON_KIVCARTOONPAINTER_H
 
@@ -13,7 +14,8 @@ std::vector<KivRampEntry> kivHighlightRamp(const KivCartoonColors& colors);
 // How far each incidence lies between the darkest band and the lightest.
 std::vector<KivRampEntry> kivLevelRamp(const KivCartoonBands& bands);
 
-// How far a shine of 1 is from the mirror direction is 0 degrees; a shine of 0 stands for 60 degrees and more.
+// Of the cosine between the normal and the half vector (Blinn, Models of Light Reflection for Computer Synthesized
+// Pictures, 1977): a shine of 1 is the mirror direction itself, 0 stands for 60 degrees and more from it.
 double kivShineOfCosine(double cosine);
 
 // One at a time for a context; makes its textures there and must end while that context is current.

@@ -16,8 +16,8 @@ struct KivSmoothMesh {
 
 // Triangles are first turned so that neighbours across an edge that only they share agree; a closed piece is then
 // turned outwards. At each corner the normals of the triangles around it that bend by less than creaseAngle (degrees)
-// from the corner's own are averaged, each weighed by its angle there. The triangles come in the surface's order, with
-// the turned winding.
+// from the corner's own are averaged by their angle there (Thuermer and Wuethrich, 1998). The triangles come in the
+// surface's order, with the turned winding.
 KivSmoothMesh kivSmoothNormals(const KivSurface& surface, double creaseAngle);
 
 // Evens out normals over neighbouring vertices, the more the more passes: what is left of the light on a rough surface

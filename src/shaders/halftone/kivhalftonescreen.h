@@ -1,5 +1,6 @@
 // Tones made of dots or lines of one ink, as printers and engravers make them. The screen is fixed to the paper, so it
-// stays where it is when the scene moves; its dots and lines end where the surface does that they lie on.
+// stays where it is when the scene moves; its dots and lines end where the surface does that they lie on. How large a
+// dot is for a tone is what clustered-dot screens have (Ulichney, Digital Halftoning, 1987).
 #ifndef SHADERS_HALFTONE_KIVHALFTONESCREEN_H
 #define SHADERS_HALFTONE_KIVHALFTONESCREEN_H
 

@@ -3,7 +3,8 @@
 // A surface is cut by parallel planes that stand nearly upright on the picture, tilted a little, so that the cuts run
 // straight over what is flat and bend with what is round. The planes are those of a fine lattice; of them, every place
 // draws those that are nearest to the wanted distance in the picture, and the others fade out, so that a surface that
-// turns away does not fill up with ink.
+// turns away does not fill up with ink (after the stroke textures of Winkenbach and Salesin, Computer-Generated
+// Pen-and-Ink Illustration, 1994).
 #ifndef SHADERS_SKETCH_KIVSKETCHHATCH_H
 #define SHADERS_SKETCH_KIVSKETCHHATCH_H
 

@@ -1,5 +1,5 @@
-// The unsteadiness of a hand: smooth noise that is fixed in the space of the scene, so that a line keeps its wobble
-// while the camera moves.
+// The unsteadiness of a hand: smooth noise on a lattice (Perlin, An Image Synthesizer, 1985) that is fixed in the space
+// of the scene, so that a line keeps its wobble while the camera moves.
 #ifndef SHADERS_SKETCH_KIVSKETCHNOISE_H
 #define SHADERS_SKETCH_KIVSKETCHNOISE_H
 

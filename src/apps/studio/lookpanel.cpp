@@ -70,6 +70,7 @@ LookPanel::LookPanel(QWidget* parent)
         panel.getWindow()->show(true);
         for (QComboBox* const combo : widget->findChildren<QComboBox*>()) {
             if (combo->property("control").toInt() == KivPropertiesDlg::stylesCombo) {
+                stylesBox = combo;
                 // A chosen style is shown at once, and no rest of the hand is waited for.
                 connect(combo, &QComboBox::activated, this, [this] { QTimer::singleShot(0, this, &LookPanel::flush); });
             }
@@ -80,6 +81,10 @@ LookPanel::LookPanel(QWidget* parent)
 
 LookPanel::~LookPanel() {
     panel.DestroyWindow();
+}
+
+QComboBox* LookPanel::styles() const {
+    return stylesBox;
 }
 
 KivPropertiesDlg& LookPanel::dialog() {

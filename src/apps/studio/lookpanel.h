@@ -11,6 +11,7 @@
 
 #include <vector>
 
+class QComboBox;
 class QLabel;
 class QPushButton;
 
@@ -42,6 +43,8 @@ public:
     QString chosenStyle() const;
 
     KivPropertiesDlg& dialog();
+    // The list of styles; null where the panel's form is missing.
+    QComboBox* styles() const;
 
 signals:
     // The user has changed the look; objects says whether that of objects.
@@ -67,6 +70,7 @@ private:
     QString objectName;
     QString style;
     QString chosen;
+    QComboBox* stylesBox = nullptr;
     QLabel* heading;
     QPushButton* drop;
 };

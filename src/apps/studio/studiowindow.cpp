@@ -6,6 +6,7 @@
 #include "apps/studio/optionsbox.h"
 #include "apps/studio/studiomemory.h"
 #include "apps/studio/studioview.h"
+#include "apps/studio/stylethumbnails.h"
 #include "kivrender/scene/kivmesh.h"
 
 #include <QColorDialog>
@@ -100,6 +101,9 @@ void StudioWindow::makePanels() {
     lookDock->setObjectName(QStringLiteral("look"));
     lookPanel = new LookPanel(lookDock);
     lookDock->setWidget(lookPanel);
+    if (lookPanel->styles() != nullptr) {
+        new StyleThumbnails(lookPanel->styles(), host, [this] { return !isBusy() && isSettled(); }); // the list's own
+    }
     addDockWidget(Qt::RightDockWidgetArea, lookDock);
 
     sceneDock = new QDockWidget(studioText(StudioText::sceneDock), this);

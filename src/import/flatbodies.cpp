@@ -154,7 +154,7 @@ private:
             body.triangles.push_back(triangle);
         }
         body.adjacency = kivShapeEdges(body.points.size(), body.triangles);
-        return kivHasFlatFaces(body) || kivIsPolyhedron(body);
+        return kivIsFlatOrPolyhedron(body);
     }
 
     const std::vector<Vec3>& positions;

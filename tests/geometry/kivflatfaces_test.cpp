@@ -83,6 +83,19 @@ TEST(KivIsPolyhedron, ABentFaceOrTrianglesThatLieInNoPlaneAreNone) {
     EXPECT_FALSE(kivIsPolyhedron(surfaceOf(ballModel(6))));
 }
 
+TEST(KivIsFlatOrPolyhedron, IsWhatOneOrTheOtherIs) {
+    bool seen[2] = {false, false};
+    for (const ShapeModel& model : {chamferedPlate(), prismModel(8), prismModel(12), ballModel(6), ballModel(12)}) {
+        const KivLoopSurface surface = surfaceOf(model);
+        const bool expected = kivHasFlatFaces(surface) || kivIsPolyhedron(surface);
+        EXPECT_EQ(kivIsFlatOrPolyhedron(surface), expected) << model.points.size();
+        seen[expected ? 1 : 0] = true;
+    }
+    EXPECT_TRUE(seen[0] && seen[1]);
+    const KivLoopSurface plate = surfaceOf(chamferedPlate());
+    EXPECT_TRUE(kivIsPolyhedron(plate) && !kivHasFlatFaces(plate)) << "the second kind alone";
+}
+
 TEST(KivCreaseAngleOf, IsSmallerForFlatFacesAmongTheUsualAnglesAlone) {
     const auto angle = [](const ShapeModel& model, double asked) {
         KivSurface surface;

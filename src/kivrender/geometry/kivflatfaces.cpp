@@ -30,6 +30,8 @@ class FaceFinder {
 public:
     explicit FaceFinder(const KivLoopSurface& s)
         : surface(s), planes(s.triangles.size()), inPlane(s.triangles.size(), 0) {
+        normals.reserve(surface.triangles.size());
+        areas.reserve(surface.triangles.size());
         for (const Triangle& c : surface.triangles) {
             const KivVec& a = surface.points[c[0]];
             const KivVec across = kivCross(surface.points[c[1]] - a, surface.points[c[2]] - a);
@@ -111,6 +113,11 @@ bool kivIsPolyhedron(const KivLoopSurface& surface) {
     return FaceFinder(surface).isPolyhedron();
 }
 
+bool kivIsFlatOrPolyhedron(const KivLoopSurface& surface) {
+    FaceFinder finder(surface);
+    return finder.hasManyInPlane() || finder.hasLargeFaces() || finder.isPolyhedron();
+}
+
 double kivCreaseAngleOf(const KivSurface& surface, double creaseAngle) {
     constexpr std::size_t mostTriangles = 200000;
     if (creaseAngle <= kivFlatFacesCrease || creaseAngle > kivMostUsualCrease ||
@@ -121,7 +128,5 @@ double kivCreaseAngleOf(const KivSurface& surface, double creaseAngle) {
     body.points = surface.points;
     body.triangles = surface.triangles;
     body.adjacency = kivShapeEdges(body.points.size(), body.triangles);
-    FaceFinder finder(body);
-    const bool isFlat = finder.hasManyInPlane() || finder.hasLargeFaces() || finder.isPolyhedron();
-    return isFlat ? kivFlatFacesCrease : creaseAngle;
+    return kivIsFlatOrPolyhedron(body) ? kivFlatFacesCrease : creaseAngle;
 }

@@ -13,6 +13,9 @@ KIV_API bool kivHasFlatFaces(const KivLoopSurface& surface);
 // box with chamfers.
 KIV_API bool kivIsPolyhedron(const KivLoopSurface& surface);
 
+// Whether it is of one kind or the other, with one look at its planes for both.
+KIV_API bool kivIsFlatOrPolyhedron(const KivLoopSurface& surface);
+
 // Degrees. Between the faces of such bodies what bends by more is an edge; facets of rounded faces bend by less. That
 // is the angle of coarse facets, 12 to a full turn, and a little for the rounding of coordinates.
 inline constexpr double kivFlatFacesCrease = 31.0;

@@ -234,7 +234,7 @@ private:
         addGivenEdges(surface);
         markTurned(surface);
         findCorners(surface);
-        if (kivHasFlatFaces(surface) || (smoothAngle <= kivMostUsualCrease && kivIsPolyhedron(surface))) {
+        if (smoothAngle <= kivMostUsualCrease ? kivIsFlatOrPolyhedron(surface) : kivHasFlatFaces(surface)) {
             return false;
         }
         kivPinTips(surface);

@@ -484,8 +484,13 @@ TEST(ModelImport, AnIndexFarBeyondAllVerticesIsTold) {
     EXPECT_THAT(complaint(folder.write("near.obj", obj + "f 1 2 -4000000000\n")),
                 HasSubstr("line 4: vertex index -4000000000 is out of range"));
     EXPECT_THAT(complaint(folder.write("wrap.obj", obj + "f 1 2 18446744073709551617\n")), HasSubstr("line 4: "));
-    EXPECT_THAT(complaint(folder.write("normal.obj", obj + "f 1//1 2//1 3//4000000000\n")),
-                HasSubstr("line 4: normal index 4000000000 is out of range"));
+    KivModel model;
+    std::wstring message;
+    ASSERT_TRUE(kivImportModels({kivFromUtf8(folder.write("normal.obj", obj + "f 1//1 2//1 3//4000000000\n"))},
+                                KivModelOptions(), model, message));
+    ASSERT_EQ(model.warnings.size(), 1U);
+    EXPECT_THAT(kivToUtf8(model.warnings[0]),
+                HasSubstr("line 4: normal index 4000000000 is out of range, the file has 0; left out are 3"));
     EXPECT_THAT(complaint(folder.write("line.obj", obj + "l 1 4000000000\n")), HasSubstr("is out of range"));
 }
 

@@ -1,6 +1,6 @@
-// Every setting of every plug-in changes the picture of a scene that has something for each: a cube and a bumpy sheet
-// without normals, a cube that names an edge, a ball with them and with colours at its vertices, a shiny material,
-// lights from two sides, ambient light, lines and a point.
+// Every setting of every plug-in changes the picture of a scene that has something for each: a cube, a bumpy sheet and
+// a blunt roof without normals, a cube that names an edge, a ball with them and with colours at its vertices, a shiny
+// material, lights from two sides, ambient light, lines and a point.
 #include "kivcartoonsettings.h"
 #include "kivoutlinesettings.h"
 #include "kivrender/scene/kivline.h"
@@ -30,6 +30,7 @@ protected:
         addMesh(moved(cubeSurface(0.5), {-1.8, 1.0, 0.8}));
         nameEdge(*scene.getMesh(3));
         addMesh(moved(cubeSurface(0.4), {2.0, -1.5, -0.2})); // stands in the sheet
+        addMesh(moved(blunt(), {-1.9, -0.6, 1.2}));
         for (unsigned int i = 0; i < scene.numMeshes(); ++i) {
             KivMaterial material;
             material.setDiffuse(clay);
@@ -72,6 +73,16 @@ protected:
         }
         return surface;
     }
+    // A roof without an edge at its ridge: each of the two there bends by 36 degrees.
+    static KivSurface blunt() {
+        KivSurface roof;
+        for (const double x : {-0.6, 0.6}) {
+            roof.points.insert(roof.points.end(), {{x, 0.0, -0.5}, {x, 0.3, -0.08}, {x, 0.3, 0.08}, {x, 0.0, 0.5}});
+        }
+        roof.triangles = {{0, 4, 1}, {1, 4, 5}, {1, 5, 2}, {2, 5, 6}, {2, 6, 3}, {3, 6, 7}};
+        return roof;
+    }
+
     // A square of 12 by 12 cells with a steep hill, a low one and ripples.
     static KivSurface bumpySheet() {
         constexpr std::uint32_t cells = 12;
@@ -199,6 +210,7 @@ TEST_F(EverySetting, OfTheOutlineChangesThePicture) {
                                   {"CreaseAngle", "120"},
                                   {"SmoothCreaseAngle", "5", {{"CreaseLength", "0"}}},
                                   {"CreaseLength", "60", {{"CreaseLength", "0"}}},
+                                  {"RoundedEdges", "12"},
                                   {"Detail", "100", {{"Detail", "0"}, {"ShortestLine", "0"}}},
                                   {"ShortestLine", "1000", {{"ShortestLine", "0"}, {"Detail", "60"}}},
                                   {"Smoothing", "50", {{"Smoothing", "0"}}},
@@ -236,6 +248,7 @@ TEST_F(EverySetting, OfTheSketchChangesThePicture) {
                                  {"CreaseAngle", "120"},
                                  {"SmoothCreaseAngle", "5", {{"CreaseLength", "0"}}},
                                  {"CreaseLength", "60", {{"CreaseLength", "0"}}},
+                                 {"RoundedEdges", "12"},
                                  {"Detail", "100", {{"Detail", "0"}, {"ShortestLine", "0"}}},
                                  {"ShortestLine", "1000", {{"ShortestLine", "0"}}},
                                  {"Hidden", "thin"},

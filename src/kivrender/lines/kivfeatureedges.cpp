@@ -3,6 +3,7 @@
 #include "kivrender/geometry/disjointsets.h"
 #include "kivrender/lines/creasebridges.h"
 #include "kivrender/lines/curveorder.h"
+#include "kivrender/lines/roundedcreases.h"
 
 #include <algorithm>
 #include <cmath>
@@ -197,8 +198,10 @@ struct Character {
     }
 };
 
+// strips: by how much rounded edges turn; empty if there are none.
 std::vector<Character> characterOf(const KivSurface& surface, const std::vector<KivFeatureWing>& wings,
-                                   const std::vector<bool>& creases, Groups& network) {
+                                   const std::vector<bool>& creases, const std::vector<float>& strips,
+                                   Groups& network) {
     constexpr double branch = 60.0; // the turn that a point with three creases or more counts for
     std::vector<Character> characters(surface.points.size());
     std::vector<std::uint8_t> degree(surface.points.size(), 0);
@@ -210,7 +213,8 @@ std::vector<Character> characterOf(const KivSurface& surface, const std::vector<
         const KivFeatureWing& wing = wings[i];
         Character& character = characters[network.find(wing.a)];
         ++character.edges;
-        character.bends += wing.junction ? 180.0 : static_cast<double>(wing.bend);
+        const float bend = strips.empty() ? wing.bend : std::max(wing.bend, strips[i]);
+        character.bends += wing.junction ? 180.0 : static_cast<double>(bend);
         const KivVec along = kivUnit(surface.points[wing.b] - surface.points[wing.a]);
         for (const std::uint32_t p : {wing.a, wing.b}) {
             const KivVec outward = p == wing.a ? along : -along;
@@ -248,9 +252,10 @@ std::vector<bool> namedCreases(const KivSurface& surface, const std::vector<KivF
 
 // Those that bend by enough, without noise.
 std::vector<bool> sharpCreases(const KivSurface& surface, const std::vector<KivFeatureWing>& wings,
-                               const KivFeatureRules& rules) {
+                               const KivFeatureRules& rules, double pixel) {
     std::vector<bool> creases(wings.size(), false);
     Groups network(surface.points.size());
+    const std::vector<float> strips = kivRoundedCreases(surface, wings, rules.roundedEdges * pixel, rules.creaseAngle);
     bool any = false;
     for (std::size_t i = 0; i < wings.size(); ++i) {
         if (kivIsCancelledAt(i)) {
@@ -258,7 +263,8 @@ std::vector<bool> sharpCreases(const KivSurface& surface, const std::vector<KivF
         }
         const KivFeatureWing& wing = wings[i];
         const double limit = wing.smooth ? rules.smoothCreaseAngle : rules.creaseAngle;
-        if (wing.junction || (wing.right != KivFeatureWing::none && wing.bend > limit)) {
+        const bool isRounded = !strips.empty() && strips[i] > 0.0F;
+        if (wing.junction || isRounded || (wing.right != KivFeatureWing::none && wing.bend > limit)) {
             creases[i] = true;
             any = true;
             network.join(wing.a, wing.b);
@@ -288,7 +294,7 @@ std::vector<bool> sharpCreases(const KivSurface& surface, const std::vector<KivF
             network.enter(wings[i].b, surface.points[wings[i].b]);
         }
     }
-    const std::vector<Character> characters = characterOf(surface, wings, creases, network);
+    const std::vector<Character> characters = characterOf(surface, wings, creases, strips, network);
     for (std::size_t i = 0; i < wings.size(); ++i) {
         if (kivIsCancelledAt(i)) {
             return creases;
@@ -362,13 +368,28 @@ bool kivFeatureIsFold(const KivVec& a, const KivVec& b, const KivVec& left, cons
 }
 
 std::vector<bool> kivFeatureCreases(const KivSurface& surface, const std::vector<KivFeatureWing>& wings,
-                                    const KivFeatureRules& rules) {
+                                    const KivFeatureRules& rules, double pixel) {
     if (surface.namesEdges) {
         return namedCreases(surface, wings, rules);
     }
-    std::vector<bool> creases = sharpCreases(surface, wings, rules);
+    std::vector<bool> creases = sharpCreases(surface, wings, rules, pixel);
     kivBridgeCreases(surface, wings, rules, creases);
     return creases;
+}
+
+double kivPixelOnSurface(const KivSurface& surface, const KivViewpoint& view, double pixelAtOne) {
+    if (!view.perspective || surface.points.empty()) {
+        return pixelAtOne;
+    }
+    KivVec low = surface.points.front();
+    KivVec high = low;
+    for (const KivVec& p : surface.points) {
+        low = {std::min(low.x, p.x), std::min(low.y, p.y), std::min(low.z, p.z)};
+        high = {std::max(high.x, p.x), std::max(high.y, p.y), std::max(high.z, p.z)};
+    }
+    // Around an eye that is inside, much of the surface is about this far off.
+    const double least = 0.25 * kivLength(high - low);
+    return pixelAtOne * std::max(kivLength(view.toViewer((low + high) * 0.5)), least);
 }
 
 bool kivTakeBends(const std::vector<KivFeatureWing>& atRest, std::vector<KivFeatureWing>& posed) {

@@ -60,6 +60,9 @@ struct KivFeatureRules {
     double smoothCreaseAngle = 75.0; // the same for edges over which the mesh's normals run on
     bool tangents = true;            // tangent edges, where the model names its edges
     double creaseLength = 0.05;      // creases that hang together reach over at least this part of their piece's size
+    // In pixels. What turns by more than creaseAngle over so narrow a strip of the surface looks like an edge, although
+    // each edge of the mesh there bends by little; 0: only edges of the mesh are creases.
+    double roundedEdges = 0.0;
 };
 
 // The edges of a surface in ascending order of their points. None when the user cancelled.
@@ -82,8 +85,16 @@ KIV_API bool kivFeatureFoldsBeyond(const KivSurface& surface, const KivFeatureWi
 // that are not features: creases that hang together and stay small against the connected piece of surface that they lie
 // on are left out. Gaps in creases are closed where the edge bends for a little by less. A surface that names its edges
 // has these, and no others.
+//
+// pixel: the width of a pixel on the surface, in the model's units; with 0 there are no rounded edges.
 KIV_API std::vector<bool> kivFeatureCreases(const KivSurface& surface, const std::vector<KivFeatureWing>& wings,
-                                            const KivFeatureRules& rules);
+                                            const KivFeatureRules& rules, double pixel = 0.0);
+
+// The width of a pixel on the surface as a whole, in the model's units, where pixelAtOne is that in a distance of 1 in
+// front of a perspective view, or anywhere in a parallel one. It follows from how far off the middle of the surface is,
+// whichever way the view looks: creases that depend on it stay the same while a camera turns or a model is turned
+// before it.
+KIV_API double kivPixelOnSurface(const KivSurface& surface, const KivViewpoint& view, double pixelAtOne);
 
 // Of a surface in a pose: its wings take from those at rest how much they bend and whether they are smooth, as the same
 // edges are features of the shape in every pose. False, with nothing changed, if the two have other edges.

@@ -67,6 +67,14 @@ private:
             }
         }
         creases = kivFeatureCreases(surface, wings, sharp);
+        findRounded(sharp);
+    }
+    // In a pose a strip would turn by more or less than at rest.
+    void findRounded(const KivFeatureRules& sharp) {
+        if (rules.rest == nullptr && sharp.creases && sharp.roundedEdges > 0.0) {
+            rounded =
+                kivFeatureCreases(surface, wings, sharp, kivPixelOnSurface(surface, viewer, seenFrom.pixelSize(1.0)));
+        }
     }
 
     bool addEdges() {
@@ -81,6 +89,8 @@ private:
                 addEdge(i);
             } else if (isMaterialBorder(wings[i])) {
                 add(wings[i], 0.0, 1.0, KivStrokeKind::material);
+            } else if (isRounded(i)) {
+                add(wings[i], 0.0, 1.0, KivStrokeKind::crease);
             }
         }
         return true;
@@ -204,8 +214,11 @@ private:
         fold.contour = static_cast<std::int32_t>(lines.contours.size());
         lines.contours.push_back(piece);
     }
+    bool isRounded(std::size_t i) const {
+        return !rounded.empty() && rounded[i];
+    }
     void addRest(std::size_t i, double from, double to) {
-        if (creases[i] && rules.features.creases) {
+        if ((creases[i] && rules.features.creases) || isRounded(i)) {
             add(wings[i], from, to, surface.namesEdges ? KivStrokeKind::edge : KivStrokeKind::crease);
         } else if (isMaterialBorder(wings[i])) {
             add(wings[i], from, to, KivStrokeKind::material);
@@ -357,6 +370,7 @@ private:
     std::vector<KivFeatureWing> wings;
     std::vector<bool> creases;
     JunctionFolds junctions;
+    std::vector<bool> rounded; // with rounded edges, on which the surface is smooth; empty if none are wanted
     SmoothSurface smooth;
     std::vector<double> facing; // of the normals: above 0 towards the viewer
 };

@@ -7,6 +7,7 @@
 #include "kivpixelpainting.h"
 #include "kivrender/scene/kivline.h"
 #include "kivrender/scene/kivmesh.h"
+#include "kivrender/scene/kivmeshrest.h"
 #include "kivrender/scene/kivpolyline.h"
 #include "kivrender/scene/kivprogress.h"
 #include "kivrender/settings/kivcommonsettings.h"
@@ -112,7 +113,10 @@ void KivLineDrawing::addMesh(const KivMesh& mesh, unsigned int number, const Kiv
     const KivFeatureRules& rules = toolOf(page).look.rules;
     const std::shared_ptr<const KivMeshFeatures> features = kivMeshFeatures(mesh);
     const KivSurface& surface = features->surface;
-    const std::vector<bool> creases = kivFeatureCreases(surface, features->wings, rules);
+    // In a pose a strip would turn by more or less than at rest.
+    const double pixelSize =
+        kivMeshRest(mesh) == nullptr ? kivPixelOnSurface(surface, view.viewpoint(), view.pixelSize(1.0) * pixel) : 0.0;
+    const std::vector<bool> creases = kivFeatureCreases(surface, features->wings, rules, pixelSize);
     addEdges(surface.points, kivFeatureEdges(surface, features->wings, creases, view.viewpoint(), rules), page);
     addOwnLines(mesh, page);
     if (toolOf(page).look.intersections) {

@@ -22,6 +22,7 @@ enum Setting {
     intersectionsSetting,
     smoothShapeSetting,
     taperSetting,
+    roundedEdgesSetting,
     numSettings
 };
 
@@ -53,6 +54,8 @@ const KivSettingInfo table[numSettings] = {
     {"SmoothShape", KivSettingType::Bool, 0, 1, 1,
      L"Without a base look, coarse and noisy meshes are drawn as the smooth surface that they stand for", nullptr},
     {"Taper", KivSettingType::Double, 0, 200, 14, L"Lines that end in the open thin out over so many pixels", nullptr},
+    {"RoundedEdges", KivSettingType::Double, 0, 50, 4,
+     L"Edges that are rounded over no more than this many pixels are creases; 0: only edges of the mesh are", nullptr},
 };
 
 } // namespace
@@ -73,6 +76,7 @@ KivLineLook kivOutlineLook(const KivTablePageSettings& settings) {
     look.rules.creaseAngle = settings.getValue(creaseAngleSetting);
     look.rules.smoothCreaseAngle = settings.getValue(smoothCreaseAngleSetting);
     look.rules.creaseLength = settings.getValue(creaseLengthSetting) * 0.01;
+    look.rules.roundedEdges = settings.getValue(roundedEdgesSetting);
     look.width[static_cast<int>(KivFeatureKind::silhouette)] = settings.getValue(silhouetteWidthSetting);
     look.width[static_cast<int>(KivFeatureKind::border)] = settings.getValue(borderWidthSetting);
     look.width[static_cast<int>(KivFeatureKind::crease)] = settings.getValue(creaseWidthSetting);

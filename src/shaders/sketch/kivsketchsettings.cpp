@@ -31,6 +31,7 @@ enum Setting {
     tangentsSetting,
     intersectionsSetting,
     smoothShapeSetting,
+    roundedEdgesSetting,
     numSettings
 };
 
@@ -76,6 +77,8 @@ const KivSettingInfo table[numSettings] = {
      L"Strokes where surfaces run into each other without a common edge", nullptr},
     {"SmoothShape", KivSettingType::Bool, 0, 1, 1,
      L"Without a base look, coarse and noisy meshes are drawn as the smooth surface that they stand for", nullptr},
+    {"RoundedEdges", KivSettingType::Double, 0, 50, 4,
+     L"Edges that are rounded over no more than this many pixels are creases; 0: only edges of the mesh are", nullptr},
 };
 
 // Inner lines are drawn lighter than the contour.
@@ -123,6 +126,7 @@ KivLineLook kivSketchLook(const KivTablePageSettings& settings) {
     look.rules.creaseAngle = settings.getValue(creaseAngleSetting);
     look.rules.smoothCreaseAngle = settings.getValue(smoothCreaseAngleSetting);
     look.rules.creaseLength = settings.getValue(creaseLengthSetting) * 0.01;
+    look.rules.roundedEdges = settings.getValue(roundedEdgesSetting);
     look.width[static_cast<int>(KivFeatureKind::silhouette)] = style.width;
     look.width[static_cast<int>(KivFeatureKind::border)] = style.width;
     look.width[static_cast<int>(KivFeatureKind::crease)] = style.width * creasePart;

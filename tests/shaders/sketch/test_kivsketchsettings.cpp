@@ -77,11 +77,13 @@ TEST(KivSketchSettings, RulesOfLinesComeFromTheirSettings) {
     const KivLineLook look = kivSketchLook(pageWith({{"CreaseAngle", "33"},
                                                      {"SmoothCreaseAngle", "66"},
                                                      {"CreaseLength", "20"},
+                                                     {"RoundedEdges", "3"},
                                                      {"Detail", "2.5"},
                                                      {"ShortestLine", "11"}}));
     EXPECT_DOUBLE_EQ(look.rules.creaseAngle, 33.0);
     EXPECT_DOUBLE_EQ(look.rules.smoothCreaseAngle, 66.0);
     EXPECT_DOUBLE_EQ(look.rules.creaseLength, 0.2);
+    EXPECT_DOUBLE_EQ(look.rules.roundedEdges, 3.0);
     EXPECT_DOUBLE_EQ(look.detail, 2.5);
     EXPECT_DOUBLE_EQ(look.shortest, 11.0);
     EXPECT_DOUBLE_EQ(look.smoothing, 0.0);

@@ -1,7 +1,8 @@
 #include "kivrender/lines/kivtidylines.h"
 
-#include "kivrender/lines/evenpart.h"
 #include "kivrender/lines/lineneighbours.h"
+#include "kivrender/lines/linepart.h"
+#include "kivrender/lines/linestubs.h"
 
 #include <algorithm>
 #include <cmath>
@@ -46,6 +47,7 @@ public:
         : view(seenFrom), budget(LineBudget::allowance(pointsOf(all), effort)), lines(all) {}
 
     bool tidy() {
+        kivTrimStubs(view, budget, lines);
         for (std::uint32_t i = 0; i < lines.size() && budget.goesOn(); ++i) {
             if (!lines[i].line.hidden && lines[i].width > 0.0) {
                 neighbours.add(lines[i].line, i, budget);
@@ -113,7 +115,7 @@ private:
             std::vector<LineRun> kept;
             isCut[i] = keptOf(i, kept);
             for (const LineRun& run : kept) {
-                rests[i].push_back(partOf(lines[i].line, run));
+                rests[i].push_back(kivPartOf(view, lines[i].line, run));
                 neighbours.add(rests[i].back(), i, budget);
             }
             if (!isCut[i]) {
@@ -166,46 +168,6 @@ private:
     static void addKept(double from, double to, std::vector<LineRun>& kept) {
         if (to - from > rounding) {
             kept.push_back({from, to, 0.0});
-        }
-    }
-
-    KivFoundLine partOf(const KivFoundLine& line, const LineRun& run) const {
-        KivFoundLine part;
-        part.source = line.source;
-        part.object = line.object;
-        part.kind = line.kind;
-        part.hidden = true;
-        const double length = lengthOf(line);
-        part.startsFree = line.startsFree && run.from == 0.0;
-        part.endsFree = line.endsFree && run.to == length;
-        for (int round = 0; round < (run.to > length ? 2 : 1); ++round) {
-            std::size_t i = 0;
-            kivForStretches(line, [&](const Stretch& stretch, double at) {
-                addPart(line, i, stretch, at + round * length, run, part);
-                ++i;
-            });
-        }
-        return part;
-    }
-    // What lies within the run of the stretch that begins at point i.
-    void addPart(const KivFoundLine& line, std::size_t i, const Stretch& stretch, double at, const LineRun& run,
-                 KivFoundLine& part) const {
-        const double length = kivLengthOf(stretch);
-        const double from = length > 0.0 ? std::clamp((run.from - at) / length, 0.0, 1.0) : 0.0;
-        const double to = length > 0.0 ? std::clamp((run.to - at) / length, 0.0, 1.0) : 0.0;
-        if (!(from < to)) {
-            return;
-        }
-        const KivVec& a = line.space[i];
-        const KivVec& b = line.space[i + 1 == line.space.size() ? 0 : i + 1];
-        for (const double t : {from, to}) {
-            if (t == from && !part.picture.empty()) {
-                continue;
-            }
-            part.picture.push_back({stretch.start.x + (stretch.end.x - stretch.start.x) * t,
-                                    stretch.start.y + (stretch.end.y - stretch.start.y) * t});
-            const double even = kivEvenPart(view, view.toCamera(a).z, view.toCamera(b).z, t);
-            part.space.push_back(a + (b - a) * even);
         }
     }
 

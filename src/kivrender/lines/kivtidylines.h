@@ -2,9 +2,9 @@
 //
 // A hidden line beside a seen one, no farther away than that one is wide, says nothing and muddles both: it is not
 // drawn there. Of two hidden lines that would touch, one is drawn, as dashes in each other's gaps look like one whole
-// line. No rest that is shorter than a dash stays of either. Seen lines stay where they are, all of them; where the
-// lines of a small detail of a technical part would run together, they are drawn with the narrow pen, half as wide (ISO
-// 128).
+// line. No rest that is shorter than a dash stays of either. A contour that passes the end of another line only just,
+// by less than three widths, ends there: it would be a barb. All other seen lines stay as they are; where the lines of
+// a small detail of a technical part would run together, they are drawn with the narrow pen, half as wide (ISO 128).
 #ifndef KIVRENDER_LINES_KIVTIDYLINES_H
 #define KIVRENDER_LINES_KIVTIDYLINES_H
 

@@ -40,6 +40,22 @@ public:
     const std::vector<LineRun>& runsOf(const KivFoundLine& line, std::uint32_t number,
                                        const std::function<double(std::uint32_t)>& reachOf, LineBudget& budget);
 
+    // The lines that pass within a distance of a point, each as often as pieces of it do: visit(number, at, distance)
+    // with the length of the line up to the nearest place. Nothing once the budget has ended.
+    template <class Visit> void visitNear(const KivPicturePoint& point, double reach, LineBudget& budget, Visit visit) {
+        if (!budget.goesOn()) {
+            return;
+        }
+        for (const std::uint32_t number : index.near({point, point})) {
+            double at = 0.0;
+            const double distance = kivDistance(point, index[number], &at);
+            if (distance <= reach) {
+                visit(owners[number].line, owners[number].at + at, distance);
+            }
+        }
+        budget.spend(index.takeWork() + 1);
+    }
+
 private:
     struct Owner {
         std::uint32_t line = 0;

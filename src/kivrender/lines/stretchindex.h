@@ -4,6 +4,7 @@
 
 #include "kivrender/lines/kivlineview.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
@@ -18,6 +19,15 @@ struct Stretch {
 
 inline double kivLengthOf(const Stretch& stretch) {
     return std::hypot(stretch.end.x - stretch.start.x, stretch.end.y - stretch.start.y);
+}
+
+// From a point to the nearest place of a stretch, which lies so many pixels from its start.
+inline double kivDistance(const KivPicturePoint& point, const Stretch& stretch, double* at) {
+    const double length = kivLengthOf(stretch);
+    const double dx = length > 0.0 ? (stretch.end.x - stretch.start.x) / length : 0.0;
+    const double dy = length > 0.0 ? (stretch.end.y - stretch.start.y) / length : 0.0;
+    *at = std::clamp((point.x - stretch.start.x) * dx + (point.y - stretch.start.y) * dy, 0.0, length);
+    return std::hypot(stretch.start.x + dx * *at - point.x, stretch.start.y + dy * *at - point.y);
 }
 
 class StretchIndex {

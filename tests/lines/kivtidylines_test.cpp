@@ -117,6 +117,20 @@ TEST(KivTidyLines, AHiddenLineThatCrossesStaysWhole) {
     }
 }
 
+// For nine of its widths: it comes from beside the other line, or leaves it again on the side from which it came.
+TEST(KivTidyLines, AHiddenLineThatIsBesideASeenOneForALittleIsNotDrawnThere) {
+    Drawing drawing;
+    drawing.add(level(-60.0, 60.0, 0.0), 2.0, false);
+    drawing.add({{-50.0, 30.0, 0.0}, {-9.0, 1.0, 0.0}, {9.0, 1.0, 0.0}, {50.0, 30.0, 0.0}}, 2.0, true);
+    drawing.tidy();
+    EXPECT_EQ(drawing.hiddenLines().size(), 2U);
+    Drawing crossing;
+    crossing.add(level(-60.0, 60.0, 0.0), 2.0, false);
+    crossing.add({{-50.0, 9.0, 0.0}, {-9.0, 1.9, 0.0}, {9.0, -1.9, 0.0}, {50.0, -9.0, 0.0}}, 2.0, true);
+    crossing.tidy();
+    EXPECT_EQ(crossing.hiddenLines().size(), 1U);
+}
+
 TEST(KivTidyLines, OfTwoHiddenLinesThatTouchTheMoreTellingOneIsDrawn) {
     for (const double distance : {0.9, 1.1}) {
         Drawing drawing;

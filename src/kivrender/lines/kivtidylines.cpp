@@ -13,9 +13,11 @@
 
 namespace {
 
-// A line that only crosses another is beside it for a little: in times of the reach. It takes an angle of less than 10
-// degrees to stay beside it for longer.
-constexpr double shortestRun = 12.0;
+// In times of the reach: what is beside another line for less is not beside it. A line that crosses is so for a little,
+// too; it takes an angle of less than 10 degrees to stay beside it for longer.
+constexpr double shortestRun = 4.0;
+constexpr double shortestCrossing = 12.0;
+constexpr double onOtherSide = 0.7;
 // A dash is as long as so many widths of the pen that draws what is seen (ISO 128).
 constexpr double dash = 6.0;
 constexpr double rounding = 0.1; // in pixels
@@ -23,7 +25,7 @@ constexpr double rounding = 0.1; // in pixels
 // The lines of a small detail run together where what is between them is narrower than half of a line.
 constexpr double crowded = 0.75;
 constexpr double crowdedPart = 0.5; // of the length
-constexpr double largestDetail = 16.0;
+constexpr double largestDetail = 24.0;
 constexpr double narrowPen = 0.5;
 
 double lengthOf(const KivFoundLine& line) {
@@ -148,7 +150,7 @@ private:
         double done = 0.0;
         for (const LineRun& run : neighbours.runsOf(lines[i].line, i, reachOf, budget)) {
             const bool isAll = run.from < run.reach && run.to > length - run.reach;
-            if (isAll || run.to - run.from > shortestRun * run.reach) {
+            if (isAll || run.to - run.from > run.reach * (isCrossing(run) ? shortestCrossing : shortestRun)) {
                 addKept(done, run.from, kept);
                 done = run.to;
             }
@@ -165,9 +167,14 @@ private:
         std::erase_if(kept, [&](const LineRun& run) { return run.to - run.from < dash * lines[i].width; });
         return true;
     }
+    // From one side of the other line to its other side.
+    static bool isCrossing(const LineRun& run) {
+        return run.asideFrom * run.asideTo < 0.0 &&
+               std::min(std::fabs(run.asideFrom), std::fabs(run.asideTo)) > onOtherSide * run.reach;
+    }
     static void addKept(double from, double to, std::vector<LineRun>& kept) {
         if (to - from > rounding) {
-            kept.push_back({from, to, 0.0});
+            kept.push_back({from, to});
         }
     }
 

@@ -14,8 +14,9 @@ constexpr double bendGap = 2.0;
 // Of work: the squares that a stretch passes are looked up, whatever lies in them.
 constexpr std::size_t unitsPerStretch = 64;
 
-// The part of a stretch, from 0 to 1, that lies opposite the other one and no farther from it than the reach.
-bool besidePart(const Stretch& stretch, const Stretch& other, double reach, double* from, double* to) {
+// The run of a stretch, in pixels from its start, that lies opposite the other one and no farther from it than the
+// reach.
+bool besideRun(const Stretch& stretch, const Stretch& other, double reach, LineRun* run) {
     const double length = kivLengthOf(stretch);
     const double otherLength = kivLengthOf(other);
     if (!(length > 0.0) || !(otherLength > 0.0)) {
@@ -47,8 +48,7 @@ bool besidePart(const Stretch& stretch, const Stretch& other, double reach, doub
     } else if (std::fabs(atStart) > reach) {
         return false;
     }
-    *from = low / length;
-    *to = high / length;
+    *run = {low, high, reach, atStart + slope * low, atStart + slope * high};
     return low < high;
 }
 
@@ -76,10 +76,11 @@ const std::vector<LineRun>& LineNeighbours::runsOf(const KivFoundLine& line, std
             const double reach = std::min(reachOf(owners[other].line), StretchIndex::reach);
             const bool isBend = owners[other].line == number &&
                                 std::fabs(owners[other].at - at) < ownBend * reach + kivLengthOf(index[other]) + length;
-            double from = 0.0;
-            double to = 0.0;
-            if (reach > 0.0 && !isBend && besidePart(stretch, index[other], reach, &from, &to)) {
-                runs.push_back({at + from * length, at + to * length, reach});
+            LineRun run;
+            if (reach > 0.0 && !isBend && besideRun(stretch, index[other], reach, &run)) {
+                run.from += at;
+                run.to += at;
+                runs.push_back(run);
             }
         }
         budget.spend(index.takeWork() + unitsPerStretch);
@@ -98,6 +99,7 @@ void LineNeighbours::join() {
     for (std::size_t i = 1; i < runs.size(); ++i) {
         LineRun& before = runs[kept];
         if (runs[i].from <= before.to + bendGap * before.reach) {
+            before.asideTo = runs[i].to > before.to ? runs[i].asideTo : before.asideTo;
             before.to = std::max(before.to, runs[i].to);
             before.reach = std::max(before.reach, runs[i].reach);
         } else {

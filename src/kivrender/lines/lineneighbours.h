@@ -16,6 +16,9 @@ struct LineRun {
     double from = 0.0;
     double to = 0.0;
     double reach = 0.0; // how far away the other lines may be, at most
+    // How far to the left the other line is where the run begins and ends, in pixels.
+    double asideFrom = 0.0;
+    double asideTo = 0.0;
 };
 
 // The straight pieces of a line, one after the other, with the length of the line up to each: visit(stretch, at).

@@ -98,7 +98,7 @@ void kivTrimStubs(const KivLineView& view, LineBudget& budget, std::vector<KivPe
     for (std::size_t i = 0; i < lines.size() && budget.goesOn(); ++i) {
         if (cuts[i][0] > 0.0 || cuts[i][1] > 0.0) {
             const double length = kivForStretches(lines[i].line, [](const Stretch&, double) {});
-            lines[i].line = kivPartOf(view, lines[i].line, {cuts[i][0], length - cuts[i][1], 0.0});
+            lines[i].line = kivPartOf(view, lines[i].line, {cuts[i][0], length - cuts[i][1]});
         }
     }
 }

@@ -854,7 +854,7 @@ TEST(KivLineEngine, AHostileArrangementIsCutShortAndSaysSo) {
     const KivLineView view(cameraAt(true, corner), size, size);
     const LineBody body = needles(200);
     double lengthBefore = -1.0;
-    for (const double effort : {1e-9, 2e-4, 1e-3, 1.0}) {
+    for (const double effort : {1e-10, 2e-5, 1e-4, 1.0}) {
         KivLineEngine engine(view);
         addWithEffort(engine, body, effort);
         ASSERT_TRUE(engine.find());
@@ -868,7 +868,7 @@ TEST(KivLineEngine, AHostileArrangementIsCutShortAndSaysSo) {
 
 TEST(KivLineEngine, ARingThatIsCutShortIsNotClosed) {
     const KivLineView view(cameraAt(true, corner), size, size);
-    for (const double effort : {1.0, 1e-4}) {
+    for (const double effort : {1.0, 1e-5}) {
         KivLineEngine engine(view);
         KivLineBody ball = engineBody(sphereBody({0.0, 0.0, 0.0}, 1.0, 200, 100));
         ball.rules.intersections = false;
@@ -922,7 +922,7 @@ TEST(KivLineEngine, AsksWhileItJoinsManyLines) {
 TEST(KivLineEngine, AHostileArrangementTakesTheWorkThatIsAllowed) {
     const KivLineView view(cameraAt(true, corner), size, size);
     const LineBody body = needles(400);
-    for (const double effort : {1e-3, 4e-3, 1.6e-2}) {
+    for (const double effort : {1e-4, 4e-4, 1.6e-3}) {
         KivLineEngine engine(view);
         addWithEffort(engine, body, effort);
         ASSERT_TRUE(engine.find());

@@ -14,6 +14,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <numbers>
 #include <utility>
 #include <vector>
 
@@ -439,6 +440,46 @@ TEST(KivOccluders, TellsTheNearestDepthAtAPlace) {
         EXPECT_NEAR(scene.occluders.nearestAt(view.toPicture(view.toCamera({-4.0, 4.0, -5.0}))), 25.0, 1e-9);
         EXPECT_TRUE(std::isinf(scene.occluders.nearestAt({1.0, 399.0})));
     }
+}
+
+// Long thin triangles askew, a shell of them around a bundle: a box for each would hold the whole picture.
+TEST(KivOccluders, ABundleOfTubesIsQuicklyLookedThrough) {
+    const KivVec way{9.0, 6.0, -12.0};
+    const auto tube = [&way](const KivVec& middle, double radius, int around) {
+        Body body;
+        for (int i = 0; i < around; ++i) {
+            const double angle = 2.0 * std::numbers::pi * i / around;
+            const KivVec p = middle + KivVec{radius * std::cos(angle), radius * std::sin(angle), 0.0} - way * 0.5;
+            body.points.insert(body.points.end(), {p, p + way});
+            const auto a = static_cast<std::uint32_t>(2 * i);
+            const auto b = static_cast<std::uint32_t>(2 * ((i + 1) % around));
+            body.triangles.push_back({a, b, b + 1});
+            body.triangles.push_back({a, b + 1, a + 1});
+        }
+        return body;
+    };
+    std::vector<Body> bodies = {tube({}, 1.0, 60)};
+    std::vector<std::pair<KivVec, KivVec>> lines;
+    for (int i = 0; i < 100; ++i) {
+        const KivVec middle{0.14 * (i % 10) - 0.63, 0.14 * (i / 10) - 0.63, 0.0};
+        bodies.push_back(tube(middle, 0.05, 12));
+        lines.emplace_back(middle - way * 0.49, middle + way * 0.49);
+    }
+    const Scene scene(lineCamera(KivCamera::perspective, {4.0, 9.0, 14.0}, 0.4, 1.0, 100.0), bodies, 1000.0);
+    double seen = 0.0;
+    for (const auto& [a, b] : lines) {
+        seen += scene.visibleLength(a, b);
+    }
+    EXPECT_EQ(seen, 0.0);
+    const std::size_t afterLines = scene.occluders.work();
+    RawRandom random(2);
+    int covered = 0;
+    for (int i = 0; i < 1000; ++i) {
+        covered += std::isfinite(scene.occluders.nearestAt({random.between(0.0, 1000.0), random.between(0.0, 1000.0)}));
+    }
+    EXPECT_GT(covered, 50);
+    EXPECT_LT(afterLines / lines.size(), 2200U);                     // 1800; with one box for each triangle 2800
+    EXPECT_LT((scene.occluders.work() - afterLines) / 1000, 10000U); // 7000 and 15000
 }
 
 TEST(KivOccluders, PollsWhileItTakesAndSortsTriangles) {

@@ -22,11 +22,9 @@ std::vector<KivOccluderBounds> randomBounds(RawRandom& random, unsigned int coun
     return bounds;
 }
 
-struct Query {
-    double x0, y0, x1, y1, farthest;
-};
+using Query = OccluderIndex::Segment;
 
-// Whether a segment meets a rectangle, by cutting it at the four sides.
+// Whether a segment meets a rectangle and is somewhere behind the nearest depth there, by cutting it at the four sides.
 bool meets(const KivOccluderBounds& box, const Query& q) {
     double from = 0.0;
     double to = 1.0;
@@ -40,7 +38,9 @@ bool meets(const KivOccluderBounds& box, const Query& q) {
         to = std::min(to, std::max(a, b));
         return from <= to;
     };
-    return box.nearest <= q.farthest && cut(q.x0, q.x1, box.left, box.right) && cut(q.y0, q.y1, box.bottom, box.top);
+    const auto depth = [&](double part) { return q.depth0 + (q.depth1 - q.depth0) * part; };
+    return cut(q.x0, q.x1, box.left, box.right) && cut(q.y0, q.y1, box.bottom, box.top) &&
+           box.nearest <= std::max(depth(from), depth(to));
 }
 
 // Whoever is visited costs more than a box that is only looked at: the work of a walk tells so.
@@ -66,10 +66,15 @@ TEST(OccluderIndex, LeavesOutNothingThatASegmentMeetsAndLittleElse) {
         ASSERT_TRUE(index.build(bounds));
         ASSERT_EQ(index.size(), count);
         for (int i = 0; i < 60; ++i) {
-            const Query q = {random.between(0.0, 1000.0), random.between(0.0, 1000.0), random.between(0.0, 1000.0),
-                             random.chance(4) ? 500.0 : random.between(0.0, 1000.0), random.between(0.0, 10.0)};
+            Query q = {random.between(0.0, 1000.0), random.between(0.0, 1000.0),
+                       random.between(0.0, 1000.0), random.chance(4) ? 500.0 : random.between(0.0, 1000.0),
+                       random.between(0.0, 10.0),   random.between(0.0, 10.0)};
+            if (random.chance(8)) {
+                q.x1 = q.x0;
+                q.y1 = random.chance(2) ? q.y0 : q.y1;
+            }
             std::vector<bool> seen(count, false);
-            index.walk(q.x0, q.y0, q.x1, q.y1, q.farthest, [&](std::uint32_t entry) {
+            index.walkRest(q, [&](std::uint32_t entry, Query*) {
                 EXPECT_FALSE(seen[entry]) << "visited twice";
                 seen[entry] = true;
                 ++visited;
@@ -95,15 +100,19 @@ TEST(OccluderIndex, OfASegmentThatBecomesShorterTheRestCounts) {
         OccluderIndex index;
         ASSERT_TRUE(index.build(bounds));
         const OccluderIndex::Segment whole = {random.between(0.0, 300.0), random.between(0.0, 1000.0), 900.0, 500.0,
-                                              random.between(1.0, 10.0)};
-        const Query rest = {0.5 * (whole.x0 + whole.x1), 0.5 * (whole.y0 + whole.y1), whole.x1, whole.y1,
-                            whole.farthest};
+                                              random.between(1.0, 10.0),  random.between(1.0, 10.0)};
+        const Query rest = {0.5 * (whole.x0 + whole.x1),
+                            0.5 * (whole.y0 + whole.y1),
+                            whole.x1,
+                            whole.y1,
+                            0.5 * (whole.depth0 + whole.depth1),
+                            whole.depth1};
         std::vector<bool> seen(bounds.size(), false);
         int visits = 0;
         index.walkRest(whole, [&](std::uint32_t entry, OccluderIndex::Segment* shorter) {
             seen[entry] = true;
             if (++visits == 1) {
-                *shorter = {rest.x0, rest.y0, rest.x1, rest.y1, rest.farthest};
+                *shorter = rest;
             } else {
                 EXPECT_GE(bounds[entry].right, rest.x0 - 0.01) << "beside the rest";
             }
@@ -111,7 +120,7 @@ TEST(OccluderIndex, OfASegmentThatBecomesShorterTheRestCounts) {
         });
         for (std::uint32_t entry = 0; entry < bounds.size(); ++entry) {
             EXPECT_TRUE(seen[entry] || !meets(bounds[entry], rest));
-            left += meets(bounds[entry], {whole.x0, whole.y0, whole.x1, whole.y1, whole.farthest}) && !seen[entry];
+            left += meets(bounds[entry], whole) && !seen[entry];
         }
     }
     EXPECT_GT(left, 500U);

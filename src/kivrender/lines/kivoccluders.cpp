@@ -2,6 +2,7 @@
 
 #include "kivrender/lines/linegrain.h"
 #include "kivrender/lines/occluderindex.h"
+#include "kivrender/lines/occluderpieces.h"
 #include "kivrender/lines/visibleparts.h"
 #include "kivrender/scene/kivprogress.h"
 
@@ -14,21 +15,6 @@ namespace {
 
 constexpr std::size_t trianglesPerPoll = 1U << 15U;
 constexpr std::size_t visitsPerPoll = 1U << 14U; // of triangles that may hide a segment
-
-float outwards(double value, float towards) {
-    return std::nextafter(static_cast<float>(value), towards);
-}
-
-// The part of the picture that a triangle in front of the near plane covers.
-KivOccluderBounds boundsOf(const KivLineView& view, const KivVec& a, const KivVec& b, const KivVec& c) {
-    const KivPicturePoint p = view.toPicture(a);
-    const KivPicturePoint q = view.toPicture(b);
-    const KivPicturePoint r = view.toPicture(c);
-    constexpr float most = std::numeric_limits<float>::max();
-    return {outwards(std::min({p.x, q.x, r.x}), -most), outwards(std::max({p.x, q.x, r.x}), most),
-            outwards(std::min({p.y, q.y, r.y}), -most), outwards(std::max({p.y, q.y, r.y}), most),
-            outwards(std::min({a.z, b.z, c.z}), -most)};
-}
 
 } // namespace
 
@@ -98,25 +84,25 @@ std::uint32_t KivOccluders::pointAtNearPlane(std::uint32_t a, std::uint32_t b) {
 }
 
 void KivOccluders::addTriangle(const Occluder& triangle) {
-    const KivOccluderBounds bounds =
-        boundsOf(seenFrom, corners[triangle.corners[0]], corners[triangle.corners[1]], corners[triangle.corners[2]]);
-    if (bounds.right >= 0.0F && bounds.left <= seenFrom.width() && bounds.top >= 0.0F &&
-        bounds.bottom <= seenFrom.height()) {
+    const KivPicturePoint p = seenFrom.toPicture(corners[triangle.corners[0]]);
+    const KivPicturePoint q = seenFrom.toPicture(corners[triangle.corners[1]]);
+    const KivPicturePoint r = seenFrom.toPicture(corners[triangle.corners[2]]);
+    if (std::max({p.x, q.x, r.x}) >= 0.0 && std::min({p.x, q.x, r.x}) <= seenFrom.width() &&
+        std::max({p.y, q.y, r.y}) >= 0.0 && std::min({p.y, q.y, r.y}) <= seenFrom.height()) {
         occluders.push_back(triangle);
     }
 }
 
+OccluderPieces KivOccluders::piecesOf(const Occluder& triangle) const {
+    return {seenFrom, {corners[triangle.corners[0]], corners[triangle.corners[1]], corners[triangle.corners[2]]}};
+}
+
 bool KivOccluders::build() {
-    std::vector<KivOccluderBounds> bounds;
-    bounds.reserve(occluders.size());
-    for (const Occluder& occluder : occluders) {
-        if (bounds.size() % trianglesPerPoll == 0 && kivIsCancelled()) {
-            return false;
-        }
-        bounds.push_back(boundsOf(seenFrom, corners[occluder.corners[0]], corners[occluder.corners[1]],
-                                  corners[occluder.corners[2]]));
-    }
-    return index->build(bounds);
+    std::vector<KivOccluderBounds> boxes;
+    return kivCutIntoBoxes(
+               occluders.size(), [this](std::size_t i) { return piecesOf(occluders[i]); },
+               [](std::size_t) { return 0.0; }, boxes, owners) &&
+           index->build(boxes);
 }
 
 void KivOccluders::visibleParts(const KivVec& a, const KivVec& b, std::vector<KivLinePart>& parts) const {
@@ -150,7 +136,7 @@ void KivOccluders::findParts(const KivVec& a, const KivVec& b, std::vector<KivLi
         const KivVec end = p + (q - p) * part.to;
         const KivPicturePoint from = seenFrom.toPicture(start);
         const KivPicturePoint to = seenFrom.toPicture(end);
-        return OccluderIndex::Segment{from.x, from.y, to.x, to.y, std::max(start.z, end.z)};
+        return OccluderIndex::Segment{from.x, from.y, to.x, to.y, start.z, end.z};
     };
     // Of a long segment less and less is left to ask about.
     KivLinePart asked = inPicture;
@@ -160,7 +146,7 @@ void KivOccluders::findParts(const KivVec& a, const KivVec& b, std::vector<KivLi
         if (++visits % visitsPerPoll == 0 && kivIsCancelled()) {
             return false;
         }
-        const Occluder& occluder = occluders[which];
+        const Occluder& occluder = occluders[owners[which]];
         const KivVec triangle[3] = {corners[occluder.corners[0]], corners[occluder.corners[1]],
                                     corners[occluder.corners[2]]};
         KivLinePart hidden;
@@ -207,7 +193,7 @@ double depthAt(const KivLineView& view, const KivVec (&corners)[3], const KivPic
 double KivOccluders::nearestAt(const KivPicturePoint& place) const {
     double nearest = std::numeric_limits<double>::infinity();
     const std::size_t boxes = index->probe(place.x, place.y, [&](std::uint32_t which) {
-        const Occluder& occluder = occluders[which];
+        const Occluder& occluder = occluders[owners[which]];
         const KivVec triangle[3] = {corners[occluder.corners[0]], corners[occluder.corners[1]],
                                     corners[occluder.corners[2]]};
         nearest = std::min(nearest, depthAt(seenFrom, triangle, place));

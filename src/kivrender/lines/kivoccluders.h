@@ -29,6 +29,7 @@
 #include <vector>
 
 class OccluderIndex;
+class OccluderPieces;
 
 class KIV_API KivOccluders {
 public:
@@ -82,6 +83,7 @@ private:
         std::uint32_t number;
         float grain;
     };
+    OccluderPieces piecesOf(const Occluder& triangle) const;
     void addTriangle(const Occluder& triangle);
     void addCut(const Occluder& triangle);
     std::uint32_t pointAtNearPlane(std::uint32_t a, std::uint32_t b);
@@ -89,7 +91,8 @@ private:
     KivLineView seenFrom;
     std::vector<KivVec> corners; // in camera space
     std::vector<Occluder> occluders;
-    std::uint32_t added = 0; // triangles, whether they hide anything or not
+    std::uint32_t added = 0;           // triangles, whether they hide anything or not
+    std::vector<std::uint32_t> owners; // of each box of the index, an occluder
     std::unique_ptr<OccluderIndex> index;
     mutable std::atomic<std::size_t> looks = 0;
 };

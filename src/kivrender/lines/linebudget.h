@@ -14,8 +14,8 @@ public:
     explicit LineBudget(std::size_t allowed) : left(allowed) {}
 
     // What count things may take at that effort (KivVectorDrawing::effort). The rings, scans and CAD parts that were
-    // measured take up to an eighth of it for their lines.
-    static std::size_t allowance(std::size_t count, double effort, double ofAnyScene = 1e8) {
+    // measured take up to a quarter of it for their lines, that one a heat exchanger: long tubes in a shell.
+    static std::size_t allowance(std::size_t count, double effort, double ofAnyScene = 1e9) {
         constexpr double ofEach = 3.0;
         const auto n = static_cast<double>(count);
         return static_cast<std::size_t>(effort * (ofAnyScene + ofEach * n * std::log2(n + 2.0)));

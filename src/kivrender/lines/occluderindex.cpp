@@ -92,7 +92,7 @@ bool OccluderIndex::drop() {
 }
 
 OccluderIndex::Line OccluderIndex::lineOf(const Segment& segment) {
-    const auto [x0, y0, x1, y1, farthest] = segment;
+    const auto [x0, y0, x1, y1, depth0, depth1] = segment;
     Line line{};
     line.left = below(std::min(x0, x1));
     line.right = above(std::max(x0, x1));
@@ -105,7 +105,23 @@ OccluderIndex::Line OccluderIndex::lineOf(const Segment& segment) {
     line.b = static_cast<float>(b);
     line.c = static_cast<float>(-(a * x0 + b * y0));
     line.slack = static_cast<float>(1e-6 * (1.0 + std::fabs(x0) + std::fabs(y0) + std::fabs(x1) + std::fabs(y1)));
+    const double farthest = std::max(depth0, depth1);
     line.farthest = above(farthest);
+    line.isUpright = std::fabs(y1 - y0) > std::fabs(x1 - x0);
+    line.from = line.isUpright ? line.bottom : line.left;
+    line.to = line.isUpright ? line.top : line.right;
+    const double way = line.isUpright ? y1 - y0 : x1 - x0;
+    const double rise = way != 0.0 ? (depth1 - depth0) / way : 0.0;
+    // Room for what rounding to floats comes to, also of a rise over a segment of next to no length.
+    constexpr double roundings = 1e-5;
+    const double room = roundings * (std::fabs(depth0) + std::fabs(depth1)) +
+                        std::fabs(rise) * roundings * (std::fabs(x0) + std::fabs(y0) + std::fabs(x1) + std::fabs(y1));
+    line.rise = static_cast<float>(rise);
+    line.depth = above((way > 0.0 ? depth0 : way < 0.0 ? depth1 : farthest) + room);
+    if (!std::isfinite(line.rise) || !std::isfinite(line.depth)) {
+        line.rise = 0.0F;
+        line.depth = line.farthest;
+    }
     return line;
 }
 
@@ -119,5 +135,11 @@ bool OccluderIndex::meets(const KivOccluderBounds& box, const Line& line) {
     const float y = 0.5F * (box.bottom + box.top);
     const float reach =
         0.5F * (std::fabs(line.a) * (box.right - box.left) + std::fabs(line.b) * (box.top - box.bottom));
-    return std::fabs(line.a * x + line.b * y + line.c) <= reach * 1.00001F + line.slack * 4.0F;
+    if (!(std::fabs(line.a * x + line.b * y + line.c) <= reach * 1.00001F + line.slack * 4.0F)) {
+        return false;
+    }
+    // Where the segment is farthest away above or below the box.
+    const float low = std::max(line.from, line.isUpright ? box.bottom : box.left);
+    const float high = std::min(line.to, line.isUpright ? box.top : box.right);
+    return box.nearest <= line.depth + line.rise * ((line.rise > 0.0F ? high : low) - line.from);
 }

@@ -28,22 +28,27 @@ public:
         return order.size();
     }
 
+    // From (x0, y0) to (x1, y1). depth0 and depth1 are those at its ends; between them it lies no farther away than if
+    // its depth ran evenly over the picture, as the depths of a straight line in space do.
     struct Segment {
         double x0 = 0.0;
         double y0 = 0.0;
         double x1 = 0.0;
         double y1 = 0.0;
-        double farthest = 0.0;
+        double depth0 = 0.0;
+        double depth1 = 0.0;
     };
     // Calls visit(entry) for every entry whose rectangle the segment from (x0, y0) to (x1, y1) may meet and that
     // reaches nearer than farthest; entries that lie nearer come earlier on the whole. Stops when visit answers false.
     // The work, in boxes that were looked at.
     template <class Visit>
     std::size_t walk(double x0, double y0, double x1, double y1, double farthest, Visit visit) const {
-        return walkRest({x0, y0, x1, y1, farthest}, [&](std::uint32_t entry, Segment*) { return visit(entry); });
+        return walkRest({x0, y0, x1, y1, farthest, farthest},
+                        [&](std::uint32_t entry, Segment*) { return visit(entry); });
     }
-    // The same, but that visit(entry, &rest) may answer with a shorter segment: from then on only that one counts. A
-    // rest whose farthest depth stays 0 is no answer.
+    // The same, but that entries count which reach nearer than the segment does within their rectangle, and that
+    // visit(entry, &rest) may answer with a shorter segment: from then on only that one counts. A rest whose depth0
+    // stays 0 is no answer.
     template <class Visit> std::size_t walkRest(const Segment& segment, Visit visit) const;
 
     // Calls visit(entry) for every entry whose rectangle may hold the point and that reaches nearer than what visit
@@ -61,6 +66,9 @@ private:
         float a, b, c;                  // a * x + b * y + c is 0 on it
         float slack;                    // what the rounding of the line's own value comes to
         float farthest;
+        bool isUpright;    // the depth is told along y, else along x
+        float from, to;    // along it
+        float depth, rise; // at `from`, and on from there
     };
     bool buildLevels();
     bool drop(); // empties the index; always false
@@ -123,10 +131,10 @@ template <class Visit> std::size_t OccluderIndex::walkRest(const Segment& segmen
             if (!visit(order[i], &rest)) {
                 return looks;
             }
-            if (rest.farthest != 0.0) {
+            if (rest.depth0 != 0.0) {
                 line = lineOf(rest);
                 isShorter = true;
-                rest.farthest = 0.0;
+                rest.depth0 = 0.0;
             }
         }
     }

@@ -19,8 +19,9 @@ constexpr std::size_t manyFaces = 48;
 // Faces of a square that are in so many of its four parts in the mean gain nothing by its division: twice as many pairs
 // would be compared, not half as many.
 constexpr std::size_t crowding = 2;
-// Over so many faces a square is divided without a closer look: they are small there, and hardly one fills it.
+// Over so many faces a large square is divided without a closer look: they are small there, and hardly one fills it.
 constexpr std::size_t crowd = 2048;
+constexpr std::int32_t largeSquare = 8 * 1024;
 constexpr std::size_t unitsPerPair = 32;
 constexpr std::size_t unitsPerFace = 16; // of work, in each square that it meets
 
@@ -134,7 +135,7 @@ private:
         if (!faces.work().spend(unitsPerFace * (list.size() + 1))) {
             return false;
         }
-        if (list.size() <= crowd || square.side <= smallestSquare) {
+        if (list.size() <= crowd || square.side <= largeSquare) {
             leaveOutHidden(square, list);
             if (!mayCross(list)) {
                 return true;
@@ -244,13 +245,78 @@ private:
                 isFilled = true;
             }
         }
-        if (!isFilled) {
+        horizon = std::min(horizon, horizonOfPairs(square, list, horizon));
+        if (horizon == std::numeric_limits<double>::infinity()) {
             return;
         }
         std::erase_if(list, [&](const Seen& seen) {
             return (seen.low > horizon && seen.low - 2.0 * faces.noiseOf(seen.face) > horizon) ||
-                   (seen.face < last && isNowhereBefore(seen.face, last, square));
+                   (isFilled && seen.face < last && isNowhereBefore(seen.face, last, square));
         });
+    }
+    // How far two neighbours reach that fill the square together, where that is nearer than horizon. Squares along the
+    // edges of a shell would never be filled, and all that it holds would be compared there.
+    double horizonOfPairs(const Square& square, const std::vector<Seen>& list, double horizon) const {
+        constexpr std::size_t mostHalves = 32;
+        if (list.size() <= fewFaces) {
+            return horizon;
+        }
+        std::array<Half, mostHalves> halves;
+        std::size_t count = 0;
+        for (const Seen& seen : list) {
+            const double reach = seen.high + 2.0 * faces.noiseOf(seen.face);
+            Half half;
+            if (reach >= horizon || !fillsButOneSide(seen.face, square, &half)) {
+                continue;
+            }
+            half.reach = reach;
+            for (std::size_t i = 0; i < count; ++i) {
+                if (halves[i].from == half.to && halves[i].to == half.from) {
+                    horizon = std::min(horizon, std::max(halves[i].reach, half.reach));
+                }
+            }
+            if (count < mostHalves) {
+                halves[count++] = half;
+            }
+        }
+        return horizon;
+    }
+    // The side of a face that runs across a square.
+    struct Half {
+        GridPoint from;
+        GridPoint to;
+        double reach = 0.0;
+    };
+    // Whether a face covers all of a square that lies on its side of one of its edges, which crosses the whole square.
+    bool fillsButOneSide(std::uint32_t face, const Square& square, Half* half) const {
+        const RegionFaces::Face& f = faces.faces()[face];
+        int across = -1;
+        for (int i = 0; i < 3; ++i) {
+            int inside = 0;
+            for (int k = 0; k < 4; ++k) {
+                inside += gridSide(place(f, i), place(f, i == 2 ? 0 : i + 1), square.at(k)) >= 0 ? 1 : 0;
+            }
+            if (inside == 0 || (inside < 4 && across >= 0)) {
+                return false;
+            }
+            across = inside < 4 ? i : across;
+        }
+        if (across < 0) {
+            return false;
+        }
+        *half = {place(f, across), place(f, across == 2 ? 0 : across + 1)};
+        for (int k = 0; k < 4; ++k) {
+            if (!isAlong(half->from, half->to, square.at(k)) || !isAlong(half->to, half->from, square.at(k))) {
+                return false;
+            }
+        }
+        return true;
+    }
+    // Whether a place lies on that side of `from` where `to` is.
+    static bool isAlong(const GridPoint& from, const GridPoint& to, const GridPoint& place) {
+        return (std::int64_t{to.x} - from.x) * (std::int64_t{place.x} - from.x) +
+                   (std::int64_t{to.y} - from.y) * (std::int64_t{place.y} - from.y) >=
+               0;
     }
     bool isNowhereBefore(std::uint32_t face, std::uint32_t other, const Square& square) const {
         const double noise = 0.5 * (faces.noiseOf(face) + faces.noiseOf(other));

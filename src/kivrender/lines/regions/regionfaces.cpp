@@ -14,7 +14,7 @@ namespace {
 // edges that are not hidden by either.
 constexpr double tieMargin = 2.0;
 
-constexpr double workOfAnyPicture = 2e9; // the built-in scene with shadows takes a third of it
+constexpr double workOfAnyPicture = 3e9; // a shell with a bundle of tubes in it takes most of it
 
 float outwards(double value, float towards) {
     return std::nextafter(static_cast<float>(value), towards);
@@ -116,8 +116,6 @@ void RegionFaces::add(std::span<const KivSeenCorner> seen, std::uint32_t look, d
 
 bool RegionFaces::build(double effort) {
     budget = LineBudget(LineBudget::allowance(triangles.size(), effort, workOfAnyPicture));
-    constexpr float most = std::numeric_limits<float>::max();
-    std::vector<KivOccluderBounds> bounds(triangles.size());
     planes.reserve(triangles.size());
     noises.reserve(triangles.size());
     for (std::size_t i = 0; i < triangles.size(); ++i) {
@@ -126,16 +124,23 @@ bool RegionFaces::build(double effort) {
         }
         planes.push_back(planeThrough(triangles[i]));
         noises.push_back(noiseOfPlane(planes.back()));
-        const RegionCorner& a = points[triangles[i].corners[0]];
-        const RegionCorner& b = points[triangles[i].corners[1]];
-        const RegionCorner& c = points[triangles[i].corners[2]];
-        bounds[i] = {outwards(offRegionGrid(std::min({a.place.x, b.place.x, c.place.x})), -most),
-                     outwards(offRegionGrid(std::max({a.place.x, b.place.x, c.place.x})), most),
-                     outwards(offRegionGrid(std::min({a.place.y, b.place.y, c.place.y})), -most),
-                     outwards(offRegionGrid(std::max({a.place.y, b.place.y, c.place.y})), most),
-                     outwards(std::min({a.depth, b.depth, c.depth}), -most)};
     }
-    return index.build(bounds);
+    std::vector<KivOccluderBounds> boxes;
+    return kivCutIntoBoxes(
+               triangles.size(), [this](std::size_t i) { return piecesOf(triangles[i]); },
+               [this](std::size_t i) { return noises[i]; }, boxes, owners) &&
+           index.build(boxes);
+}
+
+OccluderPieces RegionFaces::piecesOf(const Face& face) const {
+    std::array<KivPicturePoint, 3> places;
+    std::array<double, 3> depths{};
+    for (std::size_t i = 0; i < 3; ++i) {
+        const RegionCorner& corner = points[face.corners[i]];
+        places[i] = {offRegionGrid(corner.place.x), offRegionGrid(corner.place.y)};
+        depths[i] = corner.depth;
+    }
+    return {places, depths};
 }
 
 RegionPlane RegionFaces::planeThrough(const Face& face) const {
@@ -182,7 +187,8 @@ std::uint32_t RegionFaces::faceAt(double x, double y) const {
     }
     constexpr float most = std::numeric_limits<float>::max();
     candidates.clear();
-    const std::size_t boxes = index.probe(offRegionGrid(x), offRegionGrid(y), [&](std::uint32_t number) {
+    const std::size_t boxes = index.probe(offRegionGrid(x), offRegionGrid(y), [&](std::uint32_t box) {
+        const std::uint32_t number = owners[box];
         const Face& face = triangles[number];
         if (covers(face, x, y)) {
             const RegionPlane& plane = planes[number];
@@ -212,7 +218,8 @@ std::uint32_t RegionFaces::lookAt(double x, double y) const {
 
 bool RegionFaces::isCoveredBefore(double x, double y, double depth) const {
     bool isCovered = false;
-    const std::size_t boxes = index.probe(offRegionGrid(x), offRegionGrid(y), [&](std::uint32_t number) {
+    const std::size_t boxes = index.probe(offRegionGrid(x), offRegionGrid(y), [&](std::uint32_t box) {
+        const std::uint32_t number = owners[box];
         if (!isCovered && covers(triangles[number], x, y)) {
             const RegionPlane& plane = planes[number];
             isCovered = std::clamp(plane.at(x, y), plane.low, plane.high) < depth;
@@ -250,45 +257,60 @@ bool RegionFaces::liesOver(std::uint32_t face, const RegionPlane& plane, const R
 
 void RegionFaces::visibleParts(const RegionLine& line, std::vector<KivLinePart>& parts) const {
     VisibleParts rest(parts, {0.0, 1.0});
-    const double farthest = std::max(line.a.depth, line.b.depth) + 2.0 * line.noise + farthestDepth * 0x1p-20;
+    const double margin = 2.0 * line.noise + farthestDepth * 0x1p-20;
     const auto at = [&](double t) {
         return std::array<double, 2>{line.a.place.x + t * (static_cast<double>(line.b.place.x) - line.a.place.x),
                                      line.a.place.y + t * (static_cast<double>(line.b.place.y) - line.a.place.y)};
     };
-    const std::size_t boxes =
-        index.walk(offRegionGrid(line.a.place.x), offRegionGrid(line.a.place.y), offRegionGrid(line.b.place.x),
-                   offRegionGrid(line.b.place.y), farthest, [&](std::uint32_t number) {
-                       const Face& face = triangles[number];
-                       KivLinePart inside;
-                       if (!insidePart(face, line, 0.0, &inside)) {
-                           return true;
-                       }
-                       const RegionPlane& plane = planes[number];
-                       const double noise = noises[number] + line.noise;
-                       const auto behind = [&](double t) {
-                           const auto [x, y] = at(t);
-                           return line.a.depth + t * (line.b.depth - line.a.depth) -
-                                  std::clamp(plane.at(x, y), plane.low, plane.high);
-                       };
-                       const auto hide = [&](KivLinePart part, double margin) {
-                           const double from = behind(part.from) - margin;
-                           const double to = behind(part.to) - margin;
-                           KivLinePart deep = {0.0, 1.0};
-                           if ((from <= 0.0 && to <= 0.0) || !keepAbove(from, to, &deep)) {
-                               return true;
-                           }
-                           const double length = part.to - part.from;
-                           return rest.hide({deep.from > 0.0 ? part.from + deep.from * length : part.from,
-                                             deep.to < 1.0 ? part.from + deep.to * length : part.to});
-                       };
-                       if (!hide(inside, noise)) {
-                           return false;
-                       }
-                       if (liesOver(number, plane, line, noise) && insidePart(face, line, tieMargin, &inside)) {
-                           return hide(inside, -noise);
-                       }
-                       return true;
-                   });
+    const auto segmentOf = [&](const KivLinePart& part) {
+        const auto [x0, y0] = at(part.from);
+        const auto [x1, y1] = at(part.to);
+        const double rise = line.b.depth - line.a.depth;
+        return OccluderIndex::Segment{offRegionGrid(x0),
+                                      offRegionGrid(y0),
+                                      offRegionGrid(x1),
+                                      offRegionGrid(y1),
+                                      line.a.depth + rise * part.from + margin,
+                                      line.a.depth + rise * part.to + margin};
+    };
+    // Of a long segment less and less is left to ask about.
+    KivLinePart asked = {0.0, 1.0};
+    constexpr double worthIt = 0.75;
+    const std::size_t boxes = index.walkRest(segmentOf(asked), [&](std::uint32_t box, auto* shorter) {
+        const std::uint32_t number = owners[box];
+        const Face& face = triangles[number];
+        KivLinePart inside;
+        if (!insidePart(face, line, 0.0, &inside)) {
+            return true;
+        }
+        const RegionPlane& plane = planes[number];
+        const double noise = noises[number] + line.noise;
+        const auto behind = [&](double t) {
+            const auto [x, y] = at(t);
+            return line.a.depth + t * (line.b.depth - line.a.depth) - std::clamp(plane.at(x, y), plane.low, plane.high);
+        };
+        const auto hide = [&](KivLinePart part, double margin) {
+            const double from = behind(part.from) - margin;
+            const double to = behind(part.to) - margin;
+            KivLinePart deep = {0.0, 1.0};
+            if ((from <= 0.0 && to <= 0.0) || !keepAbove(from, to, &deep)) {
+                return true;
+            }
+            const double length = part.to - part.from;
+            return rest.hide({deep.from > 0.0 ? part.from + deep.from * length : part.from,
+                              deep.to < 1.0 ? part.from + deep.to * length : part.to});
+        };
+        if (!hide(inside, noise) || (liesOver(number, plane, line, noise) &&
+                                     insidePart(face, line, tieMargin, &inside) && !hide(inside, -noise))) {
+            return false;
+        }
+        const KivLinePart reach = rest.reach();
+        if (reach.to - reach.from < worthIt * (asked.to - asked.from)) {
+            asked = reach;
+            *shorter = segmentOf(reach);
+        }
+        return true;
+    });
     budget.spend(boxes);
     rest.finish();
 }

@@ -9,6 +9,7 @@
 #include "kivrender/lines/kivvisibleregions.h"
 #include "kivrender/lines/linebudget.h"
 #include "kivrender/lines/occluderindex.h"
+#include "kivrender/lines/occluderpieces.h"
 #include "kivrender/lines/regions/regiongrid.h"
 
 #include <limits>
@@ -89,6 +90,7 @@ public:
 
 private:
     RegionPlane planeThrough(const Face& face) const;
+    OccluderPieces piecesOf(const Face& face) const;
     double noiseOfPlane(const RegionPlane& plane) const;
     bool covers(const Face& face, double x, double y) const;
     bool liesOver(std::uint32_t face, const RegionPlane& plane, const RegionLine& line, double noise) const;
@@ -99,6 +101,7 @@ private:
     std::vector<RegionPlane> planes; // of the triangles
     std::vector<double> noises;
     double farthestDepth = 0.0;
+    std::vector<std::uint32_t> owners; // of each box of the index, a triangle
     OccluderIndex index;
     struct Candidate {
         std::uint32_t number;

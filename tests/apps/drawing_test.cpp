@@ -11,6 +11,7 @@
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
+#include <fstream>
 #include <functional>
 #include <map>
 #include <numbers>
@@ -319,6 +320,67 @@ TEST_P(Drawing, ShadowsLookLikeThoseOfThePicture) {
 TEST_P(Drawing, TonesOfDotsAndLinesLookLikeThoseOfThePicture) {
     const char* const styles[] = {"Comic print", "Stippling", "Engraving"};
     compare({"--style", styles[GetParam().name[0] % 3], "--set", "Backdrop.Grain=0"}, {"svg"}, 0.93);
+}
+
+// --- what a texture cuts out ---
+
+// A square with round holes before a ball.
+void writeGrid(const ProgramFolder& folder) {
+    constexpr int side = 128;
+    std::vector<std::uint8_t> pixels;
+    for (int i = 0; i < side * side; ++i) {
+        const double x = i % side % 32 - 15.5;
+        const double y = static_cast<double>(i / side % 32) - 15.5;
+        const std::uint8_t alpha = std::hypot(x, y) < 11.0 ? 0 : 255;
+        pixels.insert(pixels.end(), {40, 110, 60, alpha});
+    }
+    png_image image = {};
+    image.version = PNG_IMAGE_VERSION;
+    image.width = side;
+    image.height = side;
+    image.format = PNG_FORMAT_RGBA;
+    ASSERT_NE(png_image_write_to_file(&image, folder.path("grid.png").c_str(), 0, pixels.data(), 0, nullptr), 0);
+    ModelWriter model(folder);
+    model.addBall("0.8 0.2 0.2", 0, 0, -2, 1.5);
+    const std::string ball = model.write();
+    std::ofstream(folder.path("a.mtl"), std::ios::app) << "newmtl grid\nKd 1 1 1\nmap_Kd grid.png\n";
+    std::ofstream(ball, std::ios::app) << "o grid\nusemtl grid\nv -2 -2 0\nv 2 -2 0\nv 2 2 0\nv -2 2 0\n"
+                                          "vt 0 0\nvt 1 0\nvt 1 1\nvt 0 1\nf -4/1 -3/2 -2/3 -1/4\n";
+}
+
+TEST(DrawingCutOuts, HolesOfATextureShowWhatLiesBehind) {
+    const ProgramFolder folder;
+    writeGrid(folder);
+    for (const std::string areas : {"regions", "triangles"}) {
+        ASSERT_EQ(runTool({std::string(SELVARIN_BIN_DIR) + "/selvarin",
+                           "render",
+                           folder.path("a.obj"),
+                           "-q",
+                           "-s",
+                           std::to_string(width) + "x" + std::to_string(height),
+                           "-a",
+                           "2",
+                           "--base",
+                           "Cartoon",
+                           "--add",
+                           "none",
+                           "--areas",
+                           areas,
+                           "-o",
+                           folder.path("a.png"),
+                           "-o",
+                           folder.path("a.svg"),
+                           "-o",
+                           folder.path("a.pdf")}),
+                  0);
+        const Rgb picture = readPng(folder.path("a.png"));
+        const Luminance expected = luminanceOf(picture.bytes, width, height);
+        for (const std::string ending : {"svg", "pdf"}) {
+            const Rgb drawing = shown(folder, ending);
+            EXPECT_GE(similarityOf(expected, luminanceOf(drawing.bytes, width, height)).mean, 0.97)
+                << areas << ' ' << ending;
+        }
+    }
 }
 
 // --- seams ---

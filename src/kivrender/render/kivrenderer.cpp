@@ -237,6 +237,9 @@ bool KivRenderer::renderFrame(Frame& frame, KivDataManager* data) {
         return false;
     }
     KivShapedScene shaped(*frame.scene, frame.camera, wholeSize(frame), shaperOf(frame));
+    if (settings.doVectorial() && KivDrawingCollector::current() != nullptr) {
+        shaped.cutHoles(frame.camera, wholeSize(frame));
+    }
     if (shaped.isChanged()) {
         followShape(frame);
         // Of a bar whose first step has not begun.

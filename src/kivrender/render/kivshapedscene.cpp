@@ -1,6 +1,7 @@
 #include "kivrender/render/kivshapedscene.h"
 
 #include "kivrender/geometry/kivsmoothshape.h"
+#include "kivrender/lines/skins/kivcutmesh.h"
 #include "kivrender/render/kivshapesahead.h"
 #include "kivrender/scene/kivcamera.h"
 #include "kivrender/scene/kivmesh.h"
@@ -50,6 +51,20 @@ void KivShapedScene::makeShapes(const KivCamera& camera, tagSIZE size, const Sha
     for (std::size_t i = 0; i < shapes.size(); ++i) {
         if (shapes[i] != nullptr) {
             scene.replaceMesh(numbers[i], shapes[i].release());
+        }
+    }
+}
+
+void KivShapedScene::cutHoles(const KivCamera& camera, tagSIZE size) {
+    const KivShapeView view = kivShapeViewOf(camera, size);
+    for (unsigned int i = 0; i < scene.numMeshes(); ++i) {
+        const KivMesh* const mesh = scene.getMesh(i);
+        std::unique_ptr<KivMesh> cut = mesh != nullptr ? kivCutMesh(*mesh, view) : nullptr;
+        if (cut != nullptr) {
+            if (!original) {
+                original.emplace(scene);
+            }
+            scene.replaceMesh(i, cut.release());
         }
     }
 }

@@ -27,6 +27,9 @@ public:
     // The scene has its own meshes again.
     ~KivShapedScene();
 
+    // What the alpha of textures cuts out goes too (kivcutmesh.h), for drawings, which have no pixels to test.
+    void cutHoles(const KivCamera& camera, tagSIZE size);
+
     // Whether any mesh was replaced. The list of ordered triangles is empty then.
     bool isChanged() const;
     // The scene is to be emptied, and nothing to be put back.

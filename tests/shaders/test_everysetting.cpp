@@ -256,6 +256,7 @@ TEST_F(EverySetting, OfTheSketchChangesThePicture) {
                                  {"HatchTone", "20"},
                                  {"HatchSpacing", "15"},
                                  {"HatchAngle", "-20"},
+                                 {"HatchDirection", "form"},
                                  {"CrossHatching", "no"},
                                  {"Lines", "no"},
                                  {"Seed", "7"},

@@ -1,5 +1,7 @@
 #include "kivsketchdrawing.h"
 
+#include "kivsketchflow.h"
+
 #include "kivrender/scene/kivprogress.h"
 #include "kivshadedmesh.h"
 #include "kivsmoothnormals.h"
@@ -101,11 +103,14 @@ void KivSketchDrawing::addOwnLines(const KivMesh& mesh, const KivTablePageSettin
     hatching.seed = style.seed;
     for (int layer = 0; layer < (style.crossHatching ? 2 : 1) && !kivIsCancelled(); ++layer) {
         if (layer > 0) {
-            hatching.angle += crossAngle;
+            hatching.angle += style.hatchAroundForm ? 0.0 : crossAngle;
             hatching.tone *= crossTone;
             hatching.seed = kivSketchHash(style.seed, 2);
         }
-        for (const KivSketchHatchLine& line : kivSketchHatch(shaded, getView(), tones, hatching)) {
+        const std::vector<KivSketchHatchLine> lines =
+            style.hatchAroundForm ? kivSketchFlow(shaded, getView(), tones, hatching, layer > 0 ? crossAngle : 0.0)
+                                  : kivSketchHatch(shaded, getView(), tones, hatching);
+        for (const KivSketchHatchLine& line : lines) {
             addHatchLine(line, page, style);
         }
     }

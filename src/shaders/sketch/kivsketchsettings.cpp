@@ -32,6 +32,7 @@ enum Setting {
     intersectionsSetting,
     smoothShapeSetting,
     roundedEdgesSetting,
+    hatchDirectionSetting,
     numSettings
 };
 
@@ -79,6 +80,8 @@ const KivSettingInfo table[numSettings] = {
      L"Without a base look, coarse and noisy meshes are drawn as the smooth surface that they stand for", nullptr},
     {"RoundedEdges", KivSettingType::Double, 0, 50, 4,
      L"Edges that are rounded over no more than this many pixels are creases; 0: only edges of the mesh are", nullptr},
+    {"HatchDirection", KivSettingType::Choice, 0, 1, 0,
+     L"Hatching runs straight through the picture, or round the form, along its curvature", "straight|form"},
 };
 
 // Inner lines are drawn lighter than the contour.
@@ -109,6 +112,7 @@ KivSketchStyle kivSketchStyle(const KivTablePageSettings& settings) {
     style.hatchSpacing = settings.getValue(hatchSpacingSetting);
     style.hatchAngle = settings.getValue(hatchAngleSetting);
     style.hatchTone = settings.getValue(hatchToneSetting) * 0.01;
+    style.hatchAroundForm = settings.getInt(hatchDirectionSetting) == 1;
     style.crossHatching = settings.getBool(crossHatchingSetting);
     style.seed = static_cast<std::uint32_t>(settings.getInt(seedSetting));
     return style;

@@ -32,7 +32,8 @@ struct KivSketchStyle {
     bool hatching = true;
     double hatchSpacing = 6.0;
     double hatchAngle = 52.0; // degrees, anticlockwise from the right in the picture
-    double hatchTone = 0.45;  // surfaces darker than this are hatched
+    bool hatchAroundForm = false;
+    double hatchTone = 0.45; // surfaces darker than this are hatched
     bool crossHatching = true;
     std::uint32_t seed = 1;
 };

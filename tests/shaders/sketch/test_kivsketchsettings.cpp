@@ -56,6 +56,7 @@ TEST(KivSketchSettings, EachSettingArrivesWhereItBelongs) {
                                                 {"HatchTone", "45"},
                                                 {"HatchSpacing", "8"},
                                                 {"HatchAngle", "-30"},
+                                                {"HatchDirection", "form"},
                                                 {"Seed", "77"}});
     const KivSketchStyle style = kivSketchStyle(page);
     EXPECT_EQ(style.color, 0x302010U);
@@ -70,6 +71,8 @@ TEST(KivSketchSettings, EachSettingArrivesWhereItBelongs) {
     EXPECT_DOUBLE_EQ(style.hatchTone, 0.45);
     EXPECT_DOUBLE_EQ(style.hatchSpacing, 8.0);
     EXPECT_DOUBLE_EQ(style.hatchAngle, -30.0);
+    EXPECT_TRUE(style.hatchAroundForm);
+    EXPECT_FALSE(kivSketchStyle(pageWith({})).hatchAroundForm);
     EXPECT_EQ(style.seed, 77U);
 }
 

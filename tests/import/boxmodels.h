@@ -35,6 +35,28 @@ inline std::string boxStl() {
     return text + "endsolid box\n";
 }
 
+// Binary, with one word for the colour of each facet: five bits each of red, green and blue, and one that says so.
+inline std::string boxColourStl(std::uint16_t colour) {
+    std::string file = "box" + std::string(77, ' ');
+    const auto add = [&file](const auto& value) {
+        char bytes[sizeof value];
+        std::memcpy(bytes, &value, sizeof value);
+        file.append(bytes, sizeof value);
+    };
+    add(std::uint32_t{12});
+    for (const BoxFace& face : boxFaces) {
+        for (const std::array<int, 3> t : {std::array<int, 3>{0, 1, 2}, std::array<int, 3>{0, 2, 3}}) {
+            add(std::array<float, 3>{});
+            for (const int c : t) {
+                const auto& p = boxCorners[static_cast<std::size_t>(face.corner[static_cast<std::size_t>(c)])];
+                add(std::array<float, 3>{static_cast<float>(p[0]), static_cast<float>(p[1]), static_cast<float>(p[2])});
+            }
+            add(colour);
+        }
+    }
+    return file;
+}
+
 inline std::string boxPolygons(const std::string& header, bool countAhead) {
     std::string text = header;
     for (const auto& p : boxCorners) {

@@ -95,6 +95,20 @@ TEST(ModelImport, PrimitivesOfOneMaterialAreOneSurface) {
     EXPECT_EQ(two.scene->numMeshes(), 2U);
 }
 
+// Programs that know of no colours write the word for black on each facet.
+TEST(ModelImport, AnStlFileThatIsBlackAllOverHasNoColours) {
+    const TestFolder folder;
+    const auto colourOf = [&folder](std::uint16_t word) {
+        const KivModel model = import({folder.write("box.stl", boxColourStl(word))});
+        EXPECT_EQ(model.files.at(0).triangles, 12U);
+        return model.scene->getMesh(0)->getMaterial()->getDiffuse();
+    };
+    const auto usual = import({folder.write("plain.stl", boxStl())}).scene->getMesh(0)->getMaterial()->getDiffuse();
+    EXPECT_EQ(colourOf(0x8000), usual);
+    EXPECT_EQ(colourOf(0xFC00), 0x0000FFU) << "red in the low byte";
+    EXPECT_EQ(colourOf(0x8001), 0x080000U) << "next to black";
+}
+
 TEST(ModelImport, TheSameBoxFromEveryFormat) {
     const TestFolder folder;
     const struct {

@@ -567,6 +567,10 @@ private:
         if (number == noIndex && ending() == ".dxf" && isGrey(mean.r) && isGrey(mean.g) && isGrey(mean.b)) {
             return noIndex;
         }
+        // Programs that know of no colours write black, by the letter, on each facet.
+        if (number == noIndex && ending() == ".stl" && mean.r == 0.0 && mean.g == 0.0 && mean.b == 0.0) {
+            return noIndex;
+        }
         Material material;
         if (number != noIndex) {
             material = parts.materials[number];

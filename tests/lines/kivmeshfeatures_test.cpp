@@ -123,3 +123,33 @@ TEST(KivMeshFeatures, OfAMeshWithoutNamedEdgesHaveNoNormals) {
     kivSetMeshEdges(mesh, edges);
     EXPECT_FALSE(kivMeshFeatures(mesh)->surface.normals.empty());
 }
+
+// A bolt in its hole: their triangles run through each other, the surfaces do not.
+TEST(KivMeshCrossings, LeaveOutRoundFacesThatLieOnEachOther) {
+    const auto ball = [](double x, unsigned int around) {
+        KivMesh mesh;
+        const LineBody body = sphereBody({x, 0.0, 0.0}, 1.5, around, around / 2);
+        for (const KivVec& p : body.points) {
+            mesh.addVertex({p.x, p.y, p.z}, {p.x - x, p.y, p.z});
+        }
+        for (const LineBody::Triangle& t : body.triangles) {
+            mesh.addTriangle(t[0], t[1], t[2]);
+        }
+        return mesh;
+    };
+    // Also from what is kept with them.
+    const KivMesh one = ball(0.0, 24);
+    const KivMesh other = ball(0.0, 30);
+    const KivMesh beside = ball(0.8, 30);
+    for (const KivMesh* mesh : {&one, &other, &beside}) {
+        kivSetMeshEdges(*mesh, std::make_shared<KivMeshEdges>());
+    }
+    for (int i = 0; i < 4; ++i) {
+        EXPECT_EQ(crossings(one, other), 0U) << i;
+    }
+    for (int i = 0; i < 4; ++i) {
+        EXPECT_GT(crossings(one, beside), 20U) << i;
+    }
+    // Without the surfaces of a CAD file nothing is known of what is under the triangles.
+    EXPECT_GT(crossings(one, ball(0.0, 30)), 100U);
+}

@@ -2,6 +2,7 @@
 
 #include "kivrender/geometry/kivrestsurface.h"
 #include "kivrender/lines/kivmeshahead.h"
+#include "kivrender/lines/touchingfaces.h"
 #include "kivrender/scene/kivmesh.h"
 #include "kivrender/scene/kivmeshkeep.h"
 #include "kivrender/scene/kivprogress.h"
@@ -108,6 +109,7 @@ bool KivMeshCrossings::add(std::shared_ptr<const KivMeshFeatures> body) {
 
 bool KivMeshCrossings::addAll() {
     const bool good = std::all_of(waiting.begin(), waiting.end(), [this](const auto& body) {
+        smooth.push_back(body->surface.normals.empty() ? nullptr : body);
         return crossings.add(body->surface.points, body->surface.triangles);
     });
     waiting.clear();
@@ -135,12 +137,31 @@ bool KivMeshCrossings::findHere() {
     if (!addAll() || !crossings.find()) {
         return false;
     }
+    if (areKept || std::any_of(smooth.begin(), smooth.end(), [](const auto& body) { return body != nullptr; })) {
+        known = withoutTouching(crossings.pieces());
+    }
     if (areKept && !key.empty()) {
         const std::lock_guard lock(last.guard);
         last.key = key;
-        last.pieces = std::make_shared<std::vector<KivCrossing>>(crossings.pieces());
+        last.pieces = known;
     }
     return true;
+}
+
+std::shared_ptr<const std::vector<KivCrossing>>
+KivMeshCrossings::withoutTouching(const std::vector<KivCrossing>& pieces) const {
+    auto left = std::make_shared<std::vector<KivCrossing>>();
+    left->reserve(pieces.size());
+    for (const KivCrossing& piece : pieces) {
+        const KivMeshFeatures* one = smooth[piece.bodies[0]].get();
+        const KivMeshFeatures* other = smooth[piece.bodies[1]].get();
+        if (one == nullptr || other == nullptr ||
+            !kivFacesTouch({one->surface, piece.triangles[0]}, {other->surface, piece.triangles[1]}, piece.from,
+                           piece.to)) {
+            left->push_back(piece);
+        }
+    }
+    return left;
 }
 
 const std::vector<KivCrossing>& KivMeshCrossings::pieces() const {

@@ -50,8 +50,11 @@ private:
     void queue(std::shared_ptr<const KivMeshFeatures> body);
     bool addAll();
     bool findHere();
+    // What is left of crossings where round faces do not merely lie on each other (touchingfaces.h).
+    std::shared_ptr<const std::vector<KivCrossing>> withoutTouching(const std::vector<KivCrossing>& pieces) const;
 
     KivSurfaceCrossings crossings;
+    std::vector<std::shared_ptr<const KivMeshFeatures>> smooth;  // all that were added; null for one without normals
     std::vector<std::shared_ptr<const KivMeshFeatures>> waiting; // to be added in their turn
     bool areHeld = true;                                         // all of them, by the mesh or found ahead
     std::vector<std::weak_ptr<const KivMeshFeatures>> key;       // of all bodies; without a meaning if any is not kept

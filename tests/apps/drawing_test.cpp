@@ -413,28 +413,53 @@ Seams seamsOf(const Rgb& onBlack, const Rgb& onWhite) {
     return seams;
 }
 
-TEST(DrawingSeams, NoPaperShinesThroughBetweenAreas) {
+class DrawingSeams : public testing::TestWithParam<const char*> {};
+
+// As large as someone enlarges a detail.
+TEST_P(DrawingSeams, NoPaperShinesThroughBetweenAreas) {
     const ProgramFolder folders[2];
     for (const ProgramFolder& folder : folders) {
         ModelWriter model(folder);
         writeBalls(model);
-        ASSERT_EQ(runTool({std::string(SELVARIN_BIN_DIR) + "/selvarin", "render", model.write(), "-q", "-s",
-                           std::to_string(width) + "x" + std::to_string(height), "--base", "Cartoon", "--add", "none",
-                           "--background", &folder == &folders[0] ? "#000000" : "#ffffff", "-o", folder.path("a.svg"),
-                           "-o", folder.path("a.pdf"), "-o", folder.path("a.eps")}),
+        ASSERT_EQ(runTool({std::string(SELVARIN_BIN_DIR) + "/selvarin",
+                           "render",
+                           model.write(),
+                           "-q",
+                           "-s",
+                           std::to_string(width) + "x" + std::to_string(height),
+                           "--base",
+                           "Cartoon",
+                           "--add",
+                           "none",
+                           "--background",
+                           &folder == &folders[0] ? "#000000" : "#ffffff",
+                           "--areas",
+                           GetParam(),
+                           "-o",
+                           folder.path("a.svg"),
+                           "-o",
+                           folder.path("a.pdf"),
+                           "-o",
+                           folder.path("a.eps")}),
                   0);
     }
-    for (const std::string ending : {"svg", "pdf", "eps"}) {
-        for (const int zoom : {1, 4}) {
-            const Rgb onBlack = viewed(folders[0], ending, zoom);
-            const Rgb onWhite = viewed(folders[1], ending, zoom);
-            ASSERT_EQ(onBlack.bytes.size(), onWhite.bytes.size());
-            const Seams seams = seamsOf(onBlack, onWhite);
-            EXPECT_GT(seams.inside, width * height * zoom * zoom / 4) << ending << " at " << zoom;
-            EXPECT_LE(seams.seen, 16 * zoom) << ending << " at " << zoom;
-        }
+    std::vector<std::pair<std::string, int>> views = {{"svg", 1}, {"svg", 4}, {"svg", 16},
+                                                      {"pdf", 4}, {"eps", 1}, {"eps", 4}};
+    if (GetParam() == std::string("regions")) {
+        views.emplace_back("pdf", 1);
+    }
+    for (const auto& [ending, zoom] : views) {
+        const Rgb onBlack = viewed(folders[0], ending, zoom);
+        const Rgb onWhite = viewed(folders[1], ending, zoom);
+        ASSERT_EQ(onBlack.bytes.size(), onWhite.bytes.size());
+        const Seams seams = seamsOf(onBlack, onWhite);
+        EXPECT_GT(seams.inside, width * height * zoom * zoom / 4) << ending << " at " << zoom;
+        EXPECT_LE(seams.seen, 16 * zoom) << ending << " at " << zoom;
     }
 }
+
+INSTANTIATE_TEST_SUITE_P(Areas, DrawingSeams, testing::Values("regions", "faces"),
+                         [](const testing::TestParamInfo<const char*>& tested) { return std::string(tested.param); });
 
 // --- true to scale ---
 

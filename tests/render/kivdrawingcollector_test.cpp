@@ -127,7 +127,7 @@ TEST_F(DrawingCollector, ARenderFillsTheDrawingAndWritesNoFile) {
 TEST_F(DrawingCollector, AreasThatDoNotShareTheirBordersWantRims) {
     KivDrawingCollector collector(drawing);
     for (const auto& [areas, rim] :
-         {std::pair(KivDrawingCollector::Areas::triangles, 0.5), std::pair(KivDrawingCollector::Areas::faces, 0.5),
+         {std::pair(KivDrawingCollector::Areas::triangles, 0.8), std::pair(KivDrawingCollector::Areas::faces, 0.8),
           std::pair(KivDrawingCollector::Areas::regions, 0.0)}) {
         collector.setAreas(areas);
         ASSERT_TRUE(renderSquare());
@@ -144,7 +144,7 @@ TEST_F(DrawingCollector, RegionsThatAreTooMuchWorkStayTriangles) {
         ASSERT_TRUE(collector.hasDrawing());
         ASSERT_EQ(drawing.areas.size(), 2U);
         EXPECT_NEAR(sumOfAreas(drawing), 800.0, 0.1);
-        EXPECT_EQ(drawing.areaRim, 0.5);
+        EXPECT_EQ(drawing.areaRim, 0.8);
         ASSERT_EQ(drawing.messages.size(), 1U);
         EXPECT_EQ(host.messages, drawing.messages);
         EXPECT_FALSE(KivVectorPage::wasOrderExact()) << "that would be too much as well";

@@ -266,13 +266,16 @@ private:
         }
         bool touches = false;
         grid.visitAround(end.x, end.y, [&](const std::vector<std::uint32_t>& there) {
-            for (const std::uint32_t place : there) {
-                const KivLinePoint& point = pieces[pieceOf[place]].path->points[places[place].second];
-                const double dx = static_cast<double>(point.x) - end.x;
-                const double dy = static_cast<double>(point.y) - end.y;
-                touches = touches || (places[place].first != stroke &&
-                                      std::hypot(dx, dy) < touching * pixel + static_cast<double>(point.halfWidth));
-            }
+            // A crowded cell is left with the first that touches.
+            touches = touches || std::any_of(there.begin(), there.end(), [&](std::uint32_t place) {
+                          if (places[place].first == stroke) {
+                              return false;
+                          }
+                          const KivLinePoint& point = pieces[pieceOf[place]].path->points[places[place].second];
+                          const double dx = static_cast<double>(point.x) - end.x;
+                          const double dy = static_cast<double>(point.y) - end.y;
+                          return std::hypot(dx, dy) < touching * pixel + static_cast<double>(point.halfWidth);
+                      });
         });
         return !touches;
     }

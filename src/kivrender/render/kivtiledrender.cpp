@@ -21,7 +21,8 @@ namespace {
 // The longest side of a surface with the software driver; others have the same or more.
 constexpr std::int32_t longestSide = 16384;
 
-// A tile's frame has at most this side: with colour, depth, stencil and what is read back of them about 1.5 GB.
+// A tile's frame has at most this side: with colour, depth, stencil and what is read back of them about 1.5 GB, and
+// twice that where shadows and images beside the picture are wanted.
 constexpr std::int32_t frameSide = 8192;
 
 // What the rows of one row of tiles may take at most, as long as tiles are not flatter than the grid.

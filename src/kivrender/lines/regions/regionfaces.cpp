@@ -257,7 +257,7 @@ bool RegionFaces::liesOver(std::uint32_t face, const RegionPlane& plane, const R
 
 void RegionFaces::visibleParts(const RegionLine& line, std::vector<KivLinePart>& parts) const {
     VisibleParts rest(parts, {0.0, 1.0});
-    const double margin = 2.0 * line.noise + farthestDepth * 0x1p-20;
+    const double farther = 2.0 * line.noise + farthestDepth * 0x1p-20;
     const auto at = [&](double t) {
         return std::array<double, 2>{line.a.place.x + t * (static_cast<double>(line.b.place.x) - line.a.place.x),
                                      line.a.place.y + t * (static_cast<double>(line.b.place.y) - line.a.place.y)};
@@ -270,8 +270,8 @@ void RegionFaces::visibleParts(const RegionLine& line, std::vector<KivLinePart>&
                                       offRegionGrid(y0),
                                       offRegionGrid(x1),
                                       offRegionGrid(y1),
-                                      line.a.depth + rise * part.from + margin,
-                                      line.a.depth + rise * part.to + margin};
+                                      line.a.depth + rise * part.from + farther,
+                                      line.a.depth + rise * part.to + farther};
     };
     // Of a long segment less and less is left to ask about.
     KivLinePart asked = {0.0, 1.0};

@@ -75,12 +75,40 @@ float KivDepthImage::at(int pictureX, int pictureY) const {
     return span.values[static_cast<std::size_t>(y - span.bottom) * span.width + (x - span.left)];
 }
 
-float KivDepthImage::farthest(int x, int y) const {
+float KivDepthImage::farthest(int pictureX, int pictureY) const {
+    const int x = pictureX - frameLeft;
+    const int y = pictureY - frameBottom;
+    if (const Span* const span = spanAround(x, y)) {
+        const auto width = static_cast<std::size_t>(span->width);
+        const float* row = &span->values[static_cast<std::size_t>(y - 1 - span->bottom) * width + (x - 1 - span->left)];
+        float result = 0.0F;
+        for (int i = 0; i < 3; ++i, row += width) {
+            result = std::max({result, row[0], row[1], row[2]});
+        }
+        return result;
+    }
     float result = 0.0F;
     for (int dy = -1; dy <= 1; ++dy) {
         for (int dx = -1; dx <= 1; ++dx) {
-            result = std::max(result, at(x + dx, y + dy));
+            result = std::max(result, at(pictureX + dx, pictureY + dy));
         }
     }
     return result;
+}
+
+// The span that holds a pixel of the frame and its eight neighbours, if a single one does.
+const KivDepthImage::Span* KivDepthImage::spanAround(int x, int y) const {
+    if (x < 1 || y < 1 || x + 1 >= pixelsWide || y + 1 >= pixelsHigh) {
+        return nullptr;
+    }
+    const auto column = static_cast<unsigned int>(x) / tile;
+    const auto row = static_cast<unsigned int>(y) / tile;
+    const std::int32_t number = spanOfTile[static_cast<std::size_t>(row) * tilesWide + column];
+    if (number < 0) {
+        return nullptr;
+    }
+    const Span& span = read[static_cast<std::size_t>(number)];
+    const bool isWithin =
+        x > span.left && x + 1 < span.left + span.width && y > span.bottom && y + 1 < span.bottom + span.height;
+    return isWithin ? &span : nullptr;
 }

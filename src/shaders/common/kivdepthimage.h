@@ -38,6 +38,8 @@ public:
     float farthest(int x, int y) const;
 
 private:
+    const Span* spanAround(int x, int y) const;
+
     int frameLeft = 0;
     int frameBottom = 0;
     int pixelsWide = 0;

@@ -39,11 +39,11 @@ double lengthOf(const KivLinePath& path) {
 }
 
 // Points by the cells of a grid.
-class Grid {
+template <class Item> class Grid {
 public:
     explicit Grid(double cellSize) : size(cellSize) {}
 
-    void add(double x, double y, std::uint32_t item) {
+    void add(double x, double y, const Item& item) {
         cells[key(cell(x), cell(y))].push_back(item);
     }
     template <class Visit> void visitAround(double x, double y, Visit visit) const {
@@ -56,6 +56,24 @@ public:
             }
         }
     }
+    // Whether an item in the cells around a point is wanted. In a crowd most often the one that was wanted last is so
+    // again: it moves to the front of its cell (Rivest, On Self-Organizing Sequential Search Heuristics, 1976), and the
+    // point's own cell is searched first.
+    template <class Wanted> bool findAround(double x, double y, Wanted wanted) {
+        constexpr int steps[9][2] = {{0, 0}, {-1, 0}, {1, 0}, {0, -1}, {0, 1}, {-1, -1}, {1, -1}, {-1, 1}, {1, 1}};
+        for (const auto& step : steps) {
+            const auto there = cells.find(key(cell(x) + step[0], cell(y) + step[1]));
+            if (there == cells.end()) {
+                continue;
+            }
+            const auto found = std::find_if(there->second.begin(), there->second.end(), wanted);
+            if (found != there->second.end()) {
+                std::iter_swap(there->second.begin(), found);
+                return true;
+            }
+        }
+        return false;
+    }
 
 private:
     std::int64_t cell(double at) const {
@@ -66,7 +84,15 @@ private:
     }
 
     double size;
-    std::unordered_map<std::int64_t, std::vector<std::uint32_t>> cells;
+    std::unordered_map<std::int64_t, std::vector<Item>> cells;
+};
+
+// A point of a stroke, with half of the line's width there.
+struct StrokePoint {
+    float x = 0.0F;
+    float y = 0.0F;
+    float halfWidth = 0.0F;
+    std::uint32_t stroke = 0;
 };
 
 class StrokeMaker {
@@ -148,7 +174,7 @@ private:
 
     // Those that go on best first.
     void joinEnds() {
-        Grid grid(widestGap * pixel);
+        Grid<std::uint32_t> grid(widestGap * pixel);
         for (std::uint32_t e = 0; e < ends.size(); ++e) {
             if (isOpen(e / 2)) {
                 grid.add(ends[e].x, ends[e].y, e);
@@ -235,49 +261,31 @@ private:
                 widest = std::max(widest, static_cast<double>(point.halfWidth));
             }
         }
-        Grid grid(touching * pixel + widest);
-        std::vector<std::pair<std::uint32_t, std::uint32_t>> places; // stroke and point of a piece
+        Grid<StrokePoint> grid(touching * pixel + widest);
         for (std::uint32_t s = 0; s < strokes.size(); ++s) {
             for (const std::uint32_t piece : strokes[s].pieces) {
                 for (const KivLinePoint& point : pieces[piece].path->points) {
                     grid.add(static_cast<double>(point.x), static_cast<double>(point.y),
-                             static_cast<std::uint32_t>(places.size()));
-                    places.emplace_back(s, static_cast<std::uint32_t>(&point - pieces[piece].path->points.data()));
-                    pieceOf.push_back(piece);
+                             {point.x, point.y, point.halfWidth, s});
                 }
             }
         }
         for (std::uint32_t s = 0; s < strokes.size(); ++s) {
             KivWholeStroke& stroke = strokes[s];
             if (!stroke.closed && isOpen(stroke.pieces.front())) {
-                stroke.startsLoose =
-                    isLoose(s, 2 * stroke.pieces.front() + (stroke.reversed.front() ? 1 : 0), grid, places);
-                stroke.endsLoose =
-                    isLoose(s, 2 * stroke.pieces.back() + (stroke.reversed.back() ? 0 : 1), grid, places);
+                stroke.startsLoose = isLoose(s, 2 * stroke.pieces.front() + (stroke.reversed.front() ? 1 : 0), grid);
+                stroke.endsLoose = isLoose(s, 2 * stroke.pieces.back() + (stroke.reversed.back() ? 0 : 1), grid);
             }
         }
     }
 
-    bool isLoose(std::uint32_t stroke, std::uint32_t e, const Grid& grid,
-                 const std::vector<std::pair<std::uint32_t, std::uint32_t>>& places) const {
+    bool isLoose(std::uint32_t stroke, std::uint32_t e, Grid<StrokePoint>& grid) const {
         const End& end = ends[e];
-        if (isAtEdge(end)) {
-            return false;
-        }
-        bool touches = false;
-        grid.visitAround(end.x, end.y, [&](const std::vector<std::uint32_t>& there) {
-            // A crowded cell is left with the first that touches.
-            touches = touches || std::any_of(there.begin(), there.end(), [&](std::uint32_t place) {
-                          if (places[place].first == stroke) {
-                              return false;
-                          }
-                          const KivLinePoint& point = pieces[pieceOf[place]].path->points[places[place].second];
-                          const double dx = static_cast<double>(point.x) - end.x;
-                          const double dy = static_cast<double>(point.y) - end.y;
-                          return std::hypot(dx, dy) < touching * pixel + static_cast<double>(point.halfWidth);
-                      });
+        return !isAtEdge(end) && !grid.findAround(end.x, end.y, [&](const StrokePoint& point) {
+            return point.stroke != stroke &&
+                   std::hypot(static_cast<double>(point.x) - end.x, static_cast<double>(point.y) - end.y) <
+                       touching * pixel + static_cast<double>(point.halfWidth);
         });
-        return !touches;
     }
 
     bool mayGo(const KivWholeStroke& stroke) const {
@@ -301,7 +309,6 @@ private:
     std::vector<End> ends;
     std::vector<std::int32_t> mates; // of the ends
     std::vector<KivWholeStroke> strokes;
-    std::vector<std::uint32_t> pieceOf; // of the points in the grid
 };
 
 // How many of the piece's points, in the order of the walk, lie beside the end of the path and not beyond it. They come

@@ -71,3 +71,31 @@ TEST(KivDepthImage, TakesTheFarthestOfTheNeighbours) {
     EXPECT_EQ(depth.farthest(53, 50), 0.2F);
     EXPECT_EQ(depth.farthest(0, 50), 1.0F); // outside the picture there is nothing
 }
+
+TEST(KivDepthImage, TheFarthestNeighbourIsTheSameWhereverItIsHeld) {
+    std::mt19937 words(22);
+    for (int run = 0; run < 40; ++run) {
+        const int width = 1 + static_cast<int>(words() % 300);
+        const int height = 1 + static_cast<int>(words() % 300);
+        const int left = static_cast<int>(words() % 100);
+        const int bottom = static_cast<int>(words() % 100);
+        KivDepthImage depth(width, height, left, bottom);
+        const auto random = [&words](int from, int size) { return from + (signedUnit(words) * 0.5 + 0.5) * size; };
+        depth.want({random(left, width), random(bottom, height), 0.0},
+                   {random(left, width), random(bottom, height), 0.0}, 2.0);
+        for (KivDepthImage::Span& span : depth.spans()) {
+            for (float& value : span.values) {
+                value = static_cast<float>(words() % 1000U) / 1000.0F;
+            }
+        }
+        for (int i = 0; i < 4000; ++i) {
+            const int x = left - 3 + static_cast<int>(words() % static_cast<unsigned int>(width + 6));
+            const int y = bottom - 3 + static_cast<int>(words() % static_cast<unsigned int>(height + 6));
+            float farthest = 0.0F;
+            for (int k = 0; k < 9; ++k) {
+                farthest = std::max(farthest, depth.at(x - 1 + k % 3, y - 1 + k / 3));
+            }
+            ASSERT_EQ(depth.farthest(x, y), farthest) << run << ' ' << x << ' ' << y;
+        }
+    }
+}

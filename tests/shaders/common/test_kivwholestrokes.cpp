@@ -1,8 +1,13 @@
 #include "kivwholestrokes.h"
 
+#include "../shapes.h"
+#include "support/pollcost.h"
+
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
+#include <ctime>
 
 namespace {
 
@@ -112,6 +117,77 @@ TEST(KivWholeStrokes, EndsAtOtherLinesAndTheEdgeAreNotLoose) {
     ASSERT_EQ(strokes.size(), 2U);
     EXPECT_TRUE(strokes[0].startsLoose);
     EXPECT_FALSE(strokes[0].endsLoose);
+}
+
+// Short lines at random places of a square, none of which goes on as another one.
+std::vector<KivLinePath> crowdOf(int count, double side, std::mt19937& words) {
+    std::vector<KivLinePath> paths;
+    for (int i = 0; i < count; ++i) {
+        const auto random = [&words] { return static_cast<float>(signedUnit(words)); };
+        const float x = 200.0F + static_cast<float>(side / 2.0) * random();
+        const float y = 200.0F + static_cast<float>(side / 2.0) * random();
+        paths.push_back(lineBetween(x, y, x + 8.0F * random(), y + 8.0F * random()));
+        for (KivLinePoint& point : paths.back().points) {
+            point.halfWidth = static_cast<float>(1 + i % 4);
+        }
+    }
+    return paths;
+}
+
+std::vector<KivWholeStroke> strokesOfTheirOwn(const std::vector<KivLinePath>& paths) {
+    std::vector<KivStrokePiece> pieces;
+    for (const KivLinePath& path : paths) {
+        pieces.push_back({&path, static_cast<std::uint32_t>(pieces.size()), 0.0});
+    }
+    return kivWholeStrokes(pieces, 1.0, size, size);
+}
+
+TEST(KivWholeStrokes, AnEndIsLooseWhereNoPointOfAnotherStrokeTouchesIt) {
+    std::mt19937 words(7);
+    for (int run = 0; run < 20; ++run) {
+        const std::vector<KivLinePath> paths = crowdOf(20 + 20 * run, 300.0, words);
+        const std::vector<KivWholeStroke> strokes = strokesOfTheirOwn(paths);
+        ASSERT_EQ(strokes.size(), paths.size());
+        const auto isLoose = [&](std::size_t stroke, const KivLinePoint& end) {
+            for (std::size_t other = 0; other < paths.size(); ++other) {
+                for (const KivLinePoint& point : paths[other].points) {
+                    if (other != stroke && std::hypot(static_cast<double>(point.x) - static_cast<double>(end.x),
+                                                      static_cast<double>(point.y) - static_cast<double>(end.y)) <
+                                               3.0 + static_cast<double>(point.halfWidth)) {
+                        return false;
+                    }
+                }
+            }
+            return true;
+        };
+        for (std::size_t i = 0; i < strokes.size(); ++i) {
+            ASSERT_EQ(strokes[i].pieces, std::vector<std::uint32_t>{static_cast<std::uint32_t>(i)});
+            EXPECT_EQ(strokes[i].startsLoose, isLoose(i, paths[i].points.front())) << run << ' ' << i;
+            EXPECT_EQ(strokes[i].endsLoose, isLoose(i, paths[i].points.back())) << run << ' ' << i;
+        }
+    }
+}
+
+TEST(KivWholeStrokes, ACrowdIsNotComparedWithItself) {
+    std::mt19937 words(8);
+    std::vector<KivLinePath> paths = crowdOf(20000, 4.0, words);
+    // The widest line says how far to look for those that an end may touch: most of what lies there is none of them.
+    for (KivLinePoint& point : paths[0].points) {
+        point.halfWidth = 40.0F;
+    }
+    for (std::size_t i = 0; i < paths.size(); ++i) {
+        for (KivLinePoint& point : paths[i].points) {
+            point.x += i < 5000 ? -45.0F : i < 10000 ? -20.0F : 0.0F;
+        }
+    }
+    timespec before{};
+    timespec after{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &before);
+    EXPECT_EQ(strokesOfTheirOwn(paths).size(), paths.size());
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &after);
+    const double seconds =
+        static_cast<double>(after.tv_sec - before.tv_sec) + 1e-9 * static_cast<double>(after.tv_nsec - before.tv_nsec);
+    EXPECT_LT(seconds, 0.6 * PollCost::slowness);
 }
 
 TEST(KivAppendPath, TurnsAPieceAndItsEnds) {

@@ -3,6 +3,8 @@
 #include "linecameras.h"
 
 #include <cmath>
+#include <cstdint>
+#include <numbers>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -75,4 +77,35 @@ TEST(SurfaceLines, AJunctionAtWhichEverySheetTurnsBackIsAContour) {
     EXPECT_EQ(contoursAlong(), 1);
     surface.points[3].x = 10.0;
     EXPECT_EQ(contoursAlong(), 0);
+}
+
+// An open octagonal wall, whose quads are meant to be round across. The lines along its borders are straight, and its
+// contour may not stand out of them over the diagonals.
+TEST(SurfaceLines, AContourOverAFlatFaceKeepsToItsSharpEdges) {
+    KivSurface wall;
+    for (int i = 0; i < 8; ++i) {
+        const double turn = 0.25 * i * std::numbers::pi + 0.3;
+        wall.points.push_back({std::cos(turn), std::sin(turn), 0.0});
+        wall.points.push_back({std::cos(turn), std::sin(turn), 1.0});
+    }
+    for (std::uint32_t i = 0; i < 16; i += 2) {
+        const std::uint32_t next = (i + 2) % 16;
+        wall.triangles.push_back({i, next, next + 1});
+        wall.triangles.push_back({i, next + 1, i + 1});
+    }
+    wall.sources.assign(wall.triangles.size(), 0);
+    const KivCamera camera = lineCamera(KivCamera::orthographic, {100.0, 0.0, 20.0}, 20.0, 1.0, 200.0);
+    SurfaceLineRules rules;
+    rules.features.creaseAngle = 60.0;
+    SurfaceLines lines;
+    ASSERT_TRUE(kivSurfaceLines(wall, {}, KivLineView(camera, 100.0, 100.0), rules, lines));
+    ASSERT_EQ(lines.contours.size(), 4U) << "two triangles on either side of the wall";
+    const double off = std::cos(std::numbers::pi / 8.0); // the faces, from the middle
+    for (const LineSegment& segment : lines.segments) {
+        for (int i = 0; i < 8; ++i) {
+            const double turn = 0.25 * (i + 0.5) * std::numbers::pi + 0.3;
+            EXPECT_LE(segment.a.x * std::cos(turn) + segment.a.y * std::sin(turn), off + 1e-9);
+            EXPECT_LE(segment.b.x * std::cos(turn) + segment.b.y * std::sin(turn), off + 1e-9);
+        }
+    }
 }

@@ -15,9 +15,15 @@ namespace {
 
 constexpr double sharpestBend = 150.0; // beyond, a surface is folded back on itself and not round
 constexpr double flatBend = 2.0;       // facets that bend by less show no facets
+constexpr float inPlane = 0.1F;        // degrees: what rounded coordinates turn triangles of one flat face by
 // Of an arc against those of its part in the middle: one that rises as much more stands for no curve. A turned part of
 // many columns bends by little between them, and by much where its profile does.
 constexpr double mostUneven = 10.0;
+// Facets of one curve do not differ more in width from one to the next, where one is flat and would bulge.
+constexpr double mostWiden = 3.0;
+constexpr double leastBulge = 0.5; // in pixels: what shows beside the edges of a flat face
+
+constexpr std::uint8_t allSides = 7; // of a triangle, a bit each
 
 // Which corner of the triangle the point is.
 std::size_t cornerOf(const KivSurface::Triangle& triangle, std::uint32_t point) {
@@ -75,7 +81,7 @@ public:
         : surface(read), wings(edges), creases(sharp), view(seenFrom), smooth(result) {}
 
     bool build(double mostRise) {
-        return orient() && findSmoothWings(mostRise) && splitCorners() && findNormals();
+        return orient() && findSmoothWings(mostRise) && splitCorners() && findNormals() && findStraightSides();
     }
 
 private:
@@ -129,6 +135,7 @@ private:
 
     bool findSmoothWings(double mostRise) {
         smooth.smooth.assign(wings.size(), false);
+        findFlatTriangles();
         double highest = 0.0;
         std::vector<float> rises(wings.size(), 0.0F);
         std::vector<float> swells(wings.size(), 0.0F);
@@ -137,8 +144,8 @@ private:
                 return false;
             }
             const KivFeatureWing& wing = wings[i];
-            smooth.smooth[i] =
-                smooth.oriented[i] && !creases[i] && !isSplit(wing) && static_cast<double>(wing.bend) < sharpestBend;
+            smooth.smooth[i] = smooth.oriented[i] && !creases[i] && !isSplit(wing) &&
+                               static_cast<double>(wing.bend) < sharpestBend && !endsFlatFace(wing);
             if (smooth.smooth[i] && static_cast<double>(wing.bend) > flatBend) {
                 const double rise = riseOver(wing, lengthOf(wing));
                 const double swell = riseOver(wing, widthBeside(wing));
@@ -147,26 +154,49 @@ private:
                 highest = std::max({highest, rise, swell});
             }
         }
-        return highest <= mostRise || (leaveUneven(swells, mostRise) && leaveFacets(rises, mostRise));
+        return highest <= mostRise || (leaveUneven(swells, mostRise) && leaveFacets(rises, mostRise) &&
+                                       (hasExactNormals() || leaveFacets(swells, mostRise)));
     }
     // Where the normals of the mesh do not run on over more than a facet's bend, there is an edge, though it may be too
     // short for a line: such as the chamfer at a corner of a machine part.
     bool isSplit(const KivFeatureWing& wing) const {
         return !surface.cornerNormals.empty() && !wing.smooth && static_cast<double>(wing.bend) > kivFlatFacesCrease;
     }
+    void findFlatTriangles() {
+        isFlat.assign(surface.triangles.size(), false);
+        if (hasExactNormals()) {
+            return; // which bulge nowhere
+        }
+        for (const KivFeatureWing& wing : wings) {
+            if (isPair(wing) && wing.bend <= inPlane) {
+                isFlat[wing.triangle] = isFlat[wing.other] = true;
+            }
+        }
+    }
+    // Where a flat face is much wider than the strip beside it, as on a box with chamfers, a curve that runs on from
+    // one to the other would bulge over the face.
+    bool endsFlatFace(const KivFeatureWing& wing) const {
+        if (static_cast<double>(wing.bend) <= flatBend || !(isFlat[wing.triangle] || isFlat[wing.other])) {
+            return false;
+        }
+        const double one = widthBeside(wing, wing.left);
+        const double other = widthBeside(wing, wing.right);
+        return std::max(one, other) > mostWiden * std::min(one, other) &&
+               isFlat[one > other ? wing.triangle : wing.other] && riseOver(wing, std::max(one, other)) > leastBulge;
+    }
     double lengthOf(const KivFeatureWing& wing) const {
         return kivLength(surface.points[wing.b] - surface.points[wing.a]);
     }
     // Across the edge, of the wider of its triangles.
     double widthBeside(const KivFeatureWing& wing) const {
+        return std::max(widthBeside(wing, wing.left), widthBeside(wing, wing.right));
+    }
+    double widthBeside(const KivFeatureWing& wing, std::int32_t corner) const {
         const KivVec& a = surface.points[wing.a];
         const KivVec edge = surface.points[wing.b] - a;
-        double most = 0.0;
-        for (const std::int32_t corner : {wing.left, wing.right}) {
-            most = std::max(most, kivLength(kivCross(edge, surface.points[static_cast<std::size_t>(corner)] - a)));
-        }
         const double length = kivLength(edge);
-        return length > 0.0 ? most / length : 0.0;
+        const double twiceArea = kivLength(kivCross(edge, surface.points[static_cast<std::size_t>(corner)] - a));
+        return length > 0.0 ? twiceArea / length : 0.0;
     }
     // In pixels, of an arc of that length that turns by the edge's bend.
     double riseOver(const KivFeatureWing& wing, double length) const {
@@ -226,7 +256,8 @@ private:
         }
         return true;
     }
-    // Parts of the surface whose facets show keep them.
+    // Parts of the surface whose facets show keep them. A strip of short edges, such as those of a cornice, shows them
+    // by its width alone.
     bool leaveFacets(const std::vector<float>& rises, double mostRise) {
         Sets parts(surface.triangles.size());
         if (!joinParts(parts)) {
@@ -270,13 +301,15 @@ private:
         smooth.smoothSides.assign(surface.triangles.size(), 0);
         for (std::size_t i = 0; i < wings.size(); ++i) {
             if (smooth.smooth[i]) {
-                for (const std::uint32_t t : {wings[i].triangle, wings[i].other}) {
-                    const KivSurface::Triangle& triangle = surface.triangles[t];
-                    const bool along = runsAlong(triangle, wings[i].a, wings[i].b);
-                    smooth.smoothSides[t] |=
-                        static_cast<std::uint8_t>(1U << cornerOf(triangle, along ? wings[i].a : wings[i].b));
-                }
+                mark(wings[i], smooth.smoothSides);
             }
+        }
+    }
+    void mark(const KivFeatureWing& wing, std::vector<std::uint8_t>& sides) const {
+        for (const std::uint32_t t : {wing.triangle, wing.other}) {
+            const KivSurface::Triangle& triangle = surface.triangles[t];
+            const bool along = runsAlong(triangle, wing.a, wing.b);
+            sides[t] |= static_cast<std::uint8_t>(1U << cornerOf(triangle, along ? wing.a : wing.b));
         }
     }
     bool split(const std::vector<bool>& isSharp) {
@@ -371,12 +404,45 @@ private:
         return true;
     }
 
+    // A sharp edge of a flat face lies in its plane: what lies within the face and swelled over it would stand out of
+    // the line along that edge, in a spike over the diagonal of a quad between two chamfers. Exact normals say where
+    // two triangles stand for a curve.
+    bool findStraightSides() {
+        if (hasExactNormals() || std::find(smooth.smooth.begin(), smooth.smooth.end(), false) == smooth.smooth.end()) {
+            return true;
+        }
+        const auto isWithin = [&](std::size_t i) { return smooth.smooth[i] && wings[i].bend <= inPlane; };
+        Sets faces(surface.triangles.size());
+        for (std::size_t i = 0; i < wings.size(); ++i) {
+            if (kivIsCancelledAt(i)) {
+                return false;
+            }
+            if (isWithin(i)) {
+                faces.join(wings[i].triangle, wings[i].other);
+            }
+        }
+        std::vector<bool> isEnded(surface.triangles.size(), false);
+        for (std::uint32_t t = 0; t < isEnded.size(); ++t) {
+            if (smooth.smoothSides[t] != allSides) {
+                isEnded[faces.find(t)] = true;
+            }
+        }
+        smooth.straightSides.assign(surface.triangles.size(), 0);
+        for (std::size_t i = 0; i < wings.size(); ++i) {
+            if (isWithin(i) && isEnded[faces.find(wings[i].triangle)]) {
+                mark(wings[i], smooth.straightSides);
+            }
+        }
+        return true;
+    }
+
     const KivSurface& surface;
     const std::vector<KivFeatureWing>& wings;
     const std::vector<bool>& creases;
     const KivLineView& view;
     SmoothSurface& smooth;
     std::vector<bool> turned; // triangles; empty if none is
+    std::vector<bool> isFlat; // triangles with one in their plane beside them
 };
 
 } // namespace

@@ -286,11 +286,14 @@ private:
         const KivVec turn = smooth.normals[smooth.corners[t][next]] - smooth.normals[smooth.corners[t][k]];
         return 0.125 * std::fabs(kivDot(side, turn));
     }
+    bool isStraight(std::uint32_t t, std::size_t k) const {
+        return !smooth.straightSides.empty() && (smooth.straightSides[t] & (1U << k)) != 0;
+    }
     // On the arc over a smooth side, on the line of a sharp one. The same point and normal from both sides.
     KivVec crossing(std::uint32_t t, std::size_t k, std::size_t next, KivVec* normal) const {
         std::uint32_t a = smooth.corners[t][k];
         std::uint32_t b = smooth.corners[t][next];
-        const bool isSmooth = (smooth.smoothSides[t] & (1U << k)) != 0;
+        const bool isRound = (smooth.smoothSides[t] & (1U << k)) != 0 && !isStraight(t, k);
         if (smooth.points[b] < smooth.points[a]) {
             std::swap(a, b);
         }
@@ -301,7 +304,7 @@ private:
         if (at == 0.0 || at == 1.0) {
             return at == 0.0 ? from : to;
         }
-        return isSmooth ? onArc(from, to, smooth.normals[a], smooth.normals[b], at) : from + (to - from) * at;
+        return isRound ? onArc(from, to, smooth.normals[a], smooth.normals[b], at) : from + (to - from) * at;
     }
     // Whether what faces the viewer lies before what turns away. Of a closed body the rest of the contour is hidden by
     // the body itself; of an open sheet it bulges to the other side.

@@ -323,6 +323,27 @@ TEST(Program, APictureLargerThanASurfaceIsDrawnInTiles) {
     EXPECT_EQ(readPng(folder.path("wide_depth.png")).width, 17000U);
 }
 
+TEST(Program, TilesGiveTheVeryPixelsOfTheWholeInEveryStyle) {
+    const ProgramFolder folder;
+    std::size_t styles = 0;
+    for (const auto& file : std::filesystem::directory_iterator(std::string(SELVARIN_BIN_DIR) + "/styles")) {
+        const std::vector<std::string> words{
+            "render", "--demo", "--style", file.path().stem().string(), "-s", "120x90", "-a", "1", "--shadows", "-o"};
+        const auto picture = [&](const std::string& name, const std::vector<std::string>& more) {
+            std::vector<std::string> all = words;
+            all.push_back(folder.path(name));
+            all.insert(all.end(), more.begin(), more.end());
+            EXPECT_EQ(run(folder, all).status, 0) << file.path();
+            return readPng(folder.path(name));
+        };
+        const Picture whole = picture("whole.png", {});
+        EXPECT_GT(whole.covered(), 0.1) << file.path();
+        EXPECT_EQ(picture("tiles.png", {"--tile", "64"}).rgb, whole.rgb) << file.path();
+        ++styles;
+    }
+    EXPECT_GE(styles, 12U);
+}
+
 TEST(Program, APosterThatIsCancelledLeavesTheOldFile) {
     const ProgramFolder folder;
     const std::string png = folder.write("old.png", "old");
@@ -386,7 +407,7 @@ TEST(Program, WritesAllPictureFormatsAndTheStream) {
 
 TEST(Program, DepthImageBesideThePicture) {
     const ProgramFolder folder;
-    ASSERT_EQ(run(folder, {"render", writeBlueBox(folder), "-o", folder.path("b.png"), "-s", "160x120", "-a", "1",
+    ASSERT_EQ(run(folder, {"render", writeBlueBox(folder), "-o", folder.path("b.png"), "-s", "120x90", "-a", "1",
                            "--depth-image"})
                   .status,
               0);
@@ -636,7 +657,7 @@ TEST(Program, LooksAndSettings) {
     const std::string box = writeBlueBox(folder);
     // Compared as numbers: a whole picture is not a message.
     const auto picture = [&](std::vector<std::string> more) {
-        std::vector<std::string> arguments{"render", box, "-o", folder.path("l.png"), "-s", "160x120", "-q"};
+        std::vector<std::string> arguments{"render", box, "-o", folder.path("l.png"), "-s", "120x90", "-q"};
         arguments.insert(arguments.end(), more.begin(), more.end());
         const Outcome outcome = run(folder, arguments);
         EXPECT_EQ(outcome.status, 0) << outcome.err;
@@ -788,7 +809,7 @@ TEST(ProgramStyles, SavedAndUsedByNameAndByFile) {
     const std::string box = writeBlueBox(user.folder);
     const auto render = [&](const std::string& name, std::vector<std::string> look) {
         const std::string png = user.folder.path(name);
-        std::vector<std::string> words = {"render", box, "-o", png, "-s", "160x120", "-q"};
+        std::vector<std::string> words = {"render", box, "-o", png, "-s", "120x90", "-q"};
         words.insert(words.end(), look.begin(), look.end());
         const Outcome outcome = user(words);
         EXPECT_EQ(outcome.status, 0) << outcome.err;

@@ -2,6 +2,7 @@
 #include "surface_fixture.h"
 
 #include "kivrender/platform/kivdeferredpicture.h"
+#include "kivrender/platform/kivglframe.h"
 #include "kivrender/platform/kivglwarmup.h"
 
 #define GL_GLEXT_PROTOTYPES
@@ -163,6 +164,53 @@ TEST_F(SurfaceTest, AKeptContextIsLikeAFreshOne) {
         leaveTraces();
         surface.deleteContext();
     }
+}
+
+// Draws a surface of 30 by 20 that lies there in a frame of 100 by 80, for which one context serves.
+TEST_F(SurfaceTest, APartOfAFrameIsItsPictureAlone) {
+    const KeptContexts kept;
+    EGLContext first = EGL_NO_CONTEXT;
+    for (const auto& [left, bottom] : {std::pair(20, 10), std::pair(35, 15), std::pair(70, 60)}) {
+        const KivGlFrameScope frame({{100, 80}, left, bottom});
+        KivBitmapManager surface;
+        ASSERT_TRUE(startDrawing(surface, {30, 20}));
+        first = first == EGL_NO_CONTEXT ? eglGetCurrentContext() : first;
+        EXPECT_EQ(eglGetCurrentContext(), first);
+        std::array<GLint, 4> viewport{};
+        glGetIntegerv(GL_VIEWPORT, viewport.data());
+        EXPECT_EQ(viewport, (std::array<GLint, 4>{left, bottom, 30, 20}));
+        EXPECT_EQ(glIsEnabled(GL_SCISSOR_TEST), GL_FALSE);
+        std::array<std::uint32_t, 600> pixels{};
+        glReadPixels(left, bottom, 30, 20, GL_BGRA, GL_UNSIGNED_BYTE, pixels.data());
+        EXPECT_EQ(pixels, (std::array<std::uint32_t, 600>{})) << "the one before overlapped it";
+        glPixelStorei(GL_PACK_ALIGNMENT, 1);
+        std::array<GLubyte, 600> stencil{};
+        glReadPixels(left, bottom, 30, 20, GL_STENCIL_INDEX, GL_UNSIGNED_BYTE, stencil.data());
+        EXPECT_EQ(stencil, (std::array<GLubyte, 600>{}));
+        glViewport(0, 0, 100, 80);
+        fill(1, 0, 0, 0);
+        glClearStencil(5);
+        glClear(GL_STENCIL_BUFFER_BIT);
+        glScissor(left, bottom, 1, 1);
+        glEnable(GL_SCISSOR_TEST);
+        glClearColor(0, 1, 0, 1);
+        glClear(GL_COLOR_BUFFER_BIT);
+        surface.deleteContext();
+        const HBITMAP bitmap = surface.getHBitmap();
+        EXPECT_EQ(pixel(bitmap, 0, 0), green) << "the lower left corner";
+        EXPECT_EQ(pixel(bitmap, 0, 1), red);
+        EXPECT_EQ(pixel(bitmap, 1, 0), red);
+        EXPECT_EQ(pixel(bitmap, 29, 19), red);
+    }
+    KivBitmapManager surface;
+    ASSERT_TRUE(startDrawing(surface, {30, 20}));
+    expectFreshContext();
+}
+
+TEST_F(SurfaceTest, AFrameThatIsTooLargeIsRefused) {
+    const KivGlFrameScope frame({{1 << 20, 80}, 0, 0});
+    EXPECT_FALSE(kivWarmUpGl({30, 20}));
+    EXPECT_EQ(kivGlFailure().kind, KivGlFailure::tooLarge);
 }
 
 TEST_F(SurfaceTest, NobodyElseGetsAKeptContext) {

@@ -154,8 +154,8 @@ constexpr std::array renderOptions{
     OptionInfo{"offset", 0, "UNITS", "5", "Fine tuning", false, nothing, "",
                "How far surfaces step back from the lines drawn on them, in steps of the depth buffer."},
     OptionInfo{"tile", 0, "PIXELS", "", "Fine tuning", false, nothing, "",
-               "Draw the picture in tiles of so many pixels, as those larger than OpenGL's limit always are, in little "
-               "memory; for png and tif."},
+               "Draw the picture in tiles of so many pixels, as those larger than OpenGL's limit always are, with the "
+               "same pixels; for png and tif."},
     OptionInfo{"memory-folder", 0, "DIR", "", "Fine tuning", false, folder, "",
                "Where the picture's memory goes as a file; for pictures larger than the memory."},
     OptionInfo{"timings", 0, "", "", "Fine tuning", false, nothing, "", "Tell on standard error what took how long."},

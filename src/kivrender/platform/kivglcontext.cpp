@@ -1,6 +1,7 @@
 #include "kivrender/platform/kivglcontext.h"
 
 #include "kivrender/platform/kivdeferredpicture.h"
+#include "kivrender/platform/kivglframe.h"
 #include "kivrender/platform/kivglobjects.h"
 #include "kivrender/platform/kivglwarmup.h"
 #include "kivrender/platform/kivsystemerror.h"
@@ -35,6 +36,8 @@ std::shared_ptr<KivGlContextObject>& warmContext() {
     static auto* const context = new std::shared_ptr<KivGlContextObject>;
     return *context;
 }
+
+thread_local const KivGlFrame* currentFrame = nullptr;
 
 bool makeEglCurrent(const KivGlContextObject& object) {
     return eglMakeCurrent(object.display, EGL_NO_SURFACE, EGL_NO_SURFACE, object.context) != EGL_FALSE;
@@ -122,6 +125,18 @@ void takeOverBitmap(KivGlContextObject& object, std::shared_ptr<KivBitmapObject>
 
 } // namespace
 
+KivGlFrameScope::KivGlFrameScope(const KivGlFrame& wanted) : frame(wanted) {
+    currentFrame = &frame;
+}
+
+KivGlFrameScope::~KivGlFrameScope() {
+    currentFrame = nullptr;
+}
+
+KivGlFrame kivGlFrameOf(tagSIZE surface) {
+    return currentFrame != nullptr ? *currentFrame : KivGlFrame{surface, 0, 0};
+}
+
 KivGlContextTable& kivGlContextTable() {
     static KivGlContextTable* const table = new KivGlContextTable;
     return *table;
@@ -153,7 +168,10 @@ std::shared_ptr<KivGlContextObject> KivGlContextObject::make(KivGlFailure* failu
 }
 
 bool KivGlContextObject::fit(tagSIZE size, bool withStencil, KivGlFailure* failure) {
-    if (framebuffer.size() == size && (framebuffer.hasStencil() || !withStencil)) {
+    const KivGlFrame wanted = kivGlFrameOf(size);
+    const KivGlFrame& present = framebuffer.frame();
+    const bool isLargeEnough = present.size == wanted.size && (framebuffer.hasStencil() || !withStencil);
+    if (isLargeEnough && framebuffer.size() == size && present.left == wanted.left && present.bottom == wanted.bottom) {
         return true;
     }
     const KivEglRestore restore(display);
@@ -161,9 +179,13 @@ bool KivGlContextObject::fit(tagSIZE size, bool withStencil, KivGlFailure* failu
         *failure = kivEglFailure("eglMakeCurrent");
         return false;
     }
+    if (isLargeEnough) {
+        framebuffer.moveTo(wanted, size);
+        return true;
+    }
     framebuffer.destroy();
     glFinish(); // the driver frees what is drawn into only after the drawing
-    return framebuffer.create(size, withStencil, failure);
+    return framebuffer.create(wanted, size, withStencil, failure);
 }
 
 std::shared_ptr<KivGlContextObject> kivTakeGlContext(tagSIZE size, bool withStencil, KivGlFailure* failure) {

@@ -100,7 +100,7 @@ bool KivGlFramebuffer::checkLimits(KivGlFailure* failure) const {
     glGetIntegerv(GL_MAX_TEXTURE_SIZE, &texture);
     glGetIntegerv(GL_MAX_VIEWPORT_DIMS, viewport.data());
     const GLint limit = std::min(std::min(renderbuffer, texture), std::min(viewport[0], viewport[1]));
-    if (extent.cx <= limit && extent.cy <= limit) {
+    if (whole.size.cx <= limit && whole.size.cy <= limit) {
         return true;
     }
     *failure = {KivGlFailure::tooLarge, limit, "GL_MAX_TEXTURE_SIZE"};
@@ -109,7 +109,8 @@ bool KivGlFramebuffer::checkLimits(KivGlFailure* failure) const {
 
 bool KivGlFramebuffer::createTargets() {
     const auto colourStorage = [this](GLint format) {
-        glTexImage2D(GL_TEXTURE_2D, 0, format, extent.cx, extent.cy, 0, GL_BGRA, GL_UNSIGNED_INT_8_8_8_8_REV, nullptr);
+        glTexImage2D(GL_TEXTURE_2D, 0, format, whole.size.cx, whole.size.cy, 0, GL_BGRA, GL_UNSIGNED_INT_8_8_8_8_REV,
+                     nullptr);
     };
     glGenFramebuffers(1, &framebuffer);
     glGenRenderbuffers(1, &depthStencil);
@@ -128,8 +129,8 @@ bool KivGlFramebuffer::createTargets() {
     glBindTexture(GL_TEXTURE_2D, 0);
     glBindRenderbuffer(GL_RENDERBUFFER, depthStencil);
     // Beside a stencil a depth of 32 bits takes eight bytes for each pixel, twice as much as without.
-    glRenderbufferStorage(GL_RENDERBUFFER, stencilled ? GL_DEPTH32F_STENCIL8 : GL_DEPTH_COMPONENT32F, extent.cx,
-                          extent.cy);
+    glRenderbufferStorage(GL_RENDERBUFFER, stencilled ? GL_DEPTH32F_STENCIL8 : GL_DEPTH_COMPONENT32F, whole.size.cx,
+                          whole.size.cy);
     glBindRenderbuffer(GL_RENDERBUFFER, 0);
     glFramebufferRenderbuffer(GL_FRAMEBUFFER, stencilled ? GL_DEPTH_STENCIL_ATTACHMENT : GL_DEPTH_ATTACHMENT,
                               GL_RENDERBUFFER, depthStencil);
@@ -139,11 +140,13 @@ bool KivGlFramebuffer::createTargets() {
            (!stencilled || attachmentBits(GL_STENCIL_ATTACHMENT, GL_FRAMEBUFFER_ATTACHMENT_STENCIL_SIZE) >= 8);
 }
 
-bool KivGlFramebuffer::create(tagSIZE newSize, bool withStencil, KivGlFailure* failure) {
-    extent = newSize;
+bool KivGlFramebuffer::create(const KivGlFrame& newFrame, tagSIZE newSurface, bool withStencil, KivGlFailure* failure) {
+    whole = newFrame;
+    surface = newSurface;
     stencilled = withStencil;
     if (!checkLimits(failure)) {
-        extent = {};
+        whole = {};
+        surface = {};
         return false;
     }
     if (!createTargets()) {
@@ -154,27 +157,40 @@ bool KivGlFramebuffer::create(tagSIZE newSize, bool withStencil, KivGlFailure* f
         return false;
     }
     // What a window of that size gives a context at its first use.
-    glViewport(0, 0, extent.cx, extent.cy);
-    glScissor(0, 0, extent.cx, extent.cy);
+    glViewport(whole.left, whole.bottom, surface.cx, surface.cy);
+    glScissor(whole.left, whole.bottom, surface.cx, surface.cy);
     if (!isZeroedByDriver()) {
         clear();
     }
     return true;
 }
 
-void KivGlFramebuffer::clear() {
+// Of a part, the part alone: a large frame would take as long to clear as to draw.
+void KivGlFramebuffer::clear() const {
+    if (!isWhole()) {
+        glEnable(GL_SCISSOR_TEST);
+    }
     glClearDepth(0.0);
     glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT | GL_STENCIL_BUFFER_BIT);
     glClearDepth(1.0);
+    if (!isWhole()) {
+        glDisable(GL_SCISSOR_TEST);
+    }
 }
 
 void KivGlFramebuffer::renew() const {
     glBindFramebuffer(GL_FRAMEBUFFER, framebuffer);
     glReadBuffer(GL_COLOR_ATTACHMENT0);
     glDrawBuffer(GL_COLOR_ATTACHMENT0);
-    glViewport(0, 0, extent.cx, extent.cy);
-    glScissor(0, 0, extent.cx, extent.cy);
+    glViewport(whole.left, whole.bottom, surface.cx, surface.cy);
+    glScissor(whole.left, whole.bottom, surface.cx, surface.cy);
     clear();
+}
+
+void KivGlFramebuffer::moveTo(const KivGlFrame& newFrame, tagSIZE newSurface) {
+    whole = newFrame;
+    surface = newSurface;
+    renew();
 }
 
 void KivGlFramebuffer::destroy() {
@@ -188,7 +204,8 @@ void KivGlFramebuffer::destroy() {
     colour = 0;
     depthStencil = 0;
     stencilled = false;
-    extent = {};
+    whole = {};
+    surface = {};
 }
 
 void KivGlFramebuffer::read(std::int32_t firstRow, std::int32_t count, std::uint8_t* pixels) const {
@@ -201,7 +218,7 @@ void KivGlFramebuffer::read(std::int32_t firstRow, std::int32_t count, std::uint
     if (buffer != GL_COLOR_ATTACHMENT0) {
         glReadBuffer(GL_COLOR_ATTACHMENT0);
     }
-    glReadPixels(0, firstRow, extent.cx, count, GL_BGRA, GL_UNSIGNED_INT_8_8_8_8_REV, pixels);
+    glReadPixels(whole.left, whole.bottom + firstRow, surface.cx, count, GL_BGRA, GL_UNSIGNED_INT_8_8_8_8_REV, pixels);
     if (buffer != GL_COLOR_ATTACHMENT0) {
         glReadBuffer(static_cast<GLenum>(buffer));
     }
@@ -213,6 +230,7 @@ void KivGlFramebuffer::write(const std::uint8_t* pixels) const {
     GLint bound = 0;
     glGetIntegerv(GL_TEXTURE_BINDING_2D, &bound);
     glBindTexture(GL_TEXTURE_2D, colour);
-    glTexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, extent.cx, extent.cy, GL_BGRA, GL_UNSIGNED_INT_8_8_8_8_REV, pixels);
+    glTexSubImage2D(GL_TEXTURE_2D, 0, whole.left, whole.bottom, surface.cx, surface.cy, GL_BGRA,
+                    GL_UNSIGNED_INT_8_8_8_8_REV, pixels);
     glBindTexture(GL_TEXTURE_2D, static_cast<GLuint>(bound));
 }

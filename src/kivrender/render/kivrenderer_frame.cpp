@@ -178,6 +178,7 @@ void KivRenderer::startRendering(const KivCommonSettings& settings, const KivCam
     if (!openContext(*surface, size, isReduced, settings.doShadows())) {
         return;
     }
+    kivBeginPictureTile();
     setSmoothing(settings.getAntialias() != 0);
     clearColor(settings.getBackgroundColor());
     KivDrawingCollector* const collector = settings.doVectorial() ? KivDrawingCollector::current() : nullptr;

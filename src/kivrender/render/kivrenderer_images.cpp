@@ -163,7 +163,8 @@ std::vector<std::uint8_t> readDepth(tagSIZE size, std::size_t stride) {
     std::vector<float> depth(width * height);
     {
         const PictureRows rows;
-        glReadPixels(0, 0, size.cx, size.cy, GL_DEPTH_COMPONENT, GL_FLOAT, depth.data());
+        const KivFrameCorner corner = kivFrameCorner();
+        glReadPixels(corner.x, corner.y, size.cx, size.cy, GL_DEPTH_COMPONENT, GL_FLOAT, depth.data());
     }
     std::vector<std::uint8_t> grey(stride * height);
     for (std::size_t y = 0; y < height; ++y) {

@@ -12,6 +12,7 @@
 #include "kivrender/shader/kivcombinableshader.h"
 #include "kivrender/shader/kivdrawing.h"
 #include "kivrender/shader/kivnoncombinableshader.h"
+#include "kivrender/shader/kivpicturetile.h"
 #include "kivrender/shader/kivshadercommunication.h"
 #include "kivrender/shader/kivshaderguard.h"
 #include "kivrender/shadow/kivshadows.h"
@@ -81,7 +82,8 @@ public:
     explicit SavedDepth(tagSIZE pictureSize)
         : size(pictureSize),
           values(new float[static_cast<std::size_t>(pictureSize.cx) * static_cast<std::size_t>(pictureSize.cy)]) {
-        glReadPixels(0, 0, size.cx, size.cy, GL_DEPTH_COMPONENT, GL_FLOAT, values.get());
+        const KivFrameCorner corner = kivFrameCorner();
+        glReadPixels(corner.x, corner.y, size.cx, size.cy, GL_DEPTH_COMPONENT, GL_FLOAT, values.get());
     }
 
     // The depth function stays at GL_ALWAYS, unless a shader changes it.
@@ -92,9 +94,10 @@ public:
         glEnable(GL_DEPTH_TEST);
         glDepthMask(GL_TRUE);
         glDepthFunc(GL_ALWAYS);
-        // At the window's origin, wherever a shader has left the raster position.
+        // At the picture's corner, wherever a shader has left the raster position.
         glPushAttrib(GL_CURRENT_BIT);
-        glWindowPos2i(0, 0);
+        const KivFrameCorner corner = kivFrameCorner();
+        glWindowPos2i(corner.x, corner.y);
         glDrawPixels(size.cx, size.cy, GL_DEPTH_COMPONENT, GL_FLOAT, values.get());
         glPopAttrib();
         glColorMask(GL_TRUE, GL_TRUE, GL_TRUE, GL_TRUE);

@@ -1,5 +1,6 @@
 #include "kivrender/render/kivtiledrender.h"
 
+#include "kivrender/platform/kivglframe.h"
 #include "kivrender/platform/kivglwarmup.h"
 #include "kivrender/platform/kivimage.h"
 #include "kivrender/render/kivbitmapmanager.h"
@@ -10,6 +11,7 @@
 #include "kivrender/settings/kivcommonsettings.h"
 #include "kivrender/settings/kivmemorycommondatamanager.h"
 #include "kivrender/shader/kivpicturetile.h"
+#include "kivrender/shader/kivshaderstencil.h"
 
 #include <algorithm>
 #include <memory>
@@ -82,7 +84,8 @@ public:
     TiledRender(KivRenderer& driver, const KivCommonSettings& wanted, KivDataManager* shaderData,
                 const KivScene& drawnScene, const KivCamera& view, const KivTiledPicture& whole)
         : renderer(driver), data(shaderData), scene(drawnScene), camera(view), picture(whole),
-          factor(1 << std::clamp(wanted.getAntialias(), 0, 2)), settings(wanted) {
+          factor(1 << std::clamp(wanted.getAntialias(), 0, 2)),
+          hasWholeFrame(!picture.isProjected && !kivNeedsTiles(picture.size, wanted.getAntialias())), settings(wanted) {
         settings.setVectorial(false);
         settings.setSaveRender(false);
         settings.setSaveVectorFile(L"");
@@ -95,6 +98,9 @@ public:
     }
 
     KivTiledOutcome run() {
+        if (hasWholeFrame) {
+            hasWholeFrame = canHaveWholeFrame();
+        }
         const bool isSurveyed = survey();
         if (outcome != KivTiledOutcome::done) {
             return outcome;
@@ -150,6 +156,13 @@ private:
         return {std::max(0, first - missing / grid * grid), last};
     }
 
+    // A driver may have too little memory for it. The first tile takes over what is made here.
+    bool canHaveWholeFrame() const {
+        const KivPictureTile tile = tileOf(around(cellAt(0, 0)));
+        const KivGlFrameScope frame({tile.picture, tile.frameLeft, tile.frameBottom});
+        return kivWarmUpGl(tile.size, kivNeedsStencil(settings.doShadows()));
+    }
+
     // Whether the tiles have been surveyed.
     bool survey() {
         const std::size_t across = columns.size() - 1;
@@ -198,11 +211,17 @@ private:
         tile.number = number;
         tile.kept = kept;
         tile.isProjected = picture.isProjected;
+        tile.isInWholeFrame = hasWholeFrame;
+        if (hasWholeFrame) {
+            tile.frameLeft = tile.left;
+            tile.frameBottom = tile.bottom;
+        }
         return tile;
     }
 
     bool draw(KivPictureTile& tile, KivBitmapManager& surface) {
         const KivPictureTileScope current(tile);
+        const KivGlFrameScope frame({hasWholeFrame ? tile.picture : tile.size, tile.frameLeft, tile.frameBottom});
         KivMemoryCommonDataManager common;
         settings.saveDataOnHost(&common);
         KivScene copy = scene;
@@ -264,6 +283,8 @@ private:
     const KivCamera& camera;
     const KivTiledPicture& picture;
     std::int32_t factor; // of the frame's pixels to those of the finished picture
+    // Tiles lie in a frame of the whole picture, for the same bytes, wherever the picture could be drawn without them.
+    bool hasWholeFrame;
     KivCommonSettings settings;
     std::uint64_t number;
     std::shared_ptr<KivPictureKept> kept = std::make_shared<KivPictureKept>();

@@ -1,8 +1,9 @@
 // Draws a picture that is larger than a surface: in tiles that overlap by a margin, whose rows are handed over as soon
 // as a row of tiles is complete, so that memory is taken for one row of tiles and one tile.
 //
-// A picture that could be drawn as a whole is the same to the byte where OpenGL's own rounding lets it: tiles show the
-// whole picture through a moved viewport. Pictures larger than any viewport have the tile's place in their projection.
+// A picture that could be drawn as a whole is the same to the byte: its tiles lie in a frame of the whole size, of
+// which nothing else is drawn. Larger ones have frames of the tile's size, in which OpenGL rounds otherwise, and show
+// the whole picture through a moved viewport; those larger than any viewport have the tile's place in their projection.
 //
 //     KivTiledPicture picture;
 //     picture.size = {40000, 30000};

@@ -16,8 +16,7 @@ struct Place {
     double shiftY = 0.0;
 };
 
-// A viewport that reaches beyond its frame takes whole pixels exactly, and so what it shows is the same to the byte as
-// without tiles; a projection adds rounding of its own.
+// A viewport that reaches beyond its frame takes whole pixels exactly; a projection adds rounding of its own.
 bool isPlacedByViewport(const KivPictureTile& tile) {
     GLint limits[2] = {};
     glGetIntegerv(GL_MAX_VIEWPORT_DIMS, limits);
@@ -45,13 +44,28 @@ KivPictureTileScope::~KivPictureTileScope() {
     current = nullptr;
 }
 
+KivFrameCorner kivFrameCorner() {
+    return current != nullptr ? KivFrameCorner{current->frameLeft, current->frameBottom} : KivFrameCorner{};
+}
+
+void kivBeginPictureTile() {
+    if (current == nullptr || !current->isInWholeFrame) {
+        return;
+    }
+    glEnable(GL_SCISSOR_TEST);
+    glScissor(current->frameLeft, current->frameBottom, current->size.cx, current->size.cy);
+    glBitmap(0, 0, 0.0F, 0.0F, static_cast<GLfloat>(current->frameLeft), static_cast<GLfloat>(current->frameBottom),
+             nullptr);
+}
+
 tagSIZE kivPictureSize(tagSIZE frame) {
     return current != nullptr ? current->picture : frame;
 }
 
 void kivSetPictureViewport(tagSIZE frame) {
     if (current != nullptr && isPlacedByViewport(*current)) {
-        glViewport(-current->left, -current->bottom, current->picture.cx, current->picture.cy);
+        glViewport(current->frameLeft - current->left, current->frameBottom - current->bottom, current->picture.cx,
+                   current->picture.cy);
     } else {
         glViewport(0, 0, frame.cx, frame.cy);
     }

@@ -3,6 +3,9 @@
 // and so a projection over the whole picture in pixels is right too, if it is loaded onto kivLoadPictureProjection in
 // place of glLoadIdentity. Only what looks at single pixels of the frame has to ask for the tile.
 //
+// The frame is as large as the tile, or as the whole picture where OpenGL can draw that: the tile then lies in it where
+// it lies in the picture, and nothing else of the frame is drawn.
+//
 // Tiles overlap by a margin that is cut off afterwards: what lies in it may depend on the tile's edge.
 #ifndef KIVRENDER_SHADER_KIVPICTURETILE_H
 #define KIVRENDER_SHADER_KIVPICTURETILE_H
@@ -42,6 +45,10 @@ struct KivPictureTile {
     std::shared_ptr<KivPictureKept> kept;
     // Puts the tile's place into the projection even where a viewport could take it; for tests.
     bool isProjected = false;
+    // The tile's lower left corner in the frame: left and bottom where the frame is that of the whole picture, else 0.
+    std::int32_t frameLeft = 0;
+    std::int32_t frameBottom = 0;
+    bool isInWholeFrame = false;
 };
 
 // The tile that is being drawn; null when the picture is drawn as a whole. It ends with the frame.
@@ -56,11 +63,22 @@ public:
     ~KivPictureTileScope();
 };
 
+// Where reading and writing of pixels has to begin in the frame: the corner of the current tile; 0, 0 without one.
+struct KivFrameCorner {
+    std::int32_t x = 0;
+    std::int32_t y = 0;
+};
+KIV_API KivFrameCorner kivFrameCorner();
+
+// At the beginning of a drawing, in a context as it was made: nothing is drawn beside the tile, and the raster position
+// is at its corner.
+KIV_API void kivBeginPictureTile();
+
 // The size of the picture that a frame of that size is a part of.
 KIV_API tagSIZE kivPictureSize(tagSIZE frame);
 
-// The viewport of a frame of that size: over the whole picture, whose lower left corner then lies outside of the frame,
-// or over the tile where the picture is larger than any viewport.
+// The viewport of a frame of that size: over the whole picture, whose lower left corner lies outside of a frame of the
+// tile's size, or over the tile where the picture is larger than any viewport.
 KIV_API void kivSetPictureViewport(tagSIZE frame);
 
 // In place of glLoadIdentity for a projection; what is multiplied onto it is laid out for the whole picture.

@@ -55,9 +55,10 @@ void addStencilInBands(tagSIZE size, unsigned char* sum) {
     const int rows = std::max(pixelsPerBand / std::max(size.cx, 1), 1);
     std::vector<unsigned char> band(pixelCount({size.cx, std::min(rows, size.cy)}));
     const TightRows tight;
+    const KivFrameCorner corner = kivFrameCorner();
     for (int first = 0; first < size.cy && (first == 0 || !kivIsCancelled()); first += rows) {
         const tagSIZE part{size.cx, std::min(rows, size.cy - first)};
-        glReadPixels(0, first, part.cx, part.cy, GL_STENCIL_INDEX, GL_UNSIGNED_BYTE, band.data());
+        glReadPixels(corner.x, corner.y + first, part.cx, part.cy, GL_STENCIL_INDEX, GL_UNSIGNED_BYTE, band.data());
         for (std::size_t i = 0; i < pixelCount(part); ++i, ++sum) {
             // How far above the base does not matter: a light is lost once, however many volumes enclose the point. The
             // sum stops at what a byte holds, so that more lights than that don't turn a shadow into light.
@@ -117,7 +118,8 @@ void KivShadows::copyStencilToBitmap(const wchar_t* fileName, tagSIZE size, int 
     const std::size_t stride = (width + 3) / 4 * 4;
     std::vector<std::uint8_t> stencil(stride * height);
     std::vector<std::uint8_t> picture(stride * height, static_cast<std::uint8_t>(lights));
-    glReadPixels(0, 0, size.cx, size.cy, GL_STENCIL_INDEX, GL_UNSIGNED_BYTE, stencil.data());
+    const KivFrameCorner corner = kivFrameCorner();
+    glReadPixels(corner.x, corner.y, size.cx, size.cy, GL_STENCIL_INDEX, GL_UNSIGNED_BYTE, stencil.data());
     for (std::size_t y = 0; y < height; ++y) {
         for (std::size_t x = 0; x < width; ++x) {
             if (depthBuffer[y * width + x] != 1.0F) {
@@ -168,7 +170,8 @@ void KivShadows::showStencil(tagSIZE size) {
     // colour indices, llvmpipe takes no account of padding.
     const TightRows tight;
     std::vector<std::uint8_t> buffer(pixelCount(size));
-    glReadPixels(0, 0, size.cx - 1, size.cy - 1, GL_STENCIL_INDEX, GL_UNSIGNED_BYTE, buffer.data());
+    const KivFrameCorner corner = kivFrameCorner();
+    glReadPixels(corner.x, corner.y, size.cx - 1, size.cy - 1, GL_STENCIL_INDEX, GL_UNSIGNED_BYTE, buffer.data());
     glDrawPixels(size.cx - 1, size.cy - 1, GL_COLOR_INDEX, GL_UNSIGNED_BYTE, buffer.data());
     glFlush();
 }
@@ -177,7 +180,8 @@ void KivShadows::obtainDepthBuffer(tagSIZE size) {
     if (!depthBuffer) {
         depthBuffer = std::shared_ptr<float[]>(new float[pixelCount(size)]);
     }
-    glReadPixels(0, 0, size.cx, size.cy, GL_DEPTH_COMPONENT, GL_FLOAT, depthBuffer.get());
+    const KivFrameCorner corner = kivFrameCorner();
+    glReadPixels(corner.x, corner.y, size.cx, size.cy, GL_DEPTH_COMPONENT, GL_FLOAT, depthBuffer.get());
 }
 
 float* KivShadows::getDepthBuffer(tagSIZE size) {

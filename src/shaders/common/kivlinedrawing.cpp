@@ -311,8 +311,10 @@ void KivLineDrawing::readDepth(const KivLineTile* tile) {
     glPixelStorei(GL_PACK_ROW_LENGTH, 0);
     glPixelStorei(GL_PACK_SKIP_PIXELS, 0);
     glPixelStorei(GL_PACK_SKIP_ROWS, 0);
+    const KivFrameCorner corner = kivFrameCorner();
     for (KivDepthImage::Span& span : depth.spans()) {
-        glReadPixels(span.left, span.bottom, span.width, span.height, GL_DEPTH_COMPONENT, GL_FLOAT, span.values.data());
+        glReadPixels(corner.x + span.left, corner.y + span.bottom, span.width, span.height, GL_DEPTH_COMPONENT,
+                     GL_FLOAT, span.values.data());
     }
 }
 

@@ -47,6 +47,27 @@ TEST_F(AnimateTest, AStillSceneGivesTheSameBytes) {
     EXPECT_FALSE(fs::exists(folder.path("f/004.png")));
 }
 
+// Lines that follow the form are found anew for each view: in films they would jump from frame to frame.
+TEST_F(AnimateTest, HatchingRoundTheFormRunsStraightUnlessItIsAskedFor) {
+    const std::vector<std::string> frame{"--seconds", "1",  "--fps",   "1",     "--style",
+                                         "Etching",   "-s", "320x240", "--set", "Sketch.HatchTone=90"};
+    const auto frameWith = [&](const std::string& name, const std::vector<std::string>& more, Outcome* outcome) {
+        std::vector<std::string> words = frame;
+        words.insert(words.end(), more.begin(), more.end());
+        *outcome = animate(name, words);
+        EXPECT_EQ(outcome->status, 0) << outcome->err;
+        return folder.read(name.substr(0, 1) + "0.png");
+    };
+    Outcome plain;
+    Outcome straight;
+    Outcome form;
+    const std::string film = frameWith("a%d.png", {}, &plain);
+    EXPECT_EQ(film, frameWith("b%d.png", {"--set", "Sketch.HatchDirection=straight"}, &straight));
+    EXPECT_NE(film, frameWith("c%d.png", {"--set", "Sketch.HatchDirection=form"}, &form));
+    EXPECT_NE(plain.err.find("--set Sketch.HatchDirection=form keeps it"), std::string::npos) << plain.err;
+    EXPECT_EQ(form.err.find("HatchDirection"), std::string::npos) << form.err;
+}
+
 TEST_F(AnimateTest, AFullTurnEndsWhereItBegan) {
     const std::vector<std::string> turn{"--seconds", "4", "--fps", "1"};
     ASSERT_EQ(animate("a%d.png", turn).status, 0);

@@ -1,6 +1,7 @@
 #include "apps/document/drawnlook.h"
 
 #include "kivrender/shader/kivshader.h"
+#include "kivrender/shader/kivshadersettings.h"
 
 #include <gtest/gtest.h>
 
@@ -90,6 +91,39 @@ TEST_F(QuickLook, WithoutStrokesNothingChanges) {
     const StudioLook look = lookOf(L"Backdrop;Outline;");
     EXPECT_TRUE(quickLook(look).shares(look));
     EXPECT_EQ(quickLook(StudioLook()), StudioLook());
+}
+
+// Films cannot hold lines that follow the form.
+TEST_F(QuickLook, ASteadyLookHatchesStraight) {
+    int count = 0;
+    const KivSettingInfo* const table = kivShaderSettings(KivShader::getByTag(L"Sketch"), &count);
+    const int hatching = kivFindSetting(table, count, "HatchDirection");
+    ASSERT_GE(hatching, 0);
+    const auto lookWith = [count](const std::wstring& added, int value) {
+        KivMemoryDataManager stream;
+        stream.setSaving();
+        const std::wstring names[] = {L"Style:", L"NonCombinableShader:", L"CombinableShader:" + added, L"Sketch",
+                                      L"SketchStrokes"};
+        for (const std::wstring& name : names) {
+            stream.saveString(name.c_str());
+        }
+        for (int i = 0; i < count; ++i) {
+            stream.saveInt(value);
+        }
+        stream.saveString(L"End Morvane ");
+        return StudioLook(stream);
+    };
+    const StudioLook look = lookWith(L"Backdrop;Sketch;", 1);
+    const StudioLook steady = steadyLook(look);
+    ASSERT_EQ(steady.getCells().size(), look.getCells().size());
+    for (int i = 0; i < count; ++i) {
+        int value = -1;
+        steady.getCells()[static_cast<std::size_t>(5 + i)].getValue(value);
+        EXPECT_EQ(value, i == hatching ? 0 : 1) << table[i].key;
+    }
+    EXPECT_EQ(addedIn(steady), addedIn(look));
+    const StudioLook still = lookWith(L"Backdrop;", 1);
+    EXPECT_TRUE(steadyLook(still).shares(still)) << "nobody hatches";
 }
 
 TEST(LookParts, OfALookAreFoundAndLeftOut) {

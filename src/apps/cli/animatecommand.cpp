@@ -444,7 +444,8 @@ void tell(const FilmOptions& options, const RenderOptions& render, double second
 
 int runAnimate(const Words& words) {
     const FilmOptions options = readOptions(words);
-    const RenderOptions render = parseRenderOptions(pictureWords(words));
+    RenderOptions render = parseRenderOptions(pictureWords(words));
+    render.forFilm = true;
     if (render.noBackground) {
         throw UsageError("--background none is for single pictures");
     }

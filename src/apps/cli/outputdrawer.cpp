@@ -78,7 +78,7 @@ void OutputDrawer::chooseLook() {
 }
 
 void OutputDrawer::chooseDocumentLook() {
-    const StudioLook& look = options.document->look;
+    const StudioLook look = options.forFilm ? steadyLook(options.document->look) : options.document->look;
     stream = options.noBackground ? bareLook(look).stream() : look.stream();
     const std::optional<std::uint32_t> sheet = sheetColour(look);
     background = sheet.value_or(options.background);

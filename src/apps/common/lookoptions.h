@@ -32,6 +32,9 @@ struct LookOptions {
     bool withoutBackdrop = false;   // no shader paints what lies behind the scene
     bool withoutLines = false;      // nor what lies over its surfaces
     bool withoutHighlights = false; // nor do surfaces shine
+    // For films: hatching round the form, whose lines are found anew for each view, runs straight unless a setting asks
+    // for it.
+    bool forFilm = false;
     LookWords words;
 };
 

@@ -124,6 +124,26 @@ bool showHighlights(const std::wstring& tag, bool wanted) {
     return shows;
 }
 
+// Whether hatching runs round the form; makes it straight where that is wanted.
+bool hatchesRoundForm(const KivStyleHead& shaders, bool isStraightWanted) {
+    constexpr const char* key = "HatchDirection"; // 0 is straight
+    bool any = false;
+    for (const std::wstring& tag : shaders.combinables) {
+        KivShader* const shader = KivShader::getByTag(tag.c_str());
+        for (KivTablePageSettings* settings :
+             shader != nullptr ? tableSettings(*shader) : std::vector<KivTablePageSettings*>()) {
+            const int index = settings->find(key);
+            if (index >= 0 && settings->getInt(index) != 0) {
+                any = true;
+                if (isStraightWanted) {
+                    settings->setValue(index, 0);
+                }
+            }
+        }
+    }
+    return any;
+}
+
 // Every render starts from the defaults, whatever an earlier one of this run has set.
 void resetSettings() {
     for (unsigned long i = 0; i < KivShader::shaders(); ++i) {
@@ -210,8 +230,13 @@ ChosenLook applyLook(const LookOptions& options) {
         const bool isBackdrop = shader != nullptr && coversBackground(*shader);
         return isBackdrop ? options.withoutBackdrop : options.withoutLines;
     });
+    const bool isStraightened = options.forFilm && hatchesRoundForm(look.shaders, true);
     for (const SettingOption& setting : options.settings) {
         applySetting(setting, options.words);
+    }
+    if (isStraightened && !hatchesRoundForm(look.shaders, false)) {
+        look.warnings.emplace_back("hatching round the form would change from frame to frame, and is straight in a "
+                                   "film; --set Sketch.HatchDirection=form keeps it");
     }
     look.background = backdropColour(look.shaders);
     look.hasLines = std::any_of(look.shaders.combinables.begin(), look.shaders.combinables.end(), [](const auto& tag) {

@@ -15,6 +15,7 @@ constexpr const wchar_t* backdropTag = L"Backdrop";
 constexpr const wchar_t* outlineTag = L"Outline";
 constexpr const wchar_t* sketchTag = L"Sketch";
 constexpr const char* highlightKey = "Highlight";
+constexpr const char* hatchingKey = "HatchDirection"; // 0 is straight
 
 std::wstring textOf(const KivProperty& cell) {
     std::wstring text;
@@ -46,11 +47,11 @@ const KivProperty* mainColour(const Cells& cells, const std::wstring& tag) {
     return nullptr;
 }
 
-// The cell that switches highlights of the base look, or its place; none without such a switch.
-std::optional<std::size_t> highlightCell(const Cells& cells, const std::wstring& tag) {
+// The place of the cell with that setting of a shader; none where the shader has no such setting.
+std::optional<std::size_t> settingCell(const Cells& cells, const std::wstring& tag, const char* key) {
     int count = 0;
     const KivSettingInfo* const table = kivShaderSettings(KivShader::getByTag(tag.c_str()), &count);
-    const int index = table != nullptr ? kivFindSetting(table, count, highlightKey) : -1;
+    const int index = table != nullptr ? kivFindSetting(table, count, key) : -1;
     for (std::size_t i = kivStreamHeadCells; index >= 0 && i < cells.size(); ++i) {
         if (textOf(cells[i]) == tag) {
             const std::size_t place = i + 2 + static_cast<std::size_t>(index);
@@ -93,6 +94,19 @@ StudioLook quickLook(const StudioLook& look) {
     return kivWithStreamHead(cells, head);
 }
 
+StudioLook steadyLook(const StudioLook& look) {
+    const KivStreamHead head = headOf(look);
+    Cells cells = look.getCells();
+    bool hatches = false;
+    for (const std::wstring& tag : head.combinables) {
+        if (const auto cell = settingCell(cells, tag, hatchingKey)) {
+            cells[*cell].setValue(0);
+            hatches = true;
+        }
+    }
+    return hatches ? StudioLook(kivWithStreamHead(cells, head)) : look;
+}
+
 StudioLook bareLook(const StudioLook& look) {
     KivStreamHead head = headOf(look);
     return head.remove(backdropTag) ? StudioLook(kivWithStreamHead(look.getCells(), head)) : look;
@@ -105,7 +119,7 @@ LookParts partsOf(const StudioLook& look) {
     parts.backdrop = head.has(backdropTag);
     parts.lines = head.combinables.size() > (parts.backdrop ? 1U : 0U);
     parts.highlights = false;
-    if (const auto cell = highlightCell(look.getCells(), head.nonCombinable)) {
+    if (const auto cell = settingCell(look.getCells(), head.nonCombinable, highlightKey)) {
         look.getCells()[*cell].getValue(parts.highlights);
     }
     return parts;
@@ -114,7 +128,7 @@ LookParts partsOf(const StudioLook& look) {
 StudioLook withParts(const StudioLook& look, const LookParts& wanted) {
     KivStreamHead head = headOf(look);
     Cells cells = look.getCells();
-    if (const auto cell = highlightCell(cells, head.nonCombinable); cell && !wanted.highlights) {
+    if (const auto cell = settingCell(cells, head.nonCombinable, highlightKey); cell && !wanted.highlights) {
         cells[*cell].setValue(false);
     }
     if (!wanted.base) {

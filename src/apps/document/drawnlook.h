@@ -14,6 +14,9 @@ std::optional<std::uint32_t> sheetColour(const StudioLook& look);
 // same picture from afar. A look without strokes stays as it is.
 StudioLook quickLook(const StudioLook& look);
 
+// The look for the frames of a film: hatching round the form, whose lines are found anew for each view, runs straight.
+StudioLook steadyLook(const StudioLook& look);
+
 // The look without what it paints behind the model.
 StudioLook bareLook(const StudioLook& look);
 

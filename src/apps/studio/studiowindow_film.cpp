@@ -1,4 +1,5 @@
 // The turntable: the model turns before the camera, in the view and in films.
+#include "apps/document/drawnlook.h"
 #include "apps/studio/filmfile.h"
 #include "apps/studio/filmform.h"
 #include "apps/studio/lookpanel.h"
@@ -40,6 +41,10 @@ StudioState asFrame(const StudioState& state) {
     frame.options.setSaveRender(false);
     frame.options.setSaveDepth(false);
     frame.options.setSaveShadows(false);
+    frame.look = steadyLook(state.look);
+    for (auto& [object, look] : frame.objects) {
+        look = steadyLook(look);
+    }
     return frame;
 }
 

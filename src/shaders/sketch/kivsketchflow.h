@@ -5,7 +5,7 @@
 // The directions are those of the curvature tensors of the triangles (Rusinkiewicz, Estimating Curvatures and Their
 // Derivatives on Triangle Meshes, 2004), evened out over some pixels. Lines are traced through them from triangle to
 // triangle, at even distances in the picture (Jobard and Lefer, Creating Evenly-Spaced Streamlines of Arbitrary
-// Density, 1997). The lines of one view are not those of the next: they suit a picture better than a film.
+// Density, 1997). The lines of one view are not those of the next, and so films hatch straight.
 #ifndef SHADERS_SKETCH_KIVSKETCHFLOW_H
 #define SHADERS_SKETCH_KIVSKETCHFLOW_H
 

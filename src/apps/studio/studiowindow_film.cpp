@@ -42,7 +42,7 @@ StudioState asFrame(const StudioState& state) {
     frame.options.setSaveDepth(false);
     frame.options.setSaveShadows(false);
     frame.look = steadyLook(state.look);
-    for (auto& [object, look] : frame.objects) {
+    for (auto& [mesh, look] : frame.objects.edit()) {
         look = steadyLook(look);
     }
     return frame;

@@ -41,23 +41,18 @@ template <class Number> Number itemAt(const char* at) {
 constexpr std::size_t itemsPerBlock = 2048;
 
 // Takes the memory at once, in huge pages where the system has them: for a million triangles faults of small pages take
-// twice as long as everything else. Linux lays a mapping at a huge page's border only if its length is a multiple of
-// one, and glibc's malloc maps what it is asked for and a header. What lies behind the last huge page stays in small
-// ones where these hold less than half of another.
-template <class Item> void reserveAtOnce(std::vector<Item>& items, std::size_t count) {
-    constexpr std::size_t page = 4096;
-    constexpr std::size_t hugePage = std::size_t{2} << 20;
-    constexpr std::size_t header = 2 * sizeof(std::size_t);
-    const std::size_t bytes = count * sizeof(Item) + 2 * header;
+// twice as long as everything else. What lies behind the last huge page stays in small ones where these hold less than
+// half of another.
+template <class Item> void reserveAtOnce(kivimport::BulkArray<Item>& items, std::size_t count) {
+    constexpr std::size_t hugePage = kivimport::hugePage;
+    const std::size_t bytes = count * sizeof(Item);
     if (bytes < 2 * hugePage) {
         items.reserve(count);
         return;
     }
-    const std::size_t mapped = (bytes + hugePage - 1) / hugePage * hugePage;
-    items.reserve((mapped - 2 * header) / sizeof(Item));
     const std::size_t advised = (bytes + hugePage / 2) / hugePage * hugePage;
-    const std::uintptr_t begin = reinterpret_cast<std::uintptr_t>(items.data()) / page * page;
-    static_cast<void>(madvise(reinterpret_cast<void*>(begin), std::min(advised, mapped), MADV_HUGEPAGE));
+    items.reserve((std::max(bytes, advised) + sizeof(Item) - 1) / sizeof(Item));
+    static_cast<void>(madvise(items.data(), advised, MADV_HUGEPAGE));
 }
 
 // As kivimport::isUsable of each, without a branch: the bits of numbers without their signs are ordered as the numbers
@@ -83,7 +78,7 @@ template <class Number> bool isPacked(const py::array& array) {
 }
 
 // Arrays that already have the right layout are taken unchanged.
-bool copyPoints(const py::array& array, std::vector<kivimport::Vec3>& points) {
+bool copyPoints(const py::array& array, kivimport::Points& points) {
     const auto rows = static_cast<std::size_t>(array.shape(0));
     const auto* const from = static_cast<const kivimport::Vec3*>(array.data());
     const py::gil_scoped_release released;
@@ -98,8 +93,7 @@ bool copyPoints(const py::array& array, std::vector<kivimport::Vec3>& points) {
 }
 
 template <class Number>
-bool convertPoints(const py::array& array, const std::optional<Transform>& transform,
-                   std::vector<kivimport::Vec3>& points) {
+bool convertPoints(const py::array& array, const std::optional<Transform>& transform, kivimport::Points& points) {
     const auto rows = static_cast<std::size_t>(array.shape(0));
     const char* const data = static_cast<const char*>(array.data());
     const py::ssize_t rowStride = array.strides(0);
@@ -108,7 +102,7 @@ bool convertPoints(const py::array& array, const std::optional<Transform>& trans
     const py::gil_scoped_release released;
     reserveAtOnce(points, rows);
     // By blocks that stay in the processor's cache: item by item the list would look at its room each time.
-    std::vector<kivimport::Vec3> block(std::min(rows, itemsPerBlock));
+    kivimport::Points block(std::min(rows, itemsPerBlock));
     bool all = true;
     for (std::size_t i = 0; i < rows; i += itemsPerBlock) {
         const std::size_t count = std::min(itemsPerBlock, rows - i);
@@ -135,11 +129,10 @@ bool convertPoints(const py::array& array, const std::optional<Transform>& trans
 }
 
 template <class Number>
-std::vector<kivimport::Vec3> pointsOf(const py::array& array, const std::string& what,
-                                      const std::optional<Transform>& transform) {
+kivimport::Points pointsOf(const py::array& array, const std::string& what, const std::optional<Transform>& transform) {
     static_assert(sizeof(kivimport::Vec3) == 3 * sizeof(double));
     const bool isAsNeeded = std::is_same_v<Number, double> && !transform && isPacked<double>(array);
-    std::vector<kivimport::Vec3> points;
+    kivimport::Points points;
     if (!(isAsNeeded ? copyPoints(array, points) : convertPoints<Number>(array, transform, points))) {
         const auto bad = std::find_if_not(points.begin(), points.end(), kivimport::isUsable);
         const std::string place = what + "[" + std::to_string(bad - points.begin()) + "]";
@@ -157,7 +150,7 @@ template <class Number> std::uint64_t signsOf(Number value, std::uint64_t limit)
 
 // The signs of all of them; they must be packed.
 template <class Number>
-std::uint64_t convert(const py::array& array, std::size_t count, std::uint64_t limit, std::vector<std::uint32_t>& to) {
+std::uint64_t convert(const py::array& array, std::size_t count, std::uint64_t limit, kivimport::Indices& to) {
     const auto* const from = static_cast<const Number*>(array.data());
     const py::gil_scoped_release released;
     reserveAtOnce(to, count);
@@ -173,8 +166,8 @@ std::uint64_t convert(const py::array& array, std::size_t count, std::uint64_t l
 }
 
 template <class Number>
-std::vector<std::uint32_t> indicesOf(const py::array& array, const std::string& what, std::uint64_t limit,
-                                     const std::string& limitName) {
+kivimport::Indices indicesOf(const py::array& array, const std::string& what, std::uint64_t limit,
+                             const std::string& limitName) {
     const py::ssize_t columns = array.ndim() == 2 ? array.shape(1) : 0;
     const auto inner = static_cast<std::size_t>(array.ndim() == 2 ? array.shape(1) : 1);
     const auto rows = static_cast<std::size_t>(array.shape(0));
@@ -188,7 +181,7 @@ std::vector<std::uint32_t> indicesOf(const py::array& array, const std::string& 
                               static_cast<py::ssize_t>(column) * stride);
     };
     const std::size_t count = rows * inner;
-    std::vector<std::uint32_t> indices;
+    kivimport::Indices indices;
     std::uint64_t signs = 0;
     if (isPacked<Number>(array)) {
         signs = convert<Number>(array, count, limit, indices);
@@ -228,7 +221,7 @@ public:
     IndexReading(const IndexReading&) = delete;
     IndexReading& operator=(const IndexReading&) = delete;
 
-    std::vector<std::uint32_t> take() {
+    kivimport::Indices take() {
         wait();
         return future.get();
     }
@@ -241,7 +234,7 @@ private:
         }
     }
 
-    std::future<std::vector<std::uint32_t>> future;
+    std::future<kivimport::Indices> future;
 };
 
 // Below this a thread costs more than it saves.
@@ -262,8 +255,8 @@ MeshArrays readMesh(const py::array& vertices, const py::array& faces, const std
     return mesh;
 }
 
-std::vector<kivimport::Vec3> readPoints(const py::array& array, const std::string& what,
-                                        const std::optional<Transform>& transform) {
+kivimport::Points readPoints(const py::array& array, const std::string& what,
+                             const std::optional<Transform>& transform) {
     if (array.ndim() != 2 || array.shape(1) != 3) {
         throw py::value_error(what + " must have the shape (N, 3), not " + shapeOf(array));
     }
@@ -279,8 +272,8 @@ std::vector<kivimport::Vec3> readPoints(const py::array& array, const std::strin
     throw py::type_error(what + " must be float32 or float64, not " + typeOf(array));
 }
 
-std::vector<std::uint32_t> readIndices(const py::array& array, const std::string& what, std::uint64_t limit,
-                                       const std::string& limitName) {
+kivimport::Indices readIndices(const py::array& array, const std::string& what, std::uint64_t limit,
+                               const std::string& limitName) {
     if (array.ndim() != 1 && array.ndim() != 2) {
         throw py::value_error(what + " must have one or two dimensions, not the shape " + shapeOf(array));
     }
@@ -299,11 +292,11 @@ std::vector<std::uint32_t> readIndices(const py::array& array, const std::string
     throw py::type_error(what + " must be int32, int64, uint32 or uint64, not " + typeOf(array));
 }
 
-void triangulateAll(kivimport::Surface& surface, const std::vector<std::uint32_t>& corners,
+void triangulateAll(kivimport::Surface& surface, const kivimport::Indices& corners,
                     const std::vector<std::uint64_t>& offsets) {
-    std::vector<std::uint32_t> parts;
-    std::vector<kivimport::Vec3> polygon;
-    std::vector<std::uint32_t> triangles;
+    kivimport::Indices parts;
+    kivimport::Points polygon;
+    kivimport::Indices triangles;
     for (std::size_t face = 0; face + 1 < offsets.size(); ++face) {
         const std::uint64_t begin = offsets[face];
         const std::uint64_t end = offsets[face + 1];
@@ -329,7 +322,7 @@ void triangulateAll(kivimport::Surface& surface, const std::vector<std::uint32_t
 }
 
 PaddedCells readPadded(const py::array& array, const std::string& what) {
-    const std::vector<std::uint32_t> numbers =
+    const kivimport::Indices numbers =
         readIndices(array, what, std::numeric_limits<std::uint32_t>::max(), "numbers below the limit");
     PaddedCells cells;
     cells.offsets.push_back(0);

@@ -144,8 +144,8 @@ ObjectPointer addMesh(PythonScene& scene, const py::array& vertices, const py::a
 ObjectPointer addLines(PythonScene& scene, const py::array& points, const py::array& places,
                        const std::vector<std::uint64_t>& offsets, bool closed, const std::string& name,
                        const std::optional<Transform>& transform, const Colour3& colour) {
-    const std::vector<kivimport::Vec3> all = readPoints(points, "points", transform);
-    const std::vector<std::uint32_t> indices = readIndices(places, "lines", all.size(), "points");
+    const kivimport::Points all = readPoints(points, "points", transform);
+    const kivimport::Indices indices = readIndices(places, "lines", all.size(), "points");
     kivimport::ModelParts parts;
     parts.materials.push_back(materialOf({colour[0], colour[1], colour[2], 1.0, 0.0}));
     for (std::size_t i = 0; i + 1 < offsets.size(); ++i) {

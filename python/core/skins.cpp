@@ -14,7 +14,7 @@ namespace {
 
 using kivimport::Colour;
 
-Colour meanOf(const std::vector<kivimport::Vec3>& colours) {
+Colour meanOf(const kivimport::Points& colours) {
     kivimport::Vec3 sum;
     for (const kivimport::Vec3& colour : colours) {
         sum = sum + colour;

@@ -63,8 +63,7 @@ private:
 
 class Bodies {
 public:
-    Bodies(const std::vector<Vec3>& p, const std::vector<std::uint32_t>& c, WorkWatch& workWatch)
-        : positions(p), corners(c), watch(workWatch) {}
+    Bodies(const Points& p, const Indices& c, WorkWatch& workWatch) : positions(p), corners(c), watch(workWatch) {}
 
     // Which spares most scans the rest of the work.
     bool mayBeFlat() const {
@@ -157,16 +156,15 @@ private:
         return kivIsFlatOrPolyhedron(body);
     }
 
-    const std::vector<Vec3>& positions;
-    const std::vector<std::uint32_t>& corners;
+    const Points& positions;
+    const Indices& corners;
     WorkWatch& watch;
     std::vector<std::uint32_t> parent;
 };
 
 } // namespace
 
-std::vector<std::uint8_t> trianglesOfFlatBodies(const std::vector<Vec3>& positions,
-                                                const std::vector<std::uint32_t>& corners,
+std::vector<std::uint8_t> trianglesOfFlatBodies(const Points& positions, const Indices& corners,
                                                 const std::vector<std::uint8_t>& asked, WorkWatch& watch) {
     Bodies bodies(positions, corners, watch);
     return bodies.mayBeFlat() ? bodies.flatOnes(asked) : std::vector<std::uint8_t>();

@@ -14,8 +14,7 @@ namespace kivimport {
 // else 0. Bodies are what hangs together by shared positions. Only those are looked at that have a position at which
 // asked is not 0, and not more than half a million triangles; the triangles of the others get 0. Empty if no triangle
 // got 1. positions: the surface's, or those at rest.
-std::vector<std::uint8_t> trianglesOfFlatBodies(const std::vector<Vec3>& positions,
-                                                const std::vector<std::uint32_t>& corners,
+std::vector<std::uint8_t> trianglesOfFlatBodies(const Points& positions, const Indices& corners,
                                                 const std::vector<std::uint8_t>& asked, WorkWatch& watch);
 
 } // namespace kivimport

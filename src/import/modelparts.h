@@ -3,6 +3,8 @@
 #ifndef IMPORT_MODELPARTS_H
 #define IMPORT_MODELPARTS_H
 
+#include "import/bulkarray.h"
+
 #include <cmath>
 #include <cstdint>
 #include <limits>
@@ -40,6 +42,9 @@ struct Vec3 {
         return {a.x * k, a.y * k, a.z * k};
     }
 };
+
+using Points = BulkArray<Vec3>;
+using Indices = BulkArray<std::uint32_t>;
 
 inline double dot(const Vec3& a, const Vec3& b) {
     return a.x * b.x + a.y * b.y + a.z * b.z;
@@ -143,25 +148,25 @@ struct Surface {
         std::uint32_t node = noIndex;
     };
 
-    std::vector<Vec3> positions;
-    std::vector<Vec3> normals;                // as the file gives them, any length; may be empty
-    std::vector<std::uint32_t> corners;       // indices of positions, three to a triangle
-    std::vector<std::uint32_t> cornerNormals; // indices of normals or noIndex, one to a corner; empty for none at all
+    Points positions;
+    Points normals;        // as the file gives them, any length; may be empty
+    Indices corners;       // indices of positions, three to a triangle
+    Indices cornerNormals; // indices of normals or noIndex, one to a corner; empty for none at all
     // Of a surface in a pose: where its positions and normals are at rest, one by one, or both empty.
-    std::vector<Vec3> restPositions;
-    std::vector<Vec3> restNormals;
+    Points restPositions;
+    Points restNormals;
     // Whether a program chose the normals, so that flat ones are meant to be flat. Those of files often are so by
     // chance.
     bool normalsAreMeant = false;
-    std::vector<std::uint32_t> triangleParts; // indices of parts, one to a triangle; empty: all belong to the first
+    Indices triangleParts; // indices of parts, one to a triangle; empty: all belong to the first
     std::vector<Part> parts;
     // Places in textures, the first two from (0, 0) at the upper left corner of the picture, or colours from 0 to 1.
-    std::vector<Vec3> paint;
-    std::vector<std::uint32_t> cornerPaint; // indices of paint or noIndex, one to a corner; empty for none at all
+    Points paint;
+    Indices cornerPaint; // indices of paint or noIndex, one to a corner; empty for none at all
     bool isPaintColour = false;
     // Whether the file knows the edges of the surface. Those below are then all that it has, be they none.
     bool hasEdges = false;
-    std::vector<std::uint32_t> edgePoints; // indices of positions
+    Indices edgePoints; // indices of positions
     std::vector<SurfaceEdge> edges;
 };
 
@@ -182,7 +187,7 @@ struct SurfaceInstance {
 };
 
 struct Polyline {
-    std::vector<Vec3> points;
+    Points points;
     bool closed = false;
     std::uint32_t material = noIndex;
 };
@@ -224,7 +229,7 @@ struct ModelParts {
     // Empty: each surface stands once and as it is. Otherwise all that stands, in the order of the file.
     std::vector<SurfaceInstance> instances;
     std::vector<Polyline> polylines;
-    std::vector<Vec3> points;
+    Points points;
     std::vector<Material> materials;
     std::vector<Picture> pictures;
     std::vector<Camera> cameras;
@@ -277,7 +282,7 @@ void dropUnusedPaint(ModelParts& parts);
 
 // Paints the surfaces that have no texture with colours of the positions, and gives their parts the mean. Positions and
 // colours are in the same order.
-void paintPositions(ModelParts& parts, std::vector<Vec3> colours);
+void paintPositions(ModelParts& parts, Points colours);
 
 // Throws when count is above the limit.
 void checkElements(std::uint64_t count, const ReadLimits& limits);

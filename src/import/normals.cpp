@@ -30,7 +30,7 @@ std::uint64_t hashOf(const Vec3& p) {
 }
 
 // Replaces equal positions by their first one; returns the new index of each old one, or nothing if all were different.
-std::vector<std::uint32_t> weldPositions(std::vector<Vec3>& positions, WorkWatch& watch) {
+std::vector<std::uint32_t> weldPositions(Points& positions, WorkWatch& watch) {
     const std::size_t slots = std::bit_ceil(positions.size() * 2 + 2);
     std::vector<std::uint32_t> table(slots, noIndex);
     std::vector<std::uint32_t> newIndex(positions.size());
@@ -159,7 +159,7 @@ private:
         return std::cos(degrees * (pi / 180.0));
     }
 
-    void addUpFaces(const Surface& of, std::vector<Vec3>& normals, std::vector<Vec3>& sums) const {
+    void addUpFaces(const Surface& of, Points& normals, Points& sums) const {
         for (std::size_t t = 0; t < normals.size(); ++t) {
             watch.add(costOfFace);
             const std::uint32_t* corner = &of.corners[t * 3];
@@ -198,7 +198,7 @@ private:
         if (crease <= kivFlatFacesCrease || crease > kivMostUsualCrease || !surface.cornerNormals.empty()) {
             return;
         }
-        const std::vector<Vec3>& shapeMeans = restMeans.empty() ? means : restMeans;
+        const Points& shapeMeans = restMeans.empty() ? means : restMeans;
         const double cosHalf = cosine(kivFlatFacesCrease / 2.0);
         const auto bends = [this, &shapeMeans, cosHalf](std::size_t corner) {
             const Vec3& face = shapeFaces()[corner / 3];
@@ -226,7 +226,7 @@ private:
     }
 
     // By which it is decided what belongs together.
-    const std::vector<Vec3>& shapeFaces() const {
+    const Points& shapeFaces() const {
         return restFaces.empty() ? faces : restFaces;
     }
 
@@ -346,7 +346,7 @@ private:
     }
 
     bool areClose(std::uint32_t a, std::uint32_t b) const {
-        const std::vector<Vec3>& normals = shapeFaces();
+        const Points& normals = shapeFaces();
         const bool areFlat = !isFlat.empty() && isFlat[a] != 0; // both, as they share a position
         return normals[a] != Vec3{} && dot(normals[a], normals[b]) >= (areFlat ? cosFlatCrease : cosCrease);
     }
@@ -363,10 +363,10 @@ private:
     double crease; // degrees
     double cosCrease;
     double cosFlatCrease = cosine(kivFlatFacesCrease);
-    std::vector<Vec3> faces;     // normals, unit length or zero
-    std::vector<Vec3> means;     // of the faces at each position, unit length or zero
-    std::vector<Vec3> restFaces; // the same of a surface in a pose, at rest; else empty, as the next
-    std::vector<Vec3> restMeans;
+    Points faces;     // normals, unit length or zero
+    Points means;     // of the faces at each position, unit length or zero
+    Points restFaces; // the same of a surface in a pose, at rest; else empty, as the next
+    Points restMeans;
     std::vector<std::uint8_t> isOne;
     std::vector<std::uint8_t> isFlat; // of the triangles: part of a body with flat faces; empty if there is none
     static constexpr std::uint32_t unseen = noIndex - 1;
@@ -374,7 +374,7 @@ private:
     std::vector<std::uint32_t> start;
     std::vector<std::uint32_t> cornersAt;
     SurfaceVertices vertices;
-    std::vector<Vec3> groups;
+    Points groups;
     std::vector<std::uint32_t> groupOf;
     std::vector<std::size_t> open;
 };
@@ -389,7 +389,7 @@ void weldPaint(Surface& surface, WorkWatch& watch) {
 }
 
 // Of each of the new positions what belongs to the first old one; for a list of as many as there were, or none.
-void keepFirst(std::vector<Vec3>& list, const std::vector<std::uint32_t>& newIndex) {
+void keepFirst(Points& list, const std::vector<std::uint32_t>& newIndex) {
     std::uint32_t count = 0;
     for (std::size_t i = 0; i < list.size(); ++i) {
         if (newIndex[i] == count) {

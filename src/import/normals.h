@@ -15,7 +15,7 @@ std::uint64_t weldSurface(Surface& surface, WorkWatch watch = {});
 
 struct SurfaceVertices {
     std::vector<std::uint32_t> positions; // index into the surface's positions, one to a vertex, ascending
-    std::vector<Vec3> normals;            // unit length, one to a vertex
+    Points normals;                       // unit length, one to a vertex
     std::vector<std::uint32_t> corners;   // vertex indices, three to a triangle
     std::vector<std::uint32_t> given;     // index into the surface's normals or noIndex, one to a vertex of a posed one
     std::vector<std::uint32_t> paint;     // index into the surface's paint or noIndex, one to a vertex; empty for none

@@ -376,8 +376,8 @@ private:
     std::unordered_map<std::string, std::uint32_t> nodeNumbers;
 
     std::vector<Corner> face;
-    std::vector<Vec3> polygon;
-    std::vector<std::uint32_t> pieces;
+    Points polygon;
+    Indices pieces;
 };
 
 } // namespace

@@ -18,7 +18,7 @@ namespace kivimport {
 struct ObjFile {
     ModelParts parts;
     std::vector<std::string> materialLibraries; // file names as the model gives them
-    std::vector<Vec3> colours;                  // of the positions, where the file gives any; else empty
+    Points colours;                             // of the positions, where the file gives any; else empty
 };
 
 // Reads the text of a file. Materials that are used are listed in parts.materials with their names and default values;

@@ -390,7 +390,7 @@ private:
 
     ModelParts parts;
     Surface surface;
-    std::vector<Vec3> colours; // of the positions
+    Points colours; // of the positions
     std::vector<FaceColour> triangleColours;
     std::vector<Element> lines;
     double largestComponent = 0.0;
@@ -398,8 +398,8 @@ private:
     std::map<std::array<double, 4>, std::uint32_t> materialNumbers;
 
     Element face;
-    std::vector<Vec3> polygon;
-    std::vector<std::uint32_t> pieces;
+    Points polygon;
+    Indices pieces;
 };
 
 } // namespace

@@ -85,7 +85,7 @@ private:
     template <Plain T> void one(T& value) {
         sink.write(&value, sizeof value);
     }
-    template <Plain T> void one(std::vector<T>& list) {
+    template <Plain T, class Memory> void one(std::vector<T, Memory>& list) {
         count(list.size());
         sink.write(list.data(), list.size() * sizeof(T));
     }
@@ -131,7 +131,7 @@ private:
         spend(sizeof value);
         source.read(&value, sizeof value);
     }
-    template <Plain T> void one(std::vector<T>& list) {
+    template <Plain T, class Memory> void one(std::vector<T, Memory>& list) {
         const std::uint64_t size = count(sizeof(T));
         list.clear();
         list.reserve(size); // takes addresses and no memory
@@ -189,7 +189,7 @@ void require(bool isSound, const char* what) {
     }
 }
 
-void checkIndices(const std::vector<std::uint32_t>& indices, std::size_t count, bool mayBeNone, const char* what) {
+void checkIndices(const Indices& indices, std::size_t count, bool mayBeNone, const char* what) {
     for (const std::uint32_t index : indices) {
         if (index >= count && !(mayBeNone && index == noIndex)) {
             throw BrokenStream(std::string(what) + " index " + std::to_string(index) + " of " + std::to_string(count));
@@ -197,7 +197,7 @@ void checkIndices(const std::vector<std::uint32_t>& indices, std::size_t count, 
     }
 }
 
-void checkPoints(const std::vector<Vec3>& points, const char* what) {
+void checkPoints(const Points& points, const char* what) {
     require(std::all_of(points.begin(), points.end(), isUsable), what);
 }
 

@@ -15,7 +15,7 @@ double turn(const Flat& a, const Flat& b, const Flat& c) {
 }
 
 // Newell's sum: twice the polygon's area as a vector, also for corners that are not quite in one plane.
-Vec3 areaVector(const std::vector<Vec3>& polygon) {
+Vec3 areaVector(const Points& polygon) {
     Vec3 sum;
     for (std::size_t i = 1; i + 1 < polygon.size(); ++i) {
         sum = sum + cross(polygon[i] - polygon[0], polygon[i + 1] - polygon[0]);
@@ -24,7 +24,7 @@ Vec3 areaVector(const std::vector<Vec3>& polygon) {
 }
 
 // Drops the axis along which the polygon is seen best and keeps its winding positive.
-std::vector<Flat> flatten(const std::vector<Vec3>& polygon, const Vec3& normal) {
+std::vector<Flat> flatten(const Points& polygon, const Vec3& normal) {
     const double ax = std::fabs(normal.x);
     const double ay = std::fabs(normal.y);
     const double az = std::fabs(normal.z);
@@ -76,7 +76,7 @@ bool isEar(const std::vector<Flat>& flat, const std::vector<std::uint32_t>& rest
     return true;
 }
 
-void clipEars(const std::vector<Flat>& flat, std::vector<std::uint32_t>& triangles) {
+void clipEars(const std::vector<Flat>& flat, Indices& triangles) {
     std::vector<std::uint32_t> rest(flat.size());
     for (std::size_t i = 0; i < rest.size(); ++i) {
         rest[i] = static_cast<std::uint32_t>(i);
@@ -102,7 +102,7 @@ void clipEars(const std::vector<Flat>& flat, std::vector<std::uint32_t>& triangl
 
 } // namespace
 
-void triangulate(const std::vector<Vec3>& polygon, std::vector<std::uint32_t>& triangles) {
+void triangulate(const Points& polygon, Indices& triangles) {
     const std::size_t n = polygon.size();
     if (n < 3) {
         return;

@@ -15,7 +15,7 @@ inline constexpr std::size_t maxPolygonCorners = 10'000;
 // Appends corner numbers, three to a triangle and always corners - 2 triangles, in the polygon's own winding. Convex
 // polygons become a fan around corner 0, others are cut by their ears; a polygon that crosses itself is still covered,
 // with triangles that overlap. Fewer than three corners give nothing.
-void triangulate(const std::vector<Vec3>& polygon, std::vector<std::uint32_t>& triangles);
+void triangulate(const Points& polygon, Indices& triangles);
 
 } // namespace kivimport
 

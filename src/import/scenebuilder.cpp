@@ -312,7 +312,7 @@ private:
 
     // Shapes lie around their own origin.
     void place(ModelParts& parts) const {
-        const auto placeAll = [this](std::vector<Vec3>& points) {
+        const auto placeAll = [this](Points& points) {
             for (Vec3& p : points) {
                 p = placed(p);
             }

@@ -80,13 +80,13 @@ void dropUnusedPaint(ModelParts& parts) {
     }
 }
 
-void paintPositions(ModelParts& parts, std::vector<Vec3> colours) {
+void paintPositions(ModelParts& parts, Points colours) {
     for (Surface& surface : parts.surfaces) {
         if (surface.positions.size() != colours.size() || isTextured(parts, surface)) {
             continue;
         }
         std::transform(colours.begin(), colours.end(), colours.begin(), clamped);
-        std::vector<Vec3> sums(surface.parts.size());
+        Points sums(surface.parts.size());
         std::vector<double> counts(surface.parts.size(), 0.0);
         for (std::size_t c = 0; c < surface.corners.size(); ++c) {
             const std::size_t part = surface.triangleParts.empty() ? 0 : surface.triangleParts[c / 3];

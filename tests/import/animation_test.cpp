@@ -20,10 +20,10 @@ using namespace kivimport;
 class AnimationTest : public testing::Test {
 protected:
     // The corners of each object in order, in the pose at that time.
-    std::map<std::string, std::vector<Vec3>> posed(const ClipChoice& clip) const {
+    std::map<std::string, Points> posed(const ClipChoice& clip) const {
         SilentReport report;
         const ModelParts parts = readByAssimp(path, {1000}, clip, report);
-        std::map<std::string, std::vector<Vec3>> all;
+        std::map<std::string, Points> all;
         for (const Surface& surface : parts.surfaces) {
             for (const std::uint32_t corner : surface.corners) {
                 all[surface.parts.at(0).name].push_back(surface.positions[corner]);

@@ -12,11 +12,10 @@ ObjFile read(const std::string& text, std::uint64_t most = 1000) {
     return readObj(text, {most});
 }
 
-std::vector<std::uint32_t> cornersOf(const std::string& text) {
+Indices cornersOf(const std::string& text) {
     return read(text).parts.surfaces.at(0).corners;
 }
 
-using Indices = std::vector<std::uint32_t>;
 const std::string square = "v 0 0 0\nv 1 0 0\nv 1 1 0\nv 0 1 0\n";
 
 } // namespace
@@ -69,7 +68,7 @@ TEST(ObjReader, AFaceMayStandBeforeItsVertices) {
 
 TEST(ObjReader, ReadsNumbersInAllTheirForms) {
     const ObjFile file = read("v +1.5 -.25 3e2 0.5 0.1 0.1\nv 1E-400 2. 007\nv 0 0 0 1\nf 1 2 3\n");
-    const std::vector<Vec3>& positions = file.parts.surfaces.at(0).positions;
+    const Points& positions = file.parts.surfaces.at(0).positions;
     EXPECT_EQ(positions[0], (Vec3{1.5, -0.25, 300.0}));
     EXPECT_EQ(positions[1], (Vec3{0.0, 2.0, 7.0}));
 }

@@ -25,11 +25,10 @@ std::string complaint(const std::string& text) {
     return "none";
 }
 
-std::vector<std::uint32_t> cornersOf(const std::string& text) {
+Indices cornersOf(const std::string& text) {
     return read(text).surfaces.at(0).corners;
 }
 
-using Indices = std::vector<std::uint32_t>;
 const std::string square = "0 0 0\n1 0 0\n1 1 0\n0 1 0\n";
 
 } // namespace

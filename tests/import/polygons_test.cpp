@@ -9,15 +9,13 @@ using namespace kivimport;
 
 namespace {
 
-using Indices = std::vector<std::uint32_t>;
-
-Indices cut(const std::vector<Vec3>& polygon) {
+Indices cut(const Points& polygon) {
     Indices triangles;
     triangulate(polygon, triangles);
     return triangles;
 }
 
-Vec3 areaOf(const std::vector<Vec3>& points, const Indices& triangles) {
+Vec3 areaOf(const Points& points, const Indices& triangles) {
     Vec3 sum;
     for (std::size_t i = 0; i < triangles.size(); i += 3) {
         const Vec3& a = points[triangles[i]];
@@ -26,7 +24,7 @@ Vec3 areaOf(const std::vector<Vec3>& points, const Indices& triangles) {
     return sum;
 }
 
-double sumOfAreas(const std::vector<Vec3>& points, const Indices& triangles) {
+double sumOfAreas(const Points& points, const Indices& triangles) {
     double sum = 0.0;
     for (std::size_t i = 0; i < triangles.size(); i += 3) {
         const Vec3& a = points[triangles[i]];
@@ -45,9 +43,9 @@ TEST(Polygons, SmallOnes) {
 
 TEST(Polygons, AnArrowHeadIsCutInside) {
     // A fan around corner 0 would lie outside, as the notch is at corner 2.
-    const std::vector<Vec3> arrow{{-1, 0, 0}, {0, 2, 0}, {1, 0, 0}, {0, 0.5, 0}};
+    const Points arrow{{-1, 0, 0}, {0, 2, 0}, {1, 0, 0}, {0, 0.5, 0}};
     for (std::size_t turn = 0; turn < 4; ++turn) {
-        std::vector<Vec3> points;
+        Points points;
         for (std::size_t i = 0; i < 4; ++i) {
             points.push_back(arrow[(i + turn) % 4]);
         }
@@ -65,7 +63,7 @@ TEST(Polygons, ConcaveOnesInAnyPlaneAreCoveredOnce) {
         const std::size_t n = 4 + random() % 30;
         const Vec3 u = unit({random() % 200 - 100.5, random() % 200 - 100.5, random() % 200 - 100.5});
         const Vec3 w = unit(cross(u, unit({random() % 200 - 99.5, random() % 200 - 99.5, random() % 200 - 99.5})));
-        std::vector<Vec3> points;
+        Points points;
         double area = 0.0;
         for (std::size_t i = 0; i < n; ++i) {
             const double angle = 2.0 * 3.14159265358979323846 * static_cast<double>(i) / static_cast<double>(n);
@@ -84,8 +82,8 @@ TEST(Polygons, ConcaveOnesInAnyPlaneAreCoveredOnce) {
 
 TEST(Polygons, WhatCrossesItselfOrHasNoAreaStillEnds) {
     EXPECT_EQ(cut({{0, 0, 0}, {1, 1, 0}, {1, 0, 0}, {0, 1, 0}}).size(), 6U);
-    EXPECT_EQ(cut(std::vector<Vec3>(7, Vec3{1, 1, 1})).size(), 15U);
-    std::vector<Vec3> star;
+    EXPECT_EQ(cut(Points(7, Vec3{1, 1, 1})).size(), 15U);
+    Points star;
     for (int i = 0; i < 5; ++i) {
         star.push_back({std::cos(i * 2.513274), std::sin(i * 2.513274), 0});
     }

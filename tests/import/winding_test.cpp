@@ -40,7 +40,7 @@ bool isConsistent(const Surface& surface) {
 
 TEST(Winding, RightOnesStay) {
     Surface surface = surfaceOf(boxObj);
-    const std::vector<std::uint32_t> before = surface.corners;
+    const Indices before = surface.corners;
     EXPECT_EQ(orientSurface(surface), 0U);
     EXPECT_EQ(surface.corners, before);
     Surface empty;
@@ -51,7 +51,7 @@ TEST(Winding, AnyMixtureOfAClosedSurfaceTurnsOutwards) {
     std::mt19937 random(5);
     for (int round = 0; round < 300; ++round) {
         Surface surface = surfaceOf(boxObj);
-        const std::vector<std::uint32_t> right = surface.corners;
+        const Indices right = surface.corners;
         std::uint64_t wrong = 0;
         for (std::size_t t = 0; t < 12; ++t) {
             if (random() % 2 == 0) {
@@ -80,7 +80,7 @@ TEST(Winding, EachPieceForItself) {
 
 TEST(Winding, AnOpenPieceFollowsItsMajority) {
     Surface surface = surfaceOf("v 0 0 0\nv 1 0 0\nv 1 1 0\nv 0 1 0\nv 2 0 0\nv 2 1 0\nf 1 2 3 4\nf 2 5 6 3\n");
-    const std::vector<std::uint32_t> right = surface.corners;
+    const Indices right = surface.corners;
     turn(surface, 2);
     EXPECT_EQ(orientSurface(surface), 1U);
     EXPECT_EQ(surface.corners, right);
@@ -88,14 +88,14 @@ TEST(Winding, AnOpenPieceFollowsItsMajority) {
 
 TEST(Winding, NormalsOfTheFileHaveTheLastWord) {
     Surface surface = surfaceOf("v 0 0 0\nv 1 0 0\nv 1 1 0\nv 0 1 0\nvn 0 0 1\nf 1//1 2//1 3//1\nf 1//1 4//1 3//1\n");
-    const std::vector<std::uint32_t> before = surface.corners;
+    const Indices before = surface.corners;
     EXPECT_EQ(orientSurface(surface), 0U);
     EXPECT_EQ(surface.corners, before);
 }
 
 TEST(Winding, ThreeAtAnEdgeAreLeftAlone) {
     Surface surface = surfaceOf("v 0 0 0\nv 1 0 0\nv 0 1 0\nv 0 -1 0\nv 0 0 1\nf 1 2 3\nf 1 2 4\nf 1 2 5\n");
-    const std::vector<std::uint32_t> before = surface.corners;
+    const Indices before = surface.corners;
     EXPECT_EQ(orientSurface(surface), 0U);
     EXPECT_EQ(surface.corners, before);
 }

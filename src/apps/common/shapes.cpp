@@ -84,11 +84,11 @@ Outline joinHoles(Outline outline, const std::vector<Outline>& holes) {
 
 // The flat face at z, facing +z or -z.
 void face(Surface& surface, const Frame& frame, const Outline& joined, double z, bool front) {
-    std::vector<Vec3> polygon;
+    kivimport::Points polygon;
     for (const Point2& p : joined) {
         polygon.push_back({p.x, p.y, 0.0});
     }
-    std::vector<std::uint32_t> pieces;
+    kivimport::Indices pieces;
     kivimport::triangulate(polygon, pieces);
     const std::uint32_t first = addOutline(surface, frame, joined, z);
     for (std::size_t i = 0; i < pieces.size(); i += 3) {
@@ -222,11 +222,11 @@ void roundedPlate(Surface& surface, const Frame& frame, const SmoothOutline& out
         previous = row;
     }
     // The flat faces stand on the points of the outermost rows, whose normals are theirs.
-    std::vector<Vec3> polygon;
+    kivimport::Points polygon;
     for (std::size_t i = 0; i < outline.points.size(); ++i) {
         polygon.push_back({outline.points[i].x, outline.points[i].y, 0.0});
     }
-    std::vector<std::uint32_t> pieces;
+    kivimport::Indices pieces;
     kivimport::triangulate(polygon, pieces);
     for (std::size_t i = 0; i < pieces.size(); i += 3) {
         triangle(surface, pieces[i], pieces[i + 2], pieces[i + 1]);

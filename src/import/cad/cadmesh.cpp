@@ -159,7 +159,7 @@ private:
 
     // Close to a pole the parameters may step over it, and there the normal is that of the far side.
     void turnStrayNormals(std::size_t firstCorner, std::uint32_t firstNormal) {
-        std::vector<Vec3> facets(surface.normals.size() - firstNormal);
+        Points facets(surface.normals.size() - firstNormal);
         for (std::size_t i = firstCorner; i < surface.corners.size(); i += 3) {
             const Vec3& a = surface.positions[surface.corners[i]];
             const Vec3 across =

@@ -601,8 +601,8 @@ private:
     std::map<std::string, std::uint32_t> pictureNumbers; // by the names of textures
     std::uint64_t numPixels = 0;                         // of the pictures
     std::map<std::uint32_t, Colour> factors;             // of the materials of meshes with colours at their vertices
-    std::vector<Vec3> polygon;
-    std::vector<std::uint32_t> pieces;
+    Points polygon;
+    Indices pieces;
 };
 
 } // namespace

@@ -22,11 +22,11 @@ Kind kindOf(const Surface& surface) {
             surface.restPositions.empty()};
 }
 
-template <typename T> void append(std::vector<T>& to, const std::vector<T>& more) {
+void append(Points& to, const Points& more) {
     to.insert(to.end(), more.begin(), more.end());
 }
 
-void appendIndices(std::vector<std::uint32_t>& to, const std::vector<std::uint32_t>& more, std::size_t offset) {
+void appendIndices(Indices& to, const Indices& more, std::size_t offset) {
     for (const std::uint32_t index : more) {
         to.push_back(index == noIndex ? noIndex : index + static_cast<std::uint32_t>(offset));
     }

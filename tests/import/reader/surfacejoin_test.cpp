@@ -35,11 +35,11 @@ TEST(JoinSurfaces, PiecesOfOneMaterialBecomeOneSurfaceInTheirOrder) {
     joinSurfaces(surfaces, 0, "whole");
     ASSERT_EQ(surfaces.size(), 2u);
     const Surface& first = surfaces[0];
-    EXPECT_EQ(first.corners, (std::vector<std::uint32_t>{0, 1, 2, 3, 4, 5}));
+    EXPECT_EQ(first.corners, (kivimport::Indices{0, 1, 2, 3, 4, 5}));
     EXPECT_EQ(first.positions[3], (kivimport::Vec3{3, 0, 0}));
-    EXPECT_EQ(first.cornerNormals, (std::vector<std::uint32_t>{0, noIndex, noIndex, 1, noIndex, noIndex}));
+    EXPECT_EQ(first.cornerNormals, (kivimport::Indices{0, noIndex, noIndex, 1, noIndex, noIndex}));
     EXPECT_EQ(first.normals[1], (kivimport::Vec3{0, 0, 3}));
-    EXPECT_EQ(first.cornerPaint, (std::vector<std::uint32_t>{1, 0, noIndex, 3, 2, noIndex}));
+    EXPECT_EQ(first.cornerPaint, (kivimport::Indices{1, 0, noIndex, 3, 2, noIndex}));
     EXPECT_EQ(first.paint[3], (kivimport::Vec3{0.5, 1, 0}));
     ASSERT_EQ(first.parts.size(), 1u);
     EXPECT_EQ(first.parts[0].name, "whole");

@@ -95,7 +95,7 @@ protected:
     std::vector<KivVisibleRegion> regions() const {
         std::vector<KivVisibleRegion> result;
         for (std::uint32_t i = 0; i < drawing.areas.size(); ++i) {
-            result.push_back({i, 0.0, drawing.areas[i].rings});
+            result.push_back({i, 0.0, drawing.areas[i].rings, {}});
         }
         return result;
     }

@@ -20,7 +20,7 @@ KivVectorDrawing sample() {
         stroke.kind = KivStrokeKind::crease;
         stroke.hidden = true;
         drawing.strokes.push_back(stroke);
-        drawing.areas.push_back({object, 0x0000FF, 1.0, {}});
+        drawing.areas.push_back({object, 0x0000FF, 1.0, {}, {}});
     }
     return drawing;
 }

@@ -12,8 +12,8 @@ class KivScene;
 
 struct StudioObjectState {
     bool hidden = false;
-    bool ghost = false;                  // seen through
-    std::optional<std::uint32_t> colour; // red in the low byte
+    bool ghost = false;                                 // seen through
+    std::optional<std::uint32_t> colour = std::nullopt; // red in the low byte
 
     bool isPlain() const {
         return !hidden && !ghost && !colour;

@@ -480,6 +480,30 @@ TEST(ProgressBar, NamesItsStageAndIsNeverFullWhileThereIsWork) {
     EXPECT_THAT(shown, testing::Not(HasSubstr("100 %")));
 }
 
+TEST(ProgressBar, StandsForAllThatItWasNotShownFor) {
+    KivProgressForecast forecast;
+    forecast.steps.resize(1);
+    forecast.steps[0].units = 100.0;
+    kivSetProgressForecast(forecast);
+    ProgressBar bar(ProgressBar::Style::none);
+    const auto fractionAfter = [&](auto startOfRender) {
+        bar.restart(L"Reading");
+        std::this_thread::sleep_for(std::chrono::milliseconds(300));
+        startOfRender();
+        bar.addSteps(1);
+        bar.beginStep();
+        return bar.fraction();
+    };
+    EXPECT_GT(fractionAfter([&] { bar.goOn(L"Starting"); }), 0.5) << "300 ms of 400";
+    EXPECT_LT(fractionAfter([&] { bar.restart(L"Starting"); }), 0.2);
+    std::this_thread::sleep_for(std::chrono::milliseconds(300));
+    bar.goOn(L"Another picture of the same model");
+    bar.addSteps(1);
+    bar.beginStep();
+    EXPECT_LT(bar.fraction(), 0.2);
+    kivSetProgressForecast({});
+}
+
 TEST(ProgressBar, FractionOfAllSteps) {
     ProgressBar bar(ProgressBar::Style::none);
     EXPECT_EQ(bar.fraction(), 0.0);

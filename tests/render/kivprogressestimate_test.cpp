@@ -89,6 +89,20 @@ TEST_F(KivProgressEstimateTest, IsThePartOfTheTimeThatHasPassed) {
     EXPECT_LE(worst(), 5.5);
 }
 
+TEST_F(KivProgressEstimateTest, CountsTheTimeOfPreparationWhereTheBarStandsForIt) {
+    kivSetProgressForecast(threeSteps());
+    estimate.restart(500.0);
+    const double start = now - 500.0;
+    looks.clear();
+    run(1.0, 1.0, 1.0);
+    for (const auto& [time, done] : looks) {
+        if (done > 0.0) { // before its first step it has no forecast
+            EXPECT_NEAR(done, (time - start) / (now - start), 0.03);
+        }
+    }
+    EXPECT_GT(looks[20].second, 0.33);
+}
+
 TEST_F(KivProgressEstimateTest, LearnsHowFastTheMachineIs) {
     kivSetProgressForecast(threeSteps());
     for (const double slowness : {0.5, 2.0, 4.0}) {

@@ -335,7 +335,7 @@ bool OutputDrawer::drawOnce(KivScene scene, const KivCamera& camera, KivMemoryCo
     KivBitmapManager surface;
     tagSIZE size{options.width, options.height};
     if (otherProgress == nullptr) {
-        bar.restart(L"Starting");
+        bar.goOn(L"Starting");
     }
     host.setCurProgress(otherProgress != nullptr ? otherProgress : &bar);
     kivSetLastError(0);

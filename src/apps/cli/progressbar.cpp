@@ -54,8 +54,17 @@ ProgressBar::~ProgressBar() {
 }
 
 void ProgressBar::restart(const std::wstring& newStage) {
+    begin(newStage, Clock::now());
+}
+
+void ProgressBar::goOn(const std::wstring& newStage) {
+    begin(newStage, visible || isRendering ? Clock::now() : begun);
+}
+
+void ProgressBar::begin(const std::wstring& newStage, Clock::time_point since) {
     finish();
-    estimate.restart();
+    begun = since;
+    estimate.restart(std::chrono::duration<double, std::milli>(Clock::now() - since).count());
     isRendering = false;
     isNamed = false;
     doneBefore = 0.0;

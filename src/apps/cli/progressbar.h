@@ -28,6 +28,8 @@ public:
 
     // Starts over for another render; the stage before its first step has this text.
     void restart(const std::wstring& stage);
+    // Starts the next stage of the same render. What the bar has not been shown for is part of what it stands for now.
+    void goOn(const std::wstring& stage);
     // The part of a stage that is done before the first step, 0 to 1. Returns whether to go on.
     bool showDone(double ofStage);
     // Removes the bar from the terminal.
@@ -60,6 +62,7 @@ public:
     }
 
 private:
+    void begin(const std::wstring& newStage, std::chrono::steady_clock::time_point since);
     void draw();
     void record(Event::Kind kind, const std::wstring& text);
 
@@ -71,7 +74,8 @@ private:
     unsigned int polls = 0;
     std::wstring stage;
     std::vector<Event> log;
-    Clock::time_point started = Clock::now();
+    Clock::time_point started = Clock::now(); // the stage at hand
+    Clock::time_point begun = started;        // what the bar stands for
     Clock::time_point drawn;
     bool visible = false;
     int lastPercent = -1;

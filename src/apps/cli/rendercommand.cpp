@@ -347,7 +347,7 @@ private:
         }
         const std::uint64_t triangles = countTriangles(model);
         drawnTriangles = triangles;
-        bar.restart(L"Starting");
+        bar.goOn(L"Starting");
         const KivCamera camera = choice.prepare(model);
         timings.add("framing", timings.lap());
         std::unique_ptr<KivShapesAhead> shapes;

@@ -25,7 +25,7 @@ KivProgressEstimate::KivProgressEstimate(Clock milliseconds) : clock(std::move(m
     restart();
 }
 
-void KivProgressEstimate::restart() {
+void KivProgressEstimate::restart(double before) {
     sizes.clear();
     current = -1;
     running = false;
@@ -33,7 +33,8 @@ void KivProgressEstimate::restart() {
     isForecast = false;
     forecast = {};
     shown = 0.0;
-    start = entered = reported = clock();
+    entered = reported = clock();
+    start = entered - before;
 }
 
 void KivProgressEstimate::addSteps(unsigned int size) {

@@ -33,8 +33,9 @@ public:
     // The clock is called whenever anything is told or asked.
     explicit KivProgressEstimate(Clock clock);
 
-    // For another render, which starts now.
-    void restart();
+    // For another render, which starts now. before: the milliseconds that it has been prepared for, if the bar stands
+    // for them too.
+    void restart(double before = 0.0);
 
     // What the operations of KivProgress of the same names are told.
     // size, units: of the work of a step as the render counts it, often meshes.
@@ -70,7 +71,7 @@ private:
     double whole = 0.0;       // forecast of all steps
     double later = 0.0;       // forecast of what comes after that step
     double passed = 0.0;      // forecast of what came before it
-    double start = 0.0;       // when the render started
+    double start = 0.0;       // when what the bar stands for did
     double began = 0.0;       // when its first step did
     double entered = 0.0;     // when the time of that step began
     double reported = 0.0;    // when it last told anything

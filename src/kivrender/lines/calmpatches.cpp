@@ -113,9 +113,15 @@ void CalmPatches::addRun(const std::vector<KivVec>& points, const std::vector<Co
     for (std::size_t patch = firstPatch; patch < cones.size(); ++patch) {
         cones[patch].axis = kivUnit(cones[patch].axis);
     }
+    std::array<double, runSize> cosines{}; // of each patch, the smallest: one arc cosine is cheaper than many
+    cosines.fill(1.0);
     for (std::uint8_t i = 0; i < count; ++i) {
-        Cone& cone = cones[patches[first + i]];
-        cone.angle = std::max(cone.angle, angleBetween(cone.axis, run.normals[i]));
+        const std::uint32_t patch = patches[first + i];
+        double& cosine = cosines[patch - firstPatch];
+        cosine = std::min(cosine, kivDot(cones[patch].axis, run.normals[i]));
+    }
+    for (std::size_t patch = firstPatch; patch < cones.size(); ++patch) {
+        cones[patch].angle = std::max(cones[patch].angle, std::acos(std::max(cosines[patch - firstPatch], -1.0)));
     }
     for (const std::uint32_t slot : run.used) {
         const Run::Slot& side = run.table[slot];

@@ -79,16 +79,26 @@ public:
         }
     }
 
+    // The value whose parts are removed from here on. A list of its own fits the processor's cache, where the vertices
+    // of a million triangles do not.
+    void choose(Value value) {
+        chosen = value;
+        values.resize(batch.vertices.size());
+        for (std::size_t v = 0; v < values.size(); ++v) {
+            values[v] = batch.vertices[v].*value;
+        }
+    }
+
     // Brings small parts beyond the edge, above or below it, to the other side.
-    void remove(Value value, const KivToneEdge& edge, bool above, const KivSpeckRules& rules) {
-        const auto isBeyond = [&](std::uint32_t v) { return (batch.vertices[v].*value >= edge.at) == above; };
+    void remove(const KivToneEdge& edge, bool above, const KivSpeckRules& rules) {
+        const auto isBeyond = [&](std::uint32_t v) { return (values[v] >= edge.at) == above; };
         parts.resize(batch.vertices.size());
         std::iota(parts.begin(), parts.end(), 0U);
         room.assign(batch.vertices.size(), 0.0F);
         isOpen.assign(batch.vertices.size(), false);
         necks.clear();
         for (std::size_t i = 0; i + 2 < corners.size(); i += 3) {
-            add(&corners[i], areas[i / 3], value, edge.at, isBeyond);
+            add(&corners[i], areas[i / 3], edge.at, isBeyond);
         }
         joinAcrossNecks(rules.thinnestNeck);
         for (const std::uint32_t v : order) {
@@ -103,7 +113,7 @@ public:
         for (const std::uint32_t v : order) {
             const std::uint32_t part = find(v);
             if (isOpen[part] && room[part] < rules.smallestArea && isBeyond(v)) {
-                batch.vertices[v].*value = above ? edge.below : edge.above;
+                values[v] = batch.vertices[v].*chosen = above ? edge.below : edge.above;
             }
         }
     }
@@ -130,8 +140,7 @@ private:
         return v;
     }
 
-    template <class IsBeyond>
-    void add(const std::uint32_t* triangle, float area, Value value, float at, const IsBeyond& isBeyond) {
+    template <class IsBeyond> void add(const std::uint32_t* triangle, float area, float at, const IsBeyond& isBeyond) {
         int beyond = 0;
         std::size_t odd = 0; // the corner that is alone on its side
         bool sides[3];
@@ -155,8 +164,8 @@ private:
         const std::uint32_t p = triangle[(odd + 1) % 3];
         const std::uint32_t q = triangle[(odd + 2) % 3];
         const auto shareTo = [&](std::uint32_t v) {
-            const float from = batch.vertices[tip].*value;
-            const float share = (at - from) / (batch.vertices[v].*value - from);
+            const float from = values[tip];
+            const float share = (at - from) / (values[v] - from);
             return share >= 0.0F && share <= 1.0F ? share : 1.0F;
         };
         const float shareP = shareTo(p);
@@ -197,12 +206,17 @@ private:
     }
 
     void join(std::uint32_t a, std::uint32_t b) {
+        if (parts[a] == parts[b]) {
+            return; // as of most neighbours
+        }
         const std::uint32_t p = find(a);
         const std::uint32_t q = find(b);
         parts[std::max(p, q)] = std::min(p, q);
     }
 
     KivCartoonBatch& batch;
+    Value chosen = nullptr;
+    std::vector<float> values; // of the vertices
     Indices corners;
     Indices order; // each vertex once, where it comes first among the corners
     std::vector<KivWindowPoint> places;
@@ -234,11 +248,12 @@ bool isCrossed(const std::vector<KivToneEdge>& edges, Value value, const std::ve
 
 // Islands of what lies above, from the highest edge down, then those of what lies below, from the lowest up.
 void removeAlong(Sheet& sheet, Value value, const std::vector<KivToneEdge>& edges, const KivSpeckRules& rules) {
+    sheet.choose(value);
     for (auto edge = edges.rbegin(); edge != edges.rend() && !kivIsCancelled(); ++edge) {
-        sheet.remove(value, *edge, true, rules);
+        sheet.remove(*edge, true, rules);
     }
     for (auto edge = edges.begin(); edge != edges.end() && !kivIsCancelled(); ++edge) {
-        sheet.remove(value, *edge, false, rules);
+        sheet.remove(*edge, false, rules);
     }
 }
 

@@ -43,21 +43,38 @@ struct Corner {
     double turn = 0.0; // of the flat triangles around it
 };
 
-// The length in the picture of the part of a segment that lies in front of the near plane.
-double pixelLength(const KivClipPoint& a, const KivClipPoint& b, const KivView& view) {
+// The way in the picture along the part of a segment that lies in front of the near plane.
+KivVec pixelWay(const KivClipPoint& a, const KivClipPoint& b, const KivView& view) {
     const double da = a.w + a.z;
     const double db = b.w + b.z;
     if (!(da > 0.0) && !(db > 0.0)) {
-        return 0.0;
+        return {};
     }
     const KivClipPoint from = da > 0.0 ? a : kivMix(a, b, da / (da - db));
     const KivClipPoint to = db > 0.0 ? b : kivMix(b, a, db / (db - da));
     if (!(from.w > 0.0) || !(to.w > 0.0)) {
-        return 0.0;
+        return {};
     }
     const KivWindowPoint p = view.window(from);
     const KivWindowPoint q = view.window(to);
-    return std::hypot(q.x - p.x, q.y - p.y);
+    return {q.x - p.x, q.y - p.y, 0.0};
+}
+
+double pixelLength(const KivClipPoint& a, const KivClipPoint& b, const KivView& view) {
+    const KivVec way = pixelWay(a, b, view);
+    return std::hypot(way.x, way.y);
+}
+
+// Whether the length of a way exceeds a limit above 0. Most sides of large meshes are so short, and only what lies next
+// to the limit is worth the call of hypot.
+bool isLonger(const KivVec& way, double limit) {
+    constexpr double rounding = 1e-12;
+    const double square = way.x * way.x + way.y * way.y;
+    const double squareOfLimit = limit * limit;
+    if (square < squareOfLimit * (1.0 - rounding)) {
+        return false;
+    }
+    return square > squareOfLimit * (1.0 + rounding) || std::hypot(way.x, way.y) > limit;
 }
 
 // The sides of a part of the view that a point lies outside of.
@@ -173,10 +190,11 @@ private:
     bool isLong(const KivClipPoint& a, const KivVec& na, const KivClipPoint& b, const KivVec& nb) const {
         const double turn = kivDot(na, nb);
         if (uniform && turn > slightTurn) {
-            return detail.shine && pixelLength(a, b, view) > detail.longestSide * flatterSide;
+            return detail.shine && isLonger(pixelWay(a, b, view), detail.longestSide * flatterSide);
         }
-        const double length = pixelLength(a, b, view);
-        return length > detail.longestSide || (detail.shine && length > detail.longestTurn && turn < gentleTurn);
+        const KivVec way = pixelWay(a, b, view);
+        return isLonger(way, detail.longestSide) ||
+               (detail.shine && turn < gentleTurn && isLonger(way, detail.longestTurn));
     }
 
     bool isCrossed(const Triangle& t) const {

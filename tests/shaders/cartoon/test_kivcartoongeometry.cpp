@@ -7,7 +7,9 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
 #include <map>
+#include <numbers>
 #include <tuple>
 
 namespace {
@@ -79,6 +81,30 @@ std::map<std::array<float, 6>, int> sidesOf(const KivCartoonBatch& batch) {
         }
     }
     return sides;
+}
+
+// Whether a triangle with sides of so many pixels and normals that turn by so many degrees from corner to corner is
+// divided, where sides may be 10 pixels long, and 4 where a surface that shines is strongly bent.
+bool isDivided(double pixels, double degrees, bool shine) {
+    const KivView view = parallelView({0.0, 0.0, 5.0}, 1.0, 1.0, 10.0, 2000); // 1000 pixels a unit
+    const double radius = pixels / 1000.0 / std::sqrt(3.0);
+    const double tilt = std::asin(std::sin(degrees * std::numbers::pi / 360.0) * 2.0 / std::sqrt(3.0));
+    KivShadedMesh model;
+    for (int i = 0; i < 3; ++i) {
+        const double angle = 2.0 * std::numbers::pi * i / 3.0;
+        const KivVec out{std::cos(angle), std::sin(angle), 0.0};
+        model.points.push_back(out * radius);
+        model.normals.push_back(out * std::sin(tilt) + KivVec{0.0, 0.0, std::cos(tilt)});
+    }
+    model.triangles = {{0, 1, 2}};
+    model.windings = {1};
+    KivCartoonDetail detail;
+    detail.longestSide = 10.0;
+    detail.longestTurn = 4.0;
+    detail.shine = shine;
+    KivCartoonBatch batch;
+    kivBuildCartoon(model, view, PlainLights(), detail, batch);
+    return batch.front.size() > 3;
 }
 
 } // namespace
@@ -222,6 +248,20 @@ std::map<Corners, int> trianglesIn(const KivCartoonPart& part, const KivView& vi
 }
 
 } // namespace
+
+TEST(KivBuildCartoon, HowLongASideMayBeDependsOnItsTurnAndOnTheShine) {
+    struct Case {
+        double degrees;
+        bool shine;
+        double longest; // in pixels
+    };
+    for (const Case& c : {Case{3.0, false, 10.0}, Case{10.0, false, 10.0}, Case{2.0, true, 60.0}, Case{3.0, true, 10.0},
+                          Case{10.0, true, 4.0}}) {
+        EXPECT_FALSE(isDivided(c.longest * 0.999, c.degrees, c.shine)) << c.degrees << ' ' << c.shine;
+        EXPECT_TRUE(isDivided(c.longest * 1.001, c.degrees, c.shine)) << c.degrees << ' ' << c.shine;
+    }
+    EXPECT_FALSE(isDivided(900.0, 2.0, false)) << "parallel light can be interpolated over it";
+}
 
 TEST(KivBuildCartoon, APartOfTheViewHasTheTrianglesOfTheWhole) {
     const KivShadedMesh model = modelOf(sphereSurface(6, 8));

@@ -10,7 +10,7 @@ from . import library, looks, viewport
 from .colors import as_pass
 from .export import Exporter, camera_of, view_of, world_color
 from .properties import PASSES
-from .threads import in_thread
+from .threads import in_thread, unless_drawing
 
 #: Set while an operator exports a drawing: called with the engine and its dependency graph in place of a render, as only
 #: a render sees the scene with the modifiers and the visibility of renders.
@@ -202,8 +202,9 @@ class SelvarinEngine(bpy.types.RenderEngine):
                 viewer.give_way()
         else:
             if getattr(self, "_subject", None) is None:
-                self._subject = subject_of(depsgraph)
-            viewer.ask(self._subject, view)
+                self._subject = unless_drawing(lambda: subject_of(depsgraph), viewer.redraw)
+            if self._subject is not None:
+                viewer.ask(self._subject, view)
         self.update_stats("", viewer.problem or (viewport.TOO_SLOW if viewer.pace.part is None else ""))
         if shown is not None:
             show(shown.pixels, view.size)

@@ -14,16 +14,18 @@ OWN_FOLDER = os.path.join(os.path.dirname(__file__), "lib")
 selvarin: Any = None
 #: Why not, for users.
 problem = ""
+# Asked for once: whoever asks the library while it draws waits until the picture is there, and panels must not.
+_shaders: List[Any] = []
 
 
 def load() -> None:
     """Imports the library, if it was not imported yet."""
-    global selvarin, problem
+    global selvarin, problem, _shaders
     if os.path.isdir(OWN_FOLDER) and OWN_FOLDER not in sys.path:
         sys.path.insert(0, OWN_FOLDER)
     try:
         module = importlib.import_module("selvarin")
-        module.shaders()
+        _shaders = module.shaders()
     except (ImportError, RuntimeError) as error:
         selvarin, problem = None, _reason(error)
         return
@@ -39,4 +41,4 @@ def _reason(error: Exception) -> str:
 
 def shaders() -> List[Any]:
     """All shaders with their settings; none without the library."""
-    return [] if selvarin is None else selvarin.shaders()
+    return [] if selvarin is None else _shaders

@@ -2,9 +2,44 @@
 library's as well."""
 
 import threading
-from typing import Any, Callable, List
+from contextlib import contextmanager
+from typing import Any, Callable, Iterator, List, Set
+
+from . import library
 
 _SECONDS_BETWEEN_CALLS = 0.04
+
+# Held by whoever draws. The library lets one draw and makes all others wait who want anything of it; the main thread
+# must not be among them, as it would not hear of Esc.
+_turn = threading.Lock()
+_turned_away: Set[Callable[[], None]] = set()
+
+
+@contextmanager
+def drawing(is_wanted: Callable[[], bool] = lambda: True) -> Iterator[bool]:
+    """Waits for the library, then has it; False if that is no longer wanted before."""
+    while not _turn.acquire(timeout=_SECONDS_BETWEEN_CALLS):
+        if not is_wanted():
+            yield False
+            return
+    try:
+        yield True
+    finally:
+        _turn.release()
+        while _turned_away:
+            _turned_away.pop()()
+
+
+def unless_drawing(work: Callable[[], Any], later: Callable[[], None]) -> Any:
+    """What work returns; where somebody draws None at once, and later() is called once the library is free."""
+    _turned_away.add(later)  # before the look at the turn, which may end right after it
+    if not _turn.acquire(blocking=False):
+        return None
+    try:
+        _turned_away.discard(later)
+        return work()
+    finally:
+        _turn.release()
 
 
 def in_thread(work: Callable[[Callable[[float, str], bool]], Any], tell: Callable[[float, str], bool]) -> Any:
@@ -20,7 +55,10 @@ def in_thread(work: Callable[[Callable[[float, str], bool]], Any], tell: Callabl
 
     def run() -> None:
         try:
-            results.append(work(progress))
+            with drawing(lambda: state[2]) as is_mine:
+                if not is_mine:
+                    raise library.selvarin.Cancelled("cancelled")
+                results.append(work(progress))
         except BaseException as error:  # raised again below
             errors.append(error)
 

@@ -17,6 +17,7 @@ from typing import Any, Callable, List, NamedTuple, Optional, Tuple
 import numpy as np
 
 from . import library
+from .threads import drawing
 
 #: Of a view's pixels along one side, what is drawn while it changes.
 QUICK_PARTS = (1 / 2, 1 / 3, 1 / 4)
@@ -113,7 +114,6 @@ class Viewer:
         self.problem = ""
         self.pace = Pace()
         self._redraw = redraw
-        self._begun = 0.0
         self._judged: Optional[Shown] = None
         self._failed: Optional[Tuple[Subject, View]] = None
         self._subject: Optional[Subject] = None
@@ -143,7 +143,6 @@ class Viewer:
             self.pace.begin()
         part = None if is_there else self.pace.part
         self._is_fine, self._stops = part is None, False
-        self._begun = time.monotonic()
         self._thread = threading.Thread(target=self._draw, args=(subject, view, part), daemon=True)
         self._thread.start()
 
@@ -168,19 +167,25 @@ class Viewer:
 
     def _draw(self, subject: Subject, view: View, part: Optional[float]) -> None:
         """part: as of a Pace; None for a picture as F12 draws it."""
-        is_fine, begun = part is None, self._begun
+        is_fine = part is None
         width, height = (max(int(side * (part or 1.0)), 1) for side in view.size)
         try:
-            picture = library.selvarin.render(
-                subject.scene, (width, height), view.camera, subject.style, background=subject.background,
-                ambient=subject.ambient, antialias=1 if is_fine else 0, shadows=subject.shadows and is_fine,
-                progress=lambda _done, _text: not self._stops)
-            self.shown, self.problem = Shown(picture.pixels, subject, view, is_fine, begun), ""
+            with drawing(lambda: not self._stops) as is_mine:
+                if is_mine:
+                    begun = time.monotonic()
+                    picture = library.selvarin.render(
+                        subject.scene, (width, height), view.camera, subject.style, background=subject.background,
+                        ambient=subject.ambient, antialias=1 if is_fine else 0, shadows=subject.shadows and is_fine,
+                        progress=lambda _done, _text: not self._stops)
+                    self.shown, self.problem = Shown(picture.pixels, subject, view, is_fine, begun), ""
         except library.selvarin.Cancelled:
             pass
         except (RuntimeError, ValueError, OSError, MemoryError) as error:
             self.problem = str(error) or "there is not enough memory"
             self._failed = subject, view
+        self.redraw()
+
+    def redraw(self) -> None:
         try:
             self._redraw()
         except ReferenceError:

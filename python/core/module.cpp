@@ -504,9 +504,11 @@ PYBIND11_MODULE(_core, module) {
     });
     module.def("padded_cells", [](const py::array& array, const std::string& what) {
         const PaddedCells cells = readPadded(array, what);
-        return py::make_tuple(
-            py::array_t<std::uint64_t>(static_cast<py::ssize_t>(cells.offsets.size()), cells.offsets.data()),
-            py::array_t<std::uint64_t>(static_cast<py::ssize_t>(cells.places.size()), cells.places.data()));
+        // By a shape: with a count pybind11 asks the type for its size, which before 2.12 it can't read in numpy 2.
+        const auto copied = [](const std::vector<std::uint64_t>& list) {
+            return py::array_t<std::uint64_t>({static_cast<py::ssize_t>(list.size())}, list.data());
+        };
+        return py::make_tuple(copied(cells.offsets), copied(cells.places));
     });
     module.def("library_folder", [] { return kivToUtf8(kivLibraryFolder()); });
     module.def("after_fork", afterFork);

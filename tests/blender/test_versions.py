@@ -46,6 +46,9 @@ def addon(monkeypatch):
     bpy.props = props
     extras = types.ModuleType("bpy_extras.io_utils")
     extras.ExportHelper = type("ExportHelper", (), {})
+    # In Blender the real ones are there: they shall be the same afterwards.
+    for name in [name for name in sys.modules if name.startswith("selvarin_render.")]:
+        monkeypatch.delitem(sys.modules, name)
     package = types.ModuleType("selvarin_render")
     package.__path__ = [os.path.join(ROOT, "blender", "selvarin_render")]
     for name, module in {"bpy": bpy, "bpy.props": props, "bpy_extras": types.ModuleType("bpy_extras"),

@@ -237,3 +237,49 @@ def test_what_has_failed_is_not_drawn_again_and_again(scene, view, monkeypatch):
     view.draw()
     view.wait()
     assert len(calls) == 2
+
+
+def test_the_main_thread_never_waits_for_a_render(scene, view, monkeypatch):
+    """F12 draws in another thread for as long as it takes; a view and panels that waited for it would not hear of Esc."""
+    from selvarin_render import library, looks
+    from selvarin_render.threads import in_thread
+    add_cube((0.0, 0.0, 0.0))
+    view.draw()
+    view.wait()
+    may_end, has_begun = threading.Event(), threading.Event()
+    f12 = threading.Thread(target=in_thread, args=(lambda _: has_begun.set() or may_end.wait(20.0), lambda *_: True))
+    f12.start()
+    try:
+        assert has_begun.wait(20.0)
+        monkeypatch.setattr(library.selvarin, "shaders", lambda: pytest.fail("this waits while the library draws"))
+        assert looks.shaders_of(scene.selvarin.look), "panels ask for these"
+        view.change()
+        redraws = len(view.redraws)
+        begin = time.monotonic()
+        view.draw()
+        assert time.monotonic() - begin < 5.0 and not view.engine._viewer.is_busy()
+        assert view.engine._subject is None and len(view.redraws) == redraws
+    finally:
+        may_end.set()
+        f12.join()
+    assert len(view.redraws) == redraws + 1, "the view is drawn once the library is free"
+    view.draw()
+    assert view.engine._subject is not None
+    view.wait()
+
+
+def test_what_waits_for_a_render_can_be_stopped(scene, view):
+    from selvarin_render.threads import drawing, in_thread
+    add_cube((0.0, 0.0, 0.0))
+    for _ in range(3):
+        view.draw()
+        view.wait()
+    with drawing():
+        scene.camera.location.x = 1.0
+        view.draw()
+        assert view.engine._viewer.is_busy()
+        view.engine._viewer.stop()
+        assert not view.engine._viewer.is_busy()
+        from selvarin_render import library
+        with pytest.raises(library.selvarin.Cancelled):
+            in_thread(lambda _: pytest.fail("it never got the library"), lambda *_: False)

@@ -118,10 +118,11 @@ class Exporter:
 
     def _add_light(self, light: Any, matrix: np.ndarray) -> None:
         """Only the hue of a light counts in a drawing, as in files: its strength is given in watts."""
-        top = max(light.color)
+        shines = _color_of(light)
+        top = max(shines)
         if light.energy <= 0.0 or top <= 0.0 or not np.all(np.isfinite(matrix)):
             return
-        color = tuple(min(max(part / top, 0.0), 1.0) for part in light.color)
+        color = tuple(min(max(part / top, 0.0), 1.0) for part in shines)
         position, direction = tuple(matrix[:3, 3]), tuple(-matrix[:3, 2])
         if light.type == "SUN":
             self.scene.add_light("directional", direction=direction, color=color)
@@ -130,6 +131,13 @@ class Exporter:
                                  angle=min(max(math.degrees(light.spot_size) / 2.0, 0.1), 90.0))
         else:
             self.scene.add_light("point", position=position, color=color)
+
+
+def _color_of(light: Any) -> Tuple[float, ...]:
+    """Its colour as it is set, from Blender 4.5 on under that of its temperature where it has one."""
+    if not getattr(light, "use_temperature", False):
+        return tuple(light.color)
+    return tuple(part * warmth for part, warmth in zip(light.color, light.temperature_color))
 
 
 def _arrays_of(obj: Any, depsgraph: Any) -> Optional[MeshArrays]:

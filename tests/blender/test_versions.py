@@ -2,7 +2,7 @@
 
 The names are those of the interface's own descriptions: until 3.6 normals are asked for and lie at the loops, from 4.1
 they lie at corners; 4.0 renamed most sockets of the Principled node, 4.2 brought manifests and panels of a second Eevee,
-4.3 a white balance, 5.0 keeps edge marks as an attribute."""
+4.3 a white balance, 4.5 the temperature of lights, 5.0 keeps edge marks as an attribute."""
 
 import importlib
 import importlib.machinery
@@ -140,6 +140,19 @@ def test_the_factor_of_a_mix(addon, factor):
     mix = SimpleNamespace(name="Mix", type="MIX_SHADER", inputs=Inputs({
         factor: socket(0.25, "VALUE"), "Shader": socket(None, "SHADER", clear), "Other": socket(None, "SHADER", solid)}))
     assert addon("materials").paint_of(material(mix)).opacity == pytest.approx(0.25)
+
+
+# --- lights ---
+
+@pytest.mark.parametrize("more, color", [
+    ({}, (0.5, 1.0, 0.25)), ({"use_temperature": False, "temperature_color": (1.0, 0.5, 0.0)}, (0.5, 1.0, 0.25)),
+    ({"use_temperature": True, "temperature_color": (1.0, 0.25, 0.5)}, (1.0, 0.5, 0.25))], ids=["3.4", "off", "on"])
+def test_a_light_has_the_hue_of_its_temperature(addon, more, color):
+    lit = []
+    light = SimpleNamespace(type="POINT", color=(0.5, 1.0, 0.25), energy=3.0, **more)
+    exporter = SimpleNamespace(scene=SimpleNamespace(add_light=lambda kind, **given: lit.append(given["color"])))
+    addon("export").Exporter._add_light(exporter, light, np.eye(4))
+    assert lit == [pytest.approx(color)]
 
 
 # --- colours, panels, the zip ---

@@ -137,6 +137,24 @@ TEST(KivRemoveSpecks, AnIslandGoesIfItIsSmallerThanAsked) {
     EXPECT_EQ(net.light(5, 5), middle.below);
 }
 
+TEST(KivRemoveSpecks, WhatAnIslandLeavesBehindBelongsToWhatIsAround) {
+    // A small dark place in the light, with an island of light.
+    Net net(20);
+    for (int j = 0; j <= 20; ++j) {
+        for (int i = 0; i <= 20; ++i) {
+            net.light(i, j) = i >= 8 && i <= 12 && j >= 8 && j <= 12 && !(i == 10 && j == 10) ? base : 0.8F;
+        }
+    }
+    const double ring = 80.0 * 80.0 - lightArea(net);
+    net.light(10, 10) = base;
+    const double island = 80.0 * 80.0 - lightArea(net) - ring;
+    net.light(10, 10) = 0.8F;
+    ASSERT_GT(island, 5.0);
+    net.remove(ring + 0.5 * island);
+    EXPECT_EQ(net.light(10, 10), middle.below);
+    EXPECT_EQ(net.light(9, 10), base) << "together they are large enough";
+}
+
 TEST(KivRemoveSpecks, AfterACancelNoEdgeIsLookedAt) {
     Net net(12);
     net.light(5, 5) = 0.9F;

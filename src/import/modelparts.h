@@ -114,7 +114,8 @@ struct Material {
     std::uint32_t picture = noIndex; // the texture's, where it is to be drawn
     Wrap wrapU = Wrap::repeat;
     Wrap wrapV = Wrap::repeat;
-    double cutOut = 0.0; // what is less opaque in the texture is not there; 0: its alpha means nothing
+    double cutOut = 0.0;  // what is less opaque in the texture is not there; 0: its alpha means nothing
+    bool cutsAll = false; // the file says so itself, however soft the alpha is
 };
 
 // One of the names that a file gives to its objects, which stand in a tree.

@@ -18,7 +18,7 @@ constexpr std::uint64_t maxRequest = std::uint64_t{64} << 20;
 
 template <class Archive> void fields(Archive& archive, Material& m) {
     archive(m.name, m.ambient, m.diffuse, m.specular, m.emission, m.shininess, m.opacity, m.texture, m.textureAverage,
-            m.textureLoaded, m.picture, m.wrapU, m.wrapV, m.cutOut);
+            m.textureLoaded, m.picture, m.wrapU, m.wrapV, m.cutOut, m.cutsAll);
 }
 template <class Archive> void fields(Archive& archive, Picture& p) {
     archive(p.width, p.height, p.pixels, p.average, p.hasAlpha, p.problem);

@@ -11,6 +11,7 @@
 #include "kivrender/scene/kivmeshrest.h"
 #include "kivrender/scene/kivplacedmesh.h"
 #include "kivrender/scene/kivpolyline.h"
+#include "kivrender/scene/kivskinimage.h"
 
 #include <algorithm>
 #include <array>
@@ -101,7 +102,7 @@ public:
             return pictures[material.picture].made;
         }
         const auto [entry, isNew] =
-            known.try_emplace({material.picture, material.wrapU, material.wrapV, material.cutOut});
+            known.try_emplace({material.picture, material.wrapU, material.wrapV, material.cutOut, material.cutsAll});
         if (isNew) {
             Picture& picture = pictures[material.picture];
             auto texture = std::make_shared<KivTexture>();
@@ -118,6 +119,8 @@ public:
             } else {
                 texture->pixels = first->pixels;
             }
+            texture->soft = texture->cutOut > 0.0 && !material.cutsAll &&
+                            kivHasSoftAlpha({texture->width, texture->height, texture->pixels}, texture->cutOut);
             entry->second = std::move(texture);
         }
         return entry->second;
@@ -125,7 +128,7 @@ public:
 
 private:
     std::vector<Picture>& pictures;
-    std::map<std::tuple<std::uint32_t, Wrap, Wrap, double>, std::shared_ptr<const KivTexture>> known;
+    std::map<std::tuple<std::uint32_t, Wrap, Wrap, double, bool>, std::shared_ptr<const KivTexture>> known;
     std::map<std::uint32_t, std::shared_ptr<const KivTexture>> firsts; // by picture
 };
 

@@ -55,6 +55,7 @@ ModelParts everything() {
     material.picture = 0;
     material.wrapV = Wrap::mirror;
     material.cutOut = 0.25;
+    material.cutsAll = true;
     Picture& picture = parts.pictures.emplace_back();
     picture.width = 1;
     picture.height = 2;
@@ -116,6 +117,7 @@ TEST(PartsStream, EverythingComesOver) {
     EXPECT_TRUE(read.materials[0].textureLoaded);
     EXPECT_EQ(read.materials[0].wrapV, Wrap::mirror);
     EXPECT_EQ(read.materials[0].cutOut, 0.25);
+    EXPECT_TRUE(read.materials[0].cutsAll);
     EXPECT_EQ(read.pictures.at(0).pixels, parts.pictures[0].pixels);
     EXPECT_EQ(read.surfaces[0].paint, parts.surfaces[0].paint);
     EXPECT_EQ(read.surfaces[0].cornerPaint, parts.surfaces[0].cornerPaint);

@@ -231,6 +231,33 @@ TEST(Textures, EmbeddedInAGltfFile) {
     EXPECT_EQ(kivMeshPaint(*masked.scene->getMesh(0))->texture->cutOut, 0.25);
 }
 
+// From nothing on the left to all on the right, or with a step between the two.
+std::string alphaAcross(bool hasStep) {
+    std::vector<std::array<std::uint8_t, 4>> row;
+    for (int x = 0; x < 32; ++x) {
+        row.push_back({200, 0, 0, static_cast<std::uint8_t>(hasStep ? (x < 16 ? 0 : 255) : 8 * x)});
+    }
+    return pngOf(32, 1, row);
+}
+
+TEST(Textures, AnAlphaThatFadesIsSoftUnlessTheFileCutsItOut) {
+    const TestFolder folder;
+    const auto textureOf = [&folder](const std::string& picture, const std::string& mode) {
+        const KivModel model = import(folder.write(
+            "a.gltf", squareGltf(embedded(picture, "\"alphaMode\":\"" + mode + "\","), "TEXCOORD_0", corners, 2)));
+        return kivMeshPaint(*model.scene->getMesh(0))->texture;
+    };
+    EXPECT_TRUE(textureOf(alphaAcross(false), "BLEND")->soft);
+    EXPECT_EQ(textureOf(alphaAcross(false), "BLEND")->cutOut, 0.5);
+    EXPECT_FALSE(textureOf(alphaAcross(true), "BLEND")->soft);
+    EXPECT_FALSE(textureOf(alphaAcross(false), "MASK")->soft);
+    EXPECT_FALSE(textureOf(alphaAcross(false), "OPAQUE")->soft);
+    folder.write("m.mtl", "newmtl a\nmap_Kd t.png\n");
+    folder.write("t.png", alphaAcross(false));
+    const KivModel model = import(folder.write("a.obj", quadObj(false)));
+    EXPECT_TRUE(kivMeshPaint(*model.scene->getMesh(0))->texture->soft) << "OBJ knows no way to say more";
+}
+
 TEST(Textures, BrokenInAGltfFileIsToldAndDrawnInItsColour) {
     const TestFolder folder;
     const KivModel model = import(folder.write("a.gltf", squareGltf(embedded("no picture"), "TEXCOORD_0", corners, 2)));

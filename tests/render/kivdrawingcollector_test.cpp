@@ -1,5 +1,7 @@
 // Drawings as data: what a render puts into a collector's drawing, and that it writes nothing meanwhile.
 #include "kivrender/render/kivdrawingcollector.h"
+#include "kivrender/scene/kivmesh.h"
+#include "kivrender/scene/kivmeshpaint.h"
 #include "kivrender/shader/kivdrawing.h"
 #include "kivrender/vector/kivvectorpage.h"
 #include "kivrender/vector/kivvectorprogress.h"
@@ -14,6 +16,7 @@
 #include <filesystem>
 #include <functional>
 #include <limits>
+#include <memory>
 
 namespace {
 
@@ -153,6 +156,34 @@ TEST_F(DrawingCollector, RegionsThatAreTooMuchWorkStayTriangles) {
     ASSERT_TRUE(renderSquare());
     EXPECT_THAT(drawing.messages, IsEmpty());
     EXPECT_TRUE(KivVectorPage::wasOrderExact());
+}
+
+TEST_F(DrawingCollector, HolesThatAreTooMuchWorkAreToldOnce) {
+    KivDrawingCollector collector(drawing);
+    const auto texture = std::make_shared<KivTexture>();
+    texture->width = texture->height = 1;
+    texture->pixels = {0, 0, 0, 0};
+    texture->cutOut = 0.5;
+    const auto paint = std::make_shared<KivMeshPaint>();
+    paint->texture = texture;
+    const auto messagesOfTwo = [&](float repeats) {
+        host.messages.clear();
+        scene.empty();
+        paint->coordinates = {{0, 0, 0}, {repeats, 0, 0}, {repeats, 1, 0}, {0, 1, 0}};
+        for (int i = 0; i < 2; ++i) {
+            auto mesh = rectangle(-0.5, -0.5, 0.5, 0.5);
+            EXPECT_EQ(mesh->getNumVertexs(), paint->coordinates.size());
+            kivSetMeshPaint(*mesh, paint);
+            scene.addMesh(mesh.release());
+        }
+        EXPECT_TRUE(render({80, 40}));
+        EXPECT_EQ(host.messages, drawing.messages);
+        return drawing.messages.size();
+    };
+    EXPECT_EQ(messagesOfTwo(1.0F), 0U);
+    EXPECT_THAT(drawing.areas, IsEmpty()) << "it is all hole";
+    EXPECT_EQ(messagesOfTwo(1e7F), 1U);
+    EXPECT_FALSE(drawing.areas.empty());
 }
 
 TEST_F(DrawingCollector, LinesThatAreCutShortAreTold) {

@@ -268,9 +268,11 @@ private:
         }
         if (source.Get(AI_MATKEY_GLTF_ALPHAMODE, mode) != aiReturn_SUCCESS || fromAi(mode) == "OPAQUE") {
             material.cutOut = 0.0;
-        } else if (fromAi(mode) == "MASK" && source.Get(AI_MATKEY_GLTF_ALPHACUTOFF, threshold) == aiReturn_SUCCESS &&
-                   std::isfinite(threshold)) {
-            material.cutOut = std::clamp(static_cast<double>(threshold), 0.0, 1.0);
+        } else if (fromAi(mode) == "MASK") {
+            material.cutsAll = true;
+            if (source.Get(AI_MATKEY_GLTF_ALPHACUTOFF, threshold) == aiReturn_SUCCESS && std::isfinite(threshold)) {
+                material.cutOut = std::clamp(static_cast<double>(threshold), 0.0, 1.0);
+            }
         }
     }
 

@@ -2,6 +2,7 @@
 
 #include "kivrender/host/kivhostapplicationservices.h"
 #include "kivrender/host/kivlanguage.h"
+#include "kivrender/lines/kivvectordrawing.h"
 #include "kivrender/platform/kivsystemerror.h"
 #include "kivrender/platform/kivtext.h"
 #include "kivrender/render/kivbitmapmanager.h"
@@ -38,6 +39,7 @@ constexpr float polygonOffsetFactor = 2.5F;
 
 constexpr unsigned int textOrderingTriangles = 28;
 constexpr unsigned int textBrokenMeshes = 1006;
+constexpr unsigned int textHolesNotCut = 132;
 
 bool isCancelled(KivProgress* progress) {
     return progress != nullptr && progress->isCancelled();
@@ -70,6 +72,14 @@ void forecastProgress(tagSIZE size, tagSIZE finalSize, const KivScene& scene, co
     const KivRenderForecast::Shaders shaders{hasNonCombinable, namedShaders, combinables,
                                              namedShaders > 0 && kivFindsLinesAhead(scene, settings)};
     kivSetProgressForecast(KivRenderForecast(work, settings, finalPixels, shaders).get());
+}
+
+// Told once, however many meshes stay whole.
+void cutHoles(KivShapedScene& shaped, const KivCamera& camera, tagSIZE size) {
+    KivVectorDrawing* const drawing = kivCollectedDrawing();
+    if (drawing != nullptr && !shaped.cutHoles(camera, size, drawing->effort)) {
+        drawing->messages.push_back(kivText(textHolesNotCut));
+    }
 }
 
 } // namespace
@@ -237,8 +247,8 @@ bool KivRenderer::renderFrame(Frame& frame, KivDataManager* data) {
         return false;
     }
     KivShapedScene shaped(*frame.scene, frame.camera, wholeSize(frame), shaperOf(frame));
-    if (settings.doVectorial() && KivDrawingCollector::current() != nullptr) {
-        shaped.cutHoles(frame.camera, wholeSize(frame));
+    if (settings.doVectorial()) {
+        cutHoles(shaped, frame.camera, wholeSize(frame));
     }
     if (shaped.isChanged()) {
         followShape(frame);

@@ -55,11 +55,12 @@ void KivShapedScene::makeShapes(const KivCamera& camera, tagSIZE size, const Sha
     }
 }
 
-void KivShapedScene::cutHoles(const KivCamera& camera, tagSIZE size) {
+bool KivShapedScene::cutHoles(const KivCamera& camera, tagSIZE size, double effort) {
+    bool isTooMuch = false;
     const KivShapeView view = kivShapeViewOf(camera, size);
     for (unsigned int i = 0; i < scene.numMeshes(); ++i) {
         const KivMesh* const mesh = scene.getMesh(i);
-        std::unique_ptr<KivMesh> cut = mesh != nullptr ? kivCutMesh(*mesh, view) : nullptr;
+        std::unique_ptr<KivMesh> cut = mesh != nullptr ? kivCutMesh(*mesh, view, effort, &isTooMuch) : nullptr;
         if (cut != nullptr) {
             if (!original) {
                 original.emplace(scene);
@@ -67,6 +68,7 @@ void KivShapedScene::cutHoles(const KivCamera& camera, tagSIZE size) {
             scene.replaceMesh(i, cut.release());
         }
     }
+    return !isTooMuch;
 }
 
 KivShapedScene::~KivShapedScene() {

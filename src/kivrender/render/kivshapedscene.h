@@ -27,8 +27,9 @@ public:
     // The scene has its own meshes again.
     ~KivShapedScene();
 
-    // What the alpha of textures cuts out goes too (kivcutmesh.h), for drawings, which have no pixels to test.
-    void cutHoles(const KivCamera& camera, tagSIZE size);
+    // What the alpha of textures cuts out goes too (kivcutmesh.h), for drawings, which have no pixels to test. False
+    // where it was too much work, and meshes stay whole. effort: how much it may be, as a part of what is usual.
+    bool cutHoles(const KivCamera& camera, tagSIZE size, double effort);
 
     // Whether any mesh was replaced. The list of ordered triangles is empty then.
     bool isChanged() const;

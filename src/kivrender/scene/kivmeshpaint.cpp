@@ -20,3 +20,8 @@ void kivSetMeshPaint(const KivMesh& mesh, std::shared_ptr<const KivMeshPaint> pa
 std::shared_ptr<const KivMeshPaint> kivMeshPaint(const KivMesh& mesh) {
     return registry().get(mesh);
 }
+
+bool kivIsSoft(const KivMesh& mesh) {
+    const std::shared_ptr<const KivMeshPaint> paint = kivMeshPaint(mesh);
+    return paint != nullptr && paint->texture != nullptr && paint->texture->cutOut > 0.0 && paint->texture->soft;
+}

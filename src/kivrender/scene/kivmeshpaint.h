@@ -27,6 +27,9 @@ struct KivTexture {
     Wrap wrapV = Wrap::repeat;
     // Texels less opaque than this are holes, 0 to 1; 0 for a picture whose alpha means nothing.
     double cutOut = 0.0;
+    // Its alpha fades, as that of a glow does: what is cut out has no edge. Surfaces with it have no lines, and hide
+    // those of others only where a base look paints them. kivHasSoftAlpha (kivskinimage.h) tells it of a picture.
+    bool soft = false;
 };
 
 struct KivMeshPaint {
@@ -45,5 +48,8 @@ KIV_API void kivSetMeshPaint(const KivMesh& mesh, std::shared_ptr<const KivMeshP
 
 // Null for a mesh of one colour. Costs a look into a table; loops keep the answer.
 KIV_API std::shared_ptr<const KivMeshPaint> kivMeshPaint(const KivMesh& mesh);
+
+// Whether the mesh has a texture that cuts out softly. Costs the same look.
+KIV_API bool kivIsSoft(const KivMesh& mesh);
 
 #endif

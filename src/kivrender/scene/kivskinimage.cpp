@@ -99,6 +99,60 @@ void fillTransparent(KivSkinImage& fine, const KivSkinImage& coarse) {
     }
 }
 
+// Looks at alpha wherever it passes the threshold from one pixel to the next, in rows and columns.
+class AlphaEdges {
+public:
+    AlphaEdges(const KivSkinImage& ofImage, double ofThreshold) : image(ofImage), threshold(255.0 * ofThreshold) {}
+
+    bool areSoft() {
+        std::size_t between = 0;
+        std::size_t opaque = 0;
+        for (std::size_t i = 3; i < image.pixels.size(); i += 4) {
+            between += image.pixels[i] > nearlyNone && image.pixels[i] < nearlyAll ? 1 : 0;
+            opaque += image.pixels[i] >= nearlyAll ? 1 : 0;
+        }
+        if (between <= opaque) {
+            return false;
+        }
+        const auto width = static_cast<std::size_t>(image.width);
+        const auto height = static_cast<std::size_t>(image.height);
+        for (std::size_t y = 0; y < height; ++y) {
+            walk(4 * y * width + 3, 4, width);
+        }
+        for (std::size_t x = 0; x < width; ++x) {
+            walk(4 * x + 3, 4 * width, height);
+        }
+        return 2 * hard < all;
+    }
+
+private:
+    static constexpr std::uint8_t nearlyNone = 32;
+    static constexpr std::uint8_t nearlyAll = 223;
+    static constexpr std::size_t reach = 2; // smoothed edges take so many pixels on either side
+
+    void walk(std::size_t first, std::size_t step, std::size_t count) {
+        const auto alphaAt = [&](std::size_t i) { return image.pixels[first + i * step]; };
+        for (std::size_t i = 1; i < count; ++i) {
+            if ((alphaAt(i - 1) < threshold) == (alphaAt(i) < threshold)) {
+                continue;
+            }
+            std::uint8_t low = 255;
+            std::uint8_t high = 0;
+            for (std::size_t k = i - std::min(i, reach + 1); k < std::min(count, i + reach + 1); ++k) {
+                low = std::min(low, alphaAt(k));
+                high = std::max(high, alphaAt(k));
+            }
+            ++all;
+            hard += low <= nearlyNone && high >= nearlyAll ? 1 : 0;
+        }
+    }
+
+    const KivSkinImage& image;
+    double threshold;
+    std::size_t all = 0;  // places where alpha passes the threshold
+    std::size_t hard = 0; // of these, where it does so from nearly nothing to nearly all
+};
+
 } // namespace
 
 std::size_t kivNearestOf(const KivPalette& palette, const std::uint8_t* color) {
@@ -149,6 +203,10 @@ KivPalette kivPalette(const KivSkinImage& image, int numColors) {
 
 const std::array<std::uint8_t, 3>& kivNearest(const KivPalette& palette, const std::uint8_t* color) {
     return palette[kivNearestOf(palette, color)];
+}
+
+bool kivHasSoftAlpha(const KivSkinImage& image, double threshold) {
+    return AlphaEdges(image, threshold).areSoft();
 }
 
 KivSkinImage kivHalved(const KivSkinImage& image) {

@@ -26,6 +26,10 @@ KIV_API KivPalette kivPalette(const KivSkinImage& image, int numColors);
 KIV_API std::size_t kivNearestOf(const KivPalette& palette, const std::uint8_t* color);
 KIV_API const std::array<std::uint8_t, 3>& kivNearest(const KivPalette& palette, const std::uint8_t* color);
 
+// Whether the alpha of a picture fades where it passes a threshold (0 to 1), as in a glow or in smoke. That of a leaf
+// or a grid is nearly always 0 or 1: there it goes from one to the other within a few pixels, and few are in between.
+KIV_API bool kivHasSoftAlpha(const KivSkinImage& image, double threshold);
+
 // Half as large in each direction, at least one pixel, for pictures that are seen from far away. Colours count by their
 // alpha.
 KIV_API KivSkinImage kivHalved(const KivSkinImage& image);

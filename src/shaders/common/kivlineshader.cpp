@@ -2,6 +2,7 @@
 
 #include "kivlinedrawing.h"
 #include "kivrender/scene/kivmesh.h"
+#include "kivrender/scene/kivmeshpaint.h"
 #include "kivrender/scene/kivprogress.h"
 #include "kivrender/scene/kivscene.h"
 #include "kivrender/settings/kivcommonsettings.h"
@@ -73,6 +74,9 @@ bool KivLineShader::needsDepth(const KivMesh& mesh, const KivCommonSettings& set
     if (settings.doTransparencies() && !mesh.isOpaque()) {
         return false;
     }
+    if (!mesh.hasNonCombinable(communication.hasNonCombinable()) && kivIsSoft(mesh)) {
+        return false; // a glow that nothing paints
+    }
     if (settings.doVectorial()) {
         return true; // what stands before the lines is found without the frame's depth buffer, which is not drawn
     }
@@ -85,7 +89,7 @@ bool KivLineShader::gather(KivLineDrawing& drawing, KivScene& scene, bool named)
     steps.begin();
     for (unsigned int i = 0; i < scene.numMeshes(); ++i) {
         const KivMesh* mesh = scene.getMesh(i);
-        if (mesh != nullptr && kivIsForShader(*mesh, getTag(), named)) {
+        if (mesh != nullptr && kivIsForShader(*mesh, getTag(), named) && !kivIsSoft(*mesh)) {
             drawing.addMesh(*mesh, i, settingsOf(*mesh));
         }
         steps.advance();

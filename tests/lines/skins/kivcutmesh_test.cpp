@@ -182,3 +182,25 @@ TEST(KivCutMesh, WhatCanNotBeCutStaysWhole) {
     small->pixels.resize(8);
     EXPECT_EQ(kivCutMesh(*squareWith(small), nearView()), nullptr);
 }
+
+TEST(KivCutMesh, TooMuchWorkIsTold) {
+    const auto squares = squareWith(textureOf(32, roundHole), 20.0F);
+    const auto isTooMuch = [](const KivMesh& mesh, double effort) {
+        bool told = false;
+        const auto cut = kivCutMesh(mesh, nearView(), effort, &told);
+        EXPECT_NE(told, cut != nullptr) << effort;
+        return told;
+    };
+    EXPECT_FALSE(isTooMuch(*squares, 1.0));
+    EXPECT_TRUE(isTooMuch(*squareWith(textureOf(32, roundHole), 1e7F), 1.0)) << "pixels";
+    std::mt19937 random(7);
+    const auto noise = squareWith(textureOf(200, [&random](int, int) { return static_cast<int>(random() % 256); }));
+    EXPECT_FALSE(isTooMuch(*noise, 1.0));
+    EXPECT_TRUE(isTooMuch(*noise, 0.008)) << "points of outlines; so many pixels are none too many";
+    const auto hole = squareWith(textureOf(200, roundHole));
+    EXPECT_FALSE(isTooMuch(*hole, 0.008));
+    EXPECT_TRUE(isTooMuch(*hole, 0.001)) << "pixels";
+    bool told = false;
+    EXPECT_EQ(kivCutMesh(*squareWith(textureOf(8, [](int, int) { return 255; })), nearView(), 1e-9, &told), nullptr);
+    EXPECT_FALSE(told) << "nothing is to be cut out";
+}

@@ -2,12 +2,15 @@
 #include "kivoutlinesettings.h"
 #include "kivrender/lines/kivvectordrawing.h"
 #include "kivrender/scene/kivline.h"
+#include "kivrender/scene/kivmeshpaint.h"
 #include "kivrender/scene/kivpolyline.h"
 #include "kivrender/vector/gl2pspage.h"
 #include "support/temphome.h"
 
 #include <algorithm>
 #include <map>
+#include <memory>
+#include <utility>
 
 namespace {
 
@@ -200,6 +203,32 @@ TEST_F(OutlinePicture, DoesNotShowThroughASurfaceInFront) {
         }
     }
     EXPECT_TRUE(isInk(pixelAt({-1.5, 0.0, 1.2})));
+}
+
+// A glow before the cube: its own alpha fades, and neither that nor its mesh has an edge.
+TEST_F(OutlinePicture, WhatIsSoftHasNoLinesAndHidesNoneUnlessItIsPainted) {
+    addMesh(cubeSurface());
+    KivSurface glow;
+    glow.points = {{-1.5, -1.5, 1.2}, {1.5, -1.5, 1.2}, {1.5, 1.5, 1.2}, {-1.5, 1.5, 1.2}};
+    glow.triangles = {{0, 1, 2}, {0, 2, 3}};
+    KivMesh& mesh = *addMesh(glow);
+    const auto texture = std::make_shared<KivTexture>();
+    const auto paint = std::make_shared<KivMeshPaint>();
+    paint->texture = texture;
+    texture->cutOut = 0.5;
+    open(300);
+    look({0.2, 0.1, 6.0}, 2.0, false);
+    const auto drawn = [&](bool isSoft) {
+        texture->soft = isSoft;
+        kivSetMeshPaint(mesh, paint);
+        glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
+        drawLines(3.0);
+        return std::pair(isInk(pixelAt({-1.5, 0.0, 1.2})), isInk(pixelAt({1.0, 0.0, 1.0})));
+    };
+    EXPECT_EQ(drawn(false), std::pair(true, false));
+    EXPECT_EQ(drawn(true), std::pair(false, true)) << "the cube's edge shows through";
+    texture->cutOut = 0.0;
+    EXPECT_EQ(drawn(true), std::pair(true, false)) << "its alpha means nothing";
 }
 
 TEST_F(OutlinePicture, BordersOfOpenSurfacesAreLines) {

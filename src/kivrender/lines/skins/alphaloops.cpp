@@ -30,7 +30,7 @@ struct LoopPoint {
 // Alpha less the threshold at the middles of pixels, with nothing around them.
 class AlphaField {
 public:
-    AlphaField(const KivTexture& ofTexture, const KivSkinImage& ofImage, const AlphaWindow& window)
+    AlphaField(const KivTexture& ofTexture, const KivSkinImage& ofImage, const AlphaWindow& window, double effort)
         : texture(ofTexture), image(ofImage) {
         const auto before = [](double place, int size) { return std::floor(place * size - 0.5) - 2.0; };
         const auto behind = [](double place, int size) { return std::ceil(place * size - 0.5) + 2.0; };
@@ -38,7 +38,7 @@ public:
         const double y = before(window.top, image.height);
         const double columns = behind(window.right, image.width) - x + 1.0;
         const double rows = behind(window.bottom, image.height) - y + 1.0;
-        fits = columns * rows <= mostSamples && std::fabs(x) < 1e8 && std::fabs(y) < 1e8;
+        fits = columns * rows <= effort * mostSamples && std::fabs(x) < 1e8 && std::fabs(y) < 1e8;
         if (fits) {
             left = static_cast<int>(x);
             top = static_cast<int>(y);
@@ -236,8 +236,8 @@ double areaOf(const std::vector<KivPicturePoint>& loop) {
 } // namespace
 
 bool findAlphaLoops(const KivTexture& texture, const KivSkinImage& image, const AlphaWindow& window, double tolerance,
-                    std::vector<AlphaLoop>& loops) {
-    const AlphaField field(texture, image, window);
+                    double effort, std::vector<AlphaLoop>& loops) {
+    const AlphaField field(texture, image, window, effort);
     if (!field.isSmallEnough()) {
         return false;
     }

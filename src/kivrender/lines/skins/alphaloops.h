@@ -25,9 +25,9 @@ struct AlphaLoop {
 };
 
 // What is there lies within an odd number of loops; they reach a little beyond the window, and end there. image: the
-// texture, or a smaller form of it. tolerance: in pixels of the image. False when the window has too many pixels, or
-// when the user cancelled.
+// texture, or a smaller form of it. tolerance: in pixels of the image. effort: as in kivcutmesh.h. False when the
+// window has too many pixels, or when the user cancelled.
 bool findAlphaLoops(const KivTexture& texture, const KivSkinImage& image, const AlphaWindow& window, double tolerance,
-                    std::vector<AlphaLoop>& loops);
+                    double effort, std::vector<AlphaLoop>& loops);
 
 #endif

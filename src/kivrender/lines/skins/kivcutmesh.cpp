@@ -23,9 +23,9 @@
 
 namespace {
 
-constexpr double tolerance = 0.15; // in pixels of the reduced texture, which are about those of the drawing
-constexpr std::size_t mostTriangles = 4'000'000;
-constexpr std::size_t mostWork = 2'000'000'000; // points of outlines looked at
+constexpr double tolerance = 0.15;    // in pixels of the reduced texture, which are about those of the drawing
+constexpr double mostTriangles = 4e6; // more than the mesh has
+constexpr double mostWork = 4e8;      // outlines looked at and edges walked along, about ten seconds
 // Of a triangle: what is nearer to an edge lies on it.
 constexpr double onEdge = 1e-7;
 // Steps of an edge. Its two triangles compute a place on it in different ways, and must find the same one.
@@ -233,17 +233,22 @@ private:
 
 class Cutter {
 public:
-    Cutter(const KivMesh& mesh, const KivMeshPaint& meshPaint) : source(mesh), paint(meshPaint) {}
+    Cutter(const KivMesh& mesh, const KivMeshPaint& meshPaint, double effort)
+        : source(mesh), paint(meshPaint), allowed(effort * mostWork),
+          allowedTriangles(effort * mostTriangles + static_cast<double>(mesh.getNumTriangles())) {}
 
-    // Null as kivCutMesh says.
-    std::unique_ptr<KivMesh> cut(const std::vector<Patch>& patches, const std::vector<AlphaLoop>& loops) {
+    // False when it is too much work, or the user cancelled.
+    bool cut(const std::vector<Patch>& patches, const std::vector<AlphaLoop>& loops) {
         begin();
-        std::size_t work = 0;
         for (const Patch& patch : patches) {
-            if (kivIsCancelled() || !cutPatch(patch, loops, work) || result->getNumTriangles() > mostTriangles) {
-                return nullptr;
+            if (kivIsCancelled() || !cutPatch(patch, loops)) {
+                return false;
             }
         }
+        return true;
+    }
+    // Null if nothing was cut out.
+    std::unique_ptr<KivMesh> take() {
         if (!isCut) {
             return nullptr;
         }
@@ -262,15 +267,17 @@ private:
         result->setMaterial(material);
         vertexOf.assign(source.getNumVertexs(), none);
     }
-    bool cutPatch(const Patch& patch, const std::vector<AlphaLoop>& loops, std::size_t& work) {
+    bool cutPatch(const Patch& patch, const std::vector<AlphaLoop>& loops) {
         if (patch.twiceArea() == 0.0) {
             addWhole(patch); // one line of the texture: as a filter would have it, it is there
             return true;
         }
+        if (!isAffordable(patch, loops)) {
+            return false;
+        }
         PatchOutlines outlines;
         for (const AlphaLoop& loop : loops) {
             if (patch.meets(loop.box)) {
-                work += loop.points.size();
                 outlines.add(spotsOf(patch, clipped(loop.points, patch)));
             }
         }
@@ -280,7 +287,17 @@ private:
         } else {
             addCover(patch, *cover);
         }
-        return work <= mostWork;
+        return result->getNumTriangles() <= allowedTriangles;
+    }
+    // GLU's tessellator asks nobody for a cancel, and walks for each point along the edges that its sweep crosses
+    // there: the square root of all, as they lie about evenly.
+    bool isAffordable(const Patch& patch, const std::vector<AlphaLoop>& loops) {
+        double points = 0.0;
+        for (const AlphaLoop& loop : loops) {
+            points += patch.meets(loop.box) ? static_cast<double>(loop.points.size()) : 0.0;
+        }
+        work += static_cast<double>(loops.size()) + points * std::sqrt(points);
+        return work <= allowed;
     }
     void addCover(const Patch& patch, const std::vector<Spot>& cover) {
         const bool isTurned = patch.twiceArea() < 0.0;
@@ -392,6 +409,9 @@ private:
     std::vector<std::array<float, 3>> coordinates;
     std::vector<unsigned int> vertexOf; // of each vertex of the source
     std::map<std::tuple<unsigned int, unsigned int, std::uint32_t>, unsigned int> onEdges;
+    double allowed;
+    double allowedTriangles;
+    double work = 0.0;
     bool isCut = false;
 };
 
@@ -454,7 +474,7 @@ double texelsPerPixel(const KivMesh& mesh, const KivTexture& texture, const std:
 
 } // namespace
 
-std::unique_ptr<KivMesh> kivCutMesh(const KivMesh& source, const KivShapeView& view) {
+std::unique_ptr<KivMesh> kivCutMesh(const KivMesh& source, const KivShapeView& view, double effort, bool* isTooMuch) {
     const std::shared_ptr<const KivMeshPaint> paint = kivMeshPaint(source);
     std::vector<Patch> patches;
     AlphaWindow window;
@@ -468,6 +488,12 @@ std::unique_ptr<KivMesh> kivCutMesh(const KivMesh& source, const KivShapeView& v
         image = kivHalved(image);
     }
     std::vector<AlphaLoop> loops;
-    return findAlphaLoops(texture, image, window, tolerance, loops) ? Cutter(source, *paint).cut(patches, loops)
-                                                                    : nullptr;
+    Cutter cutter(source, *paint, effort);
+    if (findAlphaLoops(texture, image, window, tolerance, effort, loops) && cutter.cut(patches, loops)) {
+        return cutter.take();
+    }
+    if (isTooMuch != nullptr && !kivIsCancelled()) {
+        *isTooMuch = true;
+    }
+    return nullptr;
 }

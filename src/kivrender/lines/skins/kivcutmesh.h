@@ -16,6 +16,10 @@ class KivMesh;
 // With normals, material, paint and shader settings of the source, right to a fraction of a pixel of the view. Null for
 // a mesh without such a texture, for one of which nothing is cut out, for one whose outlines are too much work, and
 // when the user cancelled.
-KIV_API std::unique_ptr<KivMesh> kivCutMesh(const KivMesh& source, const KivShapeView& view);
+//
+// effort: how much work it may be, as a part of what is usual. isTooMuch: set to true where it would be more, and left
+// alone otherwise; may be null.
+KIV_API std::unique_ptr<KivMesh> kivCutMesh(const KivMesh& source, const KivShapeView& view, double effort = 1.0,
+                                            bool* isTooMuch = nullptr);
 
 #endif

@@ -263,19 +263,21 @@ py::tuple render(PythonScene& scene, const py::dict& options, py::object callbac
     return py::make_tuple(picture, warnings);
 }
 
-py::tuple draw(PythonScene& scene, const py::dict& options, const std::string& areas, bool textures, bool hidden,
-               const std::string& title, py::object callback) {
+py::tuple draw(PythonScene& scene, const py::dict& options, const std::string& areas, const std::string& textures,
+               bool hidden, const std::string& title, py::object callback) {
     const RenderRequest request = requestOf(options);
     const AreaKind kind = areas == "regions" ? AreaKind::regions
                           : areas == "faces" ? AreaKind::faces
                                              : AreaKind::triangles;
+    const TextureKind paint = textures == "areas"  ? TextureKind::areas
+                              : textures == "mean" ? TextureKind::mean
+                                                   : TextureKind::picture;
     RenderProgress progress(std::move(callback));
     std::vector<std::string> warnings;
     std::shared_ptr<DrawingData> drawing;
     {
         LibraryUse library;
-        drawing =
-            renderDrawing(library, scene, request, kind, textures, hidden, kivFromUtf8(title), progress, warnings);
+        drawing = renderDrawing(library, scene, request, kind, paint, hidden, kivFromUtf8(title), progress, warnings);
     }
     if (!drawing) {
         progress.rethrow();

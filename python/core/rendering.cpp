@@ -299,7 +299,7 @@ std::shared_ptr<PictureData> renderPicture(LibraryUse& library, PythonScene& sce
 }
 
 std::shared_ptr<DrawingData> renderDrawing(LibraryUse& library, PythonScene& scene, const RenderRequest& request,
-                                           AreaKind areas, bool textures, bool hidden, const std::wstring& title,
+                                           AreaKind areas, TextureKind textures, bool hidden, const std::wstring& title,
                                            RenderProgress& progress, std::vector<std::string>& warnings) {
     try {
         Drawing drawing(library, scene, request, progress, warnings);
@@ -311,7 +311,7 @@ std::shared_ptr<DrawingData> renderDrawing(LibraryUse& library, PythonScene& sce
         result->drawing.wantsHidden = hidden;
         KivDrawingCollector collector(result->drawing);
         collector.setAreas(static_cast<KivDrawingCollector::Areas>(areas));
-        collector.setTextures(textures ? KivDrawingCollector::Textures::areas : KivDrawingCollector::Textures::mean);
+        collector.setTextures(static_cast<KivDrawingCollector::Textures>(textures));
         collector.setTitle(title);
         collector.setObjectNames(drawing.meshNames());
         std::uint64_t triangles = 0;

@@ -72,10 +72,11 @@ std::shared_ptr<PictureData> renderPicture(LibraryUse& library, PythonScene& sce
 
 // How the surfaces of a drawing come out.
 enum class AreaKind { regions, faces, triangles };
+enum class TextureKind { areas, mean, picture };
 
-// The same as lines and areas; textures: also areas along them; hidden: also of lines that something stands before.
+// The same as lines and areas; textures: how they come into areas; hidden: also of lines that something stands before.
 std::shared_ptr<DrawingData> renderDrawing(LibraryUse& library, PythonScene& scene, const RenderRequest& request,
-                                           AreaKind areas, bool textures, bool hidden, const std::wstring& title,
+                                           AreaKind areas, TextureKind textures, bool hidden, const std::wstring& title,
                                            RenderProgress& progress, std::vector<std::string>& warnings);
 
 #endif

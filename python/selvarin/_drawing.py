@@ -140,7 +140,8 @@ def draw(scene: Any, size: Tuple[int, int] = (1280, 960), camera: Optional[Camer
 
     size: width and height in pixels, which decide how wide the lines are. areas: "regions" joins what is visible of one
     look of one object, "faces" what lies in one plane, "triangles" nothing. textures, of regions: "areas" draws them and
-    colours at vertices as areas of flat colour, "mean" gives each surface their mean colour. shadows: areas in them are of darker looks.
+    colours at vertices as areas of flat colour, "picture" puts a picture of them into each area, which files of DXF and
+    HPGL and ``areas`` leave out, "mean" gives each surface their mean colour. shadows: areas in them are of darker looks.
     hidden: also lines that something stands before, where the shaders know them. title: of the file. Everything else is
     as for ``render``.
 
@@ -148,13 +149,13 @@ def draw(scene: Any, size: Tuple[int, int] = (1280, 960), camera: Optional[Camer
     """
     if areas not in ("regions", "faces", "triangles"):
         raise ValueError(f'areas: "regions", "faces" or "triangles" is expected, not {areas!r}')
-    if textures not in ("areas", "mean"):
-        raise ValueError(f'textures: "areas" or "mean" is expected, not {textures!r}')
+    if textures not in ("areas", "picture", "mean"):
+        raise ValueError(f'textures: "areas", "picture" or "mean" is expected, not {textures!r}')
     drawn = as_scene(scene)
     request = request_of(drawn, size, camera, style, transparency, background, ambient)
     request.update(shadows=bool(shadows))
     core, warnings = with_progress(
-        progress, lambda callback: drawn._core.draw(request, areas, textures == "areas", bool(hidden), title, callback))
+        progress, lambda callback: drawn._core.draw(request, areas, textures, bool(hidden), title, callback))
     warn_all(warnings)
     return Drawing(core)
 

@@ -182,7 +182,7 @@ TEST(CommandLine, TellsWrongUse) {
         {{"render", "a.obj", "-o", "a.svg", "--areas", "dots"},
          "--areas: \"dots\" is no kind of areas: regions, faces or triangles is expected"},
         {{"render", "a.obj", "-o", "a.svg", "--textures", "dots"},
-         "--textures: \"dots\" is no way to draw textures: areas or mean is expected"},
+         "--textures: \"dots\" is no way to draw textures: areas, picture or mean is expected"},
         {{"render", "a.obj", "-o", "a.png", "--textures", "mean"},
          "--textures is for vector drawings: give -o a name that ends in svg, pdf, eps, ps, ai, dxf, hpgl or plt"},
         {{"render", "a.obj", "-o", "a.svg", "--areas", "triangles", "--simplify"},
@@ -277,6 +277,8 @@ TEST(CommandLine, DrawingsByDefaultAndOnASheet) {
     EXPECT_EQ(plain.textures, KivDrawingCollector::Textures::areas);
     EXPECT_EQ(render({"a.obj", "-o", "a.svg", "--textures", "mean"}).drawing.textures,
               KivDrawingCollector::Textures::mean);
+    EXPECT_EQ(render({"a.obj", "-o", "a.svg", "--textures", "picture"}).drawing.textures,
+              KivDrawingCollector::Textures::pictures);
     EXPECT_EQ(plain.sheet.page, KivSheet::Page::picture);
     EXPECT_EQ(plain.sheet.hidden, KivSheet::Hidden::none);
     EXPECT_EQ(plain.sheet.scale, 0.0);

@@ -3,7 +3,7 @@
 // The method: one command of the program writes the picture at antialias 2 and the drawings. A viewer (librsvg for SVG,
 // Poppler for PDF and AI, Ghostscript for EPS and PS) paints a drawing four times as large, and each 4 by 4 pixels
 // become their mean, as they do for the picture. Both are compared by structural similarity (support/similarity.h).
-#include "programtest.h"
+#include "programrun.h"
 #include "support/similarity.h"
 
 #include <algorithm>
@@ -381,6 +381,132 @@ TEST(DrawingCutOuts, HolesOfATextureShowWhatLiesBehind) {
                 << areas << ' ' << ending;
         }
     }
+}
+
+// --- textures as pictures ---
+
+// A ball and a floor with one texture, the ball partly behind a plain one.
+std::string writeTextured(const ProgramFolder& folder) {
+    constexpr int side = 128;
+    std::vector<std::uint8_t> pixels;
+    for (int i = 0; i < side * side; ++i) {
+        const double x = 0.08 * (i % side);
+        const double y = 0.08 * static_cast<double>(i / side);
+        for (const double wave : {std::sin(x) * std::cos(y), std::sin(0.5 * x + y), std::cos(x - 2.0 * y)}) {
+            pixels.push_back(static_cast<std::uint8_t>(128.0 + 100.0 * wave));
+        }
+    }
+    png_image image = {};
+    image.version = PNG_IMAGE_VERSION;
+    image.width = side;
+    image.height = side;
+    image.format = PNG_FORMAT_RGB;
+    EXPECT_NE(png_image_write_to_file(&image, folder.path("waves.png").c_str(), 0, pixels.data(), 0, nullptr), 0);
+    ModelWriter model(folder);
+    model.addBall("0.8 0.2 0.2", 0.9, 0.2, 1.4, 0.6);
+    const std::string file = model.write();
+    std::ofstream(folder.path("a.mtl"), std::ios::app) << "newmtl waves\nKd 1 1 1\nmap_Kd waves.png\n";
+    std::ofstream more(file, std::ios::app);
+    more << "o floor\nusemtl waves\nv -2 -1 2\nv 2 -1 2\nv 2 -1 -2\nv -2 -1 -2\nvt 0 0\nvt 1 0\nvt 1 1\nvt 0 1\n"
+            "f -4/1 -3/2 -2/3 -1/4\no ball\n";
+    constexpr int rows = 24;
+    constexpr int columns = 48;
+    for (int i = 0; i < (rows + 1) * (columns + 1); ++i) {
+        const double u = static_cast<double>(i % (columns + 1)) / columns;
+        const double v = static_cast<double>(i / (columns + 1)) / rows;
+        const double around = std::sin(std::numbers::pi * v);
+        more << "v " << around * std::sin(2 * std::numbers::pi * u) << ' ' << std::cos(std::numbers::pi * v) << ' '
+             << around * std::cos(2 * std::numbers::pi * u) << "\nvt " << u << ' ' << 1.0 - v << '\n';
+    }
+    constexpr int all = (rows + 1) * (columns + 1);
+    for (int r = 0; r < rows; ++r) {
+        for (int c = 0; c < columns; ++c) {
+            more << 'f';
+            for (const int corner : {r * (columns + 1) + c, (r + 1) * (columns + 1) + c,
+                                     (r + 1) * (columns + 1) + c + 1, r * (columns + 1) + c + 1}) {
+                more << ' ' << corner - all << '/' << corner - all;
+            }
+            more << '\n';
+        }
+    }
+    return file;
+}
+
+// The mean of the differences of all parts of all colours.
+double meanDifference(const Rgb& p, const Rgb& q) {
+    EXPECT_EQ(p.bytes.size(), q.bytes.size());
+    double sum = 0.0;
+    for (std::size_t i = 0; i < std::min(p.bytes.size(), q.bytes.size()); ++i) {
+        sum += std::abs(p.bytes[i] - q.bytes[i]);
+    }
+    return sum / static_cast<double>(p.bytes.size());
+}
+
+// Areas of flat colour are about 2 to 4 away.
+TEST(DrawingPictures, LookLikeThePicture) {
+    const ProgramFolder folder;
+    const std::string model = writeTextured(folder);
+    for (const std::string shadows : {"", "--shadows"}) {
+        std::vector<std::string> words = {std::string(SELVARIN_BIN_DIR) + "/selvarin",
+                                          "render",
+                                          model,
+                                          "-q",
+                                          "-s",
+                                          std::to_string(width) + "x" + std::to_string(height),
+                                          "-a",
+                                          "2",
+                                          "--base",
+                                          "Cartoon",
+                                          "--add",
+                                          "none",
+                                          "--textures",
+                                          "picture",
+                                          "-o",
+                                          folder.path("a.png")};
+        for (const char* const ending : {"svg", "pdf", "eps", "ai", "ps"}) {
+            words.insert(words.end(), {"-o", folder.path(std::string("a.") + ending)});
+        }
+        if (!shadows.empty()) {
+            words.push_back(shadows);
+        }
+        ASSERT_EQ(runTool(words), 0);
+        const Rgb picture = readPng(folder.path("a.png"));
+        const Luminance expected = luminanceOf(picture.bytes, width, height);
+        for (const std::string ending : {"svg", "pdf", "eps", "ai", "ps"}) {
+            const Rgb drawing = shown(folder, ending);
+            EXPECT_LE(meanDifference(picture, drawing), 1.0) << ending << shadows;
+            EXPECT_GE(similarityOf(expected, luminanceOf(drawing.bytes, width, height)).mean, 0.985)
+                << ending << shadows;
+            EXPECT_LT(std::filesystem::file_size(folder.path("a." + ending)), 1'000'000U) << ending;
+        }
+        const std::string ppm = folder.path("ppm");
+        ASSERT_EQ(runTool({"pdftoppm", "-png", "-singlefile", "-scale-to-x", std::to_string(width), "-scale-to-y",
+                           std::to_string(height), folder.path("a.pdf"), ppm}),
+                  0);
+        EXPECT_LE(meanDifference(picture, readPng(ppm + ".png")), 2.0) << shadows;
+    }
+}
+
+TEST(DrawingPictures, FormatsWithoutThemSayOneLineAndHaveAreas) {
+    const ProgramFolder folder;
+    const std::string model = writeTextured(folder);
+    const auto render = [&](const std::string& textures, const std::vector<std::string>& names) {
+        std::vector<std::string> words = {"render", model, "-q", "--size", "200x150", "--textures", textures};
+        for (const std::string& name : names) {
+            words.insert(words.end(), {"-o", folder.path(name)});
+        }
+        return run(folder, words);
+    };
+    const Outcome both = render("picture", {"a.svg", "a.dxf"});
+    EXPECT_EQ(both.status, 0);
+    EXPECT_EQ(both.err, "selvarin: warning: \"" + folder.path("a.dxf") +
+                            "\": DXF and HPGL have no pictures: textures and colours at vertices are drawn as areas\n");
+    EXPECT_NE(folder.read("a.svg").find("<image"), std::string::npos);
+    EXPECT_EQ(render("areas", {"b.dxf"}).status, 0);
+    EXPECT_EQ(folder.read("a.dxf"), folder.read("b.dxf")) << "areas along the texture";
+    EXPECT_EQ(render("mean", {"c.dxf"}).status, 0);
+    EXPECT_NE(folder.read("a.dxf"), folder.read("c.dxf"));
+    EXPECT_EQ(render("picture", {"a.pdf"}).err, "");
 }
 
 // --- seams ---

@@ -11,6 +11,7 @@ namespace {
 DrawingOptions fullOptions() {
     DrawingOptions options;
     options.areas = KivDrawingCollector::Areas::triangles;
+    options.textures = KivDrawingCollector::Textures::pictures;
     options.unitsChosen = true;
     options.sheet.page = KivSheet::Page::paper;
     options.sheet.width = 420.0;
@@ -36,6 +37,7 @@ TEST(DrawingJson, OptionsComeBackAsTheyWere) {
     const DrawingOptions read = readDrawingOptions(written(drawingJson(fullOptions())));
     const DrawingOptions full = fullOptions();
     EXPECT_EQ(read.areas, full.areas);
+    EXPECT_EQ(read.textures, full.textures);
     EXPECT_TRUE(read.unitsChosen);
     EXPECT_EQ(read.sheet.page, full.sheet.page);
     EXPECT_EQ(read.sheet.width, 420.0);

@@ -98,6 +98,10 @@ def test_a_drawing_has_areas_along_a_texture():
         assert np.allclose(ring.mean(axis=0), (80 * x, 80 * (1 - y)), atol=6)
     mean = selvarin.draw(scene, (80, 80), FRONT, textures="mean")
     assert len([a for a in mean.areas() if a.object == "square"]) == 1
+    pictures = selvarin.draw(scene, (80, 80), FRONT, textures="picture")
+    assert b"<image" in pictures.encode("svg")
+    assert b"<image" not in drawing.encode("svg")
+    assert [area.color for area in pictures.areas()] == [area.color for area in mean.areas()]
     with pytest.raises(ValueError, match="textures"):
         selvarin.draw(scene, (80, 80), FRONT, textures="dots")
 

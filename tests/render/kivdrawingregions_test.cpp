@@ -60,11 +60,13 @@ protected:
         ASSERT_TRUE(render({width, height}));
         pixels = picture();
     }
-    void drawDrawing(double smallestTone) {
+    void drawDrawing(double smallestTone,
+                     KivDrawingCollector::Textures textures = KivDrawingCollector::Textures::areas) {
         addHeap();
         settings.setVectorial(true);
         KivDrawingCollector collector(drawing);
         collector.setSmallestTone(smallestTone);
+        collector.setTextures(textures);
         ASSERT_TRUE(render({width, height}));
         ASSERT_TRUE(collector.hasDrawing());
     }
@@ -92,6 +94,22 @@ protected:
         }
         return true;
     }
+    // What an area shows at a place.
+    static std::uint32_t colorAt(const KivArea& area, double x, double y) {
+        if (area.picture == nullptr) {
+            return area.color;
+        }
+        const KivAreaPicture& p = *area.picture;
+        const auto column = static_cast<std::size_t>((x - p.low.x) / (p.high.x - p.low.x) * p.width);
+        const auto row = static_cast<std::size_t>((p.high.y - y) / (p.high.y - p.low.y) * p.height);
+        const std::uint8_t* const parts = &p.pixels.at(3 * (row * static_cast<std::size_t>(p.width) + column));
+        return parts[0] | std::uint32_t{parts[1]} << 8U | std::uint32_t{parts[2]} << 16U;
+    }
+    std::ptrdiff_t picturesOf(unsigned int mesh) const {
+        return std::count_if(drawing.areas.begin(), drawing.areas.end(), [mesh](const KivArea& area) {
+            return area.object == mesh + 1 && area.picture != nullptr;
+        });
+    }
     std::vector<KivVisibleRegion> regions() const {
         std::vector<KivVisibleRegion> result;
         for (std::uint32_t i = 0; i < drawing.areas.size(); ++i) {
@@ -101,9 +119,9 @@ protected:
     }
 
     // The part of the plain pixels that have the colour of the drawing's area there.
-    double agreement() {
+    double agreement(KivDrawingCollector::Textures textures = KivDrawingCollector::Textures::areas) {
         drawPicture();
-        drawDrawing(0.0);
+        drawDrawing(0.0, textures);
         const FlatRegions flat(regions());
         int asked = 0;
         int right = 0;
@@ -112,7 +130,8 @@ protected:
                 if (isPlain(x, y)) {
                     ++asked;
                     const std::vector<std::uint32_t> at = flat.at(x + 0.5, y + 0.5);
-                    const std::uint32_t color = at.empty() ? drawing.background : drawing.areas[at.back()].color;
+                    const std::uint32_t color =
+                        at.empty() ? drawing.background : colorAt(drawing.areas[at.back()], x + 0.5, y + 0.5);
                     right += areAlike(color, pixel(x, y)) ? 1 : 0;
                 }
             }
@@ -292,6 +311,57 @@ TEST_F(DrawingRegions, TexturesAreTheirMeanWhereAHostWantsThat) {
     collector.setTextures(KivDrawingCollector::Textures::areas);
     ASSERT_TRUE(render({width, height}));
     EXPECT_TRUE(std::any_of(drawing.areas.begin(), drawing.areas.end(), isStriped));
+}
+
+TEST_F(DrawingRegions, TexturesArePicturesInTheTonesOfTheLightWhereAHostWantsThat) {
+    ownMesh = 1; // the ball, before and behind which others are
+    ownLook = paintStripes;
+    EXPECT_GE(agreement(KivDrawingCollector::Textures::pictures), 0.985);
+    const std::ptrdiff_t pictures = picturesOf(1);
+    EXPECT_GE(pictures, 2) << "one for each tone";
+    EXPECT_EQ(areasOf(1), pictures);
+    EXPECT_EQ(picturesOf(0) + picturesOf(2) + picturesOf(3), 0);
+    drawDrawing(0.0, KivDrawingCollector::Textures::mean);
+    EXPECT_EQ(areasOf(1), pictures) << "the areas of a plain surface";
+}
+
+TEST_F(DrawingRegions, PicturesLieInShadowsToo) {
+    settings.setShadows(true);
+    ownMesh = 0; // what the others stand on
+    ownLook = paintStripes;
+    EXPECT_GE(agreement(KivDrawingCollector::Textures::pictures), 0.97);
+    const std::ptrdiff_t withShadows = picturesOf(0);
+    EXPECT_EQ(withShadows, areasOf(0));
+    drawDrawing(0.0, KivDrawingCollector::Textures::mean);
+    EXPECT_EQ(areasOf(0), withShadows) << "the areas of a plain surface";
+    settings.setShadows(false);
+    drawDrawing(0.0, KivDrawingCollector::Textures::pictures);
+    EXPECT_GT(withShadows, areasOf(0));
+}
+
+// A dark side in a shadow is one tone, whether light is lost there or does not fall.
+TEST_F(DrawingRegions, PicturesOfADarkSideAreNotCutUpByShadows) {
+    settings.setShadows(true);
+    for (ownMesh = 0; ownMesh < 4; ++ownMesh) {
+        ownLook = paintStripes;
+        drawDrawing(0.0, KivDrawingCollector::Textures::pictures);
+        const std::ptrdiff_t pictures = picturesOf(ownMesh);
+        drawDrawing(0.0, KivDrawingCollector::Textures::mean);
+        EXPECT_EQ(pictures, areasOf(ownMesh)) << ownMesh;
+    }
+}
+
+TEST_F(DrawingRegions, FacesHaveNoPictures) {
+    ownMesh = 1;
+    ownLook = paintStripes;
+    addHeap();
+    settings.setVectorial(true);
+    KivDrawingCollector collector(drawing);
+    collector.setTextures(KivDrawingCollector::Textures::pictures);
+    collector.setAreas(KivDrawingCollector::Areas::triangles);
+    ASSERT_TRUE(render({width, height}));
+    EXPECT_GT(areasOf(1), 0);
+    EXPECT_EQ(picturesOf(1), 0);
 }
 
 // Two squares that share a side of the y axis, of which the second is bent up by so many degrees.

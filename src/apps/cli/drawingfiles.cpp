@@ -3,7 +3,6 @@
 #include "apps/cli/outputfile.h"
 #include "apps/cli/progressbar.h"
 #include "import/kivmodelimport.h"
-#include "kivrender/lines/write/kivdrawingwriter.h"
 #include "kivrender/platform/kivtext.h"
 
 #include <cmath>
@@ -43,14 +42,20 @@ std::string problemText(const KivSheetPlace& place, const KivSheet& sheet) {
 
 } // namespace
 
-bool DrawingFiles::collect(const KivModel& model, const std::function<bool()>& render) {
-    isFilled = collected.collect(model, model.meshNames, options, render);
-    return isFilled;
+bool DrawingFiles::collect(KivDrawingFormat format, const KivModel& model, const std::function<bool()>& render) {
+    Drawn& into = lacksPictures(format) ? withoutPictures : drawn;
+    DrawingOptions wanted = options;
+    if (lacksPictures(format)) {
+        wanted.textures = KivDrawingCollector::Textures::areas;
+    }
+    into.isFilled = into.collected.collect(model, model.meshNames, wanted, render);
+    return into.isFilled;
 }
 
 bool DrawingFiles::write(const OutputFile& output, bool background) const {
-    const KivSheet sheet = collected.sheetFor(options, background);
     const KivDrawingFormat format = output.drawingFormat();
+    const CollectedDrawing& collected = drawingFor(format).collected;
+    const KivSheet sheet = collected.sheetFor(options, background);
     const KivDrawingWritten written =
         kivWriteDrawing(collected.drawing, sheet, format, kivFromUtf8(output.workName()), isInterrupted);
     if (written == KivDrawingWritten::sheetProblem) {

@@ -29,10 +29,10 @@ KivDrawingCollector::Areas readAreas(const Words& words) {
 KivDrawingCollector::Textures readTextures(const Words& words) {
     using enum KivDrawingCollector::Textures;
     const std::string text = words.value("textures").value_or("areas");
-    if (text != "areas" && text != "mean") {
-        refuseValue("textures", text, "way to draw textures: areas or mean is expected");
+    if (text != "areas" && text != "picture" && text != "mean") {
+        refuseValue("textures", text, "way to draw textures: areas, picture or mean is expected");
     }
-    return text == "areas" ? areas : mean;
+    return text == "areas" ? areas : text == "picture" ? pictures : mean;
 }
 
 // The paper, and the margin on it.

@@ -82,9 +82,10 @@ constexpr std::array renderOptions{
     OptionInfo{"areas", 0, "KIND", "regions", "Drawing", false, choices, "regions faces triangles",
                "How surfaces come into vector drawings: what hangs together in one colour as one area, flat faces in "
                "few pieces, or each triangle by itself."},
-    OptionInfo{"textures", 0, "KIND", "areas", "Drawing", false, choices, "areas mean",
-               "How textures and colours at vertices come into vector drawings: as areas of flat colour along them, or "
-               "each material in their mean colour. --set Cartoon.TextureColours=8 chooses how many colours."},
+    OptionInfo{"textures", 0, "KIND", "areas", "Drawing", false, choices, "areas picture mean",
+               "How textures and colours at vertices come into vector drawings: as areas of flat colour along them, as "
+               "they are, by a picture in each area, or each material in their mean colour. --set "
+               "Cartoon.TextureColours=8 chooses how many colours. DXF and HPGL have no pictures."},
     OptionInfo{"simplify", 0, "", "", "Drawing", false, nothing, "",
                "In vector drawings, join what is drawn twice, make flat faces of few triangles, leave out what is "
                "hidden: --areas faces."},

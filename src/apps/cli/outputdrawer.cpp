@@ -276,16 +276,17 @@ bool OutputDrawer::drawVector(const KivModel& model, const KivCamera& camera, st
                               const OutputFile& output, DrawingFiles& drawing, CliHost& host) {
     host.forgetImage();
     host.takeMessages();
-    if (!drawing.isCollected()) {
+    const KivDrawingFormat format = output.drawingFormat();
+    if (!drawing.isCollected(format)) {
         growVectorBuffer(triangles * vectorFloatsPerTriangle);
         KivMemoryCommonDataManager common;
         settingsFor(output).saveDataOnHost(&common);
         const Timings::Clock::time_point start = Timings::Clock::now();
-        drawing.collect(model, [&] { return drawGrowing(*model.scene, camera, common, host); });
+        drawing.collect(format, model, [&] { return drawGrowing(*model.scene, camera, common, host); });
         addRenderTimings(start, Timings::Clock::now(), 0.0);
     }
     bool isWritten = false;
-    if (drawing.isCollected()) {
+    if (drawing.isCollected(format)) {
         timings.lap();
         kivSetLastError(0);
         isWritten = drawing.write(output, isBackgroundWanted);
@@ -296,10 +297,14 @@ bool OutputDrawer::drawVector(const KivModel& model, const KivCamera& camera, st
     if (isInterrupted()) {
         return false;
     }
-    tellOutcome(output, drawing.isCollected(), isWritten, host);
+    tellOutcome(output, drawing.isCollected(format), isWritten, host);
     if (hasPaint(*model.scene) && !drawing.drawsTextures()) {
         printWarning("\"" + output.finalName() +
                      "\": textures and colours at vertices are drawn in their mean colours in a vector drawing");
+    }
+    if (hasPaint(*model.scene) && drawing.lacksPictures(format)) {
+        printWarning("\"" + output.finalName() +
+                     "\": DXF and HPGL have no pictures: textures and colours at vertices are drawn as areas");
     }
     if (!KivVectorPage::wasOrderExact()) {
         printWarning("so much lies over one another in the drawing that some of it may be painted in the wrong order");

@@ -9,6 +9,7 @@ namespace {
 
 // In the order of the enumerations.
 constexpr std::array areaNames{"regions", "faces", "triangles"};
+constexpr std::array textureNames{"areas", "mean", "picture"};
 constexpr std::array pageNames{"picture", "fit", "paper"};
 constexpr std::array hiddenNames{"none", "thin", "dashed"};
 
@@ -48,6 +49,10 @@ Json drawingJson(const DrawingOptions& options) {
                            {"margin", sheet.margin},
                            {"scale", sheet.scale},
                            {"hidden", hiddenNames[static_cast<std::size_t>(sheet.hidden)]}};
+    // Documents without a word of it are those of older programs.
+    if (options.textures != KivDrawingCollector::Textures::areas) {
+        json["textures"] = textureNames[static_cast<std::size_t>(options.textures)];
+    }
     if (options.unitsChosen) {
         json["unit"] = sheet.modelUnit;
     }
@@ -69,6 +74,8 @@ DrawingOptions readDrawingOptions(const Json& json) {
     KivSheet& sheet = options.sheet;
     options.areas =
         static_cast<KivDrawingCollector::Areas>(indexOf(areaNames, json["areas"], static_cast<int>(options.areas)));
+    options.textures = static_cast<KivDrawingCollector::Textures>(
+        indexOf(textureNames, json["textures"], static_cast<int>(options.textures)));
     sheet.page = static_cast<KivSheet::Page>(indexOf(pageNames, json["page"], static_cast<int>(sheet.page)));
     sheet.hidden = static_cast<KivSheet::Hidden>(indexOf(hiddenNames, json["hidden"], static_cast<int>(sheet.hidden)));
     const Json& paper = json["paper"];
@@ -89,9 +96,9 @@ DrawingOptions readDrawingOptions(const Json& json) {
 }
 
 bool operator==(const DrawingOptions& a, const DrawingOptions& b) {
-    return a.areas == b.areas && a.unitsChosen == b.unitsChosen && a.sheet.page == b.sheet.page &&
-           a.sheet.width == b.sheet.width && a.sheet.height == b.sheet.height && a.sheet.margin == b.sheet.margin &&
-           a.sheet.scale == b.sheet.scale && (!a.unitsChosen || a.sheet.modelUnit == b.sheet.modelUnit) &&
-           a.sheet.hidden == b.sheet.hidden && std::ranges::equal(a.sheet.pen, b.sheet.pen) &&
-           a.sheet.hiddenPen == b.sheet.hiddenPen;
+    return a.areas == b.areas && a.textures == b.textures && a.unitsChosen == b.unitsChosen &&
+           a.sheet.page == b.sheet.page && a.sheet.width == b.sheet.width && a.sheet.height == b.sheet.height &&
+           a.sheet.margin == b.sheet.margin && a.sheet.scale == b.sheet.scale &&
+           (!a.unitsChosen || a.sheet.modelUnit == b.sheet.modelUnit) && a.sheet.hidden == b.sheet.hidden &&
+           std::ranges::equal(a.sheet.pen, b.sheet.pen) && a.sheet.hiddenPen == b.sheet.hiddenPen;
 }

@@ -31,6 +31,11 @@ bool drawingFormatOf(const QString& file, KivDrawingFormat* format) {
     return kivDrawingFormatOf(QFileInfo(file).suffix().toLower().toStdString(), format);
 }
 
+bool holdsPictures(const QString& file) {
+    KivDrawingFormat format = KivDrawingFormat::svg;
+    return !drawingFormatOf(file, &format) || kivHoldsPictures(format);
+}
+
 QString sheetProblemText(const KivSheetPlace& place, const KivSheet& sheet) {
     switch (place.problem) {
     case KivSheetProblem::none:

@@ -17,6 +17,9 @@ std::vector<StudioSaveKind> drawingKinds();
 // The format that a file's ending chooses; false for none.
 bool drawingFormatOf(const QString& file, KivDrawingFormat* format);
 
+// Whether files of that name show textures as pictures. True where the ending is none of a drawing.
+bool holdsPictures(const QString& file);
+
 // Why the drawing can't be put on that sheet, in words for the user; empty where it can.
 QString sheetProblemText(const KivSheetPlace& place, const KivSheet& sheet);
 

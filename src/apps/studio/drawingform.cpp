@@ -63,6 +63,12 @@ int paperEntry(const KivSheet& sheet) {
     return ownPaper;
 }
 
+constexpr std::pair<KivDrawingCollector::Textures, StudioText> textureKinds[] = {
+    {KivDrawingCollector::Textures::areas, StudioText::texturesAreas},
+    {KivDrawingCollector::Textures::pictures, StudioText::texturesPictures},
+    {KivDrawingCollector::Textures::mean, StudioText::texturesMean},
+};
+
 QString scaleText(double scale) {
     for (const char* const text : scales) {
         double known = 0.0;
@@ -90,6 +96,10 @@ DrawingForm::DrawingForm(QWidget* parent) : QWidget(parent), chosen(plainDrawing
     areas = addCombo(rows, StudioText::drawingAreas, StudioText::drawingAreasTip);
     areas->addItems({studioText(StudioText::areasRegions), studioText(StudioText::areasFaces),
                      studioText(StudioText::areasTriangles)});
+    textures = addCombo(rows, StudioText::drawingTextures, StudioText::drawingTexturesTip);
+    for (const auto& [value, text] : textureKinds) {
+        textures->addItem(studioText(text), static_cast<int>(value));
+    }
     makePage(rows);
     makeLines(rows);
     makePens(rows);
@@ -97,7 +107,7 @@ DrawingForm::DrawingForm(QWidget* parent) : QWidget(parent), chosen(plainDrawing
     outcome->setWordWrap(true);
     outcome->setTextFormat(Qt::PlainText);
     rows->addRow(outcome);
-    for (QComboBox* const each : {areas, paper, unit, hidden, group}) {
+    for (QComboBox* const each : {areas, textures, paper, unit, hidden, group}) {
         connect(each, &QComboBox::activated, this, &DrawingForm::edit);
     }
     connect(scale, &QComboBox::activated, this, &DrawingForm::edit);
@@ -203,6 +213,7 @@ void DrawingForm::setOptions(const DrawingOptions& options) {
 
 void DrawingForm::hideAreas() {
     rows->setRowVisible(areas, false);
+    rows->setRowVisible(textures, false);
 }
 
 void DrawingForm::setOutcome(const QString& text) {
@@ -257,6 +268,7 @@ void DrawingForm::edit() {
     const DrawingOptions before = chosen;
     const bool hadOwnPens = ownPens;
     chosen.areas = static_cast<KivDrawingCollector::Areas>(areas->currentIndex());
+    chosen.textures = static_cast<KivDrawingCollector::Textures>(textures->currentData().toInt());
     readPage();
     const QString text = scale->currentText().trimmed();
     if (text.isEmpty() || text == studioText(StudioText::scaleFree)) {
@@ -280,6 +292,8 @@ void DrawingForm::show() {
     isShowing = true;
     const KivSheet& sheet = chosen.sheet;
     areas->setCurrentIndex(static_cast<int>(chosen.areas));
+    textures->setCurrentIndex(textures->findData(static_cast<int>(chosen.textures)));
+    textures->setEnabled(chosen.areas == KivDrawingCollector::Areas::regions);
     const bool isPaper = sheet.page == KivSheet::Page::paper;
     const int entry = sheet.page == KivSheet::Page::picture ? pictureEntry
                       : sheet.page == KivSheet::Page::fit   ? fitEntry

@@ -23,7 +23,7 @@ public:
 
     const DrawingOptions& options() const;
     void setOptions(const DrawingOptions& options);
-    // A drawing that is there has its areas already.
+    // A drawing that is there has its areas, and its textures, already.
     void hideAreas();
     // A line below: how the drawing lies on its sheet, or why it does not.
     void setOutcome(const QString& text);
@@ -47,6 +47,7 @@ private:
     bool isShowing = false; // what changes now does so by us
     bool ownPens = false;   // the user wants to see each pen
     QComboBox* areas = nullptr;
+    QComboBox* textures = nullptr;
     QComboBox* paper = nullptr;
     QDoubleSpinBox* width = nullptr;
     QDoubleSpinBox* height = nullptr;

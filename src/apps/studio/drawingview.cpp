@@ -22,6 +22,17 @@ QPointF pointOf(const KivPicturePoint& p) {
     return {p.x, p.y};
 }
 
+// Over its rectangle on the page, whose y axis points up.
+QBrush brushOf(const KivAreaPicture& picture, const SheetLayout& layout) {
+    const QImage image(picture.pixels.data(), picture.width, picture.height, 3 * picture.width, QImage::Format_RGB888);
+    const QPointF low = pointOf(layout.place(picture.low));
+    const QPointF high = pointOf(layout.place(picture.high));
+    QBrush brush(image.convertToFormat(QImage::Format_RGB32)); // a copy
+    brush.setTransform(QTransform((high.x() - low.x()) / picture.width, 0.0, 0.0, (low.y() - high.y()) / picture.height,
+                                  low.x(), high.y()));
+    return brush;
+}
+
 void addPath(const KivCurvePath& path, QPainterPath* to) {
     to->moveTo(pointOf(path.start));
     for (const KivCurvePiece& piece : path.pieces) {
@@ -74,7 +85,7 @@ void DrawingView::addArea(const KivArea& area, const SheetLayout& layout) {
         addPath(layout.placed(ring), &item.path);
         item.path.closeSubpath();
     }
-    item.brush = colourOf(area.color, area.opacity);
+    item.brush = area.picture != nullptr ? brushOf(*area.picture, layout) : QBrush(colourOf(area.color, area.opacity));
     item.pen = Qt::NoPen;
     if (area.opacity >= 1.0) {
         // Neighbours that are smoothed each by itself let what lies behind them shine through: a hair of the area's
@@ -115,7 +126,7 @@ void DrawingView::drawContent(QPainter& painter, const QRectF& place) const {
     painter.save();
     painter.setClipRect(place, Qt::IntersectClip);
     painter.fillRect(place, ground);
-    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setRenderHints(QPainter::Antialiasing | QPainter::SmoothPixmapTransform);
     painter.translate(place.bottomLeft());
     painter.scale(place.width() / page.width(), -place.height() / page.height());
     const QRectF seen = painter.clipBoundingRect();

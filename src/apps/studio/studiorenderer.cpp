@@ -136,7 +136,12 @@ bool StudioRenderer::draw(const StudioModel& model, const StudioState& state, QS
     growVectorBuffer(model.triangles() * vectorFloatsPerTriangle);
     KivVectorPage::setExactOrder(settings.getVectorialSpeed() == 0);
     auto drawing = std::make_shared<CollectedDrawing>();
-    const bool isCollected = drawing->collect(model.model(), model.drawnNames(state.shown), state.drawing, [&] {
+    DrawingOptions wanted = state.drawing;
+    if (wanted.textures == KivDrawingCollector::Textures::pictures &&
+        !holdsPictures(kivToQt(state.options.getSaveVectorFile()))) {
+        wanted.textures = KivDrawingCollector::Textures::areas;
+    }
+    const bool isCollected = drawing->collect(model.model(), model.drawnNames(state.shown), wanted, [&] {
         bool done = drawOnce();
         // Nobody can know how large a drawing becomes before it is drawn.
         while (done && !progress.wasCancelled() && KivVectorPage::hasOverflowed() && growVectorBuffer()) {

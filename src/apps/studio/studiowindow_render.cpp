@@ -456,6 +456,9 @@ void StudioWindow::exportDrawing() {
     showProblems(picture, true);
     if (picture.done && picture.saved) {
         tellWritten(wanted, file);
+        if (wanted.drawing.textures == KivDrawingCollector::Textures::pictures && !holdsPictures(file)) {
+            tell(studioText(StudioText::texturesAsAreas));
+        }
     }
 }
 
@@ -476,6 +479,11 @@ bool StudioWindow::exportShown(const Result& result) {
         return false;
     }
     tellWritten(state, file);
+    const std::vector<KivArea> areas = page->shown().areas;
+    if (!holdsPictures(file) &&
+        std::any_of(areas.begin(), areas.end(), [](const KivArea& area) { return area.picture != nullptr; })) {
+        tell(studioText(StudioText::texturesLost));
+    }
     return true;
 }
 

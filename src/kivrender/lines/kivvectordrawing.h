@@ -16,6 +16,7 @@
 #include "kivrender/platform/kivexport.h"
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -49,6 +50,16 @@ struct KivStroke {
     std::optional<KivEllipseArc> arc; // what the whole path is, where it is a circle, an ellipse or an arc of one
 };
 
+// Colours that change over an area: red, green and blue, a byte each, rows from the top down without padding, spread
+// evenly over a rectangle of the drawing that reaches beyond the area on all sides.
+struct KivAreaPicture {
+    int width = 0; // above 0, as the height
+    int height = 0;
+    std::vector<std::uint8_t> pixels;
+    KivPicturePoint low; // corners of the rectangle
+    KivPicturePoint high;
+};
+
 // One look of one object that hangs together. Rings by the even-odd rule, the outer one first; the rings of areas of
 // opacity 1 do not overlap where they were made as regions, but for backdrops, and are painted in their order else.
 struct KivArea {
@@ -61,6 +72,9 @@ struct KivArea {
     std::vector<KivCurvePath> painted;
     // Lies behind everything, in whole, and covers the sheet that the drawing is put on, in the picture's proportions.
     bool isBackdrop = false;
+    // What to paint in place of the colour, which is then the mean of it; null for none. Areas with a picture are
+    // opaque.
+    std::shared_ptr<const KivAreaPicture> picture = nullptr;
 
     const std::vector<KivCurvePath>& paintedRings() const {
         return painted.empty() ? rings : painted;

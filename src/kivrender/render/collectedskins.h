@@ -8,6 +8,7 @@
 struct CollectedSkins {
     KivDrawnSkins drawn; // as shaders told of them
     KivProjectiveMap pictureFromWorld{};
+    bool asPictures = false; // in areas of one tone each, and not areas of their own
 };
 
 #endif

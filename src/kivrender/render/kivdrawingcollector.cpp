@@ -62,8 +62,11 @@ KivVectorDrawing& KivDrawingCollector::begin(const KivScene* scene) {
     filled = false;
     open = true;
     formerDrawing = kivCollectDrawing(&drawing);
-    const bool wantsSkins = kind == Areas::regions && textures == Textures::areas;
+    const bool wantsSkins = kind == Areas::regions && textures != Textures::mean;
     skins = wantsSkins ? std::make_unique<CollectedSkins>() : nullptr;
+    if (wantsSkins) {
+        skins->asPictures = textures == Textures::pictures;
+    }
     formerSkins = kivCollectSkins(wantsSkins ? &skins->drawn : nullptr);
     return drawing;
 }

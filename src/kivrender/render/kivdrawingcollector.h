@@ -43,8 +43,9 @@ public:
 
     // How textures and colours at vertices come out, of surfaces whose shader shows them.
     enum class Textures : std::uint8_t {
-        areas, // areas of flat colour along them, where areas are regions
-        mean,  // each surface has their mean colour
+        areas,    // areas of flat colour along them, where areas are regions
+        mean,     // each surface has their mean colour
+        pictures, // areas of each tone, with a picture of them in each, where areas are regions
     };
 
     // Where a collector exists already, the new one takes its place until it ends.

@@ -2,6 +2,7 @@
 #include "kivrender/lines/kivvectordrawing.h"
 #include "kivrender/lines/kivvisibleregions.h"
 #include "kivrender/lines/skins/skinareas.h"
+#include "kivrender/lines/skins/skinpictures.h"
 #include "kivrender/render/collectedskins.h"
 #include "kivrender/render/recordedpage.h"
 #include "kivrender/render/shadowtones.h"
@@ -11,6 +12,8 @@
 #include <iterator>
 #include <limits>
 #include <map>
+#include <memory>
+#include <optional>
 #include <tuple>
 #include <utility>
 
@@ -28,12 +31,14 @@ struct Look {
     bool isBackdrop = false;  // no object's, at the far end of the depths: behind everything
     bool isTurned = false;
     std::uint8_t label = SkinAreas::none; // of the flat colour of a skin
+    // Of a skin that comes as a picture: from 1, the tone of a shadow that is not the recorded one.
+    std::uint32_t shade = 0;
 
     bool isOpaque() const {
         return paint.opacity >= 1.0;
     }
     auto key() const {
-        return std::tie(object, paint.color, paint.opacity, isDepthOnly, isBackdrop, isTurned, label);
+        return std::tie(object, paint.color, paint.opacity, isDepthOnly, isBackdrop, isTurned, label, shade);
     }
     friend bool operator<(const Look& p, const Look& q) {
         return p.key() < q.key();
@@ -93,7 +98,8 @@ std::uint32_t brightness(std::uint32_t color) {
 class RegionPage {
 public:
     RegionPage(std::span<const float> recorded, const RegionRules& regionRules, KivVectorDrawing& into)
-        : library(recorded), rules(regionRules), drawing(into), areas(into.width, into.height, {}) {}
+        : library(recorded), rules(regionRules), drawing(into), areas(into.width, into.height, {}),
+          showsPictures(rules.skins != nullptr && rules.skins->asPictures && !rules.skins->drawn.all().empty()) {}
 
     bool add() {
         if (!listLooks() || !addBackdrop() || !addOpaque()) {
@@ -254,15 +260,56 @@ private:
         std::stable_sort(painted.begin(), painted.end(), [&](const KivVisibleRegion* p, const KivVisibleRegion* q) {
             return ranks[p->look] < ranks[q->look];
         });
+        const std::size_t first = drawing.areas.size();
+        std::vector<std::uint32_t> looksOfAreas;
         for (const KivVisibleRegion* region : painted) {
             addArea(looks[region->look], *region);
+            looksOfAreas.push_back(region->look);
         }
-        return true;
+        return !showsPictures || addPictures(first, looksOfAreas);
+    }
+    // For the areas from a number on. False when the user cancelled.
+    bool addPictures(std::size_t first, const std::vector<std::uint32_t>& looksOfAreas) {
+        std::map<std::uint32_t, SkinPictures::Tone> tonesOfLooks;
+        std::vector<SkinPictures::Wish> wishes;
+        for (std::size_t i = 0; i < looksOfAreas.size(); ++i) {
+            const Look& look = looks[looksOfAreas[i]];
+            if (!pictures->shows(look.object)) {
+                continue;
+            }
+            const auto [place, isNew] = tonesOfLooks.try_emplace(looksOfAreas[i]);
+            if (isNew) {
+                place->second = toneOf(look);
+            }
+            if (!isFlat(place->second)) {
+                wishes.push_back({&drawing.areas[first + i], &place->second});
+            }
+        }
+        return pictures->paint(wishes);
+    }
+    // Another shader's areas are what they are on any skin.
+    static bool isFlat(const SkinPictures::Tone& tone) {
+        return tone(0) == tone(0xFFFFFF);
+    }
+    SkinPictures::Tone toneOf(const Look& look) {
+        const KivDrawnSkin* const skin = rules.skins->drawn.of(look.object);
+        if (look.shade == 0) {
+            return [skin, recorded = look.paint.color](std::uint32_t color) { return skin->lit(recorded, color); };
+        }
+        const auto& [shade, recorded] = shades[look.shade - 1];
+        return [this, skin, shade, recorded](std::uint32_t color) {
+            const std::uint32_t dark = skin->shaded ? skin->shaded(shade.withoutAny, color) : shade.withoutAny;
+            return tones.colorOf(shade, skin->lit(recorded, color), dark);
+        };
     }
     // False when the user cancelled.
     bool addSkins(KivVisibleRegions& picture) {
         if (rules.skins == nullptr || rules.skins->drawn.all().empty()) {
             return true;
+        }
+        if (showsPictures) {
+            pictures.emplace(drawing.width, drawing.height, SkinPictureRules{.underlap = rules.underlap});
+            return pictures->build(rules.skins->drawn, rules.skins->pictureFromWorld);
         }
         if (!areas.build(rules.skins->drawn, rules.skins->pictureFromWorld)) {
             return false;
@@ -308,14 +355,26 @@ private:
         if (looks[look].object == 0 || looks[look].isDepthOnly) {
             return look;
         }
+        const std::optional<ShadowTones::Shade> shade = tones.shadeAt(x, y, lost);
+        if (!shade) {
+            return look;
+        }
         Look shaded = looks[look];
-        const auto darkOf = [&](std::uint32_t recorded) {
-            const KivDrawnSkin* const skin =
-                shaded.label != SkinAreas::none ? rules.skins->drawn.of(shaded.object) : nullptr;
-            return skin != nullptr && skin->shaded ? skin->shaded(recorded, areas.colorOf(shaded.object, shaded.label))
-                                                   : recorded;
-        };
-        shaded.paint.color = tones.colorAt(shaded.paint.color, x, y, lost, darkOf);
+        std::uint32_t dark = shade->withoutAny;
+        if (shaded.label != SkinAreas::none) {
+            const KivDrawnSkin* const skin = rules.skins->drawn.of(shaded.object);
+            dark = skin->shaded ? skin->shaded(dark, areas.colorOf(shaded.object, shaded.label)) : dark;
+        }
+        shaded.paint.color = tones.colorOf(*shade, shaded.paint.color, dark);
+        // What comes as a picture has the areas of a plain surface: one tone for each colour of these.
+        if (showsPictures && pictures->shows(shaded.object) && !numbers.contains(shaded)) {
+            const auto [known, isNew] = numbersOfShades.try_emplace({shaded.object, shaded.paint.color}, 0);
+            if (isNew) {
+                shades.emplace_back(*shade, looks[look].paint.color);
+                known->second = static_cast<std::uint32_t>(shades.size());
+            }
+            shaded.shade = known->second;
+        }
         return numberOf(shaded);
     }
     std::uint32_t numberOf(const Look& look) {
@@ -386,6 +445,10 @@ private:
     bool tooMuch = false;
     SkinAreas areas;
     std::map<std::pair<std::uint32_t, std::uint8_t>, std::uint32_t> paintedLooks;
+    bool showsPictures;
+    std::optional<SkinPictures> pictures;
+    std::vector<std::pair<ShadowTones::Shade, std::uint32_t>> shades; // and the lit colours that were recorded
+    std::map<std::pair<std::uint32_t, std::uint32_t>, std::uint32_t> numbersOfShades; // by objects and colours
 };
 
 } // namespace

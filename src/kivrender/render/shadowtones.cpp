@@ -42,21 +42,22 @@ bool ShadowTones::read(const CollectedShadows& shadows, double width, double hei
            readFaces(shadows.emission, width, height, emission);
 }
 
-// Each light has the same share in a colour, as in pictures.
-std::uint32_t ShadowTones::colorAt(std::uint32_t lit, double x, double y, unsigned int lost,
-                                   const std::function<std::uint32_t(std::uint32_t)>& darkOf) const {
+std::optional<ShadowTones::Shade> ShadowTones::shadeAt(double x, double y, unsigned int lost) const {
     const std::uint32_t recorded = withoutAny.lookAt(x * RegionGrid::steps, y * RegionGrid::steps);
     if (recorded == RegionFaces::noLook || lost == 0) {
-        return lit;
+        return std::nullopt;
     }
-    const std::uint32_t dark = darkOf(recorded);
     const std::uint32_t own = emission.lookAt(x * RegionGrid::steps, y * RegionGrid::steps);
+    return Shade{lost, recorded, own != RegionFaces::noLook ? own : 0};
+}
+
+// Each light has the same share in a colour, as in pictures.
+std::uint32_t ShadowTones::colorOf(const Shade& shade, std::uint32_t lit, std::uint32_t dark) const {
     std::uint32_t color = 0;
     for (const unsigned int shift : {0U, 8U, 16U}) {
         const double from = lit >> shift & 0xFFU;
-        const double given = own != RegionFaces::noLook ? own >> shift & 0xFFU : 0.0;
-        const double to = std::min(255.0, (dark >> shift & 0xFFU) + given);
-        color |= static_cast<std::uint32_t>(std::lround(from + (to - from) * lost / numLights)) << shift;
+        const double to = std::min(255.0, 0.0 + (dark >> shift & 0xFFU) + (shade.own >> shift & 0xFFU));
+        color |= static_cast<std::uint32_t>(std::lround(from + (to - from) * shade.lost / numLights)) << shift;
     }
     return color;
 }

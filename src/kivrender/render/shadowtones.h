@@ -6,17 +6,24 @@
 #include "kivrender/render/collectedshadows.h"
 
 #include <cstdint>
-#include <functional>
+#include <optional>
 #include <span>
 
 class ShadowTones {
 public:
     // False when the user cancelled.
     bool read(const CollectedShadows& shadows, double width, double height);
-    // Of a surface of a lit colour, in pixels, where so many of the lights are lost. The lit one where nothing is
-    // known. darkOf: from the colour that was recorded without any light to the one that the surface has.
-    std::uint32_t colorAt(std::uint32_t lit, double x, double y, unsigned int lost,
-                          const std::function<std::uint32_t(std::uint32_t)>& darkOf) const;
+    // What a place shows where so many of the lights are lost; none where nothing is known. The colours are those that
+    // were recorded.
+    struct Shade {
+        unsigned int lost = 0;
+        std::uint32_t withoutAny = 0;
+        std::uint32_t own = 0; // light that the surface gives itself
+    };
+    // In pixels.
+    std::optional<Shade> shadeAt(double x, double y, unsigned int lost) const;
+    // Of a surface with a lit and a dark colour.
+    std::uint32_t colorOf(const Shade& shade, std::uint32_t lit, std::uint32_t dark) const;
 
 private:
     RegionFaces withoutAny; // their looks are colours

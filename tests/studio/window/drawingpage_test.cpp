@@ -185,6 +185,27 @@ TEST_F(DrawingPageTest, TheSaveDialogHasTheOptionsAndTheyAreRemembered) {
     EXPECT_TRUE(window->state().drawing == kept) << "the next document begins with them";
 }
 
+TEST_F(DrawingPageTest, TheSaveDialogAsksHowTexturesAreDrawn) {
+    openBoxes();
+    const QString file = homeFolder() + "/textures.svg";
+    whenModal([file](QWidget* modal) {
+        EXPECT_TRUE(combo(modal, StudioText::drawingTextures)->isEnabled());
+        choose(modal, StudioText::drawingAreas, studioText(StudioText::areasFaces));
+        EXPECT_FALSE(combo(modal, StudioText::drawingTextures)->isEnabled()) << "they are whole areas' own";
+        choose(modal, StudioText::drawingAreas, studioText(StudioText::areasRegions));
+        choose(modal, StudioText::drawingTextures, studioText(StudioText::texturesMean));
+        choose(modal, StudioText::drawingTextures, studioText(StudioText::texturesPictures));
+        chooseFile(file);
+    });
+    trigger(StudioText::exportDrawing);
+    EXPECT_EQ(window->state().drawing.textures, KivDrawingCollector::Textures::pictures);
+    answer(studioText(StudioText::discardButton));
+    window->close();
+    window.reset();
+    open();
+    EXPECT_EQ(window->state().drawing.textures, KivDrawingCollector::Textures::pictures);
+}
+
 TEST_F(DrawingPageTest, AScaleWithoutAParallelViewIsToldAndWritesNothing) {
     openBoxes();
     DrawingPage* const page = renderDrawing();

@@ -2,6 +2,7 @@
 
 #include "kivrender/lines/curveorder.h"
 #include "kivrender/lines/skins/labelborders.h"
+#include "kivrender/lines/skins/skinpaint.h"
 #include "kivrender/lines/skins/skinraster.h"
 #include "kivrender/lines/skins/texturelabels.h"
 
@@ -29,14 +30,6 @@ constexpr double mostAlike = 64.0;
 
 using Color = std::array<std::uint8_t, 3>;
 
-Color colorOfParts(const std::array<double, 3>& parts) {
-    Color color{};
-    for (std::size_t i = 0; i < 3; ++i) {
-        color[i] = static_cast<std::uint8_t>(std::clamp(parts[i], 0.0, 1.0) * 255.0 + 0.5);
-    }
-    return color;
-}
-
 double squareAway(const std::array<double, 3>& parts, const Color& color) {
     double sum = 0.0;
     for (std::size_t i = 0; i < 3; ++i) {
@@ -50,20 +43,6 @@ double squareAway(const Color& p, const Color& q) {
     return squareAway(std::array<double, 3>{p[0] / 255.0, p[1] / 255.0, p[2] / 255.0}, q);
 }
 
-KivSkinImage imageOf(const KivTexture& texture) {
-    KivSkinImage image{texture.width, texture.height, texture.pixels};
-    for (std::size_t i = 3; texture.cutOut <= 0.0 && i < image.pixels.size(); i += 4) {
-        image.pixels[i] = 255;
-    }
-    return image;
-}
-
-bool isUsable(const KivTexture& texture) {
-    return texture.width > 0 && texture.height > 0 &&
-           texture.pixels.size() ==
-               std::size_t{4} * static_cast<std::size_t>(texture.width) * static_cast<std::size_t>(texture.height);
-}
-
 } // namespace
 
 // What shares a palette: all that has one texture, and all that has colours at vertices.
@@ -72,7 +51,7 @@ public:
     Group(std::shared_ptr<const KivTexture> groupTexture, int colors)
         : texture(std::move(groupTexture)), numColors(colors) {
         if (texture != nullptr) {
-            levels = kivSkinLevels(imageOf(*texture));
+            levels = kivSkinLevels(kivSkinImageOf(*texture));
         }
     }
     bool isOf(const KivTexture* other, int colors) const {
@@ -83,7 +62,7 @@ public:
     void note(const SkinRaster& raster, int x, int y) {
         Color color{};
         if (texture == nullptr) {
-            color = colorOfParts(raster.paintAt(x, y));
+            color = kivSkinColor(raster.paintAt(x, y));
         } else {
             const SkinRaster::Place place = raster.placeAt(x, y);
             ++(pixelsToSample(place) * raster.samplesPerPixel() < largestPixels ? largePixels : smallPixels);
@@ -176,7 +155,7 @@ bool SkinAreas::build(const KivDrawnSkins& drawn, const KivProjectiveMap& pictur
     SkinRaster raster(width, height, perPixel);
     for (const KivDrawnSkin& skin : drawn.all()) {
         const KivTexture* const texture = skin.paint->texture.get();
-        if (texture != nullptr && !isUsable(*texture)) {
+        if (texture != nullptr && !kivIsUsable(*texture)) {
             continue;
         }
         const int colors = std::clamp<int>(skin.numColors > 0 ? skin.numColors : rules.numColors, 1,

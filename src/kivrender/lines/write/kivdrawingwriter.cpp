@@ -97,6 +97,10 @@ bool kivDrawingFormatOf(std::string_view ending, KivDrawingFormat* format) {
     return false;
 }
 
+bool kivHoldsPictures(KivDrawingFormat format) {
+    return format != KivDrawingFormat::dxf && format != KivDrawingFormat::hpgl;
+}
+
 KivSheetPlace kivPlaceOnSheet(const KivVectorDrawing& drawing, const KivSheet& sheet, KivDrawingFormat format) {
     const KivSheet chosen = sheetFor(format, drawing, sheet);
     return SheetLayout(drawing, chosen, pixelOf(format)).page();

@@ -19,6 +19,8 @@ enum class KivDrawingFormat { svg, pdf, ai, eps, ps, dxf, hpgl };
 
 // By a file's ending in lower case without its dot: those of the formats, and "plt". False for others.
 KIV_API bool kivDrawingFormatOf(std::string_view ending, KivDrawingFormat* format);
+// Whether files of the format show the pictures of areas. All others have the colours of these areas.
+KIV_API bool kivHoldsPictures(KivDrawingFormat format);
 
 // Why a drawing can't be put on its sheet.
 enum class KivSheetProblem {

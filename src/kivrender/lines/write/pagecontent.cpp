@@ -1,5 +1,7 @@
 #include "kivrender/lines/write/pagecontent.h"
 
+#include "kivrender/lines/write/packedpicture.h"
+
 #include <algorithm>
 #include <cmath>
 
@@ -125,7 +127,11 @@ bool PageContent::paintAreas() {
     for (const KivArea& area : drawing.areas) {
         if (SheetLayout::isDrawn(area)) {
             beginLayer("areas");
-            paint(area);
+            if (area.picture != nullptr) {
+                paintPicture(area);
+            } else {
+                paint(area);
+            }
         }
         if (!sink.goesOn()) {
             return false;
@@ -164,6 +170,27 @@ void PageContent::paint(const KivArea& area) {
     std::for_each(area.paintedRings().begin(), area.paintedRings().end(),
                   [&](const KivCurvePath& ring) { add(ring, &area); });
     sink << (rim > 0.0 ? "B*\n" : "f*\n") << (layout.coversSheet(area) ? "Q\n" : "") << (isSeenThrough ? "Q\n" : "");
+}
+
+// Clipped by the area. A picture is drawn over the square from 0 to 1.
+void PageContent::paintPicture(const KivArea& area) {
+    const KivAreaPicture& picture = *area.picture;
+    const KivPicturePoint low = layout.place(picture.low);
+    const KivPicturePoint high = layout.place(picture.high);
+    sink << "q\n";
+    std::for_each(area.paintedRings().begin(), area.paintedRings().end(), [&](const KivCurvePath& ring) { add(ring); });
+    sink << "W* n\n"
+         << (high.x - low.x) * kivPointsPerMillimetre << " 0 0 " << (high.y - low.y) * kivPointsPerMillimetre << ' ';
+    put(low);
+    sink << " cm\n";
+    if (kind == Kind::pdf) {
+        sink << "/I" << static_cast<int>(areaPictures.size()) << " Do\n";
+        areaPictures.push_back(&picture);
+    } else {
+        const PackedPicture packed = kivPack(picture, layout);
+        sink << packed.width << ' ' << packed.height << " I\n" << kivAscii85(packed.rows);
+    }
+    sink << "Q\n";
 }
 
 bool PageContent::paintStrokes(bool hidden) {

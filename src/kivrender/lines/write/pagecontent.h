@@ -30,12 +30,17 @@ public:
     const std::vector<std::string>& opacities() const {
         return opacityTexts;
     }
+    // And the pictures, which it calls /I0, /I1...; in PostScript the page has them within.
+    const std::vector<const KivAreaPicture*>& pictures() const {
+        return areaPictures;
+    }
 
 private:
     void paintBackground();
     bool paintAreas();
     bool paintStrokes(bool hidden);
     void paint(const KivArea& area);
+    void paintPicture(const KivArea& area);
     void paint(const KivStroke& stroke);
     void beginLayer(const std::string& name);
     void endLayer();
@@ -52,6 +57,7 @@ private:
     DrawingSink& sink;
     std::vector<std::string> layerNames;
     std::vector<std::string> opacityTexts;
+    std::vector<const KivAreaPicture*> areaPictures;
     std::string layer; // that is open; empty for none
     std::string width; // as the page has them now
     std::string strokeColor;

@@ -1,6 +1,7 @@
 #include "kivrender/lines/write/pdfwriter.h"
 
 #include "kivrender/lines/write/drawingnames.h"
+#include "kivrender/lines/write/packedpicture.h"
 #include "kivrender/lines/write/pagecontent.h"
 #include "kivrender/platform/kivdeflate.h"
 
@@ -76,6 +77,10 @@ std::string catalogText(std::size_t layers) {
            all + "] /D << /Name (Layers) /Order [" + all + "] /ON [" + all + "] >> >> >>";
 }
 
+int firstPicture(const PageContent& painted) {
+    return firstLayer + static_cast<int>(painted.layers().size());
+}
+
 std::string pageText(const SheetLayout& layout, const PageContent& painted) {
     std::string text = "<< /Type /Page /Parent " + reference(pages) + " /MediaBox [0 0 " +
                        kivNumberText(layout.page().pageWidth * kivPointsPerMillimetre) + " " +
@@ -88,7 +93,23 @@ std::string pageText(const SheetLayout& layout, const PageContent& painted) {
     for (std::size_t i = 0; i < painted.opacities().size(); ++i) {
         text += " /O" + std::to_string(i) + " << /ca " + painted.opacities()[i] + " >>";
     }
-    return text + " >> >> >>";
+    text += " >>";
+    if (!painted.pictures().empty()) {
+        text += " /XObject <<";
+        for (std::size_t i = 0; i < painted.pictures().size(); ++i) {
+            text += " /I" + std::to_string(i) + " " + reference(firstPicture(painted) + static_cast<int>(i));
+        }
+        text += " >>";
+    }
+    return text + " >> >>";
+}
+
+std::string pictureText(const PackedPicture& packed) {
+    const std::string width = std::to_string(packed.width);
+    return "<< /Type /XObject /Subtype /Image /Width " + width + " /Height " + std::to_string(packed.height) +
+           " /ColorSpace /DeviceRGB /BitsPerComponent 8 /Interpolate true /Filter /FlateDecode /DecodeParms << "
+           "/Predictor 15 /Colors 3 /Columns " +
+           width + " >> /Length " + std::to_string(packed.rows.size()) + " >>\nstream\n" + packed.rows + "\nendstream";
 }
 
 } // namespace
@@ -111,6 +132,12 @@ bool kivWritePdf(const KivVectorDrawing& drawing, const SheetLayout& layout, Dra
     file.add(info, "<< /Title " + textString(drawing.title) + " /Producer (Selvarin) >>");
     for (std::size_t i = 0; i < painted.layers().size(); ++i) {
         file.add(firstLayer + static_cast<int>(i), "<< /Type /OCG /Name (" + painted.layers()[i] + ") >>");
+    }
+    for (std::size_t i = 0; i < painted.pictures().size(); ++i) {
+        file.add(firstPicture(painted) + static_cast<int>(i), pictureText(kivPack(*painted.pictures()[i], layout)));
+        if (!sink.goesOn()) {
+            return false;
+        }
     }
     file.finish();
     return true;

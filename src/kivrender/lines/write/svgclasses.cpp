@@ -99,7 +99,9 @@ void SvgClasses::addAreas(const KivVectorDrawing& drawing) {
     text += rim > 0.0 ? ";stroke-width:" + kivNumberText(rim, decimals) + ";stroke-linejoin:round}\n" : "}\n";
     std::map<std::uint32_t, std::size_t> counts;
     for (const KivArea& area : drawing.areas) {
-        counts[area.color & 0xFFFFFFU] += SheetLayout::isDrawn(area) ? 1 : 0;
+        if (area.picture == nullptr) {
+            counts[area.color & 0xFFFFFFU] += SheetLayout::isDrawn(area) ? 1 : 0;
+        }
     }
     std::vector<std::uint32_t> colors = byFrequency(counts);
     colors.resize(std::min(colors.size(), mostTones));

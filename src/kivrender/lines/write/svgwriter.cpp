@@ -1,6 +1,7 @@
 #include "kivrender/lines/write/svgwriter.h"
 
 #include "kivrender/lines/write/drawingnames.h"
+#include "kivrender/lines/write/packedpicture.h"
 #include "kivrender/lines/write/strokegroups.h"
 #include "kivrender/lines/write/svgclasses.h"
 
@@ -15,6 +16,8 @@
 namespace {
 
 constexpr double millimetresPerPixel = 25.4 / 96.0;
+// libxml2, by which many programs read such files, takes no attribute of more than 10 million characters.
+constexpr std::size_t mostPictureBytes = 7'000'000;
 
 // Whole steps of the last digit: differences of them have no error that adds up along a path.
 struct Steps {
@@ -207,7 +210,8 @@ private:
         const std::string height = number(layout.page().pageHeight);
         const char* const name = isInPixels ? "px" : "mm";
         sink << "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<svg xmlns=\"http://www.w3.org/2000/svg\" "
-                "xmlns:inkscape=\"http://www.inkscape.org/namespaces/inkscape\" version=\"1.1\" width=\""
+                "xmlns:inkscape=\"http://www.inkscape.org/namespaces/inkscape\" "
+             << (hasPictures() ? "xmlns:xlink=\"http://www.w3.org/1999/xlink\" " : "") << "version=\"1.1\" width=\""
              << width << name << "\" height=\"" << height << name << "\" viewBox=\"0 0 " << width << ' ' << height
              << "\">\n";
         if (!drawing.title.empty()) {
@@ -328,6 +332,24 @@ private:
         sink << "<path" << classes.attributes(stroke) << " d=\"" << path.data() << "\"/>\n";
     }
 
+    bool hasPictures() const {
+        return std::any_of(drawing.areas.begin(), drawing.areas.end(),
+                           [](const KivArea& area) { return area.picture != nullptr; });
+    }
+
+    // The older name of the link is the one that all programs know.
+    void writePicture(const KivArea& area, const std::string& path) {
+        const KivAreaPicture& picture = *area.picture;
+        const KivPicturePoint low = layout.place(picture.low);
+        const KivPicturePoint high = layout.place(picture.high);
+        const std::string id = ids.give("texture");
+        sink << "<clipPath id=\"" << id << "\"><path clip-rule=\"evenodd\" d=\"" << path
+             << "\"/></clipPath>\n<image clip-path=\"url(#" << id << ")\" x=\"" << number(low.x) << "\" y=\""
+             << number(layout.page().pageHeight - high.y) << "\" width=\"" << number(high.x - low.x) << "\" height=\""
+             << number(high.y - low.y) << "\" preserveAspectRatio=\"none\" xlink:href=\"data:image/png;base64,"
+             << kivBase64(kivPngFor(picture, layout, mostPictureBytes)) << "\"/>\n";
+    }
+
     bool writeAreas(const AreaRun& run) {
         for (const std::size_t number : run.areas) {
             const KivArea& area = drawing.areas[number];
@@ -335,7 +357,11 @@ private:
             for (const KivCurvePath& ring : area.paintedRings()) {
                 path.add(ring, &area);
             }
-            sink << "<path" << classes.attributes(area) << " d=\"" << path.data() << "\"/>\n";
+            if (area.picture != nullptr) {
+                writePicture(area, path.data());
+            } else {
+                sink << "<path" << classes.attributes(area) << " d=\"" << path.data() << "\"/>\n";
+            }
             if (!sink.goesOn()) {
                 return false;
             }

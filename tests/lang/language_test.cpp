@@ -23,8 +23,8 @@ std::wstring testModule(const wchar_t* name) {
 // Every number that the library and its plug-ins ask for.
 constexpr unsigned int usedIds[] = {4,    28,   35,   36,   37,   40,   41,   42,   46,   49,   52,
                                     54,   56,   57,   60,   68,   70,   75,   76,   81,   86,   90,
-                                    91,   92,   99,   129,  130,  131,  1003, 1004, 1005, 1006, 1010,
-                                    1020, 1040, 1041, 1050, 1051, 1052, 1053, 1054, 1070, 1100};
+                                    91,   92,   99,   129,  130,  131,  132,  1003, 1004, 1005, 1006,
+                                    1010, 1020, 1040, 1041, 1050, 1051, 1052, 1053, 1054, 1070, 1100};
 
 // Those of the windows: in forms as @2101, in sources as plain numbers, both of four digits from 2 on.
 std::set<unsigned int> windowIds() {

@@ -196,7 +196,8 @@ TEST_F(EverySetting, OfTheCartoonChangesThePicture) {
                {"SmallestTone", "500", {{"SmallestTone", "0"}}},
                {"Textures", "no"},
                {"TextureColours", "3"}},
-              {"CastShadowStrength", "CastShadowColour"});
+              // DarkLift shows on black things alone.
+              {"CastShadowStrength", "CastShadowColour", "DarkLift"});
 }
 
 TEST_F(EverySetting, OfTheOutlineChangesThePicture) {

@@ -126,6 +126,17 @@ KivTone kivAdjusted(const KivTone& tone, double saturation, double lightness) {
     return adjusted;
 }
 
+KivTone kivLifted(const KivTone& tone, const KivTone& emission, double lift) {
+    // By the strongest part: a pure red or blue is no black, little as it shines.
+    const double dark =
+        std::max(0.0, lift - 0.5 * std::max({tone[0] + emission[0], tone[1] + emission[1], tone[2] + emission[2]}));
+    KivTone lifted{};
+    for (int c = 0; c < 3; ++c) {
+        lifted[c] = std::min(1.0, tone[c] + dark);
+    }
+    return lifted;
+}
+
 double KivCartoonBands::shadeOf(double level) const {
     return count <= 1 ? 1.0 : std::clamp(level * (count - 1), 0.0, 1.0);
 }

@@ -68,6 +68,12 @@ KivTone kivDuotone(const KivTone& tone, const KivCartoonPaint& paint, bool diffe
 // A material's colour, richer or paler (saturation from -1, grey, to 1) and lighter or darker (lightness from -1,
 // black, to 1, white).
 KivTone kivAdjusted(const KivTone& tone, double saturation, double lightness);
+
+// A dark colour made lighter, as illustrators do with black things, on which ink would not show: black gets the
+// brightness of the lift, 0 to 0.5, colours of which a part is twice as bright stay as they are, and what is darker
+// than another stays darker. What gives off light of its own is as bright as both together.
+KivTone kivLifted(const KivTone& tone, const KivTone& emission, double lift);
+
 // The colour, without emission, where a cast shadow takes all the light from a surface that would be at a level; `lit`
 // as KivCartoonBands::shadeOf. It is the level's own colour in the darkest band, whatever the shadow's colour: there
 // light ends softly by itself, and the edge of the volumes, which runs along the triangles, is not to be seen. No

@@ -34,6 +34,7 @@ enum Setting {
     rimColourSetting,
     rimAroundSetting,
     washEdgeSetting,
+    darkLiftSetting,
     numSettings
 };
 
@@ -92,6 +93,8 @@ const KivSettingInfo table[numSettings] = {
     {"WashEdge", KivSettingType::Double, 0, 100, 0,
      L"How much darker tones are along their edge towards the light, as washes of watercolour dry, in percent",
      nullptr},
+    {"DarkLift", KivSettingType::Double, 0, 50, 30,
+     L"How light black is where it fills more than a detail, in percent, so that lines and tones show on it", nullptr},
 };
 
 } // namespace
@@ -124,6 +127,7 @@ KivCartoonLook kivCartoonLook(const KivTablePageSettings& settings) {
     look.evenness = settings.getValue(evennessSetting);
     look.saturation = settings.getValue(colourSaturationSetting) * percent;
     look.lightness = settings.getValue(lightnessSetting) * percent;
+    look.darkLift = settings.getValue(darkLiftSetting) * percent;
     look.paint.duotone = settings.getValue(duotoneSetting) * percent;
     look.paint.dark = kivToneOf(settings.getColour(duotoneDarkSetting));
     look.paint.light = kivToneOf(settings.getColour(duotoneLightSetting));

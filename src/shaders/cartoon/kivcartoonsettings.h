@@ -34,7 +34,8 @@ struct KivCartoonLook {
     double smallestTone = 0.0; // square pixels of the finished picture
     double saturation = 0.0;   // of the materials, -1 to 1
     double lightness = 0.0;
-    double ambient = 1.0; // share of the scene's ambient light that counts
+    double darkLift = 0.0; // the brightness of black, 0 to 0.5
+    double ambient = 1.0;  // share of the scene's ambient light that counts
     KivCartoonRim rim;
     bool textures = true;
     int textureColours = 0; // flat colours in place of those of a texture; 0 for none

@@ -81,6 +81,8 @@ private:
 
     KivCartoonLook lookOf(const Kiv3DObject& object) const;
     KivCartoonColors colorsOf(const KivMesh& mesh, const KivCartoonLook& look, const KivCommonSettings& settings) const;
+    // How far a mesh that is dark is lifted: details stay black.
+    double liftOf(const KivMesh& mesh, double lift) const;
     // isEven: with its light evened over noise.
     std::shared_ptr<const KivShadedMesh> modelOf(const KivMesh& mesh, const KivCartoonLook& look,
                                                  const KivCommonSettings& settings, bool isEven = true);
@@ -106,6 +108,10 @@ private:
     // Of the picture whose tiles are being drawn, by mesh and whether they are even.
     std::map<std::pair<const KivMesh*, bool>, std::shared_ptr<const KivShadedMesh>> models;
     std::uint64_t modelledPicture = 0;
+    // Of the render at hand: the size of the scene, 0 without dark meshes, and how far each of those is more than a
+    // detail.
+    double sceneSize = 0.0;
+    mutable std::map<const KivMesh*, double> bulks;
     KivCartoonBatch scratch;
     KivCartoonSkins skins; // of the render at hand
     // Between beginTransparency and endTransparency.

@@ -24,6 +24,7 @@
 #include <numbers>
 #include <optional>
 #include <utility>
+#include <vector>
 
 namespace {
 
@@ -153,6 +154,31 @@ void evenLight(KivShadedMesh& model, double evenness, double pixel) {
         const double reach = kivEvenReach(evenness, noise);
         kivEvenNormals(model.points, model.triangles, model.normals, kivEvenPasses(model, view, reach * pixel));
     }
+}
+
+// From corner to corner of what holds all these meshes; 0 where there is nothing.
+double sizeOf(const std::vector<const KivMesh*>& meshes) {
+    constexpr double infinity = std::numeric_limits<double>::infinity();
+    Kiv3DPoint low(infinity, infinity, infinity);
+    Kiv3DPoint high(-infinity, -infinity, -infinity);
+    for (const KivMesh* const mesh : meshes) {
+        for (unsigned int i = 0; i < mesh->getNumVertexs(); ++i) {
+            const Kiv3DPoint point = mesh->getVertex(i);
+            low.set(std::min(low.x, point.x), std::min(low.y, point.y), std::min(low.z, point.z));
+            high.set(std::max(high.x, point.x), std::max(high.y, point.y), std::max(high.z, point.z));
+        }
+    }
+    const double size = std::hypot(high.x - low.x, high.y - low.y, high.z - low.z);
+    return std::isfinite(size) ? size : 0.0;
+}
+
+// How far a mesh of that part of the scene's size is more than a detail: 0 for what may well be a pupil or a screw,
+// which black suits, 1 for what is large enough to have lines of its own.
+double bulkOf(double part) {
+    constexpr double detail = 0.08;
+    constexpr double large = 0.2;
+    const double t = std::clamp((part - detail) / (large - detail), 0.0, 1.0);
+    return t * t * (3.0 - 2.0 * t);
 }
 
 } // namespace
@@ -321,6 +347,17 @@ KivCartoonLook KivCartoonShader::lookOf(const Kiv3DObject& object) const {
     return kivCartoonLook(settingsOf(object));
 }
 
+double KivCartoonShader::liftOf(const KivMesh& mesh, double lift) const {
+    if (!(sceneSize > 0.0)) {
+        return lift;
+    }
+    const auto [known, isNew] = bulks.try_emplace(&mesh, 1.0);
+    if (isNew) {
+        known->second = bulkOf(sizeOf({&mesh}) / sceneSize);
+    }
+    return lift * known->second;
+}
+
 KivCartoonColors KivCartoonShader::colorsOf(const KivMesh& mesh, const KivCartoonLook& look,
                                             const KivCommonSettings& settings) const {
     const KivMaterial* material = mesh.getMaterial();
@@ -331,8 +368,13 @@ KivCartoonColors KivCartoonShader::colorsOf(const KivMesh& mesh, const KivCartoo
     for (double& part : colors.paint.ambient) {
         part *= look.ambient;
     }
-    colors.diffuse = kivAdjusted(kivToneOf(material->getDiffuse()), look.saturation, look.lightness);
-    colors.emission = kivAdjusted(kivToneOf(material->getEmission()), look.saturation, std::min(look.lightness, 0.0));
+    colors.diffuse = kivToneOf(material->getDiffuse());
+    const KivTone emission = kivToneOf(material->getEmission());
+    if (kivLifted(colors.diffuse, emission, look.darkLift) != colors.diffuse) {
+        colors.diffuse = kivLifted(colors.diffuse, emission, liftOf(mesh, look.darkLift));
+    }
+    colors.diffuse = kivAdjusted(colors.diffuse, look.saturation, look.lightness);
+    colors.emission = kivAdjusted(emission, look.saturation, std::min(look.lightness, 0.0));
     if (look.highlight && material->getShine() > 0.0) {
         // A specular colour that is no brighter than the surface would darken it; then the highlight is white.
         const KivTone specular = kivToneOf(material->getSpecular());
@@ -510,9 +552,21 @@ void KivCartoonShader::loadRenderData(KivDataManager* manager, const KivCommonSe
     KivTableShader::loadRenderData(manager, settings);
 }
 
-void KivCartoonShader::prepareObjectRendering(const KivCommonSettings&, KivScene*) {
+void KivCartoonShader::prepareObjectRendering(const KivCommonSettings&, KivScene* scene) {
     skins.forget();
     batches.clear();
+    bulks.clear();
+    std::vector<const KivMesh*> meshes;
+    bool isAnyDark = false;
+    for (unsigned int i = 0; scene != nullptr && i < scene->numMeshes(); ++i) {
+        if (const KivMesh* const mesh = scene->getMesh(i)) {
+            meshes.push_back(mesh);
+            const KivTone own = kivToneOf(mesh->getMaterial()->getDiffuse());
+            const KivTone emission = kivToneOf(mesh->getMaterial()->getEmission());
+            isAnyDark = isAnyDark || kivLifted(own, emission, lookOf(*mesh).darkLift) != own;
+        }
+    }
+    sceneSize = isAnyDark ? sizeOf(meshes) : 0.0;
 }
 
 void KivCartoonShader::renderMeshDepth(const KivMesh* mesh, const KivCommonSettings& settings, KivScene* scene,

@@ -330,6 +330,38 @@ TEST_F(CartoonPicture, HasNoStrayPixels) {
     EXPECT_EQ(stray, 0);
 }
 
+// Black shapes are lifted, so that ink shows on them; black details of large scenes stay black.
+TEST_F(CartoonPicture, BlackIsGreyButForDetails) {
+    const auto makeBlack = [](KivMesh& mesh) {
+        KivMaterial material;
+        material.setDiffuse(0);
+        mesh.setMaterial(material);
+    };
+    makeBlack(*addMesh(sphereSurface(30, 60), true));
+    addLight(KivLight::directionalLight, {}, {0.0, 0.0, -1.0});
+    open(200);
+    look({0.0, 0.0, 6.0}, 1.1, false);
+    const auto middle = [&](const Choices& choices) {
+        choose(shaders.cartoon(), choices);
+        glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
+        static_cast<KivNonCombinableShader&>(shaders.cartoon()).prepareObjectRendering(settings, &scene);
+        draw(shaders.cartoon());
+        return pixelAt({0.0, 0.0, 1.0});
+    };
+    const Choices plain = {{"Highlight", "no"}};
+    EXPECT_LE(differenceOf(middle(plain), bytesOf({0.3, 0.3, 0.3})), 2);
+    EXPECT_LE(differenceOf(middle({{"Highlight", "no"}, {"DarkLift", "0"}}), {0, 0, 0}), 1);
+    EXPECT_LE(differenceOf(middle({{"Highlight", "no"}, {"DarkLift", "12"}}), bytesOf({0.12, 0.12, 0.12})), 2);
+    EXPECT_LE(differenceOf(middle({{"Highlight", "no"}, {"Lightness", "-100"}}), {0, 0, 0}), 1)
+        << "who asks for black gets it";
+    // A far larger thing beside it makes it a detail.
+    KivSurface far;
+    far.points = {{-60.0, 0.0, -70.0}, {60.0, 0.0, -70.0}, {0.0, 60.0, -70.0}};
+    far.triangles = {{0, 1, 2}};
+    addMesh(far);
+    EXPECT_LE(differenceOf(middle(plain), {0, 0, 0}), 1);
+}
+
 // Along the contour of a sphere that is lit from the left the rim lies on the right, as wide as the facing says.
 TEST_F(CartoonPicture, ARimOfLightLiesAwayFromTheLight) {
     addMesh(sphereSurface(60, 120), true);

@@ -310,6 +310,25 @@ TEST(KivCartoonPaint, DuotonesOfPartsAddUp) {
     }
 }
 
+// Ink shows on black things that are drawn in grey.
+TEST(KivCartoonPaint, DarkColoursAreLifted) {
+    EXPECT_EQ(kivLifted({0.0, 0.0, 0.0}, {}, 0.3), (KivTone{0.3, 0.3, 0.3}));
+    EXPECT_EQ(kivLifted({0.0, 0.0, 0.0}, {}, 0.0), (KivTone{0.0, 0.0, 0.0}));
+    const KivTone red = {0.6, 0.02, 0.01};
+    EXPECT_EQ(kivLifted(red, {}, 0.3), red) << "dark as it is, it is no black";
+    const KivTone navy = kivLifted({0.02, 0.03, 0.2}, {}, 0.3);
+    EXPECT_NEAR(navy[2] - navy[0], 0.18, 1e-12) << "its hue stays";
+    double last = -1.0;
+    for (double grey = 0.0; grey <= 1.0; grey += 0.01) {
+        const double lifted = kivLifted({grey, grey, grey}, {}, 0.3)[0];
+        EXPECT_GT(lifted, last) << "what is darker stays darker";
+        EXPECT_GE(lifted, grey);
+        last = lifted;
+    }
+    EXPECT_EQ(kivLifted({0.0, 0.0, 0.0}, {0.6, 0.0, 0.0}, 0.3), (KivTone{0.0, 0.0, 0.0})) << "a lamp is no black thing";
+    EXPECT_LE(kivLifted({0.98, 0.98, 0.98}, {}, 0.5)[1], 1.0);
+}
+
 TEST(KivCartoonPaint, MaterialsAreAdjusted) {
     const KivTone clay = {0.8, 0.5, 0.2};
     EXPECT_EQ(kivAdjusted(clay, 0.0, 0.0), clay);

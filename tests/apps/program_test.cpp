@@ -407,7 +407,7 @@ TEST(Program, WritesAllPictureFormatsAndTheStream) {
 
 TEST(Program, DepthImageBesideThePicture) {
     const ProgramFolder folder;
-    ASSERT_EQ(run(folder, {"render", writeBlueBox(folder), "-o", folder.path("b.png"), "-s", "120x90", "-a", "1",
+    ASSERT_EQ(run(folder, {"render", writeBlueBox(folder), "-o", folder.path("b.png"), "-s", "160x120", "-a", "1",
                            "--depth-image"})
                   .status,
               0);
@@ -657,7 +657,7 @@ TEST(Program, LooksAndSettings) {
     const std::string box = writeBlueBox(folder);
     // Compared as numbers: a whole picture is not a message.
     const auto picture = [&](std::vector<std::string> more) {
-        std::vector<std::string> arguments{"render", box, "-o", folder.path("l.png"), "-s", "120x90", "-q"};
+        std::vector<std::string> arguments{"render", box, "-o", folder.path("l.png"), "-s", "160x120", "-q"};
         arguments.insert(arguments.end(), more.begin(), more.end());
         const Outcome outcome = run(folder, arguments);
         EXPECT_EQ(outcome.status, 0) << outcome.err;
@@ -809,7 +809,7 @@ TEST(ProgramStyles, SavedAndUsedByNameAndByFile) {
     const std::string box = writeBlueBox(user.folder);
     const auto render = [&](const std::string& name, std::vector<std::string> look) {
         const std::string png = user.folder.path(name);
-        std::vector<std::string> words = {"render", box, "-o", png, "-s", "120x90", "-q"};
+        std::vector<std::string> words = {"render", box, "-o", png, "-s", "160x120", "-q"};
         words.insert(words.end(), look.begin(), look.end());
         const Outcome outcome = user(words);
         EXPECT_EQ(outcome.status, 0) << outcome.err;

@@ -370,7 +370,8 @@ KivCartoonColors KivCartoonShader::colorsOf(const KivMesh& mesh, const KivCartoo
     }
     colors.diffuse = kivToneOf(material->getDiffuse());
     const KivTone emission = kivToneOf(material->getEmission());
-    if (kivLifted(colors.diffuse, emission, look.darkLift) != colors.diffuse) {
+    // What is painted on keeps its colours, and so does their mean where it stands for them.
+    if (kivMeshPaint(mesh) == nullptr && kivLifted(colors.diffuse, emission, look.darkLift) != colors.diffuse) {
         colors.diffuse = kivLifted(colors.diffuse, emission, liftOf(mesh, look.darkLift));
     }
     colors.diffuse = kivAdjusted(colors.diffuse, look.saturation, look.lightness);

@@ -18,7 +18,7 @@
 
 namespace {
 
-const bool memoryIsKept = mallopt(M_MMAP_MAX, 0) == 1 && mallopt(M_TRIM_THRESHOLD, 1 << 30) == 1;
+const bool memoryIsKept = mallopt(M_MMAP_MAX, 0) == 1 && mallopt(M_TRIM_THRESHOLD, -1) == 1;
 
 double processorSeconds() {
     timespec time{};

@@ -83,22 +83,32 @@ public:
     std::size_t numCorners() const {
         return std::size_t{3} * numTriangles;
     }
-    std::uint32_t cornersUntilCancel(std::uint32_t number, bool isFirst) const;
+    std::uint32_t cornersUntilCancel(std::uint32_t corners, bool isFirst) const;
 
     struct Position {
         Kiv3DPoint point;
         std::uint32_t number;
+        std::uint32_t corners; // that stand here; known once all are read
     };
 
     KivProgress* progress = kivCurrentProgress();
-    std::vector<Position> positions;        // by number; once sorted, in the order of the vertices
-    std::vector<std::uint32_t> numbers;     // of each corner's position
-    std::vector<std::uint32_t> cornerCount; // of each position, by number
+    std::vector<Position> positions;    // by number; once sorted, in the order of the vertices
+    std::vector<std::uint32_t> numbers; // of each corner's position
 
 private:
     static constexpr std::size_t blockTriangles = 32;
 
-    // Triangles are read a block at a time, so that the memory that a look-up needs is fetched ahead of it.
+    // A number with the upper half of its position's hash, so that another position is seldom looked at.
+    struct Slot {
+        std::uint32_t number = noNumber;
+        std::uint32_t mark = 0;
+    };
+    static std::uint32_t markOf(std::size_t hash) {
+        return static_cast<std::uint32_t>(hash >> 32);
+    }
+
+    // Triangles are read a block at a time and a block ahead, so that the memory that a look-up needs is fetched while
+    // the block before it is looked up.
     struct Block {
         std::size_t first = 0; // triangle
         std::size_t size = 0;  // in corners
@@ -106,12 +116,17 @@ private:
         std::array<std::size_t, 3 * blockTriangles> hashes;
         std::array<std::uint32_t*, 3 * blockTriangles> known; // where the vertex of a corner keeps its number
     };
+    static bool isKnown(const std::uint32_t* known) {
+        return known != nullptr && *known != noNumber;
+    }
 
     bool readBlock(Block& block);
     void readTriangle(Block& block, std::size_t triangle);
-    void fetchBlock(Block& block) const;
+    void fetchSlots(Block& block) const;
+    void fetchPositions(const Block& block) const;
     void enterBlock(const Block& block);
     std::uint32_t enter(const Kiv3DPoint& point, std::size_t hash);
+    void countCorners();
     bool mergeSort(Position* values, Position* scratch, std::size_t count);
     bool merge(Position* values, const Position* left, std::size_t leftCount, std::size_t count);
 
@@ -119,7 +134,8 @@ private:
     unsigned int numTriangles;
     // A class of its own may keep no vertices at all; of a plain mesh each vertex is looked up once.
     bool isPlain;
-    std::vector<std::uint32_t> slots;          // open addressing over numbers
+    std::vector<Slot> slots;                   // open addressing
+    std::vector<std::uint32_t> cornerCount;    // of each position, by number
     std::vector<std::uint32_t> numberOfVertex; // of a plain mesh
 };
 
@@ -131,23 +147,38 @@ KivMesh::Places::Places(const KivMesh& meshToWeld)
         numberOfVertex.assign(source.vertexs.size(), noNumber);
         capacity = std::min(capacity, source.vertexs.size());
     }
-    slots.assign(std::bit_ceil(capacity + capacity / 2 + 1), noNumber);
+    slots.resize(std::bit_ceil(capacity + capacity / 2 + 1));
     positions.reserve(capacity);
     cornerCount.reserve(capacity);
 }
 
 bool KivMesh::Places::read() {
-    Block block;
-    for (; block.first < numTriangles; block.first += blockTriangles) {
-        if (!readBlock(block)) {
+    std::array<Block, 2> blocks;
+    if (!readBlock(blocks[0])) {
+        return false;
+    }
+    for (std::size_t number = 0; blocks[number % 2].size > 0; ++number) {
+        const Block& block = blocks[number % 2];
+        Block& next = blocks[(number + 1) % 2];
+        next.first = block.first + blockTriangles;
+        if (!readBlock(next)) {
             return false;
         }
-        fetchBlock(block);
+        fetchPositions(block);
         enterBlock(block);
     }
-    std::vector<std::uint32_t>().swap(slots); // an empty list, assigned, would keep the memory
+    std::vector<Slot>().swap(slots); // an empty list, assigned, would keep the memory
     std::vector<std::uint32_t>().swap(numberOfVertex);
+    countCorners();
     return !isCancelled(progress);
+}
+
+// The counts go along with the positions through the sort: behind it they would have to be picked up from all over.
+void KivMesh::Places::countCorners() {
+    for (std::size_t i = 0; i < positions.size(); ++i) {
+        positions[i].corners = cornerCount[i];
+    }
+    std::vector<std::uint32_t>().swap(cornerCount);
 }
 
 bool KivMesh::Places::readBlock(Block& block) {
@@ -159,6 +190,7 @@ bool KivMesh::Places::readBlock(Block& block) {
         }
         readTriangle(block, triangle);
     }
+    fetchSlots(block);
     return true;
 }
 
@@ -177,19 +209,23 @@ void KivMesh::Places::readTriangle(Block& block, std::size_t triangle) {
     }
 }
 
-void KivMesh::Places::fetchBlock(Block& block) const {
+void KivMesh::Places::fetchSlots(Block& block) const {
     const std::size_t mask = slots.size() - 1;
-    const auto isKnown = [](const std::uint32_t* known) { return known != nullptr && *known != noNumber; };
     for (std::size_t i = 0; i < block.size; ++i) {
         if (!isKnown(block.known[i])) {
             block.hashes[i] = positionHash(block.points[i]);
             __builtin_prefetch(&slots[block.hashes[i] & mask], 1);
         }
     }
+}
+
+void KivMesh::Places::fetchPositions(const Block& block) const {
+    const std::size_t mask = slots.size() - 1;
     for (std::size_t i = 0; i < block.size; ++i) {
         if (!isKnown(block.known[i])) {
-            const std::uint32_t number = slots[block.hashes[i] & mask];
-            __builtin_prefetch(number != noNumber ? &positions[number] : nullptr);
+            const Slot& slot = slots[block.hashes[i] & mask];
+            const bool isLikely = slot.number != noNumber && slot.mark == markOf(block.hashes[i]);
+            __builtin_prefetch(isLikely ? &positions[slot.number] : nullptr);
         }
     }
 }
@@ -198,7 +234,7 @@ void KivMesh::Places::enterBlock(const Block& block) {
     for (std::size_t i = 0; i < block.size; ++i) {
         const std::size_t corner = 3 * block.first + i;
         std::uint32_t* const known = block.known[i];
-        if (known != nullptr && *known != noNumber) {
+        if (isKnown(known)) {
             numbers[corner] = *known;
         } else {
             numbers[corner] = enter(block.points[i], block.hashes[i]);
@@ -213,16 +249,17 @@ void KivMesh::Places::enterBlock(const Block& block) {
 std::uint32_t KivMesh::Places::enter(const Kiv3DPoint& point, std::size_t hash) {
     const std::size_t mask = slots.size() - 1;
     std::size_t slot = hash & mask;
-    while (slots[slot] != noNumber) {
-        if (samePosition(positions[slots[slot]].point, point)) {
-            return slots[slot];
+    const std::uint32_t mark = markOf(hash);
+    for (; slots[slot].number != noNumber; slot = (slot + 1) & mask) {
+        if (slots[slot].mark == mark && samePosition(positions[slots[slot].number].point, point)) {
+            return slots[slot].number;
         }
-        slot = (slot + 1) & mask;
     }
-    slots[slot] = static_cast<std::uint32_t>(positions.size());
-    positions.push_back({point, slots[slot]});
+    const auto number = static_cast<std::uint32_t>(positions.size());
+    slots[slot] = {number, mark};
+    positions.push_back({point, number, 0});
     cornerCount.push_back(0);
-    return slots[slot];
+    return number;
 }
 
 bool KivMesh::Places::sort() {
@@ -283,8 +320,8 @@ void KivMesh::copyMeshCompacted(const KivMesh& source) {
 void KivMesh::buildMeshFromVertexsFaces(const Places& places) {
     std::vector<std::uint32_t> vertexOf(places.positions.size(), noNumber); // by number
     reserveVertexs(static_cast<unsigned int>(places.positions.size()));
-    for (const auto& [point, number] : places.positions) {
-        const std::uint32_t reached = places.cornersUntilCancel(number, vertexs.empty());
+    for (const auto& [point, number, corners] : places.positions) {
+        const std::uint32_t reached = places.cornersUntilCancel(corners, vertexs.empty());
         // All of a run are compared with its first one, not with their predecessor, so that a chain of near points does
         // not weld without limit.
         if (reached > 0) {
@@ -293,7 +330,7 @@ void KivMesh::buildMeshFromVertexsFaces(const Places& places) {
             }
             vertexOf[number] = static_cast<std::uint32_t>(vertexs.size() - 1);
         }
-        if (reached < places.cornerCount[number]) {
+        if (reached < corners) {
             insertVertexsIntoTriangles(places, vertexOf, number, reached);
             return;
         }
@@ -302,12 +339,12 @@ void KivMesh::buildMeshFromVertexsFaces(const Places& places) {
 }
 
 // One question for each corner but the very first.
-std::uint32_t KivMesh::Places::cornersUntilCancel(std::uint32_t number, bool isFirst) const {
+std::uint32_t KivMesh::Places::cornersUntilCancel(std::uint32_t corners, bool isFirst) const {
     if (progress == nullptr) {
-        return cornerCount[number];
+        return corners;
     }
     std::uint32_t reached = isFirst ? 1 : 0;
-    while (reached < cornerCount[number] && !progress->isCancelled()) {
+    while (reached < corners && !progress->isCancelled()) {
         ++reached;
     }
     return reached;

@@ -32,21 +32,6 @@ void drawAreas(const KivFlatAreas& areas) {
     }
 }
 
-// Draws front and back with their own polygon offsets.
-void drawBatch(const KivCartoonBatch& batch) {
-    drawIndices(batch.front);
-    if (batch.back.empty()) {
-        return;
-    }
-    GLfloat factor = 0.0F;
-    GLfloat units = 0.0F;
-    glGetFloatv(GL_POLYGON_OFFSET_FACTOR, &factor);
-    glGetFloatv(GL_POLYGON_OFFSET_UNITS, &units);
-    glPolygonOffset(factor * 2.0F, units * 2.0F);
-    drawIndices(batch.back);
-    glPolygonOffset(factor, units);
-}
-
 // Nothing below a coordinate, all above it.
 std::vector<KivRampEntry> gateRamp(float threshold) {
     std::vector<KivRampEntry> ramp(kivRampEntries);
@@ -102,6 +87,22 @@ KivCartoonPainter::~KivCartoonPainter() {
 void KivCartoonPainter::forget() {
     textures[0] = textures[1] = 0;
     loaded = false;
+}
+
+// Draws front and back with their own polygon offsets.
+void KivCartoonPainter::drawBatch(const KivCartoonBatch& batch) const {
+    drawIndices(batch.front);
+    if (batch.back.empty()) {
+        return;
+    }
+    GLfloat factor = 0.0F;
+    GLfloat units = 0.0F;
+    glGetFloatv(GL_POLYGON_OFFSET_FACTOR, &factor);
+    glGetFloatv(GL_POLYGON_OFFSET_UNITS, &units);
+    const auto [slopes, steps] = backOffset.value_or(std::pair(factor, units));
+    glPolygonOffset(factor + slopes, units + steps);
+    drawIndices(batch.back);
+    glPolygonOffset(factor, units);
 }
 
 void KivCartoonPainter::draw(const KivCartoonBatch& batch, const KivCartoonColors& colors, KivCartoonLayer layer,

@@ -6,6 +6,8 @@
 #include "kivcartoongeometry.h"
 #include "kivcartoontones.h"
 
+#include <optional>
+#include <utility>
 #include <vector>
 
 // The ramp of a layer: the colour for each incidence, or for the highlight for each shine.
@@ -30,15 +32,21 @@ public:
     // The context is gone, and the textures with it.
     void forget();
 
+    // By how much the polygon offset of triangles that are seen from behind is larger, in slopes and in steps of the
+    // depth buffer: at the outline of a shape its far side must not show through where both are steep. Unless told it
+    // is twice as large.
+    void setBackOffset(float slopes, float steps) {
+        backOffset = {slopes, steps};
+    }
+
     // Draws the triangles with the blending, stencil and depth tests as they are set, and leaves textures, arrays and
-    // colour changed. Triangles that are seen from behind are drawn with a larger polygon offset if one is enabled: at
-    // the outline of a shape its far side must not show through where both are steep. vectorial: no textures, but an
-    // area of one colour for each band.
+    // colour changed. vectorial: no textures, but an area of one colour for each band.
     // Of a share with ranks in the batch nothing is drawn where too few lights fall on the surface from its front.
     void draw(const KivCartoonBatch& batch, const KivCartoonColors& colors, KivCartoonLayer layer,
               KivCartoonShare share, bool vectorial);
 
 private:
+    void drawBatch(const KivCartoonBatch& batch) const;
     void beginUnit(int unit, const std::vector<KivRampEntry>* entries, int environment, int stride,
                    const float* coordinates);
     void endUnit(int unit);
@@ -53,6 +61,7 @@ private:
     void load(int texture, const std::vector<KivRampEntry>& ramp);
 
     KivCartoonSkins* skins;
+    std::optional<std::pair<float, float>> backOffset;
     unsigned int textures[2] = {0, 0};
     // What the textures hold.
     bool loaded = false;

@@ -60,6 +60,10 @@ constexpr float depthSlopes = 1.0F;
 constexpr float depthSteps = 8.0F;
 constexpr float paintSlopes = 1.25F;
 constexpr float paintSteps = 16.0F;
+// How much farther the triangles that are seen from behind lie in the depth pass. They must be in front of the volumes
+// too: of an open sheet the light may fall on them.
+constexpr float backSlopes = 0.5F * depthSlopes;
+constexpr float backSteps = 0.5F * depthSteps;
 
 void bringForward(float slopes, float steps) {
     float factor = 0.0F;
@@ -578,6 +582,7 @@ void KivCartoonShader::renderMeshDepth(const KivMesh* mesh, const KivCommonSetti
     // The mesh's own triangles, as the shadow volumes end in them.
     buildBatch(*modelOf(*mesh, look, settings, false), *mesh, look, settings, *scene, scratch, Division::none);
     KivCartoonPainter painter(&skins);
+    painter.setBackOffset(backSlopes, backSteps);
     KivDrawing::beginObject(mesh, vectorial);
     bringForward(depthSlopes, depthSteps);
     glDisable(GL_BLEND);

@@ -7,7 +7,9 @@
 #include "support/raycaster.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdlib>
+#include <numbers>
 
 namespace {
 
@@ -55,6 +57,39 @@ protected:
             light.setLocation(Kiv3DPoint() - directions[i] * 2.5);
             scene.addLight(light);
         }
+    }
+
+    // A bowl that is open towards the camera and the first light, each of its triangles wound as asked for.
+    template <class IsTurned> void addBowl(const IsTurned& isTurned) {
+        constexpr int rings = 16;
+        constexpr int spokes = 24;
+        const auto at = [](int ring, int spoke) {
+            const double down = ring * std::numbers::pi / 2.0 / rings;
+            const double round = spoke * 2.0 * std::numbers::pi / spokes;
+            return Kiv3DPoint(std::sin(down) * std::cos(round), 0.4 - 0.8 * std::cos(down),
+                              std::sin(down) * std::sin(round));
+        };
+        KivMesh bowl;
+        unsigned int count = 0;
+        const auto add = [&](const Kiv3DPoint& a, const Kiv3DPoint& b, const Kiv3DPoint& c) {
+            if (isTurned(count++)) {
+                bowl.addTriangle(a, c, b);
+            } else {
+                bowl.addTriangle(a, b, c);
+            }
+        };
+        for (int ring = 0; ring < rings; ++ring) {
+            for (int spoke = 0; spoke < spokes; ++spoke) {
+                add(at(ring, spoke), at(ring + 1, spoke), at(ring + 1, spoke + 1));
+                if (ring > 0) {
+                    add(at(ring, spoke), at(ring + 1, spoke + 1), at(ring, spoke + 1));
+                }
+            }
+        }
+        KivMaterial material;
+        material.setDiffuse(gray * 0x010101);
+        bowl.setMaterial(material);
+        scene.addMesh(new KivMesh(bowl)); // a render empties the scene
     }
 
     // How many lights each pixel has lost, and whether it shows the body with no light falling on it very flatly; -1
@@ -166,4 +201,18 @@ TEST_F(CartoonShadows, OfTenBodiesAreThoseOfRays) {
     }
     // Most of the rest is shadow in narrow strips of faces that the light reaches; few are leaks of light.
     EXPECT_LE(wrong, compared / 500) << compared;
+}
+
+TEST_F(CartoonShadows, AnOpenSheetIsLitOnTheSideThatFacesTheLightHoweverItIsWound) {
+    for (int lights = 1; lights <= 3; ++lights) {
+        for (int winding = 0; winding < 3; ++winding) {
+            scene.empty();
+            addBowl([winding](unsigned int t) { return winding == 2 ? t % 3 == 0 : winding == 1; });
+            addLights(lights);
+            const Score score = scoreOf(200);
+            EXPECT_GT(score.compared, 4000) << lights << ' ' << winding;
+            EXPECT_LE(score.wrong, score.compared / 80)
+                << lights << ' ' << winding << ": " << score.leaks << " leaks of " << score.compared;
+        }
+    }
 }

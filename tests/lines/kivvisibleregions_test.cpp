@@ -270,6 +270,32 @@ TEST(VisibleRegions, GoOnUnderThoseThatArePaintedLater) {
     EXPECT_TRUE(regions[2].painted.empty()) << "nothing is painted over the last";
 }
 
+// One square below two others, with a corner where they meet, and one of these straight along the side of the other.
+TEST(VisibleRegions, CoverThePlaceWhereThreeMeet) {
+    const std::vector<SeenFace> faces = {square(2, 2, 10, 10, 0.5, 0), square(2, 10, 18, 18, 0.5, 1),
+                                         square(10, 2, 18, 10, 0.5, 2)};
+    const FlatRegions corner(asPainted(paintedRegionsOf(faces, 20, {0, 1, 2})));
+    EXPECT_THAT(corner.at(10.5, 10.5), testing::UnorderedElementsAre(0U, 1U));
+    EXPECT_THAT(corner.at(10.5, 9.9), testing::UnorderedElementsAre(0U, 1U, 2U));
+    EXPECT_THAT(corner.at(9.9, 10.5), testing::UnorderedElementsAre(0U, 1U));
+    EXPECT_THAT(corner.at(11.2, 11.2), testing::ElementsAre(1U)) << "no farther than told";
+    const FlatRegions side(asPainted(paintedRegionsOf(faces, 20, {1, 0, 2})));
+    for (const double x : {9.7, 10.0, 10.3}) {
+        EXPECT_THAT(side.at(x, 9.3), testing::Contains(1U)) << x;
+    }
+    EXPECT_THAT(side.at(10.3, 10.3), testing::ElementsAre(1U)) << "the second is not painted over the first";
+}
+
+// The first is painted over the second, and the third over both: the corner of the first has the third before it, but
+// stays where its border with the second ends.
+TEST(VisibleRegions, StayInCornersWithWhatWasPaintedBefore) {
+    const std::vector<SeenFace> faces = {square(2, 2, 10, 10, 0.5, 0), square(2, 10, 10, 18, 0.5, 1),
+                                         square(10, 2, 18, 18, 0.5, 2)};
+    const FlatRegions painted(asPainted(paintedRegionsOf(faces, 20, {1, 0, 2})));
+    EXPECT_THAT(painted.at(10.4, 10.4), testing::UnorderedElementsAre(1U, 2U));
+    EXPECT_THAT(painted.at(10.4, 9.7), testing::IsSupersetOf({1U, 2U}));
+}
+
 TEST(VisibleRegions, GoOnUnderNothingThatIsNotPainted) {
     const std::vector<SeenFace> faces = {square(2, 2, 10, 18, 0.5, 0), square(10, 2, 18, 18, 0.5, 1)};
     for (const auto& region : paintedRegionsOf(faces, 20, {0, KivVisibleRegions::unpainted})) {

@@ -137,7 +137,7 @@ private:
             fitRing(chains.back(), rules.tolerance);
         }
         if (rules.underlap > 0.0) {
-            goUnder(start, isClosed && !isNode[map.origin(start)]);
+            goUnder(start, way.back(), isClosed && !isNode[map.origin(start)]);
         }
     }
     // Regions that are not painted come first: others lie beside them as beside the paper.
@@ -145,9 +145,23 @@ private:
         const std::uint32_t rank = look < rules.ranks->size() ? (*rules.ranks)[look] : KivVisibleRegions::unpainted;
         return rank != KivVisibleRegions::unpainted ? std::int64_t{rank} : -1;
     }
-    void goUnder(std::uint32_t halfEdge, bool isRing) {
-        const std::uint32_t left = regionOf(halfEdge);
-        const std::uint32_t right = regionOf(PlanarMap::twin(halfEdge));
+    // The corner of a region between two of its borders. It stays where it is unless both go under.
+    KivPicturePoint cornerUnder(std::uint32_t in, std::uint32_t out, std::int64_t rank,
+                                const std::function<UnderlapPlace(const KivPicturePoint&)>& at) const {
+        const KivPicturePoint corner = pictureOf(map.place(map.target(in)));
+        const auto goesUnder = [&](std::uint32_t border) {
+            return rankOf(merged.lookOf(regionOf(PlanarMap::twin(border)))) > rank;
+        };
+        if (!goesUnder(in) || !goesUnder(out)) {
+            return corner;
+        }
+        return moveCornerUnder(pictureOf(map.place(map.origin(in))), corner, pictureOf(map.place(map.target(out))),
+                               {rules.underlap, false, at});
+    }
+    // The chain from its first half-edge to its last.
+    void goUnder(std::uint32_t first, std::uint32_t last, bool isRing) {
+        const std::uint32_t left = regionOf(first);
+        const std::uint32_t right = regionOf(PlanarMap::twin(first));
         const bool onLeft = rankOf(merged.lookOf(left)) > rankOf(merged.lookOf(right));
         const std::uint32_t look = merged.lookOf(onLeft ? right : left);
         const std::int64_t rank = rankOf(look);
@@ -161,7 +175,15 @@ private:
                                           : UnderlapPlace::other;
         };
         const Chain& own = chains.back();
-        line = moveUnder({own.start, own.pieces, isRing}, {rules.underlap, onLeft, at});
+        UnderlapEnds ends{own.start, own.pieces.back().end};
+        if (!isRing) {
+            // Around the region itself, which lies on the left of its borders.
+            const std::uint32_t in = onLeft ? PlanarMap::twin(first) : last;
+            const std::uint32_t out = onLeft ? PlanarMap::twin(last) : first;
+            (onLeft ? ends.first : ends.last) = cornerUnder(in, next(in), rank, at);
+            (onLeft ? ends.last : ends.first) = cornerUnder(previous(out), out, rank, at);
+        }
+        line = moveUnder({own.start, own.pieces, isRing}, ends, {rules.underlap, onLeft, at});
         if (line.empty()) {
             return;
         }

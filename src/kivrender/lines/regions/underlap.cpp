@@ -85,22 +85,36 @@ double roomAt(const KivPicturePoint& p, const KivPicturePoint& way, const Underl
     return 0.0;
 }
 
+KivPicturePoint moved(const KivPicturePoint& before, const KivPicturePoint& at, const KivPicturePoint& after,
+                      const UnderlapRules& rules) {
+    const KivPicturePoint left = leftOf(before, at, after);
+    const KivPicturePoint way = rules.onLeft ? left : KivPicturePoint{-left.x, -left.y};
+    const double length = way.x == 0.0 && way.y == 0.0 ? 0.0 : roomAt(at, way, rules);
+    return along(at, way, length);
+}
+
 } // namespace
 
-std::vector<KivPicturePoint> moveUnder(const KivCurvePath& border, const UnderlapRules& rules) {
+KivPicturePoint moveCornerUnder(const KivPicturePoint& before, const KivPicturePoint& corner,
+                                const KivPicturePoint& after, const UnderlapRules& rules) {
+    return moved(before, corner, after, rules);
+}
+
+std::vector<KivPicturePoint> moveUnder(const KivCurvePath& border, const UnderlapEnds& ends,
+                                       const UnderlapRules& rules) {
     const std::vector<KivPicturePoint> places = placesOf(border, rules.reach);
-    std::vector<KivPicturePoint> moved = places;
+    std::vector<KivPicturePoint> under = places;
     bool hasRoom = false;
     const std::size_t count = places.size();
     for (std::size_t i = 0; i < count; ++i) {
-        if (!border.closed && (i == 0 || i + 1 == count)) {
-            continue;
+        if (!border.closed && i == 0) {
+            under[i] = ends.first;
+        } else if (!border.closed && i + 1 == count) {
+            under[i] = ends.last;
+        } else {
+            under[i] = moved(places[(i + count - 1) % count], places[i], places[(i + 1) % count], rules);
         }
-        const KivPicturePoint left = leftOf(places[(i + count - 1) % count], places[i], places[(i + 1) % count]);
-        const KivPicturePoint way = rules.onLeft ? left : KivPicturePoint{-left.x, -left.y};
-        const double length = way.x == 0.0 && way.y == 0.0 ? 0.0 : roomAt(places[i], way, rules);
-        moved[i] = along(places[i], way, length);
-        hasRoom = hasRoom || length > 0.0;
+        hasRoom = hasRoom || distance(under[i], places[i]) > 0.0;
     }
-    return hasRoom ? moved : std::vector<KivPicturePoint>();
+    return hasRoom ? under : std::vector<KivPicturePoint>();
 }

@@ -21,9 +21,20 @@ struct UnderlapRules {
     std::function<UnderlapPlace(const KivPicturePoint&)> at;
 };
 
+struct UnderlapEnds {
+    KivPicturePoint first;
+    KivPicturePoint last;
+};
+
 // The border, moved under what is painted later; only to the middle of what is thin and has the area on its other side
-// too, where the two borders would cross. The ends of an open one stay; a closed one does not repeat its first point.
-// Empty where there is no room.
-std::vector<KivPicturePoint> moveUnder(const KivCurvePath& border, const UnderlapRules& rules);
+// too, where the two borders would cross. Of an open one the ends are where its corners went; a closed one does not
+// repeat its first point. Empty where there is no room.
+std::vector<KivPicturePoint> moveUnder(const KivCurvePath& border, const UnderlapEnds& ends,
+                                       const UnderlapRules& rules);
+
+// The corner of an area between two borders, seen along them, both of which go under what is painted later. Three areas
+// that meet leave more of a pixel to what lies behind them than two: the one below has to cover it.
+KivPicturePoint moveCornerUnder(const KivPicturePoint& before, const KivPicturePoint& corner,
+                                const KivPicturePoint& after, const UnderlapRules& rules);
 
 #endif

@@ -517,6 +517,23 @@ TEST(Program, DrawingsAreSeenThroughWhereMaterialsAre) {
     }
 }
 
+// Only pictures are drawn larger than they become.
+TEST(Program, DrawingsTakeNoMemoryForAntialiasing) {
+    const ProgramFolder folder;
+    const std::string box = writeBlueBox(folder);
+    const auto peak = [&](std::vector<std::string> words, const std::string& name, const std::string& level) {
+        words.insert(words.end(), {box, "-o", folder.path(name), "-s", "1600x1200", "-a", level, "-q"});
+        const Outcome outcome = run(folder, words);
+        EXPECT_EQ(outcome.status, 0) << outcome.err;
+        return outcome.peakKilobytes;
+    };
+    constexpr long room = 50000;
+    EXPECT_LT(peak({"render"}, "a.svg", "2"), peak({"render"}, "b.svg", "0") + room);
+    const std::vector<std::string> film = {"animate", "--seconds", "0.04"};
+    EXPECT_LT(peak(film, "a%04d.svg", "2"), peak(film, "b%04d.svg", "0") + room);
+    EXPECT_GT(peak({"render"}, "c.png", "2"), peak({"render"}, "d.png", "0") + room); // so it would show
+}
+
 TEST(Program, SpeaksTheLanguageThatIsAskedFor) {
     const ProgramFolder folder;
     const auto shaders = [&folder](const std::map<std::string, std::string>& variables,

@@ -10,6 +10,7 @@
 #include <thread>
 
 #include <fcntl.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -17,6 +18,7 @@ struct Outcome {
     int status = -1;
     std::string out;
     std::string err;
+    long peakKilobytes = 0; // of memory
 };
 
 inline std::string readAll(const std::string& path) {
@@ -61,8 +63,10 @@ inline Outcome run(const ProgramFolder& folder, std::vector<std::string> argumen
         kill(child, SIGINT);
     }
     int state = 0;
-    waitpid(child, &state, 0);
-    Outcome outcome{WIFEXITED(state) ? WEXITSTATUS(state) : 1000 + WTERMSIG(state), readAll(out), readAll(err)};
+    rusage usage{};
+    wait4(child, &state, 0, &usage);
+    Outcome outcome{WIFEXITED(state) ? WEXITSTATUS(state) : 1000 + WTERMSIG(state), readAll(out), readAll(err),
+                    usage.ru_maxrss};
     std::filesystem::remove(out);
     std::filesystem::remove(err);
     if (!keepsHome) {

@@ -117,7 +117,7 @@ public:
         choosePaper();
         catchInterrupts();
         const Program program;
-        chooseLook(program.host());
+        chooseLook(program.host(), maker.count() > 0 && !maker.drawingName(0).empty());
         const std::vector<Job> jobs = planJobs(options);
         bar.restart(L"Reading the model");
         KivModel model = choice.read(jobs.front().models, poseOf(maker, 0, nullptr));
@@ -223,7 +223,7 @@ private:
     }
 
     int drawJobs(const std::vector<Job>& jobs, OutputFiles& outputs, CliHost& host) {
-        chooseLook(host);
+        chooseLook(host, isOfDrawings(jobs.front()));
         std::size_t numFailed = 0;
         for (const Job& job : jobs) {
             numFailed += tryJob(job, jobs.size() > 1, outputs, host) ? 0 : 1;
@@ -239,16 +239,22 @@ private:
         return statusDone;
     }
 
-    void chooseLook(CliHost& host) {
+    static bool isOfDrawings(const Job& job) {
+        return job.layers.empty() && std::ranges::all_of(job.outputs, isDrawingName);
+    }
+
+    // forDrawings: no picture is the first to be drawn.
+    void chooseLook(CliHost& host, bool forDrawings) {
         drawer.chooseLook();
         host.setMemoryFolder(kivFromUtf8(options.memoryFolder));
         timings.add("shaders", timings.lap());
         // The driver is as slow to start as a model is to read, and there is a second core for it.
         static bool isWarm = false;
         if (!isWarm) {
-            warmUp = std::async(std::launch::async, [size = renderSize(), stencil = kivNeedsStencil(options.shadows)] {
-                return kivWarmUpGl(size, stencil);
-            });
+            warmUp = std::async(std::launch::async,
+                                [size = renderSize(forDrawings), stencil = kivNeedsStencil(options.shadows)] {
+                                    return kivWarmUpGl(size, stencil);
+                                });
             isWarm = true;
         }
     }
@@ -313,10 +319,10 @@ private:
         return marks;
     }
 
-    tagSIZE renderSize() const {
+    tagSIZE renderSize(bool isDrawing) const {
         // Sizes that can't be drawn are refused by the surface; here they must not run over.
-        const auto enlarge = [this](std::int64_t v) {
-            return static_cast<std::int32_t>(std::min<std::int64_t>(v << options.antialias, 1 << 20));
+        const auto enlarge = [times = isDrawing ? 0 : options.antialias](std::int64_t v) {
+            return static_cast<std::int32_t>(std::min<std::int64_t>(v << times, 1 << 20));
         };
         return {enlarge(options.width), enlarge(options.height)};
     }

@@ -20,6 +20,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <numeric>
 #include <tuple>
 
 namespace {
@@ -397,16 +398,29 @@ bool KivLineDrawing::traceJobs() {
         }
     }
     depth = {};
-    takeStrokes(seen);
-    return true;
+    return takeStrokes(seen);
 }
 
 // Lines that are not seen, and those of the derived class, go out as they are; the others as whole strokes.
-void KivLineDrawing::takeStrokes(std::vector<Traced>& seen) {
+bool KivLineDrawing::takeStrokes(std::vector<Traced>& seen) {
     std::vector<KivStrokePiece> pieces;
     std::vector<std::size_t> tracedOf;
     std::map<std::tuple<const KivTablePageSettings*, std::uint32_t, double, KivFeatureKind>, std::uint32_t> groups;
+    std::size_t sincePoll = 0;
+    const auto goesOn = [&sincePoll](std::size_t points) {
+        constexpr std::size_t pointsOfStroke = 16; // what one costs beside its points
+        constexpr std::size_t pointsPerPoll = 1U << 15U;
+        sincePoll += pointsOfStroke + points;
+        if (sincePoll < pointsPerPoll) {
+            return true;
+        }
+        sincePoll = 0;
+        return !kivIsCancelled();
+    };
     for (std::size_t i = 0; i < seen.size(); ++i) {
+        if (!goesOn(seen[i].path.points.size())) {
+            return false;
+        }
         const Job& job = jobs[seen[i].job];
         if (seen[i].path.hidden || job.mark != 0 || job.isGiven) {
             takePath(job, seen[i].path);
@@ -417,9 +431,18 @@ void KivLineDrawing::takeStrokes(std::vector<Traced>& seen) {
         pieces.push_back({&seen[i].path, groups.try_emplace(key, group).first->second, toolOf(*job.page).pen.shortest});
         tracedOf.push_back(i);
     }
-    for (const KivWholeStroke& stroke : kivWholeStrokes(pieces, pixel, view.width(), view.height())) {
+    std::vector<KivWholeStroke> strokes;
+    if (!kivWholeStrokes(pieces, pixel, view.width(), view.height(), strokes)) {
+        return false;
+    }
+    for (const KivWholeStroke& stroke : strokes) {
+        const auto add = [&](std::size_t sum, std::uint32_t piece) { return sum + pieces[piece].path->points.size(); };
+        if (!goesOn(std::accumulate(stroke.pieces.begin(), stroke.pieces.end(), std::size_t{0}, add))) {
+            return false;
+        }
         takeStroke(stroke, tracedOf, seen);
     }
+    return true;
 }
 
 void KivLineDrawing::takeStroke(const KivWholeStroke& stroke, const std::vector<std::size_t>& tracedOf,

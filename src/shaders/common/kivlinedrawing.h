@@ -133,7 +133,7 @@ private:
     void wantDepth(double margin, const KivLineTile* tile);
     void readDepth(const KivLineTile* tile);
     bool traceJobs();
-    void takeStrokes(std::vector<Traced>& seen);
+    bool takeStrokes(std::vector<Traced>& seen);
     void takeStroke(const KivWholeStroke& stroke, const std::vector<std::size_t>& tracedOf,
                     const std::vector<Traced>& seen);
     bool traceExactly();

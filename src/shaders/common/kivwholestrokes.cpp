@@ -1,8 +1,12 @@
 #include "kivwholestrokes.h"
 
+#include "kivrender/lines/regions/polledsort.h"
+#include "kivrender/scene/kivprogress.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <functional>
 #include <limits>
 #include <tuple>
 #include <unordered_map>
@@ -87,6 +91,25 @@ private:
     std::unordered_map<std::int64_t, std::vector<Item>> cells;
 };
 
+// Asks for a cancel every few milliseconds of work.
+class Polls {
+public:
+    // steps: some nanoseconds of work each, that come next. False once the user has cancelled.
+    bool goOn(std::size_t steps) {
+        constexpr std::size_t stepsPerPoll = 1U << 18U;
+        sincePoll += steps;
+        if (sincePoll >= stepsPerPoll) {
+            sincePoll = 0;
+            cancelled = cancelled || kivIsCancelled();
+        }
+        return !cancelled;
+    }
+
+private:
+    std::size_t sincePoll = 0;
+    bool cancelled = false;
+};
+
 // A point of a stroke, with half of the line's width there.
 struct StrokePoint {
     float x = 0.0F;
@@ -96,19 +119,20 @@ struct StrokePoint {
 };
 
 class StrokeMaker {
+    static constexpr std::size_t stepsOfPoint = 20; // for Polls
+    static constexpr std::size_t stepsOfPair = 10;
+
 public:
     StrokeMaker(const std::vector<KivStrokePiece>& p, double pixelSize, int w, int h)
         : pieces(p), pixel(pixelSize), width(w), height(h), mates(p.size() * 2, noEnd) {}
 
-    std::vector<KivWholeStroke> make() {
-        findEnds();
-        joinEnds();
-        walk();
-        findLoose();
-        strokes.erase(std::remove_if(strokes.begin(), strokes.end(),
-                                     [this](const KivWholeStroke& stroke) { return mayGo(stroke); }),
-                      strokes.end());
-        return std::move(strokes);
+    // False when the user cancelled.
+    bool make(std::vector<KivWholeStroke>& made) {
+        if (!findEnds() || !joinEnds() || !walk() || !findLoose() || !dropBarbs()) {
+            return false;
+        }
+        made = std::move(strokes);
+        return true;
     }
 
 private:
@@ -116,14 +140,18 @@ private:
         return !pieces[piece].path->closed && pieces[piece].path->points.size() > 1;
     }
 
-    void findEnds() {
+    bool findEnds() {
         ends.resize(mates.size());
         for (std::size_t i = 0; i < pieces.size(); ++i) {
+            if (!polls.goOn(stepsOfPoint * pieces[i].path->points.size())) {
+                return false;
+            }
             if (isOpen(i)) {
                 ends[2 * i] = endOf(*pieces[i].path, false);
                 ends[2 * i + 1] = endOf(*pieces[i].path, true);
             }
         }
+        return true;
     }
 
     End endOf(const KivLinePath& path, bool atLast) const {
@@ -173,9 +201,12 @@ private:
     }
 
     // Those that go on best first.
-    void joinEnds() {
+    bool joinEnds() {
         Grid<std::uint32_t> grid(widestGap * pixel);
         for (std::uint32_t e = 0; e < ends.size(); ++e) {
+            if (!polls.goOn(stepsOfPoint)) {
+                return false;
+            }
             if (isOpen(e / 2)) {
                 grid.add(ends[e].x, ends[e].y, e);
             }
@@ -184,19 +215,26 @@ private:
         for (std::uint32_t e = 0; e < ends.size(); ++e) {
             if (isOpen(e / 2)) {
                 grid.visitAround(ends[e].x, ends[e].y, [&](const std::vector<std::uint32_t>& there) {
-                    for (std::size_t i = 0; i < std::min(there.size(), mostEnds); ++i) {
+                    const std::size_t count = std::min(there.size(), mostEnds);
+                    for (std::size_t i = 0; i < count && polls.goOn(stepsOfPair); ++i) {
                         addPair(e, there[i], pairs);
                     }
                 });
             }
         }
-        std::sort(pairs.begin(), pairs.end());
+        if (!polls.goOn(0) || !polledSort(pairs, std::less<>())) {
+            return false;
+        }
         for (const auto& [cost, a, b] : pairs) {
+            if (!polls.goOn(1)) {
+                return false;
+            }
             if (mates[a] == noEnd && mates[b] == noEnd) {
                 mates[a] = static_cast<std::int32_t>(b);
                 mates[b] = static_cast<std::int32_t>(a);
             }
         }
+        return true;
     }
 
     void addPair(std::uint32_t a, std::uint32_t b,
@@ -214,20 +252,38 @@ private:
         }
     }
 
-    void walk() {
+    bool walk() {
         std::vector<bool> done(pieces.size(), false);
         // Open strokes from the end that comes first, then rings.
         for (const bool rings : {false, true}) {
             for (std::uint32_t i = 0; i < pieces.size(); ++i) {
+                if (!polls.goOn(stepsOfPoint)) {
+                    return false;
+                }
                 if (!done[i]) {
                     walkFrom(i, rings, done);
                 }
             }
         }
-        std::sort(strokes.begin(), strokes.end(), [](const KivWholeStroke& a, const KivWholeStroke& b) {
-            return *std::min_element(a.pieces.begin(), a.pieces.end()) <
-                   *std::min_element(b.pieces.begin(), b.pieces.end());
-        });
+        return orderStrokes();
+    }
+
+    bool orderStrokes() {
+        std::vector<std::pair<std::uint32_t, std::size_t>> order; // by their first pieces
+        order.reserve(strokes.size());
+        for (const KivWholeStroke& stroke : strokes) {
+            order.emplace_back(*std::min_element(stroke.pieces.begin(), stroke.pieces.end()), order.size());
+        }
+        if (!polledSort(order, std::less<>())) {
+            return false;
+        }
+        std::vector<KivWholeStroke> sorted;
+        sorted.reserve(strokes.size());
+        for (const auto& [first, place] : order) {
+            sorted.push_back(std::move(strokes[place]));
+        }
+        strokes.swap(sorted);
+        return true;
     }
 
     void walkFrom(std::uint32_t first, bool isRing, std::vector<bool>& done) {
@@ -254,9 +310,12 @@ private:
         return end.x < reach || end.y < reach || end.x > width - reach || end.y > height - reach;
     }
 
-    void findLoose() {
+    bool findLoose() {
         double widest = 0.0;
         for (const KivStrokePiece& piece : pieces) {
+            if (!polls.goOn(piece.path->points.size())) {
+                return false;
+            }
             for (const KivLinePoint& point : piece.path->points) {
                 widest = std::max(widest, static_cast<double>(point.halfWidth));
             }
@@ -265,6 +324,9 @@ private:
         for (std::uint32_t s = 0; s < strokes.size(); ++s) {
             for (const std::uint32_t piece : strokes[s].pieces) {
                 for (const KivLinePoint& point : pieces[piece].path->points) {
+                    if (!polls.goOn(stepsOfPoint)) {
+                        return false;
+                    }
                     grid.add(static_cast<double>(point.x), static_cast<double>(point.y),
                              {point.x, point.y, point.halfWidth, s});
                 }
@@ -276,22 +338,37 @@ private:
                 stroke.startsLoose = isLoose(s, 2 * stroke.pieces.front() + (stroke.reversed.front() ? 1 : 0), grid);
                 stroke.endsLoose = isLoose(s, 2 * stroke.pieces.back() + (stroke.reversed.back() ? 0 : 1), grid);
             }
+            if (!polls.goOn(stepsOfPoint)) {
+                return false;
+            }
         }
+        return true;
     }
 
-    bool isLoose(std::uint32_t stroke, std::uint32_t e, Grid<StrokePoint>& grid) const {
+    bool isLoose(std::uint32_t stroke, std::uint32_t e, Grid<StrokePoint>& grid) {
         const End& end = ends[e];
         return !isAtEdge(end) && !grid.findAround(end.x, end.y, [&](const StrokePoint& point) {
+            if (!polls.goOn(1)) {
+                return true;
+            }
             return point.stroke != stroke &&
                    std::hypot(static_cast<double>(point.x) - end.x, static_cast<double>(point.y) - end.y) <
                        touching * pixel + static_cast<double>(point.halfWidth);
         });
     }
 
-    bool mayGo(const KivWholeStroke& stroke) const {
+    bool dropBarbs() {
+        std::erase_if(strokes, [this](const KivWholeStroke& stroke) { return mayGo(stroke); });
+        return polls.goOn(0);
+    }
+
+    bool mayGo(const KivWholeStroke& stroke) {
         double length = 0.0;
         double shortest = pieces[stroke.pieces.front()].shortest;
         for (const std::uint32_t piece : stroke.pieces) {
+            if (!polls.goOn(stepsOfPoint * pieces[piece].path->points.size())) {
+                return false;
+            }
             length += lengthOf(*pieces[piece].path);
             shortest = std::min(shortest, pieces[piece].path->isOutline ? 0.0 : pieces[piece].shortest);
         }
@@ -309,6 +386,7 @@ private:
     std::vector<End> ends;
     std::vector<std::int32_t> mates; // of the ends
     std::vector<KivWholeStroke> strokes;
+    Polls polls;
 };
 
 // How many of the piece's points, in the order of the walk, lie beside the end of the path and not beyond it. They come
@@ -336,9 +414,9 @@ std::size_t numBehindEnd(const KivLinePath& path, const KivLinePath& piece, bool
 
 } // namespace
 
-std::vector<KivWholeStroke> kivWholeStrokes(const std::vector<KivStrokePiece>& pieces, double pixel, int width,
-                                            int height) {
-    return StrokeMaker(pieces, pixel, width, height).make();
+bool kivWholeStrokes(const std::vector<KivStrokePiece>& pieces, double pixel, int width, int height,
+                     std::vector<KivWholeStroke>& strokes) {
+    return StrokeMaker(pieces, pixel, width, height).make(strokes);
 }
 
 void kivAppendPath(const KivLinePath& piece, bool reversed, std::uint32_t firstCorner, KivLinePath& path) {

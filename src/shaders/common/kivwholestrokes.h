@@ -30,8 +30,8 @@ void kivAppendPath(const KivLinePath& piece, bool reversed, std::uint32_t firstC
 // pixel: one of the finished picture, in pixels of the image; width and height those of the image. Strokes come in the
 // order of their first pieces. Of strokes that hang on nothing at both ends those go that are shorter than three times
 // their shortest length, of barbs on others those below it; outlines before nothing stay. Takes time and memory in
-// proportion to the points, but for crowds of ends in one place.
-std::vector<KivWholeStroke> kivWholeStrokes(const std::vector<KivStrokePiece>& pieces, double pixel, int width,
-                                            int height);
+// proportion to the points, but for crowds of ends in one place. False, with no strokes, when the user cancelled.
+bool kivWholeStrokes(const std::vector<KivStrokePiece>& pieces, double pixel, int width, int height,
+                     std::vector<KivWholeStroke>& strokes);
 
 #endif

@@ -25,12 +25,18 @@ KivLinePath lineBetween(float x0, float y0, float x1, float y1) {
     return path;
 }
 
+std::vector<KivWholeStroke> strokesOfPieces(const std::vector<KivStrokePiece>& pieces, double pixel = 1.0) {
+    std::vector<KivWholeStroke> strokes;
+    EXPECT_TRUE(kivWholeStrokes(pieces, pixel, size, size, strokes));
+    return strokes;
+}
+
 std::vector<KivWholeStroke> strokesOf(const std::vector<KivLinePath>& paths, double shortest = 5.0) {
     std::vector<KivStrokePiece> pieces;
     for (const KivLinePath& path : paths) {
         pieces.push_back({&path, 0, shortest});
     }
-    return kivWholeStrokes(pieces, 1.0, size, size);
+    return strokesOfPieces(pieces);
 }
 
 } // namespace
@@ -52,8 +58,8 @@ TEST(KivWholeStrokes, GapsTurnsAndOtherPensPart) {
     EXPECT_EQ(strokesOf({lineBetween(100, 100, 150, 100), lineBetween(148, 103, 200, 103)}).size(), 2U); // side by side
     const KivLinePath one = lineBetween(100, 100, 150, 100);
     const KivLinePath other = lineBetween(150, 100, 200, 100);
-    EXPECT_EQ(kivWholeStrokes({{&one, 0, 5.0}, {&other, 1, 5.0}}, 1.0, size, size).size(), 2U);
-    EXPECT_EQ(kivWholeStrokes({{&one, 0, 5.0}, {&other, 0, 5.0}}, 1.0, size, size).size(), 1U);
+    EXPECT_EQ(strokesOfPieces({{&one, 0, 5.0}, {&other, 1, 5.0}}).size(), 2U);
+    EXPECT_EQ(strokesOfPieces({{&one, 0, 5.0}, {&other, 0, 5.0}}).size(), 1U);
 }
 
 TEST(KivWholeStrokes, PiecesThatRunPastEachOtherAreOne) {
@@ -69,7 +75,7 @@ TEST(KivWholeStrokes, PiecesThatRunPastEachOtherAreOne) {
 TEST(KivWholeStrokes, LengthsAreOnesOfTheFinishedPicture) {
     const KivLinePath one = lineBetween(100, 100, 150, 100);
     const KivLinePath other = lineBetween(162, 100, 200, 100);
-    EXPECT_EQ(kivWholeStrokes({{&one, 0, 5.0}, {&other, 0, 5.0}}, 4.0, size, size).size(), 1U);
+    EXPECT_EQ(strokesOfPieces({{&one, 0, 5.0}, {&other, 0, 5.0}}, 4.0).size(), 1U);
 }
 
 TEST(KivWholeStrokes, ARingMeetsItself) {
@@ -139,7 +145,7 @@ std::vector<KivWholeStroke> strokesOfTheirOwn(const std::vector<KivLinePath>& pa
     for (const KivLinePath& path : paths) {
         pieces.push_back({&path, static_cast<std::uint32_t>(pieces.size()), 0.0});
     }
-    return kivWholeStrokes(pieces, 1.0, size, size);
+    return strokesOfPieces(pieces);
 }
 
 TEST(KivWholeStrokes, AnEndIsLooseWhereNoPointOfAnotherStrokeTouchesIt) {
@@ -188,6 +194,46 @@ TEST(KivWholeStrokes, ACrowdIsNotComparedWithItself) {
     const double seconds =
         static_cast<double>(after.tv_sec - before.tv_sec) + 1e-9 * static_cast<double>(after.tv_nsec - before.tv_nsec);
     EXPECT_LT(seconds, 0.6 * PollCost::slowness);
+}
+
+TEST(KivWholeStrokes, PollsByCost) {
+    std::mt19937 words(9);
+    const std::vector<KivLinePath> crowd = crowdOf(30000, 60.0, words);
+    std::vector<KivStrokePiece> pieces;
+    for (const KivLinePath& path : crowd) {
+        pieces.push_back({&path, 0, 5.0});
+    }
+    PollCost::expectAllowed([&] {
+        std::vector<KivWholeStroke> strokes;
+        kivWholeStrokes(pieces, 1.0, size, size, strokes);
+    });
+}
+
+// Around scribbles: their points are all within the grid's reach of these ends, as one of them is very wide, and none
+// touches them.
+TEST(KivWholeStrokes, PollsByCostWhereManyPointsLieNearAnEnd) {
+    std::mt19937 words(10);
+    std::vector<KivLinePath> paths(100);
+    for (std::size_t i = 0; i < 400000; ++i) {
+        KivLinePath& path = paths[i % paths.size()];
+        const auto random = [&words] { return static_cast<float>(signedUnit(words)); };
+        path.points.push_back({200.0F + random(), 200.0F + random(), i == 0 ? 40.0F : 1.0F});
+        path.stations.push_back({0, 0.0F});
+    }
+    for (int i = 0; i < 40; ++i) {
+        const float angle = static_cast<float>(i) * 0.157F;
+        const float x = 200.0F + 44.0F * std::cos(angle);
+        const float y = 200.0F + 44.0F * std::sin(angle);
+        paths.push_back(lineBetween(x, y, x + 0.1F, y));
+    }
+    std::vector<KivStrokePiece> pieces;
+    for (const KivLinePath& path : paths) {
+        pieces.push_back({&path, static_cast<std::uint32_t>(pieces.size()), 0.0});
+    }
+    PollCost::expectAllowed([&] {
+        std::vector<KivWholeStroke> strokes;
+        kivWholeStrokes(pieces, 1.0, size, size, strokes);
+    });
 }
 
 TEST(KivAppendPath, TurnsAPieceAndItsEnds) {

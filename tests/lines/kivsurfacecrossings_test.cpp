@@ -281,14 +281,26 @@ TEST(KivSurfaceCrossings, ATubeThroughItselfHasTheSameLinesHoweverItsCornersAreS
 }
 
 TEST(KivSurfaceCrossings, PollsAllTheTime) {
-    const LineBody ring = ringBody({0.0, 0.0, 0.0}, 1.5, 0.6, 300, 150);
-    const LineBody other = ringBody({1.5, 0.0, 0.0}, 1.5, 0.6, 150, 75);
+    const LineBody ring = ringBody({0.0, 0.0, 0.0}, 1.5, 0.6, 540, 270);
+    const LineBody other = ringBody({1.5, 0.0, 0.0}, 1.5, 0.6, 270, 135);
     PollCost::expectAllowed([&] {
         KivSurfaceCrossings crossings;
         if (crossings.add(ring.points, ring.triangles) && crossings.add(other.points, other.triangles)) {
             crossings.find();
         }
     });
+}
+
+// Twice as many for each triangle are taken where nodes of the tree hold parts of several patches.
+TEST(KivSurfaceCrossings, ASmoothSurfaceIsHardlyComparedWithItself) {
+    const LineBody ring = ringBody({0.0, 0.0, 0.0}, 2.0, 1.0, 200, 100);
+    constexpr double comparisonsOfFullEffort = 20e6;
+    constexpr double comparisonsPerTriangle = 2.8;
+    KivSurfaceCrossings crossings;
+    ASSERT_TRUE(crossings.add(ring.points, ring.triangles));
+    crossings.setEffort(comparisonsPerTriangle * static_cast<double>(ring.triangles.size()) / comparisonsOfFullEffort);
+    EXPECT_TRUE(crossings.find());
+    EXPECT_FALSE(crossings.isHeap());
 }
 
 // As many crossings as pairs are not lines of a shape, and would take time with the square of the triangles.

@@ -10,6 +10,7 @@
 #include <bit>
 #include <cmath>
 #include <limits>
+#include <numeric>
 #include <tuple>
 #include <utility>
 
@@ -41,8 +42,8 @@ float above(double value) {
 
 // Two nodes of the tree whose triangles are still to be compared.
 struct KivSurfaceCrossings::Pair {
-    std::uint32_t levels[2];
-    std::uint32_t nodes[2];
+    std::uint32_t one;
+    std::uint32_t other;
 };
 
 KivSurfaceCrossings::KivSurfaceCrossings() : patches(std::make_unique<CalmPatches>()) {}
@@ -51,11 +52,13 @@ KivSurfaceCrossings::~KivSurfaceCrossings() = default;
 
 bool KivSurfaceCrossings::add(std::span<const KivVec> points, std::span<const Triangle> triangles) {
     const auto first = static_cast<std::uint32_t>(corners.size());
+    corners.reserve(corners.size() + points.size());
     for (const KivVec& p : points) {
         corners.push_back(p + KivVec{}); // the sum turns -0 into 0, so that equal places compare equal in every way
     }
     bodies.push_back({faces.size(), kivGrainOf(points, triangles)});
     faces.reserve(faces.size() + triangles.size());
+    numbers.reserve(numbers.size() + triangles.size());
     for (std::size_t i = 0; i < triangles.size(); ++i) {
         if (kivIsCancelledAt(i)) {
             return false;
@@ -71,11 +74,11 @@ bool KivSurfaceCrossings::add(std::span<const KivVec> points, std::span<const Tr
 
 bool KivSurfaceCrossings::find() {
     found.clear();
-    levels.clear();
+    nodes.clear();
     alongEdges.clear();
     witnesses.clear();
     heap = false;
-    if (faces.empty() || !sortAlongCurve() || !findPatches() || !buildLevels() || !join()) {
+    if (faces.empty() || !sortAlongCurve() || !findPatches() || !buildTree() || !join()) {
         return faces.empty();
     }
     if (heap) {
@@ -142,46 +145,67 @@ template <class Box> void include(Box& box, const Box& other) {
 
 // Leaves of several patches would reach from one of these to the next, over much that is none of their business.
 bool KivSurfaceCrossings::buildLeaves() {
-    leafStarts.clear();
-    std::vector<Box> leaves;
-    leaves.reserve(faces.size() / 3);
+    nodes.reserve(faces.size());
     for (std::uint32_t i = 0; i < faces.size(); ++i) {
         if (kivIsCancelledAt(i)) {
             return false;
         }
-        if (leafStarts.empty() || i - leafStarts.back() == leafSize || patchOfFace[i] != patchOfFace[i - 1]) {
-            leafStarts.push_back(i);
-            leaves.push_back(boxes[i]);
+        if (nodes.empty() || i - nodes.back().children[0] == leafSize || patchOfFace[i] != nodes.back().patch) {
+            nodes.push_back({boxes[i], {i, i + 1}, patchOfFace[i], 0});
         } else {
-            include(leaves.back(), boxes[i]);
+            include(nodes.back().box, boxes[i]);
+            nodes.back().children[1] = i + 1;
         }
     }
-    leafStarts.push_back(static_cast<std::uint32_t>(faces.size()));
-    levels.push_back(std::move(leaves));
     return true;
 }
 
-bool KivSurfaceCrossings::buildLevels() {
+std::uint32_t KivSurfaceCrossings::parentOf(std::uint32_t one, std::uint32_t other) {
+    Node parent = nodes[one];
+    include(parent.box, nodes[other].box);
+    parent.children[0] = one;
+    parent.children[1] = other;
+    parent.patch = parent.patch == nodes[other].patch ? parent.patch : CalmPatches::none;
+    parent.height = std::max(parent.height, nodes[other].height) + 1;
+    nodes.push_back(parent);
+    return static_cast<std::uint32_t>(nodes.size() - 1);
+}
+
+// One more level of the tree: neighbours in the row become one node each. ofPatches: only neighbours of one patch; what
+// has none waits in the row.
+bool KivSurfaceCrossings::joinNodes(std::vector<std::uint32_t>& row, bool ofPatches) {
+    std::size_t kept = 0;
+    for (std::size_t i = 0; i < row.size(); ++kept) {
+        if (kivIsCancelledAt(kept)) {
+            return false;
+        }
+        const bool isPair = i + 1 < row.size() && (!ofPatches || nodes[row[i]].patch == nodes[row[i + 1]].patch);
+        row[kept] = isPair ? parentOf(row[i], row[i + 1]) : row[i];
+        i += isPair ? 2 : 1;
+    }
+    row.resize(kept);
+    return true;
+}
+
+// First each patch becomes a tree of its own: nodes with parts of several would be compared with all their neighbours.
+bool KivSurfaceCrossings::buildTree() {
     if (!buildLeaves()) {
         return false;
     }
-    while (levels.back().size() > 1) {
-        const std::vector<Box>& from = levels.back();
-        std::vector<Box> level;
-        level.reserve((from.size() + 1) / 2);
-        for (std::size_t i = 0; i < from.size(); ++i) {
-            if (kivIsCancelledAt(i)) {
-                return false;
-            }
-            if (i % 2 == 0) {
-                level.push_back(from[i]);
-            } else {
-                include(level.back(), from[i]);
-            }
+    nodes.reserve(2 * nodes.size());
+    std::vector<std::uint32_t> row(nodes.size());
+    std::iota(row.begin(), row.end(), 0U);
+    for (std::size_t before = 0; before != row.size();) {
+        before = row.size();
+        if (!joinNodes(row, true)) {
+            return false;
         }
-        levels.push_back(std::move(level));
     }
-    findPatchesOfNodes();
+    while (row.size() > 1) {
+        if (!joinNodes(row, false)) {
+            return false;
+        }
+    }
     return true;
 }
 
@@ -207,8 +231,12 @@ bool liesAside(const KivVec (&plane)[3], const KivVec (&triangle)[3], double gra
 }
 
 template <class Box> bool overlap(const Box& a, const Box& b) {
-    return a.low[0] <= b.high[0] && b.low[0] <= a.high[0] && a.low[1] <= b.high[1] && b.low[1] <= a.high[1] &&
-           a.low[2] <= b.high[2] && b.low[2] <= a.high[2];
+    bool meets = true; // without branches, which nobody could predict
+    for (int axis = 0; axis < 3; ++axis) {
+        meets &= a.low[axis] <= b.high[axis];
+        meets &= b.low[axis] <= a.high[axis];
+    }
+    return meets;
 }
 
 } // namespace
@@ -256,37 +284,18 @@ void KivSurfaceCrossings::groupRun(std::size_t first, std::size_t end) {
     }
 }
 
-void KivSurfaceCrossings::findPatchesOfNodes() {
-    patchOfNode.assign(1, std::vector<std::uint32_t>(levels[0].size()));
-    for (std::size_t leaf = 0; leaf < levels[0].size(); ++leaf) {
-        patchOfNode[0][leaf] = patchOfFace[leafStarts[leaf]];
-    }
-    for (std::size_t size = 2 * leafSize; size <= CalmPatches::runSize && patchOfNode.size() < levels.size();
-         size *= 2) {
-        const std::vector<std::uint32_t>& below = patchOfNode.back();
-        std::vector<std::uint32_t> level(levels[patchOfNode.size()].size());
-        for (std::size_t i = 0; i < below.size(); ++i) {
-            level[i / 2] = i % 2 == 0 || level[i / 2] == below[i] ? below[i] : CalmPatches::none;
-        }
-        patchOfNode.push_back(std::move(level));
-    }
+bool KivSurfaceCrossings::mayCross(const Pair& pair) const {
+    const Node& one = nodes[pair.one];
+    const Node& other = nodes[pair.other];
+    return overlap(one.box, other.box) && (one.patch == CalmPatches::none || other.patch == CalmPatches::none ||
+                                           !patches->keepApart(one.patch, other.patch));
 }
 
-// Whether nothing under the two nodes can cross.
-bool KivSurfaceCrossings::keepApart(const Pair& pair) const {
-    if (std::max(pair.levels[0], pair.levels[1]) >= patchOfNode.size()) {
-        return false;
-    }
-    const std::uint32_t one = patchOfNode[pair.levels[0]][pair.nodes[0]];
-    const std::uint32_t other = patchOfNode[pair.levels[1]][pair.nodes[1]];
-    return one != CalmPatches::none && other != CalmPatches::none && patches->keepApart(one, other);
-}
-
-// Every pair of leaves whose boxes overlap, a leaf with itself among them, comes once: the larger node is divided
-// first.
+// Every pair of leaves whose boxes overlap, a leaf with itself among them, comes once, but for those that are known not
+// to cross: the higher node is divided first.
 bool KivSurfaceCrossings::join() {
-    const auto top = static_cast<std::uint32_t>(levels.size() - 1);
-    std::vector<Pair> open = {{{top, top}, {0, 0}}};
+    const auto root = static_cast<std::uint32_t>(nodes.size() - 1);
+    std::vector<Pair> open = {{root, root}};
     const auto bound = [this](std::size_t ofAny, std::size_t perFace) {
         return static_cast<std::size_t>(effort * static_cast<double>(std::max(ofAny, perFace * faces.size())));
     };
@@ -304,8 +313,11 @@ bool KivSurfaceCrossings::join() {
         }
         const Pair pair = open.back();
         open.pop_back();
-        if (pair.levels[0] == 0 && pair.levels[1] == 0) {
-            testLeaves(pair.nodes[0], pair.nodes[1]);
+        const Node& one = nodes[pair.one];
+        const Node& other = nodes[pair.other];
+        const bool areLeaves = one.height == 0 && other.height == 0;
+        if (areLeaves) {
+            testLeaves(one, other);
             tests += leafSize * leafSize;
             heap = found.size() + alongEdges.size() > mostPieces;
         }
@@ -313,39 +325,34 @@ bool KivSurfaceCrossings::join() {
         if (heap) {
             return true;
         }
-        if (pair.levels[0] == 0 && pair.levels[1] == 0) {
+        if (areLeaves) {
             continue;
         }
-        const auto pushIfMeeting = [&](const Pair& next) {
-            if (next.nodes[0] < levels[next.levels[0]].size() && next.nodes[1] < levels[next.levels[1]].size() &&
-                overlap(levels[next.levels[0]][next.nodes[0]], levels[next.levels[1]][next.nodes[1]]) &&
-                !keepApart(next)) {
+        const auto pushIfMayCross = [&](const Pair& next) {
+            if (mayCross(next)) {
                 open.push_back(next);
             }
         };
-        if (pair.levels[0] == pair.levels[1] && pair.nodes[0] == pair.nodes[1]) {
-            const std::uint32_t below = pair.levels[0] - 1;
-            const std::uint32_t child = pair.nodes[0] * 2;
-            pushIfMeeting({{below, below}, {child, child}});
-            pushIfMeeting({{below, below}, {child + 1, child + 1}});
-            pushIfMeeting({{below, below}, {child, child + 1}});
+        if (pair.one == pair.other) {
+            pushIfMayCross({one.children[0], one.children[0]});
+            pushIfMayCross({one.children[1], one.children[1]});
+            pushIfMayCross({one.children[0], one.children[1]});
+        } else if (one.height >= other.height) {
+            pushIfMayCross({one.children[0], pair.other});
+            pushIfMayCross({one.children[1], pair.other});
         } else {
-            const int divided = pair.levels[0] >= pair.levels[1] ? 0 : 1;
-            Pair next = pair;
-            --next.levels[divided];
-            next.nodes[divided] = pair.nodes[divided] * 2;
-            pushIfMeeting(next);
-            ++next.nodes[divided];
-            pushIfMeeting(next);
+            pushIfMayCross({pair.one, other.children[0]});
+            pushIfMayCross({pair.one, other.children[1]});
         }
     }
     return true;
 }
 
-void KivSurfaceCrossings::testLeaves(std::size_t one, std::size_t other) {
-    for (std::size_t i = leafStarts[one]; i < leafStarts[one + 1]; ++i) {
-        for (std::size_t k = one == other ? i + 1 : leafStarts[other]; k < leafStarts[other + 1]; ++k) {
-            if (overlap(boxes[i], boxes[k]) && !patches->keepApart(patchOfFace[i], patchOfFace[k])) {
+// Each is of one patch, and the two are not known to keep apart.
+void KivSurfaceCrossings::testLeaves(const Node& one, const Node& other) {
+    for (std::uint32_t i = one.children[0]; i < one.children[1]; ++i) {
+        for (std::uint32_t k = &one == &other ? i + 1 : other.children[0]; k < other.children[1]; ++k) {
+            if (overlap(boxes[i], boxes[k])) {
                 test(faces[i], faces[k]);
             }
         }

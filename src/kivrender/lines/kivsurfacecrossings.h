@@ -9,8 +9,9 @@
 // Meshes may be open, wound either way and not manifold; corners at equal places are one whether meshes share them or
 // repeat them. Faces that touch or lie in one plane make no line.
 //
-// The faces are sorted along a space-filling curve, and a binary tree of their boxes finds the pairs that may cross;
-// each pair is then cut. Time grows with the number of faces and of pairs that come near one another.
+// The faces are sorted along a space-filling curve, and a binary tree of their boxes, whose lower parts are a calm
+// patch of surface each, finds the pairs that may cross; each pair is then cut. Time grows with the number of faces and
+// of pairs that come near one another.
 #ifndef KIVRENDER_LINES_KIVSURFACECROSSINGS_H
 #define KIVRENDER_LINES_KIVSURFACECROSSINGS_H
 
@@ -77,6 +78,13 @@ private:
         float low[3];
         float high[3];
     };
+    // Of the tree. A leaf holds some faces, which follow one another; every other node has two children.
+    struct Node {
+        Box box;
+        std::uint32_t children[2]; // of a leaf: its first face, and the one after its last
+        std::uint32_t patch;       // CalmPatches::none above several
+        std::uint32_t height;      // 0: a leaf
+    };
     // Where its faces begin, and how fine its coordinates count.
     struct Body {
         std::size_t firstFace;
@@ -92,14 +100,15 @@ private:
 
     // --- The steps of find; false when the user cancelled.
     bool sortAlongCurve();
-    bool buildLeaves();
-    bool buildLevels();
     bool findPatches();
     void groupRun(std::size_t first, std::size_t end);
-    void findPatchesOfNodes();
-    bool keepApart(const Pair& pair) const;
+    bool buildLeaves();
+    bool buildTree();
+    bool joinNodes(std::vector<std::uint32_t>& row, bool ofPatches);
+    std::uint32_t parentOf(std::uint32_t one, std::uint32_t other);
+    bool mayCross(const Pair& pair) const;
     bool join();
-    void testLeaves(std::size_t one, std::size_t other);
+    void testLeaves(const Node& one, const Node& other);
     void test(const Face& one, const Face& other);
     // A crossing that runs along an edge is found by both faces at that edge and counts once.
     void takeAlongEdges();
@@ -108,13 +117,11 @@ private:
     std::vector<KivVec> corners;
     std::vector<Face> faces; // along a space-filling curve once find was called
     std::vector<Body> bodies;
-    std::vector<std::uint32_t> numbers;   // of the faces in their bodies, by the order of adding
-    std::vector<Box> boxes;               // of the faces
-    std::vector<std::vector<Box>> levels; // of a binary tree over them, leaves first
+    std::vector<std::uint32_t> numbers; // of the faces in their bodies, by the order of adding
+    std::vector<Box> boxes;             // of the faces
+    std::vector<Node> nodes;            // leaves first, the root last
     std::unique_ptr<CalmPatches> patches;
     std::vector<std::uint32_t> patchOfFace;
-    std::vector<std::uint32_t> leafStarts;               // the first faces of the leaves, and the number of faces
-    std::vector<std::vector<std::uint32_t>> patchOfNode; // of the lower levels, where all of a node is in one
     std::vector<std::pair<Witness, KivCrossing>> alongEdges;
     std::vector<Witness> witnesses;
     std::vector<KivCrossing> found;

@@ -107,7 +107,9 @@ TEST(KivGlPieces, LeaveTheDriverLittleToKeep) {
     ASSERT_GT(before, 0.0);
     EXPECT_TRUE(kivDrawTrianglesInPieces(carpet.indices, always));
     glFinish();
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__) // whose allocators hold freed memory back
     EXPECT_LT(peakMemory() - before, 60.0);
+#endif
 }
 
 } // namespace

@@ -226,8 +226,10 @@ TEST_F(CatalogueTest, AWorkersMemoryStaysFlat) {
     const std::size_t early = *std::max_element(seen.memory.begin(), middle);
     const std::size_t later = *std::max_element(middle, seen.memory.end());
     EXPECT_GT(early, std::size_t{20} << 20);
+#ifndef __SANITIZE_ADDRESS__ // which holds freed memory back
     // No job of the last hundred keeps as much as 20 KB.
     EXPECT_LT(later, early + (std::size_t{2} << 20));
+#endif
 }
 
 TEST_F(CatalogueTest, APipeIsNoModel) {

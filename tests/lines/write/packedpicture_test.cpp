@@ -112,7 +112,8 @@ TEST(PackedPicture, APngHasThePixels) {
                                                            : row % 3 == 1 ? random() % 256U
                                                                           : 77));
     }
-    const PackedPicture packed = kivPack(picture, SheetLayout(sampleDrawing(), {}, 25.4 / 96.0));
+    const KivVectorDrawing drawing = sampleDrawing();
+    const PackedPicture packed = kivPack(picture, SheetLayout(drawing, {}, 25.4 / 96.0));
     EXPECT_EQ(packed.width, 37);
     EXPECT_EQ(packed.height, 23);
     const std::unique_ptr<KivImage> read = decoded(kivPngOf(packed));
@@ -174,8 +175,9 @@ TEST(PackedPicture, APixelIsTheMeanOfThoseThatItCovers) {
         const std::uint8_t grey = i % 12 % 2 == 0 ? 200 : 100;
         picture.pixels.insert(picture.pixels.end(), {grey, 0, static_cast<std::uint8_t>(i / 12 < 6 ? 30 : 60)});
     }
+    const KivVectorDrawing drawing = sampleDrawing();
     const std::unique_ptr<KivImage> read =
-        decoded(kivPngFor(picture, SheetLayout(sampleDrawing(), {}, 25.4 / 96.0), 1'000'000));
+        decoded(kivPngFor(picture, SheetLayout(drawing, {}, 25.4 / 96.0), 1'000'000));
     ASSERT_EQ(read->width(), 4);
     ASSERT_EQ(read->height(), 4);
     for (int i = 0; i < 16; ++i) {
@@ -191,7 +193,8 @@ TEST(PackedPicture, ALinkIsNoLongerThanReadersTake) {
     for (int i = 0; i < 3 * 200 * 200; ++i) {
         picture.pixels.push_back(static_cast<std::uint8_t>(random() % 256U)); // nothing can be left out
     }
-    const SheetLayout layout(sampleDrawing(), {}, 25.4 / 96.0);
+    const KivVectorDrawing drawing = sampleDrawing();
+    const SheetLayout layout(drawing, {}, 25.4 / 96.0);
     EXPECT_GT(kivPngFor(picture, layout, 1'000'000).size(), 100000U);
     const std::string small = kivPngFor(picture, layout, 20000);
     EXPECT_LE(small.size(), 20000U);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <utility>
 
 namespace {
 
@@ -35,8 +36,8 @@ bool isLength(double v) {
 
 } // namespace
 
-SheetLayout::SheetLayout(const KivVectorDrawing& drawn, const KivSheet& wantedSheet, double pixel)
-    : drawing(drawn), sheet(wantedSheet) {
+SheetLayout::SheetLayout(const KivVectorDrawing& drawn, KivSheet wantedSheet, double pixel)
+    : drawing(drawn), sheet(std::move(wantedSheet)) {
     if (!isLength(drawing.width) || !isLength(drawing.height)) {
         found.problem = KivSheetProblem::impossible;
         return;

@@ -12,8 +12,10 @@ inline constexpr double kivDashGap = 3.0;
 
 class KIV_API SheetLayout {
 public:
-    // pixel: the millimetres of a pixel where the sheet does not say. Both others are kept by reference.
-    SheetLayout(const KivVectorDrawing& drawing, const KivSheet& sheet, double pixel);
+    // pixel: the millimetres of a pixel where the sheet does not say. The drawing is kept by reference and outlives the
+    // layout.
+    SheetLayout(const KivVectorDrawing& drawing, KivSheet sheet, double pixel);
+    SheetLayout(KivVectorDrawing&& drawing, KivSheet sheet, double pixel) = delete;
 
     const KivSheetPlace& page() const {
         return found;
@@ -59,7 +61,7 @@ private:
     bool choosePage();
 
     const KivVectorDrawing& drawing;
-    const KivSheet& sheet;
+    KivSheet sheet;
     KivSheetPlace found;
     KivPicturePoint low; // what is drawn, in pixels, its lines without width
     KivPicturePoint high;

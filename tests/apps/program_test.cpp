@@ -534,6 +534,19 @@ TEST(Program, DrawingsTakeNoMemoryForAntialiasing) {
     EXPECT_GT(peak({"render"}, "c.png", "2"), peak({"render"}, "d.png", "0") + room); // so it would show
 }
 
+// Not even where the system's allocator is told to give back all that it can.
+TEST(Program, UsesFreedMemoryAgain) {
+    const ProgramFolder folder;
+    const std::vector<std::string> words = {"render", writeGrid(folder, 120), "--base", "none", "-q", "-s", "320x240",
+                                            "-o",     folder.path("x.svg")};
+    const Outcome plain = run(folder, words);
+    const Outcome told = run(folder, words, -1, false, [] {
+        setenv("GLIBC_TUNABLES", "glibc.malloc.mmap_threshold=65536:glibc.malloc.trim_threshold=65536", 1);
+    });
+    EXPECT_EQ(plain.status, 0) << plain.err;
+    EXPECT_LT(told.pageFaults, plain.pageFaults + plain.pageFaults / 10);
+}
+
 TEST(Program, SpeaksTheLanguageThatIsAskedFor) {
     const ProgramFolder folder;
     const auto shaders = [&folder](const std::map<std::string, std::string>& variables,

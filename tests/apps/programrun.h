@@ -19,6 +19,7 @@ struct Outcome {
     std::string out;
     std::string err;
     long peakKilobytes = 0; // of memory
+    long pageFaults = 0;    // without the disk
 };
 
 inline std::string readAll(const std::string& path) {
@@ -66,7 +67,7 @@ inline Outcome run(const ProgramFolder& folder, std::vector<std::string> argumen
     rusage usage{};
     wait4(child, &state, 0, &usage);
     Outcome outcome{WIFEXITED(state) ? WEXITSTATUS(state) : 1000 + WTERMSIG(state), readAll(out), readAll(err),
-                    usage.ru_maxrss};
+                    usage.ru_maxrss, usage.ru_minflt};
     std::filesystem::remove(out);
     std::filesystem::remove(err);
     if (!keepsHome) {

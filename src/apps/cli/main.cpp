@@ -18,6 +18,7 @@
 #include "apps/common/quietdriver.h"
 #include "apps/common/translation/translation.h"
 #include "kivrender/host/kivuserfolders.h"
+#include "kivrender/platform/kivfreedmemory.h"
 #include "kivrender/shader/kivshader.h"
 
 #include <cstdio>
@@ -146,6 +147,7 @@ int fail(int status, const std::string& text) {
 } // namespace
 
 int main(int argc, char** argv) {
+    kivKeepFreedMemory();
     cleanUpOnSignals();
     quietDriver();
     chooseTextLanguage(languageAmong(argc, argv));

@@ -139,6 +139,21 @@ TEST(SvgWriter, AreasOfSeveralObjectsLieBelowAllLines) {
     EXPECT_LT(place("areas"), place("other"));
 }
 
+// Lines of the scene itself have the first number: they would lie below the only areas, and not be seen.
+TEST(SvgWriter, AreasOfOneObjectLieBelowTheLinesOfAll) {
+    const XmlElement root = parsed(sampleDrawing());
+    std::vector<std::string> order;
+    for (const XmlElement& child : root.children) {
+        if (child.name == "g") {
+            order.push_back(child.attribute("id"));
+        }
+    }
+    EXPECT_EQ(order, (std::vector<std::string>{"plate", "other", "ring"}));
+    KivVectorDrawing bare = sampleDrawing();
+    bare.strokes.clear();
+    EXPECT_EQ(countPaths(byId(parsed(bare)).at("plate-areas")), 1U) << "without a line of its own as well";
+}
+
 TEST(SvgWriter, AreasThatDoNotShareBordersHaveRims) {
     KivVectorDrawing drawing = sampleDrawing();
     drawing.areaRim = 0.5;

@@ -184,11 +184,15 @@ public:
         for (const StrokeGroup& group : groups) {
             objects.insert(group.object);
         }
+        // The only one that is painted has its areas with it and comes first: they would cover what others have drawn.
         if (painted.size() == 1) {
-            objects.insert(painted.begin(), painted.end());
+            objects.erase(*painted.begin());
+            if (!writeObject(*painted.begin(), true)) {
+                return false;
+            }
         }
         for (const std::uint32_t object : objects) {
-            if (!writeObject(object, painted.size() == 1 && painted.contains(object))) {
+            if (!writeObject(object, false)) {
                 return false;
             }
         }

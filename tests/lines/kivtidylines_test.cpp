@@ -202,6 +202,36 @@ TEST(KivTidyLines, SmallDetailsAreDrawnWithTheNarrowPen) {
     }
 }
 
+// Equal holes of a part in perspective: some would be just below the limit, and some just above.
+TEST(KivTidyLines, TheLikeOfANarrowDetailIsNarrow) {
+    struct Pair {
+        double y;
+        double gap;
+        double length;
+        std::uint32_t object;
+        double width;
+    };
+    const std::vector<Pair> pairs = {
+        {0.0, 2.0, 20.0, 1, 1.0},   // run together
+        {20.0, 4.0, 28.0, 1, 1.0},  // nearly
+        {40.0, 4.0, 32.0, 1, 2.0},  // nearly, but longer by more than a half
+        {60.0, 5.0, 20.0, 1, 2.0},  // apart
+        {-20.0, 4.0, 20.0, 2, 2.0}, // nearly, and nothing of this object runs together
+    };
+    Drawing drawing;
+    for (const Pair& pair : pairs) {
+        for (const double y : {pair.y, pair.y + pair.gap}) {
+            drawing.add(level(0.0, pair.length, y), 2.0, false);
+            drawing.lines.back().line.object = pair.object;
+        }
+    }
+    drawing.tidy();
+    ASSERT_EQ(drawing.lines.size(), 2 * pairs.size());
+    for (std::size_t i = 0; i < drawing.lines.size(); ++i) {
+        EXPECT_EQ(drawing.lines[i].width, pairs[i / 2].width) << i;
+    }
+}
+
 TEST(KivTidyLines, LinesThatAreNotDrawnCountForNothing) {
     Drawing drawing;
     drawing.add(level(-60.0, 60.0, 0.0), 0.0, false);

@@ -8,6 +8,7 @@
 #include <cmath>
 #include <cstddef>
 #include <limits>
+#include <map>
 #include <tuple>
 #include <utility>
 
@@ -26,6 +27,10 @@ constexpr double rounding = 0.1; // in pixels
 constexpr double crowded = 0.75;
 constexpr double crowdedPart = 0.5; // of the length
 constexpr double largestDetail = 24.0;
+// What is nearly as crowded and nearly as small as a narrow detail of the same object is its like: of a row of equal
+// holes none stands out.
+constexpr double nearlyCrowded = 1.6;
+constexpr double nearlyAsLarge = 1.5;
 constexpr double narrowPen = 0.5;
 
 double lengthOf(const KivFoundLine& line) {
@@ -69,23 +74,44 @@ private:
         return points;
     }
 
-    // Tangent edges are narrow already.
+    // A line that may be drawn with the narrow pen.
+    struct Detail {
+        std::uint32_t number;
+        double extent;
+        bool isCrowded;
+    };
+
     void thinDetails() {
-        std::vector<std::uint32_t> narrow;
+        std::vector<Detail> details;
+        std::map<std::uint32_t, double> narrowExtents; // the largest of each object
         for (std::uint32_t i = 0; i < lines.size() && budget.goesOn(); ++i) {
-            const KivFoundLine& line = lines[i].line;
-            const bool mayBe = lines[i].mayBeNarrow && !line.hidden && line.kind != KivStrokeKind::tangent;
-            if (mayBe && lines[i].width > 0.0 && extentOf(line) <= largestDetail * lines[i].width && isCrowded(i)) {
-                narrow.push_back(i);
+            const double extent = mayBeNarrow(i) ? extentOf(lines[i].line) : 0.0;
+            if (extent == 0.0 || extent > largestDetail * lines[i].width || !isCrowded(i, nearlyCrowded)) {
+                continue;
+            }
+            details.push_back({i, extent, isCrowded(i, 1.0)});
+            if (details.back().isCrowded) {
+                double& largest = narrowExtents[lines[i].line.object];
+                largest = std::max(largest, extent);
             }
         }
-        for (const std::uint32_t i : narrow) {
-            lines[i].width *= narrowPen;
+        for (const auto& [number, extent, isCrowded] : details) {
+            if (isCrowded || extent <= nearlyAsLarge * narrowExtents[lines[number].line.object]) {
+                lines[number].width *= narrowPen;
+            }
         }
     }
-    bool isCrowded(std::uint32_t i) {
+    // Tangent edges are narrow already.
+    bool mayBeNarrow(std::uint32_t i) const {
+        const KivFoundLine& line = lines[i].line;
+        return lines[i].mayBeNarrow && lines[i].width > 0.0 && !line.hidden && line.kind != KivStrokeKind::tangent;
+    }
+    // times: the distance at which lines run together.
+    bool isCrowded(std::uint32_t i, double times) {
         double beside = 0.0;
-        const auto reachOf = [&](std::uint32_t other) { return crowded * (lines[other].width + lines[i].width); };
+        const auto reachOf = [&](std::uint32_t other) {
+            return times * crowded * (lines[other].width + lines[i].width);
+        };
         for (const LineRun& run : neighbours.runsOf(lines[i].line, i, reachOf, budget)) {
             beside += run.to - run.from;
         }

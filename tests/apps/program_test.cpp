@@ -764,7 +764,12 @@ TEST(Program, InterruptEndsTheReadingOfAModel) {
                 std::to_string((i + 775) % 600'000) + "\n";
     }
     const std::string model = folder.write("large.ply", text);
-    const Outcome outcome = run(folder, {"render", model, "-o", folder.path("large.png")}, 150);
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    constexpr int whileItIsRead = 600; // milliseconds; a sanitizer starts slowly
+#else
+    constexpr int whileItIsRead = 150;
+#endif
+    const Outcome outcome = run(folder, {"render", model, "-o", folder.path("large.png")}, whileItIsRead);
     EXPECT_EQ(outcome.status, 130);
     EXPECT_EQ(outcome.err, "");
     EXPECT_EQ(folder.names(), std::vector<std::string>{"large.ply"});

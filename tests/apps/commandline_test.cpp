@@ -426,6 +426,7 @@ TEST(OutputFile, RefusesWhatCanNotBeWritten) {
               "\"" + folder.path("a.svg") +
                   "\": pictures can't be written as .svg; use one of png, jpg, jpeg, tif, tiff, bmp, gif");
     EXPECT_THAT(complaintOf(folder.path("a.xyz")), HasSubstr("pictures can't be written as .xyz"));
+    EXPECT_THAT(complaintOf(folder.path("a")), HasSubstr("a\": its ending would tell how the picture is written"));
     EXPECT_EQ(complaintOf(folder.path("no/a.png")),
               "can't write \"" + folder.path("no/a.png") + "\": there is no folder \"" + folder.path("no") + "\"");
     std::filesystem::create_directory(folder.path("d.png"));

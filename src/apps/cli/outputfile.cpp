@@ -52,6 +52,9 @@ void checkEnding(const std::string& name, OutputFile::Accepts accepted) {
         add(layeredFormats());
         add(drawingFormats());
     }
+    if (ending.empty()) {
+        throw UsageError("\"" + name + "\": its ending would tell how the picture is written; use one of " + known);
+    }
     throw UsageError("\"" + name + "\": pictures can't be written as ." + ending + "; use one of " + known);
 }
 

@@ -27,6 +27,18 @@ TEST(KivMeshNormals, CopiesHaveTheMarkAndAssignmentReplacesIt) {
     EXPECT_EQ(kivNormalsFrom(KivMesh(mesh)), KivNormalsFrom::file);
 }
 
+TEST(KivMeshNormals, CopiesHaveTheNoiseAndAssignmentReplacesIt) {
+    KivMesh mesh;
+    kivSetMeshNoise(mesh, {0.5, 3.0});
+    EXPECT_EQ(kivMeshNoise(mesh), (KivMeshNoise{0.5, 3.0}));
+    KivMesh copy(mesh);
+    EXPECT_EQ(kivMeshNoise(copy), (KivMeshNoise{0.5, 3.0}));
+    copy = KivMesh();
+    EXPECT_EQ(kivMeshNoise(copy), KivMeshNoise());
+    copy = mesh;
+    EXPECT_EQ(kivMeshNoise(copy), (KivMeshNoise{0.5, 3.0}));
+}
+
 // A weld drops the normals; the next mesh may come to lie where one was.
 TEST(KivMeshNormals, AWeldAndTheEndOfTheMeshForgetIt) {
     KivMesh mesh;

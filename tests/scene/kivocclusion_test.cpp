@@ -57,6 +57,23 @@ TEST(KivOcclusion, OutlineOfAMesh) {
     EXPECT_FALSE(outline->isPointInside(Kiv3DPoint(0.0, 2.5, 0.0), true, true));
 }
 
+TEST(KivOcclusion, TrianglesThatAMeshDoesNotGiveAreNoPartOfItsOutline) {
+    class Withholding : public KivMesh {
+    public:
+        using KivMesh::getTriangle;
+        bool getTriangle(Kiv3DPoint* points, unsigned int number) const override {
+            return number == 1 && KivMesh::getTriangle(points, number);
+        }
+    };
+    Withholding mesh;
+    mesh.addTriangle(Kiv3DPoint(5, 0, 0), Kiv3DPoint(6, 0, 0), Kiv3DPoint(5, 1, 0));
+    mesh.addTriangle(Kiv3DPoint(-1, -1, 0), Kiv3DPoint(1, -1, 0), Kiv3DPoint(0, 1, 0));
+    const auto outline = KivOcclusion::getMeshOutline(mesh, KivOcclusion::cameraFromWorld(camera()));
+    ASSERT_NE(outline, nullptr);
+    EXPECT_EQ(KivTestAccess::edges(*outline).size(), 3U);
+    EXPECT_TRUE(outline->isPointInside(Kiv3DPoint(0.0, 0.0, 0.0), true, false));
+}
+
 TEST(KivOcclusion, AMeshBehindALargerOneIsHidden) {
     KivScene scene;
     scene.addMesh(triangle(1.0, 0.0)); // hidden

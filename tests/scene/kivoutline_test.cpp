@@ -107,6 +107,8 @@ TEST(KivOutline, OverlappingSegmentsGiveAnEnd) {
     // The same through the general operation, slanting and vertical.
     EXPECT_TRUE(hitOf({{0, 0, 0}, {4, 4, 0}, {1, 1, 0}, {2, 2, 0}}, true) == Kiv3DPoint(1, 1, 0));
     EXPECT_TRUE(hitOf({{0, 0, 0}, {0, 4, 0}, {0, 1, 0}, {0, 2, 0}}, true) == Kiv3DPoint(0, 1, 0));
+    EXPECT_TRUE(hitOf({{1, 1, 0}, {2, 2, 0}, {0, 0, 0}, {4, 4, 0}}, true) == Kiv3DPoint(1, 1, 0)) << "its start first";
+    EXPECT_TRUE(hitOf({{0, 1, 0}, {0, 2, 0}, {0, 0, 0}, {0, 4, 0}}, true) == Kiv3DPoint(0, 1, 0));
     EXPECT_FALSE(meet({{0, 0, 0}, {0, 1, 0}, {0, 2, 0}, {0, 3, 0}}, true));
 }
 

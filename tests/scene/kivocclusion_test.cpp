@@ -74,6 +74,15 @@ TEST(KivOcclusion, TrianglesThatAMeshDoesNotGiveAreNoPartOfItsOutline) {
     EXPECT_TRUE(outline->isPointInside(Kiv3DPoint(0.0, 0.0, 0.0), true, false));
 }
 
+// All of its vertices, which are none, lie behind the other and within it.
+TEST(KivOcclusion, AMeshWithoutVerticesIsHiddenByAny) {
+    const Kiv3DMatrix matrix = KivOcclusion::cameraFromWorld(camera());
+    const std::unique_ptr<KivMesh> front(triangle(1.0, 5.0));
+    KivMesh empty;
+    EXPECT_FALSE(KivOcclusion::isMeshVisible({front.get(), &empty}, 1, matrix));
+    EXPECT_TRUE(KivOcclusion::isMeshVisible({&empty, front.get()}, 1, matrix)) << "it hides nothing";
+}
+
 TEST(KivOcclusion, AMeshBehindALargerOneIsHidden) {
     KivScene scene;
     scene.addMesh(triangle(1.0, 0.0)); // hidden

@@ -27,8 +27,8 @@ constexpr double rounding = 0.1; // in pixels
 constexpr double crowded = 0.75;
 constexpr double crowdedPart = 0.5; // of the length
 constexpr double largestDetail = 24.0;
-// What is nearly as crowded and nearly as small as a narrow detail of the same object is its like: of a row of equal
-// holes none stands out.
+// A detail that is nearly as crowded and nearly as small as a narrow one of the same object is narrow, too: of a row of
+// equal holes none stands out.
 constexpr double nearlyCrowded = 1.6;
 constexpr double nearlyAsLarge = 1.5;
 constexpr double narrowPen = 0.5;

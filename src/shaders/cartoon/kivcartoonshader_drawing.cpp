@@ -374,7 +374,7 @@ KivCartoonColors KivCartoonShader::colorsOf(const KivMesh& mesh, const KivCartoo
     }
     colors.diffuse = kivToneOf(material->getDiffuse());
     const KivTone emission = kivToneOf(material->getEmission());
-    // What is painted on keeps its colours, and so does their mean where it stands for them.
+    // A painted mesh keeps its colours, and so does their mean, which some looks draw in their place.
     if (kivMeshPaint(mesh) == nullptr && kivLifted(colors.diffuse, emission, look.darkLift) != colors.diffuse) {
         colors.diffuse = kivLifted(colors.diffuse, emission, liftOf(mesh, look.darkLift));
     }

@@ -5,6 +5,7 @@
 #include "kivglstate.h"
 #include "kivlinepage.h"
 #include "kivpixelpainting.h"
+#include "kivrender/lines/linebudget.h"
 #include "kivrender/scene/kivline.h"
 #include "kivrender/scene/kivmesh.h"
 #include "kivrender/scene/kivmeshrest.h"
@@ -20,6 +21,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <numeric>
 #include <tuple>
 
@@ -406,16 +408,11 @@ bool KivLineDrawing::takeStrokes(std::vector<Traced>& seen) {
     std::vector<KivStrokePiece> pieces;
     std::vector<std::size_t> tracedOf;
     std::map<std::tuple<const KivTablePageSettings*, std::uint32_t, double, KivFeatureKind>, std::uint32_t> groups;
-    std::size_t sincePoll = 0;
-    const auto goesOn = [&sincePoll](std::size_t points) {
+    LineBudget polls(std::numeric_limits<std::size_t>::max()); // for its polls alone
+    const auto goesOn = [&polls](std::size_t points) {
         constexpr std::size_t pointsOfStroke = 16; // what one costs beside its points
-        constexpr std::size_t pointsPerPoll = 1U << 15U;
-        sincePoll += pointsOfStroke + points;
-        if (sincePoll < pointsPerPoll) {
-            return true;
-        }
-        sincePoll = 0;
-        return !kivIsCancelled();
+        constexpr std::size_t unitsOfPoint = 8;
+        return polls.spend(unitsOfPoint * (pointsOfStroke + points));
     };
     for (std::size_t i = 0; i < seen.size(); ++i) {
         if (!goesOn(seen[i].path.points.size())) {

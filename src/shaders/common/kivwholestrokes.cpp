@@ -1,7 +1,7 @@
 #include "kivwholestrokes.h"
 
+#include "kivrender/lines/linebudget.h"
 #include "kivrender/lines/regions/polledsort.h"
-#include "kivrender/scene/kivprogress.h"
 
 #include <algorithm>
 #include <cmath>
@@ -91,25 +91,6 @@ private:
     std::unordered_map<std::int64_t, std::vector<Item>> cells;
 };
 
-// Asks for a cancel every few milliseconds of work.
-class Polls {
-public:
-    // steps: some nanoseconds of work each, that come next. False once the user has cancelled.
-    bool goOn(std::size_t steps) {
-        constexpr std::size_t stepsPerPoll = 1U << 18U;
-        sincePoll += steps;
-        if (sincePoll >= stepsPerPoll) {
-            sincePoll = 0;
-            cancelled = cancelled || kivIsCancelled();
-        }
-        return !cancelled;
-    }
-
-private:
-    std::size_t sincePoll = 0;
-    bool cancelled = false;
-};
-
 // A point of a stroke, with half of the line's width there.
 struct StrokePoint {
     float x = 0.0F;
@@ -119,7 +100,7 @@ struct StrokePoint {
 };
 
 class StrokeMaker {
-    static constexpr std::size_t stepsOfPoint = 20; // for Polls
+    static constexpr std::size_t stepsOfPoint = 20; // units of LineBudget
     static constexpr std::size_t stepsOfPair = 10;
 
 public:
@@ -143,7 +124,7 @@ private:
     bool findEnds() {
         ends.resize(mates.size());
         for (std::size_t i = 0; i < pieces.size(); ++i) {
-            if (!polls.goOn(stepsOfPoint * pieces[i].path->points.size())) {
+            if (!polls.spend(stepsOfPoint * pieces[i].path->points.size())) {
                 return false;
             }
             if (isOpen(i)) {
@@ -204,7 +185,7 @@ private:
     bool joinEnds() {
         Grid<std::uint32_t> grid(widestGap * pixel);
         for (std::uint32_t e = 0; e < ends.size(); ++e) {
-            if (!polls.goOn(stepsOfPoint)) {
+            if (!polls.spend(stepsOfPoint)) {
                 return false;
             }
             if (isOpen(e / 2)) {
@@ -216,17 +197,17 @@ private:
             if (isOpen(e / 2)) {
                 grid.visitAround(ends[e].x, ends[e].y, [&](const std::vector<std::uint32_t>& there) {
                     const std::size_t count = std::min(there.size(), mostEnds);
-                    for (std::size_t i = 0; i < count && polls.goOn(stepsOfPair); ++i) {
+                    for (std::size_t i = 0; i < count && polls.spend(stepsOfPair); ++i) {
                         addPair(e, there[i], pairs);
                     }
                 });
             }
         }
-        if (!polls.goOn(0) || !polledSort(pairs, std::less<>())) {
+        if (!polls.spend(0) || !polledSort(pairs, std::less<>())) {
             return false;
         }
         for (const auto& [cost, a, b] : pairs) {
-            if (!polls.goOn(1)) {
+            if (!polls.spend(1)) {
                 return false;
             }
             if (mates[a] == noEnd && mates[b] == noEnd) {
@@ -257,7 +238,7 @@ private:
         // Open strokes from the end that comes first, then rings.
         for (const bool rings : {false, true}) {
             for (std::uint32_t i = 0; i < pieces.size(); ++i) {
-                if (!polls.goOn(stepsOfPoint)) {
+                if (!polls.spend(stepsOfPoint)) {
                     return false;
                 }
                 if (!done[i]) {
@@ -313,7 +294,7 @@ private:
     bool findLoose() {
         double widest = 0.0;
         for (const KivStrokePiece& piece : pieces) {
-            if (!polls.goOn(piece.path->points.size())) {
+            if (!polls.spend(piece.path->points.size())) {
                 return false;
             }
             for (const KivLinePoint& point : piece.path->points) {
@@ -324,7 +305,7 @@ private:
         for (std::uint32_t s = 0; s < strokes.size(); ++s) {
             for (const std::uint32_t piece : strokes[s].pieces) {
                 for (const KivLinePoint& point : pieces[piece].path->points) {
-                    if (!polls.goOn(stepsOfPoint)) {
+                    if (!polls.spend(stepsOfPoint)) {
                         return false;
                     }
                     grid.add(static_cast<double>(point.x), static_cast<double>(point.y),
@@ -338,7 +319,7 @@ private:
                 stroke.startsLoose = isLoose(s, 2 * stroke.pieces.front() + (stroke.reversed.front() ? 1 : 0), grid);
                 stroke.endsLoose = isLoose(s, 2 * stroke.pieces.back() + (stroke.reversed.back() ? 0 : 1), grid);
             }
-            if (!polls.goOn(stepsOfPoint)) {
+            if (!polls.spend(stepsOfPoint)) {
                 return false;
             }
         }
@@ -348,7 +329,7 @@ private:
     bool isLoose(std::uint32_t stroke, std::uint32_t e, Grid<StrokePoint>& grid) {
         const End& end = ends[e];
         return !isAtEdge(end) && !grid.findAround(end.x, end.y, [&](const StrokePoint& point) {
-            if (!polls.goOn(1)) {
+            if (!polls.spend(1)) {
                 return true;
             }
             return point.stroke != stroke &&
@@ -359,14 +340,14 @@ private:
 
     bool dropBarbs() {
         std::erase_if(strokes, [this](const KivWholeStroke& stroke) { return mayGo(stroke); });
-        return polls.goOn(0);
+        return polls.spend(0);
     }
 
     bool mayGo(const KivWholeStroke& stroke) {
         double length = 0.0;
         double shortest = pieces[stroke.pieces.front()].shortest;
         for (const std::uint32_t piece : stroke.pieces) {
-            if (!polls.goOn(stepsOfPoint * pieces[piece].path->points.size())) {
+            if (!polls.spend(stepsOfPoint * pieces[piece].path->points.size())) {
                 return false;
             }
             length += lengthOf(*pieces[piece].path);
@@ -386,7 +367,7 @@ private:
     std::vector<End> ends;
     std::vector<std::int32_t> mates; // of the ends
     std::vector<KivWholeStroke> strokes;
-    Polls polls;
+    LineBudget polls{std::numeric_limits<std::size_t>::max()}; // for its polls alone
 };
 
 // How many of the piece's points, in the order of the walk, lie beside the end of the path and not beyond it. They come

@@ -1,6 +1,7 @@
 #include "import/normals.h"
 
 #include "import/flatbodies.h"
+#include "import/nearorder.h"
 
 #include "kivrender/geometry/kivflatfaces.h"
 
@@ -414,6 +415,7 @@ std::uint64_t weldSurface(Surface& surface, WorkWatch watch) {
         }
         keepFirst(surface.restPositions, newIndex);
     }
+    putNearTogether(surface, watch);
     const std::size_t triangles = surface.corners.size() / 3;
     std::size_t kept = 0;
     for (std::size_t t = 0; t < triangles; ++t) {

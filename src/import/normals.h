@@ -9,8 +9,8 @@ namespace kivimport {
 
 // Makes positions that are exactly equal one (files that know no shared vertices repeat each of them), and removes the
 // triangles that have no area left: two corners at one position, or all three on a line. Returns how many were removed.
-// Positions keep the order of their first occurrence, triangles keep theirs. The points of edges are welded along, and
-// equal paint becomes one in the same way.
+// Positions keep the order of their first occurrence, triangles keep theirs, unless their order is bad (nearorder.h).
+// The points of edges are welded along, and equal paint becomes one in the same way.
 std::uint64_t weldSurface(Surface& surface, WorkWatch watch = {});
 
 struct SurfaceVertices {

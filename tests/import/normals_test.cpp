@@ -364,11 +364,21 @@ template <class Work> void untilCancelled(Work work) {
 }
 
 TEST(Normals, AskForACancelByCostWhileOneSurfaceIsWelded) {
-    const Surface given = largeSurface(550);
+    const Surface given = largeSurface(700);
     Surface surface = given;
+    // In the same memory, as new memory would take longer than a poll may, and so does copying all at once.
+    const auto startOver = [&] {
+        surface.corners = given.corners;
+        surface.positions.resize(given.positions.size());
+        WorkWatch watch = endsWhenCancelled();
+        for (std::size_t i = 0; i < given.positions.size(); ++i) {
+            watch.add(1);
+            surface.positions[i] = given.positions[i];
+        }
+    };
     PollCost::expectAllowed([&] {
         untilCancelled([&] {
-            surface = given; // in the same memory: new memory would take longer than a poll may
+            startOver();
             weldSurface(surface, endsWhenCancelled());
         });
     });

@@ -3,6 +3,7 @@
 #include "import/flatbodies.h"
 #include "import/nearorder.h"
 
+#include "kivrender/geometry/kivarccosine.h"
 #include "kivrender/geometry/kivflatfaces.h"
 
 #include <algorithm>
@@ -107,8 +108,8 @@ std::array<double, 3> anglesOf(const Surface& surface, const std::uint32_t* corn
     const Vec3 ab = unit(surface.positions[corner[1]] - a);
     const Vec3 ac = unit(surface.positions[corner[2]] - a);
     const Vec3 bc = unit(surface.positions[corner[2]] - surface.positions[corner[1]]);
-    const double atA = std::acos(std::clamp(dot(ab, ac), -1.0, 1.0));
-    const double atB = std::acos(std::clamp(-dot(ab, bc), -1.0, 1.0));
+    const double atA = kivArcCosine(dot(ab, ac));
+    const double atB = kivArcCosine(-dot(ab, bc));
     return {atA, atB, std::max(pi - atA - atB, 0.0)};
 }
 

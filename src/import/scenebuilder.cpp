@@ -677,6 +677,16 @@ private:
     std::uint64_t builtTriangles = 0;
 };
 
+// The corners of a file may be in no order: marking small things and walking the positions in theirs waits less for
+// memory than looking each corner up.
+std::vector<std::uint8_t> usedPositions(const Surface& surface) {
+    std::vector<std::uint8_t> isUsed(surface.positions.size(), 0);
+    for (const std::uint32_t corner : surface.corners) {
+        isUsed[corner] = 1;
+    }
+    return isUsed;
+}
+
 } // namespace
 
 Colour defaultColour(std::size_t number) {
@@ -696,14 +706,20 @@ void addBounds(const ModelParts& parts, KivBox& bounds) {
         high = {std::max(high.x, p.x), std::max(high.y, p.y), std::max(high.z, p.z)};
     };
     for (std::size_t i = 0; parts.instances.empty() && i < parts.surfaces.size(); ++i) {
-        for (const std::uint32_t corner : parts.surfaces[i].corners) {
-            add(parts.surfaces[i].positions[corner]);
+        const std::vector<std::uint8_t> isUsed = usedPositions(parts.surfaces[i]);
+        for (std::size_t p = 0; p < isUsed.size(); ++p) {
+            if (isUsed[p] != 0) {
+                add(parts.surfaces[i].positions[p]);
+            }
         }
     }
     for (const SurfaceInstance& instance : parts.instances) {
         const Surface& surface = parts.surfaces[instance.surface];
-        for (const std::uint32_t corner : surface.corners) {
-            add(instance.placed(surface.positions[corner]));
+        const std::vector<std::uint8_t> isUsed = usedPositions(surface);
+        for (std::size_t p = 0; p < isUsed.size(); ++p) {
+            if (isUsed[p] != 0) {
+                add(instance.placed(surface.positions[p]));
+            }
         }
     }
     for (const Polyline& line : parts.polylines) {

@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <ctime>
 #include <map>
 #include <numbers>
 #include <numeric>
@@ -820,13 +821,72 @@ TEST(KivLineEngine, PollsByCost) {
     const LineBody ring = ringBody({0.0, 0.0, 0.0}, 1.5, 0.6, 600, 300);
     const LineBody other = ringBody({0.7, 0.1, 0.0}, 1.5, 0.6, 300, 200);
     const KivLineView view(cameraAt(true, corner), size, size);
-    const KivLineBody bodies[2] = {engineBody(ring), engineBody(other)};
+    KivLineBody bodies[2] = {engineBody(ring), engineBody(other)};
+    for (KivLineBody& body : bodies) {
+        body.rules.intersections = false; // how often their thread is waited for is never the same
+    }
     PollCost::expectAllowed([&] {
         KivLineEngine engine(view);
         engine.add(bodies[0]);
         engine.add(bodies[1]);
         engine.find();
     });
+}
+
+// Crossings of many triangles are found on a thread of their own.
+TEST(KivLineEngine, CrossingsThatAreFoundBesideAreTheSame) {
+    const KivLineView view(cameraAt(true, corner), size, size);
+    const auto lengthWith = [&](unsigned int around) {
+        KivLineEngine engine(view);
+        engine.add(engineBody(ringBody({0.0, 0.0, 0.0}, 1.5, 0.6, 2 * around, around)));
+        engine.add(engineBody(ringBody({0.7, 0.1, 0.3}, 1.5, 0.6, 2 * around, around)));
+        EXPECT_TRUE(engine.find());
+        return lengthOf(ofKind(engine.lines(), Kind::intersection));
+    };
+    const double few = lengthWith(40); // without a thread
+    EXPECT_GT(few, 100.0);
+    EXPECT_NEAR(lengthWith(90), few, 0.02 * few);
+}
+
+TEST(KivLineEngine, ACancelEndsTheCrossingsThatAreFoundBeside) {
+    RawRandom random(11);
+    LineBody soup;
+    for (std::uint32_t i = 0; i < 40000; ++i) {
+        for (int k = 0; k < 3; ++k) {
+            soup.points.push_back({random.between(-1.0, 1.0), random.between(-1.0, 1.0), random.between(-1.0, 1.0)});
+        }
+        soup.triangles.push_back({3 * i, 3 * i + 1, 3 * i + 2});
+    }
+    KivLineBody body = engineBody(soup);
+    body.hides = false;
+    body.rules.features.borders = body.rules.features.creases = body.rules.features.silhouettes = false;
+    const auto now = [] { // of all threads
+        timespec time{};
+        clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &time);
+        return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
+    };
+    struct Watch : PollCounter {
+        bool isCancelled() override {
+            return time() >= end;
+        }
+        double end = 0.0;
+        double (*time)() = nullptr;
+    };
+    const auto timeWithCancelAfter = [&](double seconds) {
+        KivLineEngine engine(KivLineView(cameraAt(true, corner), size, size));
+        engine.add(body);
+        engine.setEffort(10.0); // a heap that is given up late
+        Watch watch;
+        const double start = now();
+        watch.time = now;
+        watch.end = start + seconds;
+        const ScopedProgress installed(watch);
+        engine.find();
+        return now() - start;
+    };
+    const double whole = timeWithCancelAfter(1e9);
+    EXPECT_LT(timeWithCancelAfter(0.0), 0.3 * whole);         // before anybody waits for the thread
+    EXPECT_LT(timeWithCancelAfter(0.5 * whole), 0.8 * whole); // while somebody does
 }
 
 // Needles from anywhere to anywhere: each stands before most of the others.

@@ -1,5 +1,6 @@
 #include "kivrender/lines/calmpatches.h"
 
+#include "kivrender/geometry/kivarccosine.h"
 #include "kivrender/lines/curveorder.h"
 
 #include <algorithm>
@@ -14,7 +15,7 @@ constexpr double widest = 1.2; // half of the widest cone, in radians: well belo
 constexpr double wild = std::numbers::pi;
 
 double angleBetween(const KivVec& a, const KivVec& b) {
-    return std::acos(std::clamp(kivDot(a, b), -1.0, 1.0));
+    return kivArcCosine(kivDot(a, b));
 }
 
 } // namespace
@@ -121,7 +122,7 @@ void CalmPatches::addRun(const std::vector<KivVec>& points, const std::vector<Co
         cosine = std::min(cosine, kivDot(cones[patch].axis, run.normals[i]));
     }
     for (std::size_t patch = firstPatch; patch < cones.size(); ++patch) {
-        cones[patch].angle = std::max(cones[patch].angle, std::acos(std::max(cosines[patch - firstPatch], -1.0)));
+        cones[patch].angle = std::max(cones[patch].angle, kivArcCosine(cosines[patch - firstPatch]));
     }
     for (const std::uint32_t slot : run.used) {
         const Run::Slot& side = run.table[slot];

@@ -1,6 +1,7 @@
 #include "kivrender/lines/kivfeatureedges.h"
 
 #include "kivrender/geometry/disjointsets.h"
+#include "kivrender/geometry/kivarccosine.h"
 #include "kivrender/lines/creasebridges.h"
 #include "kivrender/lines/curveorder.h"
 #include "kivrender/lines/roundedcreases.h"
@@ -355,7 +356,7 @@ double kivFeatureBend(const KivVec& a, const KivVec& b, const KivVec& left, cons
     if (!(lengths > 0.0) || !std::isfinite(lengths)) {
         return 0.0;
     }
-    const double between = std::acos(std::clamp(kivDot(u, v) / lengths, -1.0, 1.0));
+    const double between = kivArcCosine(kivDot(u, v) / lengths);
     return 180.0 - between * 180.0 / std::numbers::pi;
 }
 

@@ -12,10 +12,17 @@
 #include "kivrender/lines/surfacelines.h"
 #include "kivrender/lines/touchingfaces.h"
 #include "kivrender/scene/kivprogress.h"
+#include "kivrender/scene/kivworkerprogress.h"
 
 #include <algorithm>
+#include <atomic>
+#include <chrono>
 #include <cstddef>
+#include <functional>
+#include <future>
 #include <optional>
+#include <system_error>
+#include <thread>
 #include <tuple>
 #include <utility>
 
@@ -32,6 +39,36 @@ bool comesBefore(const KivVec& a, const KivVec& b) {
 constexpr std::size_t spansOfAnyScene = 1'000'000;
 constexpr std::size_t spansPerSegment = 2;
 
+// Of fewer, crossings are found before a thread has begun.
+constexpr std::size_t trianglesWorthAThread = 20000;
+
+// Work on a thread of its own, whose outcome is asked for later. It ends, cancelled, where nobody asks.
+class WorkBeside {
+public:
+    // Throws std::system_error without a thread to be had.
+    explicit WorkBeside(std::function<bool()> work)
+        : result(std::async(std::launch::async, [this, work = std::move(work)] {
+              const KivWorkerProgress progress(isCancelled);
+              return work();
+          })) {}
+    WorkBeside(const WorkBeside&) = delete;
+    WorkBeside& operator=(const WorkBeside&) = delete;
+    ~WorkBeside() {
+        isCancelled = true;
+    }
+
+    bool await() {
+        while (result.wait_for(std::chrono::milliseconds(5)) != std::future_status::ready) {
+            isCancelled = isCancelled || kivIsCancelled();
+        }
+        return result.get();
+    }
+
+private:
+    std::atomic<bool> isCancelled{false};
+    std::future<bool> result; // waits for the thread in its destructor
+};
+
 } // namespace
 
 class KivLineEngine::Parts {
@@ -47,8 +84,14 @@ public:
     };
 
     bool find() {
-        return view.seesAnything() && layOccluders() && findSurfaceLines() && findCrossings() && addCourses() &&
-               dropRepeats() && cutChains() && join();
+        if (!view.seesAnything()) {
+            return false;
+        }
+        Crossings crossings;
+        const std::unique_ptr<WorkBeside> beside = findCrossingsBeside(crossings);
+        return layOccluders() && findSurfaceLines() &&
+               (beside != nullptr ? beside->await() : findCrossings(crossings)) && addCrossings(crossings) &&
+               addCourses() && dropRepeats() && cutChains() && join();
     }
 
     std::vector<Source> sources;
@@ -58,6 +101,11 @@ public:
     bool isCutShort = false;
 
 private:
+    struct Crossings {
+        std::vector<KivCrossing> pieces;
+        bool areOfHeap = false;
+    };
+
     bool layOccluders() {
         for (std::size_t i = 0; i < sources.size(); ++i) {
             LineSegments::Source& about = segments.about.emplace_back();
@@ -135,25 +183,49 @@ private:
         }
     }
 
-    // The pieces belong to the first of the two bodies.
-    bool findCrossings() {
+    bool mayCross(const Source& source) const {
+        return source.isBody && source.body.drawn && source.body.rules.intersections;
+    }
+    // Null where a thread is not worth it, or not to be had.
+    std::unique_ptr<WorkBeside> findCrossingsBeside(Crossings& crossings) const {
+        std::size_t triangles = 0;
+        for (const Source& source : sources) {
+            triangles += mayCross(source) ? source.body.surface.triangles.size() : 0;
+        }
+        if (triangles < trianglesWorthAThread || std::thread::hardware_concurrency() < 2) {
+            return nullptr;
+        }
+        try {
+            return std::make_unique<WorkBeside>([this, &crossings] { return findCrossings(crossings); });
+        } catch (const std::system_error&) {
+            return nullptr;
+        }
+    }
+    bool findCrossings(Crossings& result) const {
         KivSurfaceCrossings crossings;
         crossings.setEffort(effort);
-        std::vector<std::uint32_t> bodies;
-        for (std::uint32_t i = 0; i < sources.size(); ++i) {
-            const KivLineBody& body = sources[i].body;
-            if (sources[i].isBody && body.drawn && body.rules.intersections) {
-                bodies.push_back(i);
-                if (!crossings.add(body.surface.points, body.surface.triangles)) {
-                    return false;
-                }
+        for (const Source& source : sources) {
+            if (mayCross(source) && !crossings.add(source.body.surface.points, source.body.surface.triangles)) {
+                return false;
             }
         }
         if (!crossings.find()) {
             return false;
         }
-        isCutShort = isCutShort || crossings.isHeap();
-        for (const KivCrossing& piece : crossings.pieces()) {
+        result = {crossings.pieces(), crossings.isHeap()};
+        return true;
+    }
+
+    // The pieces belong to the first of the two bodies.
+    bool addCrossings(const Crossings& crossings) {
+        std::vector<std::uint32_t> bodies;
+        for (std::uint32_t i = 0; i < sources.size(); ++i) {
+            if (mayCross(sources[i])) {
+                bodies.push_back(i);
+            }
+        }
+        isCutShort = isCutShort || crossings.areOfHeap;
+        for (const KivCrossing& piece : crossings.pieces) {
             const MeshFace one = {sources[bodies[piece.bodies[0]]].body.surface, piece.triangles[0]};
             const MeshFace other = {sources[bodies[piece.bodies[1]]].body.surface, piece.triangles[1]};
             if (!isSame(piece.from, piece.to) && !kivFacesTouch(one, other, piece.from, piece.to)) {

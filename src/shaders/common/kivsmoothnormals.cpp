@@ -226,6 +226,9 @@ std::vector<std::uint32_t> smoothGroups(const std::vector<KivVec>& points, const
     return result;
 }
 
+// A direction and a nought: what a processor adds up at once. Means of normals need no more digits than a float has.
+using Floats4 = float __attribute__((vector_size(16)));
+
 } // namespace
 
 void kivEvenNormals(const std::vector<KivVec>& points, const std::vector<Triangle>& triangles,
@@ -235,30 +238,33 @@ void kivEvenNormals(const std::vector<KivVec>& points, const std::vector<Triangl
     }
     std::uint32_t count = 0;
     const std::vector<std::uint32_t> groups = smoothGroups(points, normals, &count);
-    std::vector<KivVec> even(count);
+    std::vector<Floats4> even(count);
     for (std::size_t v = 0; v < points.size(); ++v) {
-        even[groups[v]] = normals[v];
+        const KivVec& n = normals[v];
+        even[groups[v]] = Floats4{static_cast<float>(n.x), static_cast<float>(n.y), static_cast<float>(n.z), 0.0F};
     }
-    std::vector<KivVec> sums(count);
+    std::vector<Floats4> sums(count);
     for (int pass = 0; pass < passes; ++pass) {
         sums = even;
         for (const Triangle& t : triangles) {
             const std::uint32_t a = groups[t[0]];
             const std::uint32_t b = groups[t[1]];
             const std::uint32_t c = groups[t[2]];
-            const KivVec sum = even[a] + even[b] + even[c];
-            sums[a] = sums[a] + sum;
-            sums[b] = sums[b] + sum;
-            sums[c] = sums[c] + sum;
+            const Floats4 sum = even[a] + even[b] + even[c];
+            sums[a] += sum;
+            sums[b] += sum;
+            sums[c] += sum;
         }
         for (std::uint32_t g = 0; g < count; ++g) {
-            const KivVec mean = kivUnit(sums[g]);
-            if (kivDot(mean, mean) > 0.0) {
-                even[g] = mean;
+            const Floats4 squares = sums[g] * sums[g];
+            const float length = std::sqrt(squares[0] + squares[1] + squares[2]);
+            if (length > 0.0F) {
+                even[g] = sums[g] * (1.0F / length);
             }
         }
     }
     for (std::size_t v = 0; v < points.size(); ++v) {
-        normals[v] = even[groups[v]];
+        const Floats4& n = even[groups[v]];
+        normals[v] = kivUnit({n[0], n[1], n[2]});
     }
 }

@@ -86,3 +86,91 @@ TEST(KivSmoothNormals, SurviveWhatIsNoSurface) {
         EXPECT_TRUE(std::isfinite(normal.x + normal.y + normal.z));
     }
 }
+
+namespace {
+
+// A square of n by n points in which each normal leans by chance.
+struct Sheet {
+    std::vector<KivVec> points;
+    std::vector<KivVec> normals;
+    std::vector<KivSurface::Triangle> triangles;
+};
+
+Sheet noisySheet(std::uint32_t n) {
+    Sheet sheet;
+    std::mt19937 words(9);
+    const auto lean = [&words] { return static_cast<double>(words() % 1001) / 1000.0 - 0.5; };
+    for (std::uint32_t y = 0; y < n; ++y) {
+        for (std::uint32_t x = 0; x < n; ++x) {
+            sheet.points.push_back({x * 1.0, y * 1.0, 0.0});
+            sheet.normals.push_back(kivUnit({lean(), lean(), 1.0}));
+        }
+    }
+    for (std::uint32_t y = 0; y + 1 < n; ++y) {
+        for (std::uint32_t x = 0; x + 1 < n; ++x) {
+            const std::uint32_t a = y * n + x;
+            sheet.triangles.push_back({a, a + 1, a + n + 1});
+            sheet.triangles.push_back({a, a + n + 1, a + n});
+        }
+    }
+    return sheet;
+}
+
+// Where all positions differ: each pass adds those of all triangles at a point to its own.
+std::vector<KivVec> literalEvenNormals(const Sheet& sheet, int passes) {
+    std::vector<KivVec> even = sheet.normals;
+    for (int pass = 0; pass < passes; ++pass) {
+        const std::vector<KivVec> before = even;
+        for (std::uint32_t p = 0; p < even.size(); ++p) {
+            KivVec sum = before[p];
+            for (const KivSurface::Triangle& t : sheet.triangles) {
+                if (std::find(t.begin(), t.end(), p) != t.end()) {
+                    sum = sum + before[t[0]] + before[t[1]] + before[t[2]];
+                }
+            }
+            even[p] = kivUnit(sum);
+        }
+    }
+    return even;
+}
+
+} // namespace
+
+TEST(KivEvenNormals, AreTheLiteralMeansOfNeighbours) {
+    const Sheet sheet = noisySheet(12);
+    for (const int passes : {0, 1, 2, 9}) {
+        const std::vector<KivVec> expected = literalEvenNormals(sheet, passes);
+        std::vector<KivVec> normals = sheet.normals;
+        kivEvenNormals(sheet.points, sheet.triangles, normals, passes);
+        for (std::size_t i = 0; i < normals.size(); ++i) {
+            ASSERT_LT(kivLength(normals[i] - expected[i]), passes == 0 ? 1e-15 : 2e-6) << passes;
+            ASSERT_NEAR(kivLength(normals[i]), 1.0, 1e-12);
+        }
+    }
+}
+
+TEST(KivEvenNormals, GoOnAcrossASeamAndEndAtACrease) {
+    // Two squares that share a side in space, each with points of its own.
+    const std::vector<KivVec> points = {{-1, 0, 0}, {0, 0, 0}, {0, 1, 0}, {-1, 1, 0},
+                                        {0, 0, 0},  {1, 0, 0}, {1, 1, 0}, {0, 1, 0}};
+    const std::vector<KivSurface::Triangle> triangles = {{0, 1, 2}, {0, 2, 3}, {4, 5, 6}, {4, 6, 7}};
+    const KivVec up = {0.0, 0.0, 1.0};
+    const KivVec tilted = kivUnit({1.0, 0.0, 1.0});
+    std::vector<KivVec> creased = {up, up, up, up, tilted, tilted, tilted, tilted};
+    kivEvenNormals(points, triangles, creased, 3);
+    EXPECT_NEAR(kivDot(creased[1], up), 1.0, 1e-12);
+    EXPECT_NEAR(kivDot(creased[4], tilted), 1.0, 1e-12);
+    std::vector<KivVec> seamed = {up, up, up, up, up, tilted, tilted, up};
+    kivEvenNormals(points, triangles, seamed, 1);
+    EXPECT_LT(kivDot(seamed[1], up), 0.999); // of the points across the seam, which it has no triangle with
+    EXPECT_EQ(kivLength(seamed[1] - seamed[4]), 0.0);
+}
+
+TEST(KivEvenNormals, NormalsThatCancelEachOtherOutStay) {
+    const std::vector<KivVec> points = {{0, 0, 0}, {1, 0, 0}, {0, 1, 0}};
+    const KivVec up = {0.0, 0.0, 1.0};
+    std::vector<KivVec> normals = {up, -up, -up};
+    kivEvenNormals(points, {{0, 1, 2}}, normals, 1);
+    EXPECT_EQ(kivLength(normals[0] - up), 0.0);
+    EXPECT_EQ(kivLength(normals[1] + up), 0.0);
+}

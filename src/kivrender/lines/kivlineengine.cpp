@@ -39,7 +39,7 @@ bool comesBefore(const KivVec& a, const KivVec& b) {
 constexpr std::size_t spansOfAnyScene = 1'000'000;
 constexpr std::size_t spansPerSegment = 2;
 
-// Of fewer, crossings are found before a thread has begun.
+// Of fewer, the work is done before a thread has begun.
 constexpr std::size_t trianglesWorthAThread = 20000;
 
 // Work on a thread of its own, whose outcome is asked for later. It ends, cancelled, where nobody asks.
@@ -87,10 +87,13 @@ public:
         if (!view.seesAnything()) {
             return false;
         }
+        if (!layOccluders()) {
+            return false;
+        }
         Crossings crossings;
-        const std::unique_ptr<WorkBeside> beside = findCrossingsBeside(crossings);
-        return layOccluders() && findSurfaceLines() &&
-               (beside != nullptr ? beside->await() : findCrossings(crossings)) && addCrossings(crossings) &&
+        const auto work = [this, &crossings] { return findCrossings(crossings) && occluders.build(); };
+        const std::unique_ptr<WorkBeside> beside = isMuch() ? startBeside(work) : nullptr;
+        return findSurfaceLines() && (beside != nullptr ? beside->await() : work()) && addCrossings(crossings) &&
                addCourses() && dropRepeats() && cutChains() && join();
     }
 
@@ -120,7 +123,7 @@ private:
                 }
             }
         }
-        return occluders.build();
+        return true;
     }
 
     bool findSurfaceLines() {
@@ -186,17 +189,20 @@ private:
     bool mayCross(const Source& source) const {
         return source.isBody && source.body.drawn && source.body.rules.intersections;
     }
-    // Null where a thread is not worth it, or not to be had.
-    std::unique_ptr<WorkBeside> findCrossingsBeside(Crossings& crossings) const {
+    bool isMuch() const {
         std::size_t triangles = 0;
         for (const Source& source : sources) {
-            triangles += mayCross(source) ? source.body.surface.triangles.size() : 0;
+            triangles += mayCross(source) || source.body.hides ? source.body.surface.triangles.size() : 0;
         }
-        if (triangles < trianglesWorthAThread || std::thread::hardware_concurrency() < 2) {
+        return triangles >= trianglesWorthAThread;
+    }
+    // Null without a second processor, or a thread to be had.
+    static std::unique_ptr<WorkBeside> startBeside(const std::function<bool()>& work) {
+        if (std::thread::hardware_concurrency() < 2) {
             return nullptr;
         }
         try {
-            return std::make_unique<WorkBeside>([this, &crossings] { return findCrossings(crossings); });
+            return std::make_unique<WorkBeside>(work);
         } catch (const std::system_error&) {
             return nullptr;
         }

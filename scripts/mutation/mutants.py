@@ -82,7 +82,8 @@ def _constant(line, code):
     for match in re.finditer(r"(?<![\w.'])(\d+\.\d*(?:[eE][-+]?\d+)?)(?=[fFlL]?(?![\w.]))", code):
         yield _replaced(line, match, "1.0" if float(match.group()) == 0 else f"({match.group()} * 2)")
     for match in re.finditer(r"(?<![\w.'])(0[xX][0-9a-fA-F]+|\d+)(?=[uUlLzZ]*(?![\w.']))", code):
-        value = int(match.group(), 0) if not re.fullmatch(r"0\d+", match.group()) else int(match.group(), 8)
+        digits = match.group()  # perhaps those of an exponent: 08 is one, and no octal number
+        value = int(digits, 8 if re.fullmatch(r"0[0-7]+", digits) else 10 if digits.isdigit() else 16)
         yield _replaced(line, match, str(value + 1))
         if value > 0:
             yield _replaced(line, match, str(value - 1))

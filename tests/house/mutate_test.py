@@ -41,6 +41,8 @@ class Changes(unittest.TestCase):
             ("comparison", "x = a == b && c >= d;", {"x = a != b && c >= d;", "x = a == b && c > d;"}),
             ("logic", "x = a || b;", {"x = a && b;"}),
             ("constant", "f(3);", {"f(4);", "f(2);"}),
+            ("constant", "f(010, 0x1F);", {"f(9, 0x1F);", "f(7, 0x1F);", "f(010, 32);", "f(010, 30);"}),
+            ("constant", "x = 2.5e-08;", {"x = (2.5e-08 * 2);", "x = 2.5e-9;", "x = 2.5e-7;"}),
             ("constant", "f(0U, true);", {"f(1U, true);", "f(0U, false);"}),
             ("constant", "x = 0.5F;", {"x = (0.5 * 2)F;"}),
             ("constant", 'f(L"name");', {'f(L"name~");'}),

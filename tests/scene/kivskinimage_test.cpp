@@ -52,10 +52,24 @@ TEST(KivHasSoftAlpha, HolesInGlassHaveEdges) {
     EXPECT_FALSE(kivHasSoftAlpha(alphaOf([](double, double) { return 0.7; }), usual)) << "nothing is cut out of it";
 }
 
+// What rises from glass to an opaque rib is no edge against nothing.
+TEST(KivHasSoftAlpha, RibsInGlassHaveNoEdges) {
+    const auto ribs = [](double x, double) { return std::fabs(x) < 5.0 ? 1.0 : 0.3; };
+    EXPECT_TRUE(kivHasSoftAlpha(alphaOf(ribs), usual));
+    EXPECT_TRUE(kivHasSoftAlpha(alphaOf([&](double x, double y) { return ribs(y, x); }), usual));
+}
+
 TEST(KivHasSoftAlpha, TheThresholdTellsWhereEdgesAre) {
     const auto steps = [](double x, double y) {
         return x < -20.0 ? 0.0 : x < 0.0 ? 1.0 : 0.4 + 0.2 * std::sin(0.3 * y);
     };
     EXPECT_TRUE(kivHasSoftAlpha(alphaOf(steps), 0.45));
     EXPECT_FALSE(kivHasSoftAlpha(alphaOf(steps), 0.1));
+}
+
+TEST(KivPalette, HasNoMoreColoursThanThePicture) {
+    KivSkinImage image{2, 1, {10, 20, 30, 255, 10, 20, 30, 255}};
+    EXPECT_EQ(kivPalette(image, 4), (KivPalette{{10, 20, 30}}));
+    image.pixels[6] = 31;
+    EXPECT_EQ(kivPalette(image, 4), (KivPalette{{10, 20, 30}, {10, 20, 31}}));
 }

@@ -5,7 +5,6 @@
 #include "kivglstate.h"
 #include "kivlinepage.h"
 #include "kivpixelpainting.h"
-#include "kivrender/lines/linebudget.h"
 #include "kivrender/scene/kivline.h"
 #include "kivrender/scene/kivmesh.h"
 #include "kivrender/scene/kivmeshrest.h"
@@ -21,8 +20,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
-#include <numeric>
 #include <tuple>
 
 namespace {
@@ -53,6 +50,10 @@ KivView viewOfSize(tagSIZE size) {
 // Further lines of a vector page are looked at in steps of so many pixels, and depart by so many.
 constexpr double plainStep = 2.0;
 constexpr double plainTolerance = 0.05;
+
+// What it takes to put paths together, in units of the budget: each path, and each of its points.
+constexpr std::size_t unitsOfPath = 128;
+constexpr std::size_t unitsOfPoint = 8;
 
 // As far as a fold looks for what it hides, and a pixel for rounding.
 double depthReach(double pixel) {
@@ -408,19 +409,12 @@ bool KivLineDrawing::takeStrokes(std::vector<Traced>& seen) {
     std::vector<KivStrokePiece> pieces;
     std::vector<std::size_t> tracedOf;
     std::map<std::tuple<const KivTablePageSettings*, std::uint32_t, double, KivFeatureKind>, std::uint32_t> groups;
-    LineBudget polls(std::numeric_limits<std::size_t>::max()); // for its polls alone
-    const auto goesOn = [&polls](std::size_t points) {
-        constexpr std::size_t pointsOfStroke = 16; // what one costs beside its points
-        constexpr std::size_t unitsOfPoint = 8;
-        return polls.spend(unitsOfPoint * (pointsOfStroke + points));
-    };
     for (std::size_t i = 0; i < seen.size(); ++i) {
-        if (!goesOn(seen[i].path.points.size())) {
-            return false;
-        }
         const Job& job = jobs[seen[i].job];
         if (seen[i].path.hidden || job.mark != 0 || job.isGiven) {
-            takePath(job, seen[i].path);
+            if (!polls.spend(unitsOfPath) || !takePath(job, seen[i].path)) {
+                return false;
+            }
             continue;
         }
         const auto group = static_cast<std::uint32_t>(groups.size());
@@ -433,16 +427,14 @@ bool KivLineDrawing::takeStrokes(std::vector<Traced>& seen) {
         return false;
     }
     for (const KivWholeStroke& stroke : strokes) {
-        const auto add = [&](std::size_t sum, std::uint32_t piece) { return sum + pieces[piece].path->points.size(); };
-        if (!goesOn(std::accumulate(stroke.pieces.begin(), stroke.pieces.end(), std::size_t{0}, add))) {
+        if (!takeStroke(stroke, tracedOf, seen)) {
             return false;
         }
-        takeStroke(stroke, tracedOf, seen);
     }
     return true;
 }
 
-void KivLineDrawing::takeStroke(const KivWholeStroke& stroke, const std::vector<std::size_t>& tracedOf,
+bool KivLineDrawing::takeStroke(const KivWholeStroke& stroke, const std::vector<std::size_t>& tracedOf,
                                 const std::vector<Traced>& seen) {
     const auto at = [&](std::size_t k) -> const Traced& { return seen[tracedOf[stroke.pieces[k]]]; };
     KivLinePath path;
@@ -450,6 +442,9 @@ void KivLineDrawing::takeStroke(const KivWholeStroke& stroke, const std::vector<
     std::map<std::size_t, std::uint32_t> firstCorner; // of the jobs in the whole
     for (std::size_t k = 0; k < stroke.pieces.size(); ++k) {
         const Job& job = jobs[at(k).job];
+        if (!polls.spend(unitsOfPath + unitsOfPoint * at(k).path.points.size())) {
+            return false;
+        }
         const auto [place, isNew] =
             firstCorner.try_emplace(at(k).job, static_cast<std::uint32_t>(whole.corners.size()));
         if (isNew && stroke.pieces.size() > 1) {
@@ -463,8 +458,7 @@ void KivLineDrawing::takeStroke(const KivWholeStroke& stroke, const std::vector<
     path.endsLoose = stroke.endsLoose;
     const Job& first = jobs[at(0).job];
     if (stroke.pieces.size() == 1) {
-        takePath(first, path);
-        return;
+        return takePath(first, path);
     }
     whole.closed = stroke.closed;
     whole.kind = first.kind;
@@ -472,7 +466,7 @@ void KivLineDrawing::takeStroke(const KivWholeStroke& stroke, const std::vector<
     whole.width = first.width;
     whole.page = first.page;
     whole.object = first.object;
-    takePath(whole, path);
+    return takePath(whole, path);
 }
 
 bool KivLineDrawing::traceExactly() {

@@ -8,11 +8,13 @@
 #include "kivlinelook.h"
 #include "kivlinetracer.h"
 #include "kivrender/lines/kivmeshfeatures.h"
+#include "kivrender/lines/linebudget.h"
 #include "kivrender/platform/kivtypes.h"
 #include "kivview.h"
 
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <map>
 #include <memory>
 #include <utility>
@@ -85,7 +87,8 @@ protected:
     virtual KivLineLook lookOf(const KivTablePageSettings& page) const = 0;
     // Called for every mesh, for further lines on it.
     virtual void addOwnLines(const KivMesh& mesh, const KivTablePageSettings& page);
-    virtual void takePath(const Job& job, const KivLinePath& path) = 0;
+    // False once the user cancelled.
+    virtual bool takePath(const Job& job, const KivLinePath& path) = 0;
     // A point of the scene that is seen; its width is that of the job.
     virtual void takePoint(const Job& job, const KivLinePoint& point) = 0;
     // Of a vector page the lines that are gathered here go out as they are, of this part of their width; of the further
@@ -106,6 +109,10 @@ protected:
     // One pixel of the finished picture, in pixels of the image; 1 on a vector page.
     double getPixel() const {
         return pixel;
+    }
+    // Ask for a cancel by the work that paths take; without an end to it.
+    LineBudget& getPolls() {
+        return polls;
     }
     bool isAtFront() const {
         return front;
@@ -134,7 +141,7 @@ private:
     void readDepth(const KivLineTile* tile);
     bool traceJobs();
     bool takeStrokes(std::vector<Traced>& seen);
-    void takeStroke(const KivWholeStroke& stroke, const std::vector<std::size_t>& tracedOf,
+    bool takeStroke(const KivWholeStroke& stroke, const std::vector<std::size_t>& tracedOf,
                     const std::vector<Traced>& seen);
     bool traceExactly();
     std::vector<KivLinePath> seenPaths(const Job& job) const;
@@ -148,6 +155,7 @@ private:
     std::vector<KivLineSights> surveyed; // of the jobs
     bool traced = false;
     KivDepthImage depth;
+    LineBudget polls{std::numeric_limits<std::size_t>::max()};
     KivMeshCrossings crossings;
     std::vector<const KivTablePageSettings*> crossingPages; // of the meshes that may cross
     std::uint32_t object = 0;                               // the mesh whose own lines are added

@@ -41,7 +41,7 @@ void thin(const std::vector<KivLinePoint>& points, float tolerance, std::vector<
 
 } // namespace
 
-KivLinePath kivThinnedPath(const KivLinePath& path, float tolerance) {
+KivLinePath kivThinnedPath(const KivLinePath& path, float tolerance, LineBudget& polls) {
     const std::size_t count = path.points.size();
     if (count < 3) {
         return path;
@@ -51,8 +51,9 @@ KivLinePath kivThinnedPath(const KivLinePath& path, float tolerance) {
     kept.back() = true;
     // In pieces, so that the cost stays near linear on long paths.
     constexpr std::size_t piece = 256;
+    constexpr std::size_t unitsOfPoint = 16;
     std::vector<KivLinePoint> part;
-    for (std::size_t first = 0; first + 1 < count; first += piece) {
+    for (std::size_t first = 0; first + 1 < count && polls.spend(unitsOfPoint * piece); first += piece) {
         const std::size_t last = std::min(first + piece, count - 1);
         part.assign(path.points.begin() + static_cast<std::ptrdiff_t>(first),
                     path.points.begin() + static_cast<std::ptrdiff_t>(last + 1));

@@ -17,10 +17,11 @@ KivLineLook KivOutlineDrawing::lookOf(const KivTablePageSettings& page) const {
     return kivOutlineLook(page);
 }
 
-void KivOutlineDrawing::takePath(const Job& job, const KivLinePath& path) {
+bool KivOutlineDrawing::takePath(const Job& job, const KivLinePath& path) {
     KivLinePath tapered = path;
     kivTaperEnds(tapered, static_cast<float>(kivOutlineLook(*job.page).taper * getPixel()));
-    kivStroke(kivThinnedPath(tapered, strokeTolerance), strokes[job.color]);
+    kivStroke(kivThinnedPath(tapered, strokeTolerance, getPolls()), strokes[job.color], getPolls());
+    return getPolls().goesOn();
 }
 
 void KivOutlineDrawing::takePoint(const Job& job, const KivLinePoint& point) {

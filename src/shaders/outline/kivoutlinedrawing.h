@@ -14,7 +14,7 @@ public:
 
 protected:
     KivLineLook lookOf(const KivTablePageSettings& page) const override;
-    void takePath(const Job& job, const KivLinePath& path) override;
+    bool takePath(const Job& job, const KivLinePath& path) override;
     void takePoint(const Job& job, const KivLinePoint& point) override;
     void drawPaths() const override;
 

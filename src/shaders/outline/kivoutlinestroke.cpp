@@ -61,19 +61,20 @@ void kivStrokeDot(const KivLinePoint& point, KivStrokeMesh& mesh) {
     }
 }
 
-void kivStroke(const KivLinePath& path, KivStrokeMesh& mesh) {
+void kivStroke(const KivLinePath& path, KivStrokeMesh& mesh, LineBudget& polls) {
     const std::size_t count = path.points.size();
     if (count == 0) {
         return;
     }
     const auto point = [&path, count](std::size_t i) -> const KivLinePoint& { return path.points[i % count]; };
     const std::size_t pieces = path.closed ? count : count - 1;
+    constexpr std::size_t unitsOfPiece = 32;
     Direction before{};
     bool joined = false;
     bool drawn = false;
     std::uint32_t tailLeft = 0;
     std::uint32_t tailRight = 0;
-    for (std::size_t i = 0; i < pieces; ++i) {
+    for (std::size_t i = 0; i < pieces && polls.spend(unitsOfPiece); ++i) {
         const KivLinePoint& a = point(i);
         const KivLinePoint& b = point(i + 1);
         Direction along{};

@@ -3,6 +3,7 @@
 #define SHADERS_OUTLINE_KIVOUTLINESTROKE_H
 
 #include "kivlinetracer.h"
+#include "kivrender/lines/linebudget.h"
 
 #include <cstdint>
 #include <vector>
@@ -19,8 +20,8 @@ struct KivStrokeMesh {
 // Lets a path thin out over so many pixels towards its loose ends, over less than half of it where it is short.
 void kivTaperEnds(KivLinePath& path, float reach);
 
-// Appends the band along a path.
-void kivStroke(const KivLinePath& path, KivStrokeMesh& mesh);
+// Appends the band along a path; a part of it once the user cancelled, which the budget then tells.
+void kivStroke(const KivLinePath& path, KivStrokeMesh& mesh, LineBudget& polls);
 
 // Appends a disc.
 void kivStrokeDot(const KivLinePoint& point, KivStrokeMesh& mesh);

@@ -164,13 +164,13 @@ KivSketchHand KivSketchDrawing::handOf(const Job& job, const KivSketchStyle& sty
     return hand;
 }
 
-void KivSketchDrawing::takePath(const Job& job, const KivLinePath& path) {
+bool KivSketchDrawing::takePath(const Job& job, const KivLinePath& path) {
     const KivSketchStyle& style = styleOf(*job.page);
     if (job.mark > 0) {
         if (!path.hidden) {
             takeHatchPath(job, path, style);
         }
-        return;
+        return getPolls().goesOn();
     }
     KivSketchLine line;
     line.closed = path.closed;
@@ -189,7 +189,8 @@ void KivSketchDrawing::takePath(const Job& job, const KivLinePath& path) {
         hand.dashed = style.hidden == KivSketchHidden::dashed;
     }
     kivSketchStrokes(line, hand, kivSketchMedium(style.tool), KivSketchNoise(style.seed),
-                     meshOf(path.hidden ? Layer::hidden : Layer::lines, *job.page));
+                     meshOf(path.hidden ? Layer::hidden : Layer::lines, *job.page), getPolls());
+    return getPolls().goesOn();
 }
 
 // A hatching line is drawn in strokes of about one length, lifted where it is light.
@@ -212,7 +213,7 @@ void KivSketchDrawing::takeHatchPath(const Job& job, const KivLinePath& path, co
             line.points.push_back(pointAt(job, path, stroke.first + i));
             line.points.back().weight = stroke.weights[i];
         }
-        kivSketchStrokes(line, hand, medium, noise, mesh);
+        kivSketchStrokes(line, hand, medium, noise, mesh, getPolls());
     }
 }
 
@@ -302,7 +303,7 @@ void KivSketchDrawing::takePoint(const Job& job, const KivLinePoint& point) {
         line.points.push_back(p);
     }
     kivSketchStrokes(line, hand, kivSketchMedium(style.tool), KivSketchNoise(style.seed),
-                     meshOf(Layer::lines, *job.page));
+                     meshOf(Layer::lines, *job.page), getPolls());
 }
 
 // The first texture unit gives a stroke its profile, the second takes away what the hollows of the paper keep.

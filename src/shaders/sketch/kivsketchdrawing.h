@@ -20,7 +20,7 @@ public:
 protected:
     KivLineLook lookOf(const KivTablePageSettings& page) const override;
     void addOwnLines(const KivMesh& mesh, const KivTablePageSettings& page) override;
-    void takePath(const Job& job, const KivLinePath& path) override;
+    bool takePath(const Job& job, const KivLinePath& path) override;
     void takePoint(const Job& job, const KivLinePoint& point) override;
     double plainPart(const KivTablePageSettings& page) override;
     void takePlainPath(const Job& job, const KivLinePath& path) override;

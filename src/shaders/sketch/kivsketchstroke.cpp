@@ -320,7 +320,7 @@ void addDashes(const std::vector<Mark>& marks, const std::vector<double>& length
 
 // One stroke of the hand over points, number times over the same line.
 void addStroke(KivSketchLine line, const KivSketchHand& hand, const KivSketchMedium& medium,
-               const KivSketchNoise& noise, std::uint32_t channel, int number, KivSketchMesh& mesh) {
+               const KivSketchNoise& noise, std::uint32_t channel, int number, KivSketchMesh& mesh, LineBudget& polls) {
     const double pixel = hand.pixel;
     double length = lengthsOf(line).back();
     const auto reach = [&](const KivSketchPoint& p, Channel which) {
@@ -343,7 +343,11 @@ void addStroke(KivSketchLine line, const KivSketchHand& hand, const KivSketchMed
     const double grown = hand.grows ? step(hand.shortest, 3.0 * hand.shortest, length) : 1.0;
     std::vector<Mark> marks;
     marks.reserve(line.points.size());
+    constexpr std::size_t unitsOfPoint = 64;
     for (std::size_t i = 0; i < line.points.size(); ++i) {
+        if (!polls.spend(unitsOfPoint)) {
+            return;
+        }
         const KivSketchPoint& p = line.points[i];
         const KivSketchPoint& before = line.points[i > 0 ? i - 1 : i];
         const KivSketchPoint& after = line.points[i + 1 < line.points.size() ? i + 1 : i];
@@ -430,7 +434,7 @@ std::vector<KivSketchLine> kivSketchPieces(const KivSketchLine& line, double pix
 }
 
 void kivSketchStrokes(const KivSketchLine& line, const KivSketchHand& hand, const KivSketchMedium& medium,
-                      const KivSketchNoise& noise, KivSketchMesh& mesh) {
+                      const KivSketchNoise& noise, KivSketchMesh& mesh, LineBudget& polls) {
     for (KivSketchLine& piece : kivSketchPieces(line, hand.pixel)) {
         smooth(piece);
         if (lengthsOf(piece).back() < hand.shortest || piece.points.size() < 2) {
@@ -454,7 +458,7 @@ void kivSketchStrokes(const KivSketchLine& line, const KivSketchHand& hand, cons
                 stroke.endsFree = last + 1 == course.points.size() && course.endsFree;
                 stroke.startShare = first == 0 ? share : 0.0;
                 stroke.endShare = last + 1 == course.points.size() ? share : 0.0;
-                addStroke(std::move(stroke), hand, medium, noise, channel, number, mesh);
+                addStroke(std::move(stroke), hand, medium, noise, channel, number, mesh, polls);
             }
         }
     }

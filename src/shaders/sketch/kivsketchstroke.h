@@ -3,6 +3,7 @@
 #ifndef SHADERS_SKETCH_KIVSKETCHSTROKE_H
 #define SHADERS_SKETCH_KIVSKETCHSTROKE_H
 
+#include "kivrender/lines/linebudget.h"
 #include "kivsketchmedium.h"
 #include "kivsketchnoise.h"
 #include "kivvec.h"
@@ -67,8 +68,8 @@ struct KivSketchMesh {
 // begin and end free at corners. A ring without corners stays closed.
 std::vector<KivSketchLine> kivSketchPieces(const KivSketchLine& line, double pixel);
 
-// Appends the strokes along a line.
+// Appends the strokes along a line; some of them once the user cancelled, which the budget then tells.
 void kivSketchStrokes(const KivSketchLine& line, const KivSketchHand& hand, const KivSketchMedium& medium,
-                      const KivSketchNoise& noise, KivSketchMesh& mesh);
+                      const KivSketchNoise& noise, KivSketchMesh& mesh, LineBudget& polls);
 
 #endif

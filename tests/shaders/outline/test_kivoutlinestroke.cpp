@@ -3,12 +3,16 @@
 #include "kivthinnedpath.h"
 
 #include "../shapes.h"
+#include "support/pollcost.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <limits>
 
 namespace {
+
+LineBudget polls(std::numeric_limits<std::size_t>::max());
 
 bool covers(const KivStrokeMesh& mesh, float x, float y) {
     for (std::size_t i = 0; i < mesh.indices.size(); i += 3) {
@@ -59,7 +63,7 @@ TEST(KivStroke, CoversWhatIsNearThePathAndNothingElse) {
                 {static_cast<float>(signedUnit(words) * 30), static_cast<float>(signedUnit(words) * 30), half});
         }
         KivStrokeMesh mesh;
-        kivStroke(path, mesh);
+        kivStroke(path, mesh, polls);
         for (int i = 0; i < 400; ++i) {
             const float x = static_cast<float>(signedUnit(words) * 40);
             const float y = static_cast<float>(signedUnit(words) * 40);
@@ -78,12 +82,12 @@ TEST(KivStroke, OfASinglePlaceIsADot) {
         KivLinePath path;
         path.points.assign(count, {5.0F, 6.0F, 2.0F});
         KivStrokeMesh mesh;
-        kivStroke(path, mesh);
+        kivStroke(path, mesh, polls);
         EXPECT_TRUE(covers(mesh, 6.5F, 6.0F));
         EXPECT_FALSE(covers(mesh, 7.5F, 6.0F));
     }
     KivStrokeMesh none;
-    kivStroke({}, none);
+    kivStroke({}, none, polls);
     EXPECT_TRUE(none.indices.empty());
 }
 
@@ -98,7 +102,7 @@ TEST(KivThinnedPath, StaysWithinItsTolerance) {
             y += static_cast<float>(signedUnit(words)) * 0.4F;
             path.points.push_back({x, y, 2.0F});
         }
-        const KivLinePath thinned = kivThinnedPath(path, 0.25F);
+        const KivLinePath thinned = kivThinnedPath(path, 0.25F, polls);
         EXPECT_LT(thinned.points.size(), path.points.size());
         EXPECT_EQ(thinned.points.front().x, path.points.front().x);
         EXPECT_EQ(thinned.points.back().x, path.points.back().x);
@@ -113,7 +117,7 @@ TEST(KivThinnedPath, KeepsChangesOfWidth) {
     for (int i = 0; i <= 20; ++i) {
         path.points.push_back({i * 1.0F, 0.0F, i < 10 ? 1.0F : 3.0F});
     }
-    const KivLinePath thinned = kivThinnedPath(path, 0.1F);
+    const KivLinePath thinned = kivThinnedPath(path, 0.1F, polls);
     EXPECT_EQ(thinned.points.size(), 4U);
 }
 
@@ -142,4 +146,28 @@ TEST(KivTaperEnds, LooseEndsThinOut) {
     blunt.startsLoose = true;
     kivTaperEnds(blunt, 0.0F);
     EXPECT_EQ(blunt.points[0].halfWidth, 2.0F);
+}
+
+TEST(KivStroke, PollsByCostAlongOneLongPath) {
+    KivLinePath path;
+    for (int i = 0; i < 200000; ++i) {
+        path.points.push_back({static_cast<float>(i % 500), static_cast<float>(i % 2) * 4.0F, 1.0F});
+    }
+    PollCost::expectAllowed([&] {
+        KivStrokeMesh mesh;
+        LineBudget ownPolls(std::numeric_limits<std::size_t>::max());
+        kivStroke(path, mesh, ownPolls);
+    });
+}
+
+TEST(KivThinnedPath, PollsByCostAlongOneLongPath) {
+    KivLinePath path;
+    for (int i = 0; i < 1500000; ++i) {
+        const float angle = static_cast<float>(i) * 0.01F;
+        path.points.push_back({100.0F * std::cos(angle), 100.0F * std::sin(angle), 1.0F});
+    }
+    PollCost::expectAllowed([&] {
+        LineBudget ownPolls(std::numeric_limits<std::size_t>::max());
+        kivThinnedPath(path, 0.12F, ownPolls);
+    });
 }

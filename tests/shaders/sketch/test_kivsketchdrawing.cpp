@@ -14,6 +14,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <memory>
 #include <string>
 #include <utility>
@@ -63,6 +64,7 @@ using Layer = KivTestAccess::Layer;
 using Choices = std::vector<std::pair<std::string, std::string>>;
 
 constexpr int pictureSize = 128;
+LineBudget polls(std::numeric_limits<std::size_t>::max());
 
 // Everything of a stroke, in numbers.
 std::vector<double> numbersOf(const KivSketchMesh& mesh) {
@@ -145,7 +147,7 @@ protected:
             line.points.push_back(point);
         }
         KivSketchMesh mesh;
-        kivSketchStrokes(line, hand, kivSketchMedium(style.tool), KivSketchNoise(style.seed), mesh);
+        kivSketchStrokes(line, hand, kivSketchMedium(style.tool), KivSketchNoise(style.seed), mesh, polls);
         return mesh;
     }
     // The hand of a line of full strength, at one pixel of the image for one of the picture.
@@ -365,7 +367,7 @@ TEST_F(SketchDrawing, APointIsADab) {
         line.points.push_back(point);
     }
     KivSketchMesh expected;
-    kivSketchStrokes(line, hand, kivSketchMedium(KivSketchTool::pencil), KivSketchNoise(1), expected);
+    kivSketchStrokes(line, hand, kivSketchMedium(KivSketchTool::pencil), KivSketchNoise(1), expected, polls);
     ASSERT_FALSE(expected.indices.empty());
     EXPECT_EQ(numbersOf(KivTestAccess::strokesIn(drawing, Layer::lines)), numbersOf(expected));
 }

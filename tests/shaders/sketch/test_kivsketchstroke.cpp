@@ -1,5 +1,7 @@
 #include "kivsketchstroke.h"
 
+#include "support/pollcost.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -60,12 +62,13 @@ KivSketchHand steadyHand() {
     return hand;
 }
 
+LineBudget polls(std::numeric_limits<std::size_t>::max());
 const KivSketchNoise noise(1);
 const KivSketchMedium pencil = kivSketchMedium(KivSketchTool::pencil);
 
 KivSketchMesh strokesOf(const KivSketchLine& line, const KivSketchHand& hand, const KivSketchMedium& medium = pencil) {
     KivSketchMesh mesh;
-    kivSketchStrokes(line, hand, medium, noise, mesh);
+    kivSketchStrokes(line, hand, medium, noise, mesh, polls);
     for (const std::uint32_t index : mesh.indices) {
         EXPECT_LT(index, mesh.vertices.size());
     }
@@ -391,5 +394,20 @@ TEST(KivSketchStrokes, ShortOnesGrowWhereWanted) {
         hand.grows = true;
         EXPECT_LT(areaOfLength(4.5, tool), 0.1 * plain);
         EXPECT_DOUBLE_EQ(areaOfLength(12.5, tool), plainLong);
+    }
+}
+
+TEST(KivSketchStrokes, PollByCostAlongALongLine) {
+    const KivSketchLine line = lineOf({{0, 0}, {30000, 0}});
+    for (const double length : {0.0, 200.0}) {
+        KivSketchHand hand = steadyHand();
+        hand.wobble = 2.0;
+        hand.length = length;
+        hand.strokes = 3;
+        PollCost::expectAllowed([&] {
+            KivSketchMesh mesh;
+            LineBudget ownPolls(std::numeric_limits<std::size_t>::max());
+            kivSketchStrokes(line, hand, pencil, noise, mesh, ownPolls);
+        });
     }
 }

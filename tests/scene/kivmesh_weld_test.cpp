@@ -280,6 +280,19 @@ TEST(KivMeshWeld, ALargeSoupEqualsTheLiteralSort) {
     expectEqual(welded, LiteralWeld(LiteralWeld::sorted(LiteralWeld::cornersOf(source))));
 }
 
+// So crowded on every axis that each part of the comparison decides in merges of each size.
+TEST(KivMeshWeld, ALargeCrowdEqualsTheLiteralSort) {
+    RawRandom random(19);
+    std::vector<Kiv3DPoint> corners(3 * std::size_t{12000});
+    for (Kiv3DPoint& corner : corners) {
+        corner.set(random.between(0.0, 0.01), random.between(0.0, 0.01), random.between(0.0, 0.01));
+    }
+    const KivMesh source = meshOf(corners);
+    KivMesh welded;
+    welded.copyMeshCompacted(source);
+    expectEqual(welded, LiteralWeld(LiteralWeld::sorted(LiteralWeld::cornersOf(source))));
+}
+
 // A mesh of shared vertices, and the same through accessors of a class of its own.
 TEST(KivMeshWeld, PlainMeshesWeldAsThoseWithAccessorsOfTheirOwn) {
     class Hidden : public KivMesh {

@@ -58,21 +58,25 @@ std::size_t positionHash(const Kiv3DPoint& point) {
     return static_cast<std::size_t>(hash);
 }
 
-// Kiv3DPoint::isGreater without branches: in a merge of crowded points none of them could be foreseen.
+// Kiv3DPoint::isGreater with one branch, which can be foreseen: early in the sort points are far from each other along
+// x, late they are crowded. Which of the two comes first cannot, so nothing branches there.
 bool isBehind(const Kiv3DPoint& a, const Kiv3DPoint& b) {
     const unsigned int greaterX = a.x > b.x + weldTolerance;
+    const unsigned int lessX = b.x - weldTolerance > a.x;
+    if ((greaterX | lessX) != 0) {
+        return greaterX != 0;
+    }
     const unsigned int greaterY = a.y > b.y + weldTolerance;
-    const unsigned int greaterZ = a.z > b.z + weldTolerance;
-    const unsigned int levelX = !(b.x - weldTolerance > a.x);
     const unsigned int levelY = !(b.y - weldTolerance > a.y);
-    return (greaterX | (levelX & (greaterY | (levelY & greaterZ)))) != 0;
+    const unsigned int greaterZ = a.z > b.z + weldTolerance;
+    return (greaterY | (levelY & greaterZ)) != 0;
 }
 
 } // namespace
 
 // The scratch of one weld: the positions that corners stand at, numbered in order of first appearance, and the position
-// of every corner.
-class KivMesh::Places {
+// of every corner. Hidden, as what a library publishes may be another's, and then no function is inlined.
+class [[gnu::visibility("hidden")]] KivMesh::Places {
 public:
     explicit Places(const KivMesh& meshToWeld);
 
@@ -120,15 +124,15 @@ private:
         return known != nullptr && *known != noNumber;
     }
 
-    bool readBlock(Block& block);
-    void readTriangle(Block& block, std::size_t triangle);
-    void fetchSlots(Block& block) const;
+    bool readBlock(Block & block);
+    void readTriangle(Block & block, std::size_t triangle);
+    void fetchSlots(Block & block) const;
     void fetchPositions(const Block& block) const;
     void enterBlock(const Block& block);
     std::uint32_t enter(const Kiv3DPoint& point, std::size_t hash);
     void countCorners();
-    bool mergeSort(Position* values, Position* scratch, std::size_t count);
-    bool merge(Position* values, const Position* left, std::size_t leftCount, std::size_t count);
+    bool mergeSort(Position * values, Position * scratch, std::size_t count);
+    bool merge(Position * values, const Position* left, std::size_t leftCount, std::size_t count);
 
     const KivMesh& source;
     unsigned int numTriangles;

@@ -75,8 +75,8 @@ bool isBehind(const Kiv3DPoint& a, const Kiv3DPoint& b) {
 } // namespace
 
 // The scratch of one weld: the positions that corners stand at, numbered in order of first appearance, and the position
-// of every corner. Hidden, as what a library publishes may be another's, and then no function is inlined.
-class [[gnu::visibility("hidden")]] KivMesh::Places {
+// of every corner. Hidden, as compilers inline no function that a library publishes.
+class __attribute__((visibility("hidden"))) KivMesh::Places {
 public:
     explicit Places(const KivMesh& meshToWeld);
 
@@ -124,15 +124,15 @@ private:
         return known != nullptr && *known != noNumber;
     }
 
-    bool readBlock(Block & block);
-    void readTriangle(Block & block, std::size_t triangle);
-    void fetchSlots(Block & block) const;
+    bool readBlock(Block& block);
+    void readTriangle(Block& block, std::size_t triangle);
+    void fetchSlots(Block& block) const;
     void fetchPositions(const Block& block) const;
     void enterBlock(const Block& block);
     std::uint32_t enter(const Kiv3DPoint& point, std::size_t hash);
     void countCorners();
-    bool mergeSort(Position * values, Position * scratch, std::size_t count);
-    bool merge(Position * values, const Position* left, std::size_t leftCount, std::size_t count);
+    bool mergeSort(Position* values, Position* scratch, std::size_t count);
+    bool merge(Position* values, const Position* left, std::size_t leftCount, std::size_t count);
 
     const KivMesh& source;
     unsigned int numTriangles;

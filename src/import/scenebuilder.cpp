@@ -647,11 +647,11 @@ private:
         return light;
     }
 
-    // Parallel light has no place of its own; what needs one, such as the volumes of shadows, gets one outside the
-    // scene.
+    // Parallel light has no place of its own; what needs one, such as the volumes of shadows, gets one so far outside
+    // the scene that they are parallel to a fraction of a pixel.
     Kiv3DPoint kivFarLocation(const Light& source) const {
         KivBox box = model.bounds;
-        const double distance = 16.0 * std::max(box.diagonalDistance() * model.scale, 1.0);
+        const double distance = 1e4 * std::max(box.diagonalDistance() * model.scale, 1.0);
         const Vec3 centre{(box.getXMin() + box.getXMax()) / 2.0, (box.getYMin() + box.getYMax()) / 2.0,
                           (box.getZMin() + box.getZMax()) / 2.0};
         return toKivPoint(placed(centre) - source.direction * distance);

@@ -145,3 +145,22 @@ TEST(Framing, DefaultLightsComeFromTheViewersSide) {
     EXPECT_GT(Kiv3DVector(place.x, place.y, place.z).norm(), 20.0);
     EXPECT_LT(dot(Kiv3DVector(place.x, place.y, place.z), lights[0].getDirection()), 0.0);
 }
+
+// Shadows spread from the light's place: those of parallel light must not part as they would from a lamp. Over the
+// whole width of a large picture they part by less than a pixel.
+TEST(Framing, ParallelLightIsParallelOverTheWholeModel) {
+    std::mt19937 random(3);
+    for (const double size : {1e-6, 1.0, 1e6}) {
+        std::vector<Kiv3DPoint> points = cloud(random, 200, size, 0.2 * size, 3.0 * size);
+        for (Kiv3DPoint& p : points) {
+            p = p + Kiv3DVector(5.0 * size, -2.0 * size, size);
+        }
+        const Kiv3DVector direction(0.3, -0.8, -0.5);
+        const KivLight light = directionalLight(direction, points);
+        for (const Kiv3DPoint& p : points) {
+            const Kiv3DVector way = p - light.getLocation();
+            const double cosine = dot(way, direction) / (way.norm() * direction.norm());
+            ASSERT_GT(cosine, std::cos(1.1e-4)) << size;
+        }
+    }
+}

@@ -336,8 +336,9 @@ TEST(ModelImport, CamerasAndLights) {
     EXPECT_EQ(sun.getStyle(), KivLight::directionalLight);
     EXPECT_NEAR(sun.getDirection().y, -1.0, 1e-6);
     EXPECT_EQ(sun.getDiffuse(), 0xFFFFFFU);
-    // Far outside the scene, against its direction.
-    EXPECT_GT(sun.getLocation().y, 500.0);
+    // So far outside the scene, against its direction, that what spreads from there is parallel.
+    KivBox box = model.bounds;
+    EXPECT_GT(sun.getLocation().y, 5000.0 * box.diagonalDistance() * model.scale);
     EXPECT_EQ(model.lights[1].getStyle(), KivLight::pointLight);
     EXPECT_EQ(model.lights[1].getDiffuse(), 0x0080FFU) << "only the hue counts";
     EXPECT_NEAR(model.lights[1].getLocation().y, model.toScene(Kiv3DPoint(0.0, 5.0, 0.0)).y, 1e-4);

@@ -27,6 +27,7 @@ public:
         double distance; // in lengths of the ray's direction
         int mesh;        // in the order of the scene
         Vec normal;      // of the triangle, of unit length, towards where the ray came from
+        std::array<Vec, 3> corners;
     };
     struct Ray {
         Vec origin;
@@ -62,7 +63,7 @@ public:
         std::optional<Hit> hit;
         follow(ray, from, to, [&](double distance, const Triangle& triangle) {
             const Vec n = unit(cross(sub(triangle.p[1], triangle.p[0]), sub(triangle.p[2], triangle.p[0])));
-            hit = Hit{distance, triangle.mesh, dot(n, ray.direction) > 0.0 ? scaled(n, -1.0) : n};
+            hit = Hit{distance, triangle.mesh, dot(n, ray.direction) > 0.0 ? scaled(n, -1.0) : n, triangle.p};
             return false;
         });
         return hit;

@@ -108,10 +108,8 @@ private:
     // Of the picture whose tiles are being drawn, by mesh and whether they are even.
     std::map<std::pair<const KivMesh*, bool>, std::shared_ptr<const KivShadedMesh>> models;
     std::uint64_t modelledPicture = 0;
-    // Of the render at hand: the size of the scene, 0 without dark meshes, and how far each of those is more than a
-    // detail.
-    double sceneSize = 0.0;
-    mutable std::map<const KivMesh*, double> bulks;
+    // Of the render at hand: how far each dark mesh is part of more than a detail.
+    std::map<const KivMesh*, double> bulks;
     KivCartoonBatch scratch;
     KivCartoonSkins skins; // of the render at hand
     // Between beginTransparency and endTransparency.

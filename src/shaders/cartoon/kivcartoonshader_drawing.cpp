@@ -2,6 +2,7 @@
 
 #include "kivcartoonareas.h"
 #include "kivcartoonspecks.h"
+#include "kivdarkparts.h"
 #include "kivglstate.h"
 #include "kivrender/lines/kivdrawnskins.h"
 #include "kivrender/scene/kivcamera.h"
@@ -160,23 +161,7 @@ void evenLight(KivShadedMesh& model, double evenness, double pixel) {
     }
 }
 
-// From corner to corner of what holds all these meshes; 0 where there is nothing.
-double sizeOf(const std::vector<const KivMesh*>& meshes) {
-    constexpr double infinity = std::numeric_limits<double>::infinity();
-    Kiv3DPoint low(infinity, infinity, infinity);
-    Kiv3DPoint high(-infinity, -infinity, -infinity);
-    for (const KivMesh* const mesh : meshes) {
-        for (unsigned int i = 0; i < mesh->getNumVertexs(); ++i) {
-            const Kiv3DPoint point = mesh->getVertex(i);
-            low.set(std::min(low.x, point.x), std::min(low.y, point.y), std::min(low.z, point.z));
-            high.set(std::max(high.x, point.x), std::max(high.y, point.y), std::max(high.z, point.z));
-        }
-    }
-    const double size = std::hypot(high.x - low.x, high.y - low.y, high.z - low.z);
-    return std::isfinite(size) ? size : 0.0;
-}
-
-// How far a mesh of that part of the scene's size is more than a detail: 0 for what may well be a pupil or a screw,
+// How far a thing of that part of the scene's size is more than a detail: 0 for what may well be a pupil or a screw,
 // which black suits, 1 for what is large enough to have lines of its own.
 double bulkOf(double part) {
     constexpr double detail = 0.08;
@@ -352,14 +337,8 @@ KivCartoonLook KivCartoonShader::lookOf(const Kiv3DObject& object) const {
 }
 
 double KivCartoonShader::liftOf(const KivMesh& mesh, double lift) const {
-    if (!(sceneSize > 0.0)) {
-        return lift;
-    }
-    const auto [known, isNew] = bulks.try_emplace(&mesh, 1.0);
-    if (isNew) {
-        known->second = bulkOf(sizeOf({&mesh}) / sceneSize);
-    }
-    return lift * known->second;
+    const auto known = bulks.find(&mesh);
+    return known == bulks.end() ? lift : lift * known->second;
 }
 
 KivCartoonColors KivCartoonShader::colorsOf(const KivMesh& mesh, const KivCartoonLook& look,
@@ -562,16 +541,25 @@ void KivCartoonShader::prepareObjectRendering(const KivCommonSettings&, KivScene
     batches.clear();
     bulks.clear();
     std::vector<const KivMesh*> meshes;
-    bool isAnyDark = false;
+    std::vector<KivDarkMesh> dark;
     for (unsigned int i = 0; scene != nullptr && i < scene->numMeshes(); ++i) {
         if (const KivMesh* const mesh = scene->getMesh(i)) {
             meshes.push_back(mesh);
             const KivTone own = kivToneOf(mesh->getMaterial()->getDiffuse());
             const KivTone emission = kivToneOf(mesh->getMaterial()->getEmission());
-            isAnyDark = isAnyDark || kivLifted(own, emission, lookOf(*mesh).darkLift) != own;
+            if (kivMeshPaint(*mesh) == nullptr && kivLifted(own, emission, lookOf(*mesh).darkLift) != own) {
+                dark.push_back({mesh, own});
+            }
         }
     }
-    sceneSize = isAnyDark ? sizeOf(meshes) : 0.0;
+    if (dark.empty()) {
+        return;
+    }
+    kivMeasureDarkParts(dark);
+    const double sceneSize = kivSizeOf(meshes);
+    for (const KivDarkMesh& each : dark) {
+        bulks[each.mesh] = sceneSize > 0.0 ? bulkOf(each.size / sceneSize) : 1.0;
+    }
 }
 
 void KivCartoonShader::renderMeshDepth(const KivMesh* mesh, const KivCommonSettings& settings, KivScene* scene,

@@ -362,6 +362,32 @@ TEST_F(CartoonPicture, BlackIsGreyButForDetails) {
     EXPECT_LE(differenceOf(middle(plain), {0, 0, 0}), 1);
 }
 
+// Files split one thing into many: each piece alone would be a detail.
+TEST_F(CartoonPicture, ABlackThingInManyPiecesIsLiftedAsIfItWereOne) {
+    const KivSurface sphere = sphereSurface(30, 60);
+    KivMaterial black;
+    black.setDiffuse(0);
+    constexpr std::size_t perPiece = 4;
+    for (std::size_t t = 0; t < sphere.triangles.size(); t += perPiece) {
+        KivSurface piece;
+        for (std::size_t i = t; i < std::min(t + perPiece, sphere.triangles.size()); ++i) {
+            const auto first = static_cast<std::uint32_t>(piece.points.size());
+            for (const std::uint32_t corner : sphere.triangles[i]) {
+                piece.points.push_back(sphere.points[corner]);
+            }
+            piece.triangles.push_back({first, first + 1, first + 2});
+        }
+        addMesh(piece, true)->setMaterial(black);
+    }
+    addLight(KivLight::directionalLight, {}, {0.0, 0.0, -1.0});
+    open(200);
+    look({0.0, 0.0, 6.0}, 1.1, false);
+    choose(shaders.cartoon(), {{"Highlight", "no"}});
+    static_cast<KivNonCombinableShader&>(shaders.cartoon()).prepareObjectRendering(settings, &scene);
+    draw(shaders.cartoon());
+    EXPECT_LE(differenceOf(pixelAt({0.0, 0.0, 1.0}), bytesOf({0.3, 0.3, 0.3})), 2);
+}
+
 // Along the contour of a sphere that is lit from the left the rim lies on the right, as wide as the facing says.
 TEST_F(CartoonPicture, ARimOfLightLiesAwayFromTheLight) {
     addMesh(sphereSurface(60, 120), true);

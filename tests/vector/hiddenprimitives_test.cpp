@@ -123,6 +123,28 @@ TEST(HiddenPrimitives, ShowTheLastOfWhatLiesInOnePlace) {
     EXPECT_EQ(seenOf(list), (std::vector<bool>{false, false, false, false, false, true}));
 }
 
+// Its tip alone comes through the square, within a part of the page that the square fills.
+TEST(HiddenPrimitives, LeaveWhatComesThroughASurface) {
+    const auto isSeen = [](bool isUpright, float tip) -> bool {
+        OwnedList list;
+        const auto at = [isUpright](float x, float y, float depth) {
+            return isUpright ? vertex(x, y, depth) : vertex(y, x, depth);
+        };
+        list.push_back(triangle(at(5.5F, 1, 0.6F), at(8.5F, 1, 0.6F), at(7, 5.4F, tip)));
+        addSquare(list, 0, 10, 0.5F);
+        for (int i = 0; i < 400; ++i) { // so many that the page is divided
+            const float x = 0.5F * static_cast<float>(i % 20);
+            const float y = 0.5F * static_cast<float>(i / 20);
+            list.push_back(flat(0.1F, {x, y, x + 0.05F, y, x, y + 0.05F}));
+        }
+        return seenOf(list)[0];
+    };
+    for (const bool isUpright : {false, true}) {
+        EXPECT_TRUE(isSeen(isUpright, 0.49F));
+        EXPECT_FALSE(isSeen(isUpright, 0.51F));
+    }
+}
+
 TEST(HiddenPrimitives, CountThePolygonOffset) {
     OwnedList list;
     list.push_back(flat(0.5F, {2, 2, 8, 3, 4, 8}));

@@ -45,6 +45,11 @@ TEST(KivPdfMesh, ATriangleIsAPathInItsColour) {
               "q 1 j 0.4 w\n1 0 0.2 rg\n1 0 0.2 RG\n" + outline + "f\nQ\n");
 }
 
+TEST(KivPdfMesh, ColoursHaveFourPlaces) {
+    EXPECT_EQ(kivPdfMeshPaths(triangle({1, 2, 254}), page, false),
+              "q 1 j 0.4 w\n0.0039 0.0078 0.9961 rg\n0.0039 0.0078 0.9961 RG\n" + outline + "f\nQ\n");
+}
+
 TEST(KivPdfMesh, OneColourIsOnePathAndAllTrianglesTurnOneWay) {
     const Bytes data = triangle({255, 0, 0}) + triangle({255, 0, 0}, true) + triangle({0, 0, 255});
     EXPECT_EQ(kivPdfMeshPaths(data, page),

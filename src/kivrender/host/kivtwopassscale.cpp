@@ -1,6 +1,7 @@
 #include "kivrender/host/kivtwopassscale.h"
 
 #include "kivrender/host/kivlineresampler.h"
+#include "kivrender/platform/kivprocessors.h"
 #include "kivrender/platform/kivsystempages.h"
 
 #include <algorithm>
@@ -231,7 +232,7 @@ template <class Reader>
 bool scaleAsRead(const KivLineResampler& horizontal, const KivLineResampler& vertical, const Reader& read,
                  unsigned int sourceWidth, std::size_t work, std::uint32_t* dest) {
     BandQueue queue(horizontal, vertical, dest);
-    if (work >= parallelPixels && std::thread::hardware_concurrency() > 1) {
+    if (work >= parallelPixels && kivProcessors() > 1) {
         queue.startHelper();
     }
     const unsigned int height = vertical.length();

@@ -11,6 +11,7 @@
 #include "kivrender/lines/strokejoins.h"
 #include "kivrender/lines/surfacelines.h"
 #include "kivrender/lines/touchingfaces.h"
+#include "kivrender/platform/kivprocessors.h"
 #include "kivrender/scene/kivprogress.h"
 #include "kivrender/scene/kivworkerprogress.h"
 
@@ -22,7 +23,6 @@
 #include <future>
 #include <optional>
 #include <system_error>
-#include <thread>
 #include <tuple>
 #include <utility>
 
@@ -198,7 +198,7 @@ private:
     }
     // Null without a second processor, or a thread to be had.
     static std::unique_ptr<WorkBeside> startBeside(const std::function<bool()>& work) {
-        if (std::thread::hardware_concurrency() < 2) {
+        if (kivProcessors() < 2) {
             return nullptr;
         }
         try {

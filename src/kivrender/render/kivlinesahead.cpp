@@ -1,5 +1,6 @@
 #include "kivrender/render/kivlinesahead.h"
 
+#include "kivrender/platform/kivprocessors.h"
 #include "kivrender/scene/kivmesh.h"
 #include "kivrender/scene/kivscene.h"
 #include "kivrender/settings/kivcommonsettings.h"
@@ -8,7 +9,6 @@
 #include "kivrender/shader/kivshadershape.h"
 
 #include <cstddef>
-#include <thread>
 #include <vector>
 
 namespace {
@@ -35,8 +35,7 @@ bool kivFindsLinesAhead(const KivScene& scene, const KivCommonSettings& settings
     for (unsigned int i = 0; i < scene.numMeshes(); ++i) {
         triangles += scene.getMesh(i) != nullptr ? scene.getMesh(i)->getNumTriangles() : 0;
     }
-    return triangles >= fewTriangles && !settings.doVectorial() && kivPictureTile() == nullptr &&
-           std::thread::hardware_concurrency() >= 2;
+    return triangles >= fewTriangles && !settings.doVectorial() && kivPictureTile() == nullptr && kivProcessors() >= 2;
 }
 
 std::unique_ptr<KivMeshAhead> kivLinesAhead(const KivScene& scene, const KivCommonSettings& settings,

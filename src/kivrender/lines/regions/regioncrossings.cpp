@@ -1,13 +1,13 @@
 #include "kivrender/lines/regions/regioncrossings.h"
 
 #include "kivrender/lines/curveorder.h"
+#include "kivrender/lines/regions/facepairs.h"
 #include "kivrender/lines/regions/polledsort.h"
 
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <limits>
-#include <utility>
 
 namespace {
 
@@ -24,8 +24,6 @@ constexpr std::size_t crowd = 2048;
 constexpr std::int32_t largeSquare = 8 * 1024;
 constexpr std::size_t unitsPerPair = 32;
 constexpr std::size_t unitsPerFace = 16; // of work, in each square that it meets
-
-using FacePair = std::pair<std::uint32_t, std::uint32_t>;
 
 struct Seen {
     std::uint32_t face;
@@ -56,12 +54,9 @@ public:
         }
     }
 
+    // All that may cross in sight, for pictures in which findFacePairs gives up.
     bool findPairs(std::vector<FacePair>& into) {
         pairs = &into;
-        const std::vector<RegionFaces::Face>& all = faces.faces();
-        if (std::all_of(all.begin(), all.end(), [&](const auto& face) { return face.look == all.front().look; })) {
-            return true;
-        }
         Square whole = {{0, 0}, smallestSquare};
         for (const RegionCorner& c : faces.corners()) {
             while (whole.side < std::max(c.place.x, c.place.y)) {
@@ -379,7 +374,7 @@ private:
                 const bool differ = faces.faces()[list[i].face].look != faces.faces()[list[k].face].look;
                 if (differ && boxesMeet(list[i].face, list[k].face) && list[i].low <= list[k].high &&
                     list[k].low <= list[i].high && changesPlaces(list[i].face, list[k].face, square) &&
-                    !areApart(list[i].face, list[k].face)) {
+                    !areFacesApart(faces, list[i].face, list[k].face)) {
                     pairs->emplace_back(std::min(list[i].face, list[k].face), std::max(list[i].face, list[k].face));
                     faces.work().spend(unitsPerPair);
                 }
@@ -392,25 +387,6 @@ private:
         const FaceBox& q = boxes[second];
         return p.low.x <= q.high.x && q.low.x <= p.high.x && p.low.y <= q.high.y && q.low.y <= p.high.y;
     }
-    // Two triangles are apart when a side of one of them has the other wholly on its right, as neighbours in a mesh do;
-    // so are those with boxes apart.
-    bool areApart(std::uint32_t first, std::uint32_t second) const {
-        return hasSideBetween(faces.faces()[first], faces.faces()[second]) ||
-               hasSideBetween(faces.faces()[second], faces.faces()[first]);
-    }
-    bool hasSideBetween(const RegionFaces::Face& f, const RegionFaces::Face& g) const {
-        for (int i = 0; i < 3; ++i) {
-            int onRight = 0;
-            while (onRight < 3 && gridSide(place(f, i), place(f, i == 2 ? 0 : i + 1), place(g, onRight)) <= 0) {
-                ++onRight;
-            }
-            if (onRight == 3) {
-                return true;
-            }
-        }
-        return false;
-    }
-
     std::vector<Place> commonPart(std::uint32_t first, std::uint32_t second) const {
         std::vector<Place> polygon;
         for (int i = 0; i < 3; ++i) {
@@ -464,7 +440,8 @@ bool findRegionCrossings(const RegionFaces& faces, RegionCrossings& crossings) {
     }
     std::vector<FacePair> pairs;
     CrossingSearch search(faces);
-    if (!search.findPairs(pairs) || !polledSortUnique(pairs)) {
+    bool tooMany = false;
+    if (!findFacePairs(faces, pairs, &tooMany) || (tooMany && !search.findPairs(pairs)) || !polledSortUnique(pairs)) {
         return false;
     }
     for (std::size_t i = 0; i < pairs.size(); ++i) {

@@ -126,10 +126,13 @@ bool RegionFaces::build(double effort) {
         noises.push_back(noiseOfPlane(planes.back()));
     }
     std::vector<KivOccluderBounds> boxes;
+    return cutIntoBoxes(boxes, owners) && index.build(boxes);
+}
+
+bool RegionFaces::cutIntoBoxes(std::vector<KivOccluderBounds>& boxes, std::vector<std::uint32_t>& ownersOfBoxes) const {
     return kivCutIntoBoxes(
-               triangles.size(), [this](std::size_t i) { return piecesOf(triangles[i]); },
-               [this](std::size_t i) { return noises[i]; }, boxes, owners) &&
-           index.build(boxes);
+        triangles.size(), [this](std::size_t i) { return piecesOf(triangles[i]); },
+        [this](std::size_t i) { return noises[i]; }, boxes, ownersOfBoxes);
 }
 
 OccluderPieces RegionFaces::piecesOf(const Face& face) const {

@@ -79,6 +79,9 @@ public:
     double noiseOf(std::uint32_t face) const {
         return noises[face];
     }
+    // The boxes of the faces in the picture, in pixels, and the face of each: long ones that lie aslant have several.
+    // False when the user cancelled.
+    bool cutIntoBoxes(std::vector<KivOccluderBounds>& boxes, std::vector<std::uint32_t>& ownersOfBoxes) const;
     static constexpr std::uint32_t noFace = std::numeric_limits<std::uint32_t>::max();
     // The nearest face at a point in grid steps, and its look.
     std::uint32_t faceAt(double x, double y) const;

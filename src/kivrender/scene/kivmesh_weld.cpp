@@ -75,8 +75,8 @@ bool isBehind(const Kiv3DPoint& a, const Kiv3DPoint& b) {
 } // namespace
 
 // The scratch of one weld: the positions that corners stand at, numbered in order of first appearance, and the position
-// of every corner. Hidden, as compilers inline no function that a library publishes.
-class __attribute__((visibility("hidden"))) KivMesh::Places {
+// of every corner.
+class KivMesh::Places {
 public:
     explicit Places(const KivMesh& meshToWeld);
 

@@ -50,11 +50,12 @@ void arrange(List& list, const std::vector<std::uint32_t>& order, std::size_t wi
     if (list.empty()) {
         return;
     }
-    List arranged(order.size() * width);
-    for (std::size_t i = 0; i < order.size(); ++i) {
+    List arranged;
+    arranged.reserve(order.size() * width); // new memory comes page by page, between the questions for a cancel
+    for (const std::uint32_t entry : order) {
         watch.add(costOfMove);
-        std::copy_n(list.begin() + static_cast<std::ptrdiff_t>(order[i] * width), width,
-                    arranged.begin() + static_cast<std::ptrdiff_t>(i * width));
+        const auto first = list.begin() + static_cast<std::ptrdiff_t>(entry * width);
+        arranged.insert(arranged.end(), first, first + static_cast<std::ptrdiff_t>(width));
     }
     list.swap(arranged);
 }

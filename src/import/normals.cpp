@@ -31,11 +31,24 @@ std::uint64_t hashOf(const Vec3& p) {
     return h ^ (h >> 32);
 }
 
+// New memory comes page by page: tens of milliseconds for the lists of some million positions.
+std::vector<std::uint32_t> filledList(std::size_t count, std::uint32_t value, WorkWatch& watch) {
+    constexpr std::size_t piece = std::size_t{1} << 16;
+    constexpr std::size_t costOfPiece = piece / 8;
+    std::vector<std::uint32_t> list;
+    list.reserve(count);
+    while (list.size() < count) {
+        list.resize(std::min(count, list.size() + piece), value);
+        watch.add(costOfPiece);
+    }
+    return list;
+}
+
 // Replaces equal positions by their first one; returns the new index of each old one, or nothing if all were different.
 std::vector<std::uint32_t> weldPositions(Points& positions, WorkWatch& watch) {
     const std::size_t slots = std::bit_ceil(positions.size() * 2 + 2);
-    std::vector<std::uint32_t> table(slots, noIndex);
-    std::vector<std::uint32_t> newIndex(positions.size());
+    std::vector<std::uint32_t> table = filledList(slots, noIndex, watch);
+    std::vector<std::uint32_t> newIndex = filledList(positions.size(), 0, watch);
     std::uint32_t count = 0;
     constexpr std::size_t ahead = 16; // positions whose slots the processor fetches meanwhile
     std::array<std::size_t, ahead> wanted{};

@@ -42,11 +42,11 @@ inline std::size_t digitOf(std::uint64_t key, std::size_t digit) {
 }
 
 // By key; equal keys stay in their order (radix sort from the lowest digit). False as soon as goesOn(entry) is.
-template <class GoesOn> bool sortByKey(std::vector<Keyed>& keyed, const GoesOn& goesOn) {
+template <class GoesOn> bool sortByKey(std::unique_ptr<Keyed[]>& keyed, std::size_t count, const GoesOn& goesOn) {
     // Where the entries with each value of each digit begin.
     using Starts = std::array<std::array<std::uint32_t, digitValues>, numDigits>;
     const auto starts = std::make_unique<Starts>();
-    for (std::size_t i = 0; i < keyed.size(); ++i) {
+    for (std::size_t i = 0; i < count; ++i) {
         if (!goesOn(i)) {
             return false;
         }
@@ -57,9 +57,9 @@ template <class GoesOn> bool sortByKey(std::vector<Keyed>& keyed, const GoesOn& 
     for (auto& values : *starts) {
         std::exclusive_scan(values.begin(), values.end(), values.begin(), 0U);
     }
-    std::vector<Keyed> other(keyed.size());
+    auto other = std::make_unique_for_overwrite<Keyed[]>(count);
     for (std::size_t digit = 0; digit < numDigits; ++digit) {
-        for (std::size_t i = 0; i < keyed.size(); ++i) {
+        for (std::size_t i = 0; i < count; ++i) {
             if (!goesOn(i)) {
                 return false;
             }
@@ -79,7 +79,8 @@ template <class GoesOn> bool sortByKey(std::vector<Keyed>& keyed, const GoesOn& 
 template <class Place, class PlaceAt, class GoesOn>
 bool kivMortonOrder(std::size_t count, const PlaceAt& placeAt, const Place& low, const Place& high,
                     const GoesOn& goesOn, std::vector<std::uint32_t>& order) {
-    std::vector<mortonorder::Keyed> keyed(count);
+    // Memory that is not filled first: it comes page by page as it is written, between two questions.
+    auto keyed = std::make_unique_for_overwrite<mortonorder::Keyed[]>(count);
     for (std::size_t i = 0; i < count; ++i) {
         if (!goesOn(i)) {
             return false;
@@ -91,7 +92,7 @@ bool kivMortonOrder(std::size_t count, const PlaceAt& placeAt, const Place& low,
         }
         keyed[i] = {key, static_cast<std::uint32_t>(i)};
     }
-    if (!mortonorder::sortByKey(keyed, goesOn)) {
+    if (!mortonorder::sortByKey(keyed, count, goesOn)) {
         return false;
     }
     order.resize(count);

@@ -705,19 +705,21 @@ void addBounds(const ModelParts& parts, KivBox& bounds) {
         low = {std::min(low.x, p.x), std::min(low.y, p.y), std::min(low.z, p.z)};
         high = {std::max(high.x, p.x), std::max(high.y, p.y), std::max(high.z, p.z)};
     };
+    std::vector<std::vector<std::uint8_t>> isUsed; // of each surface, however often it stands
+    for (const Surface& surface : parts.surfaces) {
+        isUsed.push_back(usedPositions(surface));
+    }
     for (std::size_t i = 0; parts.instances.empty() && i < parts.surfaces.size(); ++i) {
-        const std::vector<std::uint8_t> isUsed = usedPositions(parts.surfaces[i]);
-        for (std::size_t p = 0; p < isUsed.size(); ++p) {
-            if (isUsed[p] != 0) {
+        for (std::size_t p = 0; p < isUsed[i].size(); ++p) {
+            if (isUsed[i][p] != 0) {
                 add(parts.surfaces[i].positions[p]);
             }
         }
     }
     for (const SurfaceInstance& instance : parts.instances) {
         const Surface& surface = parts.surfaces[instance.surface];
-        const std::vector<std::uint8_t> isUsed = usedPositions(surface);
-        for (std::size_t p = 0; p < isUsed.size(); ++p) {
-            if (isUsed[p] != 0) {
+        for (std::size_t p = 0; p < surface.positions.size(); ++p) {
+            if (isUsed[instance.surface][p] != 0) {
                 add(instance.placed(surface.positions[p]));
             }
         }

@@ -88,6 +88,26 @@ TEST(SceneBuilder, ASurfaceStandsWhereverItsInstancesSay) {
     EXPECT_NEAR(lid.getYSize(), 1.0 * model.scale, 1e-9);
 }
 
+// Files keep points that no face has any more, often at the origin of a model that lies far from it.
+TEST(SceneBuilder, PositionsThatNothingUsesDoNotWidenTheBounds) {
+    ModelParts parts = threeBoxes();
+    parts.surfaces[0].positions.push_back({-1000.0, 500.0, 2000.0});
+    KivBox placed = emptyBounds();
+    addBounds(parts, placed);
+    EXPECT_EQ(placed.getXMin(), -1.0); // the mirrored box
+    EXPECT_EQ(placed.getXMax(), 10.0); // the turned one
+    EXPECT_EQ(placed.getYMin(), 0.0);
+    EXPECT_EQ(placed.getYMax(), 2.0);
+    EXPECT_EQ(placed.getZMax(), 3.0);
+    parts.instances.clear();
+    KivBox inPlace = emptyBounds();
+    addBounds(parts, inPlace);
+    EXPECT_EQ(inPlace.getXMin(), 0.0);
+    EXPECT_EQ(inPlace.getXMax(), 1.0);
+    EXPECT_EQ(inPlace.getYMax(), 2.0);
+    EXPECT_EQ(inPlace.getZMax(), 3.0);
+}
+
 TEST(SceneBuilder, InstancesShareOneShapeForEachPart) {
     const KivModel model = modelOf(threeBoxes());
     const auto shapeOf = [&model](unsigned int mesh) {

@@ -84,10 +84,7 @@ public:
     };
 
     bool find() {
-        if (!view.seesAnything()) {
-            return false;
-        }
-        if (!layOccluders()) {
+        if (!view.seesAnything() || !layOccluders()) {
             return false;
         }
         Crossings crossings;
